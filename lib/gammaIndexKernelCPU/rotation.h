@@ -1,0 +1,21 @@
+/**
+ * @file rotation.h
+ * The random rotation of the search lattice.
+ */
+#ifndef ZARNGI_ROTATION_H
+#define ZARNGI_ROTATION_H
+
+#include "libZarnGI.h"
+#include "vector3d.h"
+
+/**
+ * Fills R ([row][column]) with a proper rotation drawn from the C library's rand(): its columns
+ * u, v and w = u x v are orthonormal. rand() is never negative, so u lies in the positive octant
+ * and the rotations are not spread evenly.
+ */
+ZARNGI_API void generateRandomRotationMatrix(float R[3][3]);
+
+/** Replaces v by R * v, each component summed in the order x, y, z. */
+ZARNGI_API void applyRotation(float R[3][3], vector3d<float>& v);
+
+#endif

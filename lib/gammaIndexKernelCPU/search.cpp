@@ -1,0 +1,67 @@
+#include "search.h"
+
+#include <cmath>
+
+#include "doseGrid.h"
+#include "rotation.h"
+
+namespace
+{
+
+bool insideEvaluationBox(const vec3dRT& p)
+{
+    for (int k = 0; k < 3; ++k) {
+        if (p[k] < Env->xmin_eval[k] || p[k] > Env->xmax_eval[k]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/** Visits the current shell around one reference point, nearest point first. */
+void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
+{
+    const float IntRefDose = doseAt(referenceGrid(), refPos);
+    const float delta = localDD ? (IntRefDose * DD) / 100 : DDvalue;
+    for (vec3dRT sphPos : *evalPoints) {
+        if (Env->randomRotation) {
+            applyRotation(Rot, sphPos);
+        }
+        const vec3dRT evPos = refPos + sphPos;
+        if (!insideEvaluationBox(evPos)) {
+            continue;
+        }
+        const float DDterm = doseAt(evaluationGrid(), evPos) - IntRefDose;
+        const float r2_now = dot(sphPos, sphPos);
+        const float distanceTerm = (r2_now / DTA) / DTA;
+        const float Gammasq = ((DDterm * DDterm) / delta) / delta + distanceTerm;
+        if (voxel.gammasq > Gammasq) {
+            voxel.gammasq = Gammasq;
+            voxel.distanceMinGamma = std::sqrt(r2_now);
+        }
+        if (Gammasq <= 1.0F) {
+            voxel.passed = true;
+        }
+        if (distanceTerm >= voxel.gammasq) {
+            voxel.stopSearching = true;
+            return;
+        }
+        if (Env->passRateMode && voxel.passed) {
+            return;
+        }
+    }
+}
+
+} // namespace
+
+void searchVoxel(ActiveVoxel& voxel)
+{
+    const vec3dRT node = nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
+    trilinDebug.store(false, std::memory_order_relaxed);
+    for (const vec3dRT& offset : ptsSob_vox) {
+        searchAround(voxel, node + offset);
+        if (Env->passRateMode && voxel.passed) {
+            return;
+        }
+    }
+}

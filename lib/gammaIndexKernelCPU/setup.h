@@ -1,0 +1,41 @@
+/**
+ * @file setup.h
+ * The preparation of a computation: criteria, doses, and the list of voxels under test.
+ */
+#ifndef ZARNGI_SETUP_H
+#define ZARNGI_SETUP_H
+
+#include <cstddef>
+
+/** The doses that decide which voxels are tested. */
+struct DoseLevels {
+    float maxDose;             ///< Gy, largest reference dose
+    float maxDose_eval;        ///< Gy, largest evaluation dose
+    float globalReferenceDose; ///< Gy, normalisation dose
+    float cutoff;              ///< Gy, voxels strictly above it are tested
+    std::size_t countActiveVoxel;
+};
+
+/** Copies DD, DTA, DCO and the kind of dose difference from the environment. */
+void takeOverCriteria();
+
+/** Seeds the C library's random generator from the time and discards 100 draws. */
+void seedRandomGenerator();
+
+/** Rebuilds ptsSob_vox: the voxel centre. */
+void buildReferenceSampleOffsets();
+
+/** Finds the dose maxima, the normalisation dose, the cut-off and the number of voxels above it. */
+DoseLevels findDoseLevels();
+
+/** Sets DDvalue from the normalisation dose. */
+void setGlobalDoseDifference(const DoseLevels& levels);
+
+/**
+ * Fills activeVoxels, in increasing ivxl. In pass-rate mode it marks as passed the voxels whose
+ * evaluation dose at the centre agrees.
+ * @return the number of voxels marked so.
+ */
+std::size_t fillActiveVoxels(const DoseLevels& levels);
+
+#endif

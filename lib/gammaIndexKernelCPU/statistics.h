@@ -1,0 +1,18 @@
+/**
+ * @file statistics.h
+ * Statistics of the gamma values of the tested voxels.
+ */
+#ifndef ZARNGI_STATISTICS_H
+#define ZARNGI_STATISTICS_H
+
+struct GammaStatistics {
+    double gmin;
+    double gmax;
+    double gamma_avg;
+    double gamma_std; ///< sample standard deviation (divisor n - 1); not finite for one voxel
+};
+
+/** One pass over activeVoxels, which must not be empty. */
+GammaStatistics gammaStatistics();
+
+#endif

@@ -1,0 +1,252 @@
+/**
+ * @file libZarnGI.h
+ * libZarnGI: the gamma-index comparison of two three-dimensional dose distributions.
+ *
+ * The library compares a reference and an evaluation dose grid. For every reference voxel above a
+ * dose cut-off it searches the evaluation dose around the voxel's centre for the smallest
+ *
+ *     gamma^2 = (dose difference / DD)^2 + (distance / DTA)^2
+ *
+ * (D. A. Low et al., Med. Phys. 25 (1998) 656-661), on a cubic lattice of spacing stepSize, in
+ * spherical shells of width DTA. A voxel passes when gamma^2 <= 1.
+ *
+ * A host calls, in this order:
+ *  1. zarnGI_init(), once;
+ *  2. in any order zarnGI_setRef(), zarnGI_setEval(), zarnGI_setDCO(), zarnGI_setDTA(),
+ *     zarnGI_setDD() (all five mandatory) and any other setter;
+ *  3. zarnGI_startComputation(), which returns when the computation is complete;
+ *  4. zarnGI_getGammaIndex3DMap() and zarnGI_getGammaIndexPassRate(), as often as wanted.
+ * For the next comparison change what differs and go to 3, or zarnGI_reset() and go to 2.
+ *
+ * Every function returns ZARNGI_OK (0) or one of the negative codes of ::zarnGI_status. A rejected
+ * call changes nothing, prints nothing and throws nothing; results are written through pointer
+ * arguments only when the function returns 0. A call made before zarnGI_init() creates the
+ * environment first, as zarnGI_init() would; if the memory for it cannot be had, the call returns
+ * ZARNGI_NULL_POINTER.
+ *
+ * Units: lengths in mm, doses in Gy, DD, DCO and the pass rate in percent.
+ *
+ * The library holds one environment per process and is meant for one host thread: calls must not
+ * overlap. Worker threads exist only inside zarnGI_startComputation(). Results are the same bits
+ * on every x86-64 CPU, with every compiler and every number of threads.
+ *
+ * This header and env.h compile as C11 and as C++.
+ */
+#ifndef ZARNGI_LIBZARNGI_H
+#define ZARNGI_LIBZARNGI_H
+
+#include "env.h"
+
+#if defined(__GNUC__)
+#define ZARNGI_API __attribute__((visibility("default")))
+#else
+#define ZARNGI_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** The codes returned by the exported functions; no other value is ever returned. */
+typedef enum zarnGI_status {
+    ZARNGI_OK = 0,               /**< success */
+    ZARNGI_OUT_OF_RANGE = -20,   /**< parameter value out of range */
+    ZARNGI_NULL_POINTER = -29,   /**< a required pointer is null, or memory cannot be had */
+    ZARNGI_BAD_GRID_SIZE = -51,  /**< grid size not positive, or 2^31 voxels or more */
+    ZARNGI_BAD_VOXEL_SIZE = -52, /**< voxel size not positive */
+    ZARNGI_BUSY = -100,          /**< a computation is running or being aborted */
+    ZARNGI_NOT_READY = -101,     /**< readiness not confirmed, or the computation could not run */
+    ZARNGI_NO_CRITERIA = -102,   /**< DCO, DTA or DD not set */
+    ZARNGI_NO_REFERENCE = -103,  /**< no reference grid */
+    ZARNGI_NO_EVALUATION = -104, /**< no evaluation grid */
+    ZARNGI_NO_RESULTS = -105     /**< no computation has finished */
+} zarnGI_status;
+
+/** Values of zarnGI_setDDCriterium(). */
+enum { ZARNGI_DD_GLOBAL = 1, ZARNGI_DD_LOCAL = 2 };
+
+/** Values of zarnGI_setComputationMode(). */
+enum { ZARNGI_MODE_GAMMA_MAP = 1, ZARNGI_MODE_PASS_RATE = 2 };
+
+/** Bytes that zarnGI_version() writes. */
+enum { ZARNGI_VERSION_BUFFER_SIZE = 255 };
+
+/** Status flags that gate the start of a computation and the reading of results. */
+typedef struct libraryStatus {
+    int isReadyToGo; /**< 1: the last readiness check passed */
+    int isComputing; /**< not 0: a computation is running (never raised by this library) */
+    int isAborting;  /**< not 0: a computation is being aborted (never raised by this library) */
+    int hasFinished; /**< 1: results are available */
+} libraryStatus;
+
+/** The environment; null until zarnGI_init() (or the first other call). Valid until unload. */
+ZARNGI_API extern calculationEnvironment* Env;
+
+/** The status flags; all 0 at load. */
+ZARNGI_API extern libraryStatus libStatus;
+
+/** The version of the library, "4.1". */
+ZARNGI_API extern const char* const VERSION_STRING;
+
+/* ---- Lifecycle and results ------------------------------------------------------------------ */
+
+/**
+ * Creates the environment and resets it. Called again, it releases the grids and resets the same
+ * record, so that `Env` stays valid.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when the memory cannot be had.
+ */
+ZARNGI_API int zarnGI_init(void);
+
+/**
+ * Releases both grids and the gamma map, clears the status flags and gives every parameter its
+ * default (DTA, DD, DCO, normalisation, search maximum, step size, pass rate: -1, not set; global
+ * DD; full gamma map; interpolation on; no rotation; no 2D flag; 1 thread; 1000 samples;
+ * verbosity 0). Reseeds the C library's random generator.
+ * @return ZARNGI_OK.
+ */
+ZARNGI_API int zarnGI_reset(void);
+
+/**
+ * Writes the version text, filled up with NUL bytes to ZARNGI_VERSION_BUFFER_SIZE bytes.
+ * @param version buffer of at least ZARNGI_VERSION_BUFFER_SIZE bytes.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when version is null.
+ */
+ZARNGI_API int zarnGI_version(char* version);
+
+/**
+ * Chooses the amount of reports on standard output.
+ * @param level 0 (none) to 5 (everything): 1 one dot per shell, 3 and 4 one line per shell.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE outside 0 to 5.
+ */
+ZARNGI_API int zarnGI_setVerbose(int level);
+
+/**
+ * Checks that a computation can start. A failed check withdraws the results of an earlier
+ * computation until a check passes again.
+ * @return ZARNGI_OK; ZARNGI_BUSY; ZARNGI_NO_CRITERIA; ZARNGI_NO_REFERENCE; ZARNGI_NO_EVALUATION.
+ */
+ZARNGI_API int zarnGI_isReadyToGo(void);
+
+/**
+ * Runs the computation to its end on the calling thread and the configured worker threads.
+ *
+ * With no reference voxel above the cut-off it succeeds at once and leaves the earlier pass rate
+ * (-1 after a reset) and the gamma map (-1 in every voxel of a new reference grid) as they are.
+ * @return ZARNGI_OK; the code of the failed readiness check (see zarnGI_isReadyToGo());
+ *         ZARNGI_NOT_READY when memory ran out: no results can be read then, and the library is
+ *         ready for the next call.
+ */
+ZARNGI_API int zarnGI_startComputation(void);
+
+/**
+ * Copies the gamma map: for each tested voxel its gamma value (1e10 when no search point lay in
+ * the evaluation grid), or in pass-rate mode 1 for passed and 0 for failed; -1 for voxels not
+ * tested.
+ * @param gamma buffer of as many floats as the reference grid has voxels, x fastest.
+ * @return ZARNGI_OK; ZARNGI_NOT_READY; ZARNGI_BUSY; ZARNGI_NO_RESULTS; ZARNGI_NULL_POINTER
+ *         (checked in this order).
+ */
+ZARNGI_API int zarnGI_getGammaIndex3DMap(float* gamma);
+
+/**
+ * Tells the pass rate of the last computation.
+ * @param passrate %, 100 * passed / tested voxels.
+ * @return as zarnGI_getGammaIndex3DMap().
+ */
+ZARNGI_API int zarnGI_getGammaIndexPassRate(float* passrate);
+
+/* ---- Grid input ----------------------------------------------------------------------------- */
+
+/**
+ * Hands over the reference dose grid; the library keeps a copy. Replaces an earlier reference grid
+ * and its gamma map.
+ * @param nn three voxel counts (x, y, z), each at least 1, less than 2^31 voxels together.
+ * @param hs three voxel sizes, mm, each greater than 0.
+ * @param x0 lower corner of the grid, mm: the outer corner of voxel (0, 0, 0), not its centre.
+ * @param map nn[0]*nn[1]*nn[2] doses, Gy, x fastest; any value, stored unchanged.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when nn, hs, x0 or map is null or the memory cannot be
+ *         had; ZARNGI_BAD_GRID_SIZE; ZARNGI_BAD_VOXEL_SIZE. Axes are checked in the order x, y, z,
+ *         on each the size before the spacing. A rejected call leaves the earlier grid in place.
+ */
+ZARNGI_API int zarnGI_setRef(int* nn, float* hs, float* x0, float* map);
+
+/** Hands over the evaluation dose grid; parameters and codes as zarnGI_setRef(). */
+ZARNGI_API int zarnGI_setEval(int* nn, float* hs, float* x0, float* map);
+
+/* ---- Parameters -------------------------------------------------------------------------------
+ * Every setter returns ZARNGI_OK, or ZARNGI_OUT_OF_RANGE and changes nothing. Every getter returns
+ * ZARNGI_OK, or ZARNGI_NULL_POINTER when its pointer is null. A float parameter reads -1 until it
+ * is set; only zarnGI_reset() makes it unset again. A not-a-number argument is stored.
+ */
+
+/** Distance to agreement, mm, > 0. Also sets the step size to DTA / 10 when that is not set yet. */
+ZARNGI_API int zarnGI_setDTA(float DTA);
+/** Distance to agreement, mm. */
+ZARNGI_API int zarnGI_getDTA(float* DTA);
+
+/** Dose difference, % of the normalisation dose (global) or of the voxel's dose (local), > 0. */
+ZARNGI_API int zarnGI_setDD(float DD);
+/** Dose difference, %. */
+ZARNGI_API int zarnGI_getDD(float* DD);
+
+/** Normalisation dose of DCO and global DD, Gy, > 0; not set: the reference maximum. */
+ZARNGI_API int zarnGI_setGlobalNormalization(float doseLevel);
+/** Normalisation dose, Gy; -1 when not set. */
+ZARNGI_API int zarnGI_getGlobalNormalization(float* doseLevel);
+
+/**
+ * Largest gamma searched for, > 0: the number of DTA-wide shells is this value rounded to the
+ * nearest whole number (at least 1). Not set: the search goes on until every gamma is final.
+ */
+ZARNGI_API int zarnGI_setGammaSearchMax(float maxgamma);
+/** Largest gamma searched for; -1 when not set. */
+ZARNGI_API int zarnGI_getGammaSearchMax(float* maxgamma);
+
+/** Dose cut-off, % of the normalisation dose, > 0: voxels strictly above it are tested. */
+ZARNGI_API int zarnGI_setDCO(float DCO);
+/** Dose cut-off, %. */
+ZARNGI_API int zarnGI_getDCO(float* DCO);
+
+/** Spacing of the search lattice, mm, > 0. */
+ZARNGI_API int zarnGI_setStepSize(float step);
+/** Spacing of the search lattice, mm; -1 when neither it nor the DTA is set. */
+ZARNGI_API int zarnGI_getStepSize(float* step);
+
+/** ZARNGI_DD_GLOBAL (1) or ZARNGI_DD_LOCAL (2). */
+ZARNGI_API int zarnGI_setDDCriterium(int criterium);
+/** ZARNGI_DD_GLOBAL (1) or ZARNGI_DD_LOCAL (2). */
+ZARNGI_API int zarnGI_getDDCriterium(int* criterium);
+
+/**
+ * ZARNGI_MODE_GAMMA_MAP (1), or ZARNGI_MODE_PASS_RATE (2): only the first shell is searched, a
+ * voxel's search ends at the first passing point, and the map holds 1 (passed) and 0 (failed).
+ */
+ZARNGI_API int zarnGI_setComputationMode(int mode);
+/** ZARNGI_MODE_GAMMA_MAP (1) or ZARNGI_MODE_PASS_RATE (2). */
+ZARNGI_API int zarnGI_getComputationMode(int* mode);
+
+/** Number of worker threads, at least 1. No result depends on it. */
+ZARNGI_API int zarnGI_setNumThreads(int N);
+/** Number of worker threads. */
+ZARNGI_API int zarnGI_getNumThreads(int* N);
+
+/** A sample count kept for the host, at least 1. No result depends on it. */
+ZARNGI_API int zarnGI_setNumSamplesEval(int N);
+/** The sample count kept for the host. */
+ZARNGI_API int zarnGI_getNumSamplesEval(int* N);
+
+/** true: doses are interpolated between voxel centres; false: dose of the containing voxel. */
+ZARNGI_API int zarnGI_setInterpolation(bool TF);
+/** Whether doses are interpolated. */
+ZARNGI_API int zarnGI_getInterpolation(bool* TF);
+
+/** true: the search lattice is turned by a rotation drawn at random once per computation. */
+ZARNGI_API int zarnGI_setRandomRotation(bool TF);
+/** Whether the search lattice is turned. */
+ZARNGI_API int zarnGI_getRandomRotation(bool* TF);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
