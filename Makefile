@@ -1,0 +1,51 @@
+# The everyday commands; the work is done by CMake presets and the scripts.
+PRESET ?= release
+JOBS ?= $(shell nproc)
+CTEST_ARGS ?=
+
+.PHONY: help demo test quick-test sanitize coverage format lint clean
+
+help:
+	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
+	@echo "make test        build everything and run all tests"
+	@echo "make quick-test  the same without the long tests"
+	@echo "make sanitize    the quick tests under the address, undefined and thread sanitizers"
+	@echo "make coverage    line and branch coverage of lib/ by its tests"
+	@echo "make format      format all C and C++ sources"
+	@echo "make lint        check formatting and run clang-tidy"
+	@echo "make clean       remove build/"
+
+demo:
+	scripts/install-deps.sh demo
+	cmake --preset release -DZARNGI_BUILD_TESTS=OFF
+	cmake --build --preset release --parallel $(JOBS)
+	build/release/cli/zarngi demo
+
+test:
+	scripts/install-deps.sh test
+	cmake --preset $(PRESET) -DZARNGI_BUILD_TESTS=ON
+	cmake --build --preset $(PRESET) --parallel $(JOBS)
+	ctest --preset $(PRESET) --parallel $(JOBS) $(CTEST_ARGS)
+
+quick-test: CTEST_ARGS += --label-exclude long
+quick-test: test
+
+sanitize:
+	scripts/install-deps.sh test
+	scripts/sanitize.sh $(JOBS)
+
+coverage:
+	scripts/install-deps.sh test
+	scripts/coverage.sh $(JOBS)
+
+format:
+	scripts/format.sh
+
+lint:
+	scripts/install-deps.sh test
+	scripts/format.sh --check
+	cmake --preset $(PRESET) -DZARNGI_BUILD_TESTS=ON
+	scripts/tidy.sh build/$(PRESET) $(JOBS)
+
+clean:
+	rm -rf build

@@ -1,0 +1,50 @@
+#!/bin/sh
+# Installs the Debian packages that are missing: install-deps.sh demo|test
+# Does nothing, and needs no privileges, when all are there.
+set -eu
+
+demo_packages="
+    g++ cmake ninja-build pkg-config
+    libcli11-dev nlohmann-json3-dev
+    libinsighttoolkit5-dev libgdcm-dev"
+
+test_packages="
+    clang clang-format clang-tidy libclang-rt-14-dev lcov
+    libgtest-dev libbenchmark-dev
+    python3-dev python3-pip python3-setuptools python3-venv python3-wheel
+    python3-pytest python3-numpy python3-matplotlib python3-nibabel python3-pydicom
+    chromium doxygen graphviz"
+
+case "${1:-}" in
+    demo) wanted=$demo_packages ;;
+    test) wanted="$demo_packages $test_packages" ;;
+    *) echo "usage: $0 demo|test" >&2; exit 2 ;;
+esac
+# Any Node.js will do: the report's tests need the program, not Debian's package of it.
+if [ "$1" = test ] && ! command -v node >/dev/null; then
+    wanted="$wanted nodejs npm"
+fi
+
+is_installed() {
+    [ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+missing=""
+for package in $wanted; do
+    is_installed "$package" || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+as_root=""
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "$0: run as root to install:$missing" >&2
+        exit 1
+    fi
+    as_root=sudo
+fi
+echo "Installing:$missing"
+$as_root apt-get update -q
+# The list is meant to be split into words.
+# shellcheck disable=SC2086
+$as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing
