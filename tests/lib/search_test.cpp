@@ -1,0 +1,341 @@
+// The search held to its definition, over random problems and the cases worth a name.
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "gammaIndexKernelCPU.h"
+#include "support/definition.h"
+#include "support/host.h"
+
+namespace
+{
+
+constexpr float inf = std::numeric_limits<float>::infinity();
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+
+/** Draws the grids, criteria and options of one computation. */
+class RandomProblem
+{
+public:
+    explicit RandomProblem(unsigned seed) : random_(seed) {}
+
+    /** Hands a problem over to the library and returns its number of shells. */
+    int handOver()
+    {
+        const float DTA = oneOf({1.0F, 2.0F, 3.0F, 0.7F});
+        setCriteria(DTA, oneOf({1.0F, 3.0F, 10.0F}), oneOf({1.0F, 10.0F, 50.0F}));
+        zarnGI_setStepSize(DTA / oneOf({3.0F, 4.5F, 7.0F, 10.0F}));
+        if (chance(0.3)) {
+            zarnGI_setGlobalNormalization(uniform(0.5F, 3));
+        }
+        zarnGI_setDDCriterium(chance(0.3) ? ZARNGI_DD_LOCAL : ZARNGI_DD_GLOBAL);
+        zarnGI_setComputationMode(chance(0.2) ? ZARNGI_MODE_PASS_RATE : ZARNGI_MODE_GAMMA_MAP);
+        zarnGI_setInterpolation(!chance(0.25));
+        zarnGI_setRandomRotation(chance(0.2));
+        Env->gammaindex2D = chance(0.2);
+        zarnGI_setNumThreads(1 + static_cast<int>(random_() % 4));
+        const int shells = 1 + static_cast<int>(random_() % 3);
+        zarnGI_setGammaSearchMax(static_cast<float>(shells));
+        handOverGrids();
+        return shells;
+    }
+
+private:
+    bool chance(double probability) { return uniform(0, 1) < static_cast<float>(probability); }
+    float uniform(float low, float high)
+    {
+        return std::uniform_real_distribution<float>(low, high)(random_);
+    }
+    float oneOf(std::initializer_list<float> values)
+    {
+        return values.begin()[random_() % values.size()];
+    }
+    std::array<int, 3> sizes(int most)
+    {
+        std::array<int, 3> nn{};
+        for (int& n : nn) {
+            n = 1 + static_cast<int>(random_() % static_cast<unsigned>(most));
+        }
+        return nn;
+    }
+
+    Grid field(std::array<int, 3> nn, std::array<float, 3> hs, std::array<float, 3> x0)
+    {
+        const float slope[3] = {uniform(-0.2F, 0.2F), uniform(-0.2F, 0.2F), uniform(-0.2F, 0.2F)};
+        const float noise = oneOf({0, 0.02F, 0.5F});
+        const bool steps = chance(0.2); // plateaus, with many equal doses
+        const float odd = chance(0.15) ? 0.02F : 0.0F;
+        return makeGrid(nn, hs, x0, [&](int x, int y, int z) {
+            const float smooth = 1 + slope[0] * static_cast<float>(x) +
+                                 slope[1] * static_cast<float>(y) +
+                                 slope[2] * static_cast<float>(z) + noise * uniform(-1, 1);
+            if (uniform(0, 1) < odd) {
+                return oneOf({nan, inf, -inf, 0, -0.0F, 1e30F, 1e-40F});
+            }
+            return steps ? std::floor(4 * smooth) / 4 : smooth;
+        });
+    }
+
+    void handOverGrids()
+    {
+        const auto spacing = [&] { return oneOf({0.4F, 1.0F, 2.0F, 2.5F, uniform(0.3F, 4)}); };
+        const std::array<float, 3> hs{spacing(), spacing(), spacing()};
+        const std::array<float, 3> x0{uniform(-30, 30), uniform(-30, 30), uniform(-30, 30)};
+        ASSERT_EQ(setRef(field(sizes(7), hs, x0)), ZARNGI_OK);
+        std::array<float, 3> hsEval = hs;
+        std::array<float, 3> x0Eval = x0;
+        if (chance(0.7)) {
+            for (std::size_t a = 0; a < 3; ++a) {
+                hsEval[a] = spacing();
+                x0Eval[a] += uniform(-3, 3);
+            }
+        }
+        ASSERT_EQ(setEval(field(sizes(9), hsEval, x0Eval)), ZARNGI_OK);
+    }
+
+    std::mt19937 random_;
+};
+
+class RandomProblems : public LibraryTest, public testing::WithParamInterface<unsigned>
+{
+};
+
+TEST_P(RandomProblems, GiveTheBitsOfTheDefinition)
+{
+    constexpr unsigned problems = 40;
+    std::size_t tested = 0;
+    for (unsigned i = 0; i < problems && !HasFailure(); ++i) {
+        const unsigned seed = GetParam() * problems + i;
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        zarnGI_reset();
+        RandomProblem problem(seed);
+        const int shells = problem.handOver();
+        const Results results = compute();
+        const std::vector<DefinedVoxel> expected = searchByDefinition(shells);
+        tested += expected.size();
+        expectSameRecords(expected);
+        if (!expected.empty()) {
+            EXPECT_TRUE(sameBits(results.gamma, mapByDefinition(expected)));
+            EXPECT_EQ(results.passRate, getGammaPassRate());
+        }
+    }
+    EXPECT_GT(tested, 1000U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Search, RandomProblems, testing::Range(0U, 8U));
+
+class Search : public LibraryTest
+{
+protected:
+    /** A dose peak on 8 x 8 x 8 voxels of 2 mm. */
+    static Grid peak(float shift, float scale)
+    {
+        return makeGrid({8, 8, 8}, {2, 2, 2}, {shift, 0, 0}, [scale](int x, int y, int z) {
+            const auto square = [](int i) {
+                return (static_cast<float>(i) - 3.5F) * (static_cast<float>(i) - 3.5F);
+            };
+            return scale * std::exp(-(square(x) + square(y) + square(z)) / 10);
+        });
+    }
+    /** Compares with the definition over so many shells that every voxel is final. */
+    static void expectDefinition(int shells)
+    {
+        const Results results = compute();
+        const std::vector<DefinedVoxel> expected = searchByDefinition(shells);
+        expectSameRecords(expected);
+        EXPECT_TRUE(sameBits(results.gamma, mapByDefinition(expected)));
+    }
+};
+
+TEST_F(Search, IdenticalDosesGiveGammaZero)
+{
+    setCriteria(3, 3, 10);
+    setRef(peak(0, 1));
+    setEval(peak(0, 1));
+    const Results results = compute();
+    EXPECT_EQ(results.passRate, 100);
+    for (const float gamma : results.gamma) {
+        EXPECT_TRUE(gamma == 0 || gamma == -1);
+    }
+    EXPECT_GT(activeVoxels.size(), 100U);
+}
+
+TEST_F(Search, ShiftInAGradientCostsAtMostTheDistance)
+{
+    setCriteria(3, 3, 10);
+    setRef(peak(0, 1));
+    setEval(peak(1.2F, 1)); // four lattice steps along x
+    const Results results = compute();
+    for (const float gamma : results.gamma) {
+        EXPECT_LE(gamma, 0.4F + 1e-5F);
+    }
+    EXPECT_EQ(results.passRate, 100);
+}
+
+TEST_F(Search, UnboundedSearchEndsWithEveryVoxelFinal)
+{
+    setCriteria(1, 1, 10);
+    zarnGI_setStepSize(0.25F);
+    setRef(peak(0, 1));
+    setEval(peak(0.6F, 1.1F));
+    expectDefinition(40);
+    EXPECT_FALSE(keepSearching());
+}
+
+TEST_F(Search, SearchMaximumIsRoundedToWholeShells)
+{
+    // Gamma of the one tested voxel is 5 mm / 2 mm to the next voxel, found in the third shell.
+    setRef(makeRow({1, 4, 1}, 10));
+    setEval(makeRow({4, 100, 100}, 10));
+    setCriteria(2, 1, 50);
+    zarnGI_setInterpolation(false);
+    zarnGI_setStepSize(0.5F);
+    for (const auto& [maximum, gamma] :
+         {std::pair{1.0F, 2400.0F}, std::pair{1.4F, 2400.0F}, std::pair{2.4F, 2400.0F},
+          std::pair{2.5F, 2.75F}, std::pair{3.0F, 2.75F}, std::pair{1e38F, 2.75F},
+          std::pair{inf, 2.75F}}) {
+        zarnGI_setGammaSearchMax(maximum);
+        EXPECT_FLOAT_EQ(compute().gamma[1], gamma) << maximum;
+    }
+    zarnGI_setComputationMode(ZARNGI_MODE_PASS_RATE);
+    EXPECT_EQ(compute().gamma[1], 0);
+}
+
+TEST_F(Search, GammaOfExactlyOnePasses)
+{
+    setRef(makeRow({4, 4}, 10));
+    setEval(makeRow({5, 5.25F}, 10));
+    setCriteria(0.5F, 25, 10);
+    zarnGI_setInterpolation(false);
+    const Results results = compute();
+    EXPECT_EQ(results.gamma, (std::vector<float>{1, 1.25F}));
+    EXPECT_EQ(results.passRate, 50);
+}
+
+TEST_F(Search, PointsOnAFaceOfTheEvaluationGridAreUsed)
+{
+    // The evaluation grid ends 2 mm before the reference voxel's centre at 5 mm. Its upper face is
+    // outside for the reader (dose 0), but inside for the search: gamma² there is
+    // (1 / 0.5)² + (2 / 2)² = 5, and the next point inwards, at 2.5 mm, reads the dose 1:
+    // (2.5 / 2)² = 1.5625.
+    setRef(makeRow({1}, 10));
+    Grid evaluation = makeRow({1, 1, 1}, 1);
+    evaluation.x0 = {0, 3.5F, 3.5F};
+    evaluation.hs = {1, 3, 3};
+    setEval(evaluation);
+    setCriteria(2, 50, 10);
+    zarnGI_setStepSize(0.5F);
+    zarnGI_setGammaSearchMax(1);
+    EXPECT_FLOAT_EQ(compute().gamma[0], std::sqrt(5.0F));
+    zarnGI_setGammaSearchMax(2);
+    EXPECT_FLOAT_EQ(compute().gamma[0], 1.25F);
+}
+
+TEST_F(Search, LocalCriterionThatVanishesNeverPasses)
+{
+    // 3 % of the smallest positive dose is 0: every dose term is infinite or not a number.
+    const Grid row = makeRow({std::numeric_limits<float>::denorm_min(), 1}, 10);
+    setRef(row);
+    setEval(row);
+    setCriteria(2, 3, 10);
+    Env->DCO = 0;
+    zarnGI_setDDCriterium(ZARNGI_DD_LOCAL);
+    EXPECT_EQ(compute().gamma, (std::vector<float>{1e10F, 0}));
+    EXPECT_FALSE(activeVoxels[0].passed);
+}
+
+TEST_F(Search, SingleVoxelGrids)
+{
+    setRef(makeRow({2}, 3));
+    setEval(makeRow({2.5F}, 3));
+    setCriteria(1, 25, 10);
+    EXPECT_EQ(compute().gamma, std::vector<float>{1});
+}
+
+TEST_F(Search, GridsThatTouchOnlyFartherOutAreSearchedUntilTheyDo)
+{
+    setCriteria(2, 10, 10);
+    zarnGI_setStepSize(1);
+    setRef(peak(0, 1));
+    setEval(peak(22, 1)); // 6 mm of nothing between the grids
+    expectDefinition(20);
+}
+
+TEST_F(Search, GridsBetweenTheLatticePointsEndAtOnce)
+{
+    // A box thinner than the step that no lattice plane meets: no shell can ever help.
+    setCriteria(3, 3, 10);
+    setRef(makeRow({1, 1}, 2));
+    Grid sliver = makeRow({1}, 0.1F);
+    sliver.x0 = {0.86F, 0.8F, 0.82F};
+    setEval(sliver);
+    const Results results = compute();
+    EXPECT_EQ(results.gamma, (std::vector<float>{1e10F, 1e10F}));
+    EXPECT_EQ(results.passRate, 0);
+}
+
+TEST_F(Search, NonFiniteDosesTouchOnlyWhatReadsThem)
+{
+    Grid reference = peak(0, 1);
+    Grid evaluation = peak(0.6F, 1.05F);
+    evaluation.map[100] = nan;
+    evaluation.map[260] = inf;
+    reference.map[220] = nan;  // not above the cut-off: not tested
+    reference.map[300] = -inf; // the same
+    setCriteria(2, 3, 10);
+    zarnGI_setGlobalNormalization(1);
+    zarnGI_setGammaSearchMax(2);
+    setRef(reference);
+    setEval(evaluation);
+    expectDefinition(2);
+    EXPECT_EQ(Env->gamma[220], -1);
+    EXPECT_EQ(Env->gamma[300], -1);
+    for (std::size_t i = 0; i < Env->N_ref; ++i) {
+        EXPECT_FALSE(std::isnan(Env->gamma[i]));
+    }
+}
+
+TEST_F(Search, InfiniteMaximumLeavesNothingAboveTheCutOff)
+{
+    Grid reference = peak(0, 1);
+    reference.map[7] = inf;
+    setCriteria(2, 3, 10);
+    setRef(reference);
+    setEval(peak(0, 1));
+    EXPECT_EQ(compute().passRate, -1);
+}
+
+TEST_F(Search, RepeatedComputationsGiveTheSameBits)
+{
+    setCriteria(2, 2, 10);
+    setRef(peak(0, 1));
+    setEval(peak(0.8F, 1.03F));
+    const Results first = compute();
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(sameBits(compute().gamma, first.gamma));
+    }
+    zarnGI_setInterpolation(false);
+    EXPECT_FALSE(sameBits(compute().gamma, first.gamma));
+    zarnGI_setInterpolation(true);
+    EXPECT_TRUE(sameBits(compute().gamma, first.gamma));
+}
+
+class ThreadCounts : public Search, public testing::WithParamInterface<int>
+{
+};
+
+TEST_P(ThreadCounts, ChangeNoBit)
+{
+    setCriteria(2, 2, 10);
+    setRef(peak(0, 1));
+    setEval(peak(0.8F, 1.03F));
+    const Results alone = compute();
+    zarnGI_setNumThreads(GetParam());
+    const Results together = compute();
+    EXPECT_TRUE(sameBits(together.gamma, alone.gamma));
+    EXPECT_EQ(together.passRate, alone.passRate);
+}
+
+INSTANTIATE_TEST_SUITE_P(Search, ThreadCounts, testing::Values(2, 3, 4, 5, 1000));
+
+} // namespace

@@ -1,0 +1,161 @@
+#include "definition.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "gammaIndexKernelCPU.h"
+#include "generatePointsInShell.h"
+
+namespace
+{
+
+float dose(const float* map, const vec3dRT& p, const float* x0, const float* h, const int* n)
+{
+    if (Env->lNoInterpolation) {
+        return VoxelValue(map, p.v, x0, h, n);
+    }
+    return Env->gammaindex2D ? BilinearInterp(map, p.v, x0, h, n, 2)
+                             : TrilinearInterp(map, p.v, x0, h, n);
+}
+
+float referenceDose(const vec3dRT& p)
+{
+    return dose(Env->map_ref, p, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
+}
+
+float evaluationDose(const vec3dRT& p)
+{
+    return dose(Env->map_eval, p, Env->xmin_eval, Env->hs_eval, Env->nn_eval);
+}
+
+float normalisation()
+{
+    return Env->global_normalisation > 0
+               ? Env->global_normalisation
+               : *std::max_element(Env->map_ref, Env->map_ref + Env->N_ref);
+}
+
+float globalCriterion()
+{
+    const double criterion =
+        static_cast<double>(Env->DD) / 100 * static_cast<double>(normalisation());
+    return static_cast<float>(criterion);
+}
+
+std::vector<DefinedVoxel> testedVoxels()
+{
+    std::vector<DefinedVoxel> voxels;
+    const float cutoff = Env->DCO / 100 * normalisation();
+    for (int i = 0; i < static_cast<int>(Env->N_ref); ++i) {
+        const float d = Env->map_ref[i];
+        if (!(d > cutoff)) {
+            continue;
+        }
+        bool passed = false;
+        if (Env->passRateMode) {
+            const vec3dRT centre = centerPosition(i, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
+            const float criterion = Env->globalDD ? globalCriterion() : d * Env->DD / 100;
+            passed = std::fabs(d - evaluationDose(centre)) <= criterion;
+        }
+        voxels.push_back({i, passed, false, 1e20F, 0});
+    }
+    return voxels;
+}
+
+bool outsideBox(const vec3dRT& p)
+{
+    for (int k = 0; k < 3; ++k) {
+        if (p[k] < Env->xmin_eval[k] || p[k] > Env->xmax_eval[k]) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void searchAround(DefinedVoxel& voxel, const std::vector<vec3dRT>& points)
+{
+    const vec3dRT refPos =
+        nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref) +
+        vec3dRT(0.5F * Env->hs_ref[0], 0.5F * Env->hs_ref[1], 0.5F * Env->hs_ref[2]);
+    const float refDose = referenceDose(refPos);
+    const float delta = Env->globalDD ? globalCriterion() : refDose * Env->DD / 100;
+    for (vec3dRT offset : points) {
+        if (Env->randomRotation) {
+            applyRotation(Rot, offset);
+        }
+        const vec3dRT evPos = refPos + offset;
+        if (outsideBox(evPos)) {
+            continue;
+        }
+        const float difference = evaluationDose(evPos) - refDose;
+        const float r2 = offset.x * offset.x + offset.y * offset.y + offset.z * offset.z;
+        const float distanceTerm = (r2 / Env->DTA) / Env->DTA;
+        const float gammasq = ((difference * difference) / delta) / delta + distanceTerm;
+        if (voxel.gammasq > gammasq) {
+            voxel.gammasq = gammasq;
+            voxel.distance = std::sqrt(r2);
+        }
+        voxel.passed = voxel.passed || gammasq <= 1.0F;
+        if (distanceTerm >= voxel.gammasq) {
+            voxel.stopped = true;
+            return;
+        }
+        if (Env->passRateMode && voxel.passed) {
+            return;
+        }
+    }
+}
+
+} // namespace
+
+std::vector<DefinedVoxel> searchByDefinition(int shells)
+{
+    std::vector<DefinedVoxel> voxels = testedVoxels();
+    const auto settled = [](const DefinedVoxel& v) {
+        return Env->passRateMode ? v.passed : v.stopped;
+    };
+    std::vector<vec3dRT> points;
+    for (int shell = 1; shell <= (Env->passRateMode ? 1 : shells); ++shell) {
+        if (std::all_of(voxels.begin(), voxels.end(), settled)) {
+            break;
+        }
+        generatePointsInShell(points, static_cast<float>(shell - 1) * Env->DTA,
+                              static_cast<float>(shell) * Env->DTA, Env->stepSize);
+        for (DefinedVoxel& voxel : voxels) {
+            if (!settled(voxel)) {
+                searchAround(voxel, points);
+            }
+        }
+    }
+    return voxels;
+}
+
+std::vector<float> mapByDefinition(const std::vector<DefinedVoxel>& voxels)
+{
+    std::vector<float> gamma(Env->N_ref, -1.0F);
+    for (const DefinedVoxel& voxel : voxels) {
+        const float result = voxel.passed ? 1.0F : 0.0F;
+        gamma[static_cast<std::size_t>(voxel.ivxl)] =
+            Env->passRateMode ? result : std::sqrt(voxel.gammasq);
+    }
+    return gamma;
+}
+
+void expectSameRecords(const std::vector<DefinedVoxel>& expected)
+{
+    ASSERT_EQ(activeVoxels.size(), expected.size());
+    for (std::size_t k = 0; k < expected.size(); ++k) {
+        const ActiveVoxel& voxel = activeVoxels[k];
+        ASSERT_EQ(voxel.ivxl, expected[k].ivxl) << "record " << k;
+        ASSERT_EQ(voxel.passed, expected[k].passed) << "voxel " << voxel.ivxl;
+        if (Env->passRateMode) {
+            continue; // how far a voxel's search went before it passed is not part of the result
+        }
+        ASSERT_EQ(voxel.gammasq, expected[k].gammasq) << "voxel " << voxel.ivxl;
+        if (voxel.gammasq < 1e20F) {
+            ASSERT_EQ(voxel.distanceMinGamma, expected[k].distance) << "voxel " << voxel.ivxl;
+        }
+    }
+}

@@ -1,0 +1,31 @@
+/**
+ * @file definition.h
+ * The gamma search as it is defined, one lattice point after another: what the library is held to.
+ */
+#ifndef ZARNGI_TESTS_DEFINITION_H
+#define ZARNGI_TESTS_DEFINITION_H
+
+#include <vector>
+
+/** One tested voxel. */
+struct DefinedVoxel {
+    int ivxl;
+    bool passed;
+    bool stopped;
+    float gammasq;
+    float distance;
+};
+
+/**
+ * The search of the grids and parameters in `Env`, over at most `shells` shells, with the current
+ * rotation of the library where one is asked for. Uses the library's dose readers and lattice.
+ */
+std::vector<DefinedVoxel> searchByDefinition(int shells);
+
+/** The gamma map that belongs to these voxels. */
+std::vector<float> mapByDefinition(const std::vector<DefinedVoxel>& voxels);
+
+/** Reports, as test failures, where the records of the last computation differ from these. */
+void expectSameRecords(const std::vector<DefinedVoxel>& expected);
+
+#endif
