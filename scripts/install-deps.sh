@@ -6,7 +6,7 @@ set -eu
 demo_packages="
     g++ cmake ninja-build pkg-config
     libcli11-dev nlohmann-json3-dev
-    libinsighttoolkit5-dev libgdcm-dev"
+    libinsighttoolkit5-dev libgdcm-dev zlib1g-dev libssl-dev"
 
 test_packages="
     clang clang-format clang-tidy libclang-rt-14-dev lcov

@@ -1,0 +1,46 @@
+/**
+ * @file compareOptions.h
+ * The command line of a comparison.
+ */
+#ifndef ZARNGI_CLI_COMPAREOPTIONS_H
+#define ZARNGI_CLI_COMPAREOPTIONS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "criterion.h"
+#include "gammaRun.h"
+#include "verdict.h"
+
+namespace CLI
+{
+class App;
+}
+
+namespace cli
+{
+
+struct CompareOptions {
+    std::string reference;
+    std::string evaluation;
+    std::vector<std::string> criteria; ///< as given with --criteria
+    Criterion single;                  ///< --dd, --dta, --local: used without --criteria
+    GammaSettings settings;
+    Limits limits;
+    std::optional<double> failBelow;
+    std::string gammaMap; ///< files to write; empty: none
+
+    /** The criteria asked for. @throws UsageError */
+    std::vector<Criterion> criteriaToCompute() const;
+};
+
+/** Adds the arguments to a command; the options must outlive the parsing. */
+void addCompareOptions(CLI::App& command, CompareOptions& options);
+
+/** What the parser cannot see: combinations that make no sense. @throws UsageError */
+void checkCompareOptions(const CompareOptions& options);
+
+} // namespace cli
+
+#endif

@@ -1,0 +1,52 @@
+/**
+ * @file comparison.h
+ * Two dose distributions, what was asked of them and what came out.
+ */
+#ifndef ZARNGI_CLI_COMPARISON_H
+#define ZARNGI_CLI_COMPARISON_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "criterion.h"
+#include "doseImage.h"
+#include "gammaRun.h"
+#include "gammaStatistics.h"
+#include "verdict.h"
+
+namespace cli
+{
+
+/** The result for one criterion. */
+struct CriterionResult {
+    Criterion criterion;
+    double step = 0; ///< mm, spacing of the search lattice
+    GammaStatistics statistics;
+    Verdict verdict = Verdict::belowAction;
+    double seconds = 0;       ///< of the search
+    std::vector<float> gamma; ///< on the reference grid; -1: not tested
+};
+
+struct Comparison {
+    DoseImage reference;
+    DoseImage evaluation;
+    GammaSettings settings;
+    Limits limits;
+    std::optional<double> failBelow; ///< %
+    std::vector<CriterionResult> results;
+    std::vector<std::string> warnings;
+    double readSeconds = 0;
+
+    /** Gy (or the unit of relative doses): what DCO and a global dose difference refer to. */
+    double normalisation() const;
+    /** In the same unit: only voxels above it were tested. */
+    double cutOffDose() const { return settings.cutOff / 100 * normalisation(); }
+    const char* doseUnit() const { return reference.isRelative ? "(relative)" : "Gy"; }
+    /** Whether a pass rate is below the limit that the user set. */
+    bool isBelowLimit() const;
+};
+
+} // namespace cli
+
+#endif

@@ -1,0 +1,65 @@
+/**
+ * @file doseImage.h
+ * A dose distribution as the program holds it, and where it came from.
+ */
+#ifndef ZARNGI_CLI_DOSEIMAGE_H
+#define ZARNGI_CLI_DOSEIMAGE_H
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cli
+{
+
+using Vec3 = std::array<double, 3>;
+
+/** A grid whose axes are those of the patient: x to the left, y to the back, z to the head. */
+struct Geometry {
+    std::array<int, 3> size; ///< voxels per axis
+    Vec3 spacing;            ///< mm
+    Vec3 origin;             ///< mm, centre of voxel (0, 0, 0)
+
+    std::size_t voxels() const
+    {
+        return static_cast<std::size_t>(size[0]) * static_cast<std::size_t>(size[1]) *
+               static_cast<std::size_t>(size[2]);
+    }
+};
+
+/** Values on a grid, x fastest. */
+struct Image {
+    Geometry geometry;
+    std::vector<float> values;
+};
+
+/** What a DICOM file says about itself; a text is empty where the file does not say it. */
+struct DicomIdentity {
+    std::string modality;
+    std::string summationType;
+    std::string doseType;
+    std::string planLabel;
+    std::string seriesDescription;
+    std::string doseComment;
+    std::string manufacturer;
+    std::string frameOfReference;
+    std::string sopInstance;
+    std::string patientName;
+    std::string patientId;
+    std::string patientBirthDate;
+};
+
+/** A dose distribution read from a file. */
+struct DoseImage {
+    Image image; ///< Gy, unless isRelative
+    std::string path;
+    std::string format;      ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
+    bool isRelative = false; ///< a DICOM dose relative to a value the file does not tell
+    std::optional<DicomIdentity> dicom;
+};
+
+} // namespace cli
+
+#endif

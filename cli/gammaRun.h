@@ -1,0 +1,64 @@
+/**
+ * @file gammaRun.h
+ * Computations of the gamma index: the library's C interface in C++ clothes.
+ */
+#ifndef ZARNGI_CLI_GAMMARUN_H
+#define ZARNGI_CLI_GAMMARUN_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "criterion.h"
+#include "doseImage.h"
+
+namespace cli
+{
+
+/** What holds for all criteria of a comparison. */
+struct GammaSettings {
+    double cutOff = 10;                  ///< %, DCO
+    std::optional<double> normalisation; ///< Gy; none: the reference maximum
+    double maxGamma = 3;
+    std::optional<double> step; ///< mm; none: a tenth of the distance to agreement
+    bool passRateOnly = false;
+    bool nearest = false; ///< doses of the containing voxel, no interpolation
+    bool rotate = false;
+    bool slices = false; ///< interpolation within planes of constant z
+    int threads = 1;
+    int verbose = 0;
+};
+
+/** What one computation gives. */
+struct GammaMap {
+    std::vector<float> values; ///< on the reference grid; -1: not tested
+    double passRate = 0;       ///< %
+    double seconds = 0;        ///< of the search
+};
+
+/** The spacing of the search lattice that a computation uses, mm. */
+float stepSize(const GammaSettings& settings, const Criterion& criterion);
+
+/** The library with two grids loaded; one at a time, since the library holds one environment. */
+class GammaRun
+{
+public:
+    /** @throws InputError when the library refuses a grid. */
+    GammaRun(const DoseImage& reference, const DoseImage& evaluation);
+    ~GammaRun();
+    GammaRun(const GammaRun&) = delete;
+    GammaRun& operator=(const GammaRun&) = delete;
+
+    /** @throws InputError when no voxel is above the cut-off, or memory runs out. */
+    GammaMap compute(const GammaSettings& settings, const Criterion& criterion);
+
+private:
+    std::size_t referenceVoxels_;
+};
+
+/** The version of the library. */
+std::string libraryVersion();
+
+} // namespace cli
+
+#endif

@@ -1,0 +1,47 @@
+/**
+ * @file gammaStatistics.h
+ * Counts and statistics of a gamma map.
+ */
+#ifndef ZARNGI_CLI_GAMMASTATISTICS_H
+#define ZARNGI_CLI_GAMMASTATISTICS_H
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "gammaRun.h"
+
+namespace cli
+{
+
+/** Gamma values of the tested voxels for which the search found a dose to compare with. */
+struct GammaSpread {
+    double minimum;
+    double mean;
+    double percentile95; ///< linear interpolation between the two nearest ranks
+    double percentile99;
+    double maximum;
+};
+
+/** Numbers of tested voxels by gamma, in bins of equal width from 0 upwards. */
+struct Histogram {
+    double binWidth = 0;
+    std::vector<std::size_t> counts;
+    std::size_t above = 0; ///< beyond the last bin, voxels without a dose to compare with included
+};
+
+struct GammaStatistics {
+    std::size_t tested = 0;
+    std::size_t passed = 0;
+    std::size_t failed = 0;
+    std::size_t unreached = 0;          ///< failed because no evaluation dose was within reach
+    double passRate = 0;                ///< %
+    std::optional<GammaSpread> spread;  ///< none in pass-rate mode, and when all are unreached
+    std::optional<Histogram> histogram; ///< none in pass-rate mode
+};
+
+GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settings);
+
+} // namespace cli
+
+#endif

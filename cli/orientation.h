@@ -1,0 +1,39 @@
+/**
+ * @file orientation.h
+ * Grids as files store them, and the way from there to the patient's axes.
+ */
+#ifndef ZARNGI_CLI_ORIENTATION_H
+#define ZARNGI_CLI_ORIENTATION_H
+
+#include <cstdint>
+
+#include "doseImage.h"
+
+namespace cli
+{
+
+/** A grid as a file describes it; nothing is known to be sensible yet. */
+struct StoredGeometry {
+    std::array<std::int64_t, 3> size{};
+    Vec3 spacing{};             ///< mm
+    Vec3 origin{};              ///< mm, centre of the first voxel
+    std::array<Vec3, 3> axes{}; ///< unit vectors: where each index grows in the patient's system
+};
+
+/**
+ * Refuses what no dose grid can be: sizes below 1 or of 2^31 voxels and more, spacings that are
+ * not positive or absurd, an origin that is not a number, axes that are oblique.
+ * @throws InputError
+ */
+void checkGeometry(const StoredGeometry& stored);
+
+/**
+ * Turns an image into the patient's axes by permuting and flipping; no value is interpolated.
+ * @param stored a geometry that checkGeometry() accepts.
+ * @param values as many values as the grid has voxels, first stored axis fastest.
+ */
+Image toPatientAxes(const StoredGeometry& stored, std::vector<float> values);
+
+} // namespace cli
+
+#endif

@@ -1,0 +1,132 @@
+#include "outputFile.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "failure.h"
+
+namespace cli
+{
+
+namespace
+{
+
+/** The temporary names, readable from a signal handler: entries are emptied, never removed. */
+struct Pending {
+    std::atomic<const char*> name{nullptr};
+    Pending* next = nullptr;
+};
+
+std::atomic<Pending*> pendingFiles{nullptr};
+
+void setPending(const std::string& name)
+{
+    auto* const entry = new Pending;
+    entry->name = strdup(name.c_str());
+    entry->next = pendingFiles;
+    pendingFiles = entry;
+}
+
+void clearPending(const std::string& name)
+{
+    for (Pending* entry = pendingFiles; entry != nullptr; entry = entry->next) {
+        const char* const pending = entry->name;
+        if (pending != nullptr && name == pending) {
+            entry->name = nullptr;
+        }
+    }
+}
+
+extern "C" void removePendingAndEnd(int signal)
+{
+    for (const Pending* entry = pendingFiles; entry != nullptr; entry = entry->next) {
+        const char* const name = entry->name;
+        if (name != nullptr) {
+            unlink(name);
+        }
+    }
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+[[noreturn]] void failToWrite(const std::string& path)
+{
+    throw InputError(path + ": cannot be written: " + std::strerror(errno));
+}
+
+} // namespace
+
+OutputFile::OutputFile(std::string path) : path_(std::move(path))
+{
+    const std::filesystem::path target(path_);
+    if (std::filesystem::is_directory(target)) {
+        throw InputError(path_ + ": cannot be written: is a folder");
+    }
+    const std::string name = target.filename().string();
+    const std::string pattern = ".XXXXXX-" + name;
+    temporaryPath_ = (target.parent_path() / pattern).string();
+    const int file = mkstemps(temporaryPath_.data(), static_cast<int>(name.size()) + 1);
+    if (file < 0) {
+        failToWrite(path_);
+    }
+    setPending(temporaryPath_);
+    const mode_t mask = umask(0);
+    umask(mask);
+    fchmod(file, 0666 & ~mask);
+    close(file);
+}
+
+OutputFile::~OutputFile()
+{
+    if (!isCommitted_) {
+        unlink(temporaryPath_.c_str());
+        clearPending(temporaryPath_);
+    }
+}
+
+void OutputFile::write(std::string_view contents)
+{
+    errno = 0;
+    std::ofstream file(temporaryPath_, std::ios::binary | std::ios::trunc);
+    file.write(contents.data(), static_cast<std::streamsize>(contents.size()));
+    file.close();
+    if (!file) {
+        failToWrite(path_);
+    }
+    commit();
+}
+
+void OutputFile::commit()
+{
+    if (std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
+        failToWrite(path_);
+    }
+    isCommitted_ = true;
+    clearPending(temporaryPath_);
+}
+
+void removeTemporaryFilesOnSignals()
+{
+    struct sigaction action {
+    };
+    action.sa_handler = removePendingAndEnd;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction previous {
+        };
+        sigaction(signal, nullptr, &previous);
+        if (previous.sa_handler != SIG_IGN) {
+            sigaction(signal, &action, nullptr);
+        }
+    }
+}
+
+} // namespace cli

@@ -1,0 +1,23 @@
+/**
+ * @file readDose.h
+ * A dose distribution from a file of any supported format.
+ */
+#ifndef ZARNGI_CLI_READDOSE_H
+#define ZARNGI_CLI_READDOSE_H
+
+#include <string>
+
+#include "doseImage.h"
+
+namespace cli
+{
+
+/**
+ * Reads a dose file; the format is told from its contents.
+ * @throws InputError whose text begins with the path.
+ */
+DoseImage readDose(const std::string& path);
+
+} // namespace cli
+
+#endif

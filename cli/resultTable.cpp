@@ -1,0 +1,144 @@
+#include "resultTable.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "text.h"
+
+namespace cli
+{
+
+namespace
+{
+
+std::string line(std::string name, const std::string& text)
+{
+    constexpr std::size_t nameWidth = 12;
+    name.resize(std::max(name.size() + 1, nameWidth), ' ');
+    return name + text + "\n";
+}
+
+std::string describeGrid(const DoseImage& dose)
+{
+    const Geometry& geometry = dose.image.geometry;
+    const auto& doses = dose.image.values;
+    const auto maximum = static_cast<double>(*std::max_element(doses.begin(), doses.end()));
+    std::array<std::int64_t, 3> size{};
+    std::copy(geometry.size.begin(), geometry.size.end(), size.begin());
+    return std::filesystem::path(dose.path).filename().string() + " (" + dose.format + "), " +
+           join(size, " x ") + " voxels of " + join(geometry.spacing, " x ") + " mm, maximum " +
+           number(maximum) + (dose.isRelative ? " (relative)" : " Gy");
+}
+
+std::string describeSearch(const Comparison& comparison)
+{
+    const GammaSettings& settings = comparison.settings;
+    std::string text =
+        settings.passRateOnly ? "pass rate only" : "up to gamma " + number(settings.maxGamma);
+    text += settings.nearest  ? ", dose of the containing voxel"
+            : settings.slices ? ", interpolated within planes of constant z"
+                              : ", interpolated doses";
+    text += settings.rotate ? ", lattice rotated at random" : "";
+    text += settings.step ? ", step " + number(*settings.step) + " mm" : ", step DTA/10";
+    return text + ", " + std::to_string(settings.threads) +
+           (settings.threads == 1 ? " thread" : " threads");
+}
+
+std::string describeVerdict(Verdict verdict, const Limits& limits)
+{
+    switch (verdict) {
+    case Verdict::withinTolerance:
+        return "pass: within the tolerance limit of " + number(limits.tolerance) + " %";
+    case Verdict::belowTolerance:
+        return "below the tolerance limit of " + number(limits.tolerance) + " %: find the cause";
+    case Verdict::belowAction:
+        break;
+    }
+    return "below the action limit of " + number(limits.action) + " %: act on it";
+}
+
+std::string describeSingle(const CriterionResult& result, const Limits& limits)
+{
+    const GammaStatistics& statistics = result.statistics;
+    std::string text = line("tested", std::to_string(statistics.tested) + " voxels") +
+                       line("passed", std::to_string(statistics.passed)) +
+                       line("failed", std::to_string(statistics.failed)) +
+                       line("pass rate", fixed(statistics.passRate, 6) + " %");
+    if (statistics.spread) {
+        const GammaSpread& spread = *statistics.spread;
+        text += line("gamma", "minimum " + number(spread.minimum) + ", mean " +
+                                  number(spread.mean) + ", maximum " + number(spread.maximum)) +
+                line("", "95th percentile " + number(spread.percentile95) + ", 99th percentile " +
+                             number(spread.percentile99));
+    }
+    return text + line("verdict", describeVerdict(result.verdict, limits)) +
+           line("time", fixed(result.seconds, 3) + " s for the search");
+}
+
+/** Right-aligned text of a fixed width. */
+std::string cell(const std::string& text, std::size_t width)
+{
+    return std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+std::string describeRow(const CriterionResult& result)
+{
+    const GammaStatistics& statistics = result.statistics;
+    std::string name = result.criterion.label();
+    name.resize(std::max<std::size_t>(name.size(), 11), ' ');
+    std::string row = name + cell(std::to_string(statistics.tested), 11) +
+                      cell(std::to_string(statistics.failed), 11) +
+                      cell(fixed(statistics.passRate, 4), 11);
+    if (statistics.spread) {
+        const GammaSpread& spread = *statistics.spread;
+        for (const double value :
+             {spread.mean, spread.percentile95, spread.percentile99, spread.maximum}) {
+            row += cell(fixed(value, 3), 8);
+        }
+    } else {
+        row += std::string(4 * 8, ' ');
+    }
+    return row + cell(fixed(result.seconds, 2), 9) + "  " + verdictName(result.verdict) + "\n";
+}
+
+std::string describeTable(const Comparison& comparison)
+{
+    std::string text = "criterion       tested     failed  pass rate    mean     P95     P99"
+                       "     max  seconds  verdict\n";
+    for (const CriterionResult& result : comparison.results) {
+        text += describeRow(result);
+    }
+    return text + "verdict: pass from " + number(comparison.limits.tolerance) +
+           " %, tolerance from " + number(comparison.limits.action) + " %, action below\n";
+}
+
+} // namespace
+
+std::string describeSetup(const Comparison& comparison)
+{
+    std::string criteria;
+    for (const CriterionResult& result : comparison.results) {
+        criteria += (criteria.empty() ? "" : ", ") + result.criterion.label();
+    }
+    return line("reference", describeGrid(comparison.reference)) +
+           line("evaluation", describeGrid(comparison.evaluation)) + line("criteria", criteria) +
+           line("cut-off", number(comparison.settings.cutOff) + " % of " +
+                               number(comparison.normalisation()) + " = " +
+                               number(comparison.cutOffDose()) + " " + comparison.doseUnit()) +
+           line("search", describeSearch(comparison));
+}
+
+std::string describeResults(const Comparison& comparison)
+{
+    std::string text = comparison.results.size() == 1
+                           ? describeSingle(comparison.results.front(), comparison.limits)
+                           : describeTable(comparison);
+    const std::size_t unreached = comparison.results.front().statistics.unreached;
+    if (unreached > 0) {
+        text += line("note", grouped(unreached) +
+                                 " tested voxels have no evaluation dose within reach; they fail");
+    }
+    return text;
+}
+
+} // namespace cli

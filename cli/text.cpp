@@ -1,0 +1,84 @@
+#include "text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <limits>
+
+namespace cli
+{
+
+namespace
+{
+
+template <class... Arguments> std::string formatted(const char* format, Arguments... arguments)
+{
+    std::array<char, 400> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), format, arguments...);
+    return buffer.data();
+}
+
+} // namespace
+
+std::string number(double value, int digits)
+{
+    return formatted("%.*g", digits, value);
+}
+
+std::string fixed(double value, int decimals)
+{
+    return formatted("%.*f", decimals, value);
+}
+
+std::string grouped(std::uint64_t value)
+{
+    std::string text = std::to_string(value);
+    for (std::size_t end = text.size(); end > 3; end -= 3) {
+        text.insert(end - 3, 1, ' ');
+    }
+    return text;
+}
+
+std::string trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks(" \t\r\n\0", 5);
+    const auto first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    const auto last = text.find_last_not_of(blanks);
+    return std::string(text.substr(first, last - first + 1));
+}
+
+std::vector<std::string> split(std::string_view text, char separator)
+{
+    std::vector<std::string> pieces;
+    while (!text.empty()) {
+        const auto end = std::min(text.find(separator), text.size());
+        pieces.push_back(trimmed(text.substr(0, end)));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return pieces;
+}
+
+double parseNumber(std::string_view text)
+{
+    if (text.size() > 1 && text.front() == '+') {
+        text.remove_prefix(1);
+    }
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const bool whole = error == std::errc() && end == text.data() + text.size();
+    return whole ? value : std::numeric_limits<double>::quiet_NaN();
+}
+
+std::string oneLine(std::string_view text)
+{
+    std::string line(text);
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+    return trimmed(line);
+}
+
+} // namespace cli

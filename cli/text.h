@@ -1,0 +1,59 @@
+/**
+ * @file text.h
+ * Numbers and lists as text.
+ */
+#ifndef ZARNGI_CLI_TEXT_H
+#define ZARNGI_CLI_TEXT_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cli
+{
+
+/** The number in its shortest form of up to `digits` significant digits. */
+std::string number(double value, int digits = 6);
+
+/** The number with a fixed count of decimals. */
+std::string fixed(double value, int decimals);
+
+/** An integer with groups of three digits set apart: 1 234 567. */
+std::string grouped(std::uint64_t value);
+
+/** The text without leading and trailing blanks, line ends and NULs. */
+std::string trimmed(std::string_view text);
+
+/** The pieces between separators, trimmed; no piece for an empty text. */
+std::vector<std::string> split(std::string_view text, char separator);
+
+/** The number that is the whole of the text, or not-a-number. */
+double parseNumber(std::string_view text);
+
+/** The text on one line: control characters become blanks. */
+std::string oneLine(std::string_view text);
+
+inline std::string asText(std::int64_t value)
+{
+    return std::to_string(value);
+}
+inline std::string asText(double value)
+{
+    return number(value);
+}
+
+/** The items as text with a separator between them. */
+template <class List> std::string join(const List& items, std::string_view separator)
+{
+    std::string text;
+    for (const auto& item : items) {
+        text += text.empty() ? "" : separator;
+        text += asText(item);
+    }
+    return text;
+}
+
+} // namespace cli
+
+#endif

@@ -1,0 +1,43 @@
+/**
+ * @file verdict.h
+ * The judgement of a pass rate by tolerance and action limits, as AAPM TG-218 recommends it.
+ */
+#ifndef ZARNGI_CLI_VERDICT_H
+#define ZARNGI_CLI_VERDICT_H
+
+namespace cli
+{
+
+/** %, M. Miften et al., Med. Phys. 45 (2018) e53-e83: the universal limits. */
+struct Limits {
+    double tolerance = 95;
+    double action = 90;
+};
+
+enum class Verdict { withinTolerance, belowTolerance, belowAction };
+
+inline Verdict verdictOf(double passRate, const Limits& limits)
+{
+    if (passRate >= limits.tolerance) {
+        return Verdict::withinTolerance;
+    }
+    return passRate >= limits.action ? Verdict::belowTolerance : Verdict::belowAction;
+}
+
+/** "pass", "tolerance" (below the tolerance limit) or "action" (below the action limit). */
+inline const char* verdictName(Verdict verdict)
+{
+    switch (verdict) {
+    case Verdict::withinTolerance:
+        return "pass";
+    case Verdict::belowTolerance:
+        return "tolerance";
+    case Verdict::belowAction:
+        break;
+    }
+    return "action";
+}
+
+} // namespace cli
+
+#endif
