@@ -1,0 +1,23 @@
+#!/bin/sh
+# The binary interface of the shared library: check.sh LIBRARY EXPECTED-SYMBOLS
+# Weak symbols are the inline functions of the C++ library, which compilers export or not.
+set -eu
+library=$1
+expected=$2
+failed=0
+
+if ! nm --dynamic --defined-only "$library" | awk '$2 ~ /^[TDBR]$/ { print $3 }' | LC_ALL=C sort |
+    diff "$expected" -; then
+    echo "The exported symbols differ from $expected."
+    failed=1
+fi
+if ! readelf --dynamic "$library" | grep -q 'SONAME.*\[libZarnGI\.so\.4\]'; then
+    echo "The soname is not libZarnGI.so.4."
+    failed=1
+fi
+if readelf --dynamic "$library" | grep NEEDED |
+    grep -v -E '\[(libstdc\+\+\.so\.6|libm\.so\.6|libgcc_s\.so\.1|libc\.so\.6|ld-linux-x86-64\.so\.2)\]'; then
+    echo "The library needs more than the standard library."
+    failed=1
+fi
+exit $failed
