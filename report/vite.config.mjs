@@ -29,6 +29,7 @@ function checkTemplate() {
 
 export default defineConfig({
     plugins: [viteSingleFile({ removeViteModuleLoader: true }), checkTemplate()],
+    logLevel: 'warn',
     build: {
         target: 'es2022',
         outDir: 'dist',

@@ -20,8 +20,8 @@ case "${1:-}" in
     test) wanted="$demo_packages $test_packages" ;;
     *) echo "usage: $0 demo|test" >&2; exit 2 ;;
 esac
-# Any Node.js will do: the report's tests need the program, not Debian's package of it.
-if [ "$1" = test ] && ! command -v node >/dev/null; then
+# Any Node.js will do: the report page needs npm and node, not Debian's packages of them.
+if ! command -v npm >/dev/null || ! command -v node >/dev/null; then
     wanted="$wanted nodejs npm"
 fi
 
