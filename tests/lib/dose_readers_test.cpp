@@ -95,7 +95,7 @@ TEST(DoseReaders, EveryFaceOfEveryAxisIsOutside)
     }
 }
 
-TEST(DoseReaders, InterpolationFollowsTheSpecifiedOrderOfOperations)
+TEST(DoseReaders, InterpolationKeepsItsOrderOfOperations)
 {
     const Grid g = makeGrid({2, 2, 2}, {1, 1, 1}, {0, 0, 0}, [](int x, int y, int z) {
         return 0.1F + 0.7F * static_cast<float>(x) + 1.3F * static_cast<float>(y * (1 + x)) +

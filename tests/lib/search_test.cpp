@@ -102,7 +102,7 @@ class RandomProblems : public LibraryTest, public testing::WithParamInterface<un
 
 TEST_P(RandomProblems, GiveTheBitsOfTheDefinition)
 {
-    constexpr unsigned problems = 40;
+    constexpr unsigned problems = 400;
     std::size_t tested = 0;
     for (unsigned i = 0; i < problems && !HasFailure(); ++i) {
         const unsigned seed = GetParam() * problems + i;
@@ -115,11 +115,11 @@ TEST_P(RandomProblems, GiveTheBitsOfTheDefinition)
         tested += expected.size();
         expectSameRecords(expected);
         if (!expected.empty()) {
-            EXPECT_TRUE(sameBits(results.gamma, mapByDefinition(expected)));
+            EXPECT_TRUE(Env->randomRotation || sameBits(results.gamma, mapByDefinition(expected)));
             EXPECT_EQ(results.passRate, getGammaPassRate());
         }
     }
-    EXPECT_GT(tested, 1000U);
+    EXPECT_GT(tested, 10000U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Search, RandomProblems, testing::Range(0U, 8U));

