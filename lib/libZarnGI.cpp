@@ -158,9 +158,15 @@ int checkGrid(const int* nn, const float* hs, const float* x0, const float* map)
 
 using FloatArray = std::unique_ptr<float[]>;
 
+/** A new array, with room behind it for a vector that starts at its last element. */
 FloatArray newArray(std::size_t count)
 {
-    return FloatArray(new (std::nothrow) float[count]);
+    constexpr std::size_t room = 16;
+    FloatArray array(new (std::nothrow) float[count + room]);
+    if (array) {
+        std::fill(array.get() + count, array.get() + count + room, 0.0F);
+    }
+    return array;
 }
 
 void storeGrid(const GridFields& grid, const int* nn, const float* hs, const float* x0,

@@ -6,9 +6,9 @@
 #include "bookkeeping.h"
 #include "engineState.h"
 #include "generatePointsInShell.h"
-#include "reach.h"
 #include "report.h"
 #include "rotation.h"
+#include "search.h"
 #include "setup.h"
 #include "statistics.h"
 #include "workers.h"
@@ -32,30 +32,52 @@ float outerRadius(int ishell)
     return static_cast<float>(ishell) * DTA;
 }
 
+/** Searches the shell by a list of its points, which can be rotated. */
+void searchRotatedShell(float rmin, float rmax)
+{
+    std::vector<vec3dRT> myPts;
+    generatePointsInShell(myPts, rmin, rmax, Env->stepSize);
+    evalPoints = &myPts;
+    evaluation();
+    evalPoints = nullptr;
+}
+
+/** Searches the shell by what is known of the lattice, without a list of its points. */
+void searchLatticeShell(const LatticeAxes& axes, float rmin, float rmax)
+{
+    LatticePass pass(axes, rmin, rmax, workerCount());
+    latticePass = &pass;
+    evaluation();
+    latticePass = nullptr;
+}
+
 /** Searches shell `ishell` (the first is 1) around every open voxel. */
-void searchShell(int ishell, std::vector<vec3dRT>& myPts)
+void searchShell(const LatticeAxes& axes, int ishell)
 {
     report::shell(ishell);
-    generatePointsInShell(myPts, outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
-    evalPoints = &myPts;
-    if (ishell == 1 && Env->randomRotation) {
-        generateRandomRotationMatrix(Rot);
+    const float rmin = outerRadius(ishell - 1);
+    const float rmax = outerRadius(ishell);
+    if (Env->randomRotation) {
+        if (ishell == 1) {
+            generateRandomRotationMatrix(Rot);
+        }
+        searchRotatedShell(rmin, rmax);
+    } else {
+        searchLatticeShell(axes, rmin, rmax);
     }
-    evaluation();
 }
 
 /** Goes outwards shell by shell until every voxel is final or the shell limit is reached. */
 void searchShells()
 {
-    std::vector<vec3dRT> myPts;
-    const LatticeReach reach;
+    const LatticeAxes axes = tabulateLatticeAxes();
     const int ishellmax = Env->passRateMode ? 1 : maxShells();
     for (int ishell = 1;; ++ishell) {
-        searchShell(ishell, myPts);
+        searchShell(axes, ishell);
         if (ishell >= ishellmax) {
             break;
         }
-        reach.closeVoxelsBeyond(outerRadius(ishell));
+        closeVoxelsOutOfReach(axes, outerRadius(ishell));
         if (!keepSearching()) {
             break;
         }

@@ -54,8 +54,31 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
 
 } // namespace
 
-void searchVoxel(ActiveVoxel& voxel)
+LatticePass* latticePass = nullptr;
+
+LatticePass::LatticePass(const LatticeAxes& axes, float rmin, float rmax, std::size_t workers)
+    : pass_(axes, rmin, rmax), search_(selectLatticeSearch())
 {
+    scratch_.reserve(workers);
+    for (std::size_t i = 0; i < workers; ++i) {
+        scratch_.emplace_back(pass_);
+    }
+}
+
+void LatticePass::search(std::size_t worker, ActiveVoxel& voxel)
+{
+    search_(pass_, scratch_[worker], voxel);
+    if (!Env->passRateMode) {
+        markIfFinal(pass_, voxel);
+    }
+}
+
+void searchVoxel(std::size_t worker, ActiveVoxel& voxel)
+{
+    if (evalPoints == nullptr) {
+        latticePass->search(worker, voxel);
+        return;
+    }
     const vec3dRT node = nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
     trilinDebug.store(false, std::memory_order_relaxed);
     for (const vec3dRT& offset : ptsSob_vox) {

@@ -5,9 +5,32 @@
 #ifndef ZARNGI_SEARCH_H
 #define ZARNGI_SEARCH_H
 
-#include "engineState.h"
+#include <cstddef>
+#include <vector>
 
-/** Visits the points of the current shell around a voxel and lowers its gammasq. */
-void searchVoxel(ActiveVoxel& voxel);
+#include "engineState.h"
+#include "latticeSearch.h"
+
+/** One pass over the lattice points of a shell, without a list of them. */
+class LatticePass
+{
+public:
+    /** Prepares the search of the shell rmin < r <= rmax (mm) by a number of workers. */
+    LatticePass(const LatticeAxes& axes, float rmin, float rmax, std::size_t workers);
+
+    /** Searches the shell around a voxel; each worker from its own thread. */
+    void search(std::size_t worker, ActiveVoxel& voxel);
+
+private:
+    SearchPass pass_;
+    LatticeSearch search_;
+    std::vector<SearchScratch> scratch_;
+};
+
+/** The pass that the workers run when evalPoints is null. Owned by the driver. */
+extern LatticePass* latticePass;
+
+/** Searches the current pass around a voxel: the points of evalPoints, or else latticePass. */
+void searchVoxel(std::size_t worker, ActiveVoxel& voxel);
 
 #endif

@@ -52,18 +52,22 @@ void searchShare(std::size_t tid, std::size_t nthreads)
         ActiveVoxel& voxel = activeVoxels[i];
         const bool settled = Env->passRateMode ? voxel.passed : voxel.stopSearching;
         if (!settled) {
-            searchVoxel(voxel);
+            searchVoxel(tid, voxel);
         }
     }
 }
 
 } // namespace
 
+std::size_t workerCount()
+{
+    const std::size_t useful = std::max<std::size_t>(activeVoxels.size(), 1);
+    return std::min(static_cast<std::size_t>(pthreads_max_num), useful);
+}
+
 void evaluation()
 {
-    // Workers beyond the number of voxels would own none: they are not started.
-    const std::size_t useful = std::max<std::size_t>(activeVoxels.size(), 1);
-    const std::size_t count = std::min(static_cast<std::size_t>(pthreads_max_num), useful);
+    const std::size_t count = workerCount();
     std::vector<Worker> workers(count);
     pthread_attr_t joinable;
     pthread_attr_init(&joinable);

@@ -5,6 +5,8 @@
 #ifndef ZARNGI_WORKERS_H
 #define ZARNGI_WORKERS_H
 
+#include <cstddef>
+
 #include "libZarnGI.h"
 
 /** The argument of one worker thread. */
@@ -12,6 +14,9 @@ struct threadInfo {
     int thread_num;  ///< number of this worker, 0 to num_threads - 1
     int num_threads; ///< number of workers in the pass
 };
+
+/** Workers that a pass starts: those beyond the number of voxels would own none. */
+std::size_t workerCount();
 
 /**
  * Runs one search pass over activeVoxels on pthreads_max_num worker threads and returns when all

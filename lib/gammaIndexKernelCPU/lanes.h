@@ -1,0 +1,103 @@
+/**
+ * @file lanes.h
+ * Vectors of floats for the lattice search, one type for each set of instructions.
+ *
+ * Included once per vector path by a source file compiled for that path; everything has internal
+ * linkage. The arithmetic operators are those of the compiler's vector types.
+ */
+#ifndef ZARNGI_LANES_H
+#define ZARNGI_LANES_H
+
+// GCC 12 warns of the deliberately undefined operands inside its own AVX-512 header.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+
+namespace
+{
+
+#if defined(__AVX512F__)
+
+/** Sixteen floats (AVX-512). */
+struct Lanes {
+    using F = __m512;
+    using I = __m512i;
+    static constexpr int width = 16;
+    static constexpr unsigned everyLane = 0xffffU;
+
+    static F load(const float* p) { return _mm512_loadu_ps(p); }
+    static void store(float* p, F a) { _mm512_storeu_ps(p, a); }
+    static I loadIndices(const int* p) { return _mm512_loadu_si512(p); }
+    static F all(float a) { return _mm512_set1_ps(a); }
+    static F min(F a, F b) { return _mm512_min_ps(a, b); }
+    static F max(F a, F b) { return _mm512_max_ps(a, b); }
+    static F sqrt(F a) { return _mm512_sqrt_ps(a); }
+    /** Bit per lane in which a <= b or either is not a number. */
+    static unsigned notGreater(F a, F b) { return _mm512_cmp_ps_mask(a, b, _CMP_NGT_UQ); }
+    /** The floats p[i] for indices i from 0 to width - 1. */
+    static F spread(const float* p, I i) { return _mm512_permutexvar_ps(i, _mm512_loadu_ps(p)); }
+};
+
+#elif defined(__AVX2__)
+
+/** Eight floats (AVX2). */
+struct Lanes {
+    using F = __m256;
+    using I = __m256i;
+    static constexpr int width = 8;
+    static constexpr unsigned everyLane = 0xffU;
+
+    static F load(const float* p) { return _mm256_loadu_ps(p); }
+    static void store(float* p, F a) { _mm256_storeu_ps(p, a); }
+    static I loadIndices(const int* p)
+    {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    }
+    static F all(float a) { return _mm256_set1_ps(a); }
+    static F min(F a, F b) { return _mm256_min_ps(a, b); }
+    static F max(F a, F b) { return _mm256_max_ps(a, b); }
+    static F sqrt(F a) { return _mm256_sqrt_ps(a); }
+    static unsigned notGreater(F a, F b)
+    {
+        return static_cast<unsigned>(_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_NGT_UQ)));
+    }
+    static F spread(const float* p, I i) { return _mm256_permutevar8x32_ps(_mm256_loadu_ps(p), i); }
+};
+
+#else
+
+/** Four floats (every x86-64 CPU). */
+struct Lanes {
+    using F = __m128;
+    using I = __m128i;
+    static constexpr int width = 4;
+    static constexpr unsigned everyLane = 0xfU;
+
+    static F load(const float* p) { return _mm_loadu_ps(p); }
+    static void store(float* p, F a) { _mm_storeu_ps(p, a); }
+    static I loadIndices(const int* p)
+    {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    }
+    static F all(float a) { return _mm_set1_ps(a); }
+    static F min(F a, F b) { return _mm_min_ps(a, b); }
+    static F max(F a, F b) { return _mm_max_ps(a, b); }
+    static F sqrt(F a) { return _mm_sqrt_ps(a); }
+    static unsigned notGreater(F a, F b)
+    {
+        return static_cast<unsigned>(_mm_movemask_ps(_mm_cmpngt_ps(a, b)));
+    }
+    static F spread(const float* p, I i)
+    {
+        alignas(16) int k[width];
+        _mm_store_si128(reinterpret_cast<__m128i*>(k), i);
+        return _mm_setr_ps(p[k[0]], p[k[1]], p[k[2]], p[k[3]]);
+    }
+};
+
+#endif
+
+} // namespace
+
+#endif

@@ -1,0 +1,173 @@
+#include "latticeSearch.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+
+/**
+ * Up to which squared radius a shell holds every lattice point beyond its inner radius.
+ *
+ * A point within outer = trunc(rmax / step) whole steps satisfies the loop bounds of the
+ * enumeration: those are integers within a rounding error of sqrt(outer^2 - ...), to which 0.5 is
+ * added. The rounding of the squared perpendicular radius to float stays below 0.25 for radii up to
+ * 1024 steps (1024^2 * 2^-22); beyond that nothing is promised.
+ */
+std::int64_t wholeSquaredRadius(const ShellLattice& shell)
+{
+    constexpr std::int64_t largestProven = 1024;
+    if (shell.maxIndex() > largestProven) {
+        return -1;
+    }
+    const auto inside = static_cast<std::int64_t>(std::floor(shell.outerRadiusSquared()));
+    return std::min(shell.maxIndex() * shell.maxIndex(), inside);
+}
+
+/** The longest window on an axis that a pass can ask for. */
+std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t outerIndex)
+{
+    std::int64_t longest = 0;
+    for (const AxisSample& sample : samples) {
+        const std::int64_t first = std::max<std::int64_t>(sample.inside.first, -outerIndex);
+        const std::int64_t last = std::min<std::int64_t>(sample.inside.last, outerIndex);
+        longest = std::max(longest, last - first + 1);
+    }
+    return static_cast<std::size_t>(longest);
+}
+
+} // namespace
+
+SearchPass::SearchPass(const LatticeAxes& latticeAxes, float rmin, float rmax)
+    : axes(&latticeAxes), shell(rmin, rmax, Env->stepSize), reference(referenceGrid()),
+      evaluation(evaluationGrid()), reader(selectedReader()), stepSize(Env->stepSize),
+      stepsPerDTA(DTA / Env->stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
+      wholeSquared(wholeSquaredRadius(shell))
+{
+}
+
+SearchScratch::SearchScratch(const SearchPass& pass)
+{
+    for (int a = 0; a < 3; ++a) {
+        const std::size_t longest = longestWindow(pass.axes->axis[a], pass.outerIndex);
+        lower_[a].resize(longest);
+        fraction_[a].resize(longest);
+        cellRuns_[a].resize(longest);
+        voxelRuns_[a].resize(longest);
+        window[a].lower = lower_[a].data();
+        window[a].fraction = fraction_[a].data();
+        window[a].runs.items = cellRuns_[a].data();
+        voxelRuns[a].items = voxelRuns_[a].data();
+    }
+    const std::size_t rowCount =
+        std::min(lower_[1].size() + 1, static_cast<std::size_t>(pass.evaluation.n[1]));
+    for (int side = 0; side < 2; ++side) {
+        rows_[side].resize(rowCount * maxLanes);
+        rows[side] = rows_[side].data();
+    }
+}
+
+namespace
+{
+
+/** Looks for a point of the shell far enough from one voxel. */
+class FarPointSearch
+{
+public:
+    FarPointSearch(const SearchPass& pass, const ActiveVoxel& voxel)
+        : pass_(pass), gammasq_(voxel.gammasq)
+    {
+        const int nx = pass.reference.n[0];
+        const int ny = pass.reference.n[1];
+        const int index[3] = {voxel.ivxl % nx, voxel.ivxl / nx % ny, voxel.ivxl / nx / ny};
+        for (int a = 0; a < 3; ++a) {
+            const AxisSample& sample = pass.axes->axis[a][static_cast<std::size_t>(index[a])];
+            inBox_ = inBox_ && !sample.inside.empty();
+            nearest_[a] = sample.nearest;
+            farthest_[a] = std::min<std::int64_t>(sample.farthest, pass.shell.maxIndex());
+        }
+        // The exact distance term differs from this by some ten roundings.
+        constexpr double roundings = 1e-5;
+        const double steps = static_cast<double>(pass.stepsPerDTA);
+        neededSquared_ = static_cast<double>(gammasq_) * steps * steps * (1 - roundings);
+    }
+
+    [[nodiscard]] bool found() const
+    {
+        const double outer = static_cast<double>(pass_.shell.outerRadiusSquared());
+        if (!inBox_ ||
+            std::min(outer, squared(farthest_[0], farthest_[1], farthest_[2])) < neededSquared_) {
+            return false;
+        }
+        const bool originInBox = nearest_[0] == 0 && nearest_[1] == 0 && nearest_[2] == 0;
+        if (pass_.shell.holdsOrigin() && originInBox && reaches(0, 0, 0)) {
+            return true;
+        }
+        const double rest = outer - squared(0, nearest_[1], nearest_[2]);
+        if (rest < 0) {
+            return false;
+        }
+        auto i = std::min(farthest_[0], static_cast<std::int64_t>(std::sqrt(rest)));
+        for (; i >= nearest_[0] && squared(i, farthest_[1], farthest_[2]) >= neededSquared_; --i) {
+            if (foundInPlane(i)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    static double squared(std::int64_t i, std::int64_t j, std::int64_t k)
+    {
+        return static_cast<double>(i * i) + static_cast<double>(j * j) + static_cast<double>(k * k);
+    }
+
+    [[nodiscard]] bool foundInPlane(std::int64_t i) const
+    {
+        std::int64_t j = std::min(farthest_[1], pass_.shell.maxRow(i));
+        for (; j >= nearest_[1] && squared(i, j, farthest_[2]) >= neededSquared_; --j) {
+            const LatticeRange row = pass_.shell.row(i, j);
+            const std::int64_t k = std::min(row.last, farthest_[2]);
+            if (k >= row.first && k >= nearest_[2] && reaches(i, j, k)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /** The distance term in the order of operations of the search. */
+    [[nodiscard]] bool reaches(std::int64_t i, std::int64_t j, std::int64_t k) const
+    {
+        const vec3dRT p(static_cast<float>(i) * pass_.stepSize,
+                        static_cast<float>(j) * pass_.stepSize,
+                        static_cast<float>(k) * pass_.stepSize);
+        return (dot(p, p) / DTA) / DTA >= gammasq_;
+    }
+
+    const SearchPass& pass_;
+    float gammasq_;
+    bool inBox_ = true;
+    std::int64_t nearest_[3];
+    std::int64_t farthest_[3];
+    double neededSquared_;
+};
+
+} // namespace
+
+void markIfFinal(const SearchPass& pass, ActiveVoxel& voxel)
+{
+    if (FarPointSearch(pass, voxel).found()) {
+        voxel.stopSearching = true;
+    }
+}
+
+LatticeSearch selectLatticeSearch()
+{
+    if (__builtin_cpu_supports("avx512f") != 0) {
+        return latticeSearchAvx512;
+    }
+    if (__builtin_cpu_supports("avx2") != 0) {
+        return latticeSearchAvx2;
+    }
+    return latticeSearchBaseline;
+}

@@ -1,0 +1,116 @@
+/**
+ * @file latticeSearch.h
+ * The search of one shell of the lattice around a voxel: what it reads, and its vector paths.
+ *
+ * The search gives the bits of visiting every lattice point of the shell in the specified order of
+ * operations, but visits almost none of them: docs/performance.md explains why that is exact.
+ */
+#ifndef ZARNGI_LATTICESEARCH_H
+#define ZARNGI_LATTICESEARCH_H
+
+#include <cstdint>
+#include <vector>
+
+#include "doseGrid.h"
+#include "engineState.h"
+#include "latticeAxes.h"
+#include "shellLattice.h"
+
+/** What one pass reads: fixed before the pass, unchanged during it. */
+struct SearchPass {
+    SearchPass(const LatticeAxes& latticeAxes, float rmin, float rmax);
+
+    const LatticeAxes* axes;
+    ShellLattice shell;
+    DoseGrid reference;
+    DoseGrid evaluation;
+    Reader reader;
+    float stepSize;            ///< mm
+    float stepsPerDTA;         ///< lattice steps per DTA
+    std::int32_t outerIndex;   ///< largest lattice index of the shell
+    std::int64_t wholeSquared; ///< up to this squared radius the shell leaves out no point
+};
+
+/** Lattice points on one axis whose dose is interpolated between the same voxel centres. */
+struct CellRun {
+    std::int32_t first;
+    std::int32_t last;
+    std::int32_t lower; ///< voxel below
+    std::int32_t upper; ///< voxel above; `lower` where the dose does not change along the run
+    float offset;       ///< the fraction between them is offset + slope * index ...
+    float slope;
+    float deviation; ///< ... up to this much
+};
+
+/** Lattice points on one axis that lie in the same voxel and the same zone. */
+struct VoxelRun {
+    std::int32_t first;
+    std::int32_t last;
+    std::int32_t nearest; ///< the index of the run nearest to 0
+    AxisPoint point;
+};
+
+/** Items in memory that somebody else owns, filled from the front. */
+template <class T> struct Room {
+    T* items = nullptr;
+    std::int32_t count = 0;
+
+    [[nodiscard]] const T* begin() const { return items; }
+    [[nodiscard]] const T* end() const { return items + count; }
+};
+
+/** The interpolated lattice points on one axis around one reference index. */
+struct AxisWindow {
+    std::int32_t referenceIndex = -1; ///< the index the window was made for; -1: none
+    LatticeInterval range{0, -1};
+    std::int32_t* lower = nullptr; ///< per point of the range
+    float* fraction = nullptr;     ///< per point of the range
+    Room<CellRun> runs;
+};
+
+/**
+ * The working memory of one worker, made before the pass: workers allocate nothing. The vector
+ * paths see pointers only: code of the standard library compiled for one path must not be merged
+ * with that of another.
+ */
+class SearchScratch
+{
+public:
+    explicit SearchScratch(const SearchPass& pass);
+
+    AxisWindow window[3];
+    Room<VoxelRun> voxelRuns[3];
+    float* rows[2]; ///< interpolated rows of two planes of the evaluation grid
+
+private:
+    std::vector<std::int32_t> lower_[3];
+    std::vector<float> fraction_[3];
+    std::vector<CellRun> cellRuns_[3];
+    std::vector<VoxelRun> voxelRuns_[3];
+    std::vector<float> rows_[2];
+};
+
+/** The largest number of floats that a vector path handles at once. */
+constexpr int maxLanes = 16;
+
+/** Searches the pass's shell around a voxel and lowers its gammasq. */
+using LatticeSearch = void (*)(const SearchPass&, SearchScratch&, ActiveVoxel&);
+
+void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel);
+void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel);
+void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel);
+
+/**
+ * Sets stopSearching when the shell holds a point inside the evaluation box whose distance term
+ * alone reaches the voxel's gammasq: no point farther out can lower it then.
+ *
+ * Visiting the points in order of distance sets the mark at the first such point. Whether there is
+ * one does not depend on the order: the distance term never decreases along the list, and gammasq
+ * is final once all points of the shell have been taken into account.
+ */
+void markIfFinal(const SearchPass& pass, ActiveVoxel& voxel);
+
+/** The fastest path this CPU runs. */
+LatticeSearch selectLatticeSearch();
+
+#endif

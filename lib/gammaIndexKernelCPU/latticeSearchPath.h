@@ -1,0 +1,737 @@
+/**
+ * @file latticeSearchPath.h
+ * The lattice search around one voxel, written once and compiled once per vector path.
+ *
+ * Everything has internal linkage, and nothing of the standard library that might be compiled out
+ * of line is used: the linker must not merge code of different paths.
+ *
+ * Units inside: lengths in lattice steps, dose differences multiplied by `scale` = steps per DTA /
+ * dose criterion, so that gamma^2 becomes f = u^2 + i^2 + j^2 + k^2 = gamma^2 * stepsPerDTA^2. This
+ * f is computed approximately for whole vectors of points; a point is dropped only when f exceeds
+ * the best value by more than the error of f (Margin), and the rest is evaluated in the specified
+ * order of operations (consider).
+ */
+#ifndef ZARNGI_LATTICESEARCHPATH_H
+#define ZARNGI_LATTICESEARCHPATH_H
+
+#include "lanes.h"
+#include "latticeSearch.h"
+
+namespace
+{
+
+template <class T> inline T smaller(T a, T b)
+{
+    return b < a ? b : a;
+}
+
+template <class T> inline T larger(T a, T b)
+{
+    return a < b ? b : a;
+}
+
+template <class T> inline T clamped(T value, T low, T high)
+{
+    return smaller(larger(value, low), high);
+}
+
+inline bool isFinite(float a)
+{
+    return a - a == 0.0F;
+}
+
+inline LatticeInterval common(LatticeInterval a, LatticeInterval b)
+{
+    return {larger(a.first, b.first), smaller(a.last, b.last)};
+}
+
+inline std::int32_t nearestToZero(LatticeInterval a)
+{
+    return clamped<std::int32_t>(0, a.first, a.last);
+}
+
+inline float squareOf(std::int32_t i)
+{
+    return static_cast<float>(i) * static_cast<float>(i);
+}
+
+/** Rounds to the nearest whole number; for |a| < 2^22, which lattice indices clamped later meet. */
+inline Lanes::F rounded(Lanes::F a)
+{
+    const Lanes::F shift = Lanes::all(12582912.0F); // 1.5 * 2^23: its last bit is worth 1
+    return (a + shift) - shift;
+}
+
+class VoxelSearch
+{
+public:
+    VoxelSearch(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel)
+        : pass_(pass), scratch_(scratch), voxel_(voxel)
+    {
+        const int nx = pass.reference.n[0];
+        const int ny = pass.reference.n[1];
+        index_[0] = voxel.ivxl % nx;
+        index_[1] = voxel.ivxl / nx % ny;
+        index_[2] = voxel.ivxl / nx / ny;
+        for (int a = 0; a < 3; ++a) {
+            sample_[a] = &pass.axes->axis[a][static_cast<std::size_t>(index_[a])];
+        }
+    }
+
+    void run()
+    {
+        if (!shellReachesBox()) {
+            return;
+        }
+        referenceDose_ =
+            doseAtPoint(pass_.reference.map, pass_.reference.n, sample_[0]->inReference,
+                        sample_[1]->inReference, sample_[2]->inReference, pass_.reader);
+        delta_ = localDD ? (referenceDose_ * DD) / 100 : DDvalue;
+        // With a criterion of 0 or not a number no point has a gamma^2 that is finite.
+        if (!(delta_ < 0 || delta_ > 0)) {
+            return;
+        }
+        scale_ = pass_.stepsPerDTA / (delta_ < 0 ? -delta_ : delta_);
+        best_ = voxel_.gammasq;
+        limitChanged();
+        tryFirstCandidates();
+        if (!settled()) {
+            searchInterpolated();
+        }
+        if (!settled()) {
+            searchVoxelwise();
+        }
+        store();
+    }
+
+private:
+    /** Whether some lattice point inside the evaluation box may belong to the shell. */
+    [[nodiscard]] bool shellReachesBox() const
+    {
+        double squared = 0;
+        for (const AxisSample* sample : sample_) {
+            if (sample->inside.empty()) {
+                return false;
+            }
+            squared += static_cast<double>(sample->nearest) * sample->nearest;
+        }
+        return static_cast<float>(squared) <= pass_.shell.outerRadiusSquared();
+    }
+
+    /** In pass-rate mode one passing point is enough. */
+    [[nodiscard]] bool settled() const { return Env->passRateMode && best_ <= 1.0F; }
+
+    /** gamma^2 that a point must not exceed to matter. */
+    [[nodiscard]] float limit() const { return Env->passRateMode ? 1.0F : best_; }
+
+    void limitChanged()
+    {
+        // Relative error of f and of the exact gamma^2 (some 20 roundings each, 2^-19), and the
+        // row minimum taken at the wrong one of two nearly equal neighbours: at most
+        // 2^-21 * (4 |k| + 2) of the limit.
+        const float n = pass_.stepsPerDTA;
+        const auto outer = static_cast<float>(pass_.outerIndex);
+        threshold_ = limit() * n * n * (1.0F + 0x1p-18F * (2.0F + outer));
+        root_ = __builtin_sqrtf(threshold_);
+        const std::int32_t reach =
+            root_ < outer ? static_cast<std::int32_t>(root_) : pass_.outerIndex;
+        reach_ = {-reach, reach};
+    }
+
+    /** Whether the shell holds the point; exactly as its enumeration produces it. */
+    [[nodiscard]] bool isMember(std::int32_t i, std::int32_t j, std::int32_t k) const
+    {
+        const std::int64_t squared =
+            std::int64_t{i} * i + std::int64_t{j} * j + std::int64_t{k} * k;
+        if (squared == 0) {
+            return pass_.shell.holdsOrigin();
+        }
+        if (!(static_cast<float>(squared) > pass_.shell.innerRadiusSquared())) {
+            return false;
+        }
+        return squared <= pass_.wholeSquared || isEnumerated(i, j, k);
+    }
+
+    [[nodiscard]] bool isEnumerated(std::int32_t i, std::int32_t j, std::int32_t k) const
+    {
+        const std::int64_t row = i < 0 ? -std::int64_t{i} : i;
+        const std::int64_t column = j < 0 ? -std::int64_t{j} : j;
+        const std::int64_t depth = k < 0 ? -std::int64_t{k} : k;
+        if (row > pass_.shell.maxIndex() || column > pass_.shell.maxRow(row)) {
+            return false;
+        }
+        const LatticeRange range = pass_.shell.row(row, column);
+        return depth >= range.first && depth <= range.last;
+    }
+
+    /** Takes one evaluation point into account, in the specified order of operations. */
+    void consider(float dose, std::int32_t i, std::int32_t j, std::int32_t k)
+    {
+        const float x = static_cast<float>(i) * pass_.stepSize;
+        const float y = static_cast<float>(j) * pass_.stepSize;
+        const float z = static_cast<float>(k) * pass_.stepSize;
+        const float r2 = (x * x + y * y) + z * z;
+        const float DDterm = dose - referenceDose_;
+        const float Gammasq = ((DDterm * DDterm) / delta_) / delta_ + (r2 / DTA) / DTA;
+        // Of points with equal gamma^2 the nearest one counts, as when they are visited in order.
+        if (Gammasq < best_ || (Gammasq == best_ && r2 < bestDistanceSquared_)) {
+            best_ = Gammasq;
+            bestDistanceSquared_ = r2;
+            limitChanged();
+        }
+    }
+
+    [[nodiscard]] float doseOf(const AxisPoint (&p)[3]) const
+    {
+        return doseAtPoint(pass_.evaluation.map, pass_.evaluation.n, p[0], p[1], p[2],
+                           pass_.reader);
+    }
+
+    [[nodiscard]] AxisPoint locatePoint(int axis, std::int32_t i) const
+    {
+        const float position = sample_[axis]->position + static_cast<float>(i) * pass_.stepSize;
+        return locate(position, pass_.evaluation.x0[axis], pass_.evaluation.h[axis],
+                      pass_.evaluation.n[axis], pass_.reader);
+    }
+
+    void tryFirstCandidates();
+    bool tryCandidate(std::int32_t (&p)[3]);
+    void searchInterpolated();
+    void prepareWindow(int axis, LatticeInterval range);
+    void findCellRuns(int axis);
+    void searchColumns(std::int32_t x, LatticeInterval (&range)[3]);
+    void searchVoxelwise();
+    void findVoxelRuns(int axis, LatticeInterval range);
+    void considerVoxel(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z);
+    void considerVoxelRows(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z, float dose);
+    void considerRow(std::int32_t i, std::int32_t j, const CellRun& cell, LatticeInterval range,
+                     float margin);
+
+    void store()
+    {
+        if (best_ < voxel_.gammasq) {
+            voxel_.gammasq = best_;
+            voxel_.distanceMinGamma = __builtin_sqrtf(bestDistanceSquared_);
+        }
+        if (best_ <= 1.0F) {
+            voxel_.passed = true;
+        }
+    }
+
+    const SearchPass& pass_;
+    SearchScratch& scratch_;
+    ActiveVoxel& voxel_;
+    std::int32_t index_[3];
+    const AxisSample* sample_[3];
+    float referenceDose_ = 0;
+    float delta_ = 0;               ///< Gy, dose criterion
+    float scale_ = 0;               ///< steps per Gy
+    float best_ = 0;                ///< least gamma^2 so far
+    float bestDistanceSquared_ = 0; ///< mm^2, of the point that gave it in this pass
+    float threshold_ = 0;           ///< f above it cannot matter, but for the error of u
+    float root_ = 0;                ///< its square root
+    LatticeInterval reach_{0, -1};  ///< lattice indices that can matter on any axis
+};
+
+// ---- First candidates ---------------------------------------------------------------------------
+
+/**
+ * Considers the point p and moves it to the minimum of the dose field linearised there. Returns
+ * whether it moved.
+ */
+bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
+{
+    const AxisPoint x = locatePoint(0, p[0]);
+    const AxisPoint y = locatePoint(1, p[1]);
+    const AxisPoint z = locatePoint(2, p[2]);
+    const int* const n = pass_.evaluation.n;
+    const float* const map = pass_.evaluation.map;
+    if (isMember(p[0], p[1], p[2])) {
+        consider(doseAtPoint(map, n, x, y, z, pass_.reader), p[0], p[1], p[2]);
+    }
+    const bool planar = pass_.reader == Reader::bilinear;
+    const int zLower = planar ? nearestPlane(z) : z.lower;
+    const int zUpper = planar ? zLower : z.upper;
+    const float* const r00 = map + voxelIndex(n, 0, y.lower, zLower);
+    const float* const r10 = map + voxelIndex(n, 0, y.upper, zLower);
+    const float* const r01 = map + voxelIndex(n, 0, y.lower, zUpper);
+    const float* const r11 = map + voxelIndex(n, 0, y.upper, zUpper);
+    const auto along = [](float a, float b, float t) { return a + (b - a) * t; };
+    const float c00 = along(r00[x.lower], r00[x.upper], x.fraction);
+    const float c10 = along(r10[x.lower], r10[x.upper], x.fraction);
+    const float c01 = along(r01[x.lower], r01[x.upper], x.fraction);
+    const float c11 = along(r11[x.lower], r11[x.upper], x.fraction);
+    const float d0 = along(r00[x.upper] - r00[x.lower], r10[x.upper] - r10[x.lower], y.fraction);
+    const float d1 = along(r01[x.upper] - r01[x.lower], r11[x.upper] - r11[x.lower], y.fraction);
+    const float c0 = along(c00, c10, y.fraction);
+    const float c1 = along(c01, c11, y.fraction);
+    const float perStep = scale_ * pass_.stepSize;
+    const float g[3] = {along(d0, d1, z.fraction) * perStep / pass_.evaluation.h[0],
+                        along(c10 - c00, c11 - c01, z.fraction) * perStep / pass_.evaluation.h[1],
+                        (c1 - c0) * perStep / pass_.evaluation.h[2]};
+    const float u = (along(c0, c1, z.fraction) - referenceDose_) * scale_;
+    const float at0 = u - (g[0] * static_cast<float>(p[0]) + g[1] * static_cast<float>(p[1]) +
+                           g[2] * static_cast<float>(p[2]));
+    const float steepness = g[0] * g[0] + g[1] * g[1] + g[2] * g[2];
+    float move = -at0 / (steepness + 1.0F);
+    const float length = move * move * steepness;
+    const float outer = static_cast<float>(pass_.outerIndex) - 0.5F;
+    if (!(length <= outer * outer)) {
+        // Not even the shell's rim reaches the minimum (or the doses are not numbers).
+        move *= outer / __builtin_sqrtf(length);
+    }
+    bool moved = false;
+    for (int a = 0; a < 3; ++a) {
+        const float target = move * g[a];
+        if (!isFinite(target)) {
+            return false;
+        }
+        const LatticeInterval range =
+            common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex});
+        const auto low = static_cast<float>(range.first);
+        const auto high = static_cast<float>(range.last);
+        const auto next =
+            static_cast<std::int32_t>(__builtin_floorf(clamped(target, low, high) + 0.5F));
+        moved = moved || next != p[a];
+        p[a] = clamped(next, range.first, range.last);
+    }
+    return moved;
+}
+
+void VoxelSearch::tryFirstCandidates()
+{
+    std::int32_t p[3];
+    for (int a = 0; a < 3; ++a) {
+        const LatticeInterval range =
+            common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex});
+        if (range.empty()) {
+            return;
+        }
+        p[a] = nearestToZero(range);
+    }
+    constexpr int steps = 3;
+    for (int step = 0; step < steps && tryCandidate(p); ++step) {
+    }
+}
+
+// ---- Between voxel centres ----------------------------------------------------------------------
+
+void VoxelSearch::findCellRuns(int axis)
+{
+    AxisWindow& window = scratch_.window[axis];
+    window.runs.count = 0;
+    const int n = pass_.evaluation.n[axis];
+    const bool planar = axis == 2 && pass_.reader == Reader::bilinear;
+    const float slope = n == 1 || planar ? 0.0F : pass_.stepSize / pass_.evaluation.h[axis];
+    for (std::int32_t i = window.range.first; i <= window.range.last; ++i) {
+        const std::int32_t at = i - window.range.first;
+        AxisPoint p{Zone::centre, 0, window.lower[at], 0, window.fraction[at]};
+        p.upper = p.lower + (n > 1 ? 1 : 0);
+        if (planar) {
+            p.lower = p.upper = nearestPlane(p);
+            p.fraction = 0;
+        }
+        CellRun* const last = window.runs.items + window.runs.count - 1;
+        if (window.runs.count == 0 || last->lower != p.lower) {
+            const float offset = p.fraction - slope * static_cast<float>(i);
+            window.runs.items[window.runs.count++] = {i, i, p.lower, p.upper, offset, slope, 0};
+        }
+        CellRun& run = window.runs.items[window.runs.count - 1];
+        run.last = i;
+        const float line = run.offset + slope * static_cast<float>(i);
+        const float deviation = __builtin_fabsf(p.fraction - line);
+        // Rounding of offset + slope * index itself, in whatever order it is summed up.
+        const float rounding = 0x1p-22F * (1.0F + __builtin_fabsf(run.offset) +
+                                           slope * __builtin_fabsf(static_cast<float>(i)));
+        run.deviation = larger(run.deviation, deviation + rounding);
+    }
+}
+
+void VoxelSearch::prepareWindow(int axis, LatticeInterval range)
+{
+    AxisWindow& window = scratch_.window[axis];
+    window.range = range;
+    window.referenceIndex = index_[axis];
+    const float origin = sample_[axis]->position;
+    const float x0 = pass_.evaluation.x0[axis];
+    const float h = pass_.evaluation.h[axis];
+    const int n = pass_.evaluation.n[axis];
+    const float step = pass_.stepSize;
+    const std::int32_t count = range.last - range.first + 1;
+    std::int32_t* const lower = window.lower;
+    float* const fraction = window.fraction;
+    for (std::int32_t i = 0; i < count; ++i) {
+        AxisPoint p{};
+        const float position = origin + static_cast<float>(range.first + i) * step;
+        setNeighbours(p, (position - x0) / h, n);
+        lower[i] = p.lower;
+        fraction[i] = p.fraction;
+    }
+}
+
+/** The lattice points between voxel centres on every axis. */
+void VoxelSearch::searchInterpolated()
+{
+    LatticeInterval range[3];
+    for (int a = 0; a < 3; ++a) {
+        range[a] = common(sample_[a]->centre, reach_);
+        if (range[a].empty()) {
+            return;
+        }
+    }
+    for (int a = 1; a < 3; ++a) {
+        if (scratch_.window[a].referenceIndex != index_[a]) {
+            prepareWindow(a, common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex}));
+            findCellRuns(a);
+        }
+    }
+    prepareWindow(0, range[0]);
+    for (std::int32_t x = range[0].first; x <= range[0].last && !settled(); x += Lanes::width) {
+        searchColumns(x, range);
+    }
+}
+
+/** One vector of lattice indices along x, with what the search along y and z reads of it. */
+struct ColumnLanes {
+    alignas(64) std::int32_t lower[maxLanes];
+    alignas(64) std::int32_t upper[maxLanes];
+    alignas(64) float fraction[maxLanes];
+    alignas(64) float squared[maxLanes]; ///< i^2; infinite behind the last index
+};
+
+/** Searches the columns x, x + 1, ... (one per lane) along y and z. */
+void VoxelSearch::searchColumns(std::int32_t x, LatticeInterval (&range)[3])
+{
+    using F = Lanes::F;
+    const int* const n = pass_.evaluation.n;
+    const AxisWindow& xWindow = scratch_.window[0];
+    const AxisWindow& yWindow = scratch_.window[1];
+    const AxisWindow& zWindow = scratch_.window[2];
+    ColumnLanes lanes;
+    const std::int32_t xLast = smaller(x + Lanes::width - 1, range[0].last);
+    const std::int32_t* const xLower = xWindow.lower + (x - xWindow.range.first);
+    const std::int32_t base = xLower[0];
+    for (std::int32_t lane = 0; lane < Lanes::width; ++lane) {
+        const std::int32_t i = smaller(x + lane, xLast);
+        lanes.lower[lane] = xLower[i - x] - base;
+        lanes.upper[lane] = lanes.lower[lane] + (n[0] > 1 ? 1 : 0);
+        lanes.fraction[lane] = xWindow.fraction[i - xWindow.range.first];
+        lanes.squared[lane] = x + lane > xLast ? __builtin_inff() : squareOf(i);
+    }
+    const bool fits = lanes.upper[Lanes::width - 1] < Lanes::width;
+    const Lanes::I lowerIndex = Lanes::loadIndices(lanes.lower);
+    const Lanes::I upperIndex = Lanes::loadIndices(lanes.upper);
+    const F xFraction = Lanes::load(lanes.fraction);
+    const F xSquared = Lanes::load(lanes.squared);
+    const F dRef = Lanes::all(referenceDose_);
+    const F scale = Lanes::all(scale_);
+    const float xNearest = squareOf(nearestToZero({x, xLast}));
+    const auto interpolateRow = [&](const float* row) {
+        F lower;
+        F upper;
+        if (fits) {
+            lower = Lanes::spread(row + base, lowerIndex);
+            upper = Lanes::spread(row + base, upperIndex);
+        } else {
+            alignas(64) float a[maxLanes];
+            alignas(64) float b[maxLanes];
+            for (int lane = 0; lane < Lanes::width; ++lane) {
+                a[lane] = row[base + lanes.lower[lane]];
+                b[lane] = row[base + lanes.upper[lane]];
+            }
+            lower = Lanes::load(a);
+            upper = Lanes::load(b);
+        }
+        return (lower + (upper - lower) * xFraction - dRef) * scale;
+    };
+
+    for (const CellRun& zCell : zWindow.runs) {
+        const LatticeInterval z = common({zCell.first, zCell.last}, common(range[2], reach_));
+        if (z.empty()) {
+            continue;
+        }
+        const float zNearest = squareOf(nearestToZero(z));
+        if (xNearest + zNearest > threshold_) {
+            continue;
+        }
+        // Rows of the two planes, and the range of u over them.
+        const LatticeInterval yRange = common(range[1], reach_);
+        std::int32_t firstRow = -1;
+        std::int32_t lastRow = -1;
+        for (const CellRun& yCell : yWindow.runs) {
+            if (!common({yCell.first, yCell.last}, yRange).empty()) {
+                firstRow = firstRow < 0 ? yCell.lower : firstRow;
+                lastRow = yCell.upper;
+            }
+        }
+        if (firstRow < 0) {
+            continue;
+        }
+        F low = Lanes::all(__builtin_inff());
+        F high = Lanes::all(-__builtin_inff());
+        for (int side = 0; side < 2; ++side) {
+            const int plane = side == 0 ? zCell.lower : zCell.upper;
+            float* out = scratch_.rows[side];
+            for (std::int32_t row = firstRow; row <= lastRow; ++row, out += Lanes::width) {
+                const F u = interpolateRow(pass_.evaluation.map + voxelIndex(n, 0, row, plane));
+                Lanes::store(out, u);
+                low = Lanes::min(low, u);
+                high = Lanes::max(high, u);
+            }
+        }
+        // Error of u: the fraction along z is off by at most `deviation`, and the some 30 roundings
+        // of both computations act on values no larger than |u| and scale * |reference dose|.
+        const F magnitude = Lanes::max(high, Lanes::all(0) - low) +
+                            Lanes::all(scale_ * __builtin_fabsf(referenceDose_));
+        F error = (high - low) * Lanes::all(zCell.deviation) + magnitude * Lanes::all(0x1p-19F);
+        // Where squares of u might overflow, every point is evaluated.
+        if (Lanes::notGreater(magnitude, Lanes::all(1e15F)) != Lanes::everyLane) {
+            error = Lanes::all(__builtin_inff());
+        }
+        const auto thresholdNow = [&] {
+            return Lanes::all(threshold_) + error * (Lanes::all(2 * root_) + error);
+        };
+        F threshold = thresholdNow();
+        const F slope = Lanes::all(zCell.slope);
+        const F offset = Lanes::all(zCell.offset);
+        const F zFirst = Lanes::all(static_cast<float>(z.first));
+        const F zLast = Lanes::all(static_cast<float>(z.last));
+        const float outerSquared = pass_.shell.outerRadiusSquared();
+        // Below this no point within the threshold lies outside the shell's sphere.
+        const bool rimMatters =
+            Lanes::notGreater(threshold, Lanes::all(static_cast<float>(pass_.wholeSquared))) !=
+            Lanes::everyLane;
+        for (const CellRun& yCell : yWindow.runs) {
+            const LatticeInterval y = common({yCell.first, yCell.last}, yRange);
+            if (y.empty()) {
+                continue;
+            }
+            const float yzNearest = squareOf(nearestToZero(y)) + zNearest;
+            if (xNearest + yzNearest > threshold_) {
+                continue;
+            }
+            const std::int32_t lowerAt = (yCell.lower - firstRow) * Lanes::width;
+            const std::int32_t upperAt = (yCell.upper - firstRow) * Lanes::width;
+            const F u00 = Lanes::load(scratch_.rows[0] + lowerAt);
+            const F u10 = Lanes::load(scratch_.rows[0] + upperAt);
+            const F u01 = Lanes::load(scratch_.rows[1] + lowerAt);
+            const F u11 = Lanes::load(scratch_.rows[1] + upperAt);
+            const F least = Lanes::min(Lanes::min(u00, u10), Lanes::min(u01, u11));
+            const F most = Lanes::max(Lanes::max(u00, u10), Lanes::max(u01, u11));
+            const F away = Lanes::max(Lanes::max(least, Lanes::all(0) - most), Lanes::all(0));
+            const F bound = away * away + (xSquared + Lanes::all(yzNearest));
+            if (Lanes::notGreater(bound, threshold) == 0) {
+                continue;
+            }
+            const F d0 = u10 - u00;
+            const F d1 = u11 - u01;
+            const float* const yFraction = yWindow.fraction + (y.first - yWindow.range.first);
+            for (std::int32_t j = y.first; j <= y.last; ++j) {
+                const F t = Lanes::all(yFraction[j - y.first]);
+                const F u0 = u00 + d0 * t;
+                const F u1 = u01 + d1 * t;
+                const F gradient = u1 - u0;
+                const F b = gradient * slope;
+                const F a = u0 + gradient * offset;
+                const F inPlane = xSquared + Lanes::all(squareOf(j));
+                F first = zFirst;
+                F last = zLast;
+                if (rimMatters) {
+                    const F room = Lanes::max(Lanes::all(outerSquared) - inPlane, Lanes::all(0));
+                    const F rim =
+                        rounded(Lanes::sqrt(room + Lanes::all(0.01F)) - Lanes::all(0.499F));
+                    first = Lanes::max(zFirst, Lanes::all(0) - rim);
+                    last = Lanes::min(zLast, rim);
+                }
+                const F free = rounded((Lanes::all(0) - a * b) / (b * b + Lanes::all(1)));
+                const F k = Lanes::min(Lanes::max(free, first), last);
+                const F u = a + b * k;
+                const F f = u * u + (k * k + inPlane);
+                unsigned open = Lanes::notGreater(f, threshold) &
+                                Lanes::notGreater(inPlane, Lanes::all(outerSquared));
+                if (open == 0) {
+                    continue;
+                }
+                alignas(64) float margins[maxLanes];
+                Lanes::store(margins, error);
+                while (open != 0 && !settled()) {
+                    const int lane = __builtin_ctz(open);
+                    open &= open - 1;
+                    if (x + lane <= xLast) {
+                        considerRow(x + lane, j, zCell, z, margins[lane]);
+                    }
+                }
+                if (settled()) {
+                    return;
+                }
+                threshold = thresholdNow();
+            }
+        }
+    }
+}
+
+/**
+ * Considers the points of the lattice row (i, j) in one cell along z that can matter: those within
+ * the width of the row's parabola below the threshold. `margin` is the error of u.
+ */
+void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const CellRun& cell,
+                              LatticeInterval range, float margin)
+{
+    const AxisWindow& xWindow = scratch_.window[0];
+    const AxisWindow& yWindow = scratch_.window[1];
+    const auto pointOf = [&](const AxisWindow& window, int axis, std::int32_t at) {
+        const std::int32_t offset = at - window.range.first;
+        AxisPoint p{Zone::centre, 0, window.lower[offset], 0, window.fraction[offset]};
+        p.upper = p.lower + (pass_.evaluation.n[axis] > 1 ? 1 : 0);
+        return p;
+    };
+    const AxisPoint x = pointOf(xWindow, 0, i);
+    const AxisPoint y = pointOf(yWindow, 1, j);
+    const float c0 = mixInPlane(pass_.evaluation.map, pass_.evaluation.n, x, y, cell.lower);
+    const float c1 = mixInPlane(pass_.evaluation.map, pass_.evaluation.n, x, y, cell.upper);
+    // A cell with a corner that is not finite has no point with a finite dose.
+    if (!isFinite(c0) || !isFinite(c1)) {
+        return;
+    }
+    const bool planar = pass_.reader == Reader::bilinear;
+    const AxisWindow& zWindow = scratch_.window[2];
+    const auto considerAt = [&](std::int32_t k) {
+        if (!isMember(i, j, k)) {
+            return false;
+        }
+        const float fraction = zWindow.fraction[k - zWindow.range.first];
+        consider(planar ? c0 : mix(c0, c1, fraction), i, j, k);
+        return true;
+    };
+    const double u0 = (static_cast<double>(c0) - static_cast<double>(referenceDose_)) *
+                      static_cast<double>(scale_);
+    const double rise =
+        (static_cast<double>(c1) - static_cast<double>(c0)) * static_cast<double>(scale_);
+    const double b = rise * static_cast<double>(cell.slope);
+    const double a = u0 + rise * static_cast<double>(cell.offset);
+    const double curvature = b * b + 1;
+    const double lowest = -a * b / curvature;
+    const double least =
+        a * a / curvature + static_cast<double>(squareOf(i)) + static_cast<double>(squareOf(j));
+    const double first = range.first;
+    const double last = range.last;
+    if (!(lowest - lowest == 0) || !(curvature - curvature == 0)) {
+        for (std::int32_t k = range.first; k <= range.last; ++k) {
+            considerAt(k);
+        }
+        return;
+    }
+    const auto centre =
+        static_cast<std::int32_t>(__builtin_floor(clamped(lowest, first, last) + 0.5));
+    const bool centreIsMember = considerAt(centre);
+    if (centreIsMember && planar) {
+        return; // the dose is the same along the run, and no point of it is nearer
+    }
+    const double allowed = static_cast<double>(threshold_) +
+                           static_cast<double>(margin) *
+                               (2 * static_cast<double>(root_) + static_cast<double>(margin));
+    const double excess = larger((allowed - least) / curvature, 0.0);
+    // One hundredth of a step covers the rounding of `lowest`.
+    const double width = __builtin_sqrt(excess) + 0.01;
+    const auto kFirst =
+        static_cast<std::int32_t>(__builtin_ceil(clamped(lowest - width, first, last)));
+    const auto kLast =
+        static_cast<std::int32_t>(__builtin_floor(clamped(lowest + width, first, last)));
+    for (std::int32_t k = kFirst; k <= kLast; ++k) {
+        if (k != centre) {
+            considerAt(k);
+        }
+    }
+}
+
+// ---- Where the dose is that of the containing voxel ---------------------------------------------
+
+void VoxelSearch::findVoxelRuns(int axis, LatticeInterval range)
+{
+    Room<VoxelRun>& runs = scratch_.voxelRuns[axis];
+    runs.count = 0;
+    for (std::int32_t i = range.first; i <= range.last; ++i) {
+        const AxisPoint p = locatePoint(axis, i);
+        const VoxelRun* const last = runs.items + runs.count - 1;
+        if (runs.count == 0 || last->point.zone != p.zone || last->point.voxel != p.voxel) {
+            runs.items[runs.count++] = {i, i, i, p};
+        }
+        VoxelRun& run = runs.items[runs.count - 1];
+        run.last = i;
+        run.nearest = nearestToZero({run.first, run.last});
+    }
+}
+
+/** The lattice points that are not between voxel centres on some axis. */
+void VoxelSearch::searchVoxelwise()
+{
+    LatticeInterval range[3];
+    bool allInterpolated = true;
+    for (int a = 0; a < 3; ++a) {
+        range[a] = common(sample_[a]->inside, reach_);
+        if (range[a].empty()) {
+            return;
+        }
+        const LatticeInterval centre = common(sample_[a]->centre, range[a]);
+        allInterpolated =
+            allInterpolated && centre.first == range[a].first && centre.last == range[a].last;
+    }
+    if (allInterpolated) {
+        return;
+    }
+    for (int a = 0; a < 3; ++a) {
+        findVoxelRuns(a, range[a]);
+    }
+    for (const VoxelRun& z : scratch_.voxelRuns[2]) {
+        for (const VoxelRun& y : scratch_.voxelRuns[1]) {
+            if (squareOf(z.nearest) + squareOf(y.nearest) > threshold_) {
+                continue;
+            }
+            for (const VoxelRun& x : scratch_.voxelRuns[0]) {
+                considerVoxel(x, y, z);
+            }
+            if (settled()) {
+                return;
+            }
+        }
+    }
+}
+
+void VoxelSearch::considerVoxel(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z)
+{
+    if (x.point.zone == Zone::centre && y.point.zone == Zone::centre &&
+        z.point.zone == Zone::centre) {
+        return;
+    }
+    const float squared = squareOf(x.nearest) + squareOf(y.nearest) + squareOf(z.nearest);
+    const float dose = doseOf({x.point, y.point, z.point});
+    const float u = (dose - referenceDose_) * scale_;
+    if (u * u * (1 - 0x1p-19F) + squared > threshold_) {
+        return;
+    }
+    // All points of the voxel have the same dose: the nearest one is enough.
+    if (isMember(x.nearest, y.nearest, z.nearest)) {
+        consider(dose, x.nearest, y.nearest, z.nearest);
+    } else {
+        considerVoxelRows(x, y, z, dose);
+    }
+}
+
+/** Considers a voxel whose nearest lattice point is not in the shell, row by row. */
+void VoxelSearch::considerVoxelRows(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z,
+                                    float dose)
+{
+    for (std::int32_t i = x.first; i <= x.last; ++i) {
+        for (std::int32_t j = y.first; j <= y.last; ++j) {
+            for (std::int32_t k = z.first; k <= z.last; ++k) {
+                if (isMember(i, j, k)) {
+                    consider(dose, i, j, k);
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
+#endif
