@@ -1,15 +1,14 @@
 #include "compareCommand.h"
 
 #include <chrono>
-#include <filesystem>
 #include <iostream>
-#include <memory>
+#include <optional>
 
 #include "comparison.h"
-#include "outputFile.h"
+#include "outputs.h"
+#include "progress.h"
 #include "readDose.h"
 #include "resultTable.h"
-#include "volumeFile.h"
 
 namespace cli
 {
@@ -21,8 +20,8 @@ void checkUnits(const Comparison& comparison)
 {
     for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
         if (dose->isRelative && !comparison.settings.normalisation) {
-            throw InputError(dose->path + ": holds relative doses, not Gy; --norm with the dose of "
-                                          "100 % in the same units allows to compare them");
+            throw InputError(dose->path + ": holds relative doses, not Gy; they are compared as "
+                                          "they are when --norm gives the dose of 100 %");
         }
     }
     if (comparison.reference.isRelative != comparison.evaluation.isRelative) {
@@ -55,6 +54,7 @@ Comparison readComparison(const CompareOptions& options)
     comparison.settings = options.settings;
     comparison.limits = options.limits;
     comparison.failBelow = options.failBelow;
+    comparison.commandLine = options.commandLine;
     comparison.reference = readDose(options.reference);
     comparison.evaluation = readDose(options.evaluation);
     for (const Criterion& criterion : options.criteriaToCompute()) {
@@ -67,11 +67,23 @@ Comparison readComparison(const CompareOptions& options)
     return comparison;
 }
 
+/** Computes with a progress line where a user is there to see it. */
+GammaMap computeVisibly(GammaRun& run, const GammaSettings& settings, const Criterion& criterion)
+{
+    if (settings.verbose > 0 || !Progress::isWanted()) {
+        return run.compute(settings, criterion);
+    }
+    GammaSettings reported = settings;
+    reported.verbose = 5;
+    const Progress progress(criterion.label(), shellLimit(settings));
+    return run.compute(reported, criterion);
+}
+
 void compute(Comparison& comparison)
 {
     GammaRun run(comparison.reference, comparison.evaluation);
     for (CriterionResult& result : comparison.results) {
-        GammaMap map = run.compute(comparison.settings, result.criterion);
+        GammaMap map = computeVisibly(run, comparison.settings, result.criterion);
         result.step = static_cast<double>(stepSize(comparison.settings, result.criterion));
         result.statistics = gammaStatistics(map, comparison.settings);
         result.verdict = verdictOf(map.passRate, comparison.limits);
@@ -80,62 +92,13 @@ void compute(Comparison& comparison)
     }
 }
 
-/** The name for one of several gamma maps: "gamma.nii.gz" becomes "gamma-3G-2mm.nii.gz". */
-std::string nameFor(const std::string& path, const Criterion& criterion)
-{
-    const auto folderEnd = path.find_last_of('/');
-    const auto nameStart = folderEnd == std::string::npos ? 0 : folderEnd + 1;
-    const std::size_t tail = path.ends_with(".nii.gz") ? 7 : path.size() - path.find_last_of('.');
-    const std::size_t stemEnd = std::max(nameStart, path.size() - tail);
-    return path.substr(0, stemEnd) + "-" + criterion.fileLabel() + path.substr(stemEnd);
-}
-
-/** The files asked for: opened before the computation, filled after it. */
-class Outputs
-{
-public:
-    Outputs(const CompareOptions& options, const Comparison& comparison)
-    {
-        if (options.gammaMap.empty()) {
-            return;
-        }
-        const bool isOne = comparison.results.size() == 1;
-        for (const CriterionResult& result : comparison.results) {
-            gammaMaps_.push_back(std::make_unique<OutputFile>(
-                isOne ? options.gammaMap : nameFor(options.gammaMap, result.criterion)));
-        }
-    }
-
-    void write(const Comparison& comparison)
-    {
-        for (std::size_t i = 0; i < gammaMaps_.size(); ++i) {
-            writeGammaMap(*gammaMaps_[i], comparison.reference.image.geometry,
-                          comparison.results[i].gamma);
-        }
-    }
-
-private:
-    static void writeGammaMap(OutputFile& file, const Geometry& geometry,
-                              const std::vector<float>& gamma)
-    {
-        try {
-            writeVolume(file.temporaryPath(), {geometry, gamma});
-        } catch (const InputError& error) {
-            throw InputError(file.path() + ": " + error.what());
-        }
-        file.commit();
-    }
-
-    std::vector<std::unique_ptr<OutputFile>> gammaMaps_;
-};
-
 } // namespace
 
 ExitCode compare(const CompareOptions& options)
 {
     checkCompareOptions(options);
     Comparison comparison = readComparison(options);
-    Outputs outputs(options, comparison);
+    Outputs outputs(options.outputs, options.criteriaToCompute());
     for (const std::string& warning : comparison.warnings) {
         std::cerr << "zarngi: warning: " << warning << '\n';
     }

@@ -3,12 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include <cmath>
-#include <filesystem>
 #include <thread>
 
 #include "failure.h"
 #include "text.h"
-#include "volumeFile.h"
 
 namespace cli
 {
@@ -118,21 +116,17 @@ void addLimits(CLI::App& command, CompareOptions& options)
 
 void addOutput(CLI::App& command, CompareOptions& options)
 {
-    command
-        .add_option("--gamma-map", options.gammaMap,
-                    "Gamma of every voxel: .mha, .nrrd, .nii.gz (-1: not tested)")
-        ->type_name("FILE")
-        ->group("Output");
+    const auto file = [&](const char* name, std::string& value, const char* text) {
+        command.add_option(name, value, text)->type_name("FILE")->group("Output");
+    };
+    file("--report", options.outputs.report, "Page with slices, profiles and histogram (.html)");
+    file("--json", options.outputs.json, "Everything about the comparison, for programs");
+    file("--csv", options.outputs.csv, "One row per criterion, for spreadsheets");
+    file("--gamma-map", options.outputs.gammaMap, "Gamma of every voxel (.mha, .nrrd, .nii.gz)");
     command.add_option("--verbose", options.settings.verbose, "Reports of the search, 0 to 5 (0)")
         ->check(CLI::Range(0, 5))
         ->type_name("N")
         ->group("Output");
-}
-
-bool isSameFile(const std::string& a, const std::string& b)
-{
-    std::error_code error;
-    return std::filesystem::equivalent(a, b, error);
 }
 
 } // namespace
@@ -179,15 +173,10 @@ void checkCompareOptions(const CompareOptions& options)
         throw UsageError("--action " + number(options.limits.action) + " is above --tolerance " +
                          number(options.limits.tolerance));
     }
-    if (!options.gammaMap.empty() && !isWritableVolumeName(options.gammaMap)) {
-        throw UsageError("--gamma-map: " + options.gammaMap +
-                         " does not end in .mha, .nrrd, .nii or .nii.gz");
+    if (!options.outputs.report.empty() && options.settings.passRateOnly) {
+        throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }
-    for (const std::string& output : {options.gammaMap}) {
-        if (isSameFile(output, options.reference) || isSameFile(output, options.evaluation)) {
-            throw UsageError(output + " would overwrite an input file");
-        }
-    }
+    options.outputs.check(options.reference, options.evaluation);
 }
 
 } // namespace cli

@@ -11,6 +11,7 @@
 
 #include "criterion.h"
 #include "gammaRun.h"
+#include "outputs.h"
 #include "verdict.h"
 
 namespace CLI
@@ -29,7 +30,8 @@ struct CompareOptions {
     GammaSettings settings;
     Limits limits;
     std::optional<double> failBelow;
-    std::string gammaMap; ///< files to write; empty: none
+    OutputNames outputs;
+    std::string commandLine; ///< kept in the outputs
 
     /** The criteria asked for. @throws UsageError */
     std::vector<Criterion> criteriaToCompute() const;

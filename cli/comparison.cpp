@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
+#include "doseExtremes.h"
+
 namespace cli
 {
 
 double Comparison::normalisation() const
 {
-    const std::vector<float>& doses = reference.image.values;
-    return settings.normalisation
-               ? *settings.normalisation
-               : static_cast<double>(*std::max_element(doses.begin(), doses.end()));
+    return settings.normalisation ? *settings.normalisation : doseExtremes(reference.image).maximum;
 }
 
 bool Comparison::isBelowLimit() const

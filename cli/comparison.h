@@ -23,7 +23,7 @@ struct CriterionResult {
     Criterion criterion;
     double step = 0; ///< mm, spacing of the search lattice
     GammaStatistics statistics;
-    Verdict verdict = Verdict::belowAction;
+    Verdict verdict = Verdict::fail;
     double seconds = 0;       ///< of the search
     std::vector<float> gamma; ///< on the reference grid; -1: not tested
 };
@@ -37,12 +37,13 @@ struct Comparison {
     std::vector<CriterionResult> results;
     std::vector<std::string> warnings;
     double readSeconds = 0;
+    std::string commandLine; ///< that asked for it; may be empty
 
     /** Gy (or the unit of relative doses): what DCO and a global dose difference refer to. */
     double normalisation() const;
     /** In the same unit: only voxels above it were tested. */
     double cutOffDose() const { return settings.cutOff / 100 * normalisation(); }
-    const char* doseUnit() const { return reference.isRelative ? "(relative)" : "Gy"; }
+    const char* doseUnit() const { return reference.isRelative ? "relative" : "Gy"; }
     /** Whether a pass rate is below the limit that the user set. */
     bool isBelowLimit() const;
 };

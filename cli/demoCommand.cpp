@@ -7,6 +7,7 @@
 
 #include "compareCommand.h"
 #include "outputFile.h"
+#include "reportPage.h"
 #include "syntheticDose.h"
 #include "volumeFile.h"
 
@@ -35,17 +36,18 @@ ExitCode demo(const std::string& folder)
     }
     const std::filesystem::path place(folder);
     CompareOptions options;
-    std::cout << "Two crossing photon fields; the verification is shifted by 1.2 mm, 1 % too high "
-                 "and noisy by 2 %.\n"
+    std::cout << "Two crossing photon fields; the verification is shifted by 1.5 mm, "
+                 "1.5 % too high and noisy by 3 %.\n"
               << std::flush;
     options.reference = writeDose(place / "reference.mha", undisturbed);
     options.evaluation = writeDose(place / "evaluation.mha", fairVerification);
     options.settings.threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    options.criteria = {"3%/2mm"};
-    options.gammaMap = (place / "gamma.mha").string();
+    options.criteria = {"3%/2mm", "2%/2mm"};
+    options.outputs.json = (place / "result.json").string();
+    options.outputs.report = reportTemplate().empty() ? "" : (place / "report.html").string();
     const ExitCode result = compare(options);
-    std::cout << "files       " << place.string()
-              << "/: reference.mha, evaluation.mha, gamma.mha\n";
+    std::cout << "written to  " << place.string() << "/: reference.mha, evaluation.mha, result.json"
+              << (options.outputs.report.empty() ? "\n" : ", report.html\n");
     return result;
 }
 

@@ -319,6 +319,7 @@ DoseImage readDicomDose(const std::string& path)
     const gdcm::DataSet& data = reader.GetFile().GetDataSet();
     checkIsDose(reader.GetFile());
     DoseImage dose;
+    dose.dataPath = path;
     dose.isRelative = unitsAreRelative(data);
     dose.dicom = identityOf(data);
     const double scaling = scalingOf(data);

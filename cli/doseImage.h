@@ -55,6 +55,7 @@ struct DicomIdentity {
 struct DoseImage {
     Image image; ///< Gy, unless isRelative
     std::string path;
+    std::string dataPath;    ///< of the values: another file where the header stands alone
     std::string format;      ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
     bool isRelative = false; ///< a DICOM dose relative to a value the file does not tell
     std::optional<DicomIdentity> dicom;

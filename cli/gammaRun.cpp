@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
 
 #include "failure.h"
 #include "libZarnGI.h"
@@ -91,6 +92,17 @@ float stepSize(const GammaSettings& settings, const Criterion& criterion)
 {
     return settings.step ? static_cast<float>(*settings.step)
                          : static_cast<float>(criterion.distance) / 10;
+}
+
+int shellLimit(const GammaSettings& settings)
+{
+    constexpr double notWorthTelling = 1e6;
+    if (settings.passRateOnly) {
+        return 1;
+    }
+    return settings.maxGamma < notWorthTelling
+               ? static_cast<int>(std::max(1L, std::lround(settings.maxGamma)))
+               : 0;
 }
 
 GammaRun::GammaRun(const DoseImage& reference, const DoseImage& evaluation)

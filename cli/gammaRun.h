@@ -39,6 +39,9 @@ struct GammaMap {
 /** The spacing of the search lattice that a computation uses, mm. */
 float stepSize(const GammaSettings& settings, const Criterion& criterion);
 
+/** The largest number of shells that a computation searches; 0: not bounded. */
+int shellLimit(const GammaSettings& settings);
+
 /** The library with two grids loaded; one at a time, since the library holds one environment. */
 class GammaRun
 {

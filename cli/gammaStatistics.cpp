@@ -41,21 +41,18 @@ GammaSpread spreadOf(std::vector<float>& values)
     return spread;
 }
 
-Histogram histogramOf(const std::vector<float>& values, double maxGamma)
+Histogram histogramOf(const std::vector<float>& gammas, double maxGamma)
 {
-    constexpr double binWidth = 0.05;
+    constexpr double shortest = 2; // leaves bins for failed voxels
     constexpr double longest = 10; // gamma beyond which single bins tell nothing more
+    const double end = std::clamp(std::ceil(maxGamma), shortest, longest);
     Histogram histogram;
-    histogram.binWidth = binWidth;
-    const double end = std::clamp(maxGamma, 1.0, longest);
-    histogram.counts.resize(static_cast<std::size_t>(std::lround(end / binWidth)));
-    for (const float value : values) {
-        const double bin = std::floor(static_cast<double>(value) / binWidth);
-        if (bin < static_cast<double>(histogram.counts.size())) {
-            ++histogram.counts[static_cast<std::size_t>(bin)];
-        } else {
-            ++histogram.above;
-        }
+    histogram.counts.resize(static_cast<std::size_t>(end) * Histogram::binsPerUnit);
+    const auto last = static_cast<double>(histogram.counts.size() - 1);
+    for (const float gamma : gammas) {
+        // A product with a whole number below 2^29 is exact: gamma 1 ends its bin.
+        const double bin = std::ceil(static_cast<double>(gamma) * Histogram::binsPerUnit) - 1;
+        ++histogram.counts[static_cast<std::size_t>(std::clamp(bin, 0.0, last))];
     }
     return histogram;
 }
@@ -75,6 +72,13 @@ std::size_t passedCount(std::size_t atMostOne, std::size_t tested, double passRa
         --passed;
     }
     return passed;
+}
+
+/** Moves failed voxels whose gamma was rounded to 1 to the first bin of failed ones. */
+void moveAcrossOne(Histogram& histogram, std::size_t count)
+{
+    histogram.counts[Histogram::binsPerUnit - 1] -= count;
+    histogram.counts[Histogram::binsPerUnit] += count;
 }
 
 } // namespace
@@ -98,6 +102,7 @@ GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settin
         return statistics;
     }
     statistics.histogram = histogramOf(tested, settings.maxGamma);
+    moveAcrossOne(*statistics.histogram, atMostOne - statistics.passed);
     statistics.unreached =
         std::erase_if(tested, [](float gamma) { return gamma > unreachedGamma; });
     if (!tested.empty()) {

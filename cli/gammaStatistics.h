@@ -23,11 +23,14 @@ struct GammaSpread {
     double maximum;
 };
 
-/** Numbers of tested voxels by gamma, in bins of equal width from 0 upwards. */
+/**
+ * Numbers of tested voxels by gamma: bin i counts i * width < gamma <= (i + 1) * width, the first
+ * one gamma 0 as well, the last one everything above it. The bins up to gamma 1 count the passed.
+ */
 struct Histogram {
-    double binWidth = 0;
+    static constexpr int binsPerUnit = 20;
+    static constexpr double binWidth = 0.05;
     std::vector<std::size_t> counts;
-    std::size_t above = 0; ///< beyond the last bin, voxels without a dose to compare with included
 };
 
 struct GammaStatistics {

@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "gammaRun.h"
 #include "helpFormatter.h"
+#include "infoCommand.h"
 #include "outputFile.h"
 #include "text.h"
 
@@ -27,28 +28,47 @@ struct CommandLine {
     CLI::App app{"Gamma-index comparison of three-dimensional dose distributions", "zarngi"};
     CLI::App* compareCommand =
         app.add_subcommand("compare", "Compare two dose files with the gamma test");
+    CLI::App* infoCommand = app.add_subcommand("info", "Tell what a dose file holds");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
     cli::CompareOptions compare;
+    cli::InfoOptions info;
     std::string demoFolder = "zarngi-demo";
 
     CommandLine()
     {
         app.set_version_flag("--version", "zarngi " + cli::libraryVersion());
         app.require_subcommand(1);
-        for (CLI::App* const command : {&app, compareCommand, demoCommand}) {
+        for (CLI::App* const command : {&app, compareCommand, infoCommand, demoCommand}) {
             command->formatter(std::make_shared<cli::HelpFormatter>());
         }
         cli::addCompareOptions(*compareCommand, compare);
+        infoCommand->add_option("FILE", info.file, "Dose file")->type_name("")->required();
+        infoCommand->add_flag("--patient", info.showPatient, "Tell patient data as well");
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")
             ->type_name("");
     }
 
     ExitCode run() const
     {
-        return compareCommand->parsed() ? cli::compare(compare) : cli::demo(demoFolder);
+        if (compareCommand->parsed()) {
+            return cli::compare(compare);
+        }
+        return infoCommand->parsed() ? cli::info(info) : cli::demo(demoFolder);
     }
 };
+
+/** The command line as it was given; words with blanks in quotes. */
+std::string joined(int argc, char** argv)
+{
+    std::string text = "zarngi";
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const bool isPlain = !word.empty() && word.find_first_of(" \t\"'") == std::string::npos;
+        text += isPlain ? " " + word : " '" + word + "'";
+    }
+    return text;
+}
 
 int runCommand(const CommandLine& commandLine)
 {
@@ -79,5 +99,6 @@ int main(int argc, char** argv)
         return tell(std::string(error.what()) + " (zarngi --help tells more)",
                     ExitCode::wrongUsage);
     }
+    commandLine.compare.commandLine = joined(argc, argv);
     return runCommand(commandLine);
 }

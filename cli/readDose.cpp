@@ -27,12 +27,7 @@ void checkValues(const std::vector<float>& values)
 DoseImage readIdentified(const std::string& path)
 {
     const FileFormat format = identifyFormat(path);
-    DoseImage dose;
-    if (format == FileFormat::dicom) {
-        dose = readDicomDose(path);
-    } else {
-        dose.image = readVolume(path, format);
-    }
+    DoseImage dose = format == FileFormat::dicom ? readDicomDose(path) : readVolume(path, format);
     checkValues(dose.image.values);
     dose.path = path;
     dose.format = formatName(format);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "doseExtremes.h"
 #include "text.h"
 
 namespace cli
@@ -21,13 +22,10 @@ std::string line(std::string name, const std::string& text)
 std::string describeGrid(const DoseImage& dose)
 {
     const Geometry& geometry = dose.image.geometry;
-    const auto& doses = dose.image.values;
-    const auto maximum = static_cast<double>(*std::max_element(doses.begin(), doses.end()));
-    std::array<std::int64_t, 3> size{};
-    std::copy(geometry.size.begin(), geometry.size.end(), size.begin());
     return std::filesystem::path(dose.path).filename().string() + " (" + dose.format + "), " +
-           join(size, " x ") + " voxels of " + join(geometry.spacing, " x ") + " mm, maximum " +
-           number(maximum) + (dose.isRelative ? " (relative)" : " Gy");
+           join(geometry.size, " x ") + " voxels of " + join(geometry.spacing, " x ") +
+           " mm, maximum " + number(doseExtremes(dose.image).maximum) +
+           (dose.isRelative ? " (relative)" : " Gy");
 }
 
 std::string describeSearch(const Comparison& comparison)
@@ -47,14 +45,14 @@ std::string describeSearch(const Comparison& comparison)
 std::string describeVerdict(Verdict verdict, const Limits& limits)
 {
     switch (verdict) {
-    case Verdict::withinTolerance:
+    case Verdict::pass:
         return "pass: within the tolerance limit of " + number(limits.tolerance) + " %";
-    case Verdict::belowTolerance:
-        return "below the tolerance limit of " + number(limits.tolerance) + " %: find the cause";
-    case Verdict::belowAction:
+    case Verdict::investigate:
+        return "investigate: below the tolerance limit of " + number(limits.tolerance) + " %";
+    case Verdict::fail:
         break;
     }
-    return "below the action limit of " + number(limits.action) + " %: act on it";
+    return "fail: below the action limit of " + number(limits.action) + " %";
 }
 
 std::string describeSingle(const CriterionResult& result, const Limits& limits)
@@ -109,7 +107,7 @@ std::string describeTable(const Comparison& comparison)
         text += describeRow(result);
     }
     return text + "verdict: pass from " + number(comparison.limits.tolerance) +
-           " %, tolerance from " + number(comparison.limits.action) + " %, action below\n";
+           " %, investigate from " + number(comparison.limits.action) + " %, fail below\n";
 }
 
 } // namespace

@@ -21,7 +21,7 @@ struct Disturbance {
 /** The undisturbed dose. */
 constexpr Disturbance undisturbed{{0, 0, 0}, 1, 0, 0};
 /** What a verification finds on a fair day. */
-constexpr Disturbance fairVerification{{1.0, -0.6, 0.4}, 1.01, 0.02, 20240229};
+constexpr Disturbance fairVerification{{1.2, -0.7, 0.5}, 1.015, 0.03, 20240229};
 
 /**
  * Two crossing photon fields of 2 Gy together in an elliptical body of water: build-up,

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace cli
@@ -34,13 +35,13 @@ double parseNumber(std::string_view text);
 /** The text on one line: control characters become blanks. */
 std::string oneLine(std::string_view text);
 
-inline std::string asText(std::int64_t value)
+template <class Number> std::string asText(Number value)
 {
-    return std::to_string(value);
-}
-inline std::string asText(double value)
-{
-    return number(value);
+    if constexpr (std::is_integral_v<Number>) {
+        return std::to_string(value);
+    } else {
+        return number(value);
+    }
 }
 
 /** The items as text with a separator between them. */

@@ -14,28 +14,28 @@ struct Limits {
     double action = 90;
 };
 
-enum class Verdict { withinTolerance, belowTolerance, belowAction };
+enum class Verdict { pass, investigate, fail };
 
 inline Verdict verdictOf(double passRate, const Limits& limits)
 {
     if (passRate >= limits.tolerance) {
-        return Verdict::withinTolerance;
+        return Verdict::pass;
     }
-    return passRate >= limits.action ? Verdict::belowTolerance : Verdict::belowAction;
+    return passRate >= limits.action ? Verdict::investigate : Verdict::fail;
 }
 
-/** "pass", "tolerance" (below the tolerance limit) or "action" (below the action limit). */
+/** "pass", "investigate" (below the tolerance limit) or "fail" (below the action limit). */
 inline const char* verdictName(Verdict verdict)
 {
     switch (verdict) {
-    case Verdict::withinTolerance:
+    case Verdict::pass:
         return "pass";
-    case Verdict::belowTolerance:
-        return "tolerance";
-    case Verdict::belowAction:
+    case Verdict::investigate:
+        return "investigate";
+    case Verdict::fail:
         break;
     }
-    return "action";
+    return "fail";
 }
 
 } // namespace cli

@@ -149,7 +149,7 @@ FileFormat formatByName(const std::string& path)
 
 } // namespace
 
-Image readVolume(const std::string& path, FileFormat format)
+DoseImage readVolume(const std::string& path, FileFormat format)
 {
     const StoredData data = checkVolumeHeader(path, format);
     const itk::ImageIOBase::Pointer io = makeImageIO(format);
@@ -174,7 +174,10 @@ Image readVolume(const std::string& path, FileFormat format)
     });
     std::vector<float> values(count);
     convert(io->GetComponentType(), bytes, values);
-    return toPatientAxes(stored, std::move(values));
+    DoseImage dose;
+    dose.image = toPatientAxes(stored, std::move(values));
+    dose.dataPath = data.path;
+    return dose;
 }
 
 bool isWritableVolumeName(const std::string& path)

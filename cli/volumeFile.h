@@ -17,7 +17,7 @@ namespace cli
  * Reads the one volume of a file.
  * @throws InputError for everything that is not a whole three-dimensional image along the axes.
  */
-Image readVolume(const std::string& path, FileFormat format);
+DoseImage readVolume(const std::string& path, FileFormat format);
 
 /** Whether the name's extension is one that writeVolume() knows: .mha, .nrrd, .nii or .nii.gz. */
 bool isWritableVolumeName(const std::string& path);

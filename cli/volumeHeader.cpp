@@ -136,7 +136,8 @@ StoredData checkMetaImage(const std::string& path)
     const std::string& name = *header.find("elementdatafile");
     const std::string* compressed = header.find("compresseddata");
     const bool isLocal = lowerCase(name) == "local";
-    data.bytes = isLocal ? bytesAfter(path, header.length) : bytesAfter(dataFile(path, name), 0);
+    data.path = isLocal ? path : dataFile(path, name);
+    data.bytes = bytesAfter(data.path, isLocal ? header.length : 0);
     data.isCompressed = compressed != nullptr && lowerCase(*compressed) == "true";
     const std::string* isBinary = header.find("binarydata");
     data.isText = isBinary != nullptr && lowerCase(*isBinary) == "false";
@@ -167,8 +168,8 @@ StoredData checkNrrd(const std::string& path)
     const std::string* detached = header.find("data file");
     detached = detached == nullptr ? header.find("datafile") : detached;
     StoredData data;
-    data.bytes = detached == nullptr ? bytesAfter(path, header.length)
-                                     : bytesAfter(dataFile(path, *detached), 0);
+    data.path = detached == nullptr ? path : dataFile(path, *detached);
+    data.bytes = bytesAfter(data.path, detached == nullptr ? header.length : 0);
     const std::string* encoding = header.find("encoding");
     const std::string name = encoding == nullptr ? "raw" : lowerCase(*encoding);
     data.isCompressed = name == "gzip" || name == "gz";
@@ -256,6 +257,7 @@ StoredData checkNifti(const std::string& path)
         header.checkFloats(affineRows, 12, "an orientation or origin", isFinite);
     }
     StoredData data;
+    data.path = path;
     data.isCompressed = path.ends_with(".gz");
     data.valueBytes = header.field<std::uint16_t>(bitpix) / 8U;
     const double start = std::max(0.0, static_cast<double>(header.field<float>(voxOffset)));

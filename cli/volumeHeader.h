@@ -15,6 +15,7 @@ namespace cli
 
 /** Where a file keeps its values and how many bytes there are. */
 struct StoredData {
+    std::string path;              ///< of the file that holds them
     std::uintmax_t bytes = 0;      ///< as stored
     bool isCompressed = false;     ///< by gzip, else as they are
     bool isText = false;           ///< numbers in words

@@ -1,0 +1,6 @@
+#include "reportPage.h"
+
+std::string_view cli::reportTemplate()
+{
+    return {};
+}

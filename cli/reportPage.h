@@ -1,0 +1,24 @@
+/**
+ * @file reportPage.h
+ * The HTML report of a comparison; report/README.md describes how the page carries its data.
+ */
+#ifndef ZARNGI_CLI_REPORTPAGE_H
+#define ZARNGI_CLI_REPORTPAGE_H
+
+#include <string>
+#include <string_view>
+
+#include "comparison.h"
+
+namespace cli
+{
+
+/** The page without data; empty in a build without the report's front end. */
+std::string_view reportTemplate();
+
+/** The page with the data of a comparison whose gamma maps are kept. */
+std::string reportPage(const Comparison& comparison, std::string_view pageTemplate);
+
+} // namespace cli
+
+#endif

@@ -1,0 +1,38 @@
+/**
+ * @file reportVolume.h
+ * Volumes as the report page carries them: 16-bit numbers, compressed, in base64.
+ */
+#ifndef ZARNGI_CLI_REPORTVOLUME_H
+#define ZARNGI_CLI_REPORTVOLUME_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace cli
+{
+
+/** Decimals of a gamma value in the page. */
+constexpr int gammaDecimals = 3;
+
+/** The most decimals with which a dose of this magnitude still fits 16 bits. */
+int doseDecimals(double largestMagnitude);
+
+/** Doses times 10^decimals, rounded. */
+std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decimals);
+
+/**
+ * Gamma in thousandths, -1 where not tested. A failed voxel never shows a passing gamma: what is
+ * above 1 stores at least 1001.
+ */
+std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas);
+
+/** All low bytes, then all high bytes, compressed by zlib, in base64. */
+std::string encodedVolume(const std::vector<std::int16_t>& stored);
+
+/** RFC 4648 with padding. */
+std::string base64(const std::vector<unsigned char>& bytes);
+
+} // namespace cli
+
+#endif
