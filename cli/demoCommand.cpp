@@ -42,7 +42,7 @@ ExitCode demo(const std::string& folder)
     options.reference = writeDose(place / "reference.mha", undisturbed);
     options.evaluation = writeDose(place / "evaluation.mha", fairVerification);
     options.settings.threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    options.criteria = {"3%/2mm", "2%/2mm"};
+    options.criteria = {"3%/2mm", "2%/1mm"};
     options.outputs.json = (place / "result.json").string();
     options.outputs.report = reportTemplate().empty() ? "" : (place / "report.html").string();
     const ExitCode result = compare(options);
