@@ -59,8 +59,8 @@ SearchScratch::SearchScratch(const SearchPass& pass)
         window[a].runs.items = cellRuns_[a].data();
         voxelRuns[a].items = voxelRuns_[a].data();
     }
-    const std::size_t rowCount =
-        std::min(lower_[1].size() + 1, static_cast<std::size_t>(pass.evaluation.n[1]));
+    // A lattice coarser than the grid skips rows: a window may span any number of them.
+    const auto rowCount = static_cast<std::size_t>(pass.evaluation.n[1]);
     for (int side = 0; side < 2; ++side) {
         rows_[side].resize(rowCount * maxLanes);
         rows[side] = rows_[side].data();
