@@ -1,7 +1,5 @@
 #include "definition.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 
@@ -141,26 +139,4 @@ std::vector<float> mapByDefinition(const std::vector<DefinedVoxel>& voxels)
             Env->passRateMode ? result : std::sqrt(voxel.gammasq);
     }
     return gamma;
-}
-
-void expectSameRecords(const std::vector<DefinedVoxel>& expected)
-{
-    ASSERT_EQ(activeVoxels.size(), expected.size());
-    for (std::size_t k = 0; k < expected.size(); ++k) {
-        const ActiveVoxel& voxel = activeVoxels[k];
-        ASSERT_EQ(voxel.ivxl, expected[k].ivxl) << "record " << k;
-        ASSERT_EQ(voxel.passed, expected[k].passed) << "voxel " << voxel.ivxl;
-        if (Env->passRateMode) {
-            continue; // how far a voxel's search went before it passed is not part of the result
-        }
-        if (Env->randomRotation) {
-            // A rotated point may be rounded differently: four units in the last place.
-            ASSERT_FLOAT_EQ(voxel.gammasq, expected[k].gammasq) << "voxel " << voxel.ivxl;
-            continue;
-        }
-        ASSERT_EQ(voxel.gammasq, expected[k].gammasq) << "voxel " << voxel.ivxl;
-        if (voxel.gammasq < 1e20F) {
-            ASSERT_EQ(voxel.distanceMinGamma, expected[k].distance) << "voxel " << voxel.ivxl;
-        }
-    }
 }

@@ -25,7 +25,4 @@ std::vector<DefinedVoxel> searchByDefinition(int shells);
 /** The gamma map that belongs to these voxels. */
 std::vector<float> mapByDefinition(const std::vector<DefinedVoxel>& voxels);
 
-/** Reports, as test failures, where the records of the last computation differ from these. */
-void expectSameRecords(const std::vector<DefinedVoxel>& expected);
-
 #endif
