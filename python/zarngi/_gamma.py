@@ -1,0 +1,260 @@
+"""The gamma-index comparison of two grids."""
+
+from __future__ import annotations
+
+import ctypes
+import os
+import sys
+import time
+import warnings
+from dataclasses import dataclass
+from typing import Any, Literal
+
+import numpy as np
+import numpy.typing as npt
+
+from . import _checks, _library
+from ._grid import DoseGrid, LibraryGrid, library_grid
+from ._result import Criteria, GammaResult
+
+#: More workers than this never help and may exhaust the machine.
+MAX_THREADS = 1024
+
+
+class NothingTestedError(ValueError):
+    """No reference voxel lies above the dose cut-off, so there is no pass rate."""
+
+
+def gamma_index(
+    reference: DoseGrid,
+    evaluation: DoseGrid,
+    *,
+    dd: float = 3,
+    dta: float = 2,
+    dose_cutoff: float = 10,
+    local: bool = False,
+    normalisation: float | None = None,
+    max_gamma: float | None = 3,
+    step: float | None = None,
+    interpolate: bool = True,
+    mode: Literal["map", "pass_rate"] = "map",
+    slices: bool = False,
+    random_rotation: bool = False,
+    threads: int | None = None,
+    verbose: int = 0,
+    on_empty: Literal["raise", "flag"] = "raise",
+) -> GammaResult:
+    """Compare two dose distributions with the gamma-index test.
+
+    For every reference voxel above the dose cut-off the evaluation dose around the voxel's centre
+    is searched, on a cubic lattice, for the smallest
+
+        gamma**2 = (dose difference / dd)**2 + (distance / dta)**2
+
+    A voxel passes when gamma**2 is at most 1.
+
+    Parameters
+    ----------
+    reference, evaluation : DoseGrid
+        The two distributions. They may differ in size, spacing and position, not in the number of
+        dimensions.
+    dd : float
+        Dose difference in % of the normalisation dose or, with `local`, of the voxel's reference
+        dose; greater than 0.
+    dta : float
+        Distance to agreement in mm; greater than 0.
+    dose_cutoff : float
+        Dose in % of the normalisation dose; greater than 0. Voxels strictly above it are tested.
+    local : bool
+        Whether `dd` refers to each reference voxel's own dose.
+    normalisation : float, optional
+        Normalisation dose in Gy; greater than 0. By default the largest reference dose.
+    max_gamma : float, optional
+        Largest gamma searched for; greater than 0. The search goes out to this many times `dta`
+        (rounded to a whole number, at least 1). None: until every gamma is final.
+    step : float, optional
+        Spacing of the search lattice in mm; greater than 0. By default ``dta / 10``.
+    interpolate : bool
+        Whether doses are interpolated between voxel centres; if not, a point has the dose of the
+        voxel that contains it.
+    mode : {"map", "pass_rate"}
+        "pass_rate" decides only which voxels pass, which is faster: the result's `gamma` then
+        holds 1 for passed and 0 for failed voxels instead of gamma values, and has no mean,
+        maximum, percentiles or histogram.
+    slices : bool
+        Whether doses are interpolated within slices of constant z only. The search still goes
+        through all three dimensions.
+    random_rotation : bool
+        Whether the search lattice is turned by a rotation drawn at random. Results then vary from
+        second to second. Needs grids of three dimensions.
+    threads : int, optional
+        Number of worker threads, 1 to 1024; by default one for each CPU the process may use. The
+        result does not depend on it.
+    verbose : int
+        Amount of the library's reports on the process's standard output, 0 (none) to 5.
+    on_empty : {"raise", "flag"}
+        What to do when no voxel lies above the cut-off: raise `NothingTestedError`, or return a
+        result whose `empty` is true and whose pass rate is not a number.
+
+    Returns
+    -------
+    GammaResult
+
+    Raises
+    ------
+    ValueError
+        When a parameter is out of range (the message gives its name, value and accepted range), a
+        dose is not finite, or nothing is tested.
+    TypeError
+        When a parameter has the wrong type.
+    MemoryError
+        When memory runs out.
+
+    Notes
+    -----
+    Calls from several threads are served one after the other; other Python threads go on running
+    during a computation. A fork waits for the end of a computation that another thread is in.
+
+    Examples
+    --------
+    >>> import zarngi
+    >>> reference, evaluation = zarngi.demo_pair()
+    >>> result = zarngi.gamma_index(reference, evaluation, dd=3, dta=3)
+    >>> result.pass_rate == 100 * result.passed / result.tested
+    True
+    """
+    _check_grids(reference, evaluation)
+    criteria = Criteria(
+        dd=_checks.positive("dd", dd, "%"),
+        dta=_checks.positive("dta", dta, "mm"),
+        dose_cutoff=_checks.positive("dose_cutoff", dose_cutoff, "%"),
+        local=_checks.boolean("local", local),
+        normalisation=_checks.positive_or_none("normalisation", normalisation, "Gy"),
+        max_gamma=_checks.positive_or_none("max_gamma", max_gamma),
+        step=_checks.positive_or_none("step", step, "mm"),
+        interpolate=_checks.boolean("interpolate", interpolate),
+        mode=_checks.choice("mode", mode, ("map", "pass_rate")),
+        slices=_checks.boolean("slices", slices),
+        random_rotation=_checks.boolean("random_rotation", random_rotation),
+    )
+    if criteria.random_rotation and len(reference.spacing) < 3:
+        raise ValueError(
+            "random_rotation=True turns the search out of the plane of a 2D array or the line of a "
+            "1D array; accepted: False, or grids with three values of spacing and origin"
+        )
+    threads = _available_cpus() if threads is None else threads
+    threads = _checks.integer("threads", threads, 1, MAX_THREADS)
+    verbose = _checks.integer("verbose", verbose, 0, 5)
+    _checks.choice("on_empty", on_empty, ("raise", "flag"))
+
+    lattice = criteria.dta / 10 if criteria.step is None else criteria.step
+    output = _compute(
+        library_grid("reference", reference, lattice),
+        library_grid("evaluation", evaluation, lattice),
+        criteria,
+        threads,
+        verbose,
+    )
+    result = GammaResult.from_library(
+        output.gamma.reshape(reference.shape),
+        output.pass_rate,
+        output.seconds,
+        criteria,
+        reference,
+        evaluation,
+    )
+    if result.empty and on_empty == "raise":
+        raise NothingTestedError(_nothing_tested(reference, criteria))
+    return result
+
+
+def _check_grids(reference: DoseGrid, evaluation: DoseGrid) -> None:
+    for name, grid in (("reference", reference), ("evaluation", evaluation)):
+        if not isinstance(grid, DoseGrid):
+            raise TypeError(f"{name} is of type {type(grid).__name__}; accepted: zarngi.DoseGrid")
+    if len(reference.spacing) != len(evaluation.spacing):
+        raise ValueError(
+            f"reference has {len(reference.spacing)} dimensions and evaluation has "
+            f"{len(evaluation.spacing)}; accepted: equal numbers (a slice or line gets a place in "
+            "space by three values of spacing and origin)"
+        )
+    frames = {reference.frame_of_reference, evaluation.frame_of_reference} - {None}
+    if len(frames) > 1:
+        warnings.warn(
+            "reference and evaluation have different frames of reference; their coordinates may "
+            "not mean the same places",
+            stacklevel=3,
+        )
+
+
+def _available_cpus() -> int:
+    return min(len(os.sched_getaffinity(0)), MAX_THREADS)
+
+
+@dataclass
+class _Output:
+    gamma: npt.NDArray[np.float32]  # flat, -1 where not tested
+    pass_rate: float  # %, -1 when nothing was tested
+    seconds: float
+
+
+def _floats(array: npt.NDArray[np.float32]) -> Any:
+    return array.ctypes.data_as(ctypes.POINTER(ctypes.c_float))
+
+
+def _hand_over(setter: str, grid: LibraryGrid) -> None:
+    counts = grid.counts.ctypes.data_as(ctypes.POINTER(ctypes.c_int))
+    _library.call(setter, counts, _floats(grid.sizes), _floats(grid.corner), _floats(grid.dose))
+
+
+def _set_options(criteria: Criteria, threads: int, verbose: int) -> None:
+    set_ = _library.call
+    set_("setDD", criteria.dd)
+    set_("setDTA", criteria.dta)
+    set_("setDCO", criteria.dose_cutoff)
+    if criteria.step is not None:
+        set_("setStepSize", criteria.step)
+    if criteria.normalisation is not None:
+        set_("setGlobalNormalization", criteria.normalisation)
+    if criteria.max_gamma is not None:
+        set_("setGammaSearchMax", criteria.max_gamma)
+    set_("setDDCriterium", 2 if criteria.local else 1)
+    set_("setComputationMode", 2 if criteria.mode == "pass_rate" else 1)
+    set_("setInterpolation", criteria.interpolate)
+    set_("setRandomRotation", criteria.random_rotation)
+    set_("setNumThreads", threads)
+    set_("setVerbose", verbose)
+    if criteria.slices:
+        environment = _library.environment()
+        environment.gammaindex2D = True
+        # This flag only announces the analysis, and does so at every verbosity.
+        environment.gammaindex2D_z = verbose > 0
+
+
+def _compute(
+    reference: LibraryGrid, evaluation: LibraryGrid, criteria: Criteria, threads: int, verbose: int
+) -> _Output:
+    gamma = np.empty(reference.dose.size, np.float32)
+    pass_rate = ctypes.c_float()
+    if verbose > 0 and sys.stdout is not None:
+        sys.stdout.flush()
+    with _library.exclusive_use():
+        _hand_over("setRef", reference)
+        _hand_over("setEval", evaluation)
+        _set_options(criteria, threads, verbose)
+        start = time.perf_counter()
+        _library.call("startComputation")
+        seconds = time.perf_counter() - start
+        _library.call("getGammaIndex3DMap", _floats(gamma))
+        _library.call("getGammaIndexPassRate", ctypes.byref(pass_rate))
+    return _Output(gamma, pass_rate.value, seconds)
+
+
+def _nothing_tested(reference: DoseGrid, criteria: Criteria) -> str:
+    largest = float(reference.dose.max())
+    dose = largest if criteria.normalisation is None else criteria.normalisation
+    return (
+        f"no reference voxel lies above dose_cutoff={criteria.dose_cutoff:g} (% of the "
+        f"normalisation dose {dose:g} Gy: {criteria.dose_cutoff * dose / 100:g} Gy); the largest "
+        f"reference dose is {largest:g} Gy"
+    )

@@ -1,0 +1,263 @@
+"""Dose grids."""
+
+from __future__ import annotations
+
+import math
+from collections.abc import Sequence
+from dataclasses import dataclass
+from typing import Any
+
+import numpy as np
+import numpy.typing as npt
+
+from . import _checks
+
+_VOXEL_LIMIT = 2**31
+
+#: Coordinates count as evenly spaced when none is farther than this part of a step from its place.
+EVENNESS = 1e-3
+
+
+def even_spacing(name: str, positions: npt.ArrayLike) -> float:
+    """Step (mm, negative for a falling sequence) of at least two evenly spaced positions.
+
+    Raises
+    ------
+    ValueError
+        When the positions are not finite, do not rise or fall throughout, or are uneven.
+    """
+    values = np.asarray(positions, dtype=np.float64)
+    if values.ndim != 1 or values.size < 2:
+        raise ValueError(f"{name} has shape {values.shape}; accepted: a sequence of two or more")
+    if not np.isfinite(values).all():
+        raise ValueError(f"{name} holds a value that is not finite")
+    step = float((values[-1] - values[0]) / (values.size - 1))
+    deviations = np.abs(values - (values[0] + step * np.arange(values.size)))
+    worst = int(np.argmax(deviations))
+    if step == 0 or deviations[worst] > EVENNESS * abs(step):
+        raise ValueError(
+            f"{name} is not evenly spaced: value {worst} is {values[worst]:g}, "
+            f"even steps of {step:g} would put it at {values[0] + step * worst:g}"
+        )
+    return step
+
+
+@dataclass(frozen=True, eq=False, repr=False)
+class DoseGrid:
+    """A dose distribution sampled on a regular Cartesian grid.
+
+    Parameters
+    ----------
+    dose : array_like, shape (nz, ny, nx)
+        Dose in Gy, indexed ``[z, y, x]``; any real number type, memory order or view. The array is
+        not copied: a change made to it later shows in later comparisons.
+
+        A 2D array, ``[y, x]``, is a single slice and a 1D array a single line; see Notes.
+    spacing : float or tuple of float
+        Distance between voxel centres in mm, as (x, y, z); greater than 0. One number stands for
+        all axes.
+    origin : tuple of float
+        Centre of the first voxel, ``dose[0, 0, 0]``, in mm, as (x, y, z).
+    frame_of_reference : str, optional
+        What the coordinates refer to, for example DICOM's Frame of Reference UID. Comparing two
+        grids that name different ones gives a warning.
+
+    Notes
+    -----
+    A 2D array takes two values of `spacing` and `origin` (x, y), a 1D array one (x). Such grids
+    are compared with each other within their plane or along their line only. With three values the
+    array is a volume of one slice (or one line) instead: it has a place in space and a thickness,
+    the search goes through that thickness too, and dose off the slice's centre plane is the dose
+    of the voxel, without interpolation.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> import zarngi
+    >>> zarngi.DoseGrid(np.ones((4, 5, 6)), spacing=(2, 2, 2.5), origin=(-5, -4, 0))
+    DoseGrid(6 x 5 x 4 voxels of 2 x 2 x 2.5 mm, first centre (-5, -4, 0) mm, float64, 1 to 1 Gy)
+    """
+
+    dose: npt.NDArray[Any]
+    spacing: tuple[float, ...]
+    origin: tuple[float, ...]
+    frame_of_reference: str | None = None
+
+    def __post_init__(self) -> None:
+        dose = _dose_array(self.dose)
+        counts = _value_count(dose, self.origin)
+        spacing = (self.spacing,) * counts if np.ndim(self.spacing) == 0 else self.spacing
+        sizes = _checks.coordinates("spacing", spacing, counts)
+        for i, size in enumerate(sizes):
+            _checks.positive(f"spacing[{i}]", size, "mm")
+        if counts > dose.ndim:
+            dose = dose.reshape((1,) * (counts - dose.ndim) + dose.shape)
+        object.__setattr__(self, "dose", dose)
+        object.__setattr__(self, "spacing", sizes)
+        object.__setattr__(self, "origin", _checks.coordinates("origin", self.origin, counts))
+
+    @classmethod
+    def from_axes(
+        cls,
+        axes: Sequence[npt.ArrayLike],
+        dose: npt.ArrayLike,
+        *,
+        frame_of_reference: str | None = None,
+    ) -> DoseGrid:
+        """The grid of a dose array and the coordinates of its voxel centres.
+
+        Parameters
+        ----------
+        axes : sequence of array_like
+            One array of coordinates in mm for each dimension of `dose` and in the same order:
+            (z, y, x) for a 3D array, (y, x) for a 2D array, (x,) for a 1D array. Evenly spaced,
+            rising or falling, two or more each.
+        dose : array_like
+            Dose in Gy; ``dose[i, j, k]`` belongs to ``(axes[0][i], axes[1][j], axes[2][k])``.
+        frame_of_reference : str, optional
+            What the coordinates refer to.
+
+        Returns
+        -------
+        DoseGrid
+            With rising coordinates: along falling axes the array is turned round (a view).
+
+        Examples
+        --------
+        >>> import numpy as np
+        >>> import zarngi
+        >>> grid = zarngi.DoseGrid.from_axes(([30, 20, 10], [0, 2, 4, 6]), np.eye(3, 4))
+        >>> grid.spacing, grid.origin
+        ((2.0, 10.0), (0.0, 10.0))
+        >>> grid.dose[2]
+        array([1., 0., 0., 0.])
+        """
+        array = _dose_array(dose)
+        if len(axes) != array.ndim:
+            raise ValueError(f"axes holds {len(axes)} arrays; accepted: {array.ndim}, as dose has")
+        steps = []
+        firsts = []
+        for i, axis in enumerate(axes):
+            if np.shape(axis) != (array.shape[i],):
+                raise ValueError(
+                    f"axes[{i}] has shape {np.shape(axis)}; accepted: ({array.shape[i]},), "
+                    f"as dimension {i} of dose has"
+                )
+            step = even_spacing(f"axes[{i}]", axis)
+            positions = np.asarray(axis, dtype=np.float64)
+            if step < 0:
+                array = np.flip(array, i)
+            steps.append(abs(step))
+            firsts.append(float(positions[0] if step > 0 else positions[-1]))
+        return cls(array, tuple(steps[::-1]), tuple(firsts[::-1]), frame_of_reference)
+
+    @property
+    def shape(self) -> tuple[int, ...]:
+        """Shape of `dose`: (nz, ny, nx), (ny, nx) or (nx,)."""
+        return self.dose.shape
+
+    @property
+    def axes(self) -> tuple[npt.NDArray[np.float64], ...]:
+        """Coordinates in mm of the voxel centres, one array for each dimension of `dose`."""
+        return tuple(
+            origin + spacing * np.arange(count)
+            for count, spacing, origin in zip(self.shape, self.spacing[::-1], self.origin[::-1])
+        )
+
+    def __repr__(self) -> str:
+        def joined(values: Sequence[float], separator: str) -> str:
+            return separator.join(f"{v:g}" for v in values)
+
+        return (
+            f"DoseGrid({joined(self.shape[::-1], ' x ')} voxels of {joined(self.spacing, ' x ')} "
+            f"mm, first centre ({joined(self.origin, ', ')}) mm, {self.dose.dtype}, "
+            f"{self.dose.min():g} to {self.dose.max():g} Gy)"
+        )
+
+
+def _dose_array(dose: npt.ArrayLike) -> npt.NDArray[Any]:
+    """`dose` as an array of one to three dimensions; a view where it can be."""
+    if isinstance(dose, np.ma.MaskedArray) and np.any(dose.mask):
+        raise ValueError("dose is a masked array with masked voxels; accepted: .filled(...) of it")
+    array = np.asarray(dose)
+    if array.dtype.kind not in "iuf":
+        raise TypeError(f"dose has the data type {array.dtype}; accepted: real numbers")
+    if not 1 <= array.ndim <= 3:
+        raise ValueError(f"dose has {array.ndim} dimensions; accepted: 1 to 3")
+    if not 0 < array.size < _VOXEL_LIMIT:
+        raise ValueError(f"dose has {array.size} voxels; accepted: 1 to {_VOXEL_LIMIT - 1}")
+    return array
+
+
+def _value_count(dose: npt.NDArray[Any], origin: Any) -> int:
+    """How many values spacing and origin have: the dimensions of dose, or three."""
+    count = len(origin) if np.ndim(origin) else 1
+    if count not in (dose.ndim, 3):
+        accepted = str(dose.ndim) if dose.ndim == 3 else f"{dose.ndim} or 3"
+        raise ValueError(f"origin={origin!r} has {count} values; accepted: {accepted}")
+    return count
+
+
+@dataclass(frozen=True)
+class LibraryGrid:
+    """A grid as the library takes it: x, y, z; lower corner; single precision."""
+
+    counts: npt.NDArray[np.intc]
+    sizes: npt.NDArray[np.float32]
+    corner: npt.NDArray[np.float32]
+    dose: npt.NDArray[np.float32]
+
+
+def library_grid(name: str, grid: DoseGrid, step: float) -> LibraryGrid:
+    """`grid` in the library's terms; its dose is copied only if it is not float32 and contiguous.
+
+    Parameters
+    ----------
+    name : str
+        The parameter's name, for messages.
+    grid : DoseGrid
+        The grid.
+    step : float
+        Spacing of the search lattice in mm.
+
+    Raises
+    ------
+    ValueError
+        When a dose is not finite in single precision.
+    """
+    missing = 3 - len(grid.spacing)
+    spacing = np.array(grid.spacing + (_thin(step),) * missing)
+    origin = np.array(grid.origin + (0.0,) * missing)
+    # The corner is formed in double precision and rounded once. The command-line program does the
+    # same; it is what makes both give the same bits.
+    corner = (origin - spacing / 2).astype(np.float32)
+    with np.errstate(over="ignore"):
+        dose = np.ascontiguousarray(grid.dose, dtype=np.float32)
+    _require_finite(name, dose)
+    counts = np.array(grid.shape[::-1] + (1,) * missing, dtype=np.intc)
+    return LibraryGrid(counts, spacing.astype(np.float32), corner, dose)
+
+
+def _thin(step: float) -> float:
+    """Voxel size along an axis that a slice or line does not have.
+
+    Less than two steps, so that the lattice has only the points of the plane itself inside the
+    voxel. A power of two, so that the voxel's centre is exactly 0 in single precision: elsewhere
+    along the axis the library does not interpolate.
+    """
+    return 2.0 ** math.floor(math.log2(step))
+
+
+def _require_finite(name: str, dose: npt.NDArray[np.float32]) -> None:
+    # A finite sum has finite terms, and takes a single pass without an array of flags.
+    with np.errstate(over="ignore", invalid="ignore"):
+        if np.isfinite(dose.sum()):
+            return
+    bad = np.argwhere(~np.isfinite(dose))
+    if len(bad) == 0:
+        return
+    where = ", ".join(str(i) for i in bad[0])
+    raise ValueError(
+        f"{name}.dose holds {len(bad)} values that are not finite in single precision, the first "
+        f"at [{where}]; accepted: finite doses (Gy)"
+    )
