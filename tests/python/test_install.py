@@ -1,0 +1,85 @@
+"""The package installs offline into a new virtual environment and works there."""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tarfile
+from pathlib import Path
+
+import pytest
+from conftest import PROJECT
+
+PACKAGE = PROJECT / "python"
+
+
+def run(*command, **options):
+    """Run a command outside this test's Python environment; its output."""
+    environment = {k: v for k, v in os.environ.items() if not k.startswith("PYTHON")}
+    environment |= {"PIP_NO_INDEX": "1", "PIP_DISABLE_PIP_VERSION_CHECK": "1"}
+    done = subprocess.run(
+        list(map(str, command)), env=environment, capture_output=True, text=True, **options
+    )
+    assert done.returncode == 0, done.stdout + done.stderr
+    return done.stdout
+
+
+def readme_example():
+    readme = (PROJECT / "README.md").read_text()
+    return next(re.finditer(r"```python\n(.*?)```", readme, re.DOTALL))[1]
+
+
+@pytest.fixture
+def environment(tmp_path):
+    """Python and pip of a new virtual environment that sees Debian's packages."""
+    directory = tmp_path / "venv"
+    run(sys.executable, "-m", "venv", "--system-site-packages", directory)
+    return directory / "bin" / "python"
+
+
+def assert_works(python, directory):
+    """The README's example runs, from a directory that is not the project's."""
+    assert "Pass rate" in run(python, "-c", readme_example(), cwd=directory)
+    place = run(python, "-c", "import zarngi; print(zarngi.__file__)", cwd=directory).strip()
+    assert Path(place).is_relative_to(python.parents[1])
+    assert (Path(place).parent / "py.typed").exists()
+
+
+def install(python, what):
+    run(python, "-m", "pip", "install", "--no-build-isolation", "--no-deps", what)
+
+
+def test_install_from_the_tree(environment, tmp_path):
+    install(environment, PACKAGE)
+    assert_works(environment, tmp_path)
+
+
+def test_source_distribution_is_complete(environment, tmp_path):
+    # A copy of the tree, so that nothing is left behind in it.
+    tree = tmp_path / "tree"
+    for name in ("CMakeLists.txt", "cmake", "lib", "python"):
+        source = PROJECT / name
+        copy = shutil.copytree if source.is_dir() else shutil.copy
+        tree.mkdir(exist_ok=True)
+        copy(source, tree / name)
+    run(environment, "setup.py", "-q", "sdist", "--dist-dir", tmp_path, cwd=tree / "python")
+    shutil.rmtree(tree)
+    (archive,) = tmp_path.glob("zarngi-*.tar.gz")
+    with tarfile.open(archive) as contents:
+        names = [name.partition("/")[2] for name in contents.getnames()]
+    assert {"native/lib/libZarnGI.h", "zarngi/py.typed", "zarngi/io/_dicom.py"} <= set(names)
+    assert not [name for name in names if name.endswith((".so", ".pyc"))]
+    install(environment, archive)
+    assert_works(environment, tmp_path)
+
+
+def test_installed_by_cmake(tmp_path):
+    build = os.environ.get("ZARNGI_BUILD_DIR")
+    if build is None:
+        pytest.skip("ZARNGI_BUILD_DIR names no build tree")
+    run("cmake", "--install", build, "--prefix", tmp_path, "--component", "python")
+    (package,) = tmp_path.rglob("zarngi/__init__.py")
+    assert package.with_name("py.typed").exists()
+    program = f"import sys; sys.path.insert(0, {str(package.parents[1])!r})\n{readme_example()}"
+    assert "Pass rate" in run(sys.executable, "-c", program, cwd=tmp_path)
