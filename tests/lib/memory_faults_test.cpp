@@ -1,5 +1,5 @@
-// Every allocation of the library fails in turn. Replaces malloc of its program, and with it that
-// of the library under test.
+// Every allocation of the library fails in turn. Replaces malloc and calloc of its program, and
+// with them those of the library under test.
 #include <malloc.h>
 
 #include <atomic>
@@ -9,7 +9,10 @@
 
 #include "support/host.h"
 
-extern "C" void* __libc_malloc(std::size_t size); // NOLINT(bugprone-reserved-identifier)
+extern "C" {
+void* __libc_malloc(std::size_t size);                    // NOLINT(bugprone-reserved-identifier)
+void* __libc_calloc(std::size_t count, std::size_t size); // NOLINT(bugprone-reserved-identifier)
+}
 
 namespace
 {
@@ -41,6 +44,17 @@ extern "C" void* malloc(std::size_t size) noexcept // NOLINT(readability-redunda
         return nullptr;
     }
     return __libc_malloc(size);
+}
+
+// Clang turns a malloc of memory that is then cleared into this.
+extern "C" void* calloc(std::size_t count, // NOLINT(readability-redundant-declaration)
+                        std::size_t size) noexcept
+{
+    if (failsNow()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_calloc(count, size);
 }
 
 namespace
