@@ -162,8 +162,8 @@ def exclusive_use() -> Iterator[None]:
     with _exclusive.lock:
         if _exclusive.in_use:
             raise RuntimeError("gamma_index was called from inside another call of the same thread")
-        _exclusive.in_use = True
         try:
+            _exclusive.in_use = True
             call("init")
             yield
         finally:

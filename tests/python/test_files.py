@@ -84,6 +84,12 @@ def nifti(values, spacing, origin, axes):
     return nibabel.Nifti1Image(values.T, np.diag([-1, -1, 1, 1]) @ affine).to_bytes()
 
 
+def two_places():
+    image = nibabel.Nifti1Image(DOSE.T, np.diag([2, 2, 2, 1]))
+    image.set_qform(np.diag([2, 2, 3, 1]), code=1)
+    return image.to_bytes()
+
+
 def assert_same(grid, spacing=SPACING, origin=ORIGIN, dose=DOSE):
     np.testing.assert_array_equal(grid.dose, dose)
     assert grid.dose.dtype == np.float32 and type(grid.dose) is np.ndarray
@@ -326,11 +332,15 @@ DAMAGED = {
     "nrrd inches": (nrrd(*STORED, space_units='"in" "in" "in"'), "not in mm"),
     "nrrd space": (nrrd(*STORED, space="scanner-xyz"), "'scanner-xyz' is not supported"),
     "nrrd bzip2": (nrrd(*STORED, encoding="bzip2"), "'bzip2' is not supported"),
+    "nrrd empty skip": (nrrd(*STORED, byte_skip=""), "a byte skip of ''"),
     "nrrd no spacing": (nrrd(*STORED, space_directions=None), "no voxel size"),
     "nifti cut short": (nifti(*STORED)[:-9], "."),
     "nifti header only": (nifti(*STORED)[:350], "."),
     "nifti oblique": (nifti(*STORED[:3], OBLIQUE), "rotated against the patient's axes"),
     "nifti nowhere": (nibabel.Nifti1Image(DOSE, None).to_bytes(), "no position"),
+    "nifti flat": (nifti(*STORED)[:80] + bytes(4) + nifti(*STORED)[84:], "voxel sizes of 0 x 2.5"),
+    "nifti torn": (two_places(), "two different positions"),
+    "nifti unknown values": (nifti(*STORED)[:70] + b"\xff" * 2 + nifti(*STORED)[72:], "damaged"),
     "gzip cut short": (gzip.compress(nifti(*STORED))[:40], "compressed data are damaged"),
     "text": (b"dose;1;2;3\n", "no dose file"),
     "empty": (b"", "no dose file"),

@@ -24,7 +24,7 @@ def run(options):
 
 @pytest.fixture(scope="module")
 def long_run():
-    """A comparison in one thread that takes the better part of a second, however fast the search."""
+    """A comparison in one thread that takes half a second, however fast the search."""
     grid = zarngi.demo_pair()[0]
     other = zarngi.DoseGrid(grid.dose * np.float32(1.2), grid.spacing, grid.origin)
     step = 0.5

@@ -9,7 +9,7 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-from ._volume import FormatError
+from ._volume import FormatError, one_line
 
 _AUTO_HEADER = 47  # zlib's window size with either of the zlib and gzip headers
 
@@ -42,7 +42,7 @@ def read_text_values(path: Path, position: int, count: int) -> npt.NDArray[np.fl
     try:
         return np.array(words[:count], dtype=np.float64)
     except ValueError as error:
-        raise FormatError(f"its values are damaged ({error})") from None
+        raise FormatError(f"its values are damaged ({one_line(error)})") from None
 
 
 def _inflated(data: bytes, needed: int) -> bytes:
@@ -50,7 +50,7 @@ def _inflated(data: bytes, needed: int) -> bytes:
     try:
         return zlib.decompressobj(_AUTO_HEADER).decompress(data, needed)
     except zlib.error as error:
-        raise FormatError(f"its compressed data are damaged ({error})") from None
+        raise FormatError(f"its compressed data are damaged ({one_line(error)})") from None
 
 
 def _too_short(needed: int, available: int) -> FormatError:

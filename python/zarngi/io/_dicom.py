@@ -10,7 +10,7 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-from ._volume import FormatError, Volume, need
+from ._volume import FormatError, Volume, need, one_line
 
 _RT_DOSE_STORAGE = "1.2.840.10008.5.1.4.1.1.481.2"
 _OFFSET_TOLERANCE = 0.01  # mm
@@ -28,7 +28,7 @@ def read(path: Path, *, allow_relative: bool = False) -> Volume:
         raise
     # A damaged data set surfaces as one of many kinds of exception, whatever element it hits.
     except Exception as error:
-        raise FormatError(f"it is damaged or cut short ({error})") from error
+        raise FormatError(f"it is damaged or cut short ({one_line(error)})") from error
 
 
 def _check_is_dose(dataset: Any, allow_relative: bool) -> None:

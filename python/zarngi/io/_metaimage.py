@@ -50,7 +50,7 @@ def read(path: Path) -> Volume:
     name = header["elementdatafile"]
     is_local = name.upper() == "LOCAL"
     data_path = path if is_local else _binary.referenced_file(path, name)
-    start = end if is_local else whole_numbers(header.get("headersize", "0"), "a header size")[0]
+    start = end if is_local else whole_numbers(header.get("headersize", "0"), "a header size", 1)[0]
     values = _values(header, data_path, start, count)
     ndims = len(sizes)
     spacing = numbers(_entry(header, "elementspacing", "elementsize"), "a voxel size", ndims)

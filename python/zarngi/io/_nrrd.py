@@ -148,7 +148,7 @@ def _values(header: dict[str, str], path: Path, end: int, count: int) -> npt.NDA
     start = end if name is None else 0
     if header.get("line skip", header.get("lineskip", "0")) != "0":
         raise FormatError("its data begin after skipped lines, which is not supported")
-    skip = whole_numbers(header.get("byte skip", header.get("byteskip", "0")), "a byte skip")[0]
+    skip = whole_numbers(header.get("byte skip", header.get("byteskip", "0")), "a byte skip", 1)[0]
     encoding = header.get("encoding", "raw").lower()
     if encoding in ("ascii", "text", "txt"):
         return _binary.read_text_values(data_path, start, count)

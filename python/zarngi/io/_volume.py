@@ -124,12 +124,17 @@ def numbers(text: str, what: str, count: int | None = None) -> list[float]:
     return values
 
 
-def whole_numbers(text: str, what: str) -> list[int]:
+def whole_numbers(text: str, what: str, count: int | None = None) -> list[int]:
     """The whole numbers of a header entry."""
-    values = numbers(text, what)
+    values = numbers(text, what, count)
     if not all(value.is_integer() for value in values):
         raise FormatError(f"its header gives {what} of {text!r}")
     return [int(value) for value in values]
+
+
+def one_line(error: Exception) -> str:
+    """What an exception says, in one line."""
+    return " ".join(str(error).split())
 
 
 def need(module: str, package: str, what: str) -> ModuleType:

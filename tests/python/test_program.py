@@ -1,4 +1,4 @@
-"""Real dose files: the command-line program's bits, and figures known from an independent program.
+"""The same bits as the command-line program, and figures known from an independent program.
 
 Untested voxels are -1 in the program's maps and NaN here.
 """
@@ -84,3 +84,15 @@ def test_same_bits_as_the_program_for_dicom(program, tmp_path):
     expected = program_map(program, paths, options, tmp_path)
     np.testing.assert_array_equal(result.gamma, expected)
     assert result.tested > 1000
+
+
+@pytest.mark.parametrize("ending", [".mha", ".nrrd", ".nii", ".nii.gz", ".dcm"])
+def test_same_bits_as_the_program_for_files_of_ours(program, tmp_path, ending):
+    paths = [tmp_path / f"{name}{ending}" for name in ("reference", "evaluation")]
+    for path, grid in zip(paths, zarngi.demo_pair()):
+        named = zarngi.DoseGrid(grid.dose, grid.spacing, grid.origin, "1.2.3")
+        zarngi.write(path, named.dose, like=named)
+    result = zarngi.gamma_index(*map(zarngi.read, paths), dd=2, dta=1.5)
+    expected = program_map(program, paths, ["--dd", "2", "--dta", "1.5"], tmp_path)
+    np.testing.assert_array_equal(result.gamma, expected)
+    assert 0 < result.failed < result.tested
