@@ -34,7 +34,7 @@ export function axis(label: string, space: number, options: Partial<uPlot.Axis> 
         label,
         font,
         labelFont: font,
-        labelSize: scaled(18),
+        labelSize: scaled(16),
         labelGap: 0,
         size: scaled(space),
         gap: scaled(4),

@@ -74,14 +74,23 @@ export class Histogram {
             value: (_, value) => (value === null ? '–' : whole(value)),
         });
         return {
-            cursor: { drag: { setScale: false }, points: { show: false } },
+            cursor: {
+                drag: { setScale: false },
+                points: { show: false },
+                // The bin under the pointer; the cumulative curve counts it in.
+                dataIdx: (u, series, closest, value) => {
+                    const bin = value < u.data[0][closest] ? closest - 1 : closest;
+                    return series === 3 ? bin + 1 : bin;
+                },
+            },
+            legend: { markers: { show: false } },
             scales: {
                 x: { time: false, range: () => [0, last] },
                 count: { range: (_, __, high) => [0, Math.max(high ?? 1, 1) * 1.05] },
                 percent: { range: () => [0, 105] },
             },
             axes: [
-                axis('γ', 30),
+                axis('γ', 26),
                 axis('Tested voxels', 58, {
                     scale: 'count',
                     values: (_, splits) => splits.map((v) => (Number.isInteger(v) ? whole(v) : '')),

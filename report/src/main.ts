@@ -26,6 +26,7 @@ function initialStore(report: Report): Store {
         isodoses: true,
         crosshair: true,
         smooth: false,
+        wholeGrid: false,
         appearance: 0,
     });
 }

@@ -1,6 +1,10 @@
+import { wholeGrid, widened, type Box } from './frame';
 import { Grid } from './grid';
 import type { Report, Triple } from './report';
-import { decodeVolume, ResampledField, type Field, type Volume } from './volume';
+import { decodeVolume, notTested, ResampledField, type Field, type Volume } from './volume';
+
+/** mm around the tested voxels that the views show. */
+const focusMargin = 15;
 
 /** The doses and gamma maps of the comparison, on the voxels of the reference grid. */
 export class Model {
@@ -12,6 +16,8 @@ export class Model {
     evaluationSource!: Volume;
     /** The evaluation on the reference grid: itself, or interpolated. */
     evaluation!: Field;
+    /** Where voxels were tested for the first criterion, with a margin. */
+    focus!: Box;
     private readonly gammas = new Map<number, Volume>();
 
     constructor(readonly report: Report) {
@@ -33,7 +39,9 @@ export class Model {
     async loadGamma(criterion: number): Promise<void> {
         if (!this.gammas.has(criterion)) {
             const name = this.report.criteria[criterion].gammaVolume;
-            this.gammas.set(criterion, await this.decode(name, this.grid));
+            const gamma = await this.decode(name, this.grid);
+            this.gammas.set(criterion, gamma);
+            this.focus ??= widened(testedBox(gamma), this.grid, focusMargin);
         }
     }
 
@@ -68,4 +76,27 @@ export function hottestVoxel(model: Model): Triple {
         }
     }
     return model.grid.voxel(best);
+}
+
+/** The smallest box around the tested voxels; the whole grid when there are none. */
+function testedBox(gamma: Volume): Box {
+    const { grid, data } = gamma;
+    const from: Triple = [Infinity, Infinity, Infinity];
+    const to: Triple = [-1, -1, -1];
+    let index = 0;
+    for (let k = 0; k < grid.size[2]; ++k) {
+        for (let j = 0; j < grid.size[1]; ++j) {
+            for (let i = 0; i < grid.size[0]; ++i) {
+                if (data[index++] !== notTested) {
+                    from[0] = Math.min(from[0], i);
+                    from[1] = Math.min(from[1], j);
+                    from[2] = Math.min(from[2], k);
+                    to[0] = Math.max(to[0], i);
+                    to[1] = Math.max(to[1], j);
+                    to[2] = k;
+                }
+            }
+        }
+    }
+    return to[2] < 0 ? wholeGrid(grid) : { from, to };
 }

@@ -8,7 +8,7 @@ import type { Viewer } from './viewer';
 
 /** A4 with margins of 10 mm, in CSS pixels. */
 const paper = { width: 718, height: 1040 };
-const tallestSlice = 235;
+const slices = { tallest: 260, lowest: 200 };
 const chartSize = { text: 8, zoom: 3 };
 
 /** Lays the page out for one sheet of paper before printing and back again afterwards. */
@@ -19,12 +19,16 @@ export function setUpPrint(store: Store, viewer: Viewer, profiles: Profiles, his
         root.classList.add('printing');
         applyTheme('light');
         store.flush();
-        viewer.drawForPrint(paper.width, tallestSlice);
+        viewer.drawForPrint(paper.width, slices.tallest);
         withChartSize(chartSize, () => {
-            profiles.drawForPrint(Math.floor((paper.width - 36) / 3), 128);
-            histogram.drawForPrint(Math.floor((paper.width - 44) / 2), 158);
+            profiles.drawForPrint(Math.floor((paper.width - 36) / 3), 112);
+            histogram.drawForPrint(Math.floor((paper.width - 44) / 2), 138);
         });
-        // Many criteria make the page longer than the sheet: then everything gets smaller.
+        // What does not fit is taken from the slices first; then everything gets smaller.
+        const surplus = main.scrollHeight - paper.height;
+        if (surplus > 0) {
+            viewer.drawForPrint(paper.width, Math.max(viewer.height - surplus, slices.lowest));
+        }
         const scale = Math.min(1, paper.height / main.scrollHeight);
         main.style.setProperty('zoom', String(scale));
     };

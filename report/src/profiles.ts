@@ -3,6 +3,7 @@ import { axisEnds, axisNames, moved } from './axes';
 import { axis, Chart, drawRule, scaled } from './chart';
 import { byId, el, token } from './dom';
 import { fixed } from './format';
+import { wholeGrid } from './frame';
 import type { Model } from './model';
 import type { Triple } from './report';
 import type { Changes, State, Store } from './store';
@@ -31,7 +32,7 @@ export class Profiles {
     }
 
     private update(state: State, changes: Changes): void {
-        const remade = changes.has('appearance') || changes.has('criterion');
+        const remade = (['appearance', 'criterion', 'wholeGrid'] as const).some((c) => changes.has(c));
         if (!remade && !changes.has('cross')) {
             return;
         }
@@ -43,6 +44,14 @@ export class Profiles {
             }
             this.titles[a].textContent = this.title(a, state.cross);
         });
+    }
+
+    /** Without a pointer the legend tells the values at the crosshair. */
+    private showCross(u: uPlot, a: number): void {
+        if (u.cursor.idx === null || u.cursor.idx === undefined) {
+            const { cross } = this.store.state;
+            u.setLegend({ idx: u.valToIdx(this.model.grid.coordinate(a, cross[a])) });
+        }
     }
 
     private title(a: number, cross: Triple): string {
@@ -70,10 +79,11 @@ export class Profiles {
         if (!over || !(event.target instanceof Node) || !over.contains(event.target)) {
             return;
         }
-        const { grid } = this.model;
+        const { grid, focus } = this.model;
+        const { from, to } = this.store.state.wholeGrid ? wholeGrid(grid) : focus;
         const box = over.getBoundingClientRect();
         const fraction = (event.clientX - box.left) / box.width;
-        const voxel = Math.floor(fraction * grid.size[a]);
+        const voxel = from[a] + Math.floor(fraction * (to[a] - from[a] + 1));
         this.store.update({ cross: grid.clamp(moved(this.store.state.cross, a, voxel)) });
     }
 
@@ -128,21 +138,23 @@ export class Profiles {
         const unit = report.doseUnit;
         const { decimals } = model.reference;
         const half = grid.spacing[a] / 2;
+        const box = store.state.wholeGrid ? wholeGrid(grid) : model.focus;
         const width = scaled(1);
         const range: [number, number] = [
-            grid.coordinate(a, 0) - half,
-            grid.coordinate(a, grid.size[a] - 1) + half,
+            grid.coordinate(a, box.from[a]) - half,
+            grid.coordinate(a, box.to[a]) + half,
         ];
         const shown = (places: number) => (_: uPlot, value: number | null) => fixed(value, places);
         return {
             cursor: { drag: { setScale: false }, points: { size: 6 } },
+            legend: { markers: { show: false } },
             scales: {
                 x: { time: false, range: () => range },
                 dose: { range: (_, low, high) => [Math.min(low ?? 0, 0), Math.max(high ?? 1, 1e-3) * 1.05] },
                 gamma: { range: (_, __, high) => [0, Math.max((high ?? 0) * 1.05, 1.5)] },
             },
             axes: [
-                axis(`← ${ends.low}     ${axisNames[a]} / mm     ${ends.high} →`, 30),
+                axis(`← ${ends.low}     ${axisNames[a]} / mm     ${ends.high} →`, 26),
                 axis(`Dose / ${unit}`, 42, { scale: 'dose' }),
                 axis('γ', 32, { scale: 'gamma', side: 1, grid: { show: false } }),
             ],
@@ -175,6 +187,7 @@ export class Profiles {
                 },
             ],
             hooks: {
+                setCursor: [(u) => this.showCross(u, a)],
                 draw: [
                     (u) => {
                         const at = grid.coordinate(a, store.state.cross[a]);

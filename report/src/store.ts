@@ -22,6 +22,8 @@ export interface State {
     isodoses: boolean;
     crosshair: boolean;
     smooth: boolean;
+    /** Whether the views show the whole grid or only where doses are tested. */
+    wholeGrid: boolean;
     /** Counts changes of theme or size, which only ask for drawing again. */
     appearance: number;
 }

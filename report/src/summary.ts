@@ -123,9 +123,7 @@ export class Summary {
 
 function describe(c: Criterion): string {
     const kind = c.local ? 'local' : 'global';
-    return unbroken(
-        `${plain(c.doseDifference)} % ${kind} / ${plain(c.distance)} mm, cut-off ${plain(c.cutoffPercent)} %`,
-    );
+    return unbroken(`${plain(c.doseDifference)} % ${kind} / ${plain(c.distance)} mm`);
 }
 
 /** A bar from 80 % (or lower, where the rate is) to 100 % with both limits. */

@@ -2,17 +2,19 @@ import { planes } from './axes';
 import { css, layerScale } from './colour';
 import { byId, el } from './dom';
 import { plain } from './format';
+import { wholeGrid, type Box } from './frame';
 import type { Model } from './model';
-import { isodoseLevels, SliceView } from './sliceView';
+import { isodoseLevels } from './overlay';
+import { SliceView } from './sliceView';
 import { layers, type Changes, type Layer, type State, type Store } from './store';
 import { customWindow, layerUnit, presets, ticks, windowKey, type Preset } from './windows';
 
 const gap = 14;
-const tallestView = 470;
+const tallestView = 520;
 const narrowPage = 760;
 const drawn: (keyof State)[] = [
     'criterion', 'layer', 'cross', 'doseWindow', 'differenceWindow', 'gammaWindow', 'isodoses',
-    'crosshair', 'smooth', 'appearance',
+    'crosshair', 'smooth', 'wholeGrid', 'appearance',
 ];
 
 const layerNames: Record<Layer, string> = {
@@ -37,7 +39,7 @@ export class Viewer {
         maximumDose: number,
     ) {
         this.maximumDose = maximumDose;
-        this.views = planes(model.report).map((plane) => new SliceView(plane, model, store));
+        this.views = planes(model.report).map((plane) => new SliceView(plane, model, store, this.box()));
         this.host.append(...this.views.map((v) => v.element));
         this.buildLayers();
         this.buildWindow();
@@ -47,7 +49,8 @@ export class Viewer {
     }
 
     private update(state: State, changes: Changes): void {
-        if (changes.has('appearance')) {
+        if (changes.has('appearance') || changes.has('wholeGrid')) {
+            this.views.forEach((view) => view.setBox(this.box()));
             this.layOut();
         }
         if (drawn.some((key) => changes.has(key))) {
@@ -59,6 +62,10 @@ export class Viewer {
         byId<HTMLInputElement>(`layer-${state.layer}`).checked = true;
     }
 
+    private box(): Box {
+        return this.store.state.wholeGrid ? wholeGrid(this.model.grid) : this.model.focus;
+    }
+
     /** Draws the slices for paper: `width` CSS pixels for all, with enough pixels for print. */
     drawForPrint(width: number, tallest: number): void {
         this.layOut(width, tallest);
@@ -66,9 +73,14 @@ export class Viewer {
         this.drawScale(this.store.state);
     }
 
+    /** CSS pixels of the highest view. */
+    get height(): number {
+        return Math.max(...this.views.map((v) => v.frame.height));
+    }
+
     /** One scale, in pixels per mm, for all views. */
     private layOut(available = this.host.clientWidth, tallest = tallestView): void {
-        const extents = this.views.map((v) => v.extent);
+        const extents = this.views.map((v) => v.frame.extent);
         const stacked = available < narrowPage && tallest === tallestView;
         const widths = extents.map((e) => e.width);
         const total = stacked ? Math.max(...widths) : widths.reduce((a, b) => a + b, 0);
@@ -119,7 +131,7 @@ export class Viewer {
     }
 
     private buildOptions(): void {
-        for (const option of ['isodoses', 'crosshair', 'smooth'] as const) {
+        for (const option of ['isodoses', 'crosshair', 'smooth', 'wholeGrid'] as const) {
             const box = byId<HTMLInputElement>(`option-${option}`);
             box.checked = this.store.state[option];
             box.addEventListener('change', () => this.store.update({ [option]: box.checked }));

@@ -1,0 +1,444 @@
+// The report page in a real browser, on synthetic data and on a comparison by the program.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, before, describe, test } from 'node:test';
+import {
+    axialColours, axialPoint, crosshair, goTo, launch, lookAt, numberOf, openFile, settle,
+} from './browser.mjs';
+import { clustersOf, doseAt, indexOf, indexOfLargest, positionOf, voxelOf } from './expected.mjs';
+import { fillTemplate, readPage } from './pageFormat.mjs';
+import { sample } from './samplePage.mjs';
+
+const { ZARNGI_REPORT_TEMPLATE: templatePath, ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
+const template = readFileSync(templatePath, 'utf8');
+const folder = mkdtempSync(join(tmpdir(), 'zarngi-report-'));
+const verdictWords = { pass: 'Pass', investigate: 'Investigate', fail: 'Fail', none: 'No result' };
+let browser;
+
+before(async () => {
+    browser = await launch();
+});
+after(async () => {
+    await browser?.close();
+    rmSync(folder, { recursive: true, force: true });
+});
+
+function write(name, html) {
+    const path = join(folder, name);
+    writeFileSync(path, html);
+    return path;
+}
+
+function samplePath(name, options, change = () => {}) {
+    const { report, stored } = sample(options);
+    change(report, stored);
+    return write(name, fillTemplate(template, report, stored));
+}
+
+function programPath(name, reference, evaluation, criteria) {
+    const path = join(folder, name);
+    const asked = criteria.flatMap((c) => ['--criteria', c]);
+    execFileSync(program, ['compare', reference, evaluation, ...asked, '--report', path]);
+    return path;
+}
+
+const programMakesPages =
+    Boolean(program) && execFileSync(program, ['compare', '--help']).includes('--report');
+const pages = [
+    { name: 'one grid', make: () => samplePath('same.html', {}) },
+    { name: 'two grids', make: () => samplePath('other.html', { otherGrid: true }) },
+    {
+        name: 'head-neck pair by the program',
+        skip: !programMakesPages
+            ? 'the program does not write reports'
+            : !existsSync(join(data, 'head_neck_day1.nrrd')) && `no dose files in ${data}`,
+        make: () =>
+            programPath(
+                'head-neck.html',
+                join(data, 'head_neck_day1.nrrd'),
+                join(data, 'head_neck_day2.nrrd'),
+                ['3%/3mm', '2%/2mm'],
+            ),
+    },
+];
+
+for (const { name, make, skip } of pages) {
+    describe(name, { skip }, () => {
+        let page, complaints, report, stored, grid;
+
+        before(async () => {
+            const path = make();
+            ({ report, stored } = readPage(readFileSync(path, 'utf8')));
+            grid = report.grids.reference;
+            ({ page, complaints } = await openFile(browser, path));
+            await page.locator('#option-wholeGrid').check();
+            await settle(page);
+        });
+        after(async () => {
+            await page?.close();
+        });
+
+        /** A few voxels all over the grid and among the failing ones. */
+        const someVoxels = () => {
+            const failing = [];
+            stored['gamma-0'].forEach((g, i) => g > 1000 && failing.push(i));
+            const count = stored.reference.length;
+            const spread = [0, 0.21, 0.43, 0.5, 0.67, 1].map((f) => Math.floor(f * (count - 1)));
+            const hottest = indexOfLargest(stored.reference);
+            const chosen = [...spread, hottest, failing[0], failing[failing.length >> 1]];
+            return chosen.map((index) => voxelOf(grid, index));
+        };
+
+        const evaluationAt = (voxel) =>
+            doseAt(report.grids.evaluation, stored.evaluation, positionOf(grid, voxel));
+
+        /** Holds a column of the table of values against the maps. */
+        const checkValues = async (column, voxel) => {
+            const text = (row) => page.locator(`#${column}-${row}`).innerText();
+            const index = indexOf(grid, voxel);
+            const unit = 10 ** report.volumes[0].decimals;
+            assert.deepEqual((await text('voxel')).split(' ').map(Number), voxel);
+            for (const [a, axis] of ['x', 'y', 'z'].entries()) {
+                const mm = positionOf(grid, voxel)[a];
+                assert.ok(Math.abs(numberOf(await text(axis)) - mm) <= 0.05 + 1e-9, `${axis} at ${voxel}`);
+            }
+            assert.equal(numberOf(await text('reference')), stored.reference[index] / unit);
+            const evaluation = evaluationAt(voxel);
+            if (Number.isNaN(evaluation)) {
+                assert.equal(await text('evaluation'), '\u2013');
+            } else {
+                const shown = numberOf(await text('evaluation')) * unit;
+                assert.ok(Math.abs(shown - evaluation) <= 0.501, `evaluation at ${voxel}`);
+                const difference = numberOf(await text('difference')) * unit;
+                assert.ok(Math.abs(difference - (evaluation - stored.reference[index])) <= 0.501);
+            }
+            for (const [c, { gammaVolume }] of report.criteria.entries()) {
+                const gamma = stored[gammaVolume][index];
+                const shown = await text(`gamma-${c}`);
+                if (gamma < 0) {
+                    assert.equal(shown, 'not tested');
+                } else {
+                    assert.equal(numberOf(shown), gamma / 1000);
+                    const judged = await page.locator(`#${column}-gamma-${c}`).getAttribute('class');
+                    assert.equal(judged, gamma > 1000 ? 'failed' : 'passed');
+                }
+            }
+        };
+
+        test('numbers equal the record', async () => {
+            const rows = await page.locator('#criteria-rows tr').all();
+            assert.equal(rows.length, report.criteria.length);
+            for (const [i, criterion] of report.criteria.entries()) {
+                const shown = async (value) => rows[i].locator(`[data-value="${value}"]`).innerText();
+                assert.equal((await rows[i].locator('th').innerText()).trim(), criterion.label);
+                assert.equal(numberOf(await shown('tested')), criterion.tested);
+                assert.equal(numberOf(await shown('failed')), criterion.failed);
+                assert.equal(await shown('passRate'), criterion.passRate.toFixed(2));
+                for (const value of ['mean', 'p95', 'p99', 'max']) {
+                    assert.equal(await shown(value), criterion[value].toFixed(3), value);
+                }
+                assert.ok((await shown('verdict')).includes(verdictWords[criterion.verdict]));
+            }
+            const files = await page.locator('#files').innerText();
+            assert.ok(files.includes(report.files.reference.name));
+            assert.ok(files.includes(report.files.evaluation.name));
+            assert.equal(await page.locator('#warnings').isVisible(), (report.warnings ?? []).length > 0);
+        });
+
+        test('a criterion can be chosen', async () => {
+            for (const [i, criterion] of [...report.criteria.entries()].reverse()) {
+                await page.locator(`#criterion-${i}`).check();
+                await settle(page);
+                assert.equal(await page.locator('#verdict-rate').innerText(), criterion.passRate.toFixed(2));
+                const counts = (await page.locator('#verdict-counts').innerText()).replace(/\u202f/g, '');
+                assert.ok(counts.startsWith(`${criterion.passed} of ${criterion.tested} `));
+                assert.ok((await page.locator('#histogram-heading').innerText()).includes(criterion.label));
+                const tested = await page.locator('#band-rows td:nth-of-type(1)').allInnerTexts();
+                const failed = await page.locator('#band-rows td:nth-of-type(2)').allInnerTexts();
+                const sum = (texts) => texts.map(numberOf).reduce((a, b) => a + b, 0);
+                assert.equal(sum(tested), criterion.tested);
+                assert.equal(sum(failed), criterion.failed);
+            }
+        });
+
+        test('values at the crosshair and under the pointer equal the maps', async () => {
+            const voxels = someVoxels();
+            for (const voxel of voxels) {
+                await goTo(page, grid.size, voxel);
+                await checkValues('cross', voxel);
+                await checkValues('pointer', voxel);
+            }
+            const here = voxels[voxels.length - 1];
+            const elsewhere = [grid.size[0] - 1 - here[0], grid.size[1] - 1 - here[1], here[2]];
+            const { x, y } = await axialPoint(page, grid.size, elsewhere);
+            await page.mouse.move(x, y);
+            await settle(page);
+            await checkValues('pointer', elsewhere);
+            await checkValues('cross', here);
+        });
+
+        test('colours of the gamma layer tell passed from failed', async () => {
+            for (const option of ['isodoses', 'crosshair']) {
+                await page.locator(`#option-${option}`).uncheck();
+            }
+            const gamma = stored['gamma-0'];
+            const slice = voxelOf(grid, indexOfLargest(gamma))[2];
+            await page.locator('#axial-slider').fill(String(slice));
+            await settle(page);
+            const shown = [];
+            for (let j = 0; j < grid.size[1]; ++j) {
+                for (let i = 0; i < grid.size[0]; ++i) {
+                    shown.push([i, j, slice]);
+                }
+            }
+            const colours = await axialColours(page, grid.size, shown);
+            const kinds = { passed: 0, failed: 0, untested: 0 };
+            // Letters and the ruler cover some voxels: those are not grey, blue or red enough.
+            let covered = 0;
+            shown.forEach((voxel, n) => {
+                const [red, , blue] = colours[n];
+                const value = gamma[indexOf(grid, voxel)];
+                const kind = value < 0 ? 'untested' : value > 1000 ? 'failed' : 'passed';
+                const seen = red > blue + 8 ? 'failed' : blue > red + 8 ? 'passed' : 'untested';
+                kinds[kind] += 1;
+                covered += seen === kind ? 0 : 1;
+            });
+            assert.ok(kinds.failed > 0 && kinds.passed > 0 && kinds.untested > 0, JSON.stringify(kinds));
+            assert.ok(covered <= 0.01 * shown.length, `${covered} of ${shown.length} voxels`);
+            for (const option of ['isodoses', 'crosshair']) {
+                await page.locator(`#option-${option}`).check();
+            }
+        });
+
+        test('slider, wheel and keys move the views', async () => {
+            const start = grid.size.map((n) => Math.floor(n / 2));
+            await goTo(page, grid.size, start);
+            const axial = page.locator('#axial-slice');
+            const before = await axial.screenshot();
+            await page.locator('#axial-slider').focus();
+            await page.keyboard.press('ArrowRight');
+            assert.deepEqual(await crosshair(page), [start[0], start[1], start[2] + 1]);
+            assert.ok(!before.equals(await axial.screenshot()), 'another slice looks the same');
+            const place = grid.origin[2] + (start[2] + 1) * grid.spacing[2];
+            const caption = await page.locator('#axial-position').innerText();
+            assert.ok(Math.abs(numberOf(caption.match(/z = (\S+) mm/)[1]) - place) <= 0.05 + 1e-9, caption);
+
+            const moves = [
+                { view: 'axial', key: 'ArrowRight', step: [1, 0, 0] },
+                { view: 'axial', key: 'ArrowDown', step: [0, 1, 0] },
+                { view: 'axial', key: 'PageDown', step: [0, 0, -1] },
+                { view: 'coronal', key: 'ArrowUp', step: [0, 0, 1] },
+                { view: 'coronal', key: 'PageUp', step: [0, 1, 0] },
+                { view: 'sagittal', key: 'ArrowLeft', step: [0, -1, 0] },
+                { view: 'sagittal', key: 'Shift+PageUp', step: [5, 0, 0] },
+                { view: 'axial', wheel: 100, step: [0, 0, -1] },
+                { view: 'coronal', wheel: -100, step: [0, -1, 0] },
+            ];
+            for (const { view, key, wheel, step } of moves) {
+                const from = await crosshair(page);
+                if (key) {
+                    await page.locator(`#${view}-slice`).focus();
+                    await page.keyboard.press(key);
+                } else {
+                    await page.locator(`#${view}-slice`).hover();
+                    await page.mouse.wheel(0, wheel);
+                    await page.waitForTimeout(100);
+                }
+                const wanted = from.map((v, a) => v + step[a]);
+                assert.deepEqual(await crosshair(page), wanted, `${view} ${key ?? wheel}`);
+            }
+            await page.locator('#sagittal-slice').focus();
+            await page.keyboard.press('End');
+            await page.keyboard.press('PageUp');
+            assert.equal((await crosshair(page))[0], grid.size[0] - 1, 'stops at the last slice');
+        });
+
+        test('clusters are those of the map, and a click goes there', async () => {
+            await page.locator('#criterion-0').check();
+            await settle(page);
+            const gamma = stored['gamma-0'];
+            const expected = clustersOf(grid, gamma).slice(0, 10);
+            const rows = await page.locator('#cluster-rows tr').all();
+            assert.equal(rows.length, expected.length);
+            const voxelVolume = grid.spacing.reduce((a, b) => a * b) / 1000;
+            for (const [i, { voxels, peak }] of expected.entries()) {
+                const cells = (await rows[i].locator('td').allInnerTexts()).map(numberOf);
+                assert.equal(cells[0], voxels);
+                assert.ok(Math.abs(cells[1] - voxels * voxelVolume) <= 0.005 + 1e-9);
+                assert.ok(Math.abs(cells[6] - gamma[peak] / 1000) <= 0.005 + 1e-9);
+                await rows[i].locator(i % 2 ? 'button' : 'td:nth-of-type(2)').click();
+                const at = await crosshair(page);
+                assert.equal(indexOf(grid, at), peak, `cluster ${i + 1}`);
+                positionOf(grid, at).forEach((mm, a) => {
+                    assert.ok(Math.abs(cells[3 + a] - mm) <= 0.05 + 1e-9);
+                });
+            }
+        });
+
+        test('profiles and histogram tell the values of the maps', async () => {
+            await goTo(page, grid.size, grid.size.map((n) => Math.floor(n / 2)));
+            const chart = page.locator('#profile-y .u-over');
+            await chart.scrollIntoViewIfNeeded();
+            const box = await chart.boundingBox();
+            const target = Math.floor(grid.size[1] / 3);
+            await page.mouse.click(box.x + ((target + 0.5) / grid.size[1]) * box.width, box.y + 50);
+            const at = await crosshair(page);
+            assert.equal(at[1], target);
+            const legend = await page.locator('#profile-y .u-legend .u-value').allInnerTexts();
+            const unit = 10 ** report.volumes[0].decimals;
+            assert.equal(numberOf(legend[1]), stored.reference[indexOf(grid, at)] / unit);
+
+            const { counts, binWidth } = report.criteria[0].histogram;
+            await page.locator('#histogram').scrollIntoViewIfNeeded();
+            const plot = await page.locator('#histogram .u-over').boundingBox();
+            const whole = report.criteria[0].tested;
+            for (const bin of [0, 3, Math.round(1 / binWidth)]) {
+                const x = plot.x + ((bin + 0.8) / counts.length) * plot.width;
+                await page.mouse.move(x, plot.y + 40);
+                await settle(page);
+                const texts = await page.locator('#histogram .u-legend .u-value').allInnerTexts();
+                assert.equal(numberOf(texts[bin * binWidth < 1 ? 1 : 2]), counts[bin], `bin ${bin}`);
+                const below = counts.slice(0, bin + 1).reduce((a, b) => a + b, 0);
+                assert.equal(texts[3], `${((100 * below) / whole).toFixed(2)} %`);
+            }
+        });
+
+        test('layers and windows change the picture', async () => {
+            const axial = page.locator('#axial-slice');
+            const pictures = new Set();
+            for (const layer of ['reference', 'evaluation', 'difference', 'gamma']) {
+                await page.locator(`#layers label:has(#layer-${layer})`).click();
+                await settle(page);
+                for (const preset of [1, 3]) {
+                    await page.locator('#window-preset').selectOption({ index: preset });
+                    await settle(page);
+                    pictures.add((await axial.screenshot()).toString('base64'));
+                }
+            }
+            assert.equal(pictures.size, 8);
+            await page.locator('#window-high').fill('0.5');
+            await page.locator('#window-high').press('Enter');
+            await settle(page);
+            assert.equal(await page.locator('#window-high').inputValue(), '5', 'gamma 1 stays in the scale');
+            await page.keyboard.press('Escape');
+            await axial.focus();
+            await page.keyboard.press('1');
+            await settle(page);
+            assert.ok(await page.locator('#layer-reference').isChecked());
+        });
+
+        test('both themes are drawn', async () => {
+            const pictures = {};
+            for (const theme of ['light', 'dark']) {
+                await page.emulateMedia({ colorScheme: theme });
+                await settle(page);
+                pictures[theme] = await lookAt(browser, await page.screenshot());
+                assert.ok(pictures[theme].colours > 200, `${pictures[theme].colours} colours`);
+                for (const view of ['axial', 'coronal', 'sagittal']) {
+                    const slice = await lookAt(browser, await page.locator(`#${view}-slice`).screenshot());
+                    assert.ok(slice.colours > 30, `${view}: ${slice.colours} colours`);
+                }
+            }
+            assert.ok(pictures.light.corner > 200 && pictures.dark.corner < 60);
+            await page.locator('#theme-toggle').click();
+            await settle(page);
+            assert.ok((await lookAt(browser, await page.screenshot())).corner > 200);
+        });
+
+        test('prints on one sheet and comes back', async () => {
+            const before = await page.locator('#axial-slice').boundingBox();
+            const pdf = await page.pdf({ preferCSSPageSize: true });
+            assert.equal(pdf.toString('latin1').match(/\/Type\s*\/Page\b/g).length, 1);
+            await settle(page);
+            assert.equal(await page.locator('html.printing').count(), 0);
+            assert.equal((await page.locator('#axial-slice').boundingBox()).width, before.width);
+        });
+
+        test('nothing was complained about, nothing was asked of the network', () => {
+            assert.deepEqual(complaints, []);
+        });
+    });
+}
+
+test('ten criteria still print on one sheet', async () => {
+    const path = samplePath('many.html', {}, (report) => {
+        const first = report.criteria[0];
+        report.criteria = Array.from({ length: 10 }, (_, i) => ({ ...first, label: `${i + 1}%/3mm` }));
+    });
+    const { page } = await openFile(browser, path);
+    const pdf = await page.pdf({ preferCSSPageSize: true });
+    assert.equal(pdf.toString('latin1').match(/\/Type\s*\/Page\b/g).length, 1);
+    await page.close();
+});
+
+test('a rate is not rounded across a limit', async () => {
+    const cases = [
+        { passRate: 94.9996, verdict: 'investigate', shown: '94.9996' },
+        { passRate: 99.99991, verdict: 'pass', shown: '99.9999' },
+        { passRate: 89.996, verdict: 'fail', shown: '89.996' },
+        { passRate: 95, verdict: 'pass', shown: '95.00' },
+        { passRate: null, verdict: 'none', shown: '\u2013' },
+    ];
+    const path = samplePath('rates.html', {}, (report) => {
+        report.criteria = cases.map(({ passRate, verdict }) => ({ ...report.criteria[0], passRate, verdict }));
+    });
+    const { page } = await openFile(browser, path);
+    const shown = await page.locator('[data-value="passRate"]').allInnerTexts();
+    assert.deepEqual(shown, cases.map((c) => c.shown));
+    await page.close();
+});
+
+test('the page tells when its maps and its numbers disagree', async () => {
+    const path = samplePath('disagree.html', {}, (report) => {
+        report.criteria[0].failed += 1;
+    });
+    const { page } = await openFile(browser, path);
+    assert.match(await page.locator('#warnings').innerText(), /3%\/3mm: the gamma map in this page counts/);
+    await page.close();
+});
+
+describe('pages that cannot be shown say why', () => {
+    const faults = [
+        { name: 'empty template', html: () => template, message: /holds no data/ },
+        {
+            name: 'later format',
+            path: () => samplePath('later.html', {}, (report) => { report.formatVersion = 2; }),
+            message: /kind this page does not know/,
+        },
+        {
+            name: 'volume of the wrong size',
+            path: () => samplePath('size.html', {}, (_, stored) => {
+                stored.evaluation = stored.evaluation.slice(1);
+            }),
+            message: /"evaluation" does not fit its grid/,
+        },
+        {
+            name: 'missing volume',
+            path: () => samplePath('missing.html', {}, (report) => {
+                report.volumes.pop();
+                report.criteria.shift();
+            }),
+            message: /"gamma-1" is missing/,
+        },
+    ];
+    for (const { name, html, path, message } of faults) {
+        test(name, async () => {
+            const file = path ? path() : write('fault.html', html());
+            const { page } = await openFile(browser, file);
+            assert.match(await page.locator('[role="alert"]').innerText(), message);
+            await page.close();
+        });
+    }
+});
+
+test('two million noisy voxels stay under 15 MB', async () => {
+    const path = samplePath('large.html', { size: [160, 125, 100], noise: 2 });
+    assert.ok(readFileSync(path).length < 15e6);
+    const { page, complaints } = await openFile(browser, path);
+    assert.equal(await page.locator('html').getAttribute('data-state'), 'complete');
+    assert.deepEqual(complaints, []);
+    await page.close();
+});
