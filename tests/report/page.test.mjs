@@ -309,6 +309,7 @@ for (const { name, make, skip } of pages) {
         test('layers and windows change the picture', async () => {
             const axial = page.locator('#axial-slice');
             const pictures = new Set();
+            await page.locator('#cluster-rows button').first().click();
             for (const layer of ['reference', 'evaluation', 'difference', 'gamma']) {
                 await page.locator(`#layers label:has(#layer-${layer})`).click();
                 await settle(page);
