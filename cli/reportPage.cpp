@@ -62,8 +62,9 @@ Volumes volumesOf(const Comparison& comparison)
     volumes.add("evaluation", "dose", "evaluation", decimals,
                 storedDoses(evaluation.values, decimals));
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
+        const CriterionResult& result = comparison.results[i];
         volumes.add(gammaName(i), "gamma", "reference", gammaDecimals,
-                    storedGammas(comparison.results[i].gamma));
+                    storedGammas(result.gamma, result.statistics.failed));
     }
     return volumes;
 }

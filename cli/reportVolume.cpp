@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <stdexcept>
 
@@ -64,16 +65,20 @@ std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decim
     return words;
 }
 
-std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas)
+std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::size_t failed)
 {
     constexpr double factor = 1000; // 10^gammaDecimals
+    const auto above =
+        std::count_if(gammas.begin(), gammas.end(), [](float gamma) { return gamma > 1; });
+    auto roundedToOne = static_cast<std::ptrdiff_t>(failed) - above;
     std::vector<std::int16_t> words(gammas.size());
-    std::transform(gammas.begin(), gammas.end(), words.begin(), [](float gamma) {
+    std::transform(gammas.begin(), gammas.end(), words.begin(), [&roundedToOne](float gamma) {
         if (gamma < 0) {
             return std::int16_t{-1};
         }
+        const bool hasFailed = gamma > 1 || (gamma == 1 && roundedToOne-- > 0);
         const double thousandths = static_cast<double>(gamma) * factor;
-        return stored(gamma > 1 ? std::max(thousandths, factor + 1) : thousandths);
+        return stored(hasFailed ? std::max(thousandths, factor + 1) : thousandths);
     });
     return words;
 }

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_CLI_REPORTVOLUME_H
 #define ZARNGI_CLI_REPORTVOLUME_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -23,9 +24,10 @@ std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decim
 
 /**
  * Gamma in thousandths, -1 where not tested. A failed voxel never shows a passing gamma: what is
- * above 1 stores at least 1001.
+ * above 1 stores at least 1001. So does a gamma of exactly 1 that was rounded to it from above,
+ * which shows in `failed`, the number of failed voxels, being larger than that of gammas above 1.
  */
-std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas);
+std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::size_t failed);
 
 /** All low bytes, then all high bytes, compressed by zlib, in base64. */
 std::string encodedVolume(const std::vector<std::int16_t>& stored);

@@ -1,12 +1,13 @@
 import uPlot from 'uplot';
 import { axis, Chart, drawRule, scaled } from './chart';
 import { byId, token } from './dom';
-import { fixed, whole } from './format';
+import { fixed, plain, whole } from './format';
 import type { Criterion, Report } from './report';
 import type { Changes, State, Store } from './store';
 
 const height = 260;
 const mostBins = 80;
+const shortestAxis = 1.2;
 
 interface Bins {
     /** Edges of the bins, one more than counts. */
@@ -14,6 +15,8 @@ interface Bins {
     counts: number[];
     /** % of the tested voxels at or below each edge. */
     cumulative: number[];
+    /** Whether the last bin also holds what lies beyond it. */
+    isOpen: boolean;
 }
 
 /** Gamma histogram with the cumulative curve. */
@@ -60,7 +63,8 @@ export class Histogram {
     }
 
     private options(): Omit<uPlot.Options, 'width' | 'height'> {
-        const last = this.bins.edges[this.bins.edges.length - 1];
+        const { edges, isOpen } = this.bins;
+        const last = edges[edges.length - 1];
         const bars = uPlot.paths.bars?.({ size: [1, Infinity], gap: scaled(1), align: 1 });
         const passLimit = { scale: 'x', value: 1, colour: token('--ink'), dash: [4, 3], width: scaled(1) };
         const bar = (label: string, colour: string): uPlot.Series => ({
@@ -90,7 +94,7 @@ export class Histogram {
                 percent: { range: () => [0, 105] },
             },
             axes: [
-                axis('γ', 26),
+                axis(isOpen ? `γ (the last bar holds all above ${plain(edges[edges.length - 2])})` : 'γ', 26),
                 axis('Tested voxels', 58, {
                     scale: 'count',
                     values: (_, splits) => splits.map((v) => (Number.isInteger(v) ? whole(v) : '')),
@@ -115,10 +119,15 @@ export class Histogram {
     }
 }
 
-/** The bins of the record, joined until a bar is wide enough to see; gamma 1 stays an edge. */
+/**
+ * The bins of the record as far as there are voxels, joined until a bar is wide enough to see;
+ * gamma 1 stays an edge.
+ */
 function binned(criterion: Criterion): Bins {
-    const { binWidth, counts: fine } = criterion.histogram;
+    const { binWidth, counts: all } = criterion.histogram;
     const perUnit = Math.max(Math.round(1 / binWidth), 1);
+    const used = all.findLastIndex((count) => count > 0) + 1;
+    const fine = all.slice(0, Math.max(used, Math.ceil(shortestAxis * perUnit)));
     let joined = 1;
     while (joined < perUnit && (fine.length / joined > mostBins || perUnit % joined !== 0)) {
         ++joined;
@@ -132,5 +141,6 @@ function binned(criterion: Criterion): Bins {
     const total = fine.reduce((a, b) => a + b, 0);
     let sum = 0;
     const cumulative = [0, ...counts.map((count) => (100 * (sum += count)) / Math.max(total, 1))];
-    return { edges, counts, cumulative };
+    const isOpen = (criterion.max ?? 0) > edges[edges.length - 1];
+    return { edges, counts, cumulative, isOpen };
 }

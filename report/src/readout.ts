@@ -26,6 +26,7 @@ export class Readout {
     ) {
         this.rows = [...this.placeRows(), ...this.doseRows(), ...this.gammaRows()];
         byId('readout-rows').replaceChildren(...this.rows.map((row) => this.build(row)));
+        byId('interpolation-note').hidden = model.sameGrid;
         store.subscribe((state) => this.update(state));
     }
 
@@ -87,7 +88,6 @@ export class Readout {
         const unit = model.report.doseUnit;
         const normalisation = () =>
             model.report.criteria[this.store.state.criterion].normalisationDose;
-        const evaluated = model.sameGrid ? 'Evaluation' : 'Evaluation (interpolated)';
         return [
             {
                 id: 'voxel',
@@ -103,7 +103,7 @@ export class Readout {
             },
             {
                 id: 'evaluation',
-                label: evaluated,
+                label: 'Evaluation',
                 unit,
                 text: (_, index) => fixed(model.evaluation.value(index), decimals),
             },

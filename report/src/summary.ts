@@ -135,8 +135,8 @@ function gauge(criterion: Criterion): HTMLElement[] {
     const place = (value: number): string => `${(100 * (value - low)) / (100 - low)}%`;
     const fill = el('div', { class: 'gauge-fill' });
     fill.style.width = place(passRate);
-    const marks = [action, tolerance].map((limit) => {
-        const mark = el('div', { class: 'gauge-mark' }, el('span', {}, plain(limit)));
+    const marks = Object.entries({ action, tolerance }).map(([name, limit]) => {
+        const mark = el('div', { class: `gauge-mark ${name}` }, el('span', {}, plain(limit)));
         mark.style.left = place(limit);
         return mark;
     });
