@@ -12,8 +12,10 @@
 #include <limits>
 #include <utility>
 
+#include "dicomStructure.h"
 #include "failure.h"
 #include "orientation.h"
+#include "probe.h"
 #include "silentStderr.h"
 #include "text.h"
 
@@ -300,9 +302,6 @@ std::vector<float> doses(const std::vector<char>& pixels, PixelFormat format, do
 
 void readFile(gdcm::Reader& reader, const std::string& path)
 {
-    gdcm::Trace::DebugOff();
-    gdcm::Trace::WarningOff();
-    gdcm::Trace::ErrorOff();
     const SilentStderr silence;
     reader.SetFileName(path.c_str());
     if (!reader.Read()) {
@@ -310,9 +309,7 @@ void readFile(gdcm::Reader& reader, const std::string& path)
     }
 }
 
-} // namespace
-
-DoseImage readDicomDose(const std::string& path)
+DoseImage readProbed(const std::string& path)
 {
     gdcm::Reader reader;
     readFile(reader, path);
@@ -331,6 +328,18 @@ DoseImage readDicomDose(const std::string& path)
     checkDataLength(data, needed);
     dose.image = toPatientAxes(stored, doses(unpackedPixels(path, needed), format, scaling));
     return dose;
+}
+
+} // namespace
+
+DoseImage readDicomDose(const std::string& path)
+{
+    gdcm::Trace::DebugOff();
+    gdcm::Trace::WarningOff();
+    gdcm::Trace::ErrorOff();
+    checkDicomStructure(path);
+    probe([&path] { readProbed(path); });
+    return readProbed(path);
 }
 
 } // namespace cli

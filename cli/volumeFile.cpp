@@ -6,11 +6,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <utility>
 
 #include "failure.h"
 #include "orientation.h"
+#include "probe.h"
 #include "silentStderr.h"
 #include "text.h"
 #include "volumeHeader.h"
@@ -35,26 +34,22 @@ itk::ImageIOBase::Pointer makeImageIO(FileFormat format)
     }
 }
 
-/** What ITK complains about, without its file names, line numbers and object addresses. */
-std::string reasonOf(const itk::ExceptionObject& error)
+/** ITK's reader with the header of the file read; its complaints name its own source files. */
+itk::ImageIOBase::Pointer readHeader(const std::string& path, FileFormat format)
 {
-    std::string text = oneLine(error.GetDescription());
-    if (const auto address = text.find("): "); address != std::string::npos) {
-        text.erase(0, address + 3);
-    }
-    constexpr std::size_t longest = 160;
-    return text.size() > longest ? text.substr(0, longest) + "..." : text;
-}
-
-/** Runs a step of ITK quietly and puts its complaint into the program's words. */
-template <class Step> void quietly(const char* what, Step step)
-{
+    const itk::ImageIOBase::Pointer io = makeImageIO(format);
+    const auto read = [&] {
+        io->SetFileName(path);
+        io->ReadImageInformation();
+    };
+    probe(read);
     try {
         const SilentStderr silence;
-        step();
-    } catch (const itk::ExceptionObject& error) {
-        throw InputError(std::string(what) + ": " + reasonOf(error));
+        read();
+    } catch (const itk::ExceptionObject&) {
+        throw InputError("its " + formatName(format) + " header is damaged or not supported");
     }
+    return io;
 }
 
 void checkShape(const itk::ImageIOBase& io)
@@ -87,45 +82,35 @@ StoredGeometry geometryOf(const itk::ImageIOBase& io)
     return stored;
 }
 
-template <class Stored> void convert(const std::vector<char>& bytes, std::vector<float>& values)
+ValueFormat formatOf(const itk::ImageIOBase& io)
 {
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        Stored value;
-        std::memcpy(&value, bytes.data() + i * sizeof(Stored), sizeof(Stored));
-        values[i] = static_cast<float>(value);
-    }
-}
-
-void convert(Component type, const std::vector<char>& bytes, std::vector<float>& values)
-{
-    switch (type) {
+    using Kind = ValueFormat::Kind;
+    ValueFormat format;
+    format.bytes = static_cast<unsigned>(io.GetComponentSize());
+    format.isBigEndian = io.GetByteOrder() == itk::IOByteOrderEnum::BigEndian;
+    switch (io.GetComponentType()) {
     case Component::UCHAR:
-        return convert<unsigned char>(bytes, values);
-    case Component::CHAR:
-        return convert<signed char>(bytes, values);
     case Component::USHORT:
-        return convert<unsigned short>(bytes, values);
-    case Component::SHORT:
-        return convert<short>(bytes, values);
     case Component::UINT:
-        return convert<unsigned int>(bytes, values);
-    case Component::INT:
-        return convert<int>(bytes, values);
     case Component::ULONG:
-        return convert<unsigned long>(bytes, values);
-    case Component::LONG:
-        return convert<long>(bytes, values);
     case Component::ULONGLONG:
-        return convert<unsigned long long>(bytes, values);
+        format.kind = Kind::unsignedInteger;
+        break;
+    case Component::CHAR:
+    case Component::SHORT:
+    case Component::INT:
+    case Component::LONG:
     case Component::LONGLONG:
-        return convert<long long>(bytes, values);
+        format.kind = Kind::signedInteger;
+        break;
     case Component::FLOAT:
-        return convert<float>(bytes, values);
     case Component::DOUBLE:
-        return convert<double>(bytes, values);
+        format.kind = Kind::floatingPoint;
+        break;
     default:
         throw InputError("has values of an unknown type");
     }
+    return format;
 }
 
 itk::ImageIORegion wholeRegion(const itk::ImageIOBase& io)
@@ -151,32 +136,17 @@ FileFormat formatByName(const std::string& path)
 
 DoseImage readVolume(const std::string& path, FileFormat format)
 {
-    const StoredData data = checkVolumeHeader(path, format);
-    const itk::ImageIOBase::Pointer io = makeImageIO(format);
-    const std::string failure = "cannot be read as " + formatName(format);
-    quietly(failure.c_str(), [&] {
-        io->SetFileName(path);
-        io->ReadImageInformation();
-    });
+    const VolumeHeader header = checkVolumeHeader(path, format);
+    const itk::ImageIOBase::Pointer io = readHeader(path, format);
     checkShape(*io);
     const StoredGeometry stored = geometryOf(*io);
     checkGeometry(stored);
-    const auto count = static_cast<std::size_t>(stored.size[0] * stored.size[1] * stored.size[2]);
-    const std::size_t bytesPerValue = io->GetComponentSize();
-    if (bytesPerValue == 0 || !data.canHold(count, bytesPerValue)) {
-        throw InputError("is cut short, or its header lies: " + join(stored.size, " x ") +
-                         " voxels do not fit in " + grouped(data.bytes) + " bytes");
-    }
-    std::vector<char> bytes(count * bytesPerValue);
-    quietly(failure.c_str(), [&] {
-        io->SetIORegion(wholeRegion(*io));
-        io->Read(bytes.data());
-    });
-    std::vector<float> values(count);
-    convert(io->GetComponentType(), bytes, values);
+    const auto count =
+        static_cast<std::uintmax_t>(stored.size[0] * stored.size[1] * stored.size[2]);
+    const ValueFormat valueFormat = header.format ? *header.format : formatOf(*io);
     DoseImage dose;
-    dose.image = toPatientAxes(stored, std::move(values));
-    dose.dataPath = data.path;
+    dose.image = toPatientAxes(stored, readStoredValues(header.data, valueFormat, count));
+    dose.dataPath = header.data.path;
     return dose;
 }
 
@@ -203,10 +173,13 @@ void writeVolume(const std::string& path, const Image& image)
     io->SetPixelType(itk::IOPixelEnum::SCALAR);
     io->SetComponentType(Component::FLOAT);
     io->SetUseCompression(!path.ends_with(".nii"));
-    quietly("cannot be written", [&] {
+    try {
+        const SilentStderr silence;
         io->SetIORegion(wholeRegion(*io));
         io->Write(image.values.data());
-    });
+    } catch (const itk::ExceptionObject& error) {
+        throw InputError("cannot be written: " + oneLine(error.GetDescription()));
+    }
 }
 
 } // namespace cli

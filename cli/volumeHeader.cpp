@@ -19,6 +19,9 @@ namespace cli
 namespace
 {
 
+/** More than any image has; the readers set aside room for as many as a header claims. */
+constexpr double mostDimensions = 10;
+
 /** The entries of a header of lines "key separator value", keys in lower case. */
 struct TextHeader {
     std::map<std::string, std::string> entries;
@@ -59,14 +62,47 @@ TextHeader readTextHeader(const std::string& path, char separator, IsLast isLast
     throw InputError("its header has no end");
 }
 
-std::uintmax_t bytesAfter(const std::string& path, std::uintmax_t position)
+bool isPositive(double value)
 {
+    return value > 0 && std::isfinite(value);
+}
+
+bool isFinite(double value)
+{
+    return std::isfinite(value);
+}
+
+bool isSize(double value)
+{
+    return value >= 1 && value == std::floor(value) && value < 9e15;
+}
+
+/** Data that begins at the position of a file. */
+StoredData dataIn(const std::string& path, std::uintmax_t position)
+{
+    StoredData data;
     std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    data.path = path;
+    data.position = position;
+    data.fileBytes = std::filesystem::file_size(path, error);
     if (error) {
         throw InputError("its data file " + path + " is missing");
     }
-    return size - std::min(size, position);
+    return data;
+}
+
+/** Applies a count of bytes between the header and the data; -1: the data ends the file. */
+void skipBytes(StoredData& data, const std::string* entry)
+{
+    const double count = entry == nullptr ? 0 : parseNumber(*entry);
+    if (!(count == -1 || isSize(count) || count == 0)) {
+        throw InputError("its header gives a data position of \"" + oneLine(*entry) + "\"");
+    }
+    if (count != 0 && data.compression != StoredData::Compression::none) {
+        throw InputError("its compressed data begins at an odd place, which is not supported");
+    }
+    data.isAtEnd = count < 0;
+    data.position += count > 0 ? static_cast<std::uintmax_t>(count) : 0;
 }
 
 std::string dataFile(const std::string& path, const std::string& name)
@@ -95,21 +131,6 @@ void checkNumbers(const TextHeader& header, const std::string& key, const char* 
     }
 }
 
-bool isPositive(double value)
-{
-    return value > 0 && std::isfinite(value);
-}
-
-bool isFinite(double value)
-{
-    return std::isfinite(value);
-}
-
-bool isSize(double value)
-{
-    return value >= 1 && value == std::floor(value) && value < 9e15;
-}
-
 void requireOneOf(const TextHeader& header, const std::string& first, const std::string& second)
 {
     if (header.find(first) == nullptr && header.find(second) == nullptr) {
@@ -117,13 +138,14 @@ void requireOneOf(const TextHeader& header, const std::string& first, const std:
     }
 }
 
-StoredData checkMetaImage(const std::string& path)
+VolumeHeader checkMetaImage(const std::string& path)
 {
     const TextHeader header =
         readTextHeader(path, '=', [](const std::string& key, const std::string&) {
             return key == "elementdatafile";
         });
-    checkNumbers(header, "ndims", "a number of dimensions", isSize);
+    checkNumbers(header, "ndims", "a number of dimensions",
+                 [](double count) { return isSize(count) && count <= mostDimensions; });
     checkNumbers(header, "dimsize", "a grid size", isSize);
     requireOneOf(header, "elementspacing", "elementsize");
     for (const char* key : {"elementspacing", "elementsize"}) {
@@ -132,16 +154,22 @@ StoredData checkMetaImage(const std::string& path)
     for (const char* key : {"offset", "position", "origin"}) {
         checkNumbers(header, key, "an origin", isFinite);
     }
-    StoredData data;
+    for (const char* key : {"transformmatrix", "rotation", "orientation"}) {
+        checkNumbers(header, key, "an orientation", isFinite);
+    }
+    const std::string* const binary = header.find("binarydata");
+    if (binary != nullptr && lowerCase(*binary) == "false") {
+        throw InputError("its values are written as text, which is not supported");
+    }
     const std::string& name = *header.find("elementdatafile");
-    const std::string* compressed = header.find("compresseddata");
-    const bool isLocal = lowerCase(name) == "local";
-    data.path = isLocal ? path : dataFile(path, name);
-    data.bytes = bytesAfter(data.path, isLocal ? header.length : 0);
-    data.isCompressed = compressed != nullptr && lowerCase(*compressed) == "true";
-    const std::string* isBinary = header.find("binarydata");
-    data.isText = isBinary != nullptr && lowerCase(*isBinary) == "false";
-    return data;
+    StoredData data =
+        lowerCase(name) == "local" ? dataIn(path, header.length) : dataIn(dataFile(path, name), 0);
+    const std::string* const compressed = header.find("compresseddata");
+    if (compressed != nullptr && lowerCase(*compressed) == "true") {
+        data.compression = StoredData::Compression::deflated;
+    }
+    skipBytes(data, header.find("headersize"));
+    return {data, {}};
 }
 
 void checkNrrdUnits(const TextHeader& header)
@@ -154,30 +182,33 @@ void checkNrrdUnits(const TextHeader& header)
     }
 }
 
-StoredData checkNrrd(const std::string& path)
+VolumeHeader checkNrrd(const std::string& path)
 {
     const TextHeader header =
         readTextHeader(path, ':', [](const std::string&, const std::string& line) {
             return line.empty() || line == "\r" || line.starts_with("data file: ") ||
                    line.starts_with("datafile: ");
         });
+    checkNumbers(header, "dimension", "a number of dimensions",
+                 [](double count) { return isSize(count) && count <= mostDimensions; });
     checkNumbers(header, "sizes", "a grid size", isSize);
     requireOneOf(header, "spacings", "space directions");
     checkNumbers(header, "spacings", "a voxel size", isPositive);
     checkNrrdUnits(header);
     const std::string* detached = header.find("data file");
     detached = detached == nullptr ? header.find("datafile") : detached;
-    StoredData data;
-    data.path = detached == nullptr ? path : dataFile(path, *detached);
-    data.bytes = bytesAfter(data.path, detached == nullptr ? header.length : 0);
-    const std::string* encoding = header.find("encoding");
+    StoredData data =
+        detached == nullptr ? dataIn(path, header.length) : dataIn(dataFile(path, *detached), 0);
+    const std::string* const encoding = header.find("encoding");
     const std::string name = encoding == nullptr ? "raw" : lowerCase(*encoding);
-    data.isCompressed = name == "gzip" || name == "gz";
-    data.isText = name == "ascii" || name == "text" || name == "txt" || name == "hex";
-    if (!data.isCompressed && !data.isText && name != "raw") {
+    if (name == "gzip" || name == "gz") {
+        data.compression = StoredData::Compression::deflated;
+    } else if (name != "raw" || header.find("line skip") || header.find("lineskip")) {
         throw InputError("its encoding \"" + oneLine(name) + "\" is not supported");
     }
-    return data;
+    const std::string* const skip = header.find("byte skip");
+    skipBytes(data, skip == nullptr ? header.find("byteskip") : skip);
+    return {data, {}};
 }
 
 /** The fields of a NIfTI-1 header, in the byte order of the file. */
@@ -216,18 +247,67 @@ public:
         }
     }
 
+    bool isBigEndian() const { return isSwapped_; }
+
 private:
     std::string bytes_;
     bool isSwapped_ = false;
 };
 
-StoredData checkNifti(const std::string& path)
+ValueFormat niftiFormat(const NiftiHeader& header)
+{
+    constexpr std::size_t datatype = 70;
+    using Kind = ValueFormat::Kind;
+    static const std::map<int, ValueFormat> formats = {
+        {2, {Kind::unsignedInteger, 1}},    {256, {Kind::signedInteger, 1}},
+        {512, {Kind::unsignedInteger, 2}},  {4, {Kind::signedInteger, 2}},
+        {768, {Kind::unsignedInteger, 4}},  {8, {Kind::signedInteger, 4}},
+        {1280, {Kind::unsignedInteger, 8}}, {1024, {Kind::signedInteger, 8}},
+        {16, {Kind::floatingPoint, 4}},     {64, {Kind::floatingPoint, 8}}};
+    const int type = header.field<std::int16_t>(datatype);
+    const auto found = formats.find(type);
+    if (found == formats.end()) {
+        throw InputError("its values are of the NIfTI type " + std::to_string(type) +
+                         ", which is no dose");
+    }
+    ValueFormat format = found->second;
+    format.isBigEndian = header.isBigEndian();
+    return format;
+}
+
+StoredData niftiData(const std::string& path, const NiftiHeader& header)
+{
+    constexpr std::size_t voxOffset = 108;
+    constexpr std::size_t slope = 112;
+    constexpr std::size_t intercept = 116;
+    constexpr double usualPosition = 352;
+    constexpr double farthestPosition = 1 << 28; // room for any extension
+    const auto told = static_cast<double>(header.field<float>(voxOffset));
+    const double position = told == 0 ? usualPosition : told;
+    if (!(position >= usualPosition && position <= farthestPosition) ||
+        position != std::floor(position)) {
+        throw InputError("its header gives a data position of " + number(told));
+    }
+    StoredData data = dataIn(path, static_cast<std::uintmax_t>(position));
+    constexpr std::string_view gzipMark = "\x1f\x8b";
+    std::string mark(gzipMark.size(), '\0');
+    std::ifstream(path, std::ios::binary).read(mark.data(), 2);
+    if (mark == gzipMark) {
+        data.compression = StoredData::Compression::wholeFile;
+    }
+    header.checkFloats(slope, 2, "a scaling", isFinite);
+    if (header.field<float>(slope) != 0) {
+        data.slope = static_cast<double>(header.field<float>(slope));
+        data.intercept = static_cast<double>(header.field<float>(intercept));
+    }
+    return data;
+}
+
+VolumeHeader checkNifti(const std::string& path)
 {
     constexpr unsigned headerLength = 348;
     constexpr std::size_t dim = 40;
-    constexpr std::size_t bitpix = 72;
     constexpr std::size_t pixdim = 76;
-    constexpr std::size_t voxOffset = 108;
     constexpr std::size_t qformCode = 252;
     constexpr std::size_t sformCode = 254;
     constexpr std::size_t quaternionAndOffset = 256;
@@ -249,37 +329,18 @@ StoredData checkNifti(const std::string& path)
         }
     }
     header.checkFloats(pixdim + sizeof(float), 3, "a voxel size", isPositive);
-    header.checkFloats(voxOffset, 1, "a data position", isFinite);
     if (header.field<std::int16_t>(qformCode) > 0) {
         header.checkFloats(quaternionAndOffset, 6, "an orientation or origin", isFinite);
     }
     if (header.field<std::int16_t>(sformCode) > 0) {
         header.checkFloats(affineRows, 12, "an orientation or origin", isFinite);
     }
-    StoredData data;
-    data.path = path;
-    data.isCompressed = path.ends_with(".gz");
-    data.valueBytes = header.field<std::uint16_t>(bitpix) / 8U;
-    const double start = std::max(0.0, static_cast<double>(header.field<float>(voxOffset)));
-    data.bytes =
-        bytesAfter(path, data.isCompressed || start > 1e9 ? 0 : static_cast<std::uintmax_t>(start));
-    return data;
+    return {niftiData(path, header), niftiFormat(header)};
 }
 
 } // namespace
 
-bool StoredData::canHold(std::uintmax_t values, std::uintmax_t readerBytes) const
-{
-    // DEFLATE needs at least one bit for two codes of 258 bytes at best: a ratio of 1032 to 1.
-    constexpr std::uintmax_t bestCompression = 1032;
-    if (isText) {
-        return bytes >= values;
-    }
-    const std::uintmax_t needed = values * (valueBytes > 0 ? valueBytes : readerBytes);
-    return bytes * (isCompressed ? bestCompression : 1) >= needed;
-}
-
-StoredData checkVolumeHeader(const std::string& path, FileFormat format)
+VolumeHeader checkVolumeHeader(const std::string& path, FileFormat format)
 {
     switch (format) {
     case FileFormat::nrrd:

@@ -5,25 +5,19 @@
 #ifndef ZARNGI_CLI_VOLUMEHEADER_H
 #define ZARNGI_CLI_VOLUMEHEADER_H
 
-#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "fileFormat.h"
+#include "storedValues.h"
 
 namespace cli
 {
 
-/** Where a file keeps its values and how many bytes there are. */
-struct StoredData {
-    std::string path;              ///< of the file that holds them
-    std::uintmax_t bytes = 0;      ///< as stored
-    bool isCompressed = false;     ///< by gzip, else as they are
-    bool isText = false;           ///< numbers in words
-    std::uintmax_t valueBytes = 0; ///< of one stored value; 0: as many as the reader gives
-
-    /** Whether the stored bytes can hold so many values, of which the reader gives so many bytes.
-     */
-    bool canHold(std::uintmax_t values, std::uintmax_t readerBytes) const;
+/** What a header tells beyond what the image libraries tell. */
+struct VolumeHeader {
+    StoredData data;
+    std::optional<ValueFormat> format; ///< none: as the image library tells
 };
 
 /**
@@ -32,7 +26,7 @@ struct StoredData {
  * doses on a wrong grid.
  * @throws InputError
  */
-StoredData checkVolumeHeader(const std::string& path, FileFormat format);
+VolumeHeader checkVolumeHeader(const std::string& path, FileFormat format);
 
 } // namespace cli
 

@@ -1,0 +1,208 @@
+#include "dicomStructure.h"
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+
+#include "failure.h"
+#include "text.h"
+
+namespace cli
+{
+
+namespace
+{
+
+constexpr std::uint32_t undefinedLength = 0xFFFFFFFF;
+constexpr std::uint32_t itemTag = 0xFFFEE000;
+constexpr std::uint32_t itemEndTag = 0xFFFEE00D;
+constexpr std::uint32_t sequenceEndTag = 0xFFFEE0DD;
+constexpr std::uint32_t transferSyntaxTag = 0x00020010;
+constexpr std::uint32_t pixelDataTag = 0x7FE00010;
+
+/** How elements are written: with or without their type, and in which byte order. */
+struct Syntax {
+    bool isExplicit = true;
+    bool isBigEndian = false;
+};
+
+struct Element {
+    std::uint32_t tag = 0;
+    std::string type; ///< empty in the implicit syntax
+    std::uint32_t length = 0;
+};
+
+class Walker
+{
+public:
+    explicit Walker(const std::string& path)
+        : file_(path, std::ios::binary), end_(std::filesystem::file_size(path))
+    {
+    }
+
+    void walk()
+    {
+        skipPreamble();
+        const std::string syntax = walkMetaInformation();
+        walkElements(syntaxOf(syntax), 0);
+    }
+
+private:
+    void skipPreamble()
+    {
+        constexpr std::uintmax_t preamble = 128;
+        position_ = preamble;
+        const std::string mark = end_ >= preamble + 4 ? bytes(4) : "";
+        position_ = mark == "DICM" ? preamble + 4 : 0;
+    }
+
+    /** The elements of group 2, always explicit and little endian; gives the transfer syntax. */
+    std::string walkMetaInformation()
+    {
+        std::string syntax;
+        while (end_ - position_ >= 8) {
+            const std::uintmax_t start = position_;
+            const Element element = readElement({});
+            if (element.tag >> 16 != 2) {
+                position_ = start;
+                break;
+            }
+            requireBytes(element.length, element.tag);
+            if (element.tag == transferSyntaxTag) {
+                syntax = trimmed(bytes(element.length));
+            } else {
+                position_ += element.length;
+            }
+        }
+        return syntax;
+    }
+
+    Syntax syntaxOf(const std::string& name)
+    {
+        if (name == "1.2.840.10008.1.2.1.99") {
+            throw InputError("is a deflated DICOM file; store it without compression");
+        }
+        if (!name.empty()) {
+            return {name != "1.2.840.10008.1.2", name == "1.2.840.10008.1.2.2"};
+        }
+        // Without meta information: types are capital letters, lengths of early elements are not.
+        const std::uintmax_t start = position_;
+        const std::string head = end_ - position_ >= 8 ? bytes(8) : std::string(8, '\0');
+        position_ = start;
+        const auto isCapital = [](char c) { return c >= 'A' && c <= 'Z'; };
+        return {isCapital(head[4]) && isCapital(head[5]), false};
+    }
+
+    /** Elements up to the end of the file or, inside a sequence, of the item. */
+    void walkElements(const Syntax& syntax, int depth)
+    {
+        while (depth > 0 || position_ < end_) {
+            const Element element = readElement(syntax);
+            if (element.tag == itemEndTag) {
+                return;
+            }
+            skipValue(element, syntax, depth);
+        }
+    }
+
+    void skipValue(const Element& element, const Syntax& syntax, int depth)
+    {
+        if (element.length != undefinedLength) {
+            requireBytes(element.length, element.tag);
+            position_ += element.length;
+            return;
+        }
+        const bool mayBeOpen = element.type.empty() || element.type == "SQ" ||
+                               element.type == "UN" || element.tag == pixelDataTag;
+        constexpr int deepest = 32;
+        if (!mayBeOpen || depth >= deepest) {
+            throw InputError("is damaged: an element of DICOM has no length");
+        }
+        // An element of unknown type is written like the implicit syntax.
+        walkItems(element.type == "UN" ? Syntax{false, false} : syntax, depth);
+    }
+
+    void walkItems(const Syntax& syntax, int depth)
+    {
+        for (;;) {
+            const Element item = readElement(syntax);
+            if (item.tag == sequenceEndTag) {
+                return;
+            }
+            if (item.tag != itemTag) {
+                throw InputError("is damaged: a sequence of DICOM has no end");
+            }
+            if (item.length == undefinedLength) {
+                walkElements(syntax, depth + 1);
+            } else {
+                requireBytes(item.length, item.tag);
+                position_ += item.length;
+            }
+        }
+    }
+
+    Element readElement(const Syntax& syntax)
+    {
+        Element element;
+        element.tag = readNumber(2, syntax) << 16;
+        element.tag |= readNumber(2, syntax);
+        if (!syntax.isExplicit || element.tag >> 16 == itemTag >> 16) {
+            element.length = readNumber(4, syntax);
+            return element;
+        }
+        element.type = bytes(2);
+        constexpr std::string_view longTypes = "OB OD OF OL OV OW SQ SV UC UN UR UT UV";
+        if (longTypes.find(element.type) == std::string_view::npos) {
+            element.length = readNumber(2, syntax);
+        } else {
+            readNumber(2, syntax); // reserved
+            element.length = readNumber(4, syntax);
+        }
+        return element;
+    }
+
+    std::uint32_t readNumber(std::size_t count, const Syntax& syntax)
+    {
+        const std::string raw = bytes(count);
+        std::uint32_t number = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const char c = raw[syntax.isBigEndian ? i : count - 1 - i];
+            number = number << 8 | static_cast<unsigned char>(c);
+        }
+        return number;
+    }
+
+    std::string bytes(std::size_t count)
+    {
+        requireBytes(count, 0);
+        std::string raw(count, '\0');
+        file_.seekg(static_cast<std::streamoff>(position_));
+        file_.read(raw.data(), static_cast<std::streamsize>(count));
+        position_ += count;
+        return raw;
+    }
+
+    void requireBytes(std::uintmax_t count, std::uint32_t tag) const
+    {
+        if (end_ - position_ < count) {
+            const std::string what = tag == pixelDataTag ? " of dose" : "";
+            throw InputError("is cut short: " + grouped(count) + " bytes" + what +
+                             " should follow, " + grouped(end_ - position_) + " do");
+        }
+    }
+
+    std::ifstream file_;
+    std::uintmax_t end_;
+    std::uintmax_t position_ = 0;
+};
+
+} // namespace
+
+void checkDicomStructure(const std::string& path)
+{
+    Walker(path).walk();
+}
+
+} // namespace cli
