@@ -123,6 +123,16 @@ class Formats(ProgramTest):
         b = doses.write_nrrd(self.folder / "b.img", self.evaluation)
         self.assert_same(self.results(a, b, *CRITERIA))
 
+    def test_files_that_differ_by_extension_only(self):
+        """The NIfTI library would look for the data of one in the other."""
+        plain = doses.write_nifti(self.folder / "a.nii", self.reference)
+        zipped = doses.write_nifti(self.folder / "a.nii.gz", self.evaluation)
+        document = self.results(plain, zipped, *CRITERIA)
+        self.assert_same(document)
+        for name, dose in (("reference", self.reference), ("evaluation", self.evaluation)):
+            maximum = document["grids"][name]["maximum"]["dose"]
+            self.assertEqual(maximum, float(dose.values.max()))
+
     def test_digest_of_the_raw_file(self):
         document = self.results_of(doses.write_mhd, "mhd")
         self.assertEqual(document["files"]["reference"]["data"]["name"], "a.raw")
