@@ -19,10 +19,11 @@ if TYPE_CHECKING:
 
 _AXIS_NAMES = ("z", "y", "x")  # by dimension of a three-dimensional dose array
 _DOSE_COLOURS = "viridis"
-#: Blue below 1, red above: told apart by the colour-blind too.
-_GAMMA_COLOURS = "RdBu_r"
+#: Blues below 1, oranges and reds above: a break that the colour-blind see too.
 _PASSED_COLOUR = "#4393c3"
 _FAILED_COLOUR = "#d6604d"
+#: What is shown around the tested voxels.
+_MARGIN = 25.0  # mm
 
 
 @dataclass(frozen=True)
@@ -135,9 +136,25 @@ def _draw_slice(panel: Axes, values: Any, grid: DoseGrid, cut: _Cut, **options: 
     )
 
 
-def _frame(panel: Axes, reference: DoseGrid, cut: _Cut, title: str) -> None:
+def _window(result: GammaResult, cut: _Cut) -> tuple[float, float, float, float]:
+    """What is shown of the slice: the box of all tested voxels and a margin, inside the grid."""
+    extent = _extent(result.reference, cut)
+    if result.empty:
+        return extent
+    tested = result.gamma >= 0
+    window: list[float] = []
+    for name, low, high in zip((cut.across, cut.along), extent[::2], extent[1::2]):
+        dimension = tested.ndim - 1 - "xyz".index(name)
+        others = tuple(d for d in range(tested.ndim) if d != dimension)
+        positions = result.reference.axes[dimension][tested.any(axis=others)]
+        window += [max(low, positions[0] - _MARGIN), min(high, positions[-1] + _MARGIN)]
+    left, right, bottom, top = window
+    return left, right, bottom, top
+
+
+def _frame(panel: Axes, result: GammaResult, cut: _Cut, title: str) -> None:
     """The same window on the patient in every panel, with the back of the patient below."""
-    left, right, bottom, top = _extent(reference, cut)
+    left, right, bottom, top = _window(result, cut)
     panel.set(xlim=(left, right), aspect="equal")
     panel.set_ylim((top, bottom) if cut.along == "y" else (bottom, top))
     panel.set(xlabel=f"{cut.across} (mm)", ylabel=f"{cut.along} (mm)")
@@ -156,8 +173,17 @@ def _draw_doses(figure: Figure, panels: Any, result: GammaResult, cut: _Cut) -> 
             image = _draw_slice(
                 panel, values, grids[name], cut, cmap=_DOSE_COLOURS, vmin=0, vmax=largest or 1
             )
-        _frame(panel, result.reference, cut, name)
+        _frame(panel, result, cut, name)
     figure.colorbar(image, ax=list(panels), label="Dose (Gy)")
+
+
+def _gamma_colours() -> Any:
+    """Colours of gamma, with the break in the middle of the scale."""
+    colours = need("matplotlib", "matplotlib", "plotting").colormaps
+    passed = colours["Blues"](np.linspace(0.15, 0.85, 128))
+    failed = colours["YlOrRd"](np.linspace(0.3, 1, 128))
+    listed = need("matplotlib.colors", "matplotlib", "plotting").ListedColormap
+    return listed(np.vstack([passed, failed]), name="gamma")
 
 
 def _draw_gamma(figure: Figure, panel: Axes, result: GammaResult, cut: _Cut) -> None:
@@ -170,14 +196,14 @@ def _draw_gamma(figure: Figure, panel: Axes, result: GammaResult, cut: _Cut) -> 
         reached = gamma[gamma < UNREACHED]
         top = max(2.0, float(reached.max(initial=0)))
         norm = colors.TwoSlopeNorm(1, 0, top)
-        image = _draw_slice(panel, gamma, result.reference, cut, cmap=_GAMMA_COLOURS, norm=norm)
+        image = _draw_slice(panel, gamma, result.reference, cut, cmap=_gamma_colours(), norm=norm)
         figure.colorbar(image, ax=panel, label="Gamma (grey: not tested)")
     else:
         two = colors.ListedColormap([_FAILED_COLOUR, _PASSED_COLOUR])
         image = _draw_slice(panel, gamma, result.reference, cut, cmap=two, vmin=0, vmax=1)
         bar = figure.colorbar(image, ax=panel, ticks=[0.25, 0.75])
         bar.ax.set_yticklabels(["failed", "passed"])
-    _frame(panel, result.reference, cut, "Gamma")
+    _frame(panel, result, cut, "Gamma")
 
 
 def _draw_histogram(panel: Axes, result: GammaResult) -> None:

@@ -95,6 +95,20 @@ def test_plot_chooses_the_slice_with_most_failures(result):
     np.testing.assert_array_equal(shown(result.plot().axes[2]), result.gamma[worst])
 
 
+def test_plot_shows_the_tested_region(pair):
+    grid = zarngi.DoseGrid(np.pad(pair[0].dose, 40), pair[0].spacing, (0, 0, 0))
+    panel = zarngi.gamma_index(grid, grid, dose_cutoff=5).plot("y").axes[2]
+    spot = panel.get_xlim() + panel.get_ylim()
+    # 40 voxels of 2 and 3 mm, less a margin of 25 mm; the dose above 5 % fills its 13 and 9 voxels.
+    assert spot == (80 - 25, 104 + 25, 120 - 25, 144 + 25)
+
+
+def test_colours_break_at_a_gamma_of_one(result):
+    image = result.plot().axes[2].images[0]
+    below, above = image.to_rgba(np.array([0.999, 1.001]), norm=True)[:, :3]
+    assert below[2] > below[0] and above[0] > above[2]
+
+
 def test_voxels_are_drawn_where_they_are(result):
     panel = result.plot("x", 0).axes[0]
     left, right, bottom, top = panel.images[0].get_extent()
