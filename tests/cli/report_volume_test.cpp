@@ -41,9 +41,11 @@ TEST(ReportVolume, NoFailedVoxelShowsAPassingGamma)
 {
     const float justFailed = std::nextafter(1.0F, 2.0F);
     const float justPassed = std::nextafter(1.0F, 0.0F);
-    EXPECT_EQ(
-        cli::storedGammas({-1, 0, 0.4996F, justPassed, 1, justFailed, 1.0004F, 1.0016F, 40, 1e10F}),
-        (std::vector<std::int16_t>{-1, 0, 500, 1000, 1000, 1001, 1001, 1002, 32767, 32767}));
+    EXPECT_EQ(cli::storedGammas(
+                  {-1, 0, 0.4996F, justPassed, 1, justFailed, 1.0004F, 1.0016F, 40, 1e10F}, 5),
+              (std::vector<std::int16_t>{-1, 0, 500, 1000, 1000, 1001, 1001, 1002, 32767, 32767}));
+    // One voxel more failed than have a gamma above 1: its gamma was rounded to 1.
+    EXPECT_EQ(cli::storedGammas({0.5F, 1, 2}, 2), (std::vector<std::int16_t>{500, 1001, 2000}));
 }
 
 TEST(ReportPage, TemplateWithoutAPlaceForTheDataIsRefused)
