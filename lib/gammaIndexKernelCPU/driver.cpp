@@ -43,43 +43,34 @@ void searchRotatedShell(float rmin, float rmax)
 }
 
 /** Searches the shell by what is known of the lattice, without a list of its points. */
-void searchLatticeShell(const LatticeAxes& axes, float rmin, float rmax)
+void searchLatticeShell(const SearchPass& shell)
 {
-    LatticePass pass(axes, rmin, rmax, workerCount());
+    LatticePass pass(shell, workerCount());
     latticePass = &pass;
     evaluation();
     latticePass = nullptr;
-}
-
-/** Searches shell `ishell` (the first is 1) around every open voxel. */
-void searchShell(const LatticeAxes& axes, int ishell)
-{
-    report::shell(ishell);
-    const float rmin = outerRadius(ishell - 1);
-    const float rmax = outerRadius(ishell);
-    if (Env->randomRotation) {
-        if (ishell == 1) {
-            generateRandomRotationMatrix(Rot);
-        }
-        searchRotatedShell(rmin, rmax);
-    } else {
-        searchLatticeShell(axes, rmin, rmax);
-    }
 }
 
 /** Goes outwards shell by shell until every voxel is final or the shell limit is reached. */
 void searchShells()
 {
     const LatticeAxes axes = tabulateLatticeAxes();
-    const int ishellmax = Env->passRateMode ? 1 : maxShells();
-    for (int ishell = 1;; ++ishell) {
-        searchShell(axes, ishell);
-        if (ishell >= ishellmax) {
-            break;
+    const int ishellmax = Env->passRateMode ? 1 : std::max(maxShells(), 1);
+    if (Env->randomRotation) {
+        generateRandomRotationMatrix(Rot);
+    }
+    bool gapless = true;
+    for (int ishell = 1; ishell <= ishellmax && (ishell == 1 || keepSearching()); ++ishell) {
+        report::shell(ishell);
+        if (Env->randomRotation) {
+            searchRotatedShell(outerRadius(ishell - 1), outerRadius(ishell));
+        } else {
+            const SearchPass pass(axes, ishell, ishell == ishellmax, gapless);
+            searchLatticeShell(pass);
+            gapless = pass.isGapless();
         }
-        closeVoxelsOutOfReach(axes, outerRadius(ishell));
-        if (!keepSearching()) {
-            break;
+        if (ishell < ishellmax) {
+            closeVoxelsOutOfReach(axes, outerRadius(ishell));
         }
     }
     report::searchEnded();

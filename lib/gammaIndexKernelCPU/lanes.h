@@ -27,18 +27,28 @@ struct Lanes {
     using F = __m512;
     using I = __m512i;
     static constexpr int width = 16;
+    static constexpr int spreadRange = 16; ///< spread() takes indices below this
     static constexpr unsigned everyLane = 0xffffU;
 
     static F load(const float* p) { return _mm512_loadu_ps(p); }
     static void store(float* p, F a) { _mm512_storeu_ps(p, a); }
-    static I loadIndices(const int* p) { return _mm512_loadu_si512(p); }
     static F all(float a) { return _mm512_set1_ps(a); }
+    static void storeIndices(int* p, I i) { _mm512_storeu_si512(p, i); }
+    static I truncated(F a) { return _mm512_cvttps_epi32(a); }
+    static F whole(F a) { return _mm512_cvtepi32_ps(truncated(a)); }
+    /** The numbers first, first + 1, ... */
+    static F counting(int first)
+    {
+        return _mm512_cvtepi32_ps(_mm512_add_epi32(
+            _mm512_set1_epi32(first),
+            _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)));
+    }
     static F min(F a, F b) { return _mm512_min_ps(a, b); }
     static F max(F a, F b) { return _mm512_max_ps(a, b); }
     static F sqrt(F a) { return _mm512_sqrt_ps(a); }
     /** Bit per lane in which a <= b or either is not a number. */
     static unsigned notGreater(F a, F b) { return _mm512_cmp_ps_mask(a, b, _CMP_NGT_UQ); }
-    /** The floats p[i] for indices i from 0 to width - 1. */
+    /** The floats p[i] for indices i from 0 to spreadRange - 1. */
     static F spread(const float* p, I i) { return _mm512_permutexvar_ps(i, _mm512_loadu_ps(p)); }
 };
 
@@ -49,15 +59,21 @@ struct Lanes {
     using F = __m256;
     using I = __m256i;
     static constexpr int width = 8;
+    static constexpr int spreadRange = 8; ///< spread() takes indices below this
     static constexpr unsigned everyLane = 0xffU;
 
     static F load(const float* p) { return _mm256_loadu_ps(p); }
     static void store(float* p, F a) { _mm256_storeu_ps(p, a); }
-    static I loadIndices(const int* p)
-    {
-        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-    }
     static F all(float a) { return _mm256_set1_ps(a); }
+    static void storeIndices(int* p, I i) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), i); }
+    static I truncated(F a) { return _mm256_cvttps_epi32(a); }
+    static F whole(F a) { return _mm256_cvtepi32_ps(truncated(a)); }
+    /** The numbers first, first + 1, ... */
+    static F counting(int first)
+    {
+        return _mm256_cvtepi32_ps(
+            _mm256_add_epi32(_mm256_set1_epi32(first), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
+    }
     static F min(F a, F b) { return _mm256_min_ps(a, b); }
     static F max(F a, F b) { return _mm256_max_ps(a, b); }
     static F sqrt(F a) { return _mm256_sqrt_ps(a); }
@@ -75,15 +91,20 @@ struct Lanes {
     using F = __m128;
     using I = __m128i;
     static constexpr int width = 4;
+    static constexpr int spreadRange = 1 << 30; ///< spread() takes indices below this
     static constexpr unsigned everyLane = 0xfU;
 
     static F load(const float* p) { return _mm_loadu_ps(p); }
     static void store(float* p, F a) { _mm_storeu_ps(p, a); }
-    static I loadIndices(const int* p)
-    {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    }
     static F all(float a) { return _mm_set1_ps(a); }
+    static void storeIndices(int* p, I i) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), i); }
+    static I truncated(F a) { return _mm_cvttps_epi32(a); }
+    static F whole(F a) { return _mm_cvtepi32_ps(truncated(a)); }
+    /** The numbers first, first + 1, ... */
+    static F counting(int first)
+    {
+        return _mm_cvtepi32_ps(_mm_add_epi32(_mm_set1_epi32(first), _mm_setr_epi32(0, 1, 2, 3)));
+    }
     static F min(F a, F b) { return _mm_min_ps(a, b); }
     static F max(F a, F b) { return _mm_max_ps(a, b); }
     static F sqrt(F a) { return _mm_sqrt_ps(a); }

@@ -6,6 +6,17 @@
 namespace
 {
 
+/** The radius at which shell `ishell` ends, mm. */
+float outerRadius(int ishell)
+{
+    return static_cast<float>(ishell) * DTA;
+}
+
+ShellLattice shellLattice(int ishell)
+{
+    return {outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize};
+}
+
 /**
  * Up to which squared radius a shell holds every lattice point beyond its inner radius.
  *
@@ -38,12 +49,46 @@ std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t o
 
 } // namespace
 
-SearchPass::SearchPass(const LatticeAxes& latticeAxes, float rmin, float rmax)
-    : axes(&latticeAxes), shell(rmin, rmax, Env->stepSize), reference(referenceGrid()),
-      evaluation(evaluationGrid()), reader(selectedReader()), stepSize(Env->stepSize),
-      stepsPerDTA(DTA / Env->stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
-      wholeSquared(wholeSquaredRadius(shell))
+SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bool gapless)
+    : axes(&latticeAxes), shellNumber(ishell), isLast(last), shell(shellLattice(ishell)),
+      reference(referenceGrid()), evaluation(evaluationGrid()), reader(selectedReader()),
+      stepSize(Env->stepSize), stepsPerMmSquared(1 / (stepSize * stepSize)),
+      stepsPerDTA(DTA / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
+      outerSquared(shell.outerRadiusSquared()),
+      // Some ten roundings lie between this and the distance terms themselves.
+      largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
+      wholeSquared(wholeSquaredRadius(gapless ? shell : shellLattice(1)))
 {
+}
+
+bool SearchPass::isGapless() const
+{
+    return wholeSquared >= static_cast<std::int64_t>(std::floor(outerSquared));
+}
+
+bool SearchPass::isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) const
+{
+    i = std::abs(i);
+    j = std::abs(j);
+    k = std::abs(k);
+    const float squared = static_cast<float>(i * i + j * j + k * k);
+    if (squared == 0) {
+        return true;
+    }
+    // The shell whose radii enclose the point, or a neighbour of it where rounding decides.
+    const double radius =
+        std::sqrt(static_cast<double>(squared)) / static_cast<double>(stepsPerDTA);
+    const int guess = static_cast<int>(std::min(radius + 1, static_cast<double>(shellNumber)));
+    for (int ishell = std::max(guess - 1, 1); ishell <= std::min(guess + 1, shellNumber);
+         ++ishell) {
+        const ShellLattice candidate = shellLattice(ishell);
+        if (squared > candidate.innerRadiusSquared() && squared <= candidate.outerRadiusSquared() &&
+            i <= candidate.maxIndex() && j <= candidate.maxRow(i)) {
+            const LatticeRange row = candidate.row(i, j);
+            return k >= row.first && k <= row.last;
+        }
+    }
+    return false;
 }
 
 SearchScratch::SearchScratch(const SearchPass& pass)

@@ -18,17 +18,31 @@
 
 /** What one pass reads: fixed before the pass, unchanged during it. */
 struct SearchPass {
-    SearchPass(const LatticeAxes& latticeAxes, float rmin, float rmax);
+    /**
+     * The pass of shell `ishell` (the first is 1), `last` if no pass follows it.
+     * `gapless` tells whether the earlier shells left out no lattice point.
+     */
+    SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bool gapless);
+
+    /** Whether this shell or an earlier one enumerates the lattice point. */
+    [[nodiscard]] bool isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) const;
+    /** Whether this shell and the earlier ones leave out no lattice point within their radius. */
+    [[nodiscard]] bool isGapless() const;
 
     const LatticeAxes* axes;
+    int shellNumber;
+    bool isLast;
     ShellLattice shell;
     DoseGrid reference;
     DoseGrid evaluation;
     Reader reader;
     float stepSize;            ///< mm
+    float stepsPerMmSquared;   ///< 1 / mm^2
     float stepsPerDTA;         ///< lattice steps per DTA
     std::int32_t outerIndex;   ///< largest lattice index of the shell
-    std::int64_t wholeSquared; ///< up to this squared radius the shell leaves out no point
+    float outerSquared;        ///< outer squared radius in steps
+    float largestDistanceTerm; ///< gamma^2: no distance term of the shell exceeds it
+    std::int64_t wholeSquared; ///< up to this squared radius no shell leaves out a point
 };
 
 /** Lattice points on one axis whose dose is interpolated between the same voxel centres. */

@@ -62,6 +62,50 @@ inline Lanes::F rounded(Lanes::F a)
     return (a + shift) - shift;
 }
 
+/** The lattice points of one cell along y and one along z, in the ranges that can matter. */
+struct Block {
+    const CellRun* yCell;
+    const CellRun* zCell;
+    LatticeInterval y;
+    LatticeInterval z;
+    float nearestSquared; ///< least j^2 + k^2
+};
+
+/** One vector of lattice indices along x: where its points lie in the evaluation grid. */
+struct Column {
+    std::int32_t first;
+    unsigned lanes; ///< bit per lane that is in the range to be searched
+    Lanes::F squared;
+    Lanes::F fraction;
+    std::int32_t base; ///< voxel below the first lane
+    bool fits;         ///< the voxels of all lanes lie within one vector from `base`
+    Lanes::I lower;    ///< voxels below and above, relative to `base`
+    Lanes::I upper;
+
+    /** The doses of a row of the evaluation grid at the lanes' x. */
+    [[nodiscard]] Lanes::F interpolated(const float* row) const
+    {
+        const Lanes::F below = values(row + base, lower);
+        const Lanes::F above = values(row + base, upper);
+        return below + (above - below) * fraction;
+    }
+
+private:
+    [[nodiscard]] Lanes::F values(const float* from, Lanes::I index) const
+    {
+        if (fits) {
+            return Lanes::spread(from, index);
+        }
+        alignas(64) std::int32_t at[maxLanes];
+        alignas(64) float dose[maxLanes];
+        Lanes::storeIndices(at, index);
+        for (int lane = 0; lane < Lanes::width; ++lane) {
+            dose[lane] = from[at[lane]];
+        }
+        return Lanes::load(dose);
+    }
+};
+
 class VoxelSearch
 {
 public:
@@ -93,6 +137,7 @@ public:
         }
         scale_ = pass_.stepsPerDTA / (delta_ < 0 ? -delta_ : delta_);
         best_ = voxel_.gammasq;
+        cap_ = largestUseful();
         limitChanged();
         tryFirstCandidates();
         if (!settled()) {
@@ -121,8 +166,34 @@ private:
     /** In pass-rate mode one passing point is enough. */
     [[nodiscard]] bool settled() const { return Env->passRateMode && best_ <= 1.0F; }
 
+    /**
+     * The largest gamma^2 this pass must find exactly.
+     *
+     * In pass-rate mode 1. Otherwise, when a later pass will search this voxel again, what the
+     * distance term can reach in this shell: a voxel whose least gamma^2 is larger stays open, and
+     * the later pass finds it, as a pass searches all shells up to its own.
+     */
+    [[nodiscard]] float largestUseful() const
+    {
+        if (Env->passRateMode) {
+            return 1.0F;
+        }
+        const bool searchedAgain = !pass_.isLast && farthestSquared() > pass_.outerSquared;
+        return searchedAgain ? pass_.largestDistanceTerm : __builtin_inff();
+    }
+
+    /** Squared distance in steps of the farthest lattice point inside the evaluation box. */
+    [[nodiscard]] float farthestSquared() const
+    {
+        double squared = 0;
+        for (const AxisSample* sample : sample_) {
+            squared += static_cast<double>(sample->farthest) * sample->farthest;
+        }
+        return static_cast<float>(squared);
+    }
+
     /** gamma^2 that a point must not exceed to matter. */
-    [[nodiscard]] float limit() const { return Env->passRateMode ? 1.0F : best_; }
+    [[nodiscard]] float limit() const { return Env->passRateMode ? cap_ : smaller(best_, cap_); }
 
     void limitChanged()
     {
@@ -138,30 +209,12 @@ private:
         reach_ = {-reach, reach};
     }
 
-    /** Whether the shell holds the point; exactly as its enumeration produces it. */
+    /** Whether this shell or an earlier one holds the point. */
     [[nodiscard]] bool isMember(std::int32_t i, std::int32_t j, std::int32_t k) const
     {
         const std::int64_t squared =
             std::int64_t{i} * i + std::int64_t{j} * j + std::int64_t{k} * k;
-        if (squared == 0) {
-            return pass_.shell.holdsOrigin();
-        }
-        if (!(static_cast<float>(squared) > pass_.shell.innerRadiusSquared())) {
-            return false;
-        }
-        return squared <= pass_.wholeSquared || isEnumerated(i, j, k);
-    }
-
-    [[nodiscard]] bool isEnumerated(std::int32_t i, std::int32_t j, std::int32_t k) const
-    {
-        const std::int64_t row = i < 0 ? -std::int64_t{i} : i;
-        const std::int64_t column = j < 0 ? -std::int64_t{j} : j;
-        const std::int64_t depth = k < 0 ? -std::int64_t{k} : k;
-        if (row > pass_.shell.maxIndex() || column > pass_.shell.maxRow(row)) {
-            return false;
-        }
-        const LatticeRange range = pass_.shell.row(row, column);
-        return depth >= range.first && depth <= range.last;
+        return squared <= pass_.wholeSquared || pass_.isEnumerated(i, j, k);
     }
 
     /** Takes one evaluation point into account, in the specified order of operations. */
@@ -172,6 +225,12 @@ private:
         const float z = static_cast<float>(k) * pass_.stepSize;
         const float r2 = (x * x + y * y) + z * z;
         const float DDterm = dose - referenceDose_;
+        // Most points are told to be no better without the four divisions. The error of this
+        // estimate is some ten roundings.
+        const float u = DDterm * scale_;
+        if (u * u + r2 * pass_.stepsPerMmSquared > threshold_) {
+            return;
+        }
         const float Gammasq = ((DDterm * DDterm) / delta_) / delta_ + (r2 / DTA) / DTA;
         // Of points with equal gamma^2 the nearest one counts, as when they are visited in order.
         if (Gammasq < best_ || (Gammasq == best_ && r2 < bestDistanceSquared_)) {
@@ -199,17 +258,19 @@ private:
     void searchInterpolated();
     void prepareWindow(int axis, LatticeInterval range);
     void findCellRuns(int axis);
-    void searchColumns(std::int32_t x, LatticeInterval (&range)[3]);
+    void searchCells(const Block& first, std::int32_t firstCell, std::int32_t lastCell);
+    void searchCellRow(const Block& block, std::int32_t firstCell, unsigned open);
+    void searchBlock(const Block& block, const Column& column);
+    [[nodiscard]] Column columnAt(std::int32_t first, std::int32_t last) const;
     void searchVoxelwise();
     void findVoxelRuns(int axis, LatticeInterval range);
     void considerVoxel(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z);
     void considerVoxelRows(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z, float dose);
-    void considerRow(std::int32_t i, std::int32_t j, const CellRun& cell, LatticeInterval range,
-                     float margin);
+    void considerRow(std::int32_t i, std::int32_t j, const Block& block, float margin);
 
     void store()
     {
-        if (best_ < voxel_.gammasq) {
+        if (best_ < voxel_.gammasq && (Env->passRateMode || best_ <= cap_)) {
             voxel_.gammasq = best_;
             voxel_.distanceMinGamma = __builtin_sqrtf(bestDistanceSquared_);
         }
@@ -226,11 +287,17 @@ private:
     float referenceDose_ = 0;
     float delta_ = 0;               ///< Gy, dose criterion
     float scale_ = 0;               ///< steps per Gy
+    float cap_ = 0;                 ///< largest gamma^2 that this pass must find exactly
     float best_ = 0;                ///< least gamma^2 so far
     float bestDistanceSquared_ = 0; ///< mm^2, of the point that gave it in this pass
     float threshold_ = 0;           ///< f above it cannot matter, but for the error of u
     float root_ = 0;                ///< its square root
     LatticeInterval reach_{0, -1};  ///< lattice indices that can matter on any axis
+    LatticeInterval range_[3];      ///< lattice indices between voxel centres within reach_
+    float cellWidth_ = 0;           ///< steps, of a cell along x
+    float firstCellStart_ = 0;      ///< steps, lower end of the first cell along x
+    float cellSlack_ = 0;           ///< steps, rounding of positions along x
+    Column column_;                 ///< the column searched last; no lanes: none
 };
 
 // ---- First candidates ---------------------------------------------------------------------------
@@ -369,13 +436,39 @@ void VoxelSearch::prepareWindow(int axis, LatticeInterval range)
     }
 }
 
+Column VoxelSearch::columnAt(std::int32_t first, std::int32_t last) const
+{
+    using F = Lanes::F;
+    Column column;
+    column.first = first;
+    const std::int32_t count = smaller(last - first + 1, Lanes::width);
+    column.lanes = Lanes::everyLane >> (Lanes::width - count);
+    const int n = pass_.evaluation.n[0];
+    const F index = Lanes::counting(first);
+    column.squared = index * index;
+    // The same operations as setNeighbours, for all lanes at once.
+    const F position = Lanes::all(sample_[0]->position) + index * Lanes::all(pass_.stepSize);
+    const F centred =
+        (position - Lanes::all(pass_.evaluation.x0[0])) / Lanes::all(pass_.evaluation.h[0]) -
+        Lanes::all(0.5F);
+    const F below = n == 1
+                        ? Lanes::all(0)
+                        : Lanes::min(Lanes::whole(centred), Lanes::all(static_cast<float>(n - 2)));
+    column.fraction = n == 1 ? Lanes::all(0) : centred - below;
+    const F relative = below - Lanes::all(below[0]);
+    column.base = static_cast<std::int32_t>(below[0]);
+    column.lower = Lanes::truncated(relative);
+    column.upper = Lanes::truncated(relative + Lanes::all(n == 1 ? 0.0F : 1.0F));
+    column.fits = relative[Lanes::width - 1] + 1 < static_cast<float>(Lanes::spreadRange);
+    return column;
+}
+
 /** The lattice points between voxel centres on every axis. */
 void VoxelSearch::searchInterpolated()
 {
-    LatticeInterval range[3];
     for (int a = 0; a < 3; ++a) {
-        range[a] = common(sample_[a]->centre, reach_);
-        if (range[a].empty()) {
+        range_[a] = common(sample_[a]->centre, reach_);
+        if (range_[a].empty()) {
             return;
         }
     }
@@ -385,188 +478,221 @@ void VoxelSearch::searchInterpolated()
             findCellRuns(a);
         }
     }
-    prepareWindow(0, range[0]);
-    for (std::int32_t x = range[0].first; x <= range[0].last && !settled(); x += Lanes::width) {
-        searchColumns(x, range);
-    }
-}
-
-/** One vector of lattice indices along x, with what the search along y and z reads of it. */
-struct ColumnLanes {
-    alignas(64) std::int32_t lower[maxLanes];
-    alignas(64) std::int32_t upper[maxLanes];
-    alignas(64) float fraction[maxLanes];
-    alignas(64) float squared[maxLanes]; ///< i^2; infinite behind the last index
-};
-
-/** Searches the columns x, x + 1, ... (one per lane) along y and z. */
-void VoxelSearch::searchColumns(std::int32_t x, LatticeInterval (&range)[3])
-{
-    using F = Lanes::F;
-    const int* const n = pass_.evaluation.n;
-    const AxisWindow& xWindow = scratch_.window[0];
-    const AxisWindow& yWindow = scratch_.window[1];
-    const AxisWindow& zWindow = scratch_.window[2];
-    ColumnLanes lanes;
-    const std::int32_t xLast = smaller(x + Lanes::width - 1, range[0].last);
-    const std::int32_t* const xLower = xWindow.lower + (x - xWindow.range.first);
-    const std::int32_t base = xLower[0];
-    for (std::int32_t lane = 0; lane < Lanes::width; ++lane) {
-        const std::int32_t i = smaller(x + lane, xLast);
-        lanes.lower[lane] = xLower[i - x] - base;
-        lanes.upper[lane] = lanes.lower[lane] + (n[0] > 1 ? 1 : 0);
-        lanes.fraction[lane] = xWindow.fraction[i - xWindow.range.first];
-        lanes.squared[lane] = x + lane > xLast ? __builtin_inff() : squareOf(i);
-    }
-    const bool fits = lanes.upper[Lanes::width - 1] < Lanes::width;
-    const Lanes::I lowerIndex = Lanes::loadIndices(lanes.lower);
-    const Lanes::I upperIndex = Lanes::loadIndices(lanes.upper);
-    const F xFraction = Lanes::load(lanes.fraction);
-    const F xSquared = Lanes::load(lanes.squared);
-    const F dRef = Lanes::all(referenceDose_);
-    const F scale = Lanes::all(scale_);
-    const float xNearest = squareOf(nearestToZero({x, xLast}));
-    const auto interpolateRow = [&](const float* row) {
-        F lower;
-        F upper;
-        if (fits) {
-            lower = Lanes::spread(row + base, lowerIndex);
-            upper = Lanes::spread(row + base, upperIndex);
-        } else {
-            alignas(64) float a[maxLanes];
-            alignas(64) float b[maxLanes];
-            for (int lane = 0; lane < Lanes::width; ++lane) {
-                a[lane] = row[base + lanes.lower[lane]];
-                b[lane] = row[base + lanes.upper[lane]];
-            }
-            lower = Lanes::load(a);
-            upper = Lanes::load(b);
-        }
-        return (lower + (upper - lower) * xFraction - dRef) * scale;
-    };
-
-    for (const CellRun& zCell : zWindow.runs) {
-        const LatticeInterval z = common({zCell.first, zCell.last}, common(range[2], reach_));
+    const double step = pass_.stepSize;
+    const double h = pass_.evaluation.h[0];
+    cellWidth_ = static_cast<float>(h / step);
+    firstCellStart_ = static_cast<float>((static_cast<double>(pass_.evaluation.x0[0]) + 0.5 * h -
+                                          static_cast<double>(sample_[0]->position)) /
+                                         step);
+    column_.lanes = 0;
+    const std::int32_t firstCell = locatePoint(0, range_[0].first).lower;
+    const std::int32_t lastCell = locatePoint(0, range_[0].last).lower;
+    // Positions are rounded to float: a lattice point may lie this far (in steps) from the cell
+    // that the arithmetic without rounding finds for it.
+    const double extent = __builtin_fabs(static_cast<double>(sample_[0]->position)) +
+                          __builtin_fabs(static_cast<double>(pass_.evaluation.x0[0])) +
+                          h * (lastCell + 2.0);
+    cellSlack_ = static_cast<float>(0.001 + 0x1p-21 * extent / step);
+    for (const CellRun& zCell : scratch_.window[2].runs) {
+        const LatticeInterval z = common({zCell.first, zCell.last}, common(range_[2], reach_));
         if (z.empty()) {
             continue;
         }
-        const float zNearest = squareOf(nearestToZero(z));
-        if (xNearest + zNearest > threshold_) {
+        const Block block{nullptr, &zCell, {0, -1}, z, squareOf(nearestToZero(z))};
+        for (std::int32_t cell = firstCell; cell <= lastCell; cell += Lanes::width) {
+            if (block.nearestSquared > threshold_ || settled()) {
+                break;
+            }
+            searchCells(block, cell, smaller(cell + Lanes::width - 1, lastCell));
+        }
+    }
+}
+
+/** Searches the cells of one plane of cells that the range of their doses does not exclude. */
+void VoxelSearch::searchCells(const Block& plane, std::int32_t firstCell, std::int32_t lastCell)
+{
+    using F = Lanes::F;
+    const int* const n = pass_.evaluation.n;
+    const Room<CellRun>& yCells = scratch_.window[1].runs;
+    const CellRun* begin = yCells.begin();
+    const CellRun* end = yCells.end();
+    const LatticeInterval yRange = common(range_[1], reach_);
+    while (begin != end && begin->last < yRange.first) {
+        ++begin;
+    }
+    while (begin != end && (end - 1)->first > yRange.last) {
+        --end;
+    }
+    if (begin == end) {
+        return;
+    }
+    // Least and largest dose of the four voxels around each cell in x and z, row by row.
+    const std::int32_t firstRow = begin->lower;
+    const std::int32_t lastRow = (end - 1)->upper;
+    const int right = n[0] > 1 ? 1 : 0;
+    const float* const lowerPlane =
+        pass_.evaluation.map + voxelIndex(n, firstCell, 0, plane.zCell->lower);
+    const float* const upperPlane =
+        pass_.evaluation.map + voxelIndex(n, firstCell, 0, plane.zCell->upper);
+    for (std::int32_t row = firstRow; row <= lastRow; ++row) {
+        const float* const p = lowerPlane + n[0] * row;
+        const float* const q = upperPlane + n[0] * row;
+        const F a = Lanes::load(p);
+        const F b = Lanes::load(p + right);
+        const F c = Lanes::load(q);
+        const F d = Lanes::load(q + right);
+        const std::int32_t at = (row - firstRow) * Lanes::width;
+        Lanes::store(scratch_.rows[0] + at, Lanes::min(Lanes::min(a, b), Lanes::min(c, d)));
+        Lanes::store(scratch_.rows[1] + at, Lanes::max(Lanes::max(a, b), Lanes::max(c, d)));
+    }
+    const F zero = Lanes::all(0);
+    const F start = Lanes::all(firstCellStart_) +
+                    Lanes::counting(firstCell) * Lanes::all(cellWidth_) - Lanes::all(cellSlack_);
+    const F stop = start + Lanes::all(cellWidth_ + 2 * cellSlack_);
+    const F xNearest = Lanes::max(Lanes::max(start, zero - stop), zero);
+    const F xSquared = xNearest * xNearest;
+    const F referenceDose = Lanes::all(referenceDose_);
+    const F scale = Lanes::all(scale_);
+    const F slack = Lanes::all(0x1p-20F);
+    const F slackOfReference = Lanes::all(0x1p-20F * __builtin_fabsf(referenceDose_));
+    const unsigned cells = Lanes::everyLane >> (Lanes::width - (lastCell - firstCell + 1));
+    for (const CellRun* yCell = begin; yCell != end; ++yCell) {
+        Block block = plane;
+        block.yCell = yCell;
+        block.y = common({yCell->first, yCell->last}, common(range_[1], reach_));
+        if (block.y.empty()) {
             continue;
         }
-        // Rows of the two planes, and the range of u over them.
-        const LatticeInterval yRange = common(range[1], reach_);
-        std::int32_t firstRow = -1;
-        std::int32_t lastRow = -1;
-        for (const CellRun& yCell : yWindow.runs) {
-            if (!common({yCell.first, yCell.last}, yRange).empty()) {
-                firstRow = firstRow < 0 ? yCell.lower : firstRow;
-                lastRow = yCell.upper;
+        block.nearestSquared += squareOf(nearestToZero(block.y));
+        const std::int32_t lower = (yCell->lower - firstRow) * Lanes::width;
+        const std::int32_t upper = (yCell->upper - firstRow) * Lanes::width;
+        const F least = Lanes::min(Lanes::load(scratch_.rows[0] + lower),
+                                   Lanes::load(scratch_.rows[0] + upper));
+        const F most = Lanes::max(Lanes::load(scratch_.rows[1] + lower),
+                                  Lanes::load(scratch_.rows[1] + upper));
+        // An interpolated dose leaves the range of its corners by some roundings at most.
+        const F rounding = Lanes::max(most, zero - least) * slack + slackOfReference;
+        const F away = Lanes::max(least - referenceDose, referenceDose - most) - rounding;
+        const F u = Lanes::max(away, zero) * scale;
+        const F bound = u * u + (xSquared + Lanes::all(block.nearestSquared));
+        const unsigned open = Lanes::notGreater(bound, Lanes::all(threshold_)) & cells;
+        if (open != 0) {
+            searchCellRow(block, firstCell, open);
+            if (settled()) {
+                return;
             }
         }
-        if (firstRow < 0) {
+    }
+}
+
+/** Searches the cells of a row along x whose bits are set, counted from firstCell. */
+void VoxelSearch::searchCellRow(const Block& block, std::int32_t firstCell, unsigned open)
+{
+    const int lowest = __builtin_ctz(open);
+    const int highest = 31 - __builtin_clz(open);
+    const float start = firstCellStart_ + static_cast<float>(firstCell + lowest) * cellWidth_;
+    const float stop = firstCellStart_ + static_cast<float>(firstCell + highest + 1) * cellWidth_;
+    const LatticeInterval whole = range_[0];
+    const LatticeInterval wanted = common(whole, reach_);
+    const auto low = static_cast<float>(wanted.first);
+    const auto high = static_cast<float>(wanted.last);
+    const auto first =
+        static_cast<std::int32_t>(__builtin_ceilf(clamped(start - cellSlack_, low, high)));
+    const auto last =
+        static_cast<std::int32_t>(__builtin_floorf(clamped(stop + cellSlack_, low, high)));
+    std::int32_t x = first - (first - whole.first) % Lanes::width;
+    for (; x <= last && !settled(); x += Lanes::width) {
+        if (column_.lanes == 0 || column_.first != x) {
+            column_ = columnAt(x, whole.last);
+        }
+        searchBlock(block, column_);
+    }
+}
+
+void VoxelSearch::searchBlock(const Block& block, const Column& column)
+{
+    using F = Lanes::F;
+    const int* const n = pass_.evaluation.n;
+    const F zero = Lanes::all(0);
+    const F one = Lanes::all(1);
+    const F referenceDose = Lanes::all(referenceDose_);
+    const F scale = Lanes::all(scale_);
+    const auto differenceAt = [&](std::int32_t row, std::int32_t plane) {
+        const float* const p = pass_.evaluation.map + voxelIndex(n, 0, row, plane);
+        return (column.interpolated(p) - referenceDose) * scale;
+    };
+    const F u00 = differenceAt(block.yCell->lower, block.zCell->lower);
+    const F u10 = differenceAt(block.yCell->upper, block.zCell->lower);
+    const F u01 = differenceAt(block.yCell->lower, block.zCell->upper);
+    const F u11 = differenceAt(block.yCell->upper, block.zCell->upper);
+    const F least = Lanes::min(Lanes::min(u00, u10), Lanes::min(u01, u11));
+    const F most = Lanes::max(Lanes::max(u00, u10), Lanes::max(u01, u11));
+    // Error of u: the fraction along z is off by at most `deviation`, and the some 30 roundings of
+    // both computations act on values no larger than |u| and scale * |reference dose|.
+    const F magnitude =
+        Lanes::max(most, zero - least) + Lanes::all(scale_ * __builtin_fabsf(referenceDose_));
+    F error =
+        (most - least) * Lanes::all(block.zCell->deviation) + magnitude * Lanes::all(0x1p-19F);
+    // Where squares of u might overflow, every point is evaluated.
+    if (Lanes::notGreater(magnitude, Lanes::all(1e15F)) != Lanes::everyLane) {
+        error = Lanes::all(__builtin_inff());
+    }
+    const auto thresholdNow = [&] {
+        return Lanes::all(threshold_) + error * (Lanes::all(2 * root_) + error);
+    };
+    F threshold = thresholdNow();
+    const F away = Lanes::max(Lanes::max(least, zero - most), zero);
+    const F bound = away * away + (column.squared + Lanes::all(block.nearestSquared));
+    if ((Lanes::notGreater(bound, threshold) & column.lanes) == 0) {
+        return;
+    }
+    const F d0 = u10 - u00;
+    const F d1 = u11 - u01;
+    const F slope = Lanes::all(block.zCell->slope);
+    const F offset = Lanes::all(block.zCell->offset);
+    const F zFirst = Lanes::all(static_cast<float>(block.z.first));
+    const F zLast = Lanes::all(static_cast<float>(block.z.last));
+    const F outer = Lanes::all(pass_.outerSquared);
+    // Below this no point within the threshold lies outside the shell's sphere.
+    const bool rimMatters =
+        Lanes::notGreater(threshold, Lanes::all(static_cast<float>(pass_.wholeSquared))) !=
+        Lanes::everyLane;
+    const AxisWindow& yWindow = scratch_.window[1];
+    for (std::int32_t j = block.y.first; j <= block.y.last; ++j) {
+        const F t = Lanes::all(yWindow.fraction[j - yWindow.range.first]);
+        const F u0 = u00 + d0 * t;
+        const F u1 = u01 + d1 * t;
+        const F gradient = u1 - u0;
+        const F b = gradient * slope;
+        const F a = u0 + gradient * offset;
+        const F inPlane = column.squared + Lanes::all(squareOf(j));
+        F first = zFirst;
+        F last = zLast;
+        if (rimMatters) {
+            const F room = Lanes::max(outer - inPlane, zero);
+            const F rim = rounded(Lanes::sqrt(room + Lanes::all(0.01F)) - Lanes::all(0.499F));
+            first = Lanes::max(zFirst, zero - rim);
+            last = Lanes::min(zLast, rim);
+        }
+        const F lowest = rounded((zero - a * b) / (b * b + one));
+        const F k = Lanes::min(Lanes::max(lowest, first), last);
+        const F u = a + b * k;
+        const F f = u * u + (k * k + inPlane);
+        unsigned open = Lanes::notGreater(f, threshold) & column.lanes;
+        if (open == 0) {
             continue;
         }
-        F low = Lanes::all(__builtin_inff());
-        F high = Lanes::all(-__builtin_inff());
-        for (int side = 0; side < 2; ++side) {
-            const int plane = side == 0 ? zCell.lower : zCell.upper;
-            float* out = scratch_.rows[side];
-            for (std::int32_t row = firstRow; row <= lastRow; ++row, out += Lanes::width) {
-                const F u = interpolateRow(pass_.evaluation.map + voxelIndex(n, 0, row, plane));
-                Lanes::store(out, u);
-                low = Lanes::min(low, u);
-                high = Lanes::max(high, u);
-            }
+        open &= Lanes::notGreater(inPlane, outer);
+        alignas(64) float margins[maxLanes];
+        Lanes::store(margins, error);
+        for (; open != 0 && !settled(); open &= open - 1) {
+            const int lane = __builtin_ctz(open);
+            considerRow(column.first + lane, j, block, margins[lane]);
         }
-        // Error of u: the fraction along z is off by at most `deviation`, and the some 30 roundings
-        // of both computations act on values no larger than |u| and scale * |reference dose|.
-        const F magnitude = Lanes::max(high, Lanes::all(0) - low) +
-                            Lanes::all(scale_ * __builtin_fabsf(referenceDose_));
-        F error = (high - low) * Lanes::all(zCell.deviation) + magnitude * Lanes::all(0x1p-19F);
-        // Where squares of u might overflow, every point is evaluated.
-        if (Lanes::notGreater(magnitude, Lanes::all(1e15F)) != Lanes::everyLane) {
-            error = Lanes::all(__builtin_inff());
+        if (settled()) {
+            return;
         }
-        const auto thresholdNow = [&] {
-            return Lanes::all(threshold_) + error * (Lanes::all(2 * root_) + error);
-        };
-        F threshold = thresholdNow();
-        const F slope = Lanes::all(zCell.slope);
-        const F offset = Lanes::all(zCell.offset);
-        const F zFirst = Lanes::all(static_cast<float>(z.first));
-        const F zLast = Lanes::all(static_cast<float>(z.last));
-        const float outerSquared = pass_.shell.outerRadiusSquared();
-        // Below this no point within the threshold lies outside the shell's sphere.
-        const bool rimMatters =
-            Lanes::notGreater(threshold, Lanes::all(static_cast<float>(pass_.wholeSquared))) !=
-            Lanes::everyLane;
-        for (const CellRun& yCell : yWindow.runs) {
-            const LatticeInterval y = common({yCell.first, yCell.last}, yRange);
-            if (y.empty()) {
-                continue;
-            }
-            const float yzNearest = squareOf(nearestToZero(y)) + zNearest;
-            if (xNearest + yzNearest > threshold_) {
-                continue;
-            }
-            const std::int32_t lowerAt = (yCell.lower - firstRow) * Lanes::width;
-            const std::int32_t upperAt = (yCell.upper - firstRow) * Lanes::width;
-            const F u00 = Lanes::load(scratch_.rows[0] + lowerAt);
-            const F u10 = Lanes::load(scratch_.rows[0] + upperAt);
-            const F u01 = Lanes::load(scratch_.rows[1] + lowerAt);
-            const F u11 = Lanes::load(scratch_.rows[1] + upperAt);
-            const F least = Lanes::min(Lanes::min(u00, u10), Lanes::min(u01, u11));
-            const F most = Lanes::max(Lanes::max(u00, u10), Lanes::max(u01, u11));
-            const F away = Lanes::max(Lanes::max(least, Lanes::all(0) - most), Lanes::all(0));
-            const F bound = away * away + (xSquared + Lanes::all(yzNearest));
-            if (Lanes::notGreater(bound, threshold) == 0) {
-                continue;
-            }
-            const F d0 = u10 - u00;
-            const F d1 = u11 - u01;
-            const float* const yFraction = yWindow.fraction + (y.first - yWindow.range.first);
-            for (std::int32_t j = y.first; j <= y.last; ++j) {
-                const F t = Lanes::all(yFraction[j - y.first]);
-                const F u0 = u00 + d0 * t;
-                const F u1 = u01 + d1 * t;
-                const F gradient = u1 - u0;
-                const F b = gradient * slope;
-                const F a = u0 + gradient * offset;
-                const F inPlane = xSquared + Lanes::all(squareOf(j));
-                F first = zFirst;
-                F last = zLast;
-                if (rimMatters) {
-                    const F room = Lanes::max(Lanes::all(outerSquared) - inPlane, Lanes::all(0));
-                    const F rim =
-                        rounded(Lanes::sqrt(room + Lanes::all(0.01F)) - Lanes::all(0.499F));
-                    first = Lanes::max(zFirst, Lanes::all(0) - rim);
-                    last = Lanes::min(zLast, rim);
-                }
-                const F free = rounded((Lanes::all(0) - a * b) / (b * b + Lanes::all(1)));
-                const F k = Lanes::min(Lanes::max(free, first), last);
-                const F u = a + b * k;
-                const F f = u * u + (k * k + inPlane);
-                unsigned open = Lanes::notGreater(f, threshold) &
-                                Lanes::notGreater(inPlane, Lanes::all(outerSquared));
-                if (open == 0) {
-                    continue;
-                }
-                alignas(64) float margins[maxLanes];
-                Lanes::store(margins, error);
-                while (open != 0 && !settled()) {
-                    const int lane = __builtin_ctz(open);
-                    open &= open - 1;
-                    if (x + lane <= xLast) {
-                        considerRow(x + lane, j, zCell, z, margins[lane]);
-                    }
-                }
-                if (settled()) {
-                    return;
-                }
-                threshold = thresholdNow();
-            }
-        }
+        threshold = thresholdNow();
     }
 }
 
@@ -574,19 +700,12 @@ void VoxelSearch::searchColumns(std::int32_t x, LatticeInterval (&range)[3])
  * Considers the points of the lattice row (i, j) in one cell along z that can matter: those within
  * the width of the row's parabola below the threshold. `margin` is the error of u.
  */
-void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const CellRun& cell,
-                              LatticeInterval range, float margin)
+void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block, float margin)
 {
-    const AxisWindow& xWindow = scratch_.window[0];
-    const AxisWindow& yWindow = scratch_.window[1];
-    const auto pointOf = [&](const AxisWindow& window, int axis, std::int32_t at) {
-        const std::int32_t offset = at - window.range.first;
-        AxisPoint p{Zone::centre, 0, window.lower[offset], 0, window.fraction[offset]};
-        p.upper = p.lower + (pass_.evaluation.n[axis] > 1 ? 1 : 0);
-        return p;
-    };
-    const AxisPoint x = pointOf(xWindow, 0, i);
-    const AxisPoint y = pointOf(yWindow, 1, j);
+    const CellRun& cell = *block.zCell;
+    const LatticeInterval range = block.z;
+    const AxisPoint x = locatePoint(0, i);
+    const AxisPoint y = locatePoint(1, j);
     const float c0 = mixInPlane(pass_.evaluation.map, pass_.evaluation.n, x, y, cell.lower);
     const float c1 = mixInPlane(pass_.evaluation.map, pass_.evaluation.n, x, y, cell.upper);
     // A cell with a corner that is not finite has no point with a finite dose.

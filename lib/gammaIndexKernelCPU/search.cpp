@@ -56,8 +56,8 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
 
 LatticePass* latticePass = nullptr;
 
-LatticePass::LatticePass(const LatticeAxes& axes, float rmin, float rmax, std::size_t workers)
-    : pass_(axes, rmin, rmax), search_(selectLatticeSearch())
+LatticePass::LatticePass(const SearchPass& pass, std::size_t workers)
+    : pass_(pass), search_(selectLatticeSearch())
 {
     scratch_.reserve(workers);
     for (std::size_t i = 0; i < workers; ++i) {

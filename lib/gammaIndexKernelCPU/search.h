@@ -15,8 +15,8 @@
 class LatticePass
 {
 public:
-    /** Prepares the search of the shell rmin < r <= rmax (mm) by a number of workers. */
-    LatticePass(const LatticeAxes& axes, float rmin, float rmax, std::size_t workers);
+    /** Prepares a pass by a number of workers. */
+    LatticePass(const SearchPass& pass, std::size_t workers);
 
     /** Searches the shell around a voxel; each worker from its own thread. */
     void search(std::size_t worker, ActiveVoxel& voxel);
