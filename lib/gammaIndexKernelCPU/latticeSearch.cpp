@@ -54,7 +54,7 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
       reference(referenceGrid()), evaluation(evaluationGrid()), reader(selectedReader()),
       stepSize(Env->stepSize), stepsPerMmSquared(1 / (stepSize * stepSize)),
       stepsPerDTA(DTA / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
-      outerSquared(shell.outerRadiusSquared()),
+      outerSquared(shell.outerRadiusSquared()), outerWhole(std::floor(outerSquared)),
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
       wholeSquared(wholeSquaredRadius(gapless ? shell : shellLattice(1)))

@@ -41,6 +41,7 @@ struct SearchPass {
     float stepsPerDTA;         ///< lattice steps per DTA
     std::int32_t outerIndex;   ///< largest lattice index of the shell
     float outerSquared;        ///< outer squared radius in steps
+    float outerWhole;          ///< the largest whole number in it
     float largestDistanceTerm; ///< gamma^2: no distance term of the shell exceeds it
     std::int64_t wholeSquared; ///< up to this squared radius no shell leaves out a point
 };

@@ -106,6 +106,17 @@ private:
     }
 };
 
+/** The lane of the least value among those whose bits are set. */
+inline int leastLane(const float* values, unsigned open)
+{
+    int least = __builtin_ctz(open);
+    for (open &= open - 1; open != 0; open &= open - 1) {
+        const int lane = __builtin_ctz(open);
+        least = values[lane] < values[least] ? lane : least;
+    }
+    return least;
+}
+
 class VoxelSearch
 {
 public:
@@ -255,6 +266,7 @@ private:
 
     void tryFirstCandidates();
     bool tryCandidate(std::int32_t (&p)[3]);
+    void tryRim(const std::int32_t (&p)[3]);
     void searchInterpolated();
     void prepareWindow(int axis, LatticeInterval range);
     void findCellRuns(int axis);
@@ -297,7 +309,8 @@ private:
     float cellWidth_ = 0;           ///< steps, of a cell along x
     float firstCellStart_ = 0;      ///< steps, lower end of the first cell along x
     float cellSlack_ = 0;           ///< steps, rounding of positions along x
-    Column column_;                 ///< the column searched last; no lanes: none
+    static constexpr std::int32_t keptColumns = 4;
+    Column columns_[keptColumns]; ///< the columns searched last; no lanes: none
 };
 
 // ---- First candidates ---------------------------------------------------------------------------
@@ -340,14 +353,18 @@ bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
     const float at0 = u - (g[0] * static_cast<float>(p[0]) + g[1] * static_cast<float>(p[1]) +
                            g[2] * static_cast<float>(p[2]));
     const float steepness = g[0] * g[0] + g[1] * g[1] + g[2] * g[2];
+    // Far above what this pass must find: the ranges of the doses will exclude most cells.
+    if (at0 * at0 > 4 * cap_ * pass_.stepsPerDTA * pass_.stepsPerDTA * (steepness + 1.0F)) {
+        return false;
+    }
     float move = -at0 / (steepness + 1.0F);
     const float length = move * move * steepness;
-    const float outer = static_cast<float>(pass_.outerIndex) - 0.5F;
-    if (!(length <= outer * outer)) {
-        // Not even the shell's rim reaches the minimum (or the doses are not numbers).
-        move *= outer / __builtin_sqrtf(length);
+    const float outer = pass_.outerWhole;
+    const bool beyondRim = !(length <= outer);
+    if (beyondRim) {
+        move *= __builtin_sqrtf(outer / length);
     }
-    bool moved = false;
+    std::int32_t next[3];
     for (int a = 0; a < 3; ++a) {
         const float target = move * g[a];
         if (!isFinite(target)) {
@@ -357,12 +374,42 @@ bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
             common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex});
         const auto low = static_cast<float>(range.first);
         const auto high = static_cast<float>(range.last);
-        const auto next =
-            static_cast<std::int32_t>(__builtin_floorf(clamped(target, low, high) + 0.5F));
-        moved = moved || next != p[a];
-        p[a] = clamped(next, range.first, range.last);
+        next[a] = static_cast<std::int32_t>(__builtin_floorf(clamped(target, low, high) + 0.5F));
+        next[a] = clamped(next[a], range.first, range.last);
+    }
+    const bool moved = next[0] != p[0] || next[1] != p[1] || next[2] != p[2];
+    for (int a = 0; a < 3; ++a) {
+        p[a] = next[a];
+    }
+    if (beyondRim) {
+        tryRim(p);
+        return false;
     }
     return moved;
+}
+
+/** Considers the points of the shell's rim on the three lattice rows through the point p. */
+void VoxelSearch::tryRim(const std::int32_t (&p)[3])
+{
+    for (int a = 0; a < 3; ++a) {
+        const int b = a == 0 ? 1 : 0;
+        const int c = a == 2 ? 1 : 2;
+        const float room = pass_.outerWhole - squareOf(p[b]) - squareOf(p[c]);
+        if (room < 0) {
+            continue;
+        }
+        const auto rim = static_cast<std::int32_t>(__builtin_sqrtf(room + 0.01F));
+        const LatticeInterval range = common(sample_[a]->centre, {-rim, rim});
+        if (range.empty()) {
+            continue;
+        }
+        std::int32_t q[3] = {p[0], p[1], p[2]};
+        q[a] = p[a] < 0 ? range.first : range.last;
+        if (isMember(q[0], q[1], q[2])) {
+            consider(doseOf({locatePoint(0, q[0]), locatePoint(1, q[1]), locatePoint(2, q[2])}),
+                     q[0], q[1], q[2]);
+        }
+    }
 }
 
 void VoxelSearch::tryFirstCandidates()
@@ -484,7 +531,9 @@ void VoxelSearch::searchInterpolated()
     firstCellStart_ = static_cast<float>((static_cast<double>(pass_.evaluation.x0[0]) + 0.5 * h -
                                           static_cast<double>(sample_[0]->position)) /
                                          step);
-    column_.lanes = 0;
+    for (Column& column : columns_) {
+        column.lanes = 0;
+    }
     const std::int32_t firstCell = locatePoint(0, range_[0].first).lower;
     const std::int32_t lastCell = locatePoint(0, range_[0].last).lower;
     // Positions are rounded to float: a lattice point may lie this far (in steps) from the cell
@@ -600,12 +649,14 @@ void VoxelSearch::searchCellRow(const Block& block, std::int32_t firstCell, unsi
         static_cast<std::int32_t>(__builtin_ceilf(clamped(start - cellSlack_, low, high)));
     const auto last =
         static_cast<std::int32_t>(__builtin_floorf(clamped(stop + cellSlack_, low, high)));
-    std::int32_t x = first - (first - whole.first) % Lanes::width;
-    for (; x <= last && !settled(); x += Lanes::width) {
-        if (column_.lanes == 0 || column_.first != x) {
-            column_ = columnAt(x, whole.last);
+    std::int32_t number = (first - whole.first) / Lanes::width;
+    std::int32_t x = whole.first + number * Lanes::width;
+    for (; x <= last && !settled(); x += Lanes::width, ++number) {
+        Column& column = columns_[number % keptColumns];
+        if (column.lanes == 0 || column.first != x) {
+            column = columnAt(x, whole.last);
         }
-        searchBlock(block, column_);
+        searchBlock(block, column);
     }
 }
 
@@ -652,13 +703,21 @@ void VoxelSearch::searchBlock(const Block& block, const Column& column)
     const F offset = Lanes::all(block.zCell->offset);
     const F zFirst = Lanes::all(static_cast<float>(block.z.first));
     const F zLast = Lanes::all(static_cast<float>(block.z.last));
-    const F outer = Lanes::all(pass_.outerSquared);
+    const F outer = Lanes::all(pass_.outerWhole);
     // Below this no point within the threshold lies outside the shell's sphere.
     const bool rimMatters =
         Lanes::notGreater(threshold, Lanes::all(static_cast<float>(pass_.wholeSquared))) !=
         Lanes::everyLane;
     const AxisWindow& yWindow = scratch_.window[1];
-    for (std::int32_t j = block.y.first; j <= block.y.last; ++j) {
+    const LatticeInterval lanesRange{column.first, column.first + Lanes::width - 1};
+    const float yRoom = smaller(threshold_, pass_.outerWhole) + 0.01F -
+                        squareOf(nearestToZero(block.z)) - squareOf(nearestToZero(lanesRange));
+    if (yRoom < 0) {
+        return;
+    }
+    const auto yReach = static_cast<std::int32_t>(__builtin_sqrtf(yRoom)) + 1;
+    const LatticeInterval y = common(block.y, {-yReach, yReach});
+    for (std::int32_t j = y.first; j <= y.last; ++j) {
         const F t = Lanes::all(yWindow.fraction[j - yWindow.range.first]);
         const F u0 = u00 + d0 * t;
         const F u1 = u01 + d1 * t;
@@ -682,17 +741,24 @@ void VoxelSearch::searchBlock(const Block& block, const Column& column)
         if (open == 0) {
             continue;
         }
-        open &= Lanes::notGreater(inPlane, outer);
+        // Lanes whose row does not meet this cell within the shell's sphere.
+        open &= Lanes::notGreater(inPlane, outer) & Lanes::notGreater(first, last);
+        if (open == 0) {
+            continue;
+        }
+        alignas(64) float values[maxLanes];
         alignas(64) float margins[maxLanes];
+        Lanes::store(values, f);
         Lanes::store(margins, error);
-        for (; open != 0 && !settled(); open &= open - 1) {
-            const int lane = __builtin_ctz(open);
+        while (open != 0 && !settled()) {
+            const int lane = leastLane(values, open);
             considerRow(column.first + lane, j, block, margins[lane]);
+            threshold = thresholdNow();
+            open &= Lanes::notGreater(f, threshold) & ~(1U << lane);
         }
         if (settled()) {
             return;
         }
-        threshold = thresholdNow();
     }
 }
 
@@ -703,7 +769,12 @@ void VoxelSearch::searchBlock(const Block& block, const Column& column)
 void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block, float margin)
 {
     const CellRun& cell = *block.zCell;
-    const LatticeInterval range = block.z;
+    const float room = pass_.outerWhole - (squareOf(i) + squareOf(j));
+    const auto rim = static_cast<std::int32_t>(__builtin_sqrtf(room + 0.01F));
+    const LatticeInterval range = common(block.z, {-rim, rim});
+    if (range.empty()) {
+        return;
+    }
     const AxisPoint x = locatePoint(0, i);
     const AxisPoint y = locatePoint(1, j);
     const float c0 = mixInPlane(pass_.evaluation.map, pass_.evaluation.n, x, y, cell.lower);
