@@ -35,6 +35,19 @@ std::int64_t wholeSquaredRadius(const ShellLattice& shell)
     return std::min(shell.maxIndex() * shell.maxIndex(), inside);
 }
 
+/**
+ * How far, in steps along x, a lattice point may lie from the cell that arithmetic without rounding
+ * finds for it: positions are rounded to float, four times on the way.
+ */
+float roundingOfPositions(const LatticeAxes& axes, const DoseGrid& evaluation)
+{
+    const double extent = std::fabs(static_cast<double>(axes.axis[0].front().position)) +
+                          std::fabs(static_cast<double>(axes.axis[0].back().position)) +
+                          std::fabs(static_cast<double>(evaluation.x0[0])) +
+                          static_cast<double>(evaluation.h[0]) * evaluation.n[0];
+    return static_cast<float>(0.001 + 0x1p-21 * extent / static_cast<double>(Env->stepSize));
+}
+
 /** The longest window on an axis that a pass can ask for. */
 std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t outerIndex)
 {
@@ -52,13 +65,32 @@ std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t o
 SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bool gapless)
     : axes(&latticeAxes), shellNumber(ishell), isLast(last), shell(shellLattice(ishell)),
       reference(referenceGrid()), evaluation(evaluationGrid()), reader(selectedReader()),
+      passRateMode(Env->passRateMode), localDD(::localDD), dta(DTA), dd(DD), ddValue(DDvalue),
       stepSize(Env->stepSize), stepsPerMmSquared(1 / (stepSize * stepSize)),
       stepsPerDTA(DTA / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
       outerSquared(shell.outerRadiusSquared()), outerWhole(std::floor(outerSquared)),
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
+      // Relative error of f and of the exact gamma^2 (some 20 roundings each: 2^-19), and the row
+      // minimum taken at the wrong one of two nearly equal neighbours: at most 2^-21 * (4 |k| + 2)
+      // of the limit.
+      thresholdPerLimit(stepsPerDTA * stepsPerDTA *
+                        (1.0F + 0x1p-18F * (2.0F + static_cast<float>(outerIndex)))),
+      stepsPerMm(1 / static_cast<double>(stepSize)),
+      firstCentre(static_cast<double>(evaluation.x0[0]) +
+                  0.5 * static_cast<double>(evaluation.h[0])),
+      cellWidth(static_cast<float>(static_cast<double>(evaluation.h[0]) * stepsPerMm)),
+      cellsPerStep(1 / cellWidth), cellSlack(roundingOfPositions(latticeAxes, evaluation)),
       wholeSquared(wholeSquaredRadius(gapless ? shell : shellLattice(1)))
 {
+    const float farthest = static_cast<float>(outerIndex) * stepSize;
+    const std::int64_t farthestSquared = std::int64_t{outerIndex} * outerIndex;
+    const bool inShell = outerIndex > 0 && farthestSquared <= wholeSquared &&
+                         static_cast<float>(farthestSquared) > shell.innerRadiusSquared();
+    axisDistanceTerm = inShell ? (farthest * farthest / dta) / dta : -1.0F;
+    for (int a = 0; a < 3; ++a) {
+        voxelsPerStep[a] = evaluation.n[a] > 1 ? stepSize / evaluation.h[a] : 0.0F;
+    }
 }
 
 bool SearchPass::isGapless() const
@@ -102,7 +134,7 @@ SearchScratch::SearchScratch(const SearchPass& pass)
         window[a].lower = lower_[a].data();
         window[a].fraction = fraction_[a].data();
         window[a].runs.items = cellRuns_[a].data();
-        voxelRuns[a].items = voxelRuns_[a].data();
+        voxelRuns[a].runs.items = voxelRuns_[a].data();
     }
     // A lattice coarser than the grid skips rows: a window may span any number of them.
     const auto rowCount = static_cast<std::size_t>(pass.evaluation.n[1]);
@@ -139,6 +171,11 @@ public:
 
     [[nodiscard]] bool found() const
     {
+        const bool holdsAxisPoint =
+            inBox_ && farthest_[0] == pass_.outerIndex && nearest_[1] == 0 && nearest_[2] == 0;
+        if (holdsAxisPoint && pass_.axisDistanceTerm >= gammasq_) {
+            return true;
+        }
         const double outer = static_cast<double>(pass_.shell.outerRadiusSquared());
         if (!inBox_ ||
             std::min(outer, squared(farthest_[0], farthest_[1], farthest_[2])) < neededSquared_) {

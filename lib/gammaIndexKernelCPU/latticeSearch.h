@@ -36,6 +36,11 @@ struct SearchPass {
     DoseGrid reference;
     DoseGrid evaluation;
     Reader reader;
+    bool passRateMode;
+    bool localDD;
+    float dta;                 ///< mm
+    float dd;                  ///< %
+    float ddValue;             ///< Gy, criterion unless localDD
     float stepSize;            ///< mm
     float stepsPerMmSquared;   ///< 1 / mm^2
     float stepsPerDTA;         ///< lattice steps per DTA
@@ -43,6 +48,15 @@ struct SearchPass {
     float outerSquared;        ///< outer squared radius in steps
     float outerWhole;          ///< the largest whole number in it
     float largestDistanceTerm; ///< gamma^2: no distance term of the shell exceeds it
+    float axisDistanceTerm;    ///< gamma^2, distance term of the shell's farthest point on an axis;
+                               ///< -1: unknown
+    float thresholdPerLimit;   ///< squared steps per gamma^2, raised by the error of the search
+    float voxelsPerStep[3];    ///< evaluation voxels per lattice step; 0 on an axis of one voxel
+    double stepsPerMm;
+    double firstCentre; ///< mm, of the first evaluation voxel along x
+    float cellWidth;    ///< steps, of a cell along x
+    float cellsPerStep;
+    float cellSlack;           ///< steps, rounding of positions along x
     std::int64_t wholeSquared; ///< up to this squared radius no shell leaves out a point
 };
 
@@ -83,6 +97,12 @@ struct AxisWindow {
     Room<CellRun> runs;
 };
 
+/** The lattice points on one axis around one reference index, by voxels. */
+struct AxisVoxels {
+    std::int32_t referenceIndex = -1; ///< the index they were found for; -1: none
+    Room<VoxelRun> runs;
+};
+
 /**
  * The working memory of one worker, made before the pass: workers allocate nothing. The vector
  * paths see pointers only: code of the standard library compiled for one path must not be merged
@@ -94,7 +114,7 @@ public:
     explicit SearchScratch(const SearchPass& pass);
 
     AxisWindow window[3];
-    Room<VoxelRun> voxelRuns[3];
+    AxisVoxels voxelRuns[3];
     float* rows[2]; ///< interpolated rows of two planes of the evaluation grid
 
 private:

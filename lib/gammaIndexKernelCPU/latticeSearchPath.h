@@ -141,7 +141,7 @@ public:
         referenceDose_ =
             doseAtPoint(pass_.reference.map, pass_.reference.n, sample_[0]->inReference,
                         sample_[1]->inReference, sample_[2]->inReference, pass_.reader);
-        delta_ = localDD ? (referenceDose_ * DD) / 100 : DDvalue;
+        delta_ = pass_.localDD ? (referenceDose_ * pass_.dd) / 100 : pass_.ddValue;
         // With a criterion of 0 or not a number no point has a gamma^2 that is finite.
         if (!(delta_ < 0 || delta_ > 0)) {
             return;
@@ -151,10 +151,8 @@ public:
         cap_ = largestUseful();
         limitChanged();
         tryFirstCandidates();
-        if (!settled()) {
+        if (!settled() && !originDecides()) {
             searchInterpolated();
-        }
-        if (!settled()) {
             searchVoxelwise();
         }
         store();
@@ -174,8 +172,18 @@ private:
         return static_cast<float>(squared) <= pass_.shell.outerRadiusSquared();
     }
 
+    /** Whether no lattice point but the origin can matter, and that has been considered. */
+    [[nodiscard]] bool originDecides() const
+    {
+        const auto holdsOrigin = [](const LatticeInterval& range) {
+            return range.first <= 0 && range.last >= 0;
+        };
+        return threshold_ < 1.0F && holdsOrigin(candidates_[0]) && holdsOrigin(candidates_[1]) &&
+               holdsOrigin(candidates_[2]);
+    }
+
     /** In pass-rate mode one passing point is enough. */
-    [[nodiscard]] bool settled() const { return Env->passRateMode && best_ <= 1.0F; }
+    [[nodiscard]] bool settled() const { return pass_.passRateMode && best_ <= 1.0F; }
 
     /**
      * The largest gamma^2 this pass must find exactly.
@@ -186,7 +194,7 @@ private:
      */
     [[nodiscard]] float largestUseful() const
     {
-        if (Env->passRateMode) {
+        if (pass_.passRateMode) {
             return 1.0F;
         }
         const bool searchedAgain = !pass_.isLast && farthestSquared() > pass_.outerSquared;
@@ -204,19 +212,15 @@ private:
     }
 
     /** gamma^2 that a point must not exceed to matter. */
-    [[nodiscard]] float limit() const { return Env->passRateMode ? cap_ : smaller(best_, cap_); }
+    [[nodiscard]] float limit() const { return pass_.passRateMode ? cap_ : smaller(best_, cap_); }
 
     void limitChanged()
     {
-        // Relative error of f and of the exact gamma^2 (some 20 roundings each, 2^-19), and the
-        // row minimum taken at the wrong one of two nearly equal neighbours: at most
-        // 2^-21 * (4 |k| + 2) of the limit.
-        const float n = pass_.stepsPerDTA;
-        const auto outer = static_cast<float>(pass_.outerIndex);
-        threshold_ = limit() * n * n * (1.0F + 0x1p-18F * (2.0F + outer));
+        threshold_ = limit() * pass_.thresholdPerLimit;
         root_ = __builtin_sqrtf(threshold_);
-        const std::int32_t reach =
-            root_ < outer ? static_cast<std::int32_t>(root_) : pass_.outerIndex;
+        const std::int32_t reach = root_ < static_cast<float>(pass_.outerIndex)
+                                       ? static_cast<std::int32_t>(root_)
+                                       : pass_.outerIndex;
         reach_ = {-reach, reach};
     }
 
@@ -242,7 +246,7 @@ private:
         if (u * u + r2 * pass_.stepsPerMmSquared > threshold_) {
             return;
         }
-        const float Gammasq = ((DDterm * DDterm) / delta_) / delta_ + (r2 / DTA) / DTA;
+        const float Gammasq = ((DDterm * DDterm) / delta_) / delta_ + (r2 / pass_.dta) / pass_.dta;
         // Of points with equal gamma^2 the nearest one counts, as when they are visited in order.
         if (Gammasq < best_ || (Gammasq == best_ && r2 < bestDistanceSquared_)) {
             best_ = Gammasq;
@@ -264,6 +268,34 @@ private:
                       pass_.evaluation.n[axis], pass_.reader);
     }
 
+    /** A lattice point of the zone between voxel centres. */
+    [[nodiscard]] AxisPoint centrePoint(int axis, std::int32_t i) const
+    {
+        AxisPoint p{Zone::centre, 0, 0, 0, 0.0F};
+        const float position = sample_[axis]->position + static_cast<float>(i) * pass_.stepSize;
+        setNeighbours(p, (position - pass_.evaluation.x0[axis]) / pass_.evaluation.h[axis],
+                      pass_.evaluation.n[axis]);
+        return p;
+    }
+
+    /** The same from the window of the axis. */
+    [[nodiscard]] AxisPoint windowPoint(int axis, std::int32_t i) const
+    {
+        const AxisWindow& window = scratch_.window[axis];
+        const std::int32_t at = i - window.range.first;
+        const int lower = window.lower[at];
+        const int upper = lower + (pass_.evaluation.n[axis] > 1 ? 1 : 0);
+        return {Zone::centre, 0, lower, upper, window.fraction[at]};
+    }
+
+    /** The cell along x that holds a lattice index, give or take a slack in steps. */
+    [[nodiscard]] std::int32_t cellOf(std::int32_t i, float slack) const
+    {
+        const float cell = (static_cast<float>(i) + slack - firstCellStart_) * pass_.cellsPerStep;
+        const int lastCell = larger(pass_.evaluation.n[0] - 2, 0);
+        return static_cast<std::int32_t>(clamped(cell, 0.0F, static_cast<float>(lastCell)));
+    }
+
     void tryFirstCandidates();
     bool tryCandidate(std::int32_t (&p)[3]);
     void tryRim(const std::int32_t (&p)[3]);
@@ -282,7 +314,7 @@ private:
 
     void store()
     {
-        if (best_ < voxel_.gammasq && (Env->passRateMode || best_ <= cap_)) {
+        if (best_ < voxel_.gammasq && (pass_.passRateMode || best_ <= cap_)) {
             voxel_.gammasq = best_;
             voxel_.distanceMinGamma = __builtin_sqrtf(bestDistanceSquared_);
         }
@@ -305,10 +337,10 @@ private:
     float threshold_ = 0;           ///< f above it cannot matter, but for the error of u
     float root_ = 0;                ///< its square root
     LatticeInterval reach_{0, -1};  ///< lattice indices that can matter on any axis
+    LatticeInterval candidates_[3] = {
+        {0, -1}, {0, -1}, {0, -1}}; ///< lattice indices between voxel centres within the shell
     LatticeInterval range_[3];      ///< lattice indices between voxel centres within reach_
-    float cellWidth_ = 0;           ///< steps, of a cell along x
     float firstCellStart_ = 0;      ///< steps, lower end of the first cell along x
-    float cellSlack_ = 0;           ///< steps, rounding of positions along x
     static constexpr std::int32_t keptColumns = 4;
     Column columns_[keptColumns]; ///< the columns searched last; no lanes: none
 };
@@ -321,14 +353,11 @@ private:
  */
 bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
 {
-    const AxisPoint x = locatePoint(0, p[0]);
-    const AxisPoint y = locatePoint(1, p[1]);
-    const AxisPoint z = locatePoint(2, p[2]);
+    const AxisPoint x = centrePoint(0, p[0]);
+    const AxisPoint y = windowPoint(1, p[1]);
+    const AxisPoint z = windowPoint(2, p[2]);
     const int* const n = pass_.evaluation.n;
     const float* const map = pass_.evaluation.map;
-    if (isMember(p[0], p[1], p[2])) {
-        consider(doseAtPoint(map, n, x, y, z, pass_.reader), p[0], p[1], p[2]);
-    }
     const bool planar = pass_.reader == Reader::bilinear;
     const int zLower = planar ? nearestPlane(z) : z.lower;
     const int zUpper = planar ? zLower : z.upper;
@@ -337,24 +366,27 @@ bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
     const float* const r01 = map + voxelIndex(n, 0, y.lower, zUpper);
     const float* const r11 = map + voxelIndex(n, 0, y.upper, zUpper);
     const auto along = [](float a, float b, float t) { return a + (b - a) * t; };
-    const float c00 = along(r00[x.lower], r00[x.upper], x.fraction);
-    const float c10 = along(r10[x.lower], r10[x.upper], x.fraction);
-    const float c01 = along(r01[x.lower], r01[x.upper], x.fraction);
-    const float c11 = along(r11[x.lower], r11[x.upper], x.fraction);
+    const float c00 = mix(r00[x.lower], r00[x.upper], x.fraction);
+    const float c10 = mix(r10[x.lower], r10[x.upper], x.fraction);
+    const float c01 = mix(r01[x.lower], r01[x.upper], x.fraction);
+    const float c11 = mix(r11[x.lower], r11[x.upper], x.fraction);
+    const float c0 = mix(c00, c10, y.fraction);
+    const float c1 = mix(c01, c11, y.fraction);
+    const float dose = planar ? c0 : mix(c0, c1, z.fraction);
+    if (isMember(p[0], p[1], p[2])) {
+        consider(dose, p[0], p[1], p[2]);
+    }
     const float d0 = along(r00[x.upper] - r00[x.lower], r10[x.upper] - r10[x.lower], y.fraction);
     const float d1 = along(r01[x.upper] - r01[x.lower], r11[x.upper] - r11[x.lower], y.fraction);
-    const float c0 = along(c00, c10, y.fraction);
-    const float c1 = along(c01, c11, y.fraction);
-    const float perStep = scale_ * pass_.stepSize;
-    const float g[3] = {along(d0, d1, z.fraction) * perStep / pass_.evaluation.h[0],
-                        along(c10 - c00, c11 - c01, z.fraction) * perStep / pass_.evaluation.h[1],
-                        (c1 - c0) * perStep / pass_.evaluation.h[2]};
-    const float u = (along(c0, c1, z.fraction) - referenceDose_) * scale_;
+    const float g[3] = {along(d0, d1, z.fraction) * scale_ * pass_.voxelsPerStep[0],
+                        along(c10 - c00, c11 - c01, z.fraction) * scale_ * pass_.voxelsPerStep[1],
+                        (c1 - c0) * scale_ * pass_.voxelsPerStep[2]};
+    const float u = (dose - referenceDose_) * scale_;
     const float at0 = u - (g[0] * static_cast<float>(p[0]) + g[1] * static_cast<float>(p[1]) +
                            g[2] * static_cast<float>(p[2]));
     const float steepness = g[0] * g[0] + g[1] * g[1] + g[2] * g[2];
     // Far above what this pass must find: the ranges of the doses will exclude most cells.
-    if (at0 * at0 > 4 * cap_ * pass_.stepsPerDTA * pass_.stepsPerDTA * (steepness + 1.0F)) {
+    if (at0 * at0 > 4 * cap_ * pass_.thresholdPerLimit * (steepness + 1.0F)) {
         return false;
     }
     float move = -at0 / (steepness + 1.0F);
@@ -364,22 +396,18 @@ bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
     if (beyondRim) {
         move *= __builtin_sqrtf(outer / length);
     }
-    std::int32_t next[3];
+    bool moved = false;
     for (int a = 0; a < 3; ++a) {
         const float target = move * g[a];
         if (!isFinite(target)) {
             return false;
         }
-        const LatticeInterval range =
-            common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex});
-        const auto low = static_cast<float>(range.first);
-        const auto high = static_cast<float>(range.last);
-        next[a] = static_cast<std::int32_t>(__builtin_floorf(clamped(target, low, high) + 0.5F));
-        next[a] = clamped(next[a], range.first, range.last);
-    }
-    const bool moved = next[0] != p[0] || next[1] != p[1] || next[2] != p[2];
-    for (int a = 0; a < 3; ++a) {
-        p[a] = next[a];
+        const LatticeInterval& range = candidates_[a];
+        const float nearest =
+            clamped(target, static_cast<float>(range.first), static_cast<float>(range.last));
+        const auto next = static_cast<std::int32_t>(nearest + (nearest < 0 ? -0.5F : 0.5F));
+        moved = moved || next != p[a];
+        p[a] = clamped(next, range.first, range.last);
     }
     if (beyondRim) {
         tryRim(p);
@@ -416,12 +444,17 @@ void VoxelSearch::tryFirstCandidates()
 {
     std::int32_t p[3];
     for (int a = 0; a < 3; ++a) {
-        const LatticeInterval range =
-            common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex});
-        if (range.empty()) {
+        candidates_[a] = common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex});
+        if (candidates_[a].empty()) {
             return;
         }
-        p[a] = nearestToZero(range);
+        p[a] = nearestToZero(candidates_[a]);
+    }
+    for (int a = 1; a < 3; ++a) {
+        if (scratch_.window[a].referenceIndex != index_[a]) {
+            prepareWindow(a, candidates_[a]);
+            findCellRuns(a);
+        }
     }
     constexpr int steps = 3;
     for (int step = 0; step < steps && tryCandidate(p); ++step) {
@@ -519,29 +552,13 @@ void VoxelSearch::searchInterpolated()
             return;
         }
     }
-    for (int a = 1; a < 3; ++a) {
-        if (scratch_.window[a].referenceIndex != index_[a]) {
-            prepareWindow(a, common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex}));
-            findCellRuns(a);
-        }
-    }
-    const double step = pass_.stepSize;
-    const double h = pass_.evaluation.h[0];
-    cellWidth_ = static_cast<float>(h / step);
-    firstCellStart_ = static_cast<float>((static_cast<double>(pass_.evaluation.x0[0]) + 0.5 * h -
-                                          static_cast<double>(sample_[0]->position)) /
-                                         step);
+    firstCellStart_ = static_cast<float>(
+        (pass_.firstCentre - static_cast<double>(sample_[0]->position)) * pass_.stepsPerMm);
     for (Column& column : columns_) {
         column.lanes = 0;
     }
-    const std::int32_t firstCell = locatePoint(0, range_[0].first).lower;
-    const std::int32_t lastCell = locatePoint(0, range_[0].last).lower;
-    // Positions are rounded to float: a lattice point may lie this far (in steps) from the cell
-    // that the arithmetic without rounding finds for it.
-    const double extent = __builtin_fabs(static_cast<double>(sample_[0]->position)) +
-                          __builtin_fabs(static_cast<double>(pass_.evaluation.x0[0])) +
-                          h * (lastCell + 2.0);
-    cellSlack_ = static_cast<float>(0.001 + 0x1p-21 * extent / step);
+    const std::int32_t firstCell = cellOf(range_[0].first, -pass_.cellSlack);
+    const std::int32_t lastCell = cellOf(range_[0].last, pass_.cellSlack);
     for (const CellRun& zCell : scratch_.window[2].runs) {
         const LatticeInterval z = common({zCell.first, zCell.last}, common(range_[2], reach_));
         if (z.empty()) {
@@ -596,8 +613,9 @@ void VoxelSearch::searchCells(const Block& plane, std::int32_t firstCell, std::i
     }
     const F zero = Lanes::all(0);
     const F start = Lanes::all(firstCellStart_) +
-                    Lanes::counting(firstCell) * Lanes::all(cellWidth_) - Lanes::all(cellSlack_);
-    const F stop = start + Lanes::all(cellWidth_ + 2 * cellSlack_);
+                    Lanes::counting(firstCell) * Lanes::all(pass_.cellWidth) -
+                    Lanes::all(pass_.cellSlack);
+    const F stop = start + Lanes::all(pass_.cellWidth + 2 * pass_.cellSlack);
     const F xNearest = Lanes::max(Lanes::max(start, zero - stop), zero);
     const F xSquared = xNearest * xNearest;
     const F referenceDose = Lanes::all(referenceDose_);
@@ -639,16 +657,17 @@ void VoxelSearch::searchCellRow(const Block& block, std::int32_t firstCell, unsi
 {
     const int lowest = __builtin_ctz(open);
     const int highest = 31 - __builtin_clz(open);
-    const float start = firstCellStart_ + static_cast<float>(firstCell + lowest) * cellWidth_;
-    const float stop = firstCellStart_ + static_cast<float>(firstCell + highest + 1) * cellWidth_;
+    const float start = firstCellStart_ + static_cast<float>(firstCell + lowest) * pass_.cellWidth;
+    const float stop =
+        firstCellStart_ + static_cast<float>(firstCell + highest + 1) * pass_.cellWidth;
     const LatticeInterval whole = range_[0];
     const LatticeInterval wanted = common(whole, reach_);
     const auto low = static_cast<float>(wanted.first);
     const auto high = static_cast<float>(wanted.last);
     const auto first =
-        static_cast<std::int32_t>(__builtin_ceilf(clamped(start - cellSlack_, low, high)));
+        static_cast<std::int32_t>(__builtin_ceilf(clamped(start - pass_.cellSlack, low, high)));
     const auto last =
-        static_cast<std::int32_t>(__builtin_floorf(clamped(stop + cellSlack_, low, high)));
+        static_cast<std::int32_t>(__builtin_floorf(clamped(stop + pass_.cellSlack, low, high)));
     std::int32_t number = (first - whole.first) / Lanes::width;
     std::int32_t x = whole.first + number * Lanes::width;
     for (; x <= last && !settled(); x += Lanes::width, ++number) {
@@ -775,8 +794,8 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block
     if (range.empty()) {
         return;
     }
-    const AxisPoint x = locatePoint(0, i);
-    const AxisPoint y = locatePoint(1, j);
+    const AxisPoint x = centrePoint(0, i);
+    const AxisPoint y = windowPoint(1, j);
     const float c0 = mixInPlane(pass_.evaluation.map, pass_.evaluation.n, x, y, cell.lower);
     const float c1 = mixInPlane(pass_.evaluation.map, pass_.evaluation.n, x, y, cell.upper);
     // A cell with a corner that is not finite has no point with a finite dose.
@@ -838,7 +857,8 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block
 
 void VoxelSearch::findVoxelRuns(int axis, LatticeInterval range)
 {
-    Room<VoxelRun>& runs = scratch_.voxelRuns[axis];
+    scratch_.voxelRuns[axis].referenceIndex = index_[axis];
+    Room<VoxelRun>& runs = scratch_.voxelRuns[axis].runs;
     runs.count = 0;
     for (std::int32_t i = range.first; i <= range.last; ++i) {
         const AxisPoint p = locatePoint(axis, i);
@@ -855,6 +875,9 @@ void VoxelSearch::findVoxelRuns(int axis, LatticeInterval range)
 /** The lattice points that are not between voxel centres on some axis. */
 void VoxelSearch::searchVoxelwise()
 {
+    if (settled()) {
+        return;
+    }
     LatticeInterval range[3];
     bool allInterpolated = true;
     for (int a = 0; a < 3; ++a) {
@@ -869,16 +892,22 @@ void VoxelSearch::searchVoxelwise()
     if (allInterpolated) {
         return;
     }
-    for (int a = 0; a < 3; ++a) {
-        findVoxelRuns(a, range[a]);
+    findVoxelRuns(0, range[0]);
+    for (int a = 1; a < 3; ++a) {
+        if (scratch_.voxelRuns[a].referenceIndex != index_[a]) {
+            findVoxelRuns(a, common(sample_[a]->inside, {-pass_.outerIndex, pass_.outerIndex}));
+        }
     }
-    for (const VoxelRun& z : scratch_.voxelRuns[2]) {
-        for (const VoxelRun& y : scratch_.voxelRuns[1]) {
-            if (squareOf(z.nearest) + squareOf(y.nearest) > threshold_) {
+    for (const VoxelRun& z : scratch_.voxelRuns[2].runs) {
+        for (const VoxelRun& y : scratch_.voxelRuns[1].runs) {
+            const float nearest = squareOf(z.nearest) + squareOf(y.nearest);
+            if (nearest > threshold_) {
                 continue;
             }
-            for (const VoxelRun& x : scratch_.voxelRuns[0]) {
-                considerVoxel(x, y, z);
+            for (const VoxelRun& x : scratch_.voxelRuns[0].runs) {
+                if (squareOf(x.nearest) + nearest <= threshold_) {
+                    considerVoxel(x, y, z);
+                }
             }
             if (settled()) {
                 return;
