@@ -11,6 +11,7 @@ type Context = CanvasRenderingContext2D;
 
 const crosshairGap = 7;
 const minimumLabelLength = 40;
+const longestRuler = 90;
 
 /** Isodoses of the reference (solid, labelled) and the evaluation (dashed) in a slice. */
 export function drawIsodoses(
@@ -110,7 +111,7 @@ export function drawEnds(
 /** A bar of a round length in mm. */
 export function drawRuler(context: Context, frame: Frame): void {
     const perMm = frame.width / frame.extent.width;
-    const length = [200, 100, 50, 20, 10, 5, 2, 1].find((mm) => mm * perMm < frame.width / 4);
+    const length = [200, 100, 50, 20, 10, 5, 2, 1].find((mm) => mm * perMm < longestRuler);
     if (!length) {
         return;
     }

@@ -27,7 +27,7 @@ export function setUpPrint(store: Store, viewer: Viewer, profiles: Profiles, his
         // What does not fit is taken from the slices first; then everything gets smaller.
         const surplus = main.scrollHeight - paper.height;
         if (surplus > 0) {
-            viewer.drawForPrint(paper.width, Math.max(viewer.height - surplus, slices.lowest));
+            viewer.drawForPrint(paper.width, Math.max(slices.tallest - surplus, slices.lowest));
         }
         const scale = Math.min(1, paper.height / main.scrollHeight);
         main.style.setProperty('zoom', String(scale));

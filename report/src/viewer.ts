@@ -1,3 +1,4 @@
+import { arrange, type Space } from './arrangement';
 import { planes } from './axes';
 import { css, layerScale } from './colour';
 import { byId, el } from './dom';
@@ -9,8 +10,9 @@ import { SliceView } from './sliceView';
 import { layers, type Changes, type Layer, type State, type Store } from './store';
 import { customWindow, layerUnit, presets, ticks, windowKey, type Preset } from './windows';
 
-const gap = 14;
-const tallestView = 520;
+const onScreen = { gap: 14, trimmings: 62 };
+const onPaper = { gap: 14, trimmings: 22 };
+const tallestViews = 600;
 const narrowPage = 760;
 const drawn: (keyof State)[] = [
     'criterion', 'layer', 'cross', 'doseWindow', 'differenceWindow', 'gammaWindow', 'isodoses',
@@ -51,7 +53,7 @@ export class Viewer {
     private update(state: State, changes: Changes): void {
         if (changes.has('appearance') || changes.has('wholeGrid')) {
             this.views.forEach((view) => view.setBox(this.box()));
-            this.layOut();
+            this.layOutForScreen();
         }
         if (drawn.some((key) => changes.has(key))) {
             this.views.forEach((view) => view.draw());
@@ -66,27 +68,22 @@ export class Viewer {
         return this.store.state.wholeGrid ? wholeGrid(this.model.grid) : this.model.focus;
     }
 
-    /** Draws the slices for paper: `width` CSS pixels for all, with enough pixels for print. */
-    drawForPrint(width: number, tallest: number): void {
-        this.layOut(width, tallest);
+    /** Draws the slices for paper: CSS pixels for all, with enough pixels for print. */
+    drawForPrint(width: number, height: number): void {
+        this.layOut({ ...onPaper, width, height }, false);
         this.views.forEach((view) => view.draw(3));
         this.drawScale(this.store.state);
     }
 
-    /** CSS pixels of the highest view. */
-    get height(): number {
-        return Math.max(...this.views.map((v) => v.frame.height));
+    private layOutForScreen(): void {
+        const width = this.host.clientWidth;
+        this.layOut({ ...onScreen, width, height: tallestViews }, width < narrowPage);
     }
 
-    /** One scale, in pixels per mm, for all views. */
-    private layOut(available = this.host.clientWidth, tallest = tallestView): void {
+    private layOut(space: Space, narrow: boolean): void {
         const extents = this.views.map((v) => v.frame.extent);
-        const stacked = available < narrowPage && tallest === tallestView;
-        const widths = extents.map((e) => e.width);
-        const total = stacked ? Math.max(...widths) : widths.reduce((a, b) => a + b, 0);
-        const gaps = stacked ? 0 : gap * (this.views.length - 1);
-        const highest = Math.max(...extents.map((e) => e.height));
-        const scale = Math.min((available - gaps) / total, tallest / highest);
+        const { arrangement, scale } = arrange(extents, space, narrow);
+        this.host.className = arrangement;
         this.views.forEach((view, i) => {
             view.resize(Math.floor(extents[i].width * scale), Math.floor(extents[i].height * scale));
         });
