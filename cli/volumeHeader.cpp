@@ -313,6 +313,9 @@ VolumeHeader checkNifti(const std::string& path)
     constexpr std::size_t quaternionAndOffset = 256;
     constexpr std::size_t affineRows = 280;
     constexpr std::size_t magic = 344;
+    if (!path.ends_with(".nii") && !path.ends_with(".nii.gz")) {
+        throw InputError("is a NIfTI file but not named .nii or .nii.gz");
+    }
     const std::string bytes = readBeginning(path, headerLength);
     if (bytes.size() < headerLength) {
         throw InputError("its NIfTI header is cut short");

@@ -7,12 +7,14 @@ import signal
 import subprocess
 import time
 import unittest
+from pathlib import Path
 
 import numpy
 
 import doses
 from support import PROGRAM, ProgramTest, run
 
+ROOT = Path(__file__).resolve().parents[2]
 OK, BAD_INPUT, WRONG_USAGE, BELOW_LIMIT = 0, 1, 2, 3
 
 
@@ -86,6 +88,35 @@ class Usage(Pair):
                 self.assertLess(len(lines), 50)
                 self.assertLessEqual(max(map(len, lines)), 80)
         self.assertEqual(run("--version").stdout, "zarngi 4.1\n")
+
+
+class Manuals(unittest.TestCase):
+    """What the program can do is what its manuals and its completion say."""
+
+    def test_every_option_is_documented(self):
+        told = run("compare", "--help").stdout + run("info", "--help").stdout
+        options = set(re.findall(r"--[a-z][a-z-]+", told)) - {"--help"}
+        self.assertGreater(len(options), 15)
+        page = (ROOT / "docs/man/zarngi.1").read_text().replace("\\-", "-")
+        self.assertEqual(options - set(re.findall(r"--[a-z][a-z-]+", page)), set())
+        self.assertEqual(set(re.findall(r"--[a-z][a-z-]+", page)) - options, set())
+
+    def test_completion(self):
+        script = ROOT / "cli/completion/zarngi"
+
+        def complete(*words):
+            line = " ".join(f"'{word}'" for word in words)
+            code = (f"source '{script}'; COMP_WORDS=(zarngi {line}); "
+                    f"COMP_CWORD={len(words)}; _zarngi; printf '%s\\n' \"${{COMPREPLY[@]}}\"")
+            result = subprocess.run(["bash", "-c", code], capture_output=True, text=True,
+                                    check=True)
+            return set(result.stdout.split())
+
+        self.assertEqual(complete("co"), {"compare"})
+        self.assertEqual(complete("info", "--p"), {"--patient"})
+        self.assertEqual(complete("compare", "-c", "2%L"), {"2%L/2mm"})
+        told = set(re.findall(r"--[a-z][a-z-]+", run("compare", "--help").stdout))
+        self.assertEqual(complete("compare", "--"), told)
 
 
 class ExitCodes(Pair):
