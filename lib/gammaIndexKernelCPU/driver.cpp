@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "bookkeeping.h"
 #include "engineState.h"
@@ -32,14 +33,32 @@ float outerRadius(int ishell)
     return static_cast<float>(ishell) * DTA;
 }
 
+/** Withdraws what the workers of a pass read, also when the pass ends by an exception. */
+struct PassGuard {
+    PassGuard() = default;
+    PassGuard(const PassGuard&) = delete;
+    PassGuard& operator=(const PassGuard&) = delete;
+    ~PassGuard()
+    {
+        evalPoints = nullptr;
+        rotatedPoints = nullptr;
+        latticePass = nullptr;
+    }
+};
+
 /** Searches the shell by a list of its points, which can be rotated. */
-void searchRotatedShell(float rmin, float rmax)
+void searchListedShell(const LatticeAxes& axes, int ishell)
 {
     std::vector<vec3dRT> myPts;
-    generatePointsInShell(myPts, rmin, rmax, Env->stepSize);
+    generatePointsInShell(myPts, outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
+    std::optional<RotatedPoints> points;
+    if (Env->randomRotation && selectedReader() == Reader::trilinear) {
+        points.emplace(myPts, axes);
+        rotatedPoints = &*points;
+    }
     evalPoints = &myPts;
+    const PassGuard guard;
     evaluation();
-    evalPoints = nullptr;
 }
 
 /** Searches the shell by what is known of the lattice, without a list of its points. */
@@ -47,8 +66,8 @@ void searchLatticeShell(const SearchPass& shell)
 {
     LatticePass pass(shell, workerCount());
     latticePass = &pass;
+    const PassGuard guard;
     evaluation();
-    latticePass = nullptr;
 }
 
 /** Goes outwards shell by shell until every voxel is final or the shell limit is reached. */
@@ -59,11 +78,14 @@ void searchShells()
     if (Env->randomRotation) {
         generateRandomRotationMatrix(Rot);
     }
+    // A trace shows every dose that is read, so it needs every point visited.
+    const bool traced = selectedReader() == Reader::bilinear && bilinDebug.load();
+    const bool listed = Env->randomRotation || traced;
     bool gapless = true;
     for (int ishell = 1; ishell <= ishellmax && (ishell == 1 || keepSearching()); ++ishell) {
         report::shell(ishell);
-        if (Env->randomRotation) {
-            searchRotatedShell(outerRadius(ishell - 1), outerRadius(ishell));
+        if (listed) {
+            searchListedShell(axes, ishell);
         } else {
             const SearchPass pass(axes, ishell, ishell == ishellmax, gapless);
             searchLatticeShell(pass);

@@ -49,6 +49,11 @@ struct Lanes {
     static F sqrt(F a) { return _mm512_sqrt_ps(a); }
     /** Bit per lane in which a <= b or either is not a number. */
     static unsigned notGreater(F a, F b) { return _mm512_cmp_ps_mask(a, b, _CMP_NGT_UQ); }
+    /** The floats p[i]. */
+    static F gather(const float* p, const int* i)
+    {
+        return _mm512_i32gather_ps(_mm512_loadu_si512(i), p, 4);
+    }
     /** The floats p[i] for indices i from 0 to spreadRange - 1. */
     static F spread(const float* p, I i) { return _mm512_permutexvar_ps(i, _mm512_loadu_ps(p)); }
 };
@@ -82,6 +87,10 @@ struct Lanes {
     {
         return static_cast<unsigned>(_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_NGT_UQ)));
     }
+    static F gather(const float* p, const int* i)
+    {
+        return _mm256_i32gather_ps(p, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(i)), 4);
+    }
     static F spread(const float* p, I i) { return _mm256_permutevar8x32_ps(_mm256_loadu_ps(p), i); }
 };
 
@@ -113,6 +122,10 @@ struct Lanes {
     {
         return static_cast<unsigned>(_mm_movemask_ps(_mm_cmpngt_ps(a, b)));
     }
+    static F gather(const float* p, const int* i)
+    {
+        return _mm_setr_ps(p[i[0]], p[i[1]], p[i[2]], p[i[3]]);
+    }
     static F spread(const float* p, I i)
     {
         alignas(16) int k[width];
@@ -122,6 +135,29 @@ struct Lanes {
 };
 
 #endif
+
+/** The lane of the least value among those whose bits are set. */
+inline int leastLane(const float* values, unsigned open)
+{
+    int least = __builtin_ctz(open);
+    for (open &= open - 1; open != 0; open &= open - 1) {
+        const int lane = __builtin_ctz(open);
+        least = values[lane] < values[least] ? lane : least;
+    }
+    return least;
+}
+
+/** The largest lane; none of them may be not a number. */
+inline float largestLane(Lanes::F a)
+{
+    alignas(64) float values[16];
+    Lanes::store(values, a);
+    float largest = values[0];
+    for (int lane = 1; lane < Lanes::width; ++lane) {
+        largest = values[lane] > largest ? values[lane] : largest;
+    }
+    return largest;
+}
 
 } // namespace
 

@@ -242,14 +242,3 @@ void markIfFinal(const SearchPass& pass, ActiveVoxel& voxel)
         voxel.stopSearching = true;
     }
 }
-
-LatticeSearch selectLatticeSearch()
-{
-    if (__builtin_cpu_supports("avx512f") != 0) {
-        return latticeSearchAvx512;
-    }
-    if (__builtin_cpu_supports("avx2") != 0) {
-        return latticeSearchAvx2;
-    }
-    return latticeSearchBaseline;
-}

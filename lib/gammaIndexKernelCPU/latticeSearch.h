@@ -145,7 +145,4 @@ void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, ActiveV
  */
 void markIfFinal(const SearchPass& pass, ActiveVoxel& voxel);
 
-/** The fastest path this CPU runs. */
-LatticeSearch selectLatticeSearch();
-
 #endif

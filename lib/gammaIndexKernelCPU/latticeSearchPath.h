@@ -106,17 +106,6 @@ private:
     }
 };
 
-/** The lane of the least value among those whose bits are set. */
-inline int leastLane(const float* values, unsigned open)
-{
-    int least = __builtin_ctz(open);
-    for (open &= open - 1; open != 0; open &= open - 1) {
-        const int lane = __builtin_ctz(open);
-        least = values[lane] < values[least] ? lane : least;
-    }
-    return least;
-}
-
 class VoxelSearch
 {
 public:
@@ -356,32 +345,16 @@ bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
     const AxisPoint x = centrePoint(0, p[0]);
     const AxisPoint y = windowPoint(1, p[1]);
     const AxisPoint z = windowPoint(2, p[2]);
-    const int* const n = pass_.evaluation.n;
-    const float* const map = pass_.evaluation.map;
-    const bool planar = pass_.reader == Reader::bilinear;
-    const int zLower = planar ? nearestPlane(z) : z.lower;
-    const int zUpper = planar ? zLower : z.upper;
-    const float* const r00 = map + voxelIndex(n, 0, y.lower, zLower);
-    const float* const r10 = map + voxelIndex(n, 0, y.upper, zLower);
-    const float* const r01 = map + voxelIndex(n, 0, y.lower, zUpper);
-    const float* const r11 = map + voxelIndex(n, 0, y.upper, zUpper);
-    const auto along = [](float a, float b, float t) { return a + (b - a) * t; };
-    const float c00 = mix(r00[x.lower], r00[x.upper], x.fraction);
-    const float c10 = mix(r10[x.lower], r10[x.upper], x.fraction);
-    const float c01 = mix(r01[x.lower], r01[x.upper], x.fraction);
-    const float c11 = mix(r11[x.lower], r11[x.upper], x.fraction);
-    const float c0 = mix(c00, c10, y.fraction);
-    const float c1 = mix(c01, c11, y.fraction);
-    const float dose = planar ? c0 : mix(c0, c1, z.fraction);
+    const LinearDose linear =
+        linearDose(pass_.evaluation.map, pass_.evaluation.n, x, y, z, pass_.reader);
     if (isMember(p[0], p[1], p[2])) {
-        consider(dose, p[0], p[1], p[2]);
+        consider(linear.dose, p[0], p[1], p[2]);
     }
-    const float d0 = along(r00[x.upper] - r00[x.lower], r10[x.upper] - r10[x.lower], y.fraction);
-    const float d1 = along(r01[x.upper] - r01[x.lower], r11[x.upper] - r11[x.lower], y.fraction);
-    const float g[3] = {along(d0, d1, z.fraction) * scale_ * pass_.voxelsPerStep[0],
-                        along(c10 - c00, c11 - c01, z.fraction) * scale_ * pass_.voxelsPerStep[1],
-                        (c1 - c0) * scale_ * pass_.voxelsPerStep[2]};
-    const float u = (dose - referenceDose_) * scale_;
+    float g[3];
+    for (int a = 0; a < 3; ++a) {
+        g[a] = linear.perVoxel[a] * scale_ * pass_.voxelsPerStep[a];
+    }
+    const float u = (linear.dose - referenceDose_) * scale_;
     const float at0 = u - (g[0] * static_cast<float>(p[0]) + g[1] * static_cast<float>(p[1]) +
                            g[2] * static_cast<float>(p[2]));
     const float steepness = g[0] * g[0] + g[1] * g[1] + g[2] * g[2];

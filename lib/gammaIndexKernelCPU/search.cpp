@@ -4,6 +4,7 @@
 
 #include "doseGrid.h"
 #include "rotation.h"
+#include "vectorPath.h"
 
 namespace
 {
@@ -55,9 +56,10 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
 } // namespace
 
 LatticePass* latticePass = nullptr;
+const RotatedPoints* rotatedPoints = nullptr;
 
 LatticePass::LatticePass(const SearchPass& pass, std::size_t workers)
-    : pass_(pass), search_(selectLatticeSearch())
+    : pass_(pass), search_(vectorPath().latticeSearch)
 {
     scratch_.reserve(workers);
     for (std::size_t i = 0; i < workers; ++i) {
@@ -75,12 +77,15 @@ void LatticePass::search(std::size_t worker, ActiveVoxel& voxel)
 
 void searchVoxel(std::size_t worker, ActiveVoxel& voxel)
 {
+    trilinDebug.store(false, std::memory_order_relaxed);
     if (evalPoints == nullptr) {
         latticePass->search(worker, voxel);
         return;
     }
+    if (rotatedPoints != nullptr && vectorPath().pointSearch(*rotatedPoints, voxel)) {
+        return;
+    }
     const vec3dRT node = nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
-    trilinDebug.store(false, std::memory_order_relaxed);
     for (const vec3dRT& offset : ptsSob_vox) {
         searchAround(voxel, node + offset);
         if (Env->passRateMode && voxel.passed) {

@@ -10,6 +10,7 @@
 
 #include "engineState.h"
 #include "latticeSearch.h"
+#include "pointSearch.h"
 
 /** One pass over the lattice points of a shell, without a list of them. */
 class LatticePass
@@ -29,6 +30,9 @@ private:
 
 /** The pass that the workers run when evalPoints is null. Owned by the driver. */
 extern LatticePass* latticePass;
+
+/** The points of evalPoints as the vector paths search them, or null. Owned by the driver. */
+extern const RotatedPoints* rotatedPoints;
 
 /** Searches the current pass around a voxel: the points of evalPoints, or else latticePass. */
 void searchVoxel(std::size_t worker, ActiveVoxel& voxel);

@@ -1,0 +1,56 @@
+/**
+ * @file pointSearch.h
+ * The search of a shell whose points are rotated: they are no tensor product any more.
+ *
+ * The points are kept in small groups of neighbours. The dose at a group's centre and the steepest
+ * change of dose around the voxel bound the doses of the whole group, which leaves most groups out.
+ */
+#ifndef ZARNGI_POINTSEARCH_H
+#define ZARNGI_POINTSEARCH_H
+
+#include <cstdint>
+#include <vector>
+
+#include "doseGrid.h"
+#include "engineState.h"
+#include "latticeAxes.h"
+
+/** A shell's rotated points, group by group, nearest group first. */
+struct RotatedPoints {
+    /** Rotates `points` (mm) by Rot. */
+    RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAxes& axes);
+
+    /** Points per group; groups with fewer are filled up with their first point. */
+    static constexpr int groupSize = 16;
+
+    const LatticeAxes* axes;
+    DoseGrid reference;
+    DoseGrid evaluation;
+    bool passRateMode;
+    bool localDD;
+    float dta;      ///< mm
+    float dd;       ///< %
+    float ddValue;  ///< Gy, criterion unless localDD
+    float stepSize; ///< mm
+    float rotation[3][3];
+    std::int64_t wholeSquared; ///< up to this squared radius in steps no point is left out
+    std::int32_t groupCount;
+    std::vector<float> point[3];      ///< mm, groupSize per group
+    std::vector<float> centre[3];     ///< mm, per group; some room behind the last one
+    std::vector<float> halfExtent[3]; ///< mm, per group, along the axes of the grids
+    std::vector<float> nearest;       ///< mm^2, per group: no point of it is nearer
+    float reach;                      ///< mm, no point is farther
+    float largestDistanceTerm;        ///< gamma^2, of the farthest point
+};
+
+/**
+ * Searches the points around a voxel, if all of them lie between voxel centres, and lowers its
+ * gammasq. Returns false, and does nothing, if some point does not or if a dose is not a number.
+ */
+using PointSearch = bool (*)(const RotatedPoints& points, ActiveVoxel& voxel);
+
+bool pointSearchBaseline(const RotatedPoints& points, ActiveVoxel& voxel);
+bool pointSearchAvx2(const RotatedPoints& points, ActiveVoxel& voxel);
+bool pointSearchAvx512(const RotatedPoints& points, ActiveVoxel& voxel);
+
+#endif

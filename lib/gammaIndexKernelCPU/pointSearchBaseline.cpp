@@ -1,0 +1,6 @@
+#include "pointSearchPath.h"
+
+bool pointSearchBaseline(const RotatedPoints& points, ActiveVoxel& voxel)
+{
+    return RotatedSearch(points, voxel).run();
+}

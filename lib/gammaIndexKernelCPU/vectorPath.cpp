@@ -1,0 +1,36 @@
+#include "vectorPath.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+const VectorPath* forcedPath = nullptr;
+
+const VectorPath& fastestPath()
+{
+    return *std::find_if(std::rbegin(vectorPaths), std::rend(vectorPaths),
+                         [](const VectorPath& path) { return path.supported(); });
+}
+
+} // namespace
+
+const VectorPath vectorPaths[3] = {
+    {"baseline", [] { return true; }, latticeSearchBaseline, pointSearchBaseline},
+    {"AVX2", [] { return __builtin_cpu_supports("avx2") != 0; }, latticeSearchAvx2,
+     pointSearchAvx2},
+    {"AVX-512", [] { return __builtin_cpu_supports("avx512f") != 0; }, latticeSearchAvx512,
+     pointSearchAvx512},
+};
+
+const VectorPath& vectorPath()
+{
+    static const VectorPath& fastest = fastestPath();
+    return forcedPath != nullptr ? *forcedPath : fastest;
+}
+
+void forceVectorPath(const VectorPath* path)
+{
+    forcedPath = path;
+}
