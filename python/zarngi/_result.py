@@ -305,12 +305,14 @@ def _settle(gamma: npt.NDArray[np.float32]) -> _Counts:
     for start in range(0, gamma.size, piece):
         part = gamma[start : start + piece]
         tested = np.count_nonzero(part >= 0)
+        if tested == 0:
+            part.fill(np.nan)
+            continue
         bits = part.view(np.int32)
         np.bitwise_or(bits, bits >> 31, out=bits)
-        if tested:
-            counts.tested += tested
-            counts.below_one += np.count_nonzero(part < 1)
-            counts.exactly_one += np.count_nonzero(part == 1)
+        counts.tested += tested
+        counts.below_one += np.count_nonzero(part < 1)
+        counts.exactly_one += np.count_nonzero(part == 1)
     return counts
 
 
