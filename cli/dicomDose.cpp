@@ -82,7 +82,7 @@ std::vector<double> numbersOf(const gdcm::DataSet& data, const gdcm::Tag& tag, c
     for (const std::string& piece : split(text, '\\')) {
         numbers.push_back(parseNumber(piece));
         if (!std::isfinite(numbers.back())) {
-            throw InputError("has a " + std::string(name) + " with \"" + oneLine(piece) +
+            throw InputError("has a " + std::string(name) + " with \"" + excerpt(piece) +
                              "\" in it");
         }
     }
@@ -203,7 +203,7 @@ void checkIsDose(const gdcm::File& file)
     storage.SetFromFile(file);
     if (storage != gdcm::MediaStorage::RTDoseStorage && modality != "RTDOSE") {
         throw InputError("is DICOM but no RT Dose (modality " +
-                         (modality.empty() ? std::string("unknown") : modality) + ")");
+                         (modality.empty() ? std::string("unknown") : excerpt(modality)) + ")");
     }
     if (valueOf(data, tags::pixelData).empty() && !data.FindDataElement(tags::pixelData)) {
         throw InputError("is an RT Dose without a dose grid");
@@ -216,7 +216,7 @@ bool unitsAreRelative(const gdcm::DataSet& data)
     const std::string units = textOf(data, tags::doseUnits);
     if (units != "GY" && units != "RELATIVE") {
         throw InputError(units.empty() ? "has no Dose Units"
-                                       : "has doses in \"" + units + "\", not in Gy");
+                                       : "has doses in \"" + excerpt(units) + "\", not in Gy");
     }
     return units == "RELATIVE";
 }

@@ -81,4 +81,13 @@ std::string oneLine(std::string_view text)
     return trimmed(line);
 }
 
+std::string excerpt(std::string_view text)
+{
+    constexpr std::size_t longest = 60;
+    std::string result(text.substr(0, longest));
+    std::replace_if(
+        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return text.size() > longest ? result + "..." : result;
+}
+
 } // namespace cli

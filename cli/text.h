@@ -35,6 +35,9 @@ double parseNumber(std::string_view text);
 /** The text on one line: control characters become blanks. */
 std::string oneLine(std::string_view text);
 
+/** A text out of a file for a message: printable ASCII, "?" for all else, not too long. */
+std::string excerpt(std::string_view text);
+
 template <class Number> std::string asText(Number value)
 {
     if constexpr (std::is_integral_v<Number>) {

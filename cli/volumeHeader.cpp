@@ -86,7 +86,8 @@ StoredData dataIn(const std::string& path, std::uintmax_t position)
     data.position = position;
     data.fileBytes = std::filesystem::file_size(path, error);
     if (error) {
-        throw InputError("its data file " + path + " is missing");
+        throw InputError("its data file " +
+                         excerpt(std::filesystem::path(path).filename().string()) + " is missing");
     }
     return data;
 }
@@ -96,7 +97,7 @@ void skipBytes(StoredData& data, const std::string* entry)
 {
     const double count = entry == nullptr ? 0 : parseNumber(*entry);
     if (!(count == -1 || isSize(count) || count == 0)) {
-        throw InputError("its header gives a data position of \"" + oneLine(*entry) + "\"");
+        throw InputError("its header gives a data position of \"" + excerpt(*entry) + "\"");
     }
     if (count != 0 && data.compression != StoredData::Compression::none) {
         throw InputError("its compressed data begins at an odd place, which is not supported");
@@ -125,7 +126,7 @@ void checkNumbers(const TextHeader& header, const std::string& key, const char* 
     std::istringstream words(*entry);
     for (std::string word; words >> word;) {
         if (!isAcceptable(parseNumber(word))) {
-            throw InputError("its header gives " + std::string(what) + " of \"" + oneLine(*entry) +
+            throw InputError("its header gives " + std::string(what) + " of \"" + excerpt(*entry) +
                              "\"");
         }
     }
@@ -177,7 +178,7 @@ void checkNrrdUnits(const TextHeader& header)
     for (const char* key : {"units", "space units"}) {
         const std::string* entry = header.find(key);
         if (entry != nullptr && entry->find_first_not_of(" \"m") != std::string::npos) {
-            throw InputError("its lengths are in " + oneLine(*entry) + ", not in mm");
+            throw InputError("its lengths are in " + excerpt(*entry) + ", not in mm");
         }
     }
 }
@@ -204,7 +205,7 @@ VolumeHeader checkNrrd(const std::string& path)
     if (name == "gzip" || name == "gz") {
         data.compression = StoredData::Compression::deflated;
     } else if (name != "raw" || header.find("line skip") || header.find("lineskip")) {
-        throw InputError("its encoding \"" + oneLine(name) + "\" is not supported");
+        throw InputError("its encoding \"" + excerpt(name) + "\" is not supported");
     }
     const std::string* const skip = header.find("byte skip");
     skipBytes(data, skip == nullptr ? header.find("byteskip") : skip);

@@ -243,7 +243,7 @@ class Interruption(SlowPair):
                 start = time.monotonic()
                 process.send_signal(number)
                 _, errors = process.communicate(timeout=30)
-                self.assertLess(time.monotonic() - start, 2)
+                self.assertLess(time.monotonic() - start, 5, "the search would go on for hours")
                 self.assertEqual((process.returncode, errors), (-number, b""))
                 self.assertEqual(self.files(), ["a.nrrd", "b.nrrd"])
 
@@ -276,7 +276,7 @@ class ProgressLine(SlowPair):
 
     def test_shown_on_a_terminal_only(self):
         shown, output = self.run_on_terminal(3)
-        self.assertRegex(shown, r"\r1%/1mm \[[#.]{24}\] shell 1 of at most 1000, \d s")
+        self.assertRegex(shown, r"\r1%/1mm \[[#.]{24}\] shell \d+ of at most 1000, \d+ s")
         self.assertNotIn("searching", output)
         piped = subprocess.Popen(self.command, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         time.sleep(2)
