@@ -7,7 +7,7 @@ seconds=${1:-60}
 fuzzer=${2:-calls}
 found=build/fuzz/corpus/$fuzzer
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --parallel 2
+cmake --build --preset fuzz --parallel 2 --target "${fuzzer}_fuzz"
 mkdir -p "$found"
 build/fuzz/tests/fuzz/"${fuzzer}_fuzz" -max_total_time="$seconds" -timeout=30 -max_len=4096 \
     -print_final_stats=1 -artifact_prefix=build/fuzz/ "$found" tests/fuzz/corpus/"$fuzzer"

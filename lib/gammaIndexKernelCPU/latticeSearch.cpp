@@ -31,8 +31,9 @@ std::int64_t wholeSquaredRadius(const ShellLattice& shell)
     if (shell.maxIndex() > largestProven) {
         return -1;
     }
-    const auto inside = static_cast<std::int64_t>(std::floor(shell.outerRadiusSquared()));
-    return std::min(shell.maxIndex() * shell.maxIndex(), inside);
+    const std::int64_t whole = shell.maxIndex() * shell.maxIndex();
+    const float inside = std::floor(shell.outerRadiusSquared()); // perhaps not a number
+    return inside < static_cast<float>(whole) ? static_cast<std::int64_t>(inside) : whole;
 }
 
 /**
@@ -95,7 +96,7 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
 
 bool SearchPass::isGapless() const
 {
-    return wholeSquared >= static_cast<std::int64_t>(std::floor(outerSquared));
+    return !(static_cast<double>(wholeSquared) < static_cast<double>(std::floor(outerSquared)));
 }
 
 bool SearchPass::isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) const
