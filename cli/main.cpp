@@ -73,7 +73,11 @@ std::string joined(int argc, char** argv)
 int runCommand(const CommandLine& commandLine)
 {
     try {
-        return static_cast<int>(commandLine.run());
+        const ExitCode code = commandLine.run();
+        if (!std::cout.flush()) {
+            return tell("standard output cannot be written", ExitCode::badInput);
+        }
+        return static_cast<int>(code);
     } catch (const cli::UsageError& error) {
         return tell(error.what(), ExitCode::wrongUsage);
     } catch (const cli::InputError& error) {

@@ -119,7 +119,7 @@ void removeTemporaryFilesOnSignals()
     };
     action.sa_handler = removePendingAndEnd;
     sigemptyset(&action.sa_mask);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) {
         struct sigaction previous {
         };
         sigaction(signal, nullptr, &previous);

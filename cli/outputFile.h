@@ -41,7 +41,7 @@ private:
     bool isCommitted_ = false;
 };
 
-/** Makes SIGINT, SIGTERM and SIGHUP remove the files being written and end the program at once. */
+/** Makes the signals that end a program (Ctrl-C, a closed pipe) remove unfinished files first. */
 void removeTemporaryFilesOnSignals();
 
 } // namespace cli

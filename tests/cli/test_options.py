@@ -235,7 +235,7 @@ class SlowPair(ProgramTest):
 
 class Interruption(SlowPair):
     def test_leaves_nothing(self):
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        for number in (signal.SIGINT, signal.SIGQUIT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(number.name):
                 process = subprocess.Popen(self.command, stdout=subprocess.DEVNULL,
                                            stderr=subprocess.PIPE)
@@ -297,6 +297,23 @@ class Unwritable(Pair):
                 result = self.compare(option, self.folder / name)
                 self.assert_refused(result, BAD_INPUT, name, "cannot be written")
                 self.assertEqual(result.stdout, "")
+
+    def test_standard_output(self):
+        with open("/dev/full", "w", encoding="ascii") as full:
+            result = subprocess.run([PROGRAM, "info", self.reference], stdout=full,
+                                    stderr=subprocess.PIPE, text=True, check=False)
+        self.assertEqual((result.returncode, result.stderr),
+                         (BAD_INPUT, "zarngi: standard output cannot be written\n"))
+
+    def test_closed_pipe(self):
+        reader, writer = os.pipe()
+        os.close(reader)
+        process = subprocess.run(
+            [PROGRAM, "compare", self.reference, self.evaluation, "--json", self.folder / "r.json"],
+            stdout=writer, stderr=subprocess.PIPE, check=False)
+        os.close(writer)
+        self.assertEqual((process.returncode, process.stderr), (-signal.SIGPIPE, b""))
+        self.assertEqual(self.files(), ["a.nrrd", "b.nrrd"])
 
     def test_full_disk(self):
         result = run("compare", self.reference, self.evaluation, "--json", self.folder / "r.json",
