@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "support/host.h"
 #include "support/realGrids.h"
 
 namespace

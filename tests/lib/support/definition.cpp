@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
 
 #include "gammaIndexKernelCPU.h"
 #include "generatePointsInShell.h"
@@ -46,6 +47,7 @@ std::vector<DefinedVoxel> testedVoxels()
 {
     std::vector<DefinedVoxel> voxels;
     const float cutoff = Env->DCO / 100 * normalisation();
+    const float DDvalue = globalCriterion();
     for (int i = 0; i < static_cast<int>(Env->N_ref); ++i) {
         const float d = Env->map_ref[i];
         if (!(d > cutoff)) {
@@ -54,7 +56,7 @@ std::vector<DefinedVoxel> testedVoxels()
         bool passed = false;
         if (Env->passRateMode) {
             const vec3dRT centre = centerPosition(i, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
-            const float criterion = Env->globalDD ? globalCriterion() : d * Env->DD / 100;
+            const float criterion = Env->globalDD ? DDvalue : d * Env->DD / 100;
             passed = std::fabs(d - evaluationDose(centre)) <= criterion;
         }
         voxels.push_back({i, passed, false, 1e20F, 0});
@@ -72,13 +74,13 @@ bool outsideBox(const vec3dRT& p)
     return false;
 }
 
-void searchAround(DefinedVoxel& voxel, const std::vector<vec3dRT>& points)
+void searchAround(DefinedVoxel& voxel, const std::vector<vec3dRT>& points, float DDvalue)
 {
     const vec3dRT refPos =
         nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref) +
         vec3dRT(0.5F * Env->hs_ref[0], 0.5F * Env->hs_ref[1], 0.5F * Env->hs_ref[2]);
     const float refDose = referenceDose(refPos);
-    const float delta = Env->globalDD ? globalCriterion() : refDose * Env->DD / 100;
+    const float delta = Env->globalDD ? DDvalue : refDose * Env->DD / 100;
     for (vec3dRT offset : points) {
         if (Env->randomRotation) {
             applyRotation(Rot, offset);
@@ -106,14 +108,28 @@ void searchAround(DefinedVoxel& voxel, const std::vector<vec3dRT>& points)
     }
 }
 
+bool settled(const DefinedVoxel& voxel)
+{
+    return Env->passRateMode ? voxel.passed : voxel.stopped;
+}
+
+/** The part of one pass that a thread does: every `threads`-th voxel. */
+void searchShare(std::vector<DefinedVoxel>& voxels, const std::vector<vec3dRT>& points,
+                 std::size_t thread, std::size_t threads)
+{
+    const float DDvalue = globalCriterion();
+    for (std::size_t i = thread; i < voxels.size(); i += threads) {
+        if (!settled(voxels[i])) {
+            searchAround(voxels[i], points, DDvalue);
+        }
+    }
+}
+
 } // namespace
 
-std::vector<DefinedVoxel> searchByDefinition(int shells)
+std::vector<DefinedVoxel> searchByDefinition(int shells, std::size_t threads)
 {
     std::vector<DefinedVoxel> voxels = testedVoxels();
-    const auto settled = [](const DefinedVoxel& v) {
-        return Env->passRateMode ? v.passed : v.stopped;
-    };
     std::vector<vec3dRT> points;
     for (int shell = 1; shell <= (Env->passRateMode ? 1 : shells); ++shell) {
         if (std::all_of(voxels.begin(), voxels.end(), settled)) {
@@ -121,10 +137,13 @@ std::vector<DefinedVoxel> searchByDefinition(int shells)
         }
         generatePointsInShell(points, static_cast<float>(shell - 1) * Env->DTA,
                               static_cast<float>(shell) * Env->DTA, Env->stepSize);
-        for (DefinedVoxel& voxel : voxels) {
-            if (!settled(voxel)) {
-                searchAround(voxel, points);
-            }
+        std::vector<std::thread> others;
+        for (std::size_t thread = 1; thread < threads; ++thread) {
+            others.emplace_back([&, thread] { searchShare(voxels, points, thread, threads); });
+        }
+        searchShare(voxels, points, 0, threads);
+        for (std::thread& other : others) {
+            other.join();
         }
     }
     return voxels;

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_TESTS_DEFINITION_H
 #define ZARNGI_TESTS_DEFINITION_H
 
+#include <cstddef>
 #include <vector>
 
 /** One tested voxel. */
@@ -19,8 +20,9 @@ struct DefinedVoxel {
 /**
  * The search of the grids and parameters in `Env`, over at most `shells` shells, with the current
  * rotation of the library where one is asked for. Uses the library's dose readers and lattice.
+ * Each of the threads searches every `threads`-th voxel.
  */
-std::vector<DefinedVoxel> searchByDefinition(int shells);
+std::vector<DefinedVoxel> searchByDefinition(int shells, std::size_t threads = 1);
 
 /** The gamma map that belongs to these voxels. */
 std::vector<float> mapByDefinition(const std::vector<DefinedVoxel>& voxels);

@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "host.h"
+#include "grid.h"
 
 /** Whether the folder of dose files is there. */
 bool haveRealGrids();
