@@ -1,5 +1,7 @@
 #include "computation.h"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -11,7 +13,6 @@
 
 #include "gammaIndexKernelCPU.h"
 #include "libZarnGI.h"
-#include "searchTime.h"
 #include "support/capturedOutput.h"
 #include "support/definition.h"
 
@@ -40,6 +41,17 @@ double now()
 {
     using namespace std::chrono;
     return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+/** CPU time of this process, all threads together. */
+double cpuNow()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
 /** Steps between two floats; both zeros count as one number. */
@@ -116,9 +128,9 @@ double secondsOfLibrary(int threads)
 Run runLibrary(int threads)
 {
     Run run;
-    resetSearchTime();
+    const double cpuStart = cpuNow();
     run.seconds = secondsOfLibrary(threads);
-    run.searchSeconds = searchTime();
+    run.cpuSeconds = cpuNow() - cpuStart;
     run.gamma.resize(Env->N_ref);
     require(zarnGI_getGammaIndex3DMap(run.gamma.data()));
     require(zarnGI_getGammaIndexPassRate(&run.passRate));
@@ -132,10 +144,12 @@ Run runPlain(const Criteria& criteria, int threads)
                            ? static_cast<int>(std::floor(criteria.gammaSearchMax + 0.5F))
                            : unlimited;
     Run run;
+    const double cpuStart = cpuNow();
     const double start = now();
     const auto voxels = searchByDefinition(shells, static_cast<std::size_t>(threads));
     run.gamma = mapByDefinition(voxels);
     run.seconds = now() - start;
+    run.cpuSeconds = cpuNow() - cpuStart;
     const auto passed = std::count_if(voxels.begin(), voxels.end(),
                                       [](const DefinedVoxel& voxel) { return voxel.passed; });
     run.passRate = static_cast<float>(static_cast<double>(passed) * 100.0 /

@@ -41,8 +41,8 @@ void setCriteria(const Criteria& criteria);
 
 /** Time and results of a computation of the pair handed over. */
 struct Run {
-    double seconds = 0;       ///< of the whole computation
-    double searchSeconds = 0; ///< of its search passes; library only
+    double seconds = 0;    ///< of the whole computation
+    double cpuSeconds = 0; ///< that all its threads together spent on a CPU
     std::vector<float> gamma;
     float passRate = 0;
 };

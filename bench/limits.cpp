@@ -6,6 +6,7 @@
 #include "computation.h"
 #include "engineState.h"
 #include "peakMemory.h"
+#include "searchTime.h"
 #include "table.h"
 #include "timing.h"
 
@@ -107,8 +108,9 @@ bool measureThreads(const LimitTable& table, const Options& options, PairKind pa
     Run one;
     Run two;
     const auto timed = [](Run& run, int threads) {
+        resetSearchTime();
         run = runLibrary(threads);
-        return run.searchSeconds;
+        return searchTime();
     };
     const Duel time = inTurn(
         options.repetitions * roundsPerRepetition, [&] { return timed(two, 2); },

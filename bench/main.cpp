@@ -1,9 +1,8 @@
 // How fast the gamma search is: against the plain search, and in itself. Ratios of times taken in
 // turn within one run; docs/performance.md explains the columns.
-#include <CLI/CLI.hpp>
-
 #include <iostream>
 
+#include "commonOptions.h"
 #include "growth.h"
 #include "libZarnGI.h"
 #include "limits.h"
@@ -17,16 +16,7 @@ namespace
 
 void declare(CLI::App& app, bench::Options& options)
 {
-    app.add_option("--synthetic", options.synthetic,
-                   "Compare a synthetic pair of N^3 voxels, not the measured doses")
-        ->check(CLI::Range(4, 400));
-    app.add_option("--repetitions", options.repetitions, "Rounds per row")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
-    app.add_option("--threads", options.threads, "Threads of both sides")
-        ->check(CLI::Range(1, 1024))
-        ->capture_default_str();
-    app.add_option("--rows", options.rows, "Only rows that match this regular expression");
+    bench::declareCommon(app, options);
     app.add_flag("--quick", options.quick, "Leave out rows whose plain search takes long");
     app.add_flag("--no-plain", options.noPlain, "Leave out the plain search");
     app.add_flag("--scale", options.scale, "With 500^3 voxels; needs 4 GB of memory");
