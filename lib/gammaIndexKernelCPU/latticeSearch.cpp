@@ -72,11 +72,8 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
       outerSquared(shell.outerRadiusSquared()), outerWhole(std::floor(outerSquared)),
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
-      // Relative error of f and of the exact gamma^2 (some 20 roundings each: 2^-19), and the row
-      // minimum taken at the wrong one of two nearly equal neighbours: at most 2^-21 * (4 |k| + 2)
-      // of the limit.
-      thresholdPerLimit(stepsPerDTA * stepsPerDTA *
-                        (1.0F + 0x1p-18F * (2.0F + static_cast<float>(outerIndex)))),
+      // Relative error of f and of the exact gamma^2: some 20 roundings each.
+      thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)),
       stepsPerMm(1 / static_cast<double>(stepSize)),
       firstCentre(static_cast<double>(evaluation.x0[0]) +
                   0.5 * static_cast<double>(evaluation.h[0])),
@@ -207,7 +204,11 @@ private:
 
     [[nodiscard]] bool foundInPlane(std::int64_t i) const
     {
-        std::int64_t j = std::min(farthest_[1], pass_.shell.maxRow(i));
+        // Rows farther out do not come near enough to the plane of the axis to meet the box.
+        const double outer = static_cast<double>(pass_.shell.outerRadiusSquared());
+        const double rest = std::max(outer - squared(i, 0, nearest_[2]), 0.0);
+        std::int64_t j = std::min({farthest_[1], pass_.shell.maxRow(i),
+                                   static_cast<std::int64_t>(std::sqrt(rest)) + 1});
         for (; j >= nearest_[1] && squared(i, j, farthest_[2]) >= neededSquared_; --j) {
             const LatticeRange row = pass_.shell.row(i, j);
             const std::int64_t k = std::min(row.last, farthest_[2]);

@@ -213,6 +213,24 @@ private:
         reach_ = {-reach, reach};
     }
 
+    /** Lattice indices on an axis that can matter, given how near the box comes on the others. */
+    [[nodiscard]] LatticeInterval reachOn(int axis) const
+    {
+        float room = smaller(threshold_, pass_.outerSquared);
+        for (int a = 0; a < 3; ++a) {
+            room -= a == axis ? 0.0F : squareOf(sample_[a]->nearest);
+        }
+        if (!(room >= 0)) {
+            return {0, -1};
+        }
+        // One more step covers the rounding of the squares of large indices.
+        const float reach = __builtin_sqrtf(room) + 1;
+        const std::int32_t last = reach < static_cast<float>(reach_.last)
+                                      ? static_cast<std::int32_t>(reach)
+                                      : reach_.last;
+        return {-last, last};
+    }
+
     /** Whether this shell or an earlier one holds the point. */
     [[nodiscard]] bool isMember(std::int32_t i, std::int32_t j, std::int32_t k) const
     {
@@ -384,7 +402,6 @@ bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
     }
     if (beyondRim) {
         tryRim(p);
-        return false;
     }
     return moved;
 }
@@ -520,7 +537,7 @@ Column VoxelSearch::columnAt(std::int32_t first, std::int32_t last) const
 void VoxelSearch::searchInterpolated()
 {
     for (int a = 0; a < 3; ++a) {
-        range_[a] = common(sample_[a]->centre, reach_);
+        range_[a] = common(sample_[a]->centre, reachOn(a));
         if (range_[a].empty()) {
             return;
         }
@@ -680,8 +697,12 @@ void VoxelSearch::searchBlock(const Block& block, const Column& column)
     if (Lanes::notGreater(magnitude, Lanes::all(1e15F)) != Lanes::everyLane) {
         error = Lanes::all(__builtin_inff());
     }
+    // The row minimum may be taken at the wrong one of two nearly equal neighbours: off by at most
+    // 2^-21 * (4 |k| + 2) of the limit.
+    const auto farthest = static_cast<float>(larger(-block.z.first, block.z.last));
+    const float neighbour = 1.0F + 0x1p-18F * (1.0F + farthest);
     const auto thresholdNow = [&] {
-        return Lanes::all(threshold_) + error * (Lanes::all(2 * root_) + error);
+        return Lanes::all(threshold_ * neighbour) + error * (Lanes::all(2 * root_) + error);
     };
     F threshold = thresholdNow();
     const F away = Lanes::max(Lanes::max(least, zero - most), zero);
@@ -854,7 +875,7 @@ void VoxelSearch::searchVoxelwise()
     LatticeInterval range[3];
     bool allInterpolated = true;
     for (int a = 0; a < 3; ++a) {
-        range[a] = common(sample_[a]->inside, reach_);
+        range[a] = common(sample_[a]->inside, reachOn(a));
         if (range[a].empty()) {
             return;
         }
@@ -871,16 +892,19 @@ void VoxelSearch::searchVoxelwise()
             findVoxelRuns(a, common(sample_[a]->inside, {-pass_.outerIndex, pass_.outerIndex}));
         }
     }
+    const float xNearest = squareOf(sample_[0]->nearest);
+    const float yNearest = squareOf(sample_[1]->nearest);
     for (const VoxelRun& z : scratch_.voxelRuns[2].runs) {
+        const float zNearest = squareOf(z.nearest) + xNearest;
+        if (zNearest + yNearest > threshold_) {
+            continue;
+        }
         for (const VoxelRun& y : scratch_.voxelRuns[1].runs) {
-            const float nearest = squareOf(z.nearest) + squareOf(y.nearest);
-            if (nearest > threshold_) {
+            if (zNearest + squareOf(y.nearest) > threshold_) {
                 continue;
             }
             for (const VoxelRun& x : scratch_.voxelRuns[0].runs) {
-                if (squareOf(x.nearest) + nearest <= threshold_) {
-                    considerVoxel(x, y, z);
-                }
+                considerVoxel(x, y, z);
             }
             if (settled()) {
                 return;
@@ -891,11 +915,12 @@ void VoxelSearch::searchVoxelwise()
 
 void VoxelSearch::considerVoxel(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z)
 {
-    if (x.point.zone == Zone::centre && y.point.zone == Zone::centre &&
-        z.point.zone == Zone::centre) {
+    const float squared = squareOf(x.nearest) + squareOf(y.nearest) + squareOf(z.nearest);
+    const bool interpolated = x.point.zone == Zone::centre && y.point.zone == Zone::centre &&
+                              z.point.zone == Zone::centre;
+    if (squared > threshold_ || squared > pass_.outerWhole || interpolated) {
         return;
     }
-    const float squared = squareOf(x.nearest) + squareOf(y.nearest) + squareOf(z.nearest);
     const float dose = doseOf({x.point, y.point, z.point});
     const float u = (dose - referenceDose_) * scale_;
     if (u * u * (1 - 0x1p-19F) + squared > threshold_) {
