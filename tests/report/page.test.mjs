@@ -377,6 +377,54 @@ test('ten criteria still print on one sheet', async () => {
     await page.close();
 });
 
+describe('unusual comparisons open without complaint', () => {
+    const nothingTested = (report, stored) => {
+        report.criteria.forEach((c) => {
+            stored[c.gammaVolume].fill(-1);
+            Object.assign(c, { tested: 0, passed: 0, failed: 0, passRate: null, verdict: 'none' });
+            Object.assign(c, { mean: null, p95: null, p99: null, max: null });
+            c.histogram.counts.fill(0);
+        });
+    };
+    const relative = (report) => {
+        delete report.orientation;
+        report.doseUnit = '%';
+        report.volumes.filter((v) => v.kind === 'dose').forEach((v) => { v.decimals = -1; });
+    };
+    const allPassed = (report, stored) => {
+        const c = report.criteria[0];
+        stored[c.gammaVolume] = stored[c.gammaVolume].map((g) => Math.min(g, 1000));
+        Object.assign(c, { passed: c.tested, failed: 0, passRate: 100, verdict: 'pass', max: 1 });
+    };
+    const notFinite = (_, stored) => {
+        stored.evaluation.fill(-32768, 0, 5000);
+    };
+    const cases = [
+        { name: 'one slice', options: { size: [40, 30, 1] }, sees: ['#axial-position', /1 \/ 1$/] },
+        { name: 'one row', options: { size: [40, 1, 1] }, sees: ['#coronal-position', /1 \/ 1$/] },
+        { name: 'nothing tested', change: nothingTested, sees: ['#verdict-text', /No voxel lies above/] },
+        { name: 'no orientation, relative doses', change: relative, sees: ['#readout-rows', /Reference\s+\d+0\s/] },
+        { name: 'all passed', change: allPassed, sees: ['#cluster-note', /No voxel failed/] },
+        { name: 'doses that are not numbers', change: notFinite, sees: ['#verdict-chip', /Pass/] },
+    ];
+    for (const { name, options = {}, change, sees: [selector, text] } of cases) {
+        test(name, async () => {
+            const { page, complaints } = await openFile(browser, samplePath('unusual.html', options, change));
+            assert.equal(await page.locator('[role="alert"]').count(), 0);
+            assert.match(await page.locator(selector).innerText(), text);
+            assert.ok(!(await page.locator('#page').innerText()).match(/NaN|undefined|Infinity|null/));
+            for (const layer of ['1', '2', '3', '4']) {
+                await page.keyboard.press(layer);
+                await settle(page);
+            }
+            await page.locator('#criterion-1').check();
+            await settle(page);
+            assert.deepEqual(complaints, []);
+            await page.close();
+        });
+    }
+});
+
 test('a rate is not rounded across a limit', async () => {
     const cases = [
         { passRate: 94.9996, verdict: 'investigate', shown: '94.9996' },
