@@ -55,39 +55,56 @@ export async function crosshair(page) {
     return (await page.locator('#cross-voxel').innerText()).split(' ').map(Number);
 }
 
-/** Where the centre of a voxel is in the axial view, with the whole grid shown. */
-export async function axialPoint(page, size, voxel) {
-    const box = await page.locator('#axial-slice').boundingBox();
-    return {
-        x: box.x + ((voxel[0] + 0.5) / size[0]) * box.width,
-        y: box.y + ((voxel[1] + 0.5) / size[1]) * box.height,
-    };
+/** The views: the axes of their normal, of their columns and of their rows, and what is up. */
+export const views = [
+    { name: 'axial', normal: 2, across: 0, down: 1, upwards: false },
+    { name: 'coronal', normal: 1, across: 0, down: 2, upwards: true },
+    { name: 'sagittal', normal: 0, across: 1, down: 2, upwards: true },
+];
+
+/** Where the centre of a voxel is in a view, in shares of its sides, with the whole grid shown. */
+function shares({ across, down, upwards }, size, voxel) {
+    const fromTop = (voxel[down] + 0.5) / size[down];
+    return [(voxel[across] + 0.5) / size[across], upwards ? 1 - fromTop : fromTop];
 }
 
-/** Moves the crosshair with the slider and a click, as a reader would. */
-export async function goTo(page, size, voxel) {
-    await page.locator('#axial-slider').fill(String(voxel[2]));
+export async function pointOf(page, view, size, voxel) {
+    const box = await page.locator(`#${view.name}-slice`).boundingBox();
+    const [x, y] = shares(view, size, voxel);
+    return { x: box.x + x * box.width, y: box.y + y * box.height };
+}
+
+/** Moves the crosshair with the slider of a view and a click into it, as a reader would. */
+export async function goTo(page, size, voxel, view = views[0]) {
+    await page.locator(`#${view.name}-slider`).fill(String(voxel[view.normal]));
     await settle(page);
-    const { x, y } = await axialPoint(page, size, voxel);
+    await page.locator(`#${view.name}-slice`).scrollIntoViewIfNeeded();
+    const { x, y } = await pointOf(page, view, size, voxel);
     await page.mouse.click(x, y);
     await settle(page);
 }
 
-/** Colours of voxels in the axial view, by voxel; the overlays must be off. */
-export function axialColours(page, size, voxels) {
+/**
+ * Colours of voxels in a view, null where letters and the ruler may cover them; isodoses and
+ * crosshair must be off.
+ */
+export function coloursOf(page, view, size, voxels) {
     return page.evaluate(
-        ([[nx, ny], list]) => {
-            const canvas = document.getElementById('axial-slice');
+        ([name, places]) => {
+            const canvas = document.getElementById(`${name}-slice`);
             const { width, height } = canvas;
             const pixels = canvas.getContext('2d').getImageData(0, 0, width, height).data;
-            return list.map(([i, j]) => {
-                const x = Math.floor(((i + 0.5) / nx) * width);
-                const y = Math.floor(((j + 0.5) / ny) * height);
-                const at = 4 * (x + width * y);
-                return [...pixels.slice(at, at + 3)];
+            const margin = 24;
+            return places.map(([x, y]) => {
+                const column = Math.floor(x * width);
+                const row = Math.floor(y * height);
+                const isFree =
+                    Math.min(column, width - column) > margin && Math.min(row, height - row) > margin;
+                const at = 4 * (column + width * row);
+                return isFree ? [...pixels.slice(at, at + 3)] : null;
             });
         },
-        [size, voxels],
+        [view.name, voxels.map((voxel) => shares(view, size, voxel))],
     );
 }
 

@@ -74,3 +74,22 @@ export function clustersOf(grid, gamma) {
         (a, b) => b.voxels - a.voxels || gamma[b.peak] - gamma[a.peak],
     );
 }
+
+/** Tested voxels per band of 10 % of the normalisation dose, the upper ends included, by its start. */
+export function bandsOf(criterion, reference, gamma, unit) {
+    const bands = new Map();
+    gamma.forEach((g, i) => {
+        if (g >= 0) {
+            let from = Math.floor(criterion.cutoffPercent / 10) * 10;
+            const end = () => Math.round(((from + 10) * criterion.normalisationDose * unit) / 100);
+            while (from < 110 && reference[i] > end()) {
+                from += 10;
+            }
+            const band = bands.get(from) ?? { tested: 0, failed: 0 };
+            band.tested += 1;
+            band.failed += g > 1000 ? 1 : 0;
+            bands.set(from, band);
+        }
+    });
+    return bands;
+}

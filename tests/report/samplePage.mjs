@@ -26,19 +26,24 @@ function blob(point, centre, radius, softness) {
     return 1 / (1 + Math.exp((distance - 1) / softness));
 }
 
+/** A target, two side fields cut off by opposite faces of the grid, and some dose everywhere. */
 function referenceDose(point, reach) {
-    const centre = [0.1 * reach[0], -0.05 * reach[1], 0.08 * reach[2]];
-    const target = blob(point, centre, reach.map((r) => 0.38 * r), 0.12);
-    const second = blob(point, [-0.4 * reach[0], 0.3 * reach[1], -0.35 * reach[2]], reach.map((r) => 0.2 * r), 0.2);
-    return prescription * (target + 0.45 * second);
+    const radius = (share) => reach.map((r) => share * r);
+    const target = blob(point, [0.1, -0.05, 0.08].map((c, a) => c * reach[a]), radius(0.38), 0.12);
+    const sides = [-1, 1].map((x) => blob(point, [x, 0.3, -0.35].map((c, a) => c * reach[a]), radius(0.25), 0.2));
+    const background = 0.03 + (0.01 * point[0]) / reach[0] + (0.01 * point[2]) / reach[2];
+    return prescription * (target + 0.45 * (sides[0] + sides[1]) + background);
 }
 
-/** The reference shifted by 2 mm, with one hot and one cold spot. */
+/** The reference shifted by 2 mm, with one hot and one cold spot, and too high at the faces. */
 function evaluationDose(point, reach) {
     const shifted = referenceDose([point[0] - 2, point[1], point[2] + 1], reach);
-    const hot = blob(point, [0.3 * reach[0], 0.15 * reach[1], 0.1 * reach[2]], reach.map((r) => 0.13 * r), 0.1);
-    const cold = blob(point, [-0.1 * reach[0], -0.2 * reach[1], -0.2 * reach[2]], reach.map((r) => 0.09 * r), 0.1);
-    return shifted * (1 + 0.09 * hot - 0.12 * cold);
+    const spot = (centre, share) => {
+        const radius = reach.map((r) => share * r);
+        return blob(point, centre.map((c, a) => c * reach[a]), radius, 0.1);
+    };
+    const hot = spot([0.3, 0.15, 0.1], 0.13) + spot([-1, 0.3, -0.35], 0.15) + spot([1, 0.3, -0.35], 0.15);
+    return shifted * (1 + 0.14 * hot - 0.12 * spot([-0.1, -0.2, -0.2], 0.09));
 }
 
 function fillGrid(grid, dose) {
