@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <filesystem>
 #include <fstream>
 #include <new>
 
@@ -157,6 +158,20 @@ std::vector<float> convertIntegers(const std::vector<char>& bytes, const StoredD
 }
 
 } // namespace
+
+StoredData dataIn(const std::string& path, std::uintmax_t position)
+{
+    StoredData data;
+    std::error_code error;
+    data.path = path;
+    data.position = position;
+    data.fileBytes = std::filesystem::file_size(path, error);
+    if (error) {
+        throw InputError("its data file " +
+                         excerpt(std::filesystem::path(path).filename().string()) + " is missing");
+    }
+    return data;
+}
 
 std::vector<float> readStoredValues(const StoredData& data, const ValueFormat& format,
                                     std::uintmax_t count)

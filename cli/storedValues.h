@@ -35,6 +35,10 @@ struct StoredData {
     double intercept = 0;
 };
 
+/** Data without compression from the position of a file on. @throws InputError when it is missing.
+ */
+StoredData dataIn(const std::string& path, std::uintmax_t position);
+
 /**
  * Reads `count` values.
  * @throws InputError when the file is too short to hold them or its compressed data is damaged;

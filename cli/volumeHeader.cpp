@@ -1,16 +1,14 @@
 #include "volumeHeader.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
 
 #include "failure.h"
+#include "niftiHeader.h"
 #include "text.h"
 
 namespace cli
@@ -75,21 +73,6 @@ bool isFinite(double value)
 bool isSize(double value)
 {
     return value >= 1 && value == std::floor(value) && value < 9e15;
-}
-
-/** Data that begins at the position of a file. */
-StoredData dataIn(const std::string& path, std::uintmax_t position)
-{
-    StoredData data;
-    std::error_code error;
-    data.path = path;
-    data.position = position;
-    data.fileBytes = std::filesystem::file_size(path, error);
-    if (error) {
-        throw InputError("its data file " +
-                         excerpt(std::filesystem::path(path).filename().string()) + " is missing");
-    }
-    return data;
 }
 
 /** Applies a count of bytes between the header and the data; -1: the data ends the file. */
@@ -212,136 +195,6 @@ VolumeHeader checkNrrd(const std::string& path)
     return {data, {}};
 }
 
-/** The fields of a NIfTI-1 header, in the byte order of the file. */
-class NiftiHeader
-{
-public:
-    explicit NiftiHeader(std::string bytes) : bytes_(std::move(bytes))
-    {
-        constexpr std::int32_t ownSize = 348;
-        isSwapped_ = field<std::int32_t>(0) != ownSize;
-        if (field<std::int32_t>(0) != ownSize) {
-            throw InputError("its NIfTI header is damaged");
-        }
-    }
-
-    template <class Number> Number field(std::size_t position, std::size_t index = 0) const
-    {
-        std::array<char, sizeof(Number)> raw{};
-        std::memcpy(raw.data(), bytes_.data() + position + index * sizeof(Number), sizeof(Number));
-        if (isSwapped_) {
-            std::reverse(raw.begin(), raw.end());
-        }
-        return std::bit_cast<Number>(raw);
-    }
-
-    /** Refuses a field of floats with a value that is not acceptable. */
-    template <class Condition>
-    void checkFloats(std::size_t position, std::size_t count, const char* what,
-                     Condition isAcceptable) const
-    {
-        for (std::size_t i = 0; i < count; ++i) {
-            const double value = static_cast<double>(field<float>(position, i));
-            if (!isAcceptable(value)) {
-                throw InputError("its header gives " + std::string(what) + " of " + number(value));
-            }
-        }
-    }
-
-    bool isBigEndian() const { return isSwapped_; }
-
-private:
-    std::string bytes_;
-    bool isSwapped_ = false;
-};
-
-ValueFormat niftiFormat(const NiftiHeader& header)
-{
-    constexpr std::size_t datatype = 70;
-    using Kind = ValueFormat::Kind;
-    static const std::map<int, ValueFormat> formats = {
-        {2, {Kind::unsignedInteger, 1}},    {256, {Kind::signedInteger, 1}},
-        {512, {Kind::unsignedInteger, 2}},  {4, {Kind::signedInteger, 2}},
-        {768, {Kind::unsignedInteger, 4}},  {8, {Kind::signedInteger, 4}},
-        {1280, {Kind::unsignedInteger, 8}}, {1024, {Kind::signedInteger, 8}},
-        {16, {Kind::floatingPoint, 4}},     {64, {Kind::floatingPoint, 8}}};
-    const int type = header.field<std::int16_t>(datatype);
-    const auto found = formats.find(type);
-    if (found == formats.end()) {
-        throw InputError("its values are of the NIfTI type " + std::to_string(type) +
-                         ", which is no dose");
-    }
-    ValueFormat format = found->second;
-    format.isBigEndian = header.isBigEndian();
-    return format;
-}
-
-StoredData niftiData(const std::string& path, const NiftiHeader& header)
-{
-    constexpr std::size_t voxOffset = 108;
-    constexpr std::size_t slope = 112;
-    constexpr std::size_t intercept = 116;
-    constexpr double usualPosition = 352;
-    constexpr double farthestPosition = 1 << 28; // room for any extension
-    const auto told = static_cast<double>(header.field<float>(voxOffset));
-    const double position = told == 0 ? usualPosition : told;
-    if (!(position >= usualPosition && position <= farthestPosition) ||
-        position != std::floor(position)) {
-        throw InputError("its header gives a data position of " + number(told));
-    }
-    StoredData data = dataIn(path, static_cast<std::uintmax_t>(position));
-    constexpr std::string_view gzipMark = "\x1f\x8b";
-    std::string mark(gzipMark.size(), '\0');
-    std::ifstream(path, std::ios::binary).read(mark.data(), 2);
-    if (mark == gzipMark) {
-        data.compression = StoredData::Compression::wholeFile;
-    }
-    header.checkFloats(slope, 2, "a scaling", isFinite);
-    if (header.field<float>(slope) != 0) {
-        data.slope = static_cast<double>(header.field<float>(slope));
-        data.intercept = static_cast<double>(header.field<float>(intercept));
-    }
-    return data;
-}
-
-VolumeHeader checkNifti(const std::string& path)
-{
-    constexpr unsigned headerLength = 348;
-    constexpr std::size_t dim = 40;
-    constexpr std::size_t pixdim = 76;
-    constexpr std::size_t qformCode = 252;
-    constexpr std::size_t sformCode = 254;
-    constexpr std::size_t quaternionAndOffset = 256;
-    constexpr std::size_t affineRows = 280;
-    constexpr std::size_t magic = 344;
-    if (!path.ends_with(".nii") && !path.ends_with(".nii.gz")) {
-        throw InputError("is a NIfTI file but not named .nii or .nii.gz");
-    }
-    const std::string bytes = readBeginning(path, headerLength);
-    if (bytes.size() < headerLength) {
-        throw InputError("its NIfTI header is cut short");
-    }
-    if (bytes.compare(magic, 3, "ni1") == 0) {
-        throw InputError("is one file of a NIfTI pair; write it as one .nii or .nii.gz file");
-    }
-    const NiftiHeader header(bytes);
-    const int dimensions = header.field<std::int16_t>(dim);
-    for (std::size_t i = 1; i <= 3 && static_cast<int>(i) <= dimensions; ++i) {
-        const int size = header.field<std::int16_t>(dim, i);
-        if (size < 1) {
-            throw InputError("its header gives a grid size of " + std::to_string(size));
-        }
-    }
-    header.checkFloats(pixdim + sizeof(float), 3, "a voxel size", isPositive);
-    if (header.field<std::int16_t>(qformCode) > 0) {
-        header.checkFloats(quaternionAndOffset, 6, "an orientation or origin", isFinite);
-    }
-    if (header.field<std::int16_t>(sformCode) > 0) {
-        header.checkFloats(affineRows, 12, "an orientation or origin", isFinite);
-    }
-    return {niftiData(path, header), niftiFormat(header)};
-}
-
 } // namespace
 
 VolumeHeader checkVolumeHeader(const std::string& path, FileFormat format)
@@ -352,7 +205,7 @@ VolumeHeader checkVolumeHeader(const std::string& path, FileFormat format)
     case FileFormat::metaImage:
         return checkMetaImage(path);
     default:
-        return checkNifti(path);
+        return checkNiftiHeader(path);
     }
 }
 

@@ -160,6 +160,9 @@ class BadFiles(ProgramTest):
             ("voxel size", 84, "f", [-2.0]),
             ("voxel size", 88, "f", [nan]),
             ("origin", 292, "f", [nan]),
+            ("no position", 252, "h", [0, 0]),
+            ("not in mm", 123, "b", [1]),
+            ("not in mm", 123, "b", [3]),
             ("", 292, "f", [1e30]),
             ("", 70, "h", [9999]),
             ("", 70, "h", [128]),
@@ -167,10 +170,20 @@ class BadFiles(ProgramTest):
             ("data position", 108, "f", [nan]),
             ("", 108, "f", [1e30]),
             ("", 108, "f", [-1e30]),
+            ("an intercept", 112, "f", [2.0, nan]),
         ):
             with self.subTest(position=position, numbers=numbers):
                 path = doses.write_nifti(self.folder / "bad.nii", self.dose)
                 self.check(doses.patch_nifti(path, position, code, *numbers), reason)
+
+    def test_nifti_with_two_positions(self):
+        for position, number in ((268, 20.5), (280, -2.51), (324, 8.02), (76, -1.0)):
+            with self.subTest(position=position):
+                path = doses.write_nifti(self.folder / "bad.nii", self.dose)
+                doses.patch_nifti(path, 252, "h", 1, 2)
+                self.assertEqual(run("info", path).returncode, 0)
+                self.check(doses.patch_nifti(path, position, "f", number),
+                           "two different positions")
 
     def test_oblique_nifti(self):
         turn = numpy.array([[0.8, -0.6, 0, 0], [0.6, 0.8, 0, 0], [0, 0, 1, 0], [0, 0, 0, 1]])

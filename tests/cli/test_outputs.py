@@ -90,6 +90,14 @@ class Outputs(ProgramTest):
             self.assertRegex(header, r"(Offset = -20 -15 8|space origin: \(-20,-15,8\))")
         self.assertEqual((self.folder / "gamma.nrrd").stat().st_mode & 0o777, 0o644)
 
+    def test_gamma_maps_can_be_read_again(self):
+        for name in ("gamma.nii", "gamma.nii.gz", "gamma.mha", "gamma.nrrd"):
+            self.write("--gamma-map", self.folder / name)
+            told = run("info", self.folder / name)
+            self.assertEqual((told.returncode, told.stderr), (0, ""))
+            self.assertIn("first voxel centre  -20, -15, 8 mm", told.stdout)
+            self.assertIn("minimum             -1 Gy", told.stdout)
+
     def test_gamma_maps_of_several_criteria(self):
         self.write(*CRITERIA, "--gamma-map", self.folder / "g.nii.gz")
         self.assertEqual(self.files(),
