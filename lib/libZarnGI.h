@@ -133,8 +133,10 @@ ZARNGI_API int zarnGI_isReadyToGo(void);
  * With no reference voxel above the cut-off it succeeds at once and leaves the earlier pass rate
  * (-1 after a reset) and the gamma map (-1 in every voxel of a new reference grid) as they are.
  * @return ZARNGI_OK; the code of the failed readiness check (see zarnGI_isReadyToGo());
- *         ZARNGI_NOT_READY when memory ran out: no results can be read then, and the library is
- *         ready for the next call.
+ *         ZARNGI_NOT_READY when memory ran out, or when the search lattice cannot be searched: DTA
+ *         or step size not a positive finite number, more than 10000 steps per DTA, or (random
+ *         rotation only) more than 2^28 lattice points in a shell that reaches the evaluation grid.
+ *         No results can be read then, and the library is ready for the next call.
  */
 ZARNGI_API int zarnGI_startComputation(void);
 
@@ -207,7 +209,7 @@ ZARNGI_API int zarnGI_setDCO(float DCO);
 /** Dose cut-off, %. */
 ZARNGI_API int zarnGI_getDCO(float* DCO);
 
-/** Spacing of the search lattice, mm, > 0. */
+/** Spacing of the search lattice, mm, > 0; at least DTA / 10000 when a computation starts. */
 ZARNGI_API int zarnGI_setStepSize(float step);
 /** Spacing of the search lattice, mm; -1 when neither it nor the DTA is set. */
 ZARNGI_API int zarnGI_getStepSize(float* step);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <stdexcept>
 
 #include "bookkeeping.h"
 #include "engineState.h"
@@ -33,6 +34,33 @@ float outerRadius(int ishell)
     return static_cast<float>(ishell) * DTA;
 }
 
+/**
+ * Throws unless the search lattice is one the search can walk in bounded time and with indices in
+ * range: positive finite DTA and step size, and no more than maxStepsPerDTA steps per DTA.
+ */
+void requireSearchableLattice()
+{
+    constexpr float maxStepsPerDTA = 10000;
+    const float stepsPerDTA = DTA / Env->stepSize;
+    const bool searchable = std::isfinite(DTA) && DTA > 0 && std::isfinite(Env->stepSize) &&
+                            Env->stepSize > 0 && stepsPerDTA <= maxStepsPerDTA;
+    if (!searchable) {
+        throw std::domain_error("search lattice out of range");
+    }
+}
+
+/** Throws when the list of the points of a shell would be larger than the search can bear. */
+void requireListable(int ishell)
+{
+    constexpr double maxPoints = 1 << 28;
+    const double outer = static_cast<double>(ishell) * static_cast<double>(DTA / Env->stepSize);
+    const double inner = outer * (ishell - 1) / ishell;
+    constexpr double ballVolume = 4.19; // of radius 1
+    if (ballVolume * (outer * outer * outer - inner * inner * inner) > maxPoints) {
+        throw std::length_error("too many points in a shell");
+    }
+}
+
 /** Withdraws what the workers of a pass read, also when the pass ends by an exception. */
 struct PassGuard {
     PassGuard() = default;
@@ -50,7 +78,10 @@ struct PassGuard {
 void searchListedShell(const LatticeAxes& axes, int ishell)
 {
     std::vector<vec3dRT> myPts;
-    generatePointsInShell(myPts, outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
+    if (anyOpenVoxelReaches(axes, outerRadius(ishell))) {
+        requireListable(ishell);
+        generatePointsInShell(myPts, outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
+    }
     std::optional<RotatedPoints> points;
     if (Env->randomRotation && selectedReader() == Reader::trilinear) {
         points.emplace(myPts, axes);
@@ -73,6 +104,7 @@ void searchLatticeShell(const SearchPass& shell)
 /** Goes outwards shell by shell until every voxel is final or the shell limit is reached. */
 void searchShells()
 {
+    requireSearchableLattice();
     const LatticeAxes axes = tabulateLatticeAxes();
     const int ishellmax = Env->passRateMode ? 1 : std::max(maxShells(), 1);
     if (Env->randomRotation) {

@@ -12,7 +12,9 @@
  *
  * Both grids and all criteria must be present (zarnGI_isReadyToGo()).
  * @return 0. With no voxel above the cut-off, `gamma` and `passrate` stay as they were.
- * @throws std::bad_alloc when memory runs out; the results are then incomplete.
+ * @throws std::bad_alloc when memory runs out, std::domain_error or std::length_error when the
+ *         search lattice cannot be searched (zarnGI_startComputation()); the results are then
+ *         incomplete.
  */
 ZARNGI_API int evaluateGammaIndex();
 

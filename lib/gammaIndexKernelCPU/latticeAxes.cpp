@@ -89,6 +89,19 @@ AxisSample tabulate(int axis, int index, Reader reader)
     return sample;
 }
 
+/** Distance from the sample point to the evaluation box, mm; 0 inside it. */
+double distanceToBox(const LatticeAxes& axes, const int (&index)[3])
+{
+    double squared = 0;
+    for (int a = 0; a < 3; ++a) {
+        const double origin = axes.axis[a][static_cast<std::size_t>(index[a])].position;
+        const double distance = std::max({static_cast<double>(Env->xmin_eval[a]) - origin,
+                                          origin - static_cast<double>(Env->xmax_eval[a]), 0.0});
+        squared += distance * distance;
+    }
+    return std::sqrt(squared);
+}
+
 /** Distance from the sample point to the farthest corner of the evaluation box, mm. */
 double farthestCorner(const LatticeAxes& axes, const int (&index)[3])
 {
@@ -138,6 +151,18 @@ LatticeAxes tabulateLatticeAxes()
         }
     }
     return axes;
+}
+
+bool anyOpenVoxelReaches(const LatticeAxes& axes, float rmax)
+{
+    // The rounding of positions and of rotated points.
+    const double reach = static_cast<double>(rmax) * (1 + 1e-5);
+    const int nx = Env->nn_ref[0];
+    const int ny = Env->nn_ref[1];
+    return std::any_of(activeVoxels.begin(), activeVoxels.end(), [&](const ActiveVoxel& voxel) {
+        const int index[3] = {voxel.ivxl % nx, voxel.ivxl / nx % ny, voxel.ivxl / nx / ny};
+        return !voxel.stopSearching && !(distanceToBox(axes, index) > reach);
+    });
 }
 
 void closeVoxelsOutOfReach(const LatticeAxes& axes, float rmax)

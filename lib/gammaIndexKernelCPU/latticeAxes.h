@@ -43,6 +43,9 @@ Reader selectedReader();
 /** Tabulates the axes from the grids, the step size and ptsSob_vox of the current computation. */
 LatticeAxes tabulateLatticeAxes();
 
+/** Whether the evaluation box comes within the radius rmax (mm) of some open voxel. */
+bool anyOpenVoxelReaches(const LatticeAxes& axes, float rmax);
+
 /**
  * Closes (stopSearching) every open voxel for which no lattice point outside the radius rmax (mm)
  * can lie inside the evaluation box: no later shell could change it.

@@ -207,8 +207,8 @@ private:
         // Rows farther out do not come near enough to the plane of the axis to meet the box.
         const double outer = static_cast<double>(pass_.shell.outerRadiusSquared());
         const double rest = std::max(outer - squared(i, 0, nearest_[2]), 0.0);
-        std::int64_t j = std::min({farthest_[1], pass_.shell.maxRow(i),
-                                   static_cast<std::int64_t>(std::sqrt(rest)) + 1});
+        std::int64_t j = std::min(
+            {farthest_[1], pass_.shell.maxRow(i), static_cast<std::int64_t>(std::sqrt(rest)) + 1});
         for (; j >= nearest_[1] && squared(i, j, farthest_[2]) >= neededSquared_; --j) {
             const LatticeRange row = pass_.shell.row(i, j);
             const std::int64_t k = std::min(row.last, farthest_[2]);
