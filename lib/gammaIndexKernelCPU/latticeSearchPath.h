@@ -312,6 +312,7 @@ private:
     void searchCells(const Block& first, std::int32_t firstCell, std::int32_t lastCell);
     void searchCellRow(const Block& block, std::int32_t firstCell, unsigned open);
     void searchBlock(const Block& block, const Column& column);
+    const Column& columnNumber(std::int32_t number);
     [[nodiscard]] Column columnAt(std::int32_t first, std::int32_t last) const;
     void searchVoxelwise();
     void findVoxelRuns(int axis, LatticeInterval range);
@@ -642,15 +643,30 @@ void VoxelSearch::searchCells(const Block& plane, std::int32_t firstCell, std::i
     }
 }
 
+/** The column of lanes with this number, counted from the start of the range along x. */
+const Column& VoxelSearch::columnNumber(std::int32_t number)
+{
+    const std::int32_t first = range_[0].first + number * Lanes::width;
+    Column& column = columns_[number % keptColumns];
+    if (column.lanes == 0 || column.first != first) {
+        column = columnAt(first, range_[0].last);
+    }
+    return column;
+}
+
 /** Searches the cells of a row along x whose bits are set, counted from firstCell. */
 void VoxelSearch::searchCellRow(const Block& block, std::int32_t firstCell, unsigned open)
 {
+    const LatticeInterval whole = range_[0];
+    if (whole.last - whole.first < Lanes::width) {
+        searchBlock(block, columnNumber(0));
+        return;
+    }
     const int lowest = __builtin_ctz(open);
     const int highest = 31 - __builtin_clz(open);
     const float start = firstCellStart_ + static_cast<float>(firstCell + lowest) * pass_.cellWidth;
     const float stop =
         firstCellStart_ + static_cast<float>(firstCell + highest + 1) * pass_.cellWidth;
-    const LatticeInterval whole = range_[0];
     const LatticeInterval wanted = common(whole, reach_);
     const auto low = static_cast<float>(wanted.first);
     const auto high = static_cast<float>(wanted.last);
@@ -658,14 +674,13 @@ void VoxelSearch::searchCellRow(const Block& block, std::int32_t firstCell, unsi
         static_cast<std::int32_t>(__builtin_ceilf(clamped(start - pass_.cellSlack, low, high)));
     const auto last =
         static_cast<std::int32_t>(__builtin_floorf(clamped(stop + pass_.cellSlack, low, high)));
-    std::int32_t number = (first - whole.first) / Lanes::width;
-    std::int32_t x = whole.first + number * Lanes::width;
-    for (; x <= last && !settled(); x += Lanes::width, ++number) {
-        Column& column = columns_[number % keptColumns];
-        if (column.lanes == 0 || column.first != x) {
-            column = columnAt(x, whole.last);
+    const std::int32_t lastNumber = (last - whole.first) / Lanes::width;
+    for (std::int32_t number = (first - whole.first) / Lanes::width; number <= lastNumber;
+         ++number) {
+        if (settled()) {
+            return;
         }
-        searchBlock(block, column);
+        searchBlock(block, columnNumber(number));
     }
 }
 
