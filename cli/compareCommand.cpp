@@ -32,6 +32,12 @@ void checkUnits(const Comparison& comparison)
 
 void warnAbout(Comparison& comparison)
 {
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        if (!dose->tellsPosition) {
+            comparison.warnings.push_back(dose->path +
+                                          ": tells no position; its first voxel is put at 0, 0, 0");
+        }
+    }
     const auto& reference = comparison.reference.dicom;
     const auto& evaluation = comparison.evaluation.dicom;
     if (!reference || !evaluation) {

@@ -55,9 +55,10 @@ struct DicomIdentity {
 struct DoseImage {
     Image image; ///< Gy, unless isRelative
     std::string path;
-    std::string dataPath;    ///< of the values: another file where the header stands alone
-    std::string format;      ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
-    bool isRelative = false; ///< a DICOM dose relative to a value the file does not tell
+    std::string dataPath;      ///< of the values: another file where the header stands alone
+    std::string format;        ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
+    bool isRelative = false;   ///< a DICOM dose relative to a value the file does not tell
+    bool tellsPosition = true; ///< else the first voxel counts as lying at 0, 0, 0 mm
     std::optional<DicomIdentity> dicom;
 };
 

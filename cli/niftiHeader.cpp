@@ -241,7 +241,7 @@ VolumeHeader checkNiftiHeader(const std::string& path)
     checkSizes(header);
     checkUnits(header);
     checkPosition(header);
-    return {niftiData(path, header), niftiFormat(header)};
+    return {niftiData(path, header), niftiFormat(header), true};
 }
 
 } // namespace cli

@@ -147,6 +147,7 @@ DoseImage readVolume(const std::string& path, FileFormat format)
     DoseImage dose;
     dose.image = toPatientAxes(stored, readStoredValues(header.data, valueFormat, count));
     dose.dataPath = header.data.path;
+    dose.tellsPosition = header.tellsPosition;
     return dose;
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <map>
 #include <sstream>
 
@@ -29,6 +30,12 @@ struct TextHeader {
     {
         const auto entry = entries.find(key);
         return entry == entries.end() ? nullptr : &entry->second;
+    }
+
+    bool hasAny(std::initializer_list<const char*> keys) const
+    {
+        return std::any_of(keys.begin(), keys.end(),
+                           [this](const char* key) { return find(key) != nullptr; });
     }
 };
 
@@ -153,7 +160,7 @@ VolumeHeader checkMetaImage(const std::string& path)
         data.compression = StoredData::Compression::deflated;
     }
     skipBytes(data, header.find("headersize"));
-    return {data, {}};
+    return {data, {}, header.hasAny({"offset", "position", "origin"})};
 }
 
 void checkNrrdUnits(const TextHeader& header)
@@ -192,7 +199,7 @@ VolumeHeader checkNrrd(const std::string& path)
     }
     const std::string* const skip = header.find("byte skip");
     skipBytes(data, skip == nullptr ? header.find("byteskip") : skip);
-    return {data, {}};
+    return {data, {}, header.hasAny({"space origin", "axis mins", "axismins"})};
 }
 
 } // namespace

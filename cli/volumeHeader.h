@@ -18,6 +18,7 @@ namespace cli
 struct VolumeHeader {
     StoredData data;
     std::optional<ValueFormat> format; ///< none: as the image library tells
+    bool tellsPosition = true;         ///< else the first voxel counts as lying at 0, 0, 0
 };
 
 /**

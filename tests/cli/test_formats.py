@@ -155,6 +155,15 @@ class Warnings(ProgramTest):
         self.assertEqual(run("compare", a, a).stderr, "")
 
 
+    def test_no_position(self):
+        reference, evaluation = doses.pair()
+        a = doses.write_mha(self.folder / "a.mha", reference, Offset=None)
+        b = doses.write_nrrd(self.folder / "b.nrrd", evaluation, space_origin=None)
+        warnings = self.results(a, b)["warnings"]
+        self.assertEqual([w.split(": ")[0] for w in warnings], [str(a), str(b)])
+        self.assertEqual(self.results(doses.write_mha(a, reference), a)["warnings"], [])
+
+
 class Info(ProgramTest):
     def test_tells_geometry_and_keeps_the_patient_to_itself(self):
         dose = doses.blob()
