@@ -35,7 +35,7 @@ void Table::print(const std::vector<std::string>& cells) const
     showProgress("");
     std::string line;
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        line += (i == 0 ? "" : " | ") + padded(cells[i], columns_[i].width);
+        line += (i == 0 ? "" : " | ") + padded(cells[i], columns_.at(i).width);
     }
     std::cout << line << std::endl;
 }
