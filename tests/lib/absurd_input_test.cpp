@@ -78,6 +78,8 @@ std::vector<Absurdity> absurdities()
         {.name = "CornerNotANumber", .corner = nan},
         {.name = "GridsAMetreApart", .distance = 1000},
         {.name = "StepAThousandthOfTheDTA", .step = 2e-3F, .maxGamma = 2},
+        {.name = "StepAMillionthOfTheDTA", .step = 2e-6F, .maxGamma = 2},
+        {.name = "DenormalStep", .step = tiny, .maxGamma = 2},
         {.name = "InfiniteStep", .step = inf},
         {.name = "StepNotANumber", .step = nan},
         {.name = "DTAAThousandTimesTheGrid", .DTA = 10000, .step = 1000},
