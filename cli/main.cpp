@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <iostream>
 #include <memory>
 #include <new>
@@ -89,9 +90,18 @@ int runCommand(const CommandLine& commandLine)
     }
 }
 
-} // namespace
+/** What the parser found wrong; it takes a misspelt command for none at all. */
+std::string reasonOf(const CLI::ParseError& error, int argc, char** argv)
+{
+    const std::string word = argc > 1 ? argv[1] : "";
+    const bool isCommand = word == "compare" || word == "info" || word == "demo";
+    if (!word.empty() && word.front() != '-' && !isCommand) {
+        return "\"" + word + "\" is not a command";
+    }
+    return error.what();
+}
 
-int main(int argc, char** argv)
+int runProgram(int argc, char** argv)
 {
     cli::removeTemporaryFilesOnSignals();
     CommandLine commandLine;
@@ -100,9 +110,21 @@ int main(int argc, char** argv)
     } catch (const CLI::Success& request) {
         return commandLine.app.exit(request);
     } catch (const CLI::ParseError& error) {
-        return tell(std::string(error.what()) + " (zarngi --help tells more)",
+        return tell(reasonOf(error, argc, argv) + " (zarngi --help tells more)",
                     ExitCode::wrongUsage);
     }
     commandLine.compare.commandLine = joined(argc, argv);
     return runCommand(commandLine);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return runProgram(argc, argv);
+    } catch (...) {
+        std::fputs("zarngi: not enough memory\n", stderr);
+        return static_cast<int>(ExitCode::badInput);
+    }
 }

@@ -43,9 +43,11 @@ void checkNames(const std::vector<std::string>& outputs, const std::vector<std::
     }
 }
 
-std::unique_ptr<OutputFile> fileFor(const std::string& name)
+void openFile(std::optional<OutputFile>& file, const std::string& name)
 {
-    return name.empty() ? nullptr : std::make_unique<OutputFile>(name);
+    if (!name.empty()) {
+        file.emplace(name);
+    }
 }
 
 void writeGammaMap(OutputFile& file, const Image& gamma)
@@ -85,21 +87,23 @@ std::string gammaMapName(const std::string& name, const Criterion& criterion)
 }
 
 Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteria)
-    : json_(fileFor(names.json)), csv_(fileFor(names.csv)), report_(fileFor(names.report))
 {
+    openFile(json_, names.json);
+    openFile(csv_, names.csv);
+    openFile(report_, names.report);
     if (names.gammaMap.empty()) {
         return;
     }
     for (const Criterion& criterion : criteria) {
-        gammaMaps_.push_back(fileFor(
-            criteria.size() == 1 ? names.gammaMap : gammaMapName(names.gammaMap, criterion)));
+        gammaMaps_.emplace_back(criteria.size() == 1 ? names.gammaMap
+                                                     : gammaMapName(names.gammaMap, criterion));
     }
 }
 
 void Outputs::write(const Comparison& comparison)
 {
     for (std::size_t i = 0; i < gammaMaps_.size(); ++i) {
-        writeGammaMap(*gammaMaps_[i],
+        writeGammaMap(gammaMaps_[i],
                       {comparison.reference.image.geometry, comparison.results[i].gamma});
     }
     if (json_) {

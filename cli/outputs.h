@@ -5,7 +5,8 @@
 #ifndef ZARNGI_CLI_OUTPUTS_H
 #define ZARNGI_CLI_OUTPUTS_H
 
-#include <memory>
+#include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,12 +41,10 @@ public:
     void write(const Comparison& comparison);
 
 private:
-    using File = std::unique_ptr<OutputFile>;
-
-    std::vector<File> gammaMaps_; ///< one per criterion, or none
-    File json_;
-    File csv_;
-    File report_;
+    std::deque<OutputFile> gammaMaps_; ///< one per criterion, or none
+    std::optional<OutputFile> json_;
+    std::optional<OutputFile> csv_;
+    std::optional<OutputFile> report_;
 };
 
 } // namespace cli

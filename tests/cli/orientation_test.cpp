@@ -34,24 +34,26 @@ Position rounded(const Vec3& position)
             std::lround(position[2] * 1000)};
 }
 
-/** Which value lies where, by the definition of the stored geometry. */
+Vec3 positionOf(const StoredGeometry& stored, const std::array<std::int64_t, 3>& index)
+{
+    Vec3 position = stored.origin;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double way = stored.spacing[axis] * static_cast<double>(index[axis]);
+        for (std::size_t c = 0; c < 3; ++c) {
+            position[c] += stored.axes[axis][c] * way;
+        }
+    }
+    return position;
+}
+
+/** Which value lies where, by the definition of the stored geometry; values count from 0. */
 std::map<Position, float> placed(const StoredGeometry& stored)
 {
+    const auto& [nx, ny, nz] = stored.size;
     std::map<Position, float> values;
-    float value = 0;
-    for (int k = 0; k < stored.size[2]; ++k) {
-        for (int j = 0; j < stored.size[1]; ++j) {
-            for (int i = 0; i < stored.size[0]; ++i) {
-                const std::array<int, 3> index = {i, j, k};
-                Vec3 position = stored.origin;
-                for (std::size_t axis = 0; axis < 3; ++axis) {
-                    for (std::size_t c = 0; c < 3; ++c) {
-                        position[c] += stored.axes[axis][c] * stored.spacing[axis] * index[axis];
-                    }
-                }
-                values[rounded(position)] = value++;
-            }
-        }
+    for (std::int64_t i = 0; i < nx * ny * nz; ++i) {
+        const Vec3 position = positionOf(stored, {i % nx, i / nx % ny, i / (nx * ny)});
+        values[rounded(position)] = static_cast<float>(i);
     }
     return values;
 }

@@ -8,7 +8,6 @@
 
 using cli::GammaMap;
 using cli::gammaStatistics;
-using cli::GammaStatistics;
 
 namespace
 {

@@ -78,6 +78,7 @@ class Usage(Pair):
         for arguments in ([], ["compare"], ["compare", self.reference], ["info"], ["nothing"]):
             with self.subTest(arguments=arguments):
                 self.assert_refused(run(*arguments), WRONG_USAGE)
+        self.assert_refused(run("comapre", "a", "b"), WRONG_USAGE, '"comapre" is not a command')
 
     def test_help_fits_a_screen(self):
         for arguments in (["--help"], ["compare", "--help"], ["info", "-h"], ["demo", "-h"]):
