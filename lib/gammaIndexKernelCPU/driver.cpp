@@ -29,11 +29,6 @@ int maxShells()
     return bounded ? static_cast<int>(limit) : unlimitedShells;
 }
 
-float outerRadius(int ishell)
-{
-    return static_cast<float>(ishell) * DTA;
-}
-
 /**
  * Throws unless the search lattice is one the search can walk in bounded time and with indices in
  * range: positive finite DTA and step size, and no more than maxStepsPerDTA steps per DTA.

@@ -3,14 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "gammaTerm.h"
+
 namespace
 {
-
-/** The radius at which shell `ishell` ends, mm. */
-float outerRadius(int ishell)
-{
-    return static_cast<float>(ishell) * DTA;
-}
 
 ShellLattice shellLattice(int ishell)
 {
@@ -63,12 +59,15 @@ std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t o
 
 } // namespace
 
+float outerRadius(int ishell)
+{
+    return static_cast<float>(ishell) * DTA;
+}
+
 SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bool gapless)
     : axes(&latticeAxes), shellNumber(ishell), isLast(last), shell(shellLattice(ishell)),
-      reference(referenceGrid()), evaluation(evaluationGrid()), reader(selectedReader()),
-      passRateMode(Env->passRateMode), localDD(::localDD), dta(DTA), dd(DD), ddValue(DDvalue),
-      stepSize(Env->stepSize), stepsPerMmSquared(1 / (stepSize * stepSize)),
-      stepsPerDTA(DTA / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
+      reader(selectedReader()), stepsPerMmSquared(1 / (stepSize * stepSize)),
+      stepsPerDTA(dta / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
       outerSquared(shell.outerRadiusSquared()), outerWhole(std::floor(outerSquared)),
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
@@ -85,7 +84,7 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
     const std::int64_t farthestSquared = std::int64_t{outerIndex} * outerIndex;
     const bool inShell = outerIndex > 0 && farthestSquared <= wholeSquared &&
                          static_cast<float>(farthestSquared) > shell.innerRadiusSquared();
-    axisDistanceTerm = inShell ? (farthest * farthest / dta) / dta : -1.0F;
+    axisDistanceTerm = inShell ? distanceTerm(farthest * farthest, dta) : -1.0F;
     for (int a = 0; a < 3; ++a) {
         voxelsPerStep[a] = evaluation.n[a] > 1 ? stepSize / evaluation.h[a] : 0.0F;
     }
@@ -225,7 +224,7 @@ private:
         const vec3dRT p(static_cast<float>(i) * pass_.stepSize,
                         static_cast<float>(j) * pass_.stepSize,
                         static_cast<float>(k) * pass_.stepSize);
-        return (dot(p, p) / DTA) / DTA >= gammasq_;
+        return distanceTerm(dot(p, p), DTA) >= gammasq_;
     }
 
     const SearchPass& pass_;

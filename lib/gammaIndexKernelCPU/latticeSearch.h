@@ -11,13 +11,15 @@
 #include <cstdint>
 #include <vector>
 
-#include "doseGrid.h"
-#include "engineState.h"
 #include "latticeAxes.h"
+#include "searchCriteria.h"
 #include "shellLattice.h"
 
-/** What one pass reads: fixed before the pass, unchanged during it. */
-struct SearchPass {
+/** The radius at which shell `ishell` (the first is 1) ends, mm. */
+float outerRadius(int ishell);
+
+/** What one pass over a shell of the unrotated lattice reads. */
+struct SearchPass : SearchCriteria {
     /**
      * The pass of shell `ishell` (the first is 1), `last` if no pass follows it.
      * `gapless` tells whether the earlier shells left out no lattice point.
@@ -33,15 +35,7 @@ struct SearchPass {
     int shellNumber;
     bool isLast;
     ShellLattice shell;
-    DoseGrid reference;
-    DoseGrid evaluation;
     Reader reader;
-    bool passRateMode;
-    bool localDD;
-    float dta;                 ///< mm
-    float dd;                  ///< %
-    float ddValue;             ///< Gy, criterion unless localDD
-    float stepSize;            ///< mm
     float stepsPerMmSquared;   ///< 1 / mm^2
     float stepsPerDTA;         ///< lattice steps per DTA
     std::int32_t outerIndex;   ///< largest lattice index of the shell

@@ -14,6 +14,7 @@
 #ifndef ZARNGI_LATTICESEARCHPATH_H
 #define ZARNGI_LATTICESEARCHPATH_H
 
+#include "gammaTerm.h"
 #include "lanes.h"
 #include "latticeSearch.h"
 
@@ -130,7 +131,7 @@ public:
         referenceDose_ =
             doseAtPoint(pass_.reference.map, pass_.reference.n, sample_[0]->inReference,
                         sample_[1]->inReference, sample_[2]->inReference, pass_.reader);
-        delta_ = pass_.localDD ? (referenceDose_ * pass_.dd) / 100 : pass_.ddValue;
+        delta_ = doseCriterion(pass_.localDD, referenceDose_, pass_.dd, pass_.ddValue);
         // With a criterion of 0 or not a number no point has a gamma^2 that is finite.
         if (!(delta_ < 0 || delta_ > 0)) {
             return;
@@ -253,7 +254,7 @@ private:
         if (u * u + r2 * pass_.stepsPerMmSquared > threshold_) {
             return;
         }
-        const float Gammasq = ((DDterm * DDterm) / delta_) / delta_ + (r2 / pass_.dta) / pass_.dta;
+        const float Gammasq = gammaSquared(DDterm, delta_, distanceTerm(r2, pass_.dta));
         // Of points with equal gamma^2 the nearest one counts, as when they are visited in order.
         if (Gammasq < best_ || (Gammasq == best_ && r2 < bestDistanceSquared_)) {
             best_ = Gammasq;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <tuple>
 
+#include "gammaTerm.h"
 #include "latticeSearch.h"
 #include "rotation.h"
 
@@ -64,9 +65,7 @@ std::vector<Group> findGroups(const std::vector<GroupedPoint>& points)
 } // namespace
 
 RotatedPoints::RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAxes& latticeAxes)
-    : axes(&latticeAxes), reference(referenceGrid()), evaluation(evaluationGrid()),
-      passRateMode(Env->passRateMode), localDD(::localDD), dta(DTA), dd(DD), ddValue(DDvalue),
-      stepSize(Env->stepSize), wholeSquared(SearchPass(latticeAxes, 1, true, true).wholeSquared)
+    : axes(&latticeAxes), wholeSquared(SearchPass(latticeAxes, 1, true, true).wholeSquared)
 {
     std::copy(&Rot[0][0], &Rot[0][0] + 9, &rotation[0][0]);
     const std::vector<GroupedPoint> grouped = groupPoints(points);
@@ -77,7 +76,7 @@ RotatedPoints::RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAx
         farthest = std::max(farthest, dot(p.rotated, p.rotated));
     }
     reach = std::sqrt(farthest);
-    largestDistanceTerm = (farthest / dta) / dta;
+    largestDistanceTerm = distanceTerm(farthest, dta);
     const std::size_t room = groups.size() + groupSize;
     nearest.resize(room);
     for (int a = 0; a < 3; ++a) {

@@ -11,12 +11,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "doseGrid.h"
-#include "engineState.h"
 #include "latticeAxes.h"
+#include "searchCriteria.h"
 
 /** A shell's rotated points, group by group, nearest group first. */
-struct RotatedPoints {
+struct RotatedPoints : SearchCriteria {
     /** Rotates `points` (mm) by Rot. */
     RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAxes& axes);
 
@@ -24,14 +23,6 @@ struct RotatedPoints {
     static constexpr int groupSize = 16;
 
     const LatticeAxes* axes;
-    DoseGrid reference;
-    DoseGrid evaluation;
-    bool passRateMode;
-    bool localDD;
-    float dta;      ///< mm
-    float dd;       ///< %
-    float ddValue;  ///< Gy, criterion unless localDD
-    float stepSize; ///< mm
     float rotation[3][3];
     std::int64_t wholeSquared; ///< up to this squared radius in steps no point is left out
     std::int32_t groupCount;

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_POINTSEARCHPATH_H
 #define ZARNGI_POINTSEARCHPATH_H
 
+#include "gammaTerm.h"
 #include "lanes.h"
 #include "pointSearch.h"
 
@@ -41,7 +42,7 @@ public:
         referenceDose_ =
             doseAtPoint(points_.reference.map, points_.reference.n, sample_[0]->inReference,
                         sample_[1]->inReference, sample_[2]->inReference, Reader::trilinear);
-        delta_ = points_.localDD ? (referenceDose_ * points_.dd) / 100 : points_.ddValue;
+        delta_ = doseCriterion(points_.localDD, referenceDose_, points_.dd, points_.ddValue);
         const float criterion = delta_ < 0 ? -delta_ : delta_;
         perGy_ = 1.0F / criterion;
         perMm_ = 1.0F / points_.dta;
@@ -329,7 +330,7 @@ void RotatedSearch::consider(const float (&sphPos)[3])
                                    axis[2], Reader::trilinear);
     const float r2 = (sphPos[0] * sphPos[0] + sphPos[1] * sphPos[1]) + sphPos[2] * sphPos[2];
     const float DDterm = dose - referenceDose_;
-    const float Gammasq = ((DDterm * DDterm) / delta_) / delta_ + (r2 / points_.dta) / points_.dta;
+    const float Gammasq = gammaSquared(DDterm, delta_, distanceTerm(r2, points_.dta));
     if (Gammasq < best_ || (Gammasq == best_ && r2 < bestDistanceSquared_)) {
         best_ = Gammasq;
         bestDistanceSquared_ = r2;

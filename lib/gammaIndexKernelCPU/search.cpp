@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "doseGrid.h"
+#include "gammaTerm.h"
 #include "rotation.h"
 #include "vectorPath.h"
 
@@ -23,7 +24,7 @@ bool insideEvaluationBox(const vec3dRT& p)
 void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
 {
     const float IntRefDose = doseAt(referenceGrid(), refPos);
-    const float delta = localDD ? (IntRefDose * DD) / 100 : DDvalue;
+    const float delta = doseCriterion(localDD, IntRefDose, DD, DDvalue);
     for (vec3dRT sphPos : *evalPoints) {
         if (Env->randomRotation) {
             applyRotation(Rot, sphPos);
@@ -34,8 +35,8 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
         }
         const float DDterm = doseAt(evaluationGrid(), evPos) - IntRefDose;
         const float r2_now = dot(sphPos, sphPos);
-        const float distanceTerm = (r2_now / DTA) / DTA;
-        const float Gammasq = ((DDterm * DDterm) / delta) / delta + distanceTerm;
+        const float distance = distanceTerm(r2_now, DTA);
+        const float Gammasq = gammaSquared(DDterm, delta, distance);
         if (voxel.gammasq > Gammasq) {
             voxel.gammasq = Gammasq;
             voxel.distanceMinGamma = std::sqrt(r2_now);
@@ -43,7 +44,7 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
         if (Gammasq <= 1.0F) {
             voxel.passed = true;
         }
-        if (distanceTerm >= voxel.gammasq) {
+        if (distance >= voxel.gammasq) {
             voxel.stopSearching = true;
             return;
         }

@@ -7,6 +7,7 @@
 
 #include "doseGrid.h"
 #include "engineState.h"
+#include "gammaTerm.h"
 
 namespace
 {
@@ -36,7 +37,7 @@ bool agreesAtCentre(int ivxl, float referenceDose)
 {
     const vec3dRT pos = centerPosition(ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
     const float Dev = doseAt(evaluationGrid(), pos);
-    const float criterion = localDD ? referenceDose * DD / 100 : DDvalue;
+    const float criterion = doseCriterion(localDD, referenceDose, DD, DDvalue);
     return std::fabs(referenceDose - Dev) <= criterion;
 }
 
