@@ -1,4 +1,6 @@
-#include "latticeSearchPath.h"
+#include "latticeCandidates.h"
+#include "latticeCells.h"
+#include "latticeVoxels.h"
 
 void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel)
 {

@@ -1,4 +1,6 @@
-#include "latticeSearchPath.h"
+#include "latticeCandidates.h"
+#include "latticeCells.h"
+#include "latticeVoxels.h"
 
 void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel)
 {
