@@ -1,5 +1,6 @@
 // How fast the gamma search is: against the plain search, and in itself. Ratios of times taken in
 // turn within one run; docs/performance.md explains the columns.
+#include <cstdio>
 #include <iostream>
 
 #include "commonOptions.h"
@@ -39,24 +40,29 @@ bool measure(const bench::Options& options)
     return plainAgrees && limitsAgree;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     CLI::App app("The gamma search against the plain search, and its limits.");
     bench::Options options;
     declare(app, options);
     CLI11_PARSE(app, argc, argv);
+    zarnGI_init();
+    const bool allAgree = measure(options);
+    zarnGI_reset();
+    if (!allAgree) {
+        std::cerr << "zarngi_bench: results differ\n";
+    }
+    return allAgree ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
     try {
-        zarnGI_init();
-        const bool allAgree = measure(options);
-        zarnGI_reset();
-        if (!allAgree) {
-            std::cerr << "zarngi_bench: results differ\n";
-        }
-        return allAgree ? EXIT_SUCCESS : EXIT_FAILURE;
+        return run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "zarngi_bench: " << error.what() << "\n";
+        std::fprintf(stderr, "zarngi_bench: %s\n", error.what());
         return EXIT_FAILURE;
     }
 }

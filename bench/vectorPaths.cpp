@@ -1,5 +1,6 @@
 // The search on each vector path this CPU runs: none may be slower than the one below it.
 #include <algorithm>
+#include <cstdio>
 #include <iostream>
 #include <vector>
 
@@ -107,24 +108,29 @@ bool measure(const Options& options)
     return allAgree;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     CLI::App app("The gamma search on each vector path.");
     Options options;
     declareCommon(app, options);
     CLI11_PARSE(app, argc, argv);
+    zarnGI_init();
+    const bool allAgree = measure(options);
+    zarnGI_reset();
+    if (!allAgree) {
+        std::cerr << "zarngi_bench_paths: results differ\n";
+    }
+    return allAgree ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
     try {
-        zarnGI_init();
-        const bool allAgree = measure(options);
-        zarnGI_reset();
-        if (!allAgree) {
-            std::cerr << "zarngi_bench_paths: results differ\n";
-        }
-        return allAgree ? EXIT_SUCCESS : EXIT_FAILURE;
+        return run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "zarngi_bench_paths: " << error.what() << "\n";
+        std::fprintf(stderr, "zarngi_bench_paths: %s\n", error.what());
         return EXIT_FAILURE;
     }
 }
