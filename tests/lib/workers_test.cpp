@@ -14,9 +14,15 @@ const std::string header = "[  10  20  30  40  50  60  70  80  90 100]\n";
 class Workers : public LibraryTest
 {
 protected:
+    void TearDown() override
+    {
+        evalPoints = nullptr; // the points die with this test
+        LibraryTest::TearDown();
+    }
     /** Prepares one pass over a row of `count` voxels of equal dose. */
     void preparePass(std::size_t count, int threads)
     {
+        evalPoints = nullptr;
         setCriteria(1, 3, 10);
         setRef(makeRow(std::vector<float>(count, 1.0F), 2));
         setEval(makeRow(std::vector<float>(count, 1.0F), 2));
