@@ -92,6 +92,7 @@ void searchLatticeShell(const SearchPass& shell)
 {
     LatticePass pass(shell, workerCount());
     latticePass = &pass;
+    evalPoints = nullptr; // a list that the host left there would be searched instead
     const PassGuard guard;
     evaluation();
 }

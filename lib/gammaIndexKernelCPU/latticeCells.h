@@ -289,14 +289,14 @@ void VoxelSearch::searchBlock(const Block& block, const Column& column)
     const F offset = Lanes::all(block.zCell->offset);
     const F zFirst = Lanes::all(static_cast<float>(block.z.first));
     const F zLast = Lanes::all(static_cast<float>(block.z.last));
-    const F outer = Lanes::all(pass_.outerWhole);
+    const F outer = Lanes::all(pass_.outerRim);
     // Below this no point within the threshold lies outside the shell's sphere.
     const bool rimMatters =
         Lanes::notGreater(threshold, Lanes::all(static_cast<float>(pass_.wholeSquared))) !=
         Lanes::everyLane;
     const AxisWindow& yWindow = scratch_.window[1];
     const LatticeInterval lanesRange{column.first, column.first + Lanes::width - 1};
-    const float yRoom = smaller(threshold_, pass_.outerWhole) + 0.01F -
+    const float yRoom = smaller(threshold_, pass_.outerRim) + 0.01F -
                         squareOf(nearestToZero(block.z)) - squareOf(nearestToZero(lanesRange));
     if (yRoom < 0) {
         return;
@@ -355,7 +355,7 @@ void VoxelSearch::searchBlock(const Block& block, const Column& column)
 void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block, float margin)
 {
     const CellRun& cell = *block.zCell;
-    const float room = pass_.outerWhole - (squareOf(i) + squareOf(j));
+    const float room = pass_.outerRim - (squareOf(i) + squareOf(j));
     const auto rim = static_cast<std::int32_t>(__builtin_sqrtf(room + 0.01F));
     const LatticeInterval range = common(block.z, {-rim, rim});
     if (range.empty()) {

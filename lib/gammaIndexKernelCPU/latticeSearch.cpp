@@ -69,6 +69,7 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
       reader(selectedReader()), stepsPerMmSquared(1 / (stepSize * stepSize)),
       stepsPerDTA(dta / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
       outerSquared(shell.outerRadiusSquared()), outerWhole(std::floor(outerSquared)),
+      outerRim(outerWhole * (1 + 0x1p-21F)),
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
       // Relative error of f and of the exact gamma^2: some 20 roundings each.

@@ -41,6 +41,7 @@ struct SearchPass : SearchCriteria {
     std::int32_t outerIndex;   ///< largest lattice index of the shell
     float outerSquared;        ///< outer squared radius in steps
     float outerWhole;          ///< the largest whole number in it
+    float outerRim;            ///< raised by the rounding of sums of squares beyond 4096 steps
     float largestDistanceTerm; ///< gamma^2: no distance term of the shell exceeds it
     float axisDistanceTerm;    ///< gamma^2, distance term of the shell's farthest point on an axis;
                                ///< -1: unknown

@@ -81,7 +81,7 @@ void VoxelSearch::considerVoxel(const VoxelRun& x, const VoxelRun& y, const Voxe
     const float squared = squareOf(x.nearest) + squareOf(y.nearest) + squareOf(z.nearest);
     const bool interpolated = x.point.zone == Zone::centre && y.point.zone == Zone::centre &&
                               z.point.zone == Zone::centre;
-    if (squared > threshold_ || squared > pass_.outerWhole || interpolated) {
+    if (squared > threshold_ || squared > pass_.outerRim || interpolated) {
         return;
     }
     const float dose = doseOf({x.point, y.point, z.point});
