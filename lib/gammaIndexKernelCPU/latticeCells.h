@@ -379,6 +379,21 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block
         consider(planar ? c0 : mix(c0, c1, fraction), i, j, k);
         return true;
     };
+    const auto considerAll = [&](std::int32_t from, std::int32_t to, std::int32_t done) {
+        for (std::int32_t k = from; k <= to; ++k) {
+            if (k != done) {
+                considerAt(k);
+            }
+        }
+    };
+    if (planar) {
+        // The dose is the same along the run: the nearest point of it is enough, if it is one.
+        const std::int32_t nearest = nearestToZero(range);
+        if (!considerAt(nearest)) {
+            considerAll(range.first, range.last, nearest);
+        }
+        return;
+    }
     const double u0 = (static_cast<double>(c0) - static_cast<double>(referenceDose_)) *
                       static_cast<double>(scale_);
     const double rise =
@@ -392,32 +407,27 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block
     const double first = range.first;
     const double last = range.last;
     if (!(lowest - lowest == 0) || !(curvature - curvature == 0)) {
-        for (std::int32_t k = range.first; k <= range.last; ++k) {
-            considerAt(k);
-        }
+        considerAll(range.first, range.last, range.last + 1);
         return;
     }
     const auto centre =
         static_cast<std::int32_t>(__builtin_floor(clamped(lowest, first, last) + 0.5));
-    const bool centreIsMember = considerAt(centre);
-    if (centreIsMember && planar) {
-        return; // the dose is the same along the run, and no point of it is nearer
-    }
+    considerAt(centre);
     const double allowed = static_cast<double>(threshold_) +
                            static_cast<double>(margin) *
                                (2 * static_cast<double>(root_) + static_cast<double>(margin));
-    const double excess = larger((allowed - least) / curvature, 0.0);
     // One hundredth of a step covers the rounding of `lowest`.
-    const double width = __builtin_sqrt(excess) + 0.01;
-    const auto kFirst =
-        static_cast<std::int32_t>(__builtin_ceil(clamped(lowest - width, first, last)));
-    const auto kLast =
-        static_cast<std::int32_t>(__builtin_floor(clamped(lowest + width, first, last)));
-    for (std::int32_t k = kFirst; k <= kLast; ++k) {
-        if (k != centre) {
-            considerAt(k);
-        }
+    constexpr double rounding = 0.01;
+    const double toCentre = __builtin_fabs(lowest - static_cast<double>(centre));
+    const double toOthers = larger(1 - toCentre, 0.5) - rounding;
+    if (curvature * toOthers * toOthers + least > allowed) {
+        return;
     }
+    const double excess = larger((allowed - least) / curvature, 0.0);
+    const double width = __builtin_sqrt(excess) + rounding;
+    const double from = __builtin_ceil(clamped(lowest - width, first, last));
+    const double to = __builtin_floor(clamped(lowest + width, first, last));
+    considerAll(static_cast<std::int32_t>(from), static_cast<std::int32_t>(to), centre);
 }
 
 } // namespace
