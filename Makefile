@@ -3,12 +3,13 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo test quick-test sanitize coverage format lint clean
+.PHONY: help demo test quick-test fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
 	@echo "make test        build everything and run all tests"
 	@echo "make quick-test  the same without the long tests"
+	@echo "make fuzz        a minute of random call sequences, held to the definition of the search"
 	@echo "make sanitize    the quick tests under the address, undefined and thread sanitizers"
 	@echo "make coverage    line and branch coverage of lib/ by its tests"
 	@echo "make format      format all C and C++ sources"
@@ -29,6 +30,10 @@ test:
 
 quick-test: CTEST_ARGS += --label-exclude long
 quick-test: test
+
+fuzz:
+	scripts/install-deps.sh test
+	scripts/fuzz.sh
 
 sanitize:
 	scripts/install-deps.sh test

@@ -406,16 +406,16 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const Block& block
         a * a / curvature + static_cast<double>(squareOf(i)) + static_cast<double>(squareOf(j));
     const double first = range.first;
     const double last = range.last;
-    if (!(lowest - lowest == 0) || !(curvature - curvature == 0)) {
+    const double allowed = static_cast<double>(threshold_) +
+                           static_cast<double>(margin) *
+                               (2 * static_cast<double>(root_) + static_cast<double>(margin));
+    if (!(lowest - lowest == 0 && curvature - curvature == 0 && allowed - allowed == 0)) {
         considerAll(range.first, range.last, range.last + 1);
         return;
     }
     const auto centre =
         static_cast<std::int32_t>(__builtin_floor(clamped(lowest, first, last) + 0.5));
     considerAt(centre);
-    const double allowed = static_cast<double>(threshold_) +
-                           static_cast<double>(margin) *
-                               (2 * static_cast<double>(root_) + static_cast<double>(margin));
     // One hundredth of a step covers the rounding of `lowest`.
     constexpr double rounding = 0.01;
     const double toCentre = __builtin_fabs(lowest - static_cast<double>(centre));

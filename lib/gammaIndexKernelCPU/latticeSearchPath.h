@@ -138,6 +138,7 @@ public:
         }
         scale_ = pass_.stepsPerDTA / (delta_ < 0 ? -delta_ : delta_);
         best_ = voxel_.gammasq;
+        tame_ = squaresAreNormal();
         cap_ = largestUseful();
         limitChanged();
         tryFirstCandidates();
@@ -204,9 +205,24 @@ private:
     /** gamma^2 that a point must not exceed to matter. */
     [[nodiscard]] float limit() const { return pass_.passRateMode ? cap_ : smaller(best_, cap_); }
 
+    /**
+     * Whether squares of differences that matter are computed without underflow.
+     *
+     * The exact gamma^2 squares doses and distances before it divides. A square below 2^-126 loses
+     * up to 2^-150, or 2^-150 / criterion^2 of gamma^2; with a criterion of 2^-60 n that is below
+     * 2^-29 of the gamma^2 of the nearest points but the origin, 1 / n^2. Squares of the step are
+     * normal from 2^-63 on. Where this does not hold, every point is evaluated.
+     */
+    [[nodiscard]] bool squaresAreNormal() const
+    {
+        const float criterion = delta_ < 0 ? -delta_ : delta_;
+        return criterion >= 0x1p-60F * larger(pass_.stepsPerDTA, 1.0F) &&
+               pass_.stepSize >= 0x1p-50F;
+    }
+
     void limitChanged()
     {
-        threshold_ = limit() * pass_.thresholdPerLimit;
+        threshold_ = tame_ ? limit() * pass_.thresholdPerLimit : __builtin_inff();
         root_ = __builtin_sqrtf(threshold_);
         const std::int32_t reach = root_ < static_cast<float>(pass_.outerIndex)
                                        ? static_cast<std::int32_t>(root_)
@@ -341,6 +357,7 @@ private:
     float delta_ = 0;               ///< Gy, dose criterion
     float scale_ = 0;               ///< steps per Gy
     float cap_ = 0;                 ///< largest gamma^2 that this pass must find exactly
+    bool tame_ = true;              ///< squaresAreNormal()
     float best_ = 0;                ///< least gamma^2 so far
     float bestDistanceSquared_ = 0; ///< mm^2, of the point that gave it in this pass
     float threshold_ = 0;           ///< f above it cannot matter, but for the error of u

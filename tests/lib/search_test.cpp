@@ -258,6 +258,21 @@ TEST_F(Search, PointsOnAFaceOfTheEvaluationGridAreUsed)
     EXPECT_FLOAT_EQ(compute().gamma[0], 1.25F);
 }
 
+TEST_F(Search, SquaresThatUnderflowGiveTheBitsOfTheDefinition)
+{
+    // The dose difference of 2e-27 Gy has the square 0; only a point on the face reads the dose 0.
+    setRef(makeGrid({2, 1, 1}, {3.5F, 2.5F, 1.5F}, {4.25F, 3, 3},
+                    [](int x, int, int) { return x == 0 ? -2.38852567e+30F : 2.08645351e-27F; }));
+    setEval(makeGrid({1, 1, 2}, {3.5F, 1.5F, 3.5F}, {4.25F, 1.5F, 4.25F},
+                     [](int, int, int z) { return z == 0 ? 2.203125F : 2.09375F; }));
+    setCriteria(4, 33, 9);
+    zarnGI_setStepSize(0.5F);
+    zarnGI_setGammaSearchMax(1);
+    const Results results = compute();
+    expectSameRecords(searchByDefinition(1));
+    EXPECT_FLOAT_EQ(results.gamma[1], 0.637377441F);
+}
+
 TEST_F(Search, LocalCriterionThatVanishesNeverPasses)
 {
     // 3 % of the smallest positive dose is 0: every dose term is infinite or not a number.
