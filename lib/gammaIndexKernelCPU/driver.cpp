@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <stdexcept>
 
@@ -12,6 +13,7 @@
 #include "rotation.h"
 #include "search.h"
 #include "setup.h"
+#include "shellLattice.h"
 #include "statistics.h"
 #include "workers.h"
 
@@ -29,16 +31,23 @@ int maxShells()
     return bounded ? static_cast<int>(limit) : unlimitedShells;
 }
 
+/** Whether a length is finite and large enough for its square to be more than a rounding error. */
+bool isUsableLength(float length)
+{
+    return std::isfinite(length) && length > 0 &&
+           length * length >= std::numeric_limits<float>::min();
+}
+
 /**
  * Throws unless the search lattice is one the search can walk in bounded time and with indices in
- * range: positive finite DTA and step size, and no more than maxStepsPerDTA steps per DTA.
+ * range: finite DTA and step size whose squares do not underflow, and no more than maxStepsPerDTA
+ * steps per DTA.
  */
 void requireSearchableLattice()
 {
     constexpr float maxStepsPerDTA = 10000;
-    const float stepsPerDTA = DTA / Env->stepSize;
-    const bool searchable = std::isfinite(DTA) && DTA > 0 && std::isfinite(Env->stepSize) &&
-                            Env->stepSize > 0 && stepsPerDTA <= maxStepsPerDTA;
+    const bool searchable = isUsableLength(DTA) && isUsableLength(Env->stepSize) &&
+                            DTA / Env->stepSize <= maxStepsPerDTA;
     if (!searchable) {
         throw std::domain_error("search lattice out of range");
     }
@@ -72,11 +81,9 @@ struct PassGuard {
 /** Searches the shell by a list of its points, which can be rotated. */
 void searchListedShell(const LatticeAxes& axes, int ishell)
 {
+    requireListable(ishell);
     std::vector<vec3dRT> myPts;
-    if (anyOpenVoxelReaches(axes, outerRadius(ishell))) {
-        requireListable(ishell);
-        generatePointsInShell(myPts, outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
-    }
+    generatePointsInShell(myPts, outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
     std::optional<RotatedPoints> points;
     if (Env->randomRotation && selectedReader() == Reader::trilinear) {
         points.emplace(myPts, axes);
@@ -87,15 +94,83 @@ void searchListedShell(const LatticeAxes& axes, int ishell)
     evaluation();
 }
 
-/** Searches the shell by what is known of the lattice, without a list of its points. */
-void searchLatticeShell(const SearchPass& shell)
+/** Searches the shells, one after another, by whichever of the two ways the computation allows. */
+class ShellSearch
 {
-    LatticePass pass(shell, workerCount());
-    latticePass = &pass;
-    evalPoints = nullptr; // a list that the host left there would be searched instead
-    const PassGuard guard;
-    evaluation();
-}
+public:
+    ShellSearch(const LatticeAxes& axes, int lastShell) : axes_(axes), lastShell_(lastShell)
+    {
+        // A trace shows every dose that is read, so it needs every point visited.
+        const bool traced = selectedReader() == Reader::bilinear && bilinDebug.load();
+        listed_ = Env->randomRotation || traced;
+    }
+
+    void search(int ishell)
+    {
+        if (listed_) {
+            searchListedShell(axes_, ishell);
+        } else {
+            searchLatticeShell(ishell);
+        }
+    }
+
+    /** Goes past a shell without searching it. */
+    void skip() { gapless_ = false; }
+
+private:
+    /** Searches the shell by what is known of the lattice, without a list of its points. */
+    void searchLatticeShell(int ishell)
+    {
+        const SearchPass shell(axes_, ishell, ishell == lastShell_, gapless_);
+        LatticePass pass(shell, workerCount());
+        latticePass = &pass;
+        evalPoints = nullptr; // a list that the host left there would be searched instead
+        const PassGuard guard;
+        evaluation();
+        gapless_ = shell.isGapless();
+    }
+
+    const LatticeAxes& axes_;
+    int lastShell_;
+    bool listed_;
+    bool gapless_ = true; ///< the shells so far left out no lattice point
+};
+
+/** Tells shells in which no voxel has anything to search. */
+class IdleShells
+{
+public:
+    IdleShells(const LatticeAxes& axes, int lastShell) : axes_(axes), lastShell_(lastShell) {}
+
+    /**
+     * Whether the shell comes nowhere near the evaluation box of an open voxel, or holds no lattice
+     * point. Not the first: after it the voxels are closed that no shell reaches. The last only in
+     * the former case: it settles voxels that earlier passes left to a later one.
+     */
+    [[nodiscard]] bool holds(int ishell)
+    {
+        if (ishell == 1) {
+            return false;
+        }
+        // The rounding of positions and of rotated points.
+        const double reach = static_cast<double>(outerRadius(ishell)) * (1 + 1e-5);
+        if (!(nearest_ > reach)) {
+            nearest_ = nearestOpenVoxel(axes_, reach);
+        }
+        return nearest_ > reach || (ishell < lastShell_ && holdsNoPoint(ishell));
+    }
+
+private:
+    static bool holdsNoPoint(int ishell)
+    {
+        const ShellLattice shell(outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
+        return std::floor(shell.innerRadiusSquared()) == std::floor(shell.outerRadiusSquared());
+    }
+
+    const LatticeAxes& axes_;
+    int lastShell_;
+    double nearest_ = 0; ///< mm, no open voxel is nearer to the evaluation box
+};
 
 /** Goes outwards shell by shell until every voxel is final or the shell limit is reached. */
 void searchShells()
@@ -106,21 +181,21 @@ void searchShells()
     if (Env->randomRotation) {
         generateRandomRotationMatrix(Rot);
     }
-    // A trace shows every dose that is read, so it needs every point visited.
-    const bool traced = selectedReader() == Reader::bilinear && bilinDebug.load();
-    const bool listed = Env->randomRotation || traced;
-    bool gapless = true;
-    for (int ishell = 1; ishell <= ishellmax && (ishell == 1 || keepSearching()); ++ishell) {
+    ShellSearch shells(axes, ishellmax);
+    IdleShells idle(axes, ishellmax);
+    for (int ishell = 1; ishell <= ishellmax; ++ishell) {
         report::shell(ishell);
-        if (listed) {
-            searchListedShell(axes, ishell);
-        } else {
-            const SearchPass pass(axes, ishell, ishell == ishellmax, gapless);
-            searchLatticeShell(pass);
-            gapless = pass.isGapless();
+        if (idle.holds(ishell)) {
+            reportIdlePass();
+            shells.skip();
+            continue;
         }
+        shells.search(ishell);
         if (ishell < ishellmax) {
             closeVoxelsOutOfReach(axes, outerRadius(ishell));
+        }
+        if (!keepSearching()) {
+            break;
         }
     }
     report::searchEnded();

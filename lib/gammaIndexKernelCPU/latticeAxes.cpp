@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "engineState.h"
 #include "shellLattice.h"
@@ -153,16 +154,23 @@ LatticeAxes tabulateLatticeAxes()
     return axes;
 }
 
-bool anyOpenVoxelReaches(const LatticeAxes& axes, float rmax)
+double nearestOpenVoxel(const LatticeAxes& axes, double reach)
 {
-    // The rounding of positions and of rotated points.
-    const double reach = static_cast<double>(rmax) * (1 + 1e-5);
+    double nearest = std::numeric_limits<double>::infinity();
     const int nx = Env->nn_ref[0];
     const int ny = Env->nn_ref[1];
-    return std::any_of(activeVoxels.begin(), activeVoxels.end(), [&](const ActiveVoxel& voxel) {
+    for (const ActiveVoxel& voxel : activeVoxels) {
+        if (voxel.stopSearching) {
+            continue;
+        }
         const int index[3] = {voxel.ivxl % nx, voxel.ivxl / nx % ny, voxel.ivxl / nx / ny};
-        return !voxel.stopSearching && !(distanceToBox(axes, index) > reach);
-    });
+        const double distance = distanceToBox(axes, index);
+        if (!(distance > reach)) {
+            return distance;
+        }
+        nearest = std::min(nearest, distance);
+    }
+    return nearest;
 }
 
 void closeVoxelsOutOfReach(const LatticeAxes& axes, float rmax)

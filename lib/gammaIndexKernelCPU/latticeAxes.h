@@ -43,8 +43,11 @@ Reader selectedReader();
 /** Tabulates the axes from the grids, the step size and ptsSob_vox of the current computation. */
 LatticeAxes tabulateLatticeAxes();
 
-/** Whether the evaluation box comes within the radius rmax (mm) of some open voxel. */
-bool anyOpenVoxelReaches(const LatticeAxes& axes, float rmax);
+/**
+ * Distance (mm) from the evaluation box to the sample point of the open voxel nearest to it. Ends
+ * at the first voxel within `reach`: a result of at most `reach` need not be the smallest.
+ */
+double nearestOpenVoxel(const LatticeAxes& axes, double reach);
 
 /**
  * Closes (stopSearching) every open voxel for which no lattice point outside the radius rmax (mm)

@@ -159,6 +159,11 @@ void searchEnded()
     }
 }
 
+bool showsProgress()
+{
+    return verboseReport();
+}
+
 void progressHeader()
 {
     if (verboseReport()) {

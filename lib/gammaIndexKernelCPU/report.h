@@ -27,6 +27,8 @@ void threads();
 /** Announces the pass of shell `ishell` (the first is 1). */
 void shell(int ishell);
 void searchEnded();
+/** Whether the verbosity shows the progress bar. */
+bool showsProgress();
 /** The progress bar of a pass: header, one mark per 2.5 %, end. */
 void progressHeader();
 void progressMark();

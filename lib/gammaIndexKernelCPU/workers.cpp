@@ -87,6 +87,17 @@ void evaluation()
     pthread_attr_destroy(&joinable);
 }
 
+void reportIdlePass()
+{
+    if (!report::showsProgress()) {
+        return;
+    }
+    const auto step = static_cast<std::size_t>(pthreads_max_num);
+    report::progressHeader();
+    ProgressBar(activeVoxels.size()).advanceTo((activeVoxels.size() - 1) / step * step);
+    report::progressEnd();
+}
+
 void* kernelOnCPU(void* info)
 {
     const threadInfo& worker = *static_cast<const threadInfo*>(info);

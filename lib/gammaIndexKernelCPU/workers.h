@@ -24,6 +24,9 @@ std::size_t workerCount();
  */
 ZARNGI_API void evaluation();
 
+/** Shows what a pass shows of its progress, for one in which no voxel has anything to search. */
+void reportIdlePass();
+
 /**
  * Start routine of a worker: searches the active voxels i with i mod num_threads = thread_num, in
  * increasing i. Worker 0 also draws the progress bar.

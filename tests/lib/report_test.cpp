@@ -176,6 +176,23 @@ TEST_F(Report, AllVoxelsFinalAfterTheFirstShell)
     EXPECT_EQ(atVerbosity(3), "\tsearching from 0 to DTA\n");
 }
 
+TEST_F(Report, ShellsThatReachNothingAreReportedLikeOthers)
+{
+    Grid far = makeRow({2}, 10);
+    far.x0[0] = 40; // 15 mm from the last voxel's centre
+    setEval(far);
+    const std::string text = atVerbosity(5);
+    std::string expected;
+    for (int shell = 1; shell <= 5; ++shell) {
+        expected +=
+            "\tsearching from " +
+            (shell == 1 ? "0 to DTA"
+                        : std::to_string(shell - 1) + "*DTA to " + std::to_string(shell) + "*DTA") +
+            "\n" + progressOfThreeVoxels;
+    }
+    EXPECT_NE(text.find(expected), std::string::npos) << text;
+}
+
 TEST_F(Report, OtherCallsPrintNothing)
 {
     zarnGI_setVerbose(5);

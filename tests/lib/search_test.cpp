@@ -41,7 +41,7 @@ void expectSameRecords(const std::vector<DefinedVoxel>& expected)
 class RandomProblem
 {
 public:
-    explicit RandomProblem(unsigned seed) : random_(seed) {}
+    explicit RandomProblem(unsigned seed) : random_(seed), rare_(~seed) {}
 
     /** Hands a problem over to the library and returns its number of shells. */
     int handOver()
@@ -58,13 +58,23 @@ public:
         zarnGI_setRandomRotation(chance(0.2));
         Env->gammaindex2D = chance(0.2);
         zarnGI_setNumThreads(1 + static_cast<int>(random_() % 4));
-        const int shells = 1 + static_cast<int>(random_() % 3);
+        int shells = 1 + static_cast<int>(random_() % 3);
+        if (rarely()) {
+            zarnGI_setStepSize(2.7F * DTA); // most shells hold no lattice point
+            shells += 4;
+        }
+        if (rarely()) {
+            distance_ = 3 * DTA; // most shells do not reach the evaluation grid
+            shells += 4;
+        }
         zarnGI_setGammaSearchMax(static_cast<float>(shells));
         handOverGrids();
         return shells;
     }
 
 private:
+    /** Drawn apart from all else. */
+    bool rarely() { return rare_() % 12 == 0; }
     bool chance(double probability) { return uniform(0, 1) < static_cast<float>(probability); }
     float uniform(float low, float high)
     {
@@ -114,10 +124,14 @@ private:
                 x0Eval[a] += uniform(-3, 3);
             }
         }
-        ASSERT_EQ(setEval(field(sizes(9), hsEval, x0Eval)), ZARNGI_OK);
+        std::array<int, 3> nnEval = sizes(9);
+        x0Eval[0] -= distance_ > 0 ? static_cast<float>(nnEval[0]) * hsEval[0] + distance_ : 0;
+        ASSERT_EQ(setEval(field(nnEval, hsEval, x0Eval)), ZARNGI_OK);
     }
 
     std::mt19937 random_;
+    std::mt19937 rare_;
+    float distance_ = 0; ///< mm, between the grids along x
 };
 
 class RandomProblems : public LibraryTest, public testing::WithParamInterface<unsigned>
