@@ -13,6 +13,7 @@ test_packages="
     libgtest-dev libbenchmark-dev
     python3-dev python3-pip python3-setuptools python3-venv python3-wheel
     python3-pytest python3-numpy python3-matplotlib python3-nibabel python3-pydicom
+    python3-markdown-it
     chromium doxygen graphviz"
 
 case "${1:-}" in

@@ -1,0 +1,26 @@
+"""The commands of the pages that the tests do not run, each with its reason."""
+
+BUILDS = "builds the project, of whose tests this is one"
+MEASURES = "measures for minutes"
+
+NOT_RUN = {
+    "zarngi compare": "a name in a sentence, without the files",
+    "make demo": "installs packages and builds; the demo itself is run for the table of the README",
+    "make test": BUILDS,
+    "make quick-test": BUILDS,
+    "make sanitize": BUILDS,
+    "make coverage": BUILDS,
+    "make fuzz": BUILDS,
+    "make format": "changes the sources",
+    "make lint": "takes minutes",
+    "scripts/install-deps.sh test": "installs packages",
+    "cmake --preset release && cmake --build --preset release && ctest --preset release": BUILDS,
+    "cmake --preset release && cmake --build --preset release": BUILDS,
+    "ctest -L bench": "tests run by a test",
+    "build/release/bench/zarngi_bench --scale --growth | tee bench.txt": MEASURES,
+    "build/release/bench/zarngi_bench_paths | tee paths.txt": MEASURES,
+    "scripts/bench-table.sh --update bench.txt paths.txt": "changes the page",
+    "PYTHONPATH=build/release/python /usr/bin/python3 bench/python_overhead.py": MEASURES,
+    "ldconfig": "changes the machine; the tests name the library's folder instead",
+    "pip install --no-build-isolation --no-deps ./python": "builds; tests/python/test_install.py",
+}

@@ -1,0 +1,132 @@
+"""Figures, members, files, presets and links that the documentation names are the real ones."""
+
+import json
+import re
+
+import pytest
+from pages import PAGES, PROJECT, anchor, read_page
+from workshop import DATA, Workshop
+
+# Columns of figures, and where the record of a comparison has them.
+FIGURES = {
+    "tested voxels": "tested",
+    "passed": "passed",
+    "unreached": "unreached",
+    "pass rate": "passRate",
+    "mean gamma": "mean",
+    "maximum gamma": "max",
+}
+HEAD_NECK = "../shared/data/head_neck_day1.nrrd ../shared/data/head_neck_day2.nrrd"
+
+
+@pytest.fixture
+def workshop(tmp_path):
+    return Workshop(tmp_path)
+
+
+def needs_data():
+    if not DATA.is_dir():
+        pytest.skip(f"{DATA} is absent")
+
+
+def compare(workshop, arguments):
+    """The record of a comparison."""
+    workshop.run_shell(f"zarngi compare {arguments} --json record.json")
+    return json.loads((workshop.folder / "record.json").read_text())
+
+
+def assert_figures(columns, cells, criterion):
+    """Every figure of a row is the computed one, in the digits that are shown."""
+    shown = {FIGURES[name]: cell for name, cell in zip(columns, cells) if name in FIGURES}
+    assert shown
+    for member, cell in shown.items():
+        figure = re.sub(r"[ %]", "", cell)
+        decimals = len(figure.partition(".")[2])
+        assert f"{criterion[member]:.{decimals}f}" == figure, f"{cells}: {member}"
+
+
+def test_figures_of_the_readme(workshop):
+    needs_data()
+    workshop.run_shell("zarngi demo")
+    demo = json.loads((workshop.folder / "zarngi-demo/result.json").read_text())
+    head_neck = compare(workshop, f"{HEAD_NECK} -c 3%/3mm -c 2%/2mm")
+    (table,) = read_page("README.md").tables
+    columns, *rows = table
+    for row in rows:
+        record = demo if row[0].startswith("demo") else head_neck
+        label = re.fullmatch(r"(\d) % global, (\d) mm", row[1]).expand(r"\1%/\2mm")
+        (criterion,) = [c for c in record["criteria"] if c["label"] == label]
+        assert_figures(columns, row, criterion)
+
+
+def test_figures_of_the_accuracy_page(workshop):
+    """Rows that start with arguments of `zarngi compare`."""
+    needs_data()
+    tables = [t for t in read_page("docs/accuracy.md").tables if t[0][0] == "arguments"]
+    computed = {}
+    for columns, *rows in tables:
+        for row in rows:
+            arguments = row[0] if ".nrrd" in row[0] else f"day1.nrrd day2.nrrd {row[0]}"
+            arguments = re.sub(r"\bday([12])", r"../shared/data/head_neck_day\1", arguments)
+            if arguments not in computed:
+                computed[arguments] = compare(workshop, arguments)["criteria"][0]
+            assert_figures(columns, row, computed[arguments])
+    assert len(computed) > 20
+
+
+def test_members_of_the_json_record(workshop):
+    """The tables of docs/json.md are: record, file, grid, criterion."""
+    record = compare(workshop, "planned.dcm measured.mha")
+    mhd = compare(workshop, "planned.nrrd planned.nrrd --pass-rate-only")
+    objects = [
+        [record, mhd],
+        list(record["files"].values()),
+        list(record["grids"].values()),
+        record["criteria"] + mhd["criteria"],
+    ]
+    # Present only with a file of values apart from its header.
+    optional = {"data"}
+    for table, actual in zip(read_page("docs/json.md").tables, objects, strict=True):
+        told = {name for row in table[1:] for name in row[0].split(", ")}
+        assert set().union(*actual) == told - optional
+
+
+def test_files_named_by_the_architecture_exist():
+    page = read_page("docs/architecture.md")
+    diagram = "".join(block.text for block in page.blocks if block.kind == "text")
+    named = set(re.findall(r"[\w*]+\.(?:cpp|h)\b", diagram + " ".join(page.inline_code)))
+    assert len(named) > 10
+    for name in named:
+        assert list(PROJECT.glob(f"lib/**/{name}")), name
+    folders = {code for code in page.inline_code if code.endswith("/")}
+    assert {f"{p.name}/" for p in PROJECT.iterdir() if (p / "CMakeLists.txt").exists()} <= folders
+    sources = {path.name for path in PROJECT.glob("lib/**/*.cpp")}
+    patterns = [re.compile(re.escape(name).replace(r"\*", r"\w*")) for name in named]
+    assert [s for s in sources if not any(p.fullmatch(s) for p in patterns)] == []
+
+
+def test_presets_are_told():
+    presets = json.loads((PROJECT / "CMakePresets.json").read_text())["configurePresets"]
+    (table,) = read_page("CONTRIBUTING.md").tables
+    assert {name for row in table[1:] for name in row[0].split(", ")} == {
+        preset["name"] for preset in presets
+    }
+
+
+@pytest.mark.parametrize("name", [*PAGES, "python/README.md", "report/README.md"])
+def test_links_lead_somewhere(name):
+    page = read_page(name)
+    for link in page.links:
+        if link.startswith("http"):
+            continue
+        target, _, place = link.partition("#")
+        path = (PROJECT / name).parent / target if target else PROJECT / name
+        assert path.exists(), link
+        if place:
+            linked = read_page(str(path.resolve().relative_to(PROJECT)))
+            assert place in map(anchor, linked.headings), link
+
+
+def test_every_page_is_linked_from_the_readme():
+    links = read_page("README.md").links
+    assert [page for page in PAGES if page not in links and page != "README.md"] == []

@@ -1,0 +1,103 @@
+"""A folder that looks like the project after a build, in which the pages' commands run."""
+
+import os
+import subprocess
+import sys
+from pathlib import Path
+
+import doses  # tests/cli
+from pages import PROJECT
+
+BUILD = Path(os.environ["ZARNGI_BUILD_DIR"])
+DATA = PROJECT.parent / "shared" / "data"
+# What the pages call the files that a reader has.
+REFERENCES = ("planned", "plan")
+EVALUATIONS = ("measured", "delivered")
+WRITERS = {".dcm": doses.write_dicom, ".nrrd": doses.write_nrrd, ".mha": doses.write_mha}
+
+C_FRAME = """
+#include <libZarnGI.h>
+int main(void)
+{
+    int nn[3] = {2, 2, 2};
+    float hs[3] = {2, 2, 2};
+    float x0[3] = {0, 0, 0};
+    float reference[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+    float evaluation[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+    float gamma[8] = {2};
+    float passRate = 0;
+%s
+    return passRate == 100 && gamma[0] == 0 ? 0 : 1;
+}
+"""
+CMAKE_FRAME = """
+cmake_minimum_required(VERSION 3.16)
+project(excerpt LANGUAGES CXX)
+add_executable(compare_doses ${PROJECT_SOURCE_DIR}/../../examples/cpp/compare_doses.cpp)
+%s
+"""
+
+
+def link_project(folder):
+    """Everything of the project but its builds, under the names that the pages use."""
+    for entry in PROJECT.iterdir():
+        if entry.name not in ("build", ".git"):
+            (folder / entry.name).symlink_to(entry)
+    (folder / "build").mkdir()
+    (folder / "build" / "release").symlink_to(BUILD)
+    if DATA.is_dir():
+        (folder.parent / "shared").symlink_to(DATA.parent)
+
+
+def write_samples(folder):
+    for names, dose in zip((REFERENCES, EVALUATIONS), doses.pair()):
+        for name in names:
+            for suffix, write in WRITERS.items():
+                write(folder / (name + suffix), dose)
+
+
+class Workshop:
+    def __init__(self, place):
+        self.folder = place / "project"
+        self.folder.mkdir()
+        link_project(self.folder)
+        write_samples(self.folder)
+        root = place / "root"
+        library = root / os.environ["ZARNGI_LIBDIR"].lstrip("/")
+        self.environment = os.environ | {
+            "DESTDIR": str(root),
+            "PATH": f"{BUILD / 'cli'}:{os.environ['PATH']}",
+            "PKG_CONFIG_PATH": str(library / "pkgconfig"),
+            "LD_LIBRARY_PATH": str(library),
+            "CMAKE_PREFIX_PATH": str(library.parent),
+        }
+
+    def run(self, command, **options):
+        """Standard output of a command that must succeed and has nothing to complain of."""
+        done = subprocess.run(
+            command, cwd=self.folder, env=self.environment, capture_output=True, text=True,
+            timeout=60, check=False, **options,
+        )  # fmt: skip
+        assert done.returncode == 0, f"{command}\n{done.stdout}{done.stderr}"
+        return done.stdout
+
+    def run_shell(self, command):
+        return self.run(["bash", "-e", "-o", "pipefail", "-c", command])
+
+    def run_program(self, text):
+        """A Python program, given two dose files."""
+        return self.run([sys.executable, "-c", text, "planned.mha", "delivered.mha"])
+
+    def run_c(self, text):
+        (self.folder / "excerpt.c").write_text(C_FRAME % text)
+        self.run_shell(
+            "cc -std=c11 -Wall -Wextra -Werror -Ilib excerpt.c -Lbuild/release/lib -lZarnGI"
+            " -Wl,-rpath,build/release/lib -o excerpt && ./excerpt"
+        )
+
+    def run_cmake(self, text):
+        excerpt = self.folder / "build" / "excerpt"
+        excerpt.mkdir()
+        (excerpt / "CMakeLists.txt").write_text(CMAKE_FRAME % text)
+        self.run_shell("cmake -S build/excerpt -B build/excerpt/out && "
+                       "cmake --build build/excerpt/out && build/excerpt/out/compare_doses")
