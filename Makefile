@@ -3,12 +3,13 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo test quick-test fuzz sanitize coverage format lint clean
+.PHONY: help demo test quick-test docs fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
 	@echo "make test        build everything and run all tests"
 	@echo "make quick-test  the same without the long tests"
+	@echo "make docs        the reference of the headers, in build/docs/html"
 	@echo "make fuzz        a minute of random call sequences, held to the definition of the search"
 	@echo "make sanitize    the quick tests under the address, undefined and thread sanitizers"
 	@echo "make coverage    line and branch coverage of lib/ by its tests"
@@ -30,6 +31,10 @@ test:
 
 quick-test: CTEST_ARGS += --label-exclude long
 quick-test: test
+
+docs:
+	scripts/install-deps.sh test
+	scripts/reference.sh
 
 fuzz:
 	scripts/install-deps.sh test

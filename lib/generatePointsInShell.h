@@ -12,11 +12,17 @@
 
 /** A lattice point during the generation: whole-number coordinates and their squared radius. */
 struct point4d {
-    float x, y, z;
+    float x;   ///< a whole number, lattice units
+    float y;   ///< a whole number, lattice units
+    float z;   ///< a whole number, lattice units
     float rsq; ///< x*x + y*y + z*z in lattice units, formed as an integer, then rounded to float
 };
 
-/** Ordering of lattice points: a lies nearer to the origin than b. */
+/**
+ * Ordering of lattice points by distance.
+ * @param a, b lattice points.
+ * @return whether a lies nearer to the origin than b.
+ */
 ZARNGI_API bool myfunction(const point4d& a, const point4d& b);
 
 /**

@@ -21,12 +21,16 @@ template <class T> struct idx3d {
     };
 
     constexpr idx3d() : v{T(), T(), T()} {}
+    /** Of three components. */
     constexpr idx3d(T x_, T y_, T z_) : v{x_, y_, z_} {}
 
+    /** Component i, 0 to 2; not checked. */
     constexpr T& operator[](int i) { return v[i]; }
+    /** Component i, 0 to 2; not checked. */
     constexpr const T& operator[](int i) const { return v[i]; }
 };
 
+/** Voxel indices. */
 using i3d = idx3d<int>;
 
 #endif

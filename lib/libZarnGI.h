@@ -5,10 +5,12 @@
  * The library compares a reference and an evaluation dose grid. For every reference voxel above a
  * dose cut-off it searches the evaluation dose around the voxel's centre for the smallest
  *
- *     gamma^2 = (dose difference / DD)^2 + (distance / DTA)^2
+ *     gamma^2 = (dose difference / delta)^2 + (distance / DTA)^2
  *
  * (D. A. Low et al., Med. Phys. 25 (1998) 656-661), on a cubic lattice of spacing stepSize, in
- * spherical shells of width DTA. A voxel passes when gamma^2 <= 1.
+ * spherical shells of width DTA. delta is DD percent of the normalisation dose (global) or of the
+ * voxel's own dose (local). A voxel passes when gamma^2 <= 1; gamma is the root of the least
+ * gamma^2.
  *
  * A host calls, in this order:
  *  1. zarnGI_init(), once;
@@ -88,7 +90,8 @@ ZARNGI_API extern libraryStatus libStatus;
 /** The version of the library, "4.1". */
 ZARNGI_API extern const char* const VERSION_STRING;
 
-/* ---- Lifecycle and results ------------------------------------------------------------------ */
+/** @name Lifecycle and results */
+/** @{ */
 
 /**
  * Creates the environment and resets it. Called again, it releases the grids and resets the same
@@ -108,7 +111,7 @@ ZARNGI_API int zarnGI_reset(void);
 
 /**
  * Writes the version text, filled up with NUL bytes to ZARNGI_VERSION_BUFFER_SIZE bytes.
- * @param version buffer of at least ZARNGI_VERSION_BUFFER_SIZE bytes.
+ * @param[out] version buffer of at least ZARNGI_VERSION_BUFFER_SIZE bytes.
  * @return ZARNGI_OK; ZARNGI_NULL_POINTER when version is null.
  */
 ZARNGI_API int zarnGI_version(char* version);
@@ -144,7 +147,7 @@ ZARNGI_API int zarnGI_startComputation(void);
  * Copies the gamma map: for each tested voxel its gamma value (1e10 when no search point lay in
  * the evaluation grid), or in pass-rate mode 1 for passed and 0 for failed; -1 for voxels not
  * tested.
- * @param gamma buffer of as many floats as the reference grid has voxels, x fastest.
+ * @param[out] gamma buffer of as many floats as the reference grid has voxels, x fastest.
  * @return ZARNGI_OK; ZARNGI_NOT_READY; ZARNGI_BUSY; ZARNGI_NO_RESULTS; ZARNGI_NULL_POINTER
  *         (checked in this order).
  */
@@ -152,12 +155,16 @@ ZARNGI_API int zarnGI_getGammaIndex3DMap(float* gamma);
 
 /**
  * Tells the pass rate of the last computation.
- * @param passrate %, 100 * passed / tested voxels.
- * @return as zarnGI_getGammaIndex3DMap().
+ * @param[out] passrate %, 100 * passed / tested voxels; -1 when none was tested since the reset.
+ * @return ZARNGI_OK; ZARNGI_NOT_READY; ZARNGI_BUSY; ZARNGI_NO_RESULTS; ZARNGI_NULL_POINTER
+ *         (checked in this order).
  */
 ZARNGI_API int zarnGI_getGammaIndexPassRate(float* passrate);
 
-/* ---- Grid input ----------------------------------------------------------------------------- */
+/** @} */
+
+/** @name Grid input */
+/** @{ */
 
 /**
  * Hands over the reference dose grid; the library keeps a copy. Replaces an earlier reference grid
@@ -172,80 +179,185 @@ ZARNGI_API int zarnGI_getGammaIndexPassRate(float* passrate);
  */
 ZARNGI_API int zarnGI_setRef(int* nn, float* hs, float* x0, float* map);
 
-/** Hands over the evaluation dose grid; parameters and codes as zarnGI_setRef(). */
+/**
+ * Hands over the evaluation dose grid; the library keeps a copy. Replaces an earlier evaluation
+ * grid.
+ * @param nn, hs, x0, map as those of zarnGI_setRef().
+ * @return the codes of zarnGI_setRef().
+ */
 ZARNGI_API int zarnGI_setEval(int* nn, float* hs, float* x0, float* map);
 
-/* ---- Parameters -------------------------------------------------------------------------------
- * Every setter returns ZARNGI_OK, or ZARNGI_OUT_OF_RANGE and changes nothing. Every getter returns
- * ZARNGI_OK, or ZARNGI_NULL_POINTER when its pointer is null. A float parameter reads -1 until it
- * is set; only zarnGI_reset() makes it unset again. A not-a-number argument is stored.
+/** @} */
+
+/**
+ * @name Parameters
+ * A rejected value changes nothing. A float parameter reads -1 until it is set; only
+ * zarnGI_reset() makes it unset again. A not-a-number argument is stored.
+ * @{
  */
 
-/** Distance to agreement, mm, > 0. Also sets the step size to DTA / 10 when that is not set yet. */
+/**
+ * Sets the distance to agreement, and the step size to DTA / 10 when that is not set yet.
+ * @param DTA mm, greater than 0.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setDTA(float DTA);
-/** Distance to agreement, mm. */
+/**
+ * Tells the distance to agreement.
+ * @param[out] DTA mm; -1: not set.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when DTA is null.
+ */
 ZARNGI_API int zarnGI_getDTA(float* DTA);
 
-/** Dose difference, % of the normalisation dose (global) or of the voxel's dose (local), > 0. */
+/**
+ * Sets the dose difference.
+ * @param DD % of the normalisation dose (global) or of the voxel's dose (local), greater than 0.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setDD(float DD);
-/** Dose difference, %. */
+/**
+ * Tells the dose difference.
+ * @param[out] DD %; -1: not set.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when DD is null.
+ */
 ZARNGI_API int zarnGI_getDD(float* DD);
 
-/** Normalisation dose of DCO and global DD, Gy, > 0; not set: the reference maximum. */
+/**
+ * Sets the normalisation dose of DCO and of the global DD. Not set: the reference maximum.
+ * @param doseLevel Gy, greater than 0.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setGlobalNormalization(float doseLevel);
-/** Normalisation dose, Gy; -1 when not set. */
+/**
+ * Tells the normalisation dose.
+ * @param[out] doseLevel Gy; -1: not set.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when doseLevel is null.
+ */
 ZARNGI_API int zarnGI_getGlobalNormalization(float* doseLevel);
 
 /**
- * Largest gamma searched for, > 0: the number of DTA-wide shells is this value rounded to the
- * nearest whole number (at least 1). Not set: the search goes on until every gamma is final.
+ * Sets the largest gamma searched for: the number of DTA-wide shells is this value rounded to the
+ * nearest whole number (at least 1). A gamma up to that number is the least on the whole lattice, a
+ * larger one the least within the shells. Not set: the search goes on until every gamma is final.
+ * @param maxgamma greater than 0.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
  */
 ZARNGI_API int zarnGI_setGammaSearchMax(float maxgamma);
-/** Largest gamma searched for; -1 when not set. */
+/**
+ * Tells the largest gamma searched for.
+ * @param[out] maxgamma -1: not set.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when maxgamma is null.
+ */
 ZARNGI_API int zarnGI_getGammaSearchMax(float* maxgamma);
 
-/** Dose cut-off, % of the normalisation dose, > 0: voxels strictly above it are tested. */
+/**
+ * Sets the dose cut-off: voxels strictly above it are tested.
+ * @param DCO % of the normalisation dose, greater than 0.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setDCO(float DCO);
-/** Dose cut-off, %. */
+/**
+ * Tells the dose cut-off.
+ * @param[out] DCO %; -1: not set.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when DCO is null.
+ */
 ZARNGI_API int zarnGI_getDCO(float* DCO);
 
-/** Spacing of the search lattice, mm, > 0; at least DTA / 10000 when a computation starts. */
+/**
+ * Sets the spacing of the search lattice. When it does not divide the DTA, some points near the
+ * outer radius of a shell are left out.
+ * @param step mm, greater than 0; at least DTA / 10000 when a computation starts.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setStepSize(float step);
-/** Spacing of the search lattice, mm; -1 when neither it nor the DTA is set. */
+/**
+ * Tells the spacing of the search lattice.
+ * @param[out] step mm; -1: neither it nor the DTA is set.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when step is null.
+ */
 ZARNGI_API int zarnGI_getStepSize(float* step);
 
-/** ZARNGI_DD_GLOBAL (1) or ZARNGI_DD_LOCAL (2). */
+/**
+ * Sets what the dose difference is relative to.
+ * @param criterium ZARNGI_DD_GLOBAL (1): the normalisation dose, or ZARNGI_DD_LOCAL (2): the
+ *        voxel's dose.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setDDCriterium(int criterium);
-/** ZARNGI_DD_GLOBAL (1) or ZARNGI_DD_LOCAL (2). */
+/**
+ * Tells what the dose difference is relative to.
+ * @param[out] criterium ZARNGI_DD_GLOBAL (1) or ZARNGI_DD_LOCAL (2).
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when criterium is null.
+ */
 ZARNGI_API int zarnGI_getDDCriterium(int* criterium);
 
 /**
- * ZARNGI_MODE_GAMMA_MAP (1), or ZARNGI_MODE_PASS_RATE (2): only the first shell is searched, a
- * voxel's search ends at the first passing point, and the map holds 1 (passed) and 0 (failed).
+ * Sets what is computed. With pass rate only, the first shell is searched, a voxel's search ends at
+ * the first passing point, and the map holds 1 (passed) and 0 (failed).
+ * @param mode ZARNGI_MODE_GAMMA_MAP (1) or ZARNGI_MODE_PASS_RATE (2).
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
  */
 ZARNGI_API int zarnGI_setComputationMode(int mode);
-/** ZARNGI_MODE_GAMMA_MAP (1) or ZARNGI_MODE_PASS_RATE (2). */
+/**
+ * Tells what is computed.
+ * @param[out] mode ZARNGI_MODE_GAMMA_MAP (1) or ZARNGI_MODE_PASS_RATE (2).
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when mode is null.
+ */
 ZARNGI_API int zarnGI_getComputationMode(int* mode);
 
-/** Number of worker threads, at least 1. No result depends on it. */
+/**
+ * Sets the number of worker threads. No result depends on it.
+ * @param N at least 1.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setNumThreads(int N);
-/** Number of worker threads. */
+/**
+ * Tells the number of worker threads.
+ * @param[out] N at least 1.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when N is null.
+ */
 ZARNGI_API int zarnGI_getNumThreads(int* N);
 
-/** A sample count kept for the host, at least 1. No result depends on it. */
+/**
+ * Keeps a sample count for the host. No result depends on it.
+ * @param N at least 1.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
 ZARNGI_API int zarnGI_setNumSamplesEval(int N);
-/** The sample count kept for the host. */
+/**
+ * Tells the sample count kept for the host.
+ * @param[out] N at least 1.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when N is null.
+ */
 ZARNGI_API int zarnGI_getNumSamplesEval(int* N);
 
-/** true: doses are interpolated between voxel centres; false: dose of the containing voxel. */
+/**
+ * Sets whether doses are interpolated between voxel centres.
+ * @param TF true: they are; false: a point has the dose of the containing voxel.
+ * @return ZARNGI_OK.
+ */
 ZARNGI_API int zarnGI_setInterpolation(bool TF);
-/** Whether doses are interpolated. */
+/**
+ * Tells whether doses are interpolated.
+ * @param[out] TF true: they are.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when TF is null.
+ */
 ZARNGI_API int zarnGI_getInterpolation(bool* TF);
 
-/** true: the search lattice is turned by a rotation drawn at random once per computation. */
+/**
+ * Sets whether the search lattice is turned by a rotation drawn at random once per computation.
+ * @param TF true: it is.
+ * @return ZARNGI_OK.
+ */
 ZARNGI_API int zarnGI_setRandomRotation(bool TF);
-/** Whether the search lattice is turned. */
+/**
+ * Tells whether the search lattice is turned.
+ * @param[out] TF true: it is.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when TF is null.
+ */
 ZARNGI_API int zarnGI_getRandomRotation(bool* TF);
+
+/** @} */
 
 #ifdef __cplusplus
 }

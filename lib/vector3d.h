@@ -26,13 +26,19 @@ template <class T> struct vector3d {
     };
 
     constexpr vector3d() : v{T(), T(), T()} {}
+    /** Of three components. */
     constexpr vector3d(T x_, T y_, T z_) : v{x_, y_, z_} {}
+    /** Of the three numbers at p. */
     explicit constexpr vector3d(const T* p) : v{p[0], p[1], p[2]} {}
 
+    /** Component i, 0 to 2; not checked. */
     constexpr T& operator[](int i) { return v[i]; }
+    /** Component i, 0 to 2; not checked. */
     constexpr const T& operator[](int i) const { return v[i]; }
 
+    /** Component-wise sum. */
     constexpr vector3d& operator+=(const vector3d& b) { return *this = *this + b; }
+    /** Component-wise difference. */
     constexpr vector3d& operator-=(const vector3d& b)
     {
         return *this = vector3d(v[0] - b.v[0], v[1] - b.v[1], v[2] - b.v[2]);
@@ -42,12 +48,15 @@ template <class T> struct vector3d {
     {
         return *this = vector3d(v[0] * b.v[0], v[1] * b.v[1], v[2] * b.v[2]);
     }
+    /** Each component divided by s. */
     constexpr vector3d& operator/=(T s) { return *this = *this / s; }
 
+    /** Component-wise sum. */
     constexpr vector3d operator+(const vector3d& b) const
     {
         return vector3d(v[0] + b.v[0], v[1] + b.v[1], v[2] + b.v[2]);
     }
+    /** Each component divided by s. */
     constexpr vector3d operator/(T s) const { return vector3d(v[0] / s, v[1] / s, v[2] / s); }
 
     /** The components truncated towards zero; each must fit an int. */
@@ -58,10 +67,13 @@ template <class T> struct vector3d {
 
     /** Notation of operator<<: 1 (the default) components separated by blanks, else in brackets. */
     static inline int outMode = 1;
+    /** Sets outMode. */
     static void setOutMode(int mode) { outMode = mode; }
+    /** Tells outMode. */
     static int getOutMode() { return outMode; }
 };
 
+/** Each component multiplied by s. */
 template <class T> constexpr vector3d<T> operator*(T s, const vector3d<T>& a)
 {
     return vector3d<T>(s * a.v[0], s * a.v[1], s * a.v[2]);
@@ -93,6 +105,7 @@ template <class T> vector3d<T> versor(const vector3d<T>& a)
     return length > 0 ? a / length : a;
 }
 
+/** Writes the components in the notation of outMode. */
 template <class T> std::ostream& operator<<(std::ostream& out, const vector3d<T>& a)
 {
     if (vector3d<T>::outMode == 1) {
@@ -101,6 +114,7 @@ template <class T> std::ostream& operator<<(std::ostream& out, const vector3d<T>
     return out << '(' << a.v[0] << ", " << a.v[1] << ", " << a.v[2] << ')';
 }
 
+/** Positions and displacements, mm. */
 using vec3dRT = vector3d<float>;
 
 #endif

@@ -7,13 +7,22 @@
 
 #include "libZarnGI.h"
 
-/** Number of tested voxels that passed. */
+/**
+ * Counts the tested voxels that passed.
+ * @return their number.
+ */
 ZARNGI_API int getNumPassed();
 
-/** Passed voxels in percent of the tested ones. */
+/**
+ * The pass rate.
+ * @return 100 * passed / tested voxels, %, formed in double precision.
+ */
 ZARNGI_API float getGammaPassRate();
 
-/** Whether the search of some voxel is not final yet. */
+/**
+ * Tells whether to search farther out.
+ * @return true when the search of some voxel is not final yet.
+ */
 ZARNGI_API bool keepSearching();
 
 #endif

@@ -14,8 +14,15 @@
 #include "vector3d.h"
 
 /**
- * Trilinear interpolation between the eight voxel centres around the position. Within half a voxel
- * of a face of the grid: the dose of the containing voxel.
+ * Trilinear interpolation between the eight voxel centres around the position: linear along x, of
+ * these along y, of these along z, each as lower * (1 - t) + upper * t. Within half a voxel of a
+ * face of the grid: the dose of the containing voxel.
+ * @param map doses, Gy, x fastest.
+ * @param position three floats, mm.
+ * @param x0 lower corner of the grid, mm.
+ * @param h voxel size, mm.
+ * @param n voxel counts.
+ * @return Gy; 0 outside the grid and on its faces.
  */
 ZARNGI_API float TrilinearInterp(const float* map, const float* position, const float* x0,
                                  const float* h, const int* n);
@@ -24,7 +31,13 @@ ZARNGI_API float TrilinearInterp(const float* map, const float* position, const 
  * Bilinear interpolation within the nearest plane of voxel centres across axis `idir`; a position
  * midway between two planes takes the upper one. Within half a voxel of a face of the grid: the
  * dose of the containing voxel.
+ * @param map doses, Gy, x fastest.
+ * @param position three floats, mm.
+ * @param x0 lower corner of the grid, mm.
+ * @param h voxel size, mm.
+ * @param n voxel counts.
  * @param idir 0 (x), 1 (y) or 2 (z).
+ * @return Gy; 0 outside the grid and on its faces.
  */
 ZARNGI_API float BilinearInterp(const float* map, const float* position, const float* x0,
                                 const float* h, const int* n, int idir);
@@ -32,11 +45,24 @@ ZARNGI_API float BilinearInterp(const float* map, const float* position, const f
 /**
  * The dose of the voxel that contains the position. The index is truncated towards zero, so less
  * than one voxel below the grid's lower faces the first voxel is read.
+ * @param map doses, Gy, x fastest.
+ * @param position three floats, mm.
+ * @param x0 lower corner of the grid, mm.
+ * @param h voxel size, mm.
+ * @param n voxel counts.
+ * @return Gy; 0 elsewhere outside the grid.
  */
 ZARNGI_API float VoxelValue(const float* map, const float* position, const float* x0,
                             const float* h, const int* n);
 
-/** Lower corner of voxel `ivxl`, mm. */
+/**
+ * The lower corner of a voxel.
+ * @param ivxl linear index, ix + n[0] * (iy + n[1] * iz).
+ * @param x0 lower corner of the grid, mm.
+ * @param h voxel size, mm.
+ * @param n voxel counts.
+ * @return x0 + index * h on each axis, mm.
+ */
 inline vec3dRT nodePosition(int ivxl, const float* x0, const float* h, const int* n)
 {
     const int iz = ivxl / (n[0] * n[1]);
@@ -47,7 +73,14 @@ inline vec3dRT nodePosition(int ivxl, const float* x0, const float* h, const int
                    x0[2] + static_cast<float>(iz) * h[2]);
 }
 
-/** Centre of voxel `ivxl`, mm. */
+/**
+ * The centre of a voxel.
+ * @param ivxl linear index, ix + n[0] * (iy + n[1] * iz).
+ * @param x0 lower corner of the grid, mm.
+ * @param h voxel size, mm.
+ * @param n voxel counts.
+ * @return (x0 + index * h) + h / 2 on each axis, mm.
+ */
 inline vec3dRT centerPosition(int ivxl, const float* x0, const float* h, const int* n)
 {
     return nodePosition(ivxl, x0, h, n) + vec3dRT(h) / 2.0F;

@@ -48,8 +48,9 @@ ZARNGI_API extern const std::vector<vec3dRT>* evalPoints;
 ZARNGI_API extern std::int32_t pthreads_max_num; ///< worker threads of a pass
 ZARNGI_API extern float Rot[3][3];               ///< rotation of the search lattice
 
-/** Trace switches of TrilinearInterp and BilinearInterp; nothing in the library turns them on. */
+/** Trace switch of TrilinearInterp; nothing in the library turns it on. */
 ZARNGI_API extern std::atomic<bool> trilinDebug;
+/** Trace switch of BilinearInterp; nothing in the library turns it on. */
 ZARNGI_API extern std::atomic<bool> bilinDebug;
 
 #endif

@@ -15,7 +15,10 @@ struct threadInfo {
     int num_threads; ///< number of workers in the pass
 };
 
-/** Workers that a pass starts: those beyond the number of voxels would own none. */
+/**
+ * The number of workers of a pass.
+ * @return pthreads_max_num, but no more than there are voxels under test, and at least 1.
+ */
 std::size_t workerCount();
 
 /**

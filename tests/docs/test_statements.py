@@ -105,6 +105,13 @@ def test_files_named_by_the_architecture_exist():
     assert [s for s in sources if not any(p.fullmatch(s) for p in patterns)] == []
 
 
+def test_every_installed_header_is_in_the_reference(workshop):
+    workshop.run_shell("cmake --install build/release --component development")
+    installed = (workshop.folder.parent / "root").rglob("include/zarngi/**/*.h")
+    inputs = re.findall(r"lib/\S+\.h", (PROJECT / "docs/Doxyfile").read_text(encoding="utf-8"))
+    assert {path.name for path in installed} == {path.rpartition("/")[2] for path in inputs}
+
+
 def test_presets_are_told():
     presets = json.loads((PROJECT / "CMakePresets.json").read_text())["configurePresets"]
     (table,) = read_page("CONTRIBUTING.md").tables
