@@ -13,7 +13,7 @@ DATA = PROJECT.parent / "shared" / "data"
 # What the pages call the files that a reader has.
 REFERENCES = ("planned", "plan")
 EVALUATIONS = ("measured", "delivered")
-WRITERS = {".dcm": doses.write_dicom, ".nrrd": doses.write_nrrd, ".mha": doses.write_mha}
+WRITERS = {".dcm": doses.write_dicom, ".nrrd": doses.write_nrrd, ".mha": doses.write_mha, ".mhd": doses.write_mhd}
 
 C_FRAME = """
 #include <libZarnGI.h>
