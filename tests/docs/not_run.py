@@ -21,7 +21,8 @@ NOT_RUN = {
     "build/release/bench/zarngi_bench --scale --growth | tee bench.txt": MEASURES,
     "build/release/bench/zarngi_bench_paths | tee paths.txt": MEASURES,
     "scripts/bench-table.sh --update bench.txt paths.txt": "changes the page",
-    "PYTHONPATH=build/release/python /usr/bin/python3 bench/python_overhead.py": MEASURES,
+    "PYTHONPATH=build/release/python /usr/bin/python3 bench/python_overhead.py":
+        "measures times, which mean little beside other tests",
     "ldconfig": "changes the machine; the tests name the library's folder instead",
     "pip install --no-build-isolation --no-deps ./python": "builds; tests/python/test_install.py",
 }
