@@ -6,10 +6,9 @@
 #include <thread>
 
 #include "compareCommand.h"
-#include "outputFile.h"
+#include "outputs.h"
 #include "reportPage.h"
 #include "syntheticDose.h"
-#include "volumeFile.h"
 
 namespace cli
 {
@@ -20,8 +19,7 @@ namespace
 std::string writeDose(const std::filesystem::path& path, const Disturbance& disturbance)
 {
     OutputFile file(path.string());
-    writeVolume(file.temporaryPath(), syntheticDose(demoGeometry(), disturbance));
-    file.commit();
+    writeImage(file, syntheticDose(demoGeometry(), disturbance));
     return path.string();
 }
 

@@ -1,5 +1,6 @@
 #include "outputFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,6 +63,18 @@ extern "C" void removePendingAndEnd(int signal)
     throw InputError(path + ": cannot be written: " + std::strerror(errno));
 }
 
+/** Waits until the contents are on the disk: some file systems tell only then that it is full. */
+bool flushToDisk(const std::string& path)
+{
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return false;
+    }
+    const bool isFlushed = fsync(file) == 0;
+    close(file);
+    return isFlushed;
+}
+
 } // namespace
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path))
@@ -106,7 +119,7 @@ void OutputFile::write(std::string_view contents)
 
 void OutputFile::commit()
 {
-    if (std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
+    if (!flushToDisk(temporaryPath_) || std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
         failToWrite(path_);
     }
     isCommitted_ = true;
@@ -115,6 +128,8 @@ void OutputFile::commit()
 
 void removeTemporaryFilesOnSignals()
 {
+    // A limit on the size of files then fails the write, as a full disk does.
+    std::signal(SIGXFSZ, SIG_IGN);
     struct sigaction action {
     };
     action.sa_handler = removePendingAndEnd;

@@ -50,17 +50,17 @@ void openFile(std::optional<OutputFile>& file, const std::string& name)
     }
 }
 
-void writeGammaMap(OutputFile& file, const Image& gamma)
+} // namespace
+
+void writeImage(OutputFile& file, const Image& image)
 {
     try {
-        writeVolume(file.temporaryPath(), gamma);
+        writeVolume(file.temporaryPath(), image);
     } catch (const InputError& error) {
         throw InputError(file.path() + ": " + error.what());
     }
     file.commit();
 }
-
-} // namespace
 
 void OutputNames::check(const std::string& reference, const std::string& evaluation) const
 {
@@ -103,8 +103,8 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
 void Outputs::write(const Comparison& comparison)
 {
     for (std::size_t i = 0; i < gammaMaps_.size(); ++i) {
-        writeGammaMap(gammaMaps_[i],
-                      {comparison.reference.image.geometry, comparison.results[i].gamma});
+        writeImage(gammaMaps_[i],
+                   {comparison.reference.image.geometry, comparison.results[i].gamma});
     }
     if (json_) {
         json_->write(toText(comparisonJson(comparison), 2) + "\n");

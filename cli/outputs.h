@@ -30,6 +30,9 @@ struct OutputNames {
 /** The name for one of several gamma maps: "gamma.nii.gz" becomes "gamma-3G-2mm.nii.gz". */
 std::string gammaMapName(const std::string& name, const Criterion& criterion);
 
+/** Writes an image in the format that the file's name tells, and commits. @throws InputError */
+void writeImage(OutputFile& file, const Image& image);
+
 /** The files, opened under temporary names before the computation and filled after it. */
 class Outputs
 {

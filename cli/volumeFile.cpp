@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "failure.h"
 #include "orientation.h"
@@ -86,7 +87,6 @@ ValueFormat formatOf(const itk::ImageIOBase& io)
 {
     using Kind = ValueFormat::Kind;
     ValueFormat format;
-    format.bytes = static_cast<unsigned>(io.GetComponentSize());
     format.isBigEndian = io.GetByteOrder() == itk::IOByteOrderEnum::BigEndian;
     switch (io.GetComponentType()) {
     case Component::UCHAR:
@@ -110,6 +110,7 @@ ValueFormat formatOf(const itk::ImageIOBase& io)
     default:
         throw InputError("has values of an unknown type");
     }
+    format.bytes = static_cast<unsigned>(io.GetComponentSize());
     return format;
 }
 
@@ -122,6 +123,23 @@ itk::ImageIORegion wholeRegion(const itk::ImageIOBase& io)
         region.SetSize(i, io.GetDimensions(i));
     }
     return region;
+}
+
+/** ITK's writers do not notice a full disk: what cannot be read back has not been written. */
+void checkWritten(const std::string& path, FileFormat format, const Image& image)
+{
+    bool isThere = false;
+    try {
+        const Image written = readVolume(path, format).image;
+        isThere = written.geometry.size == image.geometry.size &&
+                  std::memcmp(written.values.data(), image.values.data(),
+                              image.values.size() * sizeof(float)) == 0;
+    } catch (const InputError&) {
+        isThere = false;
+    }
+    if (!isThere) {
+        throw InputError("cannot be written whole; the disk may be full");
+    }
 }
 
 FileFormat formatByName(const std::string& path)
@@ -181,6 +199,7 @@ void writeVolume(const std::string& path, const Image& image)
     } catch (const itk::ExceptionObject& error) {
         throw InputError("cannot be written: " + oneLine(error.GetDescription()));
     }
+    checkWritten(path, formatByName(path), image);
 }
 
 } // namespace cli

@@ -23,7 +23,7 @@ DoseImage readVolume(const std::string& path, FileFormat format);
 bool isWritableVolumeName(const std::string& path);
 
 /**
- * Writes the image, compressed (.nii excepted).
+ * Writes the image, compressed (.nii excepted), and reads it back to see that it is there whole.
  * @param path a name that isWritableVolumeName() accepts.
  * @throws InputError
  */
