@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string_view>
 
 #include "failure.h"
@@ -62,13 +63,8 @@ private:
     std::string walkMetaInformation()
     {
         std::string syntax;
-        while (end_ - position_ >= 8) {
-            const std::uintmax_t start = position_;
+        while (end_ - position_ >= 8 && nextGroup() == 2) {
             const Element element = readElement({});
-            if (element.tag >> 16 != 2) {
-                position_ = start;
-                break;
-            }
             requireBytes(element.length, element.tag);
             if (element.tag == transferSyntaxTag) {
                 syntax = trimmed(bytes(element.length));
@@ -77,6 +73,14 @@ private:
             }
         }
         return syntax;
+    }
+
+    std::uint32_t nextGroup()
+    {
+        const std::uintmax_t start = position_;
+        const std::uint32_t group = readNumber(2, {});
+        position_ = start;
+        return group;
     }
 
     Syntax syntaxOf(const std::string& name)
@@ -153,14 +157,28 @@ private:
             return element;
         }
         element.type = bytes(2);
-        constexpr std::string_view longTypes = "OB OD OF OL OV OW SQ SV UC UN UR UT UV";
-        if (longTypes.find(element.type) == std::string_view::npos) {
-            element.length = readNumber(2, syntax);
-        } else {
+        if (hasLongLength(element.type)) {
             readNumber(2, syntax); // reserved
             element.length = readNumber(4, syntax);
+        } else {
+            element.length = readNumber(2, syntax);
         }
         return element;
+    }
+
+    /** Readers differ in what they take the length of an unknown type for: none is let through. */
+    static bool hasLongLength(const std::string& type)
+    {
+        static const std::set<std::string_view> shortTypes = {
+            "AE", "AS", "AT", "CS", "DA", "DS", "DT", "FD", "FL", "IS", "LO",
+            "LT", "PN", "SH", "SL", "SS", "ST", "TM", "UI", "UL", "US"};
+        static const std::set<std::string_view> longTypes = {
+            "OB", "OD", "OF", "OL", "OV", "OW", "SQ", "SV", "UC", "UN", "UR", "UT", "UV"};
+        const bool isLong = longTypes.contains(type);
+        if (!isLong && !shortTypes.contains(type)) {
+            throw InputError("is damaged: DICOM has no elements of type \"" + excerpt(type) + "\"");
+        }
+        return isLong;
     }
 
     std::uint32_t readNumber(std::size_t count, const Syntax& syntax)

@@ -16,10 +16,19 @@ namespace cli
 namespace
 {
 
+/** Whatever this process does about signals: in the child those of a fault have to end it. */
+void endOnFaults()
+{
+    for (const int signal : {SIGABRT, SIGALRM, SIGBUS, SIGFPE, SIGILL, SIGSEGV}) {
+        std::signal(signal, SIG_DFL);
+    }
+}
+
 [[noreturn]] void runInChild(const std::function<void()>& step, unsigned seconds)
 {
     const rlimit noCoreDump{0, 0};
     setrlimit(RLIMIT_CORE, &noCoreDump);
+    endOnFaults();
     alarm(seconds);
     const SilentStderr silence;
     try {

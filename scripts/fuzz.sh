@@ -1,17 +1,59 @@
 #!/bin/sh
-# Builds the fuzzers with clang and runs one: fuzz.sh [SECONDS [FUZZER]]
-# With 0 seconds it only replays the kept inputs: that is the same in every run.
-# New inputs go to build/fuzz/corpus; the kept ones in tests/fuzz/corpus stay as they are.
+# Builds the fuzzers with clang and runs them all at once: fuzz.sh [SECONDS [FUZZER...]]
+# With 0 seconds they only replay the kept inputs: that is the same in every run. ZARNGI_FUZZ_SEED
+# makes the rest repeatable, too. New inputs go to build/fuzz/corpus; the kept ones in
+# tests/fuzz/corpus stay as they are.
 set -eu
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
-fuzzer=${2:-calls}
-found=build/fuzz/corpus/$fuzzer
+shift $(($# < 1 ? $# : 1))
+[ $# -gt 0 ] || set -- calls readers
+build=build/fuzz
+
+run_fuzzer() {
+    fuzzer=$1
+    found=$build/corpus/$fuzzer
+    options="-timeout=30 -max_len=4096"
+    if [ "$fuzzer" = readers ]; then
+        # A reader may wait a minute for a step that does not end. Small files need little memory.
+        options="-timeout=90 -max_len=4096 -malloc_limit_mb=128 -dict=tests/fuzz/readers.dict"
+    fi
+    if [ "$seconds" -eq 0 ]; then
+        options="$options -runs=0"
+    else
+        mkdir -p "$found"
+        options="$options -max_total_time=$seconds -seed=${ZARNGI_FUZZ_SEED:-0}"
+        options="$options -print_final_stats=1 $found"
+    fi
+    # Standard error is silenced around the image libraries: the sanitizers report to files. A fault
+    # is left to the fuzzer's handler, which a probing child process puts back to ending the child.
+    # shellcheck disable=SC2086
+    ASAN_OPTIONS=handle_segv=0:log_path=$build/sanitizer UBSAN_OPTIONS=print_stacktrace=1 \
+        "$build/tests/fuzz/${fuzzer}_fuzz" -artifact_prefix=$build/ $options \
+        "tests/fuzz/corpus/$fuzzer" >"$build/$fuzzer.log" 2>&1
+}
+
+targets=$(printf '%s_fuzz ' "$@")
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --parallel 2 --target "${fuzzer}_fuzz"
-mkdir -p "$found"
-if [ "$seconds" -eq 0 ]; then
-    exec build/fuzz/tests/fuzz/"${fuzzer}_fuzz" -runs=0 -timeout=30 tests/fuzz/corpus/"$fuzzer"
-fi
-build/fuzz/tests/fuzz/"${fuzzer}_fuzz" -max_total_time="$seconds" -timeout=30 -max_len=4096 \
-    -print_final_stats=1 -artifact_prefix=build/fuzz/ "$found" tests/fuzz/corpus/"$fuzzer"
+# shellcheck disable=SC2086
+cmake --build --preset fuzz --parallel 2 --target $targets
+rm -f $build/sanitizer.*
+running=""
+for fuzzer in "$@"; do
+    run_fuzzer "$fuzzer" &
+    running="$running $fuzzer:$!"
+done
+failed=0
+for entry in $running; do
+    fuzzer=${entry%:*}
+    if wait "${entry#*:}"; then
+        grep -E '^(stat::number|Done|INFO: seed)|INITED|DONE' "$build/$fuzzer.log" |
+            sed "s/^/$fuzzer: /"
+    else
+        failed=1
+        echo "$fuzzer: FAILED"
+        tail -n 60 "$build/$fuzzer.log"
+        cat $build/sanitizer.* 2>/dev/null || true
+    fi
+done
+exit $failed

@@ -40,6 +40,7 @@ class BadFiles(ProgramTest):
             result = run(*arguments, preexec_fn=LIMIT)
             self.assert_refused(result, 1, str(path), *reasons)
             self.assertLess(len(result.stderr), 400)
+            self.assertNotIn(": cannot be read: ", result.stderr, "the text of another library")
         self.assertEqual(self.files(), before)
 
     def check_table(self, table, write):
@@ -106,6 +107,7 @@ class BadFiles(ProgramTest):
                 ("orientation", {"TransformMatrix": "nan 0 0 0 1 0 0 0 1"}),
                 ("values per voxel", {"ElementNumberOfChannels": "3", "DimSize": "6 15 12"}),
                 ("", {"ElementType": "MET_SOMETHING"}),
+                ("unknown type", {"ElementType": "MET_OTHER"}),
                 ("", {"ElementType": None}),
             ],
             lambda **changes: doses.write_mha(self.folder / "bad.mha", self.dose, **changes),
@@ -246,6 +248,15 @@ class BadFiles(ProgramTest):
                 self.assertIn(old, contents)
                 path.write_bytes(contents.replace(old, new))
                 self.check(path, "has a ")
+
+    def test_dicom_element_of_unknown_type(self):
+        """A reader may take its value for a length and ask for as much memory."""
+        contents = doses.write_dicom(self.folder / "bad.dcm", self.dose).read_bytes()
+        for old, new in ((b"UI", b"KI"), (b"PN", b"B "), (b"DS", b"\0\0")):
+            with self.subTest(new=new):
+                path = self.folder / "bad.dcm"
+                path.write_bytes(contents.replace(old, new, 2))
+                self.check(path, "no elements of type")
 
     def test_relative_doses(self):
         style = DicomStyle(elements={"DoseUnits": "RELATIVE"})

@@ -1,0 +1,95 @@
+"""Writes small files of every format that the program reads, for the fuzzer of its readers to
+start from: readers_seeds.py FOLDER"""
+
+import gzip
+import sys
+import zlib
+from pathlib import Path
+
+import numpy
+from pydicom.dataset import Dataset
+from pydicom.sequence import Sequence
+from pydicom.uid import ImplicitVRLittleEndian
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cli"))
+
+import doses  # noqa: E402
+from doses import DicomStyle  # noqa: E402
+
+SIZE = (4, 3, 2)
+WITHOUT_SPACE = {"space": None, "space_directions": None, "space_origin": None, "kinds": None}
+
+
+def write_metaimages(folder, dose):
+    doses.write_mha(folder / "plain.mha", dose)
+    doses.write_mha(folder / "big_endian.mha", dose, dose.values.astype(">f4").tobytes(),
+                    BinaryDataByteOrderMSB="True")
+    for name, code in (("uchar", "u1"), ("short", "<i2"), ("double", "<f8")):
+        doses.write_mha(folder / f"{name}.mha", dose, dose.values.astype(code).tobytes(),
+                        ElementType=f"MET_{name.upper()}")
+    packed = zlib.compress(dose.values.tobytes())
+    doses.write_mha(folder / "packed.mha", dose, packed, CompressedData="True",
+                    CompressedDataSize=str(len(packed)))
+    doses.write_mha(folder / "turned.mha", dose, TransformMatrix="0 0 1 0 1 0 -1 0 0")
+    doses.write_mha(folder / "at_end.mha", dose, HeaderSize="-1")
+    # The fuzzer keeps a file of this name beside the one that it makes up.
+    (folder / "detached.mhd").write_bytes(doses.meta_header(dose, "dose.raw"))
+
+
+def write_nrrds(folder, dose):
+    doses.write_nrrd(folder / "plain.nrrd", dose)
+    doses.write_nrrd(folder / "packed.nrrd", dose, encoding="gzip")
+    doses.write_nrrd(folder / "spacings.nrrd", dose, **WITHOUT_SPACE, spacings="2.5 2 3",
+                     axis_mins="1 2 3")
+    doses.write_nrrd(folder / "ushort.nrrd", dose, dose.values.astype(">u2").tobytes(),
+                     type="ushort", endian="big", byte_skip="0")
+    doses.write_nrrd(folder / "ras.nrrd", dose, space="right-anterior-superior",
+                     space_units='"mm" "mm" "mm"')
+    header = doses.nrrd_header(dose, data_file="dose.raw")
+    (folder / "detached.nhdr").write_bytes(header)
+
+
+def write_niftis(folder, dose):
+    for name in ("plain.nii", "packed.nii.gz", "qform.nii", "scaled.nii"):
+        doses.write_nifti(folder / name, dose, scaled_to=numpy.int16 if name == "scaled.nii" else None)
+    packed = (folder / "packed.nii.gz").read_bytes()
+    (folder / "packed.nii.gz").write_bytes(gzip.compress(gzip.decompress(packed), mtime=0))
+    doses.patch_nifti(folder / "qform.nii", 252, "h", 1, 0)
+
+
+def write_dicoms(folder, dose):
+    fixed = {"SOPInstanceUID": "1.2.3"}
+    styles = {
+        "plain": DicomStyle(elements=fixed),
+        "wide": DicomStyle(bits=32, position="FFP", descending=True, elements=fixed),
+        "absolute": DicomStyle(absolute_offsets=True, elements=fixed),
+        "implicit": DicomStyle(syntax=ImplicitVRLittleEndian, elements=fixed),
+        "packed": DicomStyle(compress=True, elements=fixed),
+        "relative": DicomStyle(elements={**fixed, "DoseUnits": "RELATIVE"}),
+        "single": DicomStyle(elements={**fixed, "NumberOfFrames": 1}),
+    }
+    for name, style in styles.items():
+        doses.write_dicom(folder / f"{name}.dcm", dose, style)
+    for name, is_open in (("nested", False), ("open", True)):
+        plan, fraction = Dataset(), Dataset()
+        fraction.ReferencedFractionGroupNumber = 1
+        plan.ReferencedFractionGroupSequence = Sequence([fraction])
+        plan.is_undefined_length_sequence_item = is_open
+        sequence = Sequence([plan])
+        sequence.is_undefined_length = is_open
+        elements = {**fixed, "ReferencedRTPlanSequence": sequence}
+        doses.write_dicom(folder / f"{name}.dcm", dose, DicomStyle(elements=elements))
+    preamble_and_meta = (folder / "implicit.dcm").read_bytes().index(b"\x08\x00\x16\x00")
+    (folder / "bare.dcm").write_bytes((folder / "implicit.dcm").read_bytes()[preamble_and_meta:])
+
+
+def main():
+    folder = Path(sys.argv[1])
+    folder.mkdir(parents=True, exist_ok=True)
+    dose = doses.blob(size=SIZE)
+    for write in (write_metaimages, write_nrrds, write_niftis, write_dicoms):
+        write(folder, dose)
+
+
+if __name__ == "__main__":
+    main()
