@@ -3,19 +3,21 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo test quick-test docs fuzz sanitize coverage format lint clean
+.PHONY: help demo test quick-test docs package check-package fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
 	@echo "make test        build everything and run all tests"
 	@echo "make quick-test  the same without the long tests"
 	@echo "make docs        the reference of the headers, in build/docs/html"
+	@echo "make package     source archive and Debian packages in dist/"
+	@echo "make check-package  the same twice, compared byte by byte, unpacked and used"
 	@echo "make fuzz        a minute of random call sequences, held to the definition of the search"
 	@echo "make sanitize    the quick tests under the address, undefined and thread sanitizers"
 	@echo "make coverage    line and branch coverage of lib/ by its tests"
 	@echo "make format      format all C and C++ sources"
 	@echo "make lint        check formatting and run clang-tidy"
-	@echo "make clean       remove build/"
+	@echo "make clean       remove build/ and dist/"
 
 demo:
 	scripts/install-deps.sh demo
@@ -35,6 +37,15 @@ quick-test: test
 docs:
 	scripts/install-deps.sh test
 	scripts/reference.sh
+
+package:
+	scripts/install-deps.sh package
+	scripts/package.sh dist $(JOBS)
+
+check-package:
+	scripts/install-deps.sh package
+	scripts/check-reproducible.sh dist $(JOBS)
+	tests/packages/check.sh dist
 
 fuzz:
 	scripts/install-deps.sh test
@@ -58,4 +69,4 @@ lint:
 	scripts/tidy.sh build/$(PRESET) $(JOBS)
 
 clean:
-	rm -rf build
+	rm -rf build dist

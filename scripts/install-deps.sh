@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that are missing: install-deps.sh demo|test
+# Installs the Debian packages that are missing: install-deps.sh demo|package|test
 # Does nothing, and needs no privileges, when all are there.
 set -eu
 
@@ -7,6 +7,9 @@ demo_packages="
     g++ cmake ninja-build pkg-config
     libcli11-dev nlohmann-json3-dev
     libinsighttoolkit5-dev libgdcm-dev zlib1g-dev libssl-dev"
+
+package_packages="
+    dpkg-dev file man-db python3-numpy"
 
 test_packages="
     clang clang-format clang-tidy libclang-rt-14-dev lcov
@@ -18,8 +21,9 @@ test_packages="
 
 case "${1:-}" in
     demo) wanted=$demo_packages ;;
-    test) wanted="$demo_packages $test_packages" ;;
-    *) echo "usage: $0 demo|test" >&2; exit 2 ;;
+    package) wanted="$demo_packages $package_packages" ;;
+    test) wanted="$demo_packages $package_packages $test_packages" ;;
+    *) echo "usage: $0 demo|package|test" >&2; exit 2 ;;
 esac
 # Any Node.js will do: the report page needs npm and node, not Debian's packages of them.
 if ! command -v npm >/dev/null || ! command -v node >/dev/null; then

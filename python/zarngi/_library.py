@@ -15,6 +15,8 @@ from contextlib import contextmanager
 from pathlib import Path
 
 _VERSION_BUFFER_SIZE = 255
+#: The soname, which changes with the layout and the meaning of what is declared here.
+_SYSTEM_LIBRARY = "libZarnGI.so.4"
 
 _MEANINGS = {
     -20: "a parameter is out of range",
@@ -98,14 +100,22 @@ _ARGUMENTS: dict[str, list[type]] = {
 }
 
 
-def _load() -> ctypes.CDLL:
-    path = Path(__file__).parent / "lib" / "libZarnGI.so"
-    if not path.exists():
+def _open() -> ctypes.CDLL:
+    """The library inside the package, or the system's where the package comes without one."""
+    bundled = Path(__file__).parent / "lib" / "libZarnGI.so"
+    if bundled.exists():
+        return ctypes.CDLL(str(bundled))
+    try:
+        return ctypes.CDLL(_SYSTEM_LIBRARY)
+    except OSError as error:
         raise ImportError(
-            f"{path} is missing: install the package (pip install ./python) instead of "
-            "importing it from its source directory"
-        )
-    library = ctypes.CDLL(str(path))
+            f"neither {bundled} nor an installed {_SYSTEM_LIBRARY} was found: install the package "
+            "(pip install ./python) instead of importing it from its source directory"
+        ) from error
+
+
+def _load() -> ctypes.CDLL:
+    library = _open()
     for name, arguments in _ARGUMENTS.items():
         function = getattr(library, f"zarnGI_{name}")
         function.argtypes = arguments

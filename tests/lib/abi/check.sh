@@ -1,12 +1,14 @@
 #!/bin/sh
 # The binary interface of the shared library: check.sh LIBRARY EXPECTED-SYMBOLS
-# Weak symbols are the inline functions of the C++ library, which compilers export or not.
+# Variables stand with their size in bytes, which programs copy when they are linked. Weak symbols are
+# the inline functions of the C++ library, which compilers export or not.
 set -eu
 library=$1
 expected=$2
 failed=0
 
-if ! nm --dynamic --defined-only "$library" | awk '$2 ~ /^[TDBR]$/ { print $3 }' | LC_ALL=C sort |
+if ! nm --dynamic --defined-only --print-size --radix=d "$library" |
+    awk '$3 == "T" { print $4 } $3 ~ /^[DBR]$/ { print $4, $2 + 0 }' | LC_ALL=C sort |
     diff "$expected" -; then
     echo "The exported symbols differ from $expected."
     failed=1

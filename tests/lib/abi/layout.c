@@ -5,44 +5,65 @@
 
 #include "libZarnGI.h"
 
-#define AT(field, offset)                                                                          \
-    static_assert(offsetof(calculationEnvironment, field) == (offset), "moved: " #field)
+typedef float float3[3];
+typedef int int3[3];
+typedef float* floats;
 
-AT(xmin_ref, 0);
-AT(xmin_eval, 12);
-AT(xmax_ref, 24);
-AT(xmax_eval, 36);
-AT(nn_ref, 48);
-AT(nn_eval, 60);
-AT(hs_ref, 72);
-AT(hs_eval, 84);
-AT(map_ref, 96);
-AT(map_eval, 104);
-AT(gamma, 112);
-AT(N_ref, 120);
-AT(N_eval, 128);
-AT(DCO, 136);
-AT(DTA, 140);
-AT(DD, 144);
-AT(passRateMode, 148);
-AT(globalDD, 149);
-AT(global_normalisation, 152);
-AT(gammaSearchMax, 156);
-AT(verbose, 160);
-AT(num_threads, 164);
-AT(passrate, 168);
-AT(gammaindex2D, 172);
-AT(gammaindex2D_z, 173);
-AT(gammaindex2D_y, 174);
-AT(gammaindex2D_x, 175);
-AT(lNoInterpolation, 176);
-AT(numSamplesEval, 180);
-AT(stepSize, 184);
-AT(randomRotation, 188);
+#define AT(record, field, type, offset)                                                            \
+    static_assert(offsetof(record, field) == (offset), "moved: " #field);                          \
+    static_assert(_Generic(&((record*)0)->field, type * : 1, default : 0), "retyped: " #field)
+
+AT(calculationEnvironment, xmin_ref, float3, 0);
+AT(calculationEnvironment, xmin_eval, float3, 12);
+AT(calculationEnvironment, xmax_ref, float3, 24);
+AT(calculationEnvironment, xmax_eval, float3, 36);
+AT(calculationEnvironment, nn_ref, int3, 48);
+AT(calculationEnvironment, nn_eval, int3, 60);
+AT(calculationEnvironment, hs_ref, float3, 72);
+AT(calculationEnvironment, hs_eval, float3, 84);
+AT(calculationEnvironment, map_ref, floats, 96);
+AT(calculationEnvironment, map_eval, floats, 104);
+AT(calculationEnvironment, gamma, floats, 112);
+AT(calculationEnvironment, N_ref, size_t, 120);
+AT(calculationEnvironment, N_eval, size_t, 128);
+AT(calculationEnvironment, DCO, float, 136);
+AT(calculationEnvironment, DTA, float, 140);
+AT(calculationEnvironment, DD, float, 144);
+AT(calculationEnvironment, passRateMode, bool, 148);
+AT(calculationEnvironment, globalDD, bool, 149);
+AT(calculationEnvironment, global_normalisation, float, 152);
+AT(calculationEnvironment, gammaSearchMax, float, 156);
+AT(calculationEnvironment, verbose, int, 160);
+AT(calculationEnvironment, num_threads, int, 164);
+AT(calculationEnvironment, passrate, float, 168);
+AT(calculationEnvironment, gammaindex2D, bool, 172);
+AT(calculationEnvironment, gammaindex2D_z, bool, 173);
+AT(calculationEnvironment, gammaindex2D_y, bool, 174);
+AT(calculationEnvironment, gammaindex2D_x, bool, 175);
+AT(calculationEnvironment, lNoInterpolation, bool, 176);
+AT(calculationEnvironment, numSamplesEval, int, 180);
+AT(calculationEnvironment, stepSize, float, 184);
+AT(calculationEnvironment, randomRotation, bool, 188);
 static_assert(sizeof(calculationEnvironment) == 192, "calculationEnvironment changed its size");
 
-static_assert(offsetof(libraryStatus, isReadyToGo) == 0, "moved: isReadyToGo");
-static_assert(offsetof(libraryStatus, isComputing) == 4, "moved: isComputing");
-static_assert(offsetof(libraryStatus, isAborting) == 8, "moved: isAborting");
-static_assert(offsetof(libraryStatus, hasFinished) == 12, "moved: hasFinished");
+AT(libraryStatus, isReadyToGo, int, 0);
+AT(libraryStatus, isComputing, int, 4);
+AT(libraryStatus, isAborting, int, 8);
+AT(libraryStatus, hasFinished, int, 12);
 static_assert(sizeof(libraryStatus) == 16, "libraryStatus changed its size");
+
+/* The numbers that hosts in other languages have written down. */
+static_assert(ZARNGI_OK == 0, "another number: ZARNGI_OK");
+static_assert(ZARNGI_OUT_OF_RANGE == -20, "another number: ZARNGI_OUT_OF_RANGE");
+static_assert(ZARNGI_NULL_POINTER == -29, "another number: ZARNGI_NULL_POINTER");
+static_assert(ZARNGI_BAD_GRID_SIZE == -51, "another number: ZARNGI_BAD_GRID_SIZE");
+static_assert(ZARNGI_BAD_VOXEL_SIZE == -52, "another number: ZARNGI_BAD_VOXEL_SIZE");
+static_assert(ZARNGI_BUSY == -100, "another number: ZARNGI_BUSY");
+static_assert(ZARNGI_NOT_READY == -101, "another number: ZARNGI_NOT_READY");
+static_assert(ZARNGI_NO_CRITERIA == -102, "another number: ZARNGI_NO_CRITERIA");
+static_assert(ZARNGI_NO_REFERENCE == -103, "another number: ZARNGI_NO_REFERENCE");
+static_assert(ZARNGI_NO_EVALUATION == -104, "another number: ZARNGI_NO_EVALUATION");
+static_assert(ZARNGI_NO_RESULTS == -105, "another number: ZARNGI_NO_RESULTS");
+static_assert(ZARNGI_DD_GLOBAL == 1 && ZARNGI_DD_LOCAL == 2, "other dose-difference criteria");
+static_assert(ZARNGI_MODE_GAMMA_MAP == 1 && ZARNGI_MODE_PASS_RATE == 2, "other modes");
+static_assert(ZARNGI_VERSION_BUFFER_SIZE == 255, "another size of the version text");

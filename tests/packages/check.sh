@@ -1,0 +1,39 @@
+#!/bin/sh
+# Checks the Debian packages in a directory: their contents, dependencies and, unpacked, their use.
+# check.sh DIRECTORY
+set -eu
+here=$(cd "$(dirname "$0")" && pwd)
+packages=$(cd "$1" && pwd)
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+export LC_ALL=C
+
+for package in "$packages"/*.deb; do
+    dpkg-deb --extract "$package" "$root"
+done
+libdir=$(dirname "$(find "$root/usr/lib" -name libZarnGI.so.4)")
+
+# The dependencies without versions, then mode and name of each file, as in contents/.
+described() {
+    echo "Depends: $(dpkg-deb --field "$1" Depends | sed 's/ ([^)]*)//g; s/, /\n/g' | sort | xargs)"
+    dpkg-deb --contents "$1" |
+        awk '$1 !~ /^d/ { print $1, substr($6, 3) ($7 ? " -> " $8 : "") }' |
+        sed "/dist-packages/! s#${libdir#"$root"/}#@LIBDIR@#" | sort -k2
+}
+
+failed=0
+for expected in "$here"/contents/*.txt; do
+    name=$(basename "$expected" .txt)
+    echo "== $name"
+    package=$(find "$packages" -maxdepth 1 -name "${name}_*.deb")
+    # Built for one architecture, the Python package carries the library inside.
+    described "$package" | grep -v ' usr/lib/python3/dist-packages/zarngi/lib/libZarnGI.so$' |
+        diff "$expected" - || failed=1
+done
+if [ $failed != 0 ]; then
+    echo "The packages differ from $here/contents."
+    exit 1
+fi
+dpkg-deb --info "$packages"/libzarngi4_*.deb shlibs | grep -x 'libZarnGI 4 libzarngi4 (>= 4\.1.*)'
+"$here/use.sh" runtime "$root"
+"$here/use.sh" development "$root"
