@@ -25,9 +25,13 @@ case "${1:-}" in
     test) wanted="$demo_packages $package_packages $test_packages" ;;
     *) echo "usage: $0 demo|package|test" >&2; exit 2 ;;
 esac
-# Any Node.js will do: the report page needs npm and node, not Debian's packages of them.
-if ! command -v npm >/dev/null || ! command -v node >/dev/null; then
-    wanted="$wanted nodejs npm"
+# Any Node.js will do: the report page needs npm and node, not Debian's packages of them. A source
+# archive brings the page along, and only its tests need them.
+page=$(dirname "$0")/../report/prebuilt/template.html
+if [ "$1" = test ] || [ ! -e "$page" ]; then
+    if ! command -v npm >/dev/null || ! command -v node >/dev/null; then
+        wanted="$wanted nodejs npm"
+    fi
 fi
 
 is_installed() {
