@@ -37,7 +37,7 @@ cp "$work/page/build/report/front-end/dist/template.html" "$work/$name/report/pr
 tar --create --directory "$work" --sort=name --format=gnu --mtime="@$SOURCE_DATE_EPOCH" \
     --owner=0 --group=0 --numeric-owner --mode=u+rw,go+r,go-w "$name" |
     gzip --best --no-name >"$output/$name.tar.gz"
-rm -rf "$work/$name" "$work/page"
+rm -rf "${work:?}/$name" "$work/page"
 
 echo "== Debian packages"
 tar --extract --directory "$work" --file "$output/$name.tar.gz"
