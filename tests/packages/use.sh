@@ -27,6 +27,7 @@ echo "== program"
 [ "$(zarngi --version)" = "zarngi 4.1" ]
 zarngi demo "$scratch/pair"
 grep -q '<script type="application/json" id="zarngi-data">' "$scratch/pair/report.html"
+grep -q 'Copyright (c) 2022 Leon Sorokin' "$scratch/pair/report.html" # the charts' licence asks for it
 [ "$(man -w zarngi)" = "$root/usr/share/man/man1/zarngi.1.gz" ]
 
 echo "== Python package"
