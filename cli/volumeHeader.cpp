@@ -152,9 +152,12 @@ VolumeHeader checkMetaImage(const std::string& path)
     if (binary != nullptr && lowerCase(*binary) == "false") {
         throw InputError("its values are written as text, which is not supported");
     }
-    const std::string& name = *header.find("elementdatafile");
-    StoredData data =
-        lowerCase(name) == "local" ? dataIn(path, header.length) : dataIn(dataFile(path, name), 0);
+    const std::string* const name = header.find("elementdatafile");
+    if (name == nullptr) {
+        throw InputError("its header does not tell where its data are");
+    }
+    StoredData data = lowerCase(*name) == "local" ? dataIn(path, header.length)
+                                                  : dataIn(dataFile(path, *name), 0);
     const std::string* const compressed = header.find("compresseddata");
     if (compressed != nullptr && lowerCase(*compressed) == "true") {
         data.compression = StoredData::Compression::deflated;

@@ -113,6 +113,14 @@ class BadFiles(ProgramTest):
             lambda **changes: doses.write_mha(self.folder / "bad.mha", self.dose, **changes),
         )
 
+    def test_metaimage_without_a_place_of_its_data(self):
+        path = doses.write_mha(self.folder / "bad.mha", self.dose)
+        contents = path.read_bytes()
+        for line in (b"ElementDataFile\n", b"ElementDataFile\0\0\n", b"ElementDataFile = \n"):
+            with self.subTest(line):
+                path.write_bytes(contents.replace(b"ElementDataFile = LOCAL\n", line))
+                self.check(path)
+
     def test_nrrd_headers(self):
         self.check_table(
             [

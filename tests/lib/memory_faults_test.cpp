@@ -23,9 +23,16 @@ enum class Failing { none, one, allFromThere };
 std::atomic<Failing> failing{Failing::none};
 std::atomic<int> countdown{0};
 std::atomic<int> failed{0};
+/** Larger allocations than anything else here asks for: they always fail. */
+constexpr std::size_t giant = std::size_t{1} << 32;
+std::atomic<std::size_t> giantAsked{0};
 
-bool failsNow()
+bool failsNow(std::size_t size)
 {
+    if (size >= giant) {
+        giantAsked = size;
+        return true;
+    }
     if (failing == Failing::none) {
         return false;
     }
@@ -39,7 +46,7 @@ bool failsNow()
 
 extern "C" void* malloc(std::size_t size) noexcept // NOLINT(readability-redundant-declaration)
 {
-    if (failsNow()) {
+    if (failsNow(size)) {
         errno = ENOMEM;
         return nullptr;
     }
@@ -50,7 +57,7 @@ extern "C" void* malloc(std::size_t size) noexcept // NOLINT(readability-redunda
 extern "C" void* calloc(std::size_t count, // NOLINT(readability-redundant-declaration)
                         std::size_t size) noexcept
 {
-    if (failsNow()) {
+    if (failsNow(size != 0 && count > giant / size ? giant : count * size)) {
         errno = ENOMEM;
         return nullptr;
     }
@@ -150,6 +157,26 @@ TEST_P(MemoryFaults, OfTheGridCallsKeepTheEarlierGrid)
         EXPECT_EQ(allocations, set == zarnGI_setRef ? 2 : 1);
     }
     EXPECT_EQ(Env->N_ref, 729U);
+}
+
+TEST_P(MemoryFaults, OfAGridJustUnderTheLimitAreForAllOfIt)
+{
+    float* const mapBefore = Env->map_ref;
+    float dose = 0; // never read: there is no memory for a copy
+    std::array<float, 3> one{1, 1, 1};
+    for (std::array<int, 3> size : {std::array{0x7FFFFFFF, 1, 1}, std::array{1290, 1290, 1290},
+                                    std::array{1, 46340, 46341}}) {
+        const std::size_t voxels = static_cast<std::size_t>(size[0]) *
+                                   static_cast<std::size_t>(size[1]) *
+                                   static_cast<std::size_t>(size[2]);
+        for (const auto set : {zarnGI_setRef, zarnGI_setEval}) {
+            giantAsked = 0;
+            EXPECT_EQ(set(size.data(), one.data(), one.data(), &dose), ZARNGI_NULL_POINTER);
+            EXPECT_GE(giantAsked, voxels * sizeof(float));
+        }
+    }
+    EXPECT_EQ(Env->map_ref, mapBefore);
+    EXPECT_EQ(zarnGI_startComputation(), ZARNGI_OK);
 }
 
 TEST_P(MemoryFaults, OfAComputationLeaveTheLibraryUsable)
