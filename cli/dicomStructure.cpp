@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <set>
 #include <string_view>
 
@@ -47,10 +48,13 @@ public:
     {
         skipPreamble();
         const std::string syntax = walkMetaInformation();
-        walkElements(syntaxOf(syntax), 0);
+        walkElements(syntaxOf(syntax), 0, Extent::told);
     }
 
 private:
+    /** Whether a sequence or item ends where its length tells, or at a mark. */
+    enum class Extent { told, open };
+
     void skipPreamble()
     {
         constexpr std::uintmax_t preamble = 128;
@@ -100,11 +104,11 @@ private:
     }
 
     /** Elements up to the end of the file or, inside a sequence, of the item. */
-    void walkElements(const Syntax& syntax, int depth)
+    void walkElements(const Syntax& syntax, int depth, Extent extent)
     {
-        while (depth > 0 || position_ < end_) {
+        while (extent == Extent::open || position_ < end_) {
             const Element element = readElement(syntax);
-            if (element.tag == itemEndTag) {
+            if (element.tag == itemEndTag && extent == Extent::open) {
                 return;
             }
             skipValue(element, syntax, depth);
@@ -113,37 +117,94 @@ private:
 
     void skipValue(const Element& element, const Syntax& syntax, int depth)
     {
+        constexpr int deepest = 32;
+        if (depth >= deepest) {
+            throw InputError("is damaged: its sequences of DICOM are too deep");
+        }
         if (element.length != undefinedLength) {
             requireBytes(element.length, element.tag);
-            position_ += element.length;
+            if (holdsItems(element)) {
+                within(element.length, [&] { walkItems(syntax, depth, Extent::told); });
+            } else {
+                position_ += element.length;
+            }
             return;
         }
         const bool mayBeOpen = element.type.empty() || element.type == "SQ" ||
                                element.type == "UN" || element.tag == pixelDataTag;
-        constexpr int deepest = 32;
-        if (!mayBeOpen || depth >= deepest) {
+        if (!mayBeOpen) {
             throw InputError("is damaged: an element of DICOM has no length");
         }
-        // An element of unknown type is written like the implicit syntax.
-        walkItems(element.type == "UN" ? Syntax{false, false} : syntax, depth);
+        if (element.tag == pixelDataTag) {
+            skipFragments(syntax);
+        } else {
+            // An element of unknown type is written like the implicit syntax.
+            walkItems(element.type == "UN" ? Syntax{false, false} : syntax, depth, Extent::open);
+        }
     }
 
-    void walkItems(const Syntax& syntax, int depth)
+    /** Whether the value at the position is a sequence: told, or as other readers guess it. */
+    bool holdsItems(const Element& element)
     {
-        for (;;) {
-            const Element item = readElement(syntax);
-            if (item.tag == sequenceEndTag) {
+        if (element.type == "SQ") {
+            return true;
+        }
+        const std::uintmax_t start = position_;
+        const bool mayBe = element.type.empty() && element.tag != pixelDataTag &&
+                           element.length >= 8 && readNumber(2, {}) == itemTag >> 16 &&
+                           readNumber(2, {}) == (itemTag & 0xFFFF);
+        position_ = start;
+        return mayBe;
+    }
+
+    /** Walks something that must end where its length tells. */
+    template <class Walk> void within(std::uintmax_t length, const Walk& walk)
+    {
+        const std::uintmax_t outerEnd = end_;
+        end_ = position_ + length;
+        walk();
+        end_ = outerEnd;
+    }
+
+    /** An item's head, or nothing at the mark that ends an open sequence. */
+    std::optional<Element> readItem(const Syntax& syntax, Extent extent)
+    {
+        const Element item = readElement(syntax);
+        if (item.tag == sequenceEndTag && extent == Extent::open) {
+            return {};
+        }
+        if (item.tag != itemTag) {
+            throw InputError("is damaged: a sequence of DICOM has no end");
+        }
+        if (item.length != undefinedLength) {
+            requireBytes(item.length, item.tag);
+        }
+        return item;
+    }
+
+    void walkItems(const Syntax& syntax, int depth, Extent extent)
+    {
+        while (extent == Extent::open || position_ < end_) {
+            const std::optional<Element> item = readItem(syntax, extent);
+            if (!item) {
                 return;
             }
-            if (item.tag != itemTag) {
-                throw InputError("is damaged: a sequence of DICOM has no end");
-            }
-            if (item.length == undefinedLength) {
-                walkElements(syntax, depth + 1);
+            if (item->length == undefinedLength) {
+                walkElements(syntax, depth + 1, Extent::open);
             } else {
-                requireBytes(item.length, item.tag);
-                position_ += item.length;
+                within(item->length, [&] { walkElements(syntax, depth + 1, Extent::told); });
             }
+        }
+    }
+
+    /** The pieces of compressed pixel data. */
+    void skipFragments(const Syntax& syntax)
+    {
+        while (const std::optional<Element> item = readItem(syntax, Extent::open)) {
+            if (item->length == undefinedLength) {
+                throw InputError("is damaged: a piece of its compressed dose has no length");
+            }
+            position_ += item->length;
         }
     }
 

@@ -5,6 +5,8 @@ import resource
 import unittest
 
 import numpy
+import pydicom
+from pydicom.uid import ExplicitVRLittleEndian, ImplicitVRLittleEndian
 
 import doses
 from doses import CT_IMAGE, DicomStyle
@@ -265,6 +267,27 @@ class BadFiles(ProgramTest):
                 path = self.folder / "bad.dcm"
                 path.write_bytes(contents.replace(old, new, 2))
                 self.check(path, "no elements of type")
+
+    def test_dicom_sequences(self):
+        """Whatever is nested must end within what holds it."""
+        for is_open in (False, True):
+            fraction, plan = pydicom.Dataset(), pydicom.Dataset()
+            fraction.ReferencedFractionGroupNumber = 1
+            plan.ReferencedFractionGroupSequence = [fraction]
+            plan.is_undefined_length_sequence_item = is_open
+            plans = pydicom.Sequence([plan])
+            plans.is_undefined_length = is_open
+            for syntax in (ExplicitVRLittleEndian, ImplicitVRLittleEndian):
+                style = DicomStyle(syntax=syntax, elements={"ReferencedRTPlanSequence": plans})
+                path = doses.write_dicom(self.folder / "bad.dcm", self.dose, style)
+                self.assertEqual(run("info", path).returncode, 0)
+                contents = path.read_bytes()
+                number = contents.index(b"\x0c\x30\x22\x00") + 4  # of the fraction group
+                with self.subTest(syntax=syntax, is_open=is_open):
+                    length = number + (2 if syntax == ExplicitVRLittleEndian else 0)
+                    patched = contents[:length] + b"\x53\x00" + contents[length + 2 :]
+                    path.write_bytes(patched)
+                    self.check(path)
 
     def test_relative_doses(self):
         style = DicomStyle(elements={"DoseUnits": "RELATIVE"})
