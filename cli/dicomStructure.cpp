@@ -215,6 +215,10 @@ private:
         element.tag |= readNumber(2, syntax);
         if (!syntax.isExplicit || element.tag >> 16 == itemTag >> 16) {
             element.length = readNumber(4, syntax);
+            const bool isMark = element.tag == itemEndTag || element.tag == sequenceEndTag;
+            if (isMark && element.length != 0) {
+                throw InputError("is damaged: a mark of DICOM has a length");
+            }
             return element;
         }
         element.type = bytes(2);

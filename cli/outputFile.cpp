@@ -20,9 +20,10 @@ namespace cli
 namespace
 {
 
-/** The temporary names, readable from a signal handler: entries are emptied, never removed. */
+/** The temporary names, readable from a signal handler: entries are never removed. */
 struct Pending {
-    std::atomic<const char*> name{nullptr};
+    const char* name = nullptr;
+    std::atomic<bool> isThere{true};
     Pending* next = nullptr;
 };
 
@@ -39,9 +40,8 @@ void setPending(const std::string& name)
 void clearPending(const std::string& name)
 {
     for (Pending* entry = pendingFiles; entry != nullptr; entry = entry->next) {
-        const char* const pending = entry->name;
-        if (pending != nullptr && name == pending) {
-            entry->name = nullptr;
+        if (name == entry->name) {
+            entry->isThere = false;
         }
     }
 }
@@ -49,9 +49,8 @@ void clearPending(const std::string& name)
 extern "C" void removePendingAndEnd(int signal)
 {
     for (const Pending* entry = pendingFiles; entry != nullptr; entry = entry->next) {
-        const char* const name = entry->name;
-        if (name != nullptr) {
-            unlink(name);
+        if (entry->isThere) {
+            unlink(entry->name);
         }
     }
     std::signal(signal, SIG_DFL);

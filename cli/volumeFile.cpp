@@ -12,7 +12,6 @@
 #include "orientation.h"
 #include "probe.h"
 #include "silentStderr.h"
-#include "text.h"
 #include "volumeHeader.h"
 
 namespace cli
@@ -125,6 +124,11 @@ itk::ImageIORegion wholeRegion(const itk::ImageIOBase& io)
     return region;
 }
 
+[[noreturn]] void failToWrite()
+{
+    throw InputError("cannot be written whole; the disk may be full");
+}
+
 /** ITK's writers do not notice a full disk: what cannot be read back has not been written. */
 void checkWritten(const std::string& path, FileFormat format, const Image& image)
 {
@@ -138,7 +142,7 @@ void checkWritten(const std::string& path, FileFormat format, const Image& image
         isThere = false;
     }
     if (!isThere) {
-        throw InputError("cannot be written whole; the disk may be full");
+        failToWrite();
     }
 }
 
@@ -196,8 +200,8 @@ void writeVolume(const std::string& path, const Image& image)
         const SilentStderr silence;
         io->SetIORegion(wholeRegion(*io));
         io->Write(image.values.data());
-    } catch (const itk::ExceptionObject& error) {
-        throw InputError("cannot be written: " + oneLine(error.GetDescription()));
+    } catch (const itk::ExceptionObject&) {
+        failToWrite();
     }
     checkWritten(path, formatByName(path), image);
 }

@@ -268,6 +268,15 @@ class BadFiles(ProgramTest):
                 path.write_bytes(contents.replace(old, new, 2))
                 self.check(path, "no elements of type")
 
+    def test_dicom_mark_with_a_length(self):
+        """GDCM asks for as much memory."""
+        style = DicomStyle(compress=True)
+        contents = doses.write_dicom(self.folder / "bad.dcm", self.dose, style).read_bytes()
+        mark = contents.rindex(b"\xfe\xff\xdd\xe0") + 4
+        path = self.folder / "bad.dcm"
+        path.write_bytes(contents[:mark] + b"\0\0\0\x40" + contents[mark + 4 :])
+        self.check(path, "damaged")
+
     def test_dicom_sequences(self):
         """Whatever is nested must end within what holds it."""
         for is_open in (False, True):
