@@ -52,7 +52,11 @@ struct Lanes {
     /** The floats p[i]. */
     static F gather(const float* p, const int* i)
     {
+        // Without optimization this is a macro of GCC's that passes its mask as a signed number.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wsign-conversion"
         return _mm512_i32gather_ps(_mm512_loadu_si512(i), p, 4);
+#pragma GCC diagnostic pop
     }
     /** The floats p[i] for indices i from 0 to spreadRange - 1. */
     static F spread(const float* p, I i) { return _mm512_permutexvar_ps(i, _mm512_loadu_ps(p)); }
