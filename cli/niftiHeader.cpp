@@ -28,9 +28,17 @@ constexpr std::size_t quaternion = 256;
 constexpr std::size_t qformOffset = 268;
 constexpr std::size_t affineRows = 280;
 
+/** Far beyond any patient; ITK computes for minutes with numbers that are absurd. */
+constexpr double largestLength = 1e6; // mm
+
+bool isLength(double value)
+{
+    return std::fabs(value) <= largestLength;
+}
+
 bool isPositive(double value)
 {
-    return value > 0 && std::isfinite(value);
+    return value > 0 && isLength(value);
 }
 
 bool isFinite(double value)
@@ -211,10 +219,10 @@ void checkPosition(const NiftiHeader& header)
         throw InputError("its header tells no position (neither qform nor sform)");
     }
     if (hasQform) {
-        header.checkFloats(quaternion, 6, "an orientation or origin", isFinite);
+        header.checkFloats(quaternion, 6, "an orientation or origin", isLength);
     }
     if (hasSform) {
-        header.checkFloats(affineRows, 12, "an orientation or origin", isFinite);
+        header.checkFloats(affineRows, 12, "an orientation or origin", isLength);
     }
     if (hasQform && hasSform && !positionsAgree(header)) {
         throw InputError("its header tells two different positions (qform and sform)");
