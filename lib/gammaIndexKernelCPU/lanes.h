@@ -59,7 +59,10 @@ struct Lanes {
 #pragma GCC diagnostic pop
     }
     /** The floats p[i] for indices i from 0 to spreadRange - 1. */
-    static F spread(const float* p, I i) { return _mm512_permutexvar_ps(i, _mm512_loadu_ps(p)); }
+    static F spread(const float* p, I i)
+    {
+        return _mm512_permutexvar_ps(i, _mm512_loadu_ps(p));
+    }
 };
 
 #elif defined(__AVX2__)

@@ -45,7 +45,7 @@ public:
 
     std::string write(const std::string& name, std::string_view contents) const
     {
-        const std::string path = path_ + "/" + name;
+        std::string path = path_ + "/" + name;
         std::ofstream(path, std::ios::binary)
             .write(contents.data(), static_cast<std::streamsize>(contents.size()));
         return path;
