@@ -137,8 +137,9 @@ ZARNGI_API int zarnGI_isReadyToGo(void);
  * (-1 after a reset) and the gamma map (-1 in every voxel of a new reference grid) as they are.
  * @return ZARNGI_OK; the code of the failed readiness check (see zarnGI_isReadyToGo());
  *         ZARNGI_NOT_READY when memory ran out, or when the search lattice cannot be searched: DTA
- *         or step size not a finite number above 1.1e-19 mm, more than 10000 steps per DTA, or
- *         (random rotation only) more than 2^28 lattice points in a shell that has to be searched.
+ *         or step size not a finite number above 1.1e-19 mm, more than 10000 steps per DTA, an
+ *         evaluation grid of more than 2^24 voxels along an axis, a shell to be searched that
+ *         reaches farther than 2^24 steps or (random rotation) has more than 2^28 lattice points.
  *         No results can be read then, and the library is ready for the next call.
  */
 ZARNGI_API int zarnGI_startComputation(void);

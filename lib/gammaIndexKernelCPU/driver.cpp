@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <stdexcept>
@@ -31,6 +32,9 @@ int maxShells()
     return bounded ? static_cast<int>(limit) : unlimitedShells;
 }
 
+/** The largest lattice index and number of voxels along an axis that the search counts up to. */
+constexpr std::int64_t largestIndex = 1 << 24; // whole numbers up to it are exact in float
+
 /** Whether a length is finite and large enough for its square to be more than a rounding error. */
 bool isUsableLength(float length)
 {
@@ -40,16 +44,27 @@ bool isUsableLength(float length)
 
 /**
  * Throws unless the search lattice is one the search can walk in bounded time and with indices in
- * range: finite DTA and step size whose squares do not underflow, and no more than maxStepsPerDTA
- * steps per DTA.
+ * range: finite DTA and step size whose squares do not underflow, no more than maxStepsPerDTA steps
+ * per DTA, and no more voxels along an axis than the search counts up to.
  */
 void requireSearchableLattice()
 {
     constexpr float maxStepsPerDTA = 10000;
     const bool searchable = isUsableLength(DTA) && isUsableLength(Env->stepSize) &&
                             DTA / Env->stepSize <= maxStepsPerDTA;
-    if (!searchable) {
+    const bool countable = std::all_of(std::begin(Env->nn_eval), std::end(Env->nn_eval),
+                                       [](int n) { return n <= largestIndex; });
+    if (!searchable || !countable) {
         throw std::domain_error("search lattice out of range");
+    }
+}
+
+/** Throws when a shell has lattice indices that single precision cannot tell apart. */
+void requireExactIndices(int ishell)
+{
+    const ShellLattice shell(outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
+    if (shell.maxIndex() > largestIndex) {
+        throw std::domain_error("lattice index out of range");
     }
 }
 
@@ -121,6 +136,7 @@ private:
     /** Searches the shell by what is known of the lattice, without a list of its points. */
     void searchLatticeShell(int ishell)
     {
+        requireExactIndices(ishell);
         const SearchPass shell(axes_, ishell, ishell == lastShell_, gapless_);
         LatticePass pass(shell, workerCount());
         latticePass = &pass;
@@ -231,7 +247,9 @@ int evaluateGammaIndex()
         return 0;
     }
     report::options();
-    report::doseLevels(levels);
+    if (report::showsEverything()) {
+        report::doseLevels(levels, largestEvaluationDose());
+    }
     setGlobalDoseDifference(levels);
     report::doseDifference();
     report::search();
@@ -244,7 +262,7 @@ int evaluateGammaIndex()
     searchShells();
 
     report::counts(getNumPassed());
-    if (!Env->passRateMode) {
+    if (report::showsEverything() && !Env->passRateMode) {
         report::statistics(gammaStatistics());
     }
     report::passRate(getGammaPassRate());

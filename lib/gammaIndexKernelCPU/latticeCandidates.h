@@ -2,111 +2,249 @@
  * @file latticeCandidates.h
  * Good first values: the sooner a small gamma^2 is known, the less has to be looked at.
  *
- * Part of latticeSearchPath.h.
+ * One voxel in each lane: the points tried depend on each other, so a single voxel would wait for
+ * every division and every dose.
  */
 #ifndef ZARNGI_LATTICECANDIDATES_H
 #define ZARNGI_LATTICECANDIDATES_H
 
-#include "latticeSearchPath.h"
+#include "latticePoints.h"
+#include "latticeStart.h"
 
 namespace
 {
 
-/**
- * Considers the point p and moves it to the minimum of the dose field linearised there. Returns
- * whether it moved.
- */
-bool VoxelSearch::tryCandidate(std::int32_t (&p)[3])
+/** Tries, for up to Lanes::width voxels, the minimum of the dose field linearised around them. */
+class FirstCandidates // NOLINT(*-performance.Padding): the vectors are aligned
 {
-    const AxisPoint x = centrePoint(0, p[0]);
-    const AxisPoint y = windowPoint(1, p[1]);
-    const AxisPoint z = windowPoint(2, p[2]);
-    const LinearDose linear =
-        linearDose(pass_.evaluation.map, pass_.evaluation.n, x, y, z, pass_.reader);
-    if (isMember(p[0], p[1], p[2])) {
-        consider(linear.dose, p[0], p[1], p[2]);
-    }
-    float g[3];
-    for (int a = 0; a < 3; ++a) {
-        g[a] = linear.perVoxel[a] * scale_ * pass_.voxelsPerStep[a];
-    }
-    const float u = (linear.dose - referenceDose_) * scale_;
-    const float at0 = u - (g[0] * static_cast<float>(p[0]) + g[1] * static_cast<float>(p[1]) +
-                           g[2] * static_cast<float>(p[2]));
-    const float steepness = g[0] * g[0] + g[1] * g[1] + g[2] * g[2];
-    // Far above what this pass must find: the ranges of the doses will exclude most cells.
-    if (at0 * at0 > 4 * cap_ * pass_.thresholdPerLimit * (steepness + 1.0F)) {
-        return false;
-    }
-    float move = -at0 / (steepness + 1.0F);
-    const float length = move * move * steepness;
-    const float outer = pass_.outerWhole;
-    const bool beyondRim = !(length <= outer);
-    if (beyondRim) {
-        move *= __builtin_sqrtf(outer / length);
-    }
-    bool moved = false;
-    for (int a = 0; a < 3; ++a) {
-        const float target = move * g[a];
-        if (!isFinite(target)) {
-            return false;
+public:
+    explicit FirstCandidates(const SearchPass& pass) : pass_(pass) {}
+
+    [[nodiscard]] bool isFull() const { return count_ == Lanes::width; }
+
+    void add(VoxelStart& start)
+    {
+        start_[count_] = &start;
+        for (int a = 0; a < 3; ++a) {
+            origin_[a][count_] = start.sample[a]->position;
+            first_[a][count_] = static_cast<float>(start.candidates[a].first);
+            last_[a][count_] = static_cast<float>(start.candidates[a].last);
         }
-        const LatticeInterval& range = candidates_[a];
-        const float nearest =
-            clamped(target, static_cast<float>(range.first), static_cast<float>(range.last));
-        const auto next = static_cast<std::int32_t>(nearest + (nearest < 0 ? -0.5F : 0.5F));
-        moved = moved || next != p[a];
-        p[a] = clamped(next, range.first, range.last);
+        referenceDose_[count_] = start.referenceDose;
+        delta_[count_] = start.delta;
+        scale_[count_] = start.scale;
+        cap_[count_] = start.cap;
+        bestSoFar_[count_] = start.best;
+        ++count_;
     }
-    if (beyondRim) {
-        tryRim(p);
+
+    /** Tries the voxels added since the last time. */
+    void tryAll()
+    {
+        if (count_ == 0) {
+            return;
+        }
+        const int voxels = count_;
+        while (!isFull()) {
+            add(*start_[0]); // lanes that repeat the first voxel
+        }
+        best_ = Lanes::load(bestSoFar_);
+        bestDistanceSquared_ = Lanes::all(0);
+        flattening_ = Lanes::all(1);
+        tryFrom(Lanes::all(0));
+        if (pass_.reader == Reader::bilinear) {
+            tryPlanesBeside();
+        }
+        alignas(64) float distanceSquared[Lanes::width];
+        Lanes::store(bestSoFar_, best_);
+        alignas(64) float flattening[Lanes::width];
+        Lanes::store(distanceSquared, bestDistanceSquared_);
+        Lanes::store(flattening, flattening_);
+        for (int lane = 0; lane < voxels; ++lane) {
+            start_[lane]->best = bestSoFar_[lane];
+            start_[lane]->bestDistanceSquared = distanceSquared[lane];
+            start_[lane]->flattening = flattening[lane];
+            start_[lane]->originConsidered = true;
+        }
+        count_ = 0;
+    }
+
+private:
+    using F = Lanes::F;
+
+    /** u = atOrigin + the sum of rise[a] times the lattice index on axis a. */
+    struct LinearField {
+        F atOrigin;
+        F rise[3];
+    };
+
+    /** The lattice index nearest to x that may be tried on an axis. */
+    [[nodiscard]] F within(int axis, F x) const
+    {
+        return Lanes::min(Lanes::max(x, Lanes::load(first_[axis])), Lanes::load(last_[axis]));
+    }
+
+    [[nodiscard]] LinearDoses dosesAt(const F (&p)[3]) const
+    {
+        const F origin[3] = {Lanes::load(origin_[0]), Lanes::load(origin_[1]),
+                             Lanes::load(origin_[2])};
+        return linearDoses(pass_, origin, p);
+    }
+    void consider(F dose, const F (&p)[3], unsigned lanes);
+    void tryFrom(F k);
+    void tryPlanesBeside();
+    unsigned tryAt(F (&p)[3], unsigned lanes);
+    void leastNear(F (&p)[3], const LinearField& field, bool nearRim) const;
+    [[nodiscard]] F flatteningAt(F u, F steepness) const;
+
+    const SearchPass& pass_;
+    int count_ = 0;
+    VoxelStart* start_[Lanes::width];
+    alignas(64) float origin_[3][Lanes::width];
+    alignas(64) float first_[3][Lanes::width]; ///< lattice indices that may be tried
+    alignas(64) float last_[3][Lanes::width];
+    alignas(64) float referenceDose_[Lanes::width];
+    alignas(64) float delta_[Lanes::width];
+    alignas(64) float scale_[Lanes::width];
+    alignas(64) float cap_[Lanes::width];
+    alignas(64) float bestSoFar_[Lanes::width];
+    F best_;
+    F bestDistanceSquared_;
+    F flattening_;
+};
+
+/** Takes one point of each of the lanes into account. */
+void FirstCandidates::consider(F dose, const F (&p)[3], unsigned lanes)
+{
+    const F r2 = squaredDistances(pass_, p);
+    const F Gammasq =
+        gammasSquared(pass_, dose - Lanes::load(referenceDose_), Lanes::load(delta_), r2);
+    const unsigned better =
+        improvements(Gammasq, r2, best_, bestDistanceSquared_) & members(pass_, p, lanes);
+    best_ = Lanes::select(better, Gammasq, best_);
+    bestDistanceSquared_ = Lanes::select(better, r2, bestDistanceSquared_);
+}
+
+/** Tries points from the one nearest to (0, 0, k) on. */
+void FirstCandidates::tryFrom(F k)
+{
+    F p[3] = {within(0, Lanes::all(0)), within(1, Lanes::all(0)), within(2, k)};
+    constexpr int steps = 4;
+    unsigned moving = Lanes::everyLane;
+    for (int step = 0; step < steps && moving != 0; ++step) {
+        moving = tryAt(p, moving);
+    }
+}
+
+/** Tries points in the planes above and below: in 2D mode the dose jumps halfway to them. */
+void FirstCandidates::tryPlanesBeside()
+{
+    const F half = Lanes::all(0.5F);
+    const F one = Lanes::all(1);
+    const F perStep = Lanes::all(pass_.voxelsPerStep[2]);
+    if (!(pass_.voxelsPerStep[2] > 0)) {
+        return;
+    }
+    const F centred = (Lanes::load(origin_[2]) - Lanes::all(pass_.evaluation.x0[2])) /
+                          Lanes::all(pass_.evaluation.h[2]) -
+                      half;
+    const F plane = floored(centred + half);
+    tryFrom(floored((plane + half - centred) / perStep) + one);
+    tryFrom(Lanes::all(-1) - floored((centred + half - plane) / perStep));
+}
+
+/**
+ * Considers the points p of some lanes and moves them to the minimum of the dose field linearised
+ * there. Returns the lanes that moved.
+ */
+unsigned FirstCandidates::tryAt(F (&p)[3], unsigned lanes)
+{
+    const F zero = Lanes::all(0);
+    const F one = Lanes::all(1);
+    const LinearDoses linear = dosesAt(p);
+    consider(linear.dose, p, lanes);
+    const F scale = Lanes::load(scale_);
+    LinearField field;
+    for (int a = 0; a < 3; ++a) {
+        field.rise[a] = linear.perVoxel[a] * scale * Lanes::all(pass_.voxelsPerStep[a]);
+    }
+    const F(&g)[3] = field.rise;
+    const F u = (linear.dose - Lanes::load(referenceDose_)) * scale;
+    field.atOrigin = u - (g[0] * p[0] + g[1] * p[1] + g[2] * p[2]);
+    const F steepness = g[0] * g[0] + g[1] * g[1] + g[2] * g[2];
+    // Far above what this pass must find: the ranges of the doses will exclude most cells.
+    const F hopeless = Lanes::all(4 * pass_.thresholdPerLimit) * Lanes::load(cap_);
+    lanes &= Lanes::notGreater(field.atOrigin * field.atOrigin, hopeless * (steepness + one));
+    F move = (zero - field.atOrigin) / (steepness + one);
+    const F length = move * move * steepness;
+    const F outer = Lanes::all(pass_.outerWhole);
+    const unsigned beyondRim = ~Lanes::notGreater(length, outer);
+    move = Lanes::select(beyondRim, move * Lanes::sqrt(outer / length), move);
+    flattening_ = Lanes::select(lanes, flatteningAt(field.atOrigin + move * steepness, steepness),
+                                flattening_);
+    const bool planar = pass_.reader == Reader::bilinear;
+    F next[3];
+    for (int a = 0; a < 3; ++a) {
+        next[a] = planar && a == 2 ? p[2] : move * g[a];
+        lanes &= ~Lanes::notGreater(one, next[a] * zero); // not those that are not finite
+    }
+    leastNear(next, field, (beyondRim & lanes) != 0);
+    unsigned moved = 0;
+    for (int a = 0; a < 3; ++a) {
+        moved |= lanes & ~Lanes::notGreater(absolute(next[a] - p[a]), zero);
+        p[a] = Lanes::select(lanes, next[a], p[a]);
     }
     return moved;
 }
 
-/** Considers the points of the shell's rim on the three lattice rows through the point p. */
-void VoxelSearch::tryRim(const std::int32_t (&p)[3])
+/** Replaces the points p by lattice points nearby where f of the field is small. */
+void FirstCandidates::leastNear(F (&p)[3], const LinearField& field, bool nearRim) const
 {
+    const F zero = Lanes::all(0);
+    const F one = Lanes::all(1);
+    const F outer = Lanes::all(pass_.outerWhole);
+    const bool planar = pass_.reader == Reader::bilinear;
+    const F perZ = (zero - field.rise[2]) / (field.rise[2] * field.rise[2] + one);
+    F centre[3];
     for (int a = 0; a < 3; ++a) {
-        const int b = a == 0 ? 1 : 0;
-        const int c = a == 2 ? 1 : 2;
-        const float room = pass_.outerWhole - squareOf(p[b]) - squareOf(p[c]);
-        if (room < 0) {
-            continue;
-        }
-        const auto rim = static_cast<std::int32_t>(__builtin_sqrtf(room + 0.01F));
-        const LatticeInterval range = common(sample_[a]->centre, {-rim, rim});
-        if (range.empty()) {
-            continue;
-        }
-        std::int32_t q[3] = {p[0], p[1], p[2]};
-        q[a] = p[a] < 0 ? range.first : range.last;
-        if (isMember(q[0], q[1], q[2])) {
-            consider(doseOf({locatePoint(0, q[0]), locatePoint(1, q[1]), locatePoint(2, q[2])}),
-                     q[0], q[1], q[2]);
+        centre[a] = rounded(within(a, p[a]));
+        p[a] = centre[a];
+    }
+    F least = Lanes::all(__builtin_inff());
+    for (int di = -1; di <= 1; ++di) {
+        const F i = within(0, centre[0] + Lanes::all(static_cast<float>(di)));
+        for (int dj = -1; dj <= 1; ++dj) {
+            const F j = within(1, centre[1] + Lanes::all(static_cast<float>(dj)));
+            const F inPlane = i * i + j * j;
+            const F a = field.atOrigin + field.rise[0] * i + field.rise[1] * j;
+            F lowest = rounded(a * perZ);
+            if (nearRim) {
+                const F rim = Lanes::whole(Lanes::sqrt(Lanes::max(outer - inPlane, zero)));
+                lowest = Lanes::min(Lanes::max(lowest, zero - rim), rim);
+            }
+            const F k = planar ? centre[2] : within(2, lowest);
+            const F u = a + field.rise[2] * k;
+            const F squared = inPlane + k * k;
+            const F f = u * u + squared;
+            const unsigned better =
+                ~Lanes::notGreater(least, f) & Lanes::notGreater(squared, outer);
+            least = Lanes::select(better, f, least);
+            p[0] = Lanes::select(better, i, p[0]);
+            p[1] = Lanes::select(better, j, p[1]);
+            p[2] = Lanes::select(better, k, p[2]);
         }
     }
 }
 
-void VoxelSearch::tryFirstCandidates()
+/**
+ * The weight of dose differences at which the minimum of u^2 weight^2 + r^2 of a linear field comes
+ * to lie on the rim, given the difference u there; 1 where the minimum is within the rim.
+ */
+Lanes::F FirstCandidates::flatteningAt(F u, F steepness) const
 {
-    std::int32_t p[3];
-    for (int a = 0; a < 3; ++a) {
-        candidates_[a] = common(sample_[a]->centre, {-pass_.outerIndex, pass_.outerIndex});
-        if (candidates_[a].empty()) {
-            return;
-        }
-        p[a] = nearestToZero(candidates_[a]);
-    }
-    for (int a = 1; a < 3; ++a) {
-        if (scratch_.window[a].referenceIndex != index_[a]) {
-            prepareWindow(a, candidates_[a]);
-            findCellRuns(a);
-        }
-    }
-    constexpr int steps = 3;
-    for (int step = 0; step < steps && tryCandidate(p); ++step) {
-    }
+    const F one = Lanes::all(1);
+    const F outer = Lanes::all(pass_.outerWhole);
+    return Lanes::min(Lanes::sqrt(Lanes::sqrt(outer / (u * u * steepness))), one);
 }
 
 } // namespace

@@ -69,7 +69,7 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
       reader(selectedReader()), stepsPerMmSquared(1 / (stepSize * stepSize)),
       stepsPerDTA(dta / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
       outerSquared(shell.outerRadiusSquared()), outerWhole(std::floor(outerSquared)),
-      outerRim(outerWhole * (1 + 0x1p-21F)),
+      outerRim(outerWhole * (1 + 0x1p-21F)), outerRoot(std::sqrt(outerRim)),
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
       // Relative error of f and of the exact gamma^2: some 20 roundings each.
@@ -81,13 +81,32 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
       cellsPerStep(1 / cellWidth), cellSlack(roundingOfPositions(latticeAxes, evaluation)),
       wholeSquared(wholeSquaredRadius(gapless ? shell : shellLattice(1)))
 {
-    const float farthest = static_cast<float>(outerIndex) * stepSize;
-    const std::int64_t farthestSquared = std::int64_t{outerIndex} * outerIndex;
-    const bool inShell = outerIndex > 0 && farthestSquared <= wholeSquared &&
-                         static_cast<float>(farthestSquared) > shell.innerRadiusSquared();
-    axisDistanceTerm = inShell ? distanceTerm(farthest * farthest, dta) : -1.0F;
+    findFarPoint();
     for (int a = 0; a < 3; ++a) {
         voxelsPerStep[a] = evaluation.n[a] > 1 ? stepSize / evaluation.h[a] : 0.0F;
+    }
+}
+
+void SearchPass::findFarPoint()
+{
+    farDistanceTerm = -1.0F;
+    const auto inner = static_cast<double>(shell.innerRadiusSquared());
+    for (std::int64_t squared = wholeSquared; static_cast<double>(squared) > inner; --squared) {
+        // The point with this squared radius and the largest index on the first axis.
+        const auto i = static_cast<std::int32_t>(std::sqrt(static_cast<double>(squared)));
+        const std::int64_t rest = squared - std::int64_t{i} * i;
+        for (std::int32_t j = 0; 2 * std::int64_t{j} * j <= rest; ++j) {
+            const auto k = static_cast<std::int32_t>(
+                std::lround(std::sqrt(static_cast<double>(rest - std::int64_t{j} * j))));
+            if (std::int64_t{j} * j + std::int64_t{k} * k == rest) {
+                const std::int32_t found[3] = {i, j, k};
+                std::copy(found, found + 3, farPoint);
+                const vec3dRT p(static_cast<float>(i) * stepSize, static_cast<float>(j) * stepSize,
+                                static_cast<float>(k) * stepSize);
+                farDistanceTerm = distanceTerm(dot(p, p), dta);
+                return;
+            }
+        }
     }
 }
 
@@ -137,7 +156,7 @@ SearchScratch::SearchScratch(const SearchPass& pass)
     // A lattice coarser than the grid skips rows: a window may span any number of them.
     const auto rowCount = static_cast<std::size_t>(pass.evaluation.n[1]);
     for (int side = 0; side < 2; ++side) {
-        rows_[side].resize(rowCount * maxLanes);
+        rows_[side].resize(rowCount * cellsAtOnce);
         rows[side] = rows_[side].data();
     }
 }
@@ -169,9 +188,7 @@ public:
 
     [[nodiscard]] bool found() const
     {
-        const bool holdsAxisPoint =
-            inBox_ && farthest_[0] == pass_.outerIndex && nearest_[1] == 0 && nearest_[2] == 0;
-        if (holdsAxisPoint && pass_.axisDistanceTerm >= gammasq_) {
+        if (pass_.farDistanceTerm >= gammasq_ && holdsFarPoint()) {
             return true;
         }
         const double outer = static_cast<double>(pass_.shell.outerRadiusSquared());
@@ -200,6 +217,16 @@ private:
     static double squared(std::int64_t i, std::int64_t j, std::int64_t k)
     {
         return static_cast<double>(i * i) + static_cast<double>(j * j) + static_cast<double>(k * k);
+    }
+
+    /** Whether the box holds the pass's far point, with some signs of its indices. */
+    [[nodiscard]] bool holdsFarPoint() const
+    {
+        bool holds = inBox_;
+        for (int a = 0; a < 3; ++a) {
+            holds = holds && nearest_[a] == 0 && farthest_[a] >= pass_.farPoint[a];
+        }
+        return holds;
     }
 
     [[nodiscard]] bool foundInPlane(std::int64_t i) const

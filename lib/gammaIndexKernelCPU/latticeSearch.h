@@ -31,6 +31,10 @@ struct SearchPass : SearchCriteria {
     /** Whether this shell and the earlier ones leave out no lattice point within their radius. */
     [[nodiscard]] bool isGapless() const;
 
+private:
+    void findFarPoint();
+
+public:
     const LatticeAxes* axes;
     int shellNumber;
     bool isLast;
@@ -42,9 +46,10 @@ struct SearchPass : SearchCriteria {
     float outerSquared;        ///< outer squared radius in steps
     float outerWhole;          ///< the largest whole number in it
     float outerRim;            ///< raised by the rounding of sums of squares beyond 4096 steps
+    float outerRoot;           ///< its square root
     float largestDistanceTerm; ///< gamma^2: no distance term of the shell exceeds it
-    float axisDistanceTerm;    ///< gamma^2, distance term of the shell's farthest point on an axis;
-                               ///< -1: unknown
+    std::int32_t farPoint[3];  ///< a point of the shell that is nearly or quite the farthest one
+    float farDistanceTerm;     ///< gamma^2, its distance term; -1: unknown
     float thresholdPerLimit;   ///< squared steps per gamma^2, raised by the error of the search
     float voxelsPerStep[3];    ///< evaluation voxels per lattice step; 0 on an axis of one voxel
     double stepsPerMm;
@@ -110,7 +115,8 @@ public:
 
     AxisWindow window[3];
     AxisVoxels voxelRuns[3];
-    float* rows[2]; ///< interpolated rows of two planes of the evaluation grid
+    static constexpr int cellsAtOnce = 64; ///< along x
+    float* rows[2]; ///< least and largest doses of cellsAtOnce cells in each row along y
 
 private:
     std::vector<std::int32_t> lower_[3];
@@ -123,12 +129,21 @@ private:
 /** The largest number of floats that a vector path handles at once. */
 constexpr int maxLanes = 16;
 
-/** Searches the pass's shell around a voxel and lowers its gammasq. */
-using LatticeSearch = void (*)(const SearchPass&, SearchScratch&, ActiveVoxel&);
+/** Up to this many voxels are searched at once. */
+constexpr int maxVoxels = 32;
 
-void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel);
-void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel);
-void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel);
+/** Some voxels of one worker, at most maxVoxels. */
+struct VoxelGroup {
+    ActiveVoxel* voxels[maxVoxels];
+    int count = 0;
+};
+
+/** Searches the pass's shell around some voxels and lowers their gammasq. */
+using LatticeSearch = void (*)(const SearchPass&, SearchScratch&, const VoxelGroup&);
+
+void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
+void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
+void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
 
 /**
  * Sets stopSearching when the shell holds a point inside the evaluation box whose distance term

@@ -1,8 +1,6 @@
-#include "latticeCandidates.h"
-#include "latticeCells.h"
-#include "latticeVoxels.h"
+#include "latticeGroup.h"
 
-void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, ActiveVoxel& voxel)
+void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
 {
-    VoxelSearch(pass, scratch, voxel).run();
+    searchGroup(pass, scratch, group);
 }

@@ -2,20 +2,20 @@
  * @file latticeVoxels.h
  * The lattice points whose dose is that of the containing voxel.
  *
- * Part of latticeSearchPath.h.
+ * Part of latticeGroup.h.
  */
 #ifndef ZARNGI_LATTICEVOXELS_H
 #define ZARNGI_LATTICEVOXELS_H
 
-#include "latticeSearchPath.h"
+#include "latticeVoxelSearch.h"
 
 namespace
 {
 
 void VoxelSearch::findVoxelRuns(int axis, LatticeInterval range)
 {
-    scratch_.voxelRuns[axis].referenceIndex = index_[axis];
-    Room<VoxelRun>& runs = scratch_.voxelRuns[axis].runs;
+    scratch_->voxelRuns[axis].referenceIndex = start_->index[axis];
+    Room<VoxelRun>& runs = scratch_->voxelRuns[axis].runs;
     runs.count = 0;
     for (std::int32_t i = range.first; i <= range.last; ++i) {
         const AxisPoint p = locatePoint(axis, i);
@@ -32,17 +32,17 @@ void VoxelSearch::findVoxelRuns(int axis, LatticeInterval range)
 /** The lattice points that are not between voxel centres on some axis. */
 void VoxelSearch::searchVoxelwise()
 {
-    if (settled()) {
+    if (isInterpolatedWithinReach()) {
         return;
     }
     LatticeInterval range[3];
     bool allInterpolated = true;
     for (int a = 0; a < 3; ++a) {
-        range[a] = common(sample_[a]->inside, reachOn(a));
+        range[a] = common(start_->sample[a]->inside, reachOn(a));
         if (range[a].empty()) {
             return;
         }
-        const LatticeInterval centre = common(sample_[a]->centre, range[a]);
+        const LatticeInterval centre = common(start_->sample[a]->centre, range[a]);
         allInterpolated =
             allInterpolated && centre.first == range[a].first && centre.last == range[a].last;
     }
@@ -51,22 +51,23 @@ void VoxelSearch::searchVoxelwise()
     }
     findVoxelRuns(0, range[0]);
     for (int a = 1; a < 3; ++a) {
-        if (scratch_.voxelRuns[a].referenceIndex != index_[a]) {
-            findVoxelRuns(a, common(sample_[a]->inside, {-pass_.outerIndex, pass_.outerIndex}));
+        if (scratch_->voxelRuns[a].referenceIndex != start_->index[a]) {
+            findVoxelRuns(
+                a, common(start_->sample[a]->inside, {-pass_->outerIndex, pass_->outerIndex}));
         }
     }
-    const float xNearest = squareOf(sample_[0]->nearest);
-    const float yNearest = squareOf(sample_[1]->nearest);
-    for (const VoxelRun& z : scratch_.voxelRuns[2].runs) {
+    const float xNearest = squareOf(start_->sample[0]->nearest);
+    const float yNearest = squareOf(start_->sample[1]->nearest);
+    for (const VoxelRun& z : scratch_->voxelRuns[2].runs) {
         const float zNearest = squareOf(z.nearest) + xNearest;
         if (zNearest + yNearest > threshold_) {
             continue;
         }
-        for (const VoxelRun& y : scratch_.voxelRuns[1].runs) {
+        for (const VoxelRun& y : scratch_->voxelRuns[1].runs) {
             if (zNearest + squareOf(y.nearest) > threshold_) {
                 continue;
             }
-            for (const VoxelRun& x : scratch_.voxelRuns[0].runs) {
+            for (const VoxelRun& x : scratch_->voxelRuns[0].runs) {
                 considerVoxel(x, y, z);
             }
             if (settled()) {
@@ -81,11 +82,11 @@ void VoxelSearch::considerVoxel(const VoxelRun& x, const VoxelRun& y, const Voxe
     const float squared = squareOf(x.nearest) + squareOf(y.nearest) + squareOf(z.nearest);
     const bool interpolated = x.point.zone == Zone::centre && y.point.zone == Zone::centre &&
                               z.point.zone == Zone::centre;
-    if (squared > threshold_ || squared > pass_.outerRim || interpolated) {
+    if (squared > threshold_ || squared > pass_->outerRim || interpolated) {
         return;
     }
     const float dose = doseOf({x.point, y.point, z.point});
-    const float u = (dose - referenceDose_) * scale_;
+    const float u = (dose - start_->referenceDose) * scale_;
     if (u * u * (1 - 0x1p-19F) + squared > threshold_) {
         return;
     }

@@ -98,7 +98,7 @@ private:
     ActiveVoxel& voxel_;
     const AxisSample* sample_[3];
     float origin_[3];
-    Region region_;
+    Region region_{};
     float doseError_ = 0; ///< Gy, of an estimated dose
     float referenceDose_ = 0;
     float delta_ = 0;
@@ -203,7 +203,7 @@ bool RotatedSearch::findSlopes()
                     largest[2] = Lanes::max(absolute(Lanes::load(p + back) - here), largest[2]);
                 }
                 magnitude = Lanes::max(absolute(here), magnitude);
-                notFinite = notFinite + (here - here);
+                notFinite = notFinite + here * zero;
             }
         }
     }
@@ -227,7 +227,7 @@ Lanes::F RotatedSearch::doses(const Lanes::F (&position)[3]) const
 {
     using F = Lanes::F;
     const int* const n = points_.evaluation.n;
-    alignas(64) int cell[3][RotatedPoints::groupSize];
+    Lanes::I cell[3];
     F fraction[3];
     for (int a = 0; a < 3; ++a) {
         const float perVoxel = 1.0F / points_.evaluation.h[a];
@@ -235,18 +235,19 @@ Lanes::F RotatedSearch::doses(const Lanes::F (&position)[3]) const
         const F centred = (position[a] + shift) * Lanes::all(perVoxel) - Lanes::all(0.5F);
         const F low = Lanes::whole(centred);
         fraction[a] = centred - low;
-        Lanes::storeIndices(cell[a], Lanes::truncated(low));
+        cell[a] = Lanes::truncated(centred);
     }
     const int right = n[0];
     const int back = n[0] * n[1];
-    alignas(64) int at[RotatedPoints::groupSize];
-    for (int lane = 0; lane < Lanes::width; ++lane) {
-        at[lane] = cell[0][lane] + right * cell[1][lane] + back * cell[2][lane];
-    }
+    const Lanes::I at =
+        Lanes::sum(cell[0], Lanes::sum(Lanes::times(cell[1], right), Lanes::times(cell[2], back)));
     const float* const map = points_.evaluation.map;
     const auto along = [&](F low, F high, int axis) { return low + (high - low) * fraction[axis]; };
     const auto alongX = [&](const float* from) {
-        return along(Lanes::gather(from, at), Lanes::gather(from + 1, at), 0);
+        F low;
+        F high;
+        Lanes::gatherPairs(from, at, low, high);
+        return along(low, high, 0);
     };
     const F c0 = along(alongX(map), alongX(map + right), 1);
     const F c1 = along(alongX(map + back), alongX(map + back + right), 1);

@@ -13,11 +13,6 @@ constexpr int dotsOnly = 1;
 constexpr int shellLines = 3;
 constexpr int everything = 5;
 
-bool verboseReport()
-{
-    return Env->verbose >= everything;
-}
-
 /** Writes the parts as one line. */
 template <class... Parts> void line(const Parts&... parts)
 {
@@ -29,16 +24,21 @@ template <class... Parts> void line(const Parts&... parts)
 namespace report
 {
 
+bool showsEverything()
+{
+    return Env->verbose >= everything;
+}
+
 void criteria()
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         line("DTA,DD,DDT,DCO : ", DTA, ' ', DD, localDD ? " L" : " G", ' ', DCO);
     }
 }
 
 void activeVoxelCount(const DoseLevels& levels)
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         line();
         line("Num of active voxel to be tested: ", levels.countActiveVoxel);
     }
@@ -46,14 +46,14 @@ void activeVoxelCount(const DoseLevels& levels)
 
 void nothingToDo()
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         line("Nothing to do! Bye bye");
     }
 }
 
 void options()
 {
-    if (!verboseReport()) {
+    if (!showsEverything()) {
         return;
     }
     line(Env->lNoInterpolation ? "Do not interpolate dose values"
@@ -63,14 +63,14 @@ void options()
     }
 }
 
-void doseLevels(const DoseLevels& levels)
+void doseLevels(const DoseLevels& levels, float maxDose_eval)
 {
-    if (!verboseReport()) {
+    if (!showsEverything()) {
         return;
     }
     line();
     line("maxDose ref : ", levels.maxDose, " Gy");
-    line("maxDose eval: ", levels.maxDose_eval, " Gy");
+    line("maxDose eval: ", maxDose_eval, " Gy");
     line();
     line("global normalisation dose : ", levels.globalReferenceDose, " Gy");
     line();
@@ -79,7 +79,7 @@ void doseLevels(const DoseLevels& levels)
 
 void doseDifference()
 {
-    if (!verboseReport()) {
+    if (!showsEverything()) {
         return;
     }
     if (localDD) {
@@ -92,7 +92,7 @@ void doseDifference()
 
 void search()
 {
-    if (!verboseReport()) {
+    if (!showsEverything()) {
         return;
     }
     line("Evaluation grid step size: ", Env->stepSize,
@@ -108,7 +108,7 @@ void search()
 
 void skimmedVoxels(std::size_t skimmed)
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         line("Num of skimmed voxels: ", skimmed);
     }
 }
@@ -128,7 +128,7 @@ void slices2D()
 
 void threads()
 {
-    if (!verboseReport()) {
+    if (!showsEverything()) {
         return;
     }
     if (pthreads_max_num == 1) {
@@ -159,14 +159,9 @@ void searchEnded()
     }
 }
 
-bool showsProgress()
-{
-    return verboseReport();
-}
-
 void progressHeader()
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         line("[  10  20  30  40  50  60  70  80  90 100]");
         std::cout << ' ';
     }
@@ -174,7 +169,7 @@ void progressHeader()
 
 void progressMark()
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         std::cout << '.';
     }
     std::cout << std::flush;
@@ -182,14 +177,14 @@ void progressMark()
 
 void progressEnd()
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         line('.');
     }
 }
 
 void counts(int numPassed)
 {
-    if (!verboseReport()) {
+    if (!showsEverything()) {
         return;
     }
     line();
@@ -202,7 +197,7 @@ void counts(int numPassed)
 
 void statistics(const GammaStatistics& statistics)
 {
-    if (!verboseReport()) {
+    if (!showsEverything()) {
         return;
     }
     line("Gamma-index min/max = ", statistics.gmin, " / ", statistics.gmax);
@@ -212,7 +207,7 @@ void statistics(const GammaStatistics& statistics)
 
 void passRate(float passRate)
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         std::printf("Gamma-index %.0fmm/%.0f%% pass-rate:  %f %%\n", static_cast<double>(DTA),
                     static_cast<double>(DD), static_cast<double>(passRate));
         std::fflush(stdout);
@@ -221,7 +216,7 @@ void passRate(float passRate)
 
 void done()
 {
-    if (verboseReport()) {
+    if (showsEverything()) {
         line("Done!");
     }
 }

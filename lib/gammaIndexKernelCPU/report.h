@@ -18,7 +18,7 @@ void criteria();
 void activeVoxelCount(const DoseLevels& levels);
 void nothingToDo();
 void options();
-void doseLevels(const DoseLevels& levels);
+void doseLevels(const DoseLevels& levels, float maxDose_eval);
 void doseDifference();
 void search();
 void skimmedVoxels(std::size_t skimmed);
@@ -27,8 +27,8 @@ void threads();
 /** Announces the pass of shell `ishell` (the first is 1). */
 void shell(int ishell);
 void searchEnded();
-/** Whether the verbosity shows the progress bar. */
-bool showsProgress();
+/** Whether the verbosity shows everything: the dose levels, the progress bar, the statistics. */
+bool showsEverything();
 /** The progress bar of a pass: header, one mark per 2.5 %, end. */
 void progressHeader();
 void progressMark();

@@ -54,6 +54,21 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
     }
 }
 
+/** Visits the points of evalPoints around a voxel. */
+void searchPoints(ActiveVoxel& voxel)
+{
+    if (rotatedPoints != nullptr && vectorPath().pointSearch(*rotatedPoints, voxel)) {
+        return;
+    }
+    const vec3dRT node = nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
+    for (const vec3dRT& offset : ptsSob_vox) {
+        searchAround(voxel, node + offset);
+        if (Env->passRateMode && voxel.passed) {
+            return;
+        }
+    }
+}
+
 } // namespace
 
 LatticePass* latticePass = nullptr;
@@ -68,29 +83,22 @@ LatticePass::LatticePass(const SearchPass& pass, std::size_t workers)
     }
 }
 
-void LatticePass::search(std::size_t worker, ActiveVoxel& voxel)
+void LatticePass::search(std::size_t worker, const VoxelGroup& group)
 {
-    search_(pass_, scratch_[worker], voxel);
-    if (!Env->passRateMode) {
-        markIfFinal(pass_, voxel);
+    search_(pass_, scratch_[worker], group);
+    for (int v = 0; v < group.count && !Env->passRateMode; ++v) {
+        markIfFinal(pass_, *group.voxels[v]);
     }
 }
 
-void searchVoxel(std::size_t worker, ActiveVoxel& voxel)
+void searchVoxels(std::size_t worker, const VoxelGroup& group)
 {
     trilinDebug.store(false, std::memory_order_relaxed);
     if (evalPoints == nullptr) {
-        latticePass->search(worker, voxel);
+        latticePass->search(worker, group);
         return;
     }
-    if (rotatedPoints != nullptr && vectorPath().pointSearch(*rotatedPoints, voxel)) {
-        return;
-    }
-    const vec3dRT node = nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
-    for (const vec3dRT& offset : ptsSob_vox) {
-        searchAround(voxel, node + offset);
-        if (Env->passRateMode && voxel.passed) {
-            return;
-        }
+    for (int v = 0; v < group.count; ++v) {
+        searchPoints(*group.voxels[v]);
     }
 }

@@ -19,8 +19,8 @@ public:
     /** Prepares a pass by a number of workers. */
     LatticePass(const SearchPass& pass, std::size_t workers);
 
-    /** Searches the shell around a voxel; each worker from its own thread. */
-    void search(std::size_t worker, ActiveVoxel& voxel);
+    /** Searches the shell around some voxels; each worker from its own thread. */
+    void search(std::size_t worker, const VoxelGroup& group);
 
 private:
     SearchPass pass_;
@@ -34,7 +34,7 @@ extern LatticePass* latticePass;
 /** The points of evalPoints as the vector paths search them, or null. Owned by the driver. */
 extern const RotatedPoints* rotatedPoints;
 
-/** Searches the current pass around a voxel: the points of evalPoints, or else latticePass. */
-void searchVoxel(std::size_t worker, ActiveVoxel& voxel);
+/** Searches the current pass around some voxels: the points of evalPoints, or else latticePass. */
+void searchVoxels(std::size_t worker, const VoxelGroup& group);
 
 #endif

@@ -33,6 +33,16 @@ float largestDose(const float* map, std::size_t count)
     return result == 0 ? *std::find(map, map + count, result) : result;
 }
 
+/** Whether some dose is above the cut-off. */
+bool anyAbove(const float* first, const float* last, float cutoff)
+{
+    int above = 0;
+    for (; first != last; ++first) {
+        above |= *first > cutoff ? 1 : 0;
+    }
+    return above != 0;
+}
+
 bool agreesAtCentre(int ivxl, float referenceDose)
 {
     const vec3dRT pos = centerPosition(ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
@@ -66,11 +76,15 @@ void buildReferenceSampleOffsets()
     ptsSob_vox.resize(static_cast<std::size_t>(nC), 0.5F * vec3dRT(Env->hs_ref));
 }
 
+float largestEvaluationDose()
+{
+    return largestDose(Env->map_eval, Env->N_eval);
+}
+
 DoseLevels findDoseLevels()
 {
     DoseLevels levels{};
     levels.maxDose = largestDose(Env->map_ref, Env->N_ref);
-    levels.maxDose_eval = largestDose(Env->map_eval, Env->N_eval);
     levels.globalReferenceDose =
         Env->global_normalisation > 0 ? Env->global_normalisation : levels.maxDose;
     levels.cutoff = DCO / 100 * levels.globalReferenceDose;
@@ -91,21 +105,28 @@ std::size_t fillActiveVoxels(const DoseLevels& levels)
     activeVoxels.resize(levels.countActiveVoxel);
     std::size_t skimmed = 0;
     std::int32_t k = 0;
+    constexpr std::int32_t blockSize = 64; // most blocks lie outside the irradiated volume
     const auto count = static_cast<std::int32_t>(Env->N_ref);
-    for (std::int32_t i = 0; i < count; ++i) {
-        const float dose = Env->map_ref[i];
-        if (!(dose > levels.cutoff)) {
+    for (std::int32_t block = 0; block < count; block += std::min(blockSize, count - block)) {
+        const std::int32_t end = block + std::min(blockSize, count - block);
+        if (!anyAbove(Env->map_ref + block, Env->map_ref + end, levels.cutoff)) {
             continue;
         }
-        ActiveVoxel& voxel = activeVoxels[static_cast<std::size_t>(k)];
-        voxel.ivxl = i;
-        voxel.passed = Env->passRateMode && agreesAtCentre(i, dose);
-        voxel.stopSearching = false;
-        voxel.ichk = 0;
-        voxel.irefvxl = k;
-        voxel.gammasq = gammasqNotFound;
-        skimmed += voxel.passed ? 1 : 0;
-        ++k;
+        for (std::int32_t i = block; i < end; ++i) {
+            const float dose = Env->map_ref[i];
+            if (!(dose > levels.cutoff)) {
+                continue;
+            }
+            ActiveVoxel& voxel = activeVoxels[static_cast<std::size_t>(k)];
+            voxel.ivxl = i;
+            voxel.passed = Env->passRateMode && agreesAtCentre(i, dose);
+            voxel.stopSearching = false;
+            voxel.ichk = 0;
+            voxel.irefvxl = k;
+            voxel.gammasq = gammasqNotFound;
+            skimmed += voxel.passed ? 1 : 0;
+            ++k;
+        }
     }
     return skimmed;
 }

@@ -10,7 +10,6 @@
 /** The doses that decide which voxels are tested. */
 struct DoseLevels {
     float maxDose;             ///< Gy, largest reference dose
-    float maxDose_eval;        ///< Gy, largest evaluation dose
     float globalReferenceDose; ///< Gy, normalisation dose
     float cutoff;              ///< Gy, voxels strictly above it are tested
     std::size_t countActiveVoxel;
@@ -25,7 +24,11 @@ void seedRandomGenerator();
 /** Rebuilds ptsSob_vox: the voxel centre. */
 void buildReferenceSampleOffsets();
 
-/** Finds the dose maxima, the normalisation dose, the cut-off and the number of voxels above it. */
+/** Gy, the largest evaluation dose: for the report only. */
+float largestEvaluationDose();
+
+/** Finds the reference maximum, the normalisation dose, the cut-off and the number of voxels above
+ * it. */
 DoseLevels findDoseLevels();
 
 /** Sets DDvalue from the normalisation dose. */

@@ -45,6 +45,7 @@ struct Worker {
 void searchShare(std::size_t tid, std::size_t nthreads)
 {
     ProgressBar bar(activeVoxels.size());
+    VoxelGroup group;
     for (std::size_t i = tid; i < activeVoxels.size(); i += nthreads) {
         if (tid == 0) {
             bar.advanceTo(i);
@@ -52,9 +53,14 @@ void searchShare(std::size_t tid, std::size_t nthreads)
         ActiveVoxel& voxel = activeVoxels[i];
         const bool settled = Env->passRateMode ? voxel.passed : voxel.stopSearching;
         if (!settled) {
-            searchVoxel(tid, voxel);
+            group.voxels[group.count++] = &voxel;
+        }
+        if (group.count == maxVoxels) {
+            searchVoxels(tid, group);
+            group.count = 0;
         }
     }
+    searchVoxels(tid, group);
 }
 
 } // namespace
@@ -89,7 +95,7 @@ void evaluation()
 
 void reportIdlePass()
 {
-    if (!report::showsProgress()) {
+    if (!report::showsEverything()) {
         return;
     }
     const auto step = static_cast<std::size_t>(pthreads_max_num);

@@ -65,6 +65,20 @@ TEST_P(AbsurdInput, EndsWithADefinedResult)
     }
 }
 
+TEST_F(LibraryTest, AnAxisOfMoreVoxelsThanTheSearchCountsIsRefused)
+{
+    const Grid row = makeRow({1, 1}, 1);
+    Grid needle = makeRow({1}, 1e-6F);
+    needle.nn = {(1 << 24) + 1, 1, 1};
+    needle.map.assign((1 << 24) + 1, 1.0F);
+    setRef(row);
+    ASSERT_EQ(setEval(needle), ZARNGI_OK);
+    setCriteria(2, 3, 10);
+    EXPECT_EQ(zarnGI_startComputation(), ZARNGI_NOT_READY);
+    ASSERT_EQ(setEval(row), ZARNGI_OK);
+    EXPECT_EQ(zarnGI_startComputation(), ZARNGI_OK);
+}
+
 std::vector<Absurdity> absurdities()
 {
     return {
@@ -78,6 +92,7 @@ std::vector<Absurdity> absurdities()
         {.name = "CornerNotANumber", .corner = nan},
         {.name = "GridsAMetreApart", .distance = 1000},
         {.name = "GridsAKilometreApart", .distance = 1e6F},
+        {.name = "GridsTwentyKilometresApart", .distance = 2e7F},
         {.name = "StepAThousandthOfTheDTA", .step = 2e-3F, .maxGamma = 2},
         {.name = "StepAMillionthOfTheDTA", .step = 2e-6F, .maxGamma = 2},
         {.name = "DenormalStep", .step = tiny, .maxGamma = 2},

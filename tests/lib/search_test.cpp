@@ -300,6 +300,29 @@ TEST_F(Search, LocalCriterionThatVanishesNeverPasses)
     EXPECT_FALSE(activeVoxels[0].passed);
 }
 
+TEST_F(Search, ManyCellsAroundEachVoxel)
+{
+    // More cells than one look takes along x and along y, around more voxels than a vector has.
+    const auto wave = [](float x, float y, float z) {
+        return 2 + std::sin(x / 2) * std::cos(y / 3) + 0.2F * z;
+    };
+    setRef(makeGrid({20, 2, 2}, {0.9F, 1, 1}, {1, 1.5F, 0.5F}, [&](int x, int y, int z) {
+        return wave(0.9F * static_cast<float>(x), static_cast<float>(y), static_cast<float>(z));
+    }));
+    std::mt19937 random(5);
+    for (const float noise : {0.0F, 0.05F, 1.0F}) {
+        setEval(makeGrid({190, 50, 6}, {0.11F, 0.12F, 0.8F}, {0, 0, 0}, [&](int x, int y, int z) {
+            std::uniform_real_distribution<float> error(-noise, noise);
+            return wave(0.11F * static_cast<float>(x) - 0.7F, 0.12F * static_cast<float>(y) - 1,
+                        0.8F * static_cast<float>(z)) +
+                   (noise > 0 ? error(random) : 0.0F);
+        }));
+        setCriteria(2, 3, 10);
+        zarnGI_setGammaSearchMax(3);
+        expectDefinition(3);
+    }
+}
+
 TEST_F(Search, SingleVoxelGrids)
 {
     setRef(makeRow({2}, 3));

@@ -1,0 +1,63 @@
+/**
+ * @file latticeGroup.h
+ * The lattice search of a group of voxels, written once and compiled once per vector path.
+ *
+ * Everything in it and in what it includes has internal linkage, and nothing of the standard
+ * library that might be compiled out of line is used: the linker must not merge code of different
+ * paths.
+ */
+#ifndef ZARNGI_LATTICEGROUP_H
+#define ZARNGI_LATTICEGROUP_H
+
+#include "latticeCandidates.h"
+#include "latticeCells.h"
+#include "latticeVoxels.h"
+
+namespace
+{
+
+/** Sets up the voxels and gives them first values. */
+inline void startVoxels(const SearchPass& pass, const VoxelGroup& group,
+                        VoxelStart (&starts)[maxVoxels])
+{
+    FirstCandidates candidates(pass);
+    VoxelRow row;
+    for (int v = 0; v < group.count; ++v) {
+        starts[v].begin(pass, *group.voxels[v], row);
+        if (starts[v].isSearched && starts[v].isInterpolated()) {
+            candidates.add(starts[v]);
+        }
+        if (candidates.isFull() || v + 1 == group.count) {
+            candidates.tryAll();
+        }
+    }
+}
+
+inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
+{
+    VoxelStart starts[maxVoxels];
+    VoxelSearch searches[maxVoxels];
+    startVoxels(pass, group, starts);
+    CellSearch cells(pass, scratch);
+    for (int v = 0; v < group.count; ++v) {
+        if (starts[v].isSearched) {
+            searches[v].begin(pass, scratch, starts[v]);
+            if (!searches[v].isDone()) {
+                cells.add(searches[v]);
+            }
+        }
+    }
+    cells.searchAll();
+    for (int v = 0; v < group.count; ++v) {
+        if (starts[v].isSearched) {
+            if (!searches[v].isDone()) {
+                searches[v].searchVoxelwise();
+            }
+            searches[v].end();
+        }
+    }
+}
+
+} // namespace
+
+#endif

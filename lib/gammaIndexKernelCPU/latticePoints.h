@@ -1,0 +1,145 @@
+/**
+ * @file latticePoints.h
+ * Exact values at lattice points between voxel centres, one point of one voxel in each lane.
+ *
+ * Part of latticeGroup.h.
+ */
+#ifndef ZARNGI_LATTICEPOINTS_H
+#define ZARNGI_LATTICEPOINTS_H
+
+#include "lanes.h"
+#include "latticeSearch.h"
+
+namespace
+{
+
+/** The doses of the voxels `at` and of their neighbours along x, where there are any. */
+inline void gatherRow(const SearchPass& pass, const float* map, Lanes::I at, Lanes::F& low,
+                      Lanes::F& high)
+{
+    if (pass.evaluation.n[0] > 1) {
+        Lanes::gatherPairs(map, at, low, high);
+    } else {
+        low = Lanes::gather(map, at);
+        high = low;
+    }
+}
+
+/** Doses between voxel centres and how they change along the axes (LinearDose, by lanes). */
+struct LinearDoses {
+    Lanes::F dose;
+    Lanes::F perVoxel[3];
+};
+
+/** The doses at lattice points between voxel centres, in the order of operations of the readers. */
+inline LinearDoses linearDoses(const SearchPass& pass, const Lanes::F (&origin)[3],
+                               const Lanes::F (&p)[3])
+{
+    using F = Lanes::F;
+    const F one = Lanes::all(1);
+    const F half = Lanes::all(0.5F);
+    const int* const n = pass.evaluation.n;
+    F lower[3];
+    F fraction[3];
+    for (int a = 0; a < 3; ++a) {
+        // As setNeighbours.
+        const F position = origin[a] + p[a] * Lanes::all(pass.stepSize);
+        const F centred =
+            (position - Lanes::all(pass.evaluation.x0[a])) / Lanes::all(pass.evaluation.h[a]) -
+            half;
+        const F below = Lanes::min(Lanes::whole(centred), Lanes::all(static_cast<float>(n[a] - 2)));
+        lower[a] = n[a] == 1 ? Lanes::all(0) : below;
+        fraction[a] = n[a] == 1 ? Lanes::all(0) : centred - below;
+    }
+    const bool planar = pass.reader == Reader::bilinear;
+    if (planar) {
+        // As nearestPlane.
+        lower[2] = n[2] == 1 ? lower[2] : lower[2] + Lanes::whole(fraction[2] + half);
+    }
+    const int back = n[1] > 1 ? n[0] : 0;
+    const Lanes::I at =
+        Lanes::sum(Lanes::truncated(lower[0]),
+                   Lanes::times(Lanes::sum(Lanes::truncated(lower[1]),
+                                           Lanes::times(Lanes::truncated(lower[2]), n[1])),
+                                n[0]));
+    const auto mixed = [&](F low, F high, int a) {
+        return low * (one - fraction[a]) + high * fraction[a];
+    };
+    const auto inPlane = [&](const float* from) {
+        F a;
+        F b;
+        F c;
+        F d;
+        gatherRow(pass, from, at, a, b);
+        gatherRow(pass, from + back, at, c, d);
+        const F ab = mixed(a, b, 0);
+        const F cd = mixed(c, d, 0);
+        return LinearDoses{mixed(ab, cd, 1), {mixed(b - a, d - c, 1), cd - ab, Lanes::all(0)}};
+    };
+    const LinearDoses below = inPlane(pass.evaluation.map);
+    if (planar) {
+        return below;
+    }
+    const LinearDoses above = inPlane(pass.evaluation.map + (n[2] > 1 ? n[0] * n[1] : 0));
+    return {mixed(below.dose, above.dose, 2),
+            {mixed(below.perVoxel[0], above.perVoxel[0], 2),
+             mixed(below.perVoxel[1], above.perVoxel[1], 2), above.dose - below.dose}};
+}
+
+/** Those of the lanes whose point belongs to the shell or an earlier one. */
+inline unsigned members(const SearchPass& pass, const Lanes::F (&p)[3], unsigned lanes)
+{
+    using F = Lanes::F;
+    const F squared = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
+    const F whole = Lanes::all(static_cast<float>(pass.wholeSquared));
+    const unsigned sure = Lanes::notGreater(squared, whole) & lanes;
+    if (sure == lanes) {
+        return lanes;
+    }
+    alignas(64) float index[3][Lanes::width];
+    for (int a = 0; a < 3; ++a) {
+        Lanes::store(index[a], p[a]);
+    }
+    unsigned found = sure;
+    for (unsigned open = lanes & ~sure; open != 0; open &= open - 1) {
+        const int lane = __builtin_ctz(open);
+        const bool isMember = pass.isEnumerated(static_cast<std::int64_t>(index[0][lane]),
+                                                static_cast<std::int64_t>(index[1][lane]),
+                                                static_cast<std::int64_t>(index[2][lane]));
+        found |= isMember ? 1U << lane : 0U;
+    }
+    return found;
+}
+
+/** Squared distances (mm^2) of lattice points, in the specified order of operations. */
+inline Lanes::F squaredDistances(const SearchPass& pass, const Lanes::F (&p)[3])
+{
+    const Lanes::F step = Lanes::all(pass.stepSize);
+    const Lanes::F x = p[0] * step;
+    const Lanes::F y = p[1] * step;
+    const Lanes::F z = p[2] * step;
+    return (x * x + y * y) + z * z;
+}
+
+/** gamma^2 of dose differences (Gy) at squared distances r2, as gammaSquared. */
+inline Lanes::F gammasSquared(const SearchPass& pass, Lanes::F DDterm, Lanes::F criterion,
+                              Lanes::F r2)
+{
+    const Lanes::F dta = Lanes::all(pass.dta);
+    return ((DDterm * DDterm) / criterion) / criterion + (r2 / dta) / dta;
+}
+
+/** The lanes whose point is better than the best one so far: less gamma^2, or as much but nearer.
+ */
+inline unsigned improvements(Lanes::F Gammasq, Lanes::F r2, Lanes::F best, Lanes::F bestSquared)
+{
+    const unsigned less = ~Lanes::notGreater(best, Gammasq);
+    // Not greater, not less, and not "not a number".
+    const unsigned equal = ~less & Lanes::notGreater(Gammasq, best) &
+                           ~Lanes::notGreater(Lanes::all(__builtin_inff()), Gammasq);
+    return less | (equal & ~Lanes::notGreater(bestSquared, r2));
+}
+
+} // namespace
+
+#endif

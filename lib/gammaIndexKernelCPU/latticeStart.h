@@ -1,0 +1,141 @@
+/**
+ * @file latticeStart.h
+ * A voxel at the start of its search in a pass.
+ *
+ * Part of latticeGroup.h.
+ */
+#ifndef ZARNGI_LATTICESTART_H
+#define ZARNGI_LATTICESTART_H
+
+#include "gammaTerm.h"
+#include "latticeIntervals.h"
+#include "latticeSearch.h"
+
+namespace
+{
+
+/** A row of reference voxels along x. */
+struct VoxelRow {
+    std::int32_t first = -1; ///< linear index; -1: none
+    std::int32_t y = 0;
+    std::int32_t z = 0;
+
+    /** Moves to the row of a voxel: mostly that of the voxel before, and no division is needed. */
+    void moveTo(const int* n, std::int32_t voxel)
+    {
+        if (first >= 0 && voxel >= first && voxel - first < n[0]) {
+            return;
+        }
+        const std::int32_t row = voxel / n[0];
+        first = row * n[0];
+        z = row / n[1];
+        y = row - z * n[1];
+    }
+};
+
+/** What is known of a voxel before its lattice is looked at, and the best value so far. */
+struct VoxelStart {
+    void begin(const SearchPass& pass, ActiveVoxel& activeVoxel, VoxelRow& row)
+    {
+        voxel = &activeVoxel;
+        row.moveTo(pass.reference.n, voxel->ivxl);
+        index[0] = voxel->ivxl - row.first;
+        index[1] = row.y;
+        index[2] = row.z;
+        for (int a = 0; a < 3; ++a) {
+            sample[a] = &pass.axes->axis[a][static_cast<std::size_t>(index[a])];
+            candidates[a] = common(sample[a]->centre, {-pass.outerIndex, pass.outerIndex});
+        }
+        isSearched = false;
+        originConsidered = false;
+        flattening = 1;
+        bestDistanceSquared = 0;
+        if (!reachedBy(pass)) {
+            return;
+        }
+        referenceDose = doseAtPoint(pass.reference.map, pass.reference.n, sample[0]->inReference,
+                                    sample[1]->inReference, sample[2]->inReference, pass.reader);
+        delta = doseCriterion(pass.localDD, referenceDose, pass.dd, pass.ddValue);
+        // With a criterion of 0 or not a number no point has a gamma^2 that is finite.
+        isSearched = delta < 0 || delta > 0;
+        scale = pass.stepsPerDTA / (delta < 0 ? -delta : delta);
+        best = voxel->gammasq;
+        cap = largestUseful(pass);
+    }
+
+    /** Whether some lattice point between voxel centres may belong to the shell. */
+    [[nodiscard]] bool isInterpolated() const
+    {
+        return !candidates[0].empty() && !candidates[1].empty() && !candidates[2].empty();
+    }
+
+    /** Stores what the pass has found. */
+    void store(const SearchPass& pass) const
+    {
+        if (best < voxel->gammasq && (pass.passRateMode || best <= cap)) {
+            voxel->gammasq = best;
+            voxel->distanceMinGamma = __builtin_sqrtf(bestDistanceSquared);
+        }
+        if (best <= 1.0F) {
+            voxel->passed = true;
+        }
+    }
+
+    ActiveVoxel* voxel;
+    bool isSearched;       ///< some point of the shell may matter
+    bool originConsidered; ///< and the origin, if it is interpolated, has been looked at
+    std::int32_t index[3];
+    const AxisSample* sample[3];
+    LatticeInterval candidates[3]; ///< lattice indices between voxel centres within the shell
+    float referenceDose;
+    float delta;               ///< Gy, dose criterion
+    float scale;               ///< steps per Gy
+    float cap;                 ///< largest gamma^2 that this pass must find exactly
+    float flattening;          ///< weight of doses against distances near the rim, 0 to 1
+    float best;                ///< least gamma^2 so far
+    float bestDistanceSquared; ///< mm^2, of the point that gave it in this pass
+
+private:
+    /** Whether some lattice point inside the evaluation box may belong to the shell. */
+    [[nodiscard]] bool reachedBy(const SearchPass& pass) const
+    {
+        double squared = 0;
+        for (const AxisSample* s : sample) {
+            if (s->inside.empty()) {
+                return false;
+            }
+            squared += static_cast<double>(s->nearest) * s->nearest;
+        }
+        return static_cast<float>(squared) <= pass.shell.outerRadiusSquared();
+    }
+
+    /**
+     * The largest gamma^2 this pass must find exactly.
+     *
+     * In pass-rate mode 1. Otherwise, when a later pass will search this voxel again, what the
+     * distance term can reach in this shell: a voxel whose least gamma^2 is larger stays open, and
+     * the later pass finds it, as a pass searches all shells up to its own.
+     */
+    [[nodiscard]] float largestUseful(const SearchPass& pass) const
+    {
+        if (pass.passRateMode) {
+            return 1.0F;
+        }
+        const bool searchedAgain = !pass.isLast && farthestSquared() > pass.outerSquared;
+        return searchedAgain ? pass.largestDistanceTerm : __builtin_inff();
+    }
+
+    /** Squared distance in steps of the farthest lattice point inside the evaluation box. */
+    [[nodiscard]] float farthestSquared() const
+    {
+        double squared = 0;
+        for (const AxisSample* s : sample) {
+            squared += static_cast<double>(s->farthest) * s->farthest;
+        }
+        return static_cast<float>(squared);
+    }
+};
+
+} // namespace
+
+#endif
