@@ -15,7 +15,7 @@ namespace
 {
 
 /** Tries, for up to Lanes::width voxels, the minimum of the dose field linearised around them. */
-class FirstCandidates // NOLINT(*-performance.Padding): the vectors are aligned
+class FirstCandidates
 {
 public:
     explicit FirstCandidates(const SearchPass& pass) : pass_(pass) {}

@@ -22,7 +22,7 @@ namespace
  * the doses of a cell leaves of it; rows that a least value leaves; points. Each stage writes a
  * list for the next one, so that no branch waits for the arithmetic of its own item.
  */
-class CellSearch // NOLINT(*-performance.Padding): the vectors are aligned
+class CellSearch
 {
 public:
     static constexpr int maxCount = Lanes::width; ///< of voxels at once
@@ -39,7 +39,7 @@ private:
     using F = Lanes::F;
 
     /** Cells of several voxels with the same cells along z, one in each lane. */
-    struct CellBatch { // NOLINT(*-performance.Padding): the vectors are aligned
+    struct CellBatch {
         alignas(64) float corner[8][Lanes::width]; ///< u; bits of the index: x, y, z
         alignas(64) float error[Lanes::width];     ///< of u
         alignas(64) int first[3][Lanes::width];    ///< lattice indices that can matter
