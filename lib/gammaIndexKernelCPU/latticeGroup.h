@@ -49,11 +49,17 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
     }
     cells.searchAll();
     for (int v = 0; v < group.count; ++v) {
+        if (starts[v].isSearched && !searches[v].isDone()) {
+            searches[v].searchVoxelwise();
+        }
+    }
+    // The records last and together: they share cache lines with those of other workers.
+    for (int v = 0; v < group.count; ++v) {
         if (starts[v].isSearched) {
-            if (!searches[v].isDone()) {
-                searches[v].searchVoxelwise();
-            }
             searches[v].end();
+        }
+        if (!pass.passRateMode) {
+            markIfFinal(pass, *group.voxels[v]);
         }
     }
 }

@@ -138,7 +138,8 @@ struct VoxelGroup {
     int count = 0;
 };
 
-/** Searches the pass's shell around some voxels and lowers their gammasq. */
+/** Searches the pass's shell around some voxels: lowers their gammasq, marks those that are final.
+ */
 using LatticeSearch = void (*)(const SearchPass&, SearchScratch&, const VoxelGroup&);
 
 void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);

@@ -86,9 +86,6 @@ LatticePass::LatticePass(const SearchPass& pass, std::size_t workers)
 void LatticePass::search(std::size_t worker, const VoxelGroup& group)
 {
     search_(pass_, scratch_[worker], group);
-    for (int v = 0; v < group.count && !Env->passRateMode; ++v) {
-        markIfFinal(pass_, *group.voxels[v]);
-    }
 }
 
 void searchVoxels(std::size_t worker, const VoxelGroup& group)
