@@ -9,9 +9,12 @@ typedef float float3[3];
 typedef int int3[3];
 typedef float* floats;
 
+// The type of a generic selection takes no parentheses.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define AT(record, field, type, offset)                                                            \
     static_assert(offsetof(record, field) == (offset), "moved: " #field);                          \
     static_assert(_Generic(&((record*)0)->field, type * : 1, default : 0), "retyped: " #field)
+// NOLINTEND(bugprone-macro-parentheses)
 
 AT(calculationEnvironment, xmin_ref, float3, 0);
 AT(calculationEnvironment, xmin_eval, float3, 12);
