@@ -1,16 +1,15 @@
 // How fast the gamma search is: against the plain search, and in itself. Ratios of times taken in
 // turn within one run; docs/performance.md explains the columns.
-#include <cstdio>
 #include <iostream>
 
 #include "commonOptions.h"
 #include "growth.h"
-#include "libZarnGI.h"
 #include "limits.h"
 #include "machine.h"
 #include "options.h"
 #include "pair.h"
 #include "plainRows.h"
+#include "program.h"
 
 namespace
 {
@@ -40,29 +39,12 @@ bool measure(const bench::Options& options)
     return plainAgrees && limitsAgree;
 }
 
-int run(int argc, char** argv)
-{
-    CLI::App app("The gamma search against the plain search, and its limits.");
-    bench::Options options;
-    declare(app, options);
-    CLI11_PARSE(app, argc, argv);
-    zarnGI_init();
-    const bool allAgree = measure(options);
-    zarnGI_reset();
-    if (!allAgree) {
-        std::cerr << "zarngi_bench: results differ\n";
-    }
-    return allAgree ? EXIT_SUCCESS : EXIT_FAILURE;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "zarngi_bench: %s\n", error.what());
-        return EXIT_FAILURE;
-    }
+    return bench::runProgram({"zarngi_bench",
+                              "The gamma search against the plain search, and its limits.", declare,
+                              measure},
+                             argc, argv);
 }

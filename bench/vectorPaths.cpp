@@ -1,14 +1,13 @@
 // The search on each vector path this CPU runs: none may be slower than the one below it.
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 #include <vector>
 
 #include "choosePair.h"
 #include "commonOptions.h"
 #include "computation.h"
-#include "libZarnGI.h"
 #include "machine.h"
+#include "program.h"
 #include "table.h"
 #include "vectorPath.h"
 
@@ -108,29 +107,11 @@ bool measure(const Options& options)
     return allAgree;
 }
 
-int run(int argc, char** argv)
-{
-    CLI::App app("The gamma search on each vector path.");
-    Options options;
-    declareCommon(app, options);
-    CLI11_PARSE(app, argc, argv);
-    zarnGI_init();
-    const bool allAgree = measure(options);
-    zarnGI_reset();
-    if (!allAgree) {
-        std::cerr << "zarngi_bench_paths: results differ\n";
-    }
-    return allAgree ? EXIT_SUCCESS : EXIT_FAILURE;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "zarngi_bench_paths: %s\n", error.what());
-        return EXIT_FAILURE;
-    }
+    return bench::runProgram({"zarngi_bench_paths", "The gamma search on each vector path.",
+                              bench::declareCommon, measure},
+                             argc, argv);
 }

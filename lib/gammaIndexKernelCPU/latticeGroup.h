@@ -33,6 +33,7 @@ inline void startVoxels(const SearchPass& pass, const VoxelGroup& group,
     }
 }
 
+/** Searches the shell around the voxels of a group, and marks those that are final. */
 inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
 {
     VoxelStart starts[maxVoxels];

@@ -1,6 +1,6 @@
 /**
  * @file latticeSearch.h
- * The search of one shell of the lattice around a voxel: what it reads, and its vector paths.
+ * The search of one shell of the lattice around voxels: what it reads, and its vector paths.
  *
  * The search gives the bits of visiting every lattice point of the shell in the specified order of
  * operations, but visits almost none of them: docs/performance.md explains why that is exact.
@@ -125,9 +125,6 @@ private:
     std::vector<VoxelRun> voxelRuns_[3];
     std::vector<float> rows_[2];
 };
-
-/** The largest number of floats that a vector path handles at once. */
-constexpr int maxLanes = 16;
 
 /** Up to this many voxels are searched at once. */
 constexpr int maxVoxels = 32;

@@ -35,6 +35,7 @@ struct VoxelRow {
 
 /** What is known of a voxel before its lattice is looked at, and the best value so far. */
 struct VoxelStart {
+    /** Looks a voxel up; `row` is that of the voxel before. */
     void begin(const SearchPass& pass, ActiveVoxel& activeVoxel, VoxelRow& row)
     {
         voxel = &activeVoxel;

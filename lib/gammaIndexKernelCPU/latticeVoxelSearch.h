@@ -25,6 +25,7 @@ struct RowPart {
     LatticeInterval range;
 };
 
+/** What the search around one voxel has found, and what can still matter to it. */
 class VoxelSearch
 {
 public:

@@ -1,6 +1,6 @@
 /**
  * @file search.h
- * The search of one shell around one voxel.
+ * The search of one shell around voxels of one worker.
  */
 #ifndef ZARNGI_SEARCH_H
 #define ZARNGI_SEARCH_H
