@@ -22,7 +22,7 @@ struct GridPoint {
     }
 
     [[nodiscard]] bool outside() const { return anyAxis(Zone::outside); }
-    [[nodiscard]] bool inCentreBox() const { return !outside() && !anyAxis(Zone::border); }
+    [[nodiscard]] bool onBorder() const { return anyAxis(Zone::border); }
 
 private:
     [[nodiscard]] bool anyAxis(Zone zone) const
@@ -69,7 +69,7 @@ float TrilinearInterp(const float* map, const float* position, const float* x0, 
     if (debug) {
         trace("fx  ", p.f[0], p.f[1], p.f[2]);
     }
-    if (!p.inCentreBox()) {
+    if (p.onBorder()) {
         return containingVoxel(map, p, n);
     }
     const float val = doseAtPoint(map, n, p.axis[0], p.axis[1], p.axis[2], Reader::trilinear);
@@ -88,7 +88,7 @@ float BilinearInterp(const float* map, const float* position, const float* x0, c
     if (p.outside()) {
         return 0;
     }
-    if (!p.inCentreBox()) {
+    if (p.onBorder()) {
         return containingVoxel(map, p, n);
     }
     if (debug) {

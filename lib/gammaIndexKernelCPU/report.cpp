@@ -65,9 +65,6 @@ void options()
 
 void doseLevels(const DoseLevels& levels, float maxDose_eval)
 {
-    if (!showsEverything()) {
-        return;
-    }
     line();
     line("maxDose ref : ", levels.maxDose, " Gy");
     line("maxDose eval: ", maxDose_eval, " Gy");
@@ -197,9 +194,6 @@ void counts(int numPassed)
 
 void statistics(const GammaStatistics& statistics)
 {
-    if (!showsEverything()) {
-        return;
-    }
     line("Gamma-index min/max = ", statistics.gmin, " / ", statistics.gmax);
     line("Gamma-index avg +/- 1 std = ", statistics.gamma_avg, ' ', statistics.gamma_std);
     line();

@@ -1,7 +1,8 @@
 /**
  * @file report.h
  * The reports on standard output. Each function prints its lines if the verbosity asks for them,
- * and computes nothing.
+ * and computes nothing. What costs a pass over a grid to find is printed in any case: its callers
+ * ask showsEverything() first.
  */
 #ifndef ZARNGI_REPORT_H
 #define ZARNGI_REPORT_H
@@ -18,7 +19,7 @@ void criteria();
 void activeVoxelCount(const DoseLevels& levels);
 void nothingToDo();
 void options();
-void doseLevels(const DoseLevels& levels, float maxDose_eval);
+void doseLevels(const DoseLevels& levels, float maxDose_eval); // in any case
 void doseDifference();
 void search();
 void skimmedVoxels(std::size_t skimmed);
@@ -34,7 +35,7 @@ void progressHeader();
 void progressMark();
 void progressEnd();
 void counts(int numPassed);
-void statistics(const GammaStatistics& statistics);
+void statistics(const GammaStatistics& statistics); // in any case
 void passRate(float passRate);
 void done();
 

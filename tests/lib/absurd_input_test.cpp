@@ -31,6 +31,7 @@ struct Absurdity {
     float maxGamma = -1; ///< negative: not set
     float normalisation = -1;
     int threads = 2;
+    bool rotated = false;
 };
 
 class AbsurdInput : public LibraryTest, public testing::WithParamInterface<Absurdity>
@@ -42,11 +43,15 @@ TEST_P(AbsurdInput, EndsWithADefinedResult)
     const Absurdity& absurd = GetParam();
     ASSERT_EQ(setRef(wave(absurd.spacing, absurd.corner, 0)), ZARNGI_OK);
     ASSERT_EQ(setEval(wave(absurd.spacing, absurd.corner + absurd.distance, 0.3F)), ZARNGI_OK);
-    setCriteria(absurd.DTA, absurd.DD, 10);
-    zarnGI_setStepSize(absurd.step);
+    setCriteria(2, 3, 10);
+    // Past the setters, which refuse some of these.
+    Env->DTA = absurd.DTA;
+    Env->DD = absurd.DD;
+    Env->stepSize = absurd.step;
     Env->gammaSearchMax = absurd.maxGamma;
     Env->global_normalisation = absurd.normalisation;
     zarnGI_setNumThreads(absurd.threads);
+    zarnGI_setRandomRotation(absurd.rotated);
 
     float passRate = 7;
     const int status = zarnGI_startComputation();
@@ -93,19 +98,39 @@ std::vector<Absurdity> absurdities()
         {.name = "GridsAMetreApart", .distance = 1000},
         {.name = "GridsAKilometreApart", .distance = 1e6F},
         {.name = "GridsTwentyKilometresApart", .distance = 2e7F},
+        {.name = "RotatedBeyondTheLastStep",
+         .distance = 2e9F,
+         .DTA = 100,
+         .step = 3,
+         .rotated = true},
         {.name = "StepAThousandthOfTheDTA", .step = 2e-3F, .maxGamma = 2},
         {.name = "StepAMillionthOfTheDTA", .step = 2e-6F, .maxGamma = 2},
         {.name = "DenormalStep", .step = tiny, .maxGamma = 2},
+        {.name = "NegativeStep", .step = -0.5F},
         {.name = "InfiniteStep", .step = inf},
         {.name = "StepNotANumber", .step = nan},
         {.name = "DTAAThousandTimesTheGrid", .DTA = 10000, .step = 1000},
         {.name = "HugeDTAWithAFineStep", .DTA = 10000, .step = 0.5F, .maxGamma = 2},
+        {.name = "MoreRotatedPointsThanFitAList", .DTA = 10000, .step = 2, .rotated = true},
         {.name = "DenormalDTA", .DTA = tiny},
         {.name = "DTAMuchSmallerThanTheStep", .DTA = 1e-18F},
+        {.name = "StepWithoutASquare", .DTA = 1e-17F, .step = 1e-18F, .maxGamma = 2},
+        {.name = "RotatedStepWithoutASquare",
+         .DTA = 1e-17F,
+         .step = 1e-18F,
+         .maxGamma = 2,
+         .rotated = true},
         {.name = "InfiniteDTA", .DTA = inf},
         {.name = "DTANotANumber", .DTA = nan},
         {.name = "DenormalDD", .DD = tiny},
+        {.name = "TinyRotatedDD",
+         .DTA = 0.5F,
+         .DD = 1e-15F,
+         .step = 0.1F,
+         .maxGamma = 2,
+         .rotated = true},
         {.name = "InfiniteDD", .DD = inf},
+        {.name = "InfiniteRotatedDD", .DTA = 0.5F, .DD = inf, .step = 0.1F, .rotated = true},
         {.name = "DDNotANumber", .DD = nan},
         {.name = "HugeGammaSearchMax", .maxGamma = 1e38F},
         {.name = "GammaSearchMaxNotANumber", .maxGamma = nan},

@@ -107,11 +107,11 @@ TEST_F(Lifecycle, ReadinessNamesTheFirstThingMissing)
 {
     const Grid cube = uniformCube(1);
     EXPECT_EQ(zarnGI_isReadyToGo(), ZARNGI_NO_CRITERIA);
+    zarnGI_setDCO(10);
+    EXPECT_EQ(zarnGI_isReadyToGo(), ZARNGI_NO_CRITERIA);
     zarnGI_setDTA(3);
     EXPECT_EQ(zarnGI_isReadyToGo(), ZARNGI_NO_CRITERIA);
     zarnGI_setDD(3);
-    EXPECT_EQ(zarnGI_isReadyToGo(), ZARNGI_NO_CRITERIA);
-    zarnGI_setDCO(10);
     EXPECT_EQ(zarnGI_isReadyToGo(), ZARNGI_NO_REFERENCE);
     setRef(cube);
     EXPECT_EQ(zarnGI_startComputation(), ZARNGI_NO_EVALUATION);

@@ -45,6 +45,14 @@ TEST_F(Report, LevelsBelowFive)
     EXPECT_EQ(atVerbosity(4), shells);
 }
 
+TEST_F(Report, TheFirstOfSeveralZerosIsTheLargest)
+{
+    setEval(makeRow({-0.0F, 0, -1}, 10));
+    EXPECT_NE(atVerbosity(5).find("maxDose eval: -0 Gy\n"), std::string::npos);
+    setEval(makeRow({-1, 0, -0.0F}, 10));
+    EXPECT_NE(atVerbosity(5).find("maxDose eval: 0 Gy\n"), std::string::npos);
+}
+
 TEST_F(Report, EverythingOfAGammaMap)
 {
     EXPECT_EQ(atVerbosity(5), "DTA,DD,DDT,DCO : 3 25 G 10\n"

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "gammaIndexKernelCPU.h"
+#include "support/capturedOutput.h"
 #include "support/definition.h"
 #include "support/describe.h"
 #include "support/host.h"
@@ -321,6 +322,90 @@ TEST_F(Search, ManyCellsAroundEachVoxel)
         zarnGI_setGammaSearchMax(3);
         expectDefinition(3);
     }
+}
+
+TEST_F(Search, SinglePlanes)
+{
+    const auto plane = [](float shift, float scale) {
+        return makeGrid({9, 8, 1}, {2, 2, 2}, {shift, 0, 0}, [scale](int x, int y, int) {
+            return scale * (2 + std::sin(static_cast<float>(x + 2 * y) / 2));
+        });
+    };
+    setCriteria(3, 3, 10);
+    setRef(plane(0, 1));
+    setEval(plane(0.7F, 1.04F));
+    for (const bool planar : {false, true}) {
+        SCOPED_TRACE(planar ? "2D" : "3D");
+        Env->gammaindex2D = planar;
+        zarnGI_setGammaSearchMax(3);
+        expectDefinition(3);
+    }
+}
+
+TEST_F(Search, WideRowsUnderARotatedShell)
+{
+    // More voxels within reach along x than any vector has lanes.
+    const auto wave = [](int x, int y, int z) {
+        return 2 + std::sin(static_cast<float>(x) / 9 + static_cast<float>(y - z) / 5);
+    };
+    setRef(makeGrid({6, 2, 2}, {1, 1, 1}, {3, 2, 2}, wave));
+    setEval(makeGrid({60, 12, 12}, {0.2F, 0.5F, 0.5F}, {0, 0, 0}, wave));
+    setCriteria(2, 3, 10);
+    zarnGI_setRandomRotation(true);
+    zarnGI_setGammaSearchMax(1);
+    compute();
+    expectSameRecords(searchByDefinition(1));
+}
+
+TEST_F(Search, RoundedSamplePointsReadTheVoxelTheyFallInto)
+{
+    // So far out that the positions of two voxels are one number: dose criteria become negative.
+    const auto row = [](float phase) {
+        return makeGrid({9, 1, 1}, {1, 2, 2}, {3e7F, 0, 0}, [phase](int x, int, int) {
+            return (x % 2 == 0 ? 1.0F : -1.0F) * (2 + std::sin(static_cast<float>(x) + phase));
+        });
+    };
+    setRef(row(0));
+    setEval(row(0.4F));
+    setCriteria(3, 10, 10);
+    zarnGI_setDDCriterium(ZARNGI_DD_LOCAL);
+    zarnGI_setGammaSearchMax(2);
+    expectDefinition(2);
+}
+
+TEST_F(Search, TracingReadsTheSameDoses)
+{
+    setCriteria(2, 3, 10);
+    zarnGI_setStepSize(1);
+    zarnGI_setGammaSearchMax(1);
+    Env->gammaindex2D = true;
+    setRef(makeRow({1, 2, 3}, 2));
+    setEval(makeRow({1.1F, 2.1F, 2.9F}, 2));
+    const Results silent = compute();
+    const CapturedOutput output;
+    bilinDebug = true;
+    const Results traced = compute();
+    bilinDebug = false;
+    EXPECT_TRUE(sameBits(traced.gamma, silent.gamma));
+    EXPECT_NE(output.text().find("bilininterp along direction 2"), std::string::npos);
+}
+
+TEST_F(Search, LatticesOfMoreThanAThousandStepsPerDTA)
+{
+    // Each holds the points of the one before; too many for the definition.
+    setRef(makeRow({1, 2, 3}, 1));
+    setEval(makeRow({1.3F, 2.1F, 3.4F}, 1));
+    setCriteria(1, 10, 10);
+    std::vector<float> coarser(3, 1e10F);
+    for (const float steps : {400.0F, 1200.0F}) {
+        zarnGI_setStepSize(1 / steps);
+        const Results results = compute();
+        for (std::size_t i = 0; i < coarser.size(); ++i) {
+            EXPECT_LE(results.gamma[i], coarser[i] * (1 + 1e-5F)) << steps << ", voxel " << i;
+        }
+        coarser = results.gamma;
+    }
+    EXPECT_GT(coarser[2], 0);
 }
 
 TEST_F(Search, SingleVoxelGrids)
