@@ -79,10 +79,12 @@ RotatedPoints::RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAx
     largestDistanceTerm = distanceTerm(farthest, dta);
     const std::size_t room = groups.size() + groupSize;
     nearest.resize(room);
+    extent.resize(room);
     for (int a = 0; a < 3; ++a) {
         point[a].resize(groups.size() * groupSize);
         centre[a].resize(room);
-        halfExtent[a].resize(room);
+        corner[a].resize(room);
+        halfExtent[a] = 0.5F * stepSize; // more than nothing, also for a group of one point
     }
     for (std::size_t g = 0; g < groups.size(); ++g) {
         const Group& group = groups[g];
@@ -99,7 +101,14 @@ RotatedPoints::RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAx
                 high = std::max(high, position);
             }
             centre[a][g] = 0.5F * (low + high);
-            halfExtent[a][g] = 0.5F * (high - low);
+            corner[a][g] = low;
+            halfExtent[a] = std::max(halfExtent[a], 0.5F * (high - low));
+        }
+    }
+    for (std::size_t g = 0; g < groups.size(); ++g) {
+        for (int a = 0; a < 3; ++a) {
+            const float share = (centre[a][g] - corner[a][g]) / halfExtent[a];
+            extent[g] = std::max(extent[g], share);
         }
     }
 }

@@ -3,7 +3,7 @@
  * The search of a shell whose points are rotated: they are no tensor product any more.
  *
  * The points are kept in small groups of neighbours. The dose at a group's centre and the steepest
- * change of dose around the voxel bound the doses of the whole group, which leaves most groups out.
+ * change of dose around it bound the doses of the whole group, which leaves most groups out.
  */
 #ifndef ZARNGI_POINTSEARCH_H
 #define ZARNGI_POINTSEARCH_H
@@ -26,12 +26,15 @@ struct RotatedPoints : SearchCriteria {
     float rotation[3][3];
     std::int64_t wholeSquared; ///< up to this squared radius in steps no point is left out
     std::int32_t groupCount;
-    std::vector<float> point[3];      ///< mm, groupSize per group
-    std::vector<float> centre[3];     ///< mm, per group; some room behind the last one
-    std::vector<float> halfExtent[3]; ///< mm, per group, along the axes of the grids
-    std::vector<float> nearest;       ///< mm^2, per group: no point of it is nearer
-    float reach;                      ///< mm, no point is farther
-    float largestDistanceTerm;        ///< gamma^2, of the farthest point
+    std::vector<float> point[3];  ///< mm, groupSize per group
+    std::vector<float> centre[3]; ///< mm, of a group's box along the axes of the grids, per group;
+                                  ///< some room behind the last one
+    std::vector<float> corner[3]; ///< mm, its lower corner
+    std::vector<float> extent;    ///< its size, as a share of the largest box, per group
+    std::vector<float> nearest;   ///< mm^2, per group: no point of it is nearer
+    float halfExtent[3];          ///< mm, of the largest box
+    float reach;                  ///< mm, no point is farther
+    float largestDistanceTerm;    ///< gamma^2, of the farthest point
 };
 
 /**

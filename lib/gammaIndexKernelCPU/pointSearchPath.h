@@ -12,12 +12,24 @@
 namespace
 {
 
-/** The voxels of the evaluation grid around a reference point, and how steep their doses are. */
+/** The voxels of the evaluation grid around a reference point. */
 struct Region {
     int first[3];
     int last[3];
-    float slope[3];  ///< Gy per mm, largest change of the interpolated dose along each axis
-    float magnitude; ///< Gy, largest absolute dose
+
+    /** Cells, each between two neighbouring voxel centres on each axis. */
+    [[nodiscard]] int cells(int axis) const { return last[axis] - first[axis]; }
+};
+
+/**
+ * How much the dose can change in the cells of a region: Gy, from the centre of the largest box of
+ * points to its edge. A row of cells along x for each y and, slower, z.
+ */
+struct CellRooms {
+    static constexpr int rowLength = 16; ///< one more than cells
+    static constexpr int mostRows = 64;
+
+    float room[mostRows * rowLength];
 };
 
 class RotatedSearch
@@ -31,12 +43,14 @@ public:
         for (int a = 0; a < 3; ++a) {
             sample_[a] = &points.axes->axis[a][static_cast<std::size_t>(index[a])];
             origin_[a] = sample_[a]->position;
+            shift_[a] = origin_[a] - points.evaluation.x0[a];
+            perVoxel_[a] = 1.0F / points.evaluation.h[a];
         }
     }
 
     bool run()
     {
-        if (!insideCentreZone(points_.reach)) {
+        if (!insideCentreZone({points_.reach, points_.reach, points_.reach})) {
             return false;
         }
         referenceDose_ =
@@ -51,11 +65,15 @@ public:
         }
         best_ = voxel_.gammasq;
         tryCandidate();
-        // Only the part of the shell that can still matter decides how steep the doses are.
+        // Only groups with points that can still matter decide how steep the doses are.
         const float radius = __builtin_sqrtf(threshold()) * points_.dta;
-        const bool bounded = radius < points_.reach;
-        static_cast<void>(insideCentreZone(bounded ? radius : points_.reach));
-        if (!findSlopes()) {
+        float reach[3];
+        for (int a = 0; a < 3; ++a) {
+            const float box = radius + points_.halfExtent[a];
+            reach[a] = box < points_.reach ? box : points_.reach;
+        }
+        static_cast<void>(insideCentreZone(reach));
+        if (!findRooms()) {
             return false;
         }
         searchGroups();
@@ -64,8 +82,12 @@ public:
     }
 
 private:
-    [[nodiscard]] bool insideCentreZone(float radius);
-    bool findSlopes();
+    [[nodiscard]] bool insideCentreZone(const float (&reach)[3]);
+    bool findRooms();
+    [[nodiscard]] Lanes::F roomsOfCells(const float* corner, Lanes::F& notFinite) const;
+    void poolRooms();
+    [[nodiscard]] bool setDoseError();
+    [[nodiscard]] Lanes::F roomOf(std::size_t group) const;
     void tryCandidate();
     void searchGroups();
     void searchGroup(std::int32_t group);
@@ -98,9 +120,15 @@ private:
     ActiveVoxel& voxel_;
     const AxisSample* sample_[3];
     float origin_[3];
+    float shift_[3];    ///< mm, from the lower corner of the evaluation grid to the origin
+    float perVoxel_[3]; ///< 1 / voxel size of the evaluation grid
     Region region_{};
+    CellRooms rooms_;     ///< filled where the region fits
+    bool fits_ = false;   ///< whether it does; otherwise mostRoom_ stands for all cells
+    float mostRoom_ = 0;  ///< Gy, of all cells
     float doseError_ = 0; ///< Gy, of an estimated dose
     float referenceDose_ = 0;
+    float sampleDose_ = 0; ///< Gy, evaluation dose at the sample point
     float delta_ = 0;
     float perGy_ = 0;
     float perMm_ = 0;
@@ -108,8 +136,8 @@ private:
     float bestDistanceSquared_ = 0;
 };
 
-/** Finds the voxels within a radius (mm); false if a point there is outside the centre zone. */
-bool RotatedSearch::insideCentreZone(float radius)
+/** Finds the voxels within reach (mm); false if a point there is outside the centre zone. */
+bool RotatedSearch::insideCentreZone(const float (&reach)[3])
 {
     for (int a = 0; a < 3; ++a) {
         const float h = points_.evaluation.h[a];
@@ -118,8 +146,9 @@ bool RotatedSearch::insideCentreZone(float radius)
         // Positions are rounded to float.
         const float rounding =
             0x1p-20F *
-            (__builtin_fabsf(origin_[a]) + __builtin_fabsf(points_.evaluation.x0[a]) + radius) / h;
-        const float room = radius / h + 0.001F + rounding;
+            (__builtin_fabsf(origin_[a]) + __builtin_fabsf(points_.evaluation.x0[a]) + reach[a]) /
+            h;
+        const float room = reach[a] / h + 0.001F + rounding;
         const float low = centred - room;
         const float high = centred + room;
         if (!(low >= 0 && high < static_cast<float>(n - 1))) {
@@ -141,6 +170,7 @@ void RotatedSearch::tryCandidate()
     }
     const LinearDose linear = linearDose(points_.evaluation.map, points_.evaluation.n, axis[0],
                                          axis[1], axis[2], Reader::trilinear);
+    sampleDose_ = linear.dose;
     float g[3];
     float steepness = 0;
     for (int a = 0; a < 3; ++a) {
@@ -174,52 +204,143 @@ void RotatedSearch::tryCandidate()
     consider(rotated);
 }
 
-/** Largest differences of neighbouring doses; reads behind a row's end, where the map has room. */
-bool RotatedSearch::findSlopes()
+/**
+ * Finds how much the dose changes in each cell of the region; false if doses there are not finite
+ * or too large. Reads behind a row's end, where the map has room.
+ */
+bool RotatedSearch::findRooms()
 {
     using F = Lanes::F;
     const int* const n = points_.evaluation.n;
-    const int right = n[0];
-    const int back = n[0] * n[1];
-    const F zero = Lanes::all(0);
-    F largest[3] = {zero, zero, zero};
-    F magnitude = zero;
-    F notFinite = zero; // stays zero as long as all doses are finite
-    const auto absolute = [&](F a) { return Lanes::max(a, zero - a); };
-    for (int iz = region_.first[2]; iz <= region_.last[2]; ++iz) {
-        for (int iy = region_.first[1]; iy <= region_.last[1]; ++iy) {
-            for (int ix = region_.first[0]; ix <= region_.last[0]; ix += Lanes::width) {
-                // The last vector is moved back so that it ends with the region where it can.
-                const int overlap = ix + Lanes::width - 1 - region_.last[0];
-                const int start = overlap > 0 && ix - overlap >= 0 ? ix - overlap : ix;
-                const float* const p = points_.evaluation.map + voxelIndex(n, start, iy, iz);
-                const F here = Lanes::load(p);
-                const F beside = Lanes::load(p + (start < region_.last[0] ? 1 : 0));
-                largest[0] = Lanes::max(absolute(beside - here), largest[0]);
-                if (iy < region_.last[1]) {
-                    largest[1] = Lanes::max(absolute(Lanes::load(p + right) - here), largest[1]);
+    bool boxFits = true; // a box reaches into two cells on each axis at most
+    for (int a = 0; a < 3; ++a) {
+        boxFits = boxFits && 2.001F * points_.halfExtent[a] < points_.evaluation.h[a];
+    }
+    const int rows = region_.cells(1) * region_.cells(2);
+    fits_ = boxFits && region_.cells(0) < CellRooms::rowLength && rows <= CellRooms::mostRows;
+    F most = Lanes::all(0);
+    for (int ix = 0; ix < region_.cells(0); ix += Lanes::width) {
+        F notFinite = Lanes::all(0); // stays zero as long as all doses are finite
+        F mostHere = Lanes::all(0);
+        const int left = region_.cells(0) - ix;
+        const unsigned valid = left < Lanes::width ? (1U << left) - 1 : Lanes::everyLane;
+        float* row = rooms_.room + ix;
+        for (int iz = region_.first[2]; iz < region_.last[2]; ++iz) {
+            for (int iy = region_.first[1]; iy < region_.last[1]; ++iy) {
+                const int corner = voxelIndex(n, region_.first[0] + ix, iy, iz);
+                const F room = Lanes::select(
+                    valid, roomsOfCells(points_.evaluation.map + corner, notFinite), Lanes::all(0));
+                mostHere = Lanes::max(room, mostHere);
+                if (fits_) {
+                    Lanes::store(row, room);
+                    row += CellRooms::rowLength;
                 }
-                if (iz < region_.last[2]) {
-                    largest[2] = Lanes::max(absolute(Lanes::load(p + back) - here), largest[2]);
-                }
-                magnitude = Lanes::max(absolute(here), magnitude);
-                notFinite = notFinite + here * zero;
+            }
+        }
+        if ((Lanes::notGreater(Lanes::all(1), notFinite) & valid) != 0) {
+            return false;
+        }
+        most = Lanes::max(mostHere, most);
+    }
+    mostRoom_ = largestLane(most);
+    if (fits_) {
+        poolRooms();
+    }
+    return setDoseError();
+}
+
+/** The rooms of cells side by side along x, of which the first has this lower corner. */
+Lanes::F RotatedSearch::roomsOfCells(const float* corner, Lanes::F& notFinite) const
+{
+    using F = Lanes::F;
+    const int right = points_.evaluation.n[0];
+    const int back = points_.evaluation.n[0] * points_.evaluation.n[1];
+    const F low[4] = {Lanes::load(corner), Lanes::load(corner + right), Lanes::load(corner + back),
+                      Lanes::load(corner + back + right)};
+    const F high[4] = {Lanes::load(corner + 1), Lanes::load(corner + right + 1),
+                       Lanes::load(corner + back + 1), Lanes::load(corner + back + right + 1)};
+    const auto largest = [](F a, F b, F c, F d) {
+        return Lanes::max(Lanes::max(absolute(a), absolute(b)),
+                          Lanes::max(absolute(c), absolute(d)));
+    };
+    const F x[4] = {high[0] - low[0], high[1] - low[1], high[2] - low[2], high[3] - low[3]};
+    notFinite = notFinite + ((x[0] + x[1]) + (x[2] + x[3])) * Lanes::all(0);
+    const F change[3] = {
+        largest(x[0], x[1], x[2], x[3]),
+        largest(low[1] - low[0], low[3] - low[2], high[1] - high[0], high[3] - high[2]),
+        largest(low[2] - low[0], low[3] - low[1], high[2] - high[0], high[3] - high[1])};
+    F room = Lanes::all(0);
+    for (int a = 0; a < 3; ++a) {
+        room = room + change[a] * Lanes::all(points_.halfExtent[a] / points_.evaluation.h[a]);
+    }
+    return room;
+}
+
+/** Gives each row of cells the largest rooms of itself and its next neighbours along y and z. */
+void RotatedSearch::poolRooms()
+{
+    using F = Lanes::F;
+    const int ny = region_.cells(1);
+    const int nz = region_.cells(2);
+    for (int ix = 0; ix < region_.cells(0); ix += Lanes::width) {
+        for (int iz = 0; iz < nz; ++iz) {
+            for (int iy = 0; iy < ny; ++iy) {
+                const int toNextY = iy + 1 < ny ? CellRooms::rowLength : 0;
+                const int toNextZ = iz + 1 < nz ? CellRooms::rowLength * ny : 0;
+                float* const row = rooms_.room + (iz * ny + iy) * CellRooms::rowLength + ix;
+                const F here = Lanes::max(Lanes::load(row), Lanes::load(row + toNextY));
+                const F above =
+                    Lanes::max(Lanes::load(row + toNextZ), Lanes::load(row + toNextZ + toNextY));
+                Lanes::store(row, Lanes::max(here, above));
             }
         }
     }
-    for (int a = 0; a < 3; ++a) {
-        region_.slope[a] = largestLane(largest[a]) / points_.evaluation.h[a];
+    for (int row = 0; row < ny * nz; ++row) {
+        rooms_.room[row * CellRooms::rowLength + region_.cells(0)] = 0; // read with the last cell
     }
-    const bool allFinite = Lanes::notGreater(Lanes::all(1), notFinite) == 0;
-    region_.magnitude = allFinite ? largestLane(magnitude) : __builtin_inff();
-    // Rounding of the positions times the slopes, and some 20 roundings of doses.
-    doseError_ = region_.magnitude * 0x1p-19F;
+}
+
+/** Sets doseError_ from the largest room of the region; false if doses are too large. */
+bool RotatedSearch::setDoseError()
+{
+    float perRoom = 0;
     for (int a = 0; a < 3; ++a) {
-        doseError_ += region_.slope[a] * 0x1p-20F *
-                      (__builtin_fabsf(origin_[a]) + __builtin_fabsf(points_.evaluation.x0[a]) +
-                       points_.reach);
+        const float width = static_cast<float>(region_.cells(a)) * points_.evaluation.h[a];
+        const float position =
+            __builtin_fabsf(origin_[a]) + __builtin_fabsf(points_.evaluation.x0[a]) + points_.reach;
+        const float here = (width + position) / points_.halfExtent[a];
+        perRoom = here > perRoom ? here : perRoom;
     }
-    return region_.magnitude < 1e15F;
+    // Some 20 roundings of the largest dose, and of the positions times the slopes.
+    const float magnitude = __builtin_fabsf(sampleDose_) + perRoom * mostRoom_;
+    doseError_ = magnitude * 0x1p-19F;
+    return magnitude < 1e15F;
+}
+
+/** How much the doses of groups can differ from those at their centres. */
+Lanes::F RotatedSearch::roomOf(std::size_t group) const
+{
+    using F = Lanes::F;
+    const F extent = Lanes::load(points_.extent.data() + group);
+    const F error = Lanes::all(doseError_);
+    if (!fits_) {
+        return error + extent * Lanes::all(mostRoom_);
+    }
+    Lanes::I cell[3];
+    for (int a = 0; a < 3; ++a) {
+        const F corner = Lanes::load(points_.corner[a].data() + group);
+        const F centred = (corner + Lanes::all(shift_[a])) * Lanes::all(perVoxel_[a]) -
+                          Lanes::all(0.5F + static_cast<float>(region_.first[a]));
+        const F last = Lanes::all(static_cast<float>(region_.cells(a) - 1));
+        cell[a] = Lanes::truncated(Lanes::min(Lanes::max(centred, Lanes::all(0)), last));
+    }
+    const int ny = region_.cells(1);
+    const Lanes::I row = Lanes::sum(cell[1], Lanes::times(cell[2], ny));
+    F low;
+    F high;
+    Lanes::gatherPairs(rooms_.room, Lanes::sum(cell[0], Lanes::times(row, CellRooms::rowLength)),
+                       low, high);
+    return error + extent * Lanes::max(low, high);
 }
 
 /** Interpolated doses at positions (mm from the sample point), up to doseError_. */
@@ -230,9 +351,8 @@ Lanes::F RotatedSearch::doses(const Lanes::F (&position)[3]) const
     Lanes::I cell[3];
     F fraction[3];
     for (int a = 0; a < 3; ++a) {
-        const float perVoxel = 1.0F / points_.evaluation.h[a];
-        const F shift = Lanes::all(origin_[a] - points_.evaluation.x0[a]);
-        const F centred = (position[a] + shift) * Lanes::all(perVoxel) - Lanes::all(0.5F);
+        const F centred =
+            (position[a] + Lanes::all(shift_[a])) * Lanes::all(perVoxel_[a]) - Lanes::all(0.5F);
         const F low = Lanes::whole(centred);
         fraction[a] = centred - low;
         cell[a] = Lanes::truncated(centred);
@@ -268,11 +388,7 @@ void RotatedSearch::searchGroups()
         const F centre[3] = {Lanes::load(points_.centre[0].data() + at),
                              Lanes::load(points_.centre[1].data() + at),
                              Lanes::load(points_.centre[2].data() + at)};
-        F room = Lanes::all(doseError_);
-        for (int a = 0; a < 3; ++a) {
-            room = room +
-                   Lanes::all(region_.slope[a]) * Lanes::load(points_.halfExtent[a].data() + at);
-        }
+        const F room = roomOf(at);
         const F difference = doses(centre) - Lanes::all(referenceDose_);
         const F away = Lanes::max(difference, zero - difference) - room;
         const F u = Lanes::max(away, zero) * Lanes::all(perGy_);
@@ -280,10 +396,8 @@ void RotatedSearch::searchGroups()
         unsigned open = Lanes::notGreater(bound, Lanes::all(threshold()));
         const std::int32_t left = points_.groupCount - g;
         open &= left < Lanes::width ? (1U << left) - 1 : Lanes::everyLane;
-        alignas(64) float bounds[RotatedPoints::groupSize];
-        Lanes::store(bounds, bound);
         while (open != 0 && !settled()) {
-            const int lane = leastLane(bounds, open);
+            const int lane = __builtin_ctz(open);
             searchGroup(g + lane);
             open &= Lanes::notGreater(bound, Lanes::all(threshold())) & ~(1U << lane);
         }
@@ -308,13 +422,11 @@ void RotatedSearch::searchGroup(std::int32_t group)
         unsigned open = Lanes::notGreater(f, Lanes::all(threshold()));
         alignas(64) float values[RotatedPoints::groupSize];
         Lanes::store(values, f);
-        for (; open != 0; open &= open - 1) {
-            const int lane = __builtin_ctz(open);
-            if (!(values[lane] > threshold())) {
-                const std::size_t point = at + static_cast<std::size_t>(lane);
-                consider(
-                    {points_.point[0][point], points_.point[1][point], points_.point[2][point]});
-            }
+        while (open != 0) {
+            const int lane = leastLane(values, open);
+            const std::size_t point = at + static_cast<std::size_t>(lane);
+            consider({points_.point[0][point], points_.point[1][point], points_.point[2][point]});
+            open &= Lanes::notGreater(f, Lanes::all(threshold())) & ~(1U << lane);
         }
     }
 }

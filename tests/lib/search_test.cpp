@@ -408,6 +408,36 @@ TEST_F(Search, LatticesOfMoreThanAThousandStepsPerDTA)
     EXPECT_GT(coarser[2], 0);
 }
 
+TEST_F(Search, RotatedLatticeInVoxelsLargerAndSmallerThanItsBoxes)
+{
+    // Around all voxels only points between voxel centres: 5 to 11 mm and a shell of 3 mm, in 16
+    // mm.
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> error(-1, 1);
+    const auto wave = [](float x, float y, float z) {
+        return 2 + std::sin(x / 2) * std::cos(y / 3) + 0.05F * z;
+    };
+    const auto field = [&](int count, float voxel, float lower, float noise) {
+        const auto at = [=](int i) { return lower + (static_cast<float>(i) + 0.5F) * voxel; };
+        return makeGrid(
+            {count, count, count}, {voxel, voxel, voxel}, {lower, lower, lower},
+            [&](int x, int y, int z) { return wave(at(x), at(y), at(z)) + noise * error(random); });
+    };
+    setCriteria(3, 3, 10);
+    zarnGI_setGammaSearchMax(1);
+    zarnGI_setRandomRotation(true);
+    setRef(field(9, 0.66F, 5, 0.1F));
+    for (const auto& [count, voxel] :
+         {std::pair{6, 2.7F}, std::pair{13, 1.3F}, std::pair{16, 1.0F}, std::pair{40, 0.4F}}) {
+        for (const float noise : {0.05F, 0.3F, 1.0F}) {
+            SCOPED_TRACE(testing::Message() << voxel << " mm, noise " << noise);
+            setEval(field(count, voxel, 0, noise));
+            compute();
+            expectSameRecords(searchByDefinition(1));
+        }
+    }
+}
+
 TEST_F(Search, SingleVoxelGrids)
 {
     setRef(makeRow({2}, 3));
