@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 
 #include "doseGrid.h"
 #include "engineState.h"
@@ -33,14 +34,63 @@ float largestDose(const float* map, std::size_t count)
     return result == 0 ? *std::find(map, map + count, result) : result;
 }
 
-/** Whether some dose is above the cut-off. */
-bool anyAbove(const float* first, const float* last, float cutoff)
+/** Voxels in a block of the reference map: most blocks lie outside the irradiated volume. */
+constexpr std::size_t blockSize = 64;
+
+/** The first voxel behind a block. */
+std::size_t endOf(std::size_t block)
 {
-    int above = 0;
-    for (; first != last; ++first) {
-        above |= *first > cutoff ? 1 : 0;
+    return std::min((block + 1) * blockSize, Env->N_ref);
+}
+
+/** The largest number among some doses; minus infinity if there is none. */
+float largestNumber(const float* first, const float* last)
+{
+    constexpr std::size_t lanes = 16;
+    float largest[lanes];
+    std::fill(largest, largest + lanes, -std::numeric_limits<float>::infinity());
+    for (; last - first >= std::ptrdiff_t{lanes}; first += lanes) {
+        for (std::size_t k = 0; k < lanes; ++k) {
+            largest[k] = largest[k] < first[k] ? first[k] : largest[k];
+        }
     }
-    return above != 0;
+    for (; first != last; ++first) {
+        largest[0] = largest[0] < *first ? *first : largest[0];
+    }
+    return *std::max_element(largest, largest + lanes);
+}
+
+std::vector<float> largestOfBlocks()
+{
+    std::vector<float> largest((Env->N_ref + blockSize - 1) / blockSize);
+    for (std::size_t block = 0; block < largest.size(); ++block) {
+        largest[block] =
+            largestNumber(Env->map_ref + block * blockSize, Env->map_ref + endOf(block));
+    }
+    return largest;
+}
+
+/** The largest reference dose, as std::max_element finds it. */
+float largestReferenceDose(const std::vector<float>& largestOfBlock)
+{
+    if (std::isnan(Env->map_ref[0])) {
+        return Env->map_ref[0]; // a leading not-a-number stays the largest
+    }
+    const float result = *std::max_element(largestOfBlock.begin(), largestOfBlock.end());
+    // Zeros of both signs are equal: the first one in the map is the largest.
+    return result == 0 ? *std::find(Env->map_ref, Env->map_ref + Env->N_ref, result) : result;
+}
+
+std::size_t countAbove(float cutoff, const std::vector<float>& largestOfBlock)
+{
+    std::ptrdiff_t count = 0;
+    for (std::size_t block = 0; block < largestOfBlock.size(); ++block) {
+        if (largestOfBlock[block] > cutoff) {
+            count += std::count_if(Env->map_ref + block * blockSize, Env->map_ref + endOf(block),
+                                   [cutoff](float dose) { return dose > cutoff; });
+        }
+    }
+    return static_cast<std::size_t>(count);
 }
 
 bool agreesAtCentre(int ivxl, float referenceDose)
@@ -84,13 +134,12 @@ float largestEvaluationDose()
 DoseLevels findDoseLevels()
 {
     DoseLevels levels{};
-    levels.maxDose = largestDose(Env->map_ref, Env->N_ref);
+    levels.largestOfBlock = largestOfBlocks();
+    levels.maxDose = largestReferenceDose(levels.largestOfBlock);
     levels.globalReferenceDose =
         Env->global_normalisation > 0 ? Env->global_normalisation : levels.maxDose;
     levels.cutoff = DCO / 100 * levels.globalReferenceDose;
-    levels.countActiveVoxel = static_cast<std::size_t>(
-        std::count_if(Env->map_ref, Env->map_ref + Env->N_ref,
-                      [cutoff = levels.cutoff](float dose) { return dose > cutoff; }));
+    levels.countActiveVoxel = countAbove(levels.cutoff, levels.largestOfBlock);
     return levels;
 }
 
@@ -105,21 +154,18 @@ std::size_t fillActiveVoxels(const DoseLevels& levels)
     activeVoxels.resize(levels.countActiveVoxel);
     std::size_t skimmed = 0;
     std::int32_t k = 0;
-    constexpr std::int32_t blockSize = 64; // most blocks lie outside the irradiated volume
-    const auto count = static_cast<std::int32_t>(Env->N_ref);
-    for (std::int32_t block = 0; block < count; block += std::min(blockSize, count - block)) {
-        const std::int32_t end = block + std::min(blockSize, count - block);
-        if (!anyAbove(Env->map_ref + block, Env->map_ref + end, levels.cutoff)) {
+    for (std::size_t block = 0; block < levels.largestOfBlock.size(); ++block) {
+        if (!(levels.largestOfBlock[block] > levels.cutoff)) {
             continue;
         }
-        for (std::int32_t i = block; i < end; ++i) {
+        for (std::size_t i = block * blockSize; i < endOf(block); ++i) {
             const float dose = Env->map_ref[i];
             if (!(dose > levels.cutoff)) {
                 continue;
             }
             ActiveVoxel& voxel = activeVoxels[static_cast<std::size_t>(k)];
-            voxel.ivxl = i;
-            voxel.passed = Env->passRateMode && agreesAtCentre(i, dose);
+            voxel.ivxl = static_cast<std::int32_t>(i);
+            voxel.passed = Env->passRateMode && agreesAtCentre(voxel.ivxl, dose);
             voxel.stopSearching = false;
             voxel.ichk = 0;
             voxel.irefvxl = k;

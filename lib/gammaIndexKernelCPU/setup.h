@@ -6,6 +6,7 @@
 #define ZARNGI_SETUP_H
 
 #include <cstddef>
+#include <vector>
 
 /** The doses that decide which voxels are tested. */
 struct DoseLevels {
@@ -13,6 +14,7 @@ struct DoseLevels {
     float globalReferenceDose; ///< Gy, normalisation dose
     float cutoff;              ///< Gy, voxels strictly above it are tested
     std::size_t countActiveVoxel;
+    std::vector<float> largestOfBlock; ///< Gy, of the numbers in each block of the reference map
 };
 
 /** Copies DD, DTA, DCO and the kind of dose difference from the environment. */

@@ -1,4 +1,5 @@
 // Which voxels are tested, and what the engine's state holds for them.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -23,6 +24,18 @@ protected:
             tested.push_back(voxel.ivxl);
         }
         return tested;
+    }
+    /** Those above DCO percent of the largest dose, by its definition. */
+    static std::vector<int> voxelsAboveCutOff(const std::vector<float>& doses)
+    {
+        const float cutoff = DCO / 100 * *std::max_element(doses.begin(), doses.end());
+        std::vector<int> above;
+        for (std::size_t i = 0; i < doses.size(); ++i) {
+            if (doses[i] > cutoff) {
+                above.push_back(static_cast<int>(i));
+            }
+        }
+        return above;
     }
 };
 
@@ -61,6 +74,27 @@ TEST_F(Setup, CutOffOfZeroTestsEveryPositiveDose)
     prepare({0, 1e-30F, -1, 1}, {0, 0, 0, 1});
     compute();
     EXPECT_EQ(testedVoxels(), (std::vector{1, 3}));
+}
+
+TEST_F(Setup, LargestDoseIsThatOfMaxElement)
+{
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float inf = std::numeric_limits<float>::infinity();
+    setCriteria(3, 3, 10);
+    for (const std::size_t length : {1U, 7U, 64U, 65U, 200U}) {
+        for (const float first : {0.0F, -0.0F, 1.0F, nan, -inf, inf}) {
+            for (const float last : {0.0F, -0.0F, 3.0F, nan, -inf}) {
+                std::vector<float> doses(length, -1.0F);
+                doses[length / 2] = last == 3 ? nan : -0.0F;
+                doses.front() = first;
+                doses.back() = last;
+                prepare(doses, {1, 1});
+                zarnGI_startComputation();
+                EXPECT_EQ(testedVoxels(), voxelsAboveCutOff(doses))
+                    << length << ", " << first << ", " << last;
+            }
+        }
+    }
 }
 
 TEST_F(Setup, WithNothingAboveTheCutOffResultsStayAsTheyWere)
