@@ -35,19 +35,33 @@ struct Lanes {
     static F all(float a) { return _mm512_set1_ps(a); }
     static I loadIndices(const int* p) { return _mm512_loadu_si512(p); }
     static void storeIndices(int* p, I i) { _mm512_storeu_si512(p, i); }
+    static I allIndices(int i) { return _mm512_set1_epi32(i); }
     static F asFloats(I i) { return _mm512_cvtepi32_ps(i); }
     static I truncated(F a) { return _mm512_cvttps_epi32(a); }
     static F whole(F a) { return _mm512_cvtepi32_ps(truncated(a)); }
     /** The numbers first, first + 1, ... */
-    static F counting(int first)
+    static F counting(int first) { return asFloats(sum(allIndices(first), places())); }
+    /** The numbers of the lanes: 0, 1, ... */
+    static I places()
     {
-        return _mm512_cvtepi32_ps(_mm512_add_epi32(
-            _mm512_set1_epi32(first),
-            _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)));
+        return _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     }
     static F min(F a, F b) { return _mm512_min_ps(a, b); }
     static F max(F a, F b) { return _mm512_max_ps(a, b); }
     static F sqrt(F a) { return _mm512_sqrt_ps(a); }
+    /** a * b + c, for bounds only: the intermediate rounding is left to the path. */
+    static F mulAdd(F a, F b, F c) { return _mm512_fmadd_ps(a, b, c); }
+    /** c - a * b, likewise. */
+    static F mulSub(F a, F b, F c) { return _mm512_fnmadd_ps(a, b, c); }
+    /** 1 / a and 1 / sqrt(a) with relative errors below 2^-11, which the path and the CPU choose.
+     */
+    static F roughInverse(F a) { return _mm512_rcp14_ps(a); }
+    static F roughInverseRoot(F a) { return _mm512_rsqrt14_ps(a); }
+    /** The largest whole number not above each lane. */
+    static F floor(F a)
+    {
+        return _mm512_roundscale_ps(a, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+    }
     /** Bit per lane in which a <= b or either is not a number. */
     static unsigned notGreater(F a, F b) { return _mm512_cmp_ps_mask(a, b, _CMP_NGT_UQ); }
 // Without optimization the gathers are macros of GCC's that pass their masks as signed numbers.
@@ -90,6 +104,21 @@ struct Lanes {
     {
         return _mm512_permutexvar_epi32(i, loadIndices(p));
     }
+    /** The floats p[i] for indices i below 2 * width. */
+    static F spreadFromPair(const float* p, I i)
+    {
+        return _mm512_permutex2var_ps(load(p), i, load(p + width));
+    }
+    /** Stores the lanes whose bits are set one after another, and anything in the rest of the
+     * width. */
+    static void storeChosen(int* p, unsigned bits, I i)
+    {
+        storeIndices(p, _mm512_maskz_compress_epi32(static_cast<__mmask16>(bits), i));
+    }
+    static void storeChosen(float* p, unsigned bits, F a)
+    {
+        store(p, _mm512_maskz_compress_ps(static_cast<__mmask16>(bits), a));
+    }
 };
 
 #elif defined(__AVX2__)
@@ -110,17 +139,20 @@ struct Lanes {
     }
     static F asFloats(I i) { return _mm256_cvtepi32_ps(i); }
     static void storeIndices(int* p, I i) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), i); }
+    static I allIndices(int i) { return _mm256_set1_epi32(i); }
     static I truncated(F a) { return _mm256_cvttps_epi32(a); }
     static F whole(F a) { return _mm256_cvtepi32_ps(truncated(a)); }
     /** The numbers first, first + 1, ... */
-    static F counting(int first)
-    {
-        return _mm256_cvtepi32_ps(
-            _mm256_add_epi32(_mm256_set1_epi32(first), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
-    }
+    static F counting(int first) { return asFloats(sum(allIndices(first), places())); }
+    static I places() { return _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7); }
     static F min(F a, F b) { return _mm256_min_ps(a, b); }
     static F max(F a, F b) { return _mm256_max_ps(a, b); }
     static F sqrt(F a) { return _mm256_sqrt_ps(a); }
+    static F mulAdd(F a, F b, F c) { return _mm256_fmadd_ps(a, b, c); }
+    static F mulSub(F a, F b, F c) { return _mm256_fnmadd_ps(a, b, c); }
+    static F roughInverse(F a) { return _mm256_rcp_ps(a); }
+    static F roughInverseRoot(F a) { return _mm256_rsqrt_ps(a); }
+    static F floor(F a) { return _mm256_floor_ps(a); }
     static unsigned notGreater(F a, F b)
     {
         return static_cast<unsigned>(_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_NGT_UQ)));
@@ -148,8 +180,43 @@ struct Lanes {
     {
         return _mm256_permutevar8x32_epi32(loadIndices(p), i);
     }
+    static F spreadFromPair(const float* p, I i)
+    {
+        const F beyond = _mm256_castsi256_ps(_mm256_cmpgt_epi32(i, _mm256_set1_epi32(width - 1)));
+        return _mm256_blendv_ps(spread(p, i), spread(p + width, i), beyond);
+    }
+    static void storeChosen(int* p, unsigned bits, I i)
+    {
+        storeIndices(p, _mm256_permutevar8x32_epi32(i, chosen(bits)));
+    }
+    static void storeChosen(float* p, unsigned bits, F a)
+    {
+        store(p, _mm256_permutevar8x32_ps(a, chosen(bits)));
+    }
 
 private:
+    /** For each set of bits the numbers of the bits that are set, then zeros. */
+    struct ChosenPlaces {
+        constexpr ChosenPlaces()
+        {
+            for (unsigned bits = 0; bits <= everyLane; ++bits) {
+                int count = 0;
+                for (unsigned char lane = 0; lane < width; ++lane) {
+                    if ((bits >> lane & 1U) != 0) {
+                        places[bits][count++] = lane;
+                    }
+                }
+            }
+        }
+        alignas(8) unsigned char places[everyLane + 1][width] = {};
+    };
+
+    static I chosen(unsigned bits)
+    {
+        static constexpr ChosenPlaces table;
+        const auto* const places = reinterpret_cast<const __m128i*>(table.places[bits]);
+        return _mm256_cvtepu8_epi32(_mm_loadl_epi64(places));
+    }
     static F inOrder(F a)
     {
         return _mm256_castpd_ps(
@@ -175,16 +242,24 @@ struct Lanes {
     }
     static F asFloats(I i) { return _mm_cvtepi32_ps(i); }
     static void storeIndices(int* p, I i) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), i); }
+    static I allIndices(int i) { return _mm_set1_epi32(i); }
     static I truncated(F a) { return _mm_cvttps_epi32(a); }
     static F whole(F a) { return _mm_cvtepi32_ps(truncated(a)); }
     /** The numbers first, first + 1, ... */
-    static F counting(int first)
-    {
-        return _mm_cvtepi32_ps(_mm_add_epi32(_mm_set1_epi32(first), _mm_setr_epi32(0, 1, 2, 3)));
-    }
+    static F counting(int first) { return asFloats(sum(allIndices(first), places())); }
+    static I places() { return _mm_setr_epi32(0, 1, 2, 3); }
     static F min(F a, F b) { return _mm_min_ps(a, b); }
     static F max(F a, F b) { return _mm_max_ps(a, b); }
     static F sqrt(F a) { return _mm_sqrt_ps(a); }
+    static F mulAdd(F a, F b, F c) { return a * b + c; }
+    static F mulSub(F a, F b, F c) { return c - a * b; }
+    static F roughInverse(F a) { return _mm_rcp_ps(a); }
+    static F roughInverseRoot(F a) { return _mm_rsqrt_ps(a); }
+    static F floor(F a) // for |a| < 2^31
+    {
+        const F towardsZero = whole(a);
+        return select(notGreater(towardsZero, a), towardsZero, towardsZero - all(1));
+    }
     static unsigned notGreater(F a, F b)
     {
         return static_cast<unsigned>(_mm_movemask_ps(_mm_cmpngt_ps(a, b)));
@@ -206,6 +281,23 @@ struct Lanes {
         alignas(16) int k[width];
         storeIndices(k, i);
         return _mm_setr_epi32(p[k[0]], p[k[1]], p[k[2]], p[k[3]]);
+    }
+    static F spreadFromPair(const float* p, I i) { return gather(p, i); }
+    static void storeChosen(int* p, unsigned bits, I i)
+    {
+        alignas(16) int values[width];
+        storeIndices(values, i);
+        for (; bits != 0; bits &= bits - 1) {
+            *p++ = values[__builtin_ctz(bits)];
+        }
+    }
+    static void storeChosen(float* p, unsigned bits, F a)
+    {
+        alignas(16) float values[width];
+        store(values, a);
+        for (; bits != 0; bits &= bits - 1) {
+            *p++ = values[__builtin_ctz(bits)];
+        }
     }
     static I sum(I a, I b) { return _mm_add_epi32(a, b); }
     static I times(I a, int b)
@@ -240,12 +332,20 @@ inline Lanes::F rounded(Lanes::F a)
     return (a + shift) - shift;
 }
 
-/** The largest whole number not above each lane; for |a| < 2^31. */
-inline Lanes::F floored(Lanes::F a)
+/** 1 / a within a relative error of 2^-20. */
+inline Lanes::F inverse(Lanes::F a)
 {
-    const Lanes::F towardsZero = Lanes::whole(a);
-    const unsigned exact = Lanes::notGreater(towardsZero, a);
-    return Lanes::select(exact, towardsZero, towardsZero - Lanes::all(1));
+    const Lanes::F rough = Lanes::roughInverse(a);
+    // One step of Newton's method squares the error.
+    return Lanes::mulAdd(rough, Lanes::mulSub(a, rough, Lanes::all(1)), rough);
+}
+
+/** At least the root of a, and larger by at most 2^-9 of it; not a number for infinity. */
+inline Lanes::F rootFromAbove(Lanes::F a)
+{
+    // The root of zero takes the place of zero times infinity.
+    const Lanes::F inverseRoot = Lanes::roughInverseRoot(Lanes::max(a, Lanes::all(1e-30F)));
+    return a * inverseRoot * Lanes::all(1 + 0x1p-10F);
 }
 
 /** The lane of the least value among those whose bits are set. */
@@ -257,6 +357,14 @@ inline int leastLane(const float* values, unsigned open)
         least = values[lane] < values[least] ? lane : least;
     }
     return least;
+}
+
+/** The least of some lanes. */
+inline float leastOf(Lanes::F a, unsigned lanes)
+{
+    alignas(64) float values[16];
+    Lanes::store(values, a);
+    return values[leastLane(values, lanes)];
 }
 
 /** The largest lane; none of them may be not a number. */

@@ -148,9 +148,9 @@ void FirstCandidates::tryPlanesBeside()
     const F centred = (Lanes::load(origin_[2]) - Lanes::all(pass_.evaluation.x0[2])) /
                           Lanes::all(pass_.evaluation.h[2]) -
                       half;
-    const F plane = floored(centred + half);
-    tryFrom(floored((plane + half - centred) / perStep) + one);
-    tryFrom(Lanes::all(-1) - floored((centred + half - plane) / perStep));
+    const F plane = Lanes::floor(centred + half);
+    tryFrom(Lanes::floor((plane + half - centred) / perStep) + one);
+    tryFrom(Lanes::all(-1) - Lanes::floor((centred + half - plane) / perStep));
 }
 
 /**

@@ -51,7 +51,8 @@ struct VoxelStart {
         originConsidered = false;
         flattening = 1;
         bestDistanceSquared = 0;
-        if (!reachedBy(pass)) {
+        nearestSquared = distanceSquared(&AxisSample::nearest);
+        if (!isReached() || !(nearestSquared <= pass.outerSquared)) {
             return;
         }
         referenceDose = doseAtPoint(pass.reference.map, pass.reference.n, sample[0]->inReference,
@@ -88,6 +89,7 @@ struct VoxelStart {
     std::int32_t index[3];
     const AxisSample* sample[3];
     LatticeInterval candidates[3]; ///< lattice indices between voxel centres within the shell
+    float nearestSquared;          ///< in steps, of the lattice point nearest to the evaluation box
     float referenceDose;
     float delta;               ///< Gy, dose criterion
     float scale;               ///< steps per Gy
@@ -97,17 +99,11 @@ struct VoxelStart {
     float bestDistanceSquared; ///< mm^2, of the point that gave it in this pass
 
 private:
-    /** Whether some lattice point inside the evaluation box may belong to the shell. */
-    [[nodiscard]] bool reachedBy(const SearchPass& pass) const
+    /** Whether lattice points lie inside the evaluation box. */
+    [[nodiscard]] bool isReached() const
     {
-        double squared = 0;
-        for (const AxisSample* s : sample) {
-            if (s->inside.empty()) {
-                return false;
-            }
-            squared += static_cast<double>(s->nearest) * s->nearest;
-        }
-        return static_cast<float>(squared) <= pass.shell.outerRadiusSquared();
+        return !sample[0]->inside.empty() && !sample[1]->inside.empty() &&
+               !sample[2]->inside.empty();
     }
 
     /**
@@ -122,16 +118,17 @@ private:
         if (pass.passRateMode) {
             return 1.0F;
         }
-        const bool searchedAgain = !pass.isLast && farthestSquared() > pass.outerSquared;
+        const bool searchedAgain =
+            !pass.isLast && distanceSquared(&AxisSample::farthest) > pass.outerSquared;
         return searchedAgain ? pass.largestDistanceTerm : __builtin_inff();
     }
 
-    /** Squared distance in steps of the farthest lattice point inside the evaluation box. */
-    [[nodiscard]] float farthestSquared() const
+    /** Squared distance in steps of the nearest or farthest lattice point inside the box. */
+    [[nodiscard]] float distanceSquared(std::int32_t AxisSample::*extreme) const
     {
         double squared = 0;
         for (const AxisSample* s : sample) {
-            squared += static_cast<double>(s->farthest) * s->farthest;
+            squared += static_cast<double>(s->*extreme) * s->*extreme;
         }
         return static_cast<float>(squared);
     }

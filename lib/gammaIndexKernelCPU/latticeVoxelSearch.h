@@ -56,6 +56,8 @@ public:
     [[nodiscard]] bool settled() const { return pass_->passRateMode && best_ <= 1.0F; }
 
     [[nodiscard]] const VoxelStart& start() const { return *start_; }
+    /** Whether squares of differences that matter are computed without underflow. */
+    [[nodiscard]] bool isTame() const { return tame_; }
     /** f above it cannot matter, but for the error of u. */
     [[nodiscard]] float threshold() const { return threshold_; }
     [[nodiscard]] float root() const { return root_; } ///< of the threshold
@@ -82,6 +84,9 @@ public:
     /** Lattice indices on an axis that can matter, given how near the box comes on the others. */
     [[nodiscard]] LatticeInterval reachOn(int axis) const
     {
+        if (start_->nearestSquared == 0) {
+            return reach_;
+        }
         float room = smaller(threshold_, pass_->outerSquared);
         for (int a = 0; a < 3; ++a) {
             room -= a == axis ? 0.0F : squareOf(start_->sample[a]->nearest);

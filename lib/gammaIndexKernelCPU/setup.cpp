@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <limits>
+#include <vector>
 
 #include "doseGrid.h"
 #include "engineState.h"
@@ -13,84 +14,70 @@
 namespace
 {
 
-/** The largest value, as std::max_element finds it: a leading not-a-number stays the largest. */
-float largestDose(const float* map, std::size_t count)
+/**
+ * Voxels in a block: most blocks lie outside the irradiated volume, and are gone past after the one
+ * pass that finds their largest doses.
+ */
+constexpr std::size_t blockSize = 512;
+
+/** The largest of some doses; -infinity if none of them is a number. */
+float largestOf(const float* first, const float* last)
 {
     // Independent running maxima keep the loop free of a chain of dependent comparisons.
-    constexpr std::size_t lanes = 64;
-    float largest[lanes];
-    std::fill(largest, largest + lanes, map[0]);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        for (std::size_t k = 0; k < lanes; ++k) {
-            largest[k] = largest[k] < map[i + k] ? map[i + k] : largest[k];
-        }
-    }
-    for (; i < count; ++i) {
-        largest[0] = largest[0] < map[i] ? map[i] : largest[0];
-    }
-    const float result = *std::max_element(largest, largest + lanes);
-    // Zeros of both signs are equal: the first one in the map is the largest.
-    return result == 0 ? *std::find(map, map + count, result) : result;
-}
-
-/** Voxels in a block of the reference map: most blocks lie outside the irradiated volume. */
-constexpr std::size_t blockSize = 64;
-
-/** The first voxel behind a block. */
-std::size_t endOf(std::size_t block)
-{
-    return std::min((block + 1) * blockSize, Env->N_ref);
-}
-
-/** The largest number among some doses; minus infinity if there is none. */
-float largestNumber(const float* first, const float* last)
-{
-    constexpr std::size_t lanes = 16;
+    constexpr std::ptrdiff_t lanes = 64;
     float largest[lanes];
     std::fill(largest, largest + lanes, -std::numeric_limits<float>::infinity());
-    for (; last - first >= std::ptrdiff_t{lanes}; first += lanes) {
-        for (std::size_t k = 0; k < lanes; ++k) {
+    for (; last - first >= lanes; first += lanes) {
+        for (std::ptrdiff_t k = 0; k < lanes; ++k) {
             largest[k] = largest[k] < first[k] ? first[k] : largest[k];
         }
     }
     for (; first != last; ++first) {
         largest[0] = largest[0] < *first ? *first : largest[0];
     }
-    return *std::max_element(largest, largest + lanes);
-}
-
-std::vector<float> largestOfBlocks()
-{
-    std::vector<float> largest((Env->N_ref + blockSize - 1) / blockSize);
-    for (std::size_t block = 0; block < largest.size(); ++block) {
-        largest[block] =
-            largestNumber(Env->map_ref + block * blockSize, Env->map_ref + endOf(block));
-    }
-    return largest;
-}
-
-/** The largest reference dose, as std::max_element finds it. */
-float largestReferenceDose(const std::vector<float>& largestOfBlock)
-{
-    if (std::isnan(Env->map_ref[0])) {
-        return Env->map_ref[0]; // a leading not-a-number stays the largest
-    }
-    const float result = *std::max_element(largestOfBlock.begin(), largestOfBlock.end());
-    // Zeros of both signs are equal: the first one in the map is the largest.
-    return result == 0 ? *std::find(Env->map_ref, Env->map_ref + Env->N_ref, result) : result;
-}
-
-std::size_t countAbove(float cutoff, const std::vector<float>& largestOfBlock)
-{
-    std::ptrdiff_t count = 0;
-    for (std::size_t block = 0; block < largestOfBlock.size(); ++block) {
-        if (largestOfBlock[block] > cutoff) {
-            count += std::count_if(Env->map_ref + block * blockSize, Env->map_ref + endOf(block),
-                                   [cutoff](float dose) { return dose > cutoff; });
+    for (std::ptrdiff_t half = lanes / 2; half > 0; half /= 2) {
+        for (std::ptrdiff_t k = 0; k < half; ++k) {
+            largest[k] = largest[k] < largest[k + half] ? largest[k + half] : largest[k];
         }
     }
-    return static_cast<std::size_t>(count);
+    return largest[0];
+}
+
+std::vector<float> largestOfBlocks(const float* map, std::size_t count)
+{
+    std::vector<float> result;
+    result.reserve(count / blockSize + 1);
+    for (std::size_t first = 0; first < count; first += blockSize) {
+        result.push_back(largestOf(map + first, map + std::min(first + blockSize, count)));
+    }
+    return result;
+}
+
+/** The largest value, as std::max_element finds it: a leading not-a-number stays the largest. */
+float largestDose(const float* map, std::size_t count, const std::vector<float>& blocks)
+{
+    if (std::isnan(map[0])) {
+        return map[0];
+    }
+    const float result = *std::max_element(blocks.begin(), blocks.end());
+    // Zeros of both signs are equal: the first one in the map is the largest.
+    return result == 0 ? *std::find(map, map + count, result) : result;
+}
+
+/** Calls visit(ivxl) for every reference voxel above the cut-off, in increasing order. */
+template <class Visit> void visitAboveCutoff(const DoseLevels& levels, Visit visit)
+{
+    for (std::size_t block = 0; block < levels.largestOfBlocks.size(); ++block) {
+        if (!(levels.largestOfBlocks[block] > levels.cutoff)) {
+            continue;
+        }
+        const std::size_t end = std::min((block + 1) * blockSize, Env->N_ref);
+        for (std::size_t i = block * blockSize; i < end; ++i) {
+            if (Env->map_ref[i] > levels.cutoff) {
+                visit(static_cast<std::int32_t>(i));
+            }
+        }
+    }
 }
 
 bool agreesAtCentre(int ivxl, float referenceDose)
@@ -128,18 +115,18 @@ void buildReferenceSampleOffsets()
 
 float largestEvaluationDose()
 {
-    return largestDose(Env->map_eval, Env->N_eval);
+    return largestDose(Env->map_eval, Env->N_eval, largestOfBlocks(Env->map_eval, Env->N_eval));
 }
 
 DoseLevels findDoseLevels()
 {
     DoseLevels levels{};
-    levels.largestOfBlock = largestOfBlocks();
-    levels.maxDose = largestReferenceDose(levels.largestOfBlock);
+    levels.largestOfBlocks = largestOfBlocks(Env->map_ref, Env->N_ref);
+    levels.maxDose = largestDose(Env->map_ref, Env->N_ref, levels.largestOfBlocks);
     levels.globalReferenceDose =
         Env->global_normalisation > 0 ? Env->global_normalisation : levels.maxDose;
     levels.cutoff = DCO / 100 * levels.globalReferenceDose;
-    levels.countActiveVoxel = countAbove(levels.cutoff, levels.largestOfBlock);
+    visitAboveCutoff(levels, [&](std::int32_t) { ++levels.countActiveVoxel; });
     return levels;
 }
 
@@ -154,25 +141,16 @@ std::size_t fillActiveVoxels(const DoseLevels& levels)
     activeVoxels.resize(levels.countActiveVoxel);
     std::size_t skimmed = 0;
     std::int32_t k = 0;
-    for (std::size_t block = 0; block < levels.largestOfBlock.size(); ++block) {
-        if (!(levels.largestOfBlock[block] > levels.cutoff)) {
-            continue;
-        }
-        for (std::size_t i = block * blockSize; i < endOf(block); ++i) {
-            const float dose = Env->map_ref[i];
-            if (!(dose > levels.cutoff)) {
-                continue;
-            }
-            ActiveVoxel& voxel = activeVoxels[static_cast<std::size_t>(k)];
-            voxel.ivxl = static_cast<std::int32_t>(i);
-            voxel.passed = Env->passRateMode && agreesAtCentre(voxel.ivxl, dose);
-            voxel.stopSearching = false;
-            voxel.ichk = 0;
-            voxel.irefvxl = k;
-            voxel.gammasq = gammasqNotFound;
-            skimmed += voxel.passed ? 1 : 0;
-            ++k;
-        }
-    }
+    visitAboveCutoff(levels, [&](std::int32_t i) {
+        ActiveVoxel& voxel = activeVoxels[static_cast<std::size_t>(k)];
+        voxel.ivxl = i;
+        voxel.passed = Env->passRateMode && agreesAtCentre(i, Env->map_ref[i]);
+        voxel.stopSearching = false;
+        voxel.ichk = 0;
+        voxel.irefvxl = k;
+        voxel.gammasq = gammasqNotFound;
+        skimmed += voxel.passed ? 1 : 0;
+        ++k;
+    });
     return skimmed;
 }

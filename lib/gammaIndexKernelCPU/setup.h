@@ -14,7 +14,7 @@ struct DoseLevels {
     float globalReferenceDose; ///< Gy, normalisation dose
     float cutoff;              ///< Gy, voxels strictly above it are tested
     std::size_t countActiveVoxel;
-    std::vector<float> largestOfBlock; ///< Gy, of the numbers in each block of the reference map
+    std::vector<float> largestOfBlocks; ///< Gy, in the reference map, block by block
 };
 
 /** Copies DD, DTA, DCO and the kind of dose difference from the environment. */

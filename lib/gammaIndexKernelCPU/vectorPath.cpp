@@ -18,8 +18,9 @@ const VectorPath& fastestPath()
 
 const VectorPath vectorPaths[3] = {
     {"baseline", [] { return true; }, latticeSearchBaseline, pointSearchBaseline},
-    {"AVX2", [] { return __builtin_cpu_supports("avx2") != 0; }, latticeSearchAvx2,
-     pointSearchAvx2},
+    {"AVX2",
+     [] { return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0; },
+     latticeSearchAvx2, pointSearchAvx2},
     {"AVX-512", [] { return __builtin_cpu_supports("avx512f") != 0; }, latticeSearchAvx512,
      pointSearchAvx512},
 };

@@ -81,7 +81,7 @@ TEST_F(Setup, LargestDoseIsThatOfMaxElement)
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     constexpr float inf = std::numeric_limits<float>::infinity();
     setCriteria(3, 3, 10);
-    for (const std::size_t length : {1U, 7U, 64U, 65U, 200U}) {
+    for (const std::size_t length : {1U, 7U, 64U, 200U, 512U, 513U, 1100U}) {
         for (const float first : {0.0F, -0.0F, 1.0F, nan, -inf, inf}) {
             for (const float last : {0.0F, -0.0F, 3.0F, nan, -inf}) {
                 std::vector<float> doses(length, -1.0F);

@@ -1,0 +1,372 @@
+/**
+ * @file latticeBoxes.h
+ * The box of lattice points in a cell that can matter, by the plane through the doses of the cell.
+ *
+ * Part of latticeGroup.h.
+ */
+#ifndef ZARNGI_LATTICEBOXES_H
+#define ZARNGI_LATTICEBOXES_H
+
+#include "latticeColumns.h"
+
+namespace
+{
+
+/** Searches listed cells: finds which of their lattice points can matter, and searches those. */
+class BoxSearch
+{
+public:
+    BoxSearch(const SearchPass& pass, VoxelTable& voxels)
+        : pass_(pass), voxels_(voxels), columns_(pass, voxels)
+    {
+    }
+
+    /** Takes up a row of cells along x; returns its place, which holds until the next call. */
+    int addRow(const CellRun& yCell, const CellRun& zCell);
+
+    /**
+     * Lists one cell of a row for each of some voxels.
+     *
+     * `count` is that of the listed cells and returned anew. (The caller keeps it in a register: as
+     * a member it would be written and read again around the stores into the list.)
+     */
+    [[nodiscard]] int add(int count, unsigned voxels, Lanes::I cells, int row);
+
+    [[nodiscard]] int count() const { return count_; }
+    void setCount(int count) { count_ = count; }
+
+    /** Searches the listed cells, and settles what they have left. */
+    void finish();
+
+private:
+    using F = Lanes::F;
+
+    /** A box of lattice points in each lane. */
+    struct Box {
+        F first[3];
+        F last[3];
+    };
+
+    /** u = atOrigin + the sum of perStep[a] times the lattice index on axis a, give or take error.
+     */
+    struct Plane {
+        F atOrigin;
+        F perStep[3];
+        F error;
+    };
+
+    void searchListed();
+    void begin(CellBatch& batch, int at) const;
+    void findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I cells, Lanes::I rows) const;
+    static void cutToBall(Box& box, F squaredRadius);
+    static Plane planeIn(const CellBatch& batch, const Box& box);
+    void shrink(CellBatch& batch) const;
+
+    /** Raises the threshold of the plane's paraboloid by the rounding of both: 128 roundings. */
+    static constexpr float planeMargin = 1 + 0x1p-17F;
+
+    static constexpr int maxRows = Lanes::width;
+    static constexpr int maxBatches = CellBatch::atOnce;
+    static constexpr int maxListed = maxBatches * Lanes::width;
+
+    const SearchPass& pass_;
+    VoxelTable& voxels_;
+    ColumnSearch columns_;
+
+    // Rows of cells along x: their lattice points and cells along y and z.
+    int rowCount_ = 0;
+    const CellRun* rowAlongZ_[maxRows];
+    alignas(64) float rowFirst_[2][maxRows];
+    alignas(64) float rowLast_[2][maxRows];
+    alignas(64) float rowOffset_[2][maxRows];
+    alignas(64) float rowDeviation_[maxRows]; ///< of both together
+    alignas(64) int rowVoxel_[maxRows];       ///< the lower corner of the row's first cell
+    float slope_[3] = {};
+    int upwards_ = 0; ///< voxels from the lower to the upper corners of a cell
+
+    int count_ = 0;
+    alignas(64) int listedVoxel_[maxListed];
+    alignas(64) int listedCell_[maxListed];
+    alignas(64) int listedRow_[maxListed];
+    CellBatch batches_[maxBatches];
+};
+
+int BoxSearch::addRow(const CellRun& yCell, const CellRun& zCell)
+{
+    if (rowCount_ == maxRows) {
+        searchListed();
+        rowCount_ = 0;
+    }
+    const int row = rowCount_++;
+    const CellRun* const cells[2] = {&yCell, &zCell};
+    for (int a = 0; a < 2; ++a) {
+        rowFirst_[a][row] = static_cast<float>(cells[a]->first);
+        rowLast_[a][row] = static_cast<float>(cells[a]->last);
+        rowOffset_[a][row] = cells[a]->offset - 0.5F;
+        slope_[1 + a] = cells[a]->slope;
+    }
+    slope_[0] = pass_.cellsPerStep;
+    rowAlongZ_[row] = &zCell;
+    rowDeviation_[row] = yCell.deviation + zCell.deviation;
+    rowVoxel_[row] = voxelIndex(pass_.evaluation.n, 0, yCell.lower, zCell.lower);
+    upwards_ = voxelIndex(pass_.evaluation.n, 0, 0, zCell.upper - zCell.lower);
+    return row;
+}
+
+inline int BoxSearch::add(int count, unsigned voxels, Lanes::I cells, int row)
+{
+    if (count > maxListed - Lanes::width) {
+        count_ = count;
+        searchListed();
+        count = 0;
+    }
+    Lanes::storeChosen(listedVoxel_ + count, voxels, Lanes::places());
+    Lanes::storeChosen(listedCell_ + count, voxels, cells);
+    Lanes::storeIndices(listedRow_ + count, Lanes::allIndices(row));
+    return count + __builtin_popcount(voxels);
+}
+
+void BoxSearch::finish()
+{
+    searchListed();
+    rowCount_ = 0;
+    columns_.finish();
+}
+
+/**
+ * Finds which lattice points of the listed cells can matter, and searches them.
+ *
+ * Each round replaces the doses in a box of points by a plane, and takes the smaller box around the
+ * points that can matter for the next round: the error of the plane shrinks with the box. A round
+ * is one long chain of operations: several batches side by side keep the processor busy.
+ */
+void BoxSearch::searchListed()
+{
+    const int count = (count_ + Lanes::width - 1) / Lanes::width;
+    for (int at = count_; at < count * Lanes::width; ++at) { // repeat the first cell
+        listedVoxel_[at] = listedVoxel_[0];
+        listedCell_[at] = listedCell_[0];
+        listedRow_[at] = listedRow_[0];
+    }
+    for (int b = 0; b < count; ++b) {
+        begin(batches_[b], b * Lanes::width);
+    }
+    constexpr int rounds = 2;
+    for (int round = 0; round < rounds; ++round) {
+        for (int b = 0; b < count; ++b) {
+            shrink(batches_[b]);
+        }
+    }
+    columns_.search(batches_, count);
+    count_ = 0;
+}
+
+/** Makes a batch of the cells listed at a place. */
+void BoxSearch::begin(CellBatch& batch, int at) const
+{
+    const Lanes::I voxels = Lanes::loadIndices(listedVoxel_ + at);
+    const Lanes::I cells = Lanes::loadIndices(listedCell_ + at);
+    const Lanes::I rows = Lanes::loadIndices(listedRow_ + at);
+    const F start = Lanes::spread(voxels_.cellStart, voxels) +
+                    Lanes::asFloats(cells) * Lanes::all(pass_.cellWidth);
+    const F first[3] = {start - Lanes::all(pass_.cellSlack), Lanes::spread(rowFirst_[0], rows),
+                        Lanes::spread(rowFirst_[1], rows)};
+    const F last[3] = {start + Lanes::all(pass_.cellWidth + pass_.cellSlack),
+                       Lanes::spread(rowLast_[0], rows), Lanes::spread(rowLast_[1], rows)};
+    Box box;
+    for (int a = 0; a < 3; ++a) {
+        box.first[a] = Lanes::max(first[a], Lanes::spread(voxels_.low[a], voxels));
+        box.last[a] = Lanes::min(last[a], Lanes::spread(voxels_.high[a], voxels));
+    }
+    cutToBall(box,
+              Lanes::min(Lanes::spread(voxels_.threshold, voxels), Lanes::all(pass_.outerRim)));
+    for (int a = 0; a < 3; ++a) {
+        Lanes::store(batch.first[a], box.first[a]);
+        Lanes::store(batch.last[a], box.last[a]);
+        batch.slope[a] = slope_[a];
+    }
+    Lanes::store(batch.offset[0], Lanes::all(-0.5F) - start * Lanes::all(pass_.cellsPerStep));
+    Lanes::store(batch.offset[1], Lanes::spread(rowOffset_[0], rows));
+    Lanes::store(batch.offset[2], Lanes::spread(rowOffset_[1], rows));
+    findDoses(batch, voxels, cells, rows);
+    Lanes::storeIndices(batch.voxel, voxels);
+    Lanes::storeIndices(batch.row, rows);
+    batch.alongZ = rowAlongZ_;
+    const int lanes = smaller(count_ - at, Lanes::width);
+    batch.open = Lanes::everyLane >> (Lanes::width - lanes);
+}
+
+/** Finds the doses of cells as trilinear functions, and the errors of those. */
+void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I cells, Lanes::I rows) const
+{
+    const int* const n = pass_.evaluation.n;
+    const F half = Lanes::all(0.5F);
+    const F referenceDose = Lanes::spread(voxels_.referenceDose, voxels);
+    const F scale = Lanes::spread(voxels_.scale, voxels);
+    const Lanes::I at = Lanes::sum(cells, Lanes::spreadIndices(rowVoxel_, rows));
+    F u[8];
+    for (int c = 0; c < 8; c += 2) {
+        const int up = (c & 4) != 0 ? upwards_ : 0;
+        const int back = (c & 2) != 0 && n[1] > 1 ? n[0] : 0;
+        gatherRow(pass_, pass_.evaluation.map + (up + back), at, u[c], u[c + 1]);
+    }
+    for (F& corner : u) {
+        corner = (corner - referenceDose) * scale;
+    }
+    // Means and rises along x, y and z in turn.
+    for (int axis = 1; axis < 8; axis *= 2) {
+        for (int c = 0; c < 8; ++c) {
+            if ((c & axis) == 0) {
+                const F mean = (u[c] + u[c + axis]) * half;
+                u[c + axis] = u[c + axis] - u[c];
+                u[c] = mean;
+            }
+        }
+    }
+    for (int c = 0; c < 8; ++c) {
+        Lanes::store(batch.term[c], u[c]);
+    }
+    // Error of u on a column: the fractions are off by at most `deviation` in all, and the some 30
+    // roundings of both computations act on values no larger than |u| and scale * |reference dose|.
+    F range = absolute(u[1]) + absolute(u[2]) + absolute(u[4]);
+    for (const int c : {3, 5, 6, 7}) {
+        range = range + absolute(u[c]) * half;
+    }
+    const F magnitude = absolute(u[0]) + range * half + absolute(referenceDose) * scale;
+    // Where squares of u might overflow, every point is evaluated.
+    const F rounding =
+        Lanes::select(Lanes::notGreater(magnitude, Lanes::all(1e15F)),
+                      magnitude * Lanes::all(0x1p-19F), Lanes::all(__builtin_inff()));
+    const F deviation = range * (Lanes::spread(rowDeviation_, rows) +
+                                 Lanes::all(pass_.cellSlack * pass_.cellsPerStep));
+    Lanes::store(batch.error, rounding + deviation);
+    // Four times the deviations of the straight lines also cover the roundings of the plane.
+    Lanes::store(batch.planeError, rounding + deviation * Lanes::all(4));
+}
+
+/** Cuts a box to the part within a squared distance of the origin. */
+void BoxSearch::cutToBall(Box& box, F squaredRadius)
+{
+    const F zero = Lanes::all(0);
+    F nearest[3];
+    for (int a = 0; a < 3; ++a) {
+        const F distance = Lanes::max(Lanes::max(box.first[a], zero - box.last[a]), zero);
+        nearest[a] = distance * distance;
+    }
+    for (int a = 0; a < 3; ++a) {
+        const F room = squaredRadius - nearest[(a + 1) % 3] - nearest[(a + 2) % 3];
+        // One hundredth, and the roundings of large squares.
+        const F reach =
+            rootFromAbove(Lanes::max(room, zero) + squaredRadius * Lanes::all(0x1p-20F)) +
+            Lanes::all(0.01F);
+        // max and min give their second operand if the first one is not a number.
+        box.first[a] = Lanes::max(zero - reach, box.first[a]);
+        box.last[a] = Lanes::min(reach, box.last[a]);
+    }
+}
+
+/**
+ * The plane through the doses in the middle of a box.
+ *
+ * With the fractions s from the middle, of at most h on each axis, u = plane + XY sx sy + XZ sx sz
+ * + YZ sy sz + XYZ sx sy sz, where the plane is that of the dose and the rises in the middle. So u
+ * differs from it by at most twist = |XY| hx hy + |XZ| hx hz + |YZ| hy hz + |XYZ| hx hy hz.
+ */
+inline BoxSearch::Plane BoxSearch::planeIn(const CellBatch& batch, const Box& box)
+{
+    const F half = Lanes::all(0.5F);
+    F middle[3];
+    F s[3]; // fractions of the middle
+    F h[3];
+    for (int a = 0; a < 3; ++a) {
+        const F slope = Lanes::all(batch.slope[a]);
+        middle[a] = (box.first[a] + box.last[a]) * half;
+        s[a] = Lanes::mulAdd(slope, middle[a], Lanes::load(batch.offset[a]));
+        h[a] = (box.last[a] - box.first[a]) * half * slope;
+    }
+    F t[8];
+    for (int c = 0; c < 8; ++c) {
+        t[c] = Lanes::load(batch.term[c]);
+    }
+    const F xy = Lanes::mulAdd(t[7], s[2], t[3]);
+    const F xz = Lanes::mulAdd(t[7], s[1], t[5]);
+    const F yz = Lanes::mulAdd(t[7], s[0], t[6]);
+    const F y = Lanes::mulAdd(t[6], s[2], t[2]);
+    const F rise[3] = {Lanes::mulAdd(xy, s[1], Lanes::mulAdd(t[5], s[2], t[1])),
+                       Lanes::mulAdd(xy, s[0], y),
+                       Lanes::mulAdd(yz, s[1], Lanes::mulAdd(t[5], s[0], t[4]))};
+    const F hxy = h[0] * h[1];
+    const F perHz = Lanes::mulAdd(absolute(xz), h[0], absolute(yz) * h[1]);
+    const F twist =
+        Lanes::mulAdd(Lanes::mulAdd(absolute(t[7]), hxy, perHz), h[2], absolute(xy) * hxy);
+    Plane plane;
+    plane.error = Lanes::load(batch.planeError) + twist;
+    plane.atOrigin =
+        Lanes::mulAdd(rise[0], s[0], Lanes::mulAdd(y, s[1], Lanes::mulAdd(t[4], s[2], t[0])));
+    for (int a = 0; a < 3; ++a) {
+        plane.perStep[a] = rise[a] * Lanes::all(batch.slope[a]);
+        plane.atOrigin = Lanes::mulSub(plane.perStep[a], middle[a], plane.atOrigin);
+    }
+    return plane;
+}
+
+/**
+ * Shrinks the boxes of a batch to what can matter.
+ *
+ * With an error e of the plane in all, points that matter have
+ * plane^2 + r^2 <= T + e (2 sqrt(T) + e); and as r^2 <= outer for all points of the shells, also
+ *
+ *     weight^2 plane^2 + r^2 <= weight^2 (T + e (2 sqrt(T) + e)) + (1 - weight^2) outer
+ *
+ * for any weight from 0 to 1. The left side is a paraboloid over (i, j, k), whose minimum and
+ * extent on each axis below a value are known in closed form.
+ */
+void BoxSearch::shrink(CellBatch& batch) const
+{
+    const F zero = Lanes::all(0);
+    const F one = Lanes::all(1);
+    const Lanes::I voxels = Lanes::loadIndices(batch.voxel);
+    Box box;
+    for (int a = 0; a < 3; ++a) {
+        box.first[a] = Lanes::load(batch.first[a]);
+        box.last[a] = Lanes::load(batch.last[a]);
+    }
+    const Plane plane = planeIn(batch, box);
+    const F e = plane.error;
+    const F weight = Lanes::spread(voxels_.weight, voxels);
+    const F root = Lanes::spread(voxels_.root, voxels);
+    F g[3];
+    F squared[3];
+    for (int a = 0; a < 3; ++a) {
+        g[a] = plane.perStep[a] * weight;
+        squared[a] = g[a] * g[a];
+    }
+    const F atOrigin = plane.atOrigin * weight;
+    const F allowed = Lanes::mulAdd(e, root + root + e, Lanes::spread(voxels_.threshold, voxels));
+    const F raised =
+        Lanes::mulAdd(allowed, weight * weight, Lanes::spread(voxels_.rimRest, voxels)) *
+        Lanes::all(planeMargin);
+    const F perSteepness = inverse(one + squared[0] + squared[1] + squared[2]);
+    const F towards = atOrigin * perSteepness;
+    const F excess = Lanes::mulSub(atOrigin, towards, raised);
+    const F perExcess = Lanes::max(excess, zero) * perSteepness;
+    // The centre and the width of the paraboloid's part are off by some roundings of their sizes.
+    const F slack = Lanes::mulAdd(e + root, Lanes::all(0x1p-18F),
+                                  Lanes::all(0.01F + 0x1p-18F * pass_.outerRoot));
+    batch.open &= Lanes::notGreater(zero, excess);
+    for (int a = 0; a < 3; ++a) {
+        const F across = one + squared[(a + 1) % 3] + squared[(a + 2) % 3];
+        const F width = rootFromAbove(perExcess * across) + slack;
+        const F centre = zero - towards * g[a];
+        // max and min give their second operand if the first one is not a number.
+        const F first = zero - Lanes::floor(zero - Lanes::max(centre - width, box.first[a]));
+        const F last = Lanes::floor(Lanes::min(centre + width, box.last[a]));
+        batch.open &= Lanes::notGreater(first, last);
+        Lanes::store(batch.first[a], first);
+        Lanes::store(batch.last[a], last);
+    }
+}
+
+} // namespace
+
+#endif

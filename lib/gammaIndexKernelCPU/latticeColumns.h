@@ -1,0 +1,318 @@
+/**
+ * @file latticeColumns.h
+ * The lattice points of cells, column by column along z, with a column in each lane.
+ *
+ * Part of latticeGroup.h.
+ */
+#ifndef ZARNGI_LATTICECOLUMNS_H
+#define ZARNGI_LATTICECOLUMNS_H
+
+#include "latticePointList.h"
+
+namespace
+{
+
+/**
+ * Cells of several voxels, one in each lane, and the box of lattice points in each of them that can
+ * matter.
+ *
+ * u = the sum of term[c] times the s of the axes in the bits of c (x, y, z), where s, the fraction
+ * from the cell's middle, is offset + slope * index.
+ */
+struct CellBatch {
+    static constexpr int atOnce = 8;
+
+    alignas(64) float term[8][Lanes::width];
+    alignas(64) float offset[3][Lanes::width];
+    float slope[3];
+    alignas(64) float error[Lanes::width];      ///< of u at the points of the cell
+    alignas(64) float planeError[Lanes::width]; ///< of u by the plane through the doses
+    alignas(64) float first[3][Lanes::width];
+    alignas(64) float last[3][Lanes::width];
+    alignas(64) int voxel[Lanes::width];
+    alignas(64) int row[Lanes::width];
+    const CellRun* const* alongZ; ///< cells along z by row
+    unsigned open;                ///< lanes that can matter
+};
+
+/** Searches columns of cells. */
+class ColumnSearch
+{
+public:
+    ColumnSearch(const SearchPass& pass, VoxelTable& voxels)
+        : pass_(pass), voxels_(voxels), points_(pass, voxels)
+    {
+    }
+
+    /** Lists what can matter of the open cells of some batches. */
+    void search(const CellBatch* batches, int count);
+
+    /** Evaluates what has been listed and still matters. */
+    void finish();
+
+private:
+    using F = Lanes::F;
+
+    /** A column in one cell of which more than the least point may matter. */
+    struct OpenColumn {
+        RowPart row;
+        std::int32_t i;
+        std::int32_t j;
+        int voxel;
+        float error;  ///< of u
+        float second; ///< f of the second least point; -infinity: unknown
+    };
+
+    /** A vector of listed columns. */
+    struct Columns {
+        const CellBatch* batch;
+        unsigned open; ///< lanes that can matter
+    };
+
+    void list(const CellBatch& batch);
+    void listCell(const CellBatch& batch, int lane);
+    void endVectors(const CellBatch& batch);
+    void boundListed();
+    void bound(int vector);
+    void take(int vector);
+    void lowerThresholds(unsigned lanes, Lanes::I voxels, F f);
+    void listOpen(int vector, unsigned lanes);
+
+    static constexpr int maxVectors = 32;
+    static constexpr int maxListed = maxVectors * Lanes::width;
+    static constexpr int maxOpen = 128;
+
+    const SearchPass& pass_;
+    VoxelTable& voxels_;
+    PointList points_;
+    int listedCount_ = 0;
+    int openCount_ = 0;
+    int vectorCount_ = 0;
+    Columns vectors_[maxVectors];
+    // One after another; those of a batch begin with a new vector.
+    alignas(64) float index_[2][maxListed + Lanes::width]; ///< lattice indices along x and y
+    alignas(64) int cell_[maxListed + Lanes::width];       ///< lane in the batch
+    alignas(64) float least_[maxListed];                   ///< f of the least point
+    alignas(64) float leastAt_[maxListed];                 ///< lattice index of that along z
+    alignas(64) float second_[maxListed]; ///< f of the second least; -infinity: unknown
+    OpenColumn open_[maxOpen + Lanes::width];
+};
+
+void ColumnSearch::search(const CellBatch* batches, int count)
+{
+    for (int b = 0; b < count; ++b) {
+        list(batches[b]);
+    }
+    boundListed();
+}
+
+/** Lists the columns of the open cells of a batch. */
+void ColumnSearch::list(const CellBatch& batch)
+{
+    for (unsigned open = batch.open; open != 0; open &= open - 1) {
+        listCell(batch, __builtin_ctz(open));
+    }
+    endVectors(batch);
+}
+
+inline void ColumnSearch::listCell(const CellBatch& batch, int lane)
+{
+    const Lanes::I cell = Lanes::allIndices(lane);
+    const auto first = static_cast<std::int32_t>(batch.first[0][lane]);
+    const auto last = static_cast<std::int32_t>(batch.last[0][lane]);
+    const auto firstRow = static_cast<std::int32_t>(batch.first[1][lane]);
+    const auto lastRow = static_cast<std::int32_t>(batch.last[1][lane]);
+    int count = listedCount_;
+    for (std::int32_t i = first; i <= last; i += Lanes::width) {
+        const F x = Lanes::counting(i);
+        const int columns = smaller(last - i + 1, Lanes::width);
+        for (std::int32_t j = firstRow; j <= lastRow; ++j) {
+            if (count > maxListed - Lanes::width) {
+                listedCount_ = count;
+                endVectors(batch);
+                boundListed();
+                count = 0;
+            }
+            Lanes::store(index_[0] + count, x);
+            Lanes::store(index_[1] + count, Lanes::all(static_cast<float>(j)));
+            Lanes::storeIndices(cell_ + count, cell);
+            count += columns;
+        }
+    }
+    listedCount_ = count;
+}
+
+/** Divides the columns of a batch, which are the last ones of the list, into vectors. */
+void ColumnSearch::endVectors(const CellBatch& batch)
+{
+    // The lanes that the last vector has left need a cell, too.
+    Lanes::store(index_[0] + listedCount_, Lanes::all(0));
+    Lanes::store(index_[1] + listedCount_, Lanes::all(0));
+    Lanes::storeIndices(cell_ + listedCount_, Lanes::allIndices(0));
+    for (int at = vectorCount_ * Lanes::width; at < listedCount_; at += Lanes::width) {
+        const int columns = smaller(listedCount_ - at, Lanes::width);
+        vectors_[vectorCount_++] = {&batch, Lanes::everyLane >> (Lanes::width - columns)};
+    }
+    listedCount_ = vectorCount_ * Lanes::width;
+}
+
+void ColumnSearch::boundListed()
+{
+    for (int vector = 0; vector < vectorCount_; ++vector) {
+        bound(vector);
+    }
+    for (int vector = 0; vector < vectorCount_; ++vector) {
+        if (vectors_[vector].open != 0) {
+            take(vector);
+        }
+    }
+    listedCount_ = 0;
+    vectorCount_ = 0;
+}
+
+/**
+ * Finds the least point of each column of a vector, and which of them can matter.
+ *
+ * On a column u = a + b k, so that f is a parabola in k with the curvature 1 + b^2.
+ */
+inline void ColumnSearch::bound(int vector)
+{
+    const F zero = Lanes::all(0);
+    const F one = Lanes::all(1);
+    const F outer = Lanes::all(pass_.outerRim);
+    const CellBatch& batch = *vectors_[vector].batch;
+    const int at = vector * Lanes::width;
+    const Lanes::I cells = Lanes::loadIndices(cell_ + at);
+    const Lanes::I voxels = Lanes::spreadIndices(batch.voxel, cells);
+    const auto ofCell = [&](const float* values) { return Lanes::spread(values, cells); };
+    const F i = Lanes::load(index_[0] + at);
+    const F j = Lanes::load(index_[1] + at);
+    const F x = Lanes::mulAdd(Lanes::all(batch.slope[0]), i, ofCell(batch.offset[0]));
+    const F y = Lanes::mulAdd(Lanes::all(batch.slope[1]), j, ofCell(batch.offset[1]));
+    const auto inPlane = [&](int c) {
+        const F low = Lanes::mulAdd(ofCell(batch.term[c + 1]), x, ofCell(batch.term[c]));
+        const F high = Lanes::mulAdd(ofCell(batch.term[c + 3]), x, ofCell(batch.term[c + 2]));
+        return Lanes::mulAdd(high, y, low);
+    };
+    const F rise = inPlane(4);
+    const F a = Lanes::mulAdd(rise, ofCell(batch.offset[2]), inPlane(0));
+    const F b = rise * Lanes::all(batch.slope[2]);
+    const F squared = Lanes::mulAdd(i, i, j * j);
+    // Beyond the rim no point belongs to the shell.
+    const F room = Lanes::max(outer - squared, zero);
+    const F rim = rounded(Lanes::sqrt(room + Lanes::all(0.01F)) - Lanes::all(0.499F));
+    const F first = Lanes::max(ofCell(batch.first[2]), zero - rim);
+    const F last = Lanes::min(ofCell(batch.last[2]), rim);
+    const F steepness = Lanes::mulAdd(b, b, one);
+    const F minimum = (zero - a * b) / steepness;
+    const F k = Lanes::min(Lanes::max(rounded(minimum), first), last);
+    const F u = Lanes::mulAdd(b, k, a);
+    const F f = Lanes::mulAdd(u, u, Lanes::mulAdd(k, k, squared));
+    const F allowed = voxels_.allowed(voxels, ofCell(batch.error), k);
+    const F distance = absolute(minimum - k);
+    const unsigned inside = Lanes::notGreater(first, minimum) & Lanes::notGreater(minimum, last);
+    const F further = Lanes::select(inside, zero - distance, distance);
+    Lanes::store(leastAt_ + at, k);
+    Lanes::store(least_ + at, f);
+    Lanes::store(second_ + at, Lanes::mulAdd(steepness, one + further + further, f));
+    vectors_[vector].open &= Lanes::notGreater(f, allowed) & Lanes::notGreater(squared, outer) &
+                             Lanes::notGreater(first, last);
+}
+
+/** Lists the points of a vector of columns that can still matter. */
+void ColumnSearch::take(int vector)
+{
+    const CellBatch& batch = *vectors_[vector].batch;
+    const int at = vector * Lanes::width;
+    const Lanes::I cells = Lanes::loadIndices(cell_ + at);
+    const Lanes::I voxels = Lanes::spreadIndices(batch.voxel, cells);
+    const F error = Lanes::spread(batch.error, cells);
+    const F p[3] = {Lanes::load(index_[0] + at), Lanes::load(index_[1] + at),
+                    Lanes::load(leastAt_ + at)};
+    const F f = Lanes::load(least_ + at);
+    const F allowed = voxels_.allowed(voxels, error, p[2]);
+    const unsigned open = vectors_[vector].open & Lanes::notGreater(f, allowed);
+    if (open == 0) {
+        return;
+    }
+    points_.add(open, voxels, p, f, error);
+    const F r2 = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
+    const unsigned members =
+        Lanes::notGreater(r2, Lanes::all(static_cast<float>(pass_.wholeSquared)));
+    // By the rounding of positions a point at its rim may belong to the next cell, with doses that
+    // are perhaps not finite.
+    const F x =
+        Lanes::mulAdd(Lanes::all(batch.slope[0]), p[0], Lanes::spread(batch.offset[0], cells));
+    const unsigned inside =
+        Lanes::notGreater(absolute(x), Lanes::all(0.5F - pass_.cellSlack * pass_.cellsPerStep));
+    // The errors of f and of both sides of the comparison with other points: 128 roundings.
+    const F root = rootFromAbove(f);
+    const F raised = (f + error * (root + root + error)) * Lanes::all(1 + 0x1p-17F);
+    // A little lower is not worth the work.
+    const unsigned lower =
+        open & members & inside &
+        ~Lanes::notGreater(Lanes::spread(voxels_.threshold, voxels), raised * Lanes::all(1.002F));
+    if (lower != 0) {
+        lowerThresholds(lower, voxels, raised);
+    }
+    unsigned others = open & Lanes::notGreater(Lanes::load(second_ + at), allowed);
+    if (pass_.reader == Reader::bilinear) {
+        // All points of the column have the same dose: the nearest of them is the best, if the
+        // shells hold it.
+        others = open & ~members;
+    }
+    if (others != 0) {
+        listOpen(vector, others);
+    }
+}
+
+void ColumnSearch::lowerThresholds(unsigned lanes, Lanes::I voxels, F f)
+{
+    alignas(64) float values[Lanes::width];
+    alignas(64) int places[Lanes::width];
+    Lanes::store(values, f);
+    Lanes::storeIndices(places, voxels);
+    for (; lanes != 0; lanes &= lanes - 1) {
+        const int lane = __builtin_ctz(lanes);
+        voxels_.lower(places[lane], values[lane]);
+    }
+}
+
+/** Lists columns of which more than the least point may matter. */
+void ColumnSearch::listOpen(int vector, unsigned lanes)
+{
+    if (openCount_ > maxOpen - Lanes::width) {
+        finish();
+    }
+    const CellBatch& batch = *vectors_[vector].batch;
+    for (; lanes != 0; lanes &= lanes - 1) {
+        const int at = vector * Lanes::width + __builtin_ctz(lanes);
+        const int c = cell_[at];
+        const LatticeInterval range{static_cast<std::int32_t>(batch.first[2][c]),
+                                    static_cast<std::int32_t>(batch.last[2][c])};
+        open_[openCount_++] = {{batch.alongZ[batch.row[c]], range},
+                               static_cast<std::int32_t>(index_[0][at]),
+                               static_cast<std::int32_t>(index_[1][at]),
+                               batch.voxel[c],
+                               batch.error[c],
+                               pass_.reader == Reader::bilinear ? -__builtin_inff() : second_[at]};
+    }
+}
+
+void ColumnSearch::finish()
+{
+    points_.considerAll();
+    for (int n = 0; n < openCount_; ++n) {
+        const OpenColumn& column = open_[n];
+        if (!(column.second > voxels_.allowedAlong(column.voxel, column.error, column.row.range))) {
+            VoxelSearch& search = *voxels_.search[column.voxel];
+            search.considerRow(column.i, column.j, column.row, column.error);
+            voxels_.noteBest(column.voxel);
+        }
+    }
+    openCount_ = 0;
+}
+
+} // namespace
+
+#endif

@@ -1,0 +1,111 @@
+/**
+ * @file latticeVoxelTable.h
+ * Voxels that are searched together, one in each lane.
+ *
+ * Part of latticeGroup.h.
+ */
+#ifndef ZARNGI_LATTICEVOXELTABLE_H
+#define ZARNGI_LATTICEVOXELTABLE_H
+
+#include "lanes.h"
+#include "latticeVoxelSearch.h"
+
+namespace
+{
+
+/** What the stages of the search read of up to a vector of voxels. */
+struct VoxelTable {
+    static constexpr int maxCount = Lanes::width;
+
+    /** Relative error, per |k|, of the least values of a column: see docs/performance.md. */
+    static constexpr float neighbourMargin = 0x1p-17F;
+
+    /** Adds a voxel and the lattice indices around it that can matter; returns its place. */
+    int add(const SearchPass& pass, VoxelSearch& voxelSearch, const LatticeInterval (&range)[3])
+    {
+        const VoxelStart& start = voxelSearch.start();
+        const int v = count++;
+        search[v] = &voxelSearch;
+        for (int a = 0; a < 3; ++a) {
+            origin[a][v] = start.sample[a]->position;
+            low[a][v] = static_cast<float>(range[a].first);
+            high[a][v] = static_cast<float>(range[a].last);
+        }
+        delta[v] = start.delta;
+        referenceDose[v] = start.referenceDose;
+        scale[v] = start.scale;
+        threshold[v] = voxelSearch.threshold();
+        root[v] = voxelSearch.root();
+        weight[v] = start.flattening;
+        rimRest[v] = weight[v] < 1 ? (1 + 0x1p-20F - weight[v] * weight[v]) * pass.outerRim : 0.0F;
+        cellStart[v] = static_cast<float>(
+            (pass.firstCentre - static_cast<double>(start.sample[0]->position)) * pass.stepsPerMm);
+        noteBest(v);
+        return v;
+    }
+
+    /** Takes over what a voxel's search has found. */
+    void noteBest(int v)
+    {
+        const VoxelSearch& found = *search[v];
+        best[v] = found.best();
+        bestDistanceSquared[v] = found.bestDistanceSquared();
+        if (found.threshold() < threshold[v]) {
+            threshold[v] = found.threshold();
+            root[v] = found.root();
+        }
+    }
+
+    /** Lowers a voxel's threshold to f of a listed point, raised by all errors. */
+    void lower(int v, float f)
+    {
+        if (f < threshold[v] && search[v]->isTame()) {
+            threshold[v] = f;
+            root[v] = __builtin_sqrtf(f);
+        }
+    }
+
+    [[nodiscard]] unsigned lanes() const { return Lanes::everyLane >> (Lanes::width - count); }
+
+    /**
+     * f, with an error of u, that the least point of a column must not exceed to matter, as far as
+     * k is its index along z.
+     *
+     * The least value of a column may be taken at the wrong one of two nearly equal neighbours.
+     */
+    [[nodiscard]] Lanes::F allowed(Lanes::I voxels, Lanes::F error, Lanes::F k) const
+    {
+        using F = Lanes::F;
+        const F r = Lanes::spread(root, voxels);
+        const F margin =
+            absolute(k) * Lanes::all(neighbourMargin) + Lanes::all(1 + 2 * neighbourMargin);
+        return Lanes::spread(threshold, voxels) * margin + error * (r + r + error);
+    }
+
+    /** The same for the columns of one voxel in a range along z. */
+    [[nodiscard]] float allowedAlong(int v, float error, LatticeInterval range) const
+    {
+        const auto k = static_cast<float>(larger(-range.first, range.last));
+        return threshold[v] * (1 + neighbourMargin * (2 + k)) + error * (2 * root[v] + error);
+    }
+
+    int count = 0;
+    VoxelSearch* search[maxCount];
+    alignas(64) float origin[3][maxCount]; ///< mm, sample point
+    alignas(64) float low[3][maxCount];    ///< lattice indices between voxel centres
+    alignas(64) float high[3][maxCount];
+    alignas(64) float cellStart[maxCount]; ///< steps, lower end of the first cell along x
+    alignas(64) float delta[maxCount];
+    alignas(64) float referenceDose[maxCount];
+    alignas(64) float scale[maxCount];
+    alignas(64) float threshold[maxCount]; ///< f above it cannot matter, but for the error of u
+    alignas(64) float root[maxCount];      ///< of the threshold
+    alignas(64) float best[maxCount];      ///< least gamma^2 so far
+    alignas(64) float bestDistanceSquared[maxCount];
+    alignas(64) float weight[maxCount];  ///< VoxelStart::flattening
+    alignas(64) float rimRest[maxCount]; ///< (1 - weight^2) outer
+};
+
+} // namespace
+
+#endif
