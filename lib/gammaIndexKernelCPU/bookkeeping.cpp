@@ -10,9 +10,14 @@ int getNumPassed()
                                           [](const ActiveVoxel& v) { return v.passed; }));
 }
 
+float passRateOf(int passed)
+{
+    return static_cast<float>(passed * 100.0 / static_cast<double>(activeVoxels.size()));
+}
+
 float getGammaPassRate()
 {
-    return static_cast<float>(getNumPassed() * 100.0 / static_cast<double>(activeVoxels.size()));
+    return passRateOf(getNumPassed());
 }
 
 bool keepSearching()

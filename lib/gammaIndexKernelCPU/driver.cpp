@@ -217,10 +217,12 @@ void searchShells()
     report::searchEnded();
 }
 
-void storeResults()
+void storeResults(float passRate)
 {
-    Env->passrate = getGammaPassRate();
-    std::fill(Env->gamma, Env->gamma + Env->N_ref, -1.0F);
+    Env->passrate = passRate;
+    forShares(Env->N_ref, [](std::size_t first, std::size_t last) {
+        std::fill(Env->gamma + first, Env->gamma + last, -1.0F);
+    });
     for (const ActiveVoxel& voxel : activeVoxels) {
         float& result = Env->gamma[voxel.ivxl];
         if (Env->passRateMode) {
@@ -261,12 +263,13 @@ int evaluateGammaIndex()
 
     searchShells();
 
-    report::counts(getNumPassed());
+    const int passed = getNumPassed();
+    report::counts(passed);
     if (report::showsEverything() && !Env->passRateMode) {
         report::statistics(gammaStatistics());
     }
-    report::passRate(getGammaPassRate());
-    storeResults();
+    report::passRate(passRateOf(passed));
+    storeResults(passRateOf(passed));
     report::done();
     return 0;
 }

@@ -131,6 +131,26 @@ float farthestSquared(const LatticeAxes& axes, const int (&index)[3])
     return static_cast<float>(squared);
 }
 
+/**
+ * Squared distance, in steps, that the lattice inside the box reaches from every reference voxel;
+ * -1 if it may not reach some voxel at all.
+ */
+float reachedFromEverywhere(const LatticeAxes& axes)
+{
+    double squared = 0;
+    for (const std::vector<AxisSample>& samples : axes.axis) {
+        std::int32_t least = std::numeric_limits<std::int32_t>::max();
+        for (const AxisSample& sample : samples) {
+            if (sample.inside.empty()) {
+                return -1.0F;
+            }
+            least = std::min(least, sample.farthest);
+        }
+        squared += static_cast<double>(least) * least;
+    }
+    return static_cast<float>(squared);
+}
+
 } // namespace
 
 Reader selectedReader()
@@ -179,6 +199,9 @@ void closeVoxelsOutOfReach(const LatticeAxes& axes, float rmax)
     // well below 1e-5 of its length.
     const double rotatedRadius = static_cast<double>(rmax) * (1 - 1e-5);
     const float radiusSquared = ShellLattice(0, rmax, Env->stepSize).outerRadiusSquared();
+    if (!Env->randomRotation && reachedFromEverywhere(axes) > radiusSquared) {
+        return;
+    }
     const int nx = Env->nn_ref[0];
     const int ny = Env->nn_ref[1];
     for (ActiveVoxel& voxel : activeVoxels) {

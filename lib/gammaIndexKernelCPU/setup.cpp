@@ -10,6 +10,7 @@
 #include "doseGrid.h"
 #include "engineState.h"
 #include "gammaTerm.h"
+#include "workers.h"
 
 namespace
 {
@@ -45,11 +46,14 @@ float largestOf(const float* first, const float* last)
 
 std::vector<float> largestOfBlocks(const float* map, std::size_t count)
 {
-    std::vector<float> result;
-    result.reserve(count / blockSize + 1);
-    for (std::size_t first = 0; first < count; first += blockSize) {
-        result.push_back(largestOf(map + first, map + std::min(first + blockSize, count)));
-    }
+    std::vector<float> result((count + blockSize - 1) / blockSize);
+    static_assert(shareUnit % blockSize == 0);
+    forShares(count, [&](std::size_t first, std::size_t last) {
+        for (; first < last; first += blockSize) {
+            result[first / blockSize] =
+                largestOf(map + first, map + std::min(first + blockSize, last));
+        }
+    });
     return result;
 }
 

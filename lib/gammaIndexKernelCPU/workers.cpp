@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 #include "engineState.h"
@@ -35,12 +36,46 @@ private:
     float percent_ = 2.5F;
 };
 
-/** A joinable worker thread; its share runs on the calling thread when it cannot be created. */
+/** What a worker does, given its number. */
+using Work = std::function<void(std::size_t)>;
+
+/** A joinable worker thread; its work is done on the calling thread when it cannot be created. */
 struct Worker {
-    threadInfo info;
+    const Work* work;
+    std::size_t number;
     pthread_t thread;
     bool created;
 };
+
+void* start(void* argument)
+{
+    const Worker& worker = *static_cast<const Worker*>(argument);
+    (*worker.work)(worker.number);
+    return nullptr;
+}
+
+/** Does the work of so many workers, and returns when all have ended. */
+void runWorkers(std::size_t count, const Work& work)
+{
+    std::vector<Worker> workers(count);
+    pthread_attr_t joinable;
+    pthread_attr_init(&joinable);
+    pthread_attr_setdetachstate(&joinable, PTHREAD_CREATE_JOINABLE);
+    for (std::size_t i = 0; i < count; ++i) {
+        Worker& worker = workers[i];
+        worker.work = &work;
+        worker.number = i;
+        worker.created = pthread_create(&worker.thread, &joinable, start, &worker) == 0;
+    }
+    for (Worker& worker : workers) {
+        if (worker.created) {
+            pthread_join(worker.thread, nullptr);
+        } else {
+            start(&worker);
+        }
+    }
+    pthread_attr_destroy(&joinable);
+}
 
 void searchShare(std::size_t tid, std::size_t nthreads)
 {
@@ -73,24 +108,25 @@ std::size_t workerCount()
 
 void evaluation()
 {
-    const std::size_t count = workerCount();
-    std::vector<Worker> workers(count);
-    pthread_attr_t joinable;
-    pthread_attr_init(&joinable);
-    pthread_attr_setdetachstate(&joinable, PTHREAD_CREATE_JOINABLE);
-    for (std::size_t i = 0; i < count; ++i) {
-        Worker& worker = workers[i];
-        worker.info = {static_cast<int>(i), pthreads_max_num};
-        worker.created = pthread_create(&worker.thread, &joinable, kernelOnCPU, &worker.info) == 0;
+    runWorkers(workerCount(), [](std::size_t number) {
+        threadInfo info{static_cast<int>(number), pthreads_max_num};
+        kernelOnCPU(&info);
+    });
+}
+
+void forShares(std::size_t count, const std::function<void(std::size_t, std::size_t)>& work)
+{
+    constexpr std::size_t worthAThread = 1U << 18U;
+    const auto threads = static_cast<std::size_t>(Env->num_threads);
+    const std::size_t shares = std::min(threads, count / worthAThread);
+    if (shares < 2) {
+        work(0, count);
+        return;
     }
-    for (Worker& worker : workers) {
-        if (worker.created) {
-            pthread_join(worker.thread, nullptr);
-        } else {
-            kernelOnCPU(&worker.info);
-        }
-    }
-    pthread_attr_destroy(&joinable);
+    const std::size_t share = (count / shares / shareUnit + 1) * shareUnit;
+    runWorkers(shares, [&](std::size_t number) {
+        work(std::min(number * share, count), std::min((number + 1) * share, count));
+    });
 }
 
 void reportIdlePass()

@@ -6,6 +6,7 @@
 #define ZARNGI_WORKERS_H
 
 #include <cstddef>
+#include <functional>
 
 #include "libZarnGI.h"
 
@@ -26,6 +27,16 @@ std::size_t workerCount();
  * have ended. The share of a thread that cannot be created is searched on the calling thread.
  */
 ZARNGI_API void evaluation();
+
+constexpr std::size_t shareUnit = 4096; ///< shares of a map begin at multiples of it
+
+/**
+ * Calls work(first, last) for contiguous shares of the numbers from 0 to count, on up to
+ * Env->num_threads threads where there are enough of them to be worth it: for passes over a map.
+ * @param count how many numbers.
+ * @param work must not throw.
+ */
+void forShares(std::size_t count, const std::function<void(std::size_t, std::size_t)>& work);
 
 /** Shows what a pass shows of its progress, for one in which no voxel has anything to search. */
 void reportIdlePass();
