@@ -189,6 +189,8 @@ void BoxSearch::begin(CellBatch& batch, int at) const
     Lanes::store(batch.offset[1], Lanes::spread(rowOffset_[0], rows));
     Lanes::store(batch.offset[2], Lanes::spread(rowOffset_[1], rows));
     findDoses(batch, voxels, cells, rows);
+    Lanes::store(batch.origin, Lanes::spread(voxels_.origin[0], voxels));
+    Lanes::store(batch.middle, Lanes::all(-1) - Lanes::asFloats(cells));
     Lanes::storeIndices(batch.voxel, voxels);
     Lanes::storeIndices(batch.row, rows);
     batch.alongZ = rowAlongZ_;
@@ -237,11 +239,13 @@ void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I cells, Lan
     const F rounding =
         Lanes::select(Lanes::notGreater(magnitude, Lanes::all(1e15F)),
                       magnitude * Lanes::all(0x1p-19F), Lanes::all(__builtin_inff()));
-    const F deviation = range * (Lanes::spread(rowDeviation_, rows) +
-                                 Lanes::all(pass_.cellSlack * pass_.cellsPerStep));
-    Lanes::store(batch.error, rounding + deviation);
+    // Four roundings on either way from the position along x to the fraction.
+    const F alongX = Lanes::all(0x1p-22F * static_cast<float>(n[0] + 1));
+    const F deviation = Lanes::spread(rowDeviation_, rows);
+    Lanes::store(batch.error, Lanes::mulAdd(range, deviation + alongX, rounding));
     // Four times the deviations of the straight lines also cover the roundings of the plane.
-    Lanes::store(batch.planeError, rounding + deviation * Lanes::all(4));
+    const F ofLines = deviation + Lanes::all(pass_.cellSlack * pass_.cellsPerStep);
+    Lanes::store(batch.planeError, Lanes::mulAdd(range * Lanes::all(4), ofLines, rounding));
 }
 
 /** Cuts a box to the part within a squared distance of the origin. */

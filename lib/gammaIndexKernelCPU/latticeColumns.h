@@ -25,6 +25,8 @@ struct CellBatch {
     alignas(64) float term[8][Lanes::width];
     alignas(64) float offset[3][Lanes::width];
     float slope[3];
+    alignas(64) float origin[Lanes::width];     ///< mm, sample point along x
+    alignas(64) float middle[Lanes::width];     ///< voxels along x, minus the middle of the cell
     alignas(64) float error[Lanes::width];      ///< of u at the points of the cell
     alignas(64) float planeError[Lanes::width]; ///< of u by the plane through the doses
     alignas(64) float first[3][Lanes::width];
@@ -40,7 +42,8 @@ class ColumnSearch
 {
 public:
     ColumnSearch(const SearchPass& pass, VoxelTable& voxels)
-        : pass_(pass), voxels_(voxels), points_(pass, voxels)
+        : pass_(pass), voxels_(voxels), points_(pass, voxels),
+          voxelsPerMm_(1 / pass.evaluation.h[0])
     {
     }
 
@@ -85,6 +88,7 @@ private:
     const SearchPass& pass_;
     VoxelTable& voxels_;
     PointList points_;
+    float voxelsPerMm_; ///< along x
     int listedCount_ = 0;
     int openCount_ = 0;
     int vectorCount_ = 0;
@@ -187,7 +191,11 @@ inline void ColumnSearch::bound(int vector)
     const auto ofCell = [&](const float* values) { return Lanes::spread(values, cells); };
     const F i = Lanes::load(index_[0] + at);
     const F j = Lanes::load(index_[1] + at);
-    const F x = Lanes::mulAdd(Lanes::all(batch.slope[0]), i, ofCell(batch.offset[0]));
+    // As setNeighbours, but for the division: closer than the straight line that boxes make do
+    // with.
+    const F position = ofCell(batch.origin) + i * Lanes::all(pass_.stepSize);
+    const F x = Lanes::mulAdd(position - Lanes::all(pass_.evaluation.x0[0]),
+                              Lanes::all(voxelsPerMm_), ofCell(batch.middle));
     const F y = Lanes::mulAdd(Lanes::all(batch.slope[1]), j, ofCell(batch.offset[1]));
     const auto inPlane = [&](int c) {
         const F low = Lanes::mulAdd(ofCell(batch.term[c + 1]), x, ofCell(batch.term[c]));
