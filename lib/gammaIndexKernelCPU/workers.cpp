@@ -77,11 +77,24 @@ void runWorkers(std::size_t count, const Work& work)
     pthread_attr_destroy(&joinable);
 }
 
+/** The number of voxels in a worker's share. */
+std::size_t shareLength(std::size_t tid, std::size_t nthreads)
+{
+    const std::size_t voxels = activeVoxels.size();
+    return tid < voxels ? (voxels - tid + nthreads - 1) / nthreads : 0;
+}
+
 void searchShare(std::size_t tid, std::size_t nthreads)
 {
     ProgressBar bar(activeVoxels.size());
     VoxelGroup group;
-    for (std::size_t i = tid; i < activeVoxels.size(); i += nthreads) {
+    // Every worker begins at another place of the list: neighbouring records share cache lines,
+    // which workers side by side would take from each other.
+    const std::size_t length = shareLength(tid, nthreads);
+    const std::size_t begin = length / nthreads * tid;
+    for (std::size_t n = 0; n < length; ++n) {
+        const std::size_t place = n < length - begin ? begin + n : begin + n - length;
+        const std::size_t i = tid + place * nthreads;
         if (tid == 0) {
             bar.advanceTo(i);
         }
