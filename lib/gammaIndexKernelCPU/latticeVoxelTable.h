@@ -65,8 +65,6 @@ struct VoxelTable {
         }
     }
 
-    [[nodiscard]] unsigned lanes() const { return Lanes::everyLane >> (Lanes::width - count); }
-
     /**
      * f, with an error of u, that the least point of a column must not exceed to matter, as far as
      * k is its index along z.
