@@ -63,7 +63,7 @@ private:
         std::int32_t j;
         int voxel;
         float error;  ///< of u
-        float second; ///< f of the second least point; -infinity: unknown
+        float second; ///< f of the second least point; -infinity: to be looked at anyway
     };
 
     /** A vector of listed columns. */
@@ -80,6 +80,9 @@ private:
     void take(int vector);
     void lowerThresholds(unsigned lanes, Lanes::I voxels, F f);
     void listOpen(int vector, unsigned lanes);
+
+    /** The errors of f and of both sides of its comparison with other points: 128 roundings. */
+    static constexpr float raisedMargin = 1 + 0x1p-17F;
 
     static constexpr int maxVectors = 32;
     static constexpr int maxListed = maxVectors * Lanes::width;
@@ -98,7 +101,7 @@ private:
     alignas(64) int cell_[maxListed + Lanes::width];       ///< lane in the batch
     alignas(64) float least_[maxListed];                   ///< f of the least point
     alignas(64) float leastAt_[maxListed];                 ///< lattice index of that along z
-    alignas(64) float second_[maxListed]; ///< f of the second least; -infinity: unknown
+    alignas(64) float second_[maxListed];                  ///< f of the second least
     OpenColumn open_[maxOpen + Lanes::width];
 };
 
@@ -253,9 +256,8 @@ void ColumnSearch::take(int vector)
         Lanes::mulAdd(Lanes::all(batch.slope[0]), p[0], Lanes::spread(batch.offset[0], cells));
     const unsigned inside =
         Lanes::notGreater(absolute(x), Lanes::all(0.5F - pass_.cellSlack * pass_.cellsPerStep));
-    // The errors of f and of both sides of the comparison with other points: 128 roundings.
     const F root = rootFromAbove(f);
-    const F raised = (f + error * (root + root + error)) * Lanes::all(1 + 0x1p-17F);
+    const F raised = (f + error * (root + root + error)) * Lanes::all(raisedMargin);
     // A little lower is not worth the work.
     const unsigned lower =
         open & members & inside &

@@ -89,7 +89,7 @@ struct VoxelStart {
     std::int32_t index[3];
     const AxisSample* sample[3];
     LatticeInterval candidates[3]; ///< lattice indices between voxel centres within the shell
-    float nearestSquared;          ///< in steps, of the lattice point nearest to the evaluation box
+    float nearestSquared; ///< in steps, distance of the nearest lattice point in the evaluation box
     float referenceDose;
     float delta;               ///< Gy, dose criterion
     float scale;               ///< steps per Gy
@@ -99,7 +99,7 @@ struct VoxelStart {
     float bestDistanceSquared; ///< mm^2, of the point that gave it in this pass
 
 private:
-    /** Whether lattice points lie inside the evaluation box. */
+    /** Whether some lattice point lies inside the evaluation box. */
     [[nodiscard]] bool isReached() const
     {
         return !sample[0]->inside.empty() && !sample[1]->inside.empty() &&

@@ -56,7 +56,7 @@ struct VoxelTable {
         }
     }
 
-    /** Lowers a voxel's threshold to f of a listed point, raised by all errors. */
+    /** Lowers a voxel's threshold to f of a listed point, which all errors have raised. */
     void lower(int v, float f)
     {
         if (f < threshold[v] && search[v]->isTame()) {

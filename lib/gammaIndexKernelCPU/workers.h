@@ -1,6 +1,6 @@
 /**
  * @file workers.h
- * The worker threads of one search pass.
+ * The worker threads of one search pass, and of passes over whole maps.
  */
 #ifndef ZARNGI_WORKERS_H
 #define ZARNGI_WORKERS_H
