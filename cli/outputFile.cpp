@@ -20,6 +20,29 @@ namespace cli
 namespace
 {
 
+constexpr int endingSignals[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE};
+
+/** Lets the signals that end the program wait, while this thread is the only one. */
+class SignalsHeld
+{
+public:
+    SignalsHeld()
+    {
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int signal : endingSignals) {
+            sigaddset(&held, signal);
+        }
+        pthread_sigmask(SIG_BLOCK, &held, &previous_);
+    }
+    ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t previous_{};
+};
+
 /** The temporary names, readable from a signal handler: entries are never removed. */
 struct Pending {
     const char* name = nullptr;
@@ -85,6 +108,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path))
     const std::string name = target.filename().string();
     const std::string pattern = ".XXXXXX-" + name;
     temporaryPath_ = (target.parent_path() / pattern).string();
+    const SignalsHeld untilItIsPending;
     const int file = mkstemps(temporaryPath_.data(), static_cast<int>(name.size()) + 1);
     if (file < 0) {
         failToWrite(path_);
@@ -133,7 +157,7 @@ void removeTemporaryFilesOnSignals()
     };
     action.sa_handler = removePendingAndEnd;
     sigemptyset(&action.sa_mask);
-    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) {
+    for (const int signal : endingSignals) {
         struct sigaction previous {
         };
         sigaction(signal, nullptr, &previous);

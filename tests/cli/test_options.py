@@ -249,6 +249,13 @@ class Interruption(SlowPair):
                 self.assertEqual((process.returncode, errors), (-number, b""))
                 self.assertEqual(self.files(), ["a.nrrd", "b.nrrd"])
 
+    def test_leaves_nothing_however_early(self):
+        process = subprocess.run(self.command, capture_output=True, timeout=30, check=False, env={
+            **os.environ, "LD_PRELOAD": os.environ["SIGNAL_ON_CREATION"],
+            "ASAN_OPTIONS": "verify_asan_link_order=0"})
+        self.assertEqual((process.returncode, process.stderr), (-signal.SIGINT, b""))
+        self.assertEqual(self.files(), ["a.nrrd", "b.nrrd"])
+
     def test_keeps_older_results(self):
         older = self.folder / "out.json"
         older.write_text("older")
