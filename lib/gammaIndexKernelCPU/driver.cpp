@@ -62,7 +62,7 @@ void requireSearchableLattice()
 /** Throws when a shell has lattice indices that single precision cannot tell apart. */
 void requireExactIndices(int ishell)
 {
-    const ShellLattice shell(outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
+    const ShellLattice shell = shellLattice(ishell);
     if (shell.maxIndex() > largestIndex) {
         throw std::domain_error("lattice index out of range");
     }
@@ -130,26 +130,26 @@ public:
     }
 
     /** Goes past a shell without searching it. */
-    void skip() { gapless_ = false; }
+    void skip(int ishell) { gaps_.add(shellLattice(ishell)); }
 
 private:
     /** Searches the shell by what is known of the lattice, without a list of its points. */
     void searchLatticeShell(int ishell)
     {
         requireExactIndices(ishell);
-        const SearchPass shell(axes_, ishell, ishell == lastShell_, gapless_);
+        const SearchPass shell(axes_, ishell, ishell == lastShell_, gaps_);
         LatticePass pass(shell, workerCount());
         latticePass = &pass;
         evalPoints = nullptr; // a list that the host left there would be searched instead
         const PassGuard guard;
         evaluation();
-        gapless_ = shell.isGapless();
+        gaps_.add(shell.shell);
     }
 
     const LatticeAxes& axes_;
     int lastShell_;
     bool listed_;
-    bool gapless_ = true; ///< the shells so far left out no lattice point
+    RadiusGaps gaps_; ///< of the shells so far
 };
 
 /** Tells shells in which no voxel has anything to search. */
@@ -179,7 +179,7 @@ public:
 private:
     static bool holdsNoPoint(int ishell)
     {
-        const ShellLattice shell(outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
+        const ShellLattice shell = shellLattice(ishell);
         return std::floor(shell.innerRadiusSquared()) == std::floor(shell.outerRadiusSquared());
     }
 
@@ -203,7 +203,7 @@ void searchShells()
         report::shell(ishell);
         if (idle.holds(ishell)) {
             reportIdlePass();
-            shells.skip();
+            shells.skip(ishell);
             continue;
         }
         shells.search(ishell);

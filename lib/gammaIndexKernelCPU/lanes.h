@@ -86,6 +86,15 @@ struct Lanes {
     {
         return _mm512_add_epi32(a, b);
     }
+    /** i / n and i % n, for i from 0 on and n a power of two. */
+    template <int n> static I quotient(I i)
+    {
+        return _mm512_srli_epi32(i, __builtin_ctz(n));
+    }
+    template <int n> static I remainder(I i)
+    {
+        return _mm512_and_si512(i, _mm512_set1_epi32(n - 1));
+    }
     static I times(I a, int b)
     {
         return _mm512_mullo_epi32(a, _mm512_set1_epi32(b));
@@ -168,6 +177,11 @@ struct Lanes {
         high = inOrder(_mm256_shuffle_ps(first, last, _MM_SHUFFLE(3, 1, 3, 1)));
     }
     static I sum(I a, I b) { return _mm256_add_epi32(a, b); }
+    template <int n> static I quotient(I i) { return _mm256_srli_epi32(i, __builtin_ctz(n)); }
+    template <int n> static I remainder(I i)
+    {
+        return _mm256_and_si256(i, _mm256_set1_epi32(n - 1));
+    }
     static I times(I a, int b) { return _mm256_mullo_epi32(a, _mm256_set1_epi32(b)); }
     static F select(unsigned bits, F a, F b)
     {
@@ -300,6 +314,8 @@ struct Lanes {
         }
     }
     static I sum(I a, I b) { return _mm_add_epi32(a, b); }
+    template <int n> static I quotient(I i) { return _mm_srli_epi32(i, __builtin_ctz(n)); }
+    template <int n> static I remainder(I i) { return _mm_and_si128(i, _mm_set1_epi32(n - 1)); }
     static I times(I a, int b)
     {
         // The low halves of the products of even and of odd lanes.
@@ -323,6 +339,17 @@ struct Lanes {
 inline Lanes::F absolute(Lanes::F a)
 {
     return Lanes::max(a, Lanes::all(0) - a);
+}
+
+/** The floats p[i] for indices i below 4 * width. */
+inline Lanes::F spreadFromFour(const float* p, Lanes::I i)
+{
+    constexpr int pair = 2 * Lanes::width;
+    const unsigned inFirst =
+        Lanes::notGreater(Lanes::asFloats(i), Lanes::all(static_cast<float>(pair - 1)));
+    const Lanes::I inPair = Lanes::remainder<pair>(i);
+    return Lanes::select(inFirst, Lanes::spreadFromPair(p, inPair),
+                         Lanes::spreadFromPair(p + pair, inPair));
 }
 
 /** Rounds to the nearest whole number; for |a| < 2^22. */

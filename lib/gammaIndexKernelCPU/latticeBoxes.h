@@ -21,25 +21,32 @@ public:
     {
     }
 
-    /** Takes up a row of cells along x; returns its place, which holds until the next call. */
-    int addRow(const CellRun& yCell, const CellRun& zCell);
+    /** Takes up cells along y and z for the calls of add() that follow: at most runsAtOnce each. */
+    void takeUp(Room<CellRun> alongY, Room<CellRun> alongZ);
 
     /**
-     * Lists one cell of a row for each of some voxels.
+     * Lists one cell for each of some voxels: at place x of the voxel's chunk, and at places y and
+     * z of the cells taken up. `bounds`: f of their points is not less.
      *
      * `count` is that of the listed cells and returned anew. (The caller keeps it in a register: as
      * a member it would be written and read again around the stores into the list.)
      */
-    [[nodiscard]] int add(int count, unsigned voxels, Lanes::I cells, int row);
+    [[nodiscard]] int add(int count, unsigned voxels, Lanes::F bounds, int x, int y, int z);
 
     [[nodiscard]] int count() const { return count_; }
     void setCount(int count) { count_ = count; }
 
+    /** Searches the listed cells: before the voxels' chunk changes. */
+    void searchListed();
+
     /** Searches the listed cells, and settles what they have left. */
     void finish();
 
+    static constexpr int runsAtOnce = Lanes::width;
+
 private:
     using F = Lanes::F;
+    static constexpr int cellsAtOnce = SearchScratch::cellsAtOnce;
 
     /** A box of lattice points in each lane. */
     struct Box {
@@ -55,9 +62,10 @@ private:
         F error;
     };
 
-    void searchListed();
-    void begin(CellBatch& batch, int at) const;
-    void findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I cells, Lanes::I rows) const;
+    void searchBelow(const float* level);
+    void searchCells(int* listed, int count);
+    void begin(CellBatch& batch, Lanes::I listed, int count) const;
+    void findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F deviation) const;
     static void cutToBall(Box& box, F squaredRadius);
     static Plane planeIn(const CellBatch& batch, const Box& box);
     void shrink(CellBatch& batch) const;
@@ -65,114 +73,170 @@ private:
     /** Raises the threshold of the plane's paraboloid by the rounding of both: 128 roundings. */
     static constexpr float planeMargin = 1 + 0x1p-17F;
 
-    static constexpr int maxRows = Lanes::width;
     static constexpr int maxBatches = CellBatch::atOnce;
-    static constexpr int maxListed = maxBatches * Lanes::width;
+    static constexpr int atOnce = maxBatches * Lanes::width;
+    static constexpr int maxListed = 1024;
 
     const SearchPass& pass_;
     VoxelTable& voxels_;
     ColumnSearch columns_;
 
-    // Rows of cells along x: their lattice points and cells along y and z.
-    int rowCount_ = 0;
-    const CellRun* rowAlongZ_[maxRows];
-    alignas(64) float rowFirst_[2][maxRows];
-    alignas(64) float rowLast_[2][maxRows];
-    alignas(64) float rowOffset_[2][maxRows];
-    alignas(64) float rowDeviation_[maxRows]; ///< of both together
-    alignas(64) int rowVoxel_[maxRows];       ///< the lower corner of the row's first cell
+    // The cells along y and z taken up.
+    Room<CellRun> runs_[2];
+    alignas(64) float runFirst_[2][runsAtOnce];
+    alignas(64) float runLast_[2][runsAtOnce];
+    alignas(64) float runOffset_[2][runsAtOnce];
+    alignas(64) float runDeviation_[2][runsAtOnce];
+    alignas(64) int runVoxel_[2][runsAtOnce]; ///< the lower corner of the run's first cell
     float slope_[3] = {};
     int upwards_ = 0; ///< voxels from the lower to the upper corners of a cell
 
     int count_ = 0;
-    alignas(64) int listedVoxel_[maxListed];
-    alignas(64) int listedCell_[maxListed];
-    alignas(64) int listedRow_[maxListed];
+    alignas(64) int listed_[maxListed + Lanes::width]; ///< z, y, x and voxel in one number
+    alignas(64) float bound_[maxListed + Lanes::width];
+    alignas(64) int chosen_[atOnce + Lanes::width];
     CellBatch batches_[maxBatches];
 };
 
-int BoxSearch::addRow(const CellRun& yCell, const CellRun& zCell)
+void BoxSearch::takeUp(Room<CellRun> alongY, Room<CellRun> alongZ)
 {
-    if (rowCount_ == maxRows) {
-        searchListed();
-        rowCount_ = 0;
-    }
-    const int row = rowCount_++;
-    const CellRun* const cells[2] = {&yCell, &zCell};
-    for (int a = 0; a < 2; ++a) {
-        rowFirst_[a][row] = static_cast<float>(cells[a]->first);
-        rowLast_[a][row] = static_cast<float>(cells[a]->last);
-        rowOffset_[a][row] = cells[a]->offset - 0.5F;
-        slope_[1 + a] = cells[a]->slope;
-    }
+    searchListed();
+    runs_[0] = alongY;
+    runs_[1] = alongZ;
     slope_[0] = pass_.cellsPerStep;
-    rowAlongZ_[row] = &zCell;
-    rowDeviation_[row] = yCell.deviation + zCell.deviation;
-    rowVoxel_[row] = voxelIndex(pass_.evaluation.n, 0, yCell.lower, zCell.lower);
-    upwards_ = voxelIndex(pass_.evaluation.n, 0, 0, zCell.upper - zCell.lower);
-    return row;
+    const int* const n = pass_.evaluation.n;
+    for (int a = 0; a < 2; ++a) {
+        for (int r = 0; r < runs_[a].count; ++r) {
+            const CellRun& run = runs_[a].items[r];
+            runFirst_[a][r] = static_cast<float>(run.first);
+            runLast_[a][r] = static_cast<float>(run.last);
+            runOffset_[a][r] = run.offset - 0.5F;
+            runDeviation_[a][r] = run.deviation;
+            runVoxel_[a][r] =
+                a == 0 ? voxelIndex(n, 0, run.lower, 0) : voxelIndex(n, 0, 0, run.lower);
+            slope_[1 + a] = run.slope;
+        }
+    }
+    upwards_ = voxelIndex(n, 0, 0, alongZ.items[0].upper - alongZ.items[0].lower);
 }
 
-inline int BoxSearch::add(int count, unsigned voxels, Lanes::I cells, int row)
+inline int BoxSearch::add(int count, unsigned voxels, Lanes::F bounds, int x, int y, int z)
 {
     if (count > maxListed - Lanes::width) {
         count_ = count;
         searchListed();
         count = 0;
     }
-    Lanes::storeChosen(listedVoxel_ + count, voxels, Lanes::places());
-    Lanes::storeChosen(listedCell_ + count, voxels, cells);
-    Lanes::storeIndices(listedRow_ + count, Lanes::allIndices(row));
+    const int place = ((z * runsAtOnce + y) * cellsAtOnce + x) * VoxelTable::maxCount;
+    Lanes::storeChosen(listed_ + count, voxels,
+                       Lanes::sum(Lanes::allIndices(place), Lanes::places()));
+    Lanes::storeChosen(bound_ + count, voxels, bounds);
     return count + __builtin_popcount(voxels);
 }
 
 void BoxSearch::finish()
 {
     searchListed();
-    rowCount_ = 0;
     columns_.finish();
 }
 
 /**
- * Finds which lattice points of the listed cells can matter, and searches them.
+ * Searches the listed cells; where they are many, those with the least bounds first: what these
+ * hold lowers the thresholds, and most of the others need not be looked at then.
+ */
+void BoxSearch::searchListed()
+{
+    constexpr int many = 12; // cells of a voxel
+    if (count_ <= many * voxels_.count) {
+        for (int at = 0; at < count_; at += atOnce) {
+            searchCells(listed_ + at, smaller(count_ - at, atOnce));
+        }
+        count_ = 0;
+        return;
+    }
+    for (const float share : {0.02F, 0.08F, 0.32F, 1.0F}) {
+        alignas(64) float level[VoxelTable::maxCount];
+        const F least = Lanes::load(voxels_.leastBound);
+        const F range = Lanes::load(voxels_.threshold) - least;
+        Lanes::store(level,
+                     share < 1 ? least + range * Lanes::all(share) : Lanes::all(__builtin_inff()));
+        searchBelow(level);
+    }
+}
+
+/** Searches the listed cells whose bounds are not above the level of their voxel. */
+void BoxSearch::searchBelow(const float* level)
+{
+    const int count = count_;
+    count_ = 0;
+    int chosen = 0;
+    for (int at = 0; at < count; at += Lanes::width) {
+        const Lanes::I listed = Lanes::loadIndices(listed_ + at);
+        const F bound = Lanes::load(bound_ + at);
+        const Lanes::I voxels = Lanes::remainder<VoxelTable::maxCount>(listed);
+        const unsigned open =
+            Lanes::notGreater(bound, Lanes::spread(voxels_.threshold, voxels)) &
+            (Lanes::everyLane >> (Lanes::width - smaller(count - at, Lanes::width)));
+        const unsigned below = open & Lanes::notGreater(bound, Lanes::spread(level, voxels));
+        Lanes::storeChosen(chosen_ + chosen, below, listed);
+        chosen += __builtin_popcount(below);
+        Lanes::storeChosen(listed_ + count_, open & ~below, listed);
+        Lanes::storeChosen(bound_ + count_, open & ~below, bound);
+        count_ += __builtin_popcount(open & ~below);
+        if (chosen >= atOnce) {
+            searchCells(chosen_, atOnce);
+            chosen -= atOnce;
+            Lanes::storeIndices(chosen_, Lanes::loadIndices(chosen_ + atOnce));
+        }
+    }
+    if (chosen > 0) {
+        searchCells(chosen_, chosen);
+    }
+}
+
+/**
+ * Finds which lattice points of some listed cells can matter, and searches them. (The rest of the
+ * last vector behind them is overwritten.)
  *
  * Each round replaces the doses in a box of points by a plane, and takes the smaller box around the
  * points that can matter for the next round: the error of the plane shrinks with the box. A round
  * is one long chain of operations: several batches side by side keep the processor busy.
  */
-void BoxSearch::searchListed()
+void BoxSearch::searchCells(int* listed, int count)
 {
-    const int count = (count_ + Lanes::width - 1) / Lanes::width;
-    for (int at = count_; at < count * Lanes::width; ++at) { // repeat the first cell
-        listedVoxel_[at] = listedVoxel_[0];
-        listedCell_[at] = listedCell_[0];
-        listedRow_[at] = listedRow_[0];
+    const int batches = (count + Lanes::width - 1) / Lanes::width;
+    for (int at = count; at < batches * Lanes::width; ++at) {
+        listed[at] = listed[0];
     }
-    for (int b = 0; b < count; ++b) {
-        begin(batches_[b], b * Lanes::width);
+    for (int b = 0; b < batches; ++b) {
+        const int at = b * Lanes::width;
+        begin(batches_[b], Lanes::loadIndices(listed + at), smaller(count - at, Lanes::width));
     }
     constexpr int rounds = 2;
     for (int round = 0; round < rounds; ++round) {
-        for (int b = 0; b < count; ++b) {
+        for (int b = 0; b < batches; ++b) {
             shrink(batches_[b]);
         }
     }
-    columns_.search(batches_, count);
-    count_ = 0;
+    columns_.search(batches_, batches);
 }
 
-/** Makes a batch of the cells listed at a place. */
-void BoxSearch::begin(CellBatch& batch, int at) const
+/** Makes a batch of the first so many of a vector of listed cells. */
+void BoxSearch::begin(CellBatch& batch, Lanes::I listed, int count) const
 {
-    const Lanes::I voxels = Lanes::loadIndices(listedVoxel_ + at);
-    const Lanes::I cells = Lanes::loadIndices(listedCell_ + at);
-    const Lanes::I rows = Lanes::loadIndices(listedRow_ + at);
+    const Lanes::I voxels = Lanes::remainder<VoxelTable::maxCount>(listed);
+    const Lanes::I places = Lanes::quotient<VoxelTable::maxCount>(listed);
+    const Lanes::I runs = Lanes::quotient<cellsAtOnce>(places);
+    const Lanes::I y = Lanes::remainder<runsAtOnce>(runs);
+    const Lanes::I z = Lanes::quotient<runsAtOnce>(runs);
+    const Lanes::I cells = Lanes::sum(Lanes::spreadIndices(voxels_.firstCell, voxels),
+                                      Lanes::remainder<cellsAtOnce>(places));
     const F start = Lanes::spread(voxels_.cellStart, voxels) +
                     Lanes::asFloats(cells) * Lanes::all(pass_.cellWidth);
-    const F first[3] = {start - Lanes::all(pass_.cellSlack), Lanes::spread(rowFirst_[0], rows),
-                        Lanes::spread(rowFirst_[1], rows)};
+    const F first[3] = {start - Lanes::all(pass_.cellSlack), Lanes::spread(runFirst_[0], y),
+                        Lanes::spread(runFirst_[1], z)};
     const F last[3] = {start + Lanes::all(pass_.cellWidth + pass_.cellSlack),
-                       Lanes::spread(rowLast_[0], rows), Lanes::spread(rowLast_[1], rows)};
+                       Lanes::spread(runLast_[0], y), Lanes::spread(runLast_[1], z)};
     Box box;
     for (int a = 0; a < 3; ++a) {
         box.first[a] = Lanes::max(first[a], Lanes::spread(voxels_.low[a], voxels));
@@ -186,31 +250,32 @@ void BoxSearch::begin(CellBatch& batch, int at) const
         batch.slope[a] = slope_[a];
     }
     Lanes::store(batch.offset[0], Lanes::all(-0.5F) - start * Lanes::all(pass_.cellsPerStep));
-    Lanes::store(batch.offset[1], Lanes::spread(rowOffset_[0], rows));
-    Lanes::store(batch.offset[2], Lanes::spread(rowOffset_[1], rows));
-    findDoses(batch, voxels, cells, rows);
+    Lanes::store(batch.offset[1], Lanes::spread(runOffset_[0], y));
+    Lanes::store(batch.offset[2], Lanes::spread(runOffset_[1], z));
+    const Lanes::I corners = Lanes::sum(Lanes::sum(cells, Lanes::spreadIndices(runVoxel_[0], y)),
+                                        Lanes::spreadIndices(runVoxel_[1], z));
+    findDoses(batch, voxels, corners,
+              Lanes::spread(runDeviation_[0], y) + Lanes::spread(runDeviation_[1], z));
     Lanes::store(batch.origin, Lanes::spread(voxels_.origin[0], voxels));
     Lanes::store(batch.middle, Lanes::all(-1) - Lanes::asFloats(cells));
     Lanes::storeIndices(batch.voxel, voxels);
-    Lanes::storeIndices(batch.row, rows);
-    batch.alongZ = rowAlongZ_;
-    const int lanes = smaller(count_ - at, Lanes::width);
-    batch.open = Lanes::everyLane >> (Lanes::width - lanes);
+    Lanes::storeIndices(batch.alongZ, z);
+    batch.runsAlongZ = runs_[1].items;
+    batch.open = Lanes::everyLane >> (Lanes::width - count);
 }
 
 /** Finds the doses of cells as trilinear functions, and the errors of those. */
-void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I cells, Lanes::I rows) const
+void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F deviation) const
 {
     const int* const n = pass_.evaluation.n;
     const F half = Lanes::all(0.5F);
     const F referenceDose = Lanes::spread(voxels_.referenceDose, voxels);
     const F scale = Lanes::spread(voxels_.scale, voxels);
-    const Lanes::I at = Lanes::sum(cells, Lanes::spreadIndices(rowVoxel_, rows));
     F u[8];
     for (int c = 0; c < 8; c += 2) {
         const int up = (c & 4) != 0 ? upwards_ : 0;
         const int back = (c & 2) != 0 && n[1] > 1 ? n[0] : 0;
-        gatherRow(pass_, pass_.evaluation.map + (up + back), at, u[c], u[c + 1]);
+        gatherRow(pass_, pass_.evaluation.map + (up + back), corners, u[c], u[c + 1]);
     }
     for (F& corner : u) {
         corner = (corner - referenceDose) * scale;
@@ -241,7 +306,6 @@ void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I cells, Lan
                       magnitude * Lanes::all(0x1p-19F), Lanes::all(__builtin_inff()));
     // Four roundings on either way from the position along x to the fraction.
     const F alongX = Lanes::all(0x1p-22F * static_cast<float>(n[0] + 1));
-    const F deviation = Lanes::spread(rowDeviation_, rows);
     Lanes::store(batch.error, Lanes::mulAdd(range, deviation + alongX, rounding));
     // Four times the deviations of the straight lines also cover the roundings of the plane.
     const F ofLines = deviation + Lanes::all(pass_.cellSlack * pass_.cellsPerStep);
@@ -337,31 +401,32 @@ void BoxSearch::shrink(CellBatch& batch) const
     }
     const Plane plane = planeIn(batch, box);
     const F e = plane.error;
-    const F weight = Lanes::spread(voxels_.weight, voxels);
+    const F threshold = Lanes::spread(voxels_.threshold, voxels);
     const F root = Lanes::spread(voxels_.root, voxels);
-    F g[3];
     F squared[3];
     for (int a = 0; a < 3; ++a) {
-        g[a] = plane.perStep[a] * weight;
-        squared[a] = g[a] * g[a];
+        squared[a] = plane.perStep[a] * plane.perStep[a];
     }
-    const F atOrigin = plane.atOrigin * weight;
-    const F allowed = Lanes::mulAdd(e, root + root + e, Lanes::spread(voxels_.threshold, voxels));
-    const F raised =
-        Lanes::mulAdd(allowed, weight * weight, Lanes::spread(voxels_.rimRest, voxels)) *
-        Lanes::all(planeMargin);
-    const F perSteepness = inverse(one + squared[0] + squared[1] + squared[2]);
-    const F towards = atOrigin * perSteepness;
-    const F excess = Lanes::mulSub(atOrigin, towards, raised);
+    const F outer = Lanes::all(pass_.outerRim);
+    const F steepness = squared[0] + squared[1] + squared[2];
+    const F beyond = Lanes::max((threshold - outer) * steepness, Lanes::all(1e-30F));
+    const F weight =
+        Lanes::min(Lanes::all(pass_.outerRoot) * Lanes::roughInverseRoot(beyond), one); // squared
+    const F allowed = Lanes::mulAdd(e, root + root + e, threshold);
+    const F raised = Lanes::mulAdd(allowed, weight, (Lanes::all(1 + 0x1p-20F) - weight) * outer) *
+                     Lanes::all(planeMargin);
+    const F perSteepness = inverse(Lanes::mulAdd(steepness, weight, one));
+    const F towards = plane.atOrigin * weight * perSteepness;
+    const F excess = Lanes::mulSub(plane.atOrigin, towards, raised);
     const F perExcess = Lanes::max(excess, zero) * perSteepness;
     // The centre and the width of the paraboloid's part are off by some roundings of their sizes.
     const F slack = Lanes::mulAdd(e + root, Lanes::all(0x1p-18F),
                                   Lanes::all(0.01F + 0x1p-18F * pass_.outerRoot));
     batch.open &= Lanes::notGreater(zero, excess);
     for (int a = 0; a < 3; ++a) {
-        const F across = one + squared[(a + 1) % 3] + squared[(a + 2) % 3];
+        const F across = Lanes::mulAdd(squared[(a + 1) % 3] + squared[(a + 2) % 3], weight, one);
         const F width = rootFromAbove(perExcess * across) + slack;
-        const F centre = zero - towards * g[a];
+        const F centre = zero - towards * plane.perStep[a];
         // max and min give their second operand if the first one is not a number.
         const F first = zero - Lanes::floor(zero - Lanes::max(centre - width, box.first[a]));
         const F last = Lanes::floor(Lanes::min(centre + width, box.last[a]));

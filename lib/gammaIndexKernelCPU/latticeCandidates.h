@@ -50,20 +50,16 @@ public:
         }
         best_ = Lanes::load(bestSoFar_);
         bestDistanceSquared_ = Lanes::all(0);
-        flattening_ = Lanes::all(1);
         tryFrom(Lanes::all(0));
         if (pass_.reader == Reader::bilinear) {
             tryPlanesBeside();
         }
         alignas(64) float distanceSquared[Lanes::width];
         Lanes::store(bestSoFar_, best_);
-        alignas(64) float flattening[Lanes::width];
         Lanes::store(distanceSquared, bestDistanceSquared_);
-        Lanes::store(flattening, flattening_);
         for (int lane = 0; lane < voxels; ++lane) {
             start_[lane]->best = bestSoFar_[lane];
             start_[lane]->bestDistanceSquared = distanceSquared[lane];
-            start_[lane]->flattening = flattening[lane];
             start_[lane]->originConsidered = true;
         }
         count_ = 0;
@@ -95,7 +91,6 @@ private:
     void tryPlanesBeside();
     unsigned tryAt(F (&p)[3], unsigned lanes);
     void leastNear(F (&p)[3], const LinearField& field, bool nearRim) const;
-    [[nodiscard]] F flatteningAt(F u, F steepness) const;
 
     const SearchPass& pass_;
     int count_ = 0;
@@ -110,7 +105,6 @@ private:
     alignas(64) float bestSoFar_[Lanes::width];
     F best_;
     F bestDistanceSquared_;
-    F flattening_;
 };
 
 /** Takes one point of each of the lanes into account. */
@@ -180,8 +174,6 @@ unsigned FirstCandidates::tryAt(F (&p)[3], unsigned lanes)
     const F outer = Lanes::all(pass_.outerWhole);
     const unsigned beyondRim = ~Lanes::notGreater(length, outer);
     move = Lanes::select(beyondRim, move * Lanes::sqrt(outer / length), move);
-    flattening_ = Lanes::select(lanes, flatteningAt(field.atOrigin + move * steepness, steepness),
-                                flattening_);
     const bool planar = pass_.reader == Reader::bilinear;
     F next[3];
     for (int a = 0; a < 3; ++a) {
@@ -234,17 +226,6 @@ void FirstCandidates::leastNear(F (&p)[3], const LinearField& field, bool nearRi
             p[2] = Lanes::select(better, k, p[2]);
         }
     }
-}
-
-/**
- * The weight of dose differences at which the minimum of u^2 weight^2 + r^2 of a linear field comes
- * to lie on the rim, given the difference u there; 1 where the minimum is within the rim.
- */
-Lanes::F FirstCandidates::flatteningAt(F u, F steepness) const
-{
-    const F one = Lanes::all(1);
-    const F outer = Lanes::all(pass_.outerWhole);
-    return Lanes::min(Lanes::sqrt(Lanes::sqrt(outer / (u * u * steepness))), one);
 }
 
 } // namespace

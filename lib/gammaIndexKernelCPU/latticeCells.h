@@ -44,13 +44,34 @@ private:
         return a.index[1] == b.index[1] && a.index[2] == b.index[2];
     }
 
+    static float nearestSquared(LatticeInterval points) { return squareOf(nearestToZero(points)); }
+    static float nearestSquared(const CellRun& cell)
+    {
+        return nearestSquared(LatticeInterval{cell.first, cell.last});
+    }
+
+    /** As many of the cells as can be taken up at once, from a place on. */
+    static Room<CellRun> part(Room<CellRun> cells, std::int32_t from)
+    {
+        return {cells.items + from, smaller(cells.count - from, BoxSearch::runsAtOnce)};
+    }
+
+    /** Whether some of the cells come near enough. */
+    [[nodiscard]] bool isNear(Room<CellRun> cells) const
+    {
+        const float nearest =
+            nearestSquared(LatticeInterval{cells.begin()->first, (cells.end() - 1)->last});
+        return !(nearest > largestThreshold_);
+    }
+
     void searchChunk(std::int32_t firstCell, std::int32_t lastCell);
     void placeChunk(std::int32_t firstCell, std::int32_t lastCell);
-    void searchPlane(const CellRun& zCell, std::int32_t firstCell, std::int32_t cells);
+    void searchPlanes(Room<CellRun> yCells, Room<CellRun> zCells, std::int32_t firstCell,
+                      std::int32_t cells);
     void findRowRanges(const CellRun& zCell, std::int32_t firstCell, std::int32_t cells,
                        std::int32_t firstRow, std::int32_t lastRow);
     void findCellRanges(std::int32_t lowerRow, std::int32_t upperRow, std::int32_t cells);
-    void listOpenCells(const CellRun& yCell, const CellRun& zCell, float nearestSquared);
+    void listOpenCells(int y, int z, float nearestSquared);
 
     /** The cell along x that holds a lattice index, give or take a slack in steps. */
     [[nodiscard]] std::int32_t cellOf(float firstCellStart, std::int32_t i, float slack) const
@@ -66,22 +87,22 @@ private:
     SearchScratch& scratch_;
     VoxelTable voxels_;
     BoxSearch boxes_;
+    const AxisWindow* window_[2] = {}; ///< of the voxels, along y and z
     float largestThreshold_ = 0;
 
     std::int32_t firstCell_[maxCount];
     std::int32_t lastCell_[maxCount];
     // The cells of each voxel in the chunk, beginning with its first one there.
-    alignas(64) int chunkFirst_[maxCount]; ///< along x
     alignas(64) int chunkPlace_[maxCount]; ///< of the first one in the rows, from placesFrom_ on
     std::int32_t placesFrom_ = 0;
-    bool arePlacesNear_ = false;    ///< below 2 * Lanes::width
+    std::int32_t lastPlace_ = 0;    ///< the largest of them
     std::int32_t longest_ = 0;      ///< most cells of a voxel
     unsigned inChunk_[maxCells];    ///< voxels that have so many cells and one more
     float leastXSquared_[maxCells]; ///< least i^2 in those cells
     alignas(64) float xSquared_[maxCells][maxCount]; ///< least i^2 in each cell
 
-    alignas(64) float least_[maxCells + 2 * Lanes::width]; ///< Gy, doses in the cells of a row
-    alignas(64) float most_[maxCells + 2 * Lanes::width];
+    alignas(64) float least_[maxCells + 4 * Lanes::width]; ///< Gy, doses in the cells of a row
+    alignas(64) float most_[maxCells + 4 * Lanes::width];
 };
 
 void CellSearch::add(VoxelSearch& search)
@@ -111,10 +132,11 @@ void CellSearch::searchAll()
     }
     const VoxelStart& start = voxels_.search[0]->start();
     for (int a = 1; a < 3; ++a) {
-        AxisWindow& window = scratch_.window[a];
+        AxisWindow& window = scratch_.windowOf(a, start.index[a]);
         if (window.referenceIndex != start.index[a]) {
             prepareWindow(pass_, start, a, window);
         }
+        window_[a - 1] = &window;
     }
     std::int32_t firstCell = firstCell_[0];
     std::int32_t lastCell = lastCell_[0];
@@ -135,11 +157,20 @@ void CellSearch::searchAll()
 void CellSearch::searchChunk(std::int32_t firstCell, std::int32_t lastCell)
 {
     placeChunk(firstCell, lastCell);
-    for (const CellRun& zCell : scratch_.window[2].runs) {
-        if (!(squareOf(nearestToZero({zCell.first, zCell.last})) > largestThreshold_)) {
-            searchPlane(zCell, firstCell, lastCell - firstCell + 1);
+    Lanes::store(voxels_.leastBound, Lanes::all(__builtin_inff()));
+    const Room<CellRun> alongY = window_[0]->runs;
+    const Room<CellRun> alongZ = window_[1]->runs;
+    for (std::int32_t z = 0; z < alongZ.count; z += BoxSearch::runsAtOnce) {
+        const Room<CellRun> zCells = part(alongZ, z);
+        for (std::int32_t y = 0; y < alongY.count; y += BoxSearch::runsAtOnce) {
+            const Room<CellRun> yCells = part(alongY, y);
+            if (isNear(yCells) && isNear(zCells)) {
+                boxes_.takeUp(yCells, zCells);
+                searchPlanes(yCells, zCells, firstCell, lastCell - firstCell + 1);
+            }
         }
     }
+    boxes_.searchListed();
 }
 
 /** Finds the cells of each voxel in a chunk, and how near they come. */
@@ -153,9 +184,9 @@ void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
     for (int v = 0; v < maxCount; ++v) {
         const bool holds =
             v < voxels_.count && firstCell_[v] <= lastCell && lastCell_[v] >= firstCell;
-        chunkFirst_[v] = holds ? larger(firstCell_[v], firstCell) : firstCell;
-        counts[v] = holds ? smaller(lastCell_[v], lastCell) - chunkFirst_[v] + 1 : 0;
-        chunkPlace_[v] = chunkFirst_[v] - firstCell;
+        voxels_.firstCell[v] = holds ? larger(firstCell_[v], firstCell) : firstCell;
+        counts[v] = holds ? smaller(lastCell_[v], lastCell) - voxels_.firstCell[v] + 1 : 0;
+        chunkPlace_[v] = voxels_.firstCell[v] - firstCell;
         longest_ = larger(longest_, counts[v]);
         if (holds) {
             placesFrom_ = smaller(placesFrom_, chunkPlace_[v]);
@@ -165,8 +196,8 @@ void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
     for (int v = 0; v < maxCount; ++v) {
         chunkPlace_[v] = counts[v] == 0 ? 0 : chunkPlace_[v] - placesFrom_;
     }
-    arePlacesNear_ = lastPlace - placesFrom_ < 2 * Lanes::width;
-    const F first = Lanes::asFloats(Lanes::loadIndices(chunkFirst_));
+    lastPlace_ = lastPlace - placesFrom_;
+    const F first = Lanes::asFloats(Lanes::loadIndices(voxels_.firstCell));
     const F count = Lanes::asFloats(Lanes::loadIndices(counts));
     for (std::int32_t c = 0; c < longest_; ++c) {
         const F cell = Lanes::all(static_cast<float>(c));
@@ -180,29 +211,31 @@ void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
     }
 }
 
-/** Searches one plane of cells. */
-void CellSearch::searchPlane(const CellRun& zCell, std::int32_t firstCell, std::int32_t cells)
+/** Lists the open cells in the planes and rows taken up. */
+void CellSearch::searchPlanes(Room<CellRun> yCells, Room<CellRun> zCells, std::int32_t firstCell,
+                              std::int32_t cells)
 {
-    const float zSquared = squareOf(nearestToZero({zCell.first, zCell.last}));
-    const auto nearestSquared = [&](const CellRun& yCell) {
-        return zSquared + squareOf(nearestToZero({yCell.first, yCell.last}));
-    };
-    const CellRun* begin = scratch_.window[1].runs.begin();
-    const CellRun* end = scratch_.window[1].runs.end();
-    while (begin != end && nearestSquared(*begin) > largestThreshold_) {
-        ++begin;
-    }
-    while (begin != end && nearestSquared(*(end - 1)) > largestThreshold_) {
-        --end;
-    }
-    if (begin == end) {
-        return;
-    }
-    const std::int32_t firstRow = begin->lower;
-    findRowRanges(zCell, firstCell, cells, firstRow, (end - 1)->upper);
-    for (const CellRun* yCell = begin; yCell != end; ++yCell) {
-        findCellRanges(yCell->lower - firstRow, yCell->upper - firstRow, cells);
-        listOpenCells(*yCell, zCell, nearestSquared(*yCell));
+    for (int z = 0; z < zCells.count; ++z) {
+        const float zSquared = nearestSquared(zCells.items[z]);
+        int first = 0;
+        int last = yCells.count - 1;
+        while (first <= last &&
+               zSquared + nearestSquared(yCells.items[first]) > largestThreshold_) {
+            ++first;
+        }
+        while (first <= last && zSquared + nearestSquared(yCells.items[last]) > largestThreshold_) {
+            --last;
+        }
+        if (first > last) {
+            continue;
+        }
+        const std::int32_t firstRow = yCells.items[first].lower;
+        findRowRanges(zCells.items[z], firstCell, cells, firstRow, yCells.items[last].upper);
+        for (int y = first; y <= last; ++y) {
+            const CellRun& yCell = yCells.items[y];
+            findCellRanges(yCell.lower - firstRow, yCell.upper - firstRow, cells);
+            listOpenCells(y, z, zSquared + nearestSquared(yCell));
+        }
     }
 }
 
@@ -249,7 +282,7 @@ void CellSearch::findCellRanges(std::int32_t lowerRow, std::int32_t upperRow, st
 }
 
 /** Lists the cells of the row that the range of their doses does not exclude. */
-void CellSearch::listOpenCells(const CellRun& yCell, const CellRun& zCell, float nearestSquared)
+void CellSearch::listOpenCells(int y, int z, float nearestSquared)
 {
     const F zero = Lanes::all(0);
     const F squared = Lanes::all(nearestSquared);
@@ -261,10 +294,10 @@ void CellSearch::listOpenCells(const CellRun& yCell, const CellRun& zCell, float
     const F scale = Lanes::load(voxels_.scale);
     const Lanes::I place = Lanes::loadIndices(chunkPlace_);
     const auto doses = [&](const float* row) {
-        return arePlacesNear_ ? Lanes::spreadFromPair(row, place) : Lanes::gather(row, place);
+        return lastPlace_ < 2 * Lanes::width   ? Lanes::spreadFromPair(row, place)
+               : lastPlace_ < 4 * Lanes::width ? spreadFromFour(row, place)
+                                               : Lanes::gather(row, place);
     };
-    const int row = boxes_.addRow(yCell, zCell);
-    const Lanes::I first = Lanes::loadIndices(chunkFirst_);
     const float farthest = smaller(pass_.outerRim, largestThreshold_);
     std::int32_t begin = 0;
     std::int32_t end = longest_;
@@ -275,6 +308,7 @@ void CellSearch::listOpenCells(const CellRun& yCell, const CellRun& zCell, float
         --end;
     }
     int count = boxes_.count();
+    F leastBound = Lanes::load(voxels_.leastBound);
     for (std::int32_t c = begin; c < end; ++c) {
         const F r2 = Lanes::load(xSquared_[c]) + squared;
         const unsigned lanes = near & inChunk_[c] & Lanes::notGreater(r2, room);
@@ -282,9 +316,12 @@ void CellSearch::listOpenCells(const CellRun& yCell, const CellRun& zCell, float
         const F most = doses(most_ + placesFrom_ + c);
         const F away = Lanes::max(least - dose, dose - most) - rounding;
         const F u = Lanes::max(away, zero) * scale;
-        const unsigned open = lanes & Lanes::notGreater(u * u + r2, threshold);
-        count = boxes_.add(count, open, Lanes::sum(first, Lanes::allIndices(c)), row);
+        const F bound = u * u + r2;
+        const unsigned open = lanes & Lanes::notGreater(bound, threshold);
+        leastBound = Lanes::min(Lanes::select(open, bound, leastBound), leastBound);
+        count = boxes_.add(count, open, bound, c, y, z);
     }
+    Lanes::store(voxels_.leastBound, leastBound);
     boxes_.setCount(count);
 }
 

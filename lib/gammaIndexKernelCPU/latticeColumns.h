@@ -32,9 +32,9 @@ struct CellBatch {
     alignas(64) float first[3][Lanes::width];
     alignas(64) float last[3][Lanes::width];
     alignas(64) int voxel[Lanes::width];
-    alignas(64) int row[Lanes::width];
-    const CellRun* const* alongZ; ///< cells along z by row
-    unsigned open;                ///< lanes that can matter
+    alignas(64) int alongZ[Lanes::width]; ///< place of the cell among those along z
+    const CellRun* runsAlongZ;
+    unsigned open; ///< lanes that can matter
 };
 
 /** Searches columns of cells. */
@@ -209,9 +209,7 @@ inline void ColumnSearch::bound(int vector)
     const F a = Lanes::mulAdd(rise, ofCell(batch.offset[2]), inPlane(0));
     const F b = rise * Lanes::all(batch.slope[2]);
     const F squared = Lanes::mulAdd(i, i, j * j);
-    // Beyond the rim no point belongs to the shell.
-    const F room = Lanes::max(outer - squared, zero);
-    const F rim = rounded(Lanes::sqrt(room + Lanes::all(0.01F)) - Lanes::all(0.499F));
+    const F rim = latticeRim(pass_, squared);
     const F first = Lanes::max(ofCell(batch.first[2]), zero - rim);
     const F last = Lanes::min(ofCell(batch.last[2]), rim);
     const F steepness = Lanes::mulAdd(b, b, one);
@@ -247,9 +245,7 @@ void ColumnSearch::take(int vector)
         return;
     }
     points_.add(open, voxels, p, f, error);
-    const F r2 = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
-    const unsigned members =
-        Lanes::notGreater(r2, Lanes::all(static_cast<float>(pass_.wholeSquared)));
+    const unsigned members = certainMembers(pass_, p);
     // By the rounding of positions a point at its rim may belong to the next cell, with doses that
     // are perhaps not finite.
     const F x =
@@ -300,7 +296,7 @@ void ColumnSearch::listOpen(int vector, unsigned lanes)
         const int c = cell_[at];
         const LatticeInterval range{static_cast<std::int32_t>(batch.first[2][c]),
                                     static_cast<std::int32_t>(batch.last[2][c])};
-        open_[openCount_++] = {{batch.alongZ[batch.row[c]], range},
+        open_[openCount_++] = {{batch.runsAlongZ + batch.alongZ[c], range},
                                static_cast<std::int32_t>(index_[0][at]),
                                static_cast<std::int32_t>(index_[1][at]),
                                batch.voxel[c],

@@ -86,13 +86,63 @@ inline LinearDoses linearDoses(const SearchPass& pass, const Lanes::F (&origin)[
              mixed(below.perVoxel[1], above.perVoxel[1], 2), above.dose - below.dose}};
 }
 
-/** Those of the lanes whose point belongs to the shell or an earlier one. */
-inline unsigned members(const SearchPass& pass, const Lanes::F (&p)[3], unsigned lanes)
+/** The largest lattice index along z in the columns with i^2 + j^2 = squared: no point lies beyond.
+ */
+inline Lanes::F latticeRim(const SearchPass& pass, Lanes::F squared)
+{
+    using F = Lanes::F;
+    const F zero = Lanes::all(0);
+    const F hundredth = Lanes::all(0.01F);
+    const F room = Lanes::max(Lanes::all(pass.outerRim) - squared, zero);
+    const F rim = rounded(Lanes::sqrt(room + hundredth) - Lanes::all(0.499F));
+    if (!pass.isRagged) {
+        return rim;
+    }
+    // sqrt(M^2 - squared) + 0.5, rounded down, with room for the rounding of the squares.
+    const F whole = Lanes::all(static_cast<float>(pass.wholeSquared) * (1 + 0x1p-21F));
+    const F rest = Lanes::max(whole - squared, zero);
+    return Lanes::min(rim, rounded(Lanes::sqrt(rest + hundredth) + Lanes::all(0.001F)));
+}
+
+/**
+ * The lanes whose point belongs for certain to the shell or an earlier one.
+ *
+ * Up to wholeSquared no point is left out but in the gaps of earlier shells. Beyond it, within a
+ * ragged shell, the loop bounds of the enumeration decide: |i| <= M, |j| <= sqrt(M^2 - i^2) + 0.5,
+ * |k| <= sqrt(M^2 - i^2 - j^2) + 0.5, rounded down, with M whole steps in the radius. Points within
+ * a hundredth of these bounds, or within the rounding of the squares, are not certain.
+ */
+inline unsigned certainMembers(const SearchPass& pass, const Lanes::F (&p)[3])
 {
     using F = Lanes::F;
     const F squared = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
     const F whole = Lanes::all(static_cast<float>(pass.wholeSquared));
-    const unsigned sure = Lanes::notGreater(squared, whole) & lanes;
+    unsigned within = Lanes::notGreater(squared, whole);
+    for (const RadiusGap& gap : pass.gaps) {
+        within &= Lanes::notGreater(squared, Lanes::all(gap.after)) |
+                  ~Lanes::notGreater(squared, Lanes::all(gap.upTo));
+    }
+    if (!pass.isRagged || within == Lanes::everyLane) {
+        return within;
+    }
+    const F zero = Lanes::all(0);
+    const F nearlyHalf = Lanes::all(0.49F);
+    const F inRow = whole * Lanes::all(1 - 0x1p-21F) - Lanes::all(0.01F) - p[0] * p[0];
+    const F inColumn = inRow - p[1] * p[1];
+    const F steps = Lanes::all(static_cast<float>(pass.outerIndex));
+    return within |
+           (Lanes::notGreater(squared, Lanes::all(pass.outerWhole)) &
+            ~Lanes::notGreater(squared, Lanes::all(pass.shell.innerRadiusSquared())) &
+            Lanes::notGreater(absolute(p[0]), steps) &
+            Lanes::notGreater(absolute(p[1]), Lanes::sqrt(Lanes::max(inRow, zero)) + nearlyHalf) &
+            Lanes::notGreater(absolute(p[2]),
+                              Lanes::sqrt(Lanes::max(inColumn, zero)) + nearlyHalf));
+}
+
+/** Those of the lanes whose point belongs to the shell or an earlier one. */
+inline unsigned members(const SearchPass& pass, const Lanes::F (&p)[3], unsigned lanes)
+{
+    const unsigned sure = certainMembers(pass, p) & lanes;
     if (sure == lanes) {
         return lanes;
     }

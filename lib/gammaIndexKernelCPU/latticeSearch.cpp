@@ -8,30 +8,6 @@
 namespace
 {
 
-ShellLattice shellLattice(int ishell)
-{
-    return {outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize};
-}
-
-/**
- * Up to which squared radius a shell holds every lattice point beyond its inner radius.
- *
- * A point within outer = trunc(rmax / step) whole steps satisfies the loop bounds of the
- * enumeration: those are integers within a rounding error of sqrt(outer^2 - ...), to which 0.5 is
- * added. The rounding of the squared perpendicular radius to float stays below 0.25 for radii up to
- * 1024 steps (1024^2 * 2^-22); beyond that nothing is promised.
- */
-std::int64_t wholeSquaredRadius(const ShellLattice& shell)
-{
-    constexpr std::int64_t largestProven = 1024;
-    if (shell.maxIndex() > largestProven) {
-        return -1;
-    }
-    const std::int64_t whole = shell.maxIndex() * shell.maxIndex();
-    const float inside = std::floor(shell.outerRadiusSquared()); // perhaps not a number
-    return inside < static_cast<float>(whole) ? static_cast<std::int64_t>(inside) : whole;
-}
-
 /**
  * How far, in steps along x, a lattice point may lie from the cell that arithmetic without rounding
  * finds for it: positions are rounded to float, four times on the way.
@@ -64,11 +40,17 @@ float outerRadius(int ishell)
     return static_cast<float>(ishell) * DTA;
 }
 
-SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bool gapless)
+ShellLattice shellLattice(int ishell)
+{
+    return {outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize};
+}
+
+SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
+                       const RadiusGaps& earlierGaps)
     : axes(&latticeAxes), shellNumber(ishell), isLast(last), shell(shellLattice(ishell)),
       reader(selectedReader()), stepsPerMmSquared(1 / (stepSize * stepSize)),
       stepsPerDTA(dta / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
-      outerSquared(shell.outerRadiusSquared()), outerWhole(std::floor(outerSquared)),
+      outerSquared(shell.outerRadiusSquared()), outerWhole(wholeRim(shell)),
       outerRim(outerWhole * (1 + 0x1p-21F)), outerRoot(std::sqrt(outerRim)),
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
@@ -79,7 +61,9 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bo
                   0.5 * static_cast<double>(evaluation.h[0])),
       cellWidth(static_cast<float>(static_cast<double>(evaluation.h[0]) * stepsPerMm)),
       cellsPerStep(1 / cellWidth), cellSlack(roundingOfPositions(latticeAxes, evaluation)),
-      wholeSquared(wholeSquaredRadius(gapless ? shell : shellLattice(1)))
+      gaps(earlierGaps), wholeSquared(wholeSquaredRadius(shell)),
+      isRagged(shell.maxIndex() <= largestProvenRadius &&
+               static_cast<float>(wholeSquared) < std::floor(outerSquared))
 {
     findFarPoint();
     for (int a = 0; a < 3; ++a) {
@@ -110,9 +94,13 @@ void SearchPass::findFarPoint()
     }
 }
 
-bool SearchPass::isGapless() const
+bool SearchPass::isCertain(std::int64_t squared) const
 {
-    return !(static_cast<double>(wholeSquared) < static_cast<double>(std::floor(outerSquared)));
+    const auto radius = static_cast<float>(squared);
+    return squared <= wholeSquared &&
+           std::none_of(gaps.begin(), gaps.end(), [&](const RadiusGap& gap) {
+               return radius > gap.after && radius <= gap.upTo;
+           });
 }
 
 bool SearchPass::isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) const
@@ -144,13 +132,8 @@ SearchScratch::SearchScratch(const SearchPass& pass)
 {
     for (int a = 0; a < 3; ++a) {
         const std::size_t longest = longestWindow(pass.axes->axis[a], pass.outerIndex);
-        lower_[a].resize(longest);
-        fraction_[a].resize(longest);
-        cellRuns_[a].resize(longest);
+        makeWindows(a, longest, pass.axes->axis[a].size());
         voxelRuns_[a].resize(longest);
-        window[a].lower = lower_[a].data();
-        window[a].fraction = fraction_[a].data();
-        window[a].runs.items = cellRuns_[a].data();
         voxelRuns[a].runs.items = voxelRuns_[a].data();
     }
     // A lattice coarser than the grid skips rows: a window may span any number of them.
@@ -159,6 +142,20 @@ SearchScratch::SearchScratch(const SearchPass& pass)
         rows_[side].resize(rowCount * cellsAtOnce);
         rows[side] = rows_[side].data();
     }
+}
+
+void SearchScratch::makeWindows(int axis, std::size_t longest, std::size_t indices)
+{
+    // The windows along y come again in every plane along z: as many as fit are kept.
+    constexpr std::size_t runsKept = 8192;
+    const std::size_t fitting = runsKept / std::max<std::size_t>(longest, 1);
+    const std::size_t kept = std::max<std::size_t>(std::min(fitting, indices), 1);
+    axisWindows_[axis].resize(kept);
+    cellRuns_[axis].resize(kept * longest);
+    for (std::size_t n = 0; n < kept; ++n) {
+        axisWindows_[axis][n].runs.items = cellRuns_[axis].data() + n * longest;
+    }
+    windows_[axis] = {axisWindows_[axis].data(), static_cast<std::int32_t>(kept)};
 }
 
 namespace

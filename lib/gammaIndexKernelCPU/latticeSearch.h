@@ -12,24 +12,28 @@
 #include <vector>
 
 #include "latticeAxes.h"
+#include "radiusGaps.h"
 #include "searchCriteria.h"
 #include "shellLattice.h"
 
 /** The radius at which shell `ishell` (the first is 1) ends, mm. */
 float outerRadius(int ishell);
+/** The points of shell `ishell`. */
+ShellLattice shellLattice(int ishell);
 
 /** What one pass over a shell of the unrotated lattice reads. */
 struct SearchPass : SearchCriteria {
     /**
-     * The pass of shell `ishell` (the first is 1), `last` if no pass follows it.
-     * `gapless` tells whether the earlier shells left out no lattice point.
+     * The pass of shell `ishell` (the first is 1), `last` if no pass follows it; `earlierGaps` are
+     * those of the shells before.
      */
-    SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, bool gapless);
+    SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
+               const RadiusGaps& earlierGaps);
 
     /** Whether this shell or an earlier one enumerates the lattice point. */
     [[nodiscard]] bool isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) const;
-    /** Whether this shell and the earlier ones leave out no lattice point within their radius. */
-    [[nodiscard]] bool isGapless() const;
+    /** Whether they do for every point of a squared radius in steps, as far as is known here. */
+    [[nodiscard]] bool isCertain(std::int64_t squared) const;
 
 private:
     void findFarPoint();
@@ -44,7 +48,7 @@ public:
     float stepsPerDTA;         ///< lattice steps per DTA
     std::int32_t outerIndex;   ///< largest lattice index of the shell
     float outerSquared;        ///< outer squared radius in steps
-    float outerWhole;          ///< the largest whole number in it
+    float outerWhole;          ///< a whole number: no point has a larger squared radius
     float outerRim;            ///< raised by the rounding of sums of squares beyond 4096 steps
     float outerRoot;           ///< its square root
     float largestDistanceTerm; ///< gamma^2: no distance term of the shell exceeds it
@@ -57,7 +61,9 @@ public:
     float cellWidth;    ///< steps, of a cell along x
     float cellsPerStep;
     float cellSlack;           ///< steps, rounding of positions along x
-    std::int64_t wholeSquared; ///< up to this squared radius no shell leaves out a point
+    RadiusGaps gaps;           ///< of the earlier shells
+    std::int64_t wholeSquared; ///< up to this squared radius no point but those in gaps is left out
+    bool isRagged; ///< beyond that, this shell leaves out some: outerIndex^2 is wholeSquared then
 };
 
 /** Lattice points on one axis whose dose is interpolated between the same voxel centres. */
@@ -88,12 +94,9 @@ template <class T> struct Room {
     [[nodiscard]] const T* end() const { return items + count; }
 };
 
-/** The interpolated lattice points on one axis around one reference index. */
+/** The interpolated lattice points on one axis around one reference index, by cells. */
 struct AxisWindow {
     std::int32_t referenceIndex = -1; ///< the index the window was made for; -1: none
-    LatticeInterval range{0, -1};
-    std::int32_t* lower = nullptr; ///< per point of the range
-    float* fraction = nullptr;     ///< per point of the range
     Room<CellRun> runs;
 };
 
@@ -113,21 +116,28 @@ class SearchScratch
 public:
     explicit SearchScratch(const SearchPass& pass);
 
-    AxisWindow window[3];
+    /** Where the window around a reference index is kept: perhaps that of another index still. */
+    AxisWindow& windowOf(int axis, int referenceIndex)
+    {
+        return windows_[axis].items[referenceIndex % windows_[axis].count];
+    }
+
     AxisVoxels voxelRuns[3];
     static constexpr int cellsAtOnce = 64; ///< along x
     float* rows[2]; ///< least and largest doses of cellsAtOnce cells in each row along y
 
 private:
-    std::vector<std::int32_t> lower_[3];
-    std::vector<float> fraction_[3];
+    void makeWindows(int axis, std::size_t longest, std::size_t indices);
+
+    Room<AxisWindow> windows_[3];
+    std::vector<AxisWindow> axisWindows_[3];
     std::vector<CellRun> cellRuns_[3];
     std::vector<VoxelRun> voxelRuns_[3];
     std::vector<float> rows_[2];
 };
 
 /** Up to this many voxels are searched at once. */
-constexpr int maxVoxels = 32;
+constexpr int maxVoxels = 64;
 
 /** Some voxels of one worker, at most maxVoxels. */
 struct VoxelGroup {

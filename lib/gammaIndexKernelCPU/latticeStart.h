@@ -49,7 +49,6 @@ struct VoxelStart {
         }
         isSearched = false;
         originConsidered = false;
-        flattening = 1;
         bestDistanceSquared = 0;
         nearestSquared = distanceSquared(&AxisSample::nearest);
         if (!isReached() || !(nearestSquared <= pass.outerSquared)) {
@@ -94,7 +93,6 @@ struct VoxelStart {
     float delta;               ///< Gy, dose criterion
     float scale;               ///< steps per Gy
     float cap;                 ///< largest gamma^2 that this pass must find exactly
-    float flattening;          ///< weight of doses against distances near the rim, 0 to 1
     float best;                ///< least gamma^2 so far
     float bestDistanceSquared; ///< mm^2, of the point that gave it in this pass
 

@@ -157,7 +157,7 @@ private:
     {
         const std::int64_t squared =
             std::int64_t{i} * i + std::int64_t{j} * j + std::int64_t{k} * k;
-        return squared <= pass_->wholeSquared || pass_->isEnumerated(i, j, k);
+        return pass_->isCertain(squared) || pass_->isEnumerated(i, j, k);
     }
 
     /** Takes one evaluation point into account, in the specified order of operations. */
@@ -202,16 +202,6 @@ private:
         return p;
     }
 
-    /** The same from the window of the axis. */
-    [[nodiscard]] AxisPoint windowPoint(int axis, std::int32_t i) const
-    {
-        const AxisWindow& window = scratch_->window[axis];
-        const std::int32_t at = i - window.range.first;
-        const int lower = window.lower[at];
-        const int upper = lower + (pass_->evaluation.n[axis] > 1 ? 1 : 0);
-        return {Zone::centre, 0, lower, upper, window.fraction[at]};
-    }
-
     void findVoxelRuns(int axis, LatticeInterval range);
     void considerVoxel(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z);
     void considerVoxelRows(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z, float dose);
@@ -242,7 +232,7 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const RowPart& par
         return;
     }
     const AxisPoint x = centrePoint(0, i);
-    const AxisPoint y = windowPoint(1, j);
+    const AxisPoint y = centrePoint(1, j);
     const float c0 = mixInPlane(pass_->evaluation.map, pass_->evaluation.n, x, y, cell.lower);
     const float c1 = mixInPlane(pass_->evaluation.map, pass_->evaluation.n, x, y, cell.upper);
     // A cell with a corner that is not finite has no point with a finite dose.
@@ -250,13 +240,11 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const RowPart& par
         return;
     }
     const bool planar = pass_->reader == Reader::bilinear;
-    const AxisWindow& zWindow = scratch_->window[2];
     const auto considerAt = [&](std::int32_t k) {
         if (!isMember(i, j, k)) {
             return false;
         }
-        const float fraction = zWindow.fraction[k - zWindow.range.first];
-        consider(planar ? c0 : mix(c0, c1, fraction), i, j, k);
+        consider(planar ? c0 : mix(c0, c1, centrePoint(2, k).fraction), i, j, k);
         return true;
     };
     const auto considerAll = [&](std::int32_t from, std::int32_t to, std::int32_t done) {

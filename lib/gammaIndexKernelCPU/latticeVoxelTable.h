@@ -36,8 +36,6 @@ struct VoxelTable {
         scale[v] = start.scale;
         threshold[v] = voxelSearch.threshold();
         root[v] = voxelSearch.root();
-        weight[v] = start.flattening;
-        rimRest[v] = weight[v] < 1 ? (1 + 0x1p-20F - weight[v] * weight[v]) * pass.outerRim : 0.0F;
         cellStart[v] = static_cast<float>(
             (pass.firstCentre - static_cast<double>(start.sample[0]->position)) * pass.stepsPerMm);
         noteBest(v);
@@ -92,7 +90,9 @@ struct VoxelTable {
     alignas(64) float origin[3][maxCount]; ///< mm, sample point
     alignas(64) float low[3][maxCount];    ///< lattice indices between voxel centres
     alignas(64) float high[3][maxCount];
-    alignas(64) float cellStart[maxCount]; ///< steps, lower end of the first cell along x
+    alignas(64) float cellStart[maxCount];  ///< steps, lower end of the first cell along x
+    alignas(64) int firstCell[maxCount];    ///< along x, of the cells that are looked at
+    alignas(64) float leastBound[maxCount]; ///< of f, in the cells that have been listed
     alignas(64) float delta[maxCount];
     alignas(64) float referenceDose[maxCount];
     alignas(64) float scale[maxCount];
@@ -100,8 +100,6 @@ struct VoxelTable {
     alignas(64) float root[maxCount];      ///< of the threshold
     alignas(64) float best[maxCount];      ///< least gamma^2 so far
     alignas(64) float bestDistanceSquared[maxCount];
-    alignas(64) float weight[maxCount];  ///< VoxelStart::flattening
-    alignas(64) float rimRest[maxCount]; ///< (1 - weight^2) outer
 };
 
 } // namespace

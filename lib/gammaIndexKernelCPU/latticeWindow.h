@@ -12,17 +12,23 @@
 namespace
 {
 
-/** Gathers the points of a window by the cells they lie in. */
-inline void findCellRuns(const SearchPass& pass, int axis, AxisWindow& window)
+/** Makes the window of an axis for the lattice points of a voxel: gathers them by cells. */
+inline void prepareWindow(const SearchPass& pass, const VoxelStart& voxel, int axis,
+                          AxisWindow& window)
 {
+    window.referenceIndex = voxel.index[axis];
     window.runs.count = 0;
+    const LatticeInterval range = voxel.candidates[axis];
+    const float origin = voxel.sample[axis]->position;
+    const float x0 = pass.evaluation.x0[axis];
+    const float h = pass.evaluation.h[axis];
     const int n = pass.evaluation.n[axis];
     const bool planar = axis == 2 && pass.reader == Reader::bilinear;
-    const float slope = n == 1 || planar ? 0.0F : pass.stepSize / pass.evaluation.h[axis];
-    for (std::int32_t i = window.range.first; i <= window.range.last; ++i) {
-        const std::int32_t at = i - window.range.first;
-        AxisPoint p{Zone::centre, 0, window.lower[at], 0, window.fraction[at]};
-        p.upper = p.lower + (n > 1 ? 1 : 0);
+    const float slope = n == 1 || planar ? 0.0F : pass.stepSize / h;
+    for (std::int32_t i = range.first; i <= range.last; ++i) {
+        AxisPoint p{};
+        const float position = origin + static_cast<float>(i) * pass.stepSize;
+        setNeighbours(p, (position - x0) / h, n);
         if (planar) {
             p.lower = p.upper = nearestPlane(p);
             p.fraction = 0;
@@ -41,31 +47,6 @@ inline void findCellRuns(const SearchPass& pass, int axis, AxisWindow& window)
                                            slope * __builtin_fabsf(static_cast<float>(i)));
         run.deviation = larger(run.deviation, deviation + rounding);
     }
-}
-
-/** Makes the window of an axis for the lattice points of a voxel. */
-inline void prepareWindow(const SearchPass& pass, const VoxelStart& voxel, int axis,
-                          AxisWindow& window)
-{
-    const LatticeInterval range = voxel.candidates[axis];
-    window.range = range;
-    window.referenceIndex = voxel.index[axis];
-    const float origin = voxel.sample[axis]->position;
-    const float x0 = pass.evaluation.x0[axis];
-    const float h = pass.evaluation.h[axis];
-    const int n = pass.evaluation.n[axis];
-    const float step = pass.stepSize;
-    const std::int32_t count = range.last - range.first + 1;
-    std::int32_t* const lower = window.lower;
-    float* const fraction = window.fraction;
-    for (std::int32_t i = 0; i < count; ++i) {
-        AxisPoint p{};
-        const float position = origin + static_cast<float>(range.first + i) * step;
-        setNeighbours(p, (position - x0) / h, n);
-        lower[i] = p.lower;
-        fraction[i] = p.fraction;
-    }
-    findCellRuns(pass, axis, window);
 }
 
 } // namespace

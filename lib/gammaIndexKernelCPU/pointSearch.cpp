@@ -65,7 +65,7 @@ std::vector<Group> findGroups(const std::vector<GroupedPoint>& points)
 } // namespace
 
 RotatedPoints::RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAxes& latticeAxes)
-    : axes(&latticeAxes), wholeSquared(SearchPass(latticeAxes, 1, true, true).wholeSquared)
+    : axes(&latticeAxes), wholeSquared(wholeSquaredRadius(shellLattice(1)))
 {
     std::copy(&Rot[0][0], &Rot[0][0] + 9, &rotation[0][0]);
     const std::vector<GroupedPoint> grouped = groupPoints(points);
