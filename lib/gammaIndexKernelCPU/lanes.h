@@ -386,14 +386,6 @@ inline int leastLane(const float* values, unsigned open)
     return least;
 }
 
-/** The least of some lanes. */
-inline float leastOf(Lanes::F a, unsigned lanes)
-{
-    alignas(64) float values[16];
-    Lanes::store(values, a);
-    return values[leastLane(values, lanes)];
-}
-
 /** The largest lane; none of them may be not a number. */
 inline float largestLane(Lanes::F a)
 {

@@ -17,12 +17,15 @@ class BoxSearch
 {
 public:
     BoxSearch(const SearchPass& pass, VoxelTable& voxels)
-        : pass_(pass), voxels_(voxels), columns_(pass, voxels)
+        : pass_(pass), voxels_(voxels), columns_(pass, voxels), slope_{pass.cellsPerStep}
     {
     }
 
-    /** Takes up cells along y and z for the calls of add() that follow: at most runsAtOnce each. */
-    void takeUp(Room<CellRun> alongY, Room<CellRun> alongZ);
+    /**
+     * Takes up cells along y and z, at most runsAtOnce each, for the calls of add() that follow.
+     * Cells along z at place 0 on; returns the place of those along y.
+     */
+    [[nodiscard]] int takeUp(Room<CellRun> alongY, Room<CellRun> alongZ);
 
     /**
      * Lists one cell for each of some voxels: at place x of the voxel's chunk, and at places y and
@@ -62,6 +65,7 @@ private:
         F error;
     };
 
+    void addRun(int a, const CellRun& run, int voxel);
     void searchBelow(const float* level);
     void searchCells(int* listed, int count);
     void begin(CellBatch& batch, Lanes::I listed, int count) const;
@@ -82,13 +86,14 @@ private:
     ColumnSearch columns_;
 
     // The cells along y and z taken up.
-    Room<CellRun> runs_[2];
+    int runCount_[2] = {};
+    Room<CellRun> runsAlongZ_;
     alignas(64) float runFirst_[2][runsAtOnce];
     alignas(64) float runLast_[2][runsAtOnce];
     alignas(64) float runOffset_[2][runsAtOnce];
     alignas(64) float runDeviation_[2][runsAtOnce];
     alignas(64) int runVoxel_[2][runsAtOnce]; ///< the lower corner of the run's first cell
-    float slope_[3] = {};
+    float slope_[3];
     int upwards_ = 0; ///< voxels from the lower to the upper corners of a cell
 
     int count_ = 0;
@@ -98,26 +103,39 @@ private:
     CellBatch batches_[maxBatches];
 };
 
-void BoxSearch::takeUp(Room<CellRun> alongY, Room<CellRun> alongZ)
+int BoxSearch::takeUp(Room<CellRun> alongY, Room<CellRun> alongZ)
 {
-    searchListed();
-    runs_[0] = alongY;
-    runs_[1] = alongZ;
-    slope_[0] = pass_.cellsPerStep;
-    const int* const n = pass_.evaluation.n;
-    for (int a = 0; a < 2; ++a) {
-        for (int r = 0; r < runs_[a].count; ++r) {
-            const CellRun& run = runs_[a].items[r];
-            runFirst_[a][r] = static_cast<float>(run.first);
-            runLast_[a][r] = static_cast<float>(run.last);
-            runOffset_[a][r] = run.offset - 0.5F;
-            runDeviation_[a][r] = run.deviation;
-            runVoxel_[a][r] =
-                a == 0 ? voxelIndex(n, 0, run.lower, 0) : voxelIndex(n, 0, 0, run.lower);
-            slope_[1 + a] = run.slope;
+    const bool areSame = runsAlongZ_.items == alongZ.items && runsAlongZ_.count == alongZ.count;
+    if (!areSame || runCount_[0] + alongY.count > runsAtOnce) {
+        searchListed();
+        runCount_[0] = 0;
+    }
+    if (!areSame) {
+        runsAlongZ_ = alongZ;
+        runCount_[1] = 0;
+        const CellRun& first = alongZ.items[0];
+        upwards_ = voxelIndex(pass_.evaluation.n, 0, 0, first.upper - first.lower);
+        for (const CellRun& run : alongZ) {
+            addRun(1, run, voxelIndex(pass_.evaluation.n, 0, 0, run.lower));
         }
     }
-    upwards_ = voxelIndex(n, 0, 0, alongZ.items[0].upper - alongZ.items[0].lower);
+    const int place = runCount_[0];
+    for (const CellRun& run : alongY) {
+        addRun(0, run, voxelIndex(pass_.evaluation.n, 0, run.lower, 0));
+    }
+    return place;
+}
+
+/** Takes up a cell along y (a = 0) or z (1), whose lower corner is the voxel in its row. */
+void BoxSearch::addRun(int a, const CellRun& run, int voxel)
+{
+    const int r = runCount_[a]++;
+    runFirst_[a][r] = static_cast<float>(run.first);
+    runLast_[a][r] = static_cast<float>(run.last);
+    runOffset_[a][r] = run.offset - 0.5F;
+    runDeviation_[a][r] = run.deviation;
+    runVoxel_[a][r] = voxel;
+    slope_[1 + a] = run.slope;
 }
 
 inline int BoxSearch::add(int count, unsigned voxels, Lanes::F bounds, int x, int y, int z)
@@ -138,6 +156,8 @@ void BoxSearch::finish()
 {
     searchListed();
     columns_.finish();
+    runCount_[0] = 0;
+    runsAlongZ_ = {};
 }
 
 /**
@@ -260,7 +280,7 @@ void BoxSearch::begin(CellBatch& batch, Lanes::I listed, int count) const
     Lanes::store(batch.middle, Lanes::all(-1) - Lanes::asFloats(cells));
     Lanes::storeIndices(batch.voxel, voxels);
     Lanes::storeIndices(batch.alongZ, z);
-    batch.runsAlongZ = runs_[1].items;
+    batch.runsAlongZ = runsAlongZ_.items;
     batch.open = Lanes::everyLane >> (Lanes::width - count);
 }
 

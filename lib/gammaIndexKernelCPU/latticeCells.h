@@ -15,7 +15,7 @@ namespace
 
 /**
  * Searches the lattice points between voxel centres around a vector of voxels that share their
- * indices along y and z.
+ * index along z.
  *
  * The work goes through stages: cells that the range of their doses leaves; what the plane through
  * the doses of a cell leaves of it; columns that a least value leaves; points. Each stage writes a
@@ -29,7 +29,7 @@ public:
     {
     }
 
-    /** Adds a voxel, and searches those before it if they are enough or in another row. */
+    /** Adds a voxel, and searches those before it if they are enough or in another plane. */
     void add(VoxelSearch& search);
 
     /** Searches the voxels that were added since the last time. */
@@ -39,15 +39,15 @@ private:
     using F = Lanes::F;
     static constexpr int maxCount = VoxelTable::maxCount;
 
-    static bool isSameRow(const VoxelStart& a, const VoxelStart& b)
+    /** Whether a voxel has the same index along an axis as the last one that was added. */
+    [[nodiscard]] bool isBesideLast(const VoxelStart& start, int axis) const
     {
-        return a.index[1] == b.index[1] && a.index[2] == b.index[2];
+        return start.index[axis] == voxels_.search[voxels_.count - 1]->start().index[axis];
     }
 
-    static float nearestSquared(LatticeInterval points) { return squareOf(nearestToZero(points)); }
     static float nearestSquared(const CellRun& cell)
     {
-        return nearestSquared(LatticeInterval{cell.first, cell.last});
+        return squareOf(nearestToZero({cell.first, cell.last}));
     }
 
     /** As many of the cells as can be taken up at once, from a place on. */
@@ -56,18 +56,12 @@ private:
         return {cells.items + from, smaller(cells.count - from, BoxSearch::runsAtOnce)};
     }
 
-    /** Whether some of the cells come near enough. */
-    [[nodiscard]] bool isNear(Room<CellRun> cells) const
-    {
-        const float nearest =
-            nearestSquared(LatticeInterval{cells.begin()->first, (cells.end() - 1)->last});
-        return !(nearest > largestThreshold_);
-    }
-
-    void searchChunk(std::int32_t firstCell, std::int32_t lastCell);
+    [[nodiscard]] Room<CellRun> nearOnes(Room<CellRun> cells) const;
+    void listRow();
+    void listChunk(std::int32_t firstCell, std::int32_t lastCell);
     void placeChunk(std::int32_t firstCell, std::int32_t lastCell);
-    void searchPlanes(Room<CellRun> yCells, Room<CellRun> zCells, std::int32_t firstCell,
-                      std::int32_t cells);
+    void listPlanes(Room<CellRun> yCells, Room<CellRun> zCells, int yPlace, std::int32_t firstCell,
+                    std::int32_t cells);
     void findRowRanges(const CellRun& zCell, std::int32_t firstCell, std::int32_t cells,
                        std::int32_t firstRow, std::int32_t lastRow);
     void findCellRanges(std::int32_t lowerRow, std::int32_t upperRow, std::int32_t cells);
@@ -87,7 +81,9 @@ private:
     SearchScratch& scratch_;
     VoxelTable voxels_;
     BoxSearch boxes_;
-    const AxisWindow* window_[2] = {}; ///< of the voxels, along y and z
+    // The row of voxels whose cells are listed.
+    int rowFirst_ = 0;                 ///< its first voxel
+    const AxisWindow* window_[2] = {}; ///< along y and z
     float largestThreshold_ = 0;
 
     std::int32_t firstCell_[maxCount];
@@ -95,10 +91,9 @@ private:
     // The cells of each voxel in the chunk, beginning with its first one there.
     alignas(64) int chunkPlace_[maxCount]; ///< of the first one in the rows, from placesFrom_ on
     std::int32_t placesFrom_ = 0;
-    std::int32_t lastPlace_ = 0;    ///< the largest of them
-    std::int32_t longest_ = 0;      ///< most cells of a voxel
-    unsigned inChunk_[maxCells];    ///< voxels that have so many cells and one more
-    float leastXSquared_[maxCells]; ///< least i^2 in those cells
+    std::int32_t lastPlace_ = 0; ///< the largest of them
+    std::int32_t longest_ = 0;   ///< most cells of a voxel
+    unsigned inChunk_[maxCells]; ///< voxels that have so many cells and one more
     alignas(64) float xSquared_[maxCells][maxCount]; ///< least i^2 in each cell
 
     alignas(64) float least_[maxCells + 4 * Lanes::width]; ///< Gy, doses in the cells of a row
@@ -108,8 +103,10 @@ private:
 void CellSearch::add(VoxelSearch& search)
 {
     const VoxelStart& start = search.start();
-    if (voxels_.count == maxCount ||
-        (voxels_.count > 0 && !isSameRow(start, voxels_.search[0]->start()))) {
+    if (voxels_.count > 0 && !isBesideLast(start, 1)) {
+        listRow();
+    }
+    if (voxels_.count == maxCount || (voxels_.count > 0 && !isBesideLast(start, 2))) {
         searchAll();
     }
     LatticeInterval range[3];
@@ -127,10 +124,19 @@ void CellSearch::add(VoxelSearch& search)
 
 void CellSearch::searchAll()
 {
-    if (voxels_.count == 0) {
+    listRow();
+    boxes_.finish();
+    voxels_.count = 0;
+    rowFirst_ = 0;
+}
+
+/** Lists the open cells of the voxels that have been added since the last row. */
+void CellSearch::listRow()
+{
+    if (rowFirst_ == voxels_.count) {
         return;
     }
-    const VoxelStart& start = voxels_.search[0]->start();
+    const VoxelStart& start = voxels_.search[rowFirst_]->start();
     for (int a = 1; a < 3; ++a) {
         AxisWindow& window = scratch_.windowOf(a, start.index[a]);
         if (window.referenceIndex != start.index[a]) {
@@ -138,39 +144,52 @@ void CellSearch::searchAll()
         }
         window_[a - 1] = &window;
     }
-    std::int32_t firstCell = firstCell_[0];
-    std::int32_t lastCell = lastCell_[0];
-    largestThreshold_ = voxels_.threshold[0];
-    for (int v = 1; v < voxels_.count; ++v) {
+    std::int32_t firstCell = firstCell_[rowFirst_];
+    std::int32_t lastCell = lastCell_[rowFirst_];
+    largestThreshold_ = voxels_.threshold[rowFirst_];
+    for (int v = rowFirst_ + 1; v < voxels_.count; ++v) {
         firstCell = smaller(firstCell, firstCell_[v]);
         lastCell = larger(lastCell, lastCell_[v]);
         largestThreshold_ = larger(largestThreshold_, voxels_.threshold[v]);
     }
     for (std::int32_t cell = firstCell; cell <= lastCell; cell += maxCells) {
-        searchChunk(cell, smaller(cell + maxCells - 1, lastCell));
+        if (cell > firstCell) {
+            boxes_.searchListed();
+        }
+        listChunk(cell, smaller(cell + maxCells - 1, lastCell));
     }
-    boxes_.finish();
-    voxels_.count = 0;
+    rowFirst_ = voxels_.count;
 }
 
-/** Searches the cells from firstCell to lastCell along x. */
-void CellSearch::searchChunk(std::int32_t firstCell, std::int32_t lastCell)
+/** Lists the open cells among those from firstCell to lastCell along x. */
+void CellSearch::listChunk(std::int32_t firstCell, std::int32_t lastCell)
 {
     placeChunk(firstCell, lastCell);
-    Lanes::store(voxels_.leastBound, Lanes::all(__builtin_inff()));
     const Room<CellRun> alongY = window_[0]->runs;
     const Room<CellRun> alongZ = window_[1]->runs;
     for (std::int32_t z = 0; z < alongZ.count; z += BoxSearch::runsAtOnce) {
         const Room<CellRun> zCells = part(alongZ, z);
         for (std::int32_t y = 0; y < alongY.count; y += BoxSearch::runsAtOnce) {
-            const Room<CellRun> yCells = part(alongY, y);
-            if (isNear(yCells) && isNear(zCells)) {
-                boxes_.takeUp(yCells, zCells);
-                searchPlanes(yCells, zCells, firstCell, lastCell - firstCell + 1);
+            const Room<CellRun> yCells = nearOnes(part(alongY, y));
+            if (yCells.count > 0 && nearOnes(zCells).count > 0) {
+                const int place = boxes_.takeUp(yCells, zCells);
+                listPlanes(yCells, zCells, place, firstCell, lastCell - firstCell + 1);
             }
         }
     }
-    boxes_.searchListed();
+}
+
+/** Those of the cells that come near enough. */
+Room<CellRun> CellSearch::nearOnes(Room<CellRun> cells) const
+{
+    while (cells.count > 0 && nearestSquared(*cells.begin()) > largestThreshold_) {
+        ++cells.items;
+        --cells.count;
+    }
+    while (cells.count > 0 && nearestSquared(*(cells.end() - 1)) > largestThreshold_) {
+        --cells.count;
+    }
+    return cells;
 }
 
 /** Finds the cells of each voxel in a chunk, and how near they come. */
@@ -182,13 +201,14 @@ void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
     std::int32_t lastPlace = 0;
     longest_ = 0;
     for (int v = 0; v < maxCount; ++v) {
-        const bool holds =
-            v < voxels_.count && firstCell_[v] <= lastCell && lastCell_[v] >= firstCell;
-        voxels_.firstCell[v] = holds ? larger(firstCell_[v], firstCell) : firstCell;
-        counts[v] = holds ? smaller(lastCell_[v], lastCell) - voxels_.firstCell[v] + 1 : 0;
-        chunkPlace_[v] = voxels_.firstCell[v] - firstCell;
-        longest_ = larger(longest_, counts[v]);
-        if (holds) {
+        counts[v] = 0;
+    }
+    for (int v = rowFirst_; v < voxels_.count; ++v) {
+        if (firstCell_[v] <= lastCell && lastCell_[v] >= firstCell) {
+            voxels_.firstCell[v] = larger(firstCell_[v], firstCell);
+            counts[v] = smaller(lastCell_[v], lastCell) - voxels_.firstCell[v] + 1;
+            chunkPlace_[v] = voxels_.firstCell[v] - firstCell;
+            longest_ = larger(longest_, counts[v]);
             placesFrom_ = smaller(placesFrom_, chunkPlace_[v]);
             lastPlace = larger(lastPlace, chunkPlace_[v]);
         }
@@ -207,13 +227,12 @@ void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
         const F nearest = Lanes::max(Lanes::max(start, zero - stop), zero);
         Lanes::store(xSquared_[c], nearest * nearest);
         inChunk_[c] = Lanes::notGreater(cell + Lanes::all(1), count);
-        leastXSquared_[c] = leastOf(nearest * nearest, inChunk_[c]);
     }
 }
 
-/** Lists the open cells in the planes and rows taken up. */
-void CellSearch::searchPlanes(Room<CellRun> yCells, Room<CellRun> zCells, std::int32_t firstCell,
-                              std::int32_t cells)
+/** Lists the open cells in the planes and rows taken up: the first row is at place yPlace there. */
+void CellSearch::listPlanes(Room<CellRun> yCells, Room<CellRun> zCells, int yPlace,
+                            std::int32_t firstCell, std::int32_t cells)
 {
     for (int z = 0; z < zCells.count; ++z) {
         const float zSquared = nearestSquared(zCells.items[z]);
@@ -234,7 +253,7 @@ void CellSearch::searchPlanes(Room<CellRun> yCells, Room<CellRun> zCells, std::i
         for (int y = first; y <= last; ++y) {
             const CellRun& yCell = yCells.items[y];
             findCellRanges(yCell.lower - firstRow, yCell.upper - firstRow, cells);
-            listOpenCells(y, z, zSquared + nearestSquared(yCell));
+            listOpenCells(yPlace + y, z, zSquared + nearestSquared(yCell));
         }
     }
 }
@@ -287,7 +306,6 @@ void CellSearch::listOpenCells(int y, int z, float nearestSquared)
     const F zero = Lanes::all(0);
     const F squared = Lanes::all(nearestSquared);
     const F threshold = Lanes::load(voxels_.threshold);
-    const unsigned near = Lanes::notGreater(squared, threshold);
     const F room = Lanes::min(Lanes::all(pass_.outerRim), threshold);
     const F dose = Lanes::load(voxels_.referenceDose);
     const F rounding = absolute(dose) * Lanes::all(0x1p-20F);
@@ -298,20 +316,14 @@ void CellSearch::listOpenCells(int y, int z, float nearestSquared)
                : lastPlace_ < 4 * Lanes::width ? spreadFromFour(row, place)
                                                : Lanes::gather(row, place);
     };
-    const float farthest = smaller(pass_.outerRim, largestThreshold_);
-    std::int32_t begin = 0;
-    std::int32_t end = longest_;
-    while (begin < end && leastXSquared_[begin] + nearestSquared > farthest) {
-        ++begin;
-    }
-    while (begin < end && leastXSquared_[end - 1] + nearestSquared > farthest) {
-        --end;
-    }
     int count = boxes_.count();
     F leastBound = Lanes::load(voxels_.leastBound);
-    for (std::int32_t c = begin; c < end; ++c) {
+    for (std::int32_t c = 0; c < longest_; ++c) {
         const F r2 = Lanes::load(xSquared_[c]) + squared;
-        const unsigned lanes = near & inChunk_[c] & Lanes::notGreater(r2, room);
+        const unsigned lanes = inChunk_[c] & Lanes::notGreater(r2, room);
+        if (lanes == 0) {
+            continue;
+        }
         const F least = doses(least_ + placesFrom_ + c);
         const F most = doses(most_ + placesFrom_ + c);
         const F away = Lanes::max(least - dose, dose - most) - rounding;

@@ -38,6 +38,8 @@ struct VoxelTable {
         root[v] = voxelSearch.root();
         cellStart[v] = static_cast<float>(
             (pass.firstCentre - static_cast<double>(start.sample[0]->position)) * pass.stepsPerMm);
+        firstCell[v] = 0;
+        leastBound[v] = __builtin_inff();
         noteBest(v);
         return v;
     }
