@@ -134,17 +134,14 @@ struct LinearDose {
     float perVoxel[3]; ///< Gy per voxel
 };
 
-/** The dose of doseAtPoint at a point of the zone centre on all axes, with its gradient. */
+/** The trilinear dose at a point of the zone centre on all axes, with its gradient. */
 static inline LinearDose linearDose(const float* map, const int* n, const AxisPoint& x,
-                                    const AxisPoint& y, const AxisPoint& z, Reader reader)
+                                    const AxisPoint& y, const AxisPoint& z)
 {
-    const bool planar = reader == Reader::bilinear;
-    const int zLower = planar ? nearestPlane(z) : z.lower;
-    const int zUpper = planar ? zLower : z.upper;
-    const float* const r00 = map + voxelIndex(n, 0, y.lower, zLower);
-    const float* const r10 = map + voxelIndex(n, 0, y.upper, zLower);
-    const float* const r01 = map + voxelIndex(n, 0, y.lower, zUpper);
-    const float* const r11 = map + voxelIndex(n, 0, y.upper, zUpper);
+    const float* const r00 = map + voxelIndex(n, 0, y.lower, z.lower);
+    const float* const r10 = map + voxelIndex(n, 0, y.upper, z.lower);
+    const float* const r01 = map + voxelIndex(n, 0, y.lower, z.upper);
+    const float* const r11 = map + voxelIndex(n, 0, y.upper, z.upper);
     const float c00 = mix(r00[x.lower], r00[x.upper], x.fraction);
     const float c10 = mix(r10[x.lower], r10[x.upper], x.fraction);
     const float c01 = mix(r01[x.lower], r01[x.upper], x.fraction);
@@ -153,7 +150,7 @@ static inline LinearDose linearDose(const float* map, const int* n, const AxisPo
     const float c1 = mix(c01, c11, y.fraction);
     const float d0 = mix(r00[x.upper] - r00[x.lower], r10[x.upper] - r10[x.lower], y.fraction);
     const float d1 = mix(r01[x.upper] - r01[x.lower], r11[x.upper] - r11[x.lower], y.fraction);
-    return {planar ? c0 : mix(c0, c1, z.fraction),
+    return {mix(c0, c1, z.fraction),
             {mix(d0, d1, z.fraction), mix(c10 - c00, c11 - c01, z.fraction), c1 - c0}};
 }
 

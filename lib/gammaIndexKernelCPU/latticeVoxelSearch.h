@@ -277,7 +277,7 @@ void VoxelSearch::considerRow(std::int32_t i, std::int32_t j, const RowPart& par
     const double allowed = static_cast<double>(threshold_) +
                            static_cast<double>(margin) *
                                (2 * static_cast<double>(root_) + static_cast<double>(margin));
-    if (!(lowest - lowest == 0 && curvature - curvature == 0 && allowed - allowed == 0)) {
+    if (!(lowest - lowest == 0 && allowed - allowed == 0)) {
         considerAll(range.first, range.last, range.last + 1);
         return;
     }

@@ -168,8 +168,8 @@ void RotatedSearch::tryCandidate()
         axis[a] = locate(origin_[a], points_.evaluation.x0[a], points_.evaluation.h[a],
                          points_.evaluation.n[a], Reader::trilinear);
     }
-    const LinearDose linear = linearDose(points_.evaluation.map, points_.evaluation.n, axis[0],
-                                         axis[1], axis[2], Reader::trilinear);
+    const LinearDose linear =
+        linearDose(points_.evaluation.map, points_.evaluation.n, axis[0], axis[1], axis[2]);
     sampleDose_ = linear.dose;
     float g[3];
     float steepness = 0;
