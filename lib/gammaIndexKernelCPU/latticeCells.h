@@ -196,13 +196,10 @@ Room<CellRun> CellSearch::nearOnes(Room<CellRun> cells) const
 void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
 {
     const F zero = Lanes::all(0);
-    alignas(64) int counts[maxCount];
+    alignas(64) int counts[maxCount] = {};
     placesFrom_ = lastCell - firstCell;
     std::int32_t lastPlace = 0;
     longest_ = 0;
-    for (int v = 0; v < maxCount; ++v) {
-        counts[v] = 0;
-    }
     for (int v = rowFirst_; v < voxels_.count; ++v) {
         if (firstCell_[v] <= lastCell && lastCell_[v] >= firstCell) {
             voxels_.firstCell[v] = larger(firstCell_[v], firstCell);
