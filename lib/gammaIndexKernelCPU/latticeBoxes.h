@@ -105,7 +105,7 @@ private:
 
 int BoxSearch::takeUp(Room<CellRun> alongY, Room<CellRun> alongZ)
 {
-    const bool areSame = runsAlongZ_.items == alongZ.items && runsAlongZ_.count == alongZ.count;
+    const bool areSame = runsAlongZ_.items == alongZ.items;
     if (!areSame || runCount_[0] + alongY.count > runsAtOnce) {
         searchListed();
         runCount_[0] = 0;

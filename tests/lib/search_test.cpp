@@ -288,6 +288,21 @@ TEST_F(Search, SquaresThatUnderflowGiveTheBitsOfTheDefinition)
     EXPECT_FLOAT_EQ(results.gamma[1], 0.637377441F);
 }
 
+TEST_F(Search, SquaresThatLoseDigitsGiveTheBitsOfTheDefinition)
+{
+    // Squares of dose differences around 1e-43: whole multiples of the smallest number.
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> dose(0.5e-20F, 1e-20F);
+    const auto noise = [&](int, int, int) { return dose(random); };
+    setCriteria(3, 3, 10);
+    zarnGI_setGammaSearchMax(2);
+    for (int run = 0; run < 5; ++run) {
+        setRef(makeGrid({8, 5, 4}, {2, 2, 2}, {0, 0, 0}, noise));
+        setEval(makeGrid({8, 5, 4}, {2, 2, 2}, {0.7F, 0.3F, 0.1F}, noise));
+        expectDefinition(2);
+    }
+}
+
 TEST_F(Search, LocalCriterionThatVanishesNeverPasses)
 {
     // 3 % of the smallest positive dose is 0: every dose term is infinite or not a number.

@@ -97,6 +97,28 @@ TEST_F(Setup, LargestDoseIsThatOfMaxElement)
     }
 }
 
+TEST_F(Setup, ThreadsShareLargeMaps)
+{
+    constexpr std::size_t length = 3 * 262144 + 5;
+    constexpr std::size_t half = 97 * 4096; // where the second of two shares begins
+    constexpr std::size_t third = 65 * 4096;
+    setCriteria(3, 3, 10);
+    for (const int threads : {2, 3}) {
+        zarnGI_setNumThreads(threads);
+        for (const std::size_t place :
+             {std::size_t{0}, third - 1, third, half - 1, half, length - 1}) {
+            std::vector<float> doses(length, 1.0F);
+            doses[place] = 100;
+            prepare(doses, {100, 100});
+            std::fill(Env->gamma, Env->gamma + length, 5.0F);
+            const Results results = compute();
+            EXPECT_EQ(testedVoxels(), (std::vector{static_cast<int>(place)})) << threads;
+            const auto untested = std::count(results.gamma.begin(), results.gamma.end(), -1.0F);
+            EXPECT_EQ(static_cast<std::size_t>(untested), length - 1) << threads;
+        }
+    }
+}
+
 TEST_F(Setup, WithNothingAboveTheCutOffResultsStayAsTheyWere)
 {
     setCriteria(3, 3, 100);
