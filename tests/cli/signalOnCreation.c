@@ -1,5 +1,4 @@
 /* Preloaded into the program: the user interrupts it as soon as it has created an output file. */
-#define _GNU_SOURCE
 #include <dlfcn.h>
 #include <signal.h>
 #include <stdlib.h>
