@@ -111,6 +111,9 @@ private:
             if (element.tag == itemEndTag && extent == Extent::open) {
                 return;
             }
+            if (element.tag == itemTag) {
+                throw InputError("is damaged: an item of DICOM lies outside a sequence");
+            }
             skipValue(element, syntax, depth);
         }
     }

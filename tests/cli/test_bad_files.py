@@ -279,6 +279,16 @@ class BadFiles(ProgramTest):
         path.write_bytes(contents[:mark] + b"\0\0\0\x40" + contents[mark + 4 :])
         self.check(path, "damaged")
 
+    def test_dicom_item_outside_a_sequence(self):
+        """GDCM then takes the file for one of mixed syntaxes and asks for as much memory."""
+        contents = doses.write_dicom(self.folder / "bad.dcm", self.dose).read_bytes()
+        element = contents.index(b"\xe0\x7f\x10\x00")
+        path = self.folder / "bad.dcm"
+        for length in (0, 8):
+            item = b"\xfe\xff\x00\xe0" + bytes([length, 0, 0, 0]) + length * b"f"
+            path.write_bytes(contents[:element] + item + contents[element:])
+            self.check(path, "outside a sequence")
+
     def test_dicom_sequences(self):
         """Whatever is nested must end within what holds it."""
         for is_open in (False, True):
