@@ -430,13 +430,14 @@ void BoxSearch::shrink(CellBatch& batch) const
     const F outer = Lanes::all(pass_.outerRim);
     const F steepness = squared[0] + squared[1] + squared[2];
     const F beyond = Lanes::max((threshold - outer) * steepness, Lanes::all(1e-30F));
-    const F weight =
-        Lanes::min(Lanes::all(pass_.outerRoot) * Lanes::roughInverseRoot(beyond), one); // squared
+    const F weightSquared =
+        Lanes::min(Lanes::all(pass_.outerRoot) * Lanes::roughInverseRoot(beyond), one);
     const F allowed = Lanes::mulAdd(e, root + root + e, threshold);
-    const F raised = Lanes::mulAdd(allowed, weight, (Lanes::all(1 + 0x1p-20F) - weight) * outer) *
-                     Lanes::all(planeMargin);
-    const F perSteepness = inverse(Lanes::mulAdd(steepness, weight, one));
-    const F towards = plane.atOrigin * weight * perSteepness;
+    const F raised =
+        Lanes::mulAdd(allowed, weightSquared, (Lanes::all(1 + 0x1p-20F) - weightSquared) * outer) *
+        Lanes::all(planeMargin);
+    const F perSteepness = inverse(Lanes::mulAdd(steepness, weightSquared, one));
+    const F towards = plane.atOrigin * weightSquared * perSteepness;
     const F excess = Lanes::mulSub(plane.atOrigin, towards, raised);
     const F perExcess = Lanes::max(excess, zero) * perSteepness;
     // The centre and the width of the paraboloid's part are off by some roundings of their sizes.
@@ -444,7 +445,8 @@ void BoxSearch::shrink(CellBatch& batch) const
                                   Lanes::all(0.01F + 0x1p-18F * pass_.outerRoot));
     batch.open &= Lanes::notGreater(zero, excess);
     for (int a = 0; a < 3; ++a) {
-        const F across = Lanes::mulAdd(squared[(a + 1) % 3] + squared[(a + 2) % 3], weight, one);
+        const F across =
+            Lanes::mulAdd(squared[(a + 1) % 3] + squared[(a + 2) % 3], weightSquared, one);
         const F width = rootFromAbove(perExcess * across) + slack;
         const F centre = zero - towards * plane.perStep[a];
         // max and min give their second operand if the first one is not a number.

@@ -56,7 +56,7 @@ private:
         return {cells.items + from, smaller(cells.count - from, BoxSearch::runsAtOnce)};
     }
 
-    [[nodiscard]] Room<CellRun> nearOnes(Room<CellRun> cells) const;
+    [[nodiscard]] Room<CellRun> nearOnes(Room<CellRun> cells, float squared) const;
     void listRow();
     void listChunk(std::int32_t firstCell, std::int32_t lastCell);
     void placeChunk(std::int32_t firstCell, std::int32_t lastCell);
@@ -170,8 +170,8 @@ void CellSearch::listChunk(std::int32_t firstCell, std::int32_t lastCell)
     for (std::int32_t z = 0; z < alongZ.count; z += BoxSearch::runsAtOnce) {
         const Room<CellRun> zCells = part(alongZ, z);
         for (std::int32_t y = 0; y < alongY.count; y += BoxSearch::runsAtOnce) {
-            const Room<CellRun> yCells = nearOnes(part(alongY, y));
-            if (yCells.count > 0 && nearOnes(zCells).count > 0) {
+            const Room<CellRun> yCells = nearOnes(part(alongY, y), 0);
+            if (yCells.count > 0 && nearOnes(zCells, 0).count > 0) {
                 const int place = boxes_.takeUp(yCells, zCells);
                 listPlanes(yCells, zCells, place, firstCell, lastCell - firstCell + 1);
             }
@@ -179,14 +179,14 @@ void CellSearch::listChunk(std::int32_t firstCell, std::int32_t lastCell)
     }
 }
 
-/** Those of the cells that come near enough. */
-Room<CellRun> CellSearch::nearOnes(Room<CellRun> cells) const
+/** Those of the cells that come near enough, at a squared distance on the other axes. */
+Room<CellRun> CellSearch::nearOnes(Room<CellRun> cells, float squared) const
 {
-    while (cells.count > 0 && nearestSquared(*cells.begin()) > largestThreshold_) {
+    while (cells.count > 0 && squared + nearestSquared(*cells.begin()) > largestThreshold_) {
         ++cells.items;
         --cells.count;
     }
-    while (cells.count > 0 && nearestSquared(*(cells.end() - 1)) > largestThreshold_) {
+    while (cells.count > 0 && squared + nearestSquared(*(cells.end() - 1)) > largestThreshold_) {
         --cells.count;
     }
     return cells;
@@ -233,24 +233,16 @@ void CellSearch::listPlanes(Room<CellRun> yCells, Room<CellRun> zCells, int yPla
 {
     for (int z = 0; z < zCells.count; ++z) {
         const float zSquared = nearestSquared(zCells.items[z]);
-        int first = 0;
-        int last = yCells.count - 1;
-        while (first <= last &&
-               zSquared + nearestSquared(yCells.items[first]) > largestThreshold_) {
-            ++first;
-        }
-        while (first <= last && zSquared + nearestSquared(yCells.items[last]) > largestThreshold_) {
-            --last;
-        }
-        if (first > last) {
+        const Room<CellRun> near = nearOnes(yCells, zSquared);
+        if (near.count == 0) {
             continue;
         }
-        const std::int32_t firstRow = yCells.items[first].lower;
-        findRowRanges(zCells.items[z], firstCell, cells, firstRow, yCells.items[last].upper);
-        for (int y = first; y <= last; ++y) {
-            const CellRun& yCell = yCells.items[y];
+        const std::int32_t firstRow = near.begin()->lower;
+        findRowRanges(zCells.items[z], firstCell, cells, firstRow, (near.end() - 1)->upper);
+        for (const CellRun& yCell : near) {
             findCellRanges(yCell.lower - firstRow, yCell.upper - firstRow, cells);
-            listOpenCells(yPlace + y, z, zSquared + nearestSquared(yCell));
+            const int y = yPlace + static_cast<int>(&yCell - yCells.begin());
+            listOpenCells(y, z, zSquared + nearestSquared(yCell));
         }
     }
 }
