@@ -65,6 +65,16 @@ private:
         F error;
     };
 
+    /** What points must not exceed to matter. */
+    struct Limits {
+        F threshold;
+        F root;           ///< of the threshold
+        F squaredRise[3]; ///< of the plane, per step
+        F steepness;      ///< their sum
+        F weightSquared;  ///< of the plane against the distance, 0 to 1
+        F slack;          ///< steps: centres and widths are off by some roundings of their sizes
+    };
+
     void addRun(int a, const CellRun& run, int voxel);
     void searchBelow(const float* level);
     void searchCells(int* listed, int count);
@@ -72,10 +82,14 @@ private:
     void findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F deviation) const;
     static void cutToBall(Box& box, F squaredRadius);
     static Plane planeIn(const CellBatch& batch, const Box& box);
+    [[nodiscard]] Limits limitsOf(const Plane& plane, Lanes::I voxels) const;
+    [[nodiscard]] unsigned cutToParaboloid(Box& box, const Plane& plane,
+                                           const Limits& limits) const;
+    static void cutToPlane(Box& box, const Plane& plane, const Limits& limits);
     void shrink(CellBatch& batch) const;
 
-    /** Raises the threshold of the plane's paraboloid by the rounding of both: 128 roundings. */
-    static constexpr float planeMargin = 1 + 0x1p-17F;
+    /** Raises the threshold of the plane's paraboloid by the rounding of both: 256 roundings. */
+    static constexpr float planeMargin = 1 + 0x1p-16F;
 
     static constexpr int maxBatches = CellBatch::atOnce;
     static constexpr int atOnce = maxBatches * Lanes::width;
@@ -398,60 +412,135 @@ inline BoxSearch::Plane BoxSearch::planeIn(const CellBatch& batch, const Box& bo
     return plane;
 }
 
+/** What points of some voxels must not exceed to matter, where u is near a plane. */
+inline BoxSearch::Limits BoxSearch::limitsOf(const Plane& plane, Lanes::I voxels) const
+{
+    Limits limits;
+    limits.threshold = Lanes::spread(voxels_.threshold, voxels);
+    limits.root = Lanes::spread(voxels_.root, voxels);
+    for (int a = 0; a < 3; ++a) {
+        limits.squaredRise[a] = plane.perStep[a] * plane.perStep[a];
+    }
+    limits.steepness = limits.squaredRise[0] + limits.squaredRise[1] + limits.squaredRise[2];
+    const F beyond = Lanes::max((limits.threshold - Lanes::all(pass_.outerRim)) * limits.steepness,
+                                Lanes::all(1e-30F));
+    limits.weightSquared =
+        Lanes::min(Lanes::all(pass_.outerRoot) * Lanes::roughInverseRoot(beyond), Lanes::all(1));
+    limits.slack = Lanes::mulAdd(plane.error + limits.root, Lanes::all(0x1p-18F),
+                                 Lanes::all(0.01F + 0x1p-18F * pass_.outerRoot));
+    return limits;
+}
+
 /**
- * Shrinks the boxes of a batch to what can matter.
+ * Cuts boxes to where the plane can come low enough; returns the lanes in which something is left.
  *
- * With an error e of the plane in all, points that matter have
- * plane^2 + r^2 <= T + e (2 sqrt(T) + e); and as r^2 <= outer for all points of the shells, also
+ * Let T be the threshold, e the error of the plane in all, and |P| its value. Points that matter
+ * have |P| <= sqrt(T - r^2) + e and, as all points of the shells, r^2 <= outer. So for any weight
+ * from 0 to 1
  *
- *     weight^2 plane^2 + r^2 <= weight^2 (T + e (2 sqrt(T) + e)) + (1 - weight^2) outer
+ *     weight^2 P^2 + r^2 <= weight^2 (T + e (2 sqrt(T) + e)) + (1 - weight^2) outer
  *
- * for any weight from 0 to 1. The left side is a paraboloid over (i, j, k), whose minimum and
- * extent on each axis below a value are known in closed form.
+ * The left side is a paraboloid over (i, j, k): its part below a value is an ellipsoid. It also
+ * lies in a ball around the ellipsoid's centre c = -towards * slopes, where e counts less:
+ *
+ *     |p - c|^2 <= weight^2 T + (1 - weight^2) outer + 2 |towards| e - atOrigin * towards
+ *
+ * What the ball leaves on an axis shrinks with the distances of the box from c on the others.
  */
-void BoxSearch::shrink(CellBatch& batch) const
+inline unsigned BoxSearch::cutToParaboloid(Box& box, const Plane& plane, const Limits& limits) const
 {
     const F zero = Lanes::all(0);
     const F one = Lanes::all(1);
-    const Lanes::I voxels = Lanes::loadIndices(batch.voxel);
+    const F outer = Lanes::all(pass_.outerRim);
+    const F weightSquared = limits.weightSquared;
+    const F e = plane.error;
+    const F perSteepness = inverse(Lanes::mulAdd(limits.steepness, weightSquared, one));
+    const F towards = plane.atOrigin * weightSquared * perSteepness;
+    const F raised = Lanes::mulAdd(limits.threshold, weightSquared,
+                                   (Lanes::all(1 + 0x1p-20F) - weightSquared) * outer);
+    const F raisedError = e * Lanes::all(planeMargin);
+    const F excess = Lanes::mulSub(plane.atOrigin, towards, raised * Lanes::all(planeMargin));
+    const F inBall = Lanes::mulAdd(absolute(towards), raisedError + raisedError, excess);
+    const F inEllipsoid =
+        Lanes::mulAdd(weightSquared * raisedError, limits.root + limits.root + e, excess);
+    F centre[3];
+    F nearest[3];
+    F room = inBall;
+    for (int a = 0; a < 3; ++a) {
+        centre[a] = zero - towards * plane.perStep[a];
+        const F outside =
+            Lanes::max(Lanes::max(box.first[a] - centre[a], centre[a] - box.last[a]), zero);
+        nearest[a] = outside * outside;
+        room = room - nearest[a];
+    }
+    const F perExcess = Lanes::max(inEllipsoid, zero) * perSteepness;
+    for (int a = 0; a < 3; ++a) {
+        const F(&squaredRise)[3] = limits.squaredRise;
+        const F across =
+            Lanes::mulAdd(squaredRise[(a + 1) % 3] + squaredRise[(a + 2) % 3], weightSquared, one);
+        const F squared = Lanes::min(perExcess * across, Lanes::max(room, zero) + nearest[a]);
+        const F width = rootFromAbove(squared) + limits.slack;
+        // max and min give their second operand if the first one is not a number.
+        box.first[a] = Lanes::max(centre[a] - width, box.first[a]);
+        box.last[a] = Lanes::min(centre[a] + width, box.last[a]);
+    }
+    return Lanes::notGreater(zero, room) & Lanes::notGreater(zero, inEllipsoid);
+}
+/**
+ * Cuts boxes to where the plane comes as low as sqrt(T - r^2) + e, r being that of the point of the
+ * box nearest to the origin.
+ *
+ * With the plane's value and half widths h at the middle, |value + the sum of rise[a] d[a]| may be
+ * that; as |d| <= h, on axis a only |d[a] + value / rise[a]| <= (that + the sum of |rise| h) /
+ * |rise[a]| - h[a] is left.
+ */
+inline void BoxSearch::cutToPlane(Box& box, const Plane& plane, const Limits& limits)
+{
+    const F zero = Lanes::all(0);
+    F value = plane.atOrigin;
+    F sum = plane.error;
+    F room = limits.threshold * Lanes::all(1 + 0x1p-20F);
+    F half[3];
+    F middle[3];
+    for (int a = 0; a < 3; ++a) {
+        half[a] = (box.last[a] - box.first[a]) * Lanes::all(0.5F);
+        middle[a] = box.first[a] + half[a];
+        value = Lanes::mulAdd(plane.perStep[a], middle[a], value);
+        sum = Lanes::mulAdd(absolute(plane.perStep[a]), half[a], sum);
+        const F nearest = Lanes::max(Lanes::max(box.first[a], zero - box.last[a]), zero);
+        room = Lanes::mulSub(nearest, nearest, room);
+    }
+    const F reach = (sum + Lanes::sqrt(Lanes::max(room, zero))) * Lanes::all(1 + 0x1p-18F);
+    for (int a = 0; a < 3; ++a) {
+        const F perRise = inverse(plane.perStep[a]);
+        const F centre = Lanes::mulSub(value, perRise, middle[a]);
+        const F width = Lanes::mulAdd(reach, absolute(perRise), limits.slack - half[a]);
+        // max and min give their second operand if the first one is not a number.
+        box.first[a] = Lanes::max(centre - width, box.first[a]);
+        box.last[a] = Lanes::min(centre + width, box.last[a]);
+    }
+}
+
+/** Shrinks the boxes of a batch to what can matter. */
+void BoxSearch::shrink(CellBatch& batch) const
+{
+    const F zero = Lanes::all(0);
     Box box;
     for (int a = 0; a < 3; ++a) {
         box.first[a] = Lanes::load(batch.first[a]);
         box.last[a] = Lanes::load(batch.last[a]);
     }
     const Plane plane = planeIn(batch, box);
-    const F e = plane.error;
-    const F threshold = Lanes::spread(voxels_.threshold, voxels);
-    const F root = Lanes::spread(voxels_.root, voxels);
-    F squared[3];
-    for (int a = 0; a < 3; ++a) {
-        squared[a] = plane.perStep[a] * plane.perStep[a];
+    const Limits limits = limitsOf(plane, Lanes::loadIndices(batch.voxel));
+    batch.open &= cutToParaboloid(box, plane, limits);
+    // Where the rim of the shell ends the search, the plane may exclude much of the ball.
+    const unsigned atRim = Lanes::notGreater(limits.weightSquared, Lanes::all(0.99F));
+    if ((batch.open & atRim) != 0) {
+        cutToPlane(box, plane, limits);
     }
-    const F outer = Lanes::all(pass_.outerRim);
-    const F steepness = squared[0] + squared[1] + squared[2];
-    const F beyond = Lanes::max((threshold - outer) * steepness, Lanes::all(1e-30F));
-    const F weightSquared =
-        Lanes::min(Lanes::all(pass_.outerRoot) * Lanes::roughInverseRoot(beyond), one);
-    const F allowed = Lanes::mulAdd(e, root + root + e, threshold);
-    const F raised =
-        Lanes::mulAdd(allowed, weightSquared, (Lanes::all(1 + 0x1p-20F) - weightSquared) * outer) *
-        Lanes::all(planeMargin);
-    const F perSteepness = inverse(Lanes::mulAdd(steepness, weightSquared, one));
-    const F towards = plane.atOrigin * weightSquared * perSteepness;
-    const F excess = Lanes::mulSub(plane.atOrigin, towards, raised);
-    const F perExcess = Lanes::max(excess, zero) * perSteepness;
-    // The centre and the width of the paraboloid's part are off by some roundings of their sizes.
-    const F slack = Lanes::mulAdd(e + root, Lanes::all(0x1p-18F),
-                                  Lanes::all(0.01F + 0x1p-18F * pass_.outerRoot));
-    batch.open &= Lanes::notGreater(zero, excess);
     for (int a = 0; a < 3; ++a) {
-        const F across =
-            Lanes::mulAdd(squared[(a + 1) % 3] + squared[(a + 2) % 3], weightSquared, one);
-        const F width = rootFromAbove(perExcess * across) + slack;
-        const F centre = zero - towards * plane.perStep[a];
-        // max and min give their second operand if the first one is not a number.
-        const F first = zero - Lanes::floor(zero - Lanes::max(centre - width, box.first[a]));
-        const F last = Lanes::floor(Lanes::min(centre + width, box.last[a]));
+        const F first = zero - Lanes::floor(zero - box.first[a]);
+        const F last = Lanes::floor(box.last[a]);
         batch.open &= Lanes::notGreater(first, last);
         Lanes::store(batch.first[a], first);
         Lanes::store(batch.last[a], last);

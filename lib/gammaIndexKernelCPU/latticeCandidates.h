@@ -89,7 +89,7 @@ private:
     void consider(F dose, const F (&p)[3], unsigned lanes);
     void tryFrom(F k);
     void tryPlanesBeside();
-    unsigned tryAt(F (&p)[3], unsigned lanes);
+    unsigned tryAt(F (&p)[3], int step, unsigned lanes);
     void leastNear(F (&p)[3], const LinearField& field, bool nearRim) const;
 
     const SearchPass& pass_;
@@ -103,6 +103,7 @@ private:
     alignas(64) float scale_[Lanes::width];
     alignas(64) float cap_[Lanes::width];
     alignas(64) float bestSoFar_[Lanes::width];
+    F risesBefore_[3]; ///< of the field where points were tried last
     F best_;
     F bestDistanceSquared_;
 };
@@ -123,10 +124,10 @@ void FirstCandidates::consider(F dose, const F (&p)[3], unsigned lanes)
 void FirstCandidates::tryFrom(F k)
 {
     F p[3] = {within(0, Lanes::all(0)), within(1, Lanes::all(0)), within(2, k)};
-    constexpr int steps = 4;
+    constexpr int steps = 5;
     unsigned moving = Lanes::everyLane;
     for (int step = 0; step < steps && moving != 0; ++step) {
-        moving = tryAt(p, moving);
+        moving = tryAt(p, step, moving);
     }
 }
 
@@ -150,8 +151,11 @@ void FirstCandidates::tryPlanesBeside()
 /**
  * Considers the points p of some lanes and moves them to the minimum of the dose field linearised
  * there. Returns the lanes that moved.
+ *
+ * From the third step on the rises are averaged with those before: where the gradient changes from
+ * cell to cell, the points would go to and fro.
  */
-unsigned FirstCandidates::tryAt(F (&p)[3], unsigned lanes)
+unsigned FirstCandidates::tryAt(F (&p)[3], int step, unsigned lanes)
 {
     const F zero = Lanes::all(0);
     const F one = Lanes::all(1);
@@ -161,6 +165,10 @@ unsigned FirstCandidates::tryAt(F (&p)[3], unsigned lanes)
     LinearField field;
     for (int a = 0; a < 3; ++a) {
         field.rise[a] = linear.perVoxel[a] * scale * Lanes::all(pass_.voxelsPerStep[a]);
+        if (step > 1) {
+            field.rise[a] = (field.rise[a] + risesBefore_[a]) * Lanes::all(0.5F);
+        }
+        risesBefore_[a] = field.rise[a];
     }
     const F(&g)[3] = field.rise;
     const F u = (linear.dose - Lanes::load(referenceDose_)) * scale;

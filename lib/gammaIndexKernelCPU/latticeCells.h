@@ -95,6 +95,7 @@ private:
     std::int32_t longest_ = 0;   ///< most cells of a voxel
     unsigned inChunk_[maxCells]; ///< voxels that have so many cells and one more
     alignas(64) float xSquared_[maxCells][maxCount]; ///< least i^2 in each cell
+    float xRoom_[maxCells]; ///< the largest squared distance in y and z at which a cell may matter
 
     alignas(64) float least_[maxCells + 4 * Lanes::width]; ///< Gy, doses in the cells of a row
     alignas(64) float most_[maxCells + 4 * Lanes::width];
@@ -216,6 +217,8 @@ void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
     lastPlace_ = lastPlace - placesFrom_;
     const F first = Lanes::asFloats(Lanes::loadIndices(voxels_.firstCell));
     const F count = Lanes::asFloats(Lanes::loadIndices(counts));
+    const F none = Lanes::all(-1);
+    const F room = Lanes::min(Lanes::all(pass_.outerRim), Lanes::load(voxels_.threshold));
     for (std::int32_t c = 0; c < longest_; ++c) {
         const F cell = Lanes::all(static_cast<float>(c));
         const F start = Lanes::load(voxels_.cellStart) +
@@ -224,6 +227,7 @@ void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
         const F nearest = Lanes::max(Lanes::max(start, zero - stop), zero);
         Lanes::store(xSquared_[c], nearest * nearest);
         inChunk_[c] = Lanes::notGreater(cell + Lanes::all(1), count);
+        xRoom_[c] = largestLane(Lanes::select(inChunk_[c], room - nearest * nearest, none));
     }
 }
 
@@ -299,6 +303,11 @@ void CellSearch::listOpenCells(int y, int z, float nearestSquared)
     const F dose = Lanes::load(voxels_.referenceDose);
     const F rounding = absolute(dose) * Lanes::all(0x1p-20F);
     const F scale = Lanes::load(voxels_.scale);
+    // A dose farther away than that is excluded at any point of the row.
+    const F reach = Lanes::mulAdd(rootFromAbove(Lanes::max(threshold - squared, zero)),
+                                  Lanes::load(voxels_.perScale), rounding);
+    const F highest = dose + reach;
+    const F lowest = dose - reach;
     const Lanes::I place = Lanes::loadIndices(chunkPlace_);
     const auto doses = [&](const float* row) {
         return lastPlace_ < 2 * Lanes::width   ? Lanes::spreadFromPair(row, place)
@@ -308,13 +317,20 @@ void CellSearch::listOpenCells(int y, int z, float nearestSquared)
     int count = boxes_.count();
     F leastBound = Lanes::load(voxels_.leastBound);
     for (std::int32_t c = 0; c < longest_; ++c) {
+        if (nearestSquared > xRoom_[c]) {
+            continue;
+        }
         const F r2 = Lanes::load(xSquared_[c]) + squared;
-        const unsigned lanes = inChunk_[c] & Lanes::notGreater(r2, room);
+        unsigned lanes = inChunk_[c] & Lanes::notGreater(r2, room);
         if (lanes == 0) {
             continue;
         }
         const F least = doses(least_ + placesFrom_ + c);
         const F most = doses(most_ + placesFrom_ + c);
+        lanes &= Lanes::notGreater(least, highest) & Lanes::notGreater(lowest, most);
+        if (lanes == 0) {
+            continue;
+        }
         const F away = Lanes::max(least - dose, dose - most) - rounding;
         const F u = Lanes::max(away, zero) * scale;
         const F bound = u * u + r2;

@@ -34,6 +34,7 @@ struct VoxelTable {
         delta[v] = start.delta;
         referenceDose[v] = start.referenceDose;
         scale[v] = start.scale;
+        perScale[v] = (1 + 0x1p-20F) / start.scale;
         threshold[v] = voxelSearch.threshold();
         root[v] = voxelSearch.root();
         cellStart[v] = static_cast<float>(
@@ -98,6 +99,7 @@ struct VoxelTable {
     alignas(64) float delta[maxCount];
     alignas(64) float referenceDose[maxCount];
     alignas(64) float scale[maxCount];
+    alignas(64) float perScale[maxCount];  ///< a little more than its inverse
     alignas(64) float threshold[maxCount]; ///< f above it cannot matter, but for the error of u
     alignas(64) float root[maxCount];      ///< of the threshold
     alignas(64) float best[maxCount];      ///< least gamma^2 so far
