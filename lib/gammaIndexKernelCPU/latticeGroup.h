@@ -11,19 +11,38 @@
 
 #include "latticeCandidates.h"
 #include "latticeCells.h"
+#include "latticeNearbyDoses.h"
 #include "latticeVoxels.h"
 
 namespace
 {
 
+/** Excludes voxels by the doses near them, if that has paid for other groups. */
+inline void excludeHopeless(const SearchPass& pass, SearchScratch& scratch, VoxelStart* starts,
+                            int count)
+{
+    constexpr int pause = 15;
+    if (scratch.groupsToPass > 0) {
+        --scratch.groupsToPass;
+        return;
+    }
+    const int excluded = NearbyDoses(pass).exclude(starts, count);
+    scratch.groupsToPass = 2 * excluded > count ? 0 : pause;
+}
+
 /** Sets up the voxels and gives them first values. */
-inline void startVoxels(const SearchPass& pass, const VoxelGroup& group,
+inline void startVoxels(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group,
                         VoxelStart (&starts)[maxVoxels])
 {
-    FirstCandidates candidates(pass);
     VoxelRow row;
     for (int v = 0; v < group.count; ++v) {
         starts[v].begin(pass, *group.voxels[v], row);
+    }
+    if (NearbyDoses::canExclude(pass)) {
+        excludeHopeless(pass, scratch, starts, group.count);
+    }
+    FirstCandidates candidates(pass);
+    for (int v = 0; v < group.count; ++v) {
         if (starts[v].isSearched && starts[v].isInterpolated()) {
             candidates.add(starts[v]);
         }
@@ -38,7 +57,7 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
 {
     VoxelStart starts[maxVoxels];
     VoxelSearch searches[maxVoxels];
-    startVoxels(pass, group, starts);
+    startVoxels(pass, scratch, group, starts);
     CellSearch cells(pass, scratch);
     for (int v = 0; v < group.count; ++v) {
         if (starts[v].isSearched) {

@@ -70,6 +70,20 @@ struct VoxelStart {
         return !candidates[0].empty() && !candidates[1].empty() && !candidates[2].empty();
     }
 
+    /**
+     * Whether squares of differences that matter are computed without underflow.
+     *
+     * The exact gamma^2 squares doses and distances before it divides. A square below 2^-126 loses
+     * up to 2^-150, or 2^-150 / criterion^2 of gamma^2; with a criterion of 2^-60 n that is below
+     * 2^-29 of the gamma^2 of the nearest points but the origin, 1 / n^2. Squares of the step are
+     * normal from 2^-63 on. Where this does not hold, every point is evaluated.
+     */
+    [[nodiscard]] bool isTame(const SearchPass& pass) const
+    {
+        const float criterion = delta < 0 ? -delta : delta;
+        return criterion >= 0x1p-60F * larger(pass.stepsPerDTA, 1.0F) && pass.stepSize >= 0x1p-50F;
+    }
+
     /** Stores what the pass has found. */
     void store(const SearchPass& pass) const
     {

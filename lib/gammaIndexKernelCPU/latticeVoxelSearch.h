@@ -37,7 +37,7 @@ public:
         scale_ = start.scale;
         best_ = start.best;
         bestDistanceSquared_ = start.bestDistanceSquared;
-        tame_ = squaresAreNormal();
+        tame_ = start.isTame(pass);
         limitChanged();
     }
 
@@ -127,21 +127,6 @@ private:
         return pass_->passRateMode ? start_->cap : smaller(best_, start_->cap);
     }
 
-    /**
-     * Whether squares of differences that matter are computed without underflow.
-     *
-     * The exact gamma^2 squares doses and distances before it divides. A square below 2^-126 loses
-     * up to 2^-150, or 2^-150 / criterion^2 of gamma^2; with a criterion of 2^-60 n that is below
-     * 2^-29 of the gamma^2 of the nearest points but the origin, 1 / n^2. Squares of the step are
-     * normal from 2^-63 on. Where this does not hold, every point is evaluated.
-     */
-    [[nodiscard]] bool squaresAreNormal() const
-    {
-        const float criterion = start_->delta < 0 ? -start_->delta : start_->delta;
-        return criterion >= 0x1p-60F * larger(pass_->stepsPerDTA, 1.0F) &&
-               pass_->stepSize >= 0x1p-50F;
-    }
-
     void limitChanged()
     {
         threshold_ = tame_ ? limit() * pass_->thresholdPerLimit : __builtin_inff();
@@ -215,7 +200,7 @@ private:
     float threshold_;
     float root_;
     LatticeInterval reach_;
-    bool tame_; ///< squaresAreNormal()
+    bool tame_; ///< VoxelStart::isTame()
 };
 
 /**
