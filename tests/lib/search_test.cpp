@@ -254,6 +254,53 @@ TEST_F(Search, GammaOfExactlyOnePasses)
     EXPECT_EQ(results.passRate, 50);
 }
 
+/** One reference voxel of 10 mm, whose own dose in the evaluation grid does not pass. */
+struct PassCase {
+    const char* name;
+    Grid evaluation;
+    float dose;
+    float DTA;
+    float DD;
+    bool interpolation;
+    bool passes;
+};
+
+TEST_F(Search, DosesNearbyAreNotTakenForTooFar)
+{
+    const auto along = [](int axis, float lower, float size, const std::vector<float>& doses) {
+        const auto a = static_cast<std::size_t>(axis);
+        std::array<int, 3> nn{1, 1, 1};
+        std::array<float, 3> hs{10, 10, 10};
+        std::array<float, 3> x0{0, 0, 0};
+        nn[a] = static_cast<int>(doses.size());
+        hs[a] = size;
+        x0[a] = lower;
+        Grid grid = makeGrid(nn, hs, x0, [](int, int, int) { return 0.0F; });
+        grid.map = doses;
+        return grid;
+    };
+    const PassCase cases[] = {
+        {"dose near the criterion, close", along(0, 0, 5.2F, {100, 4.97F}), 4, 2, 25, false, true},
+        {"dose nearer, not close enough", along(0, 0, 5.2F, {100, 4.999F}), 4, 2, 25, false, false},
+        {"dose 0 on the face", along(0, 4.5F, 10, {100}), 1, 2, 200, true, true},
+        {"no dose 0 off the face", along(0, 4.6F, 10, {100}), 1, 2, 200, true, false},
+        {"not a number between", along(1, 1.5F, 1, {4, nan, 100, 100, 100, 100, 100}), 4, 3, 25,
+         false, true},
+        {"squares that vanish", along(0, 0, 10, {3e-24F}), 1e-24F, 2, 1, true, true},
+    };
+    for (const PassCase& c : cases) {
+        setRef(makeRow({c.dose}, 10));
+        setEval(c.evaluation);
+        setCriteria(c.DTA, c.DD, 10);
+        zarnGI_setStepSize(0.25F);
+        zarnGI_setInterpolation(c.interpolation);
+        zarnGI_setComputationMode(ZARNGI_MODE_PASS_RATE);
+        const Results results = compute();
+        EXPECT_EQ(results.gamma[0], c.passes ? 1.0F : 0.0F) << c.name;
+        EXPECT_EQ(searchByDefinition(1)[0].passed, c.passes) << c.name;
+    }
+}
+
 TEST_F(Search, PointsOnAFaceOfTheEvaluationGridAreUsed)
 {
     // The evaluation grid ends 2 mm before the reference voxel's centre at 5 mm. Its upper face is
