@@ -486,13 +486,14 @@ inline unsigned BoxSearch::cutToParaboloid(Box& box, const Plane& plane, const L
     }
     return Lanes::notGreater(zero, room) & Lanes::notGreater(zero, inEllipsoid);
 }
+
 /**
  * Cuts boxes to where the plane comes as low as sqrt(T - r^2) + e, r being that of the point of the
  * box nearest to the origin.
  *
- * With the plane's value and half widths h at the middle, |value + the sum of rise[a] d[a]| may be
- * that; as |d| <= h, on axis a only |d[a] + value / rise[a]| <= (that + the sum of |rise| h) /
- * |rise[a]| - h[a] is left.
+ * With the plane's value and half widths h at the middle, |value + the sum of rise[a] d[a]| may
+ * be at most that; as |d| <= h, on axis a only |d[a] + value / rise[a]| <= (that + the sum of
+ * |rise| h) / |rise[a]| - h[a] is left.
  */
 inline void BoxSearch::cutToPlane(Box& box, const Plane& plane, const Limits& limits)
 {

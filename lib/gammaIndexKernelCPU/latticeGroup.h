@@ -22,12 +22,12 @@ inline void excludeHopeless(const SearchPass& pass, SearchScratch& scratch, Voxe
                             int count)
 {
     constexpr int pause = 15;
-    if (scratch.groupsToPass > 0) {
-        --scratch.groupsToPass;
+    if (scratch.groupsToSkip > 0) {
+        --scratch.groupsToSkip;
         return;
     }
     const int excluded = NearbyDoses(pass).exclude(starts, count);
-    scratch.groupsToPass = 2 * excluded > count ? 0 : pause;
+    scratch.groupsToSkip = 2 * excluded > count ? 0 : pause;
 }
 
 /** Sets up the voxels and gives them first values. */

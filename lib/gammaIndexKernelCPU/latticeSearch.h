@@ -122,7 +122,7 @@ public:
         return windows_[axis].items[referenceIndex % windows_[axis].count];
     }
 
-    int groupsToPass = 0; ///< before it may pay again to look at the doses near voxels first
+    int groupsToSkip = 0; ///< before it may pay again to look at the doses near voxels first
     AxisVoxels voxelRuns[3];
     static constexpr int cellsAtOnce = 64; ///< along x
     float* rows[2]; ///< least and largest doses of cellsAtOnce cells in each row along y
