@@ -86,7 +86,7 @@ struct Lanes {
     {
         return _mm512_add_epi32(a, b);
     }
-    /** i / n and i % n, for i from 0 on and n a power of two. */
+    /** i / n, i % n and i * n, for i from 0 on and n a power of two. */
     template <int n> static I quotient(I i)
     {
         return _mm512_srli_epi32(i, __builtin_ctz(n));
@@ -94,6 +94,15 @@ struct Lanes {
     template <int n> static I remainder(I i)
     {
         return _mm512_and_si512(i, _mm512_set1_epi32(n - 1));
+    }
+    template <int n> static I product(I i)
+    {
+        return _mm512_slli_epi32(i, __builtin_ctz(n));
+    }
+    /** The lanes in which a bit is set. */
+    static unsigned hasBit(I a, int bit)
+    {
+        return _mm512_test_epi32_mask(a, _mm512_set1_epi32(1 << bit));
     }
     static I times(I a, int b)
     {
@@ -113,10 +122,12 @@ struct Lanes {
     {
         return _mm512_permutexvar_epi32(i, loadIndices(p));
     }
-    /** The floats p[i] for indices i below 2 * width. */
-    static F spreadFromPair(const float* p, I i)
+    /** Whether spreading from registers pays. */
+    static constexpr bool spreadsRegisters = true;
+    /** Lane i of two vectors one after another, for indices i below 2 * width. */
+    static F spreadFromPair(F low, F high, I i)
     {
-        return _mm512_permutex2var_ps(load(p), i, load(p + width));
+        return _mm512_permutex2var_ps(low, i, high);
     }
     /** Stores the lanes whose bits are set one after another, and anything in the rest of the
      * width. */
@@ -182,6 +193,12 @@ struct Lanes {
     {
         return _mm256_and_si256(i, _mm256_set1_epi32(n - 1));
     }
+    template <int n> static I product(I i) { return _mm256_slli_epi32(i, __builtin_ctz(n)); }
+    static unsigned hasBit(I a, int bit)
+    {
+        return static_cast<unsigned>(
+            _mm256_movemask_ps(_mm256_castsi256_ps(_mm256_slli_epi32(a, 31 - bit))));
+    }
     static I times(I a, int b) { return _mm256_mullo_epi32(a, _mm256_set1_epi32(b)); }
     static F select(unsigned bits, F a, F b)
     {
@@ -194,10 +211,13 @@ struct Lanes {
     {
         return _mm256_permutevar8x32_epi32(loadIndices(p), i);
     }
-    static F spreadFromPair(const float* p, I i)
+    static constexpr bool spreadsRegisters = true;
+    static F spreadFromPair(F low, F high, I i)
     {
-        const F beyond = _mm256_castsi256_ps(_mm256_cmpgt_epi32(i, _mm256_set1_epi32(width - 1)));
-        return _mm256_blendv_ps(spread(p, i), spread(p + width, i), beyond);
+        // The eights of the indices move to the sign.
+        const F beyond = _mm256_castsi256_ps(_mm256_slli_epi32(i, 28));
+        return _mm256_blendv_ps(_mm256_permutevar8x32_ps(low, i), _mm256_permutevar8x32_ps(high, i),
+                                beyond);
     }
     static void storeChosen(int* p, unsigned bits, I i)
     {
@@ -296,7 +316,14 @@ struct Lanes {
         storeIndices(k, i);
         return _mm_setr_epi32(p[k[0]], p[k[1]], p[k[2]], p[k[3]]);
     }
-    static F spreadFromPair(const float* p, I i) { return gather(p, i); }
+    static constexpr bool spreadsRegisters = false;
+    static F spreadFromPair(F low, F high, I i)
+    {
+        alignas(16) float values[2 * width];
+        store(values, low);
+        store(values + width, high);
+        return gather(values, i);
+    }
     static void storeChosen(int* p, unsigned bits, I i)
     {
         alignas(16) int values[width];
@@ -316,6 +343,12 @@ struct Lanes {
     static I sum(I a, I b) { return _mm_add_epi32(a, b); }
     template <int n> static I quotient(I i) { return _mm_srli_epi32(i, __builtin_ctz(n)); }
     template <int n> static I remainder(I i) { return _mm_and_si128(i, _mm_set1_epi32(n - 1)); }
+    template <int n> static I product(I i) { return _mm_slli_epi32(i, __builtin_ctz(n)); }
+    static unsigned hasBit(I a, int bit)
+    {
+        return static_cast<unsigned>(
+            _mm_movemask_ps(_mm_castsi128_ps(_mm_slli_epi32(a, 31 - bit))));
+    }
     static I times(I a, int b)
     {
         // The low halves of the products of even and of odd lanes.
@@ -341,15 +374,15 @@ inline Lanes::F absolute(Lanes::F a)
     return Lanes::max(a, Lanes::all(0) - a);
 }
 
-/** The floats p[i] for indices i below 4 * width. */
-inline Lanes::F spreadFromFour(const float* p, Lanes::I i)
+/** Lane i of four vectors one after another, for indices i below 4 * width. */
+inline Lanes::F spreadFromFour(const Lanes::F (&vectors)[4], Lanes::I i)
 {
     constexpr int pair = 2 * Lanes::width;
     const unsigned inFirst =
         Lanes::notGreater(Lanes::asFloats(i), Lanes::all(static_cast<float>(pair - 1)));
     const Lanes::I inPair = Lanes::remainder<pair>(i);
-    return Lanes::select(inFirst, Lanes::spreadFromPair(p, inPair),
-                         Lanes::spreadFromPair(p + pair, inPair));
+    return Lanes::select(inFirst, Lanes::spreadFromPair(vectors[0], vectors[1], inPair),
+                         Lanes::spreadFromPair(vectors[2], vectors[3], inPair));
 }
 
 /** Rounds to the nearest whole number; for |a| < 2^22. */

@@ -8,6 +8,7 @@
 #define ZARNGI_LATTICEBOXES_H
 
 #include "latticeColumns.h"
+#include "latticeEdges.h"
 
 namespace
 {
@@ -17,24 +18,51 @@ class BoxSearch
 {
 public:
     BoxSearch(const SearchPass& pass, VoxelTable& voxels)
-        : pass_(pass), voxels_(voxels), columns_(pass, voxels), slope_{pass.cellsPerStep}
+        : pass_(pass), voxels_(voxels),
+          columns_(pass, voxels), slope_{pass.cellsPerStep[0], pass.cellsPerStep[1]}
     {
     }
 
     /**
-     * Takes up cells along y and z, at most runsAtOnce each, for the calls of add() that follow.
-     * Cells along z at place 0 on; returns the place of those along y.
+     * Takes up a chunk of cells, for the calls of add() that follow: cellsAtOnce from those numbers
+     * on along x and y, and at most runsAtOnce along z.
      */
-    [[nodiscard]] int takeUp(Room<CellRun> alongY, Room<CellRun> alongZ);
+    void takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> alongZ);
 
     /**
-     * Lists one cell for each of some voxels: at place x of the voxel's chunk, and at places y and
-     * z of the cells taken up. `bounds`: f of their points is not less.
+     * The number of cells for add() is the sum of what their places in the chunk contribute: along
+     * x and y with the ends that leave out a point, along x with the numbers of the voxels.
+     */
+    static Lanes::I alongX(Lanes::I places, OpenEnds open)
+    {
+        return Lanes::sum(Lanes::sum(Lanes::product<VoxelTable::maxCount>(places), Lanes::places()),
+                          Lanes::sum(bits(open.first, 0), bits(open.last, 1)));
+    }
+    static Lanes::I alongY(int place, OpenEnds open)
+    {
+        return Lanes::sum(Lanes::allIndices(place * cellsAtOnce * VoxelTable::maxCount),
+                          Lanes::sum(bits(open.first, 2), bits(open.last, 3)));
+    }
+    static Lanes::I alongZ(int place)
+    {
+        return Lanes::allIndices(place * cellsAtOnce * cellsAtOnce * VoxelTable::maxCount);
+    }
+
+    /** Makes room for cells: so many for each voxel, at most cellsAtOnce. */
+    void makeRoom(int cells)
+    {
+        if (count_ + cells * VoxelTable::maxCount > maxListed) {
+            searchListed();
+        }
+    }
+
+    /**
+     * Lists one cell for each of some voxels, by number. `bounds`: f of their points is not less.
      *
      * `count` is that of the listed cells and returned anew. (The caller keeps it in a register: as
      * a member it would be written and read again around the stores into the list.)
      */
-    [[nodiscard]] int add(int count, unsigned voxels, Lanes::F bounds, int x, int y, int z);
+    [[nodiscard]] int add(int count, unsigned voxels, Lanes::F bounds, Lanes::I numbers);
 
     [[nodiscard]] int count() const { return count_; }
     void setCount(int count) { count_ = count; }
@@ -46,10 +74,21 @@ public:
     void finish();
 
     static constexpr int runsAtOnce = Lanes::width;
+    static constexpr int cellsAtOnce = 64;
 
 private:
     using F = Lanes::F;
-    static constexpr int cellsAtOnce = SearchScratch::cellsAtOnce;
+
+    /** The numbers of cells are below the bits for their ends. */
+    static constexpr int firstBit = 20;
+    static_assert(runsAtOnce * cellsAtOnce * cellsAtOnce * VoxelTable::maxCount <= 1 << firstBit);
+
+    /** A bit in some lanes. */
+    static Lanes::I bits(unsigned lanes, int bit)
+    {
+        return Lanes::truncated(Lanes::select(
+            lanes, Lanes::all(static_cast<float>(1 << (firstBit + bit))), Lanes::all(0)));
+    }
 
     /** A box of lattice points in each lane. */
     struct Box {
@@ -75,7 +114,6 @@ private:
         F slack;          ///< steps: centres and widths are off by some roundings of their sizes
     };
 
-    void addRun(int a, const CellRun& run, int voxel);
     void searchBelow(const float* level);
     void searchCells(int* listed, int count);
     void begin(CellBatch& batch, Lanes::I listed, int count) const;
@@ -93,20 +131,20 @@ private:
 
     static constexpr int maxBatches = CellBatch::atOnce;
     static constexpr int atOnce = maxBatches * Lanes::width;
-    static constexpr int maxListed = 1024;
+    static constexpr int maxListed = 2 * cellsAtOnce * VoxelTable::maxCount;
 
     const SearchPass& pass_;
     VoxelTable& voxels_;
     ColumnSearch columns_;
 
-    // The cells along y and z taken up.
-    int runCount_[2] = {};
+    // The chunk taken up.
+    std::int32_t firstCell_[2] = {};
     Room<CellRun> runsAlongZ_;
-    alignas(64) float runFirst_[2][runsAtOnce];
-    alignas(64) float runLast_[2][runsAtOnce];
-    alignas(64) float runOffset_[2][runsAtOnce];
-    alignas(64) float runDeviation_[2][runsAtOnce];
-    alignas(64) int runVoxel_[2][runsAtOnce]; ///< the lower corner of the run's first cell
+    alignas(64) float runFirst_[runsAtOnce];
+    alignas(64) float runLast_[runsAtOnce];
+    alignas(64) float runOffset_[runsAtOnce];
+    alignas(64) float runDeviation_[runsAtOnce];
+    alignas(64) int runVoxel_[runsAtOnce]; ///< the lower corner of the run's first cell
     float slope_[3];
     int upwards_ = 0; ///< voxels from the lower to the upper corners of a cell
 
@@ -117,51 +155,31 @@ private:
     CellBatch batches_[maxBatches];
 };
 
-int BoxSearch::takeUp(Room<CellRun> alongY, Room<CellRun> alongZ)
+void BoxSearch::takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> alongZ)
 {
-    const bool areSame = runsAlongZ_.items == alongZ.items;
-    if (!areSame || runCount_[0] + alongY.count > runsAtOnce) {
-        searchListed();
-        runCount_[0] = 0;
+    searchListed();
+    firstCell_[0] = firstX;
+    firstCell_[1] = firstY;
+    if (runsAlongZ_.items == alongZ.items) {
+        return;
     }
-    if (!areSame) {
-        runsAlongZ_ = alongZ;
-        runCount_[1] = 0;
-        const CellRun& first = alongZ.items[0];
-        upwards_ = voxelIndex(pass_.evaluation.n, 0, 0, first.upper - first.lower);
-        for (const CellRun& run : alongZ) {
-            addRun(1, run, voxelIndex(pass_.evaluation.n, 0, 0, run.lower));
-        }
+    runsAlongZ_ = alongZ;
+    const CellRun& first = alongZ.items[0];
+    upwards_ = voxelIndex(pass_.evaluation.n, 0, 0, first.upper - first.lower);
+    slope_[2] = first.slope;
+    for (int r = 0; r < alongZ.count; ++r) {
+        const CellRun& run = alongZ.items[r];
+        runFirst_[r] = static_cast<float>(run.first);
+        runLast_[r] = static_cast<float>(run.last);
+        runOffset_[r] = run.offset - 0.5F;
+        runDeviation_[r] = run.deviation;
+        runVoxel_[r] = voxelIndex(pass_.evaluation.n, 0, 0, run.lower);
     }
-    const int place = runCount_[0];
-    for (const CellRun& run : alongY) {
-        addRun(0, run, voxelIndex(pass_.evaluation.n, 0, run.lower, 0));
-    }
-    return place;
 }
 
-/** Takes up a cell along y (a = 0) or z (1), whose lower corner is the voxel in its row. */
-void BoxSearch::addRun(int a, const CellRun& run, int voxel)
+inline int BoxSearch::add(int count, unsigned voxels, Lanes::F bounds, Lanes::I numbers)
 {
-    const int r = runCount_[a]++;
-    runFirst_[a][r] = static_cast<float>(run.first);
-    runLast_[a][r] = static_cast<float>(run.last);
-    runOffset_[a][r] = run.offset - 0.5F;
-    runDeviation_[a][r] = run.deviation;
-    runVoxel_[a][r] = voxel;
-    slope_[1 + a] = run.slope;
-}
-
-inline int BoxSearch::add(int count, unsigned voxels, Lanes::F bounds, int x, int y, int z)
-{
-    if (count > maxListed - Lanes::width) {
-        count_ = count;
-        searchListed();
-        count = 0;
-    }
-    const int place = ((z * runsAtOnce + y) * cellsAtOnce + x) * VoxelTable::maxCount;
-    Lanes::storeChosen(listed_ + count, voxels,
-                       Lanes::sum(Lanes::allIndices(place), Lanes::places()));
+    Lanes::storeChosen(listed_ + count, voxels, numbers);
     Lanes::storeChosen(bound_ + count, voxels, bounds);
     return count + __builtin_popcount(voxels);
 }
@@ -170,7 +188,6 @@ void BoxSearch::finish()
 {
     searchListed();
     columns_.finish();
-    runCount_[0] = 0;
     runsAlongZ_ = {};
 }
 
@@ -260,21 +277,32 @@ void BoxSearch::begin(CellBatch& batch, Lanes::I listed, int count) const
 {
     const Lanes::I voxels = Lanes::remainder<VoxelTable::maxCount>(listed);
     const Lanes::I places = Lanes::quotient<VoxelTable::maxCount>(listed);
-    const Lanes::I runs = Lanes::quotient<cellsAtOnce>(places);
-    const Lanes::I y = Lanes::remainder<runsAtOnce>(runs);
-    const Lanes::I z = Lanes::quotient<runsAtOnce>(runs);
-    const Lanes::I cells = Lanes::sum(Lanes::spreadIndices(voxels_.firstCell, voxels),
-                                      Lanes::remainder<cellsAtOnce>(places));
-    const F start = Lanes::spread(voxels_.cellStart, voxels) +
-                    Lanes::asFloats(cells) * Lanes::all(pass_.cellWidth);
-    const F first[3] = {start - Lanes::all(pass_.cellSlack), Lanes::spread(runFirst_[0], y),
-                        Lanes::spread(runFirst_[1], z)};
-    const F last[3] = {start + Lanes::all(pass_.cellWidth + pass_.cellSlack),
-                       Lanes::spread(runLast_[0], y), Lanes::spread(runLast_[1], z)};
+    const Lanes::I rows = Lanes::quotient<cellsAtOnce>(places);
+    const Lanes::I z = Lanes::remainder<runsAtOnce>(Lanes::quotient<cellsAtOnce>(rows));
+    const Lanes::I cells[2] = {
+        Lanes::sum(Lanes::remainder<cellsAtOnce>(places), Lanes::allIndices(firstCell_[0])),
+        Lanes::sum(Lanes::remainder<cellsAtOnce>(rows), Lanes::allIndices(firstCell_[1]))};
     Box box;
+    for (int a = 0; a < 2; ++a) {
+        const F firstStart = Lanes::spread(voxels_.cellStart[a], voxels);
+        const F cell = Lanes::asFloats(cells[a]);
+        const F start = edgeOf(pass_, a, firstStart, cell);
+        const CellPoints points = pointsBetween(
+            pass_, a, start, edgeOf(pass_, a, firstStart, cell + Lanes::all(1)),
+            {Lanes::hasBit(listed, firstBit + 2 * a), Lanes::hasBit(listed, firstBit + 2 * a + 1)});
+        box.first[a] = points.first;
+        box.last[a] = points.last;
+        Lanes::store(batch.offset[a],
+                     Lanes::all(-0.5F) - start * Lanes::all(pass_.cellsPerStep[a]));
+        Lanes::store(batch.origin[a], Lanes::spread(voxels_.origin[a], voxels));
+        Lanes::store(batch.middle[a], Lanes::all(-1) - cell);
+    }
+    box.first[2] = Lanes::spread(runFirst_, z);
+    box.last[2] = Lanes::spread(runLast_, z);
+    Lanes::store(batch.offset[2], Lanes::spread(runOffset_, z));
     for (int a = 0; a < 3; ++a) {
-        box.first[a] = Lanes::max(first[a], Lanes::spread(voxels_.low[a], voxels));
-        box.last[a] = Lanes::min(last[a], Lanes::spread(voxels_.high[a], voxels));
+        box.first[a] = Lanes::max(box.first[a], Lanes::spread(voxels_.low[a], voxels));
+        box.last[a] = Lanes::min(box.last[a], Lanes::spread(voxels_.high[a], voxels));
     }
     cutToBall(box,
               Lanes::min(Lanes::spread(voxels_.threshold, voxels), Lanes::all(pass_.outerRim)));
@@ -283,15 +311,10 @@ void BoxSearch::begin(CellBatch& batch, Lanes::I listed, int count) const
         Lanes::store(batch.last[a], box.last[a]);
         batch.slope[a] = slope_[a];
     }
-    Lanes::store(batch.offset[0], Lanes::all(-0.5F) - start * Lanes::all(pass_.cellsPerStep));
-    Lanes::store(batch.offset[1], Lanes::spread(runOffset_[0], y));
-    Lanes::store(batch.offset[2], Lanes::spread(runOffset_[1], z));
-    const Lanes::I corners = Lanes::sum(Lanes::sum(cells, Lanes::spreadIndices(runVoxel_[0], y)),
-                                        Lanes::spreadIndices(runVoxel_[1], z));
-    findDoses(batch, voxels, corners,
-              Lanes::spread(runDeviation_[0], y) + Lanes::spread(runDeviation_[1], z));
-    Lanes::store(batch.origin, Lanes::spread(voxels_.origin[0], voxels));
-    Lanes::store(batch.middle, Lanes::all(-1) - Lanes::asFloats(cells));
+    const Lanes::I corners =
+        Lanes::sum(Lanes::sum(cells[0], Lanes::times(cells[1], pass_.evaluation.n[0])),
+                   Lanes::spreadIndices(runVoxel_, z));
+    findDoses(batch, voxels, corners, Lanes::spread(runDeviation_, z));
     Lanes::storeIndices(batch.voxel, voxels);
     Lanes::storeIndices(batch.alongZ, z);
     batch.runsAlongZ = runsAlongZ_.items;
@@ -338,11 +361,13 @@ void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F
     const F rounding =
         Lanes::select(Lanes::notGreater(magnitude, Lanes::all(1e15F)),
                       magnitude * Lanes::all(0x1p-19F), Lanes::all(__builtin_inff()));
-    // Four roundings on either way from the position along x to the fraction.
-    const F alongX = Lanes::all(0x1p-22F * static_cast<float>(n[0] + 1));
-    Lanes::store(batch.error, Lanes::mulAdd(range, deviation + alongX, rounding));
+    // Four roundings on either way from the position along x or y to the fraction.
+    const F inPlane =
+        Lanes::all(0x1p-22F * (static_cast<float>(n[0]) + static_cast<float>(n[1]) + 2));
+    Lanes::store(batch.error, Lanes::mulAdd(range, deviation + inPlane, rounding));
     // Four times the deviations of the straight lines also cover the roundings of the plane.
-    const F ofLines = deviation + Lanes::all(pass_.cellSlack * pass_.cellsPerStep);
+    const F ofLines = deviation + Lanes::all(pass_.cellSlack[0] * pass_.cellsPerStep[0] +
+                                             pass_.cellSlack[1] * pass_.cellsPerStep[1]);
     Lanes::store(batch.planeError, Lanes::mulAdd(range * Lanes::all(4), ofLines, rounding));
 }
 

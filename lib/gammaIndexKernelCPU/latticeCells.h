@@ -38,11 +38,59 @@ public:
 private:
     using F = Lanes::F;
     static constexpr int maxCount = VoxelTable::maxCount;
+    static constexpr int maxCells = BoxSearch::cellsAtOnce; ///< along x and y
+    static constexpr int maxVectors = maxCells / Lanes::width;
 
-    /** Whether a voxel has the same index along an axis as the last one that was added. */
-    [[nodiscard]] bool isBesideLast(const VoxelStart& start, int axis) const
+    /** Some cells along an axis. */
+    struct CellSpan {
+        std::int32_t first;
+        std::int32_t last;
+
+        [[nodiscard]] std::int32_t count() const { return last - first + 1; }
+    };
+
+    /** Doses of a row of cells in so many vectors, kept in registers. */
+    template <std::size_t vectors> struct KeptRow {
+        static constexpr int count = vectors;
+        F doses[vectors];
+
+        void set(int vector, F value) { doses[vector] = value; }
+        /** The doses of the cells at places. */
+        [[nodiscard]] F at(Lanes::I places) const
+        {
+            if constexpr (vectors == 2) {
+                return Lanes::spreadFromPair(doses[0], doses[1], places);
+            } else {
+                return spreadFromFour(doses, places);
+            }
+        }
+    };
+
+    /** The same, in memory. */
+    struct StoredRow {
+        static constexpr int count = maxVectors;
+        alignas(64) float doses[count * Lanes::width];
+
+        void set(int vector, F value) { Lanes::store(doses + vector * Lanes::width, value); }
+        [[nodiscard]] F at(Lanes::I places) const { return Lanes::gather(doses, places); }
+    };
+
+    /** Where cells begin on an axis. */
+    struct Edge {
+        F at;                   ///< steps
+        unsigned nearestBefore; ///< lanes whose point there lies in the cell before
+    };
+    [[nodiscard]] Edge edgeAt(int axis, F cell) const
     {
-        return start.index[axis] == voxels_.search[voxels_.count - 1]->start().index[axis];
+        const F at = edgeOf(pass_, axis, Lanes::load(voxels_.cellStart[axis]), cell);
+        return {at, nearestBefore(pass_, axis, Lanes::load(voxels_.origin[axis]), at, cell)};
+    }
+
+    static F nearestSquaredOf(const CellPoints& points)
+    {
+        const F zero = Lanes::all(0);
+        const F nearest = Lanes::max(Lanes::max(points.first, zero - points.last), zero);
+        return nearest * nearest;
     }
 
     static float nearestSquared(const CellRun& cell)
@@ -56,58 +104,58 @@ private:
         return {cells.items + from, smaller(cells.count - from, BoxSearch::runsAtOnce)};
     }
 
-    [[nodiscard]] Room<CellRun> nearOnes(Room<CellRun> cells, float squared) const;
-    void listRow();
-    void listChunk(std::int32_t firstCell, std::int32_t lastCell);
-    void placeChunk(std::int32_t firstCell, std::int32_t lastCell);
-    void listPlanes(Room<CellRun> yCells, Room<CellRun> zCells, int yPlace, std::int32_t firstCell,
-                    std::int32_t cells);
-    void findRowRanges(const CellRun& zCell, std::int32_t firstCell, std::int32_t cells,
-                       std::int32_t firstRow, std::int32_t lastRow);
-    void findCellRanges(std::int32_t lowerRow, std::int32_t upperRow, std::int32_t cells);
-    void listOpenCells(int y, int z, float nearestSquared);
+    void listAll();
+    [[nodiscard]] CellSpan allCells(int axis) const;
+    void listChunk(CellSpan alongX, CellSpan alongY);
+    void placeAlongX(CellSpan cells);
+    void placeAlongY(CellSpan cells);
+    void listPlane(const CellRun& zCell, int z);
+    template <class Row> void listRows(CellSpan rows, int z, float zSquared);
+    void findRowRanges(const CellRun& zCell, CellSpan rows);
+    template <class Row> void findCellRanges(std::int32_t row, Row& least, Row& most) const;
+    template <class Row>
+    void listOpenCells(const Row& least, const Row& most, int y, int z, float zSquared);
 
-    /** The cell along x that holds a lattice index, give or take a slack in steps. */
-    [[nodiscard]] std::int32_t cellOf(float firstCellStart, std::int32_t i, float slack) const
+    /** The cell along an axis that holds a lattice index, give or take a slack in steps. */
+    [[nodiscard]] std::int32_t cellOf(int axis, float firstCellStart, std::int32_t i,
+                                      float slack) const
     {
-        const float cell = (static_cast<float>(i) + slack - firstCellStart) * pass_.cellsPerStep;
-        const int lastCell = larger(pass_.evaluation.n[0] - 2, 0);
+        const float cell =
+            (static_cast<float>(i) + slack - firstCellStart) * pass_.cellsPerStep[axis];
+        const int lastCell = larger(pass_.evaluation.n[axis] - 2, 0);
         return static_cast<std::int32_t>(clamped(cell, 0.0F, static_cast<float>(lastCell)));
     }
-
-    static constexpr int maxCells = SearchScratch::cellsAtOnce;
 
     const SearchPass& pass_;
     SearchScratch& scratch_;
     VoxelTable voxels_;
     BoxSearch boxes_;
-    // The row of voxels whose cells are listed.
-    int rowFirst_ = 0;                 ///< its first voxel
-    const AxisWindow* window_[2] = {}; ///< along y and z
     float largestThreshold_ = 0;
+    alignas(64) int firstCell_[2][maxCount]; ///< of each voxel, along x and y
+    alignas(64) int lastCell_[2][maxCount];
 
-    std::int32_t firstCell_[maxCount];
-    std::int32_t lastCell_[maxCount];
-    // The cells of each voxel in the chunk, beginning with its first one there.
-    alignas(64) int chunkPlace_[maxCount]; ///< of the first one in the rows, from placesFrom_ on
-    std::int32_t placesFrom_ = 0;
-    std::int32_t lastPlace_ = 0; ///< the largest of them
-    std::int32_t longest_ = 0;   ///< most cells of a voxel
-    unsigned inChunk_[maxCells]; ///< voxels that have so many cells and one more
+    // The chunk of cells that is listed.
+    CellSpan chunk_[2] = {};
+    int vectors_ = 0;                      ///< that hold its cells along x
+    alignas(64) int chunkPlace_[maxCount]; ///< along x, of the first cell of each voxel
+    std::int32_t longest_ = 0;             ///< most cells of a voxel along x
+    unsigned inChunk_[maxCells];           ///< voxels that have so many cells and one more
     alignas(64) float xSquared_[maxCells][maxCount]; ///< least i^2 in each cell
+    alignas(64) int xNumber_[maxCells][maxCount];    ///< what it adds to the number of a cell
     float xRoom_[maxCells]; ///< the largest squared distance in y and z at which a cell may matter
-
-    alignas(64) float least_[maxCells + 4 * Lanes::width]; ///< Gy, doses in the cells of a row
-    alignas(64) float most_[maxCells + 4 * Lanes::width];
+    alignas(64) float ySquared_[maxCells][maxCount]; ///< least j^2; infinite: not one of the voxel
+    alignas(64) int yNumber_[maxCells][maxCount];
+    float yLeast_[maxCells]; ///< the least of all voxels
+    /** Least and largest doses, Gy, around the cells along x and z, by rows of voxels along y. */
+    alignas(64) float rows_[maxCells + 1][2][maxCells];
 };
 
 void CellSearch::add(VoxelSearch& search)
 {
     const VoxelStart& start = search.start();
-    if (voxels_.count > 0 && !isBesideLast(start, 1)) {
-        listRow();
-    }
-    if (voxels_.count == maxCount || (voxels_.count > 0 && !isBesideLast(start, 2))) {
+    const bool isFull = voxels_.count == maxCount;
+    if (isFull || (voxels_.count > 0 &&
+                   start.index[2] != voxels_.search[voxels_.count - 1]->start().index[2])) {
         searchAll();
     }
     LatticeInterval range[3];
@@ -118,186 +166,217 @@ void CellSearch::add(VoxelSearch& search)
         }
     }
     const int v = voxels_.add(pass_, search, range);
-    const float firstCellStart = voxels_.cellStart[v];
-    firstCell_[v] = cellOf(firstCellStart, range[0].first, -pass_.cellSlack);
-    lastCell_[v] = cellOf(firstCellStart, range[0].last, pass_.cellSlack);
+    for (int a = 0; a < 2; ++a) {
+        const float firstCellStart = voxels_.cellStart[a][v];
+        firstCell_[a][v] = cellOf(a, firstCellStart, range[a].first, -pass_.cellSlack[a]);
+        lastCell_[a][v] = cellOf(a, firstCellStart, range[a].last, pass_.cellSlack[a]);
+    }
 }
 
 void CellSearch::searchAll()
 {
-    listRow();
-    boxes_.finish();
-    voxels_.count = 0;
-    rowFirst_ = 0;
-}
-
-/** Lists the open cells of the voxels that have been added since the last row. */
-void CellSearch::listRow()
-{
-    if (rowFirst_ == voxels_.count) {
+    if (voxels_.count == 0) {
         return;
     }
-    const VoxelStart& start = voxels_.search[rowFirst_]->start();
-    for (int a = 1; a < 3; ++a) {
-        AxisWindow& window = scratch_.windowOf(a, start.index[a]);
-        if (window.referenceIndex != start.index[a]) {
-            prepareWindow(pass_, start, a, window);
-        }
-        window_[a - 1] = &window;
+    listAll();
+    boxes_.finish();
+    voxels_.count = 0;
+}
+
+/** Lists the open cells of the voxels. */
+void CellSearch::listAll()
+{
+    const VoxelStart& start = voxels_.search[0]->start();
+    if (scratch_.window.referenceIndex != start.index[2]) {
+        prepareWindow(pass_, start, scratch_.window);
     }
-    std::int32_t firstCell = firstCell_[rowFirst_];
-    std::int32_t lastCell = lastCell_[rowFirst_];
-    largestThreshold_ = voxels_.threshold[rowFirst_];
-    for (int v = rowFirst_ + 1; v < voxels_.count; ++v) {
-        firstCell = smaller(firstCell, firstCell_[v]);
-        lastCell = larger(lastCell, lastCell_[v]);
+    largestThreshold_ = voxels_.threshold[0];
+    for (int v = 1; v < voxels_.count; ++v) {
         largestThreshold_ = larger(largestThreshold_, voxels_.threshold[v]);
     }
-    for (std::int32_t cell = firstCell; cell <= lastCell; cell += maxCells) {
-        if (cell > firstCell) {
-            boxes_.searchListed();
-        }
-        listChunk(cell, smaller(cell + maxCells - 1, lastCell));
-    }
-    rowFirst_ = voxels_.count;
-}
-
-/** Lists the open cells among those from firstCell to lastCell along x. */
-void CellSearch::listChunk(std::int32_t firstCell, std::int32_t lastCell)
-{
-    placeChunk(firstCell, lastCell);
-    const Room<CellRun> alongY = window_[0]->runs;
-    const Room<CellRun> alongZ = window_[1]->runs;
-    for (std::int32_t z = 0; z < alongZ.count; z += BoxSearch::runsAtOnce) {
-        const Room<CellRun> zCells = part(alongZ, z);
-        for (std::int32_t y = 0; y < alongY.count; y += BoxSearch::runsAtOnce) {
-            const Room<CellRun> yCells = nearOnes(part(alongY, y), 0);
-            if (yCells.count > 0 && nearOnes(zCells, 0).count > 0) {
-                const int place = boxes_.takeUp(yCells, zCells);
-                listPlanes(yCells, zCells, place, firstCell, lastCell - firstCell + 1);
-            }
+    const CellSpan x = allCells(0);
+    const CellSpan y = allCells(1);
+    for (std::int32_t row = y.first; row <= y.last; row += maxCells) {
+        for (std::int32_t cell = x.first; cell <= x.last; cell += maxCells) {
+            listChunk({cell, smaller(cell + maxCells - 1, x.last)},
+                      {row, smaller(row + maxCells - 1, y.last)});
         }
     }
 }
 
-/** Those of the cells that come near enough, at a squared distance on the other axes. */
-Room<CellRun> CellSearch::nearOnes(Room<CellRun> cells, float squared) const
+/** From the first to the last cell of all voxels along x or y. */
+CellSearch::CellSpan CellSearch::allCells(int axis) const
 {
-    while (cells.count > 0 && squared + nearestSquared(*cells.begin()) > largestThreshold_) {
-        ++cells.items;
-        --cells.count;
+    CellSpan all{firstCell_[axis][0], lastCell_[axis][0]};
+    for (int v = 1; v < voxels_.count; ++v) {
+        all.first = smaller(all.first, firstCell_[axis][v]);
+        all.last = larger(all.last, lastCell_[axis][v]);
     }
-    while (cells.count > 0 && squared + nearestSquared(*(cells.end() - 1)) > largestThreshold_) {
-        --cells.count;
-    }
-    return cells;
+    return all;
 }
 
-/** Finds the cells of each voxel in a chunk, and how near they come. */
-void CellSearch::placeChunk(std::int32_t firstCell, std::int32_t lastCell)
+/** Lists the open cells of a chunk. */
+void CellSearch::listChunk(CellSpan alongX, CellSpan alongY)
 {
-    const F zero = Lanes::all(0);
+    chunk_[0] = alongX;
+    chunk_[1] = alongY;
+    vectors_ = (alongX.count() + Lanes::width - 1) / Lanes::width;
+    placeAlongX(alongX);
+    placeAlongY(alongY);
+    const Room<CellRun> alongZ = scratch_.window.runs;
+    for (std::int32_t from = 0; from < alongZ.count; from += BoxSearch::runsAtOnce) {
+        const Room<CellRun> zCells = part(alongZ, from);
+        boxes_.takeUp(alongX.first, alongY.first, zCells);
+        for (int z = 0; z < zCells.count; ++z) {
+            listPlane(zCells.items[z], z);
+        }
+    }
+}
+
+/** Finds the cells of each voxel along x in a chunk, and how near they come. */
+void CellSearch::placeAlongX(CellSpan cells)
+{
     alignas(64) int counts[maxCount] = {};
-    placesFrom_ = lastCell - firstCell;
-    std::int32_t lastPlace = 0;
     longest_ = 0;
-    for (int v = rowFirst_; v < voxels_.count; ++v) {
-        if (firstCell_[v] <= lastCell && lastCell_[v] >= firstCell) {
-            voxels_.firstCell[v] = larger(firstCell_[v], firstCell);
-            counts[v] = smaller(lastCell_[v], lastCell) - voxels_.firstCell[v] + 1;
-            chunkPlace_[v] = voxels_.firstCell[v] - firstCell;
+    for (int v = 0; v < maxCount; ++v) {
+        chunkPlace_[v] = 0;
+        if (v < voxels_.count && firstCell_[0][v] <= cells.last && lastCell_[0][v] >= cells.first) {
+            const std::int32_t first = larger(firstCell_[0][v], cells.first);
+            counts[v] = smaller(lastCell_[0][v], cells.last) - first + 1;
+            chunkPlace_[v] = first - cells.first;
             longest_ = larger(longest_, counts[v]);
-            placesFrom_ = smaller(placesFrom_, chunkPlace_[v]);
-            lastPlace = larger(lastPlace, chunkPlace_[v]);
         }
     }
-    for (int v = 0; v < maxCount; ++v) {
-        chunkPlace_[v] = counts[v] == 0 ? 0 : chunkPlace_[v] - placesFrom_;
-    }
-    lastPlace_ = lastPlace - placesFrom_;
-    const F first = Lanes::asFloats(Lanes::loadIndices(voxels_.firstCell));
+    const F one = Lanes::all(1);
     const F count = Lanes::asFloats(Lanes::loadIndices(counts));
     const F none = Lanes::all(-1);
     const F room = Lanes::min(Lanes::all(pass_.outerRim), Lanes::load(voxels_.threshold));
+    Lanes::I places = Lanes::loadIndices(chunkPlace_);
+    F cell = Lanes::asFloats(Lanes::sum(places, Lanes::allIndices(cells.first)));
+    Edge begin = edgeAt(0, cell);
     for (std::int32_t c = 0; c < longest_; ++c) {
-        const F cell = Lanes::all(static_cast<float>(c));
-        const F start = Lanes::load(voxels_.cellStart) +
-                        (first + cell) * Lanes::all(pass_.cellWidth) - Lanes::all(pass_.cellSlack);
-        const F stop = start + Lanes::all(pass_.cellWidth + 2 * pass_.cellSlack);
-        const F nearest = Lanes::max(Lanes::max(start, zero - stop), zero);
-        Lanes::store(xSquared_[c], nearest * nearest);
-        inChunk_[c] = Lanes::notGreater(cell + Lanes::all(1), count);
-        xRoom_[c] = largestLane(Lanes::select(inChunk_[c], room - nearest * nearest, none));
+        cell = cell + one;
+        const Edge end = edgeAt(0, cell);
+        const OpenEnds open{begin.nearestBefore, ~end.nearestBefore};
+        const F squared = nearestSquaredOf(pointsBetween(pass_, 0, begin.at, end.at, open));
+        Lanes::store(xSquared_[c], squared);
+        Lanes::storeIndices(xNumber_[c], BoxSearch::alongX(places, open));
+        inChunk_[c] = Lanes::notGreater(Lanes::all(static_cast<float>(c + 1)), count);
+        xRoom_[c] = largestLane(Lanes::select(inChunk_[c], room - squared, none));
+        places = Lanes::sum(places, Lanes::allIndices(1));
+        begin = end;
     }
 }
 
-/** Lists the open cells in the planes and rows taken up: the first row is at place yPlace there. */
-void CellSearch::listPlanes(Room<CellRun> yCells, Room<CellRun> zCells, int yPlace,
-                            std::int32_t firstCell, std::int32_t cells)
+/** Finds how near the cells along y come to each voxel. */
+void CellSearch::placeAlongY(CellSpan cells)
 {
-    for (int z = 0; z < zCells.count; ++z) {
-        const float zSquared = nearestSquared(zCells.items[z]);
-        const Room<CellRun> near = nearOnes(yCells, zSquared);
-        if (near.count == 0) {
-            continue;
-        }
-        const std::int32_t firstRow = near.begin()->lower;
-        findRowRanges(zCells.items[z], firstCell, cells, firstRow, (near.end() - 1)->upper);
-        for (const CellRun& yCell : near) {
-            findCellRanges(yCell.lower - firstRow, yCell.upper - firstRow, cells);
-            const int y = yPlace + static_cast<int>(&yCell - yCells.begin());
-            listOpenCells(y, z, zSquared + nearestSquared(yCell));
-        }
+    const unsigned present = Lanes::everyLane >> (maxCount - voxels_.count);
+    const F one = Lanes::all(1);
+    const F first = Lanes::asFloats(Lanes::loadIndices(firstCell_[1]));
+    const F last = Lanes::asFloats(Lanes::loadIndices(lastCell_[1]));
+    F cell = Lanes::all(static_cast<float>(cells.first));
+    Edge begin = edgeAt(1, cell);
+    for (std::int32_t y = 0; y < cells.count(); ++y) {
+        const unsigned own =
+            present & Lanes::notGreater(first, cell) & Lanes::notGreater(cell, last);
+        cell = cell + one;
+        const Edge end = edgeAt(1, cell);
+        const OpenEnds open{begin.nearestBefore, ~end.nearestBefore};
+        const F squared =
+            Lanes::select(own, nearestSquaredOf(pointsBetween(pass_, 1, begin.at, end.at, open)),
+                          Lanes::all(__builtin_inff()));
+        Lanes::store(ySquared_[y], squared);
+        Lanes::storeIndices(yNumber_[y], BoxSearch::alongY(y, open));
+        yLeast_[y] = -largestLane(Lanes::all(0) - squared);
+        begin = end;
+    }
+}
+
+/** Lists the open cells of the chunk in a plane. */
+void CellSearch::listPlane(const CellRun& zCell, int z)
+{
+    const float zSquared = nearestSquared(zCell);
+    CellSpan rows{0, chunk_[1].count() - 1};
+    while (rows.first <= rows.last && zSquared + yLeast_[rows.first] > largestThreshold_) {
+        ++rows.first;
+    }
+    while (rows.first <= rows.last && zSquared + yLeast_[rows.last] > largestThreshold_) {
+        --rows.last;
+    }
+    if (rows.first > rows.last) {
+        return;
+    }
+    findRowRanges(zCell, rows);
+    if (vectors_ <= 2 && Lanes::spreadsRegisters) {
+        listRows<KeptRow<2>>(rows, z, zSquared);
+    } else if (vectors_ <= 4 && Lanes::spreadsRegisters) {
+        listRows<KeptRow<4>>(rows, z, zSquared);
+    } else {
+        listRows<StoredRow>(rows, z, zSquared);
+    }
+}
+
+/** Lists the open cells of some rows of the chunk in a plane. */
+template <class Row> void CellSearch::listRows(CellSpan rows, int z, float zSquared)
+{
+    for (std::int32_t y = rows.first; y <= rows.last; ++y) {
+        Row least;
+        Row most;
+        findCellRanges(y, least, most);
+        listOpenCells(least, most, y, z, zSquared);
     }
 }
 
 /** Least and largest dose of the four voxels around each cell in x and z, row by row. */
-void CellSearch::findRowRanges(const CellRun& zCell, std::int32_t firstCell, std::int32_t cells,
-                               std::int32_t firstRow, std::int32_t lastRow)
+void CellSearch::findRowRanges(const CellRun& zCell, CellSpan rows)
 {
     const int* const n = pass_.evaluation.n;
     const int right = n[0] > 1 ? 1 : 0;
-    const float* const lowerPlane = pass_.evaluation.map + voxelIndex(n, firstCell, 0, zCell.lower);
-    const float* const upperPlane = pass_.evaluation.map + voxelIndex(n, firstCell, 0, zCell.upper);
-    for (std::int32_t row = firstRow; row <= lastRow; ++row) {
+    const std::int32_t end = rows.last + (n[1] > 1 ? 1 : 0);
+    const int first = voxelIndex(n, chunk_[0].first, chunk_[1].first, 0);
+    const float* const lowerPlane = pass_.evaluation.map + first + voxelIndex(n, 0, 0, zCell.lower);
+    const float* const upperPlane = pass_.evaluation.map + first + voxelIndex(n, 0, 0, zCell.upper);
+    for (std::int32_t row = rows.first; row <= end; ++row) {
         const float* const p = lowerPlane + n[0] * row;
         const float* const q = upperPlane + n[0] * row;
-        float* const least = scratch_.rows[0] + (row - firstRow) * maxCells;
-        float* const most = scratch_.rows[1] + (row - firstRow) * maxCells;
-        for (std::int32_t c = 0; c < cells; c += Lanes::width) {
+        for (std::int32_t c = 0; c < vectors_ * Lanes::width; c += Lanes::width) {
             const F a = Lanes::load(p + c);
             const F b = Lanes::load(p + c + right);
             const F e = Lanes::load(q + c);
             const F f = Lanes::load(q + c + right);
-            Lanes::store(least + c, Lanes::min(Lanes::min(a, b), Lanes::min(e, f)));
-            Lanes::store(most + c, Lanes::max(Lanes::max(a, b), Lanes::max(e, f)));
+            Lanes::store(rows_[row][0] + c, Lanes::min(Lanes::min(a, b), Lanes::min(e, f)));
+            Lanes::store(rows_[row][1] + c, Lanes::max(Lanes::max(a, b), Lanes::max(e, f)));
         }
     }
 }
 
-/** The range of the interpolated doses in the cells between two rows. */
-void CellSearch::findCellRanges(std::int32_t lowerRow, std::int32_t upperRow, std::int32_t cells)
+/** The range of the interpolated doses in the cells between a row of voxels and the next one. */
+template <class Row>
+inline void CellSearch::findCellRanges(std::int32_t row, Row& least, Row& most) const
 {
     const F zero = Lanes::all(0);
-    const float* const lower[2] = {scratch_.rows[0] + lowerRow * maxCells,
-                                   scratch_.rows[1] + lowerRow * maxCells};
-    const float* const upper[2] = {scratch_.rows[0] + upperRow * maxCells,
-                                   scratch_.rows[1] + upperRow * maxCells};
-    for (std::int32_t c = 0; c < cells; c += Lanes::width) {
-        const F least = Lanes::min(Lanes::load(lower[0] + c), Lanes::load(upper[0] + c));
-        const F most = Lanes::max(Lanes::load(lower[1] + c), Lanes::load(upper[1] + c));
+    const std::int32_t upper = row + (pass_.evaluation.n[1] > 1 ? 1 : 0);
+    for (int v = 0; v < Row::count; ++v) {
+        // Vectors that hold no cell repeat the last one.
+        const int c = smaller(v, vectors_ - 1) * Lanes::width;
+        const F low = Lanes::min(Lanes::load(rows_[row][0] + c), Lanes::load(rows_[upper][0] + c));
+        const F high = Lanes::max(Lanes::load(rows_[row][1] + c), Lanes::load(rows_[upper][1] + c));
         // An interpolated dose leaves the range of its corners by some roundings at most.
-        const F rounding = Lanes::max(most, zero - least) * Lanes::all(0x1p-20F);
-        Lanes::store(least_ + c, least - rounding);
-        Lanes::store(most_ + c, most + rounding);
+        const F rounding = Lanes::max(high, zero - low) * Lanes::all(0x1p-20F);
+        least.set(v, low - rounding);
+        most.set(v, high + rounding);
     }
 }
 
 /** Lists the cells of the row that the range of their doses does not exclude. */
-void CellSearch::listOpenCells(int y, int z, float nearestSquared)
+template <class Row>
+inline void CellSearch::listOpenCells(const Row& least, const Row& most, int y, int z,
+                                      float zSquared)
 {
     const F zero = Lanes::all(0);
-    const F squared = Lanes::all(nearestSquared);
+    const F squared = Lanes::load(ySquared_[y]) + Lanes::all(zSquared);
+    const float leastSquared = yLeast_[y] + zSquared;
     const F threshold = Lanes::load(voxels_.threshold);
     const F room = Lanes::min(Lanes::all(pass_.outerRim), threshold);
     const F dose = Lanes::load(voxels_.referenceDose);
@@ -308,35 +387,29 @@ void CellSearch::listOpenCells(int y, int z, float nearestSquared)
                                   Lanes::load(voxels_.perScale), rounding);
     const F highest = dose + reach;
     const F lowest = dose - reach;
-    const Lanes::I place = Lanes::loadIndices(chunkPlace_);
-    const auto doses = [&](const float* row) {
-        return lastPlace_ < 2 * Lanes::width   ? Lanes::spreadFromPair(row, place)
-               : lastPlace_ < 4 * Lanes::width ? spreadFromFour(row, place)
-                                               : Lanes::gather(row, place);
-    };
+    const Lanes::I row = Lanes::sum(BoxSearch::alongZ(z), Lanes::loadIndices(yNumber_[y]));
+    boxes_.makeRoom(longest_);
     int count = boxes_.count();
     F leastBound = Lanes::load(voxels_.leastBound);
-    for (std::int32_t c = 0; c < longest_; ++c) {
-        if (nearestSquared > xRoom_[c]) {
+    Lanes::I places = Lanes::loadIndices(chunkPlace_);
+    for (std::int32_t c = 0; c < longest_; ++c, places = Lanes::sum(places, Lanes::allIndices(1))) {
+        if (leastSquared > xRoom_[c]) {
             continue;
         }
         const F r2 = Lanes::load(xSquared_[c]) + squared;
-        unsigned lanes = inChunk_[c] & Lanes::notGreater(r2, room);
+        const F low = least.at(places);
+        const F high = most.at(places);
+        const unsigned lanes = inChunk_[c] & Lanes::notGreater(r2, room) &
+                               Lanes::notGreater(low, highest) & Lanes::notGreater(lowest, high);
         if (lanes == 0) {
             continue;
         }
-        const F least = doses(least_ + placesFrom_ + c);
-        const F most = doses(most_ + placesFrom_ + c);
-        lanes &= Lanes::notGreater(least, highest) & Lanes::notGreater(lowest, most);
-        if (lanes == 0) {
-            continue;
-        }
-        const F away = Lanes::max(least - dose, dose - most) - rounding;
+        const F away = Lanes::max(low - dose, dose - high) - rounding;
         const F u = Lanes::max(away, zero) * scale;
         const F bound = u * u + r2;
         const unsigned open = lanes & Lanes::notGreater(bound, threshold);
         leastBound = Lanes::min(Lanes::select(open, bound, leastBound), leastBound);
-        count = boxes_.add(count, open, bound, c, y, z);
+        count = boxes_.add(count, open, bound, Lanes::sum(row, Lanes::loadIndices(xNumber_[c])));
     }
     Lanes::store(voxels_.leastBound, leastBound);
     boxes_.setCount(count);

@@ -25,8 +25,8 @@ struct CellBatch {
     alignas(64) float term[8][Lanes::width];
     alignas(64) float offset[3][Lanes::width];
     float slope[3];
-    alignas(64) float origin[Lanes::width];     ///< mm, sample point along x
-    alignas(64) float middle[Lanes::width];     ///< voxels along x, minus the middle of the cell
+    alignas(64) float origin[2][Lanes::width];  ///< mm, sample point along x and y
+    alignas(64) float middle[2][Lanes::width];  ///< voxels, minus the middle of the cell
     alignas(64) float error[Lanes::width];      ///< of u at the points of the cell
     alignas(64) float planeError[Lanes::width]; ///< of u by the plane through the doses
     alignas(64) float first[3][Lanes::width];
@@ -42,8 +42,8 @@ class ColumnSearch
 {
 public:
     ColumnSearch(const SearchPass& pass, VoxelTable& voxels)
-        : pass_(pass), voxels_(voxels), points_(pass, voxels),
-          voxelsPerMm_(1 / pass.evaluation.h[0])
+        : pass_(pass), voxels_(voxels),
+          points_(pass, voxels), voxelsPerMm_{1 / pass.evaluation.h[0], 1 / pass.evaluation.h[1]}
     {
     }
 
@@ -91,7 +91,7 @@ private:
     const SearchPass& pass_;
     VoxelTable& voxels_;
     PointList points_;
-    float voxelsPerMm_; ///< along x
+    float voxelsPerMm_[2]; ///< along x and y
     int listedCount_ = 0;
     int openCount_ = 0;
     int vectorCount_ = 0;
@@ -194,12 +194,15 @@ inline void ColumnSearch::bound(int vector)
     const auto ofCell = [&](const float* values) { return Lanes::spread(values, cells); };
     const F i = Lanes::load(index_[0] + at);
     const F j = Lanes::load(index_[1] + at);
-    // As setNeighbours, but for the division: closer than the straight line that boxes make do
+    // As setNeighbours, but for the division: closer than the straight lines that boxes make do
     // with.
-    const F position = ofCell(batch.origin) + i * Lanes::all(pass_.stepSize);
-    const F x = Lanes::mulAdd(position - Lanes::all(pass_.evaluation.x0[0]),
-                              Lanes::all(voxelsPerMm_), ofCell(batch.middle));
-    const F y = Lanes::mulAdd(Lanes::all(batch.slope[1]), j, ofCell(batch.offset[1]));
+    const auto fromMiddle = [&](int axis, F index) {
+        const F position = ofCell(batch.origin[axis]) + index * Lanes::all(pass_.stepSize);
+        return Lanes::mulAdd(position - Lanes::all(pass_.evaluation.x0[axis]),
+                             Lanes::all(voxelsPerMm_[axis]), ofCell(batch.middle[axis]));
+    };
+    const F x = fromMiddle(0, i);
+    const F y = fromMiddle(1, j);
     const auto inPlane = [&](int c) {
         const F low = Lanes::mulAdd(ofCell(batch.term[c + 1]), x, ofCell(batch.term[c]));
         const F high = Lanes::mulAdd(ofCell(batch.term[c + 3]), x, ofCell(batch.term[c + 2]));
@@ -246,17 +249,12 @@ void ColumnSearch::take(int vector)
     }
     points_.add(open, voxels, p, f, error);
     const unsigned members = certainMembers(pass_, p);
-    // By the rounding of positions a point at its rim may belong to the next cell, with doses that
-    // are perhaps not finite.
-    const F x =
-        Lanes::mulAdd(Lanes::all(batch.slope[0]), p[0], Lanes::spread(batch.offset[0], cells));
-    const unsigned inside =
-        Lanes::notGreater(absolute(x), Lanes::all(0.5F - pass_.cellSlack * pass_.cellsPerStep));
     const F root = rootFromAbove(f);
     const F raised = (f + error * (root + root + error)) * Lanes::all(raisedMargin);
-    // A little lower is not worth the work.
+    // A little lower is not worth the work. (A point that may belong to the next cell may have a
+    // dose that is not finite.)
     const unsigned lower =
-        open & members & inside &
+        (pass_.edgesAreKnown ? open & members : 0) &
         ~Lanes::notGreater(Lanes::spread(voxels_.threshold, voxels), raised * Lanes::all(1.002F));
     if (lower != 0) {
         lowerThresholds(lower, voxels, raised);

@@ -21,13 +21,14 @@ namespace
 inline void excludeHopeless(const SearchPass& pass, SearchScratch& scratch, VoxelStart* starts,
                             int count)
 {
-    constexpr int pause = 15;
+    constexpr int longestPause = 15;
     if (scratch.groupsToSkip > 0) {
         --scratch.groupsToSkip;
         return;
     }
     const int excluded = NearbyDoses(pass).exclude(starts, count);
-    scratch.groupsToSkip = 2 * excluded > count ? 0 : pause;
+    scratch.pause = 2 * excluded > count ? 0 : smaller(2 * scratch.pause + 1, longestPause);
+    scratch.groupsToSkip = scratch.pause;
 }
 
 /** Sets up the voxels and gives them first values. */
@@ -52,6 +53,63 @@ inline void startVoxels(const SearchPass& pass, SearchScratch& scratch, const Vo
     }
 }
 
+/** The numbers of a group's voxels in the order in which they are searched. */
+class SearchOrder
+{
+public:
+    /** Voxels of a plane that are near each other along x follow one another: they share cells. */
+    SearchOrder(const VoxelStart* starts, int count)
+    {
+        int first = 0;
+        for (int v = 0; v < count; ++v) {
+            if (v == 0 || starts[v].index[1] != starts[v - 1].index[1] ||
+                starts[v].index[2] != starts[v - 1].index[2]) {
+                if (v > 0 && starts[v].index[2] != starts[v - 1].index[2]) {
+                    addPlane(starts, first);
+                    first = rowCount_;
+                }
+                next_[rowCount_++] = v;
+            }
+            end_[rowCount_ - 1] = v + 1;
+        }
+        addPlane(starts, first);
+    }
+
+    [[nodiscard]] int operator[](int place) const { return number_[place]; }
+
+private:
+    static std::int32_t blockOf(const VoxelStart& start)
+    {
+        return start.index[0] / VoxelTable::maxCount;
+    }
+
+    /** Adds the rows from one on, block by block along x. */
+    void addPlane(const VoxelStart* starts, int firstRow)
+    {
+        std::int32_t block = 0;
+        while (block >= 0) {
+            std::int32_t following = -1;
+            for (int row = firstRow; row < rowCount_; ++row) {
+                int& v = next_[row];
+                while (v < end_[row] && blockOf(starts[v]) <= block) {
+                    number_[count_++] = v++;
+                }
+                if (v < end_[row]) {
+                    const std::int32_t own = blockOf(starts[v]);
+                    following = following < 0 ? own : smaller(following, own);
+                }
+            }
+            block = following;
+        }
+    }
+
+    int rowCount_ = 0;
+    int next_[maxVoxels];
+    int end_[maxVoxels];
+    int count_ = 0;
+    int number_[maxVoxels];
+};
+
 /** Searches the shell around the voxels of a group, and marks those that are final. */
 inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
 {
@@ -59,7 +117,9 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
     VoxelSearch searches[maxVoxels];
     startVoxels(pass, scratch, group, starts);
     CellSearch cells(pass, scratch);
-    for (int v = 0; v < group.count; ++v) {
+    const SearchOrder order(starts, group.count);
+    for (int n = 0; n < group.count; ++n) {
+        const int v = order[n];
         if (starts[v].isSearched) {
             searches[v].begin(pass, scratch, starts[v]);
             if (!searches[v].isDone()) {

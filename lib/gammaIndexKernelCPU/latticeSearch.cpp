@@ -9,15 +9,16 @@ namespace
 {
 
 /**
- * How far, in steps along x, a lattice point may lie from the cell that arithmetic without rounding
- * finds for it: positions are rounded to float, four times on the way.
+ * How far, in steps along an axis, a lattice point may lie from the cell that arithmetic without
+ * rounding finds for it: positions are rounded to float, four times on the way.
  */
-float roundingOfPositions(const LatticeAxes& axes, const DoseGrid& evaluation)
+float roundingOfPositions(const LatticeAxes& axes, const DoseGrid& evaluation, int axis)
 {
-    const double extent = std::fabs(static_cast<double>(axes.axis[0].front().position)) +
-                          std::fabs(static_cast<double>(axes.axis[0].back().position)) +
-                          std::fabs(static_cast<double>(evaluation.x0[0])) +
-                          static_cast<double>(evaluation.h[0]) * evaluation.n[0];
+    const std::vector<AxisSample>& samples = axes.axis[axis];
+    const double extent = std::fabs(static_cast<double>(samples.front().position)) +
+                          std::fabs(static_cast<double>(samples.back().position)) +
+                          std::fabs(static_cast<double>(evaluation.x0[axis])) +
+                          static_cast<double>(evaluation.h[axis]) * evaluation.n[axis];
     return static_cast<float>(0.001 + 0x1p-21 * extent / static_cast<double>(Env->stepSize));
 }
 
@@ -56,16 +57,20 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
       // Relative error of f and of the exact gamma^2: some 20 roundings each.
       thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)),
-      stepsPerMm(1 / static_cast<double>(stepSize)),
-      firstCentre(static_cast<double>(evaluation.x0[0]) +
-                  0.5 * static_cast<double>(evaluation.h[0])),
-      cellWidth(static_cast<float>(static_cast<double>(evaluation.h[0]) * stepsPerMm)),
-      cellsPerStep(1 / cellWidth), cellSlack(roundingOfPositions(latticeAxes, evaluation)),
-      gaps(earlierGaps), wholeSquared(wholeSquaredRadius(shell)),
+      stepsPerMm(1 / static_cast<double>(stepSize)), gaps(earlierGaps),
+      wholeSquared(wholeSquaredRadius(shell)),
       isRagged(shell.maxIndex() <= largestProvenRadius &&
                static_cast<float>(wholeSquared) < std::floor(outerSquared))
 {
     findFarPoint();
+    for (int a = 0; a < 2; ++a) {
+        const auto h = static_cast<double>(evaluation.h[a]);
+        firstCentre[a] = static_cast<double>(evaluation.x0[a]) + 0.5 * h;
+        cellWidth[a] = static_cast<float>(h * stepsPerMm);
+        cellsPerStep[a] = 1 / cellWidth[a];
+        cellSlack[a] = roundingOfPositions(latticeAxes, evaluation, a);
+    }
+    edgesAreKnown = cellSlack[0] < 0.25F && cellSlack[1] < 0.25F;
     for (int a = 0; a < 3; ++a) {
         voxelsPerStep[a] = evaluation.n[a] > 1 ? stepSize / evaluation.h[a] : 0.0F;
     }
@@ -132,30 +137,13 @@ SearchScratch::SearchScratch(const SearchPass& pass)
 {
     for (int a = 0; a < 3; ++a) {
         const std::size_t longest = longestWindow(pass.axes->axis[a], pass.outerIndex);
-        makeWindows(a, longest, pass.axes->axis[a].size());
         voxelRuns_[a].resize(longest);
         voxelRuns[a].runs.items = voxelRuns_[a].data();
+        if (a == 2) {
+            cellRuns_.resize(longest);
+            window.runs.items = cellRuns_.data();
+        }
     }
-    // A lattice coarser than the grid skips rows: a window may span any number of them.
-    const auto rowCount = static_cast<std::size_t>(pass.evaluation.n[1]);
-    for (int side = 0; side < 2; ++side) {
-        rows_[side].resize(rowCount * cellsAtOnce);
-        rows[side] = rows_[side].data();
-    }
-}
-
-void SearchScratch::makeWindows(int axis, std::size_t longest, std::size_t indices)
-{
-    // The windows along y come again in every plane along z: as many as fit are kept.
-    constexpr std::size_t runsKept = 8192;
-    const std::size_t fitting = runsKept / std::max<std::size_t>(longest, 1);
-    const std::size_t kept = std::max<std::size_t>(std::min(fitting, indices), 1);
-    axisWindows_[axis].resize(kept);
-    cellRuns_[axis].resize(kept * longest);
-    for (std::size_t n = 0; n < kept; ++n) {
-        axisWindows_[axis][n].runs.items = cellRuns_[axis].data() + n * longest;
-    }
-    windows_[axis] = {axisWindows_[axis].data(), static_cast<std::int32_t>(kept)};
 }
 
 namespace

@@ -57,10 +57,12 @@ public:
     float thresholdPerLimit;   ///< squared steps per gamma^2, raised by the error of the search
     float voxelsPerStep[3];    ///< evaluation voxels per lattice step; 0 on an axis of one voxel
     double stepsPerMm;
-    double firstCentre; ///< mm, of the first evaluation voxel along x
-    float cellWidth;    ///< steps, of a cell along x
-    float cellsPerStep;
-    float cellSlack;           ///< steps, rounding of positions along x
+    // Of the evaluation voxels and the cells between them, along x and y.
+    double firstCentre[2]; ///< mm
+    float cellWidth[2];    ///< steps
+    float cellsPerStep[2];
+    float cellSlack[2];        ///< steps, rounding of positions
+    bool edgesAreKnown;        ///< no two lattice points are within it of one place
     RadiusGaps gaps;           ///< of the earlier shells
     std::int64_t wholeSquared; ///< up to this squared radius no point but those in gaps is left out
     bool isRagged; ///< beyond that, this shell leaves out some: outerIndex^2 is wholeSquared then
@@ -94,7 +96,7 @@ template <class T> struct Room {
     [[nodiscard]] const T* end() const { return items + count; }
 };
 
-/** The interpolated lattice points on one axis around one reference index, by cells. */
+/** The interpolated lattice points along z around one reference index, by cells. */
 struct AxisWindow {
     std::int32_t referenceIndex = -1; ///< the index the window was made for; -1: none
     Room<CellRun> runs;
@@ -116,25 +118,14 @@ class SearchScratch
 public:
     explicit SearchScratch(const SearchPass& pass);
 
-    /** Where the window around a reference index is kept: perhaps that of another index still. */
-    AxisWindow& windowOf(int axis, int referenceIndex)
-    {
-        return windows_[axis].items[referenceIndex % windows_[axis].count];
-    }
-
     int groupsToSkip = 0; ///< before it may pay again to look at the doses near voxels first
+    int pause = 0;        ///< so many groups, last time; longer each time it does not pay
+    AxisWindow window;    ///< along z
     AxisVoxels voxelRuns[3];
-    static constexpr int cellsAtOnce = 64; ///< along x
-    float* rows[2]; ///< least and largest doses of cellsAtOnce cells in each row along y
 
 private:
-    void makeWindows(int axis, std::size_t longest, std::size_t indices);
-
-    Room<AxisWindow> windows_[3];
-    std::vector<AxisWindow> axisWindows_[3];
-    std::vector<CellRun> cellRuns_[3];
+    std::vector<CellRun> cellRuns_;
     std::vector<VoxelRun> voxelRuns_[3];
-    std::vector<float> rows_[2];
 };
 
 /** Up to this many voxels are searched at once. */

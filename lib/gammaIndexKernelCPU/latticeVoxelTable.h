@@ -37,9 +37,11 @@ struct VoxelTable {
         perScale[v] = (1 + 0x1p-20F) / start.scale;
         threshold[v] = voxelSearch.threshold();
         root[v] = voxelSearch.root();
-        cellStart[v] = static_cast<float>(
-            (pass.firstCentre - static_cast<double>(start.sample[0]->position)) * pass.stepsPerMm);
-        firstCell[v] = 0;
+        for (int a = 0; a < 2; ++a) {
+            const auto position = static_cast<double>(start.sample[a]->position);
+            cellStart[a][v] =
+                static_cast<float>((pass.firstCentre[a] - position) * pass.stepsPerMm);
+        }
         leastBound[v] = __builtin_inff();
         noteBest(v);
         return v;
@@ -93,9 +95,8 @@ struct VoxelTable {
     alignas(64) float origin[3][maxCount]; ///< mm, sample point
     alignas(64) float low[3][maxCount];    ///< lattice indices between voxel centres
     alignas(64) float high[3][maxCount];
-    alignas(64) float cellStart[maxCount];  ///< steps, lower end of the first cell along x
-    alignas(64) int firstCell[maxCount];    ///< along x, of the cells that are looked at
-    alignas(64) float leastBound[maxCount]; ///< of f, in the cells that have been listed
+    alignas(64) float cellStart[2][maxCount]; ///< steps, lower end of the first cell along x and y
+    alignas(64) float leastBound[maxCount];   ///< of f, in the cells that have been listed
     alignas(64) float delta[maxCount];
     alignas(64) float referenceDose[maxCount];
     alignas(64) float scale[maxCount];

@@ -1,6 +1,6 @@
 /**
  * @file latticeWindow.h
- * The lattice points along y and z around one reference index, and the cells they lie in.
+ * The lattice points along z around one reference index, and the cells they lie in.
  *
  * Part of latticeGroup.h.
  */
@@ -12,10 +12,10 @@
 namespace
 {
 
-/** Makes the window of an axis for the lattice points of a voxel: gathers them by cells. */
-inline void prepareWindow(const SearchPass& pass, const VoxelStart& voxel, int axis,
-                          AxisWindow& window)
+/** Makes the window of a voxel: gathers its lattice points along z by cells. */
+inline void prepareWindow(const SearchPass& pass, const VoxelStart& voxel, AxisWindow& window)
 {
+    constexpr int axis = 2;
     window.referenceIndex = voxel.index[axis];
     window.runs.count = 0;
     const LatticeInterval range = voxel.candidates[axis];
@@ -23,7 +23,7 @@ inline void prepareWindow(const SearchPass& pass, const VoxelStart& voxel, int a
     const float x0 = pass.evaluation.x0[axis];
     const float h = pass.evaluation.h[axis];
     const int n = pass.evaluation.n[axis];
-    const bool planar = axis == 2 && pass.reader == Reader::bilinear;
+    const bool planar = pass.reader == Reader::bilinear;
     const float slope = n == 1 || planar ? 0.0F : pass.stepSize / h;
     for (std::int32_t i = range.first; i <= range.last; ++i) {
         AxisPoint p{};

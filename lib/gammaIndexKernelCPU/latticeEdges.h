@@ -1,0 +1,76 @@
+/**
+ * @file latticeEdges.h
+ * Which lattice points on an axis lie in which cell of the evaluation grid, along x and y.
+ *
+ * Part of latticeGroup.h.
+ *
+ * Where a cell begins is computed without the roundings of positions. A lattice point farther from
+ * there than the slack of the pass lies on the side where it seems to be; for the one point that
+ * may be nearer, the operations of the readers decide.
+ */
+#ifndef ZARNGI_LATTICEEDGES_H
+#define ZARNGI_LATTICEEDGES_H
+
+#include "latticeVoxelTable.h"
+
+namespace
+{
+
+/** Which end of a cell leaves out the point that is too near to tell. */
+struct OpenEnds {
+    unsigned first; ///< lanes
+    unsigned last;
+};
+
+/** The first and the last lattice index of cells on an axis. */
+struct CellPoints {
+    Lanes::F first;
+    Lanes::F last;
+};
+
+/** Where cells begin, in steps from sample points; the first cell begins at `start`. */
+inline Lanes::F edgeOf(const SearchPass& pass, int axis, Lanes::F start, Lanes::F cells)
+{
+    return start + cells * Lanes::all(pass.cellWidth[axis]);
+}
+
+/**
+ * The lanes in which the lattice point nearest to where a cell begins lies in the cell before:
+ * meaningless where it is farther from there than the slack.
+ */
+inline unsigned nearestBefore(const SearchPass& pass, int axis, Lanes::F origin, Lanes::F edge,
+                              Lanes::F cell)
+{
+    using F = Lanes::F;
+    if (!pass.edgesAreKnown) {
+        return 0;
+    }
+    const F nearest = rounded(edge);
+    if ((Lanes::notGreater(absolute(edge - nearest), Lanes::all(pass.cellSlack[axis]))) == 0) {
+        return 0;
+    }
+    // As setNeighbours.
+    const F position = origin + nearest * Lanes::all(pass.stepSize);
+    const F centred =
+        (position - Lanes::all(pass.evaluation.x0[axis])) / Lanes::all(pass.evaluation.h[axis]) -
+        Lanes::all(0.5F);
+    const auto lastCell = static_cast<float>(larger(pass.evaluation.n[axis] - 2, 0));
+    return ~Lanes::notGreater(cell, Lanes::min(Lanes::whole(centred), Lanes::all(lastCell))) &
+           Lanes::everyLane;
+}
+
+/** The points of cells that begin and end there. */
+inline CellPoints pointsBetween(const SearchPass& pass, int axis, Lanes::F begin, Lanes::F end,
+                                OpenEnds open)
+{
+    using F = Lanes::F;
+    const F zero = Lanes::all(0);
+    const F slack = Lanes::all(pass.cellSlack[axis]);
+    const F first = begin + Lanes::select(open.first, slack, zero - slack);
+    const F last = end + Lanes::select(open.last, zero - slack, slack);
+    return {zero - Lanes::floor(zero - first), Lanes::floor(last)};
+}
+
+} // namespace
+
+#endif
