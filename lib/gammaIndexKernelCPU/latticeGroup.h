@@ -139,7 +139,7 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
             searches[v].end();
         }
         if (!pass.passRateMode) {
-            markIfFinal(pass, *group.voxels[v]);
+            markIfFinal(pass, starts[v].index, *group.voxels[v]);
         }
     }
 }

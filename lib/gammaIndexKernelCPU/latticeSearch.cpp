@@ -153,12 +153,9 @@ namespace
 class FarPointSearch
 {
 public:
-    FarPointSearch(const SearchPass& pass, const ActiveVoxel& voxel)
-        : pass_(pass), gammasq_(voxel.gammasq)
+    FarPointSearch(const SearchPass& pass, const std::int32_t (&index)[3], float gammasq)
+        : pass_(pass), gammasq_(gammasq)
     {
-        const int nx = pass.reference.n[0];
-        const int ny = pass.reference.n[1];
-        const int index[3] = {voxel.ivxl % nx, voxel.ivxl / nx % ny, voxel.ivxl / nx / ny};
         for (int a = 0; a < 3; ++a) {
             const AxisSample& sample = pass.axes->axis[a][static_cast<std::size_t>(index[a])];
             inBox_ = inBox_ && !sample.inside.empty();
@@ -250,9 +247,9 @@ private:
 
 } // namespace
 
-void markIfFinal(const SearchPass& pass, ActiveVoxel& voxel)
+void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveVoxel& voxel)
 {
-    if (FarPointSearch(pass, voxel).found()) {
+    if (FarPointSearch(pass, index, voxel.gammasq).found()) {
         voxel.stopSearching = true;
     }
 }

@@ -152,7 +152,9 @@ void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const V
  * Visiting the points in order of distance sets the mark at the first such point. Whether there is
  * one does not depend on the order: the distance term never decreases along the list, and gammasq
  * is final once all points of the shell have been taken into account.
+ *
+ * `index` is that of the voxel on each axis of the reference grid.
  */
-void markIfFinal(const SearchPass& pass, ActiveVoxel& voxel);
+void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveVoxel& voxel);
 
 #endif
