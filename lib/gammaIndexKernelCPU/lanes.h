@@ -72,14 +72,30 @@ struct Lanes {
     {
         return _mm512_i32gather_ps(i, p, 4);
     }
-    /** The floats p[i] and p[i + 1], by half as many loads. */
+    /** The floats p[i] and p[i + 1], one pair after another: faster than the gathers of many CPUs.
+     */
     static void gatherPairs(const float* p, I i, F& low, F& high)
     {
-        const F first = _mm512_castpd_ps(_mm512_i32gather_pd(_mm512_castsi512_si256(i), p, 4));
-        const F last = _mm512_castpd_ps(_mm512_i32gather_pd(_mm512_extracti64x4_epi64(i, 1), p, 4));
+        alignas(64) int at[width];
+        storeIndices(at, i);
+        const F first = eightPairs(p, at);
+        const F last = eightPairs(p, at + 8);
         const I even = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
         low = _mm512_permutex2var_ps(first, even, last);
         high = _mm512_permutex2var_ps(first, _mm512_add_epi32(even, _mm512_set1_epi32(1)), last);
+    }
+    static __m128 twoPairs(const float* p, const int* at)
+    {
+        const __m128 first =
+            _mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(p + at[0]));
+        return _mm_loadh_pi(first, reinterpret_cast<const __m64*>(p + at[1]));
+    }
+    static F eightPairs(const float* p, const int* at)
+    {
+        const __m256 low = _mm256_set_m128(twoPairs(p, at + 2), twoPairs(p, at));
+        const __m256 high = _mm256_set_m128(twoPairs(p, at + 6), twoPairs(p, at + 4));
+        return _mm512_castpd_ps(_mm512_insertf64x4(_mm512_castps_pd(_mm512_castps256_ps512(low)),
+                                                   _mm256_castps_pd(high), 1));
     }
 #pragma GCC diagnostic pop
     static I sum(I a, I b)

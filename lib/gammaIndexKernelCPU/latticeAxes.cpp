@@ -87,6 +87,10 @@ AxisSample tabulate(int axis, int index, Reader reader)
     const bool holdsZero = sample.inside.first <= 0 && sample.inside.last >= 0;
     sample.nearest = holdsZero ? 0 : std::min(low, high);
     sample.farthest = std::max(low, high);
+    const double toFirst = static_cast<double>(Env->xmin_eval[axis]) +
+                           0.5 * static_cast<double>(Env->hs_eval[axis]) -
+                           static_cast<double>(sample.position);
+    sample.firstCentre = static_cast<float>(toFirst / static_cast<double>(Env->stepSize));
     return sample;
 }
 

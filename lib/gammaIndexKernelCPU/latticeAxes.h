@@ -30,6 +30,7 @@ struct AxisSample {
     LatticeInterval centre; ///< those of them in the zone between voxel centres
     std::int32_t nearest;   ///< smallest |index| inside the box
     std::int32_t farthest;  ///< largest |index| inside the box
+    float firstCentre;      ///< steps, to the centre of the first evaluation voxel
 };
 
 /** The samples of the three axes. */

@@ -19,8 +19,10 @@ class BoxSearch
 public:
     BoxSearch(const SearchPass& pass, VoxelTable& voxels)
         : pass_(pass), voxels_(voxels),
-          columns_(pass, voxels), slope_{pass.cellsPerStep[0], pass.cellsPerStep[1]}
+          columns_(pass, voxels, cells_)
     {
+        cells_.slope[0] = pass.cellsPerStep[0];
+        cells_.slope[1] = pass.cellsPerStep[1];
     }
 
     /**
@@ -90,6 +92,22 @@ private:
             lanes, Lanes::all(static_cast<float>(1 << (firstBit + bit))), Lanes::all(0)));
     }
 
+    /** Where a cell lies in each lane. */
+    struct Place {
+        Lanes::I voxel;
+        Lanes::I cell[2]; ///< number along x and y
+        Lanes::I alongZ;  ///< place among those taken up
+        F start[2];       ///< steps
+        F offset[3];      ///< as in CellList
+    };
+
+    /** Doses in a cell in each lane, as in CellList. */
+    struct Doses {
+        F term[8];
+        F error;
+        F planeError;
+    };
+
     /** A box of lattice points in each lane. */
     struct Box {
         F first[3];
@@ -116,25 +134,28 @@ private:
 
     void searchBelow(const float* level);
     void searchCells(int* listed, int count);
-    void begin(CellBatch& batch, Lanes::I listed, int count) const;
-    void findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F deviation) const;
+    [[nodiscard]] Place placeOf(Lanes::I numbers) const;
+    void addOpen(Lanes::I numbers, int count);
+    void complete(int at);
+    [[nodiscard]] Doses dosesIn(const Place& place) const;
     static void cutToBall(Box& box, F squaredRadius);
-    static Plane planeIn(const CellBatch& batch, const Box& box);
+    [[nodiscard]] Plane planeIn(const Doses& doses, const F (&offset)[3], const Box& box) const;
     [[nodiscard]] Limits limitsOf(const Plane& plane, Lanes::I voxels) const;
     [[nodiscard]] unsigned cutToParaboloid(Box& box, const Plane& plane,
                                            const Limits& limits) const;
     static void cutToPlane(Box& box, const Plane& plane, const Limits& limits);
-    void shrink(CellBatch& batch) const;
+    [[nodiscard]] unsigned shrink(Box& box, const Doses& doses, const F (&offset)[3],
+                                  Lanes::I voxels) const;
 
     /** Raises the threshold of the plane's paraboloid by the rounding of both: 256 roundings. */
     static constexpr float planeMargin = 1 + 0x1p-16F;
 
-    static constexpr int maxBatches = CellBatch::atOnce;
-    static constexpr int atOnce = maxBatches * Lanes::width;
+    static constexpr int atOnce = CellList::maxCount;
     static constexpr int maxListed = 2 * cellsAtOnce * VoxelTable::maxCount;
 
     const SearchPass& pass_;
     VoxelTable& voxels_;
+    CellList cells_;
     ColumnSearch columns_;
 
     // The chunk taken up.
@@ -145,14 +166,12 @@ private:
     alignas(64) float runOffset_[runsAtOnce];
     alignas(64) float runDeviation_[runsAtOnce];
     alignas(64) int runVoxel_[runsAtOnce]; ///< the lower corner of the run's first cell
-    float slope_[3];
     int upwards_ = 0; ///< voxels from the lower to the upper corners of a cell
 
     int count_ = 0;
     alignas(64) int listed_[maxListed + Lanes::width]; ///< z, y, x and voxel in one number
     alignas(64) float bound_[maxListed + Lanes::width];
     alignas(64) int chosen_[atOnce + Lanes::width];
-    CellBatch batches_[maxBatches];
 };
 
 void BoxSearch::takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> alongZ)
@@ -166,7 +185,8 @@ void BoxSearch::takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> a
     runsAlongZ_ = alongZ;
     const CellRun& first = alongZ.items[0];
     upwards_ = voxelIndex(pass_.evaluation.n, 0, 0, first.upper - first.lower);
-    slope_[2] = first.slope;
+    cells_.slope[2] = first.slope;
+    cells_.runsAlongZ = alongZ.items;
     for (int r = 0; r < alongZ.count; ++r) {
         const CellRun& run = alongZ.items[r];
         runFirst_[r] = static_cast<float>(run.first);
@@ -250,85 +270,134 @@ void BoxSearch::searchBelow(const float* level)
  * last vector behind them is overwritten.)
  *
  * Each round replaces the doses in a box of points by a plane, and takes the smaller box around the
- * points that can matter for the next round: the error of the plane shrinks with the box. A round
- * is one long chain of operations: several batches side by side keep the processor busy.
+ * points that can matter for the next round: the error of the plane shrinks with the box. The first
+ * round leaves a third of the cells; these are put side by side for the second.
  */
 void BoxSearch::searchCells(int* listed, int count)
 {
-    const int batches = (count + Lanes::width - 1) / Lanes::width;
-    for (int at = count; at < batches * Lanes::width; ++at) {
+    for (int at = count; at % Lanes::width != 0; ++at) {
         listed[at] = listed[0];
     }
-    for (int b = 0; b < batches; ++b) {
-        const int at = b * Lanes::width;
-        begin(batches_[b], Lanes::loadIndices(listed + at), smaller(count - at, Lanes::width));
+    cells_.count = 0;
+    for (int at = 0; at < count; at += Lanes::width) {
+        addOpen(Lanes::loadIndices(listed + at), smaller(count - at, Lanes::width));
     }
-    constexpr int rounds = 2;
-    for (int round = 0; round < rounds; ++round) {
-        for (int b = 0; b < batches; ++b) {
-            shrink(batches_[b]);
-        }
+    for (int at = 0; at < cells_.count; at += Lanes::width) {
+        complete(at);
     }
-    columns_.search(batches_, batches);
+    columns_.search();
 }
 
-/** Makes a batch of the first so many of a vector of listed cells. */
-void BoxSearch::begin(CellBatch& batch, Lanes::I listed, int count) const
+/** Where the cells of some numbers lie. */
+inline BoxSearch::Place BoxSearch::placeOf(Lanes::I numbers) const
 {
-    const Lanes::I voxels = Lanes::remainder<VoxelTable::maxCount>(listed);
-    const Lanes::I places = Lanes::quotient<VoxelTable::maxCount>(listed);
-    const Lanes::I rows = Lanes::quotient<cellsAtOnce>(places);
-    const Lanes::I z = Lanes::remainder<runsAtOnce>(Lanes::quotient<cellsAtOnce>(rows));
-    const Lanes::I cells[2] = {
-        Lanes::sum(Lanes::remainder<cellsAtOnce>(places), Lanes::allIndices(firstCell_[0])),
-        Lanes::sum(Lanes::remainder<cellsAtOnce>(rows), Lanes::allIndices(firstCell_[1]))};
+    Place place;
+    place.voxel = Lanes::remainder<VoxelTable::maxCount>(numbers);
+    const Lanes::I cells = Lanes::quotient<VoxelTable::maxCount>(numbers);
+    const Lanes::I rows = Lanes::quotient<cellsAtOnce>(cells);
+    place.cell[0] = Lanes::remainder<cellsAtOnce>(cells);
+    place.cell[1] = Lanes::remainder<cellsAtOnce>(rows);
+    place.alongZ = Lanes::remainder<runsAtOnce>(Lanes::quotient<cellsAtOnce>(rows));
+    for (int a = 0; a < 2; ++a) {
+        place.cell[a] = Lanes::sum(place.cell[a], Lanes::allIndices(firstCell_[a]));
+        place.start[a] = edgeOf(pass_, a, Lanes::spread(voxels_.cellStart[a], place.voxel),
+                                Lanes::asFloats(place.cell[a]));
+        place.offset[a] =
+            Lanes::all(-0.5F) - place.start[a] * Lanes::all(pass_.cellsPerStep[a]);
+    }
+    place.offset[2] = Lanes::spread(runOffset_, place.alongZ);
+    return place;
+}
+
+/** Adds those of the first so many cells of a vector to the list that the first round leaves. */
+void BoxSearch::addOpen(Lanes::I numbers, int count)
+{
+    const Place place = placeOf(numbers);
     Box box;
     for (int a = 0; a < 2; ++a) {
-        const F firstStart = Lanes::spread(voxels_.cellStart[a], voxels);
-        const F cell = Lanes::asFloats(cells[a]);
-        const F start = edgeOf(pass_, a, firstStart, cell);
+        const F next = Lanes::asFloats(place.cell[a]) + Lanes::all(1);
         const CellPoints points = pointsBetween(
-            pass_, a, start, edgeOf(pass_, a, firstStart, cell + Lanes::all(1)),
-            {Lanes::hasBit(listed, firstBit + 2 * a), Lanes::hasBit(listed, firstBit + 2 * a + 1)});
+            pass_, a, place.start[a],
+            edgeOf(pass_, a, Lanes::spread(voxels_.cellStart[a], place.voxel), next),
+            {Lanes::hasBit(numbers, firstBit + 2 * a), Lanes::hasBit(numbers, firstBit + 2 * a + 1)});
         box.first[a] = points.first;
         box.last[a] = points.last;
-        Lanes::store(batch.offset[a],
-                     Lanes::all(-0.5F) - start * Lanes::all(pass_.cellsPerStep[a]));
-        Lanes::store(batch.origin[a], Lanes::spread(voxels_.origin[a], voxels));
-        Lanes::store(batch.middle[a], Lanes::all(-1) - cell);
     }
-    box.first[2] = Lanes::spread(runFirst_, z);
-    box.last[2] = Lanes::spread(runLast_, z);
-    Lanes::store(batch.offset[2], Lanes::spread(runOffset_, z));
+    box.first[2] = Lanes::spread(runFirst_, place.alongZ);
+    box.last[2] = Lanes::spread(runLast_, place.alongZ);
     for (int a = 0; a < 3; ++a) {
-        box.first[a] = Lanes::max(box.first[a], Lanes::spread(voxels_.low[a], voxels));
-        box.last[a] = Lanes::min(box.last[a], Lanes::spread(voxels_.high[a], voxels));
+        box.first[a] = Lanes::max(box.first[a], Lanes::spread(voxels_.low[a], place.voxel));
+        box.last[a] = Lanes::min(box.last[a], Lanes::spread(voxels_.high[a], place.voxel));
     }
-    cutToBall(box,
-              Lanes::min(Lanes::spread(voxels_.threshold, voxels), Lanes::all(pass_.outerRim)));
+    cutToBall(box, Lanes::min(Lanes::spread(voxels_.threshold, place.voxel),
+                              Lanes::all(pass_.outerRim)));
+    const Doses doses = dosesIn(place);
+    const unsigned open = shrink(box, doses, place.offset, place.voxel) &
+                          (Lanes::everyLane >> (Lanes::width - count));
+    if (open == 0) {
+        return;
+    }
+    const int at = cells_.count;
+    Lanes::storeChosen(cells_.number + at, open, numbers);
+    for (int c = 0; c < 8; ++c) {
+        Lanes::storeChosen(cells_.term[c] + at, open, doses.term[c]);
+    }
+    Lanes::storeChosen(cells_.error + at, open, doses.error);
+    Lanes::storeChosen(cells_.planeError + at, open, doses.planeError);
     for (int a = 0; a < 3; ++a) {
-        Lanes::store(batch.first[a], box.first[a]);
-        Lanes::store(batch.last[a], box.last[a]);
-        batch.slope[a] = slope_[a];
+        Lanes::storeChosen(cells_.first[a] + at, open, box.first[a]);
+        Lanes::storeChosen(cells_.last[a] + at, open, box.last[a]);
     }
-    const Lanes::I corners =
-        Lanes::sum(Lanes::sum(cells[0], Lanes::times(cells[1], pass_.evaluation.n[0])),
-                   Lanes::spreadIndices(runVoxel_, z));
-    findDoses(batch, voxels, corners, Lanes::spread(runDeviation_, z));
-    Lanes::storeIndices(batch.voxel, voxels);
-    Lanes::storeIndices(batch.alongZ, z);
-    batch.runsAlongZ = runsAlongZ_.items;
-    batch.open = Lanes::everyLane >> (Lanes::width - count);
+    cells_.count += __builtin_popcount(open);
 }
 
-/** Finds the doses of cells as trilinear functions, and the errors of those. */
-void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F deviation) const
+/** Shrinks the boxes of a vector of the list once more, and adds what columns need. */
+void BoxSearch::complete(int at)
+{
+    const int count = smaller(cells_.count - at, Lanes::width);
+    for (int c = at + count; c < at + Lanes::width; ++c) {
+        cells_.number[c] = cells_.number[at];
+    }
+    const Place place = placeOf(Lanes::loadIndices(cells_.number + at));
+    Doses doses;
+    for (int c = 0; c < 8; ++c) {
+        doses.term[c] = Lanes::load(cells_.term[c] + at);
+    }
+    doses.error = Lanes::load(cells_.error + at);
+    doses.planeError = Lanes::load(cells_.planeError + at);
+    Box box;
+    for (int a = 0; a < 3; ++a) {
+        box.first[a] = Lanes::load(cells_.first[a] + at);
+        box.last[a] = Lanes::load(cells_.last[a] + at);
+    }
+    cells_.open[at / Lanes::width] = shrink(box, doses, place.offset, place.voxel) &
+                                     (Lanes::everyLane >> (Lanes::width - count));
+    for (int a = 0; a < 3; ++a) {
+        Lanes::store(cells_.first[a] + at, box.first[a]);
+        Lanes::store(cells_.last[a] + at, box.last[a]);
+        Lanes::store(cells_.offset[a] + at, place.offset[a]);
+    }
+    for (int a = 0; a < 2; ++a) {
+        Lanes::store(cells_.origin[a] + at, Lanes::spread(voxels_.origin[a], place.voxel));
+        Lanes::store(cells_.middle[a] + at, Lanes::all(-1) - Lanes::asFloats(place.cell[a]));
+    }
+    Lanes::storeIndices(cells_.voxel + at, place.voxel);
+    Lanes::storeIndices(cells_.alongZ + at, place.alongZ);
+}
+
+/** The doses of cells as trilinear functions, and the errors of those. */
+inline BoxSearch::Doses BoxSearch::dosesIn(const Place& place) const
 {
     const int* const n = pass_.evaluation.n;
     const F half = Lanes::all(0.5F);
-    const F referenceDose = Lanes::spread(voxels_.referenceDose, voxels);
-    const F scale = Lanes::spread(voxels_.scale, voxels);
-    F u[8];
+    const Lanes::I corners =
+        Lanes::sum(Lanes::sum(place.cell[0], Lanes::times(place.cell[1], n[0])),
+                   Lanes::spreadIndices(runVoxel_, place.alongZ));
+    const F deviation = Lanes::spread(runDeviation_, place.alongZ);
+    const F referenceDose = Lanes::spread(voxels_.referenceDose, place.voxel);
+    const F scale = Lanes::spread(voxels_.scale, place.voxel);
+    Doses doses;
+    F(&u)[8] = doses.term;
     for (int c = 0; c < 8; c += 2) {
         const int up = (c & 4) != 0 ? upwards_ : 0;
         const int back = (c & 2) != 0 && n[1] > 1 ? n[0] : 0;
@@ -347,9 +416,6 @@ void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F
             }
         }
     }
-    for (int c = 0; c < 8; ++c) {
-        Lanes::store(batch.term[c], u[c]);
-    }
     // Error of u on a column: the fractions are off by at most `deviation` in all, and the some 30
     // roundings of both computations act on values no larger than |u| and scale * |reference dose|.
     F range = absolute(u[1]) + absolute(u[2]) + absolute(u[4]);
@@ -364,11 +430,12 @@ void BoxSearch::findDoses(CellBatch& batch, Lanes::I voxels, Lanes::I corners, F
     // Four roundings on either way from the position along x or y to the fraction.
     const F inPlane =
         Lanes::all(0x1p-22F * (static_cast<float>(n[0]) + static_cast<float>(n[1]) + 2));
-    Lanes::store(batch.error, Lanes::mulAdd(range, deviation + inPlane, rounding));
+    doses.error = Lanes::mulAdd(range, deviation + inPlane, rounding);
     // Four times the deviations of the straight lines also cover the roundings of the plane.
     const F ofLines = deviation + Lanes::all(pass_.cellSlack[0] * pass_.cellsPerStep[0] +
                                              pass_.cellSlack[1] * pass_.cellsPerStep[1]);
-    Lanes::store(batch.planeError, Lanes::mulAdd(range * Lanes::all(4), ofLines, rounding));
+    doses.planeError = Lanes::mulAdd(range * Lanes::all(4), ofLines, rounding);
+    return doses;
 }
 
 /** Cuts a box to the part within a squared distance of the origin. */
@@ -399,21 +466,19 @@ void BoxSearch::cutToBall(Box& box, F squaredRadius)
  * + YZ sy sz + XYZ sx sy sz, where the plane is that of the dose and the rises in the middle. So u
  * differs from it by at most twist = |XY| hx hy + |XZ| hx hz + |YZ| hy hz + |XYZ| hx hy hz.
  */
-inline BoxSearch::Plane BoxSearch::planeIn(const CellBatch& batch, const Box& box)
+inline BoxSearch::Plane BoxSearch::planeIn(const Doses& doses, const F (&offset)[3],
+                                           const Box& box) const
 {
+    const F(&t)[8] = doses.term;
     const F half = Lanes::all(0.5F);
     F middle[3];
     F s[3]; // fractions of the middle
     F h[3];
     for (int a = 0; a < 3; ++a) {
-        const F slope = Lanes::all(batch.slope[a]);
+        const F slope = Lanes::all(cells_.slope[a]);
         middle[a] = (box.first[a] + box.last[a]) * half;
-        s[a] = Lanes::mulAdd(slope, middle[a], Lanes::load(batch.offset[a]));
+        s[a] = Lanes::mulAdd(slope, middle[a], offset[a]);
         h[a] = (box.last[a] - box.first[a]) * half * slope;
-    }
-    F t[8];
-    for (int c = 0; c < 8; ++c) {
-        t[c] = Lanes::load(batch.term[c]);
     }
     const F xy = Lanes::mulAdd(t[7], s[2], t[3]);
     const F xz = Lanes::mulAdd(t[7], s[1], t[5]);
@@ -427,11 +492,11 @@ inline BoxSearch::Plane BoxSearch::planeIn(const CellBatch& batch, const Box& bo
     const F twist =
         Lanes::mulAdd(Lanes::mulAdd(absolute(t[7]), hxy, perHz), h[2], absolute(xy) * hxy);
     Plane plane;
-    plane.error = Lanes::load(batch.planeError) + twist;
+    plane.error = doses.planeError + twist;
     plane.atOrigin =
         Lanes::mulAdd(rise[0], s[0], Lanes::mulAdd(y, s[1], Lanes::mulAdd(t[4], s[2], t[0])));
     for (int a = 0; a < 3; ++a) {
-        plane.perStep[a] = rise[a] * Lanes::all(batch.slope[a]);
+        plane.perStep[a] = rise[a] * Lanes::all(cells_.slope[a]);
         plane.atOrigin = Lanes::mulSub(plane.perStep[a], middle[a], plane.atOrigin);
     }
     return plane;
@@ -547,30 +612,25 @@ inline void BoxSearch::cutToPlane(Box& box, const Plane& plane, const Limits& li
     }
 }
 
-/** Shrinks the boxes of a batch to what can matter. */
-void BoxSearch::shrink(CellBatch& batch) const
+/** Shrinks boxes to what can matter; returns the lanes in which something is left. */
+__attribute__((always_inline)) inline unsigned BoxSearch::shrink(Box& box, const Doses& doses, const F (&offset)[3],
+                                  Lanes::I voxels) const
 {
     const F zero = Lanes::all(0);
-    Box box;
-    for (int a = 0; a < 3; ++a) {
-        box.first[a] = Lanes::load(batch.first[a]);
-        box.last[a] = Lanes::load(batch.last[a]);
-    }
-    const Plane plane = planeIn(batch, box);
-    const Limits limits = limitsOf(plane, Lanes::loadIndices(batch.voxel));
-    batch.open &= cutToParaboloid(box, plane, limits);
+    const Plane plane = planeIn(doses, offset, box);
+    const Limits limits = limitsOf(plane, voxels);
+    unsigned open = cutToParaboloid(box, plane, limits);
     // Where the rim of the shell ends the search, the plane may exclude much of the ball.
     const unsigned atRim = Lanes::notGreater(limits.weightSquared, Lanes::all(0.99F));
-    if ((batch.open & atRim) != 0) {
+    if ((open & atRim) != 0) {
         cutToPlane(box, plane, limits);
     }
     for (int a = 0; a < 3; ++a) {
-        const F first = zero - Lanes::floor(zero - box.first[a]);
-        const F last = Lanes::floor(box.last[a]);
-        batch.open &= Lanes::notGreater(first, last);
-        Lanes::store(batch.first[a], first);
-        Lanes::store(batch.last[a], last);
+        box.first[a] = zero - Lanes::floor(zero - box.first[a]);
+        box.last[a] = Lanes::floor(box.last[a]);
+        open &= Lanes::notGreater(box.first[a], box.last[a]);
     }
+    return open;
 }
 
 } // namespace

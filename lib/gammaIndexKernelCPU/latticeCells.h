@@ -105,7 +105,7 @@ private:
     }
 
     void listAll();
-    [[nodiscard]] CellSpan allCells(int axis) const;
+    [[nodiscard]] CellSpan findCells(int axis);
     void listChunk(CellSpan alongX, CellSpan alongY);
     void placeAlongX(CellSpan cells);
     void placeAlongY(CellSpan cells);
@@ -116,14 +116,13 @@ private:
     template <class Row>
     void listOpenCells(const Row& least, const Row& most, int y, int z, float zSquared);
 
-    /** The cell along an axis that holds a lattice index, give or take a slack in steps. */
-    [[nodiscard]] std::int32_t cellOf(int axis, float firstCellStart, std::int32_t i,
-                                      float slack) const
+    /** The cells along an axis that hold lattice indices, give or take a slack in steps. */
+    [[nodiscard]] Lanes::I cellsOf(int axis, F index, float slack) const
     {
-        const float cell =
-            (static_cast<float>(i) + slack - firstCellStart) * pass_.cellsPerStep[axis];
-        const int lastCell = larger(pass_.evaluation.n[axis] - 2, 0);
-        return static_cast<std::int32_t>(clamped(cell, 0.0F, static_cast<float>(lastCell)));
+        const F cell = (index + Lanes::all(slack) - Lanes::load(voxels_.cellStart[axis])) *
+                       Lanes::all(pass_.cellsPerStep[axis]);
+        const F lastCell = Lanes::all(static_cast<float>(larger(pass_.evaluation.n[axis] - 2, 0)));
+        return Lanes::truncated(Lanes::min(Lanes::max(cell, Lanes::all(0)), lastCell));
     }
 
     const SearchPass& pass_;
@@ -165,12 +164,7 @@ void CellSearch::add(VoxelSearch& search)
             return;
         }
     }
-    const int v = voxels_.add(pass_, search, range);
-    for (int a = 0; a < 2; ++a) {
-        const float firstCellStart = voxels_.cellStart[a][v];
-        firstCell_[a][v] = cellOf(a, firstCellStart, range[a].first, -pass_.cellSlack[a]);
-        lastCell_[a][v] = cellOf(a, firstCellStart, range[a].last, pass_.cellSlack[a]);
-    }
+    voxels_.add(search, range);
 }
 
 void CellSearch::searchAll()
@@ -178,6 +172,7 @@ void CellSearch::searchAll()
     if (voxels_.count == 0) {
         return;
     }
+    voxels_.complete();
     listAll();
     boxes_.finish();
     voxels_.count = 0;
@@ -194,8 +189,8 @@ void CellSearch::listAll()
     for (int v = 1; v < voxels_.count; ++v) {
         largestThreshold_ = larger(largestThreshold_, voxels_.threshold[v]);
     }
-    const CellSpan x = allCells(0);
-    const CellSpan y = allCells(1);
+    const CellSpan x = findCells(0);
+    const CellSpan y = findCells(1);
     for (std::int32_t row = y.first; row <= y.last; row += maxCells) {
         for (std::int32_t cell = x.first; cell <= x.last; cell += maxCells) {
             listChunk({cell, smaller(cell + maxCells - 1, x.last)},
@@ -204,9 +199,12 @@ void CellSearch::listAll()
     }
 }
 
-/** From the first to the last cell of all voxels along x or y. */
-CellSearch::CellSpan CellSearch::allCells(int axis) const
+/** Finds the cells of each voxel along x or y; returns those from the first to the last of all. */
+CellSearch::CellSpan CellSearch::findCells(int axis)
 {
+    const float slack = pass_.cellSlack[axis];
+    Lanes::storeIndices(firstCell_[axis], cellsOf(axis, Lanes::load(voxels_.low[axis]), -slack));
+    Lanes::storeIndices(lastCell_[axis], cellsOf(axis, Lanes::load(voxels_.high[axis]), slack));
     CellSpan all{firstCell_[axis][0], lastCell_[axis][0]};
     for (int v = 1; v < voxels_.count; ++v) {
         all.first = smaller(all.first, firstCell_[axis][v]);

@@ -7,48 +7,24 @@
 #ifndef ZARNGI_LATTICECOLUMNS_H
 #define ZARNGI_LATTICECOLUMNS_H
 
+#include "latticeCellList.h"
 #include "latticePointList.h"
 
 namespace
 {
 
-/**
- * Cells of several voxels, one in each lane, and the box of lattice points in each of them that can
- * matter.
- *
- * u = the sum of term[c] times the s of the axes in the bits of c (x, y, z), where s, the fraction
- * from the cell's middle, is offset + slope * index.
- */
-struct CellBatch {
-    static constexpr int atOnce = 8;
-
-    alignas(64) float term[8][Lanes::width];
-    alignas(64) float offset[3][Lanes::width];
-    float slope[3];
-    alignas(64) float origin[2][Lanes::width];  ///< mm, sample point along x and y
-    alignas(64) float middle[2][Lanes::width];  ///< voxels, minus the middle of the cell
-    alignas(64) float error[Lanes::width];      ///< of u at the points of the cell
-    alignas(64) float planeError[Lanes::width]; ///< of u by the plane through the doses
-    alignas(64) float first[3][Lanes::width];
-    alignas(64) float last[3][Lanes::width];
-    alignas(64) int voxel[Lanes::width];
-    alignas(64) int alongZ[Lanes::width]; ///< place of the cell among those along z
-    const CellRun* runsAlongZ;
-    unsigned open; ///< lanes that can matter
-};
-
 /** Searches columns of cells. */
 class ColumnSearch
 {
 public:
-    ColumnSearch(const SearchPass& pass, VoxelTable& voxels)
-        : pass_(pass), voxels_(voxels),
+    ColumnSearch(const SearchPass& pass, VoxelTable& voxels, const CellList& cells)
+        : pass_(pass), voxels_(voxels), cells_(cells),
           points_(pass, voxels), voxelsPerMm_{1 / pass.evaluation.h[0], 1 / pass.evaluation.h[1]}
     {
     }
 
-    /** Lists what can matter of the open cells of some batches. */
-    void search(const CellBatch* batches, int count);
+    /** Lists what can matter of the open cells. */
+    void search();
 
     /** Evaluates what has been listed and still matters. */
     void finish();
@@ -68,17 +44,16 @@ private:
 
     /** A vector of listed columns. */
     struct Columns {
-        const CellBatch* batch;
+        int cells;     ///< place of the vector of cells
         unsigned open; ///< lanes that can matter
     };
 
-    void list(const CellBatch& batch);
-    void listCell(const CellBatch& batch, int lane);
-    void endVectors(const CellBatch& batch);
+    void listCell(int cells, int lane);
+    void endVectors(int cells);
     void boundListed();
     void bound(int vector);
+    void lowerThresholds(int vector);
     void take(int vector);
-    void lowerThresholds(unsigned lanes, Lanes::I voxels, F f);
     void listOpen(int vector, unsigned lanes);
 
     /** The errors of f and of both sides of its comparison with other points: 128 roundings. */
@@ -90,45 +65,42 @@ private:
 
     const SearchPass& pass_;
     VoxelTable& voxels_;
+    const CellList& cells_;
     PointList points_;
     float voxelsPerMm_[2]; ///< along x and y
     int listedCount_ = 0;
     int openCount_ = 0;
     int vectorCount_ = 0;
     Columns vectors_[maxVectors];
-    // One after another; those of a batch begin with a new vector.
+    // One after another; those of a vector of cells begin with a new vector.
     alignas(64) float index_[2][maxListed + Lanes::width]; ///< lattice indices along x and y
-    alignas(64) int cell_[maxListed + Lanes::width];       ///< lane in the batch
+    alignas(64) int cell_[maxListed + Lanes::width];       ///< lane in the vector of cells
     alignas(64) float least_[maxListed];                   ///< f of the least point
     alignas(64) float leastAt_[maxListed];                 ///< lattice index of that along z
     alignas(64) float second_[maxListed];                  ///< f of the second least
     OpenColumn open_[maxOpen + Lanes::width];
 };
 
-void ColumnSearch::search(const CellBatch* batches, int count)
+void ColumnSearch::search()
 {
-    for (int b = 0; b < count; ++b) {
-        list(batches[b]);
+    for (int cells = 0; cells < cells_.count; cells += Lanes::width) {
+        for (unsigned open = cells_.openAt(cells); open != 0; open &= open - 1) {
+            listCell(cells, __builtin_ctz(open));
+        }
+        endVectors(cells);
     }
     boundListed();
 }
 
-/** Lists the columns of the open cells of a batch. */
-void ColumnSearch::list(const CellBatch& batch)
-{
-    for (unsigned open = batch.open; open != 0; open &= open - 1) {
-        listCell(batch, __builtin_ctz(open));
-    }
-    endVectors(batch);
-}
-
-inline void ColumnSearch::listCell(const CellBatch& batch, int lane)
+/** Lists the columns of a cell. */
+inline void ColumnSearch::listCell(int cells, int lane)
 {
     const Lanes::I cell = Lanes::allIndices(lane);
-    const auto first = static_cast<std::int32_t>(batch.first[0][lane]);
-    const auto last = static_cast<std::int32_t>(batch.last[0][lane]);
-    const auto firstRow = static_cast<std::int32_t>(batch.first[1][lane]);
-    const auto lastRow = static_cast<std::int32_t>(batch.last[1][lane]);
+    const int c = cells + lane;
+    const auto first = static_cast<std::int32_t>(cells_.first[0][c]);
+    const auto last = static_cast<std::int32_t>(cells_.last[0][c]);
+    const auto firstRow = static_cast<std::int32_t>(cells_.first[1][c]);
+    const auto lastRow = static_cast<std::int32_t>(cells_.last[1][c]);
     int count = listedCount_;
     for (std::int32_t i = first; i <= last; i += Lanes::width) {
         const F x = Lanes::counting(i);
@@ -136,7 +108,7 @@ inline void ColumnSearch::listCell(const CellBatch& batch, int lane)
         for (std::int32_t j = firstRow; j <= lastRow; ++j) {
             if (count > maxListed - Lanes::width) {
                 listedCount_ = count;
-                endVectors(batch);
+                endVectors(cells);
                 boundListed();
                 count = 0;
             }
@@ -149,8 +121,8 @@ inline void ColumnSearch::listCell(const CellBatch& batch, int lane)
     listedCount_ = count;
 }
 
-/** Divides the columns of a batch, which are the last ones of the list, into vectors. */
-void ColumnSearch::endVectors(const CellBatch& batch)
+/** Divides the columns of a vector of cells, which are the last ones of the list, into vectors. */
+void ColumnSearch::endVectors(int cells)
 {
     // The lanes that the last vector has left need a cell, too.
     Lanes::store(index_[0] + listedCount_, Lanes::all(0));
@@ -158,7 +130,7 @@ void ColumnSearch::endVectors(const CellBatch& batch)
     Lanes::storeIndices(cell_ + listedCount_, Lanes::allIndices(0));
     for (int at = vectorCount_ * Lanes::width; at < listedCount_; at += Lanes::width) {
         const int columns = smaller(listedCount_ - at, Lanes::width);
-        vectors_[vectorCount_++] = {&batch, Lanes::everyLane >> (Lanes::width - columns)};
+        vectors_[vectorCount_++] = {cells, Lanes::everyLane >> (Lanes::width - columns)};
     }
     listedCount_ = vectorCount_ * Lanes::width;
 }
@@ -168,10 +140,15 @@ void ColumnSearch::boundListed()
     for (int vector = 0; vector < vectorCount_; ++vector) {
         bound(vector);
     }
-    for (int vector = 0; vector < vectorCount_; ++vector) {
-        if (vectors_[vector].open != 0) {
-            take(vector);
+    // All thresholds before the first list: few points are below them then.
+    if (pass_.edgesAreKnown) {
+        for (int vector = 0; vector < vectorCount_; ++vector) {
+            lowerThresholds(vector);
         }
+        voxels_.findRoots();
+    }
+    for (int vector = 0; vector < vectorCount_; ++vector) {
+        take(vector);
     }
     listedCount_ = 0;
     vectorCount_ = 0;
@@ -187,40 +164,40 @@ inline void ColumnSearch::bound(int vector)
     const F zero = Lanes::all(0);
     const F one = Lanes::all(1);
     const F outer = Lanes::all(pass_.outerRim);
-    const CellBatch& batch = *vectors_[vector].batch;
+    const int from = vectors_[vector].cells;
     const int at = vector * Lanes::width;
     const Lanes::I cells = Lanes::loadIndices(cell_ + at);
-    const Lanes::I voxels = Lanes::spreadIndices(batch.voxel, cells);
-    const auto ofCell = [&](const float* values) { return Lanes::spread(values, cells); };
+    const Lanes::I voxels = Lanes::spreadIndices(cells_.voxel + from, cells);
+    const auto ofCell = [&](const float* values) { return Lanes::spread(values + from, cells); };
     const F i = Lanes::load(index_[0] + at);
     const F j = Lanes::load(index_[1] + at);
     // As setNeighbours, but for the division: closer than the straight lines that boxes make do
     // with.
     const auto fromMiddle = [&](int axis, F index) {
-        const F position = ofCell(batch.origin[axis]) + index * Lanes::all(pass_.stepSize);
+        const F position = ofCell(cells_.origin[axis]) + index * Lanes::all(pass_.stepSize);
         return Lanes::mulAdd(position - Lanes::all(pass_.evaluation.x0[axis]),
-                             Lanes::all(voxelsPerMm_[axis]), ofCell(batch.middle[axis]));
+                             Lanes::all(voxelsPerMm_[axis]), ofCell(cells_.middle[axis]));
     };
     const F x = fromMiddle(0, i);
     const F y = fromMiddle(1, j);
     const auto inPlane = [&](int c) {
-        const F low = Lanes::mulAdd(ofCell(batch.term[c + 1]), x, ofCell(batch.term[c]));
-        const F high = Lanes::mulAdd(ofCell(batch.term[c + 3]), x, ofCell(batch.term[c + 2]));
+        const F low = Lanes::mulAdd(ofCell(cells_.term[c + 1]), x, ofCell(cells_.term[c]));
+        const F high = Lanes::mulAdd(ofCell(cells_.term[c + 3]), x, ofCell(cells_.term[c + 2]));
         return Lanes::mulAdd(high, y, low);
     };
     const F rise = inPlane(4);
-    const F a = Lanes::mulAdd(rise, ofCell(batch.offset[2]), inPlane(0));
-    const F b = rise * Lanes::all(batch.slope[2]);
+    const F a = Lanes::mulAdd(rise, ofCell(cells_.offset[2]), inPlane(0));
+    const F b = rise * Lanes::all(cells_.slope[2]);
     const F squared = Lanes::mulAdd(i, i, j * j);
     const F rim = latticeRim(pass_, squared);
-    const F first = Lanes::max(ofCell(batch.first[2]), zero - rim);
-    const F last = Lanes::min(ofCell(batch.last[2]), rim);
+    const F first = Lanes::max(ofCell(cells_.first[2]), zero - rim);
+    const F last = Lanes::min(ofCell(cells_.last[2]), rim);
     const F steepness = Lanes::mulAdd(b, b, one);
     const F minimum = (zero - a * b) / steepness;
     const F k = Lanes::min(Lanes::max(rounded(minimum), first), last);
     const F u = Lanes::mulAdd(b, k, a);
     const F f = Lanes::mulAdd(u, u, Lanes::mulAdd(k, k, squared));
-    const F allowed = voxels_.allowed(voxels, ofCell(batch.error), k);
+    const F allowed = voxels_.allowed(voxels, ofCell(cells_.error), k);
     const F distance = absolute(minimum - k);
     const unsigned inside = Lanes::notGreater(first, minimum) & Lanes::notGreater(minimum, last);
     const F further = Lanes::select(inside, zero - distance, distance);
@@ -231,54 +208,65 @@ inline void ColumnSearch::bound(int vector)
                              Lanes::notGreater(first, last);
 }
 
-/** Lists the points of a vector of columns that can still matter. */
-void ColumnSearch::take(int vector)
+/**
+ * Lowers the thresholds of voxels to what the least points of some columns are worth at most.
+ *
+ * Where the cell of a point is not known for certain, its dose may not be finite.
+ */
+inline void ColumnSearch::lowerThresholds(int vector)
 {
-    const CellBatch& batch = *vectors_[vector].batch;
+    const int from = vectors_[vector].cells;
     const int at = vector * Lanes::width;
     const Lanes::I cells = Lanes::loadIndices(cell_ + at);
-    const Lanes::I voxels = Lanes::spreadIndices(batch.voxel, cells);
-    const F error = Lanes::spread(batch.error, cells);
+    const Lanes::I voxels = Lanes::spreadIndices(cells_.voxel + from, cells);
+    const F error = Lanes::spread(cells_.error + from, cells);
+    const F f = Lanes::load(least_ + at);
+    const F root = rootFromAbove(f);
+    const F raised = (f + error * (root + root + error)) * Lanes::all(raisedMargin);
+    // A little lower is not worth the work.
+    unsigned lower =
+        vectors_[vector].open &
+        ~Lanes::notGreater(Lanes::spread(voxels_.threshold, voxels), raised * Lanes::all(1.002F));
+    if (lower == 0) {
+        return;
+    }
     const F p[3] = {Lanes::load(index_[0] + at), Lanes::load(index_[1] + at),
                     Lanes::load(leastAt_ + at)};
+    lower &= certainMembers(pass_, p);
+    alignas(64) float values[Lanes::width];
+    alignas(64) int places[Lanes::width];
+    Lanes::store(values, raised);
+    Lanes::storeIndices(places, voxels);
+    for (; lower != 0; lower &= lower - 1) {
+        const int lane = __builtin_ctz(lower);
+        voxels_.lower(places[lane], values[lane]);
+    }
+}
+
+/** Lists the points of a vector of columns that can still matter. */
+inline void ColumnSearch::take(int vector)
+{
+    const int from = vectors_[vector].cells;
+    const int at = vector * Lanes::width;
+    const Lanes::I cells = Lanes::loadIndices(cell_ + at);
+    const Lanes::I voxels = Lanes::spreadIndices(cells_.voxel + from, cells);
+    const F error = Lanes::spread(cells_.error + from, cells);
     const F f = Lanes::load(least_ + at);
-    const F allowed = voxels_.allowed(voxels, error, p[2]);
+    const F k = Lanes::load(leastAt_ + at);
+    const F allowed = voxels_.allowed(voxels, error, k);
     const unsigned open = vectors_[vector].open & Lanes::notGreater(f, allowed);
     if (open == 0) {
         return;
     }
+    const F p[3] = {Lanes::load(index_[0] + at), Lanes::load(index_[1] + at), k};
     points_.add(open, voxels, p, f, error);
-    const unsigned members = certainMembers(pass_, p);
-    const F root = rootFromAbove(f);
-    const F raised = (f + error * (root + root + error)) * Lanes::all(raisedMargin);
-    // A little lower is not worth the work. (A point that may belong to the next cell may have a
-    // dose that is not finite.)
-    const unsigned lower =
-        (pass_.edgesAreKnown ? open & members : 0) &
-        ~Lanes::notGreater(Lanes::spread(voxels_.threshold, voxels), raised * Lanes::all(1.002F));
-    if (lower != 0) {
-        lowerThresholds(lower, voxels, raised);
-    }
-    unsigned others = open & Lanes::notGreater(Lanes::load(second_ + at), allowed);
-    if (pass_.reader == Reader::bilinear) {
-        // All points of the column have the same dose: the nearest of them is the best, if the
-        // shells hold it.
-        others = open & ~members;
-    }
+    // In 2D mode all points of the column have the same dose: the nearest of them is the best, if
+    // the shells hold it.
+    const unsigned others = open & (pass_.reader == Reader::bilinear
+                                        ? ~certainMembers(pass_, p)
+                                        : Lanes::notGreater(Lanes::load(second_ + at), allowed));
     if (others != 0) {
         listOpen(vector, others);
-    }
-}
-
-void ColumnSearch::lowerThresholds(unsigned lanes, Lanes::I voxels, F f)
-{
-    alignas(64) float values[Lanes::width];
-    alignas(64) int places[Lanes::width];
-    Lanes::store(values, f);
-    Lanes::storeIndices(places, voxels);
-    for (; lanes != 0; lanes &= lanes - 1) {
-        const int lane = __builtin_ctz(lanes);
-        voxels_.lower(places[lane], values[lane]);
     }
 }
 
@@ -288,17 +276,16 @@ void ColumnSearch::listOpen(int vector, unsigned lanes)
     if (openCount_ > maxOpen - Lanes::width) {
         finish();
     }
-    const CellBatch& batch = *vectors_[vector].batch;
     for (; lanes != 0; lanes &= lanes - 1) {
         const int at = vector * Lanes::width + __builtin_ctz(lanes);
-        const int c = cell_[at];
-        const LatticeInterval range{static_cast<std::int32_t>(batch.first[2][c]),
-                                    static_cast<std::int32_t>(batch.last[2][c])};
-        open_[openCount_++] = {{batch.runsAlongZ + batch.alongZ[c], range},
+        const int c = vectors_[vector].cells + cell_[at];
+        const LatticeInterval range{static_cast<std::int32_t>(cells_.first[2][c]),
+                                    static_cast<std::int32_t>(cells_.last[2][c])};
+        open_[openCount_++] = {{cells_.runsAlongZ + cells_.alongZ[c], range},
                                static_cast<std::int32_t>(index_[0][at]),
                                static_cast<std::int32_t>(index_[1][at]),
-                               batch.voxel[c],
-                               batch.error[c],
+                               cells_.voxel[c],
+                               cells_.error[c],
                                pass_.reader == Reader::bilinear ? -__builtin_inff() : second_[at]};
     }
 }

@@ -57,16 +57,15 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
       // Relative error of f and of the exact gamma^2: some 20 roundings each.
       thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)),
-      stepsPerMm(1 / static_cast<double>(stepSize)), gaps(earlierGaps),
+      gaps(earlierGaps),
       wholeSquared(wholeSquaredRadius(shell)),
       isRagged(shell.maxIndex() <= largestProvenRadius &&
                static_cast<float>(wholeSquared) < std::floor(outerSquared))
 {
     findFarPoint();
     for (int a = 0; a < 2; ++a) {
-        const auto h = static_cast<double>(evaluation.h[a]);
-        firstCentre[a] = static_cast<double>(evaluation.x0[a]) + 0.5 * h;
-        cellWidth[a] = static_cast<float>(h * stepsPerMm);
+        cellWidth[a] = static_cast<float>(static_cast<double>(evaluation.h[a]) /
+                                          static_cast<double>(stepSize));
         cellsPerStep[a] = 1 / cellWidth[a];
         cellSlack[a] = roundingOfPositions(latticeAxes, evaluation, a);
     }

@@ -56,9 +56,7 @@ public:
     float farDistanceTerm;     ///< gamma^2, its distance term; -1: unknown
     float thresholdPerLimit;   ///< squared steps per gamma^2, raised by the error of the search
     float voxelsPerStep[3];    ///< evaluation voxels per lattice step; 0 on an axis of one voxel
-    double stepsPerMm;
     // Of the evaluation voxels and the cells between them, along x and y.
-    double firstCentre[2]; ///< mm
     float cellWidth[2];    ///< steps
     float cellsPerStep[2];
     float cellSlack[2];        ///< steps, rounding of positions

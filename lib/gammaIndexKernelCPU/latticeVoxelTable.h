@@ -20,8 +20,8 @@ struct VoxelTable {
     /** Relative error, per |k|, of the least values of a column: see docs/performance.md. */
     static constexpr float neighbourMargin = 0x1p-17F;
 
-    /** Adds a voxel and the lattice indices around it that can matter; returns its place. */
-    int add(const SearchPass& pass, VoxelSearch& voxelSearch, const LatticeInterval (&range)[3])
+    /** Adds a voxel and the lattice indices around it that can matter. */
+    void add(VoxelSearch& voxelSearch, const LatticeInterval (&range)[3])
     {
         const VoxelStart& start = voxelSearch.start();
         const int v = count++;
@@ -34,17 +34,21 @@ struct VoxelTable {
         delta[v] = start.delta;
         referenceDose[v] = start.referenceDose;
         scale[v] = start.scale;
-        perScale[v] = (1 + 0x1p-20F) / start.scale;
         threshold[v] = voxelSearch.threshold();
         root[v] = voxelSearch.root();
         for (int a = 0; a < 2; ++a) {
-            const auto position = static_cast<double>(start.sample[a]->position);
-            cellStart[a][v] =
-                static_cast<float>((pass.firstCentre[a] - position) * pass.stepsPerMm);
+            cellStart[a][v] = start.sample[a]->firstCentre;
         }
-        leastBound[v] = __builtin_inff();
         noteBest(v);
-        return v;
+    }
+
+    /** Adds what follows from the rest, when all voxels are there. */
+    void complete()
+    {
+        using F = Lanes::F;
+        Lanes::store(leastBound, Lanes::all(__builtin_inff()));
+        const F one = Lanes::all(1 + 0x1p-20F);
+        Lanes::store(perScale, one / Lanes::load(scale));
     }
 
     /** Takes over what a voxel's search has found. */
@@ -59,14 +63,16 @@ struct VoxelTable {
         }
     }
 
-    /** Lowers a voxel's threshold to f of a listed point, which all errors have raised. */
+    /** Lowers a voxel's threshold to f of a point, which all errors have raised; not its root. */
     void lower(int v, float f)
     {
         if (f < threshold[v] && search[v]->isTame()) {
             threshold[v] = f;
-            root[v] = __builtin_sqrtf(f);
         }
     }
+
+    /** Finds the roots of thresholds that have been lowered. */
+    void findRoots() { Lanes::store(root, Lanes::sqrt(Lanes::load(threshold))); }
 
     /**
      * f, with an error of u, that the least point of a column must not exceed to matter, as far as

@@ -56,6 +56,11 @@ void VoxelSearch::searchVoxelwise()
                 a, common(start_->sample[a]->inside, {-pass_->outerIndex, pass_->outerIndex}));
         }
     }
+    const Room<VoxelRun>& alongX = scratch_->voxelRuns[0].runs;
+    const VoxelRun* lastInterpolated = nullptr;
+    for (const VoxelRun& x : alongX) {
+        lastInterpolated = x.point.zone == Zone::centre ? &x : lastInterpolated;
+    }
     const float xNearest = squareOf(start_->sample[0]->nearest);
     const float yNearest = squareOf(start_->sample[1]->nearest);
     for (const VoxelRun& z : scratch_->voxelRuns[2].runs) {
@@ -67,8 +72,13 @@ void VoxelSearch::searchVoxelwise()
             if (zNearest + squareOf(y.nearest) > threshold_) {
                 continue;
             }
-            for (const VoxelRun& x : scratch_->voxelRuns[0].runs) {
-                considerVoxel(x, y, z);
+            const bool inside = y.point.zone == Zone::centre && z.point.zone == Zone::centre;
+            for (const VoxelRun* x = alongX.begin(); x != alongX.end(); ++x) {
+                if (inside && x->point.zone == Zone::centre) {
+                    x = lastInterpolated;
+                } else {
+                    considerVoxel(*x, y, z);
+                }
             }
             if (settled()) {
                 return;
@@ -80,9 +90,7 @@ void VoxelSearch::searchVoxelwise()
 void VoxelSearch::considerVoxel(const VoxelRun& x, const VoxelRun& y, const VoxelRun& z)
 {
     const float squared = squareOf(x.nearest) + squareOf(y.nearest) + squareOf(z.nearest);
-    const bool interpolated = x.point.zone == Zone::centre && y.point.zone == Zone::centre &&
-                              z.point.zone == Zone::centre;
-    if (squared > threshold_ || squared > pass_->outerRim || interpolated) {
+    if (squared > threshold_ || squared > pass_->outerRim) {
         return;
     }
     const float dose = doseOf({x.point, y.point, z.point});
