@@ -18,8 +18,7 @@ class BoxSearch
 {
 public:
     BoxSearch(const SearchPass& pass, VoxelTable& voxels)
-        : pass_(pass), voxels_(voxels),
-          columns_(pass, voxels, cells_)
+        : pass_(pass), voxels_(voxels), columns_(pass, voxels, cells_)
     {
         cells_.slope[0] = pass.cellsPerStep[0];
         cells_.slope[1] = pass.cellsPerStep[1];
@@ -166,7 +165,7 @@ private:
     alignas(64) float runOffset_[runsAtOnce];
     alignas(64) float runDeviation_[runsAtOnce];
     alignas(64) int runVoxel_[runsAtOnce]; ///< the lower corner of the run's first cell
-    int upwards_ = 0; ///< voxels from the lower to the upper corners of a cell
+    int upwards_ = 0;                      ///< voxels from the lower to the upper corners of a cell
 
     int count_ = 0;
     alignas(64) int listed_[maxListed + Lanes::width]; ///< z, y, x and voxel in one number
@@ -302,8 +301,7 @@ inline BoxSearch::Place BoxSearch::placeOf(Lanes::I numbers) const
         place.cell[a] = Lanes::sum(place.cell[a], Lanes::allIndices(firstCell_[a]));
         place.start[a] = edgeOf(pass_, a, Lanes::spread(voxels_.cellStart[a], place.voxel),
                                 Lanes::asFloats(place.cell[a]));
-        place.offset[a] =
-            Lanes::all(-0.5F) - place.start[a] * Lanes::all(pass_.cellsPerStep[a]);
+        place.offset[a] = Lanes::all(-0.5F) - place.start[a] * Lanes::all(pass_.cellsPerStep[a]);
     }
     place.offset[2] = Lanes::spread(runOffset_, place.alongZ);
     return place;
@@ -316,10 +314,11 @@ void BoxSearch::addOpen(Lanes::I numbers, int count)
     Box box;
     for (int a = 0; a < 2; ++a) {
         const F next = Lanes::asFloats(place.cell[a]) + Lanes::all(1);
-        const CellPoints points = pointsBetween(
-            pass_, a, place.start[a],
-            edgeOf(pass_, a, Lanes::spread(voxels_.cellStart[a], place.voxel), next),
-            {Lanes::hasBit(numbers, firstBit + 2 * a), Lanes::hasBit(numbers, firstBit + 2 * a + 1)});
+        const CellPoints points =
+            pointsBetween(pass_, a, place.start[a],
+                          edgeOf(pass_, a, Lanes::spread(voxels_.cellStart[a], place.voxel), next),
+                          {Lanes::hasBit(numbers, firstBit + 2 * a),
+                           Lanes::hasBit(numbers, firstBit + 2 * a + 1)});
         box.first[a] = points.first;
         box.last[a] = points.last;
     }
@@ -329,8 +328,8 @@ void BoxSearch::addOpen(Lanes::I numbers, int count)
         box.first[a] = Lanes::max(box.first[a], Lanes::spread(voxels_.low[a], place.voxel));
         box.last[a] = Lanes::min(box.last[a], Lanes::spread(voxels_.high[a], place.voxel));
     }
-    cutToBall(box, Lanes::min(Lanes::spread(voxels_.threshold, place.voxel),
-                              Lanes::all(pass_.outerRim)));
+    cutToBall(
+        box, Lanes::min(Lanes::spread(voxels_.threshold, place.voxel), Lanes::all(pass_.outerRim)));
     const Doses doses = dosesIn(place);
     const unsigned open = shrink(box, doses, place.offset, place.voxel) &
                           (Lanes::everyLane >> (Lanes::width - count));
@@ -613,8 +612,8 @@ inline void BoxSearch::cutToPlane(Box& box, const Plane& plane, const Limits& li
 }
 
 /** Shrinks boxes to what can matter; returns the lanes in which something is left. */
-__attribute__((always_inline)) inline unsigned BoxSearch::shrink(Box& box, const Doses& doses, const F (&offset)[3],
-                                  Lanes::I voxels) const
+__attribute__((always_inline)) inline unsigned
+BoxSearch::shrink(Box& box, const Doses& doses, const F (&offset)[3], Lanes::I voxels) const
 {
     const F zero = Lanes::all(0);
     const Plane plane = planeIn(doses, offset, box);

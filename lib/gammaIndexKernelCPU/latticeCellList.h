@@ -33,7 +33,7 @@ struct CellList {
 
     // The last vector may reach beyond the last place.
     static constexpr int room = maxCount + Lanes::width;
-    alignas(64) int number[room];     ///< of the cell and its voxel
+    alignas(64) int number[room]; ///< of the cell and its voxel
     alignas(64) float term[8][room];
     alignas(64) float error[room];      ///< of u at the points of the cell
     alignas(64) float planeError[room]; ///< of u by the plane through the doses

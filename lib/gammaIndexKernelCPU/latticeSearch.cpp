@@ -56,8 +56,7 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
       // Some ten roundings lie between this and the distance terms themselves.
       largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
       // Relative error of f and of the exact gamma^2: some 20 roundings each.
-      thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)),
-      gaps(earlierGaps),
+      thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)), gaps(earlierGaps),
       wholeSquared(wholeSquaredRadius(shell)),
       isRagged(shell.maxIndex() <= largestProvenRadius &&
                static_cast<float>(wholeSquared) < std::floor(outerSquared))

@@ -57,7 +57,7 @@ public:
     float thresholdPerLimit;   ///< squared steps per gamma^2, raised by the error of the search
     float voxelsPerStep[3];    ///< evaluation voxels per lattice step; 0 on an axis of one voxel
     // Of the evaluation voxels and the cells between them, along x and y.
-    float cellWidth[2];    ///< steps
+    float cellWidth[2]; ///< steps
     float cellsPerStep[2];
     float cellSlack[2];        ///< steps, rounding of positions
     bool edgesAreKnown;        ///< no two lattice points are within it of one place
