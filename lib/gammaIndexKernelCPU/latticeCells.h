@@ -39,7 +39,6 @@ private:
     using F = Lanes::F;
     static constexpr int maxCount = VoxelTable::maxCount;
     static constexpr int maxCells = BoxSearch::cellsAtOnce; ///< along x and y
-    static constexpr int maxVectors = maxCells / Lanes::width;
 
     /** Some cells along an axis. */
     struct CellSpan {
@@ -51,9 +50,9 @@ private:
 
     /** Doses of a row of cells in so many vectors, kept in registers. */
     template <std::size_t vectors> struct KeptRow {
-        static constexpr int count = vectors;
         F doses[vectors];
 
+        [[nodiscard]] static int count(int /*used*/) { return vectors; }
         void set(int vector, F value) { doses[vector] = value; }
         /** The doses of the cells at places. */
         [[nodiscard]] F at(Lanes::I places) const
@@ -68,23 +67,13 @@ private:
 
     /** The same, in memory. */
     struct StoredRow {
-        static constexpr int count = maxVectors;
-        alignas(64) float doses[count * Lanes::width];
+        // Voxels with fewer cells than others are asked for some beyond theirs.
+        alignas(64) float doses[2 * maxCells];
 
+        [[nodiscard]] static int count(int used) { return used; }
         void set(int vector, F value) { Lanes::store(doses + vector * Lanes::width, value); }
         [[nodiscard]] F at(Lanes::I places) const { return Lanes::gather(doses, places); }
     };
-
-    /** Where cells begin on an axis. */
-    struct Edge {
-        F at;                   ///< steps
-        unsigned nearestBefore; ///< lanes whose point there lies in the cell before
-    };
-    [[nodiscard]] Edge edgeAt(int axis, F cell) const
-    {
-        const F at = edgeOf(pass_, axis, Lanes::load(voxels_.cellStart[axis]), cell);
-        return {at, nearestBefore(pass_, axis, Lanes::load(voxels_.origin[axis]), at, cell)};
-    }
 
     static F nearestSquaredOf(const CellPoints& points)
     {
@@ -251,11 +240,11 @@ void CellSearch::placeAlongX(CellSpan cells)
     const F room = Lanes::min(Lanes::all(pass_.outerRim), Lanes::load(voxels_.threshold));
     Lanes::I places = Lanes::loadIndices(chunkPlace_);
     F cell = Lanes::asFloats(Lanes::sum(places, Lanes::allIndices(cells.first)));
-    Edge begin = edgeAt(0, cell);
+    CellEdge begin = findEdge(pass_, 0, voxels_, cell);
     for (std::int32_t c = 0; c < longest_; ++c) {
         cell = cell + one;
-        const Edge end = edgeAt(0, cell);
-        const OpenEnds open{begin.nearestBefore, ~end.nearestBefore};
+        const CellEdge end = findEdge(pass_, 0, voxels_, cell);
+        const OpenEnds open = openEnds(begin, end);
         const F squared = nearestSquaredOf(pointsBetween(pass_, 0, begin.at, end.at, open));
         Lanes::store(xSquared_[c], squared);
         Lanes::storeIndices(xNumber_[c], BoxSearch::alongX(places, open));
@@ -274,13 +263,13 @@ void CellSearch::placeAlongY(CellSpan cells)
     const F first = Lanes::asFloats(Lanes::loadIndices(firstCell_[1]));
     const F last = Lanes::asFloats(Lanes::loadIndices(lastCell_[1]));
     F cell = Lanes::all(static_cast<float>(cells.first));
-    Edge begin = edgeAt(1, cell);
+    CellEdge begin = findEdge(pass_, 1, voxels_, cell);
     for (std::int32_t y = 0; y < cells.count(); ++y) {
         const unsigned own =
             present & Lanes::notGreater(first, cell) & Lanes::notGreater(cell, last);
         cell = cell + one;
-        const Edge end = edgeAt(1, cell);
-        const OpenEnds open{begin.nearestBefore, ~end.nearestBefore};
+        const CellEdge end = findEdge(pass_, 1, voxels_, cell);
+        const OpenEnds open = openEnds(begin, end);
         const F squared =
             Lanes::select(own, nearestSquaredOf(pointsBetween(pass_, 1, begin.at, end.at, open)),
                           Lanes::all(__builtin_inff()));
@@ -355,7 +344,7 @@ inline void CellSearch::findCellRanges(std::int32_t row, Row& least, Row& most) 
 {
     const F zero = Lanes::all(0);
     const std::int32_t upper = row + (pass_.evaluation.n[1] > 1 ? 1 : 0);
-    for (int v = 0; v < Row::count; ++v) {
+    for (int v = 0; v < Row::count(vectors_); ++v) {
         // Vectors that hold no cell repeat the last one.
         const int c = smaller(v, vectors_ - 1) * Lanes::width;
         const F low = Lanes::min(Lanes::load(rows_[row][0] + c), Lanes::load(rows_[upper][0] + c));

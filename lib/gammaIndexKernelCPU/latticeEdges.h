@@ -16,9 +16,17 @@
 namespace
 {
 
-/** Which end of a cell leaves out the point that is too near to tell. */
+/** Where cells begin on an axis. */
+struct CellEdge {
+    Lanes::F at; ///< steps from the sample point
+    // Lanes in which the lattice point there is known to lie in the cell before or behind.
+    unsigned pointBefore;
+    unsigned pointBehind;
+};
+
+/** The ends of cells: lanes in which the point there is left out. */
 struct OpenEnds {
-    unsigned first; ///< lanes
+    unsigned first;
     unsigned last;
 };
 
@@ -35,28 +43,35 @@ inline Lanes::F edgeOf(const SearchPass& pass, int axis, Lanes::F start, Lanes::
 }
 
 /**
- * The lanes in which the lattice point nearest to where a cell begins lies in the cell before:
- * meaningless where it is farther from there than the slack.
+ * Where cells begin, and to which cell the point there belongs. (Where that is farther away than
+ * the slack, either answer will do.)
  */
-inline unsigned nearestBefore(const SearchPass& pass, int axis, Lanes::F origin, Lanes::F edge,
-                              Lanes::F cell)
+inline CellEdge findEdge(const SearchPass& pass, int axis, const VoxelTable& voxels, Lanes::F cell)
 {
     using F = Lanes::F;
+    const F edge = edgeOf(pass, axis, Lanes::load(voxels.cellStart[axis]), cell);
     if (!pass.edgesAreKnown) {
-        return 0;
+        return {edge, 0, 0};
     }
     const F nearest = rounded(edge);
-    if ((Lanes::notGreater(absolute(edge - nearest), Lanes::all(pass.cellSlack[axis]))) == 0) {
-        return 0;
+    if (Lanes::notGreater(absolute(edge - nearest), Lanes::all(pass.cellSlack[axis])) == 0) {
+        return {edge, 0, 0};
     }
     // As setNeighbours.
-    const F position = origin + nearest * Lanes::all(pass.stepSize);
+    const F position = Lanes::load(voxels.origin[axis]) + nearest * Lanes::all(pass.stepSize);
     const F centred =
         (position - Lanes::all(pass.evaluation.x0[axis])) / Lanes::all(pass.evaluation.h[axis]) -
         Lanes::all(0.5F);
     const auto lastCell = static_cast<float>(larger(pass.evaluation.n[axis] - 2, 0));
-    return ~Lanes::notGreater(cell, Lanes::min(Lanes::whole(centred), Lanes::all(lastCell))) &
-           Lanes::everyLane;
+    const F cellOfPoint = Lanes::min(Lanes::whole(centred), Lanes::all(lastCell));
+    const unsigned behind = Lanes::notGreater(cell, cellOfPoint);
+    return {edge, ~behind, behind};
+}
+
+/** The ends of cells between two edges. */
+inline OpenEnds openEnds(const CellEdge& begin, const CellEdge& end)
+{
+    return {begin.pointBefore, end.pointBehind};
 }
 
 /** The points of cells that begin and end there. */

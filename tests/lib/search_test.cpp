@@ -68,6 +68,10 @@ public:
             distance_ = 3 * DTA; // most shells do not reach the evaluation grid
             shells += 4;
         }
+        if (rarely()) { // positions are rounded to a visible part of the step
+            constexpr std::array<float, 4> offsets{3e3F, 1e4F, 3e4F, -1e5F};
+            offset_ = offsets[rare_() % offsets.size()];
+        }
         zarnGI_setGammaSearchMax(static_cast<float>(shells));
         handOverGrids();
         return shells;
@@ -115,7 +119,10 @@ private:
     {
         const auto spacing = [&] { return oneOf({0.4F, 1.0F, 2.0F, 2.5F, uniform(0.3F, 4)}); };
         const std::array<float, 3> hs{spacing(), spacing(), spacing()};
-        const std::array<float, 3> x0{uniform(-30, 30), uniform(-30, 30), uniform(-30, 30)};
+        std::array<float, 3> x0{uniform(-30, 30), uniform(-30, 30), uniform(-30, 30)};
+        for (float& lower : x0) {
+            lower += offset_;
+        }
         ASSERT_EQ(setRef(field(sizes(7), hs, x0)), ZARNGI_OK);
         std::array<float, 3> hsEval = hs;
         std::array<float, 3> x0Eval = x0;
@@ -133,6 +140,7 @@ private:
     std::mt19937 random_;
     std::mt19937 rare_;
     float distance_ = 0; ///< mm, between the grids along x
+    float offset_ = 0;   ///< mm, of both from the origin
 };
 
 class RandomProblems : public LibraryTest, public testing::WithParamInterface<unsigned>
