@@ -14,7 +14,10 @@
 namespace
 {
 
-/** Tries, for up to Lanes::width voxels, the minimum of the dose field linearised around them. */
+/**
+ * Tries, for up to Lanes::width voxels, the minimum of the dose field linearised around them, and
+ * what was best for a voxel nearby.
+ */
 class FirstCandidates
 {
 public:
@@ -22,13 +25,14 @@ public:
 
     [[nodiscard]] bool isFull() const { return count_ == Lanes::width; }
 
-    void add(VoxelStart& start)
+    void add(VoxelStart& start, const LatticePoint& nearby)
     {
         start_[count_] = &start;
         for (int a = 0; a < 3; ++a) {
             origin_[a][count_] = start.sample[a]->position;
             first_[a][count_] = static_cast<float>(start.candidates[a].first);
             last_[a][count_] = static_cast<float>(start.candidates[a].last);
+            nearby_[a][count_] = nearby.index[a];
         }
         referenceDose_[count_] = start.referenceDose;
         delta_[count_] = start.delta;
@@ -46,20 +50,29 @@ public:
         }
         const int voxels = count_;
         while (!isFull()) {
-            add(*start_[0]); // lanes that repeat the first voxel
+            add(*start_[0], {}); // lanes that repeat the first voxel
         }
         best_ = Lanes::load(bestSoFar_);
+        for (F& index : bestPoint_) {
+            index = Lanes::all(0);
+        }
         bestDistanceSquared_ = Lanes::all(0);
-        tryFrom(Lanes::all(0));
+        const F zero = Lanes::all(0);
+        tryFrom({zero, zero, zero}, 2);
+        tryFrom({Lanes::load(nearby_[0]), Lanes::load(nearby_[1]), Lanes::load(nearby_[2])}, 3);
         if (pass_.reader == Reader::bilinear) {
             tryPlanesBeside();
         }
         alignas(64) float distanceSquared[Lanes::width];
         Lanes::store(bestSoFar_, best_);
         Lanes::store(distanceSquared, bestDistanceSquared_);
+        for (int a = 0; a < 3; ++a) {
+            Lanes::store(nearby_[a], bestPoint_[a]);
+        }
         for (int lane = 0; lane < voxels; ++lane) {
             start_[lane]->best = bestSoFar_[lane];
             start_[lane]->bestDistanceSquared = distanceSquared[lane];
+            start_[lane]->bestPoint = {nearby_[0][lane], nearby_[1][lane], nearby_[2][lane]};
             start_[lane]->originConsidered = true;
         }
         count_ = 0;
@@ -87,9 +100,9 @@ private:
         return linearDoses(pass_, origin, p);
     }
     void consider(F dose, const F (&p)[3], unsigned lanes);
-    void tryFrom(F k);
+    void tryFrom(const F (&start)[3], int steps);
     void tryPlanesBeside();
-    unsigned tryAt(F (&p)[3], int step, unsigned lanes);
+    unsigned move(F (&p)[3], const LinearDoses& linear, int step, unsigned lanes);
     void leastNear(F (&p)[3], const LinearField& field, bool nearRim) const;
 
     const SearchPass& pass_;
@@ -103,8 +116,10 @@ private:
     alignas(64) float scale_[Lanes::width];
     alignas(64) float cap_[Lanes::width];
     alignas(64) float bestSoFar_[Lanes::width];
-    F risesBefore_[3]; ///< of the field where points were tried last
+    F risesBefore_[3];                          ///< of the field where points were tried last
+    alignas(64) float nearby_[3][Lanes::width]; ///< best for a voxel nearby
     F best_;
+    F bestPoint_[3];
     F bestDistanceSquared_;
 };
 
@@ -117,17 +132,23 @@ void FirstCandidates::consider(F dose, const F (&p)[3], unsigned lanes)
     const unsigned better =
         improvements(Gammasq, r2, best_, bestDistanceSquared_) & members(pass_, p, lanes);
     best_ = Lanes::select(better, Gammasq, best_);
+    for (int a = 0; a < 3; ++a) {
+        bestPoint_[a] = Lanes::select(better, p[a], bestPoint_[a]);
+    }
     bestDistanceSquared_ = Lanes::select(better, r2, bestDistanceSquared_);
 }
 
-/** Tries points from the one nearest to (0, 0, k) on. */
-void FirstCandidates::tryFrom(F k)
+/** Tries so many points from the one nearest to `start` on. */
+void FirstCandidates::tryFrom(const F (&start)[3], int steps)
 {
-    F p[3] = {within(0, Lanes::all(0)), within(1, Lanes::all(0)), within(2, k)};
-    constexpr int steps = 5;
+    F p[3] = {within(0, start[0]), within(1, start[1]), within(2, start[2])};
     unsigned moving = Lanes::everyLane;
     for (int step = 0; step < steps && moving != 0; ++step) {
-        moving = tryAt(p, step, moving);
+        const LinearDoses linear = dosesAt(p);
+        consider(linear.dose, p, moving);
+        if (step + 1 < steps) {
+            moving = move(p, linear, step, moving);
+        }
     }
 }
 
@@ -144,23 +165,23 @@ void FirstCandidates::tryPlanesBeside()
                           Lanes::all(pass_.evaluation.h[2]) -
                       half;
     const F plane = Lanes::floor(centred + half);
-    tryFrom(Lanes::floor((plane + half - centred) / perStep) + one);
-    tryFrom(Lanes::all(-1) - Lanes::floor((centred + half - plane) / perStep));
+    const F zero = Lanes::all(0);
+    constexpr int steps = 4;
+    tryFrom({zero, zero, Lanes::floor((plane + half - centred) / perStep) + one}, steps);
+    tryFrom({zero, zero, Lanes::all(-1) - Lanes::floor((centred + half - plane) / perStep)}, steps);
 }
 
 /**
- * Considers the points p of some lanes and moves them to the minimum of the dose field linearised
- * there. Returns the lanes that moved.
+ * Moves the points p of some lanes to the minimum of the dose field linearised there. Returns the
+ * lanes that moved.
  *
  * From the third step on the rises are averaged with those before: where the gradient changes from
  * cell to cell, the points would go to and fro.
  */
-unsigned FirstCandidates::tryAt(F (&p)[3], int step, unsigned lanes)
+unsigned FirstCandidates::move(F (&p)[3], const LinearDoses& linear, int step, unsigned lanes)
 {
     const F zero = Lanes::all(0);
     const F one = Lanes::all(1);
-    const LinearDoses linear = dosesAt(p);
-    consider(linear.dose, p, lanes);
     const F scale = Lanes::load(scale_);
     LinearField field;
     for (int a = 0; a < 3; ++a) {
@@ -177,15 +198,15 @@ unsigned FirstCandidates::tryAt(F (&p)[3], int step, unsigned lanes)
     // Far above what this pass must find: the ranges of the doses will exclude most cells.
     const F hopeless = Lanes::all(4 * pass_.thresholdPerLimit) * Lanes::load(cap_);
     lanes &= Lanes::notGreater(field.atOrigin * field.atOrigin, hopeless * (steepness + one));
-    F move = (zero - field.atOrigin) / (steepness + one);
-    const F length = move * move * steepness;
+    F towards = (zero - field.atOrigin) / (steepness + one);
+    const F length = towards * towards * steepness;
     const F outer = Lanes::all(pass_.outerWhole);
     const unsigned beyondRim = ~Lanes::notGreater(length, outer);
-    move = Lanes::select(beyondRim, move * Lanes::sqrt(outer / length), move);
+    towards = Lanes::select(beyondRim, towards * Lanes::sqrt(outer / length), towards);
     const bool planar = pass_.reader == Reader::bilinear;
     F next[3];
     for (int a = 0; a < 3; ++a) {
-        next[a] = planar && a == 2 ? p[2] : move * g[a];
+        next[a] = planar && a == 2 ? p[2] : towards * g[a];
         lanes &= ~Lanes::notGreater(one, next[a] * zero); // not those that are not finite
     }
     leastNear(next, field, (beyondRim & lanes) != 0);

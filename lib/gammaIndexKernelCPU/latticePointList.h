@@ -139,7 +139,8 @@ void PointList::consider(int count)
     for (better = members(pass_, p, better); better != 0; better &= better - 1) {
         const int lane = __builtin_ctz(better);
         const int voxel = chosenVoxel_[lane];
-        voxels_.search[voxel]->take(gammas[lane], distances[lane]);
+        voxels_.search[voxel]->take(gammas[lane], distances[lane],
+                                    {chosen_[0][lane], chosen_[1][lane], chosen_[2][lane]});
         voxels_.noteBest(voxel);
     }
 }

@@ -85,6 +85,11 @@ struct VoxelRun {
     AxisPoint point;
 };
 
+/** A lattice point, by its indices. */
+struct LatticePoint {
+    float index[3];
+};
+
 /** Items in memory that somebody else owns, filled from the front. */
 template <class T> struct Room {
     T* items = nullptr;
@@ -114,7 +119,11 @@ struct AxisVoxels {
 class SearchScratch
 {
 public:
-    explicit SearchScratch(const SearchPass& pass);
+    /** `workers`: every so many voxels of a row are searched by the same one. */
+    SearchScratch(const SearchPass& pass, std::size_t workers);
+
+    /** The best point of the last voxel that lay there, or near there, along x. */
+    LatticePoint& bestNear(std::int32_t x) { return bestPoints[x / workers_]; }
 
     int groupsToSkip = 0; ///< before it may pay again to look at the doses near voxels first
     int pause = 0;        ///< so many groups, last time; longer each time it does not pay
@@ -122,6 +131,9 @@ public:
     AxisVoxels voxelRuns[3];
 
 private:
+    std::int32_t workers_;
+    LatticePoint* bestPoints;
+    std::vector<LatticePoint> bestPoints_;
     std::vector<CellRun> cellRuns_;
     std::vector<VoxelRun> voxelRuns_[3];
 };

@@ -50,6 +50,7 @@ struct VoxelStart {
         isSearched = false;
         originConsidered = false;
         bestDistanceSquared = 0;
+        bestPoint = {};
         nearestSquared = distanceSquared(&AxisSample::nearest);
         if (!isReached() || !(nearestSquared <= pass.outerSquared)) {
             return;
@@ -109,6 +110,7 @@ struct VoxelStart {
     float cap;                 ///< largest gamma^2 that this pass must find exactly
     float best;                ///< least gamma^2 so far
     float bestDistanceSquared; ///< mm^2, of the point that gave it in this pass
+    LatticePoint bestPoint;    ///< that point; the origin where there is none
 
 private:
     /** Whether some lattice point lies inside the evaluation box. */

@@ -37,6 +37,7 @@ public:
         scale_ = start.scale;
         best_ = start.best;
         bestDistanceSquared_ = start.bestDistanceSquared;
+        bestPoint_ = start.bestPoint;
         tame_ = start.isTame(pass);
         limitChanged();
     }
@@ -46,6 +47,7 @@ public:
     {
         start_->best = best_;
         start_->bestDistanceSquared = bestDistanceSquared_;
+        start_->bestPoint = bestPoint_;
         start_->store(*pass_);
     }
 
@@ -68,12 +70,13 @@ public:
     [[nodiscard]] LatticeInterval reach() const { return reach_; }
 
     /** Takes the exact gamma^2 of a point into account, and its squared distance (mm^2). */
-    void take(float Gammasq, float r2)
+    void take(float Gammasq, float r2, const LatticePoint& point)
     {
         // Of points with equal gamma^2 the nearest one counts, as when they are visited in order.
         if (Gammasq < best_ || (Gammasq == best_ && r2 < bestDistanceSquared_)) {
             best_ = Gammasq;
             bestDistanceSquared_ = r2;
+            bestPoint_ = point;
             limitChanged();
         }
     }
@@ -159,7 +162,8 @@ private:
         if (u * u + r2 * pass_->stepsPerMmSquared > threshold_) {
             return;
         }
-        take(gammaSquared(DDterm, start_->delta, distanceTerm(r2, pass_->dta)), r2);
+        take(gammaSquared(DDterm, start_->delta, distanceTerm(r2, pass_->dta)), r2,
+             {static_cast<float>(i), static_cast<float>(j), static_cast<float>(k)});
     }
 
     [[nodiscard]] float doseOf(const AxisPoint (&p)[3]) const
@@ -197,6 +201,7 @@ private:
     float scale_;               ///< steps per Gy
     float best_;                ///< least gamma^2 so far
     float bestDistanceSquared_; ///< mm^2, of the point that gave it in this pass
+    LatticePoint bestPoint_;    ///< that point
     float threshold_;
     float root_;
     LatticeInterval reach_;
