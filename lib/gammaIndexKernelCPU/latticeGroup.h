@@ -45,7 +45,7 @@ inline void startVoxels(const SearchPass& pass, SearchScratch& scratch, const Vo
     FirstCandidates candidates(pass);
     for (int v = 0; v < group.count; ++v) {
         if (starts[v].isSearched && starts[v].isInterpolated()) {
-            candidates.add(starts[v], scratch.bestNear(starts[v].index[0]));
+            candidates.add(starts[v], scratch.bestPoints[starts[v].index[0]]);
         }
         if (candidates.isFull() || v + 1 == group.count) {
             candidates.tryAll();
@@ -137,7 +137,7 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
     for (int v = 0; v < group.count; ++v) {
         if (starts[v].isSearched) {
             searches[v].end();
-            scratch.bestNear(starts[v].index[0]) = starts[v].bestPoint;
+            scratch.bestPoints[starts[v].index[0]] = starts[v].bestPoint;
         }
         if (!pass.passRateMode) {
             markIfFinal(pass, starts[v].index, *group.voxels[v]);

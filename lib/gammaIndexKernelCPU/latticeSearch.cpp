@@ -131,9 +131,8 @@ bool SearchPass::isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) co
     return false;
 }
 
-SearchScratch::SearchScratch(const SearchPass& pass, std::size_t workers)
-    : workers_(static_cast<std::int32_t>(workers)),
-      bestPoints_(static_cast<std::size_t>(pass.reference.n[0]) / workers + 1, LatticePoint{})
+SearchScratch::SearchScratch(const SearchPass& pass)
+    : bestPoints_(static_cast<std::size_t>(pass.reference.n[0]), LatticePoint{})
 {
     bestPoints = bestPoints_.data();
     for (int a = 0; a < 3; ++a) {

@@ -119,27 +119,22 @@ struct AxisVoxels {
 class SearchScratch
 {
 public:
-    /** `workers`: every so many voxels of a row are searched by the same one. */
-    SearchScratch(const SearchPass& pass, std::size_t workers);
+    explicit SearchScratch(const SearchPass& pass);
 
-    /** The best point of the last voxel that lay there, or near there, along x. */
-    LatticePoint& bestNear(std::int32_t x) { return bestPoints[x / workers_]; }
-
-    int groupsToSkip = 0; ///< before it may pay again to look at the doses near voxels first
-    int pause = 0;        ///< so many groups, last time; longer each time it does not pay
-    AxisWindow window;    ///< along z
+    int groupsToSkip = 0;     ///< before it may pay again to look at the doses near voxels first
+    int pause = 0;            ///< so many groups, last time; longer each time it does not pay
+    AxisWindow window;        ///< along z
+    LatticePoint* bestPoints; ///< of the last voxel searched at each index along x
     AxisVoxels voxelRuns[3];
 
 private:
-    std::int32_t workers_;
-    LatticePoint* bestPoints;
     std::vector<LatticePoint> bestPoints_;
     std::vector<CellRun> cellRuns_;
     std::vector<VoxelRun> voxelRuns_[3];
 };
 
 /** Up to this many voxels are searched at once. */
-constexpr int maxVoxels = 64;
+constexpr int maxVoxels = 32;
 
 /** Some voxels of one worker, at most maxVoxels. */
 struct VoxelGroup {

@@ -79,7 +79,7 @@ LatticePass::LatticePass(const SearchPass& pass, std::size_t workers)
 {
     scratch_.reserve(workers);
     for (std::size_t i = 0; i < workers; ++i) {
-        scratch_.emplace_back(pass_, workers);
+        scratch_.emplace_back(pass_);
     }
 }
 
