@@ -94,8 +94,13 @@ NearbyDoses::Span NearbyDoses::spanOf(const VoxelStart& start, int axis) const
     };
     const float low = fractional(range.first);
     const float high = fractional(range.last);
-    return {clamped(static_cast<std::int32_t>(low - 0.5F), 0, n - 1),
-            clamped(static_cast<std::int32_t>(high - 0.5F) + 1, 0, n - 1),
+    if (!isFinite(low) || !isFinite(high)) {
+        return {0, n - 1, true};
+    }
+    const auto voxelBelow = [&](float f) {
+        return static_cast<std::int32_t>(clamped(f - 0.5F, 0.0F, static_cast<float>(n - 1)));
+    };
+    return {voxelBelow(low), smaller(voxelBelow(high) + 1, n - 1),
             !(low > 0 && high < static_cast<float>(n))};
 }
 

@@ -232,6 +232,20 @@ TEST_F(Search, UnboundedSearchEndsWithEveryVoxelFinal)
     EXPECT_FALSE(keepSearching());
 }
 
+TEST_F(Search, PositionsThatAreNotNumbersGiveTheBitsOfTheDefinition)
+{
+    setRef(makeRow({1, 2}, 2));
+    Grid nowhere = makeRow({1.5F}, 2);
+    nowhere.hs[0] = nan;
+    nowhere.x0[0] = nan;
+    ASSERT_EQ(setEval(nowhere), ZARNGI_OK);
+    setCriteria(2, 60, 10);
+    zarnGI_setGammaSearchMax(2);
+    expectDefinition(2);
+    zarnGI_setComputationMode(ZARNGI_MODE_PASS_RATE);
+    expectDefinition(1);
+}
+
 TEST_F(Search, SearchMaximumIsRoundedToWholeShells)
 {
     // Gamma of the one tested voxel is 5 mm / 2 mm to the next voxel, found in the third shell.
