@@ -29,6 +29,7 @@ run_fuzzer() {
     # is left to the fuzzer's handler, which a probing child process puts back to ending the child.
     # shellcheck disable=SC2086
     ASAN_OPTIONS=handle_segv=0:log_path=$build/sanitizer UBSAN_OPTIONS=print_stacktrace=1 \
+        LSAN_OPTIONS=print_suppressions=0:suppressions=$PWD/tests/lsan.supp \
         "$build/tests/fuzz/${fuzzer}_fuzz" -artifact_prefix=$build/ $options \
         "tests/fuzz/corpus/$fuzzer" >"$build/$fuzzer.log" 2>&1
 }
