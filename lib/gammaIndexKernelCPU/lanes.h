@@ -390,15 +390,17 @@ inline Lanes::F absolute(Lanes::F a)
     return Lanes::max(a, Lanes::all(0) - a);
 }
 
-/** Lane i of four vectors one after another, for indices i below 4 * width. */
-inline Lanes::F spreadFromFour(const Lanes::F (&vectors)[4], Lanes::I i)
+/** Lane i of three or four vectors one after another. */
+template <std::size_t count>
+inline Lanes::F spreadFrom(const Lanes::F (&vectors)[count], Lanes::I i)
 {
+    static_assert(count > 2 && count <= 4);
     constexpr int pair = 2 * Lanes::width;
     const unsigned inFirst =
         Lanes::notGreater(Lanes::asFloats(i), Lanes::all(static_cast<float>(pair - 1)));
     const Lanes::I inPair = Lanes::remainder<pair>(i);
     return Lanes::select(inFirst, Lanes::spreadFromPair(vectors[0], vectors[1], inPair),
-                         Lanes::spreadFromPair(vectors[2], vectors[3], inPair));
+                         Lanes::spreadFromPair(vectors[2], vectors[count - 1], inPair));
 }
 
 /** Rounds to the nearest whole number; for |a| < 2^22. */

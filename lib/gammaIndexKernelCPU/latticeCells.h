@@ -60,7 +60,7 @@ private:
             if constexpr (vectors == 2) {
                 return Lanes::spreadFromPair(doses[0], doses[1], places);
             } else {
-                return spreadFromFour(doses, places);
+                return spreadFrom(doses, places);
             }
         }
     };
@@ -297,7 +297,9 @@ void CellSearch::listPlane(const CellRun& zCell, int z)
     findRowRanges(zCell, rows);
     if (vectors_ <= 2 && Lanes::spreadsRegisters) {
         listRows<KeptRow<2>>(rows, z, zSquared);
-    } else if (vectors_ <= 4 && Lanes::spreadsRegisters) {
+    } else if (vectors_ == 3 && Lanes::spreadsRegisters) {
+        listRows<KeptRow<3>>(rows, z, zSquared);
+    } else if (vectors_ == 4 && Lanes::spreadsRegisters) {
         listRows<KeptRow<4>>(rows, z, zSquared);
     } else {
         listRows<StoredRow>(rows, z, zSquared);
@@ -338,21 +340,16 @@ void CellSearch::findRowRanges(const CellRun& zCell, CellSpan rows)
     }
 }
 
-/** The range of the interpolated doses in the cells between a row of voxels and the next one. */
+/** The range of the doses around the cells between a row of voxels and the next one. */
 template <class Row>
 inline void CellSearch::findCellRanges(std::int32_t row, Row& least, Row& most) const
 {
-    const F zero = Lanes::all(0);
     const std::int32_t upper = row + (pass_.evaluation.n[1] > 1 ? 1 : 0);
     for (int v = 0; v < Row::count(vectors_); ++v) {
         // Vectors that hold no cell repeat the last one.
         const int c = smaller(v, vectors_ - 1) * Lanes::width;
-        const F low = Lanes::min(Lanes::load(rows_[row][0] + c), Lanes::load(rows_[upper][0] + c));
-        const F high = Lanes::max(Lanes::load(rows_[row][1] + c), Lanes::load(rows_[upper][1] + c));
-        // An interpolated dose leaves the range of its corners by some roundings at most.
-        const F rounding = Lanes::max(high, zero - low) * Lanes::all(0x1p-20F);
-        least.set(v, low - rounding);
-        most.set(v, high + rounding);
+        least.set(v, Lanes::min(Lanes::load(rows_[row][0] + c), Lanes::load(rows_[upper][0] + c)));
+        most.set(v, Lanes::max(Lanes::load(rows_[row][1] + c), Lanes::load(rows_[upper][1] + c)));
     }
 }
 
@@ -367,8 +364,11 @@ inline void CellSearch::listOpenCells(const Row& least, const Row& most, int y, 
     const F threshold = Lanes::load(voxels_.threshold);
     const F room = Lanes::min(Lanes::all(pass_.outerRim), threshold);
     const F dose = Lanes::load(voxels_.referenceDose);
-    const F rounding = absolute(dose) * Lanes::all(0x1p-20F);
-    const F scale = Lanes::load(voxels_.scale);
+    // An interpolated dose is off by some ten roundings of each corner's part in it, and the
+    // difference by one more: d of the doses d nearest to the reference dose, so that a little of
+    // the reference dose and of the difference cover them.
+    const F rounding = absolute(dose) * Lanes::all(0x1p-18F);
+    const F scale = Lanes::load(voxels_.scale) * Lanes::all(1 - 0x1p-19F);
     // A dose farther away than that is excluded at any point of the row.
     const F reach = Lanes::mulAdd(rootFromAbove(Lanes::max(threshold - squared, zero)),
                                   Lanes::load(voxels_.perScale), rounding);

@@ -47,7 +47,7 @@ struct VoxelTable {
     {
         using F = Lanes::F;
         Lanes::store(leastBound, Lanes::all(__builtin_inff()));
-        const F one = Lanes::all(1 + 0x1p-20F);
+        const F one = Lanes::all(1 + 0x1p-18F);
         Lanes::store(perScale, one / Lanes::load(scale));
     }
 
