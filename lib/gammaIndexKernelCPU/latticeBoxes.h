@@ -111,6 +111,7 @@ private:
     struct Box {
         F first[3];
         F last[3];
+        F centre[3]; ///< where the plane is lowest, in the box or not
     };
 
     /** u = atOrigin + the sum of perStep[a] times the lattice index on axis a, give or take error.
@@ -135,7 +136,8 @@ private:
     void searchCells(int* listed, int count);
     [[nodiscard]] Place placeOf(Lanes::I numbers) const;
     void addOpen(Lanes::I numbers, int count);
-    void complete(int at);
+    void locate(int at);
+    void shrinkAgain(int at);
     [[nodiscard]] Doses dosesIn(const Place& place) const;
     static void cutToBall(Box& box, F squaredRadius);
     [[nodiscard]] Plane planeIn(const Doses& doses, const F (&offset)[3], const Box& box) const;
@@ -270,7 +272,8 @@ void BoxSearch::searchBelow(const float* level)
  *
  * Each round replaces the doses in a box of points by a plane, and takes the smaller box around the
  * points that can matter for the next round: the error of the plane shrinks with the box. The first
- * round leaves a third of the cells; these are put side by side for the second.
+ * round leaves a third of the cells; these are put side by side for the second. Before it one
+ * column of each lowers the thresholds.
  */
 void BoxSearch::searchCells(int* listed, int count)
 {
@@ -282,7 +285,13 @@ void BoxSearch::searchCells(int* listed, int count)
         addOpen(Lanes::loadIndices(listed + at), smaller(count - at, Lanes::width));
     }
     for (int at = 0; at < cells_.count; at += Lanes::width) {
-        complete(at);
+        locate(at);
+    }
+    if (pass_.edgesAreKnown) {
+        columns_.probe();
+    }
+    for (int at = 0; at < cells_.count; at += Lanes::width) {
+        shrinkAgain(at);
     }
     columns_.search();
 }
@@ -347,33 +356,22 @@ void BoxSearch::addOpen(Lanes::I numbers, int count)
         Lanes::storeChosen(cells_.first[a] + at, open, box.first[a]);
         Lanes::storeChosen(cells_.last[a] + at, open, box.last[a]);
     }
+    for (int a = 0; a < 2; ++a) {
+        Lanes::storeChosen(cells_.centre[a] + at, open, box.centre[a]);
+    }
     cells_.count += __builtin_popcount(open);
 }
 
-/** Shrinks the boxes of a vector of the list once more, and adds what columns need. */
-void BoxSearch::complete(int at)
+/** Adds where the cells of a vector of the list lie. */
+void BoxSearch::locate(int at)
 {
     const int count = smaller(cells_.count - at, Lanes::width);
     for (int c = at + count; c < at + Lanes::width; ++c) {
         cells_.number[c] = cells_.number[at];
     }
+    cells_.open[at / Lanes::width] = Lanes::everyLane >> (Lanes::width - count);
     const Place place = placeOf(Lanes::loadIndices(cells_.number + at));
-    Doses doses;
-    for (int c = 0; c < 8; ++c) {
-        doses.term[c] = Lanes::load(cells_.term[c] + at);
-    }
-    doses.error = Lanes::load(cells_.error + at);
-    doses.planeError = Lanes::load(cells_.planeError + at);
-    Box box;
     for (int a = 0; a < 3; ++a) {
-        box.first[a] = Lanes::load(cells_.first[a] + at);
-        box.last[a] = Lanes::load(cells_.last[a] + at);
-    }
-    cells_.open[at / Lanes::width] = shrink(box, doses, place.offset, place.voxel) &
-                                     (Lanes::everyLane >> (Lanes::width - count));
-    for (int a = 0; a < 3; ++a) {
-        Lanes::store(cells_.first[a] + at, box.first[a]);
-        Lanes::store(cells_.last[a] + at, box.last[a]);
         Lanes::store(cells_.offset[a] + at, place.offset[a]);
     }
     for (int a = 0; a < 2; ++a) {
@@ -382,6 +380,30 @@ void BoxSearch::complete(int at)
     }
     Lanes::storeIndices(cells_.voxel + at, place.voxel);
     Lanes::storeIndices(cells_.alongZ + at, place.alongZ);
+}
+
+/** Shrinks the boxes of a vector of the list once more. */
+void BoxSearch::shrinkAgain(int at)
+{
+    Doses doses;
+    for (int c = 0; c < 8; ++c) {
+        doses.term[c] = Lanes::load(cells_.term[c] + at);
+    }
+    doses.error = Lanes::load(cells_.error + at);
+    doses.planeError = Lanes::load(cells_.planeError + at);
+    Box box;
+    F offset[3];
+    for (int a = 0; a < 3; ++a) {
+        box.first[a] = Lanes::load(cells_.first[a] + at);
+        box.last[a] = Lanes::load(cells_.last[a] + at);
+        offset[a] = Lanes::load(cells_.offset[a] + at);
+    }
+    cells_.open[at / Lanes::width] &=
+        shrink(box, doses, offset, Lanes::loadIndices(cells_.voxel + at));
+    for (int a = 0; a < 3; ++a) {
+        Lanes::store(cells_.first[a] + at, box.first[a]);
+        Lanes::store(cells_.last[a] + at, box.last[a]);
+    }
 }
 
 /** The doses of cells as trilinear functions, and the errors of those. */
@@ -552,7 +574,7 @@ inline unsigned BoxSearch::cutToParaboloid(Box& box, const Plane& plane, const L
     const F inBall = Lanes::mulAdd(absolute(towards), raisedError + raisedError, excess);
     const F inEllipsoid =
         Lanes::mulAdd(weightSquared * raisedError, limits.root + limits.root + e, excess);
-    F centre[3];
+    F(&centre)[3] = box.centre;
     F nearest[3];
     F room = inBall;
     for (int a = 0; a < 3; ++a) {

@@ -39,6 +39,7 @@ struct CellList {
     alignas(64) float planeError[room]; ///< of u by the plane through the doses
     alignas(64) float first[3][room];
     alignas(64) float last[3][room];
+    alignas(64) float centre[2][room]; ///< where u is least by the plane, in the cell or not
     alignas(64) float offset[3][room];
     alignas(64) float origin[2][room]; ///< mm, sample point along x and y
     alignas(64) float middle[2][room]; ///< voxels, minus the middle of the cell

@@ -23,6 +23,12 @@ public:
     {
     }
 
+    /**
+     * Lowers the thresholds to what one column of each cell is worth: that in its box where u is
+     * least by the plane. Only where the cells of points are known.
+     */
+    void probe();
+
     /** Lists what can matter of the open cells. */
     void search();
 
@@ -80,6 +86,25 @@ private:
     alignas(64) float second_[maxListed];                  ///< f of the second least
     OpenColumn open_[maxOpen + Lanes::width];
 };
+
+void ColumnSearch::probe()
+{
+    const F half = Lanes::all(0.5F);
+    for (int cells = 0; cells < cells_.count; cells += Lanes::width) {
+        for (int a = 0; a < 2; ++a) {
+            const F nearest = Lanes::floor(Lanes::load(cells_.centre[a] + cells) + half);
+            const F first = Lanes::load(cells_.first[a] + cells);
+            const F last = Lanes::load(cells_.last[a] + cells);
+            Lanes::store(index_[a] + cells, Lanes::min(Lanes::max(nearest, first), last));
+        }
+        Lanes::storeIndices(cell_ + cells, Lanes::places());
+        const int vector = cells / Lanes::width;
+        vectors_[vector] = {cells, cells_.openAt(cells)};
+        bound(vector);
+        lowerThresholds(vector);
+    }
+    voxels_.findRoots();
+}
 
 void ColumnSearch::search()
 {
