@@ -135,26 +135,6 @@ float farthestSquared(const LatticeAxes& axes, const int (&index)[3])
     return static_cast<float>(squared);
 }
 
-/**
- * Squared distance, in steps, that the lattice inside the box reaches from every reference voxel;
- * -1 if it may not reach some voxel at all.
- */
-float reachedFromEverywhere(const LatticeAxes& axes)
-{
-    double squared = 0;
-    for (const std::vector<AxisSample>& samples : axes.axis) {
-        std::int32_t least = std::numeric_limits<std::int32_t>::max();
-        for (const AxisSample& sample : samples) {
-            if (sample.inside.empty()) {
-                return -1.0F;
-            }
-            least = std::min(least, sample.farthest);
-        }
-        squared += static_cast<double>(least) * least;
-    }
-    return static_cast<float>(squared);
-}
-
 } // namespace
 
 Reader selectedReader()
@@ -176,6 +156,22 @@ LatticeAxes tabulateLatticeAxes()
         }
     }
     return axes;
+}
+
+float reachedFromEverywhere(const LatticeAxes& axes)
+{
+    double squared = 0;
+    for (const std::vector<AxisSample>& samples : axes.axis) {
+        std::int32_t least = std::numeric_limits<std::int32_t>::max();
+        for (const AxisSample& sample : samples) {
+            if (sample.inside.empty()) {
+                return -1.0F;
+            }
+            least = std::min(least, sample.farthest);
+        }
+        squared += static_cast<double>(least) * least;
+    }
+    return static_cast<float>(squared);
 }
 
 double nearestOpenVoxel(const LatticeAxes& axes, double reach)

@@ -45,6 +45,12 @@ Reader selectedReader();
 LatticeAxes tabulateLatticeAxes();
 
 /**
+ * Squared distance, in steps, that the lattice inside the evaluation box reaches from every
+ * reference voxel; -1 if it may not reach some voxel at all.
+ */
+float reachedFromEverywhere(const LatticeAxes& axes);
+
+/**
  * Distance (mm) from the evaluation box to the sample point of the open voxel nearest to it. Ends
  * at the first voxel within `reach`: a result of at most `reach` need not be the smallest.
  */

@@ -141,6 +141,7 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
         }
         if (!pass.passRateMode) {
             markIfFinal(pass, starts[v].index, *group.voxels[v]);
+            scratch.leftOpen = scratch.leftOpen || !group.voxels[v]->stopSearching;
         }
     }
 }

@@ -34,6 +34,12 @@ std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t o
     return static_cast<std::size_t>(longest);
 }
 
+/**
+ * Points with larger squared indices have larger distance terms up to this radius in steps: squares
+ * of indices differ by 2^-20 at least, and distance terms are off by seven roundings of 2^-24 each.
+ */
+constexpr std::int32_t largestOrderedRadius = 1024;
+
 } // namespace
 
 float outerRadius(int ishell)
@@ -62,6 +68,8 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
                static_cast<float>(wholeSquared) < std::floor(outerSquared))
 {
     findFarPoint();
+    isRepeated = !isLast && reader != Reader::nearest && outerIndex <= largestOrderedRadius &&
+                 reachedFromEverywhere(latticeAxes) > outerSquared;
     for (int a = 0; a < 2; ++a) {
         cellWidth[a] = static_cast<float>(static_cast<double>(evaluation.h[a]) /
                                           static_cast<double>(stepSize));
@@ -153,14 +161,15 @@ namespace
 class FarPointSearch
 {
 public:
-    FarPointSearch(const SearchPass& pass, const std::int32_t (&index)[3], float gammasq)
-        : pass_(pass), gammasq_(gammasq)
+    FarPointSearch(const SearchPass& pass, const ShellLattice& shell,
+                   const std::int32_t (&index)[3], float gammasq)
+        : pass_(pass), shell_(shell), gammasq_(gammasq)
     {
         for (int a = 0; a < 3; ++a) {
             const AxisSample& sample = pass.axes->axis[a][static_cast<std::size_t>(index[a])];
             inBox_ = inBox_ && !sample.inside.empty();
             nearest_[a] = sample.nearest;
-            farthest_[a] = std::min<std::int64_t>(sample.farthest, pass.shell.maxIndex());
+            farthest_[a] = std::min<std::int64_t>(sample.farthest, shell.maxIndex());
         }
         // The exact distance term differs from this by some ten roundings.
         constexpr double roundings = 1e-5;
@@ -173,13 +182,13 @@ public:
         if (pass_.farDistanceTerm >= gammasq_ && holdsFarPoint()) {
             return true;
         }
-        const double outer = static_cast<double>(pass_.shell.outerRadiusSquared());
+        const double outer = static_cast<double>(shell_.outerRadiusSquared());
         if (!inBox_ ||
             std::min(outer, squared(farthest_[0], farthest_[1], farthest_[2])) < neededSquared_) {
             return false;
         }
         const bool originInBox = nearest_[0] == 0 && nearest_[1] == 0 && nearest_[2] == 0;
-        if (pass_.shell.holdsOrigin() && originInBox && reaches(0, 0, 0)) {
+        if (shell_.holdsOrigin() && originInBox && reaches(0, 0, 0)) {
             return true;
         }
         const double rest = outer - squared(0, nearest_[1], nearest_[2]);
@@ -214,12 +223,12 @@ private:
     [[nodiscard]] bool foundInPlane(std::int64_t i) const
     {
         // Rows farther out do not come near enough to the plane of the axis to meet the box.
-        const double outer = static_cast<double>(pass_.shell.outerRadiusSquared());
+        const double outer = static_cast<double>(shell_.outerRadiusSquared());
         const double rest = std::max(outer - squared(i, 0, nearest_[2]), 0.0);
         std::int64_t j = std::min(
-            {farthest_[1], pass_.shell.maxRow(i), static_cast<std::int64_t>(std::sqrt(rest)) + 1});
+            {farthest_[1], shell_.maxRow(i), static_cast<std::int64_t>(std::sqrt(rest)) + 1});
         for (; j >= nearest_[1] && squared(i, j, farthest_[2]) >= neededSquared_; --j) {
-            const LatticeRange row = pass_.shell.row(i, j);
+            const LatticeRange row = shell_.row(i, j);
             const std::int64_t k = std::min(row.last, farthest_[2]);
             if (k >= row.first && k >= nearest_[2] && reaches(i, j, k)) {
                 return true;
@@ -238,6 +247,7 @@ private:
     }
 
     const SearchPass& pass_;
+    ShellLattice shell_;
     float gammasq_;
     bool inBox_ = true;
     std::int64_t nearest_[3];
@@ -249,7 +259,13 @@ private:
 
 void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveVoxel& voxel)
 {
-    if (FarPointSearch(pass, index, voxel.gammasq).found()) {
-        voxel.stopSearching = true;
+    if (voxel.gammasq > pass.largestDistanceTerm) {
+        return;
+    }
+    for (int ishell = pass.shellNumber; ishell > 0; --ishell) {
+        if (FarPointSearch(pass, shellLattice(ishell), index, voxel.gammasq).found()) {
+            voxel.stopSearching = true;
+            return;
+        }
     }
 }

@@ -42,6 +42,7 @@ public:
     const LatticeAxes* axes;
     int shellNumber;
     bool isLast;
+    bool isRepeated; ///< the next pass finds again what this one finds, and closes what it closes
     ShellLattice shell;
     Reader reader;
     float stepsPerMmSquared;   ///< 1 / mm^2
@@ -121,6 +122,7 @@ class SearchScratch
 public:
     explicit SearchScratch(const SearchPass& pass);
 
+    bool leftOpen = false;    ///< a voxel: there will be a next pass
     int groupsToSkip = 0;     ///< before it may pay again to look at the doses near voxels first
     int pause = 0;            ///< so many groups, last time; longer each time it does not pay
     AxisWindow window;        ///< along z
@@ -151,12 +153,13 @@ void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const Vox
 void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
 
 /**
- * Sets stopSearching when the shell holds a point inside the evaluation box whose distance term
- * alone reaches the voxel's gammasq: no point farther out can lower it then.
+ * Sets stopSearching when the shells so far hold a point inside the evaluation box whose distance
+ * term alone reaches the voxel's gammasq: no point farther out can lower it then.
  *
  * Visiting the points in order of distance sets the mark at the first such point. Whether there is
  * one does not depend on the order: the distance term never decreases along the list, and gammasq
- * is final once all points of the shell have been taken into account.
+ * is final once all points of the shell have been taken into account. Earlier shells matter to
+ * voxels that their passes have left to this one.
  *
  * `index` is that of the voxel on each axis of the reference grid.
  */

@@ -85,7 +85,14 @@ LatticePass::LatticePass(const SearchPass& pass, std::size_t workers)
 
 void LatticePass::search(std::size_t worker, const VoxelGroup& group)
 {
-    search_(pass_, scratch_[worker], group);
+    if (leftOpen_.load(std::memory_order_relaxed)) {
+        return;
+    }
+    SearchScratch& scratch = scratch_[worker];
+    search_(pass_, scratch, group);
+    if (pass_.isRepeated && scratch.leftOpen) {
+        leftOpen_.store(true, std::memory_order_relaxed);
+    }
 }
 
 void searchVoxels(std::size_t worker, const VoxelGroup& group)

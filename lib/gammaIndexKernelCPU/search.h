@@ -5,6 +5,7 @@
 #ifndef ZARNGI_SEARCH_H
 #define ZARNGI_SEARCH_H
 
+#include <atomic>
 #include <cstddef>
 #include <vector>
 
@@ -19,13 +20,19 @@ public:
     /** Prepares a pass by a number of workers. */
     LatticePass(const SearchPass& pass, std::size_t workers);
 
-    /** Searches the shell around some voxels; each worker from its own thread. */
+    /**
+     * Searches the shell around some voxels; each worker from its own thread.
+     *
+     * Once a voxel has been left open, another pass follows. Where that finds again all that this
+     * one finds, the rest of the voxels are left to it: each of them is searched once then.
+     */
     void search(std::size_t worker, const VoxelGroup& group);
 
 private:
     SearchPass pass_;
     LatticeSearch search_;
     std::vector<SearchScratch> scratch_;
+    std::atomic<bool> leftOpen_ = false; ///< a voxel, by any worker; a hint that saves work only
 };
 
 /** The pass that the workers run when evalPoints is null. Owned by the driver. */
