@@ -32,10 +32,39 @@ void expectSameRecords(const std::vector<DefinedVoxel>& expected)
             continue;
         }
         ASSERT_EQ(voxel.gammasq, expected[k].gammasq) << "voxel " << voxel.ivxl;
+        ASSERT_EQ(voxel.stopSearching, expected[k].stopped) << "voxel " << voxel.ivxl;
         if (voxel.gammasq < 1e20F) {
             ASSERT_EQ(voxel.distanceMinGamma, expected[k].distance) << "voxel " << voxel.ivxl;
         }
     }
+}
+
+/**
+ * Computes and compares everything that can be seen with the definition over so many shells.
+ * Returns the number of tested voxels.
+ */
+std::size_t expectDefinition(int shells)
+{
+    zarnGI_setVerbose(1);
+    std::string dots;
+    Results results;
+    {
+        const CapturedOutput output;
+        results = compute();
+        dots = output.text();
+    }
+    int searched = 0;
+    const std::vector<DefinedVoxel> expected = searchByDefinition(shells, 1, &searched);
+    expectSameRecords(expected);
+    if (expected.empty()) {
+        return 0;
+    }
+    if (!Env->randomRotation) {
+        EXPECT_TRUE(sameBits(results.gamma, mapByDefinition(expected)));
+        EXPECT_EQ(dots, std::string(static_cast<std::size_t>(searched), '.') + '\n');
+    }
+    EXPECT_EQ(results.passRate, getGammaPassRate());
+    return expected.size();
 }
 
 /** Draws the grids, criteria and options of one computation. */
@@ -157,14 +186,7 @@ TEST_P(RandomProblems, GiveTheBitsOfTheDefinition)
         zarnGI_reset();
         RandomProblem problem(seed);
         const int shells = problem.handOver();
-        const Results results = compute();
-        const std::vector<DefinedVoxel> expected = searchByDefinition(shells);
-        tested += expected.size();
-        expectSameRecords(expected);
-        if (!expected.empty()) {
-            EXPECT_TRUE(Env->randomRotation || sameBits(results.gamma, mapByDefinition(expected)));
-            EXPECT_EQ(results.passRate, getGammaPassRate());
-        }
+        tested += expectDefinition(shells);
         if (HasFailure()) {
             ADD_FAILURE() << describeProblem();
         }
@@ -186,14 +208,6 @@ protected:
             };
             return scale * std::exp(-(square(x) + square(y) + square(z)) / 10);
         });
-    }
-    /** Compares with the definition over so many shells that every voxel is final. */
-    static void expectDefinition(int shells)
-    {
-        const Results results = compute();
-        const std::vector<DefinedVoxel> expected = searchByDefinition(shells);
-        expectSameRecords(expected);
-        EXPECT_TRUE(sameBits(results.gamma, mapByDefinition(expected)));
     }
 };
 
@@ -220,6 +234,41 @@ TEST_F(Search, ShiftInAGradientCostsAtMostTheDistance)
         EXPECT_LE(gamma, 0.4F + 1e-5F);
     }
     EXPECT_EQ(results.passRate, 100);
+}
+
+TEST_F(Search, PassesEndWithTheLastVoxelThatIsFinal)
+{
+    // Many more voxels than are searched at once, and one or none that stays open for long.
+    for (const int odd : {-1, 0, 150, 299}) {
+        std::vector<float> doses(300, 2);
+        setRef(makeRow(doses, 2));
+        if (odd >= 0) {
+            doses[static_cast<std::size_t>(odd)] = 3;
+        }
+        setEval(makeRow(doses, 2));
+        setCriteria(1, 3, 10);
+        zarnGI_setStepSize(0.25F);
+        for (const int threads : {1, 3}) {
+            zarnGI_setNumThreads(threads);
+            zarnGI_setGammaSearchMax(4);
+            expectDefinition(4);
+            Env->gammaSearchMax = -1; // none
+            expectDefinition(100);
+        }
+    }
+}
+
+TEST_F(Search, VoxelsAreFinalByPointsOfShellsThatHoldThem)
+{
+    // Along a single row a step of 2.5 mm puts no point of the evaluation grid between 3 and 4 mm.
+    std::vector<float> doses(300, 100);
+    setRef(makeRow(doses, 1));
+    std::fill(doses.begin(), doses.begin() + 20, 200.0F);
+    setEval(makeRow(doses, 1));
+    setCriteria(1, 3, 10);
+    zarnGI_setStepSize(2.5F);
+    zarnGI_setGammaSearchMax(4);
+    expectDefinition(4);
 }
 
 TEST_F(Search, UnboundedSearchEndsWithEveryVoxelFinal)

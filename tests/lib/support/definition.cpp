@@ -74,11 +74,15 @@ bool outsideBox(const vec3dRT& p)
     return false;
 }
 
+vec3dRT samplePoint(int ivxl)
+{
+    return nodePosition(ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref) +
+           vec3dRT(0.5F * Env->hs_ref[0], 0.5F * Env->hs_ref[1], 0.5F * Env->hs_ref[2]);
+}
+
 void searchAround(DefinedVoxel& voxel, const std::vector<vec3dRT>& points, float DDvalue)
 {
-    const vec3dRT refPos =
-        nodePosition(voxel.ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref) +
-        vec3dRT(0.5F * Env->hs_ref[0], 0.5F * Env->hs_ref[1], 0.5F * Env->hs_ref[2]);
+    const vec3dRT refPos = samplePoint(voxel.ivxl);
     const float refDose = referenceDose(refPos);
     const float delta = Env->globalDD ? DDvalue : refDose * Env->DD / 100;
     for (vec3dRT offset : points) {
@@ -125,18 +129,81 @@ void searchShare(std::vector<DefinedVoxel>& voxels, const std::vector<vec3dRT>& 
     }
 }
 
+/** The largest |i| with position + i * step inside the evaluation box on an axis; -1: none. */
+int farthestIndex(float position, int axis)
+{
+    const float low = Env->xmin_eval[axis];
+    const float high = Env->xmax_eval[axis];
+    const float extent = std::max(std::fabs(low - position), std::fabs(high - position));
+    const float steps = extent / Env->stepSize;
+    const int most = (steps < 1e5F ? static_cast<int>(steps) : 100000) + 2;
+    const auto isInside = [&](int i) {
+        const float p = position + static_cast<float>(i) * Env->stepSize;
+        return !(p < low || p > high);
+    };
+    for (int i = most; i >= 0; --i) {
+        if (isInside(i) || isInside(-i)) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+/** Tells for which voxels no lattice point beyond a radius lies in the evaluation box. */
+class Reach
+{
+public:
+    Reach()
+    {
+        for (int a = 0; a < 3; ++a) {
+            for (int index = 0; index < Env->nn_ref[a]; ++index) {
+                const int first[3] = {1, Env->nn_ref[0], Env->nn_ref[0] * Env->nn_ref[1]};
+                farthest_[a].push_back(farthestIndex(samplePoint(index * first[a])[a], a));
+            }
+        }
+    }
+
+    [[nodiscard]] bool endsWithin(float radius, int ivxl) const
+    {
+        const int index[3] = {ivxl % Env->nn_ref[0], ivxl / Env->nn_ref[0] % Env->nn_ref[1],
+                              ivxl / Env->nn_ref[0] / Env->nn_ref[1]};
+        double squared = 0;
+        for (int a = 0; a < 3; ++a) {
+            const double farthest = farthest_[a][static_cast<std::size_t>(index[a])];
+            if (farthest < 0) {
+                return true;
+            }
+            squared += farthest * farthest;
+        }
+        // As in the enumeration of the lattice.
+        const float steps = (radius * radius / Env->stepSize) / Env->stepSize;
+        return squared <= static_cast<double>(steps);
+    }
+
+private:
+    std::vector<int> farthest_[3];
+};
+
+void stopWithin(float radius, const Reach& reach, std::vector<DefinedVoxel>& voxels)
+{
+    for (DefinedVoxel& voxel : voxels) {
+        voxel.stopped = voxel.stopped || reach.endsWithin(radius, voxel.ivxl);
+    }
+}
+
 } // namespace
 
-std::vector<DefinedVoxel> searchByDefinition(int shells, std::size_t threads)
+std::vector<DefinedVoxel> searchByDefinition(int shells, std::size_t threads, int* searched)
 {
     std::vector<DefinedVoxel> voxels = testedVoxels();
     std::vector<vec3dRT> points;
-    for (int shell = 1; shell <= (Env->passRateMode ? 1 : shells); ++shell) {
-        if (std::all_of(voxels.begin(), voxels.end(), settled)) {
-            break;
-        }
-        generatePointsInShell(points, static_cast<float>(shell - 1) * Env->DTA,
-                              static_cast<float>(shell) * Env->DTA, Env->stepSize);
+    const Reach reach;
+    const int last = Env->passRateMode ? 1 : shells;
+    bool open = true;
+    for (int shell = 1; open && shell <= last; ++shell) {
+        const float outer = static_cast<float>(shell) * Env->DTA;
+        generatePointsInShell(points, static_cast<float>(shell - 1) * Env->DTA, outer,
+                              Env->stepSize);
         std::vector<std::thread> others;
         for (std::size_t thread = 1; thread < threads; ++thread) {
             others.emplace_back([&, thread] { searchShare(voxels, points, thread, threads); });
@@ -144,6 +211,14 @@ std::vector<DefinedVoxel> searchByDefinition(int shells, std::size_t threads)
         searchShare(voxels, points, 0, threads);
         for (std::thread& other : others) {
             other.join();
+        }
+        if (shell < last && !Env->randomRotation) {
+            stopWithin(outer, reach, voxels);
+        }
+        open = std::any_of(voxels.begin(), voxels.end(),
+                           [](const DefinedVoxel& voxel) { return !voxel.stopped; });
+        if (searched != nullptr) {
+            *searched = shell;
         }
     }
     return voxels;
