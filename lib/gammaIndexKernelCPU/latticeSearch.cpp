@@ -38,7 +38,7 @@ std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t o
  * Points with larger squared indices have larger distance terms up to this radius in steps: squares
  * of indices differ by 2^-20 at least, and distance terms are off by seven roundings of 2^-24 each.
  */
-constexpr std::int32_t largestOrderedRadius = 1024;
+constexpr std::int64_t largestOrderedRadius = 1024;
 
 } // namespace
 
@@ -263,7 +263,10 @@ void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveV
         return;
     }
     for (int ishell = pass.shellNumber; ishell > 0; --ishell) {
-        if (FarPointSearch(pass, shellLattice(ishell), index, voxel.gammasq).found()) {
+        const ShellLattice shell = shellLattice(ishell);
+        const bool isOwn = ishell == pass.shellNumber;
+        if ((isOwn || shell.maxIndex() <= largestOrderedRadius) &&
+            FarPointSearch(pass, shell, index, voxel.gammasq).found()) {
             voxel.stopSearching = true;
             return;
         }
