@@ -58,7 +58,7 @@ public:
         }
         bestDistanceSquared_ = Lanes::all(0);
         const F zero = Lanes::all(0);
-        tryFrom({zero, zero, zero}, 2);
+        tryFrom({zero, zero, zero}, 1);
         tryFrom({Lanes::load(nearby_[0]), Lanes::load(nearby_[1]), Lanes::load(nearby_[2])}, 3);
         if (pass_.reader == Reader::bilinear) {
             tryPlanesBeside();
