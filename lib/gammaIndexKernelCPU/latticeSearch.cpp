@@ -247,7 +247,7 @@ private:
     }
 
     const SearchPass& pass_;
-    ShellLattice shell_;
+    const ShellLattice& shell_;
     float gammasq_;
     bool inBox_ = true;
     std::int64_t nearest_[3];
@@ -262,13 +262,11 @@ void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveV
     if (voxel.gammasq > pass.largestDistanceTerm) {
         return;
     }
-    for (int ishell = pass.shellNumber; ishell > 0; --ishell) {
+    bool found = FarPointSearch(pass, pass.shell, index, voxel.gammasq).found();
+    for (int ishell = pass.shellNumber - 1; !found && ishell > 0; --ishell) {
         const ShellLattice shell = shellLattice(ishell);
-        const bool isOwn = ishell == pass.shellNumber;
-        if ((isOwn || shell.maxIndex() <= largestOrderedRadius) &&
-            FarPointSearch(pass, shell, index, voxel.gammasq).found()) {
-            voxel.stopSearching = true;
-            return;
-        }
+        found = shell.maxIndex() <= largestOrderedRadius &&
+                FarPointSearch(pass, shell, index, voxel.gammasq).found();
     }
+    voxel.stopSearching = voxel.stopSearching || found;
 }

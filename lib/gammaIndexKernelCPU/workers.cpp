@@ -18,22 +18,26 @@ namespace
 class ProgressBar
 {
 public:
-    explicit ProgressBar(std::size_t length) : length_(static_cast<float>(length)) {}
+    explicit ProgressBar(std::size_t length) : length_(static_cast<float>(length)) { findNext(); }
 
     void advanceTo(std::size_t i)
     {
-        while (static_cast<float>(i) > length_ * percent_ / 100) {
+        while (static_cast<float>(i) > next_) {
             report::progressMark();
             percent_ += 2.5F;
             if (percent_ == 100) {
                 percent_ = 110; // no index gets there: the last dot is the end of the bar
             }
+            findNext();
         }
     }
 
 private:
+    void findNext() { next_ = length_ * percent_ / 100; }
+
     float length_;
     float percent_ = 2.5F;
+    float next_; ///< the mark is due beyond this index
 };
 
 /** What a worker does, given its number. */
