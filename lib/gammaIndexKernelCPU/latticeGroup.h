@@ -86,6 +86,12 @@ private:
     /** Adds the rows from one on, block by block along x. */
     void addPlane(const VoxelStart* starts, int firstRow)
     {
+        if (firstRow + 1 == rowCount_) { // a single row is in order
+            for (int v = next_[firstRow]; v < end_[firstRow]; ++v) {
+                number_[count_++] = v;
+            }
+            return;
+        }
         std::int32_t block = 0;
         while (block >= 0) {
             std::int32_t following = -1;
