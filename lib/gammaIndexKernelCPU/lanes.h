@@ -140,7 +140,7 @@ struct Lanes {
     }
     /** Whether spreading from registers pays. */
     static constexpr bool spreadsRegisters = true;
-    /** Lane i of two vectors one after another, for indices i below 2 * width. */
+    /** Lane i, modulo twice the width, of two vectors one after another. */
     static F spreadFromPair(F low, F high, I i)
     {
         return _mm512_permutex2var_ps(low, i, high);
@@ -338,7 +338,7 @@ struct Lanes {
         alignas(16) float values[2 * width];
         store(values, low);
         store(values + width, high);
-        return gather(values, i);
+        return gather(values, remainder<2 * width>(i));
     }
     static void storeChosen(int* p, unsigned bits, I i)
     {
@@ -395,12 +395,9 @@ template <std::size_t count>
 inline Lanes::F spreadFrom(const Lanes::F (&vectors)[count], Lanes::I i)
 {
     static_assert(count > 2 && count <= 4);
-    constexpr int pair = 2 * Lanes::width;
-    const unsigned inFirst =
-        Lanes::notGreater(Lanes::asFloats(i), Lanes::all(static_cast<float>(pair - 1)));
-    const Lanes::I inPair = Lanes::remainder<pair>(i);
-    return Lanes::select(inFirst, Lanes::spreadFromPair(vectors[0], vectors[1], inPair),
-                         Lanes::spreadFromPair(vectors[2], vectors[count - 1], inPair));
+    const unsigned inSecond = Lanes::hasBit(i, __builtin_ctz(2 * Lanes::width));
+    return Lanes::select(inSecond, Lanes::spreadFromPair(vectors[2], vectors[count - 1], i),
+                         Lanes::spreadFromPair(vectors[0], vectors[1], i));
 }
 
 /** Rounds to the nearest whole number; for |a| < 2^22. */
