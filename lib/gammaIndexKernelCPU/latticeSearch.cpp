@@ -34,6 +34,14 @@ std::size_t longestWindow(const std::vector<AxisSample>& samples, std::int64_t o
     return static_cast<std::size_t>(longest);
 }
 
+/** gamma^2 that no distance term of a shell exceeds. */
+float largestDistanceTermOf(const ShellLattice& shell)
+{
+    // Some ten roundings lie between this and the distance terms themselves.
+    const float stepsPerDTA = DTA / Env->stepSize;
+    return shell.outerRadiusSquared() / stepsPerDTA / stepsPerDTA * (1 + 1e-5F);
+}
+
 /**
  * Points with larger squared indices have larger distance terms up to this radius in steps: squares
  * of indices differ by 2^-20 at least, and distance terms are off by seven roundings of 2^-24 each.
@@ -59,8 +67,7 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
       stepsPerDTA(dta / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
       outerSquared(shell.outerRadiusSquared()), outerWhole(wholeRim(shell)),
       outerRim(outerWhole * (1 + 0x1p-21F)), outerRoot(std::sqrt(outerRim)),
-      // Some ten roundings lie between this and the distance terms themselves.
-      largestDistanceTerm(outerSquared / stepsPerDTA / stepsPerDTA * (1 + 1e-5F)),
+      largestDistanceTerm(largestDistanceTermOf(shell)),
       // Relative error of f and of the exact gamma^2: some 20 roundings each.
       thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)), gaps(earlierGaps),
       wholeSquared(wholeSquaredRadius(shell)),
@@ -265,6 +272,9 @@ void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveV
     bool found = FarPointSearch(pass, pass.shell, index, voxel.gammasq).found();
     for (int ishell = pass.shellNumber - 1; !found && ishell > 0; --ishell) {
         const ShellLattice shell = shellLattice(ishell);
+        if (voxel.gammasq > largestDistanceTermOf(shell)) {
+            return;
+        }
         found = shell.maxIndex() <= largestOrderedRadius &&
                 FarPointSearch(pass, shell, index, voxel.gammasq).found();
     }
