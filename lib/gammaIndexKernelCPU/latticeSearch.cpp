@@ -1,6 +1,7 @@
 #include "latticeSearch.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "gammaTerm.h"
@@ -48,6 +49,16 @@ float largestDistanceTermOf(const ShellLattice& shell)
  */
 constexpr std::int64_t largestOrderedRadius = 1024;
 
+/**
+ * Whether the pass of a shell leaves no voxel to the next one: where first values are poor, a ball
+ * much larger than needed would have to be searched.
+ */
+bool searchesAll(int ishell)
+{
+    constexpr int first = 4;
+    return ishell >= first && std::has_single_bit(static_cast<unsigned>(ishell));
+}
+
 } // namespace
 
 float outerRadius(int ishell)
@@ -75,8 +86,9 @@ SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
                static_cast<float>(wholeSquared) < std::floor(outerSquared))
 {
     findFarPoint();
-    isRepeated = !isLast && reader != Reader::nearest && outerIndex <= largestOrderedRadius &&
-                 reachedFromEverywhere(latticeAxes) > outerSquared;
+    leavesVoxels = !isLast && !searchesAll(ishell) && reader != Reader::nearest &&
+                   outerIndex <= largestOrderedRadius &&
+                   reachedFromEverywhere(latticeAxes) > outerSquared;
     for (int a = 0; a < 2; ++a) {
         cellWidth[a] = static_cast<float>(static_cast<double>(evaluation.h[a]) /
                                           static_cast<double>(stepSize));

@@ -42,7 +42,7 @@ public:
     const LatticeAxes* axes;
     int shellNumber;
     bool isLast;
-    bool isRepeated; ///< the next pass finds again what this one finds, and closes what it closes
+    bool leavesVoxels; ///< to the next pass, once one stays open: that finds what this one would
     ShellLattice shell;
     Reader reader;
     float stepsPerMmSquared;   ///< 1 / mm^2

@@ -90,7 +90,7 @@ void LatticePass::search(std::size_t worker, const VoxelGroup& group)
     }
     SearchScratch& scratch = scratch_[worker];
     search_(pass_, scratch, group);
-    if (pass_.isRepeated && scratch.leftOpen) {
+    if (pass_.leavesVoxels && scratch.leftOpen) {
         leftOpen_.store(true, std::memory_order_relaxed);
     }
 }
