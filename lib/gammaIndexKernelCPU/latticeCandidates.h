@@ -15,8 +15,8 @@ namespace
 {
 
 /**
- * Tries, for up to Lanes::width voxels, the minimum of the dose field linearised around them, and
- * what was best for a voxel nearby.
+ * Tries, for up to Lanes::width voxels, the origin, what was best for a voxel nearby, and from
+ * there minima of the linearised dose field.
  */
 class FirstCandidates
 {

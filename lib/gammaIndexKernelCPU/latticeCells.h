@@ -364,9 +364,8 @@ inline void CellSearch::listOpenCells(const Row& least, const Row& most, int y, 
     const F threshold = Lanes::load(voxels_.threshold);
     const F room = Lanes::min(Lanes::all(pass_.outerRim), threshold);
     const F dose = Lanes::load(voxels_.referenceDose);
-    // An interpolated dose is off by some ten roundings of each corner's part in it, and the
-    // difference by one more: d of the doses d nearest to the reference dose, so that a little of
-    // the reference dose and of the difference cover them.
+    // An interpolated dose is off by some ten roundings of each corner's part in it. A corner is no
+    // larger than the reference dose and its difference from it: a little of both covers them.
     const F rounding = absolute(dose) * Lanes::all(0x1p-18F);
     const F scale = Lanes::load(voxels_.scale) * Lanes::all(1 - 0x1p-19F);
     // A dose farther away than that is excluded at any point of the row.

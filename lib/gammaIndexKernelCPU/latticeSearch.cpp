@@ -176,7 +176,7 @@ SearchScratch::SearchScratch(const SearchPass& pass)
 namespace
 {
 
-/** Looks for a point of the shell far enough from one voxel. */
+/** Looks for a point far enough from one voxel, in the shell of the pass or an earlier one. */
 class FarPointSearch
 {
 public:

@@ -122,7 +122,7 @@ class SearchScratch
 public:
     explicit SearchScratch(const SearchPass& pass);
 
-    bool leftOpen = false;    ///< a voxel: there will be a next pass
+    bool leftOpen = false;    ///< it has left a voxel open: another pass follows, if any can
     int groupsToSkip = 0;     ///< before it may pay again to look at the doses near voxels first
     int pause = 0;            ///< so many groups, last time; longer each time it does not pay
     AxisWindow window;        ///< along z

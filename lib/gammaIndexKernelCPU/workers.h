@@ -42,7 +42,8 @@ void forShares(std::size_t count, const std::function<void(std::size_t, std::siz
 void reportIdlePass();
 
 /**
- * Start routine of a worker: searches the active voxels i with i mod num_threads = thread_num.
+ * Start routine of a worker: searches the active voxels i with i mod num_threads = thread_num, or
+ * leaves them to the next pass where that finds the same.
  * Worker 0 also draws the progress bar.
  * @param info the worker's threadInfo.
  * @return null.
