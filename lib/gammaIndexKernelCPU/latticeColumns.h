@@ -54,10 +54,19 @@ private:
         unsigned open; ///< lanes that can matter
     };
 
+    /** The least points of a vector of columns. */
+    struct LeastPoints {
+        Lanes::I voxels;
+        F error; ///< of u
+        F f;
+        F point[3];
+    };
+
     void listCell(int cells, int lane);
     void endVectors(int cells);
     void boundListed();
     void bound(int vector);
+    [[nodiscard]] LeastPoints leastPointsOf(int vector) const;
     void lowerThresholds(int vector);
     void take(int vector);
     void listOpen(int vector, unsigned lanes);
@@ -233,6 +242,17 @@ inline void ColumnSearch::bound(int vector)
                              Lanes::notGreater(first, last);
 }
 
+inline ColumnSearch::LeastPoints ColumnSearch::leastPointsOf(int vector) const
+{
+    const int from = vectors_[vector].cells;
+    const int at = vector * Lanes::width;
+    const Lanes::I cells = Lanes::loadIndices(cell_ + at);
+    return {Lanes::spreadIndices(cells_.voxel + from, cells),
+            Lanes::spread(cells_.error + from, cells),
+            Lanes::load(least_ + at),
+            {Lanes::load(index_[0] + at), Lanes::load(index_[1] + at), Lanes::load(leastAt_ + at)}};
+}
+
 /**
  * Lowers the thresholds of voxels to what the least points of some columns are worth at most.
  *
@@ -240,28 +260,22 @@ inline void ColumnSearch::bound(int vector)
  */
 inline void ColumnSearch::lowerThresholds(int vector)
 {
-    const int from = vectors_[vector].cells;
-    const int at = vector * Lanes::width;
-    const Lanes::I cells = Lanes::loadIndices(cell_ + at);
-    const Lanes::I voxels = Lanes::spreadIndices(cells_.voxel + from, cells);
-    const F error = Lanes::spread(cells_.error + from, cells);
-    const F f = Lanes::load(least_ + at);
-    const F root = rootFromAbove(f);
-    const F raised = (f + error * (root + root + error)) * Lanes::all(raisedMargin);
+    const LeastPoints least = leastPointsOf(vector);
+    const F root = rootFromAbove(least.f);
+    const F raised =
+        (least.f + least.error * (root + root + least.error)) * Lanes::all(raisedMargin);
     // A little lower is not worth the work.
     unsigned lower =
-        vectors_[vector].open &
-        ~Lanes::notGreater(Lanes::spread(voxels_.threshold, voxels), raised * Lanes::all(1.002F));
+        vectors_[vector].open & ~Lanes::notGreater(Lanes::spread(voxels_.threshold, least.voxels),
+                                                   raised * Lanes::all(1.002F));
     if (lower == 0) {
         return;
     }
-    const F p[3] = {Lanes::load(index_[0] + at), Lanes::load(index_[1] + at),
-                    Lanes::load(leastAt_ + at)};
-    lower &= certainMembers(pass_, p);
+    lower &= certainMembers(pass_, least.point);
     alignas(64) float values[Lanes::width];
     alignas(64) int places[Lanes::width];
     Lanes::store(values, raised);
-    Lanes::storeIndices(places, voxels);
+    Lanes::storeIndices(places, least.voxels);
     for (; lower != 0; lower &= lower - 1) {
         const int lane = __builtin_ctz(lower);
         voxels_.lower(places[lane], values[lane]);
@@ -271,25 +285,19 @@ inline void ColumnSearch::lowerThresholds(int vector)
 /** Lists the points of a vector of columns that can still matter. */
 inline void ColumnSearch::take(int vector)
 {
-    const int from = vectors_[vector].cells;
-    const int at = vector * Lanes::width;
-    const Lanes::I cells = Lanes::loadIndices(cell_ + at);
-    const Lanes::I voxels = Lanes::spreadIndices(cells_.voxel + from, cells);
-    const F error = Lanes::spread(cells_.error + from, cells);
-    const F f = Lanes::load(least_ + at);
-    const F k = Lanes::load(leastAt_ + at);
-    const F allowed = voxels_.allowed(voxels, error, k);
-    const unsigned open = vectors_[vector].open & Lanes::notGreater(f, allowed);
+    const LeastPoints least = leastPointsOf(vector);
+    const F allowed = voxels_.allowed(least.voxels, least.error, least.point[2]);
+    const unsigned open = vectors_[vector].open & Lanes::notGreater(least.f, allowed);
     if (open == 0) {
         return;
     }
-    const F p[3] = {Lanes::load(index_[0] + at), Lanes::load(index_[1] + at), k};
-    points_.add(open, voxels, p, f, error);
+    points_.add(open, least.voxels, least.point, least.f, least.error);
     // In 2D mode all points of the column have the same dose: the nearest of them is the best, if
     // the shells hold it.
-    const unsigned others = open & (pass_.reader == Reader::bilinear
-                                        ? ~certainMembers(pass_, p)
-                                        : Lanes::notGreater(Lanes::load(second_ + at), allowed));
+    const F second = Lanes::load(second_ + vector * Lanes::width);
+    const unsigned others =
+        open & (pass_.reader == Reader::bilinear ? ~certainMembers(pass_, least.point)
+                                                 : Lanes::notGreater(second, allowed));
     if (others != 0) {
         listOpen(vector, others);
     }
