@@ -137,19 +137,21 @@ private:
     void searchLatticeShell(int ishell)
     {
         requireExactIndices(ishell);
-        const SearchPass shell(axes_, ishell, ishell == lastShell_, gaps_);
+        const SearchPass shell(axes_, ishell, ishell == lastShell_, gaps_, searched_);
         LatticePass pass(shell, workerCount());
         latticePass = &pass;
         evalPoints = nullptr; // a list that the host left there would be searched instead
         const PassGuard guard;
         evaluation();
         gaps_.add(shell.shell);
+        searched_.push_back(ishell);
     }
 
     const LatticeAxes& axes_;
     int lastShell_;
     bool listed_;
-    RadiusGaps gaps_; ///< of the shells so far
+    RadiusGaps gaps_;           ///< of the shells so far
+    std::vector<int> searched_; ///< the numbers of those that had a pass
 };
 
 /** Tells shells in which no voxel has anything to search. */

@@ -72,10 +72,11 @@ ShellLattice shellLattice(int ishell)
 }
 
 SearchPass::SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
-                       const RadiusGaps& earlierGaps)
-    : axes(&latticeAxes), shellNumber(ishell), isLast(last), shell(shellLattice(ishell)),
-      reader(selectedReader()), stepsPerMmSquared(1 / (stepSize * stepSize)),
-      stepsPerDTA(dta / stepSize), outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
+                       const RadiusGaps& earlierGaps, const std::vector<int>& searched)
+    : axes(&latticeAxes), shellNumber(ishell), earlierShells(&searched), isLast(last),
+      shell(shellLattice(ishell)), reader(selectedReader()),
+      stepsPerMmSquared(1 / (stepSize * stepSize)), stepsPerDTA(dta / stepSize),
+      outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
       outerSquared(shell.outerRadiusSquared()), outerWhole(wholeRim(shell)),
       outerRim(outerWhole * (1 + 0x1p-21F)), outerRoot(std::sqrt(outerRim)),
       largestDistanceTerm(largestDistanceTermOf(shell)),
@@ -282,8 +283,11 @@ void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveV
         return;
     }
     bool found = FarPointSearch(pass, pass.shell, index, voxel.gammasq).found();
-    for (int ishell = pass.shellNumber - 1; !found && ishell > 0; --ishell) {
-        const ShellLattice shell = shellLattice(ishell);
+    // Shells without a pass held no point that a voxel still open could reach; there may be
+    // millions.
+    const std::vector<int>& earlier = *pass.earlierShells;
+    for (auto ishell = earlier.rbegin(); !found && ishell != earlier.rend(); ++ishell) {
+        const ShellLattice shell = shellLattice(*ishell);
         if (voxel.gammasq > largestDistanceTermOf(shell)) {
             return;
         }

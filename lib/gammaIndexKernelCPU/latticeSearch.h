@@ -25,10 +25,10 @@ ShellLattice shellLattice(int ishell);
 struct SearchPass : SearchCriteria {
     /**
      * The pass of shell `ishell` (the first is 1), `last` if no pass follows it; `earlierGaps` are
-     * those of the shells before.
+     * those of the shells before, `searched` the numbers of those that had a pass.
      */
-    SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last,
-               const RadiusGaps& earlierGaps);
+    SearchPass(const LatticeAxes& latticeAxes, int ishell, bool last, const RadiusGaps& earlierGaps,
+               const std::vector<int>& searched);
 
     /** Whether this shell or an earlier one enumerates the lattice point. */
     [[nodiscard]] bool isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) const;
@@ -41,6 +41,7 @@ private:
 public:
     const LatticeAxes* axes;
     int shellNumber;
+    const std::vector<int>* earlierShells; ///< that had a pass, in increasing order
     bool isLast;
     bool leavesVoxels; ///< to the next pass, once one stays open: that finds what this one would
     ShellLattice shell;
