@@ -48,6 +48,13 @@ struct Lanes {
     }
     static F min(F a, F b) { return _mm512_min_ps(a, b); }
     static F max(F a, F b) { return _mm512_max_ps(a, b); }
+    /** Four lanes, one of which is the largest of all. */
+    static __m128 largestFour(F a)
+    {
+        const __m256 upper = _mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(a), 1));
+        const __m256 most = _mm256_max_ps(_mm512_castps512_ps256(a), upper);
+        return _mm_max_ps(_mm256_castps256_ps128(most), _mm256_extractf128_ps(most, 1));
+    }
     static F sqrt(F a) { return _mm512_sqrt_ps(a); }
     /** a * b + c, for bounds only: the intermediate rounding is left to the path. */
     static F mulAdd(F a, F b, F c) { return _mm512_fmadd_ps(a, b, c); }
@@ -183,6 +190,10 @@ struct Lanes {
     static I places() { return _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7); }
     static F min(F a, F b) { return _mm256_min_ps(a, b); }
     static F max(F a, F b) { return _mm256_max_ps(a, b); }
+    static __m128 largestFour(F a)
+    {
+        return _mm_max_ps(_mm256_castps256_ps128(a), _mm256_extractf128_ps(a, 1));
+    }
     static F sqrt(F a) { return _mm256_sqrt_ps(a); }
     static F mulAdd(F a, F b, F c) { return _mm256_fmadd_ps(a, b, c); }
     static F mulSub(F a, F b, F c) { return _mm256_fnmadd_ps(a, b, c); }
@@ -300,6 +311,7 @@ struct Lanes {
     static I places() { return _mm_setr_epi32(0, 1, 2, 3); }
     static F min(F a, F b) { return _mm_min_ps(a, b); }
     static F max(F a, F b) { return _mm_max_ps(a, b); }
+    static __m128 largestFour(F a) { return a; }
     static F sqrt(F a) { return _mm_sqrt_ps(a); }
     static F mulAdd(F a, F b, F c) { return a * b + c; }
     static F mulSub(F a, F b, F c) { return c - a * b; }
@@ -437,13 +449,10 @@ inline int leastLane(const float* values, unsigned open)
 /** The largest lane; none of them may be not a number. */
 inline float largestLane(Lanes::F a)
 {
-    alignas(64) float values[16];
-    Lanes::store(values, a);
-    float largest = values[0];
-    for (int lane = 1; lane < Lanes::width; ++lane) {
-        largest = values[lane] > largest ? values[lane] : largest;
-    }
-    return largest;
+    __m128 most = Lanes::largestFour(a);
+    most = _mm_max_ps(most, _mm_movehl_ps(most, most));
+    most = _mm_max_ss(most, _mm_shuffle_ps(most, most, 1));
+    return _mm_cvtss_f32(most);
 }
 
 } // namespace

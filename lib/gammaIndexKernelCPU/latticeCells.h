@@ -118,7 +118,6 @@ private:
     SearchScratch& scratch_;
     VoxelTable voxels_;
     BoxSearch boxes_;
-    float largestThreshold_ = 0;
     alignas(64) int firstCell_[2][maxCount]; ///< of each voxel, along x and y
     alignas(64) int lastCell_[2][maxCount];
 
@@ -131,6 +130,7 @@ private:
     alignas(64) float xSquared_[maxCells][maxCount]; ///< least i^2 in each cell
     alignas(64) int xNumber_[maxCells][maxCount];    ///< what it adds to the number of a cell
     float xRoom_[maxCells]; ///< the largest squared distance in y and z at which a cell may matter
+    float largestRoom_ = 0; ///< of all these cells
     alignas(64) float ySquared_[maxCells][maxCount]; ///< least j^2; infinite: not one of the voxel
     alignas(64) int yNumber_[maxCells][maxCount];
     float yLeast_[maxCells]; ///< the least of all voxels
@@ -173,10 +173,6 @@ void CellSearch::listAll()
     const VoxelStart& start = voxels_.search[0]->start();
     if (scratch_.window.referenceIndex != start.index[2]) {
         prepareWindow(pass_, start, scratch_.window);
-    }
-    largestThreshold_ = voxels_.threshold[0];
-    for (int v = 1; v < voxels_.count; ++v) {
-        largestThreshold_ = larger(largestThreshold_, voxels_.threshold[v]);
     }
     const CellSpan x = findCells(0);
     const CellSpan y = findCells(1);
@@ -236,8 +232,10 @@ void CellSearch::placeAlongX(CellSpan cells)
     }
     const F one = Lanes::all(1);
     const F count = Lanes::asFloats(Lanes::loadIndices(counts));
-    const F none = Lanes::all(-1);
+    constexpr float noRoom = -1;
+    const F none = Lanes::all(noRoom);
     const F room = Lanes::min(Lanes::all(pass_.outerRim), Lanes::load(voxels_.threshold));
+    largestRoom_ = noRoom;
     Lanes::I places = Lanes::loadIndices(chunkPlace_);
     F cell = Lanes::asFloats(Lanes::sum(places, Lanes::allIndices(cells.first)));
     CellEdge begin = findEdge(pass_, 0, voxels_, cell);
@@ -250,6 +248,7 @@ void CellSearch::placeAlongX(CellSpan cells)
         Lanes::storeIndices(xNumber_[c], BoxSearch::alongX(places, open));
         inChunk_[c] = Lanes::notGreater(Lanes::all(static_cast<float>(c + 1)), count);
         xRoom_[c] = largestLane(Lanes::select(inChunk_[c], room - squared, none));
+        largestRoom_ = larger(largestRoom_, xRoom_[c]);
         places = Lanes::sum(places, Lanes::allIndices(1));
         begin = end;
     }
@@ -285,10 +284,10 @@ void CellSearch::listPlane(const CellRun& zCell, int z)
 {
     const float zSquared = nearestSquared(zCell);
     CellSpan rows{0, chunk_[1].count() - 1};
-    while (rows.first <= rows.last && zSquared + yLeast_[rows.first] > largestThreshold_) {
+    while (rows.first <= rows.last && zSquared + yLeast_[rows.first] > largestRoom_) {
         ++rows.first;
     }
-    while (rows.first <= rows.last && zSquared + yLeast_[rows.last] > largestThreshold_) {
+    while (rows.first <= rows.last && zSquared + yLeast_[rows.last] > largestRoom_) {
         --rows.last;
     }
     if (rows.first > rows.last) {
