@@ -44,6 +44,8 @@ public:
     {
         const int count = count_;
         count_ = 0;
+        // The last vector is looked up whole.
+        Lanes::storeIndices(voxel_ + count, Lanes::allIndices(0));
         int chosen = 0; // not yet evaluated, at the front of the list
         for (int at = 0; at < count; at += Lanes::width) {
             chosen += choose(at, smaller(count - at, Lanes::width), chosen);
