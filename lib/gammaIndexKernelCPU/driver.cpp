@@ -138,7 +138,8 @@ private:
     {
         requireExactIndices(ishell);
         const SearchPass shell(axes_, ishell, ishell == lastShell_, gaps_, searched_);
-        LatticePass pass(shell, workerCount());
+        memories_.resize(workerCount());
+        LatticePass pass(shell, memories_);
         latticePass = &pass;
         evalPoints = nullptr; // a list that the host left there would be searched instead
         const PassGuard guard;
@@ -150,8 +151,9 @@ private:
     const LatticeAxes& axes_;
     int lastShell_;
     bool listed_;
-    RadiusGaps gaps_;           ///< of the shells so far
-    std::vector<int> searched_; ///< the numbers of those that had a pass
+    RadiusGaps gaps_;                    ///< of the shells so far
+    std::vector<int> searched_;          ///< the numbers of those that had a pass
+    std::vector<SearchMemory> memories_; ///< of the workers
 };
 
 /** Tells shells in which no voxel has anything to search. */

@@ -29,6 +29,9 @@ public:
     {
     }
 
+    /** Made in memory that is there; there is nothing to destroy. */
+    static void* operator new(std::size_t /*size*/, void* memory) { return memory; }
+
     /** Adds a voxel, and searches those before it if they are enough or in another plane. */
     void add(VoxelSearch& search);
 

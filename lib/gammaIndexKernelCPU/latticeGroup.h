@@ -122,7 +122,8 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
     VoxelStart starts[maxVoxels];
     VoxelSearch searches[maxVoxels];
     startVoxels(pass, scratch, group, starts);
-    CellSearch cells(pass, scratch);
+    static_assert(sizeof(CellSearch) <= SearchMemory::size);
+    CellSearch& cells = *new (scratch.structures) CellSearch(pass, scratch);
     const SearchOrder order(starts, group.count);
     for (int n = 0; n < group.count; ++n) {
         const int v = order[n];

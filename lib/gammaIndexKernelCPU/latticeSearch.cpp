@@ -159,8 +159,9 @@ bool SearchPass::isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) co
     return false;
 }
 
-SearchScratch::SearchScratch(const SearchPass& pass)
-    : bestPoints_(static_cast<std::size_t>(pass.reference.n[0]), LatticePoint{})
+SearchScratch::SearchScratch(const SearchPass& pass, const SearchMemory& memory)
+    : structures(memory.aligned()),
+      bestPoints_(static_cast<std::size_t>(pass.reference.n[0]), LatticePoint{})
 {
     bestPoints = bestPoints_.data();
     for (int a = 0; a < 3; ++a) {

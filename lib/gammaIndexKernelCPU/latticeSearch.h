@@ -8,7 +8,9 @@
 #ifndef ZARNGI_LATTICESEARCH_H
 #define ZARNGI_LATTICESEARCH_H
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "latticeAxes.h"
@@ -114,14 +116,40 @@ struct AxisVoxels {
 };
 
 /**
+ * Uninitialized memory for the structures of a worker's search, kept from pass to pass: on the
+ * stack of a new thread its pages would be fetched from the system again in each of them.
+ */
+class SearchMemory
+{
+public:
+    SearchMemory() : bytes_(new std::byte[size + alignment]) {}
+
+    [[nodiscard]] void* aligned() const
+    {
+        void* begin = bytes_.get();
+        std::size_t room = size + alignment;
+        return std::align(alignment, size, begin, room);
+    }
+
+    static constexpr std::size_t size = 128 << 10;
+
+private:
+    static constexpr std::size_t alignment = 64;
+
+    std::unique_ptr<std::byte[]> bytes_;
+};
+
+/**
  * The working memory of one worker, made before the pass: workers allocate nothing. The vector
  * paths see pointers only: code of the standard library compiled for one path must not be merged
  * with that of another.
  */
-class SearchScratch
+class alignas(64) SearchScratch // workers write theirs side by side
 {
 public:
-    explicit SearchScratch(const SearchPass& pass);
+    SearchScratch(const SearchPass& pass, const SearchMemory& memory);
+
+    void* structures; ///< SearchMemory::size bytes for what a group is searched with
 
     bool leftOpen = false;    ///< it has left a voxel open: another pass follows, if any can
     int groupsToSkip = 0;     ///< before it may pay again to look at the doses near voxels first

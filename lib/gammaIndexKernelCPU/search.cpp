@@ -74,12 +74,12 @@ void searchPoints(ActiveVoxel& voxel)
 LatticePass* latticePass = nullptr;
 const RotatedPoints* rotatedPoints = nullptr;
 
-LatticePass::LatticePass(const SearchPass& pass, std::size_t workers)
+LatticePass::LatticePass(const SearchPass& pass, const std::vector<SearchMemory>& memories)
     : pass_(pass), search_(vectorPath().latticeSearch)
 {
-    scratch_.reserve(workers);
-    for (std::size_t i = 0; i < workers; ++i) {
-        scratch_.emplace_back(pass_);
+    scratch_.reserve(memories.size());
+    for (const SearchMemory& memory : memories) {
+        scratch_.emplace_back(pass_, memory);
     }
 }
 
@@ -97,7 +97,10 @@ void LatticePass::search(std::size_t worker, const VoxelGroup& group)
 
 void searchVoxels(std::size_t worker, const VoxelGroup& group)
 {
-    trilinDebug.store(false, std::memory_order_relaxed);
+    // A store in every group would take the cache line from all other workers each time.
+    if (trilinDebug.load(std::memory_order_relaxed)) {
+        trilinDebug.store(false, std::memory_order_relaxed);
+    }
     if (evalPoints == nullptr) {
         latticePass->search(worker, group);
         return;

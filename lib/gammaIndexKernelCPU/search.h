@@ -17,8 +17,8 @@
 class LatticePass
 {
 public:
-    /** Prepares a pass by a number of workers. */
-    LatticePass(const SearchPass& pass, std::size_t workers);
+    /** Prepares a pass by as many workers as there are memories, which outlive it. */
+    LatticePass(const SearchPass& pass, const std::vector<SearchMemory>& memories);
 
     /**
      * Searches the shell around some voxels; each worker from its own thread.
