@@ -147,10 +147,22 @@ struct Lanes {
     }
     /** Whether spreading from registers pays. */
     static constexpr bool spreadsRegisters = true;
-    /** Lane i, modulo twice the width, of two vectors one after another. */
-    static F spreadFromPair(F low, F high, I i)
+    /** Lane i of vectors one after another; any of their lanes for an i beyond them. */
+    static F spreadFrom(const F (&vectors)[2], I i)
     {
-        return _mm512_permutex2var_ps(low, i, high);
+        return _mm512_permutex2var_ps(vectors[0], i, vectors[1]);
+    }
+    static F spreadFrom(const F (&vectors)[3], I i)
+    {
+        const F inFirstTwo = _mm512_permutex2var_ps(vectors[0], i, vectors[1]);
+        const __mmask16 beyond = _mm512_test_epi32_mask(i, _mm512_set1_epi32(2 * width));
+        return _mm512_mask_permutexvar_ps(inFirstTwo, beyond, i, vectors[2]);
+    }
+    static F spreadFrom(const F (&vectors)[4], I i)
+    {
+        const __mmask16 beyond = _mm512_test_epi32_mask(i, _mm512_set1_epi32(2 * width));
+        return _mm512_mask_blend_ps(beyond, _mm512_permutex2var_ps(vectors[0], i, vectors[1]),
+                                    _mm512_permutex2var_ps(vectors[2], i, vectors[3]));
     }
     /** Stores the lanes whose bits are set one after another, and anything in the rest of the
      * width. */
@@ -239,12 +251,20 @@ struct Lanes {
         return _mm256_permutevar8x32_epi32(loadIndices(p), i);
     }
     static constexpr bool spreadsRegisters = true;
-    static F spreadFromPair(F low, F high, I i)
+    static F spreadFrom(const F (&vectors)[2], I i)
     {
-        // The eights of the indices move to the sign.
-        const F beyond = _mm256_castsi256_ps(_mm256_slli_epi32(i, 28));
-        return _mm256_blendv_ps(_mm256_permutevar8x32_ps(low, i), _mm256_permutevar8x32_ps(high, i),
-                                beyond);
+        return choose<8>(i, _mm256_permutevar8x32_ps(vectors[0], i),
+                         _mm256_permutevar8x32_ps(vectors[1], i));
+    }
+    static F spreadFrom(const F (&vectors)[3], I i)
+    {
+        const F inFirstTwo = spreadFrom({vectors[0], vectors[1]}, i);
+        return choose<16>(i, inFirstTwo, _mm256_permutevar8x32_ps(vectors[2], i));
+    }
+    static F spreadFrom(const F (&vectors)[4], I i)
+    {
+        return choose<16>(i, spreadFrom({vectors[0], vectors[1]}, i),
+                          spreadFrom({vectors[2], vectors[3]}, i));
     }
     static void storeChosen(int* p, unsigned bits, I i)
     {
@@ -256,6 +276,13 @@ struct Lanes {
     }
 
 private:
+    /** From the second of two vectors where a bit of the index is set. */
+    template <int bit> static F choose(I i, F first, F second)
+    {
+        const I bitInSign = _mm256_slli_epi32(i, 31 - __builtin_ctz(bit));
+        return _mm256_blendv_ps(first, second, _mm256_castsi256_ps(bitInSign));
+    }
+
     /** For each set of bits the numbers of the bits that are set, then zeros. */
     struct ChosenPlaces {
         constexpr ChosenPlaces()
@@ -345,12 +372,13 @@ struct Lanes {
         return _mm_setr_epi32(p[k[0]], p[k[1]], p[k[2]], p[k[3]]);
     }
     static constexpr bool spreadsRegisters = false;
-    static F spreadFromPair(F low, F high, I i)
+    template <std::size_t count> static F spreadFrom(const F (&vectors)[count], I i)
     {
-        alignas(16) float values[2 * width];
-        store(values, low);
-        store(values + width, high);
-        return gather(values, remainder<2 * width>(i));
+        alignas(16) float values[count * width];
+        for (std::size_t v = 0; v < count; ++v) {
+            store(values + v * width, vectors[v]);
+        }
+        return gather(values, i); // none is beyond: the rows of this path stay in memory
     }
     static void storeChosen(int* p, unsigned bits, I i)
     {
@@ -400,16 +428,6 @@ struct Lanes {
 inline Lanes::F absolute(Lanes::F a)
 {
     return Lanes::max(a, Lanes::all(0) - a);
-}
-
-/** Lane i of three or four vectors one after another. */
-template <std::size_t count>
-inline Lanes::F spreadFrom(const Lanes::F (&vectors)[count], Lanes::I i)
-{
-    static_assert(count > 2 && count <= 4);
-    const unsigned inSecond = Lanes::hasBit(i, __builtin_ctz(2 * Lanes::width));
-    return Lanes::select(inSecond, Lanes::spreadFromPair(vectors[2], vectors[count - 1], i),
-                         Lanes::spreadFromPair(vectors[0], vectors[1], i));
 }
 
 /** Rounds to the nearest whole number; for |a| < 2^22. */

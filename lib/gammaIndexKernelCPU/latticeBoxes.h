@@ -422,7 +422,7 @@ inline BoxSearch::Doses BoxSearch::dosesIn(const Place& place) const
     for (int c = 0; c < 8; c += 2) {
         const int up = (c & 4) != 0 ? upwards_ : 0;
         const int back = (c & 2) != 0 && n[1] > 1 ? n[0] : 0;
-        gatherRow(pass_, pass_.evaluation.map + (up + back), corners, u[c], u[c + 1]);
+        gatherRow(n, pass_.evaluation.map + (up + back), corners, u[c], u[c + 1]);
     }
     for (F& corner : u) {
         corner = (corner - referenceDose) * scale;

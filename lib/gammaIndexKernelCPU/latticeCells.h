@@ -58,14 +58,7 @@ private:
         [[nodiscard]] static int count(int /*used*/) { return vectors; }
         void set(int vector, F value) { doses[vector] = value; }
         /** The doses of the cells at places. */
-        [[nodiscard]] F at(Lanes::I places) const
-        {
-            if constexpr (vectors == 2) {
-                return Lanes::spreadFromPair(doses[0], doses[1], places);
-            } else {
-                return spreadFrom(doses, places);
-            }
-        }
+        [[nodiscard]] F at(Lanes::I places) const { return Lanes::spreadFrom(doses, places); }
     };
 
     /** The same, in memory. */

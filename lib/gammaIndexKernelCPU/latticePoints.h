@@ -14,10 +14,9 @@ namespace
 {
 
 /** The doses of the voxels `at` and of their neighbours along x, where there are any. */
-inline void gatherRow(const SearchPass& pass, const float* map, Lanes::I at, Lanes::F& low,
-                      Lanes::F& high)
+inline void gatherRow(const int* n, const float* map, Lanes::I at, Lanes::F& low, Lanes::F& high)
 {
-    if (pass.evaluation.n[0] > 1) {
+    if (n[0] > 1) {
         Lanes::gatherPairs(map, at, low, high);
     } else {
         low = Lanes::gather(map, at);
@@ -31,27 +30,26 @@ struct LinearDoses {
     Lanes::F perVoxel[3];
 };
 
-/** The doses at lattice points between voxel centres, in the order of operations of the readers. */
-inline LinearDoses linearDoses(const SearchPass& pass, const Lanes::F (&origin)[3],
-                               const Lanes::F (&p)[3])
+/**
+ * The doses at positions (mm) between voxel centres, in the order of operations of the readers;
+ * not that of the containing voxel.
+ */
+inline LinearDoses linearDoses(const DoseGrid& grid, Reader reader, const Lanes::F (&position)[3])
 {
     using F = Lanes::F;
     const F one = Lanes::all(1);
     const F half = Lanes::all(0.5F);
-    const int* const n = pass.evaluation.n;
+    const int* const n = grid.n;
     F lower[3];
     F fraction[3];
     for (int a = 0; a < 3; ++a) {
         // As setNeighbours.
-        const F position = origin[a] + p[a] * Lanes::all(pass.stepSize);
-        const F centred =
-            (position - Lanes::all(pass.evaluation.x0[a])) / Lanes::all(pass.evaluation.h[a]) -
-            half;
+        const F centred = (position[a] - Lanes::all(grid.x0[a])) / Lanes::all(grid.h[a]) - half;
         const F below = Lanes::min(Lanes::whole(centred), Lanes::all(static_cast<float>(n[a] - 2)));
         lower[a] = n[a] == 1 ? Lanes::all(0) : below;
         fraction[a] = n[a] == 1 ? Lanes::all(0) : centred - below;
     }
-    const bool planar = pass.reader == Reader::bilinear;
+    const bool planar = reader == Reader::bilinear;
     if (planar) {
         // As nearestPlane.
         lower[2] = n[2] == 1 ? lower[2] : lower[2] + Lanes::whole(fraction[2] + half);
@@ -70,20 +68,31 @@ inline LinearDoses linearDoses(const SearchPass& pass, const Lanes::F (&origin)[
         F b;
         F c;
         F d;
-        gatherRow(pass, from, at, a, b);
-        gatherRow(pass, from + back, at, c, d);
+        gatherRow(n, from, at, a, b);
+        gatherRow(n, from + back, at, c, d);
         const F ab = mixed(a, b, 0);
         const F cd = mixed(c, d, 0);
         return LinearDoses{mixed(ab, cd, 1), {mixed(b - a, d - c, 1), cd - ab, Lanes::all(0)}};
     };
-    const LinearDoses below = inPlane(pass.evaluation.map);
+    const LinearDoses below = inPlane(grid.map);
     if (planar) {
         return below;
     }
-    const LinearDoses above = inPlane(pass.evaluation.map + (n[2] > 1 ? n[0] * n[1] : 0));
+    const LinearDoses above = inPlane(grid.map + (n[2] > 1 ? n[0] * n[1] : 0));
     return {mixed(below.dose, above.dose, 2),
             {mixed(below.perVoxel[0], above.perVoxel[0], 2),
              mixed(below.perVoxel[1], above.perVoxel[1], 2), above.dose - below.dose}};
+}
+
+/** The doses at lattice points around sample points (mm) that lie between voxel centres. */
+inline LinearDoses linearDoses(const SearchPass& pass, const Lanes::F (&origin)[3],
+                               const Lanes::F (&p)[3])
+{
+    Lanes::F position[3];
+    for (int a = 0; a < 3; ++a) {
+        position[a] = origin[a] + p[a] * Lanes::all(pass.stepSize);
+    }
+    return linearDoses(pass.evaluation, pass.reader, position);
 }
 
 /** The largest lattice index along z in the columns with i^2 + j^2 = squared: no point lies beyond.

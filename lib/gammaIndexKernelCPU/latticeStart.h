@@ -14,23 +14,47 @@
 namespace
 {
 
-/** A row of reference voxels along x. */
+/** A row of reference voxels along x, and what the voxels of a row have in common. */
 struct VoxelRow {
-    std::int32_t first = -1; ///< linear index; -1: none
-    std::int32_t y = 0;
-    std::int32_t z = 0;
-
     /** Moves to the row of a voxel: mostly that of the voxel before, and no division is needed. */
-    void moveTo(const int* n, std::int32_t voxel)
+    void moveTo(const SearchPass& pass, std::int32_t voxel)
     {
+        const int* const n = pass.reference.n;
         if (first >= 0 && voxel >= first && voxel - first < n[0]) {
             return;
         }
         const std::int32_t row = voxel / n[0];
         first = row * n[0];
-        z = row / n[1];
-        y = row - z * n[1];
+        index[1] = row / n[1];
+        index[0] = row - index[1] * n[1];
+        isReached = true;
+        nearestSquared = 0;
+        farthestSquared = 0;
+        for (int a = 0; a < 2; ++a) {
+            sample[a] = &pass.axes->axis[a + 1][static_cast<std::size_t>(index[a])];
+            candidates[a] = candidatesOf(pass, *sample[a]);
+            isReached = isReached && !sample[a]->inside.empty();
+            nearestSquared += squared(sample[a]->nearest);
+            farthestSquared += squared(sample[a]->farthest);
+        }
     }
+
+    /** The lattice indices of a sample between voxel centres within the shell. */
+    static LatticeInterval candidatesOf(const SearchPass& pass, const AxisSample& sample)
+    {
+        return common(sample.centre, {-pass.outerIndex, pass.outerIndex});
+    }
+
+    static double squared(std::int32_t i) { return static_cast<double>(i) * i; }
+
+    std::int32_t first = -1; ///< linear index; -1: none
+    // Along y and z:
+    std::int32_t index[2] = {};
+    const AxisSample* sample[2] = {};
+    LatticeInterval candidates[2] = {};
+    bool isReached = false;     ///< some lattice indices lie inside the evaluation box
+    double nearestSquared = 0;  ///< in steps, distance of the nearest and
+    double farthestSquared = 0; ///< of the farthest of these
 };
 
 /** What is known of a voxel before its lattice is looked at, and the best value so far. */
@@ -39,30 +63,52 @@ struct VoxelStart {
     void begin(const SearchPass& pass, ActiveVoxel& activeVoxel, VoxelRow& row)
     {
         voxel = &activeVoxel;
-        row.moveTo(pass.reference.n, voxel->ivxl);
+        row.moveTo(pass, voxel->ivxl);
         index[0] = voxel->ivxl - row.first;
-        index[1] = row.y;
-        index[2] = row.z;
-        for (int a = 0; a < 3; ++a) {
-            sample[a] = &pass.axes->axis[a][static_cast<std::size_t>(index[a])];
-            candidates[a] = common(sample[a]->centre, {-pass.outerIndex, pass.outerIndex});
+        sample[0] = &pass.axes->axis[0][static_cast<std::size_t>(index[0])];
+        candidates[0] = VoxelRow::candidatesOf(pass, *sample[0]);
+        for (int a = 1; a < 3; ++a) {
+            index[a] = row.index[a - 1];
+            sample[a] = row.sample[a - 1];
+            candidates[a] = row.candidates[a - 1];
         }
-        isSearched = false;
         originConsidered = false;
+        best = voxel->gammasq;
         bestDistanceSquared = 0;
         bestPoint = {};
-        nearestSquared = distanceSquared(&AxisSample::nearest);
-        if (!isReached() || !(nearestSquared <= pass.outerSquared)) {
-            return;
+        nearestSquared =
+            static_cast<float>(row.nearestSquared + VoxelRow::squared(sample[0]->nearest));
+        isSearched =
+            row.isReached && !sample[0]->inside.empty() && nearestSquared <= pass.outerSquared;
+        cap = largestUseful(
+            pass, static_cast<float>(row.farthestSquared + VoxelRow::squared(sample[0]->farthest)));
+    }
+
+    /** Whether the sample point lies between voxel centres of the reference grid. */
+    [[nodiscard]] bool isBetweenCentres() const
+    {
+        bool between = true;
+        for (const AxisSample* s : sample) {
+            between = between && s->inReference.zone == Zone::centre;
         }
-        referenceDose = doseAtPoint(pass.reference.map, pass.reference.n, sample[0]->inReference,
-                                    sample[1]->inReference, sample[2]->inReference, pass.reader);
+        return between;
+    }
+
+    /** The reference dose, wherever the sample point lies. */
+    [[nodiscard]] float findReferenceDose(const SearchPass& pass) const
+    {
+        return doseAtPoint(pass.reference.map, pass.reference.n, sample[0]->inReference,
+                           sample[1]->inReference, sample[2]->inReference, pass.reader);
+    }
+
+    /** Sets the reference dose, and with it the criterion. */
+    void setReferenceDose(const SearchPass& pass, float dose)
+    {
+        referenceDose = dose;
         delta = doseCriterion(pass.localDD, referenceDose, pass.dd, pass.ddValue);
         // With a criterion of 0 or not a number no point has a gamma^2 that is finite.
         isSearched = delta < 0 || delta > 0;
         scale = pass.stepsPerDTA / (delta < 0 ? -delta : delta);
-        best = voxel->gammasq;
-        cap = largestUseful(pass);
     }
 
     /** Whether some lattice point between voxel centres may belong to the shell. */
@@ -113,13 +159,6 @@ struct VoxelStart {
     LatticePoint bestPoint;    ///< that point; the origin where there is none
 
 private:
-    /** Whether some lattice point lies inside the evaluation box. */
-    [[nodiscard]] bool isReached() const
-    {
-        return !sample[0]->inside.empty() && !sample[1]->inside.empty() &&
-               !sample[2]->inside.empty();
-    }
-
     /**
      * The largest gamma^2 this pass must find exactly.
      *
@@ -127,24 +166,13 @@ private:
      * distance term can reach in this shell: a voxel whose least gamma^2 is larger stays open, and
      * the later pass finds it, as a pass searches all shells up to its own.
      */
-    [[nodiscard]] float largestUseful(const SearchPass& pass) const
+    static float largestUseful(const SearchPass& pass, float farthestSquared)
     {
         if (pass.passRateMode) {
             return 1.0F;
         }
-        const bool searchedAgain =
-            !pass.isLast && distanceSquared(&AxisSample::farthest) > pass.outerSquared;
+        const bool searchedAgain = !pass.isLast && farthestSquared > pass.outerSquared;
         return searchedAgain ? pass.largestDistanceTerm : __builtin_inff();
-    }
-
-    /** Squared distance in steps of the nearest or farthest lattice point inside the box. */
-    [[nodiscard]] float distanceSquared(std::int32_t AxisSample::*extreme) const
-    {
-        double squared = 0;
-        for (const AxisSample* s : sample) {
-            squared += static_cast<double>(s->*extreme) * s->*extreme;
-        }
-        return static_cast<float>(squared);
     }
 };
 
