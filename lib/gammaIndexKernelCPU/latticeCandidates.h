@@ -130,7 +130,7 @@ void FirstCandidates::consider(F dose, const F (&p)[3], unsigned lanes)
     const F Gammasq =
         gammasSquared(pass_, dose - Lanes::load(referenceDose_), Lanes::load(delta_), r2);
     const unsigned better =
-        improvements(Gammasq, r2, best_, bestDistanceSquared_) & members(pass_, p, lanes);
+        members(pass_, p, lanes & improvements(Gammasq, r2, best_, bestDistanceSquared_));
     best_ = Lanes::select(better, Gammasq, best_);
     for (int a = 0; a < 3; ++a) {
         bestPoint_[a] = Lanes::select(better, p[a], bestPoint_[a]);

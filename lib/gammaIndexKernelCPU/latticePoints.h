@@ -114,19 +114,36 @@ inline Lanes::F latticeRim(const SearchPass& pass, Lanes::F squared)
 }
 
 /**
+ * The lanes whose point lies within the loop bounds of a ragged shell's enumeration: |i| <= M,
+ * |j| <= sqrt(M^2 - i^2) + 0.5, |k| <= sqrt(M^2 - i^2 - j^2) + 0.5, rounded down, with M whole
+ * steps in the radius. `side` is -1: those for certain, or 1: all that may. Between them are the
+ * points within a hundredth of these bounds, or within the rounding of the squares.
+ */
+inline unsigned withinLoopBounds(const SearchPass& pass, const Lanes::F (&p)[3], float side)
+{
+    using F = Lanes::F;
+    const F zero = Lanes::all(0);
+    const F half = Lanes::all(0.5F + side * 0.01F);
+    const float whole = static_cast<float>(pass.wholeSquared) * (1 + side * 0x1p-21F);
+    const F inRow = Lanes::all(whole + side * 0.01F) - p[0] * p[0];
+    const F inColumn = inRow - p[1] * p[1];
+    const F steps = Lanes::all(static_cast<float>(pass.outerIndex));
+    return Lanes::notGreater(absolute(p[0]), steps) &
+           Lanes::notGreater(absolute(p[1]), Lanes::sqrt(Lanes::max(inRow, zero)) + half) &
+           Lanes::notGreater(absolute(p[2]), Lanes::sqrt(Lanes::max(inColumn, zero)) + half);
+}
+
+/**
  * The lanes whose point belongs for certain to the shell or an earlier one.
  *
  * Up to wholeSquared no point is left out but in the gaps of earlier shells. Beyond it, within a
- * ragged shell, the loop bounds of the enumeration decide: |i| <= M, |j| <= sqrt(M^2 - i^2) + 0.5,
- * |k| <= sqrt(M^2 - i^2 - j^2) + 0.5, rounded down, with M whole steps in the radius. Points within
- * a hundredth of these bounds, or within the rounding of the squares, are not certain.
+ * ragged shell, the loop bounds of the enumeration decide.
  */
 inline unsigned certainMembers(const SearchPass& pass, const Lanes::F (&p)[3])
 {
     using F = Lanes::F;
     const F squared = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
-    const F whole = Lanes::all(static_cast<float>(pass.wholeSquared));
-    unsigned within = Lanes::notGreater(squared, whole);
+    unsigned within = Lanes::notGreater(squared, Lanes::all(static_cast<float>(pass.wholeSquared)));
     for (const RadiusGap& gap : pass.gaps) {
         within &= Lanes::notGreater(squared, Lanes::all(gap.after)) |
                   ~Lanes::notGreater(squared, Lanes::all(gap.upTo));
@@ -134,18 +151,20 @@ inline unsigned certainMembers(const SearchPass& pass, const Lanes::F (&p)[3])
     if (!pass.isRagged || within == Lanes::everyLane) {
         return within;
     }
-    const F zero = Lanes::all(0);
-    const F nearlyHalf = Lanes::all(0.49F);
-    const F inRow = whole * Lanes::all(1 - 0x1p-21F) - Lanes::all(0.01F) - p[0] * p[0];
-    const F inColumn = inRow - p[1] * p[1];
-    const F steps = Lanes::all(static_cast<float>(pass.outerIndex));
-    return within |
-           (Lanes::notGreater(squared, Lanes::all(pass.outerWhole)) &
-            ~Lanes::notGreater(squared, Lanes::all(pass.shell.innerRadiusSquared())) &
-            Lanes::notGreater(absolute(p[0]), steps) &
-            Lanes::notGreater(absolute(p[1]), Lanes::sqrt(Lanes::max(inRow, zero)) + nearlyHalf) &
-            Lanes::notGreater(absolute(p[2]),
-                              Lanes::sqrt(Lanes::max(inColumn, zero)) + nearlyHalf));
+    return within | (Lanes::notGreater(squared, Lanes::all(pass.outerWhole)) &
+                     ~Lanes::notGreater(squared, Lanes::all(pass.shell.innerRadiusSquared())) &
+                     withinLoopBounds(pass, p, -1));
+}
+
+/** The lanes whose point may belong to the shell or an earlier one: the others do not. */
+inline unsigned possibleMembers(const SearchPass& pass, const Lanes::F (&p)[3])
+{
+    if (!pass.isRagged) {
+        return Lanes::everyLane;
+    }
+    const Lanes::F squared = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
+    return Lanes::notGreater(squared, Lanes::all(pass.shell.innerRadiusSquared())) |
+           withinLoopBounds(pass, p, 1);
 }
 
 /** Those of the lanes whose point belongs to the shell or an earlier one. */
@@ -155,12 +174,16 @@ inline unsigned members(const SearchPass& pass, const Lanes::F (&p)[3], unsigned
     if (sure == lanes) {
         return lanes;
     }
+    const unsigned possible = possibleMembers(pass, p) & lanes;
+    if (sure == possible) {
+        return sure;
+    }
     alignas(64) float index[3][Lanes::width];
     for (int a = 0; a < 3; ++a) {
         Lanes::store(index[a], p[a]);
     }
     unsigned found = sure;
-    for (unsigned open = lanes & ~sure; open != 0; open &= open - 1) {
+    for (unsigned open = possible & ~sure; open != 0; open &= open - 1) {
         const int lane = __builtin_ctz(open);
         const bool isMember = pass.isEnumerated(static_cast<std::int64_t>(index[0][lane]),
                                                 static_cast<std::int64_t>(index[1][lane]),
