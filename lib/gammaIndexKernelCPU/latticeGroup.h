@@ -201,8 +201,11 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
             scratch.bestPoints[starts[v].index[0]] = starts[v].bestPoint;
         }
         if (!pass.passRateMode) {
-            markIfFinal(pass, starts[v].index, *group.voxels[v]);
-            scratch.leftOpen = scratch.leftOpen || !group.voxels[v]->stopSearching;
+            if (isFinal(pass, starts[v].index, starts[v].gammasq)) {
+                group.voxels[v]->stopSearching = true;
+            } else {
+                scratch.leftOpen = true;
+            }
         }
     }
 }

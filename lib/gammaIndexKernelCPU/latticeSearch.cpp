@@ -278,22 +278,22 @@ private:
 
 } // namespace
 
-void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveVoxel& voxel)
+bool isFinal(const SearchPass& pass, const std::int32_t (&index)[3], float gammasq)
 {
-    if (voxel.gammasq > pass.largestDistanceTerm) {
-        return;
+    if (gammasq > pass.largestDistanceTerm) {
+        return false;
     }
-    bool found = FarPointSearch(pass, pass.shell, index, voxel.gammasq).found();
+    bool found = FarPointSearch(pass, pass.shell, index, gammasq).found();
     // Shells without a pass held no point that a voxel still open could reach; there may be
     // millions.
     const std::vector<int>& earlier = *pass.earlierShells;
     for (auto ishell = earlier.rbegin(); !found && ishell != earlier.rend(); ++ishell) {
         const ShellLattice shell = shellLattice(*ishell);
-        if (voxel.gammasq > largestDistanceTermOf(shell)) {
-            return;
+        if (gammasq > largestDistanceTermOf(shell)) {
+            return false;
         }
         found = shell.maxIndex() <= largestOrderedRadius &&
-                FarPointSearch(pass, shell, index, voxel.gammasq).found();
+                FarPointSearch(pass, shell, index, gammasq).found();
     }
-    voxel.stopSearching = voxel.stopSearching || found;
+    return found;
 }

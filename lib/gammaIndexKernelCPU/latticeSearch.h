@@ -182,16 +182,16 @@ void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const Vox
 void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
 
 /**
- * Sets stopSearching when the shells so far hold a point inside the evaluation box whose distance
- * term alone reaches the voxel's gammasq: no point farther out can lower it then.
+ * Whether the shells so far hold a point inside the evaluation box whose distance term alone
+ * reaches a voxel's gammasq: no point farther out can lower it then.
  *
- * Visiting the points in order of distance sets the mark at the first such point. Whether there is
- * one does not depend on the order: the distance term never decreases along the list, and gammasq
- * is final once all points of the shell have been taken into account. Earlier shells matter to
- * voxels that their passes have left to this one.
+ * Visiting the points in order of distance ends the voxel's search at the first such point. Whether
+ * there is one does not depend on the order: the distance term never decreases along the list, and
+ * gammasq is final once all points of the shell have been taken into account. Earlier shells matter
+ * to voxels that their passes have left to this one.
  *
  * `index` is that of the voxel on each axis of the reference grid.
  */
-void markIfFinal(const SearchPass& pass, const std::int32_t (&index)[3], ActiveVoxel& voxel);
+bool isFinal(const SearchPass& pass, const std::int32_t (&index)[3], float gammasq);
 
 #endif

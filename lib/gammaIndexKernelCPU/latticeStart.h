@@ -73,7 +73,8 @@ struct VoxelStart {
             candidates[a] = row.candidates[a - 1];
         }
         originConsidered = false;
-        best = voxel->gammasq;
+        gammasq = voxel->gammasq;
+        best = gammasq;
         bestDistanceSquared = 0;
         bestPoint = {};
         nearestSquared =
@@ -131,10 +132,11 @@ struct VoxelStart {
         return criterion >= 0x1p-60F * larger(pass.stepsPerDTA, 1.0F) && pass.stepSize >= 0x1p-50F;
     }
 
-    /** Stores what the pass has found. */
-    void store(const SearchPass& pass) const
+    /** Stores what the pass has found. The record is written only: a read might wait for it. */
+    void store(const SearchPass& pass)
     {
-        if (best < voxel->gammasq && (pass.passRateMode || best <= cap)) {
+        if (best < gammasq && (pass.passRateMode || best <= cap)) {
+            gammasq = best;
             voxel->gammasq = best;
             voxel->distanceMinGamma = __builtin_sqrtf(bestDistanceSquared);
         }
@@ -154,6 +156,7 @@ struct VoxelStart {
     float delta;               ///< Gy, dose criterion
     float scale;               ///< steps per Gy
     float cap;                 ///< largest gamma^2 that this pass must find exactly
+    float gammasq;             ///< that of the record
     float best;                ///< least gamma^2 so far
     float bestDistanceSquared; ///< mm^2, of the point that gave it in this pass
     LatticePoint bestPoint;    ///< that point; the origin where there is none
