@@ -12,6 +12,7 @@
 #include "latticeCandidates.h"
 #include "latticeCells.h"
 #include "latticeNearbyDoses.h"
+#include "latticeReferenceDoses.h"
 #include "latticeVoxels.h"
 
 namespace
@@ -30,55 +31,6 @@ inline void excludeHopeless(const SearchPass& pass, SearchScratch& scratch, Voxe
     scratch.pause = 2 * excluded > count ? 0 : smaller(2 * scratch.pause + 1, longestPause);
     scratch.groupsToSkip = scratch.pause;
 }
-
-/** Gives the voxels that are searched their reference doses: as many at once as there are lanes. */
-class ReferenceDoses
-{
-public:
-    explicit ReferenceDoses(const SearchPass& pass) : pass_(pass) {}
-
-    void add(VoxelStart& start)
-    {
-        if (pass_.reader == Reader::nearest || !start.isBetweenCentres()) {
-            start.setReferenceDose(pass_, start.findReferenceDose(pass_));
-            return;
-        }
-        for (int a = 0; a < 3; ++a) {
-            position_[a][count_] = start.sample[a]->position;
-        }
-        start_[count_++] = &start;
-        if (count_ == Lanes::width) {
-            setAll();
-        }
-    }
-
-    /** Gives their doses to the voxels added since the last time. */
-    void setAll()
-    {
-        if (count_ == 0) {
-            return;
-        }
-        Lanes::F position[3];
-        for (int a = 0; a < 3; ++a) {
-            for (int lane = count_; lane < Lanes::width; ++lane) { // repeat the first voxel
-                position_[a][lane] = position_[a][0];
-            }
-            position[a] = Lanes::load(position_[a]);
-        }
-        alignas(64) float dose[Lanes::width];
-        Lanes::store(dose, linearDoses(pass_.reference, pass_.reader, position).dose);
-        for (int lane = 0; lane < count_; ++lane) {
-            start_[lane]->setReferenceDose(pass_, dose[lane]);
-        }
-        count_ = 0;
-    }
-
-private:
-    const SearchPass& pass_;
-    int count_ = 0;
-    VoxelStart* start_[Lanes::width];
-    alignas(64) float position_[3][Lanes::width]; ///< mm, sample points
-};
 
 /** Sets up the voxels and gives them first values. */
 inline void startVoxels(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group,
