@@ -178,6 +178,18 @@ SearchScratch::SearchScratch(const SearchPass& pass, const SearchMemory& memory)
 namespace
 {
 
+/** Whether the box holds the pass's far point around a voxel, with some signs of its indices. */
+bool holdsFarPoint(const SearchPass& pass, const std::int32_t (&index)[3])
+{
+    bool holds = true;
+    for (int a = 0; a < 3; ++a) {
+        const AxisSample& sample = pass.axes->axis[a][static_cast<std::size_t>(index[a])];
+        holds = holds && !sample.inside.empty() && sample.nearest == 0 &&
+                sample.farthest >= pass.farPoint[a];
+    }
+    return holds;
+}
+
 /** Looks for a point far enough from one voxel, in the shell of the pass or an earlier one. */
 class FarPointSearch
 {
@@ -200,9 +212,6 @@ public:
 
     [[nodiscard]] bool found() const
     {
-        if (pass_.farDistanceTerm >= gammasq_ && holdsFarPoint()) {
-            return true;
-        }
         const double outer = static_cast<double>(shell_.outerRadiusSquared());
         if (!inBox_ ||
             std::min(outer, squared(farthest_[0], farthest_[1], farthest_[2])) < neededSquared_) {
@@ -229,16 +238,6 @@ private:
     static double squared(std::int64_t i, std::int64_t j, std::int64_t k)
     {
         return static_cast<double>(i * i) + static_cast<double>(j * j) + static_cast<double>(k * k);
-    }
-
-    /** Whether the box holds the pass's far point, with some signs of its indices. */
-    [[nodiscard]] bool holdsFarPoint() const
-    {
-        bool holds = inBox_;
-        for (int a = 0; a < 3; ++a) {
-            holds = holds && nearest_[a] == 0 && farthest_[a] >= pass_.farPoint[a];
-        }
-        return holds;
     }
 
     [[nodiscard]] bool foundInPlane(std::int64_t i) const
@@ -282,6 +281,9 @@ bool isFinal(const SearchPass& pass, const std::int32_t (&index)[3], float gamma
 {
     if (gammasq > pass.largestDistanceTerm) {
         return false;
+    }
+    if (gammasq <= pass.farDistanceTerm && holdsFarPoint(pass, index)) {
+        return true;
     }
     bool found = FarPointSearch(pass, pass.shell, index, gammasq).found();
     // Shells without a pass held no point that a voxel still open could reach; there may be
