@@ -85,7 +85,7 @@ LatticePass::LatticePass(const SearchPass& pass, const std::vector<SearchMemory>
 
 void LatticePass::search(std::size_t worker, const VoxelGroup& group)
 {
-    if (leftOpen_.load(std::memory_order_relaxed)) {
+    if (leavesRest()) {
         return;
     }
     SearchScratch& scratch = scratch_[worker];
@@ -108,4 +108,9 @@ void searchVoxels(std::size_t worker, const VoxelGroup& group)
     for (int v = 0; v < group.count; ++v) {
         searchPoints(*group.voxels[v]);
     }
+}
+
+bool restIsLeft()
+{
+    return evalPoints == nullptr && latticePass->leavesRest();
 }

@@ -28,6 +28,9 @@ public:
      */
     void search(std::size_t worker, const VoxelGroup& group);
 
+    /** Whether all voxels not yet searched are left to the next pass. */
+    [[nodiscard]] bool leavesRest() const { return leftOpen_.load(std::memory_order_relaxed); }
+
 private:
     SearchPass pass_;
     LatticeSearch search_;
@@ -43,5 +46,8 @@ extern const RotatedPoints* rotatedPoints;
 
 /** Searches the current pass around some voxels: the points of evalPoints, or else latticePass. */
 void searchVoxels(std::size_t worker, const VoxelGroup& group);
+
+/** Whether searchVoxels() has nothing more to do in this pass. */
+bool restIsLeft();
 
 #endif

@@ -123,6 +123,12 @@ void searchShare(std::size_t tid, std::size_t nthreads)
         if (group.count == maxVoxels) {
             searchVoxels(tid, group);
             group.count = 0;
+            if (restIsLeft()) {
+                if (tid == 0) {
+                    bar.advanceTo(last);
+                }
+                return;
+            }
         }
     }
     searchVoxels(tid, group);
