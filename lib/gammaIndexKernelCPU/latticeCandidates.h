@@ -15,24 +15,32 @@ namespace
 {
 
 /**
- * Tries, for up to Lanes::width voxels, the origin, what was best for a voxel nearby, and from
- * there minima of the linearised dose field.
+ * Tries, for up to Lanes::width voxels, the origin, what was best for voxels nearby, and from the
+ * nearest of these minima of the linearised dose field.
  */
 class FirstCandidates
 {
 public:
-    explicit FirstCandidates(const SearchPass& pass) : pass_(pass) {}
+    /** `bestPoints` are those of the last voxels searched, by their indices along x. */
+    FirstCandidates(const SearchPass& pass, const LatticePoint* bestPoints)
+        : pass_(pass), bestPoints_(bestPoints)
+    {
+    }
 
     [[nodiscard]] bool isFull() const { return count_ == Lanes::width; }
 
-    void add(VoxelStart& start, const LatticePoint& nearby)
+    void add(VoxelStart& start)
     {
+        const std::int32_t x = start.index[0];
+        const LatticePoint& nearby = bestPoints_[x];
+        const LatticePoint& beside = bestPoints_[larger(x - 1, 0)];
         start_[count_] = &start;
         for (int a = 0; a < 3; ++a) {
             origin_[a][count_] = start.sample[a]->position;
             first_[a][count_] = static_cast<float>(start.candidates[a].first);
             last_[a][count_] = static_cast<float>(start.candidates[a].last);
             nearby_[a][count_] = nearby.index[a];
+            beside_[a][count_] = beside.index[a];
         }
         referenceDose_[count_] = start.referenceDose;
         delta_[count_] = start.delta;
@@ -50,7 +58,7 @@ public:
         }
         const int voxels = count_;
         while (!isFull()) {
-            add(*start_[0], {}); // lanes that repeat the first voxel
+            add(*start_[0]); // lanes that repeat the first voxel
         }
         best_ = Lanes::load(bestSoFar_);
         for (F& index : bestPoint_) {
@@ -60,6 +68,9 @@ public:
         const F zero = Lanes::all(0);
         tryFrom({zero, zero, zero}, 1);
         tryFrom({Lanes::load(nearby_[0]), Lanes::load(nearby_[1]), Lanes::load(nearby_[2])}, 3);
+        if (manyFail()) {
+            tryFrom({Lanes::load(beside_[0]), Lanes::load(beside_[1]), Lanes::load(beside_[2])}, 1);
+        }
         if (pass_.reader == Reader::bilinear) {
             tryPlanesBeside();
         }
@@ -99,6 +110,19 @@ private:
                              Lanes::load(origin_[2])};
         return linearDoses(pass_, origin, p);
     }
+
+    /**
+     * Whether many voxels have found no gamma of 1 yet: a second start costs little beside the
+     * balls that are left to search, and where the voxel above belongs to another worker, the one
+     * beside that has been searched later than the last one of this worker at the same place.
+     */
+    [[nodiscard]] bool manyFail() const
+    {
+        constexpr int many = Lanes::width / 4;
+        return __builtin_popcount(~Lanes::notGreater(best_, Lanes::all(1)) & Lanes::everyLane) >=
+               many;
+    }
+
     void consider(F dose, const F (&p)[3], unsigned lanes);
     void tryFrom(const F (&start)[3], int steps);
     void tryPlanesBeside();
@@ -106,6 +130,7 @@ private:
     void leastNear(F (&p)[3], const LinearField& field, bool nearRim) const;
 
     const SearchPass& pass_;
+    const LatticePoint* bestPoints_;
     int count_ = 0;
     VoxelStart* start_[Lanes::width];
     alignas(64) float origin_[3][Lanes::width];
@@ -118,6 +143,7 @@ private:
     alignas(64) float bestSoFar_[Lanes::width];
     F risesBefore_[3];                          ///< of the field where points were tried last
     alignas(64) float nearby_[3][Lanes::width]; ///< best for a voxel nearby
+    alignas(64) float beside_[3][Lanes::width]; ///< and for one beside that
     F best_;
     F bestPoint_[3];
     F bestDistanceSquared_;

@@ -48,10 +48,10 @@ inline void startVoxels(const SearchPass& pass, SearchScratch& scratch, const Vo
     if (NearbyDoses::canExclude(pass)) {
         excludeHopeless(pass, scratch, starts, group.count);
     }
-    FirstCandidates candidates(pass);
+    FirstCandidates candidates(pass, scratch.bestPoints);
     for (int v = 0; v < group.count; ++v) {
         if (starts[v].isSearched && starts[v].isInterpolated()) {
-            candidates.add(starts[v], scratch.bestPoints[starts[v].index[0]]);
+            candidates.add(starts[v]);
         }
         if (candidates.isFull() || v + 1 == group.count) {
             candidates.tryAll();
