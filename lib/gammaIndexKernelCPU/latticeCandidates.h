@@ -15,8 +15,8 @@ namespace
 {
 
 /**
- * Tries, for up to Lanes::width voxels, the origin, what was best for voxels nearby, and from the
- * nearest of these minima of the linearised dose field.
+ * Tries, for up to Lanes::width voxels, the origin, what was best for a voxel nearby, from there
+ * minima of the linearised dose field, and where many voxels fail, what was best for another one.
  */
 class FirstCandidates
 {
@@ -112,15 +112,16 @@ private:
     }
 
     /**
-     * Whether many voxels have found no gamma of 1 yet: a second start costs little beside the
-     * balls that are left to search, and where the voxel above belongs to another worker, the one
-     * beside that has been searched later than the last one of this worker at the same place.
+     * Whether many voxels have no gamma of 1 or less yet. A second start costs little, compared
+     * with the balls that are left to search then. Among several workers, the voxel in the row
+     * before at the same place is often another's; the one beside that is this worker's own, and
+     * newer than its last one at the same place.
      */
     [[nodiscard]] bool manyFail() const
     {
         constexpr int many = Lanes::width / 4;
-        return __builtin_popcount(~Lanes::notGreater(best_, Lanes::all(1)) & Lanes::everyLane) >=
-               many;
+        const unsigned passing = Lanes::notGreater(best_, Lanes::all(1));
+        return Lanes::width - __builtin_popcount(passing) >= many;
     }
 
     void consider(F dose, const F (&p)[3], unsigned lanes);

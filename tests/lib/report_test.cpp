@@ -1,5 +1,6 @@
 // What a computation prints at each verbosity, text by text.
 #include <string>
+#include <vector>
 
 #include "support/capturedOutput.h"
 #include "support/host.h"
@@ -31,9 +32,13 @@ protected:
     }
 };
 
-const std::string progressOfThreeVoxels = "[  10  20  30  40  50  60  70  80  90 100]\n"
-                                          " " +
-                                          std::string(27, '.') + "\n";
+std::string progress(std::size_t dots)
+{
+    return "[  10  20  30  40  50  60  70  80  90 100]\n " + std::string(dots, '.') + "\n";
+}
+
+const std::string progressOfThreeVoxels = progress(27);
+const std::string wholeProgress = progress(40);
 
 TEST_F(Report, LevelsBelowFive)
 {
@@ -90,6 +95,25 @@ TEST_F(Report, EverythingOfAGammaMap)
                                   "\n"
                                   "Gamma-index 3mm/25% pass-rate:  66.666664 %\n"
                                   "Done!\n");
+}
+
+TEST_F(Report, PassesThatLeaveVoxelsToTheNextOneShowAllOfTheirProgress)
+{
+    // More voxels than are searched at once; the first one, with a gamma of 1.2, stays open.
+    std::vector<float> doses(400, 2);
+    setRef(makeRow(doses, 2));
+    doses.front() = 3;
+    setEval(makeRow(doses, 2));
+    setCriteria(1, 3, 10);
+    zarnGI_setInterpolation(true);
+    zarnGI_setGammaSearchMax(3);
+    const std::string passes = "\tsearching from 0 to DTA\n" + wholeProgress +
+                               "\tsearching from 1*DTA to 2*DTA\n" + wholeProgress + "\nResults:";
+    for (const int threads : {1, 2, 3}) {
+        zarnGI_setNumThreads(threads);
+        const std::string text = atVerbosity(5);
+        EXPECT_NE(text.find(passes), std::string::npos) << text;
+    }
 }
 
 TEST_F(Report, EverythingOfAPassRate)
