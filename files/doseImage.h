@@ -1,9 +1,9 @@
 /**
  * @file doseImage.h
- * A dose distribution as the program holds it, and where it came from.
+ * A dose distribution as every host gets it, and what its file says about itself.
  */
-#ifndef ZARNGI_CLI_DOSEIMAGE_H
-#define ZARNGI_CLI_DOSEIMAGE_H
+#ifndef ZARNGI_FILES_DOSEIMAGE_H
+#define ZARNGI_FILES_DOSEIMAGE_H
 
 #include <array>
 #include <cstddef>
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace cli
+namespace files
 {
 
 using Vec3 = std::array<double, 3>;
@@ -53,15 +53,18 @@ struct DicomIdentity {
 
 /** A dose distribution read from a file. */
 struct DoseImage {
-    Image image; ///< Gy, unless isRelative
-    std::string path;
+    Image image;               ///< Gy, unless isRelative
+    std::string path;          ///< empty where it was read from memory
     std::string dataPath;      ///< of the values: another file where the header stands alone
     std::string format;        ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
     bool isRelative = false;   ///< a DICOM dose relative to a value the file does not tell
     bool tellsPosition = true; ///< else the first voxel counts as lying at 0, 0, 0 mm
+    bool tellsOrientation = true; ///< else the axes count as those of the patient
+    /** What was taken for granted, each a line that continues "FILE: ". */
+    std::vector<std::string> warnings;
     std::optional<DicomIdentity> dicom;
 };
 
-} // namespace cli
+} // namespace files
 
 #endif

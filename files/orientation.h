@@ -2,14 +2,14 @@
  * @file orientation.h
  * Grids as files store them, and the way from there to the patient's axes.
  */
-#ifndef ZARNGI_CLI_ORIENTATION_H
-#define ZARNGI_CLI_ORIENTATION_H
+#ifndef ZARNGI_FILES_ORIENTATION_H
+#define ZARNGI_FILES_ORIENTATION_H
 
 #include <cstdint>
 
-#include "doseImage.h"
+#include "files/doseImage.h"
 
-namespace cli
+namespace files
 {
 
 /** A grid as a file describes it; nothing is known to be sensible yet. */
@@ -23,9 +23,13 @@ struct StoredGeometry {
 /**
  * Refuses what no dose grid can be: sizes below 1 or of 2^31 voxels and more, spacings that are
  * not positive or absurd, an origin that is not a number, axes that are oblique.
- * @throws InputError
+ * @return the number of voxels.
+ * @throws Refusal
  */
-void checkGeometry(const StoredGeometry& stored);
+std::size_t checkGeometry(const StoredGeometry& stored);
+
+/** Takes the three steps from voxel to voxel (mm) for spacing and axes. @throws Refusal */
+void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps);
 
 /**
  * Turns an image into the patient's axes by permuting and flipping; no value is interpolated.
@@ -34,6 +38,6 @@ void checkGeometry(const StoredGeometry& stored);
  */
 Image toPatientAxes(const StoredGeometry& stored, std::vector<float> values);
 
-} // namespace cli
+} // namespace files
 
 #endif

@@ -2,8 +2,8 @@
  * @file text.h
  * Numbers and lists as text.
  */
-#ifndef ZARNGI_CLI_TEXT_H
-#define ZARNGI_CLI_TEXT_H
+#ifndef ZARNGI_FILES_TEXT_H
+#define ZARNGI_FILES_TEXT_H
 
 #include <cstdint>
 #include <string>
@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <vector>
 
-namespace cli
+namespace files
 {
 
 /** The number in its shortest form of up to `digits` significant digits. */
@@ -58,6 +58,6 @@ template <class List> std::string join(const List& items, std::string_view separ
     return text;
 }
 
-} // namespace cli
+} // namespace files
 
 #endif

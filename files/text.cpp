@@ -1,4 +1,4 @@
-#include "text.h"
+#include "files/text.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <limits>
 
-namespace cli
+namespace files
 {
 
 namespace
@@ -90,4 +90,4 @@ std::string excerpt(std::string_view text)
     return text.size() > longest ? result + "..." : result;
 }
 
-} // namespace cli
+} // namespace files

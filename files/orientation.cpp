@@ -1,14 +1,14 @@
-#include "orientation.h"
+#include "files/orientation.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
 
-#include "failure.h"
-#include "text.h"
+#include "files/error.h"
+#include "files/text.h"
 
-namespace cli
+namespace files
 {
 
 namespace
@@ -42,11 +42,11 @@ void checkSizes(const std::array<std::int64_t, 3>& size)
     std::int64_t voxels = 1;
     for (std::size_t i = 0; i < 3; ++i) {
         if (size[i] < 1) {
-            throw InputError("the grid has " + std::to_string(size[i]) + " voxels along axis " +
+            refuse("the grid has " + std::to_string(size[i]) + " voxels along axis " +
                              axisNames[i]);
         }
         if (size[i] > std::numeric_limits<std::int32_t>::max() / voxels) {
-            throw InputError("the grid of " + join(size, " x ") +
+            refuse("the grid of " + join(size, " x ") +
                              " voxels is too large (2^31 voxels or more)");
         }
         voxels *= size[i];
@@ -59,7 +59,7 @@ void checkAxes(const std::array<Vec3, 3>& axes)
     for (const Vec3& axis : axes) {
         const int aligned = alignedAxis(axis);
         if (aligned < 0 || used[static_cast<std::size_t>(aligned)]) {
-            throw InputError("the grid is rotated against the patient's axes; resample it first");
+            refuse("the grid is rotated against the patient's axes; resample it first");
         }
         used[static_cast<std::size_t>(aligned)] = true;
     }
@@ -86,15 +86,15 @@ struct Reordering {
 std::vector<float> reorder(const std::vector<float>& values, const Reordering& order,
                            const std::array<int, 3>& size)
 {
-    std::vector<float> reordered;
-    reordered.reserve(values.size());
+    std::vector<float> reordered(values.size());
+    float* out = reordered.data();
     const auto& [x, y, z] = order.walks;
     for (int iz = 0; iz < size[2]; ++iz) {
         for (int iy = 0; iy < size[1]; ++iy) {
-            std::ptrdiff_t position = x.first + y.first + y.step * iy + z.first + z.step * iz;
-            for (int ix = 0; ix < size[0]; ++ix) {
-                reordered.push_back(values[static_cast<std::size_t>(position)]);
-                position += x.step;
+            const std::ptrdiff_t start = x.first + y.first + y.step * iy + z.first + z.step * iz;
+            const float* in = values.data() + start;
+            for (int ix = 0; ix < size[0]; ++ix, in += x.step) {
+                *out++ = *in;
             }
         }
     }
@@ -103,24 +103,38 @@ std::vector<float> reorder(const std::vector<float>& values, const Reordering& o
 
 } // namespace
 
-void checkGeometry(const StoredGeometry& stored)
+std::size_t checkGeometry(const StoredGeometry& stored)
 {
     checkSizes(stored.size);
     for (std::size_t i = 0; i < 3; ++i) {
         const double spacing = stored.spacing[i];
         if (!(spacing >= smallestSpacing && spacing <= largestSpacing)) {
-            throw InputError("the voxel size of " + number(spacing) + " mm along axis " +
+            refuse("the voxel size of " + number(spacing) + " mm along axis " +
                              axisNames[i] + " is outside " + number(smallestSpacing) + " to " +
                              number(largestSpacing) + " mm");
         }
     }
     for (std::size_t i = 0; i < 3; ++i) {
         if (!(std::fabs(stored.origin[i]) <= farthestOrigin)) {
-            throw InputError("the origin of " + number(stored.origin[i]) + " mm along axis " +
+            refuse("the origin of " + number(stored.origin[i]) + " mm along axis " +
                              axisNames[i] + " is no sensible position");
         }
     }
     checkAxes(stored.axes);
+    return static_cast<std::size_t>(stored.size[0] * stored.size[1] * stored.size[2]);
+}
+
+void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps)
+{
+    for (std::size_t i = 0; i < 3; ++i) {
+        const Vec3& step = steps[i];
+        const double length =
+            std::sqrt(step[0] * step[0] + step[1] * step[1] + step[2] * step[2]);
+        stored.spacing[i] = length;
+        for (std::size_t k = 0; k < 3; ++k) {
+            stored.axes[i][k] = length > 0 ? step[k] / length : 0;
+        }
+    }
 }
 
 Image toPatientAxes(const StoredGeometry& stored, std::vector<float> values)
@@ -147,4 +161,4 @@ Image toPatientAxes(const StoredGeometry& stored, std::vector<float> values)
     return {geometry, std::move(values)};
 }
 
-} // namespace cli
+} // namespace files

@@ -1,0 +1,42 @@
+/**
+ * @file deflate.h
+ * The one thing that readers and writers are handed: a codec of raw DEFLATE streams (RFC 1951).
+ *
+ * Hosts have different ones, a browser another than a program. Framing (gzip, zlib) and checksums
+ * are the readers' own, so that what counts as damaged does not depend on the host.
+ */
+#ifndef ZARNGI_FILES_DEFLATE_H
+#define ZARNGI_FILES_DEFLATE_H
+
+#include <cstddef>
+#include <span>
+
+#include "files/bytes.h"
+
+namespace files
+{
+
+/** What became of a raw DEFLATE stream. */
+struct Unpacked {
+    enum class Status {
+        ended,  ///< the stream has ended within the room
+        full,   ///< the room is full, the stream goes on
+        damaged ///< no DEFLATE stream, or cut short
+    };
+
+    Status status = Status::damaged;
+    std::size_t taken = 0; ///< bytes of the stream up to its end; of Status::ended only
+    std::size_t made = 0;  ///< bytes in the room, as far as it could be unpacked
+};
+
+/** A host's codec. Its functions are called by several threads at once, and throw bad_alloc only. */
+struct Deflate {
+    /** Unpacks a stream from its beginning; what follows behind its end is not looked at. */
+    Unpacked (*unpack)(ByteView packed, std::span<unsigned char> room);
+    /** Packs into one stream. */
+    Bytes (*pack)(ByteView plain);
+};
+
+} // namespace files
+
+#endif

@@ -1,0 +1,84 @@
+/**
+ * @file error.h
+ * What a reader or writer says when there is no result.
+ */
+#ifndef ZARNGI_FILES_ERROR_H
+#define ZARNGI_FILES_ERROR_H
+
+#include <exception>
+#include <new>
+#include <string>
+#include <utility>
+#include <variant>
+
+namespace files
+{
+
+/** Why there is no result. */
+struct FileError {
+    enum class Kind {
+        refused,    ///< the contents: damaged, not supported, or no dose
+        system,     ///< the file cannot be opened, read or written
+        outOfMemory ///< its grid does not fit in memory
+    };
+
+    Kind kind = Kind::refused;
+    /** One line that continues "FILE: ", without a full stop: "is cut short". */
+    std::string sentence;
+    int systemError = 0; ///< errno of Kind::system
+};
+
+/** A value, or the reason why there is none. */
+template <class Value> class Result
+{
+public:
+    Result(Value value) : content_(std::move(value)) {}
+    Result(FileError error) : content_(std::move(error)) {}
+
+    explicit operator bool() const { return content_.index() == 0; }
+    Value& operator*() { return std::get<0>(content_); }
+    const Value& operator*() const { return std::get<0>(content_); }
+    Value* operator->() { return &std::get<0>(content_); }
+    const Value* operator->() const { return &std::get<0>(content_); }
+    const FileError& error() const { return std::get<1>(content_); }
+
+private:
+    std::variant<Value, FileError> content_;
+};
+
+/** How an error travels inside this library; resultOf() turns it into a value at its border. */
+class Refusal : public std::exception
+{
+public:
+    explicit Refusal(FileError error) : error_(std::move(error)) {}
+
+    const char* what() const noexcept override { return error_.sentence.c_str(); }
+    const FileError& error() const { return error_; }
+
+private:
+    FileError error_;
+};
+
+/** Ends the reading of a file whose contents cannot be taken. */
+[[noreturn]] inline void refuse(std::string sentence)
+{
+    throw Refusal({FileError::Kind::refused, std::move(sentence)});
+}
+
+/** What `make` returns, or the error that it threw. */
+template <class Make> auto resultOf(const Make& make) -> Result<decltype(make())>
+{
+    try {
+        return make();
+    } catch (const Refusal& refusal) {
+        return refusal.error();
+    } catch (const std::bad_alloc&) {
+        return FileError{FileError::Kind::outOfMemory, "does not fit in memory"};
+    } catch (const std::exception& error) {
+        return FileError{FileError::Kind::system, std::string("cannot be read: ") + error.what()};
+    }
+}
+
+} // namespace files
+
+#endif

@@ -1,0 +1,93 @@
+#include "files/fileFormat.h"
+
+#include <string_view>
+
+namespace files
+{
+
+namespace
+{
+
+bool startsLikeNifti(std::string_view beginning)
+{
+    constexpr std::size_t magicOfOne = 344;
+    constexpr std::size_t magicOfTwo = 4;
+    const auto isAt = [beginning](std::size_t position, std::string_view magic) {
+        return beginning.size() >= position + magic.size() &&
+               beginning.substr(position, magic.size()) == magic;
+    };
+    return isAt(magicOfOne, "n+1") || isAt(magicOfOne, "ni1") || isAt(magicOfTwo, "n+2") ||
+           isAt(magicOfTwo, "ni2");
+}
+
+bool startsLikeMetaImage(std::string_view beginning)
+{
+    const auto start = beginning.find_first_not_of(" \t\r\n");
+    if (start == std::string_view::npos || beginning.find('=') == std::string_view::npos) {
+        return false;
+    }
+    for (const std::string_view key : {"objecttype", "ndims", "comment", "formtype"}) {
+        const std::string_view word = beginning.substr(start, key.size());
+        const bool isKey =
+            std::equal(word.begin(), word.end(), key.begin(), key.end(), [](char read, char low) {
+                return (read >= 'A' && read <= 'Z' ? read - 'A' + 'a' : read) == low;
+            });
+        if (isKey) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool startsLikeDicom(std::string_view beginning)
+{
+    constexpr std::size_t preamble = 128;
+    if (beginning.size() > preamble && beginning.substr(preamble, 4) == "DICM") {
+        return true;
+    }
+    // Without a preamble: an element of group 2 or 8, in either byte order.
+    if (beginning.size() <= 8) {
+        return false;
+    }
+    const bool isLittle = (beginning[0] == '\2' || beginning[0] == '\x08') &&
+                          beginning[1] == '\0' && beginning[3] == '\0';
+    const bool isBig = beginning[0] == '\0' && beginning[1] == '\x08' && beginning[2] == '\0';
+    return isLittle || isBig;
+}
+
+} // namespace
+
+std::string formatName(FileFormat format)
+{
+    switch (format) {
+    case FileFormat::nrrd:
+        return "NRRD";
+    case FileFormat::metaImage:
+        return "MetaImage";
+    case FileFormat::nifti:
+        return "NIfTI";
+    case FileFormat::dicom:
+        break;
+    }
+    return "DICOM RT Dose";
+}
+
+std::optional<FileFormat> identifiedFormat(ByteView beginning)
+{
+    const std::string_view text = asText(beginning);
+    if (text.starts_with("NRRD0")) {
+        return FileFormat::nrrd;
+    }
+    if (startsLikeNifti(text)) {
+        return FileFormat::nifti;
+    }
+    if (startsLikeDicom(text)) {
+        return FileFormat::dicom;
+    }
+    if (startsLikeMetaImage(text)) {
+        return FileFormat::metaImage;
+    }
+    return {};
+}
+
+} // namespace files

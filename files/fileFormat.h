@@ -1,0 +1,29 @@
+/**
+ * @file fileFormat.h
+ * The formats of dose files, told by the contents of a file and not by its name.
+ */
+#ifndef ZARNGI_FILES_FILEFORMAT_H
+#define ZARNGI_FILES_FILEFORMAT_H
+
+#include <optional>
+#include <string>
+
+#include "files/bytes.h"
+
+namespace files
+{
+
+enum class FileFormat { nrrd, metaImage, nifti, dicom };
+
+/** As it is named to users: "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose". */
+std::string formatName(FileFormat format);
+
+/** So many bytes of a file are enough to tell its format. */
+constexpr std::size_t identifyingBytes = 1024;
+
+/** What a file begins like, if like any of the formats; `beginning` is not packed. */
+std::optional<FileFormat> identifiedFormat(ByteView beginning);
+
+} // namespace files
+
+#endif

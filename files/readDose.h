@@ -1,0 +1,46 @@
+/**
+ * @file readDose.h
+ * The one reader of dose files: bytes in, a dose or one sentence out.
+ *
+ * Safe to be called by several threads at once; starts no process and keeps no state.
+ */
+#ifndef ZARNGI_FILES_READDOSE_H
+#define ZARNGI_FILES_READDOSE_H
+
+#include <functional>
+#include <string>
+
+#include "files/bytes.h"
+#include "files/deflate.h"
+#include "files/doseImage.h"
+#include "files/error.h"
+
+namespace files
+{
+
+/** Another file that a header names, by the name that stands there. */
+using FindFile = std::function<Result<Bytes>(const std::string& name)>;
+
+/**
+ * Unpacks the pixel data of a whole DICOM file whose transfer syntax is of the JPEG families:
+ * frames of rows of values, little endian, as many bytes as are asked for.
+ */
+using UnpackPixels = std::function<Result<Bytes>(ByteView file, std::size_t bytes)>;
+
+/** What a host gives the readers. */
+struct Host {
+    const Deflate& deflate;
+    UnpackPixels unpackPixels{}; ///< empty where the host cannot
+    /** Told of every file that was read for a dose, in whole: the header and what it names. */
+    std::function<void(const std::string& path, ByteView contents)> watch{};
+};
+
+/** Reads a dose from the contents of a file; `find` fetches the files that it names. */
+Result<DoseImage> readDose(ByteView file, const FindFile& find, const Host& host);
+
+/** Reads a dose file, and the file that it names beside it; a pipe is read to its end. */
+Result<DoseImage> readDoseFile(const std::string& path, const Host& host);
+
+} // namespace files
+
+#endif

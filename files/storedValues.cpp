@@ -1,0 +1,174 @@
+#include "files/storedValues.h"
+
+#include <charconv>
+#include <type_traits>
+
+#include "files/error.h"
+#include "files/packed.h"
+#include "files/text.h"
+
+namespace files
+{
+
+namespace
+{
+
+/** Calls `use` with a value of the type that the format tells. */
+template <class Use> auto withType(const ValueFormat& format, const Use& use)
+{
+    const bool isFloat = format.kind == ValueFormat::Kind::floatingPoint;
+    const bool isUnsigned = format.kind == ValueFormat::Kind::unsignedInteger;
+    switch (format.bytes) {
+    case 1:
+        return isUnsigned ? use(std::uint8_t{}) : use(std::int8_t{});
+    case 2:
+        return isUnsigned ? use(std::uint16_t{}) : use(std::int16_t{});
+    case 4:
+        return isFloat ? use(float{}) : isUnsigned ? use(std::uint32_t{}) : use(std::int32_t{});
+    default:
+        return isFloat ? use(double{}) : isUnsigned ? use(std::uint64_t{}) : use(std::int64_t{});
+    }
+}
+
+template <class Number> float scaled(Number value, const Scaling& scaling)
+{
+    return static_cast<float>(static_cast<double>(value) * scaling.slope + scaling.intercept);
+}
+
+template <class Number, bool isBigEndian, bool isScaled>
+void convert(ByteView bytes, const Scaling& scaling, std::vector<float>& values)
+{
+    const unsigned char* const start = bytes.data();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const auto value = numberAt<Number>(start, i * sizeof(Number), isBigEndian);
+        values[i] = isScaled ? scaled(value, scaling) : static_cast<float>(value);
+    }
+}
+
+template <class Number, bool isBigEndian>
+void convertOrdered(ByteView bytes, const Scaling& scaling, std::vector<float>& values)
+{
+    if (scaling.isNone()) {
+        convert<Number, isBigEndian, false>(bytes, scaling, values);
+    } else {
+        convert<Number, isBigEndian, true>(bytes, scaling, values);
+    }
+}
+
+std::vector<float> converted(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+                             std::size_t count)
+{
+    std::vector<float> values(count);
+    withType(format, [&](auto type) {
+        using Number = decltype(type);
+        if (format.isBigEndian) {
+            convertOrdered<Number, true>(bytes, scaling, values);
+        } else {
+            convertOrdered<Number, false>(bytes, scaling, values);
+        }
+    });
+    return values;
+}
+
+/** Whether the bytes are the floats that memory holds. */
+bool isAsInMemory(const ValueFormat& format, const Scaling& scaling)
+{
+    return format.kind == ValueFormat::Kind::floatingPoint && format.bytes == sizeof(float) &&
+           !format.isBigEndian && scaling.isNone();
+}
+
+[[noreturn]] void refuseCount(const char* what, std::size_t needed, std::size_t there)
+{
+    refuse(std::string(what) + ", or its header lies: its grid needs " + grouped(needed) +
+           " bytes of values, the file has " + grouped(there));
+}
+
+bool isBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+/** The next word, which is taken off the text; empty at its end. */
+std::string_view takeWord(std::string_view& text)
+{
+    const auto* const start = std::find_if_not(text.begin(), text.end(), isBlank);
+    const auto* const end = std::find_if(start, text.end(), isBlank);
+    const std::string_view word = text.substr(static_cast<std::size_t>(start - text.begin()),
+                                              static_cast<std::size_t>(end - start));
+    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+    return word;
+}
+
+template <class Number> Number parsed(std::string_view word)
+{
+    std::string_view digits = word;
+    if (digits.size() > 1 && digits.front() == '+') {
+        digits.remove_prefix(1);
+    }
+    Number value{};
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (error != std::errc() || end != digits.data() + digits.size()) {
+        refuse("has a value of \"" + excerpt(word) + "\", which is no number of its type");
+    }
+    return value;
+}
+
+} // namespace
+
+std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+                               std::size_t count, std::size_t padding)
+{
+    const std::size_t needed = count * format.bytes;
+    if (bytes.size() < needed) {
+        refuseCount("is cut short", needed, bytes.size());
+    }
+    if (bytes.size() > needed + padding) {
+        refuseCount("holds more than its grid", needed, bytes.size());
+    }
+    return converted(bytes, format, scaling, count);
+}
+
+std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
+                                const Scaling& scaling, std::size_t count)
+{
+    const std::size_t needed = count * format.bytes;
+    if (mostUnpacked(packed.size()) < needed) {
+        refuseCount("is cut short", needed, packed.size());
+    }
+    if (isAsInMemory(format, scaling)) {
+        std::vector<float> values(count);
+        unpackInto({reinterpret_cast<unsigned char*>(values.data()), needed}, packed, deflate);
+        return values;
+    }
+    Bytes bytes(needed);
+    unpackInto(bytes.room(), packed, deflate);
+    return converted(bytes.view(), format, scaling, count);
+}
+
+std::vector<float> writtenValues(std::string_view text, const ValueFormat& format,
+                                 const Scaling& scaling, std::size_t count)
+{
+    if (text.size() / 2 + 1 < count) { // a digit and a blank each
+        refuse("is cut short, or its header lies: its grid needs " + grouped(count) +
+               " values, the file has fewer");
+    }
+    std::vector<float> values(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string_view word = takeWord(text);
+        if (word.empty()) {
+            refuse("is cut short, or its header lies: its grid needs " + grouped(count) +
+                   " values, the file has " + grouped(i));
+        }
+        values[i] = withType(format, [&](auto type) {
+            const auto value = parsed<decltype(type)>(word);
+            return scaling.isNone() ? static_cast<float>(value) : scaled(value, scaling);
+        });
+    }
+    if (!takeWord(text).empty()) {
+        refuse("holds more than its grid, or its header lies: its grid needs " + grouped(count) +
+               " values");
+    }
+    return values;
+}
+
+} // namespace files

@@ -1,0 +1,58 @@
+/**
+ * @file storedValues.h
+ * The values of a grid as a file stores them.
+ */
+#ifndef ZARNGI_FILES_STOREDVALUES_H
+#define ZARNGI_FILES_STOREDVALUES_H
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "files/bytes.h"
+#include "files/deflate.h"
+
+namespace files
+{
+
+/** How one value is written. */
+struct ValueFormat {
+    enum class Kind { unsignedInteger, signedInteger, floatingPoint };
+
+    Kind kind = Kind::floatingPoint;
+    unsigned bytes = 4; ///< 1, 2, 4 or 8; of a floating-point number 4 or 8
+    bool isBigEndian = false;
+};
+
+/** dose = slope * value + intercept, in double precision and rounded once. */
+struct Scaling {
+    double slope = 1;
+    double intercept = 0;
+
+    bool isNone() const { return slope == 1 && intercept == 0; }
+};
+
+/**
+ * The `count` values that fill the bytes.
+ * @throws Refusal when the bytes are fewer, or more by other than `padding` of them.
+ */
+std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+                               std::size_t count, std::size_t padding = 0);
+
+/**
+ * The `count` values in a gzip or zlib stream. @throws Refusal when it is damaged, or holds fewer or
+ * more; before memory is allocated for values that cannot be there.
+ */
+std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
+                                const Scaling& scaling, std::size_t count);
+
+/**
+ * The `count` values written as text with blanks between them.
+ * @throws Refusal when they are fewer or more, or one is no number of the format.
+ */
+std::vector<float> writtenValues(std::string_view text, const ValueFormat& format,
+                                 const Scaling& scaling, std::size_t count);
+
+} // namespace files
+
+#endif
