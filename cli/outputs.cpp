@@ -54,12 +54,7 @@ void openFile(std::optional<OutputFile>& file, const std::string& name)
 
 void writeImage(OutputFile& file, const Image& image)
 {
-    try {
-        writeVolume(file.temporaryPath(), image);
-    } catch (const InputError& error) {
-        throw InputError(file.path() + ": " + error.what());
-    }
-    file.commit();
+    file.write(files::asText(volumeFileOf(file.path(), image).view()));
 }
 
 void OutputNames::check(const std::string& reference, const std::string& evaluation) const

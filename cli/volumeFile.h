@@ -1,6 +1,6 @@
 /**
  * @file volumeFile.h
- * NRRD, MetaImage and NIfTI files, read and written with ITK.
+ * Images that the program writes.
  */
 #ifndef ZARNGI_CLI_VOLUMEFILE_H
 #define ZARNGI_CLI_VOLUMEFILE_H
@@ -8,26 +8,16 @@
 #include <string>
 
 #include "doseImage.h"
-#include "fileFormat.h"
+#include "files/bytes.h"
 
 namespace cli
 {
 
-/**
- * Reads the one volume of a file.
- * @throws InputError for everything that is not a whole three-dimensional image along the axes.
- */
-DoseImage readVolume(const std::string& path, FileFormat format);
-
-/** Whether the name's extension is one that writeVolume() knows: .mha, .nrrd, .nii or .nii.gz. */
+/** Whether the name ends like a format that can be written: .mha, .nrrd, .nii, .nii.gz. */
 bool isWritableVolumeName(const std::string& path);
 
-/**
- * Writes the image, compressed (.nii excepted), and reads it back to see that it is there whole.
- * @param path a name that isWritableVolumeName() accepts.
- * @throws InputError
- */
-void writeVolume(const std::string& path, const Image& image);
+/** The file of an image, in the format that the name tells. @throws InputError */
+files::Bytes volumeFileOf(const std::string& name, const Image& image);
 
 } // namespace cli
 

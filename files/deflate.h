@@ -29,7 +29,8 @@ struct Unpacked {
     std::size_t made = 0;  ///< bytes in the room, as far as it could be unpacked
 };
 
-/** A host's codec. Its functions are called by several threads at once, and throw bad_alloc only. */
+/** A host's codec. Its functions are called by several threads at once, and throw bad_alloc only.
+ */
 struct Deflate {
     /** Unpacks a stream from its beginning; what follows behind its end is not looked at. */
     Unpacked (*unpack)(ByteView packed, std::span<unsigned char> room);

@@ -53,12 +53,12 @@ struct DicomIdentity {
 
 /** A dose distribution read from a file. */
 struct DoseImage {
-    Image image;               ///< Gy, unless isRelative
-    std::string path;          ///< empty where it was read from memory
-    std::string dataPath;      ///< of the values: another file where the header stands alone
-    std::string format;        ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
-    bool isRelative = false;   ///< a DICOM dose relative to a value the file does not tell
-    bool tellsPosition = true; ///< else the first voxel counts as lying at 0, 0, 0 mm
+    Image image;                  ///< Gy, unless isRelative
+    std::string path;             ///< empty where it was read from memory
+    std::string dataPath;         ///< of the values: another file where the header stands alone
+    std::string format;           ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
+    bool isRelative = false;      ///< a DICOM dose relative to a value the file does not tell
+    bool tellsPosition = true;    ///< else the first voxel counts as lying at 0, 0, 0 mm
     bool tellsOrientation = true; ///< else the axes count as those of the patient
     /** What was taken for granted, each a line that continues "FILE: ". */
     std::vector<std::string> warnings;

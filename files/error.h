@@ -65,6 +65,15 @@ private:
     throw Refusal({FileError::Kind::refused, std::move(sentence)});
 }
 
+/** The value of a result. @throws Refusal with its error */
+template <class Value> Value valueOf(Result<Value> result)
+{
+    if (!result) {
+        throw Refusal(result.error());
+    }
+    return std::move(*result);
+}
+
 /** What `make` returns, or the error that it threw. */
 template <class Make> auto resultOf(const Make& make) -> Result<decltype(make())>
 {

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "files/text.h"
+
 namespace files
 {
 
@@ -27,12 +29,7 @@ bool startsLikeMetaImage(std::string_view beginning)
         return false;
     }
     for (const std::string_view key : {"objecttype", "ndims", "comment", "formtype"}) {
-        const std::string_view word = beginning.substr(start, key.size());
-        const bool isKey =
-            std::equal(word.begin(), word.end(), key.begin(), key.end(), [](char read, char low) {
-                return (read >= 'A' && read <= 'Z' ? read - 'A' + 'a' : read) == low;
-            });
-        if (isKey) {
+        if (lowerCase(beginning.substr(start, key.size())) == key) {
             return true;
         }
     }

@@ -43,11 +43,11 @@ void checkSizes(const std::array<std::int64_t, 3>& size)
     for (std::size_t i = 0; i < 3; ++i) {
         if (size[i] < 1) {
             refuse("the grid has " + std::to_string(size[i]) + " voxels along axis " +
-                             axisNames[i]);
+                   axisNames[i]);
         }
         if (size[i] > std::numeric_limits<std::int32_t>::max() / voxels) {
             refuse("the grid of " + join(size, " x ") +
-                             " voxels is too large (2^31 voxels or more)");
+                   " voxels is too large (2^31 voxels or more)");
         }
         voxels *= size[i];
     }
@@ -109,15 +109,15 @@ std::size_t checkGeometry(const StoredGeometry& stored)
     for (std::size_t i = 0; i < 3; ++i) {
         const double spacing = stored.spacing[i];
         if (!(spacing >= smallestSpacing && spacing <= largestSpacing)) {
-            refuse("the voxel size of " + number(spacing) + " mm along axis " +
-                             axisNames[i] + " is outside " + number(smallestSpacing) + " to " +
-                             number(largestSpacing) + " mm");
+            refuse("the voxel size of " + number(spacing) + " mm along axis " + axisNames[i] +
+                   " is outside " + number(smallestSpacing) + " to " + number(largestSpacing) +
+                   " mm");
         }
     }
     for (std::size_t i = 0; i < 3; ++i) {
         if (!(std::fabs(stored.origin[i]) <= farthestOrigin)) {
-            refuse("the origin of " + number(stored.origin[i]) + " mm along axis " +
-                             axisNames[i] + " is no sensible position");
+            refuse("the origin of " + number(stored.origin[i]) + " mm along axis " + axisNames[i] +
+                   " is no sensible position");
         }
     }
     checkAxes(stored.axes);
@@ -128,8 +128,7 @@ void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps)
 {
     for (std::size_t i = 0; i < 3; ++i) {
         const Vec3& step = steps[i];
-        const double length =
-            std::sqrt(step[0] * step[0] + step[1] * step[1] + step[2] * step[2]);
+        const double length = std::sqrt(step[0] * step[0] + step[1] * step[1] + step[2] * step[2]);
         stored.spacing[i] = length;
         for (std::size_t k = 0; k < 3; ++k) {
             stored.axes[i][k] = length > 0 ? step[k] / length : 0;
@@ -154,6 +153,9 @@ Image toPatientAxes(const StoredGeometry& stored, std::vector<float> values)
             order.walks[axis] = {last * stride, -stride};
         }
         stride *= last + 1;
+    }
+    for (double& coordinate : geometry.origin) {
+        coordinate += 0.0; // no minus before a zero
     }
     if (!order.isIdentity(geometry.size)) {
         values = reorder(values, order, geometry.size);

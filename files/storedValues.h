@@ -40,8 +40,8 @@ std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const 
                                std::size_t count, std::size_t padding = 0);
 
 /**
- * The `count` values in a gzip or zlib stream. @throws Refusal when it is damaged, or holds fewer or
- * more; before memory is allocated for values that cannot be there.
+ * The `count` values in a gzip or zlib stream. @throws Refusal when it is damaged, or holds fewer
+ * or more; before memory is allocated for values that cannot be there.
  */
 std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
                                 const Scaling& scaling, std::size_t count);

@@ -62,6 +62,15 @@ std::vector<std::string> split(std::string_view text, char separator)
     return pieces;
 }
 
+std::string lowerCase(std::string_view text)
+{
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return lower;
+}
+
 double parseNumber(std::string_view text)
 {
     if (text.size() > 1 && text.front() == '+') {

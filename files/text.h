@@ -29,6 +29,9 @@ std::string trimmed(std::string_view text);
 /** The pieces between separators, trimmed; no piece for an empty text. */
 std::vector<std::string> split(std::string_view text, char separator);
 
+/** The text with the letters A to Z in lower case, whatever the locale. */
+std::string lowerCase(std::string_view text);
+
 /** The number that is the whole of the text, or not-a-number. */
 double parseNumber(std::string_view text);
 

@@ -1,104 +1,147 @@
-#include "niftiHeader.h"
-
-#include <algorithm>
-#include <array>
-#include <bit>
 #include <cmath>
-#include <cstring>
-#include <fstream>
 #include <map>
-#include <string_view>
-#include <utility>
 
-#include "failure.h"
-#include "text.h"
+#include "files/error.h"
+#include "files/formats/volumeFormats.h"
+#include "files/orientation.h"
+#include "files/packed.h"
+#include "files/storedValues.h"
+#include "files/text.h"
 
-namespace cli
+namespace files
 {
 
 namespace
 {
 
-constexpr std::size_t dim = 40;
-constexpr std::size_t pixdim = 76;
-constexpr std::size_t units = 123;
-constexpr std::size_t qformCode = 252;
-constexpr std::size_t sformCode = 254;
-constexpr std::size_t quaternion = 256;
-constexpr std::size_t qformOffset = 268;
-constexpr std::size_t affineRows = 280;
-
-/** Far beyond any patient; ITK computes for minutes with numbers that are absurd. */
+/** Far beyond any patient. */
 constexpr double largestLength = 1e6; // mm
 
-bool isLength(double value)
-{
-    return std::fabs(value) <= largestLength;
-}
+/** What a NIfTI header says, of either version; lengths in the unit of the file. */
+struct NiftiHeader {
+    bool isBigEndian = false;
+    bool isPair = false; ///< the data are in another file
+    std::size_t length = 0;
+    std::array<std::int64_t, 8> dim{};
+    int datatype = 0;
+    int bitsPerValue = 0;
+    std::array<double, 8> pixdim{};
+    double dataPosition = 0;
+    Scaling scaling;
+    int unit = 0;
+    bool hasQform = false;
+    bool hasSform = false;
+    std::array<double, 3> quaternion{};
+    std::array<double, 3> qformOffset{};
+    std::array<std::array<double, 4>, 3> affine{};
+};
 
-bool isPositive(double value)
-{
-    return value > 0 && isLength(value);
-}
-
-bool isFinite(double value)
-{
-    return std::isfinite(value);
-}
-
-/** The fields of a NIfTI-1 header, in the byte order of the file. */
-class NiftiHeader
+/** Reads fields in the byte order of the file. */
+class FieldReader
 {
 public:
-    explicit NiftiHeader(std::string bytes) : bytes_(std::move(bytes))
-    {
-        constexpr std::int32_t ownSize = 348;
-        isSwapped_ = field<std::int32_t>(0) != ownSize;
-        if (field<std::int32_t>(0) != ownSize) {
-            throw InputError("its NIfTI header is damaged");
-        }
-    }
+    FieldReader(ByteView bytes, bool isBigEndian) : bytes_(bytes), isBigEndian_(isBigEndian) {}
 
     template <class Number> Number field(std::size_t position, std::size_t index = 0) const
     {
-        std::array<char, sizeof(Number)> raw{};
-        std::memcpy(raw.data(), bytes_.data() + position + index * sizeof(Number), sizeof(Number));
-        if (isSwapped_) {
-            std::reverse(raw.begin(), raw.end());
-        }
-        return std::bit_cast<Number>(raw);
+        return numberAt<Number>(bytes_.data(), position + index * sizeof(Number), isBigEndian_);
     }
 
-    /** A field of floats. */
-    double number(std::size_t position, std::size_t index = 0) const
+    /** Several numbers into an array of doubles or whole numbers. */
+    template <class Number, class List> void fields(std::size_t position, List& list) const
     {
-        return static_cast<double>(field<float>(position, index));
-    }
-
-    /** Refuses a field of floats with a value that is not acceptable. */
-    template <class Condition>
-    void checkFloats(std::size_t position, std::size_t count, const char* what,
-                     Condition isAcceptable) const
-    {
-        for (std::size_t i = 0; i < count; ++i) {
-            const double value = number(position, i);
-            if (!isAcceptable(value)) {
-                throw InputError("its header gives " + std::string(what) + " of " +
-                                 cli::number(value));
-            }
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            list[i] = static_cast<typename List::value_type>(field<Number>(position, i));
         }
     }
-
-    bool isBigEndian() const { return isSwapped_; }
 
 private:
-    std::string bytes_;
-    bool isSwapped_ = false;
+    ByteView bytes_;
+    bool isBigEndian_;
 };
 
-ValueFormat niftiFormat(const NiftiHeader& header)
+constexpr std::size_t lengthOfOne = 348;
+constexpr std::size_t lengthOfTwo = 540;
+
+NiftiHeader fieldsOfOne(const FieldReader& reader)
 {
-    constexpr std::size_t datatype = 70;
+    NiftiHeader header;
+    header.length = lengthOfOne;
+    reader.fields<std::int16_t>(40, header.dim);
+    header.datatype = reader.field<std::int16_t>(70);
+    header.bitsPerValue = reader.field<std::int16_t>(72);
+    reader.fields<float>(76, header.pixdim);
+    header.dataPosition = static_cast<double>(reader.field<float>(108));
+    header.scaling.slope = static_cast<double>(reader.field<float>(112));
+    header.scaling.intercept = static_cast<double>(reader.field<float>(116));
+    header.unit = reader.field<std::uint8_t>(123);
+    header.hasQform = reader.field<std::int16_t>(252) > 0;
+    header.hasSform = reader.field<std::int16_t>(254) > 0;
+    reader.fields<float>(256, header.quaternion);
+    reader.fields<float>(268, header.qformOffset);
+    for (std::size_t row = 0; row < 3; ++row) {
+        reader.fields<float>(280 + 16 * row, header.affine[row]);
+    }
+    return header;
+}
+
+NiftiHeader fieldsOfTwo(const FieldReader& reader)
+{
+    NiftiHeader header;
+    header.length = lengthOfTwo;
+    header.datatype = reader.field<std::int16_t>(12);
+    header.bitsPerValue = reader.field<std::int16_t>(14);
+    reader.fields<std::int64_t>(16, header.dim);
+    reader.fields<double>(104, header.pixdim);
+    header.dataPosition = static_cast<double>(reader.field<std::int64_t>(168));
+    header.scaling.slope = reader.field<double>(176);
+    header.scaling.intercept = reader.field<double>(184);
+    header.hasQform = reader.field<std::int32_t>(344) > 0;
+    header.hasSform = reader.field<std::int32_t>(348) > 0;
+    reader.fields<double>(352, header.quaternion);
+    reader.fields<double>(376, header.qformOffset);
+    for (std::size_t row = 0; row < 3; ++row) {
+        reader.fields<double>(400 + 32 * row, header.affine[row]);
+    }
+    header.unit = reader.field<std::int32_t>(500);
+    return header;
+}
+
+/** Whether the length that begins the header is the one it should be, in some byte order. */
+bool beginsWith(ByteView bytes, std::size_t length, bool isBigEndian)
+{
+    return numberAt<std::int32_t>(bytes.data(), 0, isBigEndian) ==
+           static_cast<std::int32_t>(length);
+}
+
+NiftiHeader parseHeader(ByteView bytes)
+{
+    constexpr std::size_t magicOfOne = 344;
+    constexpr std::size_t magicOfTwo = 4;
+    const std::string_view text = asText(bytes);
+    const bool isTwo = text.substr(std::min(text.size(), magicOfTwo)).starts_with("n+2") ||
+                       text.substr(std::min(text.size(), magicOfTwo)).starts_with("ni2");
+    const std::size_t length = isTwo ? lengthOfTwo : lengthOfOne;
+    if (bytes.size() < length) {
+        refuse("its NIfTI header is cut short");
+    }
+    const bool isBigEndian = beginsWith(bytes, length, true);
+    const std::string_view magic = text.substr(isTwo ? magicOfTwo : magicOfOne);
+    const std::string_view ending =
+        isTwo ? std::string_view("\0\r\n\x1A\n", 5) : std::string_view("\0", 1);
+    if (!(isBigEndian || beginsWith(bytes, length, false)) ||
+        magic.substr(3, ending.size()) != ending) {
+        refuse("its NIfTI header is damaged");
+    }
+    const FieldReader reader(bytes, isBigEndian);
+    NiftiHeader header = isTwo ? fieldsOfTwo(reader) : fieldsOfOne(reader);
+    header.isBigEndian = isBigEndian;
+    header.isPair = magic[1] == 'i';
+    return header;
+}
+
+ValueFormat formatOf(const NiftiHeader& header)
+{
     using Kind = ValueFormat::Kind;
     static const std::map<int, ValueFormat> formats = {
         {2, {Kind::unsignedInteger, 1}},    {256, {Kind::signedInteger, 1}},
@@ -106,150 +149,250 @@ ValueFormat niftiFormat(const NiftiHeader& header)
         {768, {Kind::unsignedInteger, 4}},  {8, {Kind::signedInteger, 4}},
         {1280, {Kind::unsignedInteger, 8}}, {1024, {Kind::signedInteger, 8}},
         {16, {Kind::floatingPoint, 4}},     {64, {Kind::floatingPoint, 8}}};
-    const int type = header.field<std::int16_t>(datatype);
-    const auto found = formats.find(type);
+    const auto found = formats.find(header.datatype);
     if (found == formats.end()) {
-        throw InputError("its values are of the NIfTI type " + std::to_string(type) +
-                         ", which is no dose");
+        refuse("its values are of the NIfTI type " + std::to_string(header.datatype) +
+               ", which is no dose");
     }
     ValueFormat format = found->second;
-    format.isBigEndian = header.isBigEndian();
+    if (header.bitsPerValue != static_cast<int>(8 * format.bytes)) {
+        refuse("its header gives values of " + std::to_string(header.bitsPerValue) +
+               " bits, its NIfTI type has " + std::to_string(8 * format.bytes));
+    }
+    format.isBigEndian = header.isBigEndian;
     return format;
 }
 
-StoredData niftiData(const std::string& path, const NiftiHeader& header)
+std::array<std::int64_t, 3> sizeOf(const NiftiHeader& header)
 {
-    constexpr std::size_t voxOffset = 108;
-    constexpr std::size_t slope = 112;
-    constexpr std::size_t intercept = 116;
-    constexpr double usualPosition = 352;
-    constexpr double farthestPosition = 1 << 28; // room for any extension
-    const double told = header.number(voxOffset);
-    const double position = told == 0 ? usualPosition : told;
-    if (!(position >= usualPosition && position <= farthestPosition) ||
-        position != std::floor(position)) {
-        throw InputError("its header gives a data position of " + cli::number(told));
+    const std::int64_t dimensions = header.dim[0];
+    if (dimensions < 3 || dimensions > 7) {
+        refuse("is not three-dimensional but " + std::to_string(dimensions) + "-dimensional");
     }
-    StoredData data = dataIn(path, static_cast<std::uintmax_t>(position));
-    constexpr std::string_view gzipMark = "\x1f\x8b";
-    std::string mark(gzipMark.size(), '\0');
-    std::ifstream(path, std::ios::binary).read(mark.data(), 2);
-    if (mark == gzipMark) {
-        data.compression = StoredData::Compression::wholeFile;
-    }
-    const double factor = header.number(slope);
-    if (std::isfinite(factor) && factor != 0) { // else the values are not scaled
-        header.checkFloats(intercept, 1, "an intercept", isFinite);
-        data.slope = factor;
-        data.intercept = header.number(intercept);
-    }
-    return data;
-}
-
-void checkSizes(const NiftiHeader& header)
-{
-    const int dimensions = header.field<std::int16_t>(dim);
-    for (std::size_t i = 1; i <= 3 && static_cast<int>(i) <= dimensions; ++i) {
-        const int size = header.field<std::int16_t>(dim, i);
-        if (size < 1) {
-            throw InputError("its header gives a grid size of " + std::to_string(size));
+    for (std::size_t i = 1; static_cast<std::int64_t>(i) <= dimensions; ++i) {
+        if (header.dim[i] < 1) {
+            refuse("its header gives a grid size of " + std::to_string(header.dim[i]));
+        }
+        if (i > 3 && header.dim[i] != 1) {
+            refuse("is not three-dimensional but " + std::to_string(dimensions) + "-dimensional");
         }
     }
-    header.checkFloats(pixdim + sizeof(float), 3, "a voxel size", isPositive);
+    return {header.dim[1], header.dim[2], header.dim[3]};
 }
 
-void checkUnits(const NiftiHeader& header)
+/** Millimetres of the unit of length. */
+double unitOf(const NiftiHeader& header, DoseImage& dose)
 {
     constexpr int spaceUnits = 7; // the bits that tell them
-    constexpr int unknown = 0;
-    constexpr int millimetre = 2;
-    const int unit = header.field<std::uint8_t>(units) & spaceUnits;
-    if (unit != unknown && unit != millimetre) {
-        throw InputError("its lengths are not in mm");
+    switch (header.unit & spaceUnits) {
+    case 0:
+        dose.warnings.emplace_back("tells no unit of length; its lengths are taken for mm");
+        return 1;
+    case 1:
+        return 1000;
+    case 2:
+        return 1;
+    case 3:
+        return 1e-3;
+    default:
+        refuse("its lengths are not in mm but in the unknown NIfTI unit " +
+               std::to_string(header.unit & spaceUnits));
     }
 }
 
-/** Rows of three steps per voxel and an offset, mm. */
+template <class List> void checkLengths(const List& numbers, double unit, const char* what)
+{
+    for (const double value : numbers) {
+        if (!(std::fabs(value) * unit <= largestLength)) {
+            refuse("its header gives " + std::string(what) + " of " + number(value));
+        }
+    }
+}
+
+/** Rows of three steps per voxel and an offset. */
 using Affine = std::array<std::array<double, 4>, 3>;
 
 /** The position as the quaternion tells it; the formula is that of the NIfTI standard. */
 Affine qform(const NiftiHeader& header)
 {
-    const double b = header.number(quaternion);
-    const double c = header.number(quaternion, 1);
-    const double d = header.number(quaternion, 2);
-    const double a = std::sqrt(std::max(0.0, 1 - (b * b + c * c + d * d)));
+    const auto [b, c, d] = header.quaternion;
+    const double rest = 1 - (b * b + c * c + d * d);
+    constexpr double rounding = 1e-5;
+    if (!(rest >= -rounding)) {
+        refuse("its header gives a quaternion of " + join(header.quaternion, ", ") +
+               ", which is longer than 1");
+    }
+    const double a = std::sqrt(std::max(0.0, rest));
     Affine affine = {{{a * a + b * b - c * c - d * d, 2 * (b * c - a * d), 2 * (b * d + a * c)},
                       {2 * (b * c + a * d), a * a + c * c - b * b - d * d, 2 * (c * d - a * b)},
                       {2 * (b * d - a * c), 2 * (c * d + a * b), a * a + d * d - b * b - c * c}}};
-    const double handedness = header.number(pixdim) < 0 ? -1 : 1;
+    const double handedness = header.pixdim[0] < 0 ? -1 : 1;
     for (std::size_t row = 0; row < 3; ++row) {
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            affine[row][axis] *= header.number(pixdim, axis + 1) * (axis == 2 ? handedness : 1);
+            affine[row][axis] *= header.pixdim[axis + 1] * (axis == 2 ? handedness : 1);
         }
-        affine[row][3] = header.number(qformOffset, row);
+        affine[row][3] = header.qformOffset[row];
     }
     return affine;
 }
 
-/** Whether the rows of the affine put every voxel where the quaternion does. */
-bool positionsAgree(const NiftiHeader& header)
+/** Two descriptions of a grid that put each voxel within so much of one place are one. */
+constexpr double placeTolerance = 0.01; // mm
+
+bool positionsAgree(const Affine& one, const Affine& other, const NiftiHeader& header, double unit)
 {
-    constexpr double tolerance = 0.01; // mm
-    const Affine expected = qform(header);
     for (std::size_t row = 0; row < 3; ++row) {
         double apart = 0;
         for (std::size_t column = 0; column < 4; ++column) {
-            const double steps = column < 3 ? header.field<std::int16_t>(dim, column + 1) : 1;
-            const double told = header.number(affineRows, row * 4 + column);
-            apart += std::fabs(told - expected[row][column]) * steps;
+            const double steps = column < 3 ? static_cast<double>(header.dim[column + 1]) : 1;
+            apart += std::fabs(one[row][column] - other[row][column]) * steps * unit;
         }
-        if (!(apart <= tolerance)) {
+        if (!(apart <= placeTolerance)) {
             return false;
         }
     }
     return true;
 }
 
-void checkPosition(const NiftiHeader& header)
+/** The steps of an affine, in the patient's axes and mm; NIfTI's point to the right and front. */
+void setPlace(StoredGeometry& stored, const Affine& affine, double unit)
 {
-    const bool hasQform = header.field<std::int16_t>(qformCode) > 0;
-    const bool hasSform = header.field<std::int16_t>(sformCode) > 0;
-    if (!hasQform && !hasSform) {
-        throw InputError("its header tells no position (neither qform nor sform)");
+    constexpr std::array<double, 3> toPatient = {-1, -1, 1};
+    std::array<Vec3, 3> steps{};
+    for (std::size_t row = 0; row < 3; ++row) {
+        const double factor = toPatient[row] * unit;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            steps[axis][row] = affine[row][axis] * factor;
+        }
+        stored.origin[row] = affine[row][3] * factor;
     }
-    if (hasQform) {
-        header.checkFloats(quaternion, 6, "an orientation or origin", isLength);
+    setSteps(stored, steps);
+}
+
+void checkPixdim(const NiftiHeader& header, double unit)
+{
+    for (std::size_t i = 1; i <= 3; ++i) {
+        const double size = header.pixdim[i];
+        if (!(size > 0 && size * unit <= largestLength)) {
+            refuse("its header gives a voxel size of " + number(size));
+        }
     }
-    if (hasSform) {
-        header.checkFloats(affineRows, 12, "an orientation or origin", isLength);
+}
+
+/** Refuses voxel sizes that differ from the steps of the affine. */
+void checkSteps(const StoredGeometry& stored, const NiftiHeader& header, double unit)
+{
+    for (std::size_t i = 0; i < 3; ++i) {
+        const double told = header.pixdim[i + 1] * unit;
+        const double apart =
+            std::fabs(stored.spacing[i] - told) * static_cast<double>(stored.size[i]);
+        if (!(apart <= placeTolerance)) {
+            refuse("its header tells two different voxel sizes: " + number(told) +
+                   " mm (pixdim) and " + number(stored.spacing[i]) + " mm (sform)");
+        }
     }
-    if (hasQform && hasSform && !positionsAgree(header)) {
-        throw InputError("its header tells two different positions (qform and sform)");
+}
+
+StoredGeometry geometryOf(const NiftiHeader& header, DoseImage& dose)
+{
+    StoredGeometry stored;
+    stored.size = sizeOf(header);
+    const double unit = unitOf(header, dose);
+    checkPixdim(header, unit);
+    if (!header.hasQform && !header.hasSform) {
+        refuse("its header tells no position (neither qform nor sform)");
     }
+    if (header.hasQform) {
+        checkLengths(header.quaternion, 1, "an orientation or origin");
+        checkLengths(header.qformOffset, unit, "an orientation or origin");
+    }
+    if (!header.hasSform) {
+        setPlace(stored, qform(header), unit);
+        for (std::size_t i = 0; i < 3; ++i) {
+            stored.spacing[i] = header.pixdim[i + 1] * unit;
+        }
+        return stored;
+    }
+    for (const auto& row : header.affine) {
+        checkLengths(row, unit, "an orientation or origin");
+    }
+    if (header.hasQform && !positionsAgree(header.affine, qform(header), header, unit)) {
+        refuse("its header tells two different positions (qform and sform)");
+    }
+    setPlace(stored, header.affine, unit);
+    checkSteps(stored, header, unit);
+    return stored;
+}
+
+std::size_t dataPositionOf(const NiftiHeader& header)
+{
+    constexpr std::size_t extensionMark = 4;
+    constexpr double farthest = 1 << 28; // room for any extension
+    const double first = header.isPair ? 0 : static_cast<double>(header.length + extensionMark);
+    const double told = header.dataPosition;
+    const double position = told == 0 ? first : told;
+    if (!(position >= first && position <= farthest) || position != std::floor(position)) {
+        refuse("its header gives a data position of " + number(told));
+    }
+    return static_cast<std::size_t>(position);
+}
+
+Scaling scalingOf(const NiftiHeader& header)
+{
+    const double slope = header.scaling.slope;
+    if (slope == 0 || !std::isfinite(slope)) {
+        return {}; // the values are not scaled
+    }
+    if (!std::isfinite(header.scaling.intercept)) {
+        refuse("its header gives an intercept of " + number(header.scaling.intercept));
+    }
+    return header.scaling;
+}
+
+/** The values behind `position` bytes of a file, packed by gzip or not. */
+std::vector<float> valuesOf(ByteView data, std::size_t position, const NiftiHeader& header,
+                            std::size_t count, const Deflate& deflate)
+{
+    const ValueFormat format = formatOf(header);
+    const Scaling scaling = scalingOf(header);
+    const std::size_t whole = position + count * format.bytes;
+    // Values of a pair may happen to begin like a packed file.
+    const bool isPacked = isGzip(data) && !(header.isPair && data.size() == whole);
+    if (!isPacked) {
+        return plainValues(part(data, position), format, scaling, count);
+    }
+    if (mostUnpacked(data.size()) < whole) {
+        refuse("is cut short, or its header lies: its grid needs " + grouped(whole) +
+               " bytes, the packed file has " + grouped(data.size()));
+    }
+    if (position == 0) {
+        return packedValues(data, deflate, format, scaling, count);
+    }
+    Bytes bytes(whole);
+    unpackInto(bytes.room(), data, deflate);
+    return plainValues(part(bytes.view(), position), format, scaling, count);
 }
 
 } // namespace
 
-VolumeHeader checkNiftiHeader(const std::string& path)
+DoseImage readNifti(ByteView file, const FindFile& find, const Host& host)
 {
-    constexpr unsigned headerLength = 348;
-    constexpr std::size_t magic = 344;
-    if (!path.ends_with(".nii") && !path.ends_with(".nii.gz")) {
-        throw InputError("is a NIfTI file but not named .nii or .nii.gz");
+    Bytes unpacked;
+    if (isGzip(file)) {
+        unpacked = unpackBeginning(file, host.deflate, lengthOfTwo);
     }
-    const std::string bytes = readBeginning(path, headerLength);
-    if (bytes.size() < headerLength) {
-        throw InputError("its NIfTI header is cut short");
+    const NiftiHeader header = parseHeader(isGzip(file) ? unpacked.view() : file);
+    DoseImage dose;
+    const StoredGeometry stored = geometryOf(header, dose);
+    const std::size_t count = checkGeometry(stored);
+    const std::size_t position = dataPositionOf(header);
+    Bytes companion;
+    if (header.isPair) {
+        companion = valueOf(find(""));
     }
-    if (bytes.compare(magic, 3, "ni1") == 0) {
-        throw InputError("is one file of a NIfTI pair; write it as one .nii or .nii.gz file");
-    }
-    const NiftiHeader header(bytes);
-    checkSizes(header);
-    checkUnits(header);
-    checkPosition(header);
-    return {niftiData(path, header), niftiFormat(header), true};
+    const ByteView data = header.isPair ? companion.view() : file;
+    dose.image = toPatientAxes(stored, valuesOf(data, position, header, count, host.deflate));
+    return dose;
 }
 
-} // namespace cli
+} // namespace files

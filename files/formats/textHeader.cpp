@@ -1,222 +1,189 @@
-#include "volumeHeader.h"
+#include "files/formats/textHeader.h"
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <initializer_list>
-#include <map>
-#include <sstream>
 
-#include "failure.h"
-#include "niftiHeader.h"
-#include "text.h"
+#include "files/error.h"
+#include "files/text.h"
 
-namespace cli
+namespace files
 {
 
 namespace
 {
 
-/** More than any image has; the readers set aside room for as many as a header claims. */
-constexpr double mostDimensions = 10;
+/** More than any image has. */
+constexpr std::size_t mostDimensions = 10;
 
-/** The entries of a header of lines "key separator value", keys in lower case. */
-struct TextHeader {
-    std::map<std::string, std::string> entries;
-    std::uintmax_t length = 0; ///< bytes up to the first byte after the header
-
-    const std::string* find(const std::string& key) const
-    {
-        const auto entry = entries.find(key);
-        return entry == entries.end() ? nullptr : &entry->second;
-    }
-
-    bool hasAny(std::initializer_list<const char*> keys) const
-    {
-        return std::any_of(keys.begin(), keys.end(),
-                           [this](const char* key) { return find(key) != nullptr; });
-    }
-};
-
-std::string lowerCase(std::string text)
+std::vector<std::string_view> wordsOf(std::string_view text)
 {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
-/** Reads a header up to and including the line for which isLast(key, line) holds. */
-template <class IsLast>
-TextHeader readTextHeader(const std::string& path, char separator, IsLast isLast)
-{
-    constexpr std::uintmax_t longestHeader = 1 << 20;
-    TextHeader header;
-    std::ifstream file(path, std::ios::binary);
-    for (std::string line; header.length < longestHeader && std::getline(file, line);) {
-        header.length += line.size() + 1;
-        const auto end = line.find(separator);
-        const std::string key = lowerCase(trimmed(line.substr(0, end)));
-        if (end != std::string::npos) {
-            header.entries.emplace(key, trimmed(line.substr(end + 1)));
-        }
-        if (isLast(key, line)) {
-            return header;
-        }
+    constexpr std::string_view blanks = " \t\r";
+    std::vector<std::string_view> words;
+    for (auto start = text.find_first_not_of(blanks); start != std::string_view::npos;
+         start = text.find_first_not_of(blanks, start)) {
+        const auto end = std::min(text.find_first_of(blanks, start), text.size());
+        words.push_back(text.substr(start, end - start));
+        start = end;
     }
-    throw InputError("its header has no end");
-}
-
-bool isPositive(double value)
-{
-    return value > 0 && std::isfinite(value);
-}
-
-bool isFinite(double value)
-{
-    return std::isfinite(value);
-}
-
-bool isSize(double value)
-{
-    return value >= 1 && value == std::floor(value) && value < 9e15;
-}
-
-/** Applies a count of bytes between the header and the data; -1: the data ends the file. */
-void skipBytes(StoredData& data, const std::string* entry)
-{
-    const double count = entry == nullptr ? 0 : parseNumber(*entry);
-    if (!(count == -1 || isSize(count) || count == 0)) {
-        throw InputError("its header gives a data position of \"" + excerpt(*entry) + "\"");
-    }
-    if (count != 0 && data.compression != StoredData::Compression::none) {
-        throw InputError("its compressed data begins at an odd place, which is not supported");
-    }
-    data.isAtEnd = count < 0;
-    data.position += count > 0 ? static_cast<std::uintmax_t>(count) : 0;
-}
-
-std::string dataFile(const std::string& path, const std::string& name)
-{
-    if (name == "LIST" || name.starts_with("LIST ") || name.find('%') != std::string::npos) {
-        throw InputError("its data are spread over several files; write them into one");
-    }
-    return (std::filesystem::path(path).parent_path() / name).string();
-}
-
-/** Requires every word of an entry to be a number that the condition accepts. */
-template <class Condition>
-void checkNumbers(const TextHeader& header, const std::string& key, const char* what,
-                  Condition isAcceptable)
-{
-    const std::string* entry = header.find(key);
-    if (entry == nullptr) {
-        return;
-    }
-    std::istringstream words(*entry);
-    for (std::string word; words >> word;) {
-        if (!isAcceptable(parseNumber(word))) {
-            throw InputError("its header gives " + std::string(what) + " of \"" + excerpt(*entry) +
-                             "\"");
-        }
-    }
-}
-
-void requireOneOf(const TextHeader& header, const std::string& first, const std::string& second)
-{
-    if (header.find(first) == nullptr && header.find(second) == nullptr) {
-        throw InputError("its header tells no voxel size");
-    }
-}
-
-VolumeHeader checkMetaImage(const std::string& path)
-{
-    const TextHeader header =
-        readTextHeader(path, '=', [](const std::string& key, const std::string&) {
-            return key == "elementdatafile";
-        });
-    checkNumbers(header, "ndims", "a number of dimensions",
-                 [](double count) { return isSize(count) && count <= mostDimensions; });
-    checkNumbers(header, "dimsize", "a grid size", isSize);
-    requireOneOf(header, "elementspacing", "elementsize");
-    for (const char* key : {"elementspacing", "elementsize"}) {
-        checkNumbers(header, key, "a voxel size", isPositive);
-    }
-    for (const char* key : {"offset", "position", "origin"}) {
-        checkNumbers(header, key, "an origin", isFinite);
-    }
-    for (const char* key : {"transformmatrix", "rotation", "orientation"}) {
-        checkNumbers(header, key, "an orientation", isFinite);
-    }
-    const std::string* const binary = header.find("binarydata");
-    if (binary != nullptr && lowerCase(*binary) == "false") {
-        throw InputError("its values are written as text, which is not supported");
-    }
-    const std::string* const name = header.find("elementdatafile");
-    if (name == nullptr) {
-        throw InputError("its header does not tell where its data are");
-    }
-    StoredData data = lowerCase(*name) == "local" ? dataIn(path, header.length)
-                                                  : dataIn(dataFile(path, *name), 0);
-    const std::string* const compressed = header.find("compresseddata");
-    if (compressed != nullptr && lowerCase(*compressed) == "true") {
-        data.compression = StoredData::Compression::deflated;
-    }
-    skipBytes(data, header.find("headersize"));
-    return {data, {}, header.hasAny({"offset", "position", "origin"})};
-}
-
-void checkNrrdUnits(const TextHeader& header)
-{
-    for (const char* key : {"units", "space units"}) {
-        const std::string* entry = header.find(key);
-        if (entry != nullptr && entry->find_first_not_of(" \"m") != std::string::npos) {
-            throw InputError("its lengths are in " + excerpt(*entry) + ", not in mm");
-        }
-    }
-}
-
-VolumeHeader checkNrrd(const std::string& path)
-{
-    const TextHeader header =
-        readTextHeader(path, ':', [](const std::string&, const std::string& line) {
-            return line.empty() || line == "\r" || line.starts_with("data file: ") ||
-                   line.starts_with("datafile: ");
-        });
-    checkNumbers(header, "dimension", "a number of dimensions",
-                 [](double count) { return isSize(count) && count <= mostDimensions; });
-    checkNumbers(header, "sizes", "a grid size", isSize);
-    requireOneOf(header, "spacings", "space directions");
-    checkNumbers(header, "spacings", "a voxel size", isPositive);
-    checkNrrdUnits(header);
-    const std::string* detached = header.find("data file");
-    detached = detached == nullptr ? header.find("datafile") : detached;
-    StoredData data =
-        detached == nullptr ? dataIn(path, header.length) : dataIn(dataFile(path, *detached), 0);
-    const std::string* const encoding = header.find("encoding");
-    const std::string name = encoding == nullptr ? "raw" : lowerCase(*encoding);
-    if (name == "gzip" || name == "gz") {
-        data.compression = StoredData::Compression::deflated;
-    } else if (name != "raw" || header.find("line skip") || header.find("lineskip")) {
-        throw InputError("its encoding \"" + excerpt(name) + "\" is not supported");
-    }
-    const std::string* const skip = header.find("byte skip");
-    skipBytes(data, skip == nullptr ? header.find("byteskip") : skip);
-    return {data, {}, header.hasAny({"space origin", "axis mins", "axismins"})};
+    return words;
 }
 
 } // namespace
 
-VolumeHeader checkVolumeHeader(const std::string& path, FileFormat format)
+std::optional<std::string_view> Lines::next()
 {
-    switch (format) {
-    case FileFormat::nrrd:
-        return checkNrrd(path);
-    case FileFormat::metaImage:
-        return checkMetaImage(path);
-    default:
-        return checkNiftiHeader(path);
+    if (position_ >= text_.size()) {
+        return {};
+    }
+    const auto end = std::min(text_.find('\n', position_), text_.size());
+    std::string_view line = text_.substr(position_, end - position_);
+    position_ = std::min(end + 1, text_.size());
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    return line;
+}
+
+void TextHeader::add(std::string_view key, std::string_view value)
+{
+    const auto [entry, isNew] = entries_.emplace(lowerCase(trimmed(key)), trimmed(value));
+    if (!isNew && entry->second != trimmed(value)) {
+        refuse("its header gives \"" + excerpt(entry->first) + "\" twice");
     }
 }
 
-} // namespace cli
+const std::string* TextHeader::find(std::string_view key) const
+{
+    const auto entry = entries_.find(key);
+    return entry == entries_.end() ? nullptr : &entry->second;
+}
+
+const std::string* TextHeader::findAny(std::initializer_list<std::string_view> keys) const
+{
+    const std::string* found = nullptr;
+    for (const std::string_view key : keys) {
+        const std::string* const entry = find(key);
+        if (entry != nullptr && found != nullptr && *entry != *found) {
+            refuse("its header gives \"" + std::string(*keys.begin()) +
+                   "\" twice, under two names");
+        }
+        found = entry == nullptr ? found : entry;
+    }
+    return found;
+}
+
+const std::string& TextHeader::need(std::string_view key) const
+{
+    const std::string* const entry = find(key);
+    if (entry == nullptr) {
+        refuse("its header has no \"" + std::string(key) + "\"");
+    }
+    return *entry;
+}
+
+bool TextHeader::isTrue(std::initializer_list<std::string_view> keys, bool otherwise) const
+{
+    const std::string* const entry = findAny(keys);
+    if (entry == nullptr) {
+        return otherwise;
+    }
+    const std::string word = lowerCase(*entry);
+    const bool isYes = word == "true" || word == "t" || word == "1" || word == "yes" || word == "y";
+    const bool isNo = word == "false" || word == "f" || word == "0" || word == "no" || word == "n";
+    if (!isYes && !isNo) {
+        refuse("its header gives \"" + std::string(*keys.begin()) + "\" as \"" + excerpt(*entry) +
+               "\" (accepted: True, False)");
+    }
+    return isYes;
+}
+
+void refuseEntry(const char* what, std::string_view entry)
+{
+    refuse("its header gives " + std::string(what) + " of \"" + excerpt(entry) + "\"");
+}
+
+std::vector<double> numbersOf(std::string_view entry, const char* what, std::size_t count)
+{
+    std::vector<double> numbers;
+    for (const std::string_view word : wordsOf(entry)) {
+        numbers.push_back(parseNumber(word));
+        if (!std::isfinite(numbers.back()) || numbers.size() > mostDimensions * mostDimensions) {
+            refuseEntry(what, entry);
+        }
+    }
+    if (numbers.empty() || (count != 0 && numbers.size() != count)) {
+        refuseEntry(what, entry);
+    }
+    return numbers;
+}
+
+std::vector<std::int64_t> wholeNumbersOf(std::string_view entry, const char* what,
+                                         std::size_t count)
+{
+    constexpr double largest = 9e15; // all whole numbers up to it are doubles
+    std::vector<std::int64_t> whole;
+    for (const double value : numbersOf(entry, what, count)) {
+        if (value != std::floor(value) || !(std::fabs(value) < largest)) {
+            refuseEntry(what, entry);
+        }
+        whole.push_back(static_cast<std::int64_t>(value));
+    }
+    return whole;
+}
+
+std::array<std::int64_t, 3> volumeSize(const std::vector<std::int64_t>& sizes)
+{
+    if (sizes.size() > mostDimensions) {
+        refuse("its header gives " + std::to_string(sizes.size()) + " dimensions");
+    }
+    const bool isVolume =
+        sizes.size() >= 3 &&
+        std::all_of(sizes.begin() + 3, sizes.end(), [](std::int64_t size) { return size == 1; });
+    if (!isVolume) {
+        refuse("is not three-dimensional but " + std::to_string(sizes.size()) + "-dimensional");
+    }
+    return {sizes[0], sizes[1], sizes[2]};
+}
+
+void checkDataFileName(const std::string& name)
+{
+    if (name.empty()) {
+        refuse("its header does not tell where its data are");
+    }
+    const std::string lower = lowerCase(name);
+    if (lower == "list" || lower.starts_with("list ") || name.find('%') != std::string::npos) {
+        refuse("its data are spread over several files; write them into one");
+    }
+}
+
+std::optional<double> millimetresOf(std::string_view unit)
+{
+    static const std::map<std::string, double, std::less<>> units = {{"mm", 1},
+                                                                     {"millimeter", 1},
+                                                                     {"millimeters", 1},
+                                                                     {"millimetre", 1},
+                                                                     {"millimetres", 1},
+                                                                     {"cm", 10},
+                                                                     {"centimeter", 10},
+                                                                     {"centimeters", 10},
+                                                                     {"centimetre", 10},
+                                                                     {"centimetres", 10},
+                                                                     {"m", 1000},
+                                                                     {"meter", 1000},
+                                                                     {"meters", 1000},
+                                                                     {"metre", 1000},
+                                                                     {"metres", 1000},
+                                                                     {"um", 1e-3},
+                                                                     {"\xC2\xB5m", 1e-3},
+                                                                     {"\xCE\xBCm", 1e-3},
+                                                                     {"micron", 1e-3},
+                                                                     {"microns", 1e-3},
+                                                                     {"micrometer", 1e-3},
+                                                                     {"micrometers", 1e-3},
+                                                                     {"micrometre", 1e-3},
+                                                                     {"micrometres", 1e-3}};
+    const auto found = units.find(lowerCase(trimmed(unit)));
+    return found == units.end() ? std::nullopt : std::optional(found->second);
+}
+
+} // namespace files

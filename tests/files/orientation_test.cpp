@@ -6,12 +6,12 @@
 #include <limits>
 #include <map>
 
-#include "failure.h"
-#include "orientation.h"
+#include "files/error.h"
+#include "files/orientation.h"
 
-using cli::Image;
-using cli::StoredGeometry;
-using cli::Vec3;
+using files::Image;
+using files::StoredGeometry;
+using files::Vec3;
 
 namespace
 {
@@ -128,7 +128,7 @@ TEST(Geometry, ImpossibleGridsAreRefused)
         add([=](StoredGeometry& grid) { grid.axes[0] = axis; });
     }
     for (std::size_t i = 0; i < grids.size(); ++i) {
-        EXPECT_THROW(checkGeometry(grids[i]), cli::InputError) << "case " << i;
+        EXPECT_THROW(checkGeometry(grids[i]), files::Refusal) << "case " << i;
     }
     StoredGeometry largest = plainGeometry();
     largest.size = {std::numeric_limits<std::int32_t>::max(), 1, 1};

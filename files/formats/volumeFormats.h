@@ -1,0 +1,27 @@
+/**
+ * @file volumeFormats.h
+ * The image formats that doses come in, one function each.
+ */
+#ifndef ZARNGI_FILES_FORMATS_VOLUMEFORMATS_H
+#define ZARNGI_FILES_FORMATS_VOLUMEFORMATS_H
+
+#include "files/readDose.h"
+
+namespace files
+{
+
+/** NRRD 1 to 5, attached or with one data file. @throws Refusal */
+DoseImage readNrrd(ByteView file, const FindFile& find, const Host& host);
+
+/** MetaImage, .mha or .mhd. @throws Refusal */
+DoseImage readMetaImage(ByteView file, const FindFile& find, const Host& host);
+
+/**
+ * NIfTI-1 and NIfTI-2: one file, packed by gzip or not, or the header of a pair, whose data file
+ * `find` gets for the name "" (a pair is told by the names of its files). @throws Refusal
+ */
+DoseImage readNifti(ByteView file, const FindFile& find, const Host& host);
+
+} // namespace files
+
+#endif

@@ -1,0 +1,180 @@
+#include "files/sourceFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "files/error.h"
+#include "files/fileFormat.h"
+#include "files/text.h"
+
+namespace files
+{
+
+namespace
+{
+
+constexpr std::size_t beginningBytes = 1 << 16;
+
+[[noreturn]] void refuseSystem(const std::string& sentence, int error)
+{
+    throw Refusal({FileError::Kind::system, sentence, error});
+}
+
+/** As much of a path as a sentence shows. */
+std::string nameOf(const std::string& path)
+{
+    return excerpt(std::filesystem::path(path).filename().string());
+}
+
+/** The path without one of the endings, in any case, or nothing where it has none of them. */
+std::optional<std::string> stemOf(const std::string& path,
+                                  std::initializer_list<std::string_view> endings)
+{
+    for (const std::string_view ending : endings) {
+        if (lowerCase(path).ends_with(ending)) {
+            return path.substr(0, path.size() - ending.size());
+        }
+    }
+    return {};
+}
+
+std::optional<std::string> firstThatIsThere(const std::string& stem,
+                                            std::initializer_list<const char*> endings)
+{
+    std::error_code error;
+    for (const char* const ending : endings) {
+        if (std::filesystem::exists(stem + ending, error)) {
+            return stem + ending;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+SourceFile::SourceFile(const std::string& path)
+{
+    file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (file_ < 0) {
+        const int error = errno;
+        refuseSystem(error == ENOENT ? "no such file"
+                                     : std::string("cannot be opened: ") + std::strerror(error),
+                     error);
+    }
+    struct stat status {
+    };
+    fstat(file_, &status);
+    if (S_ISREG(status.st_mode)) {
+        told_ = static_cast<std::size_t>(status.st_size);
+    } else if (!S_ISFIFO(status.st_mode)) {
+        close(file_);
+        refuseSystem(S_ISDIR(status.st_mode) ? "is a folder, not a dose file"
+                                             : "is a device, not a dose file",
+                     S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    }
+}
+
+SourceFile::~SourceFile()
+{
+    close(file_);
+}
+
+std::size_t SourceFile::fill(std::span<unsigned char> room) const
+{
+    std::size_t done = 0;
+    while (done < room.size()) {
+        const ssize_t count = read(file_, room.data() + done, room.size() - done);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            refuseSystem(std::string("cannot be read: ") + std::strerror(errno), errno);
+        }
+        if (count == 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+Bytes SourceFile::readBeginning()
+{
+    Bytes beginning(beginningBytes);
+    beginning.shorten(fill(beginning.room()));
+    return beginning;
+}
+
+Bytes SourceFile::readRest(Bytes beginning)
+{
+    if (beginning.size() < beginningBytes) {
+        return beginning;
+    }
+    // One byte more than the file has shows its end.
+    std::size_t size = std::max(told_ + 1, 2 * beginning.size());
+    for (Bytes all = std::move(beginning);; size *= 2) {
+        Bytes larger(size);
+        std::copy_n(all.data(), all.size(), larger.data());
+        const std::size_t filled = all.size() + fill(larger.room().subspan(all.size()));
+        larger.shorten(filled);
+        if (filled < size) {
+            return larger;
+        }
+        all = std::move(larger);
+    }
+}
+
+Bytes readDataFile(const std::string& path)
+{
+    try {
+        SourceFile source(path);
+        return source.readRest(source.readBeginning());
+    } catch (const Refusal& refusal) {
+        const FileError& error = refusal.error();
+        const bool isMissing = error.systemError == ENOENT;
+        refuse("its data file " + nameOf(path) +
+               (isMissing ? " is missing" : " " + error.sentence));
+    }
+}
+
+std::string pathBeside(const std::string& header, const std::string& name)
+{
+    if (name.find('\0') != std::string::npos) {
+        refuse("its data file " + excerpt(name) + " is missing");
+    }
+    return (std::filesystem::path(header).parent_path() / name).string();
+}
+
+std::optional<std::string> headerOfPair(const std::string& path)
+{
+    const std::optional<std::string> stem = stemOf(path, {".img", ".img.gz"});
+    if (!stem) {
+        return {};
+    }
+    const std::optional<std::string> header = firstThatIsThere(*stem, {".hdr", ".hdr.gz", ".HDR"});
+    if (!header) {
+        return {};
+    }
+    // A packed header is told by its name alone: nothing else comes as .hdr.gz.
+    const Bytes beginning = SourceFile(*header).readBeginning();
+    const bool isPair =
+        header->ends_with(".gz") || identifiedFormat(beginning.view()) == FileFormat::nifti;
+    return isPair ? header : std::nullopt;
+}
+
+std::string dataOfPair(const std::string& header)
+{
+    const std::optional<std::string> stem = stemOf(header, {".hdr", ".hdr.gz"});
+    if (!stem) {
+        refuse("is the header of a NIfTI pair but not named .hdr, which tells where its data are");
+    }
+    const std::optional<std::string> data = firstThatIsThere(*stem, {".img", ".img.gz", ".IMG"});
+    return data.value_or(*stem + ".img");
+}
+
+} // namespace files

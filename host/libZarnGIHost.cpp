@@ -1,0 +1,276 @@
+#include "libZarnGIHost.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "files/readDose.h"
+#include "files/writeVolume.h"
+#include "files/zlibDeflate.h"
+
+struct zarnGIHost_Dose {
+    files::DoseImage image;
+};
+
+namespace
+{
+
+using files::FileError;
+
+int report(const FileError& failure, zarnGIHost_Error* error)
+{
+    if (error != nullptr) {
+        error->systemError = failure.systemError;
+        const std::size_t length =
+            std::min<std::size_t>(failure.sentence.size(), ZARNGI_HOST_SENTENCE_SIZE - 1);
+        std::copy_n(failure.sentence.data(), length, error->sentence);
+        error->sentence[length] = '\0';
+    }
+    switch (failure.kind) {
+    case FileError::Kind::system:
+        return ZARNGI_HOST_SYSTEM;
+    case FileError::Kind::outOfMemory:
+        return ZARNGI_HOST_NO_MEMORY;
+    case FileError::Kind::refused:
+        break;
+    }
+    return ZARNGI_HOST_REFUSED;
+}
+
+int refuseArgument(const char* sentence, zarnGIHost_Error* error)
+{
+    report({FileError::Kind::refused, sentence}, error);
+    return ZARNGI_HOST_BAD_ARGUMENT;
+}
+
+/** Runs a function of this interface: no exception crosses it. */
+template <class Call> int guarded(zarnGIHost_Error* error, const Call& call) noexcept
+{
+    try {
+        return call();
+    } catch (...) {
+        static const FileError outOfMemory{FileError::Kind::outOfMemory, "does not fit"};
+        return report(outOfMemory, error);
+    }
+}
+
+int hand(files::Result<files::DoseImage> result, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
+{
+    if (!result) {
+        return report(result.error(), error);
+    }
+    *dose = new zarnGIHost_Dose{std::move(*result)};
+    return ZARNGI_HOST_OK;
+}
+
+files::FindFile finder(zarnGIHost_FindFile find, void* context)
+{
+    return [find, context](const std::string& name) -> files::Result<files::Bytes> {
+        std::size_t size = 0;
+        const void* const contents = find == nullptr ? nullptr : find(name.c_str(), context, &size);
+        if (contents == nullptr) {
+            return FileError{FileError::Kind::refused, "its data file is missing"};
+        }
+        files::Bytes bytes(size);
+        std::memcpy(bytes.data(), contents, size);
+        return bytes;
+    };
+}
+
+using Kind = files::ValueFormat::Kind;
+
+constexpr std::array<files::ValueFormat, 10> valueFormats = {{{Kind::unsignedInteger, 1},
+                                                              {Kind::signedInteger, 1},
+                                                              {Kind::unsignedInteger, 2},
+                                                              {Kind::signedInteger, 2},
+                                                              {Kind::unsignedInteger, 4},
+                                                              {Kind::signedInteger, 4},
+                                                              {Kind::unsignedInteger, 8},
+                                                              {Kind::signedInteger, 8},
+                                                              {Kind::floatingPoint, 4},
+                                                              {Kind::floatingPoint, 8}}};
+
+bool isGrid(const zarnGIHost_Volume& volume)
+{
+    std::int64_t voxels = 1;
+    for (int i = 0; i < 3; ++i) {
+        const int size = volume.size[i];
+        const bool fits = size >= 1 && size <= std::numeric_limits<std::int32_t>::max() / voxels;
+        if (!fits || !(volume.spacing[i] > 0 && std::isfinite(volume.spacing[i])) ||
+            !std::isfinite(volume.origin[i])) {
+            return false;
+        }
+        voxels *= size;
+    }
+    return true;
+}
+
+files::Result<files::Bytes> encode(files::VolumeFormat format, const zarnGIHost_Volume& volume)
+{
+    files::Geometry geometry{};
+    std::copy_n(volume.size, 3, geometry.size.begin());
+    std::copy_n(volume.spacing, 3, geometry.spacing.begin());
+    std::copy_n(volume.origin, 3, geometry.origin.begin());
+    const files::ValueFormat& values = valueFormats[static_cast<std::size_t>(volume.type)];
+    const auto* const bytes = static_cast<const unsigned char*>(volume.values);
+    return files::encodeVolume(format, geometry, values, {bytes, geometry.voxels() * values.bytes},
+                               files::zlibDeflate());
+}
+
+/** Encodes a volume and hands the file to `use`. */
+template <class Use>
+int encodeFor(const char* name, const zarnGIHost_Volume* volume, zarnGIHost_Error* error,
+              const Use& use)
+{
+    if (name == nullptr || volume == nullptr || volume->values == nullptr) {
+        return refuseArgument("a required pointer is null", error);
+    }
+    const auto format = files::volumeFormatOf(name);
+    if (!format) {
+        return refuseArgument("does not end in .mha, .nrrd, .nii or .nii.gz", error);
+    }
+    const bool isType = volume->type >= 0 && volume->type < static_cast<int>(valueFormats.size());
+    if (!isType || !isGrid(*volume)) {
+        return refuseArgument(isType ? "has a grid that cannot be" : "has an unknown type", error);
+    }
+    return guarded(error, [&] {
+        const files::Result<files::Bytes> encoded = encode(*format, *volume);
+        return encoded ? use(*encoded) : report(encoded.error(), error);
+    });
+}
+
+} // namespace
+
+int zarnGIHost_readDose(const char* path, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
+{
+    if (path == nullptr || dose == nullptr) {
+        return refuseArgument("a required pointer is null", error);
+    }
+    *dose = nullptr;
+    return guarded(error, [&] {
+        return hand(files::readDoseFile(path, {files::zlibDeflate()}), dose, error);
+    });
+}
+
+int zarnGIHost_readDoseFromMemory(const void* contents, size_t size, zarnGIHost_FindFile find,
+                                  void* context, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
+{
+    if (contents == nullptr || dose == nullptr) {
+        return refuseArgument("a required pointer is null", error);
+    }
+    *dose = nullptr;
+    return guarded(error, [&] {
+        const files::ByteView file(static_cast<const unsigned char*>(contents), size);
+        return hand(files::readDose(file, finder(find, context), {files::zlibDeflate()}), dose,
+                    error);
+    });
+}
+
+void zarnGIHost_freeDose(zarnGIHost_Dose* dose)
+{
+    delete dose;
+}
+
+int zarnGIHost_getGrid(const zarnGIHost_Dose* dose, int size[3], double spacing[3],
+                       double origin[3])
+{
+    if (dose == nullptr || size == nullptr || spacing == nullptr || origin == nullptr) {
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+    const files::Geometry& geometry = dose->image.image.geometry;
+    std::copy_n(geometry.size.begin(), 3, size);
+    std::copy_n(geometry.spacing.begin(), 3, spacing);
+    std::copy_n(geometry.origin.begin(), 3, origin);
+    return ZARNGI_HOST_OK;
+}
+
+const float* zarnGIHost_getDoses(const zarnGIHost_Dose* dose)
+{
+    return dose == nullptr ? nullptr : dose->image.image.values.data();
+}
+
+int zarnGIHost_getFact(const zarnGIHost_Dose* dose, int fact)
+{
+    if (dose == nullptr) {
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+    switch (fact) {
+    case ZARNGI_HOST_IS_RELATIVE:
+        return dose->image.isRelative ? 1 : 0;
+    case ZARNGI_HOST_TELLS_POSITION:
+        return dose->image.tellsPosition ? 1 : 0;
+    case ZARNGI_HOST_TELLS_ORIENTATION:
+        return dose->image.tellsOrientation ? 1 : 0;
+    case ZARNGI_HOST_IS_DICOM:
+        return dose->image.dicom ? 1 : 0;
+    default:
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+}
+
+const char* zarnGIHost_getText(const zarnGIHost_Dose* dose, int text)
+{
+    static const files::DicomIdentity nothing;
+    // The order of enum zarnGIHost_Text.
+    static constexpr std::array<std::string files::DicomIdentity::*, 12> texts = {
+        &files::DicomIdentity::modality,          &files::DicomIdentity::summationType,
+        &files::DicomIdentity::doseType,          &files::DicomIdentity::planLabel,
+        &files::DicomIdentity::seriesDescription, &files::DicomIdentity::doseComment,
+        &files::DicomIdentity::manufacturer,      &files::DicomIdentity::frameOfReference,
+        &files::DicomIdentity::sopInstance,       &files::DicomIdentity::patientName,
+        &files::DicomIdentity::patientId,         &files::DicomIdentity::patientBirthDate};
+    if (dose == nullptr || text < ZARNGI_HOST_FORMAT || text > ZARNGI_HOST_PATIENT_BIRTH_DATE) {
+        return nullptr;
+    }
+    if (text == ZARNGI_HOST_FORMAT) {
+        return dose->image.format.c_str();
+    }
+    if (text == ZARNGI_HOST_DATA_PATH) {
+        return dose->image.dataPath.c_str();
+    }
+    const files::DicomIdentity& identity = dose->image.dicom ? *dose->image.dicom : nothing;
+    return (identity.*texts[static_cast<std::size_t>(text - ZARNGI_HOST_MODALITY)]).c_str();
+}
+
+const char* zarnGIHost_getWarning(const zarnGIHost_Dose* dose, size_t index)
+{
+    const bool isThere = dose != nullptr && index < dose->image.warnings.size();
+    return isThere ? dose->image.warnings[index].c_str() : nullptr;
+}
+
+int zarnGIHost_encodeVolume(const char* name, const zarnGIHost_Volume* volume,
+                            zarnGIHost_Bytes* bytes, zarnGIHost_Error* error)
+{
+    if (bytes == nullptr) {
+        return refuseArgument("a required pointer is null", error);
+    }
+    return encodeFor(name, volume, error, [&](const files::Bytes& file) {
+        auto* const data = static_cast<unsigned char*>(std::malloc(file.size()));
+        if (data == nullptr) {
+            return report({FileError::Kind::outOfMemory, "does not fit in memory"}, error);
+        }
+        std::memcpy(data, file.view().data(), file.size());
+        *bytes = {data, file.size()};
+        return static_cast<int>(ZARNGI_HOST_OK);
+    });
+}
+
+void zarnGIHost_freeBytes(zarnGIHost_Bytes* bytes)
+{
+    if (bytes != nullptr) {
+        std::free(bytes->data);
+        *bytes = {nullptr, 0};
+    }
+}
+
+int zarnGIHost_writeVolume(const char* path, const zarnGIHost_Volume* volume,
+                           zarnGIHost_Error* error)
+{
+    return encodeFor(path, volume, error, [&](const files::Bytes& file) {
+        const files::Result<bool> written = files::writeWhole(path, file.view());
+        return written ? static_cast<int>(ZARNGI_HOST_OK) : report(written.error(), error);
+    });
+}

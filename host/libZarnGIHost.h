@@ -1,0 +1,196 @@
+/**
+ * @file libZarnGIHost.h
+ * What programs around libZarnGI share: reading and writing dose files. C11.
+ *
+ * The command-line program `zarngi` and the Python package `zarngi` read through these functions,
+ * or through the same sources, so a file gives the same doses in both or the same sentence.
+ *
+ * Every function may be called by several threads at once, on different doses. Nothing is printed,
+ * no process is started, no state is kept between calls. Lengths are in mm, doses in Gy.
+ * Coordinates are those of the patient: x to the left, y to the back, z to the head.
+ */
+#ifndef ZARNGI_HOST_LIBZARNGIHOST_H
+#define ZARNGI_HOST_LIBZARNGIHOST_H
+
+#include <stddef.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define ZARNGI_HOST_API __attribute__((visibility("default")))
+
+/** What the functions return. */
+enum zarnGIHost_Status {
+    ZARNGI_HOST_OK = 0,
+    ZARNGI_HOST_REFUSED = -1,   /**< the contents: damaged, not supported, or no dose */
+    ZARNGI_HOST_SYSTEM = -2,    /**< a file cannot be opened, read or written; see `systemError` */
+    ZARNGI_HOST_NO_MEMORY = -3, /**< it does not fit in memory */
+    ZARNGI_HOST_BAD_ARGUMENT = -4 /**< a null pointer, or a number out of its range */
+};
+
+#define ZARNGI_HOST_SENTENCE_SIZE 1024
+
+/** Why a function failed. */
+struct zarnGIHost_Error {
+    int systemError; /**< errno of ZARNGI_HOST_SYSTEM, else 0 */
+    /** One line that continues "FILE: ", without a full stop: "is cut short". */
+    char sentence[ZARNGI_HOST_SENTENCE_SIZE];
+};
+
+/** A dose read from a file; the caller frees it with zarnGIHost_freeDose(). */
+struct zarnGIHost_Dose;
+
+/** A block of bytes that the caller frees with zarnGIHost_freeBytes(). */
+struct zarnGIHost_Bytes {
+    unsigned char* data;
+    size_t size;
+};
+
+/**
+ * Reads a dose file: DICOM RT Dose, NRRD, MetaImage or NIfTI, told by its contents. A data file
+ * that a header names is read from beside it; a pipe is read to its end.
+ *
+ * @param path  the file.
+ * @param dose  [out] the dose; null unless ZARNGI_HOST_OK is returned.
+ * @param error [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED, ZARNGI_HOST_SYSTEM, ZARNGI_HOST_NO_MEMORY or
+ *         ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_readDose(const char* path, struct zarnGIHost_Dose** dose,
+                                        struct zarnGIHost_Error* error);
+
+/**
+ * Fetches a file that a header names.
+ * @param name    as it stands in the header; empty for the data file of a NIfTI pair.
+ * @param context as it was given with the function.
+ * @param size    [out] bytes of the file.
+ * @return its contents, which must stay as they are until the reading ends; null: not there.
+ */
+typedef const void* (*zarnGIHost_FindFile)(const char* name, void* context, size_t* size);
+
+/**
+ * Reads a dose from the contents of a file in memory.
+ *
+ * @param contents the file.
+ * @param size     its bytes.
+ * @param find     fetches the files that it names; null: there are none.
+ * @param context  handed to `find`.
+ * @param dose     [out] as of zarnGIHost_readDose().
+ * @param error    [out] likewise.
+ * @return as zarnGIHost_readDose().
+ */
+ZARNGI_HOST_API int zarnGIHost_readDoseFromMemory(const void* contents, size_t size,
+                                                  zarnGIHost_FindFile find, void* context,
+                                                  struct zarnGIHost_Dose** dose,
+                                                  struct zarnGIHost_Error* error);
+
+/** Frees a dose; null is allowed. */
+ZARNGI_HOST_API void zarnGIHost_freeDose(struct zarnGIHost_Dose* dose);
+
+/**
+ * The grid of a dose.
+ * @param size    [out] voxels along x, y, z.
+ * @param spacing [out] mm.
+ * @param origin  [out] mm, centre of the first voxel.
+ * @return ZARNGI_HOST_OK or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_getGrid(const struct zarnGIHost_Dose* dose, int size[3],
+                                       double spacing[3], double origin[3]);
+
+/** The doses, x fastest; they live as long as the dose. Null only for null. */
+ZARNGI_HOST_API const float* zarnGIHost_getDoses(const struct zarnGIHost_Dose* dose);
+
+/** What is true of a dose or not. */
+enum zarnGIHost_Fact {
+    ZARNGI_HOST_IS_RELATIVE = 0,       /**< doses relative to a value that the file does not tell */
+    ZARNGI_HOST_TELLS_POSITION = 1,    /**< else the first voxel is put at 0, 0, 0 */
+    ZARNGI_HOST_TELLS_ORIENTATION = 2, /**< else the axes are taken for the patient's */
+    ZARNGI_HOST_IS_DICOM = 3
+};
+
+/** @return 1 or 0, or ZARNGI_HOST_BAD_ARGUMENT. */
+ZARNGI_HOST_API int zarnGIHost_getFact(const struct zarnGIHost_Dose* dose, int fact);
+
+/** Texts of a dose. All but the first two are those of DICOM elements. */
+enum zarnGIHost_Text {
+    ZARNGI_HOST_FORMAT = 0,    /**< "DICOM RT Dose", "NRRD", "MetaImage" or "NIfTI" */
+    ZARNGI_HOST_DATA_PATH = 1, /**< path of the file with the values */
+    ZARNGI_HOST_MODALITY = 2,
+    ZARNGI_HOST_SUMMATION_TYPE = 3,
+    ZARNGI_HOST_DOSE_TYPE = 4,
+    ZARNGI_HOST_PLAN_LABEL = 5,
+    ZARNGI_HOST_SERIES_DESCRIPTION = 6,
+    ZARNGI_HOST_DOSE_COMMENT = 7,
+    ZARNGI_HOST_MANUFACTURER = 8,
+    ZARNGI_HOST_FRAME_OF_REFERENCE = 9,
+    ZARNGI_HOST_SOP_INSTANCE = 10,
+    ZARNGI_HOST_PATIENT_NAME = 11,
+    ZARNGI_HOST_PATIENT_ID = 12,
+    ZARNGI_HOST_PATIENT_BIRTH_DATE = 13
+};
+
+/** A text; empty where the file does not tell it. Lives as long as the dose. Null if there is none.
+ */
+ZARNGI_HOST_API const char* zarnGIHost_getText(const struct zarnGIHost_Dose* dose, int text);
+
+/**
+ * What was taken for granted while reading.
+ * @param index from 0 on.
+ * @return a line that continues "FILE: ", or null behind the last one.
+ */
+ZARNGI_HOST_API const char* zarnGIHost_getWarning(const struct zarnGIHost_Dose* dose, size_t index);
+
+/** Types of the values that are written. */
+enum zarnGIHost_Type {
+    ZARNGI_HOST_UINT8 = 0,
+    ZARNGI_HOST_INT8 = 1,
+    ZARNGI_HOST_UINT16 = 2,
+    ZARNGI_HOST_INT16 = 3,
+    ZARNGI_HOST_UINT32 = 4,
+    ZARNGI_HOST_INT32 = 5,
+    ZARNGI_HOST_UINT64 = 6,
+    ZARNGI_HOST_INT64 = 7,
+    ZARNGI_HOST_FLOAT = 8,
+    ZARNGI_HOST_DOUBLE = 9
+};
+
+/** A grid of values to write. */
+struct zarnGIHost_Volume {
+    int size[3];        /**< voxels along x, y, z; 1 and up, fewer than 2^31 in all */
+    double spacing[3];  /**< mm, above 0 */
+    double origin[3];   /**< mm, centre of the first voxel */
+    int type;           /**< of enum zarnGIHost_Type */
+    const void* values; /**< x fastest, in the byte order of this machine */
+};
+
+/**
+ * The contents of a volume file.
+ *
+ * @param name   a file name whose ending tells the format: .mha, .nrrd, .nii or .nii.gz.
+ * @param volume the values.
+ * @param bytes  [out] the file; unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error  [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (what the format cannot hold), ZARNGI_HOST_NO_MEMORY
+ *         or ZARNGI_HOST_BAD_ARGUMENT (an unknown ending or type, a grid out of range).
+ */
+ZARNGI_HOST_API int zarnGIHost_encodeVolume(const char* name,
+                                            const struct zarnGIHost_Volume* volume,
+                                            struct zarnGIHost_Bytes* bytes,
+                                            struct zarnGIHost_Error* error);
+
+/** Frees the bytes and sets them to none; null is allowed. */
+ZARNGI_HOST_API void zarnGIHost_freeBytes(struct zarnGIHost_Bytes* bytes);
+
+/**
+ * Writes a volume file: under a temporary name beside `path`, renamed when it is whole.
+ * @return as zarnGIHost_encodeVolume(), and ZARNGI_HOST_SYSTEM.
+ */
+ZARNGI_HOST_API int zarnGIHost_writeVolume(const char* path, const struct zarnGIHost_Volume* volume,
+                                           struct zarnGIHost_Error* error);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
