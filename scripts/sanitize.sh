@@ -8,7 +8,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 jobs=${1:-2}
-export UBSAN_OPTIONS=print_stacktrace=1 LSAN_OPTIONS=print_suppressions=0:suppressions=$PWD/tests/lsan.supp
+export UBSAN_OPTIONS=print_stacktrace=1
 
 if [ "${2:-}" = quick ]; then
     for preset in asan tsan; do

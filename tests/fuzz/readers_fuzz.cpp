@@ -1,22 +1,20 @@
-// Files of random contents given to the readers of the command-line program. Each ends in a dose
-// that holds together or in one clear line of the program's own.
-#include <unistd.h>
-
+// Files of random contents given to the readers. Each ends in a dose that holds together or in one
+// clear line of the readers' own, and memory in proportion to the file.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
 
-#include "failure.h"
-#include "readDose.h"
+#include "files/readDose.h"
+#include "files/zlibDeflate.h"
 
 namespace
 {
+
+constexpr std::size_t companionBytes = 600;
 
 void require(bool condition, const char* what, const std::string& text = {})
 {
@@ -26,42 +24,37 @@ void require(bool condition, const char* what, const std::string& text = {})
     }
 }
 
-/** A folder for the files, in memory where the system has such a place; removed at the end. */
-class Folder
+/** For headers that name their data: one file, whatever its name. */
+files::Result<files::Bytes> findFile(const std::string& name)
 {
-public:
-    Folder()
-    {
-        const bool hasMemory = access("/dev/shm", W_OK) == 0;
-        std::string pattern = hasMemory ? "/dev/shm/zarngi-fuzz-XXXXXX" : "/tmp/zarngi-fuzz-XXXXXX";
-        require(mkdtemp(pattern.data()) != nullptr, "a folder for the files");
-        path_ = pattern;
-        // For headers that name their data: the one file that lies beside them.
-        write("dose.raw", std::string(600, '\x3f'));
+    if (name == "absent.raw") {
+        return files::FileError{files::FileError::Kind::refused, "its data file is missing"};
     }
-    ~Folder() { std::filesystem::remove_all(path_); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
+    files::Bytes bytes(companionBytes);
+    std::fill_n(bytes.data(), companionBytes, static_cast<unsigned char>('\x3f'));
+    return bytes;
+}
 
-    std::string write(const std::string& name, std::string_view contents) const
-    {
-        std::string path = path_ + "/" + name;
-        std::ofstream(path, std::ios::binary)
-            .write(contents.data(), static_cast<std::streamsize>(contents.size()));
-        return path;
+/** Stands for a decoder of JPEG families: as many bytes as are asked for. */
+files::Result<files::Bytes> unpackPixels(files::ByteView, std::size_t bytes)
+{
+    constexpr std::size_t most = 1 << 20;
+    if (bytes > most) {
+        return files::FileError{files::FileError::Kind::refused, "cannot be unpacked"};
     }
+    files::Bytes pixels(bytes);
+    std::fill_n(pixels.data(), bytes, static_cast<unsigned char>(1));
+    return pixels;
+}
 
-private:
-    std::string path_;
-};
-
-void checkDose(const cli::DoseImage& dose, std::size_t fileBytes)
+void checkDose(const files::DoseImage& dose, std::size_t fileBytes)
 {
     constexpr std::size_t bestCompression = 1032;
-    constexpr std::size_t rawBytes = 600;
-    const cli::Image& image = dose.image;
+    constexpr std::size_t mostOfDecoder = 1 << 20;
+    const files::Image& image = dose.image;
     require(image.values.size() == image.geometry.voxels(), "a value per voxel");
-    require(image.values.size() <= std::max(rawBytes, fileBytes * bestCompression),
+    const std::size_t most = (companionBytes + fileBytes) * bestCompression;
+    require(image.values.size() <= std::max(most, dose.dicom ? mostOfDecoder : 0),
             "no voxel that the file does not tell");
     for (const float value : image.values) {
         require(std::isfinite(value), "doses are numbers");
@@ -73,30 +66,30 @@ void checkDose(const cli::DoseImage& dose, std::size_t fileBytes)
     }
 }
 
-void checkRefusal(const std::string& text, const std::string& path)
+void checkLine(const std::string& text)
 {
     constexpr std::size_t longest = 500;
     const auto isControl = [](unsigned char c) { return c < ' ' || c == 0x7F; };
-    require(text.starts_with(path + ": "), "the file is named", text);
-    require(std::none_of(text.begin(), text.end(), isControl), "one line", text);
-    require(text.size() < path.size() + longest, "a short line", text);
-    // What readDose() says of exceptions that it does not know, and when memory is used up.
-    require(!text.starts_with(path + ": cannot be read: "), "an error of our own", text);
-    require(!text.starts_with(path + ": does not fit"), "small files fit in memory", text);
+    require(!text.empty() && std::none_of(text.begin(), text.end(), isControl), "one line", text);
+    require(text.size() < longest, "a short line", text);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
-    static const Folder folder;
-    const std::string_view contents(reinterpret_cast<const char*>(bytes), size);
-    const bool isZipped = contents.starts_with("\x1f\x8b");
-    const std::string path = folder.write(isZipped ? "dose.nii.gz" : "dose.nii", contents);
-    try {
-        checkDose(cli::readDose(path), size);
-    } catch (const cli::InputError& error) {
-        checkRefusal(error.what(), path);
+    const files::Host host{files::zlibDeflate(), unpackPixels};
+    const files::Result<files::DoseImage> dose = files::readDose({bytes, size}, findFile, host);
+    if (!dose) {
+        checkLine(dose.error().sentence);
+        require(dose.error().kind == files::FileError::Kind::refused,
+                "small files fit in memory, and errors are the readers' own",
+                dose.error().sentence);
+        return 0;
+    }
+    checkDose(*dose, size);
+    for (const std::string& warning : dose->warnings) {
+        checkLine(warning);
     }
     return 0;
 }

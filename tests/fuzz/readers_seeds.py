@@ -6,10 +6,16 @@ import sys
 import zlib
 from pathlib import Path
 
+import nibabel
 import numpy
+import pydicom
 from pydicom.dataset import Dataset
 from pydicom.sequence import Sequence
-from pydicom.uid import ImplicitVRLittleEndian
+from pydicom.uid import (
+    DeflatedExplicitVRLittleEndian,
+    ExplicitVRBigEndian,
+    ImplicitVRLittleEndian,
+)
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cli"))
 
@@ -32,7 +38,12 @@ def write_metaimages(folder, dose):
                     CompressedDataSize=str(len(packed)))
     doses.write_mha(folder / "turned.mha", dose, TransformMatrix="0 0 1 0 1 0 -1 0 0")
     doses.write_mha(folder / "at_end.mha", dose, HeaderSize="-1")
-    # The fuzzer keeps a file of this name beside the one that it makes up.
+    doses.write_mha(folder / "long.mha", dose, dose.values.astype("<i4").tobytes(),
+                    ElementType="MET_LONG", DistanceUnits="cm",
+                    ElementToIntensityFunctionSlope="0.5")
+    doses.write_mha(folder / "text.mha", dose, b" ".join(b"%d" % i for i in range(24)),
+                    BinaryData="False", ElementType="MET_UCHAR")
+    # The fuzzer gives a file of its own for any name.
     (folder / "detached.mhd").write_bytes(doses.meta_header(dose, "dose.raw"))
 
 
@@ -45,6 +56,13 @@ def write_nrrds(folder, dose):
                      type="ushort", endian="big", byte_skip="0")
     doses.write_nrrd(folder / "ras.nrrd", dose, space="right-anterior-superior",
                      space_units='"mm" "mm" "mm"')
+    doses.write_nrrd(folder / "text.nrrd", dose, b" ".join(b"%d" % i for i in range(24)),
+                     encoding="ascii", type="int", sample_units="cGy")
+    doses.write_nrrd(folder / "skips.nrrd", dose, b"one\n\n  " + dose.values.tobytes(),
+                     line_skip="2", byte_skip="2", dimension="4", sizes="1 4 3 2", kinds=None,
+                     space_directions="none (2,0,0) (0,2,0) (0,0,2)")
+    doses.write_nrrd(folder / "centerings.nrrd", dose, **WITHOUT_SPACE, spacings="2.5 2 3",
+                     axis_mins="1 2 3", centerings="node cell ???", units='"mm" "cm" ""')
     header = doses.nrrd_header(dose, data_file="dose.raw")
     (folder / "detached.nhdr").write_bytes(header)
 
@@ -55,6 +73,14 @@ def write_niftis(folder, dose):
     packed = (folder / "packed.nii.gz").read_bytes()
     (folder / "packed.nii.gz").write_bytes(gzip.compress(gzip.decompress(packed), mtime=0))
     doses.patch_nifti(folder / "qform.nii", 252, "h", 1, 0)
+    image = nibabel.Nifti1Image(dose.values.T, numpy.diag([-2.5, -2, 3, 1]))
+    (folder / "two.nii").write_bytes(nibabel.Nifti2Image.from_image(image).to_bytes())
+    nibabel.save(nibabel.Nifti1Pair(dose.values.T, numpy.diag([-2.5, -2, 3, 1])),
+                 folder / "pair.hdr")
+    (folder / "pair.img").unlink()
+    header = image.header.as_byteswapped(">")
+    swapped = nibabel.Nifti1Image(dose.values.T, image.affine, header)
+    (folder / "swapped.nii").write_bytes(swapped.to_bytes())
 
 
 def write_dicoms(folder, dose):
@@ -80,6 +106,14 @@ def write_dicoms(folder, dose):
         elements = {**fixed, "ReferencedRTPlanSequence": sequence}
         doses.write_dicom(folder / f"{name}.dcm", dose, DicomStyle(elements=elements))
     preamble_and_meta = (folder / "implicit.dcm").read_bytes().index(b"\x08\x00\x16\x00")
+    (folder / "packed.dcm.gz").write_bytes(
+        gzip.compress((folder / "plain.dcm").read_bytes(), mtime=0))
+    data = pydicom.dcmread(folder / "plain.dcm")
+    for name, syntax in (("deflated", DeflatedExplicitVRLittleEndian),
+                         ("big", ExplicitVRBigEndian)):
+        data.file_meta.TransferSyntaxUID = syntax
+        data.is_little_endian = syntax != ExplicitVRBigEndian
+        data.save_as(folder / f"{name}.dcm")
     (folder / "bare.dcm").write_bytes((folder / "implicit.dcm").read_bytes()[preamble_and_meta:])
 
 

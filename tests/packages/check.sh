@@ -26,8 +26,8 @@ for expected in "$here"/contents/*.txt; do
     name=$(basename "$expected" .txt)
     echo "== $name"
     package=$(find "$packages" -maxdepth 1 -name "${name}_*.deb")
-    # Built for one architecture, the Python package carries the library inside.
-    described "$package" | grep -v ' usr/lib/python3/dist-packages/zarngi/lib/libZarnGI.so$' |
+    # Built for one architecture, the Python package carries the libraries inside.
+    described "$package" | grep -v ' usr/lib/python3/dist-packages/zarngi/lib/libZarnGI.*\.so' |
         diff "$expected" - || failed=1
 done
 if [ $failed != 0 ]; then
@@ -35,5 +35,7 @@ if [ $failed != 0 ]; then
     exit 1
 fi
 dpkg-deb --info "$packages"/libzarngi4_*.deb shlibs | grep -x 'libZarnGI 4 libzarngi4 (>= 4\.1.*)'
+dpkg-deb --info "$packages"/libzarngihost1_*.deb shlibs |
+    grep -x 'libZarnGIHost 1 libzarngihost1 (>= 4\.1.*)'
 "$here/use.sh" runtime "$root"
 "$here/use.sh" development "$root"

@@ -10,7 +10,7 @@ root=$1
 packages=$2
 here=$(cd "$(dirname "$0")" && pwd)
 place=/opt/zarngi-packages
-kept="libzarngi4 zarngi python3-zarngi libzarngi-dev"
+kept="libzarngi4 libzarngihost1 zarngi python3-zarngi libzarngi-dev"
 
 inside() {
     chroot "$root" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 \
@@ -31,7 +31,7 @@ inside apt-get update -q >/dev/null
 
 echo "== without compilers"
 install man-db
-for name in libzarngi4 zarngi python3-zarngi; do
+for name in libzarngi4 libzarngihost1 zarngi python3-zarngi; do
     install "$place/$(basename "$packages/${name}"_*.deb)"
 done
 if inside sh -c "command -v cc || command -v cmake"; then

@@ -8,7 +8,7 @@ scratch=$3
 prefix=$scratch/prefix
 
 rm -rf "$scratch"
-for component in library development; do
+for component in library host development; do
     cmake --install "$build" --prefix "$prefix" --component $component >/dev/null
 done
 

@@ -1,0 +1,197 @@
+/* The C interface of the readers, as a host in C11 uses it. Fails by its exit code. */
+#include <errno.h>
+#include <math.h>
+#include <pthread.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "libZarnGIHost.h"
+
+static int failures = 0;
+
+static void check(int condition, const char* what)
+{
+    if (!condition) {
+        fprintf(stderr, "failed: %s\n", what);
+        ++failures;
+    }
+}
+
+#define VOXELS 24
+
+static const float values[VOXELS] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
+                                     12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23.5F};
+
+static struct zarnGIHost_Volume volume(void)
+{
+    const struct zarnGIHost_Volume made = {
+        {4, 3, 2}, {2.5, 2, 3}, {-20, 15.5, 8}, ZARNGI_HOST_FLOAT, values};
+    return made;
+}
+
+static void check_dose(const struct zarnGIHost_Dose* dose, const char* format)
+{
+    int size[3];
+    double spacing[3];
+    double origin[3];
+    check(zarnGIHost_getGrid(dose, size, spacing, origin) == ZARNGI_HOST_OK, "a grid");
+    check(size[0] == 4 && size[1] == 3 && size[2] == 2, "its size");
+    check(spacing[0] == 2.5 && spacing[1] == 2 && spacing[2] == 3, "its spacing");
+    check(origin[0] == -20 && origin[1] == 15.5 && origin[2] == 8, "its origin");
+    check(memcmp(zarnGIHost_getDoses(dose), values, sizeof values) == 0, "its doses");
+    check(strcmp(zarnGIHost_getText(dose, ZARNGI_HOST_FORMAT), format) == 0, format);
+    check(strcmp(zarnGIHost_getText(dose, ZARNGI_HOST_PLAN_LABEL), "") == 0, "no plan label");
+    check(zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_POSITION) == 1, "a position");
+    check(zarnGIHost_getFact(dose, ZARNGI_HOST_IS_DICOM) == 0, "no DICOM");
+    check(zarnGIHost_getWarning(dose, 0) == NULL, "no warning");
+}
+
+static void write_and_read(void)
+{
+    static const char* const formats[4][2] = {
+        {"a.mha", "MetaImage"}, {"a.nrrd", "NRRD"}, {"a.nii", "NIfTI"}, {"a.NII.gz", "NIfTI"}};
+    const struct zarnGIHost_Volume written = volume();
+    for (int i = 0; i < 4; ++i) {
+        struct zarnGIHost_Error error = {0, ""};
+        struct zarnGIHost_Bytes bytes = {NULL, 0};
+        struct zarnGIHost_Dose* dose = NULL;
+        check(zarnGIHost_encodeVolume(formats[i][0], &written, &bytes, &error) == ZARNGI_HOST_OK,
+              error.sentence);
+        check(zarnGIHost_readDoseFromMemory(bytes.data, bytes.size, NULL, NULL, &dose, &error) ==
+                  ZARNGI_HOST_OK,
+              error.sentence);
+        check_dose(dose, formats[i][1]);
+        zarnGIHost_freeDose(dose);
+        check(zarnGIHost_readDoseFromMemory(bytes.data, bytes.size - 1, NULL, NULL, &dose, NULL) ==
+                      ZARNGI_HOST_REFUSED &&
+                  dose == NULL,
+              "cut by a byte");
+        zarnGIHost_freeBytes(&bytes);
+        check(bytes.data == NULL && bytes.size == 0, "freed");
+
+        check(zarnGIHost_writeVolume(formats[i][0], &written, &error) == ZARNGI_HOST_OK,
+              error.sentence);
+        check(zarnGIHost_readDose(formats[i][0], &dose, &error) == ZARNGI_HOST_OK, error.sentence);
+        check_dose(dose, formats[i][1]);
+        check(strcmp(zarnGIHost_getText(dose, ZARNGI_HOST_DATA_PATH), formats[i][0]) == 0,
+              "the path");
+        zarnGIHost_freeDose(dose);
+        remove(formats[i][0]);
+    }
+}
+
+static const void* find(const char* name, void* context, size_t* size)
+{
+    *size = sizeof values;
+    return strcmp(name, context) == 0 ? values : NULL;
+}
+
+static void read_what_a_header_names(void)
+{
+    static const char header[] = "ObjectType = Image\nNDims = 3\nDimSize = 4 3 2\n"
+                                 "ElementSpacing = 2.5 2 3\nElementType = MET_FLOAT\n"
+                                 "ElementByteOrderMSB = False\nElementDataFile = here.raw\n";
+    char name[] = "here.raw";
+    char other[] = "there.raw";
+    struct zarnGIHost_Dose* dose = NULL;
+    struct zarnGIHost_Error error = {0, ""};
+    check(zarnGIHost_readDoseFromMemory(header, strlen(header), find, name, &dose, &error) ==
+              ZARNGI_HOST_OK,
+          error.sentence);
+    check(zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_POSITION) == 0, "no position");
+    check(zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_ORIENTATION) == 0, "no orientation");
+    check(strstr(zarnGIHost_getWarning(dose, 0), "tells no position") != NULL, "a warning");
+    check(zarnGIHost_getWarning(dose, 1) != NULL && zarnGIHost_getWarning(dose, 2) == NULL,
+          "two warnings");
+    zarnGIHost_freeDose(dose);
+    check(zarnGIHost_readDoseFromMemory(header, strlen(header), find, other, &dose, &error) ==
+              ZARNGI_HOST_REFUSED,
+          "a data file that is not there");
+    check(strstr(error.sentence, "missing") != NULL, error.sentence);
+}
+
+static void refuse_what_cannot_be(void)
+{
+    struct zarnGIHost_Error error = {0, ""};
+    struct zarnGIHost_Dose* dose = NULL;
+    struct zarnGIHost_Bytes bytes = {NULL, 0};
+    check(zarnGIHost_readDose("absent.mha", &dose, &error) == ZARNGI_HOST_SYSTEM &&
+              error.systemError == ENOENT,
+          "a file that is not there");
+    check(zarnGIHost_readDose(".", &dose, &error) == ZARNGI_HOST_SYSTEM &&
+              error.systemError == EISDIR,
+          "a folder");
+    check(zarnGIHost_readDose(NULL, &dose, &error) == ZARNGI_HOST_BAD_ARGUMENT, "no path");
+    check(zarnGIHost_readDose("a", NULL, NULL) == ZARNGI_HOST_BAD_ARGUMENT, "no place for it");
+    check(zarnGIHost_getDoses(NULL) == NULL && zarnGIHost_getText(NULL, 0) == NULL, "no dose");
+    zarnGIHost_freeDose(NULL);
+    zarnGIHost_freeBytes(NULL);
+
+    struct zarnGIHost_Volume wrong[5];
+    for (int i = 0; i < 5; ++i) {
+        wrong[i] = volume();
+    }
+    wrong[0].size[1] = 0;
+    wrong[1].spacing[2] = NAN;
+    wrong[2].type = 10;
+    wrong[3].size[0] = wrong[3].size[1] = 1 << 16;
+    wrong[4].values = NULL;
+    for (int i = 0; i < 5; ++i) {
+        check(zarnGIHost_encodeVolume("a.mha", &wrong[i], &bytes, NULL) ==
+                      ZARNGI_HOST_BAD_ARGUMENT &&
+                  bytes.data == NULL,
+              "a volume that cannot be");
+    }
+    const struct zarnGIHost_Volume fine = volume();
+    check(zarnGIHost_encodeVolume("a.dcm", &fine, &bytes, &error) == ZARNGI_HOST_BAD_ARGUMENT,
+          "an unknown ending");
+    check(zarnGIHost_writeVolume("absent/a.mha", &fine, &error) == ZARNGI_HOST_SYSTEM &&
+              error.systemError == ENOENT && strstr(error.sentence, "cannot be written") != NULL,
+          error.sentence);
+}
+
+static void* read_often(void* path)
+{
+    for (int i = 0; i < 50; ++i) {
+        struct zarnGIHost_Dose* dose = NULL;
+        if (zarnGIHost_readDose(path, &dose, NULL) != ZARNGI_HOST_OK ||
+            memcmp(zarnGIHost_getDoses(dose), values, sizeof values) != 0) {
+            return path;
+        }
+        zarnGIHost_freeDose(dose);
+    }
+    return NULL;
+}
+
+static void read_by_several_threads(void)
+{
+    const struct zarnGIHost_Volume written = volume();
+    char path[] = "threads.nrrd";
+    pthread_t threads[4];
+    zarnGIHost_writeVolume(path, &written, NULL);
+    for (int i = 0; i < 4; ++i) {
+        pthread_create(&threads[i], NULL, read_often, path);
+    }
+    for (int i = 0; i < 4; ++i) {
+        void* failed = NULL;
+        pthread_join(threads[i], &failed);
+        check(failed == NULL, "reading by several threads");
+    }
+    remove(path);
+}
+
+int main(void)
+{
+    char folder[] = "/tmp/zarngi-host-XXXXXX";
+    if (mkdtemp(folder) == NULL || chdir(folder) != 0) {
+        return 1;
+    }
+    write_and_read();
+    read_what_a_header_names();
+    refuse_what_cannot_be();
+    read_by_several_threads();
+    check(rmdir(folder) == 0, "nothing left in the folder");
+    return failures == 0 ? 0 : 1;
+}
