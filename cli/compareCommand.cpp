@@ -9,6 +9,7 @@
 #include "progress.h"
 #include "readDose.h"
 #include "resultTable.h"
+#include "text.h"
 
 namespace cli
 {
@@ -104,9 +105,14 @@ ExitCode compare(const CompareOptions& options)
 {
     checkCompareOptions(options);
     Comparison comparison = readComparison(options);
-    Outputs outputs(options.outputs, options.criteriaToCompute());
+    const std::vector<Criterion> criteria = options.criteriaToCompute();
+    // Only now is known which files hold the values.
+    options.outputs.checkFiles({comparison.reference.path, comparison.reference.dataPath,
+                                comparison.evaluation.path, comparison.evaluation.dataPath},
+                               criteria);
+    Outputs outputs(options.outputs, criteria);
     for (const std::string& warning : comparison.warnings) {
-        std::cerr << "zarngi: warning: " << warning << '\n';
+        std::cerr << "zarngi: warning: " << oneLine(warning) << '\n';
     }
     std::cout << describeSetup(comparison) << std::flush;
     compute(comparison);
