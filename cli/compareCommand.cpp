@@ -1,6 +1,8 @@
 #include "compareCommand.h"
 
 #include <chrono>
+#include <filesystem>
+#include <future>
 #include <iostream>
 #include <optional>
 
@@ -9,6 +11,7 @@
 #include "progress.h"
 #include "readDose.h"
 #include "resultTable.h"
+#include "text.h"
 
 namespace cli
 {
@@ -33,9 +36,8 @@ void checkUnits(const Comparison& comparison)
 void warnAbout(Comparison& comparison)
 {
     for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
-        if (!dose->tellsPosition) {
-            comparison.warnings.push_back(dose->path +
-                                          ": tells no position; its first voxel is put at 0, 0, 0");
+        for (const std::string& warning : dose->warnings) {
+            comparison.warnings.push_back(dose->path + ": " + warning);
         }
     }
     const auto& reference = comparison.reference.dicom;
@@ -53,6 +55,18 @@ void warnAbout(Comparison& comparison)
     }
 }
 
+/** Reads both files at once. A pipe comes second: nobody waits for it when the other file is bad. */
+void readDoses(Comparison& comparison, const CompareOptions& options)
+{
+    std::error_code error;
+    const bool isFile = std::filesystem::is_regular_file(options.evaluation, error);
+    const std::launch when = isFile ? std::launch::async | std::launch::deferred
+                                    : std::launch::deferred;
+    auto evaluation = std::async(when, [&options] { return readDose(options.evaluation); });
+    comparison.reference = readDose(options.reference);
+    comparison.evaluation = evaluation.get();
+}
+
 Comparison readComparison(const CompareOptions& options)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -61,8 +75,7 @@ Comparison readComparison(const CompareOptions& options)
     comparison.limits = options.limits;
     comparison.failBelow = options.failBelow;
     comparison.commandLine = options.commandLine;
-    comparison.reference = readDose(options.reference);
-    comparison.evaluation = readDose(options.evaluation);
+    readDoses(comparison, options);
     for (const Criterion& criterion : options.criteriaToCompute()) {
         comparison.results.emplace_back().criterion = criterion;
     }
@@ -104,9 +117,14 @@ ExitCode compare(const CompareOptions& options)
 {
     checkCompareOptions(options);
     Comparison comparison = readComparison(options);
-    Outputs outputs(options.outputs, options.criteriaToCompute());
+    const std::vector<Criterion> criteria = options.criteriaToCompute();
+    // Only now is known which files hold the values.
+    options.outputs.checkFiles({comparison.reference.path, comparison.reference.dataPath,
+                                comparison.evaluation.path, comparison.evaluation.dataPath},
+                               criteria);
+    Outputs outputs(options.outputs, criteria);
     for (const std::string& warning : comparison.warnings) {
-        std::cerr << "zarngi: warning: " << warning << '\n';
+        std::cerr << "zarngi: warning: " << oneLine(warning) << '\n';
     }
     std::cout << describeSetup(comparison) << std::flush;
     compute(comparison);

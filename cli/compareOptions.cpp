@@ -168,7 +168,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
 
 void checkCompareOptions(const CompareOptions& options)
 {
-    options.criteriaToCompute();
+    const std::vector<Criterion> criteria = options.criteriaToCompute();
     if (options.limits.action > options.limits.tolerance) {
         throw UsageError("--action " + number(options.limits.action) + " is above --tolerance " +
                          number(options.limits.tolerance));
@@ -176,7 +176,8 @@ void checkCompareOptions(const CompareOptions& options)
     if (!options.outputs.report.empty() && options.settings.passRateOnly) {
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }
-    options.outputs.check(options.reference, options.evaluation);
+    options.outputs.checkFormats();
+    options.outputs.checkFiles({options.reference, options.evaluation}, criteria);
 }
 
 } // namespace cli

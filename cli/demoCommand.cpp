@@ -9,6 +9,7 @@
 #include "outputs.h"
 #include "reportPage.h"
 #include "syntheticDose.h"
+#include "text.h"
 
 namespace cli
 {
@@ -44,7 +45,8 @@ ExitCode demo(const std::string& folder)
     options.outputs.json = (place / "result.json").string();
     options.outputs.report = reportTemplate().empty() ? "" : (place / "report.html").string();
     const ExitCode result = compare(options);
-    std::cout << "written to  " << place.string() << "/: reference.mha, evaluation.mha, result.json"
+    std::cout << "written to  " << oneLine(place.string())
+              << "/: reference.mha, evaluation.mha, result.json"
               << (options.outputs.report.empty() ? "\n" : ", report.html\n");
     return result;
 }

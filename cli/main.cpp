@@ -11,7 +11,7 @@
 #include "gammaRun.h"
 #include "helpFormatter.h"
 #include "infoCommand.h"
-#include "outputFile.h"
+#include "temporaryFile.h"
 #include "text.h"
 
 namespace

@@ -4,15 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "failure.h"
+#include "systemCall.h"
 
 namespace cli
 {
@@ -20,151 +15,85 @@ namespace cli
 namespace
 {
 
-constexpr int endingSignals[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE};
-
-/** Lets the signals that end the program wait, while this thread is the only one. */
-class SignalsHeld
+/** A second descriptor: the first may be put to another use. */
+OpenFile duplicate(int descriptor)
 {
-public:
-    SignalsHeld()
-    {
-        sigset_t held;
-        sigemptyset(&held);
-        for (const int signal : endingSignals) {
-            sigaddset(&held, signal);
-        }
-        pthread_sigmask(SIG_BLOCK, &held, &previous_);
+    constexpr int aboveStandardStreams = 3;
+    const int mode = checked(fcntl(descriptor, F_GETFL)) & O_ACCMODE;
+    if (mode == O_RDONLY) {
+        throw std::system_error(EBADF, std::generic_category());
     }
-    ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-    SignalsHeld(const SignalsHeld&) = delete;
-    SignalsHeld& operator=(const SignalsHeld&) = delete;
-
-private:
-    sigset_t previous_{};
-};
-
-/** The temporary names, readable from a signal handler: entries are never removed. */
-struct Pending {
-    const char* name = nullptr;
-    std::atomic<bool> isThere{true};
-    Pending* next = nullptr;
-};
-
-std::atomic<Pending*> pendingFiles{nullptr};
-
-void setPending(const std::string& name)
-{
-    auto* const entry = new Pending;
-    entry->name = strdup(name.c_str());
-    entry->next = pendingFiles;
-    pendingFiles = entry;
-}
-
-void clearPending(const std::string& name)
-{
-    for (Pending* entry = pendingFiles; entry != nullptr; entry = entry->next) {
-        if (name == entry->name) {
-            entry->isThere = false;
-        }
-    }
-}
-
-extern "C" void removePendingAndEnd(int signal)
-{
-    for (const Pending* entry = pendingFiles; entry != nullptr; entry = entry->next) {
-        if (entry->isThere) {
-            unlink(entry->name);
-        }
-    }
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
-
-[[noreturn]] void failToWrite(const std::string& path)
-{
-    throw InputError(path + ": cannot be written: " + std::strerror(errno));
-}
-
-/** Waits until the contents are on the disk: some file systems tell only then that it is full. */
-bool flushToDisk(const std::string& path)
-{
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return false;
-    }
-    const bool isFlushed = fsync(file) == 0;
-    close(file);
-    return isFlushed;
+    return OpenFile(fcntl(descriptor, F_DUPFD_CLOEXEC, aboveStandardStreams));
 }
 
 } // namespace
 
-OutputFile::OutputFile(std::string path) : path_(std::move(path))
+template <class Action> void OutputFile::attempt(Action action) const
 {
-    const std::filesystem::path target(path_);
-    if (std::filesystem::is_directory(target)) {
-        throw InputError(path_ + ": cannot be written: is a folder");
+    try {
+        action();
+    } catch (const std::system_error& error) {
+        fail(error.code().message());
     }
-    const std::string name = target.filename().string();
-    const std::string pattern = ".XXXXXX-" + name;
-    temporaryPath_ = (target.parent_path() / pattern).string();
-    const SignalsHeld untilItIsPending;
-    const int file = mkstemps(temporaryPath_.data(), static_cast<int>(name.size()) + 1);
-    if (file < 0) {
-        failToWrite(path_);
-    }
-    setPending(temporaryPath_);
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(file, 0666 & ~mask);
-    close(file);
 }
 
-OutputFile::~OutputFile()
+void OutputFile::fail(const std::string& reason) const
 {
-    if (!isCommitted_) {
-        unlink(temporaryPath_.c_str());
-        clearPending(temporaryPath_);
+    throw InputError(name() + ": cannot be written: " + reason);
+}
+
+OutputFile::OutputFile(const std::string& name) : place_(placeOf(name))
+{
+    attempt([&] { prepare(); });
+}
+
+void OutputFile::prepare()
+{
+    if (place_.descriptor >= 0) {
+        open_.emplace(duplicate(place_.descriptor));
+    } else {
+        checkPlace();
     }
+    if (place_.isFile) {
+        temporary_.emplace(std::filesystem::path(place_.path).parent_path());
+    }
+}
+
+void OutputFile::checkPlace() const
+{
+    struct stat status {
+    };
+    if (stat(place_.path.c_str(), &status) != 0) {
+        checked(errno == ENOENT ? 0 : -1);
+    } else if (S_ISDIR(status.st_mode)) {
+        fail("is a folder");
+    } else if (S_ISSOCK(status.st_mode)) {
+        fail("is a socket");
+    } else if (!place_.isFile) {
+        checked(euidaccess(place_.path.c_str(), W_OK));
+    }
+}
+
+OpenFile OutputFile::openPlace()
+{
+    if (open_) {
+        return std::move(*open_);
+    }
+    const std::string& path = place_.isFile ? temporary_->path() : place_.path;
+    return OpenFile(open(path.c_str(), O_WRONLY | O_TRUNC | O_NOCTTY | O_CLOEXEC));
 }
 
 void OutputFile::write(std::string_view contents)
 {
-    errno = 0;
-    std::ofstream file(temporaryPath_, std::ios::binary | std::ios::trunc);
-    file.write(contents.data(), static_cast<std::streamsize>(contents.size()));
-    file.close();
-    if (!file) {
-        failToWrite(path_);
-    }
-    commit();
-}
-
-void OutputFile::commit()
-{
-    if (!flushToDisk(temporaryPath_) || std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
-        failToWrite(path_);
-    }
-    isCommitted_ = true;
-    clearPending(temporaryPath_);
-}
-
-void removeTemporaryFilesOnSignals()
-{
-    // A limit on the size of files then fails the write, as a full disk does.
-    std::signal(SIGXFSZ, SIG_IGN);
-    struct sigaction action {
-    };
-    action.sa_handler = removePendingAndEnd;
-    sigemptyset(&action.sa_mask);
-    for (const int signal : endingSignals) {
-        struct sigaction previous {
-        };
-        sigaction(signal, nullptr, &previous);
-        if (previous.sa_handler != SIG_IGN) {
-            sigaction(signal, &action, nullptr);
+    attempt([&] {
+        const BrokenPipesFail whileWriting;
+        OpenFile target = openPlace();
+        target.write(contents);
+        target.finish();
+        if (place_.isFile) {
+            temporary_->renameTo(place_.path);
         }
-    }
+    });
 }
 
 } // namespace cli

@@ -1,48 +1,50 @@
 /**
  * @file outputFile.h
- * Files that appear whole or not at all.
+ * Outputs that appear whole or not at all.
  */
 #ifndef ZARNGI_CLI_OUTPUTFILE_H
 #define ZARNGI_CLI_OUTPUTFILE_H
 
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "openFile.h"
+#include "outputPlace.h"
+#include "temporaryFile.h"
 
 namespace cli
 {
 
 /**
- * A file being written under a temporary name beside its final one. It is created at once, so
- * that a place that cannot be written to is found before a long computation, and removed unless
- * commit() is reached, also when the program is interrupted by a signal.
+ * An output, whose file is written under a temporary name beside its final one. That is created at
+ * once, so that a place that cannot be written to is found before a long computation, and removed
+ * unless write() succeeds, also when the program is interrupted by a signal. A device or a pipe
+ * is opened only for what is to be written to it, when that is complete.
  */
 class OutputFile
 {
 public:
-    /** @throws InputError when no file can be created there. */
-    explicit OutputFile(std::string path);
-    ~OutputFile();
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
+    /** @throws InputError when nothing can be written there. */
+    explicit OutputFile(const std::string& name);
 
-    const std::string& path() const { return path_; }
-    /** Ends like the final name, so that writers see the same extension. */
-    const std::string& temporaryPath() const { return temporaryPath_; }
+    const std::string& name() const { return place_.name; }
+    bool isStandardOutput() const { return place_.isStandardOutput(); }
 
-    /** Writes the contents and commits. */
+    /** Writes the contents and makes an output of them. @throws InputError */
     void write(std::string_view contents);
 
-    /** Gives the file its final name, replacing an older one. @throws InputError */
-    void commit();
-
 private:
-    std::string path_;
-    std::string temporaryPath_;
-    bool isCommitted_ = false;
-};
+    template <class Action> void attempt(Action action) const;
+    [[noreturn]] void fail(const std::string& reason) const;
+    void prepare();
+    void checkPlace() const;
+    OpenFile openPlace();
 
-/** Makes the signals that end a program (Ctrl-C, a closed pipe) remove unfinished files first. */
-void removeTemporaryFilesOnSignals();
+    OutputPlace place_;
+    std::optional<OpenFile> open_; ///< of a place that was open before the program began
+    std::optional<TemporaryFile> temporary_;
+};
 
 } // namespace cli
 

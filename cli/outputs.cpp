@@ -1,15 +1,20 @@
 #include "outputs.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <filesystem>
-#include <set>
+#include <cstdio>
+#include <iostream>
 
 #include "comparisonCsv.h"
 #include "comparisonJson.h"
 #include "failure.h"
+#include "files/text.h"
 #include "reportPage.h"
+#include "systemCall.h"
 #include "volumeFile.h"
 
 namespace cli
@@ -18,29 +23,31 @@ namespace cli
 namespace
 {
 
-bool isSameFile(const std::string& a, const std::string& b)
+bool contains(const std::vector<FileIdentity>& files, const FileIdentity& file)
 {
-    std::error_code error;
-    return std::filesystem::equivalent(a, b, error);
+    return std::find(files.begin(), files.end(), file) != files.end();
 }
 
-void checkNames(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs)
+std::vector<FileIdentity> identitiesOf(const std::vector<std::string>& inputs)
 {
-    std::set<std::filesystem::path> seen;
-    for (const std::string& output : outputs) {
-        if (output.empty()) {
-            continue;
-        }
-        for (const std::string& input : inputs) {
-            if (isSameFile(output, input)) {
-                throw UsageError(output + " would overwrite an input file");
-            }
-        }
-        std::error_code error;
-        if (!seen.insert(std::filesystem::weakly_canonical(output, error)).second) {
-            throw UsageError(output + " is named for two outputs");
+    std::vector<FileIdentity> files;
+    for (const std::string& input : inputs) {
+        if (const auto file = identityOfInput(input)) {
+            files.push_back(*file);
         }
     }
+    return files;
+}
+
+/** Devices take any number of outputs, one after the other. */
+bool isForOneOutput(const OutputPlace& place, const FileIdentity& file)
+{
+    return place.isStandardOutput() || !file.isCharacterDevice;
+}
+
+bool isPageName(const std::string& name)
+{
+    return name.ends_with(".html") || name.ends_with(".htm") || !placeOf(name).isFile;
 }
 
 void openFile(std::optional<OutputFile>& file, const std::string& name)
@@ -50,33 +57,83 @@ void openFile(std::optional<OutputFile>& file, const std::string& name)
     }
 }
 
+/** What is printed, by the library too, makes way for a document on standard output. */
+void printToStandardError()
+{
+    std::cout.flush();
+    std::fflush(stdout);
+    if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) { // it is closed: nobody wants to see it
+        const int nowhere = checked(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        dup2(nowhere, STDOUT_FILENO);
+        close(nowhere);
+    }
+}
+
 } // namespace
 
 void writeImage(OutputFile& file, const Image& image)
 {
-    file.write(files::asText(volumeFileOf(file.path(), image).view()));
+    file.write(files::asText(volumeFileOf(file.name(), image).view()));
 }
 
-void OutputNames::check(const std::string& reference, const std::string& evaluation) const
+void OutputNames::checkFormats() const
 {
     if (!gammaMap.empty() && !isWritableVolumeName(gammaMap)) {
         throw UsageError("--gamma-map: " + gammaMap +
                          " does not end in .mha, .nrrd, .nii or .nii.gz");
     }
-    if (!report.empty() && !report.ends_with(".html") && !report.ends_with(".htm")) {
+    if (!report.empty() && !isPageName(report)) {
         throw UsageError("--report: " + report + " does not end in .html");
     }
     if (!report.empty() && reportTemplate().empty()) {
         throw UsageError("--report: this build has no report page (it was made without npm)");
     }
-    checkNames({gammaMap, json, csv, report}, {reference, evaluation});
+}
+
+void OutputNames::checkFiles(const std::vector<std::string>& inputs,
+                             const std::vector<Criterion>& criteria) const
+{
+    const std::vector<FileIdentity> read = identitiesOf(inputs);
+    std::vector<std::string> names = gammaMaps(criteria);
+    names.insert(names.end(), {json, csv, report});
+    std::erase(names, "");
+    std::vector<FileIdentity> written;
+    for (const std::string& name : names) {
+        const OutputPlace place = placeOf(name);
+        const auto file = identityOf(place);
+        if (!file) { // creating it tells why
+            continue;
+        }
+        if (contains(read, *file)) {
+            throw UsageError(place.name + " would overwrite an input file");
+        }
+        if (!isForOneOutput(place, *file)) {
+            continue;
+        }
+        if (contains(written, *file)) {
+            throw UsageError(place.name + " is named for two outputs");
+        }
+        written.push_back(*file);
+    }
+}
+
+std::vector<std::string> OutputNames::gammaMaps(const std::vector<Criterion>& criteria) const
+{
+    std::vector<std::string> names;
+    if (gammaMap.empty()) {
+        return names;
+    }
+    for (const Criterion& criterion : criteria) {
+        names.push_back(criteria.size() == 1 ? gammaMap : gammaMapName(gammaMap, criterion));
+    }
+    return names;
 }
 
 std::string gammaMapName(const std::string& name, const Criterion& criterion)
 {
     const std::size_t nameStart = name.find_last_of('/') + 1; // 0 where there is no folder
     const std::size_t extension =
-        name.ends_with(".nii.gz") ? name.size() - 7 : name.find_last_of('.');
+        files::lowerCase(name).ends_with(".nii.gz") ? name.size() - 7 : name.find_last_of('.');
     const std::size_t stemEnd = std::max(nameStart, extension);
     return name.substr(0, stemEnd) + "-" + criterion.fileLabel() + name.substr(stemEnd);
 }
@@ -86,13 +143,23 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
     openFile(json_, names.json);
     openFile(csv_, names.csv);
     openFile(report_, names.report);
-    if (names.gammaMap.empty()) {
-        return;
+    for (const std::string& name : names.gammaMaps(criteria)) {
+        gammaMaps_.emplace_back(name);
     }
-    for (const Criterion& criterion : criteria) {
-        gammaMaps_.emplace_back(criteria.size() == 1 ? names.gammaMap
-                                                     : gammaMapName(names.gammaMap, criterion));
+    if (useStandardOutput()) {
+        printToStandardError();
     }
+}
+
+bool Outputs::useStandardOutput() const
+{
+    for (const std::optional<OutputFile>* const file : {&json_, &csv_, &report_}) {
+        if (*file && (*file)->isStandardOutput()) {
+            return true;
+        }
+    }
+    return std::any_of(gammaMaps_.begin(), gammaMaps_.end(),
+                       [](const OutputFile& file) { return file.isStandardOutput(); });
 }
 
 void Outputs::write(const Comparison& comparison)

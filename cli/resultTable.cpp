@@ -22,8 +22,8 @@ std::string line(std::string name, const std::string& text)
 std::string describeGrid(const DoseImage& dose)
 {
     const Geometry& geometry = dose.image.geometry;
-    return std::filesystem::path(dose.path).filename().string() + " (" + dose.format + "), " +
-           join(geometry.size, " x ") + " voxels of " + join(geometry.spacing, " x ") +
+    return oneLine(std::filesystem::path(dose.path).filename().string()) + " (" + dose.format +
+           "), " + join(geometry.size, " x ") + " voxels of " + join(geometry.spacing, " x ") +
            " mm, maximum " + number(doseExtremes(dose.image).maximum) +
            (dose.isRelative ? " (relative)" : " Gy");
 }
