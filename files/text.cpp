@@ -64,7 +64,7 @@ std::vector<std::string> split(std::string_view text, char separator)
 
 double parseNumber(std::string_view text)
 {
-    if (text.size() > 1 && text.front() == '+') {
+    if (text.size() > 1 && text.front() == '+' && text[1] != '-') {
         text.remove_prefix(1);
     }
     double value = 0;
