@@ -73,7 +73,7 @@ std::string lowerCase(std::string_view text)
 
 double parseNumber(std::string_view text)
 {
-    if (text.size() > 1 && text.front() == '+') {
+    if (text.size() > 1 && text.front() == '+' && text[1] != '-') {
         text.remove_prefix(1);
     }
     double value = 0;

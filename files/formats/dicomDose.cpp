@@ -1,25 +1,16 @@
-#include "dicomDose.h"
-
-#include <gdcmDataSet.h>
-#include <gdcmImageReader.h>
-#include <gdcmMediaStorage.h>
-#include <gdcmReader.h>
-#include <gdcmTrace.h>
+#include "files/formats/dicomDose.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <limits>
 #include <utility>
 
-#include "dicomStructure.h"
-#include "failure.h"
-#include "orientation.h"
-#include "probe.h"
-#include "silentStderr.h"
-#include "text.h"
+#include "files/error.h"
+#include "files/formats/dicomFile.h"
+#include "files/formats/dicomPixels.h"
+#include "files/orientation.h"
+#include "files/text.h"
 
-namespace cli
+namespace files
 {
 
 namespace
@@ -27,106 +18,51 @@ namespace
 
 namespace tags
 {
-const gdcm::Tag modality(0x0008, 0x0060);
-const gdcm::Tag manufacturer(0x0008, 0x0070);
-const gdcm::Tag sopInstance(0x0008, 0x0018);
-const gdcm::Tag seriesDescription(0x0008, 0x103E);
-const gdcm::Tag patientName(0x0010, 0x0010);
-const gdcm::Tag patientId(0x0010, 0x0020);
-const gdcm::Tag patientBirthDate(0x0010, 0x0030);
-const gdcm::Tag sliceThickness(0x0018, 0x0050);
-const gdcm::Tag imagePosition(0x0020, 0x0032);
-const gdcm::Tag imageOrientation(0x0020, 0x0037);
-const gdcm::Tag frameOfReference(0x0020, 0x0052);
-const gdcm::Tag samplesPerPixel(0x0028, 0x0002);
-const gdcm::Tag numberOfFrames(0x0028, 0x0008);
-const gdcm::Tag rows(0x0028, 0x0010);
-const gdcm::Tag columns(0x0028, 0x0011);
-const gdcm::Tag pixelSpacing(0x0028, 0x0030);
-const gdcm::Tag bitsAllocated(0x0028, 0x0100);
-const gdcm::Tag pixelRepresentation(0x0028, 0x0103);
-const gdcm::Tag doseUnits(0x3004, 0x0002);
-const gdcm::Tag doseType(0x3004, 0x0004);
-const gdcm::Tag doseComment(0x3004, 0x0006);
-const gdcm::Tag summationType(0x3004, 0x000A);
-const gdcm::Tag frameOffsets(0x3004, 0x000C);
-const gdcm::Tag doseGridScaling(0x3004, 0x000E);
-const gdcm::Tag planLabel(0x300A, 0x0002);
-const gdcm::Tag pixelData(0x7FE0, 0x0010);
+constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
+constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
+constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
+constexpr DicomTag modality{0x00080060, "Modality"};
+constexpr DicomTag manufacturer{0x00080070, "Manufacturer"};
+constexpr DicomTag seriesDescription{0x0008103E, "Series Description"};
+constexpr DicomTag patientName{0x00100010, "Patient's Name"};
+constexpr DicomTag patientId{0x00100020, "Patient ID"};
+constexpr DicomTag patientBirthDate{0x00100030, "Patient's Birth Date"};
+constexpr DicomTag sliceThickness{0x00180050, "Slice Thickness"};
+constexpr DicomTag imagePosition{0x00200032, "Image Position (Patient)"};
+constexpr DicomTag imageOrientation{0x00200037, "Image Orientation (Patient)"};
+constexpr DicomTag frameOfReference{0x00200052, "Frame of Reference UID"};
+constexpr DicomTag pixelSpacing{0x00280030, "Pixel Spacing"};
+constexpr DicomTag doseUnits{0x30040002, "Dose Units"};
+constexpr DicomTag doseType{0x30040004, "Dose Type"};
+constexpr DicomTag doseComment{0x30040006, "Dose Comment"};
+constexpr DicomTag summationType{0x3004000A, "Dose Summation Type"};
+constexpr DicomTag frameOffsets{0x3004000C, "Grid Frame Offset Vector"};
+constexpr DicomTag doseGridScaling{0x3004000E, "Dose Grid Scaling"};
+constexpr DicomTag planLabel{0x300A0002, "RT Plan Label"};
 } // namespace tags
 
-std::string_view valueOf(const gdcm::DataSet& data, const gdcm::Tag& tag)
-{
-    if (!data.FindDataElement(tag)) {
-        return {};
-    }
-    const gdcm::ByteValue* value = data.GetDataElement(tag).GetByteValue();
-    return value == nullptr ? std::string_view{}
-                            : std::string_view(value->GetPointer(), value->GetLength());
-}
-
-std::string textOf(const gdcm::DataSet& data, const gdcm::Tag& tag)
-{
-    return oneLine(trimmed(valueOf(data, tag)));
-}
-
-/** The numbers of a decimal-string element, `count` of them where that is not 0. */
-std::vector<double> numbersOf(const gdcm::DataSet& data, const gdcm::Tag& tag, const char* name,
-                              std::size_t count)
-{
-    const std::string text = trimmed(valueOf(data, tag));
-    if (text.empty()) {
-        throw InputError("has no " + std::string(name));
-    }
-    std::vector<double> numbers;
-    for (const std::string& piece : split(text, '\\')) {
-        numbers.push_back(parseNumber(piece));
-        if (!std::isfinite(numbers.back())) {
-            throw InputError("has a " + std::string(name) + " with \"" + excerpt(piece) +
-                             "\" in it");
-        }
-    }
-    if (count != 0 && numbers.size() != count) {
-        throw InputError("has a " + std::string(name) + " of " + std::to_string(numbers.size()) +
-                         " numbers instead of " + std::to_string(count));
-    }
-    return numbers;
-}
-
-/** A 16-bit unsigned element, in little endian as GDCM keeps it in memory. */
-unsigned shortOf(const gdcm::DataSet& data, const gdcm::Tag& tag, const char* name)
-{
-    const std::string_view value = valueOf(data, tag);
-    std::uint16_t result = 0;
-    if (value.size() != sizeof(result)) {
-        throw InputError("has no " + std::string(name));
-    }
-    std::memcpy(&result, value.data(), sizeof(result));
-    return result;
-}
-
-DicomIdentity identityOf(const gdcm::DataSet& data)
+DicomIdentity identityOf(const DicomValues& values)
 {
     DicomIdentity identity;
-    identity.modality = textOf(data, tags::modality);
-    identity.summationType = textOf(data, tags::summationType);
-    identity.doseType = textOf(data, tags::doseType);
-    identity.planLabel = textOf(data, tags::planLabel);
-    identity.seriesDescription = textOf(data, tags::seriesDescription);
-    identity.doseComment = textOf(data, tags::doseComment);
-    identity.manufacturer = textOf(data, tags::manufacturer);
-    identity.frameOfReference = textOf(data, tags::frameOfReference);
-    identity.sopInstance = textOf(data, tags::sopInstance);
-    identity.patientName = textOf(data, tags::patientName);
-    identity.patientId = textOf(data, tags::patientId);
-    identity.patientBirthDate = textOf(data, tags::patientBirthDate);
+    identity.modality = values.text(tags::modality);
+    identity.summationType = values.text(tags::summationType);
+    identity.doseType = values.text(tags::doseType);
+    identity.planLabel = values.text(tags::planLabel);
+    identity.seriesDescription = values.text(tags::seriesDescription);
+    identity.doseComment = values.text(tags::doseComment);
+    identity.manufacturer = values.text(tags::manufacturer);
+    identity.frameOfReference = values.text(tags::frameOfReference);
+    identity.sopInstance = values.text(tags::sopInstance);
+    identity.patientName = values.text(tags::patientName);
+    identity.patientId = values.text(tags::patientId);
+    identity.patientBirthDate = values.text(tags::patientBirthDate);
     return identity;
 }
 
-/** Distance between frames and the position of the first one, along the frames' normal. */
+/** How the frames of an image follow one another. */
 struct Frames {
     double spacing;   ///< mm, > 0
-    double direction; ///< +1: frames follow one another along the normal, -1: against it
+    double direction; ///< +1: along the normal of the first one, -1: against it
 };
 
 Vec3 cross(const Vec3& a, const Vec3& b)
@@ -134,59 +70,56 @@ Vec3 cross(const Vec3& a, const Vec3& b)
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
-Frames framesOf(const gdcm::DataSet& data, std::size_t count, double positionZ, double normalZ)
+constexpr double offsetTolerance = 0.01; // mm
+
+/** The distance from frame to frame (mm), which may be negative. */
+double evenStep(const std::vector<double>& offsets)
 {
-    if (count == 1) {
-        return {numbersOf(data, tags::sliceThickness, "Slice Thickness", 1)[0], 1};
-    }
-    const std::vector<double> offsets =
-        numbersOf(data, tags::frameOffsets, "Grid Frame Offset Vector", count);
-    constexpr double tolerance = 0.01; // mm
-    const bool isAbsolute = offsets[0] != 0;
-    if (isAbsolute && std::fabs(offsets[0] - positionZ) > tolerance) {
-        throw InputError("has a Grid Frame Offset Vector that begins neither with 0 nor with the "
-                         "position of the first frame");
-    }
-    const double step = (offsets.back() - offsets[0]) / static_cast<double>(count - 1);
-    for (std::size_t i = 0; i < count; ++i) {
+    const double step = (offsets.back() - offsets[0]) / static_cast<double>(offsets.size() - 1);
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
         const double expected = offsets[0] + step * static_cast<double>(i);
-        if (std::fabs(offsets[i] - expected) > tolerance) {
-            throw InputError("has frames that are not evenly spaced (frame " +
-                             std::to_string(i + 1) + " lies " + number(offsets[i] - expected) +
-                             " mm off)");
+        if (std::fabs(offsets[i] - expected) > offsetTolerance) {
+            refuse("has frames that are not evenly spaced (frame " + std::to_string(i + 1) +
+                   " lies " + number(offsets[i] - expected) + " mm off)");
         }
     }
+    return step;
+}
+
+Frames framesOf(const DicomValues& values, std::size_t count, double positionZ, double normalZ)
+{
+    if (count == 1 && !values.has(tags::frameOffsets)) {
+        return {values.number(tags::sliceThickness), 1};
+    }
+    const std::vector<double> offsets = values.numbers(tags::frameOffsets, count);
+    const bool isAbsolute = offsets[0] != 0;
+    if (isAbsolute && std::fabs(offsets[0] - positionZ) > offsetTolerance) {
+        refuse("has a Grid Frame Offset Vector that begins neither with 0 nor with the position of "
+               "the first frame");
+    }
+    if (count == 1) {
+        return {values.number(tags::sliceThickness), 1};
+    }
+    const double step = evenStep(offsets);
     // Absolute offsets are positions along the patient's axis, relative ones along the normal.
     const double sign = isAbsolute && normalZ < 0 ? -1 : 1;
     return {std::fabs(step), step * sign < 0 ? -1.0 : 1.0};
 }
 
-std::size_t frameCountOf(const gdcm::DataSet& data)
+StoredGeometry geometryOf(const DicomValues& values)
 {
-    if (valueOf(data, tags::numberOfFrames).empty()) {
-        return 1;
-    }
-    const double count = numbersOf(data, tags::numberOfFrames, "Number of Frames", 1)[0];
-    if (!(count >= 1 && count <= std::numeric_limits<std::int32_t>::max())) {
-        throw InputError("has a Number of Frames of " + number(count));
-    }
-    return static_cast<std::size_t>(count);
-}
-
-StoredGeometry geometryOf(const gdcm::DataSet& data)
-{
-    const std::size_t frameCount = frameCountOf(data);
-    const auto position = numbersOf(data, tags::imagePosition, "Image Position (Patient)", 3);
-    const auto cosines = numbersOf(data, tags::imageOrientation, "Image Orientation (Patient)", 6);
-    const auto spacing = numbersOf(data, tags::pixelSpacing, "Pixel Spacing", 2);
+    const std::size_t frameCount = dicomFrameCount(values);
+    const auto position = values.numbers(tags::imagePosition, 3);
+    const auto cosines = values.numbers(tags::imageOrientation, 6);
+    const auto spacing = values.numbers(tags::pixelSpacing, 2);
     StoredGeometry stored;
-    stored.size = {shortOf(data, tags::columns, "Columns"), shortOf(data, tags::rows, "Rows"),
+    stored.size = {values.integer(dicomTags::columns), values.integer(dicomTags::rows),
                    static_cast<std::int64_t>(frameCount)};
     stored.origin = {position[0], position[1], position[2]};
     stored.axes[0] = {cosines[0], cosines[1], cosines[2]};
     stored.axes[1] = {cosines[3], cosines[4], cosines[5]};
     stored.axes[2] = cross(stored.axes[0], stored.axes[1]);
-    const Frames frames = framesOf(data, frameCount, position[2], stored.axes[2][2]);
+    const Frames frames = framesOf(values, frameCount, position[2], stored.axes[2][2]);
     for (double& component : stored.axes[2]) {
         component *= frames.direction;
     }
@@ -195,151 +128,61 @@ StoredGeometry geometryOf(const gdcm::DataSet& data)
     return stored;
 }
 
-void checkIsDose(const gdcm::File& file)
+void checkIsDose(const DicomFile& file)
 {
-    const gdcm::DataSet& data = file.GetDataSet();
-    const std::string modality = textOf(data, tags::modality);
-    gdcm::MediaStorage storage;
-    storage.SetFromFile(file);
-    if (storage != gdcm::MediaStorage::RTDoseStorage && modality != "RTDOSE") {
-        throw InputError("is DICOM but no RT Dose (modality " +
-                         (modality.empty() ? std::string("unknown") : excerpt(modality)) + ")");
+    constexpr std::string_view doseStorage = "1.2.840.10008.5.1.4.1.1.481.2";
+    const DicomValues values = file.values();
+    const std::string modality = values.text(tags::modality);
+    const bool isDose = values.text(tags::sopClass) == doseStorage ||
+                        file.metaValues().text(tags::metaSopClass) == doseStorage ||
+                        modality == "RTDOSE";
+    if (!isDose) {
+        refuse("is DICOM but no RT Dose (modality " +
+               (modality.empty() ? std::string("unknown") : excerpt(modality)) + ")");
     }
-    if (valueOf(data, tags::pixelData).empty() && !data.FindDataElement(tags::pixelData)) {
-        throw InputError("is an RT Dose without a dose grid");
+    if (file.data.find(dicomTags::pixelData) == nullptr) {
+        refuse("is an RT Dose without a dose grid");
     }
 }
 
 /** Whether the doses are relative. */
-bool unitsAreRelative(const gdcm::DataSet& data)
+bool unitsAreRelative(const DicomValues& values)
 {
-    const std::string units = textOf(data, tags::doseUnits);
+    const std::string units = values.text(tags::doseUnits);
     if (units != "GY" && units != "RELATIVE") {
-        throw InputError(units.empty() ? "has no Dose Units"
-                                       : "has doses in \"" + excerpt(units) + "\", not in Gy");
+        refuse(units.empty() ? "has no Dose Units"
+                             : "has doses in \"" + excerpt(units) + "\", not in Gy");
     }
     return units == "RELATIVE";
 }
 
-double scalingOf(const gdcm::DataSet& data)
+double scalingOf(const DicomValues& values)
 {
-    const double scaling = numbersOf(data, tags::doseGridScaling, "Dose Grid Scaling", 1)[0];
+    const double scaling = values.number(tags::doseGridScaling);
     if (!(scaling > 0)) {
-        throw InputError("has a Dose Grid Scaling of " + number(scaling));
+        refuse("has a Dose Grid Scaling of " + number(scaling));
     }
     return scaling;
 }
 
-/** How one stored value is written. */
-struct PixelFormat {
-    unsigned bits;
-    bool isSigned;
-};
+} // namespace
 
-PixelFormat pixelFormatOf(const gdcm::DataSet& data)
+DoseImage readDicomDose(ByteView bytes, const Host& host)
 {
-    if (shortOf(data, tags::samplesPerPixel, "Samples per Pixel") != 1) {
-        throw InputError("has more than one sample per pixel");
-    }
-    const PixelFormat format{shortOf(data, tags::bitsAllocated, "Bits Allocated"),
-                             shortOf(data, tags::pixelRepresentation, "Pixel Representation") == 1};
-    if (format.bits != 8 && format.bits != 16 && format.bits != 32) {
-        throw InputError("has values of " + std::to_string(format.bits) + " bits");
-    }
-    return format;
-}
-
-void checkDataLength(const gdcm::DataSet& data, std::size_t needed)
-{
-    // Compressed pixel data has no plain byte value; GDCM checks it while it unpacks.
-    const gdcm::ByteValue* value = data.GetDataElement(tags::pixelData).GetByteValue();
-    if (value != nullptr && value->GetLength() < needed) {
-        throw InputError("is cut short: " + grouped(value->GetLength()) + " bytes of dose, not " +
-                         grouped(needed));
-    }
-}
-
-std::vector<char> unpackedPixels(const std::string& path, std::size_t needed)
-{
-    const SilentStderr silence;
-    gdcm::ImageReader reader;
-    reader.SetFileName(path.c_str());
-    if (!reader.Read() || reader.GetImage().GetBufferLength() != needed) {
-        throw InputError("has a dose grid that cannot be unpacked");
-    }
-    std::vector<char> pixels(needed);
-    if (!reader.GetImage().GetBuffer(pixels.data())) {
-        throw InputError("has a dose grid that cannot be unpacked");
-    }
-    return pixels;
-}
-
-template <class Stored> std::vector<float> scaled(const std::vector<char>& pixels, double scaling)
-{
-    std::vector<float> doses(pixels.size() / sizeof(Stored));
-    for (std::size_t i = 0; i < doses.size(); ++i) {
-        Stored value;
-        std::memcpy(&value, pixels.data() + i * sizeof(Stored), sizeof(Stored));
-        doses[i] = static_cast<float>(static_cast<double>(value) * scaling);
-    }
-    return doses;
-}
-
-std::vector<float> doses(const std::vector<char>& pixels, PixelFormat format, double scaling)
-{
-    switch (format.bits) {
-    case 8:
-        return format.isSigned ? scaled<std::int8_t>(pixels, scaling)
-                               : scaled<std::uint8_t>(pixels, scaling);
-    case 16:
-        return format.isSigned ? scaled<std::int16_t>(pixels, scaling)
-                               : scaled<std::uint16_t>(pixels, scaling);
-    default:
-        return format.isSigned ? scaled<std::int32_t>(pixels, scaling)
-                               : scaled<std::uint32_t>(pixels, scaling);
-    }
-}
-
-void readFile(gdcm::Reader& reader, const std::string& path)
-{
-    const SilentStderr silence;
-    reader.SetFileName(path.c_str());
-    if (!reader.Read()) {
-        throw InputError("cannot be read as DICOM: it is damaged or cut short");
-    }
-}
-
-DoseImage readProbed(const std::string& path)
-{
-    gdcm::Reader reader;
-    readFile(reader, path);
-    const gdcm::DataSet& data = reader.GetFile().GetDataSet();
-    checkIsDose(reader.GetFile());
+    const DicomFile file = openDicomFile(bytes, host.deflate);
+    const DicomValues values = file.values();
+    checkIsDose(file);
     DoseImage dose;
-    dose.dataPath = path;
-    dose.isRelative = unitsAreRelative(data);
-    dose.dicom = identityOf(data);
-    const double scaling = scalingOf(data);
-    const PixelFormat format = pixelFormatOf(data);
-    const StoredGeometry stored = geometryOf(data);
-    checkGeometry(stored);
-    const auto voxels = static_cast<std::size_t>(stored.size[0] * stored.size[1] * stored.size[2]);
-    const std::size_t needed = voxels * (format.bits / 8);
-    checkDataLength(data, needed);
-    dose.image = toPatientAxes(stored, doses(unpackedPixels(path, needed), format, scaling));
+    dose.isRelative = unitsAreRelative(values);
+    dose.dicom = identityOf(values);
+    const double scaling = scalingOf(values);
+    const DicomPixelFormat format = dicomPixelFormat(values);
+    const StoredGeometry stored = geometryOf(values);
+    const std::size_t voxels = checkGeometry(stored);
+    dose.image =
+        toPatientAxes(stored, dicomPixels(file, format, voxels,
+                                          static_cast<std::size_t>(stored.size[2]), scaling, host));
     return dose;
 }
 
-} // namespace
-
-DoseImage readDicomDose(const std::string& path)
-{
-    gdcm::Trace::DebugOff();
-    gdcm::Trace::WarningOff();
-    gdcm::Trace::ErrorOff();
-    checkDicomStructure(path);
-    probe([&path] { readProbed(path); });
-    return readProbed(path);
-}
-
-} // namespace cli
+} // namespace files

@@ -1,0 +1,104 @@
+#include "files/formats/dicomFile.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "files/error.h"
+#include "files/packed.h"
+
+namespace files
+{
+
+namespace
+{
+
+constexpr std::size_t mebibyte = 1 << 20;
+constexpr std::size_t otherElements = 64 * mebibyte;
+
+bool isDeflated(const DicomStart& start)
+{
+    return start.transferSyntax == "1.2.840.10008.1.2.1.99";
+}
+
+std::uint64_t gridBytes(const DicomValues& values)
+{
+    constexpr std::uint64_t mostVoxels = std::numeric_limits<std::int32_t>::max();
+    const std::uint64_t plane =
+        std::uint64_t{values.integer(dicomTags::rows)} * values.integer(dicomTags::columns);
+    const std::uint64_t frames = dicomFrameCount(values);
+    const std::uint64_t bytes = values.integer(dicomTags::bitsAllocated) / 8;
+    return plane > mostVoxels / frames ? 0 : plane * frames * bytes; // else refused when it is read
+}
+
+Bytes beginningOfDeflated(ByteView packed, const Deflate& deflate, std::size_t most)
+{
+    Bytes bytes(most);
+    bytes.shorten(deflate.unpack(packed, bytes.room()).made);
+    return bytes;
+}
+
+std::uint64_t gridBytesOfDataSet(ByteView beginning, const DicomSyntax& syntax)
+{
+    return gridBytes({readWholeDicomElements(beginning, syntax), syntax.isBigEndian});
+}
+
+std::uint64_t gridBytesOfFile(ByteView beginning, const Deflate& deflate)
+{
+    const DicomStart start = readDicomStart(beginning);
+    if (!isDeflated(start)) {
+        return gridBytesOfDataSet(start.dataSet, start.syntax);
+    }
+    const Bytes dataSet = beginningOfDeflated(start.dataSet, deflate, beginning.size());
+    return gridBytesOfDataSet(dataSet.view(), start.syntax);
+}
+
+/**
+ * How much packed data may unpack to.
+ * @param beginning makes the first bytes, as many as it is asked for.
+ * @param gridIn the bytes of the grid that a beginning tells, or throws a Refusal.
+ */
+template <class Beginning, class GridIn>
+std::uint64_t mostBytes(const Beginning& beginning, const GridIn& gridIn)
+{
+    for (const std::size_t length : {mebibyte, otherElements}) {
+        try {
+            const Bytes bytes = beginning(length);
+            return gridIn(bytes.view()) + otherElements;
+        } catch (const Refusal&) {
+            // It does not tell; perhaps more of it does.
+        }
+    }
+    return otherElements;
+}
+
+Bytes unpackGzipFile(ByteView file, const Deflate& deflate)
+{
+    const std::uint64_t most =
+        mostBytes([&](std::size_t length) { return unpackBeginning(file, deflate, length); },
+                  [&](ByteView beginning) { return gridBytesOfFile(beginning, deflate); });
+    return unpackAll(file, deflate, most);
+}
+
+Bytes inflateDataSet(const DicomStart& start, const Deflate& deflate)
+{
+    const std::uint64_t most = mostBytes(
+        [&](std::size_t length) { return beginningOfDeflated(start.dataSet, deflate, length); },
+        [&](ByteView beginning) { return gridBytesOfDataSet(beginning, start.syntax); });
+    return unpackRaw(start.dataSet, deflate, most);
+}
+
+} // namespace
+
+DicomFile openDicomFile(ByteView file, const Deflate& deflate)
+{
+    Bytes unpacked = isGzip(file) ? unpackGzipFile(file, deflate) : Bytes();
+    const ByteView whole = isGzip(file) ? unpacked.view() : file;
+    DicomStart start = readDicomStart(whole);
+    Bytes inflated = isDeflated(start) ? inflateDataSet(start, deflate) : Bytes();
+    DicomDataSet data =
+        readDicomElements(isDeflated(start) ? inflated.view() : start.dataSet, start.syntax);
+    return {std::move(unpacked), std::move(inflated), whole, std::move(start), std::move(data)};
+}
+
+} // namespace files

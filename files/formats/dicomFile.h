@@ -1,0 +1,37 @@
+/**
+ * @file dicomFile.h
+ * DICOM files as they come: plain, with a deflated data set, or packed by gzip as a whole.
+ */
+#ifndef ZARNGI_FILES_FORMATS_DICOMFILE_H
+#define ZARNGI_FILES_FORMATS_DICOMFILE_H
+
+#include "files/bytes.h"
+#include "files/deflate.h"
+#include "files/formats/dicomElements.h"
+#include "files/formats/dicomValues.h"
+
+namespace files
+{
+
+/** A file and its elements, which lie in the bytes that were read or in those here. */
+struct DicomFile {
+    Bytes unpacked; ///< the file, where it was packed by gzip
+    Bytes inflated; ///< the data set, where it was deflated
+    ByteView whole; ///< the file, not packed by gzip
+    DicomStart start;
+    DicomDataSet data;
+
+    DicomValues values() const { return {data, start.syntax.isBigEndian}; }
+    DicomValues metaValues() const { return {start.meta, false}; }
+};
+
+/**
+ * Unpacks the file where needed, to no more than the grid that it tells and 64 MiB of other
+ * elements, and reads its elements.
+ * @throws Refusal when it is damaged, cut short, or unpacks to more.
+ */
+DicomFile openDicomFile(ByteView file, const Deflate& deflate);
+
+} // namespace files
+
+#endif

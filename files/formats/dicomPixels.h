@@ -1,0 +1,38 @@
+/**
+ * @file dicomPixels.h
+ * The stored values of DICOM images of one sample per pixel.
+ */
+#ifndef ZARNGI_FILES_FORMATS_DICOMPIXELS_H
+#define ZARNGI_FILES_FORMATS_DICOMPIXELS_H
+
+#include <vector>
+
+#include "files/formats/dicomFile.h"
+#include "files/readDose.h"
+
+namespace files
+{
+
+/** How one value is stored. */
+struct DicomPixelFormat {
+    unsigned bits = 0;       ///< 8, 16 or 32
+    unsigned bitsStored = 0; ///< the low ones, 1 to `bits`
+    bool isSigned = false;
+};
+
+/** @throws Refusal for a format that is not told, or another than these. */
+DicomPixelFormat dicomPixelFormat(const DicomValues& values);
+
+/**
+ * The values times a factor, unpacked where they are packed, frame by frame.
+ * @param voxels of all frames together; from 1 to 2^31 - 1, a multiple of `frames`.
+ * @throws Refusal when there are fewer or more values, when they are damaged, need more bits than
+ * their format tells, or are packed in a way that neither this library nor the host knows.
+ */
+std::vector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& format,
+                               std::size_t voxels, std::size_t frames, double factor,
+                               const Host& host);
+
+} // namespace files
+
+#endif

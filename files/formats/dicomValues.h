@@ -1,0 +1,62 @@
+/**
+ * @file dicomValues.h
+ * Texts and numbers in the elements of DICOM.
+ */
+#ifndef ZARNGI_FILES_FORMATS_DICOMVALUES_H
+#define ZARNGI_FILES_FORMATS_DICOMVALUES_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "files/formats/dicomElements.h"
+
+namespace files
+{
+
+/** A data set and how its numbers are written. */
+struct DicomValues {
+    const DicomDataSet& data;
+    bool isBigEndian = false;
+
+    /** Whether the element is there and not empty. All functions throw a Refusal if it is twice. */
+    bool has(const DicomTag& tag) const;
+
+    /** On one line, in the characters of the file; empty where there is none. */
+    std::string text(const DicomTag& tag) const;
+
+    /**
+     * The finite numbers of a decimal or integer string; an empty one at the end does not count.
+     * @throws Refusal when they are not `count`, or one is no number.
+     */
+    std::vector<double> numbers(const DicomTag& tag, std::size_t count) const;
+
+    double number(const DicomTag& tag) const { return numbers(tag, 1)[0]; }
+
+    /** A 16-bit unsigned integer. @throws Refusal where there is none */
+    unsigned integer(const DicomTag& tag) const;
+
+private:
+    ByteView bytes(const DicomTag& tag) const;
+};
+
+/** The elements that describe the stored values. */
+namespace dicomTags
+{
+inline constexpr DicomTag samplesPerPixel{0x00280002, "Samples per Pixel"};
+inline constexpr DicomTag numberOfFrames{0x00280008, "Number of Frames"};
+inline constexpr DicomTag rows{0x00280010, "Rows"};
+inline constexpr DicomTag columns{0x00280011, "Columns"};
+inline constexpr DicomTag bitsAllocated{0x00280100, "Bits Allocated"};
+inline constexpr DicomTag bitsStored{0x00280101, "Bits Stored"};
+inline constexpr DicomTag highBit{0x00280102, "High Bit"};
+inline constexpr DicomTag pixelRepresentation{0x00280103, "Pixel Representation"};
+inline constexpr DicomTag pixelData{0x7FE00010, "Pixel Data"};
+} // namespace dicomTags
+
+/** Number of Frames, 1 where it is not told. @throws Refusal when it is none */
+std::size_t dicomFrameCount(const DicomValues& values);
+
+} // namespace files
+
+#endif
