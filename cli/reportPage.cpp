@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 #include "comparisonJson.h"
-#include "doseExtremes.h"
 #include "reportVolume.h"
 
 namespace cli
@@ -20,9 +19,8 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::string_view marker = "<!--ZARNGI-DATA-->";
 
-double largestMagnitude(const Image& image)
+double largestMagnitude(const DoseExtremes& extremes)
 {
-    const DoseExtremes extremes = doseExtremes(image);
     return std::max(std::fabs(extremes.minimum), std::fabs(extremes.maximum));
 }
 
@@ -54,8 +52,8 @@ Volumes volumesOf(const Comparison& comparison)
 {
     const Image& reference = comparison.reference.image;
     const Image& evaluation = comparison.evaluation.image;
-    const int decimals =
-        doseDecimals(std::max(largestMagnitude(reference), largestMagnitude(evaluation)));
+    const int decimals = doseDecimals(std::max(largestMagnitude(comparison.referenceExtremes),
+                                               largestMagnitude(comparison.evaluationExtremes)));
     Volumes volumes;
     volumes.add("reference", "dose", "reference", decimals,
                 storedDoses(reference.values, decimals));
@@ -81,13 +79,14 @@ std::string embeddable(const Json& document)
 
 } // namespace
 
-std::string reportPage(const Comparison& comparison, std::string_view pageTemplate)
+std::string reportPage(const Comparison& comparison, const Json& record,
+                       std::string_view pageTemplate)
 {
     const auto position = pageTemplate.find(marker);
     if (position == std::string_view::npos) {
         throw std::runtime_error("the report's template has no place for its data");
     }
-    Json document = comparisonJson(comparison);
+    Json document = record;
     const Volumes volumes = volumesOf(comparison);
     document["volumes"] = volumes.list;
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {

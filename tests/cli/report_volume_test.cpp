@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <limits>
@@ -50,7 +51,7 @@ TEST(ReportVolume, NoFailedVoxelShowsAPassingGamma)
 
 TEST(ReportPage, TemplateWithoutAPlaceForTheDataIsRefused)
 {
-    EXPECT_THROW(cli::reportPage({}, "<html></html>"), std::runtime_error);
+    EXPECT_THROW(cli::reportPage({}, {}, "<html></html>"), std::runtime_error);
 }
 
 } // namespace
