@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <zlib.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <string_view>
 
 #include "comparison.h"
@@ -12,18 +15,61 @@
 namespace
 {
 
-TEST(ReportVolume, Base64OfTheStandard)
+using Words = std::vector<std::int16_t>;
+
+/** RFC 4648 with padding; throws where a character does not belong. */
+std::vector<unsigned char> bytesOf(std::string_view base64)
 {
-    for (const auto& [plain, encoded] : {std::pair{"", ""},
-                                         {"f", "Zg=="},
-                                         {"fo", "Zm8="},
-                                         {"foo", "Zm9v"},
-                                         {"foob", "Zm9vYg=="},
-                                         {"fooba", "Zm9vYmE="},
-                                         {"foobar", "Zm9vYmFy"},
-                                         {"\xff\xfe\xfd", "//79"}}) {
-        const std::string_view text(plain);
-        EXPECT_EQ(cli::base64({text.begin(), text.end()}), encoded);
+    constexpr std::string_view alphabet =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::vector<unsigned char> bytes;
+    const std::string_view digits = base64.substr(0, base64.find('='));
+    EXPECT_EQ(base64.size(), (digits.size() + 3) / 4 * 4);
+    unsigned bits = 0;
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        const std::size_t digit = alphabet.find(digits[i]);
+        if (digit == std::string_view::npos) {
+            throw std::invalid_argument("not a digit of base64");
+        }
+        bits = bits << 6 | static_cast<unsigned>(digit);
+        if (i % 4 > 0) {
+            bytes.push_back(static_cast<unsigned char>(bits >> (6 - 2 * (i % 4))));
+        }
+    }
+    return bytes;
+}
+
+/** Unpacks a volume as the page's format is described. */
+Words decoded(std::string_view text, std::size_t count)
+{
+    const std::vector<unsigned char> packed = bytesOf(text);
+    std::vector<unsigned char> bytes(2 * count);
+    uLongf length = bytes.size();
+    EXPECT_EQ(uncompress(bytes.data(), &length, packed.data(), packed.size()), Z_OK);
+    EXPECT_EQ(length, bytes.size());
+    Words words;
+    for (std::size_t i = 0; i < count; ++i) {
+        words.push_back(static_cast<std::int16_t>(bytes[i] | bytes[count + i] << 8));
+    }
+    return words;
+}
+
+std::vector<float> noise(std::size_t count, float from, float to, unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> distribution(from, to);
+    std::vector<float> values(count);
+    std::generate(values.begin(), values.end(), [&] { return distribution(random); });
+    return values;
+}
+
+TEST(ReportVolume, UnpacksToWhatWentIn)
+{
+    for (const std::size_t count : {1U, 2U, 3U, 4U, 40000U, 40001U, 40002U, 123456U}) {
+        const Words constant(count, -1);
+        EXPECT_EQ(decoded(cli::encodedVolume(constant), count), constant) << count;
+        const Words words = cli::storedDoses(noise(count, -32767, 32767, 1), 0);
+        EXPECT_EQ(decoded(cli::encodedVolume(words), count), words) << count;
     }
 }
 
