@@ -19,9 +19,13 @@ namespace
 
 constexpr double largestStored = std::numeric_limits<std::int16_t>::max();
 
+/** As std::lround rounds, halves away from zero, but without a call per voxel. */
 std::int16_t stored(double value)
 {
-    return static_cast<std::int16_t>(std::lround(std::clamp(value, -largestStored, largestStored)));
+    // The largest number below 1/2; 1/2 itself would carry this number up to 1.
+    constexpr double almostHalf = 0x1.fffffffffffffp-2;
+    const double limited = std::clamp(value, -largestStored, largestStored);
+    return static_cast<std::int16_t>(limited + std::copysign(almostHalf, limited));
 }
 
 std::vector<unsigned char> shuffled(const std::vector<std::int16_t>& words)

@@ -73,6 +73,26 @@ TEST(ReportVolume, UnpacksToWhatWentIn)
     }
 }
 
+TEST(ReportVolume, RoundsHalvesAwayFromZero)
+{
+    std::vector<float> doses = noise(100000, -40, 40, 2);
+    for (int i = -10; i < 10; ++i) {
+        const float half = static_cast<float>(i) + 0.5F;
+        doses.insert(doses.end(),
+                     {half, std::nextafter(half, -100.0F), std::nextafter(half, 100.0F)});
+    }
+    doses.insert(doses.end(), {0.0F, -0.0F, 1e-45F, 32766.5F, 32767.5F, 1e9F, -1e9F});
+    for (const int decimals : {-2, -1, 0, 1, 2, 3, 12}) {
+        Words expected;
+        for (const float dose : doses) {
+            const double value = static_cast<double>(dose) * std::pow(10.0, decimals);
+            expected.push_back(
+                static_cast<std::int16_t>(std::lround(std::clamp(value, -32767.0, 32767.0))));
+        }
+        EXPECT_EQ(cli::storedDoses(doses, decimals), expected) << decimals;
+    }
+}
+
 TEST(ReportVolume, DosesUseAllDecimalsThatFit)
 {
     for (const auto& [largest, decimals] :
