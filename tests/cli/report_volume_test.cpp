@@ -115,6 +115,37 @@ TEST(ReportVolume, NoFailedVoxelShowsAPassingGamma)
     EXPECT_EQ(cli::storedGammas({0.5F, 1, 2}, 2), (std::vector<std::int16_t>{500, 1001, 2000}));
 }
 
+TEST(ReportPage, VolumesInOrderWhateverTheNumberOfThreads)
+{
+    constexpr std::size_t voxels = 30 * 20 * 10;
+    const cli::Geometry geometry{{30, 20, 10}, {1, 1, 1}, {0, 0, 0}};
+    cli::Comparison comparison;
+    comparison.reference.image = {geometry, noise(voxels, 0, 2, 3)};
+    comparison.evaluation.image = {geometry, noise(voxels, 0, 2, 4)};
+    comparison.referenceExtremes = comparison.evaluationExtremes = {0, 2, {}, {}};
+    std::vector<std::pair<std::string, Words>> expected = {
+        {"reference", cli::storedDoses(comparison.reference.image.values, 4)},
+        {"evaluation", cli::storedDoses(comparison.evaluation.image.values, 4)}};
+    for (unsigned i = 0; i < 5; ++i) {
+        comparison.results.emplace_back().gamma = noise(voxels, -1, 1, 5 + i);
+        expected.emplace_back("gamma-" + std::to_string(i),
+                              cli::storedGammas(comparison.results.back().gamma, 0));
+    }
+    for (const int threads : {1, 2, 3, 7, 16}) {
+        comparison.settings.threads = threads;
+        const std::string page = cli::reportPage(comparison, {}, "<!--ZARNGI-DATA-->");
+        std::size_t end = 0;
+        for (const auto& [name, words] : expected) {
+            const std::string mark = "id=\"volume-" + name + "\">";
+            const std::size_t start = page.find(mark, end);
+            ASSERT_NE(start, std::string::npos) << name << " is missing or out of order";
+            end = page.find('<', start);
+            const std::size_t text = start + mark.size();
+            EXPECT_EQ(decoded(page.substr(text, end - text), voxels), words) << name;
+        }
+    }
+}
+
 TEST(ReportPage, TemplateWithoutAPlaceForTheDataIsRefused)
 {
     EXPECT_THROW(cli::reportPage({}, {}, "<html></html>"), std::runtime_error);
