@@ -83,6 +83,8 @@ Comparison readComparison(const CompareOptions& options)
     warnAbout(comparison);
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     comparison.readSeconds = duration.count();
+    comparison.referenceExtremes = doseExtremes(comparison.reference.image);
+    comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
     return comparison;
 }
 

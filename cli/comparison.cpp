@@ -2,14 +2,12 @@
 
 #include <algorithm>
 
-#include "doseExtremes.h"
-
 namespace cli
 {
 
 double Comparison::normalisation() const
 {
-    return settings.normalisation ? *settings.normalisation : doseExtremes(reference.image).maximum;
+    return settings.normalisation ? *settings.normalisation : referenceExtremes.maximum;
 }
 
 bool Comparison::isBelowLimit() const

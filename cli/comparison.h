@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "criterion.h"
+#include "doseExtremes.h"
 #include "doseImage.h"
 #include "gammaRun.h"
 #include "gammaStatistics.h"
@@ -31,6 +32,8 @@ struct CriterionResult {
 struct Comparison {
     DoseImage reference;
     DoseImage evaluation;
+    DoseExtremes referenceExtremes{}; ///< of all doses, found once: grids are large
+    DoseExtremes evaluationExtremes{};
     GammaSettings settings;
     Limits limits;
     std::optional<double> failBelow; ///< %

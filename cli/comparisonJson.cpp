@@ -6,7 +6,6 @@
 #include <ctime>
 #include <filesystem>
 
-#include "doseExtremes.h"
 #include "fileDigest.h"
 #include "text.h"
 
@@ -62,12 +61,11 @@ Json fileJson(const DoseImage& dose)
     return file;
 }
 
-Json gridJson(const Image& image)
+Json gridJson(const Geometry& geometry, const DoseExtremes& extremes)
 {
-    const DoseExtremes extremes = doseExtremes(image);
-    return {{"size", image.geometry.size},
-            {"spacing", image.geometry.spacing},
-            {"origin", image.geometry.origin},
+    return {{"size", geometry.size},
+            {"spacing", geometry.spacing},
+            {"origin", geometry.origin},
             {"minimum", extremes.minimum},
             {"maximum", {{"dose", extremes.maximum}, {"position", extremes.maximumPosition}}}};
 }
@@ -138,8 +136,10 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
          {{"reference", fileJson(comparison.reference)},
           {"evaluation", fileJson(comparison.evaluation)}}},
         {"grids",
-         {{"reference", gridJson(comparison.reference.image)},
-          {"evaluation", gridJson(comparison.evaluation.image)}}},
+         {{"reference",
+           gridJson(comparison.reference.image.geometry, comparison.referenceExtremes)},
+          {"evaluation",
+           gridJson(comparison.evaluation.image.geometry, comparison.evaluationExtremes)}}},
         {"orientation", "LPS"},
         {"doseUnit", comparison.doseUnit()},
         {"threads", comparison.settings.threads},

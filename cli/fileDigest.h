@@ -6,6 +6,7 @@
 #define ZARNGI_CLI_FILEDIGEST_H
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace cli
@@ -15,6 +16,9 @@ struct FileDigest {
     std::uintmax_t bytes = 0;
     std::string sha256; ///< lower-case hexadecimal
 };
+
+/** Of contents that are at hand. @throws InputError */
+FileDigest digestOf(std::span<const unsigned char> contents);
 
 /** Reads the file once. @throws InputError */
 FileDigest digestOf(const std::string& path);

@@ -168,14 +168,17 @@ void Outputs::write(const Comparison& comparison)
         writeImage(gammaMaps_[i],
                    {comparison.reference.image.geometry, comparison.results[i].gamma});
     }
+    // Once for both: it reads the input files to tell their digests.
+    const nlohmann::ordered_json record =
+        json_ || report_ ? comparisonJson(comparison) : nlohmann::ordered_json();
     if (json_) {
-        json_->write(toText(comparisonJson(comparison), 2) + "\n");
+        json_->write(toText(record, 2) + "\n");
     }
     if (csv_) {
         csv_->write(comparisonCsv(comparison));
     }
     if (report_) {
-        report_->write(reportPage(comparison, reportTemplate()));
+        report_->write(reportPage(comparison, record, reportTemplate()));
     }
 }
 

@@ -5,6 +5,8 @@
 #ifndef ZARNGI_CLI_REPORTPAGE_H
 #define ZARNGI_CLI_REPORTPAGE_H
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <string>
 #include <string_view>
 
@@ -16,8 +18,9 @@ namespace cli
 /** The page without data; empty in a build without the report's front end. */
 std::string_view reportTemplate();
 
-/** The page with the data of a comparison whose gamma maps are kept. */
-std::string reportPage(const Comparison& comparison, std::string_view pageTemplate);
+/** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
+std::string reportPage(const Comparison& comparison, const nlohmann::ordered_json& record,
+                       std::string_view pageTemplate);
 
 } // namespace cli
 

@@ -1,12 +1,15 @@
 #include "reportVolume.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
+#include <openssl/evp.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <stdexcept>
+#include <memory>
+#include <new>
+#include <span>
 
 namespace cli
 {
@@ -16,9 +19,13 @@ namespace
 
 constexpr double largestStored = std::numeric_limits<std::int16_t>::max();
 
+/** As std::lround rounds, halves away from zero, but without a call per voxel. */
 std::int16_t stored(double value)
 {
-    return static_cast<std::int16_t>(std::lround(std::clamp(value, -largestStored, largestStored)));
+    // The largest number below 1/2; 1/2 itself would carry this number up to 1.
+    constexpr double almostHalf = 0x1.fffffffffffffp-2;
+    const double limited = std::clamp(value, -largestStored, largestStored);
+    return static_cast<std::int16_t>(limited + std::copysign(almostHalf, limited));
 }
 
 std::vector<unsigned char> shuffled(const std::vector<std::int16_t>& words)
@@ -32,16 +39,16 @@ std::vector<unsigned char> shuffled(const std::vector<std::int16_t>& words)
     return bytes;
 }
 
-std::vector<unsigned char> compressed(const std::vector<unsigned char>& bytes)
+std::string base64(std::span<const unsigned char> bytes)
 {
-    uLongf length = compressBound(bytes.size());
-    std::vector<unsigned char> result(length);
-    if (compress2(result.data(), &length, bytes.data(), bytes.size(), Z_DEFAULT_COMPRESSION) !=
-        Z_OK) {
-        throw std::runtime_error("a volume of the report cannot be compressed");
+    constexpr std::size_t blockSize = 3 << 14; // OpenSSL counts in int
+    std::string text((bytes.size() + 2) / 3 * 4, '\0');
+    for (std::size_t i = 0; i < bytes.size(); i += blockSize) {
+        const auto block = bytes.subspan(i, std::min(blockSize, bytes.size() - i));
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data() + i / 3 * 4), block.data(),
+                        static_cast<int>(block.size()));
     }
-    result.resize(length);
-    return result;
+    return text;
 }
 
 } // namespace
@@ -85,26 +92,18 @@ std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::si
 
 std::string encodedVolume(const std::vector<std::int16_t>& words)
 {
-    return base64(compressed(shuffled(words)));
-}
-
-std::string base64(const std::vector<unsigned char>& bytes)
-{
-    constexpr const char* alphabet =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        const std::size_t count = std::min<std::size_t>(3, bytes.size() - i);
-        unsigned bits = 0;
-        for (std::size_t k = 0; k < 3; ++k) {
-            bits = bits << 8 | (k < count ? bytes[i + k] : 0U);
-        }
-        for (std::size_t k = 0; k < 4; ++k) {
-            text += k <= count ? alphabet[bits >> (18 - 6 * k) & 63] : '=';
-        }
+    constexpr int level = 6; // as small as zlib's default, in half the time
+    const std::vector<unsigned char> bytes = shuffled(words);
+    const std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> compressor(
+        libdeflate_alloc_compressor(level), libdeflate_free_compressor);
+    if (!compressor) {
+        throw std::bad_alloc();
     }
-    return text;
+    const std::size_t most = libdeflate_zlib_compress_bound(compressor.get(), bytes.size());
+    const auto packed = std::make_unique_for_overwrite<unsigned char[]>(most);
+    const std::size_t length =
+        libdeflate_zlib_compress(compressor.get(), bytes.data(), bytes.size(), packed.get(), most);
+    return base64({packed.get(), length});
 }
 
 } // namespace cli

@@ -29,11 +29,8 @@ std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decim
  */
 std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::size_t failed);
 
-/** All low bytes, then all high bytes, compressed by zlib, in base64. */
+/** All low bytes, then all high bytes, compressed in the format of zlib, in base64. */
 std::string encodedVolume(const std::vector<std::int16_t>& stored);
-
-/** RFC 4648 with padding. */
-std::string base64(const std::vector<unsigned char>& bytes);
 
 } // namespace cli
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "doseExtremes.h"
 #include "text.h"
 
 namespace cli
@@ -19,13 +18,12 @@ std::string line(std::string name, const std::string& text)
     return name + text + "\n";
 }
 
-std::string describeGrid(const DoseImage& dose)
+std::string describeGrid(const DoseImage& dose, const DoseExtremes& extremes)
 {
     const Geometry& geometry = dose.image.geometry;
     return oneLine(std::filesystem::path(dose.path).filename().string()) + " (" + dose.format +
            "), " + join(geometry.size, " x ") + " voxels of " + join(geometry.spacing, " x ") +
-           " mm, maximum " + number(doseExtremes(dose.image).maximum) +
-           (dose.isRelative ? " (relative)" : " Gy");
+           " mm, maximum " + number(extremes.maximum) + (dose.isRelative ? " (relative)" : " Gy");
 }
 
 std::string describeSearch(const Comparison& comparison)
@@ -118,8 +116,9 @@ std::string describeSetup(const Comparison& comparison)
     for (const CriterionResult& result : comparison.results) {
         criteria += (criteria.empty() ? "" : ", ") + result.criterion.label();
     }
-    return line("reference", describeGrid(comparison.reference)) +
-           line("evaluation", describeGrid(comparison.evaluation)) + line("criteria", criteria) +
+    return line("reference", describeGrid(comparison.reference, comparison.referenceExtremes)) +
+           line("evaluation", describeGrid(comparison.evaluation, comparison.evaluationExtremes)) +
+           line("criteria", criteria) +
            line("cut-off", number(comparison.settings.cutOff) + " % of " +
                                number(comparison.normalisation()) + " = " +
                                number(comparison.cutOffDose()) + " " + comparison.doseUnit()) +

@@ -6,7 +6,7 @@ set -eu
 demo_packages="
     g++ cmake ninja-build pkg-config
     libcli11-dev nlohmann-json3-dev
-    libgdcm-dev zlib1g-dev libssl-dev"
+    libgdcm-dev zlib1g-dev libdeflate-dev libssl-dev"
 
 package_packages="
     dpkg-dev file man-db python3-numpy"

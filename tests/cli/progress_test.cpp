@@ -1,13 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <cstdlib>
-#include <stdexcept>
-
-#include <unistd.h>
-
-#include "failure.h"
-#include "probe.h"
 #include "progress.h"
 
 namespace
@@ -30,21 +22,6 @@ TEST(Progress, FollowsTheReportsInWhateverPiecesTheyCome)
         EXPECT_EQ(follower.shell(), 2);
         EXPECT_DOUBLE_EQ(follower.share(), 0.25);
     }
-}
-
-TEST(Probe, TellsWhatEndsTheProcess)
-{
-    EXPECT_THROW(cli::probe([] { std::abort(); }), cli::InputError);
-    EXPECT_THROW(cli::probe([] { std::raise(SIGSEGV); }), cli::InputError);
-    EXPECT_THROW(cli::probe([] { pause(); }, 1), cli::InputError);
-}
-
-TEST(Probe, LetsThroughWhatTheCallerCanHandle)
-{
-    bool isHere = false;
-    EXPECT_NO_THROW(cli::probe([&] { isHere = true; }));
-    EXPECT_FALSE(isHere) << "the step ran in the caller's process";
-    EXPECT_NO_THROW(cli::probe([] { throw std::runtime_error("bad"); }));
 }
 
 } // namespace
