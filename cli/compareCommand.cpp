@@ -55,16 +55,23 @@ void warnAbout(Comparison& comparison)
     }
 }
 
-/** Reads both files at once. A pipe comes second: nobody waits for it when the other file is bad. */
+/** Reads both files at once. A pipe comes second: nobody waits for it when the other file is bad.
+ */
 void readDoses(Comparison& comparison, const CompareOptions& options)
 {
+    const bool isRecorded = !options.outputs.json.empty() || !options.outputs.report.empty();
+    const auto read = [isRecorded](const std::string& path, FileDigests& digests) {
+        return isRecorded ? readDose(path, digests) : readDose(path);
+    };
     std::error_code error;
     const bool isFile = std::filesystem::is_regular_file(options.evaluation, error);
-    const std::launch when = isFile ? std::launch::async | std::launch::deferred
-                                    : std::launch::deferred;
-    auto evaluation = std::async(when, [&options] { return readDose(options.evaluation); });
-    comparison.reference = readDose(options.reference);
+    const std::launch when =
+        isFile ? std::launch::async | std::launch::deferred : std::launch::deferred;
+    FileDigests ofEvaluation;
+    auto evaluation = std::async(when, read, options.evaluation, std::ref(ofEvaluation));
+    comparison.reference = read(options.reference, comparison.digests);
     comparison.evaluation = evaluation.get();
+    comparison.digests.merge(ofEvaluation);
 }
 
 Comparison readComparison(const CompareOptions& options)

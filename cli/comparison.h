@@ -12,6 +12,7 @@
 #include "criterion.h"
 #include "doseExtremes.h"
 #include "doseImage.h"
+#include "fileDigest.h"
 #include "gammaRun.h"
 #include "gammaStatistics.h"
 #include "verdict.h"
@@ -34,6 +35,7 @@ struct Comparison {
     DoseImage evaluation;
     DoseExtremes referenceExtremes{}; ///< of all doses, found once: grids are large
     DoseExtremes evaluationExtremes{};
+    FileDigests digests; ///< of the files that were read, where a record is wanted
     GammaSettings settings;
     Limits limits;
     std::optional<double> failBelow; ///< %

@@ -4,10 +4,8 @@
 
 #include <chrono>
 #include <ctime>
-#include <filesystem>
 
-#include "fileDigest.h"
-#include "text.h"
+#include "doseJson.h"
 
 namespace cli
 {
@@ -25,49 +23,6 @@ std::string nowInUtc()
     std::array<char, 32> text{};
     std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc);
     return text.data();
-}
-
-/** What the plan calls itself; nothing about the patient. */
-std::string description(const DicomIdentity& identity)
-{
-    std::string text;
-    for (const std::string& part :
-         {identity.planLabel, identity.summationType, identity.doseType}) {
-        text += text.empty() || part.empty() ? "" : ", ";
-        text += part;
-    }
-    return text;
-}
-
-Json fileJson(const DoseImage& dose)
-{
-    const FileDigest digest = digestOf(dose.path);
-    Json file = {{"name", std::filesystem::path(dose.path).filename().string()},
-                 {"path", dose.path},
-                 {"format", dose.format},
-                 {"bytes", digest.bytes},
-                 {"sha256", digest.sha256}};
-    if (dose.dataPath != dose.path) {
-        const FileDigest data = digestOf(dose.dataPath);
-        file["data"] = {{"name", std::filesystem::path(dose.dataPath).filename().string()},
-                        {"bytes", data.bytes},
-                        {"sha256", data.sha256}};
-    }
-    if (dose.dicom) {
-        file["description"] = description(*dose.dicom);
-        file["frameOfReference"] = dose.dicom->frameOfReference;
-        file["sopInstance"] = dose.dicom->sopInstance;
-    }
-    return file;
-}
-
-Json gridJson(const Geometry& geometry, const DoseExtremes& extremes)
-{
-    return {{"size", geometry.size},
-            {"spacing", geometry.spacing},
-            {"origin", geometry.origin},
-            {"minimum", extremes.minimum},
-            {"maximum", {{"dose", extremes.maximum}, {"position", extremes.maximumPosition}}}};
 }
 
 Json orNull(const std::optional<GammaSpread>& spread, double GammaSpread::*member)
@@ -133,8 +88,8 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
         {"created", nowInUtc()},
         {"command", comparison.commandLine},
         {"files",
-         {{"reference", fileJson(comparison.reference)},
-          {"evaluation", fileJson(comparison.evaluation)}}},
+         {{"reference", fileJson(comparison.reference, comparison.digests)},
+          {"evaluation", fileJson(comparison.evaluation, comparison.digests)}}},
         {"grids",
          {{"reference",
            gridJson(comparison.reference.image.geometry, comparison.referenceExtremes)},
@@ -152,11 +107,6 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
         document["criteria"].push_back(criterionJson(result, comparison));
     }
     return document;
-}
-
-std::string toText(const nlohmann::ordered_json& document, int indent)
-{
-    return document.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
 } // namespace cli

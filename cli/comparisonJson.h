@@ -7,18 +7,12 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <string>
-
 #include "comparison.h"
 
 namespace cli
 {
 
-/** @throws InputError when an input file cannot be read again for its digest. */
 nlohmann::ordered_json comparisonJson(const Comparison& comparison);
-
-/** The document as text; numbers that are not finite are null, stray bytes are replaced. */
-std::string toText(const nlohmann::ordered_json& document, int indent);
 
 } // namespace cli
 

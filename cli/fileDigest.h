@@ -6,6 +6,7 @@
 #define ZARNGI_CLI_FILEDIGEST_H
 
 #include <cstdint>
+#include <map>
 #include <span>
 #include <string>
 
@@ -17,11 +18,11 @@ struct FileDigest {
     std::string sha256; ///< lower-case hexadecimal
 };
 
-/** Of contents that are at hand. @throws InputError */
+/** @throws InputError where the system has no SHA-256. */
 FileDigest digestOf(std::span<const unsigned char> contents);
 
-/** Reads the file once. @throws InputError */
-FileDigest digestOf(const std::string& path);
+/** By the path under which a file was read. */
+using FileDigests = std::map<std::string, FileDigest>;
 
 } // namespace cli
 

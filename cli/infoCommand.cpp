@@ -1,8 +1,12 @@
 #include "infoCommand.h"
 
+#include <nlohmann/json.hpp>
+
 #include <iostream>
+#include <span>
 
 #include "doseExtremes.h"
+#include "doseJson.h"
 #include "readDose.h"
 #include "text.h"
 
@@ -11,6 +15,8 @@ namespace cli
 
 namespace
 {
+
+using Json = nlohmann::ordered_json;
 
 void print(std::string name, const std::string& text)
 {
@@ -63,17 +69,72 @@ void printIdentity(const DicomIdentity& identity, bool showPatient)
     }
 }
 
-} // namespace
-
-ExitCode info(const InfoOptions& options)
+void printText(const DoseImage& dose, bool showPatient)
 {
-    const DoseImage dose = readDose(options.file);
-    print("file", dose.path);
+    print("file", oneLine(dose.path));
     print("format", dose.format);
     printGeometry(dose.image.geometry);
     printDoses(dose);
     if (dose.dicom) {
-        printIdentity(*dose.dicom, options.showPatient);
+        printIdentity(*dose.dicom, showPatient);
+    }
+    for (const std::string& warning : dose.warnings) {
+        print("warning", warning);
+    }
+}
+
+Json identityJson(const DicomIdentity& identity, bool showPatient)
+{
+    Json json = {
+        {"modality", identity.modality},         {"summationType", identity.summationType},
+        {"doseType", identity.doseType},         {"planLabel", identity.planLabel},
+        {"manufacturer", identity.manufacturer}, {"frameOfReference", identity.frameOfReference},
+        {"sopInstance", identity.sopInstance}};
+    if (showPatient) {
+        json["seriesDescription"] = identity.seriesDescription;
+        json["doseComment"] = identity.doseComment;
+        json["patientName"] = identity.patientName;
+        json["patientId"] = identity.patientId;
+        json["patientBirthDate"] = identity.patientBirthDate;
+    }
+    return json;
+}
+
+/** Of the doses as they are compared: float32, little endian, x fastest. */
+std::string digestOfDoses(const std::vector<float>& doses)
+{
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(doses.data());
+    return digestOf(std::span(bytes, doses.size() * sizeof(float))).sha256;
+}
+
+void printJson(const DoseImage& dose, const FileDigests& digests, bool showPatient)
+{
+    const Image& image = dose.image;
+    Json document = {{"file", fileJson(dose, digests)},
+                     {"grid", gridJson(image.geometry, doseExtremes(image))},
+                     {"orientation", "LPS"},
+                     {"doseUnit", dose.isRelative ? "relative" : "Gy"},
+                     {"tellsPosition", dose.tellsPosition},
+                     {"tellsOrientation", dose.tellsOrientation},
+                     {"warnings", dose.warnings},
+                     {"dosesSha256", digestOfDoses(image.values)}};
+    if (dose.dicom) {
+        document["dicom"] = identityJson(*dose.dicom, showPatient);
+    }
+    std::cout << toText(document, 2) << '\n';
+}
+
+} // namespace
+
+ExitCode info(const InfoOptions& options)
+{
+    FileDigests digests;
+    const DoseImage dose =
+        options.asJson ? readDose(options.file, digests) : readDose(options.file);
+    if (options.asJson) {
+        printJson(dose, digests, options.showPatient);
+    } else {
+        printText(dose, options.showPatient);
     }
     return ExitCode::fine;
 }

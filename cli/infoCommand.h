@@ -15,6 +15,7 @@ namespace cli
 struct InfoOptions {
     std::string file;
     bool showPatient = false;
+    bool asJson = false;
 };
 
 /** @throws InputError */

@@ -46,6 +46,7 @@ struct CommandLine {
         cli::addCompareOptions(*compareCommand, compare);
         infoCommand->add_option("FILE", info.file, "Dose file")->type_name("")->required();
         infoCommand->add_flag("--patient", info.showPatient, "Tell patient data as well");
+        infoCommand->add_flag("--json", info.asJson, "As a JSON document, for programs");
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")
             ->type_name("");
     }

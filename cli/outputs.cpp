@@ -11,6 +11,7 @@
 
 #include "comparisonCsv.h"
 #include "comparisonJson.h"
+#include "doseJson.h"
 #include "failure.h"
 #include "files/text.h"
 #include "reportPage.h"
@@ -168,7 +169,6 @@ void Outputs::write(const Comparison& comparison)
         writeImage(gammaMaps_[i],
                    {comparison.reference.image.geometry, comparison.results[i].gamma});
     }
-    // Once for both: it reads the input files to tell their digests.
     const nlohmann::ordered_json record =
         json_ || report_ ? comparisonJson(comparison) : nlohmann::ordered_json();
     if (json_) {

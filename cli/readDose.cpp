@@ -8,14 +8,33 @@
 namespace cli
 {
 
-DoseImage readDose(const std::string& path, const WatchFile& watch)
+namespace
 {
-    const files::Host host{files::zlibDeflate(), unpackPixels, watch};
-    files::Result<DoseImage> dose = files::readDoseFile(path, host);
+
+using Watch = std::function<void(const std::string&, files::ByteView)>;
+
+DoseImage readWatched(const std::string& path, const Watch& watch)
+{
+    files::Result<DoseImage> dose =
+        files::readDoseFile(path, {files::zlibDeflate(), unpackPixels, watch});
     if (!dose) {
         throw InputError(path + ": " + dose.error().sentence);
     }
     return std::move(*dose);
+}
+
+} // namespace
+
+DoseImage readDose(const std::string& path)
+{
+    return readWatched(path, {});
+}
+
+DoseImage readDose(const std::string& path, FileDigests& digests)
+{
+    return readWatched(path, [&digests](const std::string& name, files::ByteView contents) {
+        digests[name] = digestOf(contents);
+    });
 }
 
 } // namespace cli

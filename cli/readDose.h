@@ -5,23 +5,22 @@
 #ifndef ZARNGI_CLI_READDOSE_H
 #define ZARNGI_CLI_READDOSE_H
 
-#include <functional>
 #include <string>
 
 #include "doseImage.h"
-#include "files/bytes.h"
+#include "fileDigest.h"
 
 namespace cli
 {
-
-/** Is shown every file that was read for a dose, whole. */
-using WatchFile = std::function<void(const std::string& path, files::ByteView contents)>;
 
 /**
  * Reads a dose file; the format is told from its contents.
  * @throws InputError whose text begins with the path.
  */
-DoseImage readDose(const std::string& path, const WatchFile& watch = {});
+DoseImage readDose(const std::string& path);
+
+/** The same, with the digests of the files that were read. @throws InputError likewise. */
+DoseImage readDose(const std::string& path, FileDigests& digests);
 
 } // namespace cli
 

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "comparisonJson.h"
+#include "doseJson.h"
 #include "parallel.h"
 #include "reportVolume.h"
 

@@ -11,7 +11,8 @@
 namespace cli
 {
 
-/** A new file of this process alone in a folder; removed in the end, also when a signal ends the program. */
+/** A new file of this process alone in a folder; removed in the end, also when a signal ends the
+ * program. */
 class TemporaryFile
 {
 public:

@@ -54,7 +54,7 @@ struct DicomIdentity {
 /** A dose distribution read from a file. */
 struct DoseImage {
     Image image;                  ///< Gy, unless isRelative
-    std::string path;             ///< empty where it was read from memory
+    std::string path;             ///< of its header; empty where it was read from memory
     std::string dataPath;         ///< of the values: another file where the header stands alone
     std::string format;           ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
     bool isRelative = false;      ///< a DICOM dose relative to a value the file does not tell

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "files/fileFormat.h"
-#include "files/formats/dicomDose.h"
+#include "files/formats/dicom/dose.h"
 #include "files/formats/volumeFormats.h"
 #include "files/packed.h"
 #include "files/sourceFile.h"
@@ -131,8 +131,8 @@ DoseImage readPath(const std::string& path, const Host& host)
     const Bytes contents = contentsOf(header, host.deflate);
     DoseImage dose = readBytes(contents.view(), find, host);
     watch(header, contents);
-    dose.path = path;
-    dose.dataPath = dataPath == header ? path : dataPath;
+    dose.path = header;
+    dose.dataPath = dataPath;
     return dose;
 }
 

@@ -18,6 +18,7 @@
 extern "C" {
 #endif
 
+/** Makes a function visible outside of the library. */
 #define ZARNGI_HOST_API __attribute__((visibility("default")))
 
 /** What the functions return. */
@@ -29,6 +30,7 @@ enum zarnGIHost_Status {
     ZARNGI_HOST_BAD_ARGUMENT = -4 /**< a null pointer, or a number out of its range */
 };
 
+/** Bytes of the longest sentence, with its end. */
 #define ZARNGI_HOST_SENTENCE_SIZE 1024
 
 /** Why a function failed. */
@@ -43,8 +45,8 @@ struct zarnGIHost_Dose;
 
 /** A block of bytes that the caller frees with zarnGIHost_freeBytes(). */
 struct zarnGIHost_Bytes {
-    unsigned char* data;
-    size_t size;
+    unsigned char* data; /**< the bytes; null where there are none */
+    size_t size;         /**< how many */
 };
 
 /**
@@ -85,11 +87,15 @@ ZARNGI_HOST_API int zarnGIHost_readDoseFromMemory(const void* contents, size_t s
                                                   struct zarnGIHost_Dose** dose,
                                                   struct zarnGIHost_Error* error);
 
-/** Frees a dose; null is allowed. */
+/**
+ * Frees a dose and everything that was got from it.
+ * @param dose the dose; null is allowed.
+ */
 ZARNGI_HOST_API void zarnGIHost_freeDose(struct zarnGIHost_Dose* dose);
 
 /**
  * The grid of a dose.
+ * @param dose    the dose.
  * @param size    [out] voxels along x, y, z.
  * @param spacing [out] mm.
  * @param origin  [out] mm, centre of the first voxel.
@@ -98,7 +104,12 @@ ZARNGI_HOST_API void zarnGIHost_freeDose(struct zarnGIHost_Dose* dose);
 ZARNGI_HOST_API int zarnGIHost_getGrid(const struct zarnGIHost_Dose* dose, int size[3],
                                        double spacing[3], double origin[3]);
 
-/** The doses, x fastest; they live as long as the dose. Null only for null. */
+/**
+ * The doses of a grid.
+ * @param dose the dose.
+ * @return as many values as the grid has voxels, x fastest, in Gy; they live as long as the dose.
+ *         Null for null.
+ */
 ZARNGI_HOST_API const float* zarnGIHost_getDoses(const struct zarnGIHost_Dose* dose);
 
 /** What is true of a dose or not. */
@@ -109,7 +120,12 @@ enum zarnGIHost_Fact {
     ZARNGI_HOST_IS_DICOM = 3
 };
 
-/** @return 1 or 0, or ZARNGI_HOST_BAD_ARGUMENT. */
+/**
+ * Whether something is true of a dose.
+ * @param dose the dose.
+ * @param fact of enum zarnGIHost_Fact.
+ * @return 1 or 0, or ZARNGI_HOST_BAD_ARGUMENT.
+ */
 ZARNGI_HOST_API int zarnGIHost_getFact(const struct zarnGIHost_Dose* dose, int fact);
 
 /** Texts of a dose. All but the first two are those of DICOM elements. */
@@ -130,12 +146,18 @@ enum zarnGIHost_Text {
     ZARNGI_HOST_PATIENT_BIRTH_DATE = 13
 };
 
-/** A text; empty where the file does not tell it. Lives as long as the dose. Null if there is none.
+/**
+ * A text of a dose.
+ * @param dose the dose.
+ * @param text of enum zarnGIHost_Text.
+ * @return the text, empty where the file does not tell it; it lives as long as the dose. Null for
+ *         null and for other numbers.
  */
 ZARNGI_HOST_API const char* zarnGIHost_getText(const struct zarnGIHost_Dose* dose, int text);
 
 /**
  * What was taken for granted while reading.
+ * @param dose  the dose.
  * @param index from 0 on.
  * @return a line that continues "FILE: ", or null behind the last one.
  */
@@ -179,11 +201,18 @@ ZARNGI_HOST_API int zarnGIHost_encodeVolume(const char* name,
                                             struct zarnGIHost_Bytes* bytes,
                                             struct zarnGIHost_Error* error);
 
-/** Frees the bytes and sets them to none; null is allowed. */
+/**
+ * Frees bytes and sets them to none.
+ * @param bytes what zarnGIHost_encodeVolume() gave; null is allowed.
+ */
 ZARNGI_HOST_API void zarnGIHost_freeBytes(struct zarnGIHost_Bytes* bytes);
 
 /**
- * Writes a volume file: under a temporary name beside `path`, renamed when it is whole.
+ * Writes a volume file: under a temporary name beside its own, renamed when it is whole.
+ *
+ * @param path   the file; its ending tells the format as that of zarnGIHost_encodeVolume().
+ * @param volume the values.
+ * @param error  [out] why it could not be written; may be null.
  * @return as zarnGIHost_encodeVolume(), and ZARNGI_HOST_SYSTEM.
  */
 ZARNGI_HOST_API int zarnGIHost_writeVolume(const char* path, const struct zarnGIHost_Volume* volume,

@@ -1,34 +1,26 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
+#include <string>
+#include <vector>
 
-#include "failure.h"
 #include "fileDigest.h"
 
 namespace
 {
 
-/** The last one is larger than what is read at once. */
 TEST(FileDigest, ExamplesOfTheStandard)
 {
-    const std::string path = testing::TempDir() + "zarngi-digest-" + std::to_string(getpid());
     for (const auto& [text, sha256] :
          {std::pair<std::string, std::string>{
               "", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
           {"abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
           {std::string(1000000, 'a'),
            "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"}}) {
-        std::ofstream(path, std::ios::binary) << text;
         const std::vector<unsigned char> contents(text.begin(), text.end());
-        for (const cli::FileDigest& digest : {cli::digestOf(path), cli::digestOf(contents)}) {
-            EXPECT_EQ(digest.bytes, text.size());
-            EXPECT_EQ(digest.sha256, sha256);
-        }
+        const cli::FileDigest digest = cli::digestOf(contents);
+        EXPECT_EQ(digest.bytes, text.size());
+        EXPECT_EQ(digest.sha256, sha256);
     }
-    std::filesystem::remove(path);
-    EXPECT_THROW(cli::digestOf(path), cli::InputError);
 }
 
 } // namespace

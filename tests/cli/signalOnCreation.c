@@ -3,10 +3,10 @@
 #include <signal.h>
 #include <stdlib.h>
 
-int mkstemps(char* template, int suffixLength)
+int mkstemp(char* template)
 {
-    int (*const create)(char*, int) = (int (*)(char*, int))dlsym(RTLD_NEXT, "mkstemps");
-    const int file = create(template, suffixLength);
+    int (*const create)(char*) = (int (*)(char*))dlsym(RTLD_NEXT, "mkstemp");
+    const int file = create(template);
     raise(SIGINT);
     return file;
 }

@@ -17,6 +17,8 @@ FIGURES = {
     "mean gamma": "mean",
     "maximum gamma": "max",
 }
+#: Folders whose files the architecture page tells; of the first three, all sources.
+ROOMS = ("lib", "files", "host", "cli")
 HEAD_NECK = "../shared/data/head_neck_day1.nrrd ../shared/data/head_neck_day2.nrrd"
 
 
@@ -80,15 +82,18 @@ def test_figures_of_the_accuracy_page(workshop):
 
 
 def test_members_of_the_json_record(workshop):
-    """The tables of docs/json.md are: record, file, grid, criterion."""
+    """The tables of docs/json.md are: record, file, grid, criterion, what a file holds."""
     record = compare(workshop, "planned.dcm measured.mhd")
-    parts = ([record], record["files"].values(), record["grids"].values(), record["criteria"])
+    info = json.loads(workshop.run_shell("zarngi info --json --patient planned.dcm"))
+    parts = ([record], record["files"].values(), record["grids"].values(), record["criteria"],
+             [info])
     for table, objects in zip(read_page("docs/json.md").tables, parts, strict=True):
         told = {name: row[2] for row in table[1:] for name in row[0].split(", ")}
         actual = {name: value for part in objects for name, value in part.items()}
         assert set(actual) == set(told)
         for name, value in actual.items():
-            nested = value if isinstance(value, dict) else {}
+            is_elsewhere = told[name].startswith("see ")
+            nested = value if isinstance(value, dict) and not is_elsewhere else {}
             assert all(member in told[name] for member in nested), name
 
 
@@ -98,10 +103,10 @@ def test_files_named_by_the_architecture_exist():
     named = set(re.findall(r"[\w*]+\.(?:cpp|h)\b", diagram + " ".join(page.inline_code)))
     assert len(named) > 10
     for name in named:
-        assert list(PROJECT.glob(f"lib/**/{name}")), name
+        assert [p for room in ROOMS for p in PROJECT.glob(f"{room}/**/{name}")], name
     folders = {code for code in page.inline_code if code.endswith("/")}
     assert {f"{p.name}/" for p in PROJECT.iterdir() if (p / "CMakeLists.txt").exists()} <= folders
-    sources = {path.name for path in PROJECT.glob("lib/**/*.cpp")}
+    sources = {path.name for room in ROOMS[:3] for path in PROJECT.glob(f"{room}/**/*.cpp")}
     patterns = [re.compile(re.escape(name).replace(r"\*", r"\w*")) for name in named]
     assert [s for s in sources if not any(p.fullmatch(s) for p in patterns)] == []
 
@@ -109,7 +114,7 @@ def test_files_named_by_the_architecture_exist():
 def test_every_installed_header_is_in_the_reference(workshop):
     workshop.run_shell("cmake --install build/release --component development")
     installed = (workshop.folder.parent / "root").rglob("include/zarngi/**/*.h")
-    inputs = re.findall(r"lib/\S+\.h", (PROJECT / "docs/Doxyfile").read_text(encoding="utf-8"))
+    inputs = re.findall(r"(?:lib|host)/\S+\.h", (PROJECT / "docs/Doxyfile").read_text(encoding="utf-8"))
     assert {path.name for path in installed} == {path.rpartition("/")[2] for path in inputs}
 
 

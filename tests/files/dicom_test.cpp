@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "files/error.h"
-#include "files/formats/dicomDose.h"
-#include "files/formats/dicomElements.h"
-#include "files/formats/rle.h"
+#include "files/formats/dicom/dose.h"
+#include "files/formats/dicom/elements.h"
+#include "files/formats/dicom/rle.h"
 #include "files/packed.h"
 #include "files/zlibDeflate.h"
 

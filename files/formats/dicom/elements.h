@@ -1,9 +1,9 @@
 /**
- * @file dicomElements.h
+ * @file elements.h
  * The elements of DICOM files. Nothing is copied: all values lie in the bytes that were read.
  */
-#ifndef ZARNGI_FILES_FORMATS_DICOMELEMENTS_H
-#define ZARNGI_FILES_FORMATS_DICOMELEMENTS_H
+#ifndef ZARNGI_FILES_FORMATS_DICOM_ELEMENTS_H
+#define ZARNGI_FILES_FORMATS_DICOM_ELEMENTS_H
 
 #include <cstdint>
 #include <string>

@@ -1,15 +1,15 @@
 /**
- * @file dicomValues.h
+ * @file values.h
  * Texts and numbers in the elements of DICOM.
  */
-#ifndef ZARNGI_FILES_FORMATS_DICOMVALUES_H
-#define ZARNGI_FILES_FORMATS_DICOMVALUES_H
+#ifndef ZARNGI_FILES_FORMATS_DICOM_VALUES_H
+#define ZARNGI_FILES_FORMATS_DICOM_VALUES_H
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "files/formats/dicomElements.h"
+#include "files/formats/dicom/elements.h"
 
 namespace files
 {

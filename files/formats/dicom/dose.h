@@ -1,9 +1,9 @@
 /**
- * @file dicomDose.h
+ * @file dose.h
  * DICOM RT Dose files.
  */
-#ifndef ZARNGI_FILES_FORMATS_DICOMDOSE_H
-#define ZARNGI_FILES_FORMATS_DICOMDOSE_H
+#ifndef ZARNGI_FILES_FORMATS_DICOM_DOSE_H
+#define ZARNGI_FILES_FORMATS_DICOM_DOSE_H
 
 #include "files/readDose.h"
 

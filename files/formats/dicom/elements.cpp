@@ -1,4 +1,4 @@
-#include "files/formats/dicomElements.h"
+#include "files/formats/dicom/elements.h"
 
 #include <algorithm>
 #include <array>

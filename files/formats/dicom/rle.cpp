@@ -1,4 +1,4 @@
-#include "files/formats/rle.h"
+#include "files/formats/dicom/rle.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "files/formats/dicomPixels.h"
+#include "files/formats/dicom/pixels.h"
 
 #include <algorithm>
 #include <array>
@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "files/error.h"
-#include "files/formats/dicomFrames.h"
-#include "files/formats/rle.h"
+#include "files/formats/dicom/frames.h"
+#include "files/formats/dicom/rle.h"
 #include "files/storedValues.h"
 #include "files/text.h"
 

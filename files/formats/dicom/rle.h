@@ -2,8 +2,8 @@
  * @file rle.h
  * The run-length code of DICOM (PS3.5, annex G).
  */
-#ifndef ZARNGI_FILES_FORMATS_RLE_H
-#define ZARNGI_FILES_FORMATS_RLE_H
+#ifndef ZARNGI_FILES_FORMATS_DICOM_RLE_H
+#define ZARNGI_FILES_FORMATS_DICOM_RLE_H
 
 #include <cstdint>
 #include <span>

@@ -1,14 +1,14 @@
 /**
- * @file dicomFrames.h
+ * @file frames.h
  * The packed frames of DICOM images, each in one piece or several.
  */
-#ifndef ZARNGI_FILES_FORMATS_DICOMFRAMES_H
-#define ZARNGI_FILES_FORMATS_DICOMFRAMES_H
+#ifndef ZARNGI_FILES_FORMATS_DICOM_FRAMES_H
+#define ZARNGI_FILES_FORMATS_DICOM_FRAMES_H
 
 #include <cstdint>
 #include <vector>
 
-#include "files/formats/dicomElements.h"
+#include "files/formats/dicom/elements.h"
 
 namespace files
 {

@@ -1,14 +1,14 @@
 /**
- * @file dicomFile.h
+ * @file file.h
  * DICOM files as they come: plain, with a deflated data set, or packed by gzip as a whole.
  */
-#ifndef ZARNGI_FILES_FORMATS_DICOMFILE_H
-#define ZARNGI_FILES_FORMATS_DICOMFILE_H
+#ifndef ZARNGI_FILES_FORMATS_DICOM_FILE_H
+#define ZARNGI_FILES_FORMATS_DICOM_FILE_H
 
 #include "files/bytes.h"
 #include "files/deflate.h"
-#include "files/formats/dicomElements.h"
-#include "files/formats/dicomValues.h"
+#include "files/formats/dicom/elements.h"
+#include "files/formats/dicom/values.h"
 
 namespace files
 {

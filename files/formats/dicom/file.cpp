@@ -1,4 +1,4 @@
-#include "files/formats/dicomFile.h"
+#include "files/formats/dicom/file.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,12 +1,12 @@
-#include "files/formats/dicomDose.h"
+#include "files/formats/dicom/dose.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "files/error.h"
-#include "files/formats/dicomFile.h"
-#include "files/formats/dicomPixels.h"
+#include "files/formats/dicom/file.h"
+#include "files/formats/dicom/pixels.h"
 #include "files/orientation.h"
 #include "files/text.h"
 

@@ -1,13 +1,13 @@
 /**
- * @file dicomPixels.h
+ * @file pixels.h
  * The stored values of DICOM images of one sample per pixel.
  */
-#ifndef ZARNGI_FILES_FORMATS_DICOMPIXELS_H
-#define ZARNGI_FILES_FORMATS_DICOMPIXELS_H
+#ifndef ZARNGI_FILES_FORMATS_DICOM_PIXELS_H
+#define ZARNGI_FILES_FORMATS_DICOM_PIXELS_H
 
 #include <vector>
 
-#include "files/formats/dicomFile.h"
+#include "files/formats/dicom/file.h"
 #include "files/readDose.h"
 
 namespace files

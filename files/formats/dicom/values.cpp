@@ -1,4 +1,4 @@
-#include "files/formats/dicomValues.h"
+#include "files/formats/dicom/values.h"
 
 #include <algorithm>
 #include <cmath>

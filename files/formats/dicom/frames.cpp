@@ -1,4 +1,4 @@
-#include "files/formats/dicomFrames.h"
+#include "files/formats/dicom/frames.h"
 
 #include <algorithm>
 
