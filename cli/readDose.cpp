@@ -1,8 +1,8 @@
 #include "readDose.h"
 
 #include "failure.h"
+#include "files/nativeDeflate.h"
 #include "files/readDose.h"
-#include "files/zlibDeflate.h"
 #include "guard/unpackPixels.h"
 
 namespace cli
@@ -16,7 +16,7 @@ using Watch = std::function<void(const std::string&, files::ByteView)>;
 DoseImage readWatched(const std::string& path, const Watch& watch)
 {
     files::Result<DoseImage> dose =
-        files::readDoseFile(path, {files::zlibDeflate(), unpackPixels, watch});
+        files::readDoseFile(path, {files::nativeDeflate(), unpackPixels, watch});
     if (!dose) {
         throw InputError(path + ": " + dose.error().sentence);
     }

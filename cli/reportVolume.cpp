@@ -1,15 +1,15 @@
 #include "reportVolume.h"
 
-#include <libdeflate.h>
 #include <openssl/evp.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <memory>
-#include <new>
 #include <span>
+
+#include "files/nativeDeflate.h"
+#include "files/packed.h"
 
 namespace cli
 {
@@ -92,18 +92,7 @@ std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::si
 
 std::string encodedVolume(const std::vector<std::int16_t>& words)
 {
-    constexpr int level = 6; // as small as zlib's default, in half the time
-    const std::vector<unsigned char> bytes = shuffled(words);
-    const std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> compressor(
-        libdeflate_alloc_compressor(level), libdeflate_free_compressor);
-    if (!compressor) {
-        throw std::bad_alloc();
-    }
-    const std::size_t most = libdeflate_zlib_compress_bound(compressor.get(), bytes.size());
-    const auto packed = std::make_unique_for_overwrite<unsigned char[]>(most);
-    const std::size_t length =
-        libdeflate_zlib_compress(compressor.get(), bytes.data(), bytes.size(), packed.get(), most);
-    return base64({packed.get(), length});
+    return base64(files::packZlib(shuffled(words), files::nativeDeflate()).view());
 }
 
 } // namespace cli

@@ -1,8 +1,8 @@
 #include "volumeFile.h"
 
 #include "failure.h"
+#include "files/nativeDeflate.h"
 #include "files/writeVolume.h"
-#include "files/zlibDeflate.h"
 
 namespace cli
 {
@@ -18,7 +18,7 @@ files::Bytes volumeFileOf(const std::string& name, const Image& image)
     if (!format) {
         throw InputError(name + ": does not end in .mha, .nrrd, .nii or .nii.gz");
     }
-    files::Result<files::Bytes> file = files::encodeImage(*format, image, files::zlibDeflate());
+    files::Result<files::Bytes> file = files::encodeImage(*format, image, files::nativeDeflate());
     if (!file) {
         throw InputError(name + ": " + file.error().sentence);
     }

@@ -26,14 +26,19 @@ struct Unpacked {
 
     Status status = Status::damaged;
     std::size_t taken = 0; ///< bytes of the stream up to its end; of Status::ended only
-    std::size_t made = 0;  ///< bytes in the room, as far as it could be unpacked
+    std::size_t made = 0;  ///< bytes in the room; of Status::ended only
 };
 
 /** A host's codec. Its functions are called by several threads at once, and throw bad_alloc only.
  */
 struct Deflate {
-    /** Unpacks a stream from its beginning; what follows behind its end is not looked at. */
+    /**
+     * Unpacks a whole stream; what follows behind its end is not looked at. What is in the room of
+     * a stream that has not ended is not used.
+     */
     Unpacked (*unpack)(ByteView packed, std::span<unsigned char> room);
+    /** Unpacks the beginning of a stream into the room, or less; tells how many bytes it made. */
+    std::size_t (*unpackBeginning)(ByteView packed, std::span<unsigned char> room);
     /** Packs into one stream. */
     Bytes (*pack)(ByteView plain);
 };

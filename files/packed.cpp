@@ -269,8 +269,7 @@ Bytes unpackBeginning(ByteView packed, const Deflate& deflate, std::size_t most)
     Fields fields(packed);
     try {
         skipGzipHeader(fields);
-        const Unpacked result = deflate.unpack(fields.left(), bytes.room());
-        bytes.shorten(result.made);
+        bytes.shorten(deflate.unpackBeginning(fields.left(), bytes.room()));
     } catch (const Refusal&) {
         bytes.shorten(0);
     }

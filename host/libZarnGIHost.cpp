@@ -7,9 +7,9 @@
 #include <limits>
 #include <memory>
 
+#include "files/nativeDeflate.h"
 #include "files/readDose.h"
 #include "files/writeVolume.h"
-#include "files/zlibDeflate.h"
 
 struct zarnGIHost_Dose {
     files::DoseImage image;
@@ -117,7 +117,7 @@ files::Result<files::Bytes> encode(files::VolumeFormat format, const zarnGIHost_
     const files::ValueFormat& values = valueFormats[static_cast<std::size_t>(volume.type)];
     const auto* const bytes = static_cast<const unsigned char*>(volume.values);
     return files::encodeVolume(format, geometry, values, {bytes, geometry.voxels() * values.bytes},
-                               files::zlibDeflate());
+                               files::nativeDeflate());
 }
 
 /** Encodes a volume and hands the file to `use`. */
@@ -151,7 +151,7 @@ int zarnGIHost_readDose(const char* path, zarnGIHost_Dose** dose, zarnGIHost_Err
     }
     *dose = nullptr;
     return guarded(error, [&] {
-        return hand(files::readDoseFile(path, {files::zlibDeflate()}), dose, error);
+        return hand(files::readDoseFile(path, {files::nativeDeflate()}), dose, error);
     });
 }
 
@@ -164,7 +164,7 @@ int zarnGIHost_readDoseFromMemory(const void* contents, size_t size, zarnGIHost_
     *dose = nullptr;
     return guarded(error, [&] {
         const files::ByteView file(static_cast<const unsigned char*>(contents), size);
-        return hand(files::readDose(file, finder(find, context), {files::zlibDeflate()}), dose,
+        return hand(files::readDose(file, finder(find, context), {files::nativeDeflate()}), dose,
                     error);
     });
 }

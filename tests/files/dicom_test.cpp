@@ -11,8 +11,8 @@
 #include "files/formats/dicom/dose.h"
 #include "files/formats/dicom/elements.h"
 #include "files/formats/dicom/rle.h"
+#include "files/nativeDeflate.h"
 #include "files/packed.h"
-#include "files/zlibDeflate.h"
 
 namespace
 {
@@ -159,22 +159,22 @@ struct Dose {
 
 string gzipped(const string& bytes)
 {
-    return string(asText(packGzip(view(bytes), zlibDeflate()).view()));
+    return string(asText(packGzip(view(bytes), nativeDeflate()).view()));
 }
 
 string deflatedFile(const string& dataSet)
 {
-    const Bytes packed = zlibDeflate().pack(view(dataSet));
+    const Bytes packed = nativeDeflate().pack(view(dataSet));
     return preamble() + meta(deflated) + string(asText(packed.view()));
 }
 
-Result<DoseImage> read(const string& file, const Host& host = {zlibDeflate()})
+Result<DoseImage> read(const string& file, const Host& host = {nativeDeflate()})
 {
     return resultOf([&] { return readDicomDose(view(file), host); });
 }
 
 /** The doses times two, or the reason why there are none. */
-string outcome(const string& file, const Host& host = {zlibDeflate()})
+string outcome(const string& file, const Host& host = {nativeDeflate()})
 {
     const Result<DoseImage> dose = read(file, host);
     string text;
@@ -367,9 +367,9 @@ TEST(DicomDose, OtherPackingsAreForTheHost)
                 return bytes;
             };
         };
-        EXPECT_EQ(outcome(gzipped(file), {zlibDeflate(), unpack(0)}), "0 0 0 0 0 0 0 0 0 0 0 0 ");
+        EXPECT_EQ(outcome(gzipped(file), {nativeDeflate(), unpack(0)}), "0 0 0 0 0 0 0 0 0 0 0 0 ");
         EXPECT_EQ(told, file);
-        EXPECT_NE(outcome(file, {zlibDeflate(), unpack(1)}).find("unpacks to 23 bytes, not 24"),
+        EXPECT_NE(outcome(file, {nativeDeflate(), unpack(1)}).find("unpacks to 23 bytes, not 24"),
                   string::npos);
     }
 }

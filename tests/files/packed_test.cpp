@@ -10,7 +10,7 @@
 
 #include "files/checksum.h"
 #include "files/error.h"
-#include "files/zlibDeflate.h"
+#include "files/nativeDeflate.h"
 
 namespace
 {
@@ -36,7 +36,7 @@ Content copyOf(const files::Bytes& bytes)
 
 Content gzip(const Content& plain)
 {
-    return copyOf(files::packGzip(plain, files::zlibDeflate()));
+    return copyOf(files::packGzip(plain, files::nativeDeflate()));
 }
 
 Content operator+(Content left, const Content& right)
@@ -50,7 +50,7 @@ std::string unpacked(const Content& packed, const Content& expected)
 {
     Content room(expected.size());
     try {
-        files::unpackInto(room, packed, files::zlibDeflate());
+        files::unpackInto(room, packed, files::nativeDeflate());
     } catch (const files::Refusal& refusal) {
         return refusal.what();
     }
@@ -76,7 +76,7 @@ TEST(Packing, IsReadByZlib)
         const Content plain = content(size);
         for (const bool isGzip : {true, false}) {
             const Content packed =
-                isGzip ? gzip(plain) : copyOf(files::packZlib(plain, files::zlibDeflate()));
+                isGzip ? gzip(plain) : copyOf(files::packZlib(plain, files::nativeDeflate()));
             Content room(size + 1);
             z_stream stream{};
             inflateInit2(&stream, MAX_WBITS + 32);
@@ -120,7 +120,7 @@ TEST(Packed, NoBitMayFlipAndNoByteMayLack)
 {
     const Content plain = content(300);
     for (const Content& packed :
-         {gzip(plain), copyOf(files::packZlib(plain, files::zlibDeflate()))}) {
+         {gzip(plain), copyOf(files::packZlib(plain, files::nativeDeflate()))}) {
         for (std::size_t bit = 0; bit < 8 * packed.size(); ++bit) {
             Content damaged = packed;
             damaged[bit / 8] ^= static_cast<unsigned char>(1U << bit % 8);
@@ -145,7 +145,7 @@ TEST(Packed, WhatHasAnotherLengthIsRefused)
     const Content plain = content(1000);
     Content shorter = plain;
     shorter.pop_back();
-    const Content zlib = copyOf(files::packZlib(plain, files::zlibDeflate()));
+    const Content zlib = copyOf(files::packZlib(plain, files::nativeDeflate()));
     EXPECT_NE(unpacked(gzip(plain), shorter).find("holds more than its grid"), std::string::npos);
     EXPECT_NE(unpacked(zlib, shorter).find("holds more than its grid"), std::string::npos);
     EXPECT_NE(unpacked(gzip(shorter), plain).find("is cut short"), std::string::npos);
@@ -157,7 +157,7 @@ TEST(UnpackAll, GrowsToWhatIsThereAndNoFurther)
 {
     const Content plain(100000, 'a'); // packs to a few hundred bytes
     const Content packed = gzip(plain);
-    const auto& codec = files::zlibDeflate();
+    const auto& codec = files::nativeDeflate();
     EXPECT_EQ(copyOf(files::unpackAll(packed, codec, 1 << 20)), plain);
     EXPECT_EQ(copyOf(files::unpackAll(packed + gzip(content(50)), codec, 1 << 20)),
               plain + content(50));

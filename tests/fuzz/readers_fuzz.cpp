@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "files/nativeDeflate.h"
 #include "files/readDose.h"
-#include "files/zlibDeflate.h"
 
 namespace
 {
@@ -78,7 +78,7 @@ void checkLine(const std::string& text)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
-    const files::Host host{files::zlibDeflate(), unpackPixels};
+    const files::Host host{files::nativeDeflate(), unpackPixels};
     const files::Result<files::DoseImage> dose = files::readDose({bytes, size}, findFile, host);
     if (!dose) {
         checkLine(dose.error().sentence);

@@ -34,7 +34,7 @@ std::uint64_t gridBytes(const DicomValues& values)
 Bytes beginningOfDeflated(ByteView packed, const Deflate& deflate, std::size_t most)
 {
     Bytes bytes(most);
-    bytes.shorten(deflate.unpack(packed, bytes.room()).made);
+    bytes.shorten(deflate.unpackBeginning(packed, bytes.room()));
     return bytes;
 }
 

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "files/nativeDeflate.h"
 #include "files/readDose.h"
-#include "files/zlibDeflate.h"
 
 bool haveRealGrids()
 {
@@ -14,7 +14,7 @@ bool haveRealGrids()
 Grid readRealGrid(const std::string& name)
 {
     const std::filesystem::path path = std::filesystem::path(ZARNGI_TEST_DATA) / name;
-    files::Result<files::DoseImage> dose = files::readDoseFile(path, {files::zlibDeflate()});
+    files::Result<files::DoseImage> dose = files::readDoseFile(path, {files::nativeDeflate()});
     if (!dose) {
         throw std::runtime_error(path.string() + ": " + dose.error().sentence);
     }

@@ -1,0 +1,93 @@
+#include "files/nativeDeflate.h"
+
+#include <libdeflate.h>
+#include <zlib.h>
+
+#include <limits>
+#include <memory>
+#include <new>
+
+namespace files
+{
+
+namespace
+{
+
+/** zlib counts in unsigned int. */
+uInt countable(std::size_t bytes)
+{
+    constexpr std::size_t largest = std::numeric_limits<uInt>::max();
+    return static_cast<uInt>(std::min(bytes, largest));
+}
+
+/** By zlib: libdeflate tells nothing of streams that have not ended. */
+std::size_t unpackBeginning(ByteView packed, std::span<unsigned char> room)
+{
+    z_stream stream{};
+    if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) {
+        throw std::bad_alloc();
+    }
+    const std::unique_ptr<z_stream, int (*)(z_stream*)> ending(&stream, inflateEnd);
+    const uInt size = countable(room.size());
+    stream.next_in = const_cast<Bytef*>(packed.data());
+    stream.avail_in = countable(packed.size());
+    stream.next_out = room.data();
+    stream.avail_out = size;
+    if (inflate(&stream, Z_SYNC_FLUSH) == Z_MEM_ERROR) {
+        throw std::bad_alloc();
+    }
+    return size - stream.avail_out;
+}
+
+/** libdeflate takes a stream that is cut within its last bytes for a longer one, too. */
+bool isLonger(ByteView packed, std::size_t size)
+{
+    Bytes room(size + 1);
+    return unpackBeginning(packed, room.room()) == room.size();
+}
+
+Unpacked unpack(ByteView packed, std::span<unsigned char> room)
+{
+    const std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> decompressor(
+        libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
+    if (!decompressor) {
+        throw std::bad_alloc();
+    }
+    unsigned char nowhere = 0; // an empty room has no address
+    unsigned char* const out = room.empty() ? &nowhere : room.data();
+    Unpacked result;
+    switch (libdeflate_deflate_decompress_ex(decompressor.get(), packed.data(), packed.size(), out,
+                                             room.size(), &result.taken, &result.made)) {
+    case LIBDEFLATE_SUCCESS:
+        result.status = Unpacked::Status::ended;
+        return result;
+    case LIBDEFLATE_INSUFFICIENT_SPACE:
+        return {isLonger(packed, room.size()) ? Unpacked::Status::full : Unpacked::Status::damaged};
+    default:
+        return {};
+    }
+}
+
+Bytes pack(ByteView plain)
+{
+    constexpr int usualLevel = 6;
+    const std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> compressor(
+        libdeflate_alloc_compressor(usualLevel), libdeflate_free_compressor);
+    if (!compressor) {
+        throw std::bad_alloc();
+    }
+    Bytes packed(libdeflate_deflate_compress_bound(compressor.get(), plain.size()));
+    packed.shorten(libdeflate_deflate_compress(compressor.get(), plain.data(), plain.size(),
+                                               packed.data(), packed.size()));
+    return packed;
+}
+
+} // namespace
+
+const Deflate& nativeDeflate()
+{
+    static constexpr Deflate codec = {unpack, unpackBeginning, pack};
+    return codec;
+}
+
+} // namespace files
