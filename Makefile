@@ -14,7 +14,7 @@ help:
 	@echo "make check-package  the same twice, compared byte by byte, unpacked and used"
 	@echo "make fuzz        a minute of random calls of the library and of random dose files"
 	@echo "make sanitize    the tests under the address, undefined and thread sanitizers"
-	@echo "make coverage    line and branch coverage of lib/ by its tests"
+	@echo "make coverage    line and branch coverage of lib/ and files/ by their tests"
 	@echo "make format      format all C and C++ sources"
 	@echo "make lint        check formatting and run clang-tidy"
 	@echo "make clean       remove build/ and dist/"

@@ -2,8 +2,8 @@
 # Runs the tests under the sanitizers: sanitize.sh [JOBS [quick]]
 # All of them run under the address and undefined-behaviour sanitizers, left out those that measure
 # what the sanitizers change (label `unsanitized`) and the comparisons with measured doses, which
-# would take hours; those of the library also under the thread sanitizer: the tools around it start
-# no threads of their own. `quick` builds and runs the tests of the library alone, without the random
+# would take hours; those of the library and of the readers also under the thread sanitizer. `quick`
+# builds and runs the tests of these two alone, without the random
 # problems: what continuous integration has time for.
 set -eu
 cd "$(dirname "$0")/.."
@@ -13,8 +13,9 @@ export UBSAN_OPTIONS=print_stacktrace=1
 if [ "${2:-}" = quick ]; then
     for preset in asan tsan; do
         cmake --preset "$preset" -DZARNGI_BUILD_TESTS=ON >/dev/null
-        cmake --build --preset "$preset" --parallel "$jobs" --target zarngi_library_checks
-        ctest --preset "$preset" --parallel "$jobs" --label-regex library --progress \
+        cmake --build --preset "$preset" --parallel "$jobs" \
+            --target zarngi_library_checks zarngi_files_checks
+        ctest --preset "$preset" --parallel "$jobs" --label-regex 'library|files' --progress \
             --label-exclude 'long|unsanitized' \
             --exclude-regex 'vector_path|AbsurdInput|RandomProblems|NOT_BUILT'
     done
@@ -25,4 +26,4 @@ for preset in asan tsan; do
     cmake --build --preset "$preset" --parallel "$jobs"
 done
 ctest --preset asan --parallel "$jobs" --label-exclude 'long|unsanitized'
-ctest --preset tsan --parallel "$jobs" --label-regex library --label-exclude 'long|unsanitized'
+ctest --preset tsan --parallel "$jobs" --label-regex 'library|files' --label-exclude 'long|unsanitized'
