@@ -222,6 +222,7 @@ TEST(DicomDose, SyntaxesGiveTheSameDoses)
         {"no meta information, implicit", implicit.dataSet()},
         {"no meta information, big endian", big.dataSet()},
         {"deflated", deflatedFile(plain.dataSet())},
+        {"deflated by GDCM", preamble() + meta(deflated) + gzipped(plain.dataSet()).substr(10)},
         {"gzip", gzipped(plain.file())},
         {"gzip of deflated", gzipped(deflatedFile(plain.dataSet()))},
         {"run lengths", plain.packed({"", firstFrame, secondFrame})},
