@@ -153,6 +153,18 @@ bool isPadding(ByteView bytes)
     return std::all_of(bytes.begin(), bytes.end(), isZero);
 }
 
+/** One byte may make the length even; GDCM writes checksum and length as at the end of gzip. */
+bool mayFollowRaw(ByteView rest, ByteView unpacked)
+{
+    constexpr std::size_t trailer = 8;
+    if (rest.size() == trailer) {
+        return numberAt<std::uint32_t>(rest.data(), 0, false) == crc32(unpacked) &&
+               numberAt<std::uint32_t>(rest.data(), 4, false) ==
+                   static_cast<std::uint32_t>(unpacked.size());
+    }
+    return rest.size() <= 1 && isPadding(rest);
+}
+
 /** Unpacks all there is, as far as the room goes. @throws Refusal for what is damaged. */
 Step unpackWhole(std::span<unsigned char> room, ByteView packed, const Deflate& deflate)
 {
@@ -283,8 +295,7 @@ Bytes unpackRaw(ByteView packed, const Deflate& deflate, std::uint64_t most)
     return unpackGrowing(usualRatio * packed.size(), limit, [&](std::span<unsigned char> room) {
         Fields fields(packed);
         const Step step = unpackStream(fields, room, deflate);
-        // One byte may make the length even.
-        if (step.hasEnded && (fields.left().size() > 1 || !isPadding(fields.left()))) {
+        if (step.hasEnded && !mayFollowRaw(fields.left(), room.first(step.made))) {
             refuseDamaged();
         }
         return step;

@@ -222,6 +222,7 @@ TEST(DicomDose, SyntaxesGiveTheSameDoses)
         {"no meta information, implicit", implicit.dataSet()},
         {"no meta information, big endian", big.dataSet()},
         {"deflated", deflatedFile(plain.dataSet())},
+        {"deflated by GDCM", preamble() + meta(deflated) + gzipped(plain.dataSet()).substr(10)},
         {"gzip", gzipped(plain.file())},
         {"gzip of deflated", gzipped(deflatedFile(plain.dataSet()))},
         {"run lengths", plain.packed({"", firstFrame, secondFrame})},
@@ -467,7 +468,9 @@ string nested(int depth)
     const string start = head(0x300C0002, "SQ", open) + head(0xFFFEE000, "", open);
     string bytes;
     for (int i = 0; i < depth; ++i) {
-        bytes = start + bytes + itemEnd + sequenceEnd;
+        bytes.insert(0, start);
+        bytes += itemEnd;
+        bytes += sequenceEnd;
     }
     return bytes;
 }
@@ -520,9 +523,12 @@ TEST(DicomElements, ItemsCanBeVisited)
     const string toldItems = item(one) + item(two);
     const string openItems =
         head(0xFFFEE000, "", open) + one + itemEnd + head(0xFFFEE000, "", open) + two + itemEnd;
-    for (const string& bytes : {head(sequence.number, "SQ", toldItems.size()) + toldItems,
-                                head(sequence.number, "SQ", open) + toldItems + sequenceEnd,
-                                head(sequence.number, "SQ", open) + openItems + sequenceEnd}) {
+    const std::vector<string> table = {
+        head(sequence.number, "SQ", toldItems.size()) + toldItems,
+        head(sequence.number, "SQ", open) + toldItems + sequenceEnd,
+        head(sequence.number, "SQ", open) + openItems + sequenceEnd,
+    };
+    for (const string& bytes : table) {
         const DicomDataSet data = readDicomElements(view(bytes), {});
         ASSERT_NE(data.find(sequence), nullptr);
         EXPECT_EQ(data.find(reference), nullptr);

@@ -208,11 +208,12 @@ template <class Number> bool allWithin(ByteView bytes, unsigned bits, bool isBig
 {
     constexpr bool isSigned = std::numeric_limits<Number>::is_signed;
     const std::int64_t range = std::int64_t{1} << (isSigned ? bits - 1 : bits);
-    const std::int64_t lowest = isSigned ? -range : 0;
+    const auto lowest = static_cast<Number>(isSigned ? -range : 0);
+    const auto highest = static_cast<Number>(range - 1);
     bool isWithin = true;
     for (std::size_t i = 0; i < bytes.size(); i += sizeof(Number)) {
-        const std::int64_t value = numberAt<Number>(bytes.data(), i, isBigEndian);
-        isWithin = isWithin && value >= lowest && value < range;
+        const auto value = numberAt<Number>(bytes.data(), i, isBigEndian);
+        isWithin = isWithin && value >= lowest && value <= highest;
     }
     return isWithin;
 }
