@@ -102,7 +102,7 @@ std::string_view takeWord(std::string_view& text)
 template <class Number> Number parsed(std::string_view word)
 {
     std::string_view digits = word;
-    if (digits.size() > 1 && digits.front() == '+') {
+    if (digits.starts_with('+') && !digits.starts_with("+-")) {
         digits.remove_prefix(1);
     }
     Number value{};
