@@ -11,12 +11,13 @@ import warnings
 import pytest
 import zarngi
 
+import variants_dicom
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
 from variants import Grid
 
-TABLES = (variants_nrrd, variants_metaimage, variants_nifti)
+TABLES = (variants_nrrd, variants_metaimage, variants_nifti, variants_dicom)
 ROWS = {f"{table.FORMAT}: {row.name}": row for table in TABLES for row in table.ROWS}
 PROGRAM = os.environ["ZARNGI"]
 

@@ -109,6 +109,11 @@ def scaled(values, slope, intercept=0.0):
     return (values.astype(np.float64) * slope + intercept).astype(np.float32)
 
 
+def grouped(number):
+    """As sentences write it: 1 234 567."""
+    return f"{number:,}".replace(",", " ")
+
+
 def cut_short(needed, there):
     return (
         f"is cut short, or its header lies: its grid needs {needed} bytes of values, "
