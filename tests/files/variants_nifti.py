@@ -21,9 +21,9 @@ MILLIMETRES = 2
 BEGINNINGS = {1: 352, 2: 544}
 
 
-def affine_of(orientation=STRAIGHT, spacing=SPACING, origin=ORIGIN):
+def affine_of(orientation=STRAIGHT, spacing=SPACING, origin=ORIGIN, values=VALUES):
     """Of a file whose axes run like that; NIfTI's x and y point to the right and to the front."""
-    _, spacing, origin, axes = turned(orientation, spacing=spacing, origin=origin)
+    _, spacing, origin, axes = turned(orientation, values, spacing, origin)
     affine = np.eye(4)
     affine[:3, :3] = np.multiply(axes, np.reshape(spacing, (3, 1))).T
     affine[:3, 3] = origin
