@@ -12,6 +12,7 @@ from pathlib import Path
 import nibabel
 import numpy as np
 import pydicom
+from pydicom.uid import ExplicitVRBigEndian, ExplicitVRLittleEndian, ImplicitVRLittleEndian
 from vtkmodules.util.numpy_support import vtk_to_numpy
 from vtkmodules.vtkIOImage import vtkMetaImageReader
 
@@ -73,11 +74,21 @@ def by_pydicom(path):
         warnings.simplefilter("ignore")  # about values that no dose depends on
         try:
             data = pydicom.dcmread(io.BytesIO(contents), force=True)
+            complete(data)
             stored = data.pixel_array.reshape(-1, data.Rows, data.Columns)
             values = (stored.astype(float) * float(data.DoseGridScaling)).astype(np.float32)
             return along_patient(values, *dicom_place(data, len(stored)))
         except Exception as error:  # whatever a damaged file makes it raise
             raise NoAnswer(repr(error)) from error
+
+
+def complete(data):
+    """Adds what pydicom asks for although no dose depends on it, or what it has found out itself."""
+    data.setdefault("PhotometricInterpretation", "MONOCHROME2")
+    data.setdefault("BitsStored", data.BitsAllocated)
+    if "TransferSyntaxUID" not in data.file_meta:
+        plain = ImplicitVRLittleEndian if data.is_implicit_VR else ExplicitVRLittleEndian
+        data.file_meta.TransferSyntaxUID = plain if data.is_little_endian else ExplicitVRBigEndian
 
 
 def dicom_place(data, frames):
@@ -96,7 +107,8 @@ def dicom_place(data, frames):
     return [row * spacing[1], column * spacing[0], step], origin
 
 
-NIFTI_UNITS = {"meter": 1000.0, "mm": 1.0, "micron": 0.001, "unknown": 1.0}
+#: By the bits of xyzt_units that are about space.
+NIFTI_UNITS = {0: 1.0, 1: 1000.0, 2: 1.0, 3: 0.001}
 
 
 def by_nibabel(path):
@@ -109,7 +121,7 @@ def by_nibabel(path):
         values = np.asanyarray(image.dataobj)
         values = values.reshape(values.shape[:3]).T.astype(np.float32)
         # nibabel leaves lengths in the unit of the file.
-        unit = NIFTI_UNITS[image.header.get_xyzt_units()[0]]
+        unit = NIFTI_UNITS[int(image.header["xyzt_units"]) & 7]
         affine = np.diag([-unit, -unit, unit, 1]) @ image.affine
     except Exception as error:  # whatever a damaged file makes it raise
         raise NoAnswer(repr(error)) from error
@@ -129,8 +141,6 @@ LENGTHS = {"um": 0.001, "mm": 1.0, "cm": 10.0}
 def read_by_vtk(path):
     reader, errors = vtkMetaImageReader(), []
     reader.AddObserver("ErrorEvent", lambda *_: errors.append("error"))
-    if not reader.CanReadFile(str(path)):
-        raise NoAnswer("no MetaImage")
     reader.SetFileName(str(path))
     reader.Update()
     image = reader.GetOutput()
@@ -215,7 +225,7 @@ def by_teem(path):
     )
     header, end, data = run.stdout.partition(b"\n\n")
     if run.returncode != 0 or not end:
-        raise NoAnswer(run.stderr.decode("latin-1")[-200:])
+        raise NoAnswer(run.stderr[:300].decode("latin-1"))
     lines = header.decode("latin-1").splitlines()[1:]
     fields = dict(line.split(": ", 1) for line in lines if ": " in line and line[0] != "#")
     sizes = [int(size) for size in fields["sizes"].split()]

@@ -1,12 +1,11 @@
-"""Every row of the tables of variants: the program and the package give what the row tells."""
+"""
+Every row of the tables of variants, through the program and through the package: the dose that the
+row tells to the bit, on its grid, with its warnings; or its sentence.
+"""
 
-import dataclasses
-import hashlib
-import json
 import os
-import resource
 import subprocess
-import warnings
+import threading
 
 import pytest
 import zarngi
@@ -15,86 +14,21 @@ import variants_dicom
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
-from variants import Grid
+from answers import PROGRAM, Answer, by_package, by_program, differences, digest, limit_memory
+from variants import FOREIGN, Grid
 
 TABLES = (variants_nrrd, variants_metaimage, variants_nifti, variants_dicom)
 ROWS = {f"{table.FORMAT}: {row.name}": row for table in TABLES for row in table.ROWS}
-PROGRAM = os.environ["ZARNGI"]
 
-
-@dataclasses.dataclass
-class Answer:
-    """What a reader makes of a file: a dose, or a sentence."""
-
-    size: tuple = ()
-    spacing: tuple = ()
-    origin: tuple = ()
-    sha256: str = ""
-    warnings: tuple = ()
-    unit: str = ""
-    sentence: str = ""
-
-
-def limit_memory():
-    """A header must not talk a reader into a giant allocation."""
-    two_gigabytes = 2 << 30
-    resource.setrlimit(resource.RLIMIT_AS, (two_gigabytes, two_gigabytes))
-
-
-def program_runs_with_little_memory():
-    """A sanitized program needs more address space than any computer has memory."""
-    run = subprocess.run([PROGRAM, "--version"], preexec_fn=limit_memory, capture_output=True)
-    return run.returncode == 0
-
-
-LIMIT = limit_memory if program_runs_with_little_memory() else None
-
-
-def by_program(path):
-    run = subprocess.run(
-        [PROGRAM, "info", "--json", path],
-        capture_output=True, text=True, timeout=60, check=False, preexec_fn=LIMIT,
-    )
-    if run.returncode != 0:
-        prefix = f"zarngi: {path}: "
-        assert run.returncode == 1 and run.stdout == "", run
-        assert run.stderr.startswith(prefix) and run.stderr.endswith("\n"), run.stderr
-        return Answer(sentence=run.stderr[len(prefix) : -1])
-    answer = json.loads(run.stdout)
-    assert answer["tellsPosition"] != any("no position" in w for w in answer["warnings"])
-    assert answer["tellsOrientation"] != any("no orientation" in w for w in answer["warnings"])
-    grid = answer["grid"]
-    return Answer(
-        *(tuple(grid[key]) for key in ("size", "spacing", "origin")),
-        answer["dosesSha256"], tuple(answer["warnings"]), answer["doseUnit"],
-    )
-
-
-def by_package(path, **options):
-    prefix = f"{path}: "
-    with warnings.catch_warnings(record=True) as caught:
-        warnings.simplefilter("always")
-        try:
-            grid = zarngi.read(path, **options)
-        except zarngi.FormatError as error:
-            assert isinstance(error, ValueError) and str(error).startswith(prefix), error
-            return Answer(sentence=str(error)[len(prefix) :])
-    told = [str(w.message) for w in caught if w.category is zarngi.FormatWarning]
-    assert len(told) == len(caught) and all(w.startswith(prefix) for w in told), caught
-    doses = grid.dose.astype("<f4").tobytes()
-    return Answer(
-        grid.dose.shape[::-1], tuple(grid.spacing), tuple(grid.origin),
-        hashlib.sha256(doses).hexdigest(), tuple(w[len(prefix) :] for w in told), "Gy",
-    )
+limit_memory()
 
 
 def expected_of(result):
     if not isinstance(result, Grid):
         return Answer(sentence=result)
-    doses = result.values.astype("<f4").tobytes()
     return Answer(
         result.values.shape[::-1], tuple(result.spacing), tuple(result.origin),
-        hashlib.sha256(doses).hexdigest(), tuple(result.warnings), result.unit,
+        digest(result.values), tuple(result.warnings), result.unit,
     )
 
 
@@ -107,10 +41,113 @@ def write_files(folder, files):
     return str(folder / next(iter(files)))
 
 
+def test_rows_have_names_of_their_own():
+    assert len(ROWS) == sum(len(table.ROWS) for table in TABLES)
+
+
 @pytest.mark.parametrize("name", ROWS)
 def test_variant(tmp_path, name):
     row = ROWS[name]
     path = write_files(tmp_path, row.files)
     expected = expected_of(row.expected)
-    assert by_program(path) == expected
-    assert by_package(path) == (expected_of(row.in_package) if row.in_package else expected)
+    in_package = expected_of(row.in_package) if row.in_package else expected
+    assert not differences(by_program(path), expected)
+    assert not differences(by_package(path), in_package)
+
+
+def test_file_formats_are_told(tmp_path):
+    """The contents tell the format, whatever the name."""
+    for table in TABLES:
+        row = next(row for row in table.ROWS if isinstance(row.expected, Grid))
+        path = tmp_path / "dose.of.no.format"
+        path.write_bytes(next(iter(row.files.values())))
+        run = subprocess.run([PROGRAM, "info", path], capture_output=True, text=True, check=True)
+        assert f"format              {table.FORMAT}\n" in run.stdout
+
+
+PIPED = {
+    "NRRD": variants_nrrd.nrrd(),
+    "NRRD, packed": variants_nrrd.packed(variants_nrrd.gzip_member(variants_nrrd.BYTES)),
+    "MetaImage": variants_metaimage.meta(),
+    "NIfTI": variants_nifti.nifti(),
+    "NIfTI, packed": variants_nifti.gzip_member(variants_nifti.nifti()),
+    "DICOM RT Dose": variants_dicom.dose(),
+    "larger than a pipe": variants_dicom.dose(stored=variants_dicom.LARGER.repeat(9, axis=1)),
+}
+
+
+def through_pipe(folder, contents, ask):
+    """What a reader makes of contents that come through a pipe, in pieces."""
+    path = folder / "pipe"
+    os.mkfifo(path)
+
+    def feed():
+        with open(path, "wb", buffering=0) as pipe:
+            for start in range(0, len(contents), 5000):
+                pipe.write(contents[start : start + 5000])
+
+    feeder = threading.Thread(target=feed, daemon=True)
+    feeder.start()
+    try:
+        return ask(str(path))
+    finally:
+        feeder.join(10)
+        assert not feeder.is_alive(), "the pipe was not read to its end"
+        path.unlink()
+
+
+@pytest.mark.parametrize("name", PIPED)
+def test_pipe(tmp_path, name):
+    (tmp_path / "file").write_bytes(PIPED[name])
+    from_file = by_package(str(tmp_path / "file"))
+    assert from_file.sha256
+    assert through_pipe(tmp_path, PIPED[name], by_program) == from_file
+    assert through_pipe(tmp_path, PIPED[name], by_package) == from_file
+
+
+def test_short_pipes(tmp_path):
+    for contents, sentence in ((b"", "is empty"), (b"no dose", FOREIGN)):
+        for ask in (by_program, by_package):
+            assert through_pipe(tmp_path, contents, ask) == Answer(sentence=sentence)
+
+
+def of_system(path):
+    """What the package says of a file that the system does not give."""
+    with pytest.raises(OSError) as caught:
+        zarngi.read(path)
+    return caught.value
+
+
+def test_missing_file(tmp_path):
+    path = str(tmp_path / "absent.nrrd")
+    assert by_program(path) == Answer(sentence="no such file")
+    assert isinstance(of_system(path), FileNotFoundError)
+
+
+def test_folder_and_device(tmp_path):
+    assert by_program(str(tmp_path)) == Answer(sentence="is a folder, not a dose file")
+    assert isinstance(of_system(str(tmp_path)), IsADirectoryError)
+    for device in ("/dev/zero", "/dev/null"):
+        assert by_program(device) == Answer(sentence="is a device, not a dose file")
+        assert "is a device, not a dose file" in str(of_system(device))
+
+
+@pytest.mark.skipif(os.geteuid() == 0, reason="the administrator may read everything")
+def test_unreadable_file(tmp_path):
+    path = tmp_path / "secret.nrrd"
+    path.write_bytes(variants_nrrd.nrrd())
+    path.chmod(0)
+    assert by_program(str(path)).sentence == "cannot be opened: Permission denied"
+    assert isinstance(of_system(str(path)), PermissionError)
+
+
+@pytest.mark.parametrize("name", ["two\nlines.nrrd", "\x1b[31mred.nrrd", "tab\t.nrrd"])
+def test_names_with_control_characters(tmp_path, name):
+    """They reach no terminal as they are."""
+    path = tmp_path / name
+    for contents in (b"no dose", variants_nrrd.nrrd(space=None)):
+        path.write_bytes(contents)
+        run = subprocess.run([PROGRAM, "info", path], capture_output=True, text=True, check=False)
+        assert name not in run.stdout + run.stderr
+        assert "\x1b" not in run.stdout + run.stderr
+        assert len(run.stderr.splitlines()) == (contents == b"no dose")

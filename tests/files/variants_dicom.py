@@ -259,6 +259,11 @@ def rle_rows():
     yield refused("RLE, said to be plain",
                   replaced(dose(RLELossless), b"1.2.840.10008.1.2.5\0", b"1.2.840.10008.1.2.1\0"),
                   "is damaged: its dose is in pieces, its transfer syntax has none")
+    unknown = "1.2.840.10008.1.2.9"
+    yield refused("packed in an unknown way",
+                  replaced(dose(RLELossless), b"1.2.840.10008.1.2.5\0", unknown.encode() + b"\0"),
+                  f'holds a dose packed in the transfer syntax "{unknown}", which is not '
+                  "supported; store it without compression first")
     yield refused("plain, said to be RLE",
                   replaced(dose(), b"1.2.840.10008.1.2.1\0", b"1.2.840.10008.1.2.5\0"),
                   "is damaged: its packed dose is not in pieces")

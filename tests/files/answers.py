@@ -1,0 +1,86 @@
+"""What the program and the package make of a dose file, in one form."""
+
+import dataclasses
+import hashlib
+import json
+import os
+import resource
+import subprocess
+import warnings
+
+import zarngi
+
+PROGRAM = os.environ["ZARNGI"]
+
+
+@dataclasses.dataclass
+class Answer:
+    """What a reader makes of a file: a dose, or a sentence."""
+
+    size: tuple = ()
+    spacing: tuple = ()
+    origin: tuple = ()
+    sha256: str = ""
+    warnings: tuple = ()
+    unit: str = ""
+    sentence: str = ""
+
+
+def differences(told, expected):
+    """In which fields two answers differ, for the reader of a failed test."""
+    fields = [field.name for field in dataclasses.fields(Answer)]
+    return [
+        f"{name} {getattr(told, name)!r}, not {getattr(expected, name)!r}"
+        for name in fields
+        if getattr(told, name) != getattr(expected, name)
+    ]
+
+
+def digest(doses):
+    return hashlib.sha256(doses.astype("<f4").tobytes()).hexdigest()
+
+
+def limit_memory():
+    """A header must not talk a reader into a giant allocation: not this process, nor the program."""
+    gigabytes = 3 << 30
+    before = resource.getrlimit(resource.RLIMIT_AS)
+    resource.setrlimit(resource.RLIMIT_AS, (gigabytes, before[1]))
+    # A sanitized program needs more address space than any computer has memory.
+    if subprocess.run([PROGRAM, "--version"], capture_output=True).returncode != 0:
+        resource.setrlimit(resource.RLIMIT_AS, before)
+
+
+def by_program(path):
+    run = subprocess.run(
+        [PROGRAM, "info", "--json", path], capture_output=True, text=True, timeout=60, check=False
+    )
+    if run.returncode != 0:
+        prefix = f"zarngi: {path}: "
+        assert run.returncode == 1 and run.stdout == "", run
+        assert run.stderr.startswith(prefix) and run.stderr.endswith("\n"), run.stderr
+        return Answer(sentence=run.stderr[len(prefix) : -1])
+    answer = json.loads(run.stdout)
+    assert answer["tellsPosition"] != any("no position" in w for w in answer["warnings"])
+    assert answer["tellsOrientation"] != any("no orientation" in w for w in answer["warnings"])
+    grid = answer["grid"]
+    return Answer(
+        *(tuple(grid[key]) for key in ("size", "spacing", "origin")),
+        answer["dosesSha256"], tuple(answer["warnings"]), answer["doseUnit"],
+    )
+
+
+def by_package(path):
+    prefix = f"{path}: "
+    with warnings.catch_warnings(record=True) as caught:
+        warnings.simplefilter("always")
+        try:
+            grid = zarngi.read(path)
+        except zarngi.FormatError as error:
+            assert isinstance(error, ValueError) and str(error).startswith(prefix), error
+            return Answer(sentence=str(error)[len(prefix) :])
+    told = [str(w.message) for w in caught if w.category is zarngi.FormatWarning]
+    assert len(told) == len(caught) and all(w.startswith(prefix) for w in told), caught
+    return Answer(
+        grid.dose.shape[::-1], tuple(grid.spacing), tuple(grid.origin), digest(grid.dose),
+        tuple(w[len(prefix) :] for w in told), "Gy",
+    )
