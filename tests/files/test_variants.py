@@ -15,7 +15,7 @@ import variants_metaimage
 import variants_nifti
 import variants_nrrd
 from answers import PROGRAM, Answer, by_package, by_program, differences, digest, limit_memory
-from variants import FOREIGN, Grid
+from variants import FOREIGN, VALUES, Grid
 
 TABLES = (variants_nrrd, variants_metaimage, variants_nifti, variants_dicom)
 ROWS = {f"{table.FORMAT}: {row.name}": row for table in TABLES for row in table.ROWS}
@@ -53,6 +53,13 @@ def test_variant(tmp_path, name):
     in_package = expected_of(row.in_package) if row.in_package else expected
     assert not differences(by_program(path), expected)
     assert not differences(by_package(path), in_package)
+
+
+def test_relative_doses_are_read_when_asked_for(tmp_path):
+    path = tmp_path / "dose.dcm"
+    path.write_bytes(variants_dicom.dose(DoseUnits="RELATIVE"))
+    grid = zarngi.read(path, allow_relative=True)
+    assert digest(grid.dose) == digest(VALUES)
 
 
 def test_file_formats_are_told(tmp_path):

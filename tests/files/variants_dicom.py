@@ -421,7 +421,7 @@ def element_rows():
     del other.Modality
     yield refused("no modality at all", file_of(other, meta=False),
                   "is DICOM but no RT Dose (modality unknown)")
-    for units in ("CGY", "cGy", "PERCENT"):
+    for units in ("CGY", "MGY", "PERCENT"):
         yield refused(f"units {units}", dose(DoseUnits=units), f'has doses in "{units}", not in Gy')
     for scaling, shown in (("0", "0"), ("-1", "-1"), ("-0.5", "-0.5")):
         yield refused(f"scaling {scaling}", dose(DoseGridScaling=scaling),
@@ -437,6 +437,8 @@ def element_rows():
         ("scaling", "Dose Grid Scaling", b"0.015625", b"0,015625", "0,015625"),
         ("scaling", "Dose Grid Scaling", b"0.015625", b"inf     ", "inf"),
         ("position", "Image Position (Patient)", b"-7.5\\12.25", b"-7.x\\12.25", "-7.x"),
+        # One bit from a minus: no blank, or the place would come out elsewhere.
+        ("position", "Image Position (Patient)", b"-7.5\\12.25", b"\r7.5\\12.25", "?7.5"),
         ("spacing", "Pixel Spacing", b"2.5\\2.0", b"2.5\\nan", "nan"),
         ("offsets", "Grid Frame Offset Vector", b"0.0\\3.0\\6.0", b"0.0\\x.0\\6.0", "x.0"),
         ("orientation", "Image Orientation (Patient)", b"1.0\\0.0\\0.0\\", b"1.0\\0.0\\0.y\\",
@@ -474,8 +476,9 @@ def element_rows():
     yield refused("a frame more than there are",
                   dose(NumberOfFrames=5, GridFrameOffsetVector=[0, 3, 6, 9, 12]),
                   "is cut short: 120 bytes of dose, not 150")
-    relative = Grid(VALUES, unit="relative")
-    yield Variant("relative doses", {"dose": dose(DoseUnits="RELATIVE")}, relative)
+    yield Variant("relative doses", {"dose": dose(DoseUnits="RELATIVE")},
+                  Grid(VALUES, unit="relative"),
+                  "its doses are relative; pass allow_relative=True to read them as such")
 
 
 def frame_rows():

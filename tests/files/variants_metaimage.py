@@ -261,6 +261,9 @@ def place_rows():
     for origin in ("nan 0 0", "0 inf 0", "0 0", "0 0 0 0", "0 0 x", "", "0, 0, 0"):
         yield refused(f"origin '{origin}'", meta(Offset=origin),
                       f'its header gives an origin of "{origin}"')
+    # One bit from a minus: no blank, or the place would come out elsewhere.
+    yield refused("a carriage return for a minus", meta(Offset="-7.5 12.25 \r40"),
+                  'its header gives an origin of "-7.5 12.25 ?40"')
     yield refused("far away", meta(Offset="0 1e300 0"),
                   "the origin of 1e+300 mm along axis y is no sensible position")
 
@@ -442,6 +445,9 @@ def line_rows():
         yield refused(f"two values of {key}",
                       replaced(meta(), b"BinaryData =", added.encode()),
                       twice.format(key.lower()))
+    yield refused("a NUL for a blank",
+                  replaced(meta(), b"BinaryData = True", b"BinaryData =\0True"),
+                  'its header gives "binarydata" as "?True" (accepted: True, False)')
     yield refused("a line without =", replaced(meta(), b"NDims", b"a line\nNDims"),
                   'its header has a line without "=": "a line"')
 

@@ -245,6 +245,9 @@ def direction_rows():
     for origin in ("(nan,0,0)", "(inf,0,0)", "(0,0)", "(0,0,0) (0,0,0)", "", "(0,0,x)", "none"):
         yield refused(f"origin '{origin}'", nrrd(space_origin=origin),
                       f'its header gives an origin of "{ORIGINS.get(origin, origin)}"')
+    # One bit from a minus: no blank, or the place would come out elsewhere.
+    yield refused("a carriage return for a minus", nrrd(space_origin="(\r7.5,12.25,-40)"),
+                  'its header gives an origin of "?7.5 12.25 -40"')
     yield refused("far away", nrrd(space_origin="(0,1e6,0)"),
                   "the origin of 1e+06 mm along axis y is no sensible position")
     yield read("100 m away", nrrd(space_origin="(0,-1e5,0)"), origin=(0, -1e5, 0))
@@ -512,6 +515,8 @@ def line_rows():
     for line in ("dose: 5", "no field at all", "spacing: 1 1 1", "endian", "=", "\x1b[31m: 1"):
         yield refused(f"line {line!a}", nrrd(more=line + "\n"),
                       field.format(line.replace("\x1b", "?")))
+    yield refused("a NUL for a blank", replaced(nrrd(), b"dimension: 3", b"dimension:\0003"),
+                  'its header gives a number of dimensions of "?3"')
     yield refused("a field of two values", nrrd(more="type: short\n"),
                   'its header gives "type" twice')
     yield refused("a field of two values under two names",
