@@ -41,7 +41,7 @@ def digest(doses):
 
 
 def limit_memory():
-    """A header must not talk a reader into a giant allocation: not this process, nor the program."""
+    """A header must not talk a reader into a giant allocation, in this process or the program."""
     gigabytes = 3 << 30
     before = resource.getrlimit(resource.RLIMIT_AS)
     resource.setrlimit(resource.RLIMIT_AS, (gigabytes, before[1]))

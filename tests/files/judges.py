@@ -44,7 +44,7 @@ class Judgement:
 
 
 def along_patient(values, steps, origin):
-    """Turns values [k, j, i] whose indices run along the steps (rows, mm) into the patient's axes."""
+    """Turns values [k, j, i] whose indices run along the steps (mm) into the patient's axes."""
     steps, origin = np.array(steps, float), np.array(origin, float)
     axes = np.abs(steps).argmax(1)
     if sorted(axes) != [0, 1, 2]:
@@ -83,7 +83,7 @@ def by_pydicom(path):
 
 
 def complete(data):
-    """Adds what pydicom asks for although no dose depends on it, or what it has found out itself."""
+    """Adds what pydicom asks for although no dose depends on it, or what it has found out."""
     data.setdefault("PhotometricInterpretation", "MONOCHROME2")
     data.setdefault("BitsStored", data.BitsAllocated)
     if "TransferSyntaxUID" not in data.file_meta:

@@ -66,9 +66,11 @@ def dicom(*syntax):
     contents = variants_dicom.dose(
         *syntax, stored=(VALUES * 64).astype(int), GridFrameOffsetVector=offsets
     )
-    is_open = syntax == (DeflatedExplicitVRLittleEndian,)
-    data = variants_dicom.data_set_start(contents) if is_open else contents.rindex(b"\xe0\x7f\x10\0")
-    return Whole("DICOM RT Dose", "dose.dcm", contents, data + 12)
+    if syntax == (DeflatedExplicitVRLittleEndian,):
+        header = variants_dicom.data_set_start(contents)
+    else:
+        header = contents.rindex(b"\xe0\x7f\x10\0") + 12
+    return Whole("DICOM RT Dose", "dose.dcm", contents, header)
 
 
 limit_memory()

@@ -59,7 +59,8 @@ def nrrd(random):
     return variants_nrrd.nrrd(
         gzip.compress(data) if random.is_packed else data,
         type=name, sizes=words(values.shape[::-1]), space_origin=variants_nrrd.vector(origin),
-        space_directions=variants_nrrd.vectors(steps), endian={"<": "little", ">": "big"}[random.order],
+        space_directions=variants_nrrd.vectors(steps),
+        endian="little" if random.order == "<" else "big",
         encoding="gzip" if random.is_packed else "raw",
     )
 

@@ -170,7 +170,8 @@ def gzip_rows(file, plain, split):
     yield read("gzip with an extra field", file(gzip_member(plain, 4, b"\3\0abc")))
     yield read("gzip with all fields", file(gzip_member(plain, 28, b"\3\0abcname\0comment\0")))
     yield read("gzip with a header checksum", file(gzip_member(plain, 2, good_sum)))
-    yield refused("gzip with a wrong header checksum", file(gzip_member(plain, 2, bad_sum)), DAMAGED)
+    yield refused("gzip with a wrong header checksum", file(gzip_member(plain, 2, bad_sum)),
+                  DAMAGED)
     yield refused("gzip with reserved flags", file(gzip_member(plain, 0x20)), DAMAGED)
     yield refused("gzip of another method", file(gzip_member(plain, method=7)), DAMAGED)
     yield read("gzip of two members", file(two))
