@@ -1,7 +1,7 @@
-"""Builds libZarnGI with CMake and puts it into the package.
+"""Builds libZarnGI and libZarnGIHost with CMake and puts them into the package.
 
-The library's sources are found beside this directory in the project's tree, or in `native/` in a
-source distribution, which carries a copy of them.
+Their sources are found beside this directory in the project's tree, or in `native/` in a source
+distribution, which carries a copy of them.
 """
 
 import os
@@ -17,21 +17,22 @@ from setuptools.command.sdist import sdist
 from wheel.bdist_wheel import bdist_wheel
 
 HERE = Path(__file__).resolve().parent
-LIBRARY = "libZarnGI.so"
-#: What CMake needs of the project's tree to build the library.
-LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib")
+#: CMake's targets, and where it puts the library of each.
+LIBRARIES = {"ZarnGI": "lib/libZarnGI.so", "ZarnGIHost": "host/libZarnGIHost.so"}
+#: What CMake needs of the project's tree to build the libraries.
+LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib", "files", "host")
 
 
 def native_sources() -> Path:
-    """The directory with the library's CMakeLists.txt."""
+    """The directory with the libraries' CMakeLists.txt."""
     for directory in (HERE / "native", HERE.parent):
         if all((directory / name).exists() for name in LIBRARY_SOURCES):
             return directory
-    raise SystemExit(f"the sources of libZarnGI are neither in {HERE.parent} nor in {HERE}/native")
+    raise SystemExit(f"the libraries' sources are neither in {HERE.parent} nor in {HERE}/native")
 
 
 def project_version() -> str:
-    """The version that CMake gives the library."""
+    """The version that CMake gives libZarnGI."""
     text = (native_sources() / "CMakeLists.txt").read_text()
     match = re.search(r"project\(ZarnGI VERSION ([0-9.]+)", text)
     if match is None:
@@ -39,37 +40,41 @@ def project_version() -> str:
     return match[1]
 
 
-def build_library(build_directory: str) -> Path:
-    """Build the library and return its path."""
+def build_libraries(build_directory: str) -> None:
+    """Build the libraries."""
     options = ("CLI", "TESTS", "PYTHON", "BENCH", "REPORT")
-    subprocess.run(
-        ["cmake", "-S", str(native_sources()), "-B", build_directory]
-        + ["-DCMAKE_BUILD_TYPE=Release"]
-        + [f"-DZARNGI_BUILD_{option}=OFF" for option in options]
-        + ["-Wno-dev", "--no-warn-unused-cli"],
-        check=True,
-    )
+    configure = ["cmake", "-S", str(native_sources()), "-B", build_directory]
+    configure += ["-DCMAKE_BUILD_TYPE=Release", "-Wno-dev", "--no-warn-unused-cli"]
+    configure += [f"-DZARNGI_BUILD_{option}=OFF" for option in options]
     jobs = str(len(os.sched_getaffinity(0)))
-    subprocess.run(
-        ["cmake", "--build", build_directory, "--target", "ZarnGI", "--parallel", jobs], check=True
-    )
-    return (Path(build_directory) / "lib" / LIBRARY).resolve()
+    build = ["cmake", "--build", build_directory, "--parallel", jobs, "--target", *LIBRARIES]
+    try:
+        for command in (configure, build):
+            subprocess.run(command, check=True)
+    except (FileNotFoundError, subprocess.CalledProcessError) as error:
+        raise SystemExit(
+            f"{error}\nThe libraries of zarngi are built by CMake 3.25 or later; that takes a C++20 "
+            "compiler and zlib with its headers (apt-get install cmake g++ zlib1g-dev)."
+        ) from error
 
 
-class BuildLibrary(build_ext):
-    """Runs CMake instead of compiling an extension module; ctypes loads the library."""
+class BuildLibraries(build_ext):
+    """Runs CMake instead of compiling extension modules; ctypes loads the libraries."""
 
     def get_ext_filename(self, fullname: str) -> str:
-        return str(Path(*fullname.split(".")).with_name(LIBRARY))
+        return str(Path(*fullname.split("."))) + ".so"
 
-    def build_extension(self, ext: Extension) -> None:
-        target = Path(self.get_ext_fullpath(ext.name))
-        target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copyfile(build_library(str(Path(self.build_temp) / "native")), target)
+    def build_extensions(self) -> None:
+        native = Path(self.build_temp) / "native"
+        build_libraries(str(native))
+        for extension, library in zip(self.extensions, LIBRARIES.values()):
+            target = Path(self.get_ext_fullpath(extension.name))
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile((native / library).resolve(), target)
 
 
-class SdistWithLibrary(sdist):
-    """Adds the library's sources to the source distribution."""
+class SdistWithLibraries(sdist):
+    """Adds the libraries' sources to the source distribution."""
 
     def make_release_tree(self, base_dir: str, files: list[str]) -> None:
         super().make_release_tree(base_dir, files)
@@ -96,10 +101,10 @@ scratch = tempfile.TemporaryDirectory(prefix="zarngi-build-")
 setup(
     options={"build": {"build_base": scratch.name}},
     version=project_version(),
-    ext_modules=[Extension("zarngi.lib.libZarnGI", sources=[])],
+    ext_modules=[Extension(f"zarngi.lib.lib{name}", sources=[]) for name in LIBRARIES],
     cmdclass={
-        "build_ext": BuildLibrary,
-        "sdist": SdistWithLibrary,
+        "build_ext": BuildLibraries,
+        "sdist": SdistWithLibraries,
         "bdist_wheel": AnyPythonWheel,
     },
 )

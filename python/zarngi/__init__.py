@@ -12,7 +12,7 @@ from ._demo import demo_pair
 from ._gamma import NothingTestedError, gamma_index
 from ._grid import DoseGrid
 from ._result import Criteria, GammaResult
-from .io import FormatError, read, write
+from .io import FormatError, FormatWarning, read, read_bytes, write
 
 __version__ = _library.version()
 
@@ -20,10 +20,12 @@ __all__ = [
     "Criteria",
     "DoseGrid",
     "FormatError",
+    "FormatWarning",
     "GammaResult",
     "NothingTestedError",
     "demo_pair",
     "gamma_index",
     "read",
+    "read_bytes",
     "write",
 ]

@@ -151,6 +151,36 @@ class DoseGrid:
             firsts.append(float(positions[0] if step > 0 else positions[-1]))
         return cls(array, tuple(steps[::-1]), tuple(firsts[::-1]), frame_of_reference)
 
+    @classmethod
+    def from_dicom(cls, dataset: Any, *, allow_relative: bool = False) -> DoseGrid:
+        """The grid of an RT Dose that pydicom has read or made.
+
+        The doses are those that `read` gives for the file that the dataset makes.
+
+        Parameters
+        ----------
+        dataset : pydicom.Dataset
+            The RT Dose, with or without file meta information; it is not changed.
+        allow_relative : bool
+            Whether to take doses in relative units, as if they were Gy.
+
+        Returns
+        -------
+        DoseGrid
+            As of `read`.
+
+        Raises
+        ------
+        FormatError
+            As of `read`; the message begins with ``<dataset>``.
+        """
+        # Here, because these modules need this one.
+        from .io import _dicom, _host, _read
+
+        name = "<dataset>"
+        dose = _host.read_memory(name, _dicom.encoded(dataset), {})
+        return _read.dose_grid(name, dose, allow_relative)
+
     @property
     def shape(self) -> tuple[int, ...]:
         """Shape of `dose`: (nz, ny, nx), (ny, nx) or (nx,)."""

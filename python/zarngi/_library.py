@@ -100,22 +100,30 @@ _ARGUMENTS: dict[str, list[type]] = {
 }
 
 
-def _open() -> ctypes.CDLL:
-    """The library inside the package, or the system's where the package comes without one."""
-    bundled = Path(__file__).parent / "lib" / "libZarnGI.so"
+def open_library(name: str, soname: str) -> ctypes.CDLL:
+    """A library inside the package, or the system's where the package comes without one.
+
+    Parameters
+    ----------
+    name : str
+        Its file inside the package.
+    soname : str
+        What the system's is asked for by.
+    """
+    bundled = Path(__file__).parent / "lib" / name
     if bundled.exists():
         return ctypes.CDLL(str(bundled))
     try:
-        return ctypes.CDLL(_SYSTEM_LIBRARY)
+        return ctypes.CDLL(soname)
     except OSError as error:
         raise ImportError(
-            f"neither {bundled} nor an installed {_SYSTEM_LIBRARY} was found: install the package "
+            f"neither {bundled} nor an installed {soname} was found: install the package "
             "(pip install ./python) instead of importing it from its source directory"
         ) from error
 
 
 def _load() -> ctypes.CDLL:
-    library = _open()
+    library = open_library("libZarnGI.so", _SYSTEM_LIBRARY)
     for name, arguments in _ARGUMENTS.items():
         function = getattr(library, f"zarnGI_{name}")
         function.argtypes = arguments

@@ -1,6 +1,7 @@
 """Reading and writing of dose grids."""
 
-from ._files import read, write
-from ._volume import FormatError
+from ._errors import FormatError, FormatWarning
+from ._read import read, read_bytes
+from ._write import write
 
-__all__ = ["FormatError", "read", "write"]
+__all__ = ["FormatError", "FormatWarning", "read", "read_bytes", "write"]

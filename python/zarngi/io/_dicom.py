@@ -1,109 +1,55 @@
-"""DICOM RT Dose files, by means of pydicom."""
+"""DICOM RT Dose as pydicom makes it."""
 
 from __future__ import annotations
 
+import importlib
 import io
 from datetime import datetime
-from pathlib import Path
+from types import ModuleType
 from typing import Any
 
 import numpy as np
 import numpy.typing as npt
 
-from ._volume import FormatError, Volume, need, one_line
+from ._errors import FormatError
 
 _RT_DOSE_STORAGE = "1.2.840.10008.5.1.4.1.1.481.2"
-_OFFSET_TOLERANCE = 0.01  # mm
 _LARGEST_STORED = 2**32 - 1
 
 
-def read(path: Path, *, allow_relative: bool = False) -> Volume:
-    """Read a DICOM RT Dose file."""
-    pydicom = need("pydicom", "pydicom", "reading DICOM")
+def encoded(dataset: Any) -> bytes:
+    """The bytes of the DICOM file that a dataset of pydicom makes, in its own transfer syntax.
+
+    Raises
+    ------
+    FormatError
+        When the dataset cannot be written.
+    """
+    pydicom = _pydicom("from_dicom")
+    if not isinstance(dataset, pydicom.Dataset):
+        raise TypeError(f"dataset is a {type(dataset).__name__}; accepted: a pydicom Dataset")
     try:
-        dataset = pydicom.dcmread(path, force=True)
-        _check_is_dose(dataset, allow_relative)
-        return _volume(dataset)
-    except (FormatError, FileNotFoundError, ImportError, MemoryError):
+        # A slice is a dataset of its own, so that the caller's keeps its attributes.
+        return _file_bytes(pydicom, dataset[:], _transfer_syntax(pydicom, dataset))
+    except MemoryError:
         raise
-    # A damaged data set surfaces as one of many kinds of exception, whatever element it hits.
+    # A data set that cannot be written surfaces as one of many kinds of exception.
     except Exception as error:
-        raise FormatError(f"it is damaged or cut short ({one_line(error)})") from error
+        reason = " ".join(str(error).split())
+        raise FormatError(f"<dataset>: cannot be written as DICOM ({reason})") from error
 
 
-def _check_is_dose(dataset: Any, allow_relative: bool) -> None:
-    modality = str(dataset.get("Modality", "") or "unknown")
-    if dataset.get("SOPClassUID") != _RT_DOSE_STORAGE and modality != "RTDOSE":
-        raise FormatError(f"it is no DICOM RT Dose (modality {modality})")
-    if "PixelData" not in dataset:
-        raise FormatError("it is an RT Dose without a dose grid")
-    units = str(dataset.get("DoseUnits", "") or "")
-    if units == "RELATIVE" and not allow_relative:
-        raise FormatError("its doses are relative; pass allow_relative=True to read them as such")
-    if units not in ("GY", "RELATIVE"):
-        raise FormatError(f"its Dose Units are {units!r}, not Gy")
-    if int(_number(dataset, "SamplesPerPixel", "Samples per Pixel")) != 1:
-        raise FormatError("it has more than one sample per pixel")
-
-
-def _numbers(dataset: Any, keyword: str, name: str, count: int) -> list[float]:
-    value = dataset.get(keyword)
-    if value is None or value == "":
-        raise FormatError(f"it has no {name}")
-    values = [float(v) for v in (value if np.ndim(value) else [value])]
-    if len(values) != count or not np.isfinite(values).all():
-        raise FormatError(f"it has a {name} of {value}")
-    return values
-
-
-def _number(dataset: Any, keyword: str, name: str) -> float:
-    return _numbers(dataset, keyword, name, 1)[0]
-
-
-def _volume(dataset: Any) -> Volume:
-    scaling = _number(dataset, "DoseGridScaling", "Dose Grid Scaling")
-    if not scaling > 0:
-        raise FormatError(f"it has a Dose Grid Scaling of {scaling:g}")
-    stored = np.asarray(dataset.pixel_array)
-    stored = stored.reshape((-1,) + stored.shape[-2:])
-    position = _numbers(dataset, "ImagePositionPatient", "Image Position (Patient)", 3)
-    cosines = _numbers(dataset, "ImageOrientationPatient", "Image Orientation (Patient)", 6)
-    between_rows, between_columns = _numbers(dataset, "PixelSpacing", "Pixel Spacing", 2)
-    normal = np.cross(cosines[:3], cosines[3:])
-    step = _frame_step(dataset, len(stored), position[2], float(normal[2]))
-    frame = dataset.get("FrameOfReferenceUID")
-    return Volume(
-        stored * np.float64(scaling),
-        (between_columns, between_rows, abs(step)),
-        position,
-        (cosines[:3], cosines[3:], (normal * np.sign(step)).tolist()),
-        str(frame) if frame else None,
+def _transfer_syntax(pydicom: Any, dataset: Any) -> Any:
+    meta = getattr(dataset, "file_meta", None)
+    if meta is not None and "TransferSyntaxUID" in meta:
+        return meta.TransferSyntaxUID
+    if dataset.is_little_endian is False:
+        return pydicom.uid.ExplicitVRBigEndian
+    return (
+        pydicom.uid.ImplicitVRLittleEndian
+        if dataset.is_implicit_VR
+        else pydicom.uid.ExplicitVRLittleEndian
     )
-
-
-def _frame_step(dataset: Any, count: int, position_z: float, normal_z: float) -> float:
-    """Distance (mm) from frame to frame along the frames' normal, negative against it."""
-    if count == 1:
-        return _number(dataset, "SliceThickness", "Slice Thickness")
-    offsets = np.array(
-        _numbers(dataset, "GridFrameOffsetVector", "Grid Frame Offset Vector", count)
-    )
-    is_absolute = offsets[0] != 0
-    if is_absolute and abs(offsets[0] - position_z) > _OFFSET_TOLERANCE:
-        raise FormatError(
-            "its Grid Frame Offset Vector begins neither with 0 nor with the position of the "
-            "first frame"
-        )
-    step = float((offsets[-1] - offsets[0]) / (count - 1))
-    deviations = offsets - (offsets[0] + step * np.arange(count))
-    worst = int(np.argmax(np.abs(deviations)))
-    if abs(deviations[worst]) > _OFFSET_TOLERANCE:
-        raise FormatError(
-            f"its frames are not evenly spaced (frame {worst + 1} lies {deviations[worst]:g} mm "
-            "off)"
-        )
-    # Absolute offsets are positions along the patient's axis, relative ones along the normal.
-    return -step if is_absolute and normal_z < 0 else step
 
 
 def encode(
@@ -113,7 +59,7 @@ def encode(
     frame_of_reference: str | None,
 ) -> bytes:
     """The bytes of an RT Dose of 32 bits, which names no patient and no plan."""
-    pydicom = need("pydicom", "pydicom", "writing DICOM")
+    pydicom = _pydicom("writing DICOM")
     doses = np.asarray(values, dtype=np.float64)
     if not np.isfinite(doses).all() or doses.min() < 0:
         raise ValueError("array holds values that DICOM RT Dose cannot; accepted: finite, 0 and up")
@@ -150,7 +96,7 @@ def encode(
     dataset.DoseGridScaling = f"{scaling:.10g}"
     _describe_image(dataset, stored.shape, spacing, origin)
     dataset.PixelData = stored.tobytes()
-    return _file_bytes(pydicom, dataset)
+    return _file_bytes(pydicom, dataset, pydicom.uid.ExplicitVRLittleEndian)
 
 
 def _decimal(value: float) -> str:
@@ -180,17 +126,26 @@ def _describe_image(
     dataset.PixelRepresentation = 0
 
 
-def _file_bytes(pydicom: Any, dataset: Any) -> bytes:
+def _file_bytes(pydicom: Any, dataset: Any, transfer_syntax: Any) -> bytes:
     meta = pydicom.dataset.FileMetaDataset()
-    meta.MediaStorageSOPClassUID = dataset.SOPClassUID
-    meta.MediaStorageSOPInstanceUID = dataset.SOPInstanceUID
-    meta.TransferSyntaxUID = pydicom.uid.ExplicitVRLittleEndian
+    for keyword in ("SOPClassUID", "SOPInstanceUID"):
+        if keyword in dataset:
+            setattr(meta, f"MediaStorage{keyword}", dataset[keyword].value)
+    meta.TransferSyntaxUID = transfer_syntax
     dataset.file_meta = meta
-    dataset.is_little_endian = True
-    dataset.is_implicit_VR = False
+    dataset.preamble = b"\0" * 128
+    dataset.is_little_endian = transfer_syntax.is_little_endian
+    dataset.is_implicit_VR = transfer_syntax.is_implicit_VR
     buffer = io.BytesIO()
-    file = pydicom.FileDataset(buffer, dataset, preamble=b"\0" * 128, file_meta=meta)
-    file.is_little_endian = True
-    file.is_implicit_VR = False
-    file.save_as(buffer, write_like_original=False)
+    dataset.save_as(buffer, write_like_original=True)
     return buffer.getvalue()
+
+
+def _pydicom(what: str) -> ModuleType:
+    try:
+        return importlib.import_module("pydicom")
+    except ImportError as error:
+        raise ImportError(
+            f"{what} needs the package pydicom, which is not installed "
+            "(pip install pydicom, or apt-get install python3-pydicom)"
+        ) from error

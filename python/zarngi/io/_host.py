@@ -1,0 +1,247 @@
+"""The binding to libZarnGIHost's C interface, which reads and writes the files.
+
+The library keeps no state, so several threads may be inside at once.
+"""
+
+from __future__ import annotations
+
+import ctypes
+import errno
+import os
+import weakref
+from collections.abc import Iterator, Mapping, Sequence
+from typing import Any
+
+import numpy as np
+import numpy.typing as npt
+
+from .. import _library
+from ._errors import FormatError
+
+#: The soname, which changes with the layout and the meaning of what is declared here.
+_SYSTEM_LIBRARY = "libZarnGIHost.so.1"
+
+# enum zarnGIHost_Status
+_OK = 0
+_REFUSED = -1
+_SYSTEM = -2
+_NO_MEMORY = -3
+
+# enum zarnGIHost_Fact
+_IS_RELATIVE = 0
+
+# enum zarnGIHost_Text
+_FRAME_OF_REFERENCE = 9
+
+#: enum zarnGIHost_Type, by numpy's code of the number type.
+_TYPES = {
+    code: number
+    for number, code in enumerate(("u1", "i1", "u2", "i2", "u4", "i4", "u8", "i8", "f4", "f8"))
+}
+
+_SENTENCE_SIZE = 1024
+
+
+class _Error(ctypes.Structure):
+    """Mirror of `zarnGIHost_Error`."""
+
+    _fields_ = [("systemError", ctypes.c_int), ("sentence", ctypes.c_char * _SENTENCE_SIZE)]
+
+
+class _Volume(ctypes.Structure):
+    """Mirror of `zarnGIHost_Volume`."""
+
+    _fields_ = [
+        ("size", ctypes.c_int * 3),
+        ("spacing", ctypes.c_double * 3),
+        ("origin", ctypes.c_double * 3),
+        ("type", ctypes.c_int),
+        ("values", ctypes.c_void_p),
+    ]
+
+
+_FindFile = ctypes.CFUNCTYPE(
+    ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p, ctypes.POINTER(ctypes.c_size_t)
+)
+
+_DOSE = ctypes.c_void_p
+_DOSE_P = ctypes.POINTER(ctypes.c_void_p)
+_ERROR_P = ctypes.POINTER(_Error)
+_TRIPLE_P = ctypes.POINTER(ctypes.c_double)
+
+_PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
+    "readDose": (ctypes.c_int, [ctypes.c_char_p, _DOSE_P, _ERROR_P]),
+    "readDoseFromMemory": (
+        ctypes.c_int,
+        [ctypes.c_void_p, ctypes.c_size_t, _FindFile, ctypes.c_void_p, _DOSE_P, _ERROR_P],
+    ),
+    "freeDose": (None, [_DOSE]),
+    "getGrid": (ctypes.c_int, [_DOSE, ctypes.POINTER(ctypes.c_int), _TRIPLE_P, _TRIPLE_P]),
+    "getDoses": (ctypes.c_void_p, [_DOSE]),
+    "getFact": (ctypes.c_int, [_DOSE, ctypes.c_int]),
+    "getText": (ctypes.c_char_p, [_DOSE, ctypes.c_int]),
+    "getWarning": (ctypes.c_char_p, [_DOSE, ctypes.c_size_t]),
+    "writeVolume": (ctypes.c_int, [ctypes.c_char_p, ctypes.POINTER(_Volume), _ERROR_P]),
+}
+
+
+def _load() -> ctypes.CDLL:
+    library = _library.open_library("libZarnGIHost.so", _SYSTEM_LIBRARY)
+    for name, (result, arguments) in _PROTOTYPES.items():
+        function = getattr(library, f"zarnGIHost_{name}")
+        function.restype = result
+        function.argtypes = arguments
+    return library
+
+
+_host = _load()
+
+
+class Dose:
+    """A dose in the library's memory, which is freed when nothing looks at it any longer.
+
+    `numpy.asarray` of it is an array, shape (nz, ny, nx), that looks at the same memory and keeps
+    this object alive.
+    """
+
+    def __init__(self, handle: ctypes.c_void_p) -> None:
+        self._handle = handle
+        # Not at the interpreter's exit: code that runs later may still look at the array.
+        weakref.finalize(self, _host.zarnGIHost_freeDose, handle).atexit = False
+        sizes, spacing, origin = (ctypes.c_int * 3)(), _triple(), _triple()
+        _host.zarnGIHost_getGrid(handle, sizes, spacing, origin)
+        self.shape: tuple[int, ...] = tuple(sizes)[::-1]
+        self.spacing: tuple[float, ...] = tuple(spacing)
+        self.origin: tuple[float, ...] = tuple(origin)
+
+    @property
+    def __array_interface__(self) -> dict[str, Any]:
+        return {
+            "version": 3,
+            "shape": self.shape,
+            "typestr": np.dtype(np.float32).str,
+            "data": (_host.zarnGIHost_getDoses(self._handle), False),
+        }
+
+    @property
+    def is_relative(self) -> bool:
+        """Whether the doses are relative to a value that the file does not tell."""
+        return bool(_host.zarnGIHost_getFact(self._handle, _IS_RELATIVE))
+
+    @property
+    def frame_of_reference(self) -> str | None:
+        """DICOM's Frame of Reference UID, where there is one."""
+        return _text(_host.zarnGIHost_getText(self._handle, _FRAME_OF_REFERENCE)) or None
+
+    def warnings(self) -> Iterator[str]:
+        """What was taken for granted, each a sentence that continues the file's name."""
+        index = 0
+        while (warning := _host.zarnGIHost_getWarning(self._handle, index)) is not None:
+            yield _text(warning)
+            index += 1
+
+
+def read_file(path: str) -> Dose:
+    """Read a dose file.
+
+    Raises
+    ------
+    FormatError
+        When the contents are refused.
+    OSError
+        When the file cannot be opened or read.
+    """
+    handle, error = ctypes.c_void_p(), _Error()
+    status = _host.zarnGIHost_readDose(_path_bytes(path), handle, error)
+    _check(status, error, path)
+    return Dose(handle)
+
+
+def read_memory(name: str, data: Any, files: Mapping[str, Any]) -> Dose:
+    """Read a dose from the contents of a file.
+
+    Parameters
+    ----------
+    name : str
+        What the messages call it.
+    data : bytes-like
+        The contents.
+    files : mapping of str to bytes-like
+        The files that a header may name.
+    """
+    contents = np.frombuffer(data, np.uint8)
+    handle, error = ctypes.c_void_p(), _Error()
+    status = _host.zarnGIHost_readDoseFromMemory(
+        contents.ctypes.data, contents.size, _finder(files), None, handle, error
+    )
+    _check(status, error, name)
+    return Dose(handle)
+
+
+def write_volume(
+    path: str, values: npt.NDArray[Any], spacing: Sequence[float], origin: Sequence[float]
+) -> None:
+    """Write a volume file whose format its ending tells; it appears only when it is complete.
+
+    Raises
+    ------
+    ValueError
+        When the format cannot hold the grid.
+    OSError
+        When the file cannot be written.
+    """
+    array = np.ascontiguousarray(values)
+    volume = _Volume(
+        (ctypes.c_int * 3)(*array.shape[::-1]),
+        _triple(*spacing),
+        _triple(*origin),
+        _TYPES[array.dtype.str[1:]],
+        array.ctypes.data,
+    )
+    error = _Error()
+    status = _host.zarnGIHost_writeVolume(_path_bytes(path), volume, error)
+    _check(status, error, path, refusal=ValueError)
+
+
+def _triple(*values: float) -> ctypes.Array[ctypes.c_double]:
+    return (ctypes.c_double * 3)(*values)
+
+
+def _text(encoded: bytes) -> str:
+    return encoded.decode("utf-8", "replace")
+
+
+def _path_bytes(path: str) -> bytes:
+    encoded = os.fsencode(path)
+    # The library would take what stands before it for the path.
+    if b"\0" in encoded:
+        raise ValueError(f"path={path!r} holds a null character")
+    return encoded
+
+
+def _finder(files: Mapping[str, Any]) -> Any:
+    """The library's way to the contents of files by their names in a header."""
+    contents = {os.fsencode(name): np.frombuffer(data, np.uint8) for name, data in files.items()}
+
+    def find(name: bytes, _context: object, size: Any) -> int | None:
+        if name not in contents:
+            return None
+        size[0] = contents[name].size
+        return contents[name].ctypes.data
+
+    return _FindFile(find)
+
+
+def _check(
+    status: int, error: _Error, name: str, *, refusal: type[ValueError] = FormatError
+) -> None:
+    """Raise what a failure of the library means."""
+    if status == _OK:
+        return
+    sentence = _text(error.sentence)
+    if status == _SYSTEM:
+        # With a number OSError becomes FileNotFoundError and its like.
+        raise OSError(error.systemError or errno.EIO, sentence, name)
+    if status == _NO_MEMORY:
+        raise MemoryError(f"{name}: {sentence}")
+    raise (refusal if status == _REFUSED else ValueError)(f"{name}: {sentence}")
