@@ -188,6 +188,22 @@ Step unpackWhole(std::span<unsigned char> room, ByteView packed, const Deflate& 
     return {true, made};
 }
 
+/** A whole member, or as much of it as there is room for; then no other one follows. */
+std::size_t unpackBeginningOfMember(Fields& fields, std::span<unsigned char> room,
+                                    const Deflate& deflate)
+{
+    constexpr std::size_t trailer = 8;
+    skipGzipHeader(fields);
+    const Unpacked whole = deflate.unpack(fields.left(), room);
+    if (whole.status == Unpacked::Status::ended) {
+        fields = Fields(part(fields.left(), whole.taken + trailer));
+        return whole.made;
+    }
+    const std::size_t made = deflate.unpackBeginning(fields.left(), room);
+    fields = Fields({});
+    return made;
+}
+
 std::size_t sizeOf(std::uint64_t bytes)
 {
     if (bytes > std::numeric_limits<std::size_t>::max() / 2) {
@@ -278,13 +294,16 @@ Bytes unpackAll(ByteView packed, const Deflate& deflate, std::uint64_t most)
 Bytes unpackBeginning(ByteView packed, const Deflate& deflate, std::size_t most)
 {
     Bytes bytes(most);
-    Fields fields(packed);
+    std::size_t made = 0;
     try {
-        skipGzipHeader(fields);
-        bytes.shorten(deflate.unpackBeginning(fields.left(), bytes.room()));
+        Fields fields(packed);
+        while (isGzip(fields.left()) && made < most) {
+            made += unpackBeginningOfMember(fields, bytes.room().subspan(made), deflate);
+        }
     } catch (const Refusal&) {
-        bytes.shorten(0);
+        // What comes before the fault stays.
     }
+    bytes.shorten(made);
     return bytes;
 }
 

@@ -26,8 +26,8 @@ MetaHeader parseHeader(ByteView file)
     Lines lines(part(file, 0, longestHeader));
     while (const auto line = lines.next()) {
         const auto separator = line->find('=');
-        if (separator == std::string_view::npos && !trimmed(*line).empty()) {
-            if (lowerCase(trimmed(*line)) == "elementdatafile") {
+        if (separator == std::string_view::npos && !stripped(*line).empty()) {
+            if (lowerCase(stripped(*line)) == "elementdatafile") {
                 refuse("its header does not tell where its data are");
             }
             refuse("its header has a line without \"=\": \"" + excerpt(*line) + "\"");

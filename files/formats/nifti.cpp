@@ -215,14 +215,21 @@ using Affine = std::array<std::array<double, 4>, 3>;
 /** The position as the quaternion tells it; the formula is that of the NIfTI standard. */
 Affine qform(const NiftiHeader& header)
 {
-    const auto [b, c, d] = header.quaternion;
-    const double rest = 1 - (b * b + c * c + d * d);
+    auto [b, c, d] = header.quaternion;
+    const double square = b * b + c * c + d * d;
     constexpr double rounding = 1e-5;
-    if (!(rest >= -rounding)) {
+    if (!(square <= 1 + rounding)) {
         refuse("its header gives a quaternion of " + join(header.quaternion, ", ") +
                ", which is longer than 1");
     }
-    const double a = std::sqrt(std::max(0.0, rest));
+    // The root of what is left by rounding to single precision would turn the grid by 0.02 degrees.
+    constexpr double halfTurn = 1e-7;
+    const bool isHalfTurn = 1 - square < halfTurn;
+    const double length = isHalfTurn ? std::sqrt(square) : 1;
+    const double a = isHalfTurn ? 0 : std::sqrt(1 - square);
+    b /= length;
+    c /= length;
+    d /= length;
     Affine affine = {{{a * a + b * b - c * c - d * d, 2 * (b * c - a * d), 2 * (b * d + a * c)},
                       {2 * (b * c + a * d), a * a + c * c - b * b - d * d, 2 * (c * d - a * b)},
                       {2 * (b * d - a * c), 2 * (c * d + a * b), a * a + d * d - b * b - c * c}}};

@@ -65,13 +65,13 @@ const std::set<std::string, std::less<>>& knownFields()
     return fields;
 }
 
-/** A line "field: value"; "key:=value" tells nothing about the grid. */
+/** A line "field: value", the blank included; "key:=value" tells nothing about the grid. */
 void addLine(NrrdHeader& header, std::string_view line)
 {
     const auto colon = line.find(':');
     const bool isKeyAndValue = line.find(":=") != std::string_view::npos;
-    const std::string field = lowerCase(trimmed(line.substr(0, colon)));
-    const bool isField = colon != std::string_view::npos && line.substr(colon, 2) != ":=" &&
+    const std::string field = lowerCase(stripped(line.substr(0, colon)));
+    const bool isField = colon != std::string_view::npos && line.substr(colon, 2) == ": " &&
                          knownFields().contains(field);
     if (isField) {
         header.add(field, line.substr(colon + 1));
@@ -116,7 +116,7 @@ NrrdHeader parseHeader(ByteView file)
 std::vector<std::string> itemsOf(std::string_view entry, char open, char close)
 {
     std::vector<std::string> items;
-    while (!trimmed(entry).empty()) {
+    while (!stripped(entry).empty()) {
         entry.remove_prefix(entry.find_first_not_of(" \t"));
         const bool isEnclosed = entry.front() == open;
         const auto end = isEnclosed ? entry.find(close, 1) : entry.find_first_of(" \t");
@@ -530,7 +530,7 @@ Scaling scalingOf(const NrrdHeader& header, DoseImage& dose)
         return {0.01, 0};
     }
     if (!unit.empty() && unit != "gy" && unit != "gray" && unit != "???") {
-        dose.warnings.push_back("its sample units are \"" + excerpt(*entry) + "\", taken for Gy");
+        dose.warnings.push_back("its sample units are \"" + excerpt(units[0]) + "\", taken for Gy");
     }
     return {};
 }

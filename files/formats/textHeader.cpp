@@ -17,7 +17,7 @@ constexpr std::size_t mostDimensions = 10;
 
 std::vector<std::string_view> wordsOf(std::string_view text)
 {
-    constexpr std::string_view blanks = " \t\r";
+    constexpr std::string_view blanks = " \t";
     std::vector<std::string_view> words;
     for (auto start = text.find_first_not_of(blanks); start != std::string_view::npos;
          start = text.find_first_not_of(blanks, start)) {
@@ -29,6 +29,14 @@ std::vector<std::string_view> wordsOf(std::string_view text)
 }
 
 } // namespace
+
+std::string_view stripped(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t";
+    const auto first = std::min(text.find_first_not_of(blanks), text.size());
+    const auto last = text.find_last_not_of(blanks); // npos + 1 is 0
+    return text.substr(first, last + 1 - std::min(first, last + 1));
+}
 
 std::optional<std::string_view> Lines::next()
 {
@@ -46,8 +54,8 @@ std::optional<std::string_view> Lines::next()
 
 void TextHeader::add(std::string_view key, std::string_view value)
 {
-    const auto [entry, isNew] = entries_.emplace(lowerCase(trimmed(key)), trimmed(value));
-    if (!isNew && entry->second != trimmed(value)) {
+    const auto [entry, isNew] = entries_.emplace(lowerCase(stripped(key)), stripped(value));
+    if (!isNew && entry->second != stripped(value)) {
         refuse("its header gives \"" + excerpt(entry->first) + "\" twice");
     }
 }
@@ -88,8 +96,10 @@ bool TextHeader::isTrue(std::initializer_list<std::string_view> keys, bool other
         return otherwise;
     }
     const std::string word = lowerCase(*entry);
-    const bool isYes = word == "true" || word == "t" || word == "1" || word == "yes" || word == "y";
-    const bool isNo = word == "false" || word == "f" || word == "0" || word == "no" || word == "n";
+    const bool isYes = word == "true" || word == "t" || word == "1";
+    // Readers take any other word for false, "yes" among them.
+    const bool isNo =
+        word == "false" || word == "f" || word == "0" || word == "no" || word == "n";
     if (!isYes && !isNo) {
         refuse("its header gives \"" + std::string(*keys.begin()) + "\" as \"" + excerpt(*entry) +
                "\" (accepted: True, False)");

@@ -34,6 +34,9 @@ private:
     std::size_t position_ = 0;
 };
 
+/** The text without the blanks around it. Other characters that nobody sees are damage. */
+std::string_view stripped(std::string_view text);
+
 /** The entries of a header; keys in lower case. */
 class TextHeader
 {

@@ -18,7 +18,7 @@ described() {
     echo "Depends: $(dpkg-deb --field "$1" Depends | sed 's/ ([^)]*)//g; s/, /\n/g' | sort | xargs)"
     dpkg-deb --contents "$1" |
         awk '$1 !~ /^d/ { print $1, substr($6, 3) ($7 ? " -> " $8 : "") }' |
-        sed "/dist-packages/! s#${libdir#"$root"/}#@LIBDIR@#" | sort -k2
+        sed "/dist-packages/! s#${libdir#"$root"/}/#@LIBDIR@/#" | sort -k2
 }
 
 failed=0

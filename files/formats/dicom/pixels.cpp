@@ -97,7 +97,7 @@ public:
             checkLength();
             return pixels_.value.first(roomFor());
         }
-        if (packing == Packing::other && !host.unpackPixels) {
+        if (packing == Packing::other && (!host.unpackPixels || familyOf(syntax) == nullptr)) {
             refusePacking(syntax);
         }
         room = packing == Packing::other ? unpackedBy(host) : unpackedRunLengths();

@@ -10,6 +10,22 @@
 namespace files
 {
 
+namespace
+{
+
+/** Numbers are padded by blanks, by some with NUL; anything else is damage. */
+std::string withoutPadding(std::string_view text)
+{
+    constexpr std::string_view padding(" \0", 2);
+    const auto first = text.find_first_not_of(padding);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return std::string(text.substr(first, text.find_last_not_of(padding) + 1 - first));
+}
+
+} // namespace
+
 ByteView DicomValues::bytes(const DicomTag& tag) const
 {
     const DicomElement* const element = data.find(tag);
@@ -28,7 +44,7 @@ std::string DicomValues::text(const DicomTag& tag) const
 
 std::vector<double> DicomValues::numbers(const DicomTag& tag, std::size_t count) const
 {
-    const std::string text = trimmed(asText(bytes(tag)));
+    const std::string text = withoutPadding(asText(bytes(tag)));
     if (text.empty()) {
         refuse("has no " + std::string(tag.name));
     }
@@ -42,7 +58,7 @@ std::vector<double> DicomValues::numbers(const DicomTag& tag, std::size_t count)
     numbers.reserve(count);
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t end = std::min(text.find('\\', start), text.size());
-        const std::string piece = trimmed(std::string_view(text).substr(start, end - start));
+        const std::string piece = withoutPadding(std::string_view(text).substr(start, end - start));
         numbers.push_back(parseNumber(piece));
         if (!std::isfinite(numbers.back())) {
             refuse("has a " + std::string(tag.name) + " with \"" + excerpt(piece) + "\" in it");
