@@ -11,7 +11,6 @@ from pydicom.dataset import FileMetaDataset
 from pydicom.uid import ExplicitVRLittleEndian, ImplicitVRLittleEndian, RLELossless, generate_uid
 
 RT_DOSE = "1.2.840.10008.5.1.4.1.1.481.2"
-CT_IMAGE = "1.2.840.10008.5.1.4.1.1.2"
 
 
 @dataclass

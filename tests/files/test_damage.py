@@ -132,6 +132,12 @@ def for_judge(whole, contents):
     return contents
 
 
+def write_anew(path, contents):
+    """Some file systems write a file that is overwritten to the disk at once, which takes long."""
+    path.unlink(missing_ok=True)
+    path.write_bytes(contents)
+
+
 def disagreement(whole, path):
     """What the package reads otherwise than the judge, or nothing; None where it refuses."""
     grid = read(path)
@@ -139,7 +145,7 @@ def disagreement(whole, path):
         return None
     contents = path.read_bytes()
     judged = path.with_name("judged-" + path.name)
-    judged.write_bytes(for_judge(whole, contents))
+    write_anew(judged, for_judge(whole, contents))
     try:
         return JUDGES[whole.kind](judged).differs_from(grid)
     except NoAnswer as error:
@@ -155,7 +161,7 @@ def test_damage(tmp_path, name, damage):
     assert disagreement(whole, path) == "", "the undamaged file"
     found, counts = [], Counter()
     for number, (what, contents) in enumerate(damage(whole, np.random.default_rng(11))):
-        path.write_bytes(contents)
+        write_anew(path, contents)
         difference = disagreement(whole, path)
         counts["refused" if difference is None else "read"] += 1
         if difference:
