@@ -359,6 +359,9 @@ TEST(DicomDose, OtherPackingsAreForTheHost)
     for (const auto& [syntax, sentence] : table) {
         const string file = Dose().packed({"", "packed"}, syntax);
         EXPECT_NE(outcome(file).find(sentence), string::npos) << outcome(file);
+        if (syntax == "1.2.3") {
+            continue; // of no family that a host might unpack
+        }
         string told;
         const auto unpack = [&](std::size_t less) {
             return [&told, less](ByteView whole, std::size_t size) -> Result<Bytes> {
