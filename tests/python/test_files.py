@@ -772,3 +772,37 @@ def test_a_failed_write_of_dicom_keeps_the_old_file(tmp_path, monkeypatch, faili
         zarngi.write(path, DOSE * 2, like=GRID)
     assert path.read_bytes() == before
     assert list(tmp_path.iterdir()) == [path]
+
+
+#: Prints every mask of new files that a process is seen to have, until standard input ends.
+WATCH_MASK = """
+import select, sys
+seen = set()
+while not select.select([sys.stdin], [], [], 0)[0]:
+    for _ in range(100):
+        with open(f"/proc/{sys.argv[1]}/status", "rb", 0) as status:
+            seen.add(status.read(200).partition(b"Umask:")[2].split()[0].decode())
+print(*seen)
+"""
+
+
+@pytest.fixture
+def mask():
+    """An uncommon mask of new files."""
+    old = os.umask(0o027)
+    yield "0027"
+    os.umask(old)
+
+
+def test_threads_write_at_once(tmp_path, mask):
+    paths = [tmp_path / f"{i}.nrrd" for i in range(2000)]
+    command = [sys.executable, "-c", WATCH_MASK, str(os.getpid())]
+    with subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE) as watcher:
+        with ThreadPoolExecutor(4) as pool:
+            list(pool.map(lambda path: zarngi.write(path, DOSE, like=GRID), paths))
+        # The mask is the whole process's, and other threads make files meanwhile.
+        assert watcher.communicate()[0].decode().split() == [mask]
+    assert sorted(tmp_path.iterdir()) == sorted(paths)
+    for path in paths:
+        assert path.stat().st_mode & 0o777 == 0o640
+        assert_written(path, DOSE, "f4")
