@@ -1,13 +1,13 @@
 #include "files/writeVolume.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
+#include <random>
 
 #include "files/packed.h"
 #include "files/text.h"
@@ -196,6 +196,23 @@ Bytes encode(VolumeFormat volumeFormat, const Geometry& geometry, const ValueFor
                    std::string("cannot be written: ") + std::strerror(errno), errno});
 }
 
+/**
+ * Creates a file of a new name in a folder, with the permissions of any new file; -1 and errno if
+ * not. Asking for the process's mask, as mkstemp() makes necessary, would change it for a moment,
+ * and another thread may be creating a file just then.
+ */
+int createIn(const std::string& folder, std::string& path)
+{
+    std::random_device random;
+    for (;;) {
+        path = folder + ".zarngi-" + std::to_string(random());
+        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file >= 0 || errno != EEXIST) {
+            return file;
+        }
+    }
+}
+
 /** Writes all bytes and waits until they are on the disk: some tell only then that it is full. */
 bool writeAll(int file, ByteView contents)
 {
@@ -246,14 +263,11 @@ Result<bool> writeWhole(const std::string& path, ByteView contents)
 {
     return resultOf([&] {
         const auto nameStart = path.find_last_of('/') + 1; // 0 where there is no folder
-        std::string temporary = path.substr(0, nameStart) + ".zarngi-XXXXXX";
-        const int file = mkstemp(temporary.data());
+        std::string temporary;
+        const int file = createIn(path.substr(0, nameStart), temporary);
         if (file < 0) {
             refuseToWrite();
         }
-        const mode_t mask = umask(0);
-        umask(mask);
-        fchmod(file, 0666 & ~mask);
         bool isWritten = writeAll(file, contents);
         isWritten = close(file) == 0 && isWritten;
         if (!isWritten || std::rename(temporary.c_str(), path.c_str()) != 0) {

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import copy
 import importlib
 import io
 from datetime import datetime
@@ -29,14 +30,22 @@ def encoded(dataset: Any) -> bytes:
     if not isinstance(dataset, pydicom.Dataset):
         raise TypeError(f"dataset is a {type(dataset).__name__}; accepted: a pydicom Dataset")
     try:
-        # A slice is a dataset of its own, so that the caller's keeps its attributes.
-        return _file_bytes(pydicom, dataset[:], _transfer_syntax(pydicom, dataset))
+        return _file_bytes(pydicom, _own_copy(dataset), _transfer_syntax(pydicom, dataset))
     except MemoryError:
         raise
     # A data set that cannot be written surfaces as one of many kinds of exception.
     except Exception as error:
         reason = " ".join(str(error).split())
         raise FormatError(f"<dataset>: cannot be written as DICOM ({reason})") from error
+
+
+def _own_copy(dataset: Any) -> Any:
+    """A dataset that can be changed: writing settles the types of some elements in place."""
+    copied = copy.deepcopy(dataset[:])
+    if dataset.is_decompressed:
+        # pydicom keeps the packed values until the dataset is written.
+        copied.PixelData = dataset.pixel_array.tobytes()
+    return copied
 
 
 def _transfer_syntax(pydicom: Any, dataset: Any) -> Any:
