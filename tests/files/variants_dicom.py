@@ -429,7 +429,8 @@ def element_rows():
     yield refused("no modality at all", file_of(other, meta=False),
                   "is DICOM but no RT Dose (modality unknown)")
     for units in ("CGY", "MGY", "PERCENT"):
-        yield refused(f"units {units}", dose(DoseUnits=units), f'has doses in "{units}", not in Gy')
+        yield refused(f"units {units}", dose(DoseUnits=units),
+                      f'has Dose Units of "{units}" (accepted: GY, RELATIVE)')
     for scaling, shown in (("0", "0"), ("-1", "-1"), ("-0.5", "-0.5")):
         yield refused(f"scaling {scaling}", dose(DoseGridScaling=scaling),
                       f"has a Dose Grid Scaling of {shown}")

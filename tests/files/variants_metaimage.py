@@ -411,8 +411,10 @@ def data_rows():
                   meta(b"", HeaderSize="999", ElementDataFile="dose.raw"), cut_short(240, 0),
                   beside=raw)
     line = b"ElementDataFile = LOCAL\n"
-    for end in (b"ElementDataFile\n", b"ElementDataFile\0\0\n", b"ElementDataFile = \n"):
+    for end in (b"ElementDataFile\n", b"ElementDataFile = \n"):
         yield refused(f"{end}", replaced(meta(), line, end), nowhere)
+    yield refused("ElementDataFile and NUL", replaced(meta(), line, b"ElementDataFile\0\n"),
+                  'its header has a line without "=": "ElementDataFile?"')
     yield refused("no ElementDataFile", replaced(meta(b""), line, b""),
                   "its header has no end (ElementDataFile)")
     yield refused("a header of two million bytes", meta(Comment="-" * 2000000),

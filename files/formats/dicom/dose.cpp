@@ -151,7 +151,8 @@ bool unitsAreRelative(const DicomValues& values)
     const std::string units = values.text(tags::doseUnits);
     if (units != "GY" && units != "RELATIVE") {
         refuse(units.empty() ? "has no Dose Units"
-                             : "has doses in \"" + excerpt(units) + "\", not in Gy");
+                             : "has Dose Units of \"" + excerpt(units) +
+                                   "\" (accepted: GY, RELATIVE)");
     }
     return units == "RELATIVE";
 }
