@@ -17,7 +17,8 @@ for room in "$@"; do
         GTEST_FILTER='Search.*:Search/*/0' ctest --preset coverage --parallel "$jobs" \
             --label-regex library --label-exclude long --exclude-regex 'RandomProblems.*/[1-9]'
     else
-        ctest --preset coverage --parallel "$jobs" --label-regex "$room"
+        ctest --preset coverage --parallel "$jobs" --label-regex "$room" \
+            --label-exclude unsanitized
     fi
     lcov --quiet --capture --no-external --base-directory "$PWD" \
         --directory "build/coverage/$room" --output-file build/coverage/all.info
