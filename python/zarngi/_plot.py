@@ -10,8 +10,8 @@ import numpy.typing as npt
 
 from . import _checks
 from ._grid import DoseGrid
+from ._optional import need
 from ._result import UNREACHED, GammaResult
-from .io._volume import need
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes

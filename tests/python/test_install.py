@@ -1,5 +1,6 @@
 """The package installs offline into a new virtual environment and works there."""
 
+import ast
 import os
 import re
 import shutil
@@ -38,9 +39,22 @@ def environment(tmp_path):
     return directory / "bin" / "python"
 
 
+ROUND_TRIP = """
+import zarngi
+
+grid = zarngi.demo_pair()[0]
+zarngi.write("dose.nii.gz", grid.dose, like=grid)
+assert (zarngi.read("dose.nii.gz").dose == grid.dose).all()
+print({line.split()[-1] for line in open("/proc/self/maps") if "libZarnGI" in line})
+"""
+
+
 def assert_works(python, directory):
     """The README's example runs, from a directory that is not the project's."""
     assert "Pass rate" in run(python, "-c", readme_example(), cwd=directory)
+    libraries = ast.literal_eval(run(python, "-c", ROUND_TRIP, cwd=directory))
+    assert {Path(library).name for library in libraries} == {"libZarnGI.so", "libZarnGIHost.so"}
+    assert all(Path(library).is_relative_to(python.parents[1]) for library in libraries)
     place = run(python, "-c", "import zarngi; print(zarngi.__file__)", cwd=directory).strip()
     assert Path(place).is_relative_to(python.parents[1])
     assert (Path(place).parent / "py.typed").exists()
@@ -58,7 +72,7 @@ def test_install_from_the_tree(environment, tmp_path):
 def test_source_distribution_is_complete(environment, tmp_path):
     # A copy of the tree, so that nothing is left behind in it.
     tree = tmp_path / "tree"
-    for name in ("CMakeLists.txt", "cmake", "lib", "python"):
+    for name in ("CMakeLists.txt", "cmake", "lib", "files", "host", "python"):
         source = PROJECT / name
         copy = shutil.copytree if source.is_dir() else shutil.copy
         tree.mkdir(exist_ok=True)
@@ -68,7 +82,9 @@ def test_source_distribution_is_complete(environment, tmp_path):
     (archive,) = tmp_path.glob("zarngi-*.tar.gz")
     with tarfile.open(archive) as contents:
         names = [name.partition("/")[2] for name in contents.getnames()]
-    assert {"native/lib/libZarnGI.h", "zarngi/py.typed", "zarngi/io/_dicom.py"} <= set(names)
+    expected = {"lib/libZarnGI.h", "host/libZarnGIHost.h", "files/formats/nrrd.cpp"}
+    assert {f"native/{name}" for name in expected} <= set(names)
+    assert {"zarngi/py.typed", "zarngi/io/_host.py"} <= set(names)
     assert not [name for name in names if name.endswith((".so", ".pyc"))]
     install(environment, archive)
     assert_works(environment, tmp_path)
@@ -81,5 +97,7 @@ def test_installed_by_cmake(tmp_path):
     run("cmake", "--install", build, "--prefix", tmp_path, "--component", "python")
     (package,) = tmp_path.rglob("zarngi/__init__.py")
     assert package.with_name("py.typed").exists()
-    program = f"import sys; sys.path.insert(0, {str(package.parents[1])!r})\n{readme_example()}"
-    assert "Pass rate" in run(sys.executable, "-c", program, cwd=tmp_path)
+    place = f"import sys; sys.path.insert(0, {str(package.parents[1])!r})\n"
+    assert "Pass rate" in run(sys.executable, "-c", place + readme_example(), cwd=tmp_path)
+    libraries = run(sys.executable, "-c", place + ROUND_TRIP, cwd=tmp_path)
+    assert libraries.count(f"{package.parent}/lib/libZarnGI") == 2

@@ -3,15 +3,14 @@
 from __future__ import annotations
 
 import copy
-import importlib
 import io
 from datetime import datetime
-from types import ModuleType
 from typing import Any
 
 import numpy as np
 import numpy.typing as npt
 
+from .._optional import need
 from ._errors import FormatError
 
 _RT_DOSE_STORAGE = "1.2.840.10008.5.1.4.1.1.481.2"
@@ -26,7 +25,7 @@ def encoded(dataset: Any) -> bytes:
     FormatError
         When the dataset cannot be written.
     """
-    pydicom = _pydicom("from_dicom")
+    pydicom = need("pydicom", "pydicom", "from_dicom")
     if not isinstance(dataset, pydicom.Dataset):
         raise TypeError(f"dataset is a {type(dataset).__name__}; accepted: a pydicom Dataset")
     try:
@@ -68,7 +67,7 @@ def encode(
     frame_of_reference: str | None,
 ) -> bytes:
     """The bytes of an RT Dose of 32 bits, which names no patient and no plan."""
-    pydicom = _pydicom("writing DICOM")
+    pydicom = need("pydicom", "pydicom", "writing DICOM")
     doses = np.asarray(values, dtype=np.float64)
     if not np.isfinite(doses).all() or doses.min() < 0:
         raise ValueError("array holds values that DICOM RT Dose cannot; accepted: finite, 0 and up")
@@ -148,13 +147,3 @@ def _file_bytes(pydicom: Any, dataset: Any, transfer_syntax: Any) -> bytes:
     buffer = io.BytesIO()
     dataset.save_as(buffer, write_like_original=True)
     return buffer.getvalue()
-
-
-def _pydicom(what: str) -> ModuleType:
-    try:
-        return importlib.import_module("pydicom")
-    except ImportError as error:
-        raise ImportError(
-            f"{what} needs the package pydicom, which is not installed "
-            "(pip install pydicom, or apt-get install python3-pydicom)"
-        ) from error
