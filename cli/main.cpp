@@ -5,23 +5,24 @@
 #include <memory>
 #include <new>
 
-#include "compareCommand.h"
-#include "demoCommand.h"
-#include "failure.h"
-#include "gammaRun.h"
-#include "helpFormatter.h"
-#include "infoCommand.h"
-#include "temporaryFile.h"
-#include "text.h"
+#include "cli/commands/compareCommand.h"
+#include "cli/commands/demoCommand.h"
+#include "cli/commands/helpFormatter.h"
+#include "cli/commands/infoCommand.h"
+#include "cli/exitCode.h"
+#include "cli/output/temporaryFile.h"
+#include "comparison/failure.h"
+#include "comparison/gammaRun.h"
+#include "comparison/text.h"
 
 namespace
 {
 
-using cli::ExitCode;
+using zarngi::ExitCode;
 
 int tell(const std::string& message, ExitCode code)
 {
-    std::cerr << "zarngi: " << cli::oneLine(message) << '\n';
+    std::cerr << "zarngi: " << zarngi::oneLine(message) << '\n';
     return static_cast<int>(code);
 }
 
@@ -32,18 +33,18 @@ struct CommandLine {
     CLI::App* infoCommand = app.add_subcommand("info", "Tell what a dose file holds");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
-    cli::CompareOptions compare;
-    cli::InfoOptions info;
+    zarngi::CompareOptions compare;
+    zarngi::InfoOptions info;
     std::string demoFolder = "zarngi-demo";
 
     CommandLine()
     {
-        app.set_version_flag("--version", "zarngi " + cli::libraryVersion());
+        app.set_version_flag("--version", "zarngi " + zarngi::libraryVersion());
         app.require_subcommand(1);
         for (CLI::App* const command : {&app, compareCommand, infoCommand, demoCommand}) {
-            command->formatter(std::make_shared<cli::HelpFormatter>());
+            command->formatter(std::make_shared<zarngi::HelpFormatter>());
         }
-        cli::addCompareOptions(*compareCommand, compare);
+        zarngi::addCompareOptions(*compareCommand, compare);
         infoCommand->add_option("FILE", info.file, "Dose file")->type_name("")->required();
         infoCommand->add_flag("--patient", info.showPatient, "Tell patient data as well");
         infoCommand->add_flag("--json", info.asJson, "As a JSON document, for programs");
@@ -54,9 +55,9 @@ struct CommandLine {
     ExitCode run() const
     {
         if (compareCommand->parsed()) {
-            return cli::compare(compare);
+            return zarngi::compare(compare);
         }
-        return infoCommand->parsed() ? cli::info(info) : cli::demo(demoFolder);
+        return infoCommand->parsed() ? zarngi::info(info) : zarngi::demo(demoFolder);
     }
 };
 
@@ -80,9 +81,9 @@ int runCommand(const CommandLine& commandLine)
             return tell("standard output cannot be written", ExitCode::badInput);
         }
         return static_cast<int>(code);
-    } catch (const cli::UsageError& error) {
+    } catch (const zarngi::UsageError& error) {
         return tell(error.what(), ExitCode::wrongUsage);
-    } catch (const cli::InputError& error) {
+    } catch (const zarngi::InputError& error) {
         return tell(error.what(), ExitCode::badInput);
     } catch (const std::bad_alloc&) {
         return tell("not enough memory", ExitCode::badInput);
@@ -92,10 +93,12 @@ int runCommand(const CommandLine& commandLine)
 }
 
 /** What the parser found wrong; it takes a misspelt command for none at all. */
-std::string reasonOf(const CLI::ParseError& error, int argc, char** argv)
+std::string reasonOf(const CLI::ParseError& error, const CLI::App& app, const std::string& word)
 {
-    const std::string word = argc > 1 ? argv[1] : "";
-    const bool isCommand = word == "compare" || word == "info" || word == "demo";
+    const bool isCommand = !app.get_subcommands([&word](const CLI::App* command) {
+                                   return command->get_name() == word;
+                               })
+                                .empty();
     if (!word.empty() && word.front() != '-' && !isCommand) {
         return "\"" + word + "\" is not a command";
     }
@@ -104,14 +107,15 @@ std::string reasonOf(const CLI::ParseError& error, int argc, char** argv)
 
 int runProgram(int argc, char** argv)
 {
-    cli::removeTemporaryFilesOnSignals();
+    zarngi::removeTemporaryFilesOnSignals();
     CommandLine commandLine;
     try {
         commandLine.app.parse(argc, argv);
     } catch (const CLI::Success& request) {
         return commandLine.app.exit(request);
     } catch (const CLI::ParseError& error) {
-        return tell(reasonOf(error, argc, argv) + " (zarngi --help tells more)",
+        const std::string word = argc > 1 ? argv[1] : "";
+        return tell(reasonOf(error, commandLine.app, word) + " (zarngi --help tells more)",
                     ExitCode::wrongUsage);
     }
     commandLine.compare.commandLine = joined(argc, argv);

@@ -1,4 +1,4 @@
-#include "unpackPixels.h"
+#include "cli/guard/unpackPixels.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -11,9 +11,9 @@
 #include <filesystem>
 #include <string>
 
-#include "jpeg/exitCodes.h"
+#include "cli/jpeg/exitCodes.h"
 
-namespace cli
+namespace zarngi
 {
 
 namespace
@@ -155,4 +155,4 @@ files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes
     return unpacked;
 }
 
-} // namespace cli
+} // namespace zarngi

@@ -12,7 +12,7 @@
 #include "files/bytes.h"
 #include "files/error.h"
 
-namespace cli
+namespace zarngi
 {
 
 /**
@@ -22,6 +22,6 @@ namespace cli
  */
 files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes);
 
-} // namespace cli
+} // namespace zarngi
 
 #endif

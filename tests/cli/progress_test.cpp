@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "progress.h"
+#include "cli/output/progress.h"
 
 namespace
 {
@@ -14,7 +14,7 @@ TEST(Progress, FollowsTheReportsInWhateverPiecesTheyCome)
         "\tsearching from 1*DTA to 2*DTA\n"
         "[  10  20  30  40  50  60  70  80  90 100]\n ..........";
     for (const std::size_t piece : {1U, 7U, 1000U}) {
-        cli::SearchFollower follower;
+        zarngi::SearchFollower follower;
         EXPECT_EQ(follower.shell(), 0);
         for (std::size_t i = 0; i < report.size(); i += piece) {
             follower.read(std::string_view(report).substr(i, piece));

@@ -1,0 +1,145 @@
+#include "cli/commands/compareCommand.h"
+
+#include <chrono>
+#include <filesystem>
+#include <future>
+#include <iostream>
+#include <optional>
+
+#include "cli/commands/readDose.h"
+#include "cli/output/outputs.h"
+#include "cli/output/progress.h"
+#include "cli/output/resultTable.h"
+#include "comparison/comparison.h"
+#include "comparison/text.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+void checkUnits(const Comparison& comparison)
+{
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        if (dose->isRelative && !comparison.settings.normalisation) {
+            throw InputError(dose->path + ": holds relative doses, not Gy; they are compared as "
+                                          "they are when --norm gives the dose of 100 %");
+        }
+    }
+    if (comparison.reference.isRelative != comparison.evaluation.isRelative) {
+        throw InputError("one file holds relative doses and the other one Gy: " +
+                         comparison.reference.path + ", " + comparison.evaluation.path);
+    }
+}
+
+void warnAbout(Comparison& comparison)
+{
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        for (const std::string& warning : dose->warnings) {
+            comparison.warnings.push_back(dose->path + ": " + warning);
+        }
+    }
+    const auto& reference = comparison.reference.dicom;
+    const auto& evaluation = comparison.evaluation.dicom;
+    if (!reference || !evaluation) {
+        return;
+    }
+    if (reference->frameOfReference != evaluation->frameOfReference) {
+        comparison.warnings.emplace_back(
+            "the files have different Frame of Reference UIDs: their positions may not match");
+    }
+    if (reference->doseType != evaluation->doseType) {
+        comparison.warnings.push_back("the files hold different types of dose: " +
+                                      reference->doseType + " and " + evaluation->doseType);
+    }
+}
+
+/** Reads both files at once. A pipe comes second: nobody waits for it when the other file is bad.
+ */
+void readDoses(Comparison& comparison, const CompareOptions& options)
+{
+    const bool isRecorded = !options.outputs.json.empty() || !options.outputs.report.empty();
+    const auto read = [isRecorded](const std::string& path, FileDigests& digests) {
+        return isRecorded ? readDose(path, digests) : readDose(path);
+    };
+    std::error_code error;
+    const bool isFile = std::filesystem::is_regular_file(options.evaluation, error);
+    const std::launch when =
+        isFile ? std::launch::async | std::launch::deferred : std::launch::deferred;
+    FileDigests ofEvaluation;
+    auto evaluation = std::async(when, read, options.evaluation, std::ref(ofEvaluation));
+    comparison.reference = read(options.reference, comparison.digests);
+    comparison.evaluation = evaluation.get();
+    comparison.digests.merge(ofEvaluation);
+}
+
+Comparison readComparison(const CompareOptions& options)
+{
+    const auto start = std::chrono::steady_clock::now();
+    Comparison comparison;
+    comparison.settings = options.settings;
+    comparison.limits = options.limits;
+    comparison.failBelow = options.failBelow;
+    comparison.commandLine = options.commandLine;
+    readDoses(comparison, options);
+    for (const Criterion& criterion : options.criteriaToCompute()) {
+        comparison.results.emplace_back().criterion = criterion;
+    }
+    checkUnits(comparison);
+    warnAbout(comparison);
+    const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
+    comparison.readSeconds = duration.count();
+    comparison.referenceExtremes = doseExtremes(comparison.reference.image);
+    comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
+    return comparison;
+}
+
+/** Computes with a progress line where a user is there to see it. */
+GammaMap computeVisibly(GammaRun& run, const GammaSettings& settings, const Criterion& criterion)
+{
+    if (settings.verbose > 0 || !Progress::isWanted()) {
+        return run.compute(settings, criterion);
+    }
+    GammaSettings reported = settings;
+    reported.verbose = 5;
+    const Progress progress(criterion.label(), shellLimit(settings));
+    return run.compute(reported, criterion);
+}
+
+void compute(Comparison& comparison)
+{
+    GammaRun run(comparison.reference, comparison.evaluation);
+    for (CriterionResult& result : comparison.results) {
+        GammaMap map = computeVisibly(run, comparison.settings, result.criterion);
+        result.step = static_cast<double>(stepSize(comparison.settings, result.criterion));
+        result.statistics = gammaStatistics(map, comparison.settings);
+        result.verdict = verdictOf(map.passRate, comparison.limits);
+        result.seconds = map.seconds;
+        result.gamma = std::move(map.values);
+    }
+}
+
+} // namespace
+
+ExitCode compare(const CompareOptions& options)
+{
+    checkCompareOptions(options);
+    Comparison comparison = readComparison(options);
+    const std::vector<Criterion> criteria = options.criteriaToCompute();
+    // Only now is known which files hold the values.
+    options.outputs.checkFiles({comparison.reference.path, comparison.reference.dataPath,
+                                comparison.evaluation.path, comparison.evaluation.dataPath},
+                               criteria);
+    Outputs outputs(options.outputs, criteria);
+    for (const std::string& warning : comparison.warnings) {
+        std::cerr << "zarngi: warning: " << oneLine(warning) << '\n';
+    }
+    std::cout << describeSetup(comparison) << std::flush;
+    compute(comparison);
+    std::cout << describeResults(comparison) << std::flush;
+    outputs.write(comparison);
+    return comparison.isBelowLimit() ? ExitCode::belowLimit : ExitCode::fine;
+}
+
+} // namespace zarngi

@@ -1,0 +1,142 @@
+#include "cli/commands/infoCommand.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+#include <span>
+
+#include "cli/commands/readDose.h"
+#include "comparison/doseExtremes.h"
+#include "comparison/doseJson.h"
+#include "comparison/text.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+void print(std::string name, const std::string& text)
+{
+    constexpr std::size_t nameWidth = 20;
+    if (!text.empty()) {
+        name.resize(nameWidth, ' ');
+        std::cout << name << text << '\n';
+    }
+}
+
+void printGeometry(const Geometry& geometry)
+{
+    Vec3 last{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        last[i] = geometry.origin[i] + geometry.spacing[i] * (geometry.size[i] - 1);
+    }
+    print("grid", join(geometry.size, " x ") + " voxels");
+    print("voxel size", join(geometry.spacing, " x ") + " mm");
+    print("first voxel centre", join(geometry.origin, ", ") + " mm");
+    print("last voxel centre", join(last, ", ") + " mm");
+}
+
+void printDoses(const DoseImage& dose)
+{
+    const DoseExtremes extremes = doseExtremes(dose.image);
+    const std::string unit = dose.isRelative ? " (relative)" : " Gy";
+    print("units", dose.isRelative          ? "relative"
+                   : dose.dicom.has_value() ? "Gy"
+                                            : "Gy (assumed: the format does not tell)");
+    print("minimum", number(extremes.minimum) + unit);
+    print("maximum", number(extremes.maximum) + unit);
+    print("  at",
+          join(extremes.maximumPosition, ", ") + " mm, voxel " + join(extremes.maximumIndex, ", "));
+}
+
+void printIdentity(const DicomIdentity& identity, bool showPatient)
+{
+    print("modality", identity.modality);
+    print("summation type", identity.summationType);
+    print("dose type", identity.doseType);
+    print("plan label", identity.planLabel);
+    print("frame of reference", identity.frameOfReference);
+    print("manufacturer", identity.manufacturer);
+    if (showPatient) {
+        print("series description", identity.seriesDescription);
+        print("dose comment", identity.doseComment);
+        print("patient name", identity.patientName);
+        print("patient ID", identity.patientId);
+        print("birth date", identity.patientBirthDate);
+    }
+}
+
+void printText(const DoseImage& dose, bool showPatient)
+{
+    print("file", oneLine(dose.path));
+    print("format", dose.format);
+    printGeometry(dose.image.geometry);
+    printDoses(dose);
+    if (dose.dicom) {
+        printIdentity(*dose.dicom, showPatient);
+    }
+    for (const std::string& warning : dose.warnings) {
+        print("warning", warning);
+    }
+}
+
+Json identityJson(const DicomIdentity& identity, bool showPatient)
+{
+    Json json = {
+        {"modality", identity.modality},         {"summationType", identity.summationType},
+        {"doseType", identity.doseType},         {"planLabel", identity.planLabel},
+        {"manufacturer", identity.manufacturer}, {"frameOfReference", identity.frameOfReference},
+        {"sopInstance", identity.sopInstance}};
+    if (showPatient) {
+        json["seriesDescription"] = identity.seriesDescription;
+        json["doseComment"] = identity.doseComment;
+        json["patientName"] = identity.patientName;
+        json["patientId"] = identity.patientId;
+        json["patientBirthDate"] = identity.patientBirthDate;
+    }
+    return json;
+}
+
+/** Of the doses as they are compared: float32, little endian, x fastest. */
+std::string digestOfDoses(const std::vector<float>& doses)
+{
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(doses.data());
+    return digestOf(std::span(bytes, doses.size() * sizeof(float))).sha256;
+}
+
+void printJson(const DoseImage& dose, const FileDigests& digests, bool showPatient)
+{
+    const Image& image = dose.image;
+    Json document = {{"file", fileJson(dose, digests)},
+                     {"grid", gridJson(image.geometry, doseExtremes(image))},
+                     {"orientation", "LPS"},
+                     {"doseUnit", dose.isRelative ? "relative" : "Gy"},
+                     {"tellsPosition", dose.tellsPosition},
+                     {"tellsOrientation", dose.tellsOrientation},
+                     {"warnings", dose.warnings},
+                     {"dosesSha256", digestOfDoses(image.values)}};
+    if (dose.dicom) {
+        document["dicom"] = identityJson(*dose.dicom, showPatient);
+    }
+    std::cout << toText(document, 2) << '\n';
+}
+
+} // namespace
+
+ExitCode info(const InfoOptions& options)
+{
+    FileDigests digests;
+    const DoseImage dose =
+        options.asJson ? readDose(options.file, digests) : readDose(options.file);
+    if (options.asJson) {
+        printJson(dose, digests, options.showPatient);
+    } else {
+        printText(dose, options.showPatient);
+    }
+    return ExitCode::fine;
+}
+
+} // namespace zarngi

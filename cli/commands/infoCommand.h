@@ -1,0 +1,27 @@
+/**
+ * @file infoCommand.h
+ * `zarngi info`: what a dose file holds.
+ */
+#ifndef ZARNGI_CLI_COMMANDS_INFOCOMMAND_H
+#define ZARNGI_CLI_COMMANDS_INFOCOMMAND_H
+
+#include <string>
+
+#include "cli/exitCode.h"
+#include "comparison/failure.h"
+
+namespace zarngi
+{
+
+struct InfoOptions {
+    std::string file;
+    bool showPatient = false;
+    bool asJson = false;
+};
+
+/** @throws InputError */
+ExitCode info(const InfoOptions& options);
+
+} // namespace zarngi
+
+#endif

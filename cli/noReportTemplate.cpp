@@ -1,6 +1,0 @@
-#include "reportPage.h"
-
-std::string_view cli::reportTemplate()
-{
-    return {};
-}

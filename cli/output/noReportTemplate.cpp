@@ -1,0 +1,6 @@
+#include "cli/output/reportTemplate.h"
+
+std::string_view zarngi::reportTemplate()
+{
+    return {};
+}

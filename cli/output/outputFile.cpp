@@ -1,0 +1,99 @@
+#include "cli/output/outputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "cli/output/systemCall.h"
+#include "comparison/failure.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+/** A second descriptor: the first may be put to another use. */
+OpenFile duplicate(int descriptor)
+{
+    constexpr int aboveStandardStreams = 3;
+    const int mode = checked(fcntl(descriptor, F_GETFL)) & O_ACCMODE;
+    if (mode == O_RDONLY) {
+        throw std::system_error(EBADF, std::generic_category());
+    }
+    return OpenFile(fcntl(descriptor, F_DUPFD_CLOEXEC, aboveStandardStreams));
+}
+
+} // namespace
+
+template <class Action> void OutputFile::attempt(Action action) const
+{
+    try {
+        action();
+    } catch (const std::system_error& error) {
+        fail(error.code().message());
+    }
+}
+
+void OutputFile::fail(const std::string& reason) const
+{
+    throw InputError(name() + ": cannot be written: " + reason);
+}
+
+OutputFile::OutputFile(const std::string& name) : place_(placeOf(name))
+{
+    attempt([&] { prepare(); });
+}
+
+void OutputFile::prepare()
+{
+    if (place_.descriptor >= 0) {
+        open_.emplace(duplicate(place_.descriptor));
+    } else {
+        checkPlace();
+    }
+    if (place_.isFile) {
+        temporary_.emplace(std::filesystem::path(place_.path).parent_path());
+    }
+}
+
+void OutputFile::checkPlace() const
+{
+    struct stat status {
+    };
+    if (stat(place_.path.c_str(), &status) != 0) {
+        checked(errno == ENOENT ? 0 : -1);
+    } else if (S_ISDIR(status.st_mode)) {
+        fail("is a folder");
+    } else if (S_ISSOCK(status.st_mode)) {
+        fail("is a socket");
+    } else if (!place_.isFile) {
+        checked(euidaccess(place_.path.c_str(), W_OK));
+    }
+}
+
+OpenFile OutputFile::openPlace()
+{
+    if (open_) {
+        return std::move(*open_);
+    }
+    const std::string& path = place_.isFile ? temporary_->path() : place_.path;
+    return OpenFile(open(path.c_str(), O_WRONLY | O_TRUNC | O_NOCTTY | O_CLOEXEC));
+}
+
+void OutputFile::write(std::string_view contents)
+{
+    attempt([&] {
+        const BrokenPipesFail whileWriting;
+        OpenFile target = openPlace();
+        target.write(contents);
+        target.finish();
+        if (place_.isFile) {
+            temporary_->renameTo(place_.path);
+        }
+    });
+}
+
+} // namespace zarngi

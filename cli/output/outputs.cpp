@@ -1,0 +1,186 @@
+#include "cli/output/outputs.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+
+#include "cli/output/csv.h"
+#include "cli/output/reportTemplate.h"
+#include "cli/output/systemCall.h"
+#include "cli/output/volumeFile.h"
+#include "comparison/doseJson.h"
+#include "comparison/failure.h"
+#include "comparison/record.h"
+#include "comparison/reportPage.h"
+#include "files/text.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+bool contains(const std::vector<FileIdentity>& files, const FileIdentity& file)
+{
+    return std::find(files.begin(), files.end(), file) != files.end();
+}
+
+std::vector<FileIdentity> identitiesOf(const std::vector<std::string>& inputs)
+{
+    std::vector<FileIdentity> files;
+    for (const std::string& input : inputs) {
+        if (const auto file = identityOfInput(input)) {
+            files.push_back(*file);
+        }
+    }
+    return files;
+}
+
+/** Devices take any number of outputs, one after the other. */
+bool isForOneOutput(const OutputPlace& place, const FileIdentity& file)
+{
+    return place.isStandardOutput() || !file.isCharacterDevice;
+}
+
+bool isPageName(const std::string& name)
+{
+    return name.ends_with(".html") || name.ends_with(".htm") || !placeOf(name).isFile;
+}
+
+void openFile(std::optional<OutputFile>& file, const std::string& name)
+{
+    if (!name.empty()) {
+        file.emplace(name);
+    }
+}
+
+/** What is printed, by the library too, makes way for a document on standard output. */
+void printToStandardError()
+{
+    std::cout.flush();
+    std::fflush(stdout);
+    if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) { // it is closed: nobody wants to see it
+        const int nowhere = checked(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        dup2(nowhere, STDOUT_FILENO);
+        close(nowhere);
+    }
+}
+
+} // namespace
+
+void writeImage(OutputFile& file, const Image& image)
+{
+    file.write(files::asText(volumeFileOf(file.name(), image).view()));
+}
+
+void OutputNames::checkFormats() const
+{
+    if (!gammaMap.empty() && !isWritableVolumeName(gammaMap)) {
+        throw UsageError("--gamma-map: " + gammaMap +
+                         " does not end in .mha, .nrrd, .nii or .nii.gz");
+    }
+    if (!report.empty() && !isPageName(report)) {
+        throw UsageError("--report: " + report + " does not end in .html");
+    }
+    if (!report.empty() && reportTemplate().empty()) {
+        throw UsageError("--report: this build has no report page (it was made without npm)");
+    }
+}
+
+void OutputNames::checkFiles(const std::vector<std::string>& inputs,
+                             const std::vector<Criterion>& criteria) const
+{
+    const std::vector<FileIdentity> read = identitiesOf(inputs);
+    std::vector<std::string> names = gammaMaps(criteria);
+    names.insert(names.end(), {json, csv, report});
+    std::erase(names, "");
+    std::vector<FileIdentity> written;
+    for (const std::string& name : names) {
+        const OutputPlace place = placeOf(name);
+        const auto file = identityOf(place);
+        if (!file) { // creating it tells why
+            continue;
+        }
+        if (contains(read, *file)) {
+            throw UsageError(place.name + " would overwrite an input file");
+        }
+        if (!isForOneOutput(place, *file)) {
+            continue;
+        }
+        if (contains(written, *file)) {
+            throw UsageError(place.name + " is named for two outputs");
+        }
+        written.push_back(*file);
+    }
+}
+
+std::vector<std::string> OutputNames::gammaMaps(const std::vector<Criterion>& criteria) const
+{
+    std::vector<std::string> names;
+    if (gammaMap.empty()) {
+        return names;
+    }
+    for (const Criterion& criterion : criteria) {
+        names.push_back(criteria.size() == 1 ? gammaMap : gammaMapName(gammaMap, criterion));
+    }
+    return names;
+}
+
+std::string gammaMapName(const std::string& name, const Criterion& criterion)
+{
+    const std::size_t nameStart = name.find_last_of('/') + 1; // 0 where there is no folder
+    const std::size_t extension =
+        files::lowerCase(name).ends_with(".nii.gz") ? name.size() - 7 : name.find_last_of('.');
+    const std::size_t stemEnd = std::max(nameStart, extension);
+    return name.substr(0, stemEnd) + "-" + criterion.fileLabel() + name.substr(stemEnd);
+}
+
+Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteria)
+{
+    openFile(json_, names.json);
+    openFile(csv_, names.csv);
+    openFile(report_, names.report);
+    for (const std::string& name : names.gammaMaps(criteria)) {
+        gammaMaps_.emplace_back(name);
+    }
+    if (useStandardOutput()) {
+        printToStandardError();
+    }
+}
+
+bool Outputs::useStandardOutput() const
+{
+    for (const std::optional<OutputFile>* const file : {&json_, &csv_, &report_}) {
+        if (*file && (*file)->isStandardOutput()) {
+            return true;
+        }
+    }
+    return std::any_of(gammaMaps_.begin(), gammaMaps_.end(),
+                       [](const OutputFile& file) { return file.isStandardOutput(); });
+}
+
+void Outputs::write(const Comparison& comparison)
+{
+    for (std::size_t i = 0; i < gammaMaps_.size(); ++i) {
+        writeImage(gammaMaps_[i],
+                   {comparison.reference.image.geometry, comparison.results[i].gamma});
+    }
+    const nlohmann::ordered_json record =
+        json_ || report_ ? comparisonJson(comparison) : nlohmann::ordered_json();
+    if (json_) {
+        json_->write(toText(record, 2) + "\n");
+    }
+    if (csv_) {
+        csv_->write(comparisonCsv(comparison));
+    }
+    if (report_) {
+        report_->write(reportPage(comparison, record, reportTemplate()));
+    }
+}
+
+} // namespace zarngi

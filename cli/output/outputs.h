@@ -1,0 +1,70 @@
+/**
+ * @file outputs.h
+ * The files that a comparison writes.
+ */
+#ifndef ZARNGI_CLI_OUTPUT_OUTPUTS_H
+#define ZARNGI_CLI_OUTPUT_OUTPUTS_H
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/output/outputFile.h"
+#include "comparison/comparison.h"
+
+namespace zarngi
+{
+
+/** Names of the files to write; an empty name: not wanted. */
+struct OutputNames {
+    std::string gammaMap;
+    std::string json;
+    std::string csv;
+    std::string report;
+
+    /** @throws UsageError for an unknown extension */
+    void checkFormats() const;
+
+    /**
+     * Compares files, not names: links of both kinds are followed.
+     * @throws UsageError when an output would overwrite another one or a file that is read.
+     */
+    void checkFiles(const std::vector<std::string>& inputs,
+                    const std::vector<Criterion>& criteria) const;
+
+    /** One per criterion, or none. */
+    std::vector<std::string> gammaMaps(const std::vector<Criterion>& criteria) const;
+};
+
+/** The name for one of several gamma maps: "gamma.nii.gz" becomes "gamma-3G-2mm.nii.gz". */
+std::string gammaMapName(const std::string& name, const Criterion& criterion);
+
+/** Writes an image in the format that the file's name tells, and commits. @throws InputError */
+void writeImage(OutputFile& file, const Image& image);
+
+/**
+ * The outputs, prepared before the computation and filled after it. An output on standard output
+ * has it alone: from then on, what else is printed there goes to standard error.
+ */
+class Outputs
+{
+public:
+    /** @throws InputError when an output cannot be written. */
+    Outputs(const OutputNames& names, const std::vector<Criterion>& criteria);
+
+    /** Writes and names all files. @throws InputError */
+    void write(const Comparison& comparison);
+
+private:
+    bool useStandardOutput() const;
+
+    std::deque<OutputFile> gammaMaps_; ///< one per criterion, or none
+    std::optional<OutputFile> json_;
+    std::optional<OutputFile> csv_;
+    std::optional<OutputFile> report_;
+};
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,141 @@
+#include "cli/output/resultTable.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "comparison/text.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+std::string line(std::string name, const std::string& text)
+{
+    constexpr std::size_t nameWidth = 12;
+    name.resize(std::max(name.size() + 1, nameWidth), ' ');
+    return name + text + "\n";
+}
+
+std::string describeGrid(const DoseImage& dose, const DoseExtremes& extremes)
+{
+    const Geometry& geometry = dose.image.geometry;
+    return oneLine(std::filesystem::path(dose.path).filename().string()) + " (" + dose.format +
+           "), " + join(geometry.size, " x ") + " voxels of " + join(geometry.spacing, " x ") +
+           " mm, maximum " + number(extremes.maximum) + (dose.isRelative ? " (relative)" : " Gy");
+}
+
+std::string describeSearch(const Comparison& comparison)
+{
+    const GammaSettings& settings = comparison.settings;
+    std::string text =
+        settings.passRateOnly ? "pass rate only" : "up to gamma " + number(settings.maxGamma);
+    text += settings.nearest  ? ", dose of the containing voxel"
+            : settings.slices ? ", interpolated within planes of constant z"
+                              : ", interpolated doses";
+    text += settings.rotate ? ", lattice rotated at random" : "";
+    text += settings.step ? ", step " + number(*settings.step) + " mm" : ", step DTA/10";
+    return text + ", " + std::to_string(settings.threads) +
+           (settings.threads == 1 ? " thread" : " threads");
+}
+
+std::string describeVerdict(Verdict verdict, const Limits& limits)
+{
+    switch (verdict) {
+    case Verdict::pass:
+        return "pass: within the tolerance limit of " + number(limits.tolerance) + " %";
+    case Verdict::investigate:
+        return "investigate: below the tolerance limit of " + number(limits.tolerance) + " %";
+    case Verdict::fail:
+        break;
+    }
+    return "fail: below the action limit of " + number(limits.action) + " %";
+}
+
+std::string describeSingle(const CriterionResult& result, const Limits& limits)
+{
+    const GammaStatistics& statistics = result.statistics;
+    std::string text = line("tested", std::to_string(statistics.tested) + " voxels") +
+                       line("passed", std::to_string(statistics.passed)) +
+                       line("failed", std::to_string(statistics.failed)) +
+                       line("pass rate", fixed(statistics.passRate, 6) + " %");
+    if (statistics.spread) {
+        const GammaSpread& spread = *statistics.spread;
+        text += line("gamma", "minimum " + number(spread.minimum) + ", mean " +
+                                  number(spread.mean) + ", maximum " + number(spread.maximum)) +
+                line("", "95th percentile " + number(spread.percentile95) + ", 99th percentile " +
+                             number(spread.percentile99));
+    }
+    return text + line("verdict", describeVerdict(result.verdict, limits)) +
+           line("time", fixed(result.seconds, 3) + " s for the search");
+}
+
+/** Right-aligned text of a fixed width. */
+std::string cell(const std::string& text, std::size_t width)
+{
+    return std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+std::string describeRow(const CriterionResult& result)
+{
+    const GammaStatistics& statistics = result.statistics;
+    std::string name = result.criterion.label();
+    name.resize(std::max<std::size_t>(name.size(), 11), ' ');
+    std::string row = name + cell(std::to_string(statistics.tested), 11) +
+                      cell(std::to_string(statistics.failed), 11) +
+                      cell(fixed(statistics.passRate, 4), 11);
+    if (statistics.spread) {
+        const GammaSpread& spread = *statistics.spread;
+        for (const double value :
+             {spread.mean, spread.percentile95, spread.percentile99, spread.maximum}) {
+            row += cell(fixed(value, 3), 8);
+        }
+    } else {
+        row += std::string(4 * 8, ' ');
+    }
+    return row + cell(fixed(result.seconds, 2), 9) + "  " + verdictName(result.verdict) + "\n";
+}
+
+std::string describeTable(const Comparison& comparison)
+{
+    std::string text = "criterion       tested     failed  pass rate    mean     P95     P99"
+                       "     max  seconds  verdict\n";
+    for (const CriterionResult& result : comparison.results) {
+        text += describeRow(result);
+    }
+    return text + "verdict: pass from " + number(comparison.limits.tolerance) +
+           " %, investigate from " + number(comparison.limits.action) + " %, fail below\n";
+}
+
+} // namespace
+
+std::string describeSetup(const Comparison& comparison)
+{
+    std::string criteria;
+    for (const CriterionResult& result : comparison.results) {
+        criteria += (criteria.empty() ? "" : ", ") + result.criterion.label();
+    }
+    return line("reference", describeGrid(comparison.reference, comparison.referenceExtremes)) +
+           line("evaluation", describeGrid(comparison.evaluation, comparison.evaluationExtremes)) +
+           line("criteria", criteria) +
+           line("cut-off", number(comparison.settings.cutOff) + " % of " +
+                               number(comparison.normalisation()) + " = " +
+                               number(comparison.cutOffDose()) + " " + comparison.doseUnit()) +
+           line("search", describeSearch(comparison));
+}
+
+std::string describeResults(const Comparison& comparison)
+{
+    std::string text = comparison.results.size() == 1
+                           ? describeSingle(comparison.results.front(), comparison.limits)
+                           : describeTable(comparison);
+    const std::size_t unreached = comparison.results.front().statistics.unreached;
+    if (unreached > 0) {
+        text += line("note", grouped(unreached) +
+                                 " tested voxels have no evaluation dose within reach; they fail");
+    }
+    return text;
+}
+
+} // namespace zarngi

@@ -1,0 +1,58 @@
+/**
+ * @file comparison.h
+ * Two dose distributions, what was asked of them and what came out.
+ */
+#ifndef ZARNGI_COMPARISON_COMPARISON_H
+#define ZARNGI_COMPARISON_COMPARISON_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "comparison/criterion.h"
+#include "comparison/doseExtremes.h"
+#include "comparison/doseImage.h"
+#include "comparison/fileDigest.h"
+#include "comparison/gammaRun.h"
+#include "comparison/gammaStatistics.h"
+#include "comparison/verdict.h"
+
+namespace zarngi
+{
+
+/** The result for one criterion. */
+struct CriterionResult {
+    Criterion criterion;
+    double step = 0; ///< mm, spacing of the search lattice
+    GammaStatistics statistics;
+    Verdict verdict = Verdict::fail;
+    double seconds = 0;       ///< of the search
+    std::vector<float> gamma; ///< on the reference grid; -1: not tested
+};
+
+struct Comparison {
+    DoseImage reference;
+    DoseImage evaluation;
+    DoseExtremes referenceExtremes{}; ///< of all doses, found once: grids are large
+    DoseExtremes evaluationExtremes{};
+    FileDigests digests; ///< of the files that were read, where a record is wanted
+    GammaSettings settings;
+    Limits limits;
+    std::optional<double> failBelow; ///< %
+    std::vector<CriterionResult> results;
+    std::vector<std::string> warnings;
+    double readSeconds = 0;
+    std::string commandLine; ///< that asked for it; may be empty
+
+    /** Gy (or the unit of relative doses): what DCO and a global dose difference refer to. */
+    double normalisation() const;
+    /** In the same unit: only voxels above it were tested. */
+    double cutOffDose() const { return settings.cutOff / 100 * normalisation(); }
+    const char* doseUnit() const { return reference.isRelative ? "relative" : "Gy"; }
+    /** Whether a pass rate is below the limit that the user set. */
+    bool isBelowLimit() const;
+};
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,65 @@
+#include "comparison/doseJson.h"
+
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+
+namespace zarngi
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+/** What the plan calls itself; nothing about the patient. */
+std::string description(const DicomIdentity& identity)
+{
+    std::string text;
+    for (const std::string& part :
+         {identity.planLabel, identity.summationType, identity.doseType}) {
+        text += text.empty() || part.empty() ? "" : ", ";
+        text += part;
+    }
+    return text;
+}
+
+} // namespace
+
+nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests)
+{
+    const FileDigest& digest = digests.at(dose.path);
+    Json file = {{"name", std::filesystem::path(dose.path).filename().string()},
+                 {"path", dose.path},
+                 {"format", dose.format},
+                 {"bytes", digest.bytes},
+                 {"sha256", digest.sha256}};
+    if (dose.dataPath != dose.path) {
+        const FileDigest& data = digests.at(dose.dataPath);
+        file["data"] = {{"name", std::filesystem::path(dose.dataPath).filename().string()},
+                        {"bytes", data.bytes},
+                        {"sha256", data.sha256}};
+    }
+    if (dose.dicom) {
+        file["description"] = description(*dose.dicom);
+        file["frameOfReference"] = dose.dicom->frameOfReference;
+        file["sopInstance"] = dose.dicom->sopInstance;
+    }
+    return file;
+}
+
+nlohmann::ordered_json gridJson(const Geometry& geometry, const DoseExtremes& extremes)
+{
+    return {{"size", geometry.size},
+            {"spacing", geometry.spacing},
+            {"origin", geometry.origin},
+            {"minimum", extremes.minimum},
+            {"maximum", {{"dose", extremes.maximum}, {"position", extremes.maximumPosition}}}};
+}
+
+std::string toText(const nlohmann::ordered_json& document, int indent)
+{
+    return document.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+} // namespace zarngi

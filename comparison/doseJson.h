@@ -1,0 +1,29 @@
+/**
+ * @file doseJson.h
+ * A dose file as part of JSON documents.
+ */
+#ifndef ZARNGI_COMPARISON_DOSEJSON_H
+#define ZARNGI_COMPARISON_DOSEJSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+
+#include "comparison/doseExtremes.h"
+#include "comparison/doseImage.h"
+#include "comparison/fileDigest.h"
+
+namespace zarngi
+{
+
+/** Name, format, size and digest of the file; of a plan its description, nothing of the patient. */
+nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests);
+
+nlohmann::ordered_json gridJson(const Geometry& geometry, const DoseExtremes& extremes);
+
+/** The document as text; numbers that are not finite are null, stray bytes are replaced. */
+std::string toText(const nlohmann::ordered_json& document, int indent);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,148 @@
+#include "comparison/gammaRun.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+
+#include "comparison/failure.h"
+#include "comparison/text.h"
+#include "libZarnGI.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+std::string reasonOf(int code)
+{
+    switch (code) {
+    case ZARNGI_OUT_OF_RANGE:
+        return "a parameter is out of range";
+    case ZARNGI_NULL_POINTER:
+    case ZARNGI_NOT_READY:
+        return "not enough memory";
+    case ZARNGI_BAD_GRID_SIZE:
+        return "the grid size is not usable";
+    case ZARNGI_BAD_VOXEL_SIZE:
+        return "the voxel size is not usable";
+    default:
+        return "the library refused with code " + std::to_string(code);
+    }
+}
+
+void require(int code, const std::string& context)
+{
+    if (code != ZARNGI_OK) {
+        throw InputError(context + ": " + reasonOf(code));
+    }
+}
+
+using SetGrid = int (*)(int*, float*, float*, float*);
+
+void setGrid(SetGrid set, const DoseImage& dose)
+{
+    const Geometry& geometry = dose.image.geometry;
+    std::array<int, 3> size = geometry.size;
+    std::array<float, 3> spacing{};
+    std::array<float, 3> corner{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        spacing[i] = static_cast<float>(geometry.spacing[i]);
+        // Files tell the centre of the first voxel, the library wants its outer corner.
+        corner[i] = static_cast<float>(geometry.origin[i] - geometry.spacing[i] / 2);
+    }
+    // The interface takes the doses through a plain pointer but copies and never writes them.
+    auto* const doses = const_cast<float*>(dose.image.values.data());
+    require(set(size.data(), spacing.data(), corner.data(), doses), dose.path);
+}
+
+void setParameters(const GammaSettings& settings, const Criterion& criterion)
+{
+    const std::string label = criterion.label();
+    require(zarnGI_setVerbose(settings.verbose), label);
+    require(zarnGI_setDTA(static_cast<float>(criterion.distance)), label);
+    require(zarnGI_setStepSize(stepSize(settings, criterion)), label);
+    require(zarnGI_setDD(static_cast<float>(criterion.doseDifference)), label);
+    require(zarnGI_setDDCriterium(criterion.isLocal ? ZARNGI_DD_LOCAL : ZARNGI_DD_GLOBAL), label);
+    require(zarnGI_setDCO(static_cast<float>(settings.cutOff)), label);
+    require(zarnGI_setGammaSearchMax(static_cast<float>(settings.maxGamma)), label);
+    require(zarnGI_setComputationMode(settings.passRateOnly ? ZARNGI_MODE_PASS_RATE
+                                                            : ZARNGI_MODE_GAMMA_MAP),
+            label);
+    require(zarnGI_setInterpolation(!settings.nearest), label);
+    require(zarnGI_setRandomRotation(settings.rotate), label);
+    require(zarnGI_setNumThreads(settings.threads), label);
+    if (settings.normalisation) {
+        const auto dose = static_cast<float>(*settings.normalisation);
+        require(zarnGI_setGlobalNormalization(dose), label);
+    }
+    Env->gammaindex2D = settings.slices;
+    Env->gammaindex2D_z = settings.slices && settings.verbose > 0;
+}
+
+bool isTested(float gamma)
+{
+    return gamma >= 0;
+}
+
+} // namespace
+
+float stepSize(const GammaSettings& settings, const Criterion& criterion)
+{
+    return settings.step ? static_cast<float>(*settings.step)
+                         : static_cast<float>(criterion.distance) / 10;
+}
+
+int shellLimit(const GammaSettings& settings)
+{
+    constexpr double notWorthTelling = 1e6;
+    if (settings.passRateOnly) {
+        return 1;
+    }
+    return settings.maxGamma < notWorthTelling
+               ? static_cast<int>(std::max(1L, std::lround(settings.maxGamma)))
+               : 0;
+}
+
+GammaRun::GammaRun(const DoseImage& reference, const DoseImage& evaluation)
+    : referenceVoxels_(reference.image.geometry.voxels())
+{
+    require(zarnGI_init(), "the library");
+    setGrid(zarnGI_setRef, reference);
+    setGrid(zarnGI_setEval, evaluation);
+}
+
+GammaRun::~GammaRun()
+{
+    zarnGI_reset();
+}
+
+GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion)
+{
+    setParameters(settings, criterion);
+    const auto start = std::chrono::steady_clock::now();
+    require(zarnGI_startComputation(), criterion.label());
+    const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
+    GammaMap map;
+    map.seconds = duration.count();
+    map.values.resize(referenceVoxels_);
+    require(zarnGI_getGammaIndex3DMap(map.values.data()), criterion.label());
+    if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
+        throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
+                         number(settings.cutOff) + " %");
+    }
+    float passRate = 0;
+    require(zarnGI_getGammaIndexPassRate(&passRate), criterion.label());
+    map.passRate = static_cast<double>(passRate);
+    return map;
+}
+
+std::string libraryVersion()
+{
+    std::array<char, ZARNGI_VERSION_BUFFER_SIZE + 1> version{};
+    zarnGI_version(version.data());
+    return version.data();
+}
+
+} // namespace zarngi

@@ -1,0 +1,67 @@
+/**
+ * @file gammaRun.h
+ * Computations of the gamma index: the library's C interface in C++ clothes.
+ */
+#ifndef ZARNGI_COMPARISON_GAMMARUN_H
+#define ZARNGI_COMPARISON_GAMMARUN_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "comparison/criterion.h"
+#include "comparison/doseImage.h"
+
+namespace zarngi
+{
+
+/** What holds for all criteria of a comparison. */
+struct GammaSettings {
+    double cutOff = 10;                  ///< %, DCO
+    std::optional<double> normalisation; ///< Gy; none: the reference maximum
+    double maxGamma = 3;
+    std::optional<double> step; ///< mm; none: a tenth of the distance to agreement
+    bool passRateOnly = false;
+    bool nearest = false; ///< doses of the containing voxel, no interpolation
+    bool rotate = false;
+    bool slices = false; ///< interpolation within planes of constant z
+    int threads = 1;
+    int verbose = 0;
+};
+
+/** What one computation gives. */
+struct GammaMap {
+    std::vector<float> values; ///< on the reference grid; -1: not tested
+    double passRate = 0;       ///< %
+    double seconds = 0;        ///< of the search
+};
+
+/** The spacing of the search lattice that a computation uses, mm. */
+float stepSize(const GammaSettings& settings, const Criterion& criterion);
+
+/** The largest number of shells that a computation searches; 0: not bounded. */
+int shellLimit(const GammaSettings& settings);
+
+/** The library with two grids loaded; one at a time, since the library holds one environment. */
+class GammaRun
+{
+public:
+    /** @throws InputError when the library refuses a grid. */
+    GammaRun(const DoseImage& reference, const DoseImage& evaluation);
+    ~GammaRun();
+    GammaRun(const GammaRun&) = delete;
+    GammaRun& operator=(const GammaRun&) = delete;
+
+    /** @throws InputError when no voxel is above the cut-off, or memory runs out. */
+    GammaMap compute(const GammaSettings& settings, const Criterion& criterion);
+
+private:
+    std::size_t referenceVoxels_;
+};
+
+/** The version of the library. */
+std::string libraryVersion();
+
+} // namespace zarngi
+
+#endif

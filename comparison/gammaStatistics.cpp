@@ -1,0 +1,114 @@
+#include "comparison/gammaStatistics.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace zarngi
+{
+
+namespace
+{
+
+/** The library's gamma of a voxel around which no evaluation dose was found is 1e10. */
+constexpr float unreachedGamma = 1e9F;
+
+/** Sorts as much of the values as it needs. */
+double percentile(std::vector<float>& values, double percent)
+{
+    const double rank = percent / 100 * static_cast<double>(values.size() - 1);
+    const auto below = static_cast<std::size_t>(rank);
+    const auto position = values.begin() + static_cast<std::ptrdiff_t>(below);
+    std::nth_element(values.begin(), position, values.end());
+    const auto lower = static_cast<double>(*position);
+    if (position + 1 == values.end()) {
+        return lower;
+    }
+    const auto upper = static_cast<double>(*std::min_element(position + 1, values.end()));
+    return lower + (rank - static_cast<double>(below)) * (upper - lower);
+}
+
+GammaSpread spreadOf(std::vector<float>& values)
+{
+    const auto [minimum, maximum] = std::minmax_element(values.begin(), values.end());
+    GammaSpread spread{};
+    spread.minimum = static_cast<double>(*minimum);
+    spread.maximum = static_cast<double>(*maximum);
+    spread.mean =
+        std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+    spread.percentile95 = percentile(values, 95);
+    spread.percentile99 = percentile(values, 99);
+    return spread;
+}
+
+Histogram histogramOf(const std::vector<float>& gammas, double maxGamma)
+{
+    constexpr double shortest = 2; // leaves bins for failed voxels
+    constexpr double longest = 10; // gamma beyond which single bins tell nothing more
+    const double end = std::clamp(std::ceil(maxGamma), shortest, longest);
+    Histogram histogram;
+    histogram.counts.resize(static_cast<std::size_t>(end) * Histogram::binsPerUnit);
+    const auto last = static_cast<double>(histogram.counts.size() - 1);
+    for (const float gamma : gammas) {
+        // A product with a whole number below 2^29 is exact: gamma 1 ends its bin.
+        const double bin = std::ceil(static_cast<double>(gamma) * Histogram::binsPerUnit) - 1;
+        ++histogram.counts[static_cast<std::size_t>(std::clamp(bin, 0.0, last))];
+    }
+    return histogram;
+}
+
+/**
+ * The number of passed voxels. The library decides on gamma squared before rounding the square
+ * root, so a voxel that failed by the last bit may show a gamma of exactly 1; its pass rate tells.
+ */
+std::size_t passedCount(std::size_t atMostOne, std::size_t tested, double passRate)
+{
+    const auto rateOf = [tested](std::size_t passed) {
+        return static_cast<double>(
+            static_cast<float>(100.0 * static_cast<double>(passed) / static_cast<double>(tested)));
+    };
+    std::size_t passed = atMostOne;
+    while (passed > 0 && rateOf(passed) > passRate) {
+        --passed;
+    }
+    return passed;
+}
+
+/** Moves failed voxels whose gamma was rounded to 1 to the first bin of failed ones. */
+void moveAcrossOne(Histogram& histogram, std::size_t count)
+{
+    histogram.counts[Histogram::binsPerUnit - 1] -= count;
+    histogram.counts[Histogram::binsPerUnit] += count;
+}
+
+} // namespace
+
+GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settings)
+{
+    std::vector<float> tested;
+    std::copy_if(map.values.begin(), map.values.end(), std::back_inserter(tested),
+                 [](float gamma) { return gamma >= 0; });
+    GammaStatistics statistics;
+    statistics.tested = tested.size();
+    statistics.passRate = map.passRate;
+    const auto isPass = [&settings](float gamma) {
+        return settings.passRateOnly ? gamma > 0 : gamma <= 1;
+    };
+    const auto atMostOne =
+        static_cast<std::size_t>(std::count_if(tested.begin(), tested.end(), isPass));
+    statistics.passed = passedCount(atMostOne, tested.size(), map.passRate);
+    statistics.failed = statistics.tested - statistics.passed;
+    if (settings.passRateOnly) {
+        return statistics;
+    }
+    statistics.histogram = histogramOf(tested, settings.maxGamma);
+    moveAcrossOne(*statistics.histogram, atMostOne - statistics.passed);
+    statistics.unreached =
+        std::erase_if(tested, [](float gamma) { return gamma > unreachedGamma; });
+    if (!tested.empty()) {
+        statistics.spread = spreadOf(tested);
+    }
+    return statistics;
+}
+
+} // namespace zarngi

@@ -1,0 +1,50 @@
+/**
+ * @file gammaStatistics.h
+ * Counts and statistics of a gamma map.
+ */
+#ifndef ZARNGI_COMPARISON_GAMMASTATISTICS_H
+#define ZARNGI_COMPARISON_GAMMASTATISTICS_H
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "comparison/gammaRun.h"
+
+namespace zarngi
+{
+
+/** Gamma values of the tested voxels for which the search found a dose to compare with. */
+struct GammaSpread {
+    double minimum;
+    double mean;
+    double percentile95; ///< linear interpolation between the two nearest ranks
+    double percentile99;
+    double maximum;
+};
+
+/**
+ * Numbers of tested voxels by gamma: bin i counts i * width < gamma <= (i + 1) * width, the first
+ * one gamma 0 as well, the last one everything above it. The bins up to gamma 1 count the passed.
+ */
+struct Histogram {
+    static constexpr int binsPerUnit = 20;
+    static constexpr double binWidth = 0.05;
+    std::vector<std::size_t> counts;
+};
+
+struct GammaStatistics {
+    std::size_t tested = 0;
+    std::size_t passed = 0;
+    std::size_t failed = 0;
+    std::size_t unreached = 0;          ///< failed because no evaluation dose was within reach
+    double passRate = 0;                ///< %
+    std::optional<GammaSpread> spread;  ///< none in pass-rate mode, and when all are unreached
+    std::optional<Histogram> histogram; ///< none in pass-rate mode
+};
+
+GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settings);
+
+} // namespace zarngi
+
+#endif

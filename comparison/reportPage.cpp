@@ -1,0 +1,120 @@
+#include "comparison/reportPage.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <stdexcept>
+#include <vector>
+
+#include "comparison/doseJson.h"
+#include "comparison/parallel.h"
+#include "comparison/reportVolume.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::string_view marker = "<!--ZARNGI-DATA-->";
+
+double largestMagnitude(const DoseExtremes& extremes)
+{
+    return std::max(std::fabs(extremes.minimum), std::fabs(extremes.maximum));
+}
+
+struct Volume {
+    std::string name;
+    const char* kind;
+    const char* grid;
+    int decimals;
+    std::function<std::vector<std::int16_t>()> words;
+};
+
+std::string gammaName(std::size_t index)
+{
+    return "gamma-" + std::to_string(index);
+}
+
+std::vector<Volume> volumesOf(const Comparison& comparison)
+{
+    const int decimals = doseDecimals(std::max(largestMagnitude(comparison.referenceExtremes),
+                                               largestMagnitude(comparison.evaluationExtremes)));
+    const auto wordsOf = [decimals](const DoseImage& dose) {
+        return [&dose, decimals] { return storedDoses(dose.image.values, decimals); };
+    };
+    std::vector<Volume> volumes = {
+        {"reference", "dose", "reference", decimals, wordsOf(comparison.reference)},
+        {"evaluation", "dose", "evaluation", decimals, wordsOf(comparison.evaluation)}};
+    for (const CriterionResult& result : comparison.results) {
+        volumes.push_back(
+            {gammaName(volumes.size() - 2), "gamma", "reference", gammaDecimals,
+             [&result] { return storedGammas(result.gamma, result.statistics.failed); }});
+    }
+    return volumes;
+}
+
+Json listOf(const std::vector<Volume>& volumes)
+{
+    Json list = Json::array();
+    for (const Volume& volume : volumes) {
+        list.push_back({{"name", volume.name},
+                        {"kind", volume.kind},
+                        {"grid", volume.grid},
+                        {"type", "int16"},
+                        {"decimals", volume.decimals},
+                        {"encoding", "shuffle+zlib+base64"}});
+    }
+    return list;
+}
+
+/** The elements that carry the volumes. */
+std::string elementsOf(const std::vector<Volume>& volumes, int threads)
+{
+    std::vector<std::string> texts(volumes.size());
+    forEachIndex(volumes.size(), threads,
+                 [&](std::size_t i) { texts[i] = encodedVolume(volumes[i].words()); });
+    std::string elements;
+    for (std::size_t i = 0; i < volumes.size(); ++i) {
+        elements += "<script type=\"application/octet-stream\" id=\"volume-" + volumes[i].name +
+                    "\">" + texts[i] + "</script>\n";
+    }
+    return elements;
+}
+
+/** JSON text that cannot end the element it stands in. */
+std::string embeddable(const Json& document)
+{
+    std::string text;
+    for (const char c : toText(document, -1)) {
+        text += c == '<' ? "\\u003c" : std::string(1, c);
+    }
+    return text;
+}
+
+} // namespace
+
+std::string reportPage(const Comparison& comparison, const Json& record,
+                       std::string_view pageTemplate)
+{
+    const auto position = pageTemplate.find(marker);
+    if (position == std::string_view::npos) {
+        throw std::runtime_error("the report's template has no place for its data");
+    }
+    Json document = record;
+    const std::vector<Volume> volumes = volumesOf(comparison);
+    document["volumes"] = listOf(volumes);
+    for (std::size_t i = 0; i < comparison.results.size(); ++i) {
+        document["criteria"][i]["gammaVolume"] = gammaName(i);
+    }
+    std::string page(pageTemplate.substr(0, position));
+    page += "<script type=\"application/json\" id=\"zarngi-data\">" + embeddable(document) +
+            "</script>\n" + elementsOf(volumes, comparison.settings.threads);
+    return page += pageTemplate.substr(position + marker.size());
+}
+
+} // namespace zarngi

@@ -1,0 +1,24 @@
+/**
+ * @file reportPage.h
+ * The HTML report of a comparison; report/README.md describes how the page carries its data.
+ */
+#ifndef ZARNGI_COMPARISON_REPORTPAGE_H
+#define ZARNGI_COMPARISON_REPORTPAGE_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+#include <string_view>
+
+#include "comparison/comparison.h"
+
+namespace zarngi
+{
+
+/** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
+std::string reportPage(const Comparison& comparison, const nlohmann::ordered_json& record,
+                       std::string_view pageTemplate);
+
+} // namespace zarngi
+
+#endif

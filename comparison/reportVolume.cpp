@@ -1,0 +1,98 @@
+#include "comparison/reportVolume.h"
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <span>
+
+#include "files/nativeDeflate.h"
+#include "files/packed.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+constexpr double largestStored = std::numeric_limits<std::int16_t>::max();
+
+/** As std::lround rounds, halves away from zero, but without a call per voxel. */
+std::int16_t stored(double value)
+{
+    // The largest number below 1/2; 1/2 itself would carry this number up to 1.
+    constexpr double almostHalf = 0x1.fffffffffffffp-2;
+    const double limited = std::clamp(value, -largestStored, largestStored);
+    return static_cast<std::int16_t>(limited + std::copysign(almostHalf, limited));
+}
+
+std::vector<unsigned char> shuffled(const std::vector<std::int16_t>& words)
+{
+    std::vector<unsigned char> bytes(2 * words.size());
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const auto word = static_cast<std::uint16_t>(words[i]);
+        bytes[i] = static_cast<unsigned char>(word & 0xFF);
+        bytes[words.size() + i] = static_cast<unsigned char>(word >> 8);
+    }
+    return bytes;
+}
+
+std::string base64(std::span<const unsigned char> bytes)
+{
+    constexpr std::size_t blockSize = 3 << 14; // OpenSSL counts in int
+    std::string text((bytes.size() + 2) / 3 * 4, '\0');
+    for (std::size_t i = 0; i < bytes.size(); i += blockSize) {
+        const auto block = bytes.subspan(i, std::min(blockSize, bytes.size() - i));
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data() + i / 3 * 4), block.data(),
+                        static_cast<int>(block.size()));
+    }
+    return text;
+}
+
+} // namespace
+
+int doseDecimals(double largestMagnitude)
+{
+    constexpr int most = 12; // for doses so small that decimals cease to matter
+    int decimals = most;
+    while (std::round(largestMagnitude * std::pow(10.0, decimals)) > largestStored) {
+        --decimals;
+    }
+    return decimals;
+}
+
+std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decimals)
+{
+    const double factor = std::pow(10.0, decimals);
+    std::vector<std::int16_t> words(doses.size());
+    std::transform(doses.begin(), doses.end(), words.begin(),
+                   [factor](float dose) { return stored(static_cast<double>(dose) * factor); });
+    return words;
+}
+
+std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::size_t failed)
+{
+    constexpr double factor = 1000; // 10^gammaDecimals
+    const auto above =
+        std::count_if(gammas.begin(), gammas.end(), [](float gamma) { return gamma > 1; });
+    auto roundedToOne = static_cast<std::ptrdiff_t>(failed) - above;
+    std::vector<std::int16_t> words(gammas.size());
+    std::transform(gammas.begin(), gammas.end(), words.begin(), [&roundedToOne](float gamma) {
+        if (gamma < 0) {
+            return std::int16_t{-1};
+        }
+        const bool hasFailed = gamma > 1 || (gamma == 1 && roundedToOne-- > 0);
+        const double thousandths = static_cast<double>(gamma) * factor;
+        return stored(hasFailed ? std::max(thousandths, factor + 1) : thousandths);
+    });
+    return words;
+}
+
+std::string encodedVolume(const std::vector<std::int16_t>& words)
+{
+    return base64(files::packZlib(shuffled(words), files::nativeDeflate()).view());
+}
+
+} // namespace zarngi

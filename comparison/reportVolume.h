@@ -1,0 +1,37 @@
+/**
+ * @file reportVolume.h
+ * Volumes as the report page carries them: 16-bit numbers, compressed, in base64.
+ */
+#ifndef ZARNGI_COMPARISON_REPORTVOLUME_H
+#define ZARNGI_COMPARISON_REPORTVOLUME_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zarngi
+{
+
+/** Decimals of a gamma value in the page. */
+constexpr int gammaDecimals = 3;
+
+/** The most decimals with which a dose of this magnitude still fits 16 bits. */
+int doseDecimals(double largestMagnitude);
+
+/** Doses times 10^decimals, rounded. */
+std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decimals);
+
+/**
+ * Gamma in thousandths, -1 where not tested. A failed voxel never shows a passing gamma: what is
+ * above 1 stores at least 1001. So does a gamma of exactly 1 that was rounded to it from above,
+ * which shows in `failed`, the number of failed voxels, being larger than that of gammas above 1.
+ */
+std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::size_t failed);
+
+/** All low bytes, then all high bytes, compressed in the format of zlib, in base64. */
+std::string encodedVolume(const std::vector<std::int16_t>& stored);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numeric>
+
+#include "comparison/gammaStatistics.h"
+#include "comparison/verdict.h"
+
+using zarngi::GammaMap;
+using zarngi::gammaStatistics;
+
+namespace
+{
+
+GammaMap mapOf(std::vector<float> values, std::size_t passed)
+{
+    GammaMap map;
+    map.values = std::move(values);
+    std::size_t tested = 0;
+    for (const float gamma : map.values) {
+        tested += gamma >= 0 ? 1 : 0;
+    }
+    // As the library computes it.
+    map.passRate = static_cast<double>(
+        static_cast<float>(static_cast<double>(passed) * 100.0 / static_cast<double>(tested)));
+    return map;
+}
+
+TEST(Statistics, UntestedVoxelsDoNotCount)
+{
+    const auto result = gammaStatistics(mapOf({-1, 0.25F, -1, 0.5F, 1, 1.5F, 2, -1}, 3), {});
+    EXPECT_EQ(result.tested, 5U);
+    EXPECT_EQ(result.passed, 3U);
+    EXPECT_EQ(result.failed, 2U);
+    ASSERT_TRUE(result.spread);
+    EXPECT_DOUBLE_EQ(result.spread->minimum, 0.25);
+    EXPECT_DOUBLE_EQ(result.spread->mean, 1.05);
+    EXPECT_DOUBLE_EQ(result.spread->maximum, 2);
+    EXPECT_DOUBLE_EQ(result.spread->percentile95, 1.9);
+    EXPECT_DOUBLE_EQ(result.spread->percentile99, 1.98);
+}
+
+TEST(Statistics, VoxelsWithoutADoseToCompareWithFailButHaveNoGamma)
+{
+    const auto some = gammaStatistics(mapOf({0.5F, 1e10F, 1e10F}, 1), {});
+    EXPECT_EQ(some.failed, 2U);
+    EXPECT_EQ(some.unreached, 2U);
+    ASSERT_TRUE(some.spread);
+    EXPECT_DOUBLE_EQ(some.spread->maximum, 0.5);
+    EXPECT_DOUBLE_EQ(some.spread->percentile99, 0.5);
+    EXPECT_FALSE(gammaStatistics(mapOf({1e10F}, 0), {}).spread);
+}
+
+TEST(Statistics, FailureByTheLastBitIsAFailure)
+{
+    // The square root of the gamma squared next above 1 is 1 in single precision.
+    const auto result = gammaStatistics(mapOf({0.5F, 1, 1, 1.2F}, 2), {});
+    EXPECT_EQ(result.passed, 2U);
+    EXPECT_EQ(result.failed, 2U);
+    ASSERT_TRUE(result.histogram);
+    EXPECT_EQ(result.histogram->counts[19], 1U);
+    EXPECT_EQ(result.histogram->counts[20], 1U);
+}
+
+TEST(Statistics, PassRateModeHasNoGamma)
+{
+    zarngi::GammaSettings settings;
+    settings.passRateOnly = true;
+    const auto result = gammaStatistics(mapOf({-1, 0, 1, 1}, 2), settings);
+    EXPECT_EQ(result.tested, 3U);
+    EXPECT_EQ(result.passed, 2U);
+    EXPECT_FALSE(result.spread);
+    EXPECT_FALSE(result.histogram);
+}
+
+TEST(Statistics, HistogramBinsEndAtTheirUpperEdge)
+{
+    zarngi::GammaSettings settings;
+    settings.maxGamma = 1;
+    const float above = std::nextafter(1.0F, 2.0F);
+    const auto result =
+        gammaStatistics(mapOf({0, 0.05F, 0.0501F, 0.5F, 1, above, 1.96F, 7, 1e10F}, 5), settings);
+    ASSERT_TRUE(result.histogram);
+    const std::vector<std::size_t>& counts = result.histogram->counts;
+    ASSERT_EQ(counts.size(), 40U);
+    EXPECT_EQ(counts[9], 1U);
+    EXPECT_EQ(counts[19], 1U);
+    EXPECT_EQ(counts[20], 1U);
+    EXPECT_EQ(counts[39], 3U);
+    EXPECT_EQ(std::accumulate(counts.begin(), counts.begin() + 20, std::size_t{0}), result.passed);
+    EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), std::size_t{0}), result.tested);
+}
+
+TEST(Verdict, LimitsBelongToTheBetterSide)
+{
+    const zarngi::Limits limits{95, 90};
+    EXPECT_EQ(verdictOf(95, limits), zarngi::Verdict::pass);
+    EXPECT_EQ(verdictOf(94.999, limits), zarngi::Verdict::investigate);
+    EXPECT_EQ(verdictOf(90, limits), zarngi::Verdict::investigate);
+    EXPECT_EQ(verdictOf(89.999, limits), zarngi::Verdict::fail);
+}
+
+} // namespace
