@@ -1,7 +1,8 @@
 import { findClusters, type Cluster } from './clusters';
+import { notTested } from './comparison';
 import type { Model } from './model';
 import type { Criterion } from './record';
-import { notTested, type Volume } from './volume';
+import type { Volume } from './volume';
 
 /** What the page works out from a gamma map. */
 export interface Analysis {
@@ -16,13 +17,13 @@ export class Analyses {
 
     constructor(private readonly model: Model) {}
 
-    /** Undefined as long as the gamma map is not decoded. */
+    /** Undefined as long as the gamma map is not there. */
     of(criterion: number): Analysis | undefined {
         const gamma = this.model.gamma(criterion);
         if (gamma && !this.known.has(criterion)) {
             this.known.set(criterion, {
                 counts: countVoxels(gamma),
-                bands: doseBands(this.model, this.model.report.criteria[criterion], gamma),
+                bands: doseBands(this.model, this.model.record.criteria[criterion], gamma),
                 clusters: findClusters(this.model, gamma),
             });
         }

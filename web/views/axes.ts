@@ -1,4 +1,4 @@
-import type { Report, Triple } from './record';
+import type { ComparisonRecord, Triple } from './record';
 
 /** The two ends of an axis as letters: towards smaller and towards larger coordinates. */
 export interface AxisEnds {
@@ -9,8 +9,8 @@ export interface AxisEnds {
 const opposite: Record<string, string> = { L: 'R', R: 'L', P: 'A', A: 'P', S: 'I', I: 'S' };
 export const axisNames = ['x', 'y', 'z'];
 
-export function axisEnds(report: Report, axis: number): AxisEnds {
-    const letter = report.orientation?.[axis]?.toUpperCase() ?? '';
+export function axisEnds(record: ComparisonRecord, axis: number): AxisEnds {
+    const letter = record.orientation?.[axis]?.toUpperCase() ?? '';
     if (letter in opposite) {
         return { low: opposite[letter], high: letter };
     }
@@ -29,8 +29,8 @@ export interface Plane {
 }
 
 /** Seen as on a light box: from the feet, from the front, from the left. */
-export function planes(report: Report): Plane[] {
-    const known = report.orientation?.toUpperCase() === 'LPS';
+export function planes(record: ComparisonRecord): Plane[] {
+    const known = record.orientation?.toUpperCase() === 'LPS';
     const name = (anatomical: string, axes: string) => (known ? anatomical : axes);
     return [
         { id: 'axial', name: name('Axial', 'xy'), normal: 2, horizontal: 0, vertical: 1, upwards: false },

@@ -2,7 +2,7 @@ import uPlot from 'uplot';
 import { axis, Chart, drawRule, scaled } from './chart';
 import { byId, token } from './dom';
 import { fixed, plain, whole } from './format';
-import type { Criterion, Report } from './record';
+import type { ComparisonRecord, Criterion } from './record';
 import type { Changes, State, Store } from './store';
 
 const height = 260;
@@ -25,7 +25,7 @@ export class Histogram {
     private bins: Bins;
 
     constructor(
-        private readonly report: Report,
+        private readonly record: ComparisonRecord,
         private readonly store: Store,
     ) {
         this.bins = this.makeBins();
@@ -41,7 +41,7 @@ export class Histogram {
         if (changes.has('criterion') || changes.has('appearance')) {
             this.bins = this.makeBins();
             this.chart.create(this.data());
-            const { label, passed, tested } = this.report.criteria[state.criterion];
+            const { label, passed, tested } = this.record.criteria[state.criterion];
             byId('histogram').setAttribute(
                 'aria-label',
                 `Histogram of gamma for ${label}: ${passed} of ${tested} tested voxels at or below 1`,
@@ -50,7 +50,7 @@ export class Histogram {
     }
 
     private makeBins(): Bins {
-        return binned(this.report.criteria[this.store.state.criterion]);
+        return binned(this.record.criteria[this.store.state.criterion]);
     }
 
     /** Passing and failing voxels are two series, so that they have two colours. */

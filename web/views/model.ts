@@ -1,13 +1,15 @@
+import { notTested, type ComparisonData } from './comparison';
 import { wholeGrid, widened, type Box } from './frame';
 import { Grid } from './grid';
-import type { Report, Triple } from './record';
-import { decodeVolume, notTested, ResampledField, type Field, type Volume } from './volume';
+import type { ComparisonRecord, Triple } from './record';
+import { ResampledField, Volume, type Field } from './volume';
 
 /** mm around the tested voxels that the views show. */
 const focusMargin = 15;
 
 /** The doses and gamma maps of the comparison, on the voxels of the reference grid. */
 export class Model {
+    readonly record: ComparisonRecord;
     readonly grid: Grid;
     readonly evaluationGrid: Grid;
     readonly sameGrid: boolean;
@@ -20,17 +22,20 @@ export class Model {
     focus!: Box;
     private readonly gammas = new Map<number, Volume>();
 
-    constructor(readonly report: Report) {
-        this.grid = new Grid(report.grids.reference);
-        this.evaluationGrid = new Grid(report.grids.evaluation);
+    constructor(private readonly data: ComparisonData) {
+        this.record = data.record;
+        this.grid = new Grid(data.record.grids.reference);
+        this.evaluationGrid = new Grid(data.record.grids.evaluation);
         this.sameGrid = this.grid.sameAs(this.evaluationGrid);
     }
 
     async loadDoses(): Promise<void> {
-        [this.reference, this.evaluationSource] = await Promise.all([
-            this.decode('reference', this.grid),
-            this.decode('evaluation', this.evaluationGrid),
+        const [reference, evaluation] = await Promise.all([
+            this.data.dose('reference'),
+            this.data.dose('evaluation'),
         ]);
+        this.reference = new Volume(this.grid, reference);
+        this.evaluationSource = new Volume(this.evaluationGrid, evaluation);
         this.evaluation = this.sameGrid
             ? this.evaluationSource
             : new ResampledField(this.evaluationSource, this.grid);
@@ -38,14 +43,13 @@ export class Model {
 
     async loadGamma(criterion: number): Promise<void> {
         if (!this.gammas.has(criterion)) {
-            const name = this.report.criteria[criterion].gammaVolume;
-            const gamma = await this.decode(name, this.grid);
+            const gamma = new Volume(this.grid, await this.data.gamma(criterion));
             this.gammas.set(criterion, gamma);
             this.focus ??= widened(testedBox(gamma), this.grid, focusMargin);
         }
     }
 
-    /** The gamma map of a criterion, if it is decoded already. */
+    /** The gamma map of a criterion, if it is there already. */
     gamma(criterion: number): Volume | undefined {
         return this.gammas.get(criterion);
     }
@@ -55,14 +59,6 @@ export class Model {
         const difference = this.evaluation.value(index) - this.reference.value(index);
         // Both doses are whole numbers of the same unit on one grid: undo the division's rounding.
         return this.sameGrid ? Math.round(difference * perUnit) / perUnit : difference;
-    }
-
-    private async decode(name: string, grid: Grid): Promise<Volume> {
-        const record = this.report.volumes.find((v) => v.name === name);
-        if (!record) {
-            throw new Error(`The volume "${name}" is missing in this page.`);
-        }
-        return decodeVolume(record, grid);
     }
 }
 

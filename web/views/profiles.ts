@@ -1,13 +1,14 @@
 import uPlot from 'uplot';
 import { axisEnds, axisNames, moved } from './axes';
 import { axis, Chart, drawRule, scaled } from './chart';
+import { notTested } from './comparison';
 import { byId, el, token } from './dom';
 import { fixed } from './format';
 import { wholeGrid } from './frame';
 import type { Model } from './model';
 import type { Triple } from './record';
 import type { Changes, State, Store } from './store';
-import { notTested, sample } from './volume';
+import { sample } from './volume';
 
 const height = 220;
 
@@ -133,9 +134,9 @@ export class Profiles {
 
     private options(a: number): Omit<uPlot.Options, 'width' | 'height'> {
         const { model, store } = this;
-        const { grid, report } = model;
-        const ends = axisEnds(report, a);
-        const unit = report.doseUnit;
+        const { grid, record } = model;
+        const ends = axisEnds(record, a);
+        const unit = record.doseUnit;
         const { decimals } = model.reference;
         const half = grid.spacing[a] / 2;
         const box = store.state.wholeGrid ? wholeGrid(grid) : model.focus;

@@ -1,10 +1,10 @@
 import { axisEnds, axisNames } from './axes';
+import { gammaOverflow, notTested } from './comparison';
 import { byId, el } from './dom';
 import { fixed, none, signed } from './format';
 import type { Model } from './model';
 import type { Triple } from './record';
 import type { State, Store } from './store';
-import { gammaOverflow, notTested } from './volume';
 
 interface Row {
     id: string;
@@ -69,9 +69,9 @@ export class Readout {
     }
 
     private placeRows(): Row[] {
-        const { grid, report } = this.model;
+        const { grid, record } = this.model;
         return [0, 1, 2].map((axis) => {
-            const ends = axisEnds(report, axis);
+            const ends = axisEnds(record, axis);
             const letters = /^[A-Z]$/.test(ends.high) ? ` (${ends.low}–${ends.high})` : '';
             return {
                 id: axisNames[axis],
@@ -85,9 +85,9 @@ export class Readout {
     private doseRows(): Row[] {
         const { model } = this;
         const { decimals } = model.reference;
-        const unit = model.report.doseUnit;
+        const unit = model.record.doseUnit;
         const normalisation = () =>
-            model.report.criteria[this.store.state.criterion].normalisationDose;
+            model.record.criteria[this.store.state.criterion].normalisationDose;
         return [
             {
                 id: 'voxel',
@@ -123,7 +123,7 @@ export class Readout {
     }
 
     private gammaRows(): Row[] {
-        return this.model.report.criteria.map((criterion, i) => ({
+        return this.model.record.criteria.map((criterion, i) => ({
             id: `gamma-${i}`,
             label: `γ ${criterion.label}`,
             unit: '',

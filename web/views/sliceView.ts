@@ -1,5 +1,6 @@
 import { axisEnds, axisNames, moved, type AxisEnds, type Plane } from './axes';
 import { greyScale, layerScale } from './colour';
+import { notTested } from './comparison';
 import { el } from './dom';
 import { fixed } from './format';
 import { Frame, type Box } from './frame';
@@ -7,7 +8,6 @@ import type { Model } from './model';
 import { drawCrosshair, drawEnds, drawIsodoses, drawRuler } from './overlay';
 import type { Triple } from './record';
 import type { State, Store } from './store';
-import { notTested } from './volume';
 
 /** A slice through the doses or the gamma map, with crosshair, slider and keys. */
 export class SliceView {
@@ -26,11 +26,11 @@ export class SliceView {
         private readonly store: Store,
         box: Box,
     ) {
-        const { grid, report } = model;
+        const { grid, record } = model;
         this.frame = new Frame(grid, plane, box);
         this.ends = {
-            horizontal: axisEnds(report, plane.horizontal),
-            vertical: axisEnds(report, plane.vertical),
+            horizontal: axisEnds(record, plane.horizontal),
+            vertical: axisEnds(record, plane.vertical),
         };
         this.caption = el('span', { class: 'slice-position', id: `${plane.id}-position` });
         this.canvas = el('canvas', {
@@ -91,9 +91,9 @@ export class SliceView {
     }
 
     private drawOverlay(context: CanvasRenderingContext2D, state: State, slice: number): void {
-        const { reference, evaluation, report } = this.model;
+        const { reference, evaluation, record } = this.model;
         if (state.isodoses) {
-            const normalisation = report.criteria[state.criterion].normalisationDose;
+            const normalisation = record.criteria[state.criterion].normalisationDose;
             drawIsodoses(context, this.frame, slice, { reference, evaluation, normalisation });
         }
         if (state.crosshair) {
@@ -140,7 +140,7 @@ export class SliceView {
     private colouring(state: State): (index: number) => number {
         const { model } = this;
         const scale = layerScale(state.layer, state);
-        const criterion = model.report.criteria[state.criterion];
+        const criterion = model.record.criteria[state.criterion];
         switch (state.layer) {
             case 'reference':
                 return (index) => scale.colour(model.reference.value(index));

@@ -1,6 +1,6 @@
 import { byId, el } from './dom';
 import { bytes, fixed, none, plain, rate, unbroken, whole } from './format';
-import type { Criterion, Report, Role, Verdict } from './record';
+import type { ComparisonRecord, Criterion, Role, Verdict } from './record';
 import type { State, Store } from './store';
 
 interface VerdictText {
@@ -53,21 +53,21 @@ function chip(verdict: Verdict): HTMLElement {
 /** The verdict, the table of criteria and where the numbers come from. */
 export class Summary {
     constructor(
-        private readonly report: Report,
+        private readonly record: ComparisonRecord,
         private readonly store: Store,
     ) {
-        document.title = report.title ?? `Gamma: ${report.files.evaluation.name}`;
-        byId('title').textContent = report.title ?? 'Gamma comparison';
-        byId('files').replaceChildren(...fileLines(report));
-        byId('criteria-rows').replaceChildren(...report.criteria.map((c, i) => this.row(c, i)));
-        byId('provenance').replaceChildren(...provenance(report));
-        showWarnings(report.warnings ?? []);
+        document.title = record.title ?? `Gamma: ${record.files.evaluation.name}`;
+        byId('title').textContent = record.title ?? 'Gamma comparison';
+        byId('files').replaceChildren(...fileLines(record));
+        byId('criteria-rows').replaceChildren(...record.criteria.map((c, i) => this.row(c, i)));
+        byId('provenance').replaceChildren(...provenance(record));
+        showWarnings(record.warnings ?? []);
         store.subscribe((state) => this.update(state));
         this.update(store.state);
     }
 
     private update(state: State): void {
-        const criterion = this.report.criteria[state.criterion];
+        const criterion = this.record.criteria[state.criterion];
         const verdict = byId('verdict');
         verdict.className = `verdict ${criterion.verdict}`;
         byId('verdict-chip').replaceChildren(chip(criterion.verdict));
@@ -147,9 +147,9 @@ function gauge(criterion: Criterion): HTMLElement[] {
     ];
 }
 
-function fileLines(report: Report): HTMLElement[] {
+function fileLines(record: ComparisonRecord): HTMLElement[] {
     return (['reference', 'evaluation'] as Role[]).flatMap((role) => {
-        const file = report.files[role];
+        const file = record.files[role];
         const details = [file.format, file.description].filter(Boolean).join(', ');
         return [
             el('dt', { class: role }, role === 'reference' ? 'Reference' : 'Evaluation'),
@@ -158,12 +158,12 @@ function fileLines(report: Report): HTMLElement[] {
     });
 }
 
-function provenance(report: Report): HTMLElement[] {
-    const unit = report.doseUnit;
-    const criterion = report.criteria[0];
+function provenance(record: ComparisonRecord): HTMLElement[] {
+    const unit = record.doseUnit;
+    const criterion = record.criteria[0];
     const rows = (['reference', 'evaluation'] as Role[]).map((role) => {
-        const file = report.files[role];
-        const grid = report.grids[role];
+        const file = record.files[role];
+        const grid = record.grids[role];
         const maximum = grid.maximum;
         return el(
             'tr',
@@ -187,9 +187,9 @@ function provenance(report: Report): HTMLElement[] {
     ].filter(Boolean);
     byId('settings').textContent = unbroken(`${settings.join(', ')} (${criterion.label}).`);
     byId('made-by').textContent =
-        `${report.program.name} ${report.program.version}, ${when(report.created)}. ` +
+        `${record.program.name} ${record.program.version}, ${when(record.created)}. ` +
         'Limits after AAPM TG-218.';
-    byId('command').textContent = report.command ?? '';
+    byId('command').textContent = record.command ?? '';
     return rows;
 }
 

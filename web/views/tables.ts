@@ -26,7 +26,7 @@ export class Tables {
         if (!changes.has('criterion')) {
             return;
         }
-        const criterion = this.model.report.criteria[state.criterion];
+        const criterion = this.model.record.criteria[state.criterion];
         const analysis = this.analyses.of(state.criterion);
         if (!analysis) {
             return;
@@ -38,7 +38,7 @@ export class Tables {
 
     /** The map in the page and the results of the computation must tell the same story. */
     private check(index: number, { tested, failed }: MapCounts): void {
-        const criterion = this.model.report.criteria[index];
+        const criterion = this.model.record.criteria[index];
         const agree = tested === criterion.tested && failed === criterion.failed;
         if (!agree && !this.checked.has(index)) {
             showWarnings([

@@ -41,7 +41,7 @@ export class Viewer {
         maximumDose: number,
     ) {
         this.maximumDose = maximumDose;
-        this.views = planes(model.report).map((plane) => new SliceView(plane, model, store, this.box()));
+        this.views = planes(model.record).map((plane) => new SliceView(plane, model, store, this.box()));
         this.host.append(...this.views.map((v) => v.element));
         this.buildLayers();
         this.buildWindow();
@@ -140,7 +140,7 @@ export class Viewer {
 
     private presets(): Preset[] {
         const { state } = this.store;
-        const criterion = this.model.report.criteria[state.criterion];
+        const criterion = this.model.record.criteria[state.criterion];
         return presets(state.layer, criterion, this.maximumDose);
     }
 
@@ -161,7 +161,7 @@ export class Viewer {
             }
         }
         this.low.disabled = state.layer === 'gamma';
-        byId('window-unit').textContent = layerUnit(state.layer, this.model.report);
+        byId('window-unit').textContent = layerUnit(state.layer, this.model.record);
     }
 
     private drawScale(state: State): void {
@@ -179,7 +179,7 @@ export class Viewer {
         if (state.layer === 'gamma' && !marks.includes(1)) {
             marks.push(1);
         }
-        const unit = layerUnit(state.layer, this.model.report);
+        const unit = layerUnit(state.layer, this.model.record);
         byId('scale-ticks').replaceChildren(
             ...marks.map((value) => {
                 const isLimit = state.layer === 'gamma' && value === 1;

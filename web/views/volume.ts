@@ -1,12 +1,6 @@
+import { notFinite, type StoredVolume } from './comparison';
 import { Grid } from './grid';
-import type { Triple, VolumeRecord } from './record';
-
-const notFinite = -32768;
-
-/** Stored gamma of a voxel that was not tested. */
-export const notTested = -1;
-/** Stored gamma at and above which only "at least" is known. */
-export const gammaOverflow = 32767;
+import type { Triple } from './record';
 
 /** A quantity on a grid, NaN where there is none. */
 export interface Field {
@@ -15,19 +9,20 @@ export interface Field {
     value(index: number): number;
 }
 
-/** Whole numbers times a power of ten, as they are stored in the page. */
+/** A volume as it is stored, on its grid. */
 export class Volume implements Field {
     readonly decimals: number;
+    readonly data: Int16Array;
     /** Stored units per unit of the quantity. */
     readonly perUnit: number;
 
     constructor(
         readonly grid: Grid,
-        readonly data: Int16Array,
-        record: VolumeRecord,
+        stored: StoredVolume,
     ) {
-        this.decimals = record.decimals;
-        this.perUnit = 10 ** record.decimals;
+        this.decimals = stored.decimals;
+        this.data = stored.values;
+        this.perUnit = 10 ** stored.decimals;
     }
 
     value(index: number): number {
@@ -112,48 +107,4 @@ function trilinear(field: Field, lower: Triple, fraction: Triple): number {
         }
     }
     return sum;
-}
-
-/** Decodes the volume stored in the page under this name. */
-export async function decodeVolume(record: VolumeRecord, grid: Grid): Promise<Volume> {
-    if (record.type !== 'int16' || record.encoding !== 'shuffle+zlib+base64') {
-        throw new Error(`The volume "${record.name}" is encoded in a way this page cannot read.`);
-    }
-    const element = document.getElementById(`volume-${record.name}`);
-    if (!element) {
-        throw new Error(`The volume "${record.name}" is missing in this page.`);
-    }
-    const bytes = await inflate(fromBase64(element.textContent ?? ''));
-    if (bytes.length !== 2 * grid.count) {
-        throw new Error(`The volume "${record.name}" does not fit its grid.`);
-    }
-    return new Volume(grid, unshuffle(bytes), record);
-}
-
-function fromBase64(text: string): Uint8Array<ArrayBuffer> {
-    const native = (Uint8Array as unknown as { fromBase64?: (t: string) => Uint8Array<ArrayBuffer> })
-        .fromBase64;
-    if (native) {
-        return native(text);
-    }
-    const binary = atob(text);
-    const bytes = new Uint8Array(binary.length);
-    for (let i = 0; i < binary.length; ++i) {
-        bytes[i] = binary.charCodeAt(i);
-    }
-    return bytes;
-}
-
-async function inflate(bytes: Uint8Array<ArrayBuffer>): Promise<Uint8Array> {
-    const stream = new Blob([bytes]).stream().pipeThrough(new DecompressionStream('deflate'));
-    return new Uint8Array(await new Response(stream).arrayBuffer());
-}
-
-function unshuffle(bytes: Uint8Array): Int16Array {
-    const count = bytes.length / 2;
-    const values = new Int16Array(count);
-    for (let i = 0; i < count; ++i) {
-        values[i] = bytes[i] | (bytes[count + i] << 8);
-    }
-    return values;
 }

@@ -1,4 +1,4 @@
-import type { Criterion, Report } from './record';
+import type { ComparisonRecord, Criterion } from './record';
 import type { Layer, State, Window } from './store';
 
 /** Ranges of the colour scale a reader can choose from, by layer. */
@@ -20,14 +20,14 @@ export function windowKey(layer: Layer): WindowKey {
     }
 }
 
-export function layerUnit(layer: Layer, report: Report): string {
+export function layerUnit(layer: Layer, record: ComparisonRecord): string {
     switch (layer) {
         case 'gamma':
             return 'γ';
         case 'difference':
             return '% of norm.';
         default:
-            return report.doseUnit;
+            return record.doseUnit;
     }
 }
 
