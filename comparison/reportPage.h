@@ -1,6 +1,6 @@
 /**
  * @file reportPage.h
- * The HTML report of a comparison; report/README.md describes how the page carries its data.
+ * The HTML report of a comparison; web/README.md describes how the page carries its data.
  */
 #ifndef ZARNGI_COMPARISON_REPORTPAGE_H
 #define ZARNGI_COMPARISON_REPORTPAGE_H

@@ -27,7 +27,7 @@ case "${1:-}" in
 esac
 # Any Node.js will do: the report page needs npm and node, not Debian's packages of them. A source
 # archive brings the page along, and only its tests need them.
-page=$(dirname "$0")/../report/prebuilt/template.html
+page=$(dirname "$0")/../web/prebuilt/report/template.html
 if [ "$1" = test ] || [ ! -e "$page" ]; then
     if ! command -v npm >/dev/null || ! command -v node >/dev/null; then
         wanted="$wanted nodejs npm"

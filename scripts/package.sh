@@ -32,8 +32,7 @@ cmake --build "$work/page/build" --target zarngi_report_template >>"$work/page.l
 echo "== source archive"
 mkdir "$work/$name"
 git archive HEAD | tar --extract --no-same-permissions --directory "$work/$name"
-mkdir "$work/$name/report/prebuilt"
-cp "$work/page/build/report/front-end/dist/template.html" "$work/$name/report/prebuilt/"
+cp -R "$work/page/build/web/front-end/dist" "$work/$name/web/prebuilt"
 tar --create --directory "$work" --sort=name --format=gnu --mtime="@$SOURCE_DATE_EPOCH" \
     --owner=0 --group=0 --numeric-owner --mode=u+rw,go+r,go-w "$name" |
     gzip --best --no-name >"$output/$name.tar.gz"

@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 build=$1
 jobs=${2:-2}
 shift $(($# < 2 ? $# : 2))
-[ $# -gt 0 ] || set -- lib files comparison host cli report python tests bench examples
+[ $# -gt 0 ] || set -- lib files comparison host cli web python tests bench examples
 
 git ls-files -- "$@" | grep -E '\.(c|cpp)$' | while read -r file; do
     if grep -q "\"file\": \"$PWD/$file\"" "$build/compile_commands.json"; then

@@ -1,7 +1,7 @@
 // How long a report page takes to open: from navigation until all three slices, the profiles and
 // the tables are drawn. The median of some opens in a fresh window each.
 //   node openPage.mjs MODULES CHROMIUM PAGE.html [OPENS]
-// MODULES is the folder with the front end's node_modules (build/release/report/front-end).
+// MODULES is the folder with the front end's node_modules (build/release/web/front-end).
 import { createRequire } from 'node:module';
 import { statSync } from 'node:fs';
 import { join, resolve } from 'node:path';

@@ -131,7 +131,7 @@ def test_picture_of_the_search_is_as_drawn():
     assert (PROJECT / "docs/images/search.svg").read_text(encoding="utf-8") == drawn
 
 
-@pytest.mark.parametrize("name", [*PAGES, "python/README.md", "report/README.md"])
+@pytest.mark.parametrize("name", [*PAGES, "python/README.md", "web/README.md"])
 def test_links_lead_somewhere(name):
     page = read_page(name)
     for link in page.links:

@@ -1,0 +1,132 @@
+// Drives a report page in a real browser.
+import { createRequire } from 'node:module';
+import { pathToFileURL } from 'node:url';
+import { join } from 'node:path';
+
+const { ZARNGI_WEB_MODULES: modules, ZARNGI_CHROMIUM: executablePath } = process.env;
+const { chromium } = createRequire(join(modules, 'package.json'))('playwright-core');
+
+export function launch() {
+    const args = [
+        '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+        '--disable-background-networking', '--disable-component-update', '--disable-sync',
+    ];
+    return chromium.launch({ executablePath, args });
+}
+
+/** Opens a file; `complaints` collects console errors, exceptions and requests beyond the file. */
+export async function openFile(browser, path, options = {}) {
+    const page = await browser.newPage({ viewport: { width: 1500, height: 1000 }, ...options });
+    const url = pathToFileURL(path).href;
+    const complaints = [];
+    page.on('console', (message) => {
+        if (['error', 'warning'].includes(message.type())) {
+            complaints.push(`console: ${message.text()}`);
+        }
+    });
+    page.on('pageerror', (error) => complaints.push(`exception: ${error}`));
+    page.on('request', (request) => {
+        if (request.url() !== url && !request.url().startsWith('data:')) {
+            complaints.push(`request: ${request.url()}`);
+        }
+    });
+    await page.goto(url);
+    await page.waitForFunction(() =>
+        ['complete', 'failed'].includes(document.documentElement.dataset.state),
+    );
+    return { page, complaints };
+}
+
+/** Lets the page draw what was changed. */
+export async function settle(page) {
+    await page.evaluate(() => new Promise((done) => {
+        requestAnimationFrame(() => requestAnimationFrame(() => setTimeout(done)));
+    }));
+}
+
+/** A shown number: "−12 345.6" is -12345.6. */
+export function numberOf(text) {
+    return Number(text.replace('\u2212', '-').replace(/[\u202f+≥✓✕\s]/g, ''));
+}
+
+/** Voxel at the crosshair, as the page tells it. */
+export async function crosshair(page) {
+    await settle(page);
+    return (await page.locator('#cross-voxel').innerText()).split(' ').map(Number);
+}
+
+/** The views: the axes of their normal, of their columns and of their rows, and what is up. */
+export const views = [
+    { name: 'axial', normal: 2, across: 0, down: 1, upwards: false },
+    { name: 'coronal', normal: 1, across: 0, down: 2, upwards: true },
+    { name: 'sagittal', normal: 0, across: 1, down: 2, upwards: true },
+];
+
+/** Where the centre of a voxel is in a view, in shares of its sides, with the whole grid shown. */
+function shares({ across, down, upwards }, size, voxel) {
+    const fromTop = (voxel[down] + 0.5) / size[down];
+    return [(voxel[across] + 0.5) / size[across], upwards ? 1 - fromTop : fromTop];
+}
+
+export async function pointOf(page, view, size, voxel) {
+    const box = await page.locator(`#${view.name}-slice`).boundingBox();
+    const [x, y] = shares(view, size, voxel);
+    return { x: box.x + x * box.width, y: box.y + y * box.height };
+}
+
+/** Moves the crosshair with the slider of a view and a click into it, as a reader would. */
+export async function goTo(page, size, voxel, view = views[0]) {
+    await page.locator(`#${view.name}-slider`).fill(String(voxel[view.normal]));
+    await settle(page);
+    await page.locator(`#${view.name}-slice`).scrollIntoViewIfNeeded();
+    const { x, y } = await pointOf(page, view, size, voxel);
+    await page.mouse.click(x, y);
+    await settle(page);
+}
+
+/**
+ * Colours of voxels in a view, null where letters and the ruler may cover them; isodoses and
+ * crosshair must be off.
+ */
+export function coloursOf(page, view, size, voxels) {
+    return page.evaluate(
+        ([name, places]) => {
+            const canvas = document.getElementById(`${name}-slice`);
+            const { width, height } = canvas;
+            const pixels = canvas.getContext('2d').getImageData(0, 0, width, height).data;
+            const margin = 24;
+            return places.map(([x, y]) => {
+                const column = Math.floor(x * width);
+                const row = Math.floor(y * height);
+                const isFree =
+                    Math.min(column, width - column) > margin && Math.min(row, height - row) > margin;
+                const at = 4 * (column + width * row);
+                return isFree ? [...pixels.slice(at, at + 3)] : null;
+            });
+        },
+        [view.name, voxels.map((voxel) => shares(view, size, voxel))],
+    );
+}
+
+/** Number of different colours in a picture and the lightness (0 to 255) of its first pixel. */
+export async function lookAt(browser, png) {
+    const page = await browser.newPage();
+    try {
+        return await page.evaluate(async (source) => {
+            const image = new Image();
+            image.src = source;
+            await image.decode();
+            const canvas = document.createElement('canvas');
+            canvas.width = image.width;
+            canvas.height = image.height;
+            const context = canvas.getContext('2d');
+            context.drawImage(image, 0, 0);
+            const pixels = new Uint32Array(
+                context.getImageData(0, 0, canvas.width, canvas.height).data.buffer,
+            );
+            return { colours: new Set(pixels).size, corner: pixels[0] & 255 };
+        }, `data:image/png;base64,${png.toString('base64')}`);
+    } finally {
+        await page.close();
+    }
+}

@@ -1,0 +1,26 @@
+import type { ComparisonData, StoredVolume } from '../views/comparison';
+import type { Role } from '../views/record';
+import { readRecord } from './pageRecord';
+import { readVolume } from './pageVolume';
+
+/** The comparison that a program has written into this page. */
+export class PageData implements ComparisonData {
+    readonly record = readRecord();
+
+    dose(role: Role): Promise<StoredVolume> {
+        return this.read(role, role);
+    }
+
+    gamma(criterion: number): Promise<StoredVolume> {
+        return this.read(this.record.criteria[criterion].gammaVolume, 'reference');
+    }
+
+    private async read(name: string, grid: Role): Promise<StoredVolume> {
+        const volume = this.record.volumes.find((v) => v.name === name);
+        if (!volume) {
+            throw new Error(`The volume "${name}" is missing in this page.`);
+        }
+        const [nx, ny, nz] = this.record.grids[grid].size;
+        return readVolume(volume, nx * ny * nz);
+    }
+}

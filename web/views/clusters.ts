@@ -1,0 +1,88 @@
+import type { Model } from './model';
+import type { Triple } from './record';
+import type { Volume } from './volume';
+
+/** A connected region of failing voxels; voxels that share a face are connected. */
+export interface Cluster {
+    voxels: number;
+    /** First and last voxel on each axis. */
+    from: Triple;
+    to: Triple;
+    maxGamma: number;
+    /** Voxel of the largest gamma. */
+    peak: Triple;
+    /** Mean of evaluation minus reference, dose units. */
+    meanDifference: number;
+}
+
+/** All clusters of failing voxels, the largest first. */
+export function findClusters(model: Model, gamma: Volume): Cluster[] {
+    const open = new Uint8Array(gamma.data.length);
+    for (let i = 0; i < open.length; ++i) {
+        open[i] = gamma.data[i] > gamma.perUnit ? 1 : 0;
+    }
+    const clusters: Cluster[] = [];
+    for (let seed = open.indexOf(1); seed >= 0; seed = open.indexOf(1, seed + 1)) {
+        clusters.push(describe(model, gamma, collect(model, open, seed)));
+    }
+    return clusters.sort((a, b) => b.voxels - a.voxels || b.maxGamma - a.maxGamma);
+}
+
+/** Takes the voxels connected with `seed` out of `open`. */
+function collect(model: Model, open: Uint8Array, seed: number): number[] {
+    const { size, stride } = model.grid;
+    const members = [seed];
+    open[seed] = 0;
+    const take = (index: number): void => {
+        if (open[index]) {
+            open[index] = 0;
+            members.push(index);
+        }
+    };
+    for (let next = 0; next < members.length; ++next) {
+        const index = members[next];
+        const voxel = model.grid.voxel(index);
+        for (let a = 0; a < 3; ++a) {
+            if (voxel[a] > 0) {
+                take(index - stride[a]);
+            }
+            if (voxel[a] < size[a] - 1) {
+                take(index + stride[a]);
+            }
+        }
+    }
+    return members;
+}
+
+function describe(model: Model, gamma: Volume, members: number[]): Cluster {
+    const from: Triple = [Infinity, Infinity, Infinity];
+    const to: Triple = [-1, -1, -1];
+    let peak = members[0];
+    let difference = 0;
+    let compared = 0;
+    for (const index of members) {
+        const voxel = model.grid.voxel(index);
+        for (let a = 0; a < 3; ++a) {
+            from[a] = Math.min(from[a], voxel[a]);
+            to[a] = Math.max(to[a], voxel[a]);
+        }
+        // Of equal peaks the first in the map counts, whatever way the search took.
+        const isHigher = gamma.data[index] > gamma.data[peak];
+        if (isHigher || (gamma.data[index] === gamma.data[peak] && index < peak)) {
+            peak = index;
+        }
+        const d = model.difference(index);
+        if (!Number.isNaN(d)) {
+            difference += d;
+            ++compared;
+        }
+    }
+    return {
+        voxels: members.length,
+        from,
+        to,
+        maxGamma: gamma.value(peak),
+        peak: model.grid.voxel(peak),
+        meanDifference: difference / compared,
+    };
+}

@@ -1,0 +1,33 @@
+/** How the views get what they show. A page hands them one of these, wherever it has its data from. */
+
+import type { ComparisonRecord, Role } from './record';
+
+/** Whole numbers times a power of ten, one for each voxel of a grid, x fastest. */
+export interface StoredVolume {
+    /** value = stored · 10^(−decimals); may be negative. */
+    readonly decimals: number;
+    readonly values: Int16Array;
+}
+
+/** Stored dose that stands for a value that is not finite. */
+export const notFinite = -32768;
+/** Stored gamma of a voxel that was not tested. */
+export const notTested = -1;
+/** Stored gamma at and above which only "at least" is known. */
+export const gammaOverflow = 32767;
+
+/**
+ * A comparison. The views read the record at once, ask for the doses and the first gamma map next
+ * and for the others when those are shown, for each volume once; none has to be there before.
+ * A promise that is rejected ends the page with the reason.
+ */
+export interface ComparisonData {
+    readonly record: ComparisonRecord;
+    /** On the grid of its own; both doses have the same decimals, so that their difference is exact. */
+    dose(role: Role): Promise<StoredVolume>;
+    /**
+     * Gamma of a criterion, by its index in the record, on the reference grid. A failed voxel stores
+     * more than 10^decimals, a passed one does not: the verdict decides where rounding would not tell.
+     */
+    gamma(criterion: number): Promise<StoredVolume>;
+}

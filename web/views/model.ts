@@ -1,0 +1,98 @@
+import { notTested, type ComparisonData } from './comparison';
+import { wholeGrid, widened, type Box } from './frame';
+import { Grid } from './grid';
+import type { ComparisonRecord, Triple } from './record';
+import { ResampledField, Volume, type Field } from './volume';
+
+/** mm around the tested voxels that the views show. */
+const focusMargin = 15;
+
+/** The doses and gamma maps of the comparison, on the voxels of the reference grid. */
+export class Model {
+    readonly record: ComparisonRecord;
+    readonly grid: Grid;
+    readonly evaluationGrid: Grid;
+    readonly sameGrid: boolean;
+    reference!: Volume;
+    /** The evaluation on its own grid. */
+    evaluationSource!: Volume;
+    /** The evaluation on the reference grid: itself, or interpolated. */
+    evaluation!: Field;
+    /** Where voxels were tested for the first criterion, with a margin. */
+    focus!: Box;
+    private readonly gammas = new Map<number, Volume>();
+
+    constructor(private readonly data: ComparisonData) {
+        this.record = data.record;
+        this.grid = new Grid(data.record.grids.reference);
+        this.evaluationGrid = new Grid(data.record.grids.evaluation);
+        this.sameGrid = this.grid.sameAs(this.evaluationGrid);
+    }
+
+    async loadDoses(): Promise<void> {
+        const [reference, evaluation] = await Promise.all([
+            this.data.dose('reference'),
+            this.data.dose('evaluation'),
+        ]);
+        this.reference = new Volume(this.grid, reference);
+        this.evaluationSource = new Volume(this.evaluationGrid, evaluation);
+        this.evaluation = this.sameGrid
+            ? this.evaluationSource
+            : new ResampledField(this.evaluationSource, this.grid);
+    }
+
+    async loadGamma(criterion: number): Promise<void> {
+        if (!this.gammas.has(criterion)) {
+            const gamma = new Volume(this.grid, await this.data.gamma(criterion));
+            this.gammas.set(criterion, gamma);
+            this.focus ??= widened(testedBox(gamma), this.grid, focusMargin);
+        }
+    }
+
+    /** The gamma map of a criterion, if it is there already. */
+    gamma(criterion: number): Volume | undefined {
+        return this.gammas.get(criterion);
+    }
+
+    difference(index: number): number {
+        const { perUnit } = this.reference;
+        const difference = this.evaluation.value(index) - this.reference.value(index);
+        // Both doses are whole numbers of the same unit on one grid: undo the division's rounding.
+        return this.sameGrid ? Math.round(difference * perUnit) / perUnit : difference;
+    }
+}
+
+/** Voxel of the highest reference dose. */
+export function hottestVoxel(model: Model): Triple {
+    const { data } = model.reference;
+    let best = 0;
+    for (let i = 1; i < data.length; ++i) {
+        if (data[i] > data[best]) {
+            best = i;
+        }
+    }
+    return model.grid.voxel(best);
+}
+
+/** The smallest box around the tested voxels; the whole grid when there are none. */
+function testedBox(gamma: Volume): Box {
+    const { grid, data } = gamma;
+    const from: Triple = [Infinity, Infinity, Infinity];
+    const to: Triple = [-1, -1, -1];
+    let index = 0;
+    for (let k = 0; k < grid.size[2]; ++k) {
+        for (let j = 0; j < grid.size[1]; ++j) {
+            for (let i = 0; i < grid.size[0]; ++i) {
+                if (data[index++] !== notTested) {
+                    from[0] = Math.min(from[0], i);
+                    from[1] = Math.min(from[1], j);
+                    from[2] = Math.min(from[2], k);
+                    to[0] = Math.max(to[0], i);
+                    to[1] = Math.max(to[1], j);
+                    to[2] = k;
+                }
+            }
+        }
+    }
+    return to[2] < 0 ? wholeGrid(grid) : { from, to };
+}

@@ -1,0 +1,89 @@
+/**
+ * The record of a comparison, as far as the views show it. Lengths in mm, positions of voxel centres
+ * in the patient's system, triples in the order x, y, z.
+ */
+
+export type Triple = [number, number, number];
+export type Role = 'reference' | 'evaluation';
+
+export interface FileRecord {
+    /** Without folder. */
+    name: string;
+    path?: string | null;
+    format?: string | null;
+    bytes?: number | null;
+    /** Lower-case hexadecimal. */
+    sha256?: string | null;
+    /** Plan label, summation type; never patient data. */
+    description?: string | null;
+}
+
+export interface GridRecord {
+    /** Voxels. */
+    size: Triple;
+    spacing: Triple;
+    /** Centre of the first voxel, not its corner. */
+    origin: Triple;
+    maximum?: { dose: number; position: Triple } | null;
+}
+
+/** At or above the tolerance limit, between the limits, below the action limit, nothing tested. */
+export type Verdict = 'pass' | 'investigate' | 'fail' | 'none';
+
+/** A criterion and what came out; numbers of gamma and of rates are null when nothing was tested. */
+export interface Criterion {
+    /** As the user wrote it: "3%/2mm". */
+    label: string;
+    /** %, of the voxel's own dose with `local`, otherwise of the normalisation dose. */
+    doseDifference: number;
+    distance: number;
+    local: boolean;
+    /** % of the normalisation dose; voxels strictly above it are tested. */
+    cutoffPercent: number;
+    cutoffDose: number;
+    normalisationDose: number;
+    /** Spacing of the search lattice. */
+    stepSize?: number | null;
+    /** The largest gamma searched for; absent: not bounded. */
+    gammaSearchMax?: number | null;
+    /** Absent: true. */
+    interpolation?: boolean | null;
+    /** Voxels; tested = passed + failed. */
+    tested: number;
+    passed: number;
+    failed: number;
+    /** %. */
+    passRate: number | null;
+    mean: number | null;
+    p95: number | null;
+    p99: number | null;
+    max: number | null;
+    /** Time of the computation. */
+    seconds?: number | null;
+    verdict: Verdict;
+    /** %. */
+    limits: { tolerance: number; action: number };
+    /**
+     * Bin i counts tested voxels with i·w < gamma ≤ (i+1)·w, gamma 0 in bin 0; the last one also takes
+     * everything above it. The width divides 1, so that the bins up to gamma 1 sum to `passed`.
+     */
+    histogram: { binWidth: number; counts: number[] };
+}
+
+export interface ComparisonRecord {
+    program: { name: string; version: string };
+    /** ISO 8601, UTC. */
+    created: string;
+    command?: string | null;
+    /** Heading of the page. */
+    title?: string | null;
+    files: Record<Role, FileRecord>;
+    grids: Record<Role, GridRecord>;
+    /** What growing x, y, z mean: "LPS" is left, posterior, superior. Absent: axes are x, y, z. */
+    orientation?: string | null;
+    doseUnit: string;
+    /** At least one. */
+    criteria: Criterion[];
+    /** Shown above the results. */
+    warnings?: string[] | null;
+}

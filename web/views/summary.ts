@@ -1,0 +1,207 @@
+import { byId, el } from './dom';
+import { bytes, fixed, none, plain, rate, unbroken, whole } from './format';
+import type { ComparisonRecord, Criterion, Role, Verdict } from './record';
+import type { State, Store } from './store';
+
+interface VerdictText {
+    mark: string;
+    short: string;
+    long(criterion: Criterion): string;
+}
+
+/** Words and marks, so that no verdict rests on its colour. */
+const verdicts: Record<Verdict, VerdictText> = {
+    pass: {
+        mark: '✓',
+        short: 'Pass',
+        long: (c) => `At or above the tolerance limit of ${plain(c.limits.tolerance)} %`,
+    },
+    investigate: {
+        mark: '!',
+        short: 'Investigate',
+        long: (c) =>
+            `Between the action limit of ${plain(c.limits.action)} % and the tolerance limit of ` +
+            `${plain(c.limits.tolerance)} %`,
+    },
+    fail: {
+        mark: '✕',
+        short: 'Fail',
+        long: (c) => `Below the action limit of ${plain(c.limits.action)} %`,
+    },
+    none: {
+        mark: none,
+        short: 'No result',
+        long: () => 'No voxel lies above the dose cut-off',
+    },
+};
+
+export function passRate(criterion: Criterion): string {
+    const { tolerance, action } = criterion.limits;
+    return rate(criterion.passRate, [100, tolerance, action]);
+}
+
+function chip(verdict: Verdict): HTMLElement {
+    const { mark, short } = verdicts[verdict];
+    return el(
+        'span',
+        { class: `chip ${verdict}` },
+        el('span', { class: 'mark', 'aria-hidden': 'true' }, mark),
+        short,
+    );
+}
+
+/** The verdict, the table of criteria and where the numbers come from. */
+export class Summary {
+    constructor(
+        private readonly record: ComparisonRecord,
+        private readonly store: Store,
+    ) {
+        document.title = record.title ?? `Gamma: ${record.files.evaluation.name}`;
+        byId('title').textContent = record.title ?? 'Gamma comparison';
+        byId('files').replaceChildren(...fileLines(record));
+        byId('criteria-rows').replaceChildren(...record.criteria.map((c, i) => this.row(c, i)));
+        byId('provenance').replaceChildren(...provenance(record));
+        showWarnings(record.warnings ?? []);
+        store.subscribe((state) => this.update(state));
+        this.update(store.state);
+    }
+
+    private update(state: State): void {
+        const criterion = this.record.criteria[state.criterion];
+        const verdict = byId('verdict');
+        verdict.className = `verdict ${criterion.verdict}`;
+        byId('verdict-chip').replaceChildren(chip(criterion.verdict));
+        byId('verdict-criterion').textContent = describe(criterion);
+        byId('verdict-rate').textContent = passRate(criterion);
+        byId('verdict-counts').textContent =
+            `${whole(criterion.passed)} of ${whole(criterion.tested)} tested voxels passed, ` +
+            `${whole(criterion.failed)} failed`;
+        byId('verdict-text').textContent = unbroken(verdicts[criterion.verdict].long(criterion));
+        byId('verdict-gauge').replaceChildren(...gauge(criterion));
+        document.querySelectorAll('.criterion-label').forEach((e) => {
+            e.textContent = criterion.label;
+        });
+        byId<HTMLInputElement>(`criterion-${state.criterion}`).checked = true;
+        document.querySelectorAll<HTMLElement>('#criteria-rows tr').forEach((line, i) => {
+            line.classList.toggle('selected', i === state.criterion);
+        });
+    }
+
+    private row(criterion: Criterion, i: number): HTMLElement {
+        const input = el('input', {
+            type: 'radio',
+            name: 'criterion',
+            id: `criterion-${i}`,
+            'aria-label': `Show ${criterion.label}`,
+        });
+        const choose = (): void => this.store.update({ criterion: i });
+        input.addEventListener('change', choose);
+        const number = (value: string, name: string) => el('td', { 'data-value': name }, value);
+        const row = el(
+            'tr',
+            { 'data-criterion': i },
+            el('th', { scope: 'row' }, el('label', {}, input, ` ${criterion.label}`)),
+            el('td', { class: 'word' }, criterion.local ? 'local' : 'global'),
+            number(whole(criterion.tested), 'tested'),
+            number(whole(criterion.failed), 'failed'),
+            el(
+                'td',
+                { class: 'rate', 'data-value': 'passRate' },
+                el('strong', {}, passRate(criterion)),
+            ),
+            number(fixed(criterion.mean, 3), 'mean'),
+            number(fixed(criterion.p95, 3), 'p95'),
+            number(fixed(criterion.p99, 3), 'p99'),
+            number(fixed(criterion.max, 3), 'max'),
+            number(fixed(criterion.seconds, 2), 'seconds'),
+            el('td', { class: 'word', 'data-value': 'verdict' }, chip(criterion.verdict)),
+        );
+        row.addEventListener('click', choose);
+        return row;
+    }
+}
+
+function describe(c: Criterion): string {
+    const kind = c.local ? 'local' : 'global';
+    return unbroken(`${plain(c.doseDifference)} % ${kind} / ${plain(c.distance)} mm`);
+}
+
+/** A bar from 80 % (or lower, where the rate is) to 100 % with both limits. */
+function gauge(criterion: Criterion): HTMLElement[] {
+    const { tolerance, action } = criterion.limits;
+    const passRate = criterion.passRate ?? 0;
+    const lowest = Math.min(80, 2 * action - 100, passRate - 5);
+    const low = Math.max(0, Math.floor(lowest / 10) * 10);
+    const place = (value: number): string => `${(100 * (value - low)) / (100 - low)}%`;
+    const fill = el('div', { class: 'gauge-fill' });
+    fill.style.width = place(passRate);
+    const marks = Object.entries({ action, tolerance }).map(([name, limit]) => {
+        const mark = el('div', { class: `gauge-mark ${name}` }, el('span', {}, plain(limit)));
+        mark.style.left = place(limit);
+        return mark;
+    });
+    return [
+        el('div', { class: 'gauge-track' }, fill, ...marks),
+        el('span', { class: 'gauge-end' }, plain(low)),
+        el('span', { class: 'gauge-end high' }, '100 %'),
+    ];
+}
+
+function fileLines(record: ComparisonRecord): HTMLElement[] {
+    return (['reference', 'evaluation'] as Role[]).flatMap((role) => {
+        const file = record.files[role];
+        const details = [file.format, file.description].filter(Boolean).join(', ');
+        return [
+            el('dt', { class: role }, role === 'reference' ? 'Reference' : 'Evaluation'),
+            el('dd', {}, file.name, details ? el('span', { class: 'muted' }, ` ${details}`) : null),
+        ];
+    });
+}
+
+function provenance(record: ComparisonRecord): HTMLElement[] {
+    const unit = record.doseUnit;
+    const criterion = record.criteria[0];
+    const rows = (['reference', 'evaluation'] as Role[]).map((role) => {
+        const file = record.files[role];
+        const grid = record.grids[role];
+        const maximum = grid.maximum;
+        return el(
+            'tr',
+            {},
+            el('th', { scope: 'row' }, role === 'reference' ? 'Reference' : 'Evaluation'),
+            el('td', { class: 'path' }, file.path ?? file.name),
+            el('td', {}, grid.size.join(' × ')),
+            el('td', {}, grid.spacing.map(plain).join(' × ')),
+            el('td', {}, grid.origin.map((o) => fixed(o, 2)).join(', ')),
+            el('td', {}, maximum ? `${plain(maximum.dose)} ${unit}` : none),
+            el('td', {}, file.bytes ? bytes(file.bytes) : none),
+            el('td', { class: 'digest', title: file.sha256 ?? '' }, file.sha256?.slice(0, 16) ?? none),
+        );
+    });
+    const settings = [
+        `Normalisation ${plain(criterion.normalisationDose)} ${unit}`,
+        `cut-off ${plain(criterion.cutoffPercent)} % (${plain(criterion.cutoffDose)} ${unit})`,
+        criterion.stepSize ? `search step ${plain(criterion.stepSize)} mm` : null,
+        criterion.gammaSearchMax ? `gamma searched up to ${plain(criterion.gammaSearchMax)}` : null,
+        criterion.interpolation === false ? 'doses not interpolated' : 'doses interpolated',
+    ].filter(Boolean);
+    byId('settings').textContent = unbroken(`${settings.join(', ')} (${criterion.label}).`);
+    byId('made-by').textContent =
+        `${record.program.name} ${record.program.version}, ${when(record.created)}. ` +
+        'Limits after AAPM TG-218.';
+    byId('command').textContent = record.command ?? '';
+    return rows;
+}
+
+function when(created: string): string {
+    const date = new Date(created);
+    return Number.isNaN(date.getTime())
+        ? created
+        : `${date.toISOString().slice(0, 16).replace('T', ' ')} UTC`;
+}
+
+export function showWarnings(warnings: string[]): void {
+    const host = byId('warnings');
+    host.append(...warnings.map((warning) => el('p', {}, warning)));
+    host.hidden = host.childElementCount === 0;
+}
