@@ -1,0 +1,3 @@
+import { onePage } from '../onePage.mjs';
+
+export default onePage('madeUp', 'page.html');
