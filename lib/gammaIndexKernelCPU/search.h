@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "engineState.h"
-#include "latticeSearch.h"
-#include "pointSearch.h"
+#include "lattice/pass.h"
+#include "rotated/pointGroups.h"
 
 /** One pass over the lattice points of a shell, without a list of them. */
 class LatticePass

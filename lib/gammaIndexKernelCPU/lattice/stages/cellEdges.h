@@ -1,17 +1,17 @@
 /**
- * @file latticeEdges.h
+ * @file cellEdges.h
  * Which lattice points on an axis lie in which cell of the evaluation grid, along x and y.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  *
  * Where a cell begins is computed without the roundings of positions. A lattice point farther from
  * there than the slack of the pass lies on the side where it seems to be; for the one point that
  * may be nearer, the operations of the readers decide.
  */
-#ifndef ZARNGI_LATTICEEDGES_H
-#define ZARNGI_LATTICEEDGES_H
+#ifndef ZARNGI_LATTICE_STAGES_CELLEDGES_H
+#define ZARNGI_LATTICE_STAGES_CELLEDGES_H
 
-#include "latticeVoxelTable.h"
+#include "lattice/stages/voxelTable.h"
 
 namespace
 {

@@ -2,8 +2,8 @@
  * @file radiusGaps.h
  * Which radii of the lattice are searched without leaving out a point.
  */
-#ifndef ZARNGI_RADIUSGAPS_H
-#define ZARNGI_RADIUSGAPS_H
+#ifndef ZARNGI_LATTICE_RADIUSGAPS_H
+#define ZARNGI_LATTICE_RADIUSGAPS_H
 
 #include <cstdint>
 

@@ -1,14 +1,14 @@
 /**
- * @file latticeIntervals.h
+ * @file intervals.h
  * Small arithmetic of lattice indices.
  *
  * Internal linkage, and nothing of the standard library that might be compiled out of line: each
  * vector path compiles its own copy, and the linker must not merge them.
  */
-#ifndef ZARNGI_LATTICEINTERVALS_H
-#define ZARNGI_LATTICEINTERVALS_H
+#ifndef ZARNGI_LATTICE_INTERVALS_H
+#define ZARNGI_LATTICE_INTERVALS_H
 
-#include "latticeAxes.h"
+#include "lattice/axes.h"
 
 namespace
 {

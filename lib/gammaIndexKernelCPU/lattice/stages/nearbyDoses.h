@@ -1,14 +1,14 @@
 /**
- * @file latticeNearbyDoses.h
+ * @file nearbyDoses.h
  * The doses near voxels: where they are all too far from the reference dose, nothing is searched.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICENEARBYDOSES_H
-#define ZARNGI_LATTICENEARBYDOSES_H
+#ifndef ZARNGI_LATTICE_STAGES_NEARBYDOSES_H
+#define ZARNGI_LATTICE_STAGES_NEARBYDOSES_H
 
 #include "lanes.h"
-#include "latticeStart.h"
+#include "lattice/stages/voxelStart.h"
 
 namespace
 {

@@ -1,15 +1,15 @@
 /**
- * @file latticeStart.h
+ * @file voxelStart.h
  * A voxel at the start of its search in a pass.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICESTART_H
-#define ZARNGI_LATTICESTART_H
+#ifndef ZARNGI_LATTICE_STAGES_VOXELSTART_H
+#define ZARNGI_LATTICE_STAGES_VOXELSTART_H
 
 #include "gammaTerm.h"
-#include "latticeIntervals.h"
-#include "latticeSearch.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
 
 namespace
 {

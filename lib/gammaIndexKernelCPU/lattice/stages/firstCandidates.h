@@ -1,15 +1,15 @@
 /**
- * @file latticeCandidates.h
+ * @file firstCandidates.h
  * Good first values: the sooner a small gamma^2 is known, the less has to be looked at.
  *
  * One voxel in each lane: the points tried depend on each other, so a single voxel would wait for
  * every division and every dose.
  */
-#ifndef ZARNGI_LATTICECANDIDATES_H
-#define ZARNGI_LATTICECANDIDATES_H
+#ifndef ZARNGI_LATTICE_STAGES_FIRSTCANDIDATES_H
+#define ZARNGI_LATTICE_STAGES_FIRSTCANDIDATES_H
 
-#include "latticePoints.h"
-#include "latticeStart.h"
+#include "lattice/stages/points.h"
+#include "lattice/stages/voxelStart.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "latticeAxes.h"
+#include "lattice/axes.h"
 
 #include <algorithm>
 #include <cmath>

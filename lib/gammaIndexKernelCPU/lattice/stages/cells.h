@@ -1,14 +1,14 @@
 /**
- * @file latticeCells.h
+ * @file cells.h
  * The lattice points between voxel centres, cell by cell of the evaluation grid.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICECELLS_H
-#define ZARNGI_LATTICECELLS_H
+#ifndef ZARNGI_LATTICE_STAGES_CELLS_H
+#define ZARNGI_LATTICE_STAGES_CELLS_H
 
-#include "latticeBoxes.h"
-#include "latticeWindow.h"
+#include "lattice/stages/boxes.h"
+#include "lattice/stages/cellsAlongZ.h"
 
 namespace
 {

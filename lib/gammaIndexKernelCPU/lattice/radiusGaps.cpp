@@ -1,4 +1,4 @@
-#include "radiusGaps.h"
+#include "lattice/radiusGaps.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,13 +1,13 @@
 /**
- * @file latticeAxes.h
+ * @file axes.h
  * What the search knows of each axis before it looks at any voxel.
  *
  * Without rotation the search lattice is a tensor product: whether a point lies in the evaluation
  * box and between which voxel centres it lies is decided axis by axis, by the reference index and
  * the lattice index on that axis alone.
  */
-#ifndef ZARNGI_LATTICEAXES_H
-#define ZARNGI_LATTICEAXES_H
+#ifndef ZARNGI_LATTICE_AXES_H
+#define ZARNGI_LATTICE_AXES_H
 
 #include <cstdint>
 #include <vector>

@@ -1,17 +1,17 @@
 /**
- * @file pointSearch.h
+ * @file pointGroups.h
  * The search of a shell whose points are rotated: they are no tensor product any more.
  *
  * The points are kept in small groups of neighbours. The dose at a group's centre and the steepest
  * change of dose around it bound the doses of the whole group, which leaves most groups out.
  */
-#ifndef ZARNGI_POINTSEARCH_H
-#define ZARNGI_POINTSEARCH_H
+#ifndef ZARNGI_ROTATED_POINTGROUPS_H
+#define ZARNGI_ROTATED_POINTGROUPS_H
 
 #include <cstdint>
 #include <vector>
 
-#include "latticeAxes.h"
+#include "lattice/axes.h"
 #include "searchCriteria.h"
 
 /** A shell's rotated points, group by group, nearest group first. */

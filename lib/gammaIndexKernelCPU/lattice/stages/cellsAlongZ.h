@@ -1,13 +1,13 @@
 /**
- * @file latticeWindow.h
+ * @file cellsAlongZ.h
  * The lattice points along z around one reference index, and the cells they lie in.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICEWINDOW_H
-#define ZARNGI_LATTICEWINDOW_H
+#ifndef ZARNGI_LATTICE_STAGES_CELLSALONGZ_H
+#define ZARNGI_LATTICE_STAGES_CELLSALONGZ_H
 
-#include "latticeStart.h"
+#include "lattice/stages/voxelStart.h"
 
 namespace
 {

@@ -1,14 +1,14 @@
 /**
- * @file latticeReferenceDoses.h
+ * @file referenceDoses.h
  * The reference doses of voxels, one voxel in each lane.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICEREFERENCEDOSES_H
-#define ZARNGI_LATTICEREFERENCEDOSES_H
+#ifndef ZARNGI_LATTICE_STAGES_REFERENCEDOSES_H
+#define ZARNGI_LATTICE_STAGES_REFERENCEDOSES_H
 
-#include "latticePoints.h"
-#include "latticeStart.h"
+#include "lattice/stages/points.h"
+#include "lattice/stages/voxelStart.h"
 
 namespace
 {

@@ -1,14 +1,14 @@
 /**
- * @file latticeBoxes.h
+ * @file boxes.h
  * The box of lattice points in a cell that can matter, by the plane through the doses of the cell.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICEBOXES_H
-#define ZARNGI_LATTICEBOXES_H
+#ifndef ZARNGI_LATTICE_STAGES_BOXES_H
+#define ZARNGI_LATTICE_STAGES_BOXES_H
 
-#include "latticeColumns.h"
-#include "latticeEdges.h"
+#include "lattice/stages/cellEdges.h"
+#include "lattice/stages/columns.h"
 
 namespace
 {

@@ -1,13 +1,13 @@
 /**
- * @file latticeVoxels.h
+ * @file wholeVoxels.h
  * The lattice points whose dose is that of the containing voxel.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICEVOXELS_H
-#define ZARNGI_LATTICEVOXELS_H
+#ifndef ZARNGI_LATTICE_STAGES_WHOLEVOXELS_H
+#define ZARNGI_LATTICE_STAGES_WHOLEVOXELS_H
 
-#include "latticeVoxelSearch.h"
+#include "lattice/stages/voxelSearch.h"
 
 namespace
 {

@@ -1,8 +1,8 @@
 /**
- * @file latticeVoxelSearch.h
+ * @file voxelSearch.h
  * The search around one voxel: what it has found, and what can still matter.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  *
  * Units inside: lengths in lattice steps, dose differences multiplied by `scale` = steps per DTA /
  * dose criterion, so that gamma^2 becomes f = u^2 + i^2 + j^2 + k^2 = gamma^2 * stepsPerDTA^2. This
@@ -10,11 +10,11 @@
  * the best value by more than the error of f, and the rest is evaluated in the specified
  * order of operations (consider).
  */
-#ifndef ZARNGI_LATTICEVOXELSEARCH_H
-#define ZARNGI_LATTICEVOXELSEARCH_H
+#ifndef ZARNGI_LATTICE_STAGES_VOXELSEARCH_H
+#define ZARNGI_LATTICE_STAGES_VOXELSEARCH_H
 
 #include "gammaTerm.h"
-#include "latticeStart.h"
+#include "lattice/stages/voxelStart.h"
 
 namespace
 {

@@ -1,19 +1,19 @@
 /**
- * @file latticeGroup.h
+ * @file group.h
  * The lattice search of a group of voxels, written once and compiled once per vector path.
  *
  * Everything in it and in what it includes has internal linkage, and nothing of the standard
  * library that might be compiled out of line is used: the linker must not merge code of different
  * paths.
  */
-#ifndef ZARNGI_LATTICEGROUP_H
-#define ZARNGI_LATTICEGROUP_H
+#ifndef ZARNGI_LATTICE_STAGES_GROUP_H
+#define ZARNGI_LATTICE_STAGES_GROUP_H
 
-#include "latticeCandidates.h"
-#include "latticeCells.h"
-#include "latticeNearbyDoses.h"
-#include "latticeReferenceDoses.h"
-#include "latticeVoxels.h"
+#include "lattice/stages/cells.h"
+#include "lattice/stages/firstCandidates.h"
+#include "lattice/stages/nearbyDoses.h"
+#include "lattice/stages/referenceDoses.h"
+#include "lattice/stages/wholeVoxels.h"
 
 namespace
 {

@@ -1,14 +1,14 @@
 /**
- * @file latticePointList.h
+ * @file pointList.h
  * Points that may matter: the last of them are evaluated exactly.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICEPOINTLIST_H
-#define ZARNGI_LATTICEPOINTLIST_H
+#ifndef ZARNGI_LATTICE_STAGES_POINTLIST_H
+#define ZARNGI_LATTICE_STAGES_POINTLIST_H
 
-#include "latticePoints.h"
-#include "latticeVoxelTable.h"
+#include "lattice/stages/points.h"
+#include "lattice/stages/voxelTable.h"
 
 namespace
 {

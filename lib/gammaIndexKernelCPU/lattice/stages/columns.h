@@ -1,14 +1,14 @@
 /**
- * @file latticeColumns.h
+ * @file columns.h
  * The lattice points of cells, column by column along z, with a column in each lane.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICECOLUMNS_H
-#define ZARNGI_LATTICECOLUMNS_H
+#ifndef ZARNGI_LATTICE_STAGES_COLUMNS_H
+#define ZARNGI_LATTICE_STAGES_COLUMNS_H
 
-#include "latticeCellList.h"
-#include "latticePointList.h"
+#include "lattice/stages/cellList.h"
+#include "lattice/stages/pointList.h"
 
 namespace
 {

@@ -1,11 +1,11 @@
-#include "pointSearch.h"
+#include "rotated/pointGroups.h"
 
 #include <algorithm>
 #include <cmath>
 #include <tuple>
 
 #include "gammaTerm.h"
-#include "latticeSearch.h"
+#include "lattice/pass.h"
 #include "rotation.h"
 
 namespace

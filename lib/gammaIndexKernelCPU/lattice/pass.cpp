@@ -1,4 +1,4 @@
-#include "latticeSearch.h"
+#include "lattice/pass.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,14 +1,14 @@
 /**
- * @file latticePoints.h
+ * @file points.h
  * Exact values at lattice points between voxel centres, one point of one voxel in each lane.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICEPOINTS_H
-#define ZARNGI_LATTICEPOINTS_H
+#ifndef ZARNGI_LATTICE_STAGES_POINTS_H
+#define ZARNGI_LATTICE_STAGES_POINTS_H
 
 #include "lanes.h"
-#include "latticeSearch.h"
+#include "lattice/pass.h"
 
 namespace
 {

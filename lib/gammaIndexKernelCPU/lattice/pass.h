@@ -1,20 +1,20 @@
 /**
- * @file latticeSearch.h
+ * @file pass.h
  * The search of one shell of the lattice around voxels: what it reads, and its vector paths.
  *
  * The search gives the bits of visiting every lattice point of the shell in the specified order of
  * operations, but visits almost none of them: docs/performance.md explains why that is exact.
  */
-#ifndef ZARNGI_LATTICESEARCH_H
-#define ZARNGI_LATTICESEARCH_H
+#ifndef ZARNGI_LATTICE_PASS_H
+#define ZARNGI_LATTICE_PASS_H
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
-#include "latticeAxes.h"
-#include "radiusGaps.h"
+#include "lattice/axes.h"
+#include "lattice/radiusGaps.h"
 #include "searchCriteria.h"
 #include "shellLattice.h"
 

@@ -1,14 +1,14 @@
 /**
- * @file latticeVoxelTable.h
+ * @file voxelTable.h
  * Voxels that are searched together, one in each lane.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICEVOXELTABLE_H
-#define ZARNGI_LATTICEVOXELTABLE_H
+#ifndef ZARNGI_LATTICE_STAGES_VOXELTABLE_H
+#define ZARNGI_LATTICE_STAGES_VOXELTABLE_H
 
 #include "lanes.h"
-#include "latticeVoxelSearch.h"
+#include "lattice/stages/voxelSearch.h"
 
 namespace
 {

@@ -1,13 +1,13 @@
 /**
- * @file pointSearchPath.h
+ * @file groupSearch.h
  * The search of rotated points around one voxel, written once and compiled once per vector path.
  */
-#ifndef ZARNGI_POINTSEARCHPATH_H
-#define ZARNGI_POINTSEARCHPATH_H
+#ifndef ZARNGI_ROTATED_GROUPSEARCH_H
+#define ZARNGI_ROTATED_GROUPSEARCH_H
 
 #include "gammaTerm.h"
 #include "lanes.h"
-#include "pointSearch.h"
+#include "rotated/pointGroups.h"
 
 namespace
 {

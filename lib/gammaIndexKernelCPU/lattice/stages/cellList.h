@@ -1,14 +1,14 @@
 /**
- * @file latticeCellList.h
+ * @file cellList.h
  * Cells of the evaluation grid of which some lattice points may matter to a voxel.
  *
- * Part of latticeGroup.h.
+ * Part of lattice/stages/group.h.
  */
-#ifndef ZARNGI_LATTICECELLLIST_H
-#define ZARNGI_LATTICECELLLIST_H
+#ifndef ZARNGI_LATTICE_STAGES_CELLLIST_H
+#define ZARNGI_LATTICE_STAGES_CELLLIST_H
 
 #include "lanes.h"
-#include "latticeSearch.h"
+#include "lattice/pass.h"
 
 namespace
 {
