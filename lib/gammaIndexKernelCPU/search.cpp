@@ -1,5 +1,6 @@
 #include "search.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "doseGrid.h"
@@ -70,6 +71,12 @@ void searchPoints(ActiveVoxel& voxel)
 }
 
 } // namespace
+
+std::size_t workerCount()
+{
+    const std::size_t useful = std::max<std::size_t>(activeVoxels.size(), 1);
+    return std::min(static_cast<std::size_t>(pthreads_max_num), useful);
+}
 
 LatticePass* latticePass = nullptr;
 const RotatedPoints* rotatedPoints = nullptr;

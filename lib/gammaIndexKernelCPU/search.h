@@ -11,7 +11,12 @@
 
 #include "engineState.h"
 #include "lattice/pass.h"
+#include "lattice/scratch.h"
+#include "lattice/voxelGroup.h"
 #include "rotated/pointGroups.h"
+
+/** The workers of a pass: pthreads_max_num, but no more than voxels under test, and at least 1. */
+std::size_t workerCount();
 
 /** One pass over the lattice points of a shell, without a list of them. */
 class LatticePass

@@ -5,7 +5,7 @@
 #ifndef ZARNGI_VECTORPATH_H
 #define ZARNGI_VECTORPATH_H
 
-#include "lattice/pass.h"
+#include "lattice/voxelGroup.h"
 #include "rotated/pointGroups.h"
 
 /** The searches of one set of instructions. */

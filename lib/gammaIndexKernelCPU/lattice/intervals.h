@@ -8,6 +8,8 @@
 #ifndef ZARNGI_LATTICE_INTERVALS_H
 #define ZARNGI_LATTICE_INTERVALS_H
 
+#include <cstdint>
+
 #include "lattice/axes.h"
 
 namespace

@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "gammaTerm.h"
-#include "lattice/pass.h"
+#include "lattice/radiusGaps.h"
 #include "rotation.h"
 
 namespace
@@ -17,10 +17,9 @@ struct GroupedPoint {
     vec3dRT rotated;
 };
 
-std::vector<GroupedPoint> groupPoints(const std::vector<vec3dRT>& points)
+std::vector<GroupedPoint> groupPoints(const std::vector<vec3dRT>& points, float step)
 {
     // Boxes of 4 x 2 x 2 lattice points, aligned so that the boxes around the origin are centred.
-    const auto step = Env->stepSize;
     const auto boxOf = [step](float position, float size) {
         return static_cast<int>(std::floor(position / step / size + 0.5F));
     };
@@ -64,11 +63,13 @@ std::vector<Group> findGroups(const std::vector<GroupedPoint>& points)
 
 } // namespace
 
-RotatedPoints::RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAxes& latticeAxes)
-    : axes(&latticeAxes), wholeSquared(wholeSquaredRadius(shellLattice(1)))
+RotatedPoints::RotatedPoints(const SearchCriteria& criteria, const std::vector<vec3dRT>& points,
+                             const LatticeAxes& latticeAxes)
+    : SearchCriteria(criteria), axes(&latticeAxes),
+      wholeSquared(wholeSquaredRadius(shellLattice(1)))
 {
     std::copy(&Rot[0][0], &Rot[0][0] + 9, &rotation[0][0]);
-    const std::vector<GroupedPoint> grouped = groupPoints(points);
+    const std::vector<GroupedPoint> grouped = groupPoints(points, stepSize);
     const std::vector<Group> groups = findGroups(grouped);
     groupCount = static_cast<std::int32_t>(groups.size());
     float farthest = 0;

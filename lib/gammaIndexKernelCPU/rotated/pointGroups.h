@@ -17,7 +17,8 @@
 /** A shell's rotated points, group by group, nearest group first. */
 struct RotatedPoints : SearchCriteria {
     /** Rotates `points` (mm) by Rot. */
-    RotatedPoints(const std::vector<vec3dRT>& points, const LatticeAxes& axes);
+    RotatedPoints(const SearchCriteria& criteria, const std::vector<vec3dRT>& points,
+                  const LatticeAxes& axes);
 
     /** Points per group; groups with fewer are filled up with their first point. */
     static constexpr int groupSize = 16;

@@ -7,8 +7,16 @@
 #ifndef ZARNGI_LATTICE_STAGES_BOXES_H
 #define ZARNGI_LATTICE_STAGES_BOXES_H
 
+#include "gridAxis.h"
+#include "lanes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
 #include "lattice/stages/cellEdges.h"
+#include "lattice/stages/cellList.h"
 #include "lattice/stages/columns.h"
+#include "lattice/stages/points.h"
+#include "lattice/stages/voxelTable.h"
 
 namespace
 {

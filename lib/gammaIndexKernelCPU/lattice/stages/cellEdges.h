@@ -11,6 +11,9 @@
 #ifndef ZARNGI_LATTICE_STAGES_CELLEDGES_H
 #define ZARNGI_LATTICE_STAGES_CELLEDGES_H
 
+#include "lanes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
 #include "lattice/stages/voxelTable.h"
 
 namespace

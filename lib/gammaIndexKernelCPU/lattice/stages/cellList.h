@@ -8,7 +8,7 @@
 #define ZARNGI_LATTICE_STAGES_CELLLIST_H
 
 #include "lanes.h"
-#include "lattice/pass.h"
+#include "lattice/scratch.h"
 
 namespace
 {

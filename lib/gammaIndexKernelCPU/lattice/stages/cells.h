@@ -7,8 +7,19 @@
 #ifndef ZARNGI_LATTICE_STAGES_CELLS_H
 #define ZARNGI_LATTICE_STAGES_CELLS_H
 
+#include <cstddef>
+#include <cstdint>
+
+#include "gridAxis.h"
+#include "lanes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
 #include "lattice/stages/boxes.h"
+#include "lattice/stages/cellEdges.h"
 #include "lattice/stages/cellsAlongZ.h"
+#include "lattice/stages/voxelSearch.h"
+#include "lattice/stages/voxelTable.h"
 
 namespace
 {

@@ -7,6 +7,13 @@
 #ifndef ZARNGI_LATTICE_STAGES_CELLSALONGZ_H
 #define ZARNGI_LATTICE_STAGES_CELLSALONGZ_H
 
+#include <cstdint>
+
+#include "gridAxis.h"
+#include "lattice/axes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
 #include "lattice/stages/voxelStart.h"
 
 namespace

@@ -7,8 +7,17 @@
 #ifndef ZARNGI_LATTICE_STAGES_COLUMNS_H
 #define ZARNGI_LATTICE_STAGES_COLUMNS_H
 
+#include <cstdint>
+
+#include "lanes.h"
+#include "lattice/axes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
 #include "lattice/stages/cellList.h"
 #include "lattice/stages/pointList.h"
+#include "lattice/stages/points.h"
+#include "lattice/stages/voxelSearch.h"
+#include "lattice/stages/voxelTable.h"
 
 namespace
 {

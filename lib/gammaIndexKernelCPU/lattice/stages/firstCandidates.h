@@ -8,6 +8,12 @@
 #ifndef ZARNGI_LATTICE_STAGES_FIRSTCANDIDATES_H
 #define ZARNGI_LATTICE_STAGES_FIRSTCANDIDATES_H
 
+#include <cstdint>
+
+#include "lanes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelStart.h"
 

@@ -9,11 +9,21 @@
 #ifndef ZARNGI_LATTICE_STAGES_GROUP_H
 #define ZARNGI_LATTICE_STAGES_GROUP_H
 
+#include <cstdint>
+
+#include "lattice/farPoint.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
 #include "lattice/stages/cells.h"
 #include "lattice/stages/firstCandidates.h"
 #include "lattice/stages/nearbyDoses.h"
 #include "lattice/stages/referenceDoses.h"
+#include "lattice/stages/voxelSearch.h"
+#include "lattice/stages/voxelStart.h"
+#include "lattice/stages/voxelTable.h"
 #include "lattice/stages/wholeVoxels.h"
+#include "lattice/voxelGroup.h"
 
 namespace
 {

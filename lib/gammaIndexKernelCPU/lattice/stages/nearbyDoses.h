@@ -7,8 +7,15 @@
 #ifndef ZARNGI_LATTICE_STAGES_NEARBYDOSES_H
 #define ZARNGI_LATTICE_STAGES_NEARBYDOSES_H
 
+#include <cstdint>
+
+#include "gridAxis.h"
 #include "lanes.h"
+#include "lattice/axes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
 #include "lattice/stages/voxelStart.h"
+#include "lattice/voxelGroup.h"
 
 namespace
 {

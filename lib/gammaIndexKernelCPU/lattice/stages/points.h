@@ -7,8 +7,13 @@
 #ifndef ZARNGI_LATTICE_STAGES_POINTS_H
 #define ZARNGI_LATTICE_STAGES_POINTS_H
 
+#include <cstdint>
+
+#include "doseGrid.h"
+#include "gridAxis.h"
 #include "lanes.h"
 #include "lattice/pass.h"
+#include "lattice/radiusGaps.h"
 
 namespace
 {

@@ -7,6 +7,9 @@
 #ifndef ZARNGI_LATTICE_STAGES_REFERENCEDOSES_H
 #define ZARNGI_LATTICE_STAGES_REFERENCEDOSES_H
 
+#include "gridAxis.h"
+#include "lanes.h"
+#include "lattice/pass.h"
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelStart.h"
 

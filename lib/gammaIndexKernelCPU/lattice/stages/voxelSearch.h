@@ -13,7 +13,14 @@
 #ifndef ZARNGI_LATTICE_STAGES_VOXELSEARCH_H
 #define ZARNGI_LATTICE_STAGES_VOXELSEARCH_H
 
+#include <cstdint>
+
 #include "gammaTerm.h"
+#include "gridAxis.h"
+#include "lattice/axes.h"
+#include "lattice/intervals.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
 #include "lattice/stages/voxelStart.h"
 
 namespace

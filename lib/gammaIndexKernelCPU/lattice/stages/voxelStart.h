@@ -7,9 +7,16 @@
 #ifndef ZARNGI_LATTICE_STAGES_VOXELSTART_H
 #define ZARNGI_LATTICE_STAGES_VOXELSTART_H
 
+#include <cstddef>
+#include <cstdint>
+
+#include "engineState.h"
 #include "gammaTerm.h"
+#include "gridAxis.h"
+#include "lattice/axes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
+#include "lattice/scratch.h"
 
 namespace
 {

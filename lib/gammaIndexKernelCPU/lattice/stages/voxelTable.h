@@ -8,7 +8,10 @@
 #define ZARNGI_LATTICE_STAGES_VOXELTABLE_H
 
 #include "lanes.h"
+#include "lattice/axes.h"
+#include "lattice/intervals.h"
 #include "lattice/stages/voxelSearch.h"
+#include "lattice/stages/voxelStart.h"
 
 namespace
 {

@@ -7,6 +7,12 @@
 #ifndef ZARNGI_LATTICE_STAGES_WHOLEVOXELS_H
 #define ZARNGI_LATTICE_STAGES_WHOLEVOXELS_H
 
+#include <cstdint>
+
+#include "gridAxis.h"
+#include "lattice/axes.h"
+#include "lattice/intervals.h"
+#include "lattice/scratch.h"
 #include "lattice/stages/voxelSearch.h"
 
 namespace
