@@ -18,7 +18,8 @@
 #include "lattice/stages/boxes.h"
 #include "lattice/stages/cellEdges.h"
 #include "lattice/stages/cellsAlongZ.h"
-#include "lattice/stages/voxelSearch.h"
+#include "lattice/stages/reach.h"
+#include "lattice/stages/voxelStart.h"
 #include "lattice/stages/voxelTable.h"
 
 namespace
@@ -36,7 +37,7 @@ class CellSearch
 {
 public:
     CellSearch(const SearchPass& pass, SearchScratch& scratch)
-        : pass_(pass), scratch_(scratch), boxes_(pass, voxels_)
+        : pass_(pass), scratch_(scratch), voxels_(pass), boxes_(pass, voxels_)
     {
     }
 
@@ -44,7 +45,7 @@ public:
     static void* operator new(std::size_t /*size*/, void* memory) { return memory; }
 
     /** Adds a voxel, and searches those before it if they are enough or in another plane. */
-    void add(VoxelSearch& search);
+    void add(VoxelStart& start);
 
     /** Searches the voxels that were added since the last time. */
     void searchAll();
@@ -145,22 +146,22 @@ private:
     alignas(64) float rows_[maxCells + 1][2][maxCells];
 };
 
-void CellSearch::add(VoxelSearch& search)
+void CellSearch::add(VoxelStart& start)
 {
-    const VoxelStart& start = search.start();
     const bool isFull = voxels_.count == maxCount;
-    if (isFull || (voxels_.count > 0 &&
-                   start.index[2] != voxels_.search[voxels_.count - 1]->start().index[2])) {
+    if (isFull ||
+        (voxels_.count > 0 && start.index[2] != voxels_.start[voxels_.count - 1]->index[2])) {
         searchAll();
     }
+    const Reach reach(pass_, start);
     LatticeInterval range[3];
     for (int a = 0; a < 3; ++a) {
-        range[a] = common(start.sample[a]->centre, search.reachOn(a));
+        range[a] = common(start.sample[a]->centre, reach.on(a));
         if (range[a].empty()) {
             return;
         }
     }
-    voxels_.add(search, range);
+    voxels_.add(start, reach, range);
 }
 
 void CellSearch::searchAll()
@@ -171,13 +172,13 @@ void CellSearch::searchAll()
     voxels_.complete();
     listAll();
     boxes_.finish();
-    voxels_.count = 0;
+    voxels_.clear();
 }
 
 /** Lists the open cells of the voxels. */
 void CellSearch::listAll()
 {
-    const VoxelStart& start = voxels_.search[0]->start();
+    const VoxelStart& start = *voxels_.start[0];
     if (scratch_.window.referenceIndex != start.index[2]) {
         prepareWindow(pass_, start, scratch_.window);
     }

@@ -9,14 +9,15 @@
 
 #include <cstdint>
 
+#include "gridAxis.h"
 #include "lanes.h"
 #include "lattice/axes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/stages/cellList.h"
+#include "lattice/stages/openColumns.h"
 #include "lattice/stages/pointList.h"
 #include "lattice/stages/points.h"
-#include "lattice/stages/voxelSearch.h"
 #include "lattice/stages/voxelTable.h"
 
 namespace
@@ -27,8 +28,9 @@ class ColumnSearch
 {
 public:
     ColumnSearch(const SearchPass& pass, VoxelTable& voxels, const CellList& cells)
-        : pass_(pass), voxels_(voxels), cells_(cells),
-          points_(pass, voxels), voxelsPerMm_{1 / pass.evaluation.h[0], 1 / pass.evaluation.h[1]}
+        : pass_(pass), voxels_(voxels), cells_(cells), points_(pass, voxels),
+          openColumns_(pass, voxels), voxelsPerMm_{1 / pass.evaluation.h[0],
+                                                   1 / pass.evaluation.h[1]}
     {
     }
 
@@ -46,16 +48,6 @@ public:
 
 private:
     using F = Lanes::F;
-
-    /** A column in one cell of which more than the least point may matter. */
-    struct OpenColumn {
-        RowPart row;
-        std::int32_t i;
-        std::int32_t j;
-        int voxel;
-        float error;  ///< of u
-        float second; ///< f of the second least point; -infinity: to be looked at anyway
-    };
 
     /** A vector of listed columns. */
     struct Columns {
@@ -85,15 +77,14 @@ private:
 
     static constexpr int maxVectors = 32;
     static constexpr int maxListed = maxVectors * Lanes::width;
-    static constexpr int maxOpen = 128;
 
     const SearchPass& pass_;
     VoxelTable& voxels_;
     const CellList& cells_;
     PointList points_;
+    OpenColumns openColumns_;
     float voxelsPerMm_[2]; ///< along x and y
     int listedCount_ = 0;
-    int openCount_ = 0;
     int vectorCount_ = 0;
     Columns vectors_[maxVectors];
     // One after another; those of a vector of cells begin with a new vector.
@@ -102,7 +93,6 @@ private:
     alignas(64) float least_[maxListed];                   ///< f of the least point
     alignas(64) float leastAt_[maxListed];                 ///< lattice index of that along z
     alignas(64) float second_[maxListed];                  ///< f of the second least
-    OpenColumn open_[maxOpen + Lanes::width];
 };
 
 void ColumnSearch::probe()
@@ -315,7 +305,7 @@ inline void ColumnSearch::take(int vector)
 /** Lists columns of which more than the least point may matter. */
 void ColumnSearch::listOpen(int vector, unsigned lanes)
 {
-    if (openCount_ > maxOpen - Lanes::width) {
+    if (openColumns_.isNearlyFull()) {
         finish();
     }
     for (; lanes != 0; lanes &= lanes - 1) {
@@ -323,27 +313,17 @@ void ColumnSearch::listOpen(int vector, unsigned lanes)
         const int c = vectors_[vector].cells + cell_[at];
         const LatticeInterval range{static_cast<std::int32_t>(cells_.first[2][c]),
                                     static_cast<std::int32_t>(cells_.last[2][c])};
-        open_[openCount_++] = {{cells_.runsAlongZ + cells_.alongZ[c], range},
-                               static_cast<std::int32_t>(index_[0][at]),
-                               static_cast<std::int32_t>(index_[1][at]),
-                               cells_.voxel[c],
-                               cells_.error[c],
-                               pass_.reader == Reader::bilinear ? -__builtin_inff() : second_[at]};
+        openColumns_.add(
+            {cells_.runsAlongZ + cells_.alongZ[c], range, static_cast<std::int32_t>(index_[0][at]),
+             static_cast<std::int32_t>(index_[1][at]), cells_.voxel[c], cells_.error[c],
+             pass_.reader == Reader::bilinear ? -__builtin_inff() : second_[at]});
     }
 }
 
 void ColumnSearch::finish()
 {
     points_.considerAll();
-    for (int n = 0; n < openCount_; ++n) {
-        const OpenColumn& column = open_[n];
-        if (!(column.second > voxels_.allowedAlong(column.voxel, column.error, column.row.range))) {
-            VoxelSearch& search = *voxels_.search[column.voxel];
-            search.considerRow(column.i, column.j, column.row, column.error);
-            voxels_.noteBest(column.voxel);
-        }
-    }
-    openCount_ = 0;
+    openColumns_.considerAll();
 }
 
 } // namespace

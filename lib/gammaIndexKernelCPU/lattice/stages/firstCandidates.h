@@ -52,7 +52,7 @@ public:
         delta_[count_] = start.delta;
         scale_[count_] = start.scale;
         cap_[count_] = start.cap;
-        bestSoFar_[count_] = start.best;
+        bestSoFar_[count_] = start.best.gammasq;
         ++count_;
     }
 
@@ -87,9 +87,9 @@ public:
             Lanes::store(nearby_[a], bestPoint_[a]);
         }
         for (int lane = 0; lane < voxels; ++lane) {
-            start_[lane]->best = bestSoFar_[lane];
-            start_[lane]->bestDistanceSquared = distanceSquared[lane];
-            start_[lane]->bestPoint = {nearby_[0][lane], nearby_[1][lane], nearby_[2][lane]};
+            start_[lane]->best = {bestSoFar_[lane],
+                                  distanceSquared[lane],
+                                  {nearby_[0][lane], nearby_[1][lane], nearby_[2][lane]}};
             start_[lane]->originConsidered = true;
         }
         count_ = 0;

@@ -19,7 +19,6 @@
 #include "lattice/stages/firstCandidates.h"
 #include "lattice/stages/nearbyDoses.h"
 #include "lattice/stages/referenceDoses.h"
-#include "lattice/stages/voxelSearch.h"
 #include "lattice/stages/voxelStart.h"
 #include "lattice/stages/voxelTable.h"
 #include "lattice/stages/wholeVoxels.h"
@@ -136,31 +135,28 @@ private:
 inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
 {
     VoxelStart starts[maxVoxels];
-    VoxelSearch searches[maxVoxels];
     startVoxels(pass, scratch, group, starts);
     static_assert(sizeof(CellSearch) <= SearchMemory::size);
     CellSearch& cells = *new (scratch.structures) CellSearch(pass, scratch);
     const SearchOrder order(starts, group.count);
     for (int n = 0; n < group.count; ++n) {
-        const int v = order[n];
-        if (starts[v].isSearched) {
-            searches[v].begin(pass, scratch, starts[v]);
-            if (!searches[v].isDone()) {
-                cells.add(searches[v]);
-            }
+        VoxelStart& start = starts[order[n]];
+        if (start.isSearched && !start.isDone(pass)) {
+            cells.add(start);
         }
     }
     cells.searchAll();
     for (int v = 0; v < group.count; ++v) {
-        if (starts[v].isSearched && !searches[v].isDone()) {
-            searches[v].searchVoxelwise();
+        if (starts[v].isSearched && !starts[v].isInterpolatedOnly(pass) &&
+            !starts[v].isDone(pass)) {
+            WholeVoxels(pass, scratch, starts[v]).search();
         }
     }
     // The records last and together: they share cache lines with those of other workers.
     for (int v = 0; v < group.count; ++v) {
         if (starts[v].isSearched) {
-            searches[v].end();
-            scratch.bestPoints[starts[v].index[0]] = starts[v].bestPoint;
+            starts[v].store(pass);
+            scratch.bestPoints[starts[v].index[0]] = starts[v].best.point;
         }
         if (!pass.passRateMode) {
             if (isFinal(pass, starts[v].index, starts[v].gammasq)) {

@@ -118,7 +118,7 @@ bool NearbyDoses::isExcluded(const VoxelStart& start, Range range) const
     // As in a cell: the roundings of interpolation, and of the difference.
     const float rounding = (larger(range.most, -range.least) + larger(dose, -dose)) * 0x1p-20F;
     const float u = (larger(range.least - dose, dose - range.most) - rounding) * start.scale;
-    return u > 0 && u * u > start.cap * pass_.thresholdPerLimit && start.isTame(pass_);
+    return u > 0 && u * u > start.cap * pass_.thresholdPerLimit && start.isTame;
 }
 
 /** Excludes voxels of one row of the reference grid; returns how many. */

@@ -11,7 +11,6 @@
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/stages/points.h"
-#include "lattice/stages/voxelSearch.h"
 #include "lattice/stages/voxelTable.h"
 
 namespace
@@ -145,9 +144,9 @@ void PointList::consider(int count)
     for (better = members(pass_, p, better); better != 0; better &= better - 1) {
         const int lane = __builtin_ctz(better);
         const int voxel = chosenVoxel_[lane];
-        voxels_.search[voxel]->take(gammas[lane], distances[lane],
-                                    {chosen_[0][lane], chosen_[1][lane], chosen_[2][lane]});
-        voxels_.noteBest(voxel);
+        voxels_.take(voxel, {gammas[lane],
+                             distances[lane],
+                             {chosen_[0][lane], chosen_[1][lane], chosen_[2][lane]}});
     }
 }
 

@@ -16,7 +16,7 @@
 #include "lattice/axes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
-#include "lattice/scratch.h"
+#include "lattice/stages/bestPoint.h"
 
 namespace
 {
@@ -81,9 +81,7 @@ struct VoxelStart {
         }
         originConsidered = false;
         gammasq = voxel->gammasq;
-        best = gammasq;
-        bestDistanceSquared = 0;
-        bestPoint = {};
+        best = {gammasq, 0, {}};
         nearestSquared =
             static_cast<float>(row.nearestSquared + VoxelRow::squared(sample[0]->nearest));
         isSearched =
@@ -116,7 +114,10 @@ struct VoxelStart {
         delta = doseCriterion(pass.localDD, referenceDose, pass.dd, pass.ddValue);
         // With a criterion of 0 or not a number no point has a gamma^2 that is finite.
         isSearched = delta < 0 || delta > 0;
-        scale = pass.stepsPerDTA / (delta < 0 ? -delta : delta);
+        const float criterion = delta < 0 ? -delta : delta;
+        scale = pass.stepsPerDTA / criterion;
+        isTame =
+            criterion >= 0x1p-60F * larger(pass.stepsPerDTA, 1.0F) && pass.stepSize >= 0x1p-50F;
     }
 
     /** Whether some lattice point between voxel centres may belong to the shell. */
@@ -125,29 +126,51 @@ struct VoxelStart {
         return !candidates[0].empty() && !candidates[1].empty() && !candidates[2].empty();
     }
 
-    /**
-     * Whether squares of differences that matter are computed without underflow.
-     *
-     * The exact gamma^2 squares doses and distances before it divides. A square below 2^-126 loses
-     * up to 2^-150, or 2^-150 / criterion^2 of gamma^2; with a criterion of 2^-60 n that is below
-     * 2^-29 of the gamma^2 of the nearest points but the origin, 1 / n^2. Squares of the step are
-     * normal from 2^-63 on. Where this does not hold, every point is evaluated.
-     */
-    [[nodiscard]] bool isTame(const SearchPass& pass) const
+    /** Whether every lattice point within the radius of the shell lies between voxel centres. */
+    [[nodiscard]] bool isInterpolatedOnly(const SearchPass& pass) const
     {
-        const float criterion = delta < 0 ? -delta : delta;
-        return criterion >= 0x1p-60F * larger(pass.stepsPerDTA, 1.0F) && pass.stepSize >= 0x1p-50F;
+        bool only = true;
+        for (const LatticeInterval& range : candidates) {
+            only = only && range.first == -pass.outerIndex && range.last == pass.outerIndex;
+        }
+        return only;
+    }
+
+    /** f that a point must not exceed to matter, with the best value of the voxel so far. */
+    [[nodiscard]] float thresholdWith(const SearchPass& pass, float bestValue) const
+    {
+        const float limit = pass.passRateMode ? cap : smaller(bestValue, cap);
+        return isTame ? limit * pass.thresholdPerLimit : __builtin_inff();
+    }
+    /** The same with the best point of the record. */
+    [[nodiscard]] float threshold(const SearchPass& pass) const
+    {
+        return thresholdWith(pass, best.gammasq);
+    }
+
+    /** In pass-rate mode one passing point is enough. */
+    [[nodiscard]] bool isSettled(const SearchPass& pass) const
+    {
+        return pass.passRateMode && best.gammasq <= 1.0F;
+    }
+
+    /** Whether nothing that has not been looked at can matter: at most the origin could. */
+    [[nodiscard]] bool isDone(const SearchPass& pass) const
+    {
+        return isSettled(pass) ||
+               (originConsidered && holdsZero(candidates[0]) && holdsZero(candidates[1]) &&
+                holdsZero(candidates[2]) && threshold(pass) < 1.0F);
     }
 
     /** Stores what the pass has found. The record is written only: a read might wait for it. */
     void store(const SearchPass& pass)
     {
-        if (best < gammasq && (pass.passRateMode || best <= cap)) {
-            gammasq = best;
-            voxel->gammasq = best;
-            voxel->distanceMinGamma = __builtin_sqrtf(bestDistanceSquared);
+        if (best.gammasq < gammasq && (pass.passRateMode || best.gammasq <= cap)) {
+            gammasq = best.gammasq;
+            voxel->gammasq = best.gammasq;
+            voxel->distanceMinGamma = __builtin_sqrtf(best.distanceSquared);
         }
-        if (best <= 1.0F) {
+        if (best.gammasq <= 1.0F) {
             voxel->passed = true;
         }
     }
@@ -160,13 +183,20 @@ struct VoxelStart {
     LatticeInterval candidates[3]; ///< lattice indices between voxel centres within the shell
     float nearestSquared; ///< in steps, distance of the nearest lattice point in the evaluation box
     float referenceDose;
-    float delta;               ///< Gy, dose criterion
-    float scale;               ///< steps per Gy
-    float cap;                 ///< largest gamma^2 that this pass must find exactly
-    float gammasq;             ///< that of the record
-    float best;                ///< least gamma^2 so far
-    float bestDistanceSquared; ///< mm^2, of the point that gave it in this pass
-    LatticePoint bestPoint;    ///< that point; the origin where there is none
+    float delta; ///< Gy, dose criterion
+    float scale; ///< steps per Gy
+    /**
+     * Whether squares of differences that matter are computed without underflow.
+     *
+     * The exact gamma^2 squares doses and distances before it divides. A square below 2^-126 loses
+     * up to 2^-150, or 2^-150 / criterion^2 of gamma^2; with a criterion of 2^-60 n that is below
+     * 2^-29 of the gamma^2 of the nearest points but the origin, 1 / n^2. Squares of the step are
+     * normal from 2^-63 on. Where this does not hold, every point is evaluated.
+     */
+    bool isTame;
+    float cap;      ///< largest gamma^2 that this pass must find exactly
+    float gammasq;  ///< as it will stand in the list of voxels
+    BestPoint best; ///< so far; while a vector of voxels is searched, that is in the VoxelTable
 
 private:
     /**

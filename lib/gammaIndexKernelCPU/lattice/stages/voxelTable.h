@@ -10,39 +10,45 @@
 #include "lanes.h"
 #include "lattice/axes.h"
 #include "lattice/intervals.h"
-#include "lattice/stages/voxelSearch.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
+#include "lattice/stages/bestPoint.h"
+#include "lattice/stages/reach.h"
 #include "lattice/stages/voxelStart.h"
 
 namespace
 {
 
-/** What the stages of the search read of up to a vector of voxels. */
+/** What the stages of the search know of up to a vector of voxels: while it is searched, all. */
 struct VoxelTable {
     static constexpr int maxCount = Lanes::width;
 
     /** Relative error, per |k|, of the least values of a column: see docs/performance.md. */
     static constexpr float neighbourMargin = 0x1p-17F;
 
+    explicit VoxelTable(const SearchPass& searchPass) : pass(searchPass) {}
+
     /** Adds a voxel and the lattice indices around it that can matter. */
-    void add(VoxelSearch& voxelSearch, const LatticeInterval (&range)[3])
+    void add(VoxelStart& voxel, const Reach& reach, const LatticeInterval (&range)[3])
     {
-        const VoxelStart& start = voxelSearch.start();
         const int v = count++;
-        search[v] = &voxelSearch;
+        start[v] = &voxel;
         for (int a = 0; a < 3; ++a) {
-            origin[a][v] = start.sample[a]->position;
+            origin[a][v] = voxel.sample[a]->position;
             low[a][v] = static_cast<float>(range[a].first);
             high[a][v] = static_cast<float>(range[a].last);
         }
-        delta[v] = start.delta;
-        referenceDose[v] = start.referenceDose;
-        scale[v] = start.scale;
-        threshold[v] = voxelSearch.threshold();
-        root[v] = voxelSearch.root();
+        delta[v] = voxel.delta;
+        referenceDose[v] = voxel.referenceDose;
+        scale[v] = voxel.scale;
+        threshold[v] = reach.threshold();
+        root[v] = reach.root();
         for (int a = 0; a < 2; ++a) {
-            cellStart[a][v] = start.sample[a]->firstCentre;
+            cellStart[a][v] = voxel.sample[a]->firstCentre;
         }
-        noteBest(v);
+        best[v] = voxel.best.gammasq;
+        bestDistanceSquared[v] = voxel.best.distanceSquared;
+        bestPoint[v] = voxel.best.point;
     }
 
     /** Adds what follows from the rest, when all voxels are there. */
@@ -54,22 +60,35 @@ struct VoxelTable {
         Lanes::store(perScale, one / Lanes::load(scale));
     }
 
-    /** Takes over what a voxel's search has found. */
-    void noteBest(int v)
+    /** Takes a point into account. */
+    void take(int v, const BestPoint& point)
     {
-        const VoxelSearch& found = *search[v];
-        best[v] = found.best();
-        bestDistanceSquared[v] = found.bestDistanceSquared();
-        if (found.threshold() < threshold[v]) {
-            threshold[v] = found.threshold();
-            root[v] = found.root();
+        if (!point.isBetterThan(bestOf(v))) {
+            return;
         }
+        best[v] = point.gammasq;
+        bestDistanceSquared[v] = point.distanceSquared;
+        bestPoint[v] = point.point;
+        const float lower = start[v]->thresholdWith(pass, point.gammasq);
+        if (lower < threshold[v]) {
+            threshold[v] = lower;
+            root[v] = __builtin_sqrtf(lower);
+        }
+    }
+
+    /** Hands the best points back to the voxels, and forgets these. */
+    void clear()
+    {
+        for (int v = 0; v < count; ++v) {
+            start[v]->best = bestOf(v);
+        }
+        count = 0;
     }
 
     /** Lowers a voxel's threshold to f of a point, which all errors have raised; not its root. */
     void lower(int v, float f)
     {
-        if (f < threshold[v] && search[v]->isTame()) {
+        if (f < threshold[v] && start[v]->isTame) {
             threshold[v] = f;
         }
     }
@@ -99,8 +118,14 @@ struct VoxelTable {
         return threshold[v] * (1 + neighbourMargin * (2 + k)) + error * (2 * root[v] + error);
     }
 
+    [[nodiscard]] BestPoint bestOf(int v) const
+    {
+        return {best[v], bestDistanceSquared[v], bestPoint[v]};
+    }
+
+    const SearchPass& pass;
     int count = 0;
-    VoxelSearch* search[maxCount];
+    VoxelStart* start[maxCount];
     alignas(64) float origin[3][maxCount]; ///< mm, sample point
     alignas(64) float low[3][maxCount];    ///< lattice indices between voxel centres
     alignas(64) float high[3][maxCount];
@@ -113,7 +138,8 @@ struct VoxelTable {
     alignas(64) float threshold[maxCount]; ///< f above it cannot matter, but for the error of u
     alignas(64) float root[maxCount];      ///< of the threshold
     alignas(64) float best[maxCount];      ///< least gamma^2 so far
-    alignas(64) float bestDistanceSquared[maxCount];
+    alignas(64) float bestDistanceSquared[maxCount]; ///< mm^2, of the point that gave it
+    LatticePoint bestPoint[maxCount];                ///< that point
 };
 
 } // namespace
