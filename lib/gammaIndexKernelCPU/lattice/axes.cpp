@@ -62,7 +62,7 @@ LatticeInterval insideBox(const LatticeLine& line)
     return {first, beyond - 1};
 }
 
-LatticeInterval betweenCentres(const LatticeLine& line, const LatticeInterval& inside)
+LatticeInterval centreZone(const LatticeLine& line, const LatticeInterval& inside)
 {
     const float last = static_cast<float>(Env->nn_eval[line.axis]) - 0.5F;
     const std::int32_t first = firstIndex(
@@ -81,7 +81,7 @@ AxisSample tabulate(int axis, int index, Reader reader)
     const LatticeLine line{axis, sample.position};
     sample.inside = insideBox(line);
     sample.centre =
-        reader == Reader::nearest ? LatticeInterval{0, -1} : betweenCentres(line, sample.inside);
+        reader == Reader::nearest ? LatticeInterval{0, -1} : centreZone(line, sample.inside);
     const std::int32_t low = std::abs(sample.inside.first);
     const std::int32_t high = std::abs(sample.inside.last);
     const bool holdsZero = sample.inside.first <= 0 && sample.inside.last >= 0;
@@ -95,11 +95,11 @@ AxisSample tabulate(int axis, int index, Reader reader)
 }
 
 /** Distance from the sample point to the evaluation box, mm; 0 inside it. */
-double distanceToBox(const LatticeAxes& axes, const int (&index)[3])
+double distanceToBox(const LatticeAxes& axes, const VoxelPlace& place)
 {
     double squared = 0;
     for (int a = 0; a < 3; ++a) {
-        const double origin = axes.axis[a][static_cast<std::size_t>(index[a])].position;
+        const double origin = axes.axis[a][static_cast<std::size_t>(place.index[a])].position;
         const double distance = std::max({static_cast<double>(Env->xmin_eval[a]) - origin,
                                           origin - static_cast<double>(Env->xmax_eval[a]), 0.0});
         squared += distance * distance;
@@ -108,11 +108,11 @@ double distanceToBox(const LatticeAxes& axes, const int (&index)[3])
 }
 
 /** Distance from the sample point to the farthest corner of the evaluation box, mm. */
-double farthestCorner(const LatticeAxes& axes, const int (&index)[3])
+double farthestCorner(const LatticeAxes& axes, const VoxelPlace& place)
 {
     double squared = 0;
     for (int a = 0; a < 3; ++a) {
-        const double origin = axes.axis[a][static_cast<std::size_t>(index[a])].position;
+        const double origin = axes.axis[a][static_cast<std::size_t>(place.index[a])].position;
         const double distance =
             std::max(std::fabs(origin - Env->xmin_eval[a]), std::fabs(origin - Env->xmax_eval[a]));
         squared += distance * distance;
@@ -122,11 +122,11 @@ double farthestCorner(const LatticeAxes& axes, const int (&index)[3])
 
 /** Squared distance, in steps, of the farthest lattice point inside the box; -1 if there is none.
  */
-float farthestSquared(const LatticeAxes& axes, const int (&index)[3])
+float farthestSquared(const LatticeAxes& axes, const VoxelPlace& place)
 {
     std::int64_t squared = 0;
     for (int a = 0; a < 3; ++a) {
-        const AxisSample& sample = axes.axis[a][static_cast<std::size_t>(index[a])];
+        const AxisSample& sample = axes.axis[a][static_cast<std::size_t>(place.index[a])];
         if (sample.inside.empty()) {
             return -1.0F;
         }
@@ -177,14 +177,12 @@ float reachedFromEverywhere(const LatticeAxes& axes)
 double nearestOpenVoxel(const LatticeAxes& axes, double reach)
 {
     double nearest = std::numeric_limits<double>::infinity();
-    const int nx = Env->nn_ref[0];
-    const int ny = Env->nn_ref[1];
     for (const ActiveVoxel& voxel : activeVoxels) {
         if (voxel.stopSearching) {
             continue;
         }
-        const int index[3] = {voxel.ivxl % nx, voxel.ivxl / nx % ny, voxel.ivxl / nx / ny};
-        const double distance = distanceToBox(axes, index);
+        const VoxelPlace place = placeOf(Env->nn_ref, voxel.ivxl);
+        const double distance = distanceToBox(axes, place);
         if (!(distance > reach)) {
             return distance;
         }
@@ -202,15 +200,13 @@ void closeVoxelsOutOfReach(const LatticeAxes& axes, float rmax)
     if (!Env->randomRotation && reachedFromEverywhere(axes) > radiusSquared) {
         return;
     }
-    const int nx = Env->nn_ref[0];
-    const int ny = Env->nn_ref[1];
     for (ActiveVoxel& voxel : activeVoxels) {
         if (voxel.stopSearching) {
             continue;
         }
-        const int index[3] = {voxel.ivxl % nx, voxel.ivxl / nx % ny, voxel.ivxl / nx / ny};
-        const bool reachable = Env->randomRotation ? farthestCorner(axes, index) > rotatedRadius
-                                                   : farthestSquared(axes, index) > radiusSquared;
+        const VoxelPlace place = placeOf(Env->nn_ref, voxel.ivxl);
+        const bool reachable = Env->randomRotation ? farthestCorner(axes, place) > rotatedRadius
+                                                   : farthestSquared(axes, place) > radiusSquared;
         voxel.stopSearching = !reachable;
     }
 }

@@ -37,11 +37,9 @@ class RotatedSearch
 public:
     RotatedSearch(const RotatedPoints& points, ActiveVoxel& voxel) : points_(points), voxel_(voxel)
     {
-        const int nx = points.reference.n[0];
-        const int ny = points.reference.n[1];
-        const int index[3] = {voxel.ivxl % nx, voxel.ivxl / nx % ny, voxel.ivxl / nx / ny};
+        const VoxelPlace place = placeOf(points.reference.n, voxel.ivxl);
         for (int a = 0; a < 3; ++a) {
-            sample_[a] = &points.axes->axis[a][static_cast<std::size_t>(index[a])];
+            sample_[a] = &points.axes->axis[a][static_cast<std::size_t>(place.index[a])];
             origin_[a] = sample_[a]->position;
             shift_[a] = origin_[a] - points.evaluation.x0[a];
             perVoxel_[a] = 1.0F / points.evaluation.h[a];
@@ -168,7 +166,7 @@ void RotatedSearch::tryCandidate()
         axis[a] = locate(origin_[a], points_.evaluation.x0[a], points_.evaluation.h[a],
                          points_.evaluation.n[a], Reader::trilinear);
     }
-    const LinearDose linear =
+    const LinearDose<OneLane> linear =
         linearDose(points_.evaluation.map, points_.evaluation.n, axis[0], axis[1], axis[2]);
     sampleDose_ = linear.dose;
     float g[3];
@@ -417,7 +415,7 @@ void RotatedSearch::searchGroup(std::int32_t group)
         const F difference = doses(p) - Lanes::all(referenceDose_);
         const F away = Lanes::max(difference, zero - difference) - Lanes::all(doseError_);
         const F u = Lanes::max(away, zero) * Lanes::all(perGy_);
-        const F r2 = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
+        const F r2 = squaredDistance(p[0], p[1], p[2]);
         const F f = u * u + r2 * Lanes::all(perMm_ * perMm_);
         unsigned open = Lanes::notGreater(f, Lanes::all(threshold()));
         alignas(64) float values[RotatedPoints::groupSize];
@@ -441,7 +439,7 @@ void RotatedSearch::consider(const float (&sphPos)[3])
     }
     const float dose = doseAtPoint(points_.evaluation.map, points_.evaluation.n, axis[0], axis[1],
                                    axis[2], Reader::trilinear);
-    const float r2 = (sphPos[0] * sphPos[0] + sphPos[1] * sphPos[1]) + sphPos[2] * sphPos[2];
+    const float r2 = squaredDistance(sphPos[0], sphPos[1], sphPos[2]);
     const float DDterm = dose - referenceDose_;
     const float Gammasq = gammaSquared(DDterm, delta_, distanceTerm(r2, points_.dta));
     if (Gammasq < best_ || (Gammasq == best_ && r2 < bestDistanceSquared_)) {

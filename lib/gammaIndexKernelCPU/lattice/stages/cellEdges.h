@@ -11,6 +11,7 @@
 #ifndef ZARNGI_LATTICE_STAGES_CELLEDGES_H
 #define ZARNGI_LATTICE_STAGES_CELLEDGES_H
 
+#include "gridAxis.h"
 #include "lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
@@ -60,14 +61,11 @@ inline CellEdge findEdge(const SearchPass& pass, int axis, const VoxelTable& vox
     if (Lanes::notGreater(absolute(edge - nearest), Lanes::all(pass.cellSlack[axis])) == 0) {
         return {edge, 0, 0};
     }
-    // As setNeighbours.
     const F position = Lanes::load(voxels.origin[axis]) + nearest * Lanes::all(pass.stepSize);
-    const F centred =
-        (position - Lanes::all(pass.evaluation.x0[axis])) / Lanes::all(pass.evaluation.h[axis]) -
-        Lanes::all(0.5F);
-    const auto lastCell = static_cast<float>(larger(pass.evaluation.n[axis] - 2, 0));
-    const F cellOfPoint = Lanes::min(Lanes::whole(centred), Lanes::all(lastCell));
-    const unsigned behind = Lanes::notGreater(cell, cellOfPoint);
+    const F fractional =
+        (position - Lanes::all(pass.evaluation.x0[axis])) / Lanes::all(pass.evaluation.h[axis]);
+    const unsigned behind =
+        Lanes::notGreater(cell, betweenCentres<Lanes>(fractional, pass.evaluation.n[axis]).lower);
     return {edge, ~behind, behind};
 }
 

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 
+#include "gridAxis.h"
 #include "lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
@@ -110,7 +111,7 @@ private:
         return Lanes::min(Lanes::max(x, Lanes::load(first_[axis])), Lanes::load(last_[axis]));
     }
 
-    [[nodiscard]] LinearDoses dosesAt(const F (&p)[3]) const
+    [[nodiscard]] LinearDose<Lanes> dosesAt(const F (&p)[3]) const
     {
         const F origin[3] = {Lanes::load(origin_[0]), Lanes::load(origin_[1]),
                              Lanes::load(origin_[2])};
@@ -133,7 +134,7 @@ private:
     void consider(F dose, const F (&p)[3], unsigned lanes);
     void tryFrom(const F (&start)[3], int steps);
     void tryPlanesBeside();
-    unsigned move(F (&p)[3], const LinearDoses& linear, int step, unsigned lanes);
+    unsigned move(F (&p)[3], const LinearDose<Lanes>& linear, int step, unsigned lanes);
     void leastNear(F (&p)[3], const LinearField& field, bool nearRim) const;
 
     const SearchPass& pass_;
@@ -177,7 +178,7 @@ void FirstCandidates::tryFrom(const F (&start)[3], int steps)
     F p[3] = {within(0, start[0]), within(1, start[1]), within(2, start[2])};
     unsigned moving = Lanes::everyLane;
     for (int step = 0; step < steps && moving != 0; ++step) {
-        const LinearDoses linear = dosesAt(p);
+        const LinearDose<Lanes> linear = dosesAt(p);
         consider(linear.dose, p, moving);
         if (step + 1 < steps) {
             moving = move(p, linear, step, moving);
@@ -211,7 +212,7 @@ void FirstCandidates::tryPlanesBeside()
  * From the third step on the rises are averaged with those before: where the gradient changes from
  * cell to cell, the points would go to and fro.
  */
-unsigned FirstCandidates::move(F (&p)[3], const LinearDoses& linear, int step, unsigned lanes)
+unsigned FirstCandidates::move(F (&p)[3], const LinearDose<Lanes>& linear, int step, unsigned lanes)
 {
     const F zero = Lanes::all(0);
     const F one = Lanes::all(1);

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "doseGrid.h"
+#include "gammaTerm.h"
 #include "gridAxis.h"
 #include "lanes.h"
 #include "lattice/pass.h"
@@ -29,35 +30,26 @@ inline void gatherRow(const int* n, const float* map, Lanes::I at, Lanes::F& low
     }
 }
 
-/** Doses between voxel centres and how they change along the axes (LinearDose, by lanes). */
-struct LinearDoses {
-    Lanes::F dose;
-    Lanes::F perVoxel[3];
-};
-
 /**
  * The doses at positions (mm) between voxel centres, in the order of operations of the readers;
  * not that of the containing voxel.
  */
-inline LinearDoses linearDoses(const DoseGrid& grid, Reader reader, const Lanes::F (&position)[3])
+inline LinearDose<Lanes> linearDoses(const DoseGrid& grid, Reader reader,
+                                     const Lanes::F (&position)[3])
 {
     using F = Lanes::F;
-    const F one = Lanes::all(1);
-    const F half = Lanes::all(0.5F);
     const int* const n = grid.n;
     F lower[3];
     F fraction[3];
     for (int a = 0; a < 3; ++a) {
-        // As setNeighbours.
-        const F centred = (position[a] - Lanes::all(grid.x0[a])) / Lanes::all(grid.h[a]) - half;
-        const F below = Lanes::min(Lanes::whole(centred), Lanes::all(static_cast<float>(n[a] - 2)));
-        lower[a] = n[a] == 1 ? Lanes::all(0) : below;
-        fraction[a] = n[a] == 1 ? Lanes::all(0) : centred - below;
+        const BetweenCentres<Lanes> between = betweenCentres<Lanes>(
+            (position[a] - Lanes::all(grid.x0[a])) / Lanes::all(grid.h[a]), n[a]);
+        lower[a] = between.lower;
+        fraction[a] = between.fraction;
     }
-    const bool planar = reader == Reader::bilinear;
-    if (planar) {
-        // As nearestPlane.
-        lower[2] = n[2] == 1 ? lower[2] : lower[2] + Lanes::whole(fraction[2] + half);
+    const bool isPlanar = reader == Reader::bilinear;
+    if (isPlanar && n[2] > 1) {
+        lower[2] = lower[2] + Lanes::whole(fraction[2] + Lanes::all(0.5F)); // as nearestPlane
     }
     const int back = n[1] > 1 ? n[0] : 0;
     const Lanes::I at =
@@ -65,33 +57,26 @@ inline LinearDoses linearDoses(const DoseGrid& grid, Reader reader, const Lanes:
                    Lanes::times(Lanes::sum(Lanes::truncated(lower[1]),
                                            Lanes::times(Lanes::truncated(lower[2]), n[1])),
                                 n[0]));
-    const auto mixed = [&](F low, F high, int a) {
-        return low * (one - fraction[a]) + high * fraction[a];
-    };
     const auto inPlane = [&](const float* from) {
-        F a;
-        F b;
-        F c;
-        F d;
-        gatherRow(n, from, at, a, b);
-        gatherRow(n, from + back, at, c, d);
-        const F ab = mixed(a, b, 0);
-        const F cd = mixed(c, d, 0);
-        return LinearDoses{mixed(ab, cd, 1), {mixed(b - a, d - c, 1), cd - ab, Lanes::all(0)}};
+        F lowerLow;
+        F lowerHigh;
+        F upperLow;
+        F upperHigh;
+        gatherRow(n, from, at, lowerLow, lowerHigh);
+        gatherRow(n, from + back, at, upperLow, upperHigh);
+        return linearInPlane<Lanes>(lowerLow, lowerHigh, upperLow, upperHigh, fraction[0],
+                                    fraction[1]);
     };
-    const LinearDoses below = inPlane(grid.map);
-    if (planar) {
+    const LinearDose<Lanes> below = inPlane(grid.map);
+    if (isPlanar) {
         return below;
     }
-    const LinearDoses above = inPlane(grid.map + (n[2] > 1 ? n[0] * n[1] : 0));
-    return {mixed(below.dose, above.dose, 2),
-            {mixed(below.perVoxel[0], above.perVoxel[0], 2),
-             mixed(below.perVoxel[1], above.perVoxel[1], 2), above.dose - below.dose}};
+    return linearBetween(below, inPlane(grid.map + (n[2] > 1 ? n[0] * n[1] : 0)), fraction[2]);
 }
 
 /** The doses at lattice points around sample points (mm) that lie between voxel centres. */
-inline LinearDoses linearDoses(const SearchPass& pass, const Lanes::F (&origin)[3],
-                               const Lanes::F (&p)[3])
+inline LinearDose<Lanes> linearDoses(const SearchPass& pass, const Lanes::F (&origin)[3],
+                                     const Lanes::F (&p)[3])
 {
     Lanes::F position[3];
     for (int a = 0; a < 3; ++a) {
@@ -147,7 +132,7 @@ inline unsigned withinLoopBounds(const SearchPass& pass, const Lanes::F (&p)[3],
 inline unsigned certainMembers(const SearchPass& pass, const Lanes::F (&p)[3])
 {
     using F = Lanes::F;
-    const F squared = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
+    const F squared = squaredDistance(p[0], p[1], p[2]);
     unsigned within = Lanes::notGreater(squared, Lanes::all(static_cast<float>(pass.wholeSquared)));
     for (const RadiusGap& gap : pass.gaps) {
         within &= Lanes::notGreater(squared, Lanes::all(gap.after)) |
@@ -167,7 +152,7 @@ inline unsigned possibleMembers(const SearchPass& pass, const Lanes::F (&p)[3])
     if (!pass.isRagged) {
         return Lanes::everyLane;
     }
-    const Lanes::F squared = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
+    const Lanes::F squared = squaredDistance(p[0], p[1], p[2]);
     return Lanes::notGreater(squared, Lanes::all(pass.shell.innerRadiusSquared())) |
            withinLoopBounds(pass, p, 1);
 }
@@ -202,18 +187,14 @@ inline unsigned members(const SearchPass& pass, const Lanes::F (&p)[3], unsigned
 inline Lanes::F squaredDistances(const SearchPass& pass, const Lanes::F (&p)[3])
 {
     const Lanes::F step = Lanes::all(pass.stepSize);
-    const Lanes::F x = p[0] * step;
-    const Lanes::F y = p[1] * step;
-    const Lanes::F z = p[2] * step;
-    return (x * x + y * y) + z * z;
+    return squaredDistance(p[0] * step, p[1] * step, p[2] * step);
 }
 
-/** gamma^2 of dose differences (Gy) at squared distances r2, as gammaSquared. */
+/** gamma^2 of dose differences (Gy) at squared distances r2. */
 inline Lanes::F gammasSquared(const SearchPass& pass, Lanes::F DDterm, Lanes::F criterion,
                               Lanes::F r2)
 {
-    const Lanes::F dta = Lanes::all(pass.dta);
-    return ((DDterm * DDterm) / criterion) / criterion + (r2 / dta) / dta;
+    return gammaSquared(DDterm, criterion, distanceTerm(r2, Lanes::all(pass.dta)));
 }
 
 /** The lanes whose point is better than the best one so far: less gamma^2, or as much but nearer.

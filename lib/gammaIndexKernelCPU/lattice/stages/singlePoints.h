@@ -69,10 +69,9 @@ public:
     {
         const LatticePoint point{
             {static_cast<float>(i), static_cast<float>(j), static_cast<float>(k)}};
-        const float x = point.index[0] * pass_.stepSize;
-        const float y = point.index[1] * pass_.stepSize;
-        const float z = point.index[2] * pass_.stepSize;
-        const float r2 = (x * x + y * y) + z * z;
+        const float r2 =
+            squaredDistance(point.index[0] * pass_.stepSize, point.index[1] * pass_.stepSize,
+                            point.index[2] * pass_.stepSize);
         const float DDterm = dose - start_.referenceDose;
         // Most points are told to be no better without the four divisions. The error of this
         // estimate is some ten roundings.
