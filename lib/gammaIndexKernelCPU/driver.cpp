@@ -10,6 +10,7 @@
 #include "shares.h"
 #include "shells.h"
 #include "statistics.h"
+#include "watch.h"
 
 namespace
 {
@@ -35,6 +36,7 @@ void storeResults(float passRate)
 
 int evaluateGammaIndex()
 {
+    watch::begin();
     takeOverCriteria();
     report::criteria();
     seedRandomGenerator();

@@ -7,6 +7,7 @@
 #include "gammaTerm.h"
 #include "rotation.h"
 #include "vectorPath.h"
+#include "watch.h"
 
 namespace
 {
@@ -26,7 +27,12 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
 {
     const float IntRefDose = doseAt(referenceGrid(), refPos);
     const float delta = doseCriterion(localDD, IntRefDose, DD, DDvalue);
+    constexpr std::size_t stride = 4096; // points between two looks whether to go on
+    std::size_t visited = 0;
     for (vec3dRT sphPos : *evalPoints) {
+        if (++visited % stride == 0 && watch::isStopped()) {
+            return;
+        }
         if (Env->randomRotation) {
             applyRotation(Rot, sphPos);
         }

@@ -3,6 +3,8 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <ctime>
 #include <vector>
 
 namespace
@@ -25,9 +27,33 @@ void* start(void* argument)
     return nullptr;
 }
 
+timespec after(long nanoseconds)
+{
+    constexpr long second = 1000000000;
+    timespec time{};
+    clock_gettime(CLOCK_REALTIME, &time);
+    time.tv_nsec += nanoseconds;
+    time.tv_sec += time.tv_nsec / second;
+    time.tv_nsec %= second;
+    return time;
+}
+
+void join(pthread_t thread, const std::function<void()>& whileWaiting)
+{
+    constexpr long patience = 10000000; // nanoseconds
+    if (whileWaiting) {
+        for (timespec until = after(patience);
+             pthread_timedjoin_np(thread, nullptr, &until) == ETIMEDOUT; until = after(patience)) {
+            whileWaiting();
+        }
+    } else {
+        pthread_join(thread, nullptr);
+    }
+}
+
 } // namespace
 
-void runOnThreads(std::size_t count, const Work& work)
+void runOnThreads(std::size_t count, const Work& work, const std::function<void()>& whileWaiting)
 {
     std::vector<Worker> workers(count);
     pthread_attr_t joinable;
@@ -41,7 +67,7 @@ void runOnThreads(std::size_t count, const Work& work)
     }
     for (Worker& worker : workers) {
         if (worker.created) {
-            pthread_join(worker.thread, nullptr);
+            join(worker.thread, whileWaiting);
         } else {
             start(&worker);
         }

@@ -12,8 +12,11 @@
  * Calls work(n) for the numbers n from 0 to count - 1, each on a thread of its own, and returns
  * when all have ended. Where a thread cannot be created, the calling one does its work.
  * @param work must not throw.
+ * @param whileWaiting called on the calling thread every 10 ms until all have ended; empty: it
+ *        just waits. Must not throw.
  */
-void runOnThreads(std::size_t count, const std::function<void(std::size_t)>& work);
+void runOnThreads(std::size_t count, const std::function<void(std::size_t)>& work,
+                  const std::function<void()>& whileWaiting = {});
 
 constexpr std::size_t shareUnit = 4096; ///< shares of a map begin at multiples of it
 

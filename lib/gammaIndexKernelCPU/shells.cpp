@@ -22,6 +22,7 @@
 #include "search.h"
 #include "searchCriteria.h"
 #include "shellLattice.h"
+#include "watch.h"
 #include "workers.h"
 
 namespace
@@ -219,6 +220,7 @@ void searchShells()
     ShellSearch shells(criteria, axes, ishellmax);
     IdleShells idle(criteria, axes, ishellmax);
     for (int ishell = 1; ishell <= ishellmax; ++ishell) {
+        watch::enterShell(ishell, ishellmax);
         report::shell(ishell);
         if (idle.holds(ishell)) {
             reportIdlePass();
@@ -226,6 +228,9 @@ void searchShells()
             continue;
         }
         shells.search(ishell);
+        if (watch::isStopped()) {
+            throw watch::Stopped();
+        }
         if (ishell < ishellmax) {
             closeVoxelsOutOfReach(axes, criteria.outerRadius(ishell));
         }

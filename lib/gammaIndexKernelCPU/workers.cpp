@@ -9,6 +9,7 @@
 #include "report.h"
 #include "search.h"
 #include "shares.h"
+#include "watch.h"
 
 namespace
 {
@@ -28,6 +29,16 @@ std::size_t shareLength(std::size_t tid, std::size_t nthreads)
 inline void prefetchForWriting(const ActiveVoxel* voxel)
 {
     asm volatile("prefetchw %0" : : "m"(*voxel));
+}
+
+/** Between two groups: shows the host how far worker 0 is. */
+bool isStopped(std::size_t tid, std::size_t i)
+{
+    if (tid == 0) {
+        watch::walked.store(i, std::memory_order_relaxed);
+    }
+    watch::tell(); // for shares that are searched on the host's own thread
+    return watch::isStopped();
 }
 
 void searchShare(std::size_t tid, std::size_t nthreads)
@@ -55,6 +66,9 @@ void searchShare(std::size_t tid, std::size_t nthreads)
         if (group.count == maxVoxels) {
             searchVoxels(tid, group);
             group.count = 0;
+            if (isStopped(tid, i)) {
+                return;
+            }
             if (restIsLeft()) {
                 if (tid == 0) {
                     bar.advanceTo(last);
@@ -70,10 +84,13 @@ void searchShare(std::size_t tid, std::size_t nthreads)
 
 void evaluation()
 {
-    runOnThreads(workerCount(), [](std::size_t number) {
-        threadInfo info{static_cast<int>(number), pthreads_max_num};
-        kernelOnCPU(&info);
-    });
+    runOnThreads(
+        workerCount(),
+        [](std::size_t number) {
+            threadInfo info{static_cast<int>(number), pthreads_max_num};
+            kernelOnCPU(&info);
+        },
+        watch::isWanted() ? watch::tell : std::function<void()>());
 }
 
 void* kernelOnCPU(void* info)
