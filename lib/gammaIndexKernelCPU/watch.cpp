@@ -67,7 +67,7 @@ void enterShell(int shell, int shellLimit)
 
 void tell()
 {
-    if (!isWanted() || pthread_equal(pthread_self(), hostThread) == 0) {
+    if (!isWanted() || isStopped() || pthread_equal(pthread_self(), hostThread) == 0) {
         return;
     }
     const Clock::time_point now = Clock::now();

@@ -170,9 +170,6 @@ TEST(PassedMap, TellsPassedFailedAndNotTested)
 TEST(PassedMap, KnowsWhoFailedByLessThanARounding)
 {
     zarnGI_init();
-    int nn[] = {1, 1, 1};
-    float hs[] = {1, 1, 1};
-    float x0[] = {0, 0, 0};
     setCriteria(1, 100, 0.1F); // the criterion is the normalisation dose, far above the voxel's
     zarnGI_setStepSize(1);
     zarnGI_setGammaSearchMax(1);
