@@ -8,7 +8,9 @@
 #include <new>
 
 #include "gammaIndexKernelCPU/driver.h"
+#include "gammaIndexKernelCPU/passedMap.h"
 #include "gammaIndexKernelCPU/setup.h"
+#include "gammaIndexKernelCPU/watch.h"
 
 calculationEnvironment* Env = nullptr;
 libraryStatus libStatus = {0, 0, 0, 0};
@@ -17,9 +19,14 @@ const char* const VERSION_STRING = "4.1";
 namespace
 {
 
+/** Whether the engine's voxels are those of the reference grid and of the last computation. */
+bool voxelsAreCurrent = false;
+
 void resetStatus()
 {
     libStatus = {0, 0, 0, 0};
+    voxelsAreCurrent = false;
+    watch::setCallback(nullptr, nullptr);
 }
 
 void releaseArray(float*& array)
@@ -108,7 +115,7 @@ bool isBusy()
 }
 
 /** Whether results can be handed out through `target`. Returns a status code. */
-int checkResults(const float* target)
+int checkResults(const void* target)
 {
     if (libStatus.isReadyToGo == 0) {
         return ZARNGI_NOT_READY;
@@ -300,7 +307,9 @@ int zarnGI_startComputation()
         return ready;
     }
     try {
+        voxelsAreCurrent = false;
         const int result = evaluateGammaIndex();
+        voxelsAreCurrent = true;
         libStatus.hasFinished = 1;
         return result;
     } catch (...) {
@@ -338,7 +347,9 @@ int zarnGI_setRef(int* nn, float* hs, float* x0, float* map)
     return withEnvironment([&] {
         const GridFields grid{Env->nn_ref,   Env->hs_ref, Env->xmin_ref,
                               Env->xmax_ref, &Env->N_ref, &Env->map_ref};
-        return setGrid(grid, &Env->gamma, nn, hs, x0, map);
+        const int status = setGrid(grid, &Env->gamma, nn, hs, x0, map);
+        voxelsAreCurrent = voxelsAreCurrent && status != ZARNGI_OK;
+        return status;
     });
 }
 
@@ -480,4 +491,27 @@ int zarnGI_setRandomRotation(bool TF)
 int zarnGI_getRandomRotation(bool* TF)
 {
     return getField(TF, &calculationEnvironment::randomRotation);
+}
+
+int zarnGI_getPassed3DMap(unsigned char* passed)
+{
+    return withEnvironment([&] {
+        const int status = checkResults(passed);
+        if (status != ZARNGI_OK) {
+            return status;
+        }
+        std::fill(passed, passed + Env->N_ref, static_cast<unsigned char>(ZARNGI_NOT_TESTED));
+        if (voxelsAreCurrent) {
+            writePassed(passed);
+        }
+        return status;
+    });
+}
+
+int zarnGI_setProgress(zarnGI_progressCallback callback, void* context)
+{
+    return withEnvironment([&] {
+        watch::setCallback(callback, context);
+        return ZARNGI_OK;
+    });
 }

@@ -360,6 +360,48 @@ ZARNGI_API int zarnGI_getRandomRotation(bool* TF);
 
 /** @} */
 
+/** @name Beyond version 4.1 */
+/** @{ */
+
+/** Values of zarnGI_getPassed3DMap(). */
+enum { ZARNGI_FAILED = 0, ZARNGI_PASSED = 1, ZARNGI_NOT_TESTED = 255 };
+
+/**
+ * Copies which voxels passed. A gamma that single precision rounds to 1 does not tell: the voxel
+ * may have failed by less than a rounding.
+ * @param[out] passed one byte per reference voxel, x fastest: ZARNGI_PASSED, ZARNGI_FAILED or
+ *             ZARNGI_NOT_TESTED. After a change of the reference grid all are ZARNGI_NOT_TESTED.
+ * @return ZARNGI_OK; ZARNGI_NOT_READY; ZARNGI_BUSY; ZARNGI_NO_RESULTS; ZARNGI_NULL_POINTER.
+ */
+ZARNGI_API int zarnGI_getPassed3DMap(unsigned char* passed);
+
+/** How far a search is. */
+typedef struct zarnGI_progress {
+    int shell;      /**< the shell that is searched, 1 is the innermost */
+    int shellLimit; /**< the last shell there can be; most searches end earlier */
+    double share;   /**< of this shell that has been searched, 0 to 1 */
+} zarnGI_progress;
+
+/**
+ * Called while a computation runs, on the thread that started it: at least every 20 ms of the
+ * search, and not more often than every 10 ms. It calls no function of this library.
+ * @param progress how far the search is; valid during the call.
+ * @param context as it was given to zarnGI_setProgress().
+ * @return 0 to go on; any other number ends the computation within 50 ms of the search:
+ *         zarnGI_startComputation() then returns ZARNGI_NOT_READY, and there are no results.
+ */
+typedef int (*zarnGI_progressCallback)(const zarnGI_progress* progress, void* context);
+
+/**
+ * Sets what is called while computations run. No result depends on it. zarnGI_reset() clears it.
+ * @param callback the function; null: none.
+ * @param context handed to it.
+ * @return ZARNGI_OK; ZARNGI_NULL_POINTER when the environment cannot be had.
+ */
+ZARNGI_API int zarnGI_setProgress(zarnGI_progressCallback callback, void* context);
+
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

@@ -14,13 +14,6 @@
 ZARNGI_API int getNumPassed();
 
 /**
- * The pass rate when so many voxels passed.
- * @param passed tested voxels that passed.
- * @return 100 * passed / tested voxels, %, formed in double precision.
- */
-float passRateOf(int passed);
-
-/**
  * The pass rate.
  * @return 100 * passed / tested voxels, %, formed in double precision.
  */

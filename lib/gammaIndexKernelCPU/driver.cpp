@@ -2,231 +2,26 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
-#include <limits>
-#include <optional>
-#include <stdexcept>
 
 #include "bookkeeping.h"
 #include "engineState.h"
-#include "generatePointsInShell.h"
 #include "report.h"
-#include "rotation.h"
-#include "search.h"
 #include "setup.h"
-#include "shellLattice.h"
+#include "shares.h"
+#include "shells.h"
 #include "statistics.h"
-#include "workers.h"
+#include "watch.h"
 
 namespace
 {
 
-/** The largest number of shells, for an unset search maximum or one beyond the range of int. */
-constexpr int unlimitedShells = 100000000;
-
-int maxShells()
-{
-    constexpr double beyondInt = 2147483648.0;
-    const double limit = static_cast<double>(Env->gammaSearchMax) + 0.5;
-    const bool bounded = limit >= 0.5 && limit < beyondInt;
-    return bounded ? static_cast<int>(limit) : unlimitedShells;
-}
-
-/** The largest lattice index and number of voxels along an axis that the search counts up to. */
-constexpr std::int64_t largestIndex = 1 << 24; // whole numbers up to it are exact in float
-
-/** Whether a length is finite and large enough for its square to be more than a rounding error. */
-bool isUsableLength(float length)
-{
-    return std::isfinite(length) && length > 0 &&
-           length * length >= std::numeric_limits<float>::min();
-}
-
-/**
- * Throws unless the search lattice is one the search can walk in bounded time and with indices in
- * range: finite DTA and step size whose squares do not underflow, no more than maxStepsPerDTA steps
- * per DTA, and no more voxels along an axis than the search counts up to.
- */
-void requireSearchableLattice()
-{
-    constexpr float maxStepsPerDTA = 10000;
-    const bool searchable = isUsableLength(DTA) && isUsableLength(Env->stepSize) &&
-                            DTA / Env->stepSize <= maxStepsPerDTA;
-    const bool countable = std::all_of(std::begin(Env->nn_eval), std::end(Env->nn_eval),
-                                       [](int n) { return n <= largestIndex; });
-    if (!searchable || !countable) {
-        throw std::domain_error("search lattice out of range");
-    }
-}
-
-/** Throws when a shell has lattice indices that single precision cannot tell apart. */
-void requireExactIndices(int ishell)
-{
-    const ShellLattice shell = shellLattice(ishell);
-    if (shell.maxIndex() > largestIndex) {
-        throw std::domain_error("lattice index out of range");
-    }
-}
-
-/** Throws when the list of the points of a shell would be larger than the search can bear. */
-void requireListable(int ishell)
-{
-    constexpr double maxPoints = 1 << 28;
-    const double outer = static_cast<double>(ishell) * static_cast<double>(DTA / Env->stepSize);
-    const double inner = outer * (ishell - 1) / ishell;
-    constexpr double ballVolume = 4.19; // of radius 1
-    if (ballVolume * (outer * outer * outer - inner * inner * inner) > maxPoints) {
-        throw std::length_error("too many points in a shell");
-    }
-}
-
-/** Withdraws what the workers of a pass read, also when the pass ends by an exception. */
-struct PassGuard {
-    PassGuard() = default;
-    PassGuard(const PassGuard&) = delete;
-    PassGuard& operator=(const PassGuard&) = delete;
-    ~PassGuard()
-    {
-        evalPoints = nullptr;
-        rotatedPoints = nullptr;
-        latticePass = nullptr;
-    }
-};
-
-/** Searches the shell by a list of its points, which can be rotated. */
-void searchListedShell(const LatticeAxes& axes, int ishell)
-{
-    requireListable(ishell);
-    std::vector<vec3dRT> myPts;
-    generatePointsInShell(myPts, outerRadius(ishell - 1), outerRadius(ishell), Env->stepSize);
-    std::optional<RotatedPoints> points;
-    if (Env->randomRotation && selectedReader() == Reader::trilinear) {
-        points.emplace(myPts, axes);
-        rotatedPoints = &*points;
-    }
-    evalPoints = &myPts;
-    const PassGuard guard;
-    evaluation();
-}
-
-/** Searches the shells, one after another, by whichever of the two ways the computation allows. */
-class ShellSearch
-{
-public:
-    ShellSearch(const LatticeAxes& axes, int lastShell) : axes_(axes), lastShell_(lastShell)
-    {
-        // A trace shows every dose that is read, so it needs every point visited.
-        const bool traced = selectedReader() == Reader::bilinear && bilinDebug.load();
-        listed_ = Env->randomRotation || traced;
-    }
-
-    void search(int ishell)
-    {
-        if (listed_) {
-            searchListedShell(axes_, ishell);
-        } else {
-            searchLatticeShell(ishell);
-        }
-    }
-
-    /** Goes past a shell without searching it. */
-    void skip(int ishell) { gaps_.add(shellLattice(ishell)); }
-
-private:
-    /** Searches the shell by what is known of the lattice, without a list of its points. */
-    void searchLatticeShell(int ishell)
-    {
-        requireExactIndices(ishell);
-        const SearchPass shell(axes_, ishell, ishell == lastShell_, gaps_, searched_);
-        memories_.resize(workerCount());
-        LatticePass pass(shell, memories_);
-        latticePass = &pass;
-        evalPoints = nullptr; // a list that the host left there would be searched instead
-        const PassGuard guard;
-        evaluation();
-        gaps_.add(shell.shell);
-        searched_.push_back(ishell);
-    }
-
-    const LatticeAxes& axes_;
-    int lastShell_;
-    bool listed_;
-    RadiusGaps gaps_;                    ///< of the shells so far
-    std::vector<int> searched_;          ///< the numbers of those that had a pass
-    std::vector<SearchMemory> memories_; ///< of the workers
-};
-
-/** Tells shells in which no voxel has anything to search. */
-class IdleShells
-{
-public:
-    IdleShells(const LatticeAxes& axes, int lastShell) : axes_(axes), lastShell_(lastShell) {}
-
-    /**
-     * Whether the shell comes nowhere near the evaluation box of an open voxel, or holds no lattice
-     * point. Not the first: after it the voxels are closed that no shell reaches. The last only in
-     * the former case: it settles voxels that earlier passes left to a later one.
-     */
-    [[nodiscard]] bool holds(int ishell)
-    {
-        if (ishell == 1) {
-            return false;
-        }
-        // The rounding of positions and of rotated points.
-        const double reach = static_cast<double>(outerRadius(ishell)) * (1 + 1e-5);
-        if (!(nearest_ > reach)) {
-            nearest_ = nearestOpenVoxel(axes_, reach);
-        }
-        return nearest_ > reach || (ishell < lastShell_ && holdsNoPoint(ishell));
-    }
-
-private:
-    static bool holdsNoPoint(int ishell)
-    {
-        const ShellLattice shell = shellLattice(ishell);
-        return std::floor(shell.innerRadiusSquared()) == std::floor(shell.outerRadiusSquared());
-    }
-
-    const LatticeAxes& axes_;
-    int lastShell_;
-    double nearest_ = 0; ///< mm, no open voxel is nearer to the evaluation box
-};
-
-/** Goes outwards shell by shell until every voxel is final or the shell limit is reached. */
-void searchShells()
-{
-    requireSearchableLattice();
-    const LatticeAxes axes = tabulateLatticeAxes();
-    const int ishellmax = Env->passRateMode ? 1 : std::max(maxShells(), 1);
-    if (Env->randomRotation) {
-        generateRandomRotationMatrix(Rot);
-    }
-    ShellSearch shells(axes, ishellmax);
-    IdleShells idle(axes, ishellmax);
-    for (int ishell = 1; ishell <= ishellmax; ++ishell) {
-        report::shell(ishell);
-        if (idle.holds(ishell)) {
-            reportIdlePass();
-            shells.skip(ishell);
-            continue;
-        }
-        shells.search(ishell);
-        if (ishell < ishellmax) {
-            closeVoxelsOutOfReach(axes, outerRadius(ishell));
-        }
-        if (!keepSearching()) {
-            break;
-        }
-    }
-    report::searchEnded();
-}
-
 void storeResults(float passRate)
 {
     Env->passrate = passRate;
-    forShares(Env->N_ref, [](std::size_t first, std::size_t last) {
-        std::fill(Env->gamma + first, Env->gamma + last, -1.0F);
-    });
+    forShares(static_cast<std::size_t>(Env->num_threads), Env->N_ref,
+              [](std::size_t first, std::size_t last) {
+                  std::fill(Env->gamma + first, Env->gamma + last, -1.0F);
+              });
     for (const ActiveVoxel& voxel : activeVoxels) {
         float& result = Env->gamma[voxel.ivxl];
         if (Env->passRateMode) {
@@ -241,6 +36,7 @@ void storeResults(float passRate)
 
 int evaluateGammaIndex()
 {
+    watch::begin();
     takeOverCriteria();
     report::criteria();
     seedRandomGenerator();

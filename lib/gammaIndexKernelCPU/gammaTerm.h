@@ -2,7 +2,8 @@
  * @file gammaTerm.h
  * gamma^2 of one evaluation point, in the order of operations that decides its last bit.
  *
- * Internal linkage, as in gridAxis.h: each vector path compiles its own copy.
+ * F is a float, or a vector with a point in each lane. Internal linkage, as in gridAxis.h: each
+ * vector path compiles its own copy.
  */
 #ifndef ZARNGI_GAMMATERM_H
 #define ZARNGI_GAMMATERM_H
@@ -14,14 +15,20 @@ static inline float doseCriterion(bool local, float referenceDose, float dd, flo
     return local ? (referenceDose * dd) / 100 : global;
 }
 
+/** The squared distance of a point from the origin: mm^2, or squared steps. */
+template <class F> static inline F squaredDistance(F x, F y, F z)
+{
+    return (x * x + y * y) + z * z;
+}
+
 /** gamma^2 of the distance alone: r2 (mm^2) over the squared DTA, by two divisions. */
-static inline float distanceTerm(float r2, float dta)
+template <class F> static inline F distanceTerm(F r2, F dta)
 {
     return (r2 / dta) / dta;
 }
 
 /** gamma^2 of a dose difference (Gy) and a distance term, by two divisions by the criterion. */
-static inline float gammaSquared(float DDterm, float criterion, float distance)
+template <class F> static inline F gammaSquared(F DDterm, F criterion, F distance)
 {
     return ((DDterm * DDterm) / criterion) / criterion + distance;
 }

@@ -3,8 +3,9 @@
  * Positions on one axis of a grid, and the dose at a position given axis by axis.
  *
  * The arithmetic of the dose readers, split so that the search can keep what depends on one axis
- * alone. Everything here has internal linkage: each vector path compiles its own copy with its own
- * instruction set, and the linker must not merge them.
+ * alone, and written for OneLane or for vectors with a position in each lane (Lanes, of lanes.h).
+ * The latter give the bits of the former. Everything here has internal linkage: each vector path
+ * compiles its own copy with its own instruction set, and the linker must not merge them.
  */
 #ifndef ZARNGI_GRIDAXIS_H
 #define ZARNGI_GRIDAXIS_H
@@ -32,22 +33,43 @@ struct AxisPoint {
     float fraction; ///< zone centre: distance from `lower`, in voxels, 0 to 1
 };
 
+/** One float, by the operations of a vector. */
+struct OneLane {
+    using F = float;
+
+    static F all(float a) { return a; }
+    static F min(F a, F b) { return a < b ? a : b; }
+    static F whole(F a) { return static_cast<float>(static_cast<int>(a)); } ///< towards zero
+};
+
+/** Where positions lie between voxel centres. */
+template <class Ops> struct BetweenCentres {
+    typename Ops::F lower;    ///< the neighbouring voxel centre below, a whole number
+    typename Ops::F fraction; ///< distance from it, in voxels, 0 to 1
+};
+
+/**
+ * The neighbours of fractional coordinates that lie in the zone centre of an axis of n voxels. A
+ * single voxel is both neighbours; the fraction then has no effect.
+ */
+template <class Ops> static inline BetweenCentres<Ops> betweenCentres(typename Ops::F f, int n)
+{
+    if (n == 1) {
+        return {Ops::all(0), Ops::all(0)};
+    }
+    const typename Ops::F centred = f - Ops::all(0.5F);
+    const typename Ops::F lower =
+        Ops::min(Ops::whole(centred), Ops::all(static_cast<float>(n - 2)));
+    return {lower, centred - lower};
+}
+
 /** Sets the neighbours of the fractional coordinate f, which lies in the zone centre. */
 static inline void setNeighbours(AxisPoint& p, float f, int n)
 {
-    if (n == 1) {
-        // The single voxel is both neighbours; its fraction then has no effect.
-        p.lower = 0;
-        p.upper = 0;
-        p.fraction = 0.0F;
-        return;
-    }
-    p.lower = static_cast<int>(f - 0.5F);
-    if (p.lower >= n - 1) {
-        p.lower = n - 2;
-    }
-    p.upper = p.lower + 1;
-    p.fraction = (f - 0.5F) - static_cast<float>(p.lower);
+    const BetweenCentres<OneLane> between = betweenCentres<OneLane>(f, n);
+    p.lower = static_cast<int>(between.lower);
+    p.upper = n == 1 ? p.lower : p.lower + 1;
+    p.fraction = between.fraction;
 }
 
 /**
@@ -92,9 +114,41 @@ static inline int nearestPlane(const AxisPoint& p)
     return static_cast<int>(p.fraction + 0.5F) != 0 ? p.upper : p.lower;
 }
 
-static inline float mix(float lower, float upper, float fraction)
+/** Linear interpolation: F is a float or a vector. */
+template <class F> static inline F mix(F lower, F upper, F fraction)
 {
-    return lower * (1 - fraction) + upper * fraction;
+    return lower * (1.0F - fraction) + upper * fraction;
+}
+
+/** Doses between voxel centres and how they change along the axes. */
+template <class Ops> struct LinearDose {
+    typename Ops::F dose;
+    typename Ops::F perVoxel[3]; ///< Gy per voxel
+};
+
+/**
+ * Within a plane of constant z, between the doses at the four neighbours in x and y. (Inlined: most
+ * callers want the dose alone.)
+ */
+template <class Ops>
+__attribute__((always_inline)) static inline LinearDose<Ops>
+linearInPlane(typename Ops::F lowerLow, typename Ops::F lowerHigh, typename Ops::F upperLow,
+              typename Ops::F upperHigh, typename Ops::F x, typename Ops::F y)
+{
+    const typename Ops::F lower = mix(lowerLow, lowerHigh, x);
+    const typename Ops::F upper = mix(upperLow, upperHigh, x);
+    return {mix(lower, upper, y),
+            {mix(lowerHigh - lowerLow, upperHigh - upperLow, y), upper - lower, Ops::all(0)}};
+}
+
+/** Between two such planes. */
+template <class Ops>
+static inline LinearDose<Ops> linearBetween(const LinearDose<Ops>& below,
+                                            const LinearDose<Ops>& above, typename Ops::F z)
+{
+    return {mix(below.dose, above.dose, z),
+            {mix(below.perVoxel[0], above.perVoxel[0], z),
+             mix(below.perVoxel[1], above.perVoxel[1], z), above.dose - below.dose}};
 }
 
 static inline int voxelIndex(const int* n, int ix, int iy, int iz)
@@ -102,14 +156,32 @@ static inline int voxelIndex(const int* n, int ix, int iy, int iz)
     return ix + n[0] * iy + n[0] * n[1] * iz;
 }
 
+/** The indices of a voxel on the three axes. */
+struct VoxelPlace {
+    int index[3];
+};
+
+/** Where the voxel with that index is. */
+static inline VoxelPlace placeOf(const int* n, int voxel)
+{
+    return {{voxel % n[0], voxel / n[0] % n[1], voxel / n[0] / n[1]}};
+}
+
+/** The doses around a point within the plane iz. */
+__attribute__((always_inline)) static inline LinearDose<OneLane>
+linearInPlane(const float* map, const int* n, const AxisPoint& x, const AxisPoint& y, int iz)
+{
+    const float* const lower = map + voxelIndex(n, 0, y.lower, iz);
+    const float* const upper = map + voxelIndex(n, 0, y.upper, iz);
+    return linearInPlane<OneLane>(lower[x.lower], lower[x.upper], upper[x.lower], upper[x.upper],
+                                  x.fraction, y.fraction);
+}
+
 /** Dose interpolated along x and y within the plane iz. */
 static inline float mixInPlane(const float* map, const int* n, const AxisPoint& x,
                                const AxisPoint& y, int iz)
 {
-    const float* const lower = map + voxelIndex(n, 0, y.lower, iz);
-    const float* const upper = map + voxelIndex(n, 0, y.upper, iz);
-    return mix(mix(lower[x.lower], lower[x.upper], x.fraction),
-               mix(upper[x.lower], upper[x.upper], x.fraction), y.fraction);
+    return linearInPlane(map, n, x, y, iz).dose;
 }
 
 /** The dose at the point located on the three axes. */
@@ -128,30 +200,12 @@ static inline float doseAtPoint(const float* map, const int* n, const AxisPoint&
     return mix(mixInPlane(map, n, x, y, z.lower), mixInPlane(map, n, x, y, z.upper), z.fraction);
 }
 
-/** A dose between voxel centres and how it changes along the axes. */
-struct LinearDose {
-    float dose;
-    float perVoxel[3]; ///< Gy per voxel
-};
-
 /** The trilinear dose at a point of the zone centre on all axes, with its gradient. */
-static inline LinearDose linearDose(const float* map, const int* n, const AxisPoint& x,
-                                    const AxisPoint& y, const AxisPoint& z)
+static inline LinearDose<OneLane> linearDose(const float* map, const int* n, const AxisPoint& x,
+                                             const AxisPoint& y, const AxisPoint& z)
 {
-    const float* const r00 = map + voxelIndex(n, 0, y.lower, z.lower);
-    const float* const r10 = map + voxelIndex(n, 0, y.upper, z.lower);
-    const float* const r01 = map + voxelIndex(n, 0, y.lower, z.upper);
-    const float* const r11 = map + voxelIndex(n, 0, y.upper, z.upper);
-    const float c00 = mix(r00[x.lower], r00[x.upper], x.fraction);
-    const float c10 = mix(r10[x.lower], r10[x.upper], x.fraction);
-    const float c01 = mix(r01[x.lower], r01[x.upper], x.fraction);
-    const float c11 = mix(r11[x.lower], r11[x.upper], x.fraction);
-    const float c0 = mix(c00, c10, y.fraction);
-    const float c1 = mix(c01, c11, y.fraction);
-    const float d0 = mix(r00[x.upper] - r00[x.lower], r10[x.upper] - r10[x.lower], y.fraction);
-    const float d1 = mix(r01[x.upper] - r01[x.lower], r11[x.upper] - r11[x.lower], y.fraction);
-    return {mix(c0, c1, z.fraction),
-            {mix(d0, d1, z.fraction), mix(c10 - c00, c11 - c01, z.fraction), c1 - c0}};
+    return linearBetween(linearInPlane(map, n, x, y, z.lower), linearInPlane(map, n, x, y, z.upper),
+                         z.fraction);
 }
 
 #endif

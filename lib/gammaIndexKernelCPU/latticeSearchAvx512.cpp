@@ -1,4 +1,4 @@
-#include "latticeGroup.h"
+#include "lattice/stages/group.h"
 
 void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
 {

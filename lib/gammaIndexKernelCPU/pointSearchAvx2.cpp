@@ -1,4 +1,4 @@
-#include "pointSearchPath.h"
+#include "rotated/groupSearch.h"
 
 bool pointSearchAvx2(const RotatedPoints& points, ActiveVoxel& voxel)
 {

@@ -1,4 +1,4 @@
-#include "pointSearchPath.h"
+#include "rotated/groupSearch.h"
 
 bool pointSearchAvx512(const RotatedPoints& points, ActiveVoxel& voxel)
 {

@@ -1,4 +1,4 @@
-#include "pointSearchPath.h"
+#include "rotated/groupSearch.h"
 
 bool pointSearchBaseline(const RotatedPoints& points, ActiveVoxel& voxel)
 {

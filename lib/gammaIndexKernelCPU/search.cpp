@@ -1,11 +1,13 @@
 #include "search.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "doseGrid.h"
 #include "gammaTerm.h"
 #include "rotation.h"
 #include "vectorPath.h"
+#include "watch.h"
 
 namespace
 {
@@ -25,7 +27,12 @@ void searchAround(ActiveVoxel& voxel, const vec3dRT& refPos)
 {
     const float IntRefDose = doseAt(referenceGrid(), refPos);
     const float delta = doseCriterion(localDD, IntRefDose, DD, DDvalue);
+    constexpr std::size_t stride = 4096; // points between two looks whether to go on
+    std::size_t visited = 0;
     for (vec3dRT sphPos : *evalPoints) {
+        if (++visited % stride == 0 && watch::isStopped()) {
+            return;
+        }
         if (Env->randomRotation) {
             applyRotation(Rot, sphPos);
         }
@@ -70,6 +77,12 @@ void searchPoints(ActiveVoxel& voxel)
 }
 
 } // namespace
+
+std::size_t workerCount()
+{
+    const std::size_t useful = std::max<std::size_t>(activeVoxels.size(), 1);
+    return std::min(static_cast<std::size_t>(pthreads_max_num), useful);
+}
 
 LatticePass* latticePass = nullptr;
 const RotatedPoints* rotatedPoints = nullptr;

@@ -10,8 +10,13 @@
 #include <vector>
 
 #include "engineState.h"
-#include "latticeSearch.h"
-#include "pointSearch.h"
+#include "lattice/pass.h"
+#include "lattice/scratch.h"
+#include "lattice/voxelGroup.h"
+#include "rotated/pointGroups.h"
+
+/** The workers of a pass: pthreads_max_num, but no more than voxels under test, and at least 1. */
+std::size_t workerCount();
 
 /** One pass over the lattice points of a shell, without a list of them. */
 class LatticePass

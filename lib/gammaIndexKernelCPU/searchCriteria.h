@@ -7,9 +7,17 @@
 
 #include "doseGrid.h"
 #include "engineState.h"
+#include "shellLattice.h"
 
 /** Grids and criteria, taken from the environment and the engine state. */
 struct SearchCriteria {
+    /** The radius at which shell `ishell` (the first is 1) ends, mm. */
+    [[nodiscard]] float outerRadius(int ishell) const;
+    /** The points of shell `ishell`. */
+    [[nodiscard]] ShellLattice shellLattice(int ishell) const;
+    /** gamma^2 that no distance term of a shell exceeds. */
+    [[nodiscard]] float largestDistanceTermOf(const ShellLattice& shell) const;
+
     DoseGrid reference = referenceGrid();
     DoseGrid evaluation = evaluationGrid();
     bool passRateMode = Env->passRateMode;

@@ -10,7 +10,7 @@
 #include "doseGrid.h"
 #include "engineState.h"
 #include "gammaTerm.h"
-#include "workers.h"
+#include "shares.h"
 
 namespace
 {
@@ -48,12 +48,13 @@ std::vector<float> largestOfBlocks(const float* map, std::size_t count)
 {
     std::vector<float> result((count + blockSize - 1) / blockSize);
     static_assert(shareUnit % blockSize == 0);
-    forShares(count, [&](std::size_t first, std::size_t last) {
-        for (; first < last; first += blockSize) {
-            result[first / blockSize] =
-                largestOf(map + first, map + std::min(first + blockSize, last));
-        }
-    });
+    forShares(static_cast<std::size_t>(Env->num_threads), count,
+              [&](std::size_t first, std::size_t last) {
+                  for (; first < last; first += blockSize) {
+                      result[first / blockSize] =
+                          largestOf(map + first, map + std::min(first + blockSize, last));
+                  }
+              });
     return result;
 }
 

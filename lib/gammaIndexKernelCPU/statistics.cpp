@@ -5,6 +5,11 @@
 
 #include "engineState.h"
 
+float passRateOf(int passed)
+{
+    return static_cast<float>(passed * 100.0 / static_cast<double>(activeVoxels.size()));
+}
+
 GammaStatistics gammaStatistics()
 {
     const auto gammaOf = [](const ActiveVoxel& v) {

@@ -1,6 +1,6 @@
 /**
  * @file statistics.h
- * Statistics of the gamma values of the tested voxels.
+ * The pass rate and statistics of the gamma values of the tested voxels.
  */
 #ifndef ZARNGI_STATISTICS_H
 #define ZARNGI_STATISTICS_H
@@ -11,6 +11,9 @@ struct GammaStatistics {
     double gamma_avg;
     double gamma_std; ///< sample standard deviation (divisor n - 1); not finite for one voxel
 };
+
+/** %, 100 * passed / tested voxels when so many passed, formed in double precision. */
+float passRateOf(int passed);
 
 /** One pass over activeVoxels, which must not be empty. */
 GammaStatistics gammaStatistics();

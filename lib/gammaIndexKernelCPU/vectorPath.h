@@ -5,8 +5,8 @@
 #ifndef ZARNGI_VECTORPATH_H
 #define ZARNGI_VECTORPATH_H
 
-#include "latticeSearch.h"
-#include "pointSearch.h"
+#include "lattice/voxelGroup.h"
+#include "rotated/pointGroups.h"
 
 /** The searches of one set of instructions. */
 struct VectorPath {

@@ -1,85 +1,18 @@
 #include "workers.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <cstddef>
-#include <functional>
-#include <vector>
 
 #include "engineState.h"
+#include "lattice/voxelGroup.h"
+#include "progress.h"
 #include "report.h"
 #include "search.h"
+#include "shares.h"
+#include "watch.h"
 
 namespace
 {
-
-/** Worker 0's progress through the list, one mark per 2.5 %. */
-class ProgressBar
-{
-public:
-    explicit ProgressBar(std::size_t length) : length_(static_cast<float>(length)) { findNext(); }
-
-    void advanceTo(std::size_t i)
-    {
-        while (static_cast<float>(i) > next_) {
-            report::progressMark();
-            percent_ += 2.5F;
-            if (percent_ == 100) {
-                percent_ = 110; // no index gets there: the last dot is the end of the bar
-            }
-            findNext();
-        }
-    }
-
-private:
-    void findNext() { next_ = length_ * percent_ / 100; }
-
-    float length_;
-    float percent_ = 2.5F;
-    float next_; ///< the mark is due beyond this index
-};
-
-/** What a worker does, given its number. */
-using Work = std::function<void(std::size_t)>;
-
-/** A joinable worker thread; its work is done on the calling thread when it cannot be created. */
-struct Worker {
-    const Work* work;
-    std::size_t number;
-    pthread_t thread;
-    bool created;
-};
-
-void* start(void* argument)
-{
-    const Worker& worker = *static_cast<const Worker*>(argument);
-    (*worker.work)(worker.number);
-    return nullptr;
-}
-
-/** Does the work of so many workers, and returns when all have ended. */
-void runWorkers(std::size_t count, const Work& work)
-{
-    std::vector<Worker> workers(count);
-    pthread_attr_t joinable;
-    pthread_attr_init(&joinable);
-    pthread_attr_setdetachstate(&joinable, PTHREAD_CREATE_JOINABLE);
-    for (std::size_t i = 0; i < count; ++i) {
-        Worker& worker = workers[i];
-        worker.work = &work;
-        worker.number = i;
-        worker.created = pthread_create(&worker.thread, &joinable, start, &worker) == 0;
-    }
-    for (Worker& worker : workers) {
-        if (worker.created) {
-            pthread_join(worker.thread, nullptr);
-        } else {
-            start(&worker);
-        }
-    }
-    pthread_attr_destroy(&joinable);
-}
 
 /** The number of voxels in a worker's share. */
 std::size_t shareLength(std::size_t tid, std::size_t nthreads)
@@ -96,6 +29,16 @@ std::size_t shareLength(std::size_t tid, std::size_t nthreads)
 inline void prefetchForWriting(const ActiveVoxel* voxel)
 {
     asm volatile("prefetchw %0" : : "m"(*voxel));
+}
+
+/** Between two groups: shows the host how far worker 0 is. */
+bool isStopped(std::size_t tid, std::size_t i)
+{
+    if (tid == 0) {
+        watch::walked.store(i, std::memory_order_relaxed);
+    }
+    watch::tell(); // for shares that are searched on the host's own thread
+    return watch::isStopped();
 }
 
 void searchShare(std::size_t tid, std::size_t nthreads)
@@ -123,6 +66,9 @@ void searchShare(std::size_t tid, std::size_t nthreads)
         if (group.count == maxVoxels) {
             searchVoxels(tid, group);
             group.count = 0;
+            if (isStopped(tid, i)) {
+                return;
+            }
             if (restIsLeft()) {
                 if (tid == 0) {
                     bar.advanceTo(last);
@@ -136,44 +82,15 @@ void searchShare(std::size_t tid, std::size_t nthreads)
 
 } // namespace
 
-std::size_t workerCount()
-{
-    const std::size_t useful = std::max<std::size_t>(activeVoxels.size(), 1);
-    return std::min(static_cast<std::size_t>(pthreads_max_num), useful);
-}
-
 void evaluation()
 {
-    runWorkers(workerCount(), [](std::size_t number) {
-        threadInfo info{static_cast<int>(number), pthreads_max_num};
-        kernelOnCPU(&info);
-    });
-}
-
-void forShares(std::size_t count, const std::function<void(std::size_t, std::size_t)>& work)
-{
-    constexpr std::size_t worthAThread = 1U << 18U;
-    const auto threads = static_cast<std::size_t>(Env->num_threads);
-    const std::size_t shares = std::min(threads, count / worthAThread);
-    if (shares < 2) {
-        work(0, count);
-        return;
-    }
-    const std::size_t share = (count / shares / shareUnit + 1) * shareUnit;
-    runWorkers(shares, [&](std::size_t number) {
-        work(std::min(number * share, count), std::min((number + 1) * share, count));
-    });
-}
-
-void reportIdlePass()
-{
-    if (!report::showsEverything()) {
-        return;
-    }
-    const auto step = static_cast<std::size_t>(pthreads_max_num);
-    report::progressHeader();
-    ProgressBar(activeVoxels.size()).advanceTo((activeVoxels.size() - 1) / step * step);
-    report::progressEnd();
+    runOnThreads(
+        workerCount(),
+        [](std::size_t number) {
+            threadInfo info{static_cast<int>(number), pthreads_max_num};
+            kernelOnCPU(&info);
+        },
+        watch::isWanted() ? watch::tell : std::function<void()>());
 }
 
 void* kernelOnCPU(void* info)

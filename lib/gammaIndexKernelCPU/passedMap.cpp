@@ -1,0 +1,10 @@
+#include "passedMap.h"
+
+#include "engineState.h"
+
+void writePassed(unsigned char* passed)
+{
+    for (const ActiveVoxel& voxel : activeVoxels) {
+        passed[voxel.ivxl] = voxel.passed ? ZARNGI_PASSED : ZARNGI_FAILED;
+    }
+}

@@ -1,0 +1,14 @@
+/**
+ * @file passedMap.h
+ * Which voxels passed, as a map.
+ */
+#ifndef ZARNGI_PASSEDMAP_H
+#define ZARNGI_PASSEDMAP_H
+
+/**
+ * Writes ZARNGI_PASSED or ZARNGI_FAILED for each voxel of activeVoxels.
+ * @param passed a byte per reference voxel; those of other voxels stay as they are.
+ */
+void writePassed(unsigned char* passed);
+
+#endif
