@@ -53,8 +53,8 @@ def build_libraries(build_directory: str) -> None:
             subprocess.run(command, check=True)
     except (FileNotFoundError, subprocess.CalledProcessError) as error:
         raise SystemExit(
-            f"{error}\nThe libraries of zarngi are built by CMake 3.25 or later; that takes a C++20 "
-            "compiler and zlib with its headers (apt-get install cmake g++ zlib1g-dev)."
+            f"{error}\nThe libraries of zarngi are built by CMake 3.25 or later, which takes a "
+            "C++20 compiler and zlib with its headers (apt-get install cmake g++ zlib1g-dev)."
         ) from error
 
 

@@ -28,7 +28,6 @@ import numpy as np
 import pydicom
 import pytest
 import zarngi
-import zarngi.io
 from zarngi.io import _host, _write
 
 SPACING, ORIGIN = (2.0, 2.5, 3.0), (-7.5, 12.25, -40.0)
