@@ -39,7 +39,7 @@ struct CommandLine {
 
     CommandLine()
     {
-        app.set_version_flag("--version", "zarngi " + zarngi::libraryVersion());
+        app.set_version_flag("--version", "zarngi " + zarngi::projectVersion());
         app.require_subcommand(1);
         for (CLI::App* const command : {&app, compareCommand, infoCommand, demoCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());

@@ -26,8 +26,9 @@ struct CriterionResult {
     double step = 0; ///< mm, spacing of the search lattice
     GammaStatistics statistics;
     Verdict verdict = Verdict::fail;
-    double seconds = 0;       ///< of the search
-    std::vector<float> gamma; ///< on the reference grid; -1: not tested
+    double seconds = 0;                ///< of the search
+    std::vector<float> gamma;          ///< on the reference grid; -1: not tested
+    std::vector<unsigned char> passed; ///< 1, 0, or 255: not tested
 };
 
 struct Comparison {

@@ -88,21 +88,28 @@ bool isTested(float gamma)
 
 } // namespace
 
+namespace
+{
+
+/** The context of the library's callback. */
+struct Watcher {
+    const WatchSearch& watch;
+    bool hasEnded = false;
+};
+
+int tellWatcher(const zarnGI_progress* progress, void* context)
+{
+    Watcher& watcher = *static_cast<Watcher*>(context);
+    watcher.hasEnded = !watcher.watch({progress->shell, progress->shellLimit, progress->share});
+    return watcher.hasEnded ? 1 : 0;
+}
+
+} // namespace
+
 float stepSize(const GammaSettings& settings, const Criterion& criterion)
 {
     return settings.step ? static_cast<float>(*settings.step)
                          : static_cast<float>(criterion.distance) / 10;
-}
-
-int shellLimit(const GammaSettings& settings)
-{
-    constexpr double notWorthTelling = 1e6;
-    if (settings.passRateOnly) {
-        return 1;
-    }
-    return settings.maxGamma < notWorthTelling
-               ? static_cast<int>(std::max(1L, std::lround(settings.maxGamma)))
-               : 0;
 }
 
 GammaRun::GammaRun(const DoseImage& reference, const DoseImage& evaluation)
@@ -118,16 +125,25 @@ GammaRun::~GammaRun()
     zarnGI_reset();
 }
 
-GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion)
+GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion,
+                           const WatchSearch& watch)
 {
     setParameters(settings, criterion);
+    Watcher watcher{watch};
+    require(zarnGI_setProgress(watch ? tellWatcher : nullptr, &watcher), "the library");
     const auto start = std::chrono::steady_clock::now();
-    require(zarnGI_startComputation(), criterion.label());
+    const int status = zarnGI_startComputation();
+    if (watcher.hasEnded) {
+        throw InputError(criterion.label() + ": the computation was interrupted");
+    }
+    require(status, criterion.label());
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     GammaMap map;
     map.seconds = duration.count();
     map.values.resize(referenceVoxels_);
     require(zarnGI_getGammaIndex3DMap(map.values.data()), criterion.label());
+    map.passed.resize(referenceVoxels_);
+    require(zarnGI_getPassed3DMap(map.passed.data()), criterion.label());
     if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
         throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
                          number(settings.cutOff) + " %");
@@ -138,11 +154,9 @@ GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& crite
     return map;
 }
 
-std::string libraryVersion()
+std::string projectVersion()
 {
-    std::array<char, ZARNGI_VERSION_BUFFER_SIZE + 1> version{};
-    zarnGI_version(version.data());
-    return version.data();
+    return ZARNGI_PROJECT_VERSION;
 }
 
 } // namespace zarngi

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_COMPARISON_GAMMARUN_H
 #define ZARNGI_COMPARISON_GAMMARUN_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,16 +32,24 @@ struct GammaSettings {
 
 /** What one computation gives. */
 struct GammaMap {
-    std::vector<float> values; ///< on the reference grid; -1: not tested
-    double passRate = 0;       ///< %
-    double seconds = 0;        ///< of the search
+    std::vector<float> values;         ///< on the reference grid; -1: not tested
+    std::vector<unsigned char> passed; ///< the library's own verdict: 1, 0, or 255: not tested
+    double passRate = 0;               ///< %
+    double seconds = 0;                ///< of the search
 };
 
 /** The spacing of the search lattice that a computation uses, mm. */
 float stepSize(const GammaSettings& settings, const Criterion& criterion);
 
-/** The largest number of shells that a computation searches; 0: not bounded. */
-int shellLimit(const GammaSettings& settings);
+/** How far a search is. */
+struct SearchProgress {
+    int shell = 0;      ///< that is searched, 1 is the innermost
+    int shellLimit = 0; ///< the last one there can be
+    double share = 0;   ///< of this shell that is done, 0 to 1
+};
+
+/** Is told how far a search is, on the thread that computes; false ends the computation. */
+using WatchSearch = std::function<bool(const SearchProgress&)>;
 
 /** The library with two grids loaded; one at a time, since the library holds one environment. */
 class GammaRun
@@ -52,15 +61,19 @@ public:
     GammaRun(const GammaRun&) = delete;
     GammaRun& operator=(const GammaRun&) = delete;
 
-    /** @throws InputError when no voxel is above the cut-off, or memory runs out. */
-    GammaMap compute(const GammaSettings& settings, const Criterion& criterion);
+    /**
+     * @param watch told at least every 20 ms of the search; must not throw.
+     * @throws InputError when no voxel is above the cut-off, memory runs out, or `watch` ended it.
+     */
+    GammaMap compute(const GammaSettings& settings, const Criterion& criterion,
+                     const WatchSearch& watch = {});
 
 private:
     std::size_t referenceVoxels_;
 };
 
-/** The version of the library. */
-std::string libraryVersion();
+/** The version of the project, which the program has as well. */
+std::string projectVersion();
 
 } // namespace zarngi
 

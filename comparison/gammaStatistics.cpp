@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "libZarnGI.h"
+
 namespace zarngi
 {
 
@@ -58,20 +60,16 @@ Histogram histogramOf(const std::vector<float>& gammas, double maxGamma)
 }
 
 /**
- * The number of passed voxels. The library decides on gamma squared before rounding the square
- * root, so a voxel that failed by the last bit may show a gamma of exactly 1; its pass rate tells.
+ * Failed voxels with a gamma of exactly 1: the library decides on gamma squared, before the root is
+ * rounded.
  */
-std::size_t passedCount(std::size_t atMostOne, std::size_t tested, double passRate)
+std::size_t failedAtOne(const GammaMap& map)
 {
-    const auto rateOf = [tested](std::size_t passed) {
-        return static_cast<double>(
-            static_cast<float>(100.0 * static_cast<double>(passed) / static_cast<double>(tested)));
-    };
-    std::size_t passed = atMostOne;
-    while (passed > 0 && rateOf(passed) > passRate) {
-        --passed;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < map.values.size(); ++i) {
+        count += map.passed[i] == ZARNGI_FAILED && map.values[i] <= 1 ? 1U : 0U;
     }
-    return passed;
+    return count;
 }
 
 /** Moves failed voxels whose gamma was rounded to 1 to the first bin of failed ones. */
@@ -91,18 +89,14 @@ GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settin
     GammaStatistics statistics;
     statistics.tested = tested.size();
     statistics.passRate = map.passRate;
-    const auto isPass = [&settings](float gamma) {
-        return settings.passRateOnly ? gamma > 0 : gamma <= 1;
-    };
-    const auto atMostOne =
-        static_cast<std::size_t>(std::count_if(tested.begin(), tested.end(), isPass));
-    statistics.passed = passedCount(atMostOne, tested.size(), map.passRate);
+    statistics.passed =
+        static_cast<std::size_t>(std::count(map.passed.begin(), map.passed.end(), ZARNGI_PASSED));
     statistics.failed = statistics.tested - statistics.passed;
     if (settings.passRateOnly) {
         return statistics;
     }
     statistics.histogram = histogramOf(tested, settings.maxGamma);
-    moveAcrossOne(*statistics.histogram, atMostOne - statistics.passed);
+    moveAcrossOne(*statistics.histogram, failedAtOne(map));
     statistics.unreached =
         std::erase_if(tested, [](float gamma) { return gamma > unreachedGamma; });
     if (!tested.empty()) {

@@ -84,7 +84,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
     Json document = {
         {"format", "zarngi-report"},
         {"formatVersion", 1},
-        {"program", {{"name", "zarngi"}, {"version", libraryVersion()}}},
+        {"program", {{"name", "zarngi"}, {"version", projectVersion()}}},
         {"created", nowInUtc()},
         {"command", comparison.commandLine},
         {"files",

@@ -51,9 +51,8 @@ std::vector<Volume> volumesOf(const Comparison& comparison)
         {"reference", "dose", "reference", decimals, wordsOf(comparison.reference)},
         {"evaluation", "dose", "evaluation", decimals, wordsOf(comparison.evaluation)}};
     for (const CriterionResult& result : comparison.results) {
-        volumes.push_back(
-            {gammaName(volumes.size() - 2), "gamma", "reference", gammaDecimals,
-             [&result] { return storedGammas(result.gamma, result.statistics.failed); }});
+        volumes.push_back({gammaName(volumes.size() - 2), "gamma", "reference", gammaDecimals,
+                           [&result] { return storedGammas(result.gamma, result.passed); }});
     }
     return volumes;
 }

@@ -10,6 +10,7 @@
 
 #include "files/nativeDeflate.h"
 #include "files/packed.h"
+#include "libZarnGI.h"
 
 namespace zarngi
 {
@@ -72,21 +73,18 @@ std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decim
     return words;
 }
 
-std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::size_t failed)
+std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
+                                       const std::vector<unsigned char>& passed)
 {
     constexpr double factor = 1000; // 10^gammaDecimals
-    const auto above =
-        std::count_if(gammas.begin(), gammas.end(), [](float gamma) { return gamma > 1; });
-    auto roundedToOne = static_cast<std::ptrdiff_t>(failed) - above;
     std::vector<std::int16_t> words(gammas.size());
-    std::transform(gammas.begin(), gammas.end(), words.begin(), [&roundedToOne](float gamma) {
-        if (gamma < 0) {
-            return std::int16_t{-1};
-        }
-        const bool hasFailed = gamma > 1 || (gamma == 1 && roundedToOne-- > 0);
-        const double thousandths = static_cast<double>(gamma) * factor;
-        return stored(hasFailed ? std::max(thousandths, factor + 1) : thousandths);
-    });
+    for (std::size_t i = 0; i < gammas.size(); ++i) {
+        const double thousandths = static_cast<double>(gammas[i]) * factor;
+        const bool hasFailed = passed[i] == ZARNGI_FAILED;
+        words[i] = gammas[i] < 0
+                       ? std::int16_t{-1}
+                       : stored(hasFailed ? std::max(thousandths, factor + 1) : thousandths);
+    }
     return words;
 }
 

@@ -23,11 +23,12 @@ int doseDecimals(double largestMagnitude);
 std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decimals);
 
 /**
- * Gamma in thousandths, -1 where not tested. A failed voxel never shows a passing gamma: what is
- * above 1 stores at least 1001. So does a gamma of exactly 1 that was rounded to it from above,
- * which shows in `failed`, the number of failed voxels, being larger than that of gammas above 1.
+ * Gamma in thousandths, -1 where not tested. A failed voxel never shows a passing gamma: it stores
+ * at least 1001, also where its gamma was rounded to 1.
+ * @param passed 1, 0, or 255 for each voxel.
  */
-std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas, std::size_t failed);
+std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
+                                       const std::vector<unsigned char>& passed);
 
 /** All low bytes, then all high bytes, compressed in the format of zlib, in base64. */
 std::string encodedVolume(const std::vector<std::int16_t>& stored);

@@ -87,7 +87,7 @@ ZARNGI_API extern calculationEnvironment* Env;
 /** The status flags; all 0 at load. */
 ZARNGI_API extern libraryStatus libStatus;
 
-/** The version of the library, "4.1". */
+/** The version of the interface, "4.1"; what came later stands at the end of this file. */
 ZARNGI_API extern const char* const VERSION_STRING;
 
 /** @name Lifecycle and results */

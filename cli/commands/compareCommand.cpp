@@ -98,13 +98,14 @@ Comparison readComparison(const CompareOptions& options)
 /** Computes with a progress line where a user is there to see it. */
 GammaMap computeVisibly(GammaRun& run, const GammaSettings& settings, const Criterion& criterion)
 {
-    if (settings.verbose > 0 || !Progress::isWanted()) {
+    if (settings.verbose > 0 || !ProgressLine::isWanted()) {
         return run.compute(settings, criterion);
     }
-    GammaSettings reported = settings;
-    reported.verbose = 5;
-    const Progress progress(criterion.label(), shellLimit(settings));
-    return run.compute(reported, criterion);
+    ProgressLine line(criterion.label());
+    return run.compute(settings, criterion, [&line](const SearchProgress& progress) {
+        line.show(progress);
+        return true;
+    });
 }
 
 void compute(Comparison& comparison)
@@ -117,6 +118,7 @@ void compute(Comparison& comparison)
         result.verdict = verdictOf(map.passRate, comparison.limits);
         result.seconds = map.seconds;
         result.gamma = std::move(map.values);
+        result.passed = std::move(map.passed);
     }
 }
 

@@ -5,60 +5,43 @@
 #ifndef ZARNGI_CLI_OUTPUT_PROGRESS_H
 #define ZARNGI_CLI_OUTPUT_PROGRESS_H
 
+#include <chrono>
 #include <string>
-#include <string_view>
-#include <thread>
+
+#include "comparison/gammaRun.h"
 
 namespace zarngi
 {
 
 /**
- * Follows the search through the library's reports at verbosity 5: one line per shell and forty
- * dots per pass over the voxels.
+ * From one second on, a line on standard error that follows a search; it vanishes at the end. For
+ * terminals: use isWanted() before.
  */
-class SearchFollower
-{
-public:
-    void read(std::string_view report);
-
-    int shell() const { return shell_; }
-    /** Share of the voxels that the pass over the current shell is done with, 0 to 1. */
-    double share() const;
-
-private:
-    void endLine();
-
-    std::string line_;
-    int shell_ = 0;
-    int dots_ = 0;
-    bool isBar_ = false; ///< the next line is a bar of dots
-};
-
-/**
- * While it lives, standard output goes to a follower instead of the user, and from one second on
- * standard error shows a line with the progress, which vanishes at the end. For terminals: use
- * isWanted() before.
- */
-class Progress
+class ProgressLine
 {
 public:
     /** Whether standard error is a terminal that can show it. */
     static bool isWanted();
 
-    /** @param title what is computed; @param shells the largest number of shells. */
-    Progress(std::string title, int shells);
-    ~Progress();
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
+    /** @param title what is computed. */
+    explicit ProgressLine(std::string title);
+    ~ProgressLine();
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    /** Shows how far the search is, a few times a second. */
+    void show(const SearchProgress& progress);
 
 private:
-    void follow(int reports);
+    using Clock = std::chrono::steady_clock;
 
     std::string title_;
-    int shells_;
-    int savedOutput_ = -1;
-    std::thread follower_;
+    Clock::time_point start_ = Clock::now();
+    Clock::time_point shown_{};
 };
+
+/** The line for a search that is so far. */
+std::string progressText(const std::string& title, const SearchProgress& progress, double seconds);
 
 } // namespace zarngi
 

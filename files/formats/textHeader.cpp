@@ -98,8 +98,7 @@ bool TextHeader::isTrue(std::initializer_list<std::string_view> keys, bool other
     const std::string word = lowerCase(*entry);
     const bool isYes = word == "true" || word == "t" || word == "1";
     // Readers take any other word for false, "yes" among them.
-    const bool isNo =
-        word == "false" || word == "f" || word == "0" || word == "no" || word == "n";
+    const bool isNo = word == "false" || word == "f" || word == "0" || word == "no" || word == "n";
     if (!isYes && !isNo) {
         refuse("its header gives \"" + std::string(*keys.begin()) + "\" as \"" + excerpt(*entry) +
                "\" (accepted: True, False)");

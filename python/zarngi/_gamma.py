@@ -157,7 +157,7 @@ def gamma_index(
     )
     result = GammaResult.from_library(
         output.gamma.reshape(reference.shape),
-        output.pass_rate,
+        output.passed,
         output.seconds,
         criteria,
         reference,
@@ -194,7 +194,7 @@ def _available_cpus() -> int:
 @dataclass
 class _Output:
     gamma: npt.NDArray[np.float32]  # flat, -1 where not tested
-    pass_rate: float  # %, -1 when nothing was tested
+    passed: int  # voxels
     seconds: float
 
 
@@ -235,7 +235,7 @@ def _compute(
     reference: LibraryGrid, evaluation: LibraryGrid, criteria: Criteria, threads: int, verbose: int
 ) -> _Output:
     gamma = np.empty(reference.dose.size, np.float32)
-    pass_rate = ctypes.c_float()
+    passed = np.empty(reference.dose.size, np.uint8)
     if verbose > 0 and sys.stdout is not None:
         sys.stdout.flush()
     with _library.exclusive_use():
@@ -246,8 +246,8 @@ def _compute(
         _library.call("startComputation")
         seconds = time.perf_counter() - start
         _library.call("getGammaIndex3DMap", _floats(gamma))
-        _library.call("getGammaIndexPassRate", ctypes.byref(pass_rate))
-    return _Output(gamma, pass_rate.value, seconds)
+        _library.call("getPassed3DMap", passed.ctypes.data_as(ctypes.POINTER(ctypes.c_ubyte)))
+    return _Output(gamma, int(np.count_nonzero(passed == 1)), seconds)
 
 
 def _nothing_tested(reference: DoseGrid, criteria: Criteria) -> str:

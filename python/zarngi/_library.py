@@ -14,7 +14,6 @@ from collections.abc import Iterator
 from contextlib import contextmanager
 from pathlib import Path
 
-_VERSION_BUFFER_SIZE = 255
 #: The soname, which changes with the layout and the meaning of what is declared here.
 _SYSTEM_LIBRARY = "libZarnGI.so.4"
 
@@ -78,11 +77,10 @@ _INT_P = ctypes.POINTER(ctypes.c_int)
 _ARGUMENTS: dict[str, list[type]] = {
     "init": [],
     "reset": [],
-    "version": [ctypes.c_char_p],
     "setVerbose": [ctypes.c_int],
     "startComputation": [],
     "getGammaIndex3DMap": [_FLOAT_P],
-    "getGammaIndexPassRate": [_FLOAT_P],
+    "getPassed3DMap": [ctypes.POINTER(ctypes.c_ubyte)],
     "setRef": [_INT_P, _FLOAT_P, _FLOAT_P, _FLOAT_P],
     "setEval": [_INT_P, _FLOAT_P, _FLOAT_P, _FLOAT_P],
     "setDTA": [ctypes.c_float],
@@ -147,13 +145,6 @@ def environment() -> Environment:
     """The library's one environment."""
     contents: Environment = ctypes.POINTER(Environment).in_dll(_library, "Env").contents
     return contents
-
-
-def version() -> str:
-    """The library's version text."""
-    buffer = ctypes.create_string_buffer(_VERSION_BUFFER_SIZE)
-    call("version", buffer)
-    return buffer.value.decode("ascii")
 
 
 class _Exclusive:

@@ -96,20 +96,18 @@ class GammaResult:
     def from_library(
         cls,
         gamma: npt.NDArray[np.float32],
-        pass_rate: float,
+        passed: int,
         seconds: float,
         criteria: Criteria,
         reference: DoseGrid,
         evaluation: DoseGrid,
     ) -> GammaResult:
-        """The result of the library's gamma map (contiguous, -1 where not tested) and pass rate.
+        """The result of the library's gamma map (contiguous, -1 where not tested).
 
-        The map becomes the result's, with NaN for -1. `pass_rate` is in %, single precision; the
-        one kept is that of the counts, in double precision.
+        The map becomes the result's, with NaN for -1. `passed` is the library's own count: a gamma
+        of exactly 1 may be rounded from above.
         """
-        counts = _settle(gamma.reshape(-1))
-        tested = counts.tested
-        passed = _count_passed(counts, pass_rate, criteria.mode)
+        tested = _settle(gamma.reshape(-1))
         exact = 100 * passed / tested if tested else float("nan")
         return cls(gamma, exact, tested, passed, criteria, seconds, reference, evaluation)
 
@@ -284,46 +282,22 @@ class GammaResult:
         return self._values
 
 
-@dataclass
-class _Counts:
-    """Numbers of voxels in a gamma map."""
-
-    tested: int = 0
-    below_one: int = 0
-    exactly_one: int = 0
-
-
-def _settle(gamma: npt.NDArray[np.float32]) -> _Counts:
-    """Count the voxels of a flat map and turn its negative values into NaN, in place.
+def _settle(gamma: npt.NDArray[np.float32]) -> int:
+    """Count the tested voxels of a flat map and turn its negative values into NaN, in place.
 
     In pieces that stay in the processor's cache, so that memory is walked through once. The sign
     bit spread over all bits is a NaN or nothing: several times faster than an assignment through a
     mask.
     """
-    counts = _Counts()
+    tested = 0
     piece = 1 << 16
     for start in range(0, gamma.size, piece):
         part = gamma[start : start + piece]
-        tested = np.count_nonzero(part >= 0)
-        if tested == 0:
+        tested_here = int(np.count_nonzero(part >= 0))
+        if tested_here == 0:
             part.fill(np.nan)
             continue
         bits = part.view(np.int32)
         np.bitwise_or(bits, bits >> 31, out=bits)
-        counts.tested += tested
-        counts.below_one += np.count_nonzero(part < 1)
-        counts.exactly_one += np.count_nonzero(part == 1)
-    return counts
-
-
-def _count_passed(counts: _Counts, pass_rate: float, mode: str) -> int:
-    """Number of voxels that passed.
-
-    In a map a gamma of exactly 1 leaves it open whether gamma**2, of which it is the rounded root,
-    was above 1; the pass rate tells how many of these passed.
-    """
-    if mode == "pass_rate":
-        return counts.exactly_one
-    fewest = counts.below_one
-    most = counts.below_one + counts.exactly_one
-    return min(max(round(pass_rate * counts.tested / 100), fewest), most)
+        tested += tested_here
+    return tested

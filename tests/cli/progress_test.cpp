@@ -5,23 +5,12 @@
 namespace
 {
 
-TEST(Progress, FollowsTheReportsInWhateverPiecesTheyCome)
+TEST(Progress, TellsShareShellAndTime)
 {
-    const std::string report =
-        "Evaluation grid step size: 0.2 mm  -> num of fractional steps per DTA = 10\n"
-        "\tsearching from 0 to DTA\n"
-        "[  10  20  30  40  50  60  70  80  90 100]\n ........................................\n"
-        "\tsearching from 1*DTA to 2*DTA\n"
-        "[  10  20  30  40  50  60  70  80  90 100]\n ..........";
-    for (const std::size_t piece : {1U, 7U, 1000U}) {
-        zarngi::SearchFollower follower;
-        EXPECT_EQ(follower.shell(), 0);
-        for (std::size_t i = 0; i < report.size(); i += piece) {
-            follower.read(std::string_view(report).substr(i, piece));
-        }
-        EXPECT_EQ(follower.shell(), 2);
-        EXPECT_DOUBLE_EQ(follower.share(), 0.25);
-    }
+    EXPECT_EQ(zarngi::progressText("3%/2mm", {2, 3, 0.25}, 7.4),
+              "3%/2mm [######..................] shell 2 of at most 3, 7 s");
+    EXPECT_EQ(zarngi::progressText("1%L/1mm", {40, 100000000, 1}, 61),
+              "1%L/1mm [########################] shell 40, 61 s");
 }
 
 } // namespace

@@ -109,10 +109,12 @@ TEST(ReportVolume, NoFailedVoxelShowsAPassingGamma)
     const float justFailed = std::nextafter(1.0F, 2.0F);
     const float justPassed = std::nextafter(1.0F, 0.0F);
     EXPECT_EQ(zarngi::storedGammas(
-                  {-1, 0, 0.4996F, justPassed, 1, justFailed, 1.0004F, 1.0016F, 40, 1e10F}, 5),
+                  {-1, 0, 0.4996F, justPassed, 1, justFailed, 1.0004F, 1.0016F, 40, 1e10F},
+                  {255, 1, 1, 1, 1, 0, 0, 0, 0, 0}),
               (std::vector<std::int16_t>{-1, 0, 500, 1000, 1000, 1001, 1001, 1002, 32767, 32767}));
-    // One voxel more failed than have a gamma above 1: its gamma was rounded to 1.
-    EXPECT_EQ(zarngi::storedGammas({0.5F, 1, 2}, 2), (std::vector<std::int16_t>{500, 1001, 2000}));
+    // The second of two voxels with a gamma of 1 failed: its gamma was rounded to 1.
+    EXPECT_EQ(zarngi::storedGammas({0.5F, 1, 1, 2}, {1, 1, 0, 0}),
+              (std::vector<std::int16_t>{500, 1000, 1001, 2000}));
 }
 
 TEST(ReportPage, VolumesInOrderWhateverTheNumberOfThreads)
@@ -127,9 +129,11 @@ TEST(ReportPage, VolumesInOrderWhateverTheNumberOfThreads)
         {"reference", zarngi::storedDoses(comparison.reference.image.values, 4)},
         {"evaluation", zarngi::storedDoses(comparison.evaluation.image.values, 4)}};
     for (unsigned i = 0; i < 5; ++i) {
-        comparison.results.emplace_back().gamma = noise(voxels, -1, 1, 5 + i);
+        zarngi::CriterionResult& result = comparison.results.emplace_back();
+        result.gamma = noise(voxels, -1, 1, 5 + i);
+        result.passed.assign(voxels, 1);
         expected.emplace_back("gamma-" + std::to_string(i),
-                              zarngi::storedGammas(comparison.results.back().gamma, 0));
+                              zarngi::storedGammas(result.gamma, result.passed));
     }
     for (const int threads : {1, 2, 3, 7, 16}) {
         comparison.settings.threads = threads;

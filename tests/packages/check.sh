@@ -34,8 +34,8 @@ if [ $failed != 0 ]; then
     echo "The packages differ from $here/contents."
     exit 1
 fi
-dpkg-deb --info "$packages"/libzarngi4_*.deb shlibs | grep -x 'libZarnGI 4 libzarngi4 (>= 4\.1.*)'
+dpkg-deb --info "$packages"/libzarngi4_*.deb shlibs | grep -x 'libZarnGI 4 libzarngi4 (>= 4\.2\.0.*)'
 dpkg-deb --info "$packages"/libzarngihost1_*.deb shlibs |
-    grep -x 'libZarnGIHost 1 libzarngihost1 (>= 4\.1.*)'
+    grep -x 'libZarnGIHost 1 libzarngihost1 (>= 4\.2\.0.*)'
 "$here/use.sh" runtime "$root"
 "$here/use.sh" development "$root"

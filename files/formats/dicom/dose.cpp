@@ -150,9 +150,9 @@ bool unitsAreRelative(const DicomValues& values)
 {
     const std::string units = values.text(tags::doseUnits);
     if (units != "GY" && units != "RELATIVE") {
-        refuse(units.empty() ? "has no Dose Units"
-                             : "has Dose Units of \"" + excerpt(units) +
-                                   "\" (accepted: GY, RELATIVE)");
+        refuse(units.empty()
+                   ? "has no Dose Units"
+                   : "has Dose Units of \"" + excerpt(units) + "\" (accepted: GY, RELATIVE)");
     }
     return units == "RELATIVE";
 }
