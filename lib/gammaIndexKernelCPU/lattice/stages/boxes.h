@@ -32,12 +32,12 @@ public:
         : pass_(pass), voxels_(voxels), chunk_(pass, voxels), plane_(pass, voxels, cells_),
           columns_(pass, voxels, cells_)
     {
-        cells_.slope[0] = pass.cellsPerStep[0];
-        cells_.slope[1] = pass.cellsPerStep[1];
+        cells_.slope[0] = pass.cells.perStep[0];
+        cells_.slope[1] = pass.cells.perStep[1];
     }
 
     /** Takes up a chunk of cells, whose numbers search() is given then. */
-    void takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> alongZ)
+    void takeUp(std::int32_t firstX, std::int32_t firstY, BorrowedList<CellRun> alongZ)
     {
         if (chunk_.takeUp(firstX, firstY, alongZ)) {
             cells_.slope[2] = alongZ.items[0].slope;
@@ -90,7 +90,7 @@ void BoxSearch::search(int* listed, int count)
     for (int at = 0; at < cells_.count; at += Lanes::width) {
         locate(at);
     }
-    if (pass_.edgesAreKnown) {
+    if (pass_.cells.edgesAreKnown) {
         columns_.probe();
     }
     for (int at = 0; at < cells_.count; at += Lanes::width) {

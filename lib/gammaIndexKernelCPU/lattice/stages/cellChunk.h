@@ -78,7 +78,7 @@ private:
     [[nodiscard]] Lanes::I cellsOf(int axis, F index, float slack) const
     {
         const F cell = (index + Lanes::all(slack) - Lanes::load(voxels_.cellStart[axis])) *
-                       Lanes::all(pass_.cellsPerStep[axis]);
+                       Lanes::all(pass_.cells.perStep[axis]);
         const F lastCell = Lanes::all(static_cast<float>(larger(pass_.evaluation.n[axis] - 2, 0)));
         return Lanes::truncated(Lanes::min(Lanes::max(cell, Lanes::all(0)), lastCell));
     }
@@ -92,7 +92,7 @@ private:
 /** Finds the cells of each voxel along x or y; returns those from the first to the last of all. */
 CellSpan CellChunk::findCells(int axis)
 {
-    const float slack = pass_.cellSlack[axis];
+    const float slack = pass_.cells.slack[axis];
     Lanes::storeIndices(firstCell_[axis], cellsOf(axis, Lanes::load(voxels_.low[axis]), -slack));
     Lanes::storeIndices(lastCell_[axis], cellsOf(axis, Lanes::load(voxels_.high[axis]), slack));
     CellSpan all{firstCell_[axis][0], lastCell_[axis][0]};

@@ -45,7 +45,7 @@ public:
 
     /** Takes up the cells from those numbers on along x and y; false if those along z are the same.
      */
-    bool takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> alongZ);
+    bool takeUp(std::int32_t firstX, std::int32_t firstY, BorrowedList<CellRun> alongZ);
     /** Forgets those along z. */
     void forget() { runsAlongZ_ = {}; }
 
@@ -70,7 +70,7 @@ private:
     const SearchPass& pass_;
     const VoxelTable& voxels_;
     std::int32_t firstCell_[2] = {};
-    Room<CellRun> runsAlongZ_;
+    BorrowedList<CellRun> runsAlongZ_;
     alignas(64) float runFirst_[runsAtOnce];
     alignas(64) float runLast_[runsAtOnce];
     alignas(64) float runOffset_[runsAtOnce];
@@ -79,7 +79,7 @@ private:
     int upwards_ = 0;                      ///< voxels from the lower to the upper corners of a cell
 };
 
-bool ChunkCells::takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> alongZ)
+bool ChunkCells::takeUp(std::int32_t firstX, std::int32_t firstY, BorrowedList<CellRun> alongZ)
 {
     firstCell_[0] = firstX;
     firstCell_[1] = firstY;
@@ -110,7 +110,7 @@ inline CellPlace ChunkCells::placeOf(Lanes::I numbers) const
         place.cell[a] = Lanes::sum(places.cell[a], Lanes::allIndices(firstCell_[a]));
         place.start[a] = edgeOf(pass_, a, Lanes::spread(voxels_.cellStart[a], place.voxel),
                                 Lanes::asFloats(place.cell[a]));
-        place.offset[a] = Lanes::all(-0.5F) - place.start[a] * Lanes::all(pass_.cellsPerStep[a]);
+        place.offset[a] = Lanes::all(-0.5F) - place.start[a] * Lanes::all(pass_.cells.perStep[a]);
     }
     place.offset[2] = Lanes::spread(runOffset_, place.alongZ);
     return place;
@@ -163,8 +163,8 @@ inline CellDoses ChunkCells::dosesIn(const CellPlace& place) const
         Lanes::all(0x1p-22F * (static_cast<float>(n[0]) + static_cast<float>(n[1]) + 2));
     doses.error = Lanes::mulAdd(range, deviation + inPlane, rounding);
     // Four times the deviations of the straight lines also cover the roundings of the plane.
-    const F ofLines = deviation + Lanes::all(pass_.cellSlack[0] * pass_.cellsPerStep[0] +
-                                             pass_.cellSlack[1] * pass_.cellsPerStep[1]);
+    const F ofLines = deviation + Lanes::all(pass_.cells.slack[0] * pass_.cells.perStep[0] +
+                                             pass_.cells.slack[1] * pass_.cells.perStep[1]);
     doses.planeError = Lanes::mulAdd(range * Lanes::all(4), ofLines, rounding);
     return doses;
 }

@@ -83,10 +83,10 @@ void CellPlane::cutToBall(PointBox& box, F squaredRadius)
         nearest[a] = distance * distance;
     }
     for (int a = 0; a < 3; ++a) {
-        const F room = squaredRadius - nearest[(a + 1) % 3] - nearest[(a + 2) % 3];
+        const F rest = squaredRadius - nearest[(a + 1) % 3] - nearest[(a + 2) % 3];
         // One hundredth, and the roundings of large squares.
         const F reach =
-            rootFromAbove(Lanes::max(room, zero) + squaredRadius * Lanes::all(0x1p-20F)) +
+            rootFromAbove(Lanes::max(rest, zero) + squaredRadius * Lanes::all(0x1p-20F)) +
             Lanes::all(0.01F);
         // max and min give their second operand if the first one is not a number.
         box.first[a] = Lanes::max(zero - reach, box.first[a]);
@@ -191,26 +191,26 @@ inline unsigned CellPlane::cutToParaboloid(PointBox& box, const Plane& plane,
         Lanes::mulAdd(weightSquared * raisedError, limits.root + limits.root + e, excess);
     F(&centre)[3] = box.centre;
     F nearest[3];
-    F room = inBall;
+    F rest = inBall;
     for (int a = 0; a < 3; ++a) {
         centre[a] = zero - towards * plane.perStep[a];
         const F outside =
             Lanes::max(Lanes::max(box.first[a] - centre[a], centre[a] - box.last[a]), zero);
         nearest[a] = outside * outside;
-        room = room - nearest[a];
+        rest = rest - nearest[a];
     }
     const F perExcess = Lanes::max(inEllipsoid, zero) * perSteepness;
     for (int a = 0; a < 3; ++a) {
         const F(&squaredRise)[3] = limits.squaredRise;
         const F across =
             Lanes::mulAdd(squaredRise[(a + 1) % 3] + squaredRise[(a + 2) % 3], weightSquared, one);
-        const F squared = Lanes::min(perExcess * across, Lanes::max(room, zero) + nearest[a]);
+        const F squared = Lanes::min(perExcess * across, Lanes::max(rest, zero) + nearest[a]);
         const F width = rootFromAbove(squared) + limits.slack;
         // max and min give their second operand if the first one is not a number.
         box.first[a] = Lanes::max(centre[a] - width, box.first[a]);
         box.last[a] = Lanes::min(centre[a] + width, box.last[a]);
     }
-    return Lanes::notGreater(zero, room) & Lanes::notGreater(zero, inEllipsoid);
+    return Lanes::notGreater(zero, rest) & Lanes::notGreater(zero, inEllipsoid);
 }
 
 /**
@@ -226,7 +226,7 @@ inline void CellPlane::cutToPlane(PointBox& box, const Plane& plane, const Limit
     const F zero = Lanes::all(0);
     F value = plane.atOrigin;
     F sum = plane.error;
-    F room = limits.threshold * Lanes::all(1 + 0x1p-20F);
+    F rest = limits.threshold * Lanes::all(1 + 0x1p-20F);
     F half[3];
     F middle[3];
     for (int a = 0; a < 3; ++a) {
@@ -235,9 +235,9 @@ inline void CellPlane::cutToPlane(PointBox& box, const Plane& plane, const Limit
         value = Lanes::mulAdd(plane.perStep[a], middle[a], value);
         sum = Lanes::mulAdd(absolute(plane.perStep[a]), half[a], sum);
         const F nearest = Lanes::max(Lanes::max(box.first[a], zero - box.last[a]), zero);
-        room = Lanes::mulSub(nearest, nearest, room);
+        rest = Lanes::mulSub(nearest, nearest, rest);
     }
-    const F reach = (sum + Lanes::sqrt(Lanes::max(room, zero))) * Lanes::all(1 + 0x1p-18F);
+    const F reach = (sum + Lanes::sqrt(Lanes::max(rest, zero))) * Lanes::all(1 + 0x1p-18F);
     for (int a = 0; a < 3; ++a) {
         const F perRise = inverse(plane.perStep[a]);
         const F centre = Lanes::mulSub(value, perRise, middle[a]);

@@ -31,7 +31,7 @@ public:
      * Takes up a chunk of cells, for the calls of add() that follow: cellsAtOnce from those numbers
      * on along x and y, and at most runsAtOnce along z.
      */
-    void takeUp(std::int32_t firstX, std::int32_t firstY, Room<CellRun> alongZ)
+    void takeUp(std::int32_t firstX, std::int32_t firstY, BorrowedList<CellRun> alongZ)
     {
         searchListed();
         boxes_.takeUp(firstX, firstY, alongZ);

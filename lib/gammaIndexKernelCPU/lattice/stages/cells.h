@@ -61,7 +61,7 @@ private:
     }
 
     /** As many of the cells as can be taken up at once, from a place on. */
-    static Room<CellRun> part(Room<CellRun> cells, std::int32_t from)
+    static BorrowedList<CellRun> part(BorrowedList<CellRun> cells, std::int32_t from)
     {
         return {cells.items + from, smaller(cells.count - from, CellNumbers::runsAtOnce)};
     }
@@ -131,9 +131,9 @@ void CellSearch::listAll()
 void CellSearch::listChunk(CellSpan alongX, CellSpan alongY)
 {
     chunk_.takeUp(alongX, alongY);
-    const Room<CellRun> alongZ = scratch_.window.runs;
+    const BorrowedList<CellRun> alongZ = scratch_.window.runs;
     for (std::int32_t from = 0; from < alongZ.count; from += CellNumbers::runsAtOnce) {
-        const Room<CellRun> zCells = part(alongZ, from);
+        const BorrowedList<CellRun> zCells = part(alongZ, from);
         queue_.takeUp(alongX.first, alongY.first, zCells);
         for (int z = 0; z < zCells.count; ++z) {
             listPlane(zCells.items[z], z);
