@@ -6,6 +6,9 @@
 #define ZARNGI_DOSEGRID_H
 
 #include "doseReaders.h"
+#include "gridAxis.h"
+#include "libZarnGI.h"
+#include "vector3d.h"
 
 /** One grid description, as the dose readers take it. Points into the environment. */
 struct DoseGrid {
@@ -25,13 +28,22 @@ inline DoseGrid evaluationGrid()
     return {Env->map_eval, Env->xmin_eval, Env->hs_eval, Env->nn_eval};
 }
 
-/** The dose at a position, by the reader that the environment's options choose. */
-inline float doseAt(const DoseGrid& grid, const vec3dRT& position)
+/** The reader that the environment's options choose. */
+inline Reader selectedReader()
 {
     if (Env->lNoInterpolation) {
+        return Reader::nearest;
+    }
+    return Env->gammaindex2D ? Reader::bilinear : Reader::trilinear;
+}
+
+/** The dose at a position. */
+inline float doseAt(const DoseGrid& grid, const vec3dRT& position, Reader reader)
+{
+    if (reader == Reader::nearest) {
         return VoxelValue(grid.map, position.v, grid.x0, grid.h, grid.n);
     }
-    if (Env->gammaindex2D) {
+    if (reader == Reader::bilinear) {
         return BilinearInterp(grid.map, position.v, grid.x0, grid.h, grid.n, 2);
     }
     return TrilinearInterp(grid.map, position.v, grid.x0, grid.h, grid.n);

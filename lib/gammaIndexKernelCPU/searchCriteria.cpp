@@ -13,6 +13,5 @@ ShellLattice SearchCriteria::shellLattice(int ishell) const
 float SearchCriteria::largestDistanceTermOf(const ShellLattice& shell) const
 {
     // Some ten roundings lie between this and the distance terms themselves.
-    const float stepsPerDTA = dta / stepSize;
     return shell.outerRadiusSquared() / stepsPerDTA / stepsPerDTA * (1 + 1e-5F);
 }

@@ -7,6 +7,8 @@
 
 #include "doseGrid.h"
 #include "engineState.h"
+#include "gridAxis.h"
+#include "libZarnGI.h"
 #include "shellLattice.h"
 
 /** Grids and criteria, taken from the environment and the engine state. */
@@ -20,12 +22,18 @@ struct SearchCriteria {
 
     DoseGrid reference = referenceGrid();
     DoseGrid evaluation = evaluationGrid();
+    const float* boxBegin = Env->xmin_eval; ///< mm, corners of the evaluation box
+    const float* boxEnd = Env->xmax_eval;
+    Reader reader = selectedReader();
+    bool randomRotation = Env->randomRotation; ///< by Rot
     bool passRateMode = Env->passRateMode;
+    float gammaSearchMax = Env->gammaSearchMax; ///< not positive: none
     bool localDD = ::localDD;
     float dta = DTA;                ///< mm
     float dd = DD;                  ///< %
     float ddValue = DDvalue;        ///< Gy, criterion unless localDD
     float stepSize = Env->stepSize; ///< mm
+    float stepsPerDTA = dta / stepSize;
 };
 
 #endif

@@ -88,7 +88,7 @@ template <class Visit> void visitAboveCutoff(const DoseLevels& levels, Visit vis
 bool agreesAtCentre(int ivxl, float referenceDose)
 {
     const vec3dRT pos = centerPosition(ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
-    const float Dev = doseAt(evaluationGrid(), pos);
+    const float Dev = doseAt(evaluationGrid(), pos, selectedReader());
     const float criterion = doseCriterion(localDD, referenceDose, DD, DDvalue);
     return std::fabs(referenceDose - Dev) <= criterion;
 }

@@ -4,24 +4,25 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <stdexcept>
 #include <vector>
 
 #include "bookkeeping.h"
 #include "engineState.h"
 #include "generatePointsInShell.h"
+#include "gridAxis.h"
 #include "lattice/axes.h"
+#include "lattice/cellGeometry.h"
 #include "lattice/pass.h"
 #include "lattice/radiusGaps.h"
 #include "lattice/scratch.h"
 #include "progress.h"
 #include "report.h"
-#include "rotated/pointGroups.h"
 #include "rotation.h"
 #include "search.h"
 #include "searchCriteria.h"
 #include "shellLattice.h"
+#include "vector3d.h"
 #include "watch.h"
 #include "workers.h"
 
@@ -31,10 +32,10 @@ namespace
 /** The largest number of shells, for an unset search maximum or one beyond the range of int. */
 constexpr int unlimitedShells = 100000000;
 
-int maxShells()
+int maxShells(const SearchCriteria& criteria)
 {
     constexpr double beyondInt = 2147483648.0;
-    const double limit = static_cast<double>(Env->gammaSearchMax) + 0.5;
+    const double limit = static_cast<double>(criteria.gammaSearchMax) + 0.5;
     const bool bounded = limit >= 0.5 && limit < beyondInt;
     return bounded ? static_cast<int>(limit) : unlimitedShells;
 }
@@ -58,7 +59,7 @@ void requireSearchableLattice(const SearchCriteria& criteria)
 {
     constexpr float maxStepsPerDTA = 10000;
     const bool searchable = isUsableLength(criteria.dta) && isUsableLength(criteria.stepSize) &&
-                            criteria.dta / criteria.stepSize <= maxStepsPerDTA;
+                            criteria.stepsPerDTA <= maxStepsPerDTA;
     const bool countable = std::all_of(criteria.evaluation.n, criteria.evaluation.n + 3,
                                        [](int n) { return n <= largestIndex; });
     if (!searchable || !countable) {
@@ -78,8 +79,7 @@ void requireExactIndices(const ShellLattice& shell)
 void requireListable(const SearchCriteria& criteria, int ishell)
 {
     constexpr double maxPoints = 1 << 28;
-    const double outer =
-        static_cast<double>(ishell) * static_cast<double>(criteria.dta / criteria.stepSize);
+    const double outer = static_cast<double>(ishell) * static_cast<double>(criteria.stepsPerDTA);
     const double inner = outer * (ishell - 1) / ishell;
     constexpr double ballVolume = 4.19; // of radius 1
     if (ballVolume * (outer * outer * outer - inner * inner * inner) > maxPoints) {
@@ -87,16 +87,22 @@ void requireListable(const SearchCriteria& criteria, int ishell)
     }
 }
 
-/** Withdraws what the workers of a pass read, also when the pass ends by an exception. */
-struct PassGuard {
-    PassGuard() = default;
+/** Hands a pass to the workers, and withdraws it also when it ends by an exception. */
+class PassGuard
+{
+public:
+    /** `points`, if any, are those of evalPoints. */
+    PassGuard(ShellPass& pass, const std::vector<vec3dRT>* points)
+    {
+        shellPass = &pass;
+        evalPoints = points;
+    }
     PassGuard(const PassGuard&) = delete;
     PassGuard& operator=(const PassGuard&) = delete;
     ~PassGuard()
     {
+        shellPass = nullptr;
         evalPoints = nullptr;
-        rotatedPoints = nullptr;
-        latticePass = nullptr;
     }
 };
 
@@ -104,16 +110,14 @@ struct PassGuard {
 void searchListedShell(const SearchCriteria& criteria, const LatticeAxes& axes, int ishell)
 {
     requireListable(criteria, ishell);
-    std::vector<vec3dRT> myPts;
-    generatePointsInShell(myPts, criteria.outerRadius(ishell - 1), criteria.outerRadius(ishell),
+    std::vector<vec3dRT> points;
+    generatePointsInShell(points, criteria.outerRadius(ishell - 1), criteria.outerRadius(ishell),
                           criteria.stepSize);
-    std::optional<RotatedPoints> points;
-    if (Env->randomRotation && selectedReader() == Reader::trilinear) {
-        points.emplace(criteria, myPts, axes);
-        rotatedPoints = &*points;
+    ListedPass pass(criteria, points);
+    if (criteria.randomRotation && criteria.reader == Reader::trilinear) {
+        pass.group(axes);
     }
-    evalPoints = &myPts;
-    const PassGuard guard;
+    const PassGuard guard(pass, &points);
     evaluation();
 }
 
@@ -122,11 +126,11 @@ class ShellSearch
 {
 public:
     ShellSearch(const SearchCriteria& criteria, const LatticeAxes& axes, int lastShell)
-        : criteria_(criteria), axes_(axes), lastShell_(lastShell)
+        : criteria_(criteria), axes_(axes), cells_(criteria, axes), lastShell_(lastShell)
     {
         // A trace shows every dose that is read, so it needs every point visited.
-        const bool traced = selectedReader() == Reader::bilinear && bilinDebug.load();
-        listed_ = Env->randomRotation || traced;
+        const bool traced = criteria.reader == Reader::bilinear && bilinDebug.load();
+        listed_ = criteria.randomRotation || traced;
     }
 
     void search(int ishell)
@@ -146,12 +150,11 @@ private:
     void searchLatticeShell(int ishell)
     {
         requireExactIndices(criteria_.shellLattice(ishell));
-        const SearchPass shell(criteria_, axes_, ishell, ishell == lastShell_, gaps_, searched_);
+        const SearchPass shell(criteria_, axes_, cells_, ishell, ishell == lastShell_, gaps_,
+                               searched_);
         memories_.resize(workerCount());
         LatticePass pass(shell, memories_);
-        latticePass = &pass;
-        evalPoints = nullptr; // a list that the host left there would be searched instead
-        const PassGuard guard;
+        const PassGuard guard(pass, nullptr);
         evaluation();
         gaps_.add(shell.shell);
         searched_.push_back(ishell);
@@ -159,6 +162,7 @@ private:
 
     const SearchCriteria& criteria_;
     const LatticeAxes& axes_;
+    CellGeometry cells_;
     int lastShell_;
     bool listed_;
     RadiusGaps gaps_;                    ///< of the shells so far
@@ -188,7 +192,7 @@ public:
         // The rounding of positions and of rotated points.
         const double reach = static_cast<double>(criteria_.outerRadius(ishell)) * (1 + 1e-5);
         if (!(nearest_ > reach)) {
-            nearest_ = nearestOpenVoxel(axes_, reach);
+            nearest_ = nearestOpenVoxel(criteria_, axes_, reach);
         }
         return nearest_ > reach || (ishell < lastShell_ && holdsNoPoint(ishell));
     }
@@ -212,9 +216,9 @@ void searchShells()
 {
     const SearchCriteria criteria;
     requireSearchableLattice(criteria);
-    const LatticeAxes axes = tabulateLatticeAxes();
-    const int ishellmax = criteria.passRateMode ? 1 : std::max(maxShells(), 1);
-    if (Env->randomRotation) {
+    const LatticeAxes axes = tabulateLatticeAxes(criteria);
+    const int ishellmax = criteria.passRateMode ? 1 : std::max(maxShells(criteria), 1);
+    if (criteria.randomRotation) {
         generateRandomRotationMatrix(Rot);
     }
     ShellSearch shells(criteria, axes, ishellmax);
@@ -232,7 +236,7 @@ void searchShells()
             throw watch::Stopped();
         }
         if (ishell < ishellmax) {
-            closeVoxelsOutOfReach(axes, criteria.outerRadius(ishell));
+            closeVoxelsOutOfReach(criteria, axes, criteria.outerRadius(ishell));
         }
         if (!keepSearching()) {
             break;

@@ -29,31 +29,32 @@ std::int32_t firstIndex(std::int32_t low, std::int32_t high, const Predicate& ho
 }
 
 /** Position of a voxel's sample point on one axis, in the order of operations of the search. */
-float samplePosition(int axis, int index)
+float samplePosition(const DoseGrid& reference, int axis, int index)
 {
-    const float node = static_cast<float>(index) * Env->hs_ref[axis] + Env->xmin_ref[axis];
+    const float node = static_cast<float>(index) * reference.h[axis] + reference.x0[axis];
     return node + ptsSob_vox.front()[axis];
 }
 
 /** The lattice on one axis around one reference sample point. */
 struct LatticeLine {
+    const SearchCriteria& criteria;
     int axis;
     float origin;
 
     [[nodiscard]] float position(std::int32_t i) const
     {
-        return origin + static_cast<float>(i) * Env->stepSize;
+        return origin + static_cast<float>(i) * criteria.stepSize;
     }
     [[nodiscard]] float fractional(std::int32_t i) const
     {
-        return (position(i) - Env->xmin_eval[axis]) / Env->hs_eval[axis];
+        return (position(i) - criteria.evaluation.x0[axis]) / criteria.evaluation.h[axis];
     }
 };
 
 LatticeInterval insideBox(const LatticeLine& line)
 {
-    const float low = Env->xmin_eval[line.axis];
-    const float high = Env->xmax_eval[line.axis];
+    const float low = line.criteria.boxBegin[line.axis];
+    const float high = line.criteria.boxEnd[line.axis];
     const std::int32_t first = firstIndex(-maxLatticeIndex, maxLatticeIndex, [&](std::int32_t i) {
         return !(line.position(i) < low);
     });
@@ -64,7 +65,7 @@ LatticeInterval insideBox(const LatticeLine& line)
 
 LatticeInterval centreZone(const LatticeLine& line, const LatticeInterval& inside)
 {
-    const float last = static_cast<float>(Env->nn_eval[line.axis]) - 0.5F;
+    const float last = static_cast<float>(line.criteria.evaluation.n[line.axis]) - 0.5F;
     const std::int32_t first = firstIndex(
         inside.first, inside.last, [&](std::int32_t i) { return line.fractional(i) >= 0.5F; });
     const std::int32_t beyond = firstIndex(
@@ -72,49 +73,53 @@ LatticeInterval centreZone(const LatticeLine& line, const LatticeInterval& insid
     return {first, beyond - 1};
 }
 
-AxisSample tabulate(int axis, int index, Reader reader)
+AxisSample tabulate(const SearchCriteria& criteria, int axis, int index)
 {
+    const DoseGrid& reference = criteria.reference;
+    const DoseGrid& evaluation = criteria.evaluation;
     AxisSample sample{};
-    sample.position = samplePosition(axis, index);
-    sample.inReference =
-        locate(sample.position, Env->xmin_ref[axis], Env->hs_ref[axis], Env->nn_ref[axis], reader);
-    const LatticeLine line{axis, sample.position};
+    sample.position = samplePosition(reference, axis, index);
+    sample.inReference = locate(sample.position, reference.x0[axis], reference.h[axis],
+                                reference.n[axis], criteria.reader);
+    const LatticeLine line{criteria, axis, sample.position};
     sample.inside = insideBox(line);
-    sample.centre =
-        reader == Reader::nearest ? LatticeInterval{0, -1} : centreZone(line, sample.inside);
+    sample.centre = criteria.reader == Reader::nearest ? LatticeInterval{0, -1}
+                                                       : centreZone(line, sample.inside);
     const std::int32_t low = std::abs(sample.inside.first);
     const std::int32_t high = std::abs(sample.inside.last);
     const bool holdsZero = sample.inside.first <= 0 && sample.inside.last >= 0;
     sample.nearest = holdsZero ? 0 : std::min(low, high);
     sample.farthest = std::max(low, high);
-    const double toFirst = static_cast<double>(Env->xmin_eval[axis]) +
-                           0.5 * static_cast<double>(Env->hs_eval[axis]) -
+    const double toFirst = static_cast<double>(evaluation.x0[axis]) +
+                           0.5 * static_cast<double>(evaluation.h[axis]) -
                            static_cast<double>(sample.position);
-    sample.firstCentre = static_cast<float>(toFirst / static_cast<double>(Env->stepSize));
+    sample.firstCentre = static_cast<float>(toFirst / static_cast<double>(criteria.stepSize));
     return sample;
 }
 
 /** Distance from the sample point to the evaluation box, mm; 0 inside it. */
-double distanceToBox(const LatticeAxes& axes, const VoxelPlace& place)
+double distanceToBox(const SearchCriteria& criteria, const LatticeAxes& axes,
+                     const VoxelPlace& place)
 {
     double squared = 0;
     for (int a = 0; a < 3; ++a) {
         const double origin = axes.axis[a][static_cast<std::size_t>(place.index[a])].position;
-        const double distance = std::max({static_cast<double>(Env->xmin_eval[a]) - origin,
-                                          origin - static_cast<double>(Env->xmax_eval[a]), 0.0});
+        const double distance = std::max({static_cast<double>(criteria.boxBegin[a]) - origin,
+                                          origin - static_cast<double>(criteria.boxEnd[a]), 0.0});
         squared += distance * distance;
     }
     return std::sqrt(squared);
 }
 
 /** Distance from the sample point to the farthest corner of the evaluation box, mm. */
-double farthestCorner(const LatticeAxes& axes, const VoxelPlace& place)
+double farthestCorner(const SearchCriteria& criteria, const LatticeAxes& axes,
+                      const VoxelPlace& place)
 {
     double squared = 0;
     for (int a = 0; a < 3; ++a) {
         const double origin = axes.axis[a][static_cast<std::size_t>(place.index[a])].position;
-        const double distance =
-            std::max(std::fabs(origin - Env->xmin_eval[a]), std::fabs(origin - Env->xmax_eval[a]));
+        const double distance = std::max(std::fabs(origin - criteria.boxBegin[a]),
+                                         std::fabs(origin - criteria.boxEnd[a]));
         squared += distance * distance;
     }
     return std::sqrt(squared);
@@ -137,22 +142,13 @@ float farthestSquared(const LatticeAxes& axes, const VoxelPlace& place)
 
 } // namespace
 
-Reader selectedReader()
+LatticeAxes tabulateLatticeAxes(const SearchCriteria& criteria)
 {
-    if (Env->lNoInterpolation) {
-        return Reader::nearest;
-    }
-    return Env->gammaindex2D ? Reader::bilinear : Reader::trilinear;
-}
-
-LatticeAxes tabulateLatticeAxes()
-{
-    const Reader reader = selectedReader();
     LatticeAxes axes;
     for (int a = 0; a < 3; ++a) {
-        axes.axis[a].reserve(static_cast<std::size_t>(Env->nn_ref[a]));
-        for (int index = 0; index < Env->nn_ref[a]; ++index) {
-            axes.axis[a].push_back(tabulate(a, index, reader));
+        axes.axis[a].reserve(static_cast<std::size_t>(criteria.reference.n[a]));
+        for (int index = 0; index < criteria.reference.n[a]; ++index) {
+            axes.axis[a].push_back(tabulate(criteria, a, index));
         }
     }
     return axes;
@@ -174,15 +170,15 @@ float reachedFromEverywhere(const LatticeAxes& axes)
     return static_cast<float>(squared);
 }
 
-double nearestOpenVoxel(const LatticeAxes& axes, double reach)
+double nearestOpenVoxel(const SearchCriteria& criteria, const LatticeAxes& axes, double reach)
 {
     double nearest = std::numeric_limits<double>::infinity();
     for (const ActiveVoxel& voxel : activeVoxels) {
         if (voxel.stopSearching) {
             continue;
         }
-        const VoxelPlace place = placeOf(Env->nn_ref, voxel.ivxl);
-        const double distance = distanceToBox(axes, place);
+        const VoxelPlace place = placeOf(criteria.reference.n, voxel.ivxl);
+        const double distance = distanceToBox(criteria, axes, place);
         if (!(distance > reach)) {
             return distance;
         }
@@ -191,22 +187,23 @@ double nearestOpenVoxel(const LatticeAxes& axes, double reach)
     return nearest;
 }
 
-void closeVoxelsOutOfReach(const LatticeAxes& axes, float rmax)
+void closeVoxelsOutOfReach(const SearchCriteria& criteria, const LatticeAxes& axes, float rmax)
 {
     // A rotated point's distance carries the rounding of the matrix and of three products and sums,
     // well below 1e-5 of its length.
     const double rotatedRadius = static_cast<double>(rmax) * (1 - 1e-5);
-    const float radiusSquared = ShellLattice(0, rmax, Env->stepSize).outerRadiusSquared();
-    if (!Env->randomRotation && reachedFromEverywhere(axes) > radiusSquared) {
+    const float radiusSquared = ShellLattice(0, rmax, criteria.stepSize).outerRadiusSquared();
+    if (!criteria.randomRotation && reachedFromEverywhere(axes) > radiusSquared) {
         return;
     }
     for (ActiveVoxel& voxel : activeVoxels) {
         if (voxel.stopSearching) {
             continue;
         }
-        const VoxelPlace place = placeOf(Env->nn_ref, voxel.ivxl);
-        const bool reachable = Env->randomRotation ? farthestCorner(axes, place) > rotatedRadius
-                                                   : farthestSquared(axes, place) > radiusSquared;
+        const VoxelPlace place = placeOf(criteria.reference.n, voxel.ivxl);
+        const bool reachable = criteria.randomRotation
+                                   ? farthestCorner(criteria, axes, place) > rotatedRadius
+                                   : farthestSquared(axes, place) > radiusSquared;
         voxel.stopSearching = !reachable;
     }
 }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "gridAxis.h"
+#include "searchCriteria.h"
 
 /** A range of lattice indices on one axis, both ends included; empty when first > last. */
 struct LatticeInterval {
@@ -38,11 +39,8 @@ struct LatticeAxes {
     std::vector<AxisSample> axis[3];
 };
 
-/** The reader that the environment's options choose. */
-Reader selectedReader();
-
-/** Tabulates the axes from the grids, the step size and ptsSob_vox of the current computation. */
-LatticeAxes tabulateLatticeAxes();
+/** Tabulates the axes from the grids, the step size and ptsSob_vox. */
+LatticeAxes tabulateLatticeAxes(const SearchCriteria& criteria);
 
 /**
  * Squared distance, in steps, that the lattice inside the evaluation box reaches from every
@@ -54,12 +52,12 @@ float reachedFromEverywhere(const LatticeAxes& axes);
  * Distance (mm) from the evaluation box to the sample point of the open voxel nearest to it. Ends
  * at the first voxel within `reach`: a result of at most `reach` need not be the smallest.
  */
-double nearestOpenVoxel(const LatticeAxes& axes, double reach);
+double nearestOpenVoxel(const SearchCriteria& criteria, const LatticeAxes& axes, double reach);
 
 /**
  * Closes (stopSearching) every open voxel for which no lattice point outside the radius rmax (mm)
  * can lie inside the evaluation box: no later shell could change it.
  */
-void closeVoxelsOutOfReach(const LatticeAxes& axes, float rmax);
+void closeVoxelsOutOfReach(const SearchCriteria& criteria, const LatticeAxes& axes, float rmax);
 
 #endif

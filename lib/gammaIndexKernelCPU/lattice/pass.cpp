@@ -8,21 +8,6 @@ namespace
 {
 
 /**
- * How far, in steps along an axis, a lattice point may lie from the cell that arithmetic without
- * rounding finds for it: positions are rounded to float, four times on the way.
- */
-float roundingOfPositions(const SearchCriteria& criteria, const LatticeAxes& axes, int axis)
-{
-    const std::vector<AxisSample>& samples = axes.axis[axis];
-    const DoseGrid& evaluation = criteria.evaluation;
-    const double extent = std::fabs(static_cast<double>(samples.front().position)) +
-                          std::fabs(static_cast<double>(samples.back().position)) +
-                          std::fabs(static_cast<double>(evaluation.x0[axis])) +
-                          static_cast<double>(evaluation.h[axis]) * evaluation.n[axis];
-    return static_cast<float>(0.001 + 0x1p-21 * extent / static_cast<double>(criteria.stepSize));
-}
-
-/**
  * Whether the pass of a shell leaves no voxel to the next one: where first values are poor, a ball
  * much larger than needed would have to be searched.
  */
@@ -34,18 +19,18 @@ bool searchesAll(int ishell)
 
 } // namespace
 
-SearchPass::SearchPass(const SearchCriteria& criteria, const LatticeAxes& latticeAxes, int ishell,
-                       bool last, const RadiusGaps& earlierGaps, const std::vector<int>& searched)
+SearchPass::SearchPass(const SearchCriteria& criteria, const LatticeAxes& latticeAxes,
+                       const CellGeometry& geometry, int ishell, bool last,
+                       const RadiusGaps& earlierGaps, const std::vector<int>& searched)
     : SearchCriteria(criteria), axes(&latticeAxes), shellNumber(ishell), earlierShells(&searched),
-      isLast(last), shell(shellLattice(ishell)), reader(selectedReader()),
-      stepsPerMmSquared(1 / (stepSize * stepSize)), stepsPerDTA(dta / stepSize),
+      isLast(last), shell(shellLattice(ishell)), stepsPerMmSquared(1 / (stepSize * stepSize)),
       outerIndex(static_cast<std::int32_t>(shell.maxIndex())),
       outerSquared(shell.outerRadiusSquared()), outerWhole(wholeRim(shell)),
       outerRim(outerWhole * (1 + 0x1p-21F)), outerRoot(std::sqrt(outerRim)),
       largestDistanceTerm(largestDistanceTermOf(shell)),
       // Relative error of f and of the exact gamma^2: some 20 roundings each.
-      thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)), gaps(earlierGaps),
-      wholeSquared(wholeSquaredRadius(shell)),
+      thresholdPerLimit(stepsPerDTA * stepsPerDTA * (1.0F + 0x1p-18F)), cells(geometry),
+      gaps(earlierGaps), wholeSquared(wholeSquaredRadius(shell)),
       isRagged(shell.maxIndex() <= largestProvenRadius &&
                static_cast<float>(wholeSquared) < std::floor(outerSquared))
 {
@@ -53,16 +38,6 @@ SearchPass::SearchPass(const SearchCriteria& criteria, const LatticeAxes& lattic
     leavesVoxels = !isLast && !searchesAll(ishell) && reader != Reader::nearest &&
                    outerIndex <= largestOrderedRadius &&
                    reachedFromEverywhere(latticeAxes) > outerSquared;
-    for (int a = 0; a < 2; ++a) {
-        cellWidth[a] = static_cast<float>(static_cast<double>(evaluation.h[a]) /
-                                          static_cast<double>(stepSize));
-        cellsPerStep[a] = 1 / cellWidth[a];
-        cellSlack[a] = roundingOfPositions(*this, latticeAxes, a);
-    }
-    edgesAreKnown = cellSlack[0] < 0.25F && cellSlack[1] < 0.25F;
-    for (int a = 0; a < 3; ++a) {
-        voxelsPerStep[a] = evaluation.n[a] > 1 ? stepSize / evaluation.h[a] : 0.0F;
-    }
 }
 
 bool SearchPass::isCertain(std::int64_t squared) const

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "lattice/axes.h"
+#include "lattice/cellGeometry.h"
 #include "lattice/farPoint.h"
 #include "lattice/radiusGaps.h"
 #include "searchCriteria.h"
@@ -20,8 +21,9 @@ struct SearchPass : SearchCriteria {
      * The pass of shell `ishell` (the first is 1), `last` if no pass follows it; `earlierGaps` are
      * those of the shells before, `searched` the numbers of those that had a pass.
      */
-    SearchPass(const SearchCriteria& criteria, const LatticeAxes& latticeAxes, int ishell,
-               bool last, const RadiusGaps& earlierGaps, const std::vector<int>& searched);
+    SearchPass(const SearchCriteria& criteria, const LatticeAxes& latticeAxes,
+               const CellGeometry& geometry, int ishell, bool last, const RadiusGaps& earlierGaps,
+               const std::vector<int>& searched);
 
     /** Whether this shell or an earlier one enumerates the lattice point. */
     [[nodiscard]] bool isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) const;
@@ -34,9 +36,7 @@ struct SearchPass : SearchCriteria {
     bool isLast;
     bool leavesVoxels; ///< to the next pass, once one stays open: that finds what this one would
     ShellLattice shell;
-    Reader reader;
     float stepsPerMmSquared;   ///< 1 / mm^2
-    float stepsPerDTA;         ///< lattice steps per DTA
     std::int32_t outerIndex;   ///< largest lattice index of the shell
     float outerSquared;        ///< outer squared radius in steps
     float outerWhole;          ///< a whole number: no point has a larger squared radius
@@ -45,12 +45,7 @@ struct SearchPass : SearchCriteria {
     float largestDistanceTerm; ///< gamma^2: no distance term of the shell exceeds it
     FarPoint farPoint;         ///< of the shell
     float thresholdPerLimit;   ///< squared steps per gamma^2, raised by the error of the search
-    float voxelsPerStep[3];    ///< evaluation voxels per lattice step; 0 on an axis of one voxel
-    // Of the evaluation voxels and the cells between them, along x and y.
-    float cellWidth[2]; ///< steps
-    float cellsPerStep[2];
-    float cellSlack[2];        ///< steps, rounding of positions
-    bool edgesAreKnown;        ///< no two lattice points are within it of one place
+    CellGeometry cells;
     RadiusGaps gaps;           ///< of the earlier shells
     std::int64_t wholeSquared; ///< up to this squared radius no point but those in gaps is left out
     bool isRagged; ///< beyond that, this shell leaves out some: outerIndex^2 is wholeSquared then

@@ -37,7 +37,7 @@ struct LatticePoint {
 };
 
 /** Items in memory that somebody else owns, filled from the front. */
-template <class T> struct Room {
+template <class T> struct BorrowedList {
     T* items = nullptr;
     std::int32_t count = 0;
 
@@ -48,13 +48,13 @@ template <class T> struct Room {
 /** The interpolated lattice points along z around one reference index, by cells. */
 struct AxisWindow {
     std::int32_t referenceIndex = -1; ///< the index the window was made for; -1: none
-    Room<CellRun> runs;
+    BorrowedList<CellRun> runs;
 };
 
 /** The lattice points on one axis around one reference index, by voxels. */
 struct AxisVoxels {
     std::int32_t referenceIndex = -1; ///< the index they were found for; -1: none
-    Room<VoxelRun> runs;
+    BorrowedList<VoxelRun> runs;
 };
 
 /**
@@ -69,8 +69,8 @@ public:
     [[nodiscard]] void* aligned() const
     {
         void* begin = bytes_.get();
-        std::size_t room = size + alignment;
-        return std::align(alignment, size, begin, room);
+        std::size_t space = size + alignment;
+        return std::align(alignment, size, begin, space);
     }
 
     static constexpr std::size_t size = 128 << 10;

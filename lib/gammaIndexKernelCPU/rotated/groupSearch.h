@@ -5,45 +5,25 @@
 #ifndef ZARNGI_ROTATED_GROUPSEARCH_H
 #define ZARNGI_ROTATED_GROUPSEARCH_H
 
+#include <cstddef>
+#include <cstdint>
+
 #include "gammaTerm.h"
+#include "gridAxis.h"
 #include "lanes.h"
+#include "rotated/doseChanges.h"
 #include "rotated/pointGroups.h"
 
 namespace
 {
 
-/** The voxels of the evaluation grid around a reference point. */
-struct Region {
-    int first[3];
-    int last[3];
-
-    /** Cells, each between two neighbouring voxel centres on each axis. */
-    [[nodiscard]] int cells(int axis) const { return last[axis] - first[axis]; }
-};
-
-/**
- * How much the dose can change in the cells of a region: Gy, from the centre of the largest box of
- * points to its edge. A row of cells along x for each y and, slower, z.
- */
-struct CellRooms {
-    static constexpr int rowLength = 16; ///< one more than cells
-    static constexpr int mostRows = 64;
-
-    float room[mostRows * rowLength];
-};
-
+/** Searches the groups of points around one voxel. */
 class RotatedSearch
 {
 public:
-    RotatedSearch(const RotatedPoints& points, ActiveVoxel& voxel) : points_(points), voxel_(voxel)
+    RotatedSearch(const RotatedPoints& points, ActiveVoxel& voxel)
+        : points_(points), voxel_(voxel), sample_(points, voxel), changes_(points, sample_)
     {
-        const VoxelPlace place = placeOf(points.reference.n, voxel.ivxl);
-        for (int a = 0; a < 3; ++a) {
-            sample_[a] = &points.axes->axis[a][static_cast<std::size_t>(place.index[a])];
-            origin_[a] = sample_[a]->position;
-            shift_[a] = origin_[a] - points.evaluation.x0[a];
-            perVoxel_[a] = 1.0F / points.evaluation.h[a];
-        }
     }
 
     bool run()
@@ -51,9 +31,9 @@ public:
         if (!insideCentreZone({points_.reach, points_.reach, points_.reach})) {
             return false;
         }
-        referenceDose_ =
-            doseAtPoint(points_.reference.map, points_.reference.n, sample_[0]->inReference,
-                        sample_[1]->inReference, sample_[2]->inReference, Reader::trilinear);
+        referenceDose_ = doseAtPoint(points_.reference.map, points_.reference.n,
+                                     sample_.axis[0]->inReference, sample_.axis[1]->inReference,
+                                     sample_.axis[2]->inReference, Reader::trilinear);
         delta_ = doseCriterion(points_.localDD, referenceDose_, points_.dd, points_.ddValue);
         const float criterion = delta_ < 0 ? -delta_ : delta_;
         perGy_ = 1.0F / criterion;
@@ -71,7 +51,7 @@ public:
             reach[a] = box < points_.reach ? box : points_.reach;
         }
         static_cast<void>(insideCentreZone(reach));
-        if (!findRooms()) {
+        if (!changes_.find(region_, sampleDose_)) {
             return false;
         }
         searchGroups();
@@ -81,11 +61,6 @@ public:
 
 private:
     [[nodiscard]] bool insideCentreZone(const float (&reach)[3]);
-    bool findRooms();
-    [[nodiscard]] Lanes::F roomsOfCells(const float* corner, Lanes::F& notFinite) const;
-    void poolRooms();
-    [[nodiscard]] bool setDoseError();
-    [[nodiscard]] Lanes::F roomOf(std::size_t group) const;
     void tryCandidate();
     void searchGroups();
     void searchGroup(std::int32_t group);
@@ -116,15 +91,9 @@ private:
 
     const RotatedPoints& points_;
     ActiveVoxel& voxel_;
-    const AxisSample* sample_[3];
-    float origin_[3];
-    float shift_[3];    ///< mm, from the lower corner of the evaluation grid to the origin
-    float perVoxel_[3]; ///< 1 / voxel size of the evaluation grid
+    RotatedSample sample_;
     Region region_{};
-    CellRooms rooms_;     ///< filled where the region fits
-    bool fits_ = false;   ///< whether it does; otherwise mostRoom_ stands for all cells
-    float mostRoom_ = 0;  ///< Gy, of all cells
-    float doseError_ = 0; ///< Gy, of an estimated dose
+    DoseChanges changes_;
     float referenceDose_ = 0;
     float sampleDose_ = 0; ///< Gy, evaluation dose at the sample point
     float delta_ = 0;
@@ -140,15 +109,15 @@ bool RotatedSearch::insideCentreZone(const float (&reach)[3])
     for (int a = 0; a < 3; ++a) {
         const float h = points_.evaluation.h[a];
         const int n = points_.evaluation.n[a];
-        const float centred = (origin_[a] - points_.evaluation.x0[a]) / h - 0.5F;
+        const float centred = (sample_.origin[a] - points_.evaluation.x0[a]) / h - 0.5F;
         // Positions are rounded to float.
-        const float rounding =
-            0x1p-20F *
-            (__builtin_fabsf(origin_[a]) + __builtin_fabsf(points_.evaluation.x0[a]) + reach[a]) /
-            h;
-        const float room = reach[a] / h + 0.001F + rounding;
-        const float low = centred - room;
-        const float high = centred + room;
+        const float rounding = 0x1p-20F *
+                               (__builtin_fabsf(sample_.origin[a]) +
+                                __builtin_fabsf(points_.evaluation.x0[a]) + reach[a]) /
+                               h;
+        const float within = reach[a] / h + 0.001F + rounding;
+        const float low = centred - within;
+        const float high = centred + within;
         if (!(low >= 0 && high < static_cast<float>(n - 1))) {
             return false;
         }
@@ -163,7 +132,7 @@ void RotatedSearch::tryCandidate()
 {
     AxisPoint axis[3];
     for (int a = 0; a < 3; ++a) {
-        axis[a] = locate(origin_[a], points_.evaluation.x0[a], points_.evaluation.h[a],
+        axis[a] = locate(sample_.origin[a], points_.evaluation.x0[a], points_.evaluation.h[a],
                          points_.evaluation.n[a], Reader::trilinear);
     }
     const LinearDose<OneLane> linear =
@@ -202,146 +171,7 @@ void RotatedSearch::tryCandidate()
     consider(rotated);
 }
 
-/**
- * Finds how much the dose changes in each cell of the region; false if doses there are not finite
- * or too large. Reads behind a row's end, where the map has room.
- */
-bool RotatedSearch::findRooms()
-{
-    using F = Lanes::F;
-    const int* const n = points_.evaluation.n;
-    bool boxFits = true; // a box reaches into two cells on each axis at most
-    for (int a = 0; a < 3; ++a) {
-        boxFits = boxFits && 2.001F * points_.halfExtent[a] < points_.evaluation.h[a];
-    }
-    const int rows = region_.cells(1) * region_.cells(2);
-    fits_ = boxFits && region_.cells(0) < CellRooms::rowLength && rows <= CellRooms::mostRows;
-    F most = Lanes::all(0);
-    for (int ix = 0; ix < region_.cells(0); ix += Lanes::width) {
-        F notFinite = Lanes::all(0); // stays zero as long as all doses are finite
-        F mostHere = Lanes::all(0);
-        const int left = region_.cells(0) - ix;
-        const unsigned valid = left < Lanes::width ? (1U << left) - 1 : Lanes::everyLane;
-        float* row = rooms_.room + ix;
-        for (int iz = region_.first[2]; iz < region_.last[2]; ++iz) {
-            for (int iy = region_.first[1]; iy < region_.last[1]; ++iy) {
-                const int corner = voxelIndex(n, region_.first[0] + ix, iy, iz);
-                const F room = Lanes::select(
-                    valid, roomsOfCells(points_.evaluation.map + corner, notFinite), Lanes::all(0));
-                mostHere = Lanes::max(room, mostHere);
-                if (fits_) {
-                    Lanes::store(row, room);
-                    row += CellRooms::rowLength;
-                }
-            }
-        }
-        if ((Lanes::notGreater(Lanes::all(1), notFinite) & valid) != 0) {
-            return false;
-        }
-        most = Lanes::max(mostHere, most);
-    }
-    mostRoom_ = largestLane(most);
-    if (fits_) {
-        poolRooms();
-    }
-    return setDoseError();
-}
-
-/** The rooms of cells side by side along x, of which the first has this lower corner. */
-Lanes::F RotatedSearch::roomsOfCells(const float* corner, Lanes::F& notFinite) const
-{
-    using F = Lanes::F;
-    const int right = points_.evaluation.n[0];
-    const int back = points_.evaluation.n[0] * points_.evaluation.n[1];
-    const F low[4] = {Lanes::load(corner), Lanes::load(corner + right), Lanes::load(corner + back),
-                      Lanes::load(corner + back + right)};
-    const F high[4] = {Lanes::load(corner + 1), Lanes::load(corner + right + 1),
-                       Lanes::load(corner + back + 1), Lanes::load(corner + back + right + 1)};
-    const auto largest = [](F a, F b, F c, F d) {
-        return Lanes::max(Lanes::max(absolute(a), absolute(b)),
-                          Lanes::max(absolute(c), absolute(d)));
-    };
-    const F x[4] = {high[0] - low[0], high[1] - low[1], high[2] - low[2], high[3] - low[3]};
-    notFinite = notFinite + ((x[0] + x[1]) + (x[2] + x[3])) * Lanes::all(0);
-    const F change[3] = {
-        largest(x[0], x[1], x[2], x[3]),
-        largest(low[1] - low[0], low[3] - low[2], high[1] - high[0], high[3] - high[2]),
-        largest(low[2] - low[0], low[3] - low[1], high[2] - high[0], high[3] - high[1])};
-    F room = Lanes::all(0);
-    for (int a = 0; a < 3; ++a) {
-        room = room + change[a] * Lanes::all(points_.halfExtent[a] / points_.evaluation.h[a]);
-    }
-    return room;
-}
-
-/** Gives each row of cells the largest rooms of itself and its next neighbours along y and z. */
-void RotatedSearch::poolRooms()
-{
-    using F = Lanes::F;
-    const int ny = region_.cells(1);
-    const int nz = region_.cells(2);
-    for (int ix = 0; ix < region_.cells(0); ix += Lanes::width) {
-        for (int iz = 0; iz < nz; ++iz) {
-            for (int iy = 0; iy < ny; ++iy) {
-                const int toNextY = iy + 1 < ny ? CellRooms::rowLength : 0;
-                const int toNextZ = iz + 1 < nz ? CellRooms::rowLength * ny : 0;
-                float* const row = rooms_.room + (iz * ny + iy) * CellRooms::rowLength + ix;
-                const F here = Lanes::max(Lanes::load(row), Lanes::load(row + toNextY));
-                const F above =
-                    Lanes::max(Lanes::load(row + toNextZ), Lanes::load(row + toNextZ + toNextY));
-                Lanes::store(row, Lanes::max(here, above));
-            }
-        }
-    }
-    for (int row = 0; row < ny * nz; ++row) {
-        rooms_.room[row * CellRooms::rowLength + region_.cells(0)] = 0; // read with the last cell
-    }
-}
-
-/** Sets doseError_ from the largest room of the region; false if doses are too large. */
-bool RotatedSearch::setDoseError()
-{
-    float perRoom = 0;
-    for (int a = 0; a < 3; ++a) {
-        const float width = static_cast<float>(region_.cells(a)) * points_.evaluation.h[a];
-        const float position =
-            __builtin_fabsf(origin_[a]) + __builtin_fabsf(points_.evaluation.x0[a]) + points_.reach;
-        const float here = (width + position) / points_.halfExtent[a];
-        perRoom = here > perRoom ? here : perRoom;
-    }
-    // Some 20 roundings of the largest dose, and of the positions times the slopes.
-    const float magnitude = __builtin_fabsf(sampleDose_) + perRoom * mostRoom_;
-    doseError_ = magnitude * 0x1p-19F;
-    return magnitude < 1e15F;
-}
-
-/** How much the doses of groups can differ from those at their centres. */
-Lanes::F RotatedSearch::roomOf(std::size_t group) const
-{
-    using F = Lanes::F;
-    const F extent = Lanes::load(points_.extent.data() + group);
-    const F error = Lanes::all(doseError_);
-    if (!fits_) {
-        return error + extent * Lanes::all(mostRoom_);
-    }
-    Lanes::I cell[3];
-    for (int a = 0; a < 3; ++a) {
-        const F corner = Lanes::load(points_.corner[a].data() + group);
-        const F centred = (corner + Lanes::all(shift_[a])) * Lanes::all(perVoxel_[a]) -
-                          Lanes::all(0.5F + static_cast<float>(region_.first[a]));
-        const F last = Lanes::all(static_cast<float>(region_.cells(a) - 1));
-        cell[a] = Lanes::truncated(Lanes::min(Lanes::max(centred, Lanes::all(0)), last));
-    }
-    const int ny = region_.cells(1);
-    const Lanes::I row = Lanes::sum(cell[1], Lanes::times(cell[2], ny));
-    F low;
-    F high;
-    Lanes::gatherPairs(rooms_.room, Lanes::sum(cell[0], Lanes::times(row, CellRooms::rowLength)),
-                       low, high);
-    return error + extent * Lanes::max(low, high);
-}
-
-/** Interpolated doses at positions (mm from the sample point), up to doseError_. */
+/** Interpolated doses at positions (mm from the sample point), up to the error of the changes. */
 Lanes::F RotatedSearch::doses(const Lanes::F (&position)[3]) const
 {
     using F = Lanes::F;
@@ -350,7 +180,8 @@ Lanes::F RotatedSearch::doses(const Lanes::F (&position)[3]) const
     F fraction[3];
     for (int a = 0; a < 3; ++a) {
         const F centred =
-            (position[a] + Lanes::all(shift_[a])) * Lanes::all(perVoxel_[a]) - Lanes::all(0.5F);
+            (position[a] + Lanes::all(sample_.shift[a])) * Lanes::all(sample_.perVoxel[a]) -
+            Lanes::all(0.5F);
         const F low = Lanes::whole(centred);
         fraction[a] = centred - low;
         cell[a] = Lanes::truncated(centred);
@@ -386,9 +217,9 @@ void RotatedSearch::searchGroups()
         const F centre[3] = {Lanes::load(points_.centre[0].data() + at),
                              Lanes::load(points_.centre[1].data() + at),
                              Lanes::load(points_.centre[2].data() + at)};
-        const F room = roomOf(at);
+        const F change = changes_.of(at);
         const F difference = doses(centre) - Lanes::all(referenceDose_);
-        const F away = Lanes::max(difference, zero - difference) - room;
+        const F away = Lanes::max(difference, zero - difference) - change;
         const F u = Lanes::max(away, zero) * Lanes::all(perGy_);
         const F bound = u * u + Lanes::load(points_.nearest.data() + at) * Lanes::all(perMm2);
         unsigned open = Lanes::notGreater(bound, Lanes::all(threshold()));
@@ -413,7 +244,7 @@ void RotatedSearch::searchGroup(std::int32_t group)
                         Lanes::load(points_.point[1].data() + at),
                         Lanes::load(points_.point[2].data() + at)};
         const F difference = doses(p) - Lanes::all(referenceDose_);
-        const F away = Lanes::max(difference, zero - difference) - Lanes::all(doseError_);
+        const F away = Lanes::max(difference, zero - difference) - Lanes::all(changes_.error());
         const F u = Lanes::max(away, zero) * Lanes::all(perGy_);
         const F r2 = squaredDistance(p[0], p[1], p[2]);
         const F f = u * u + r2 * Lanes::all(perMm_ * perMm_);
@@ -434,8 +265,8 @@ void RotatedSearch::consider(const float (&sphPos)[3])
 {
     AxisPoint axis[3];
     for (int a = 0; a < 3; ++a) {
-        axis[a] = locate(origin_[a] + sphPos[a], points_.evaluation.x0[a], points_.evaluation.h[a],
-                         points_.evaluation.n[a], Reader::trilinear);
+        axis[a] = locate(sample_.origin[a] + sphPos[a], points_.evaluation.x0[a],
+                         points_.evaluation.h[a], points_.evaluation.n[a], Reader::trilinear);
     }
     const float dose = doseAtPoint(points_.evaluation.map, points_.evaluation.n, axis[0], axis[1],
                                    axis[2], Reader::trilinear);

@@ -78,13 +78,13 @@ RotatedPoints::RotatedPoints(const SearchCriteria& criteria, const std::vector<v
     }
     reach = std::sqrt(farthest);
     largestDistanceTerm = distanceTerm(farthest, dta);
-    const std::size_t room = groups.size() + groupSize;
-    nearest.resize(room);
-    extent.resize(room);
+    const std::size_t padded = groups.size() + groupSize;
+    nearest.resize(padded);
+    extent.resize(padded);
     for (int a = 0; a < 3; ++a) {
         point[a].resize(groups.size() * groupSize);
-        centre[a].resize(room);
-        corner[a].resize(room);
+        centre[a].resize(padded);
+        corner[a].resize(padded);
         halfExtent[a] = 0.5F * stepSize; // more than nothing, also for a group of one point
     }
     for (std::size_t g = 0; g < groups.size(); ++g) {

@@ -43,7 +43,7 @@ struct CellPoints {
 /** Where cells begin, in steps from sample points; the first cell begins at `start`. */
 inline Lanes::F edgeOf(const SearchPass& pass, int axis, Lanes::F start, Lanes::F cells)
 {
-    return start + cells * Lanes::all(pass.cellWidth[axis]);
+    return start + cells * Lanes::all(pass.cells.width[axis]);
 }
 
 /**
@@ -54,11 +54,11 @@ inline CellEdge findEdge(const SearchPass& pass, int axis, const VoxelTable& vox
 {
     using F = Lanes::F;
     const F edge = edgeOf(pass, axis, Lanes::load(voxels.cellStart[axis]), cell);
-    if (!pass.edgesAreKnown) {
+    if (!pass.cells.edgesAreKnown) {
         return {edge, 0, 0};
     }
     const F nearest = rounded(edge);
-    if (Lanes::notGreater(absolute(edge - nearest), Lanes::all(pass.cellSlack[axis])) == 0) {
+    if (Lanes::notGreater(absolute(edge - nearest), Lanes::all(pass.cells.slack[axis])) == 0) {
         return {edge, 0, 0};
     }
     const F position = Lanes::load(voxels.origin[axis]) + nearest * Lanes::all(pass.stepSize);
@@ -81,7 +81,7 @@ inline CellPoints pointsBetween(const SearchPass& pass, int axis, Lanes::F begin
 {
     using F = Lanes::F;
     const F zero = Lanes::all(0);
-    const F slack = Lanes::all(pass.cellSlack[axis]);
+    const F slack = Lanes::all(pass.cells.slack[axis]);
     const F first = begin + Lanes::select(open.first, slack, zero - slack);
     const F last = end + Lanes::select(open.last, zero - slack, slack);
     return {zero - Lanes::floor(zero - first), Lanes::floor(last)};

@@ -32,19 +32,19 @@ struct CellList {
     unsigned open[maxVectors];
 
     // The last vector may reach beyond the last place.
-    static constexpr int room = maxCount + Lanes::width;
-    alignas(64) int number[room]; ///< of the cell and its voxel
-    alignas(64) float term[8][room];
-    alignas(64) float error[room];      ///< of u at the points of the cell
-    alignas(64) float planeError[room]; ///< of u by the plane through the doses
-    alignas(64) float first[3][room];
-    alignas(64) float last[3][room];
-    alignas(64) float centre[2][room]; ///< where u is least by the plane, in the cell or not
-    alignas(64) float offset[3][room];
-    alignas(64) float origin[2][room]; ///< mm, sample point along x and y
-    alignas(64) float middle[2][room]; ///< voxels, minus the middle of the cell
-    alignas(64) int voxel[room];
-    alignas(64) int alongZ[room]; ///< place of the cell among those along z
+    static constexpr int capacity = maxCount + Lanes::width;
+    alignas(64) int number[capacity]; ///< of the cell and its voxel
+    alignas(64) float term[8][capacity];
+    alignas(64) float error[capacity];      ///< of u at the points of the cell
+    alignas(64) float planeError[capacity]; ///< of u by the plane through the doses
+    alignas(64) float first[3][capacity];
+    alignas(64) float last[3][capacity];
+    alignas(64) float centre[2][capacity]; ///< where u is least by the plane, in the cell or not
+    alignas(64) float offset[3][capacity];
+    alignas(64) float origin[2][capacity]; ///< mm, sample point along x and y
+    alignas(64) float middle[2][capacity]; ///< voxels, minus the middle of the cell
+    alignas(64) int voxel[capacity];
+    alignas(64) int alongZ[capacity]; ///< place of the cell among those along z
 };
 
 } // namespace

@@ -174,7 +174,7 @@ void ColumnSearch::boundListed()
         bound(vector);
     }
     // All thresholds before the first list: few points are below them then.
-    if (pass_.edgesAreKnown) {
+    if (pass_.cells.edgesAreKnown) {
         for (int vector = 0; vector < vectorCount_; ++vector) {
             lowerThresholds(vector);
         }

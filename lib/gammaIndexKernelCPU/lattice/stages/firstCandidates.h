@@ -191,8 +191,8 @@ void FirstCandidates::tryPlanesBeside()
 {
     const F half = Lanes::all(0.5F);
     const F one = Lanes::all(1);
-    const F perStep = Lanes::all(pass_.voxelsPerStep[2]);
-    if (!(pass_.voxelsPerStep[2] > 0)) {
+    const F perStep = Lanes::all(pass_.cells.voxelsPerStep[2]);
+    if (!(pass_.cells.voxelsPerStep[2] > 0)) {
         return;
     }
     const F centred = (Lanes::load(origin_[2]) - Lanes::all(pass_.evaluation.x0[2])) /
@@ -219,7 +219,7 @@ unsigned FirstCandidates::move(F (&p)[3], const LinearDose<Lanes>& linear, int s
     const F scale = Lanes::load(scale_);
     LinearField field;
     for (int a = 0; a < 3; ++a) {
-        field.rise[a] = linear.perVoxel[a] * scale * Lanes::all(pass_.voxelsPerStep[a]);
+        field.rise[a] = linear.perVoxel[a] * scale * Lanes::all(pass_.cells.voxelsPerStep[a]);
         if (step > 1) {
             field.rise[a] = (field.rise[a] + risesBefore_[a]) * Lanes::all(0.5F);
         }

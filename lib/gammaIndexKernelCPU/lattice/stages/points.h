@@ -92,8 +92,8 @@ inline Lanes::F latticeRim(const SearchPass& pass, Lanes::F squared)
     using F = Lanes::F;
     const F zero = Lanes::all(0);
     const F hundredth = Lanes::all(0.01F);
-    const F room = Lanes::max(Lanes::all(pass.outerRim) - squared, zero);
-    const F rim = rounded(Lanes::sqrt(room + hundredth) - Lanes::all(0.499F));
+    const F within = Lanes::max(Lanes::all(pass.outerRim) - squared, zero);
+    const F rim = rounded(Lanes::sqrt(within + hundredth) - Lanes::all(0.499F));
     if (!pass.isRagged) {
         return rim;
     }

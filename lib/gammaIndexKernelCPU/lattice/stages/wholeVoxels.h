@@ -89,7 +89,7 @@ bool WholeVoxels::findRange(LatticeInterval (&range)[3]) const
 void WholeVoxels::findRuns(int axis, LatticeInterval range)
 {
     scratch_.voxelRuns[axis].referenceIndex = start_.index[axis];
-    Room<VoxelRun>& runs = scratch_.voxelRuns[axis].runs;
+    BorrowedList<VoxelRun>& runs = scratch_.voxelRuns[axis].runs;
     runs.count = 0;
     for (std::int32_t i = range.first; i <= range.last; ++i) {
         const AxisPoint p = points_.locatePoint(axis, i);
@@ -141,7 +141,7 @@ void WholeVoxels::search()
 void WholeVoxels::searchRow(const VoxelRun& y, const VoxelRun& z)
 {
     const bool isInside = y.point.zone == Zone::centre && z.point.zone == Zone::centre;
-    const Room<VoxelRun>& alongX = scratch_.voxelRuns[0].runs;
+    const BorrowedList<VoxelRun>& alongX = scratch_.voxelRuns[0].runs;
     for (const VoxelRun* x = alongX.begin(); x != alongX.end(); ++x) {
         if (isInside && x->point.zone == Zone::centre) {
             x = lastInterpolated_;
