@@ -3,17 +3,23 @@
 from __future__ import annotations
 
 import itertools
+import logging
+import os
 import queue
+import signal
 import sys
+import threading
 import time
 import uuid
 from collections import deque
 from collections.abc import Callable, Iterator, Sequence
+from concurrent.futures import CancelledError
 from contextlib import contextmanager
 from typing import Any
 
 import zarngi
 
+from .._gamma import _available_cpus
 from .._optional import need
 from .errors import ClusterError
 from .record import Failure, Outcome, Task
@@ -21,6 +27,7 @@ from .sentences import sentence
 from .worker import compute_here
 
 _TICK = 1.0  # s between looks at the workers while nothing comes
+_TOLD_AFTER = 5.0  # s without a worker until that is told
 _PER_BATCH = 0.5  # s that a batch takes: the engine costs about a millisecond for each
 _MOST_PER_BATCH = 64
 #: Batches for each worker that are left at the end, so that no worker is long the last one.
@@ -52,6 +59,7 @@ class DaskCluster:
     def __init__(
         self, client: Any, patience: float = 600, tell: Callable[[str], None] = _tell
     ) -> None:
+        self._distributed = need("distributed", "distributed", "computing on a cluster")
         self._client = client
         self._patience = patience
         self._tell = tell
@@ -63,6 +71,7 @@ class DaskCluster:
         self._seconds: float | None = None  # of a pair
         self._deserted: float | None = None  # since when there is no worker
         self._had_workers = False
+        self._told = False
         self._threads: dict[str, int] = {}
 
     @property
@@ -107,7 +116,7 @@ class DaskCluster:
 
     def _submit(self, batch: Sequence[Task]) -> None:
         key = f"zarngi-cohort-{self._run}-{next(self._names)}"
-        with _lost_is_told():
+        with _lost_is_told(self._distributed):
             future = self._client.submit(compute_here, batch, key=key, pure=False)
         self._flights[future] = batch
         future.add_done_callback(self._finished.put)
@@ -127,10 +136,10 @@ class DaskCluster:
     def _settle(self, future: Any) -> list[Outcome]:
         """What a batch has given; its pairs become suspects when its worker died."""
         batch = self._flights.pop(future)
-        if self._died(future):
+        outcomes = self._result(future)
+        if outcomes is None:
             self._suspects.extend(batch)
             return []
-        outcomes = self._result(future)
         mean = sum(o.reading + o.searching for o in outcomes) / len(outcomes)
         self._seconds = mean if self._seconds is None else (3 * self._seconds + mean) / 4
         return outcomes
@@ -139,26 +148,32 @@ class DaskCluster:
         self._submit([task])
         (future,) = self._landed()
         del self._flights[future]
-        if not self._died(future):
-            return self._result(future)
+        outcomes = self._result(future)
+        if outcomes is not None:
+            return outcomes
         reason = "its worker died while computing it, and the next one, too"
         failure = Failure(sentence(task.pair, reason), is_final=False)
         return [Outcome(task, zarngi.__version__, failure=failure)]
 
-    def _died(self, future: Any) -> bool:
-        distributed = need("distributed", "distributed", "a cluster")
-        if future.status != "error":
-            return False
-        return isinstance(future.exception(), distributed.KilledWorker)
+    def _result(self, future: Any) -> list[Outcome] | None:
+        """What a future that has ended gives; None when its worker died."""
+        while True:
+            if future.status == "cancelled":
+                raise ClusterError(f"the scheduler is gone; {GO_ON}")
+            try:
+                with _lost_is_told(self._distributed):
+                    return self._checked(future.result(timeout=_TICK))
+            except self._distributed.KilledWorker:
+                return None
+            except _StillWaiting:
+                # A worker has taken its results with it: they are computed again.
+                self._look_at_workers()
+            except ImportError as error:
+                version = zarngi.__version__
+                raise ClusterError(f"the workers cannot load zarngi {version} ({error})") from error
 
-    def _result(self, future: Any) -> list[Outcome]:
-        if future.status == "cancelled":
-            raise ClusterError(f"the scheduler is gone; {GO_ON}")
-        try:
-            with _lost_is_told():
-                outcomes: list[Outcome] = future.result()
-        except ImportError as error:
-            raise ClusterError(f"the workers cannot load zarngi {zarngi.__version__} ({error})") from error
+    @staticmethod
+    def _checked(outcomes: list[Outcome]) -> list[Outcome]:
         other = {outcome.version for outcome in outcomes} - {zarngi.__version__}
         if other:
             raise ClusterError(
@@ -167,14 +182,16 @@ class DaskCluster:
         return outcomes
 
     def _look_at_workers(self) -> None:
-        with _lost_is_told():
+        with _lost_is_told(self._distributed):
             self._threads = dict(self._client.nthreads())
         if self._threads:
             self._had_workers, self._deserted = True, None
             return
         now = time.monotonic()
         if self._deserted is None:
-            self._deserted = now
+            self._deserted, self._told = now, False
+        if now - self._deserted > _TOLD_AFTER and not self._told:
+            self._told = True
             self._tell("there is no worker; waiting for one")
         if self._had_workers and now - self._deserted > self._patience:
             raise ClusterError(f"there has been no worker for {self._patience:g} s; {GO_ON}")
@@ -189,25 +206,35 @@ class DaskCluster:
                 return
 
 
-@contextmanager
-def _lost_is_told() -> Iterator[None]:
-    """Turns what Dask raises without its scheduler into a sentence."""
-    from concurrent.futures import CancelledError
+class _StillWaiting(Exception):
+    """Nothing came in time."""
 
+
+@contextmanager
+def _lost_is_told(distributed: Any) -> Iterator[None]:
+    """Turns what Dask raises without its scheduler into a sentence."""
     try:
         yield
-    except (OSError, TimeoutError, CancelledError) as error:
+    except distributed.KilledWorker:
+        raise
+    except TimeoutError as error:
+        raise _StillWaiting from error
+    except (OSError, CancelledError, RuntimeError) as error:
+        # A client that has given up on its scheduler is closed, which is a RuntimeError.
         raise ClusterError(f"the scheduler is gone ({type(error).__name__}); {GO_ON}") from error
-    except RuntimeError as error:
-        # A client that has given up on its scheduler is closed.
-        raise ClusterError(f"the scheduler is gone ({error}); {GO_ON}") from error
 
 
 @contextmanager
 def connected(
-    *, address: str | None = None, scheduler_file: str | None = None, processes: int | None = None
+    *,
+    address: str | None = None,
+    scheduler_file: str | None = None,
+    processes: int | None = None,
+    patience: float = 600,
 ) -> Iterator[Any]:
     """A client of a scheduler, or of a cluster of `processes` workers on this machine.
+
+    A scheduler's file is waited for, `patience` seconds: jobs of a batch system start in any order.
 
     Raises
     ------
@@ -221,8 +248,10 @@ def connected(
         with _local_cluster(distributed, processes) as cluster, distributed.Client(cluster) as client:
             yield client
         return
+    if scheduler_file is not None:
+        _wait_for(scheduler_file, patience)
     try:
-        client = distributed.Client(address=address, scheduler_file=scheduler_file, timeout=30)
+        client = distributed.Client(address=address, scheduler_file=scheduler_file)
     except (OSError, TimeoutError, ValueError, KeyError) as error:
         place = address or scheduler_file
         raise ClusterError(f"{place}: the scheduler does not answer ({error})") from error
@@ -232,20 +261,42 @@ def connected(
         client.close(timeout=5)
 
 
+def _wait_for(path: str, patience: float) -> None:
+    end = time.monotonic() + patience
+    while not os.path.exists(path):
+        if time.monotonic() > end:
+            raise ClusterError(f"{path}: there has been no such file for {patience:g} s")
+        time.sleep(0.1)
+
+
 @contextmanager
 def _local_cluster(distributed: Any, processes: int) -> Iterator[Any]:
-    import dask
-
-    threads = max(1, zarngi._gamma._available_cpus() // processes)
+    dask = need("dask", "dask", "computing on a cluster")
+    threads = max(1, _available_cpus() // processes)
     # The first death of a worker makes suspects of its pairs.
-    with dask.config.set({"distributed.scheduler.allowed-failures": 0}):
-        with distributed.LocalCluster(
+    settings = {
+        "distributed.scheduler.allowed-failures": 0,
+        "logging": {"distributed": "critical"},  # of the workers
+    }
+    with dask.config.set(settings), _unheard_by_children(signal.SIGINT):
+        cluster = distributed.LocalCluster(
             n_workers=processes,
             threads_per_worker=threads,
             dashboard_address=None,
-            silence_logs=_QUIET,
-        ) as cluster:
-            yield cluster
+            silence_logs=logging.CRITICAL,
+        )
+    with cluster:
+        yield cluster
 
 
-_QUIET = 50  # logging.CRITICAL
+@contextmanager
+def _unheard_by_children(number: signal.Signals) -> Iterator[None]:
+    """Processes started inside ignore a signal: a terminal sends Ctrl-C to them as well."""
+    if threading.current_thread() is not threading.main_thread():
+        yield
+        return
+    before = signal.signal(number, signal.SIG_IGN)
+    try:
+        yield
+    finally:
+        signal.signal(number, before)

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import logging
 import sys
 from contextlib import ExitStack
 from enum import IntEnum
@@ -102,12 +103,15 @@ def _engine(options: argparse.Namespace, stack: ExitStack) -> Engine:
         threads = options.threads or _available_cpus()
         limit = int(options.memory * 1e9) if options.memory else _available_memory()
         return ThisProcess(threads, limit)
+    # What happens is told here, in one line.
+    logging.disable(logging.CRITICAL)
     is_here = isinstance(options.cluster, int)
     client = stack.enter_context(
         connected(
             processes=options.cluster if is_here else None,
             address=None if is_here else options.cluster,
             scheduler_file=options.scheduler_file,
+            patience=options.patience,
         )
     )
     return DaskCluster(client, options.patience)

@@ -8,19 +8,11 @@ from typing import Any
 from .manifest import Pair
 from .settings import Settings
 
-#: Columns of a row of results, behind the criterion and the structure.
-FIGURES = (
-    "tested",
-    "passed",
-    "failed",
-    "unreached",
-    "pass_rate",
-    "mean",
-    "p50",
-    "p95",
-    "p99",
-    "maximum",
-)
+#: Voxels.
+COUNTS = ("tested", "passed", "failed", "unreached")
+#: Columns of a row of results, behind the criterion and the structure: the pass rate in %, then
+#: gamma over the tested and reached voxels.
+FIGURES = (*COUNTS, "pass_rate", "mean", "p50", "p95", "p99", "maximum")
 
 
 @dataclass(frozen=True)

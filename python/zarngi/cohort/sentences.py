@@ -11,13 +11,9 @@ _DATA_FILE = re.compile(r"\bits data file .*?(?= (?:is|cannot|holds|ends|has|com
 
 
 def _without_names(text: str, role: str, path: str) -> str:
-    name = os.path.basename(path)
-    stem = name.partition(".")[0]
     text = _DATA_FILE.sub("its data file", text)
-    for part in (path, name, stem):
-        # A short stem would be found inside words.
-        if len(part) > 3 or part == path:
-            text = text.replace(part, role)
+    for part in (path, os.path.basename(path)):
+        text = text.replace(part, role) if part else text
     return text
 
 

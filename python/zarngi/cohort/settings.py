@@ -67,11 +67,15 @@ class Settings:
     structures: tuple[str, ...] | None = None
 
     def __post_init__(self) -> None:
-        _checks.positive("dose_cutoff", self.dose_cutoff, "%")
-        _checks.positive_or_none("normalisation", self.normalisation, "Gy")
-        _checks.positive("max_gamma", self.max_gamma)
-        _checks.positive_or_none("step", self.step, "mm")
+        # As floats, so that 10 and 10.0 are the same settings.
+        for name, unit in (("dose_cutoff", "%"), ("max_gamma", "")):
+            self._set(name, _checks.positive(name, getattr(self, name), unit))
+        for name, unit in (("normalisation", "Gy"), ("step", "mm")):
+            self._set(name, _checks.positive_or_none(name, getattr(self, name), unit))
         _checks.choice("mode", self.mode, ("map", "pass_rate"))
+
+    def _set(self, name: str, value: float | None) -> None:
+        object.__setattr__(self, name, value)
 
     def changed(self, **changes: Any) -> Settings:
         """These settings with those changes that are not None or empty."""

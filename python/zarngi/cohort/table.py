@@ -9,7 +9,7 @@ import os
 from collections.abc import Iterator
 from typing import Any
 
-from .record import FIGURES
+from .record import COUNTS, FIGURES
 from .results import Results
 
 #: All but `reading` and `searching` (s) are the same whenever and wherever a pair is computed.
@@ -68,7 +68,9 @@ def load_open(results: Results) -> Any:
         import pandas
     except ImportError:
         return rows
-    return pandas.DataFrame(rows, columns=columns)
+    table = pandas.DataFrame(rows, columns=columns)
+    # Failures have no figures: whole numbers stay whole beside them.
+    return table.astype({name: "Int64" if name in COUNTS else "float64" for name in FIGURES})
 
 
 def csv_lines(results: Results) -> Iterator[str]:
