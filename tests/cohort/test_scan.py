@@ -28,7 +28,7 @@ def write_dose(path, plan=PLAN, patient="DOE", frame=FRAME, beam=None, date="202
     zarngi.write(path, grid.dose[:2], like=zarngi.DoseGrid(grid.dose[:2], grid.spacing, grid.origin))
     dataset = pydicom.dcmread(path)
     dataset.PatientID, dataset.FrameOfReferenceUID = patient, frame
-    dataset.InstanceCreationDate = date
+    dataset.InstanceCreationDate = dataset.StudyDate = date
     if plan:
         reference = item(ReferencedSOPInstanceUID=plan)
         if beam is not None:

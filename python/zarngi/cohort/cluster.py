@@ -8,6 +8,7 @@ import os
 import queue
 import signal
 import sys
+import tempfile
 import threading
 import time
 import uuid
@@ -274,19 +275,20 @@ def _local_cluster(distributed: Any, processes: int) -> Iterator[Any]:
     dask = need("dask", "dask", "computing on a cluster")
     threads = max(1, _available_cpus() // processes)
     # The first death of a worker makes suspects of its pairs.
-    settings = {
-        "distributed.scheduler.allowed-failures": 0,
-        "logging": {"distributed": "critical"},  # of the workers
-    }
-    with dask.config.set(settings), _unheard_by_children(signal.SIGINT):
-        cluster = distributed.LocalCluster(
-            n_workers=processes,
-            threads_per_worker=threads,
-            dashboard_address=None,
-            silence_logs=logging.CRITICAL,
-        )
-    with cluster:
-        yield cluster
+    settings = {"distributed.scheduler.allowed-failures": 0}
+    # Of the workers, which are processes of their own.
+    os.environ.setdefault("DASK_LOGGING__DISTRIBUTED", "critical")
+    with tempfile.TemporaryDirectory(prefix="zarngi-cohort-") as scratch:
+        with dask.config.set(settings), _unheard_by_children(signal.SIGINT):
+            cluster = distributed.LocalCluster(
+                n_workers=processes,
+                threads_per_worker=threads,
+                dashboard_address=None,
+                silence_logs=logging.CRITICAL,
+                local_directory=scratch,
+            )
+        with cluster:
+            yield cluster
 
 
 @contextmanager

@@ -10,17 +10,19 @@ from enum import IntEnum
 from pathlib import Path
 
 from .._gamma import _available_cpus
-from . import limits as limits_
-from . import scan as scan_
 from .cluster import GO_ON, DaskCluster, connected
 from .engine import Engine, ThisProcess
 from .lock import only_writer
+from .limits import limits as find_limits
+from .limits import report_lines
 from .manifest import as_pairs, write_manifest
 from .merge import merge as merge_files
 from .progress import ProgressLine, duration
 from .report import page_of
 from .results import Results
 from .run import Plan, Summary, execute, prepare_pages
+from .scan import Naming
+from .scan import scan as find_pairs
 from .settings import Settings
 from .table import csv_lines
 from .wholefile import write_whole
@@ -40,12 +42,12 @@ class ExitCode(IntEnum):
 
 def scan(options: argparse.Namespace) -> int:
     """Write a manifest, and tell what is not in it."""
-    found = scan_.scan(
+    found = find_pairs(
         options.folders,
         reference_from=options.reference_from or (),
         evaluation_from=options.evaluation_from or (),
         pattern=options.pattern,
-        naming=scan_.Naming(options.group, options.dates, options.patient, options.key),
+        naming=Naming(options.group, options.dates, options.patient, options.key),
     )
     for line in found.left_out:
         print(line, file=sys.stderr)
@@ -167,12 +169,12 @@ def export(options: argparse.Namespace) -> int:
 def limits(options: argparse.Namespace) -> int:
     """Tell the limits of every group."""
     with Results(options.results) as results:
-        found = limits_.limits(results, options.by, options.structures)
+        found = find_limits(results, options.by, options.structures)
     if not found:
         print("zarngi-cohort: limits take two pairs of a group or more", file=sys.stderr)
         return ExitCode.BAD_INPUT
     for entry in found:
-        print("\n".join(limits_.report_lines(entry)))
+        print("\n".join(report_lines(entry)))
     return ExitCode.FINE
 
 

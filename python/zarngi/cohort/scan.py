@@ -243,6 +243,8 @@ class _Found:
             )
         elif kind in _PLANS:
             self.machines[str(dataset.SOPInstanceUID)] = _machine(dataset)
+        elif not kind:
+            raise ValueError("it does not tell of what kind it is")
 
     def group(self, evaluation: DoseFile, by: str | None) -> str:
         """The group of a pair."""
