@@ -70,7 +70,7 @@ def main() -> None:
     for i in range(options.pairs):
         name = f"{i + 1:05d}.{options.format}"
         zarngi.write(options.folder / "planned" / name, planned.dose, like=planned)
-        dose = measured(delivered if i % 10 == 9 else planned, rng)
+        dose = measured(delivered if i % 10 == 9 and not options.small else planned, rng)
         zarngi.write(options.folder / "measured" / name, dose.dose, like=dose)
         day = date(2026, 1, 5) + timedelta(days=int(1.4 * i) % 3000)
         machine = MACHINES[i % len(MACHINES)]
