@@ -25,8 +25,4 @@ struct VoxelGroup {
  */
 using LatticeSearch = void (*)(const SearchPass&, SearchScratch&, const VoxelGroup&);
 
-void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
-void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
-void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
-
 #endif

@@ -7,7 +7,7 @@
 #ifndef ZARNGI_LATTICE_STAGES_VOXELTABLE_H
 #define ZARNGI_LATTICE_STAGES_VOXELTABLE_H
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/axes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
