@@ -3,7 +3,7 @@
  * Some voxels of one worker, and the search of the lattice around them on each vector path.
  *
  * The search gives the bits of visiting every lattice point of the shell in the specified order of
- * operations, but visits almost none of them: docs/performance.md explains why that is exact.
+ * operations, but visits almost none of them: docs/exactness.md explains why that is exact.
  */
 #ifndef ZARNGI_LATTICE_VOXELGROUP_H
 #define ZARNGI_LATTICE_VOXELGROUP_H

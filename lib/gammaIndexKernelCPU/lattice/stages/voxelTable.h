@@ -23,7 +23,7 @@ namespace
 struct VoxelTable {
     static constexpr int maxCount = Lanes::width;
 
-    /** Relative error, per |k|, of the least values of a column: see docs/performance.md. */
+    /** Relative error, per |k|, of the least values of a column: see docs/exactness.md. */
     static constexpr float neighbourMargin = 0x1p-17F;
 
     explicit VoxelTable(const SearchPass& searchPass) : pass(searchPass) {}
