@@ -5,8 +5,7 @@
 #ifndef ZARNGI_LANES_AVX2_H
 #define ZARNGI_LANES_AVX2_H
 
-#include <immintrin.h>
-
+#include "lanes/intrinsics.h"
 #include "lanes/sse2.h"
 
 namespace

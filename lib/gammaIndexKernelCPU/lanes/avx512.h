@@ -5,16 +5,7 @@
 #ifndef ZARNGI_LANES_AVX512_H
 #define ZARNGI_LANES_AVX512_H
 
-// GCC 12 warns of the deliberately undefined operands inside its own AVX-512 header; clang does not
-// know that warning.
-#pragma GCC diagnostic push
-#ifndef __clang__
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-
+#include "lanes/intrinsics.h"
 #include "lanes/sse2.h"
 
 namespace
