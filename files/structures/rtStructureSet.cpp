@@ -245,7 +245,7 @@ private:
         }
         if (item.has(tags::displayColour)) {
             structure->colour = colourOf(item);
-            withoutColour_ += structure->colour ? 0 : 1;
+            withoutColour_ += structure->colour ? 0U : 1U;
         }
         std::size_t count = 0;
         forEachItem(item, tags::contours, [&](const DicomValues& contour) {

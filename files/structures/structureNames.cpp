@@ -15,6 +15,7 @@ void makeNamesUnique(std::vector<Structure>& structures)
             taken.insert(structure.name);
         }
     }
+    std::map<std::string, int> tried;
     for (Structure& structure : structures) {
         if (counts[structure.name] == 1) {
             continue;
@@ -22,8 +23,8 @@ void makeNamesUnique(std::vector<Structure>& structures)
         const std::string name = structure.name + " (" + std::to_string(structure.number);
         structure.name = name + ")";
         // Layers of a mask may use one label for several structures of one name.
-        for (int i = 2; !taken.insert(structure.name).second; ++i) {
-            structure.name = name + ", " + std::to_string(i) + ")";
+        for (int& i = tried[name]; !taken.insert(structure.name).second;) {
+            structure.name = name + ", " + std::to_string(++i + 1) + ")";
         }
     }
 }
