@@ -3,15 +3,12 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
-#include <memory>
 #include <optional>
 #include <set>
 
 #include "comparison/doseJson.h"
+#include "comparison/structures/structureSetJson.h"
 #include "comparison/text.h"
-#include "files/structures/contourNotes.h"
-#include "files/structures/region.h"
 
 namespace zarngi
 {
@@ -19,72 +16,7 @@ namespace zarngi
 namespace
 {
 
-using Json = nlohmann::ordered_json;
-using files::Region;
 using files::Structure;
-
-/** A structure and what follows from its contours or voxels. */
-struct Described {
-    const Structure& structure;
-    std::optional<std::size_t> planes;
-    std::optional<std::size_t> contours;
-    std::optional<double> volume; ///< cc
-    std::vector<std::string> notes;
-};
-
-/** Whether a plane's thickness follows from the file: from two planes of a structure. */
-bool tellsSliceDistance(const std::vector<std::unique_ptr<Region>>& regions)
-{
-    return std::any_of(regions.begin(), regions.end(), [](const auto& region) {
-        return region != nullptr && region->planes() > 1;
-    });
-}
-
-void addRegion(Described& described, const Region& region, bool tellsThickness)
-{
-    if (!described.structure.region) {
-        described.planes = region.planes();
-        described.contours = described.structure.contours.size();
-    }
-    if (region.planes() == 1 && !tellsThickness) {
-        described.notes.emplace_back("has one plane, which is as thick as those of the dose grid");
-        return;
-    }
-    described.volume = region.volume();
-    for (std::string& note : region.notes()) {
-        described.notes.push_back(std::move(note));
-    }
-}
-
-std::vector<Described> describe(const files::StructureSet& set)
-{
-    const auto regions = files::regionsOf(set, 0);
-    const bool tellsThickness = tellsSliceDistance(regions);
-    std::vector<Described> described;
-    for (std::size_t i = 0; i < set.structures.size(); ++i) {
-        const Structure& structure = set.structures[i];
-        described.push_back({structure, {}, {}, {}, files::contourNotes(structure)});
-        if (regions[i]) {
-            addRegion(described.back(), *regions[i], tellsThickness);
-        } else {
-            described.back().notes.insert(described.back().notes.begin(),
-                                          "cannot be taken: " + structure.refusal);
-        }
-    }
-    return described;
-}
-
-std::string colourName(const Structure& structure)
-{
-    constexpr const char* digits = "0123456789abcdef";
-    std::string name = structure.colour ? "#" : "";
-    for (const unsigned part : structure.colour.value_or(std::array<std::uint8_t, 3>{})) {
-        if (structure.colour) {
-            name += {digits[part / 16], digits[part % 16]};
-        }
-    }
-    return name;
-}
 
 /** Characters of UTF-8; each has one byte that continues no other. */
 std::size_t widthOf(const std::string& text)
@@ -107,17 +39,14 @@ std::string shortened(std::string text, std::size_t width)
 
 using Row = std::vector<std::string>;
 
-Row rowOf(const Described& described)
+Row rowOf(const DescribedStructure& described)
 {
     const auto count = [](const std::optional<std::size_t>& value) {
         return value ? std::to_string(*value) : std::string("-");
     };
-    return {described.structure.name,
-            described.structure.type,
-            colourName(described.structure),
-            count(described.planes),
-            count(described.contours),
-            described.volume ? fixed(*described.volume, 2) : "-"};
+    return {described.structure.name,        described.structure.type,
+            colourName(described.structure), count(described.planes),
+            count(described.contours),       described.volume ? fixed(*described.volume, 2) : "-"};
 }
 
 std::string alignedLine(const Row& row, const std::vector<std::size_t>& widths)
@@ -170,46 +99,23 @@ std::string line(std::string name, const std::string& text)
     return text.empty() ? text : name + text + "\n";
 }
 
-template <class Value> Json orNull(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json();
-}
-
-Json structureJson(const Described& described)
-{
-    const Structure& structure = described.structure;
-    const files::ContoursLeftOut& leftOut = structure.leftOut;
-    return {{"name", structure.name},
-            {"number", structure.number},
-            {"type", structure.type},
-            {"colour", structure.colour ? Json(colourName(structure)) : Json()},
-            {"frameOfReference", structure.frameOfReference},
-            {"planes", orNull(described.planes)},
-            {"contours", orNull(described.contours)},
-            {"leftOut",
-             {{"points", leftOut.points}, {"open", leftOut.open}, {"few", leftOut.few}}},
-            {"volume", orNull(described.volume)},
-            {"notes", described.notes}};
-}
-
 } // namespace
 
 std::string describeStructures(const files::StructureSet& set)
 {
-    const std::vector<Described> structures = describe(set);
+    const std::vector<DescribedStructure> structures = describedStructures(set);
     std::vector<Row> rows = {{"name", "type", "colour", "planes", "contours", "cc"}};
     std::string notes;
-    for (const Described& described : structures) {
+    for (const DescribedStructure& described : structures) {
         rows.push_back(rowOf(described));
         for (const std::string& note : described.notes) {
             notes += line("note", described.structure.name + ": " + note);
         }
     }
-    std::string text = line("file", oneLine(set.path)) + line("format", set.format) +
-                       line("label", set.label) +
-                       line("frame of reference", commonFrameOfReference(set)) +
-                       line("structures", std::to_string(structures.size())) + "\n" +
-                       tableOf(std::move(rows));
+    std::string text =
+        line("file", oneLine(set.path)) + line("format", set.format) + line("label", set.label) +
+        line("frame of reference", commonFrameOfReference(set)) +
+        line("structures", std::to_string(structures.size())) + "\n" + tableOf(std::move(rows));
     for (const std::string& warning : set.warnings) {
         notes += line("warning", warning);
     }
@@ -218,15 +124,10 @@ std::string describeStructures(const files::StructureSet& set)
 
 nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests)
 {
-    Json structures = Json::array();
-    for (const Described& described : describe(set)) {
-        structures.push_back(structureJson(described));
-    }
-    return {{"file", fileJson(set.path, set.dataPath, set.format, digests)},
-            {"label", set.label},
-            {"sopInstance", set.sopInstance},
-            {"structures", std::move(structures)},
-            {"warnings", set.warnings}};
+    nlohmann::ordered_json document = {
+        {"file", fileJson(set.path, set.dataPath, set.format, digests)}};
+    document.update(structureSetJson(set));
+    return document;
 }
 
 } // namespace zarngi
