@@ -3,7 +3,7 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo test quick-test docs package check-package fuzz sanitize coverage format lint clean
+.PHONY: help demo test quick-test docs package check-package check-arm64 fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
@@ -12,6 +12,7 @@ help:
 	@echo "make docs        the reference of the headers, in build/docs/html"
 	@echo "make package     source archive and Debian packages in dist/"
 	@echo "make check-package  the same twice, compared byte by byte, unpacked and used"
+	@echo "make check-arm64 the library on 64-bit ARM, emulated: the same bits, and its package"
 	@echo "make fuzz        a minute of random calls of the library and of random dose files"
 	@echo "make sanitize    the tests under the address, undefined and thread sanitizers"
 	@echo "make coverage    line and branch coverage of lib/ and files/ by their tests"
@@ -46,6 +47,10 @@ check-package:
 	scripts/install-deps.sh package
 	scripts/check-reproducible.sh dist $(JOBS)
 	tests/packages/check.sh dist
+
+check-arm64:
+	scripts/install-deps.sh arm64
+	scripts/check-arm64.sh $(JOBS)
 
 fuzz:
 	scripts/install-deps.sh test

@@ -7,9 +7,9 @@
 #include "commonOptions.h"
 #include "computation.h"
 #include "machine.h"
+#include "paths/vectorPath.h"
 #include "program.h"
 #include "table.h"
-#include "vectorPath.h"
 
 namespace
 {

@@ -63,11 +63,11 @@ Histogram histogramOf(const std::vector<float>& gammas, double maxGamma)
  * Failed voxels with a gamma of exactly 1: the library decides on gamma squared, before the root is
  * rounded.
  */
-std::size_t failedAtOne(const GammaMap& map)
+std::size_t failedAtOne(std::span<const float> gammas, std::span<const unsigned char> passed)
 {
     std::size_t count = 0;
-    for (std::size_t i = 0; i < map.values.size(); ++i) {
-        count += map.passed[i] == ZARNGI_FAILED && map.values[i] <= 1 ? 1U : 0U;
+    for (std::size_t i = 0; i < gammas.size(); ++i) {
+        count += passed[i] == ZARNGI_FAILED && gammas[i] <= 1 ? 1U : 0U;
     }
     return count;
 }
@@ -81,27 +81,39 @@ void moveAcrossOne(Histogram& histogram, std::size_t count)
 
 } // namespace
 
-GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settings)
+GammaStatistics gammaStatistics(std::span<const float> gammas,
+                                std::span<const unsigned char> passed,
+                                const GammaSettings& settings)
 {
     std::vector<float> tested;
-    std::copy_if(map.values.begin(), map.values.end(), std::back_inserter(tested),
+    std::copy_if(gammas.begin(), gammas.end(), std::back_inserter(tested),
                  [](float gamma) { return gamma >= 0; });
     GammaStatistics statistics;
     statistics.tested = tested.size();
-    statistics.passRate = map.passRate;
     statistics.passed =
-        static_cast<std::size_t>(std::count(map.passed.begin(), map.passed.end(), ZARNGI_PASSED));
+        static_cast<std::size_t>(std::count(passed.begin(), passed.end(), ZARNGI_PASSED));
     statistics.failed = statistics.tested - statistics.passed;
+    if (statistics.tested > 0) {
+        statistics.passRate =
+            100 * static_cast<double>(statistics.passed) / static_cast<double>(statistics.tested);
+    }
     if (settings.passRateOnly) {
         return statistics;
     }
     statistics.histogram = histogramOf(tested, settings.maxGamma);
-    moveAcrossOne(*statistics.histogram, failedAtOne(map));
+    moveAcrossOne(*statistics.histogram, failedAtOne(gammas, passed));
     statistics.unreached =
         std::erase_if(tested, [](float gamma) { return gamma > unreachedGamma; });
     if (!tested.empty()) {
         statistics.spread = spreadOf(tested);
     }
+    return statistics;
+}
+
+GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settings)
+{
+    GammaStatistics statistics = gammaStatistics(map.values, map.passed, settings);
+    statistics.passRate = map.passRate;
     return statistics;
 }
 

@@ -7,8 +7,10 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <vector>
 
+#include "comparison/failedSides.h"
 #include "comparison/gammaRun.h"
 
 namespace zarngi
@@ -37,12 +39,23 @@ struct GammaStatistics {
     std::size_t tested = 0;
     std::size_t passed = 0;
     std::size_t failed = 0;
+    FailedSides sides;                  ///< of the failed ones; counted apart
     std::size_t unreached = 0;          ///< failed because no evaluation dose was within reach
     double passRate = 0;                ///< %
     std::optional<GammaSpread> spread;  ///< none in pass-rate mode, and when all are unreached
     std::optional<Histogram> histogram; ///< none in pass-rate mode
 };
 
+/**
+ * Of some voxels.
+ * @param gammas -1: not tested.
+ * @param passed of the same voxels: 1, 0, or 255: not tested.
+ */
+GammaStatistics gammaStatistics(std::span<const float> gammas,
+                                std::span<const unsigned char> passed,
+                                const GammaSettings& settings);
+
+/** Of all voxels; the pass rate is the library's own figure, in single precision. */
 GammaStatistics gammaStatistics(const GammaMap& map, const GammaSettings& settings);
 
 } // namespace zarngi

@@ -51,6 +51,8 @@ Json criterionJson(const CriterionResult& result, const Comparison& comparison)
         {"tested", statistics.tested},
         {"passed", statistics.passed},
         {"failed", statistics.failed},
+        {"hot", statistics.sides.hot},
+        {"cold", statistics.sides.cold},
         {"unreached", statistics.unreached},
         {"passRate", statistics.passRate},
         {"min", orNull(statistics.spread, &GammaSpread::minimum)},

@@ -7,6 +7,7 @@
 #include <limits>
 #include <memory>
 
+#include "comparison/failedSides.h"
 #include "files/nativeDeflate.h"
 #include "files/readDose.h"
 #include "files/writeVolume.h"
@@ -108,12 +109,30 @@ bool isGrid(const zarnGIHost_Volume& volume)
     return true;
 }
 
-files::Result<files::Bytes> encode(files::VolumeFormat format, const zarnGIHost_Volume& volume)
+files::Geometry geometryOf(const zarnGIHost_Volume& volume)
 {
     files::Geometry geometry{};
     std::copy_n(volume.size, 3, geometry.size.begin());
     std::copy_n(volume.spacing, 3, geometry.spacing.begin());
     std::copy_n(volume.origin, 3, geometry.origin.begin());
+    return geometry;
+}
+
+bool holdsDoses(const zarnGIHost_Volume* volume)
+{
+    return volume != nullptr && volume->values != nullptr && volume->type == ZARNGI_HOST_FLOAT &&
+           isGrid(*volume);
+}
+
+zarngi::DoseView dosesOf(const zarnGIHost_Volume& volume)
+{
+    const files::Geometry geometry = geometryOf(volume);
+    return {geometry, {static_cast<const float*>(volume.values), geometry.voxels()}};
+}
+
+files::Result<files::Bytes> encode(files::VolumeFormat format, const zarnGIHost_Volume& volume)
+{
+    const files::Geometry geometry = geometryOf(volume);
     const files::ValueFormat& values = valueFormats[static_cast<std::size_t>(volume.type)];
     const auto* const bytes = static_cast<const unsigned char*>(volume.values);
     return files::encodeVolume(format, geometry, values, {bytes, geometry.voxels() * values.bytes},
@@ -272,5 +291,25 @@ int zarnGIHost_writeVolume(const char* path, const zarnGIHost_Volume* volume,
     return encodeFor(path, volume, error, [&](const files::Bytes& file) {
         const files::Result<bool> written = files::writeWhole(path, file.view());
         return written ? static_cast<int>(ZARNGI_HOST_OK) : report(written.error(), error);
+    });
+}
+
+int zarnGIHost_countFailedSides(const zarnGIHost_Volume* reference,
+                                const zarnGIHost_Volume* evaluation, const unsigned char* passed,
+                                size_t* hot, size_t* cold, zarnGIHost_Error* error)
+{
+    if (passed == nullptr || hot == nullptr || cold == nullptr) {
+        return refuseArgument("a required pointer is null", error);
+    }
+    if (!holdsDoses(reference) || !holdsDoses(evaluation)) {
+        return refuseArgument("a grid holds no doses in single precision", error);
+    }
+    return guarded(error, [&] {
+        const zarngi::DoseView doses = dosesOf(*reference);
+        const zarngi::FailedSides sides = zarngi::failedSides(
+            zarngi::CentreDoses(doses, dosesOf(*evaluation)), {passed, doses.geometry.voxels()});
+        *hot = sides.hot;
+        *cold = sides.cold;
+        return static_cast<int>(ZARNGI_HOST_OK);
     });
 }

@@ -1,6 +1,7 @@
 /**
  * @file libZarnGIHost.h
- * What programs around libZarnGI share: reading and writing dose files. C11.
+ * What programs around libZarnGI share: reading and writing dose files, and what is computed from
+ * doses beside gamma. C11.
  *
  * The command-line program `zarngi` and the Python package `zarngi` read through these functions,
  * or through the same sources, so a file gives the same doses in both or the same sentence.
@@ -217,6 +218,25 @@ ZARNGI_HOST_API void zarnGIHost_freeBytes(struct zarnGIHost_Bytes* bytes);
  */
 ZARNGI_HOST_API int zarnGIHost_writeVolume(const char* path, const struct zarnGIHost_Volume* volume,
                                            struct zarnGIHost_Error* error);
+
+/**
+ * Counts the failed voxels with more dose than the reference (hot) and with less (cold). The
+ * evaluation's dose at the centre of a voxel is trilinear; within the faces of the outermost voxels
+ * it is that at their centres, outside of them there is none: such a voxel counts as neither.
+ *
+ * @param reference  doses of the type ZARNGI_HOST_FLOAT.
+ * @param evaluation likewise.
+ * @param passed     for each voxel of the reference 1, 0, or 255: not tested.
+ * @param hot        [out] voxels.
+ * @param cold       [out] voxels.
+ * @param error      [out] why they were not counted; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT (a grid out of range,
+ *         another type).
+ */
+ZARNGI_HOST_API int zarnGIHost_countFailedSides(const struct zarnGIHost_Volume* reference,
+                                                const struct zarnGIHost_Volume* evaluation,
+                                                const unsigned char* passed, size_t* hot,
+                                                size_t* cold, struct zarnGIHost_Error* error);
 
 #ifdef __cplusplus
 }

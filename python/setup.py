@@ -20,7 +20,7 @@ HERE = Path(__file__).resolve().parent
 #: CMake's targets, and where it puts the library of each.
 LIBRARIES = {"ZarnGI": "lib/libZarnGI.so", "ZarnGIHost": "host/libZarnGIHost.so"}
 #: What CMake needs of the project's tree to build the libraries.
-LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib", "files", "host")
+LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib", "files", "comparison", "host")
 
 
 def native_sources() -> Path:
@@ -54,7 +54,8 @@ def build_libraries(build_directory: str) -> None:
     except (FileNotFoundError, subprocess.CalledProcessError) as error:
         raise SystemExit(
             f"{error}\nThe libraries of zarngi are built by CMake 3.25 or later, which takes a "
-            "C++20 compiler and zlib with its headers (apt-get install cmake g++ zlib1g-dev)."
+            "C++20 compiler and the headers of zlib, libdeflate and nlohmann-json (apt-get install "
+            "cmake g++ zlib1g-dev libdeflate-dev nlohmann-json3-dev)."
         ) from error
 
 

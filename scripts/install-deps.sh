@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that are missing: install-deps.sh demo|package|test
+# Installs the Debian packages that are missing: install-deps.sh demo|package|test|arm64
 # Does nothing, and needs no privileges, when all are there.
 set -eu
 
@@ -19,16 +19,20 @@ test_packages="
     python3-markdown-it python3-vtk9 teem-apps
     chromium doxygen graphviz"
 
+arm64_packages="
+    g++-aarch64-linux-gnu qemu-user googletest"
+
 case "${1:-}" in
     demo) wanted=$demo_packages ;;
     package) wanted="$demo_packages $package_packages" ;;
     test) wanted="$demo_packages $package_packages $test_packages" ;;
-    *) echo "usage: $0 demo|package|test" >&2; exit 2 ;;
+    arm64) wanted="$demo_packages $package_packages libgtest-dev $arm64_packages" ;;
+    *) echo "usage: $0 demo|package|test|arm64" >&2; exit 2 ;;
 esac
 # Any Node.js will do: the report page needs npm and node, not Debian's packages of them. A source
 # archive brings the page along, and only its tests need them.
 page=$(dirname "$0")/../web/prebuilt/report/template.html
-if [ "$1" = test ] || [ ! -e "$page" ]; then
+if [ "$1" = test ] || { [ "$1" != arm64 ] && [ ! -e "$page" ]; }; then
     if ! command -v npm >/dev/null || ! command -v node >/dev/null; then
         wanted="$wanted nodejs npm"
     fi

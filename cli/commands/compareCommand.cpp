@@ -111,10 +111,13 @@ GammaMap computeVisibly(GammaRun& run, const GammaSettings& settings, const Crit
 void compute(Comparison& comparison)
 {
     GammaRun run(comparison.reference, comparison.evaluation);
+    const CentreDoses doses(viewOf(comparison.reference.image),
+                            viewOf(comparison.evaluation.image));
     for (CriterionResult& result : comparison.results) {
         GammaMap map = computeVisibly(run, comparison.settings, result.criterion);
         result.step = static_cast<double>(stepSize(comparison.settings, result.criterion));
         result.statistics = gammaStatistics(map, comparison.settings);
+        result.statistics.sides = failedSides(doses, map.passed);
         result.verdict = verdictOf(map.passRate, comparison.limits);
         result.seconds = map.seconds;
         result.gamma = std::move(map.values);

@@ -60,7 +60,9 @@ std::string resultRow(const CriterionResult& result, const Comparison& compariso
                 gamma(&GammaSpread::percentile99),
                 gamma(&GammaSpread::maximum),
                 fixed(result.seconds, 3),
-                verdictName(result.verdict)});
+                verdictName(result.verdict),
+                std::to_string(statistics.sides.hot),
+                std::to_string(statistics.sides.cold)});
 }
 
 } // namespace
@@ -86,7 +88,9 @@ std::string comparisonCsv(const Comparison& comparison)
                             "gamma_p99",
                             "gamma_max",
                             "seconds",
-                            "verdict"});
+                            "verdict",
+                            "failed_hot",
+                            "failed_cold"});
     for (const CriterionResult& result : comparison.results) {
         text += resultRow(result, comparison);
     }

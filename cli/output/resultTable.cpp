@@ -53,12 +53,19 @@ std::string describeVerdict(Verdict verdict, const Limits& limits)
     return "fail: below the action limit of " + number(limits.action) + " %";
 }
 
+std::string describeFailed(const GammaStatistics& statistics)
+{
+    const auto& [hot, cold] = statistics.sides;
+    return std::to_string(statistics.failed) + ": " + std::to_string(hot) + " hot, " +
+           std::to_string(cold) + " cold";
+}
+
 std::string describeSingle(const CriterionResult& result, const Limits& limits)
 {
     const GammaStatistics& statistics = result.statistics;
     std::string text = line("tested", std::to_string(statistics.tested) + " voxels") +
                        line("passed", std::to_string(statistics.passed)) +
-                       line("failed", std::to_string(statistics.failed)) +
+                       line("failed", describeFailed(statistics)) +
                        line("pass rate", fixed(statistics.passRate, 6) + " %");
     if (statistics.spread) {
         const GammaSpread& spread = *statistics.spread;
@@ -82,30 +89,34 @@ std::string describeRow(const CriterionResult& result)
     const GammaStatistics& statistics = result.statistics;
     std::string name = result.criterion.label();
     name.resize(std::max<std::size_t>(name.size(), 11), ' ');
-    std::string row = name + cell(std::to_string(statistics.tested), 11) +
-                      cell(std::to_string(statistics.failed), 11) +
-                      cell(fixed(statistics.passRate, 4), 11);
+    std::string row =
+        name + cell(std::to_string(statistics.tested), 9) +
+        cell(std::to_string(statistics.failed), 9) + cell(std::to_string(statistics.sides.hot), 8) +
+        cell(std::to_string(statistics.sides.cold), 8) + cell(fixed(statistics.passRate, 4), 10);
     if (statistics.spread) {
         const GammaSpread& spread = *statistics.spread;
         for (const double value :
              {spread.mean, spread.percentile95, spread.percentile99, spread.maximum}) {
-            row += cell(fixed(value, 3), 8);
+            row += cell(fixed(value, 3), 7);
         }
     } else {
-        row += std::string(4 * 8, ' ');
+        row += std::string(4 * 7, ' ');
     }
-    return row + cell(fixed(result.seconds, 2), 9) + "  " + verdictName(result.verdict) + "\n";
+    return row + cell(fixed(result.seconds, 2), 8) + "  " + verdictName(result.verdict) + "\n";
 }
 
 std::string describeTable(const Comparison& comparison)
 {
-    std::string text = "criterion       tested     failed  pass rate    mean     P95     P99"
-                       "     max  seconds  verdict\n";
+    std::string text =
+        "criterion     tested   failed     hot    cold pass rate   mean    P95    P99"
+        "    max seconds  verdict\n";
     for (const CriterionResult& result : comparison.results) {
         text += describeRow(result);
     }
     return text + "verdict: pass from " + number(comparison.limits.tolerance) +
-           " %, investigate from " + number(comparison.limits.action) + " %, fail below\n";
+           " %, investigate from " + number(comparison.limits.action) +
+           " %, fail below\n"
+           "hot, cold: failed with more, with less dose than the reference\n";
 }
 
 } // namespace

@@ -5,8 +5,8 @@
 
 #include "doseGrid.h"
 #include "gammaTerm.h"
+#include "paths/vectorPath.h"
 #include "rotation.h"
-#include "vectorPath.h"
 #include "watch.h"
 
 namespace

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "engineState.h"
+#include "lanes/prefetch.h"
 #include "lattice/voxelGroup.h"
 #include "progress.h"
 #include "report.h"
@@ -19,16 +20,6 @@ std::size_t shareLength(std::size_t tid, std::size_t nthreads)
 {
     const std::size_t voxels = activeVoxels.size();
     return tid < voxels ? (voxels - tid + nthreads - 1) / nthreads : 0;
-}
-
-/**
- * Fetches the cache line of a record that will be written, so that no store has to wait for it
- * then: other workers have written their records in that line. (Every x86-64 CPU takes the
- * instruction; compilers make a read of their own prefetches unless they may count on more.)
- */
-inline void prefetchForWriting(const ActiveVoxel* voxel)
-{
-    asm volatile("prefetchw %0" : : "m"(*voxel));
 }
 
 /** Between two groups: shows the host how far worker 0 is. */
@@ -57,6 +48,7 @@ void searchShare(std::size_t tid, std::size_t nthreads)
         if (tid == 0) {
             bar.advanceTo(i);
         }
+        // Other workers have written their records in that line.
         prefetchForWriting(&activeVoxels[std::min(i + prefetched * nthreads, last)]);
         ActiveVoxel& voxel = activeVoxels[i];
         const bool settled = Env->passRateMode ? voxel.passed : voxel.stopSearching;

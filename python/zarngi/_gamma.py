@@ -15,7 +15,8 @@ import numpy.typing as npt
 
 from . import _checks, _library
 from ._grid import DoseGrid, LibraryGrid, library_grid
-from ._result import Criteria, GammaResult
+from ._result import Counts, Criteria, GammaResult
+from .io import _host
 
 #: More workers than this never help and may exhaust the machine.
 MAX_THREADS = 1024
@@ -148,16 +149,15 @@ def gamma_index(
     _checks.choice("on_empty", on_empty, ("raise", "flag"))
 
     lattice = criteria.dta / 10 if criteria.step is None else criteria.step
-    output = _compute(
+    grids = (
         library_grid("reference", reference, lattice),
         library_grid("evaluation", evaluation, lattice),
-        criteria,
-        threads,
-        verbose,
     )
+    output = _compute(*grids, criteria, threads, verbose)
+    hot, cold = _host.count_failed_sides(grids[0].volume, grids[1].volume, output.passed)
     result = GammaResult.from_library(
         output.gamma.reshape(reference.shape),
-        output.passed,
+        Counts(int(np.count_nonzero(output.passed == 1)), hot, cold),
         output.seconds,
         criteria,
         reference,
@@ -194,7 +194,7 @@ def _available_cpus() -> int:
 @dataclass
 class _Output:
     gamma: npt.NDArray[np.float32]  # flat, -1 where not tested
-    passed: int  # voxels
+    passed: npt.NDArray[np.uint8]  # flat; 1, 0, or 255: not tested
     seconds: float
 
 
@@ -247,7 +247,7 @@ def _compute(
         seconds = time.perf_counter() - start
         _library.call("getGammaIndex3DMap", _floats(gamma))
         _library.call("getPassed3DMap", passed.ctypes.data_as(ctypes.POINTER(ctypes.c_ubyte)))
-    return _Output(gamma, int(np.count_nonzero(passed == 1)), seconds)
+    return _Output(gamma, passed, seconds)
 
 
 def _nothing_tested(reference: DoseGrid, criteria: Criteria) -> str:

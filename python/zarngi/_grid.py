@@ -230,12 +230,22 @@ def _value_count(dose: npt.NDArray[Any], origin: Any) -> int:
 
 @dataclass(frozen=True)
 class LibraryGrid:
-    """A grid as the library takes it: x, y, z; lower corner; single precision."""
+    """A grid as the library takes it: x, y, z; lower corner; single precision.
+
+    Spacing and origin, the centre of the first voxel, are kept in double precision as well.
+    """
 
     counts: npt.NDArray[np.intc]
+    spacing: npt.NDArray[np.float64]
+    origin: npt.NDArray[np.float64]
     sizes: npt.NDArray[np.float32]
     corner: npt.NDArray[np.float32]
     dose: npt.NDArray[np.float32]
+
+    @property
+    def volume(self) -> tuple[npt.NDArray[np.float32], list[float], list[float]]:
+        """Dose, shape (nz, ny, nx), with spacing and origin."""
+        return self.dose.reshape(self.counts[::-1]), self.spacing.tolist(), self.origin.tolist()
 
 
 def library_grid(name: str, grid: DoseGrid, step: float) -> LibraryGrid:
@@ -265,7 +275,7 @@ def library_grid(name: str, grid: DoseGrid, step: float) -> LibraryGrid:
         dose = np.ascontiguousarray(grid.dose, dtype=np.float32)
     _require_finite(name, dose)
     counts = np.array(grid.shape[::-1] + (1,) * missing, dtype=np.intc)
-    return LibraryGrid(counts, spacing.astype(np.float32), corner, dose)
+    return LibraryGrid(counts, spacing, origin, spacing.astype(np.float32), corner, dose)
 
 
 def _thin(step: float) -> float:

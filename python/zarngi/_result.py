@@ -62,6 +62,15 @@ class Criteria:
         return f"{self.dd:g}%{'L' if self.local else 'G'}/{self.dta:g}mm"
 
 
+@dataclass(frozen=True)
+class Counts:
+    """Numbers of voxels: those that passed, and those that failed with more or with less dose."""
+
+    passed: int
+    hot: int
+    cold: int
+
+
 @dataclass(frozen=True, eq=False, repr=False)
 class GammaResult:
     """The outcome of `gamma_index`.
@@ -75,6 +84,9 @@ class GammaResult:
         Percentage of tested voxels that passed; NaN when none was tested.
     tested, passed, failed : int
         Numbers of voxels.
+    hot, cold : int
+        Numbers of failed voxels whose evaluation dose at their centre is above or below that of the
+        reference. They are neither where the doses are equal or the evaluation has none.
     criteria : Criteria
         The criteria and options.
     seconds : float
@@ -87,6 +99,8 @@ class GammaResult:
     pass_rate: float
     tested: int
     passed: int
+    hot: int
+    cold: int
     criteria: Criteria
     seconds: float
     reference: DoseGrid
@@ -96,7 +110,7 @@ class GammaResult:
     def from_library(
         cls,
         gamma: npt.NDArray[np.float32],
-        passed: int,
+        counts: Counts,
         seconds: float,
         criteria: Criteria,
         reference: DoseGrid,
@@ -104,12 +118,23 @@ class GammaResult:
     ) -> GammaResult:
         """The result of the library's gamma map (contiguous, -1 where not tested).
 
-        The map becomes the result's, with NaN for -1. `passed` is the library's own count: a gamma
-        of exactly 1 may be rounded from above.
+        The map becomes the result's, with NaN for -1. Who passed is told by the library's own
+        count: a gamma of exactly 1 may be rounded from above.
         """
         tested = _settle(gamma.reshape(-1))
-        exact = 100 * passed / tested if tested else float("nan")
-        return cls(gamma, exact, tested, passed, criteria, seconds, reference, evaluation)
+        exact = 100 * counts.passed / tested if tested else float("nan")
+        return cls(
+            gamma,
+            exact,
+            tested,
+            counts.passed,
+            counts.hot,
+            counts.cold,
+            criteria,
+            seconds,
+            reference,
+            evaluation,
+        )
 
     @property
     def failed(self) -> int:
@@ -207,7 +232,8 @@ class GammaResult:
         if self.empty:
             lines.append("Pass rate    none: no voxel lies above the cut-off")
         else:
-            lines.append(f"Pass rate    {self.pass_rate:.2f} % ({self.failed} failed)")
+            failed = f"{self.failed} failed: {self.hot} hot, {self.cold} cold"
+            lines.append(f"Pass rate    {self.pass_rate:.2f} % ({failed})")
         if self._has_values:
             p95, p99 = self.percentile([95, 99])
             lines.append(

@@ -64,6 +64,15 @@ class Outputs(ProgramTest):
         ):
             self.assertAlmostEqual(criterion[name], value, places=9, msg=name)
 
+    def test_failed_voxels_have_more_dose_or_less(self):
+        document = self.results(self.reference, self.evaluation, "-c", "1%/1mm")
+        (criterion,) = document["criteria"]
+        gamma = self.gamma("gamma.nii", "-c", "1%/1mm")
+        difference = (self.other.values - self.dose.values)[gamma > 1]
+        self.assertEqual(criterion["hot"], numpy.count_nonzero(difference > 0))
+        self.assertEqual(criterion["cold"], numpy.count_nonzero(difference < 0))
+        self.assertGreater(min(criterion["hot"], criterion["cold"]), 0)
+
     def test_histogram(self):
         document = self.results(self.reference, self.evaluation, "-c", "1%/1mm")
         (criterion,) = document["criteria"]

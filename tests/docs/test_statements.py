@@ -3,6 +3,7 @@
 import json
 import re
 import runpy
+import subprocess
 
 import pytest
 from pages import PAGES, PROJECT, anchor, read_page
@@ -109,6 +110,35 @@ def test_files_named_by_the_architecture_exist():
     sources = {path.name for room in ROOMS[:3] for path in PROJECT.glob(f"{room}/**/*.cpp")}
     patterns = [re.compile(re.escape(name).replace(r"\*", r"\w*")) for name in named]
     assert [s for s in sources if not any(p.fullmatch(s) for p in patterns)] == []
+
+
+def tracked_files():
+    listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard"], cwd=PROJECT, capture_output=True, text=True)
+    if listed.returncode != 0:
+        pytest.skip("the sources are no checkout")
+    return [path for line in listed.stdout.splitlines() if (path := PROJECT / line).is_file()]
+
+
+def test_names_of_the_pages_stand_in_the_sources():
+    """Files and, written in camel case or with their class, functions, types and members."""
+    files = tracked_files()
+    names = {path.name for path in files}
+    sources = [p for p in files if p.suffix in {".h", ".cpp", ".py", ".ts", ".mjs", ".c", ".in"}]
+    text = "\n".join(path.read_text(encoding="utf-8") for path in sources)
+    words = set(re.findall(r"\w+", text))
+    looked_at = 0
+    missing = []
+    for page in PAGES:
+        for code in read_page(page).inline_code:
+            file = re.fullmatch(r"(?:[\w.-]+/)*([\w-]+\.(?:cpp|h|hpp|py|ts|mjs|sh))", code)
+            name = re.fullmatch(r"(?:\w+(?:::|\.))*([a-z]+[A-Z]\w*|\w+(?=\())(?:\(\))?", code)
+            if not file and (not name or "." in code):
+                continue
+            looked_at += 1
+            if (file[1] not in names) if file else (name[1] not in words):
+                missing.append(f"{page}: {code}")
+    assert missing == []
+    assert looked_at > 100
 
 
 def test_every_installed_header_is_in_the_reference(workshop):

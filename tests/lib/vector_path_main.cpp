@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "vectorPath.h"
+#include "paths/vectorPath.h"
 
 int main(int argc, char** argv)
 {
@@ -15,7 +15,7 @@ int main(int argc, char** argv)
     const std::string option = "--path=";
     const std::string argument = argc == 2 ? argv[1] : "";
     if (argument.rfind(option, 0) != 0) {
-        std::fprintf(stderr, "usage: --path=baseline|AVX2|AVX-512\n");
+        std::fprintf(stderr, "usage: --path=portable|SSE2|AVX2|AVX-512\n");
         return badArgument;
     }
     for (const VectorPath& path : vectorPaths) {

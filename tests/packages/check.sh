@@ -34,6 +34,26 @@ if [ $failed != 0 ]; then
     echo "The packages differ from $here/contents."
     exit 1
 fi
+
+# Whoever exports a function says since which version, and whoever uses it depends on that one.
+control=$(mktemp -d)
+trap 'rm -rf "$root" "$control"' EXIT
+tests=$here/..
+for library in libzarngi4:lib/abi libzarngihost1:files; do
+    package=${library%%:*}
+    expected=$tests/${library#*:}/exported_symbols.txt
+    tree=$control/$package
+    dpkg-deb --raw-extract "$packages/$package"_*.deb "$tree"
+    sed -n 's/^ \(.*\)@Base .*/\1/p' "$tree/DEBIAN/symbols" | sort >"$control/told"
+    cut -d ' ' -f 1 "$expected" | sort | diff - "$control/told" || {
+        echo "The symbols file of $package does not name what $expected does."
+        exit 1
+    }
+done
+mkdir -p "$control/debian"
+echo "Source: x" >"$control/debian/control"
+(cd "$control" && dpkg-shlibdeps -O -Slibzarngi4 -Slibzarngihost1 "$root/usr/bin/zarngi") |
+    grep 'libzarngi4 (>= 4\.2\.0)'
 dpkg-deb --info "$packages"/libzarngi4_*.deb shlibs | grep -x 'libZarnGI 4 libzarngi4 (>= 4\.2\.0.*)'
 dpkg-deb --info "$packages"/libzarngihost1_*.deb shlibs |
     grep -x 'libZarnGIHost 1 libzarngihost1 (>= 4\.2\.0.*)'

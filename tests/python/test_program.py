@@ -3,6 +3,7 @@
 Untested voxels are -1 in the program's maps and NaN here.
 """
 
+import json
 import subprocess
 
 import numpy as np
@@ -68,6 +69,19 @@ def test_same_bits_as_the_program(program, head_neck, grids, tmp_path, arguments
     expected = program_map(program, head_neck, arguments, tmp_path)
     np.testing.assert_array_equal(result.gamma, expected)
     assert result.tested > 1000
+
+
+@pytest.mark.parametrize("criteria", [(3, 3), (2, 2)])
+def test_same_counts_as_the_program(program, head_neck, grids, tmp_path, criteria):
+    dd, dta = criteria
+    record = tmp_path / "record.json"
+    arguments = [program, "compare", *head_neck, "--dd", str(dd), "--dta", str(dta)]
+    subprocess.run([*arguments, "--json", record], check=True, capture_output=True)
+    (told,) = json.loads(record.read_text())["criteria"]
+    result = zarngi.gamma_index(*grids, dd=dd, dta=dta)
+    for name in ("tested", "passed", "failed", "hot", "cold", "unreached"):
+        assert getattr(result, name) == told[name], name
+    assert min(result.hot, result.cold) > 4000
 
 
 def test_same_bits_as_the_program_for_dicom(program, tmp_path):

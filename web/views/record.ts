@@ -52,6 +52,9 @@ export interface Criterion {
     tested: number;
     passed: number;
     failed: number;
+    /** Failed voxels with more dose than the reference, and with less. */
+    hot?: number | null;
+    cold?: number | null;
     /** %. */
     passRate: number | null;
     mean: number | null;

@@ -75,7 +75,7 @@ export class Summary {
         byId('verdict-rate').textContent = passRate(criterion);
         byId('verdict-counts').textContent =
             `${whole(criterion.passed)} of ${whole(criterion.tested)} tested voxels passed, ` +
-            `${whole(criterion.failed)} failed`;
+            `${whole(criterion.failed)} failed${sides(criterion)}`;
         byId('verdict-text').textContent = unbroken(verdicts[criterion.verdict].long(criterion));
         byId('verdict-gauge').replaceChildren(...gauge(criterion));
         document.querySelectorAll('.criterion-label').forEach((e) => {
@@ -119,6 +119,11 @@ export class Summary {
         row.addEventListener('click', choose);
         return row;
     }
+}
+
+/** How many of the failed voxels have too much dose, and too little. */
+function sides({ hot, cold }: Criterion): string {
+    return hot == null || cold == null ? '' : `: ${whole(hot)} hot, ${whole(cold)} cold`;
 }
 
 function describe(c: Criterion): string {

@@ -3,7 +3,7 @@
  * Some voxels of one worker, and the search of the lattice around them on each vector path.
  *
  * The search gives the bits of visiting every lattice point of the shell in the specified order of
- * operations, but visits almost none of them: docs/performance.md explains why that is exact.
+ * operations, but visits almost none of them: docs/exactness.md explains why that is exact.
  */
 #ifndef ZARNGI_LATTICE_VOXELGROUP_H
 #define ZARNGI_LATTICE_VOXELGROUP_H
@@ -24,9 +24,5 @@ struct VoxelGroup {
 /** Searches the pass's shell around some voxels: lowers their gammasq, marks those that are final.
  */
 using LatticeSearch = void (*)(const SearchPass&, SearchScratch&, const VoxelGroup&);
-
-void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
-void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
-void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
 
 #endif

@@ -10,7 +10,7 @@
 #include <cstddef>
 
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "rotated/pointGroups.h"
 
 namespace
@@ -119,7 +119,7 @@ bool DoseChanges::find(const Region& region, float sampleDose)
         }
         most = Lanes::max(mostHere, most);
     }
-    most_ = largestLane(most);
+    most_ = Lanes::largest(most);
     if (fits_) {
         pool();
     }

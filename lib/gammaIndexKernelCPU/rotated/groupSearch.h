@@ -10,7 +10,7 @@
 
 #include "gammaTerm.h"
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "rotated/doseChanges.h"
 #include "rotated/pointGroups.h"
 

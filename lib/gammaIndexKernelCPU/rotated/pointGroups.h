@@ -44,8 +44,4 @@ struct RotatedPoints : SearchCriteria {
  */
 using PointSearch = bool (*)(const RotatedPoints& points, ActiveVoxel& voxel);
 
-bool pointSearchBaseline(const RotatedPoints& points, ActiveVoxel& voxel);
-bool pointSearchAvx2(const RotatedPoints& points, ActiveVoxel& voxel);
-bool pointSearchAvx512(const RotatedPoints& points, ActiveVoxel& voxel);
-
 #endif

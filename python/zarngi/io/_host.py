@@ -68,6 +68,8 @@ _DOSE = ctypes.c_void_p
 _DOSE_P = ctypes.POINTER(ctypes.c_void_p)
 _ERROR_P = ctypes.POINTER(_Error)
 _TRIPLE_P = ctypes.POINTER(ctypes.c_double)
+_VOLUME_P = ctypes.POINTER(_Volume)
+_SIZE_P = ctypes.POINTER(ctypes.c_size_t)
 
 _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
     "readDose": (ctypes.c_int, [ctypes.c_char_p, _DOSE_P, _ERROR_P]),
@@ -82,6 +84,10 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
     "getText": (ctypes.c_char_p, [_DOSE, ctypes.c_int]),
     "getWarning": (ctypes.c_char_p, [_DOSE, ctypes.c_size_t]),
     "writeVolume": (ctypes.c_int, [ctypes.c_char_p, ctypes.POINTER(_Volume), _ERROR_P]),
+    "countFailedSides": (
+        ctypes.c_int,
+        [_VOLUME_P, _VOLUME_P, ctypes.c_void_p, _SIZE_P, _SIZE_P, _ERROR_P],
+    ),
 }
 
 
@@ -191,16 +197,47 @@ def write_volume(
         When the file cannot be written.
     """
     array = np.ascontiguousarray(values)
-    volume = _Volume(
+    volume = _volume(array, spacing, origin)
+    error = _Error()
+    status = _host.zarnGIHost_writeVolume(_path_bytes(path), volume, error)
+    _check(status, error, path, refusal=ValueError)
+
+
+#: A grid of doses: array of float32, shape (nz, ny, nx); spacing and origin in mm.
+Grid = tuple[npt.NDArray[np.float32], Sequence[float], Sequence[float]]
+
+
+def count_failed_sides(
+    reference: Grid, evaluation: Grid, passed: npt.NDArray[np.uint8]
+) -> tuple[int, int]:
+    """Count the failed voxels with more (hot) and with less dose (cold) than the reference.
+
+    Parameters
+    ----------
+    reference, evaluation : grids
+        Contiguous.
+    passed : numpy.ndarray of uint8
+        Contiguous; for each voxel of the reference 1, 0, or 255: not tested.
+    """
+    hot, cold, error = ctypes.c_size_t(), ctypes.c_size_t(), _Error()
+    status = _host.zarnGIHost_countFailedSides(
+        _volume(*reference), _volume(*evaluation), passed.ctypes.data, hot, cold, error
+    )
+    _check(status, error, "the doses")
+    return hot.value, cold.value
+
+
+def _volume(
+    array: npt.NDArray[Any], spacing: Sequence[float], origin: Sequence[float]
+) -> _Volume:
+    """A contiguous array as the library takes it; it has to outlive what is returned."""
+    return _Volume(
         (ctypes.c_int * 3)(*array.shape[::-1]),
         _triple(*spacing),
         _triple(*origin),
         _TYPES[array.dtype.str[1:]],
         array.ctypes.data,
     )
-    error = _Error()
-    status = _host.zarnGIHost_writeVolume(_path_bytes(path), volume, error)
-    _check(status, error, path, refusal=ValueError)
 
 
 def _triple(*values: float) -> ctypes.Array[ctypes.c_double]:

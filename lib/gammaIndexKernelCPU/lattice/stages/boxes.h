@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/scratch.h"

@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/stages/cellEdges.h"
@@ -134,7 +134,7 @@ void CellChunk::placeAlongX(CellSpan cells)
         Lanes::store(xSquared[c], squared);
         Lanes::storeIndices(xNumber[c], CellNumbers::alongX(places, open));
         isIn[c] = Lanes::notGreater(Lanes::all(static_cast<float>(c + 1)), count);
-        xRest[c] = largestLane(Lanes::select(isIn[c], rest - squared, none));
+        xRest[c] = Lanes::largest(Lanes::select(isIn[c], rest - squared, none));
         largestRest = larger(largestRest, xRest[c]);
         places = Lanes::sum(places, Lanes::allIndices(1));
         begin = end;
@@ -161,7 +161,7 @@ void CellChunk::placeAlongY(CellSpan cells)
                           Lanes::all(__builtin_inff()));
         Lanes::store(ySquared[y], squared);
         Lanes::storeIndices(yNumber[y], CellNumbers::alongY(y, open));
-        yLeast[y] = -largestLane(Lanes::all(0) - squared);
+        yLeast[y] = -Lanes::largest(Lanes::all(0) - squared);
         begin = end;
     }
 }

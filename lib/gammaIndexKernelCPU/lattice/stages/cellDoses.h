@@ -10,7 +10,7 @@
 #include <cstdint>
 
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/pass.h"
 #include "lattice/scratch.h"
 #include "lattice/stages/cellEdges.h"

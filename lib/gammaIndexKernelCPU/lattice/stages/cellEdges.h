@@ -12,7 +12,7 @@
 #define ZARNGI_LATTICE_STAGES_CELLEDGES_H
 
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/stages/voxelTable.h"

@@ -7,7 +7,7 @@
 #ifndef ZARNGI_LATTICE_STAGES_CELLLIST_H
 #define ZARNGI_LATTICE_STAGES_CELLLIST_H
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/scratch.h"
 
 namespace

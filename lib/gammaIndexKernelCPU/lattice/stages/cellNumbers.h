@@ -7,7 +7,7 @@
 #ifndef ZARNGI_LATTICE_STAGES_CELLNUMBERS_H
 #define ZARNGI_LATTICE_STAGES_CELLNUMBERS_H
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/stages/cellEdges.h"
 #include "lattice/stages/voxelTable.h"
 

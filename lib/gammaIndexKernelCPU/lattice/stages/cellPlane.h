@@ -7,7 +7,7 @@
 #ifndef ZARNGI_LATTICE_STAGES_CELLPLANE_H
 #define ZARNGI_LATTICE_STAGES_CELLPLANE_H
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/pass.h"
 #include "lattice/stages/cellDoses.h"
 #include "lattice/stages/cellList.h"

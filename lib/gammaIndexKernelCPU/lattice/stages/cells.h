@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/scratch.h"

@@ -11,7 +11,7 @@
 #include <cstdint>
 
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/scratch.h"

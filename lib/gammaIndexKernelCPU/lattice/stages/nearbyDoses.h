@@ -10,7 +10,7 @@
 #include <cstdint>
 
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/axes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"

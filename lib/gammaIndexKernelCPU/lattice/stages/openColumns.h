@@ -11,7 +11,7 @@
 
 #include "doseGrid.h"
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/axes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"

@@ -7,7 +7,7 @@
 #ifndef ZARNGI_LATTICE_STAGES_POINTLIST_H
 #define ZARNGI_LATTICE_STAGES_POINTLIST_H
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
 #include "lattice/stages/points.h"

@@ -12,7 +12,7 @@
 #include "doseGrid.h"
 #include "gammaTerm.h"
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/pass.h"
 #include "lattice/radiusGaps.h"
 

@@ -8,7 +8,7 @@
 #define ZARNGI_LATTICE_STAGES_REFERENCEDOSES_H
 
 #include "gridAxis.h"
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/pass.h"
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelStart.h"

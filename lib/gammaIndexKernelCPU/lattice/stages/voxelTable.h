@@ -7,7 +7,7 @@
 #ifndef ZARNGI_LATTICE_STAGES_VOXELTABLE_H
 #define ZARNGI_LATTICE_STAGES_VOXELTABLE_H
 
-#include "lanes.h"
+#include "lanes/lanes.h"
 #include "lattice/axes.h"
 #include "lattice/intervals.h"
 #include "lattice/pass.h"
@@ -23,7 +23,7 @@ namespace
 struct VoxelTable {
     static constexpr int maxCount = Lanes::width;
 
-    /** Relative error, per |k|, of the least values of a column: see docs/performance.md. */
+    /** Relative error, per |k|, of the least values of a column: see docs/exactness.md. */
     static constexpr float neighbourMargin = 0x1p-17F;
 
     explicit VoxelTable(const SearchPass& searchPass) : pass(searchPass) {}

@@ -1,4 +1,4 @@
-#include "vectorPath.h"
+#include "paths/vectorPath.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,13 +16,16 @@ const VectorPath& fastestPath()
 
 } // namespace
 
-const VectorPath vectorPaths[3] = {
-    {"baseline", [] { return true; }, latticeSearchBaseline, pointSearchBaseline},
+const VectorPath vectorPaths[vectorPathCount] = {
+    {"portable", [] { return true; }, latticeSearchPortable, pointSearchPortable},
+#if defined(__x86_64__)
+    {"SSE2", [] { return true; }, latticeSearchSse2, pointSearchSse2},
     {"AVX2",
      [] { return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0; },
      latticeSearchAvx2, pointSearchAvx2},
     {"AVX-512", [] { return __builtin_cpu_supports("avx512f") != 0; }, latticeSearchAvx512,
      pointSearchAvx512},
+#endif
 };
 
 const VectorPath& vectorPath()

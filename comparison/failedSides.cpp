@@ -1,0 +1,69 @@
+#include "comparison/failedSides.h"
+
+#include <cmath>
+
+#include "libZarnGI.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+/**
+ * Where a voxel centre of the reference lies in the evaluation. Centres that meet but for rounding
+ * do meet: equal doses are not to be told apart by doses of the neighbours.
+ */
+AxisPlace placeOfCentre(const Geometry& reference, const Geometry& evaluation, std::size_t axis,
+                        int voxel)
+{
+    constexpr double closest = 1e-6; // voxels
+    const double position = reference.origin[axis] + voxel * reference.spacing[axis];
+    AxisPlace place = placeOf(evaluation, axis, position);
+    const double nearest = std::round(place.fraction);
+    if (std::fabs(place.fraction - nearest) < closest) {
+        place.fraction = nearest;
+    }
+    return place;
+}
+
+} // namespace
+
+CentreDoses::CentreDoses(const DoseView& reference, const DoseView& evaluation)
+    : reference_(reference), evaluation_(evaluation)
+{
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        for (int voxel = 0; voxel < reference.geometry.size[axis]; ++voxel) {
+            places_[axis].push_back(
+                placeOfCentre(reference.geometry, evaluation.geometry, axis, voxel));
+        }
+    }
+}
+
+void CentreDoses::count(FailedSides& sides, std::size_t voxel) const
+{
+    const std::size_t row = voxel / places_[0].size();
+    const AxisPlace& x = places_[0][voxel % places_[0].size()];
+    const AxisPlace& y = places_[1][row % places_[1].size()];
+    const AxisPlace& z = places_[2][row / places_[1].size()];
+    if (!x.isInside || !y.isInside || !z.isInside) {
+        return;
+    }
+    const double difference =
+        doseAt(evaluation_, x, y, z) - static_cast<double>(reference_.values[voxel]);
+    sides.hot += difference > 0 ? 1 : 0;
+    sides.cold += difference < 0 ? 1 : 0;
+}
+
+FailedSides failedSides(const CentreDoses& doses, std::span<const unsigned char> passed)
+{
+    FailedSides sides;
+    for (std::size_t voxel = 0; voxel < passed.size(); ++voxel) {
+        if (passed[voxel] == ZARNGI_FAILED) {
+            doses.count(sides, voxel);
+        }
+    }
+    return sides;
+}
+
+} // namespace zarngi

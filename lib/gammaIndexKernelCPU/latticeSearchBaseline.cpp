@@ -1,6 +1,0 @@
-#include "lattice/stages/group.h"
-
-void latticeSearchBaseline(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
-{
-    searchGroup(pass, scratch, group);
-}

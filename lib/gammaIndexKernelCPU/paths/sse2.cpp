@@ -1,0 +1,13 @@
+#include "lattice/stages/group.h"
+#include "paths/vectorPath.h"
+#include "rotated/groupSearch.h"
+
+void latticeSearchSse2(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
+{
+    searchGroup(pass, scratch, group);
+}
+
+bool pointSearchSse2(const RotatedPoints& points, ActiveVoxel& voxel)
+{
+    return RotatedSearch(points, voxel).run();
+}
