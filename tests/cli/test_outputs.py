@@ -159,6 +159,8 @@ class Outputs(ProgramTest):
             self.assertEqual(row["criterion"], criterion["label"])
             self.assertEqual(int(row["tested"]), criterion["tested"])
             self.assertEqual(int(row["failed"]), criterion["failed"])
+            self.assertEqual(int(row["failed_hot"]), criterion["hot"])
+            self.assertEqual(int(row["failed_cold"]), criterion["cold"])
             self.assertAlmostEqual(float(row["pass_rate_percent"]), criterion["passRate"], places=5)
             self.assertAlmostEqual(float(row["gamma_p95"]), criterion["p95"], places=7)
             self.assertEqual(row["verdict"], criterion["verdict"])
@@ -170,7 +172,7 @@ class Outputs(ProgramTest):
         for name, value in (
             ("tested", f"{criterion['tested']} voxels"),
             ("passed", f"{criterion['passed']}"),
-            ("failed", f"{criterion['failed']}"),
+            ("failed", f"{criterion['failed']}: {criterion['hot']} hot, {criterion['cold']} cold"),
             ("pass rate", f"{criterion['passRate']:.6f} %"),
         ):
             self.assertRegex(printed, rf"(?m)^{name} +{re.escape(value)}$")

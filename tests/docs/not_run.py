@@ -14,6 +14,7 @@ NOT_RUN = {
     "make docs": "installs packages; the test docs.reference does the rest",
     "make package": BUILDS,
     "make check-package": BUILDS,
+    "make check-arm64": "builds the library for another processor, and tests it for minutes",
     "apt-get install ./dist/*.deb": "changes the machine; tests/packages/check_clean_root.sh",
     "make format": "changes the sources",
     "make lint": "takes minutes",

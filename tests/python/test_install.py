@@ -72,7 +72,7 @@ def test_install_from_the_tree(environment, tmp_path):
 def test_source_distribution_is_complete(environment, tmp_path):
     # A copy of the tree, so that nothing is left behind in it.
     tree = tmp_path / "tree"
-    for name in ("CMakeLists.txt", "cmake", "lib", "files", "host", "python"):
+    for name in ("CMakeLists.txt", "cmake", "lib", "files", "comparison", "host", "python"):
         source = PROJECT / name
         copy = shutil.copytree if source.is_dir() else shutil.copy
         tree.mkdir(exist_ok=True)
