@@ -30,9 +30,8 @@ std::vector<std::int32_t> labelsOf(const std::vector<float>& values)
         const float value = values[i];
         if (!(value >= 0 && value <= static_cast<float>(largestLabel)) ||
             value != std::floor(value)) {
-            refuse("is no label mask: it has a value of " +
-                   number(static_cast<double>(value), 9) + " (labels are whole numbers from 0 to " +
-                   grouped(largestLabel) + ")");
+            refuse("is no label mask: it has a value of " + number(static_cast<double>(value), 9) +
+                   " (labels are whole numbers from 0 to " + grouped(largestLabel) + ")");
         }
         labels[i] = static_cast<std::int32_t>(value);
     }
@@ -106,8 +105,8 @@ std::optional<Segment> segmentOf(const TextHeader& keys, std::size_t index, std:
         return {};
     }
     Segment segment;
-    segment.label = static_cast<std::int32_t>(
-        wholeNumberOf(label, "a label of a segment", 1, largestLabel, 1));
+    segment.label =
+        static_cast<std::int32_t>(wholeNumberOf(label, "a label of a segment", 1, largestLabel, 1));
     const std::string* const layer = find("layer");
     const auto last = static_cast<std::int64_t>(layers) - 1;
     segment.layer = static_cast<std::size_t>(wholeNumberOf(
