@@ -73,7 +73,8 @@ SourceFile::SourceFile(const std::string& path, const std::string& what)
         told_ = static_cast<std::size_t>(status.st_size);
     } else if (!S_ISFIFO(status.st_mode)) {
         close(file_);
-        refuseSystem((S_ISDIR(status.st_mode) ? "is a folder, not a " : "is a device, not a ") + what,
+        refuseSystem((S_ISDIR(status.st_mode) ? "is a folder, not a " : "is a device, not a ") +
+                         what,
                      S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     }
 }

@@ -146,9 +146,8 @@ ExitCode info(const InfoOptions& options)
 {
     FileDigests digests;
     FileDigests* const wanted = options.asJson ? &digests : nullptr;
-    const Contents contents = options.asStructures
-                                  ? readStructures(options.file, wanted)
-                                  : readDoseOrStructures(options.file, wanted);
+    const Contents contents = options.asStructures ? readStructures(options.file, wanted)
+                                                   : readDoseOrStructures(options.file, wanted);
     std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }

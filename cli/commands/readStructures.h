@@ -16,7 +16,8 @@ namespace zarngi
 {
 
 /**
- * Reads a DICOM RT Structure Set or a label mask, and digests of what was read where they are asked for.
+ * Reads a DICOM RT Structure Set or a label mask, and digests of what was read where they are asked
+ * for.
  * @throws InputError whose text begins with the path.
  */
 files::StructureSet readStructures(const std::string& path, FileDigests* digests);

@@ -112,12 +112,9 @@ Row rowOf(const Described& described)
     const auto count = [](const std::optional<std::size_t>& value) {
         return value ? std::to_string(*value) : std::string("-");
     };
-    return {described.structure.name,
-            described.structure.type,
-            colourName(described.structure),
-            count(described.planes),
-            count(described.contours),
-            described.volume ? fixed(*described.volume, 2) : "-"};
+    return {described.structure.name,        described.structure.type,
+            colourName(described.structure), count(described.planes),
+            count(described.contours),       described.volume ? fixed(*described.volume, 2) : "-"};
 }
 
 std::string alignedLine(const Row& row, const std::vector<std::size_t>& widths)
@@ -186,8 +183,7 @@ Json structureJson(const Described& described)
             {"frameOfReference", structure.frameOfReference},
             {"planes", orNull(described.planes)},
             {"contours", orNull(described.contours)},
-            {"leftOut",
-             {{"points", leftOut.points}, {"open", leftOut.open}, {"few", leftOut.few}}},
+            {"leftOut", {{"points", leftOut.points}, {"open", leftOut.open}, {"few", leftOut.few}}},
             {"volume", orNull(described.volume)},
             {"notes", described.notes}};
 }
@@ -205,11 +201,10 @@ std::string describeStructures(const files::StructureSet& set)
             notes += line("note", described.structure.name + ": " + note);
         }
     }
-    std::string text = line("file", oneLine(set.path)) + line("format", set.format) +
-                       line("label", set.label) +
-                       line("frame of reference", commonFrameOfReference(set)) +
-                       line("structures", std::to_string(structures.size())) + "\n" +
-                       tableOf(std::move(rows));
+    std::string text =
+        line("file", oneLine(set.path)) + line("format", set.format) + line("label", set.label) +
+        line("frame of reference", commonFrameOfReference(set)) +
+        line("structures", std::to_string(structures.size())) + "\n" + tableOf(std::move(rows));
     for (const std::string& warning : set.warnings) {
         notes += line("warning", warning);
     }

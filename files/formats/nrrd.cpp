@@ -20,7 +20,7 @@ namespace
 {
 
 struct NrrdHeader : TextHeader {
-    std::size_t length = 0; ///< bytes up to the first byte behind the header
+    std::size_t length = 0;                      ///< bytes up to the first byte behind the header
     std::vector<std::string_view> keysAndValues; ///< lines "key:=value"
 };
 
@@ -243,7 +243,7 @@ double lengthUnit(const std::string& unit)
 /** The grid, axis by axis, before the three that span the volume are picked. */
 struct Axes {
     std::vector<std::int64_t> sizes;
-    std::vector<std::string> units; ///< empty where they are not told
+    std::vector<std::string> units;    ///< empty where they are not told
     std::optional<std::size_t> layers; ///< the one that counts volumes of one grid
 
     /** Whether an axis may be none of space. */
@@ -646,7 +646,8 @@ std::size_t valueCount(std::size_t voxels, std::int64_t layers)
 {
     constexpr std::int64_t mostLayers = 10000; // each takes memory of its own
     constexpr std::int64_t mostValues = std::numeric_limits<std::int32_t>::max();
-    if (layers < 1 || layers > std::min(mostLayers, mostValues / static_cast<std::int64_t>(voxels))) {
+    if (layers < 1 ||
+        layers > std::min(mostLayers, mostValues / static_cast<std::int64_t>(voxels))) {
         refuse("its grid has " + std::to_string(layers) + " layers");
     }
     return voxels * static_cast<std::size_t>(layers);
@@ -658,8 +659,7 @@ NrrdVolume readAll(ByteView file, Lists lists, const FindFile& find, const Host&
     const NrrdHeader& header = volume.header;
     volume.axes = axesOf(header, lists);
     volume.stored = geometryOf(header, volume.axes, volume.dose);
-    const std::size_t count =
-        valueCount(checkGeometry(volume.stored), volume.axes.layerCount());
+    const std::size_t count = valueCount(checkGeometry(volume.stored), volume.axes.layerCount());
     const Scaling scaling = scalingOf(header, volume.dose);
     const std::string* const name = header.findAny({"data file", "datafile"});
     Bytes companion;

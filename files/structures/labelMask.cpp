@@ -30,9 +30,8 @@ std::vector<std::int32_t> labelsOf(const std::vector<float>& values)
         const float value = values[i];
         if (!(value >= 0 && value <= static_cast<float>(largestLabel)) ||
             value != std::floor(value)) {
-            refuse("is no label mask: it has a value of " +
-                   number(static_cast<double>(value), 9) + " (labels are whole numbers from 0 to " +
-                   grouped(largestLabel) + ")");
+            refuse("is no label mask: it has a value of " + number(static_cast<double>(value), 9) +
+                   " (labels are whole numbers from 0 to " + grouped(largestLabel) + ")");
         }
         labels[i] = static_cast<std::int32_t>(value);
     }
@@ -106,13 +105,16 @@ std::optional<Segment> segmentOf(const TextHeader& keys, std::size_t index, std:
         return {};
     }
     Segment segment;
-    segment.label = static_cast<std::int32_t>(
-        wholeNumberOf(label, "a label of a segment", 1, largestLabel, 1));
+    segment.label =
+        static_cast<std::int32_t>(wholeNumberOf(label, "a label of a segment", 1, largestLabel, 1));
     const std::string* const layer = find("layer");
     const auto last = static_cast<std::int64_t>(layers) - 1;
     segment.layer = static_cast<std::size_t>(wholeNumberOf(
         layer, "a layer of a segment", 0, last, std::min(static_cast<std::int64_t>(index), last)));
     segment.name = oneLine(name != nullptr ? *name : id != nullptr ? *id : "");
+    if (segment.name.empty()) {
+        segment.name = "label " + std::to_string(segment.label);
+    }
     if (const std::string* const colour = find("color")) {
         segment.colour = colourOf(*colour);
     }
@@ -163,7 +165,7 @@ std::vector<Layer> takeLayers(NrrdLayers& volumes)
 Structure structureOf(const Segment& segment, Layer& layer)
 {
     Structure structure;
-    structure.name = segment.name.empty() ? "label " + std::to_string(segment.label) : segment.name;
+    structure.name = segment.name;
     structure.number = segment.label;
     structure.colour = segment.colour;
     structure.region = LabelRegion{layer.grid, segment.label};
@@ -181,7 +183,10 @@ std::vector<Structure> structuresOf(const std::vector<Segment>& segments,
     }
     for (std::size_t i = 0; i < layers.size(); ++i) {
         while (!layers[i].labels.empty()) {
-            structures.push_back(structureOf({{}, *layers[i].labels.begin(), i, {}}, layers[i]));
+            const std::int32_t label = *layers[i].labels.begin();
+            std::string name = "label " + std::to_string(label);
+            name += layers.size() > 1 ? " of layer " + std::to_string(i + 1) : "";
+            structures.push_back(structureOf({std::move(name), label, i, {}}, layers[i]));
         }
     }
     return structures;

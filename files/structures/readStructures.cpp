@@ -49,9 +49,8 @@ StructureSet readPath(const std::string& path, const Host& host)
 std::variant<DoseImage, StructureSet> readAnyPath(const std::string& path, const Host& host)
 {
     NamedFile file(path, host);
-    const ByteView contents = file.read("dose file", [&host](ByteView beginning) {
-        checkMayBeDose(beginning, host.deflate);
-    });
+    const ByteView contents = file.read(
+        "dose file", [&host](ByteView beginning) { checkMayBeDose(beginning, host.deflate); });
     if (isStructureSet(contents, host.deflate)) {
         return file.withPaths(readRtStructureSet(contents, host.deflate));
     }

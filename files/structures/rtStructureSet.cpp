@@ -47,7 +47,8 @@ constexpr std::uint64_t mostUnpackedBytes = std::uint64_t{256} << 20;
 
 constexpr double farthestVertex = 1e6; // mm
 
-/** Twice a rounding beyond 0.1 mm, which as a difference of written numbers comes out either way. */
+/** Twice a rounding beyond 0.1 mm, which as a difference of written numbers comes out either way.
+ */
 constexpr double flatness = 0.1 + 1e-9; // mm
 
 /** Whether the file says by its classes or its modality that it is such an object. */
@@ -114,7 +115,7 @@ std::vector<Vec3> verticesOf(const DicomValues& contour)
         for (double& coordinate : vertex) {
             coordinate = numbers.next();
             if (!(std::fabs(coordinate) <= farthestVertex)) {
-                refuse("has a contour with a coordinate of " + number(coordinate) + " mm");
+                refuse("has a contour with a coordinate of " + number(coordinate, 9) + " mm");
             }
         }
     }
@@ -123,13 +124,12 @@ std::vector<Vec3> verticesOf(const DicomValues& contour)
 
 void checkFlat(const std::vector<Vec3>& vertices)
 {
-    const auto [lowest, highest] =
-        std::minmax_element(vertices.begin(), vertices.end(),
-                            [](const Vec3& a, const Vec3& b) { return a[2] < b[2]; });
+    const auto [lowest, highest] = std::minmax_element(
+        vertices.begin(), vertices.end(), [](const Vec3& a, const Vec3& b) { return a[2] < b[2]; });
     const double height = (*highest)[2] - (*lowest)[2];
     if (height > flatness) {
-        refuse("has a contour that does not lie in a plane of constant z: it is " +
-               number(height) + " mm high");
+        refuse("has a contour that does not lie in a plane of constant z: it is " + number(height) +
+               " mm high");
     }
 }
 
@@ -218,9 +218,8 @@ private:
         if (structure.name.empty()) {
             structure.name = "ROI " + std::to_string(structure.number);
         }
-        structure.frameOfReference = roi.has(tags::roiFrameOfReference)
-                                         ? roi.text(tags::roiFrameOfReference)
-                                         : commonFrame_;
+        structure.frameOfReference =
+            roi.has(tags::roiFrameOfReference) ? roi.text(tags::roiFrameOfReference) : commonFrame_;
         if (!places_.emplace(structure.number, set_.structures.size()).second) {
             refuse("has two structures of the ROI Number " + std::to_string(structure.number));
         }
@@ -286,8 +285,8 @@ private:
                                     some(inTwoPlaces_) + "); all of them are taken");
         }
         if (withoutColour_ > 0) {
-            set_.warnings.push_back("has display colours that are none; " +
-                                    grouped(withoutColour_) + " structures are left without one");
+            set_.warnings.push_back("has display colours that are none (left without one: " +
+                                    grouped(withoutColour_) + ")");
         }
     }
 

@@ -28,7 +28,8 @@ DicomNumbers::DicomNumbers(ByteView value, const DicomTag& tag)
     : rest_(withoutPadding(asText(value))), tag_(tag)
 {
     if (!rest_.empty()) {
-        const auto separators = static_cast<std::size_t>(std::count(rest_.begin(), rest_.end(), '\\'));
+        const auto separators =
+            static_cast<std::size_t>(std::count(rest_.begin(), rest_.end(), '\\'));
         count_ = rest_.back() == '\\' ? separators : separators + 1;
     }
 }
