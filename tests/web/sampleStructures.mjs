@@ -46,12 +46,15 @@ function contoursOf(grid, { centre, radii }) {
         const rest = 1 - ((z - centre[2]) / radii[2]) ** 2;
         if (rest > 0) {
             stored.push(corners, micrometres(z));
+            let last = [0, 0];
             for (let i = 0; i < corners; ++i) {
                 const angle = (2 * Math.PI * i) / corners;
-                stored.push(
+                const vertex = [
                     micrometres(centre[0] + radii[0] * Math.sqrt(rest) * Math.cos(angle)),
                     micrometres(centre[1] + radii[1] * Math.sqrt(rest) * Math.sin(angle)),
-                );
+                ];
+                stored.push(vertex[0] - last[0], vertex[1] - last[1]);
+                last = vertex;
             }
         }
     }

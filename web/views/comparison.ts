@@ -21,8 +21,9 @@ export interface StructureShape {
     /** Voxels of the reference grid in fours: z, y, first x, behind the last x; by z, y, x. */
     readonly runs: Int32Array;
     /**
-     * Its contours, one after another: number of vertices, height z, then x and y of each vertex; in
-     * thousandths of a millimetre. Null where it has none.
+     * Its contours, one after another: number of vertices, height z, then x and y of each vertex, the
+     * first as it is, the others less those of the one before; in thousandths of a millimetre. Null
+     * where it has none.
      */
     readonly contours: Int32Array | null;
 }

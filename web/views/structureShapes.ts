@@ -52,10 +52,17 @@ function listed(stored: Int32Array): Contour[] {
     const contours: Contour[] = [];
     const perMm = 1000;
     for (let i = 0; i < stored.length; i += 2 + 2 * stored[i]) {
-        const points = Array.from(stored.subarray(i + 2, i + 2 + 2 * stored[i]), (v) => v / perMm);
+        const points = summed(stored.subarray(i + 2, i + 2 + 2 * stored[i])).map((v) => v / perMm);
         contours.push({ z: stored[i + 1] / perMm, points });
     }
     return contours;
+}
+
+/** Each pair of numbers is told less the one before. */
+function summed(differences: Int32Array): number[] {
+    const sums: number[] = [];
+    differences.forEach((difference, i) => sums.push(difference + (sums[i - 2] ?? 0)));
+    return sums;
 }
 
 /** The shapes of all structures, as they come. */
