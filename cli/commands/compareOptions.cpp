@@ -40,8 +40,7 @@ void addCriteria(CLI::App& command, CompareOptions& options)
 {
     auto* const several = command
                               .add_option("-c,--criteria", options.criteria,
-                                          "Like 3%/2mm, 2%L/2mm (L: local) or 'PTV*:2%/1mm'; "
-                                          "may be repeated")
+                                          "Like 3%/2mm, 2%L/2mm (L: local), 'PTV*:2%/1mm'")
                               ->type_name("DD/DTA")
                               ->expected(1)
                               ->take_all()
@@ -108,7 +107,7 @@ CLI::Option* addRepeated(CLI::App& command, const char* name, std::vector<std::s
 void addLimits(CLI::App& command, LimitOptions& limits)
 {
     const auto add = [&](const char* name, std::vector<std::string>& values, const char* text) {
-        addRepeated(command, name, values, "[NAME:]%", text)->group("Limits");
+        addRepeated(command, name, values, "%", text)->group("Limits");
     };
     add("--tolerance", limits.tolerance, "Pass rate for a pass (95); 'PTV*:98' for structures");
     add("--action", limits.action, "Pass rate that calls for action (90); also 'NAME:90'");
@@ -123,8 +122,8 @@ void addStructures(CLI::App& command, StructureOptions& options)
     };
     several("--structures", options.files, "FILE", "DICOM RT Structure Set or label mask");
     several("--structure", options.shown, "NAME",
-            "Show these only: 'PTV*', 'ring=PTV57-PTV67' (|, &, -); may be repeated");
-    several("--exclude", options.excluded, "NAME", "Show all but these; may be repeated");
+            "Show these only: 'PTV*', 'ring=PTV57-PTV67' (|, &, -)");
+    several("--exclude", options.excluded, "NAME", "Show all but these");
     command.add_option("--within", options.within, "Test voxels of these structures only: faster")
         ->type_name("NAME")
         ->group("Structures");
