@@ -85,6 +85,18 @@ files::Geometry geometryOf(const zarnGIHost_Volume& volume)
     return geometryOf(volume.size, volume.spacing, volume.origin);
 }
 
+bool holdsDoses(const zarnGIHost_Volume* volume)
+{
+    return volume != nullptr && volume->values != nullptr && volume->type == ZARNGI_HOST_FLOAT &&
+           isGrid(*volume);
+}
+
+zarngi::DoseView dosesOf(const zarnGIHost_Volume& volume)
+{
+    const files::Geometry geometry = geometryOf(volume);
+    return {geometry, {static_cast<const float*>(volume.values), geometry.voxels()}};
+}
+
 int hand(files::ByteView bytes, zarnGIHost_Bytes* out)
 {
     auto* const data = static_cast<unsigned char*>(std::malloc(bytes.size()));

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_HOST_CALLS_H
 #define ZARNGI_HOST_CALLS_H
 
+#include "comparison/doseSampling.h"
 #include "files/doseImage.h"
 #include "files/error.h"
 #include "files/readDose.h"
@@ -37,6 +38,10 @@ files::Geometry geometryOf(const int* size, const double* spacing, const double*
 
 bool isGrid(const zarnGIHost_Volume& volume);
 files::Geometry geometryOf(const zarnGIHost_Volume& volume);
+
+/** Whether a volume is there and can be looked at as doses. */
+bool holdsDoses(const zarnGIHost_Volume* volume);
+zarngi::DoseView dosesOf(const zarnGIHost_Volume& volume);
 
 /** Hands bytes to the caller, who frees them. @return ZARNGI_HOST_OK */
 int hand(files::ByteView bytes, zarnGIHost_Bytes* out);

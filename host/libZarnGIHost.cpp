@@ -21,9 +21,11 @@ namespace
 {
 
 using files::FileError;
+using host::dosesOf;
 using host::finder;
 using host::geometryOf;
 using host::guarded;
+using host::holdsDoses;
 using host::isGrid;
 using host::refuseArgument;
 using host::report;
@@ -49,18 +51,6 @@ constexpr std::array<files::ValueFormat, 10> valueFormats = {{{Kind::unsignedInt
                                                               {Kind::signedInteger, 8},
                                                               {Kind::floatingPoint, 4},
                                                               {Kind::floatingPoint, 8}}};
-
-bool holdsDoses(const zarnGIHost_Volume* volume)
-{
-    return volume != nullptr && volume->values != nullptr && volume->type == ZARNGI_HOST_FLOAT &&
-           isGrid(*volume);
-}
-
-zarngi::DoseView dosesOf(const zarnGIHost_Volume& volume)
-{
-    const files::Geometry geometry = geometryOf(volume);
-    return {geometry, {static_cast<const float*>(volume.values), geometry.voxels()}};
-}
 
 files::Result<files::Bytes> encode(files::VolumeFormat format, const zarnGIHost_Volume& volume)
 {

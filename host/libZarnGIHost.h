@@ -334,6 +334,35 @@ ZARNGI_HOST_API int zarnGIHost_findVoxels(const struct zarnGIHost_Structures* st
                                           const double spacing[3], const double origin[3],
                                           unsigned char* voxels, struct zarnGIHost_Error* error);
 
+/** What is compared within structures. */
+struct zarnGIHost_StructureInput {
+    const struct zarnGIHost_Structures* const* sets; /**< one or more files or masks */
+    size_t count;                                    /**< of them */
+    struct zarnGIHost_Volume reference;              /**< doses of the type ZARNGI_HOST_FLOAT */
+    struct zarnGIHost_Volume evaluation;             /**< likewise */
+    const float* gamma;          /**< of each reference voxel, -1: not tested; null: no gamma */
+    const unsigned char* passed; /**< of each reference voxel 1, 0, or 255: not tested */
+};
+
+/**
+ * Compares two doses, and tells the outcome of a gamma test, within structures.
+ *
+ * @param input   what is compared.
+ * @param options a JSON object, UTF-8: `shown` and `excluded` (arrays of names, patterns or
+ *                combinations, as `zarngi compare --structure` and `--exclude` take them),
+ * `metrics` (an array of texts like "D99,V20Gy"), `fullDose` (Gy, 100 % of a V95%), `maxGamma`,
+ *                `passRateOnly`, `tolerance`, `action` (%), `threads`.
+ * @param json    [out] an object with `structures` and, with gamma, `criterion`: the members of the
+ *                record of `zarngi compare --json` that have to do with structures. The caller
+ * frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error   [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (a name that matches nothing and the like),
+ *         ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_compareStructures(const struct zarnGIHost_StructureInput* input,
+                                                 const char* options, struct zarnGIHost_Bytes* json,
+                                                 struct zarnGIHost_Error* error);
+
 #ifdef __cplusplus
 }
 #endif

@@ -47,11 +47,11 @@ export class DoseVolume {
     /** The curves over one axis of doses, in % of the volume. */
     private data(): uPlot.AlignedData {
         const curves = this.shown.flatMap(({ dvh }) =>
-            dvh ? [dvh.reference.curve, dvh.evaluation.curve] : [],
+            dvh ? [dvh.reference.curve, dvh.evaluation?.curve ?? null] : [],
         );
-        const bins = Math.max(2, ...curves.map((curve) => curve.length));
+        const bins = Math.max(2, ...curves.map((curve) => curve?.length ?? 0));
         const doses = Array.from({ length: bins }, (_, i) => i * this.binWidth);
-        const filled = curves.map((curve) => doses.map((_, i) => 100 * (curve[i] ?? 0)));
+        const filled = curves.map((curve) => doses.map((_, i) => curve && 100 * (curve[i] ?? 0)));
         return [doses, ...filled];
     }
 
@@ -107,11 +107,11 @@ function figuresOf(dvh: NonNullable<StructureRecord['dvh']>): Figure[] {
     const basic = (['min', 'mean', 'max'] as const).map((name) => ({
         name: { min: 'Minimum', mean: 'Mean', max: 'Maximum' }[name],
         reference: dvh.reference[name],
-        evaluation: dvh.evaluation[name],
-        difference: dvh.difference[name],
+        evaluation: dvh.evaluation?.[name] ?? null,
+        difference: dvh.difference?.[name] ?? null,
     }));
-    const metric = (doses: StructureDoses | { metrics: StructureDoses['metrics'] }, name: string) =>
-        doses.metrics[name] ?? null;
+    const metric = (doses: { metrics: StructureDoses['metrics'] } | null, name: string) =>
+        doses?.metrics[name] ?? null;
     const asked = Object.keys(dvh.reference.metrics).map((name) => ({
         name,
         reference: metric(dvh.reference, name),

@@ -83,8 +83,9 @@ export interface StructureRecord {
     notes: string[];
     dvh: {
         reference: StructureDoses;
-        evaluation: StructureDoses;
-        difference: { min: number; mean: number; max: number; metrics: Record<string, number | null> };
+        /** Null where it has no dose in the structure. */
+        evaluation: StructureDoses | null;
+        difference: { min: number; mean: number; max: number; metrics: Record<string, number | null> } | null;
     } | null;
 }
 
@@ -137,7 +138,7 @@ export interface Criterion {
      */
     histogram: GammaHistogram;
     /** One for each structure of the record, in its order. */
-    structures?: PartResult[] | null;
+    structures?: (PartResult | null)[] | null;
     outsideStructures?: PartResult | null;
 }
 
