@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
 
+#include "comparison/doseImage.h"
 #include "comparison/doseJson.h"
 #include "comparison/text.h"
 #include "files/structures/contourNotes.h"
@@ -51,6 +53,9 @@ void addRegion(Described& described, const Region& region, bool tellsThickness)
         return;
     }
     described.volume = region.volume();
+    if (described.structure.region && described.volume == 0.0) {
+        described.notes.emplace_back("has no voxel");
+    }
     for (std::string& note : region.notes()) {
         described.notes.push_back(std::move(note));
     }
@@ -123,14 +128,31 @@ std::string alignedLine(const Row& row, const std::vector<std::size_t>& widths)
     std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
         const std::string gap(widths[i] - widthOf(row[i]), ' ');
+        if (widths[i] == 0) {
+            continue;
+        }
         line += (i > 0 ? "  " : "") + (i < firstNumber ? row[i] + gap : gap + row[i]);
     }
     return line + "\n";
 }
 
+/** Takes away the columns in which no structure has anything. */
+void dropEmptyColumns(std::vector<Row>& rows)
+{
+    for (std::size_t i = rows[0].size(); i-- > 0;) {
+        const bool isEmpty = std::all_of(rows.begin() + 1, rows.end(), [i](const Row& row) {
+            return row[i].empty() || row[i] == "-";
+        });
+        for (Row& row : rows) {
+            row[i] = isEmpty ? "" : row[i];
+        }
+    }
+}
+
 /** Left-aligned texts, right-aligned numbers; long names are cut. */
 std::string tableOf(std::vector<Row> rows)
 {
+    dropEmptyColumns(rows);
     constexpr std::size_t terminal = 79;
     constexpr std::size_t longestType = 16;
     std::vector<std::size_t> widths(rows[0].size());
@@ -167,12 +189,60 @@ std::string line(std::string name, const std::string& text)
     return text.empty() ? text : name + text + "\n";
 }
 
+/** Digests of what structures are made of; that of a grid of labels is computed once. */
+class Digests
+{
+public:
+    std::string of(const Structure& structure)
+    {
+        return structure.region ? ofLabels(structure.region->grid.get())
+                                : ofContours(structure.contours);
+    }
+
+private:
+    template <class Number> static std::string digest(const std::vector<Number>& numbers)
+    {
+        return digestOf({reinterpret_cast<const unsigned char*>(numbers.data()),
+                         numbers.size() * sizeof(Number)})
+            .sha256;
+    }
+
+    std::string ofLabels(const files::LabelGrid* grid)
+    {
+        std::string& known = known_[grid];
+        known = known.empty() ? digest(grid->labels) : known;
+        return known;
+    }
+
+    static std::string ofContours(const std::vector<files::Contour>& contours)
+    {
+        std::vector<double> coordinates;
+        for (const files::Contour& contour : contours) {
+            for (const Vec3& vertex : contour.vertices) {
+                coordinates.insert(coordinates.end(), vertex.begin(), vertex.end());
+            }
+        }
+        return digest(coordinates);
+    }
+
+    std::map<const files::LabelGrid*, std::string> known_;
+};
+
 template <class Value> Json orNull(const std::optional<Value>& value)
 {
     return value ? Json(*value) : Json();
 }
 
-Json structureJson(const Described& described)
+std::size_t vertexCount(const Structure& structure)
+{
+    std::size_t count = 0;
+    for (const files::Contour& contour : structure.contours) {
+        count += contour.vertices.size();
+    }
+    return count;
+}
+
+Json structureJson(const Described& described, Digests& digests)
 {
     const Structure& structure = described.structure;
     const files::ContoursLeftOut& leftOut = structure.leftOut;
@@ -183,9 +253,12 @@ Json structureJson(const Described& described)
             {"frameOfReference", structure.frameOfReference},
             {"planes", orNull(described.planes)},
             {"contours", orNull(described.contours)},
+            {"vertices", described.contours ? Json(vertexCount(structure)) : Json()},
             {"leftOut", {{"points", leftOut.points}, {"open", leftOut.open}, {"few", leftOut.few}}},
             {"volume", orNull(described.volume)},
-            {"notes", described.notes}};
+            {"refusal", structure.refusal.empty() ? Json() : Json(structure.refusal)},
+            {"notes", described.notes},
+            {"sha256", digests.of(structure)}};
 }
 
 } // namespace
@@ -214,14 +287,21 @@ std::string describeStructures(const files::StructureSet& set)
 nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests)
 {
     Json structures = Json::array();
+    Digests digestsOfStructures;
     for (const Described& described : describe(set)) {
-        structures.push_back(structureJson(described));
+        structures.push_back(structureJson(described, digestsOfStructures));
     }
-    return {{"file", fileJson(set.path, set.dataPath, set.format, digests)},
-            {"label", set.label},
-            {"sopInstance", set.sopInstance},
-            {"structures", std::move(structures)},
-            {"warnings", set.warnings}};
+    Json document = {{"file", fileJson(set.path, set.dataPath, set.format, digests)},
+                     {"label", set.label},
+                     {"sopInstance", set.sopInstance},
+                     {"structures", std::move(structures)},
+                     {"warnings", set.warnings}};
+    if (set.structures.front().region) {
+        const Geometry& grid = set.structures.front().region->grid->geometry;
+        document["grid"] = {
+            {"size", grid.size}, {"spacing", grid.spacing}, {"origin", grid.origin}};
+    }
+    return document;
 }
 
 } // namespace zarngi
