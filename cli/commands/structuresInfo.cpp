@@ -3,9 +3,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <optional>
+#include <map>
 #include <set>
 
+#include "comparison/doseImage.h"
 #include "comparison/doseJson.h"
 #include "comparison/structures/structureSetJson.h"
 #include "comparison/text.h"
@@ -16,6 +17,7 @@ namespace zarngi
 namespace
 {
 
+using Json = nlohmann::ordered_json;
 using files::Structure;
 
 /** Characters of UTF-8; each has one byte that continues no other. */
@@ -55,14 +57,31 @@ std::string alignedLine(const Row& row, const std::vector<std::size_t>& widths)
     std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
         const std::string gap(widths[i] - widthOf(row[i]), ' ');
+        if (widths[i] == 0) {
+            continue;
+        }
         line += (i > 0 ? "  " : "") + (i < firstNumber ? row[i] + gap : gap + row[i]);
     }
     return line + "\n";
 }
 
+/** Takes away the columns in which no structure has anything. */
+void dropEmptyColumns(std::vector<Row>& rows)
+{
+    for (std::size_t i = rows[0].size(); i-- > 0;) {
+        const bool isEmpty = std::all_of(rows.begin() + 1, rows.end(), [i](const Row& row) {
+            return row[i].empty() || row[i] == "-";
+        });
+        for (Row& row : rows) {
+            row[i] = isEmpty ? "" : row[i];
+        }
+    }
+}
+
 /** Left-aligned texts, right-aligned numbers; long names are cut. */
 std::string tableOf(std::vector<Row> rows)
 {
+    dropEmptyColumns(rows);
     constexpr std::size_t terminal = 79;
     constexpr std::size_t longestType = 16;
     std::vector<std::size_t> widths(rows[0].size());
@@ -99,6 +118,45 @@ std::string line(std::string name, const std::string& text)
     return text.empty() ? text : name + text + "\n";
 }
 
+/** Digests of what structures are made of; that of a grid of labels is computed once. */
+class Digests
+{
+public:
+    std::string of(const Structure& structure)
+    {
+        return structure.region ? ofLabels(structure.region->grid.get())
+                                : ofContours(structure.contours);
+    }
+
+private:
+    template <class Number> static std::string digest(const std::vector<Number>& numbers)
+    {
+        return digestOf({reinterpret_cast<const unsigned char*>(numbers.data()),
+                         numbers.size() * sizeof(Number)})
+            .sha256;
+    }
+
+    std::string ofLabels(const files::LabelGrid* grid)
+    {
+        std::string& known = known_[grid];
+        known = known.empty() ? digest(grid->labels) : known;
+        return known;
+    }
+
+    static std::string ofContours(const std::vector<files::Contour>& contours)
+    {
+        std::vector<double> coordinates;
+        for (const files::Contour& contour : contours) {
+            for (const Vec3& vertex : contour.vertices) {
+                coordinates.insert(coordinates.end(), vertex.begin(), vertex.end());
+            }
+        }
+        return digest(coordinates);
+    }
+
+    std::map<const files::LabelGrid*, std::string> known_;
+};
+
 } // namespace
 
 std::string describeStructures(const files::StructureSet& set)
@@ -124,9 +182,17 @@ std::string describeStructures(const files::StructureSet& set)
 
 nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests)
 {
-    nlohmann::ordered_json document = {
-        {"file", fileJson(set.path, set.dataPath, set.format, digests)}};
+    Json document = {{"file", fileJson(set.path, set.dataPath, set.format, digests)}};
     document.update(structureSetJson(set));
+    Digests digestsOfStructures;
+    for (std::size_t i = 0; i < set.structures.size(); ++i) {
+        document["structures"][i]["sha256"] = digestsOfStructures.of(set.structures[i]);
+    }
+    if (set.structures.front().region) {
+        const Geometry& grid = set.structures.front().region->grid->geometry;
+        document["grid"] = {
+            {"size", grid.size}, {"spacing", grid.spacing}, {"origin", grid.origin}};
+    }
     return document;
 }
 

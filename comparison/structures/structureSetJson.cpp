@@ -38,6 +38,9 @@ void addRegion(DescribedStructure& described, const Region& region, bool tellsTh
         return;
     }
     described.volume = region.volume();
+    if (described.structure.region && described.volume == 0.0) {
+        described.notes.emplace_back("has no voxel");
+    }
     for (std::string& note : region.notes()) {
         described.notes.push_back(std::move(note));
     }
@@ -46,6 +49,15 @@ void addRegion(DescribedStructure& described, const Region& region, bool tellsTh
 template <class Value> Json orNull(const std::optional<Value>& value)
 {
     return value ? Json(*value) : Json();
+}
+
+std::size_t vertexCount(const Structure& structure)
+{
+    std::size_t count = 0;
+    for (const files::Contour& contour : structure.contours) {
+        count += contour.vertices.size();
+    }
+    return count;
 }
 
 Json structureJson(const DescribedStructure& described)
@@ -59,8 +71,10 @@ Json structureJson(const DescribedStructure& described)
             {"frameOfReference", structure.frameOfReference},
             {"planes", orNull(described.planes)},
             {"contours", orNull(described.contours)},
+            {"vertices", described.contours ? Json(vertexCount(structure)) : Json()},
             {"leftOut", {{"points", leftOut.points}, {"open", leftOut.open}, {"few", leftOut.few}}},
             {"volume", orNull(described.volume)},
+            {"refusal", structure.refusal.empty() ? Json() : Json(structure.refusal)},
             {"notes", described.notes}};
 }
 

@@ -4,6 +4,7 @@ import io
 
 import numpy as np
 import pydicom
+import pydicom.config
 from pydicom.dataelem import DataElement
 from pydicom.dataset import Dataset, FileDataset, FileMetaDataset
 from pydicom.sequence import Sequence
@@ -35,7 +36,8 @@ def contour(vertices, kind="CLOSED_PLANAR", **elements):
     data = text.encode() + b" " * (len(text) % 2)
     is_long = len(data) > LONGEST_SHORT
     # Texts of these types pydicom writes as they are; as_decimal_strings() makes the first one right.
-    made.add(DataElement(CONTOUR_DATA, "UN" if is_long else "LT", data if is_long else data.decode()))
+    made.add(DataElement(CONTOUR_DATA, "UN" if is_long else "LT", data if is_long else data.decode(),
+                         validation_mode=pydicom.config.IGNORE))
     return made
 
 
