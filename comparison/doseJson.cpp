@@ -26,20 +26,27 @@ std::string description(const DicomIdentity& identity)
 
 } // namespace
 
-nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests)
+nlohmann::ordered_json fileJson(const std::string& path, const std::string& dataPath,
+                                const std::string& format, const FileDigests& digests)
 {
-    const FileDigest& digest = digests.at(dose.path);
-    Json file = {{"name", std::filesystem::path(dose.path).filename().string()},
-                 {"path", dose.path},
-                 {"format", dose.format},
+    const FileDigest& digest = digests.at(path);
+    Json file = {{"name", std::filesystem::path(path).filename().string()},
+                 {"path", path},
+                 {"format", format},
                  {"bytes", digest.bytes},
                  {"sha256", digest.sha256}};
-    if (dose.dataPath != dose.path) {
-        const FileDigest& data = digests.at(dose.dataPath);
-        file["data"] = {{"name", std::filesystem::path(dose.dataPath).filename().string()},
+    if (dataPath != path) {
+        const FileDigest& data = digests.at(dataPath);
+        file["data"] = {{"name", std::filesystem::path(dataPath).filename().string()},
                         {"bytes", data.bytes},
                         {"sha256", data.sha256}};
     }
+    return file;
+}
+
+nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests)
+{
+    Json file = fileJson(dose.path, dose.dataPath, dose.format, digests);
     if (dose.dicom) {
         file["description"] = description(*dose.dicom);
         file["frameOfReference"] = dose.dicom->frameOfReference;

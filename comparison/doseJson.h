@@ -16,6 +16,10 @@
 namespace zarngi
 {
 
+/** Name, format, size and digest of a file, and of the one with its data where that is another. */
+nlohmann::ordered_json fileJson(const std::string& path, const std::string& dataPath,
+                                const std::string& format, const FileDigests& digests);
+
 /** Name, format, size and digest of the file; of a plan its description, nothing of the patient. */
 nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests);
 

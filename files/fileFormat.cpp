@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "files/error.h"
+#include "files/packed.h"
 #include "files/text.h"
 
 namespace files
@@ -85,6 +87,23 @@ std::optional<FileFormat> identifiedFormat(ByteView beginning)
         return FileFormat::metaImage;
     }
     return {};
+}
+
+std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate,
+                                           const std::string& what)
+{
+    if (!isGzip(file)) {
+        return identifiedFormat(part(file, 0, identifyingBytes));
+    }
+    const Bytes beginning = unpackBeginning(file, deflate, identifyingBytes);
+    const std::optional<FileFormat> format = identifiedFormat(beginning.view());
+    if (format == FileFormat::nrrd || format == FileFormat::metaImage) {
+        refuse("is packed by gzip as a whole; unpack it first (gunzip)");
+    }
+    if (!format && beginning.size() < identifyingBytes) {
+        refuse("its compressed data is damaged or cut short, or no " + what);
+    }
+    return format;
 }
 
 } // namespace files

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "files/bytes.h"
+#include "files/deflate.h"
 
 namespace files
 {
@@ -23,6 +24,14 @@ constexpr std::size_t identifyingBytes = 1024;
 
 /** What a file begins like, if like any of the formats; `beginning` is not packed. */
 std::optional<FileFormat> identifiedFormat(ByteView beginning);
+
+/**
+ * The same for a file that may be packed by gzip as a whole, where its format allows that.
+ * @param what it should be, for the sentence of a refusal: "dose file".
+ * @throws Refusal when it is packed and its format does not allow that, or cannot be told.
+ */
+std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate,
+                                           const std::string& what);
 
 } // namespace files
 

@@ -41,6 +41,9 @@ Result<DoseImage> readDose(ByteView file, const FindFile& find, const Host& host
 /** Reads a dose file, and the file that it names beside it; a pipe is read to its end. */
 Result<DoseImage> readDoseFile(const std::string& path, const Host& host);
 
+/** Tells by the beginning of a file whether to read on. @throws Refusal when it is no dose file. */
+void checkMayBeDose(ByteView beginning, const Deflate& deflate);
+
 } // namespace files
 
 #endif

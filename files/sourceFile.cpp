@@ -57,7 +57,7 @@ std::optional<std::string> firstThatIsThere(const std::string& stem,
 
 } // namespace
 
-SourceFile::SourceFile(const std::string& path)
+SourceFile::SourceFile(const std::string& path, const std::string& what)
 {
     file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
     if (file_ < 0) {
@@ -73,8 +73,8 @@ SourceFile::SourceFile(const std::string& path)
         told_ = static_cast<std::size_t>(status.st_size);
     } else if (!S_ISFIFO(status.st_mode)) {
         close(file_);
-        refuseSystem(S_ISDIR(status.st_mode) ? "is a folder, not a dose file"
-                                             : "is a device, not a dose file",
+        refuseSystem((S_ISDIR(status.st_mode) ? "is a folder, not a " : "is a device, not a ") +
+                         what,
                      S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     }
 }

@@ -17,8 +17,11 @@ namespace files
 class SourceFile
 {
 public:
-    /** @throws Refusal of the kind system when it cannot be opened. */
-    explicit SourceFile(const std::string& path);
+    /**
+     * @param what it should be, for the sentence about a folder or device.
+     * @throws Refusal of the kind system when it cannot be opened.
+     */
+    explicit SourceFile(const std::string& path, const std::string& what = "dose file");
     ~SourceFile();
     SourceFile(const SourceFile&) = delete;
     SourceFile& operator=(const SourceFile&) = delete;

@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "files/error.h"
 #include "files/formats/textHeader.h"
@@ -17,7 +20,8 @@ namespace
 {
 
 struct NrrdHeader : TextHeader {
-    std::size_t length = 0; ///< bytes up to the first byte behind the header
+    std::size_t length = 0;                      ///< bytes up to the first byte behind the header
+    std::vector<std::string_view> keysAndValues; ///< lines "key:=value"
 };
 
 const std::set<std::string, std::less<>>& knownFields()
@@ -75,7 +79,9 @@ void addLine(NrrdHeader& header, std::string_view line)
                          knownFields().contains(field);
     if (isField) {
         header.add(field, line.substr(colon + 1));
-    } else if (!isKeyAndValue) {
+    } else if (isKeyAndValue) {
+        header.keysAndValues.push_back(line);
+    } else {
         refuse("its header has a line that is no field of NRRD: \"" + excerpt(line) + "\"");
     }
 }
@@ -237,10 +243,31 @@ double lengthUnit(const std::string& unit)
 /** The grid, axis by axis, before the three that span the volume are picked. */
 struct Axes {
     std::vector<std::int64_t> sizes;
-    std::vector<std::string> units; ///< empty where they are not told
+    std::vector<std::string> units;    ///< empty where they are not told
+    std::optional<std::size_t> layers; ///< the one that counts volumes of one grid
+
+    /** Whether an axis may be none of space. */
+    bool mayBeNone(std::size_t axis) const { return sizes[axis] == 1 || axis == layers; }
+    std::int64_t layerCount() const { return layers ? sizes[*layers] : 1; }
 };
 
-Axes axesOf(const NrrdHeader& header)
+/** The axis of the kind "list", if there is one. */
+std::optional<std::size_t> listAxis(const NrrdHeader& header, std::size_t axes)
+{
+    const std::string* const entry = header.find("kinds");
+    const std::vector<std::string> kinds =
+        entry == nullptr ? std::vector<std::string>{} : itemsOf(lowerCase(*entry), '"', '"');
+    const auto list = std::find(kinds.begin(), kinds.end(), "list");
+    if (list == kinds.end() || kinds.size() != axes) {
+        return {};
+    }
+    return static_cast<std::size_t>(list - kinds.begin());
+}
+
+/** Whether a file's lists are layers, or values of which a dose has one per voxel. */
+enum class Lists { layers, refused };
+
+Axes axesOf(const NrrdHeader& header, Lists lists)
 {
     Axes axes;
     axes.sizes = wholeNumbersOf(header.need("sizes"), "a grid size");
@@ -258,6 +285,9 @@ Axes axesOf(const NrrdHeader& header)
             refuseEntry("units", *units);
         }
     }
+    if (lists == Lists::layers) {
+        axes.layers = listAxis(header, axes.sizes.size());
+    }
     return axes;
 }
 
@@ -268,9 +298,9 @@ std::array<std::size_t, 3> pickAxes(const Axes& axes, const IsSpatial& isSpatial
     std::vector<std::size_t> picked;
     for (std::size_t i = 0; i < axes.sizes.size(); ++i) {
         const bool isOne = axes.sizes[i] == 1;
-        if (isSpatial(i) && !(picked.size() == 3 && isOne)) {
+        if (isSpatial(i) && i != axes.layers && !(picked.size() == 3 && isOne)) {
             picked.push_back(i);
-        } else if (!isOne) {
+        } else if (!axes.mayBeNone(i)) {
             refuse("has " + std::to_string(axes.sizes[i]) +
                    " values per voxel instead of one dose");
         }
@@ -445,7 +475,7 @@ private:
         }
         std::vector<double> numbers;
         for (std::size_t i = 0; i < words.size(); ++i) {
-            const bool isNone = lowerCase(words[i]) == "nan" && axes_.sizes[i] == 1;
+            const bool isNone = lowerCase(words[i]) == "nan" && axes_.mayBeNone(i);
             numbers.push_back(isNone ? NAN : numbersOf(words[i], what, 1)[0]);
         }
         return numbers;
@@ -455,9 +485,8 @@ private:
     const Axes& axes_;
 };
 
-StoredGeometry geometryOf(const NrrdHeader& header, DoseImage& dose)
+StoredGeometry geometryOf(const NrrdHeader& header, const Axes& axes, DoseImage& dose)
 {
-    const Axes axes = axesOf(header);
     return header.find("space directions") != nullptr ? GridInSpace(header, axes).geometry(dose)
                                                       : GridOfSpacings(header, axes).geometry(dose);
 }
@@ -604,15 +633,34 @@ std::vector<float> valuesOf(const NrrdHeader& header, ByteView data, const Scali
                   : plainValues(data, format, scaling, count);
 }
 
-} // namespace
+/** A file's grid and all its values. */
+struct NrrdVolume {
+    NrrdHeader header;
+    Axes axes;
+    DoseImage dose; ///< without values
+    StoredGeometry stored;
+    std::vector<float> values;
+};
 
-DoseImage readNrrd(ByteView file, const FindFile& find, const Host& host)
+std::size_t valueCount(std::size_t voxels, std::int64_t layers)
 {
-    const NrrdHeader header = parseHeader(file);
-    DoseImage dose;
-    const StoredGeometry stored = geometryOf(header, dose);
-    const std::size_t count = checkGeometry(stored);
-    const Scaling scaling = scalingOf(header, dose);
+    constexpr std::int64_t mostLayers = 10000; // each takes memory of its own
+    constexpr std::int64_t mostValues = std::numeric_limits<std::int32_t>::max();
+    if (layers < 1 ||
+        layers > std::min(mostLayers, mostValues / static_cast<std::int64_t>(voxels))) {
+        refuse("its grid has " + std::to_string(layers) + " layers");
+    }
+    return voxels * static_cast<std::size_t>(layers);
+}
+
+NrrdVolume readAll(ByteView file, Lists lists, const FindFile& find, const Host& host)
+{
+    NrrdVolume volume{parseHeader(file), {}, {}, {}, {}};
+    const NrrdHeader& header = volume.header;
+    volume.axes = axesOf(header, lists);
+    volume.stored = geometryOf(header, volume.axes, volume.dose);
+    const std::size_t count = valueCount(checkGeometry(volume.stored), volume.axes.layerCount());
+    const Scaling scaling = scalingOf(header, volume.dose);
     const std::string* const name = header.findAny({"data file", "datafile"});
     Bytes companion;
     if (name != nullptr) {
@@ -620,8 +668,56 @@ DoseImage readNrrd(ByteView file, const FindFile& find, const Host& host)
         companion = valueOf(find(*name));
     }
     const ByteView data = name == nullptr ? part(file, header.length) : companion.view();
-    dose.image = toPatientAxes(stored, valuesOf(header, data, scaling, count, host.deflate));
-    return dose;
+    volume.values = valuesOf(header, data, scaling, count, host.deflate);
+    return volume;
+}
+
+/** The values of one layer, in the order of the other axes. */
+std::vector<float> layerOf(const NrrdVolume& volume, std::size_t layer)
+{
+    const auto layers = static_cast<std::size_t>(volume.axes.layerCount());
+    std::size_t run = 1; // values of a layer that lie together
+    for (std::size_t i = 0; i < *volume.axes.layers; ++i) {
+        run *= static_cast<std::size_t>(volume.axes.sizes[i]);
+    }
+    std::vector<float> values(volume.values.size() / layers);
+    for (std::size_t i = 0; i < values.size(); i += run) {
+        std::copy_n(volume.values.data() + i * layers + layer * run, run, values.data() + i);
+    }
+    return values;
+}
+
+TextHeader keysOf(const NrrdHeader& header)
+{
+    TextHeader keys;
+    for (const std::string_view line : header.keysAndValues) {
+        const auto separator = line.find(":=");
+        keys.add(line.substr(0, separator), line.substr(separator + 2));
+    }
+    return keys;
+}
+
+} // namespace
+
+DoseImage readNrrd(ByteView file, const FindFile& find, const Host& host)
+{
+    NrrdVolume volume = readAll(file, Lists::refused, find, host);
+    volume.dose.image = toPatientAxes(volume.stored, std::move(volume.values));
+    return std::move(volume.dose);
+}
+
+NrrdLayers readNrrdLayers(ByteView file, const FindFile& find, const Host& host)
+{
+    NrrdVolume volume = readAll(file, Lists::layers, find, host);
+    NrrdLayers layers{std::move(volume.dose), {}, keysOf(volume.header)};
+    for (std::size_t i = 0; i < static_cast<std::size_t>(volume.axes.layerCount()); ++i) {
+        Image image = toPatientAxes(volume.stored, volume.axes.layers ? layerOf(volume, i)
+                                                                      : std::move(volume.values));
+        layers.common.image.geometry = image.geometry;
+        layers.values.push_back(std::move(image.values));
+    }
+    completeVolume(FileFormat::nrrd, layers.common);
+    return layers;
 }
 
 } // namespace files

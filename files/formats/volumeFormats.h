@@ -5,6 +5,10 @@
 #ifndef ZARNGI_FILES_FORMATS_VOLUMEFORMATS_H
 #define ZARNGI_FILES_FORMATS_VOLUMEFORMATS_H
 
+#include <vector>
+
+#include "files/fileFormat.h"
+#include "files/formats/textHeader.h"
 #include "files/readDose.h"
 
 namespace files
@@ -21,6 +25,22 @@ DoseImage readMetaImage(ByteView file, const FindFile& find, const Host& host);
  * `find` gets for the name "" (a pair is told by the names of its files). @throws Refusal
  */
 DoseImage readNifti(ByteView file, const FindFile& find, const Host& host);
+
+/** Names the format of a volume, and warns of what its file does not tell. */
+void completeVolume(FileFormat format, DoseImage& dose);
+
+/** Reads any of them; what the file does not tell is told as a warning. @throws Refusal */
+DoseImage readVolume(FileFormat format, ByteView file, const FindFile& find, const Host& host);
+
+/** The volumes of a NRRD whose axis of the kind "list" counts them, and what else it says. */
+struct NrrdLayers {
+    DoseImage common;                       ///< all but the values
+    std::vector<std::vector<float>> values; ///< of each layer; one without such an axis
+    TextHeader keys;                        ///< of its lines "key:=value"
+};
+
+/** Reads all layers; what the file does not tell is told as a warning. @throws Refusal */
+NrrdLayers readNrrdLayers(ByteView file, const FindFile& find, const Host& host);
 
 } // namespace files
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "files/error.h"
+#include "files/fileFormat.h"
 #include "files/formats/dicom/file.h"
 #include "files/formats/dicom/pixels.h"
 #include "files/orientation.h"
@@ -174,6 +175,7 @@ DoseImage readDicomDose(ByteView bytes, const Host& host)
     const DicomValues values = file.values();
     checkIsDose(file);
     DoseImage dose;
+    dose.format = formatName(FileFormat::dicom);
     dose.isRelative = unitsAreRelative(values);
     dose.dicom = identityOf(values);
     const double scaling = scalingOf(values);

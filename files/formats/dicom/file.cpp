@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "files/error.h"
@@ -72,33 +73,59 @@ std::uint64_t mostBytes(const Beginning& beginning, const GridIn& gridIn)
     return otherElements;
 }
 
-Bytes unpackGzipFile(ByteView file, const Deflate& deflate)
+std::uint64_t mostOfGzipFile(ByteView file, const Deflate& deflate)
 {
-    const std::uint64_t most =
-        mostBytes([&](std::size_t length) { return unpackBeginning(file, deflate, length); },
-                  [&](ByteView beginning) { return gridBytesOfFile(beginning, deflate); });
-    return unpackAll(file, deflate, most);
+    return mostBytes([&](std::size_t length) { return unpackBeginning(file, deflate, length); },
+                     [&](ByteView beginning) { return gridBytesOfFile(beginning, deflate); });
 }
 
-Bytes inflateDataSet(const DicomStart& start, const Deflate& deflate)
+std::uint64_t mostOfDataSet(const DicomStart& start, const Deflate& deflate)
 {
-    const std::uint64_t most = mostBytes(
+    return mostBytes(
         [&](std::size_t length) { return beginningOfDeflated(start.dataSet, deflate, length); },
         [&](ByteView beginning) { return gridBytesOfDataSet(beginning, start.syntax); });
-    return unpackRaw(start.dataSet, deflate, most);
+}
+
+/** Opens a file; `most` tells how much it may unpack to, or nothing for what its grid needs. */
+DicomFile opened(ByteView file, const Deflate& deflate, const std::optional<std::uint64_t>& most)
+{
+    Bytes unpacked;
+    if (isGzip(file)) {
+        unpacked = unpackAll(file, deflate, most ? *most : mostOfGzipFile(file, deflate));
+    }
+    const ByteView whole = isGzip(file) ? unpacked.view() : file;
+    DicomStart start = readDicomStart(whole);
+    Bytes inflated;
+    if (isDeflated(start)) {
+        inflated = unpackRaw(start.dataSet, deflate, most ? *most : mostOfDataSet(start, deflate));
+    }
+    DicomDataSet data =
+        readDicomElements(isDeflated(start) ? inflated.view() : start.dataSet, start.syntax);
+    return {std::move(unpacked), std::move(inflated), whole, std::move(start), std::move(data)};
 }
 
 } // namespace
 
 DicomFile openDicomFile(ByteView file, const Deflate& deflate)
 {
-    Bytes unpacked = isGzip(file) ? unpackGzipFile(file, deflate) : Bytes();
-    const ByteView whole = isGzip(file) ? unpacked.view() : file;
-    DicomStart start = readDicomStart(whole);
-    Bytes inflated = isDeflated(start) ? inflateDataSet(start, deflate) : Bytes();
+    return opened(file, deflate, {});
+}
+
+DicomFile openDicomFile(ByteView file, const Deflate& deflate, std::uint64_t most)
+{
+    return opened(file, deflate, most);
+}
+
+DicomFile openDicomBeginning(ByteView file, const Deflate& deflate, std::size_t most)
+{
+    Bytes unpacked = isGzip(file) ? unpackBeginning(file, deflate, most) : Bytes();
+    const ByteView beginning = isGzip(file) ? unpacked.view() : part(file, 0, most);
+    DicomStart start = readDicomStart(beginning);
+    Bytes inflated =
+        isDeflated(start) ? beginningOfDeflated(start.dataSet, deflate, most) : Bytes();
     DicomDataSet data =
-        readDicomElements(isDeflated(start) ? inflated.view() : start.dataSet, start.syntax);
-    return {std::move(unpacked), std::move(inflated), whole, std::move(start), std::move(data)};
+        readWholeDicomElements(isDeflated(start) ? inflated.view() : start.dataSet, start.syntax);
+    return {std::move(unpacked), std::move(inflated), beginning, std::move(start), std::move(data)};
 }
 
 } // namespace files

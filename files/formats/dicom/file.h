@@ -5,6 +5,8 @@
 #ifndef ZARNGI_FILES_FORMATS_DICOM_FILE_H
 #define ZARNGI_FILES_FORMATS_DICOM_FILE_H
 
+#include <cstdint>
+
 #include "files/bytes.h"
 #include "files/deflate.h"
 #include "files/formats/dicom/elements.h"
@@ -31,6 +33,15 @@ struct DicomFile {
  * @throws Refusal when it is damaged, cut short, or unpacks to more.
  */
 DicomFile openDicomFile(ByteView file, const Deflate& deflate);
+
+/** The same for a file without a grid, which unpacks to at most `most` bytes. @throws Refusal */
+DicomFile openDicomFile(ByteView file, const Deflate& deflate, std::uint64_t most);
+
+/**
+ * The elements that are whole in the beginning of a file, of which `most` bytes are unpacked.
+ * @throws Refusal when not even its meta information is whole.
+ */
+DicomFile openDicomBeginning(ByteView file, const Deflate& deflate, std::size_t most);
 
 } // namespace files
 

@@ -14,17 +14,37 @@ namespace
 {
 
 /** Numbers are padded by blanks, by some with NUL; anything else is damage. */
-std::string withoutPadding(std::string_view text)
+std::string_view withoutPadding(std::string_view text)
 {
     constexpr std::string_view padding(" \0", 2);
-    const auto first = text.find_first_not_of(padding);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return std::string(text.substr(first, text.find_last_not_of(padding) + 1 - first));
+    const auto first = std::min(text.find_first_not_of(padding), text.size());
+    const auto last = text.find_last_not_of(padding); // npos + 1 is 0
+    return text.substr(first, last + 1 - std::min(first, last + 1));
 }
 
 } // namespace
+
+DicomNumbers::DicomNumbers(ByteView value, const DicomTag& tag)
+    : rest_(withoutPadding(asText(value))), tag_(tag)
+{
+    if (!rest_.empty()) {
+        const auto separators =
+            static_cast<std::size_t>(std::count(rest_.begin(), rest_.end(), '\\'));
+        count_ = rest_.back() == '\\' ? separators : separators + 1;
+    }
+}
+
+double DicomNumbers::next()
+{
+    const std::size_t end = std::min(rest_.find('\\'), rest_.size());
+    const std::string_view piece = withoutPadding(rest_.substr(0, end));
+    rest_.remove_prefix(std::min(end + 1, rest_.size()));
+    const double value = parseNumber(piece);
+    if (!std::isfinite(value)) {
+        refuse("has a " + std::string(tag_.name) + " with \"" + excerpt(piece) + "\" in it");
+    }
+    return value;
+}
 
 ByteView DicomValues::bytes(const DicomTag& tag) const
 {
@@ -44,28 +64,27 @@ std::string DicomValues::text(const DicomTag& tag) const
 
 std::vector<double> DicomValues::numbers(const DicomTag& tag, std::size_t count) const
 {
-    const std::string text = withoutPadding(asText(bytes(tag)));
-    if (text.empty()) {
+    DicomNumbers there = list(tag);
+    if (there.count() == 0) {
         refuse("has no " + std::string(tag.name));
     }
-    const auto separators = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\\'));
-    const std::size_t there = text.back() == '\\' ? separators : separators + 1;
-    if (there != count) {
-        refuse("has a " + std::string(tag.name) + " of " + std::to_string(there) +
+    if (there.count() != count) {
+        refuse("has a " + std::string(tag.name) + " of " + std::to_string(there.count()) +
                " numbers instead of " + std::to_string(count));
     }
-    std::vector<double> numbers;
-    numbers.reserve(count);
-    for (std::size_t start = 0; start < text.size();) {
-        const std::size_t end = std::min(text.find('\\', start), text.size());
-        const std::string piece = withoutPadding(std::string_view(text).substr(start, end - start));
-        numbers.push_back(parseNumber(piece));
-        if (!std::isfinite(numbers.back())) {
-            refuse("has a " + std::string(tag.name) + " with \"" + excerpt(piece) + "\" in it");
-        }
-        start = end + 1;
-    }
+    std::vector<double> numbers(count);
+    std::generate(numbers.begin(), numbers.end(), [&there] { return there.next(); });
     return numbers;
+}
+
+std::int32_t DicomValues::wholeNumber(const DicomTag& tag) const
+{
+    using Limits = std::numeric_limits<std::int32_t>;
+    const double value = number(tag);
+    if (!(value >= Limits::min() && value <= Limits::max()) || value != std::floor(value)) {
+        refuse("has a " + std::string(tag.name) + " of " + files::number(value));
+    }
+    return static_cast<std::int32_t>(value);
 }
 
 unsigned DicomValues::integer(const DicomTag& tag) const

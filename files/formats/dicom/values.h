@@ -7,12 +7,31 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "files/formats/dicom/elements.h"
 
 namespace files
 {
+
+/** The finite numbers of a decimal or integer string, decoded where they lie, one after another. */
+class DicomNumbers
+{
+public:
+    DicomNumbers(ByteView value, const DicomTag& tag);
+
+    /** How many there are in all; an empty one at the end does not count. */
+    std::size_t count() const { return count_; }
+
+    /** The next one of those that are there. @throws Refusal when it is no finite number. */
+    double next();
+
+private:
+    std::string_view rest_;
+    DicomTag tag_;
+    std::size_t count_ = 0;
+};
 
 /** A data set and how its numbers are written. */
 struct DicomValues {
@@ -32,6 +51,12 @@ struct DicomValues {
     std::vector<double> numbers(const DicomTag& tag, std::size_t count) const;
 
     double number(const DicomTag& tag) const { return numbers(tag, 1)[0]; }
+
+    /** A number without a fraction that a 32-bit integer holds. @throws Refusal */
+    std::int32_t wholeNumber(const DicomTag& tag) const;
+
+    /** The numbers of an element; none where it is missing or empty. */
+    DicomNumbers list(const DicomTag& tag) const { return {bytes(tag), tag}; }
 
     /** A 16-bit unsigned integer. @throws Refusal where there is none */
     unsigned integer(const DicomTag& tag) const;

@@ -1,0 +1,85 @@
+#include "files/structures/readStructures.h"
+
+#include "files/fileFormat.h"
+#include "files/namedFile.h"
+#include "files/structures/labelMask.h"
+#include "files/structures/rtStructureSet.h"
+
+namespace files
+{
+
+namespace
+{
+
+constexpr const char* whatItIs = "file of structures";
+
+/** @throws Refusal for a file of no format that structures come in. */
+FileFormat formatOf(ByteView file, const Deflate& deflate)
+{
+    const std::optional<FileFormat> format = identifiedFormat(file, deflate, whatItIs);
+    if (!format) {
+        refuse("is not a file of structures (DICOM RT Structure Set, or a label mask in NRRD, "
+               "MetaImage or NIfTI)");
+    }
+    return *format;
+}
+
+StructureSet readBytes(ByteView file, const std::string& name, const FindFile& find,
+                       const Host& host)
+{
+    if (file.empty()) {
+        refuse("is empty");
+    }
+    const FileFormat format = formatOf(file, host.deflate);
+    return format == FileFormat::dicom ? readRtStructureSet(file, host.deflate)
+                                       : readLabelMask(format, file, name, find, host);
+}
+
+StructureSet readPath(const std::string& path, const Host& host)
+{
+    NamedFile file(path, host);
+    const ByteView contents = file.read(whatItIs, [&host](ByteView beginning) {
+        if (!beginning.empty()) {
+            formatOf(beginning, host.deflate);
+        }
+    });
+    return file.withPaths(readBytes(contents, path, file.finder(), host));
+}
+
+std::variant<DoseImage, StructureSet> readAnyPath(const std::string& path, const Host& host)
+{
+    NamedFile file(path, host);
+    const ByteView contents = file.read(
+        "dose file", [&host](ByteView beginning) { checkMayBeDose(beginning, host.deflate); });
+    if (isStructureSet(contents, host.deflate)) {
+        return file.withPaths(readRtStructureSet(contents, host.deflate));
+    }
+    return file.withPaths(valueOf(readDose(contents, file.finder(), host)));
+}
+
+} // namespace
+
+Result<StructureSet> readStructures(ByteView file, const std::string& name, const FindFile& find,
+                                    const Host& host)
+{
+    return resultOf([&] { return readBytes(file, name, find, host); });
+}
+
+Result<StructureSet> readStructuresFile(const std::string& path, const Host& host)
+{
+    return resultOf([&] { return readPath(path, host); });
+}
+
+Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std::string& path,
+                                                                       const Host& host)
+{
+    return resultOf([&] { return readAnyPath(path, host); });
+}
+
+bool isStructureSet(ByteView file, const Deflate& deflate)
+{
+    const auto format = resultOf([&] { return identifiedFormat(file, deflate, whatItIs); });
+    return format && *format == FileFormat::dicom && isRtStructureSet(file, deflate);
+}
+
+} // namespace files

@@ -1,0 +1,38 @@
+/**
+ * @file readStructures.h
+ * The one reader of structures: DICOM RT Structure Sets and label masks.
+ *
+ * Safe to be called by several threads at once; starts no process and keeps no state.
+ */
+#ifndef ZARNGI_FILES_STRUCTURES_READSTRUCTURES_H
+#define ZARNGI_FILES_STRUCTURES_READSTRUCTURES_H
+
+#include <string>
+#include <variant>
+
+#include "files/readDose.h"
+#include "files/structures/structureSet.h"
+
+namespace files
+{
+
+/**
+ * Reads structures from the contents of a file; `find` fetches the files that it names.
+ * @param name of the file: a mask with the one label 1 and no name for it is named after it.
+ */
+Result<StructureSet> readStructures(ByteView file, const std::string& name, const FindFile& find,
+                                    const Host& host);
+
+/** Reads a file of structures, and the file that it names beside it; a pipe is read to its end. */
+Result<StructureSet> readStructuresFile(const std::string& path, const Host& host);
+
+/** Reads a dose file or, where a file begins like one, an RT Structure Set. */
+Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std::string& path,
+                                                                       const Host& host);
+
+/** Whether a file begins like structures that are no label mask: a DICOM RT Structure Set. */
+bool isStructureSet(ByteView file, const Deflate& deflate);
+
+} // namespace files
+
+#endif
