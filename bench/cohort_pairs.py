@@ -1,11 +1,11 @@
-"""Writes pairs of dose files and their folders: what a cohort looks like, from one pair or none.
+"""Writes a folder of pairs of dose files, as a department might have it.
 
     PYTHONPATH=build/release/python /usr/bin/python3 bench/cohort_pairs.py FOLDER [options]
 
-FOLDER/planned/ID.dcm or .nrrd and FOLDER/measured/...: each evaluation is the head-and-neck dose of
-the second day with a shift, a scale and noise of its own; with `--small` a synthetic dose of a few
-thousand voxels. Some files are broken on purpose where `--broken` says so. The numbers come from a
-fixed seed: two runs write the same doses.
+FOLDER/planned/ID.nrrd holds the head-and-neck dose, FOLDER/measured/MACHINE/ID_DATE.nrrd the same
+with a shift, a scale and noise of its own, for every tenth pair the dose of the second day; with
+`--small` it is a synthetic dose of a few thousand voxels. Some of the measured files are broken on
+purpose where `--broken` says so. The numbers come from a fixed seed: two runs write the same doses.
 """
 
 from __future__ import annotations
@@ -58,27 +58,33 @@ def main() -> None:
     parser.add_argument("--broken", type=int, default=0, help="evaluations that are broken")
     parser.add_argument("--small", action="store_true", help="a few thousand voxels each")
     parser.add_argument("--format", choices=("nrrd", "mha", "nii.gz"), default="nrrd")
+    parser.add_argument("--manifest", action="store_true", help="write FOLDER/manifest.csv, too")
     options = parser.parse_args()
     if options.small:
         planned, delivered = small_pair()
     else:
         planned, delivered = (zarngi.read(DATA / f"head_neck_day{day}.nrrd") for day in (1, 2))
     rng = np.random.default_rng(22)
-    for name in ("planned", "measured"):
-        (options.folder / name).mkdir(parents=True, exist_ok=True)
     rows = ["id,reference,evaluation,group,date"]
     for i in range(options.pairs):
-        name = f"{i + 1:05d}.{options.format}"
-        zarngi.write(options.folder / "planned" / name, planned.dose, like=planned)
-        dose = measured(delivered if i % 10 == 9 and not options.small else planned, rng)
-        zarngi.write(options.folder / "measured" / name, dose.dose, like=dose)
-        day = date(2026, 1, 5) + timedelta(days=int(1.4 * i) % 3000)
+        identity = f"{i + 1:05d}"
         machine = MACHINES[i % len(MACHINES)]
-        rows.append(f"{i + 1:05d},planned/{name},measured/{name},{machine},{day}")
-    for i in range(options.broken):
-        place = (i + 1) * options.pairs // (options.broken + 1)
-        break_file(options.folder / "measured" / f"{place:05d}.{options.format}", i % 3)
-    (options.folder / "manifest.csv").write_text("\n".join(rows) + "\n")
+        day = date(2026, 1, 5) + timedelta(days=int(1.4 * i) % 3000)
+        names = (
+            f"planned/{identity}.{options.format}",
+            f"measured/{machine}/{identity}_{day}.{options.format}",
+        )
+        for name in names:
+            (options.folder / name).parent.mkdir(parents=True, exist_ok=True)
+        zarngi.write(options.folder / names[0], planned.dose, like=planned)
+        dose = measured(delivered if i % 10 == 9 and not options.small else planned, rng)
+        zarngi.write(options.folder / names[1], dose.dose, like=dose)
+        rows.append(f"{identity},{names[0]},{names[1]},{machine},{day}")
+        place, how = divmod(i * (options.broken + 1), options.pairs)
+        if 0 < place and how < options.broken + 1:
+            break_file(options.folder / names[1], place % 3)
+    if options.manifest:
+        (options.folder / "manifest.csv").write_text("\n".join(rows) + "\n")
     print(f"{options.pairs} pairs in {options.folder}, {options.broken} of them broken")
 
 

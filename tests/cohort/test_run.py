@@ -47,7 +47,8 @@ def test_results_are_those_of_gamma_index(study):
         assert (row["pass_rate"], row["mean"], row["maximum"]) == (
             result.pass_rate, result.mean, result.maximum,
         )  # fmt: skip
-        assert [row["p50"], row["p95"], row["p99"]] == list(result.percentile([50, 95, 99]))
+        assert [row["p95"], row["p99"]] == list(result.percentile([95, 99]))
+        assert (row["hot"], row["cold"]) == (result.hot, result.cold)
     kept = zarngi.cohort.load(results)
     assert kept.equals(table)
 
@@ -302,3 +303,29 @@ def test_nothing_tested_is_a_failure(tmp_path):
     table = zarngi.cohort.run([pair], normalisation=10000.0)
     assert len(table) == 1 and np.isnan(table["pass_rate"][0])
     assert table["error"][0].startswith("a: no reference voxel lies above dose_cutoff=10 ")
+
+
+def test_structures(tmp_path):
+    """Rows for each structure that a pair has, as `gamma_index` gives them."""
+    reference, evaluation = small_pair(1.0)
+    labels = np.zeros(reference.shape, np.uint8)
+    labels[4:9, 5:12, 5:12], labels[10:14, 5:12, 5:12] = 1, 2
+    for name, array, grid in (("r", reference.dose, reference), ("e", evaluation.dose, evaluation),
+                              ("mask", labels, reference)):  # fmt: skip
+        zarngi.write(tmp_path / f"{name}.nrrd", array, like=grid)
+    pair = {"id": "a", "reference": str(tmp_path / "r.nrrd"), "evaluation": str(tmp_path / "e.nrrd")}
+    rows = [pair | {"structures": str(tmp_path / "mask.nrrd")}, pair | {"id": "b"}]
+    table = zarngi.cohort.run(rows, structures=())
+    found = zarngi.read_structures(tmp_path / "mask.nrrd")
+    wanted = zarngi.gamma_index(reference, evaluation, structures=found).structures
+    assert list(table["id"]) == ["a"] * (1 + len(wanted)) + ["b"] and len(wanted) == 2
+    for _, row in table[table["structure"] != ""].iterrows():
+        result = wanted[row["structure"]]
+        figures = ("tested", "passed", "failed", "hot", "cold", "pass_rate", "mean", "p95", "maximum")
+        assert [row[name] for name in figures] == [getattr(result, name) for name in figures]
+    some = zarngi.cohort.run(rows, tmp_path / "r.sqlite", structures=[list(found)[1], "Rectum"])
+    assert list(some["structure"]) == ["", list(found)[1], ""]
+    assert [row[2] for row in contents(tmp_path / "r.sqlite")["warnings"]] == [
+        'a: structures: has no "Rectum"'
+    ]
+    assert list(zarngi.cohort.run(rows)["structure"]) == ["", ""]

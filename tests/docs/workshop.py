@@ -54,6 +54,8 @@ def write_samples(folder):
         for name in names:
             for suffix, write in WRITERS.items():
                 write(folder / (name + suffix), dose)
+    pairs = (f"{i},{names[0]}.nrrd,{names[1]}.nrrd\n" for i, names in enumerate(zip(REFERENCES, EVALUATIONS)))
+    (folder / "manifest.csv").write_text("id,reference,evaluation\n" + "".join(pairs))
 
 
 class Workshop:
@@ -66,7 +68,7 @@ class Workshop:
         library = root / os.environ["ZARNGI_LIBDIR"].lstrip("/")
         self.environment = os.environ | {
             "DESTDIR": str(root),
-            "PATH": f"{BUILD / 'cli'}:{os.environ['PATH']}",
+            "PATH": f"{BUILD / 'cli'}:{BUILD / 'python/bin'}:{os.environ['PATH']}",
             "PKG_CONFIG_PATH": str(library / "pkgconfig"),
             "LD_LIBRARY_PATH": str(library),
             "CMAKE_PREFIX_PATH": str(library.parent),

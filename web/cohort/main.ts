@@ -53,7 +53,7 @@ function setUpPrint(selection: Selection, charts: { distribution: Distribution; 
         root.classList.add('printing');
         applyTheme('light');
         withChartSize({ text: 8, zoom: 3 }, () => {
-            charts.distribution.draw(300, 150);
+            charts.distribution.draw(paper - 375, 150);
             charts.control.draw(paper - 24, [150, 90]);
         });
         charts.table.print(true);

@@ -11,7 +11,7 @@ from typing import Any, NoReturn
 
 import zarngi
 
-from .._gamma import MAX_THREADS
+from .._cpus import MAX_THREADS
 from . import commands
 from .commands import ExitCode
 from .errors import CohortError
@@ -113,6 +113,8 @@ def _add_run(parser: argparse.ArgumentParser) -> None:
     comparison("--pass-rate-only", action="store_true", help="only decide which voxels pass")
     comparison("--nearest", action="store_true", help="doses of voxels, without interpolation")
     comparison("--slices", action="store_true", help="interpolate within planes of constant z")
+    comparison("--structures", metavar="NAMES",
+               help="rows for these structures, too, like 'PTV*,Rectum', or all")  # fmt: skip
     comparison("--keep", action="append", default=[], metavar="COLUMN",
                help="a further column of the manifest that goes into the results")  # fmt: skip
     comparison("--verify", action="store_true", help="compare digests of the files of done pairs")

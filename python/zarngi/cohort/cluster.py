@@ -20,7 +20,7 @@ from typing import Any
 
 import zarngi
 
-from .._gamma import _available_cpus
+from .._cpus import available_cpus
 from .._optional import need
 from .errors import ClusterError
 from .record import Failure, Outcome, Task
@@ -273,7 +273,7 @@ def _wait_for(path: str, patience: float) -> None:
 @contextmanager
 def _local_cluster(distributed: Any, processes: int) -> Iterator[Any]:
     dask = need("dask", "dask", "computing on a cluster")
-    threads = max(1, _available_cpus() // processes)
+    threads = max(1, available_cpus() // processes)
     # The first death of a worker makes suspects of its pairs.
     settings = {"distributed.scheduler.allowed-failures": 0}
     # Of the workers, which are processes of their own.

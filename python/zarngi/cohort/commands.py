@@ -9,7 +9,7 @@ from contextlib import ExitStack
 from enum import IntEnum
 from pathlib import Path
 
-from .._gamma import _available_cpus
+from .._cpus import available_cpus
 from .cluster import GO_ON, DaskCluster, connected
 from .engine import Engine, ThisProcess
 from .lock import only_writer
@@ -92,8 +92,15 @@ def _settings(options: argparse.Namespace) -> Settings:
         interpolate=not options.nearest,
         mode="pass_rate" if options.pass_rate_only else "map",
         slices=options.slices,
+        structures=_structures(options.structures),
     )
     return fields.changed(criteria=tuple(dict.fromkeys(given)))
+
+
+def _structures(text: str | None) -> tuple[str, ...] | None:
+    if text is None:
+        return None
+    return () if text == "all" else tuple(name.strip() for name in text.split(",") if name.strip())
 
 
 def _below(options: argparse.Namespace) -> float:
@@ -102,7 +109,7 @@ def _below(options: argparse.Namespace) -> float:
 
 def _engine(options: argparse.Namespace, stack: ExitStack) -> Engine:
     if options.cluster is None and options.scheduler_file is None:
-        threads = options.threads or _available_cpus()
+        threads = options.threads or available_cpus()
         limit = int(options.memory * 1e9) if options.memory else _available_memory()
         return ThisProcess(threads, limit)
     # What happens is told here, in one line.

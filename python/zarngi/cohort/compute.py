@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import fnmatch
 import threading
 import time
 import warnings
@@ -13,13 +14,15 @@ import zarngi
 
 from .._grid import DoseGrid
 from .._result import GammaResult
+from .._structure_result import StructureResults
+from .._structures import StructureSet
 from ..io import _host
 from ..io._read import dose_grid
 from . import memory
 from .files import have_digests, state_of, with_digest
 from .manifest import Pair
 from .pages import write_page
-from .record import Failure, FileState, Outcome, Row, Task
+from .record import COUNTS, FIGURES, Failure, FileState, Outcome, Row, Task
 from .sentences import sentence
 
 #: The library holds one environment for each process, and memory is reckoned with for one pair.
@@ -171,34 +174,86 @@ def _read(work: _Work, role: str) -> _Read:
     return _Read(grid, dose.is_relative)
 
 
-def _search(
-    work: _Work, reference: DoseGrid, evaluation: DoseGrid, threads: int
-) -> list[Row]:
+def _read_structures(work: _Work) -> StructureSet | None:
+    """The structures that are asked for, as far as the pair has them."""
+    path = work.pair.structures
+    if not path:
+        return None
+    start = time.perf_counter()
+    try:
+        work.files.append((state_of("structures", path), path))
+        with warnings.catch_warnings(record=True) as caught:
+            warnings.simplefilter("always")
+            found = zarngi.read_structures(path)
+    except MemoryError:
+        raise
+    except (OSError, ValueError) as error:
+        raise work.fail(error, "structures") from error
+    finally:
+        work.reading += time.perf_counter() - start
+    work.warnings += [sentence(work.pair, str(w.message), "structures") for w in caught]
+    return _chosen(work, found)
+
+
+def _chosen(work: _Work, found: StructureSet) -> StructureSet | None:
+    """Names of a cohort are not in every pair."""
+    wanted = work.task.settings.structures or ()
+    there = [name for name in wanted if "=" in name or fnmatch.filter(found, name)]
+    for name in wanted:
+        if name not in there:
+            work.warnings.append(sentence(work.pair, f'has no "{name}"', "structures"))
+    if wanted and not there:
+        return None
+    return found.select(*there)
+
+
+def _search(work: _Work, reference: DoseGrid, evaluation: DoseGrid, threads: int) -> list[Row]:
     rows = []
     settings = work.task.settings
+    structures = _read_structures(work) if settings.structures is not None else None
     start = time.perf_counter()
     with warnings.catch_warnings(record=True) as caught:
         warnings.simplefilter("always")
         for criterion in settings.criteria:
             try:
                 result = zarngi.gamma_index(
-                    reference, evaluation, threads=threads, **settings.arguments(criterion)
+                    reference,
+                    evaluation,
+                    threads=threads,
+                    structures=structures,
+                    **settings.arguments(criterion),
                 )
             except MemoryError:
                 raise
             except (ValueError, RuntimeError) as error:
                 raise work.fail(error) from error
             rows.append(Row(str(criterion), "", _figures(result)))
+            rows += _rows_of_structures(work, str(criterion), result.structures)
     work.searching = time.perf_counter() - start
     told = dict.fromkeys(sentence(work.pair, str(warning.message)) for warning in caught)
     work.warnings += told
     return rows
 
 
+def _rows_of_structures(
+    work: _Work, criterion: str, results: StructureResults | None
+) -> list[Row]:
+    if results is None:
+        return []
+    notes = [f"{name}: {note}" for name, found in results.items() for note in found.notes]
+    notes += [f"{name}: {reason}" for name, reason in results.refused.items()]
+    told = [sentence(work.pair, note, "structures") for note in notes]
+    work.warnings += [text for text in told if text not in work.warnings]
+    return [
+        Row(criterion, name, tuple(getattr(found, figure) for figure in FIGURES))
+        for name, found in results.items()
+    ]
+
+
 def _figures(result: GammaResult) -> tuple[Any, ...]:
     """As `record.FIGURES`; None for what there is not."""
-    counts = (result.tested, result.passed, result.failed, result.unreached, result.pass_rate)
+    counts = tuple(getattr(result, name) for name in (*COUNTS, "pass_rate"))
     if result.criteria.mode != "map" or result.unreached == result.tested:
-        return (*counts, None, None, None, None, None)
-    percentiles = (float(value) for value in result.percentile([50, 95, 99]))
+        return (*counts, None, None, None, None)
+    percentiles = (float(value) for value in result.percentile([95, 99]))
     return (*counts, result.mean, *percentiles, result.maximum)

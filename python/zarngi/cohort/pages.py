@@ -14,13 +14,14 @@ from pathlib import Path
 from typing import Any
 from urllib.parse import quote
 
-from .record import Row, Task
+from .record import FIGURES, Row, Task
 from .sentences import sentence
 from .settings import Settings
 
 _PROGRAM = "zarngi"
 _RECORD = re.compile(r'(<script type="application/json" id="zarngi-data">)(.*?)(</script>)', re.S)
 _TIME_LIMIT = 600  # s
+_RATE = FIGURES.index("pass_rate")
 _LONGEST_NAME = 200  # bytes, below the 255 of file systems
 
 
@@ -41,7 +42,7 @@ def is_due(task: Task, rows: Sequence[Row]) -> bool:
     """Whether a pair with these results gets a page."""
     if task.pages is None:
         return False
-    rates = [row.figures[4] for row in rows if not row.structure]
+    rates = [row.figures[_RATE] for row in rows if not row.structure]
     return bool(rates) and min(rates) < task.pages.below
 
 

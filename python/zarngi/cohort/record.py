@@ -9,10 +9,10 @@ from .manifest import Pair
 from .settings import Settings
 
 #: Voxels.
-COUNTS = ("tested", "passed", "failed", "unreached")
+COUNTS = ("tested", "passed", "failed", "hot", "cold", "unreached")
 #: Columns of a row of results, behind the criterion and the structure: the pass rate in %, then
 #: gamma over the tested and reached voxels.
-FIGURES = (*COUNTS, "pass_rate", "mean", "p50", "p95", "p99", "maximum")
+FIGURES = (*COUNTS, "pass_rate", "mean", "p95", "p99", "maximum")
 
 
 @dataclass(frozen=True)

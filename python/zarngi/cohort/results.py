@@ -49,8 +49,8 @@ CREATE TABLE results (
     place INTEGER NOT NULL,
     criterion TEXT NOT NULL,
     structure TEXT NOT NULL,      -- empty: everything tested
-    tested INTEGER, passed INTEGER, failed INTEGER, unreached INTEGER,
-    pass_rate REAL, mean REAL, p50 REAL, p95 REAL, p99 REAL, maximum REAL,
+    tested INTEGER, passed INTEGER, failed INTEGER, hot INTEGER, cold INTEGER, unreached INTEGER,
+    pass_rate REAL, mean REAL, p95 REAL, p99 REAL, maximum REAL,
     PRIMARY KEY (id, place),
     UNIQUE (id, criterion, structure)
 ) WITHOUT ROWID;

@@ -12,7 +12,7 @@ import zarngi
 
 from .. import _checks
 from .._criteria import Criterion
-from .._gamma import MAX_THREADS, _available_cpus
+from .._cpus import MAX_THREADS, available_cpus
 from .cluster import DaskCluster
 from .engine import Engine, ThisProcess
 from .errors import CohortError
@@ -234,7 +234,8 @@ def run(
         Called with the `Counts` of the run whenever pairs are finished.
     **options
         `dose_cutoff`, `normalisation`, `max_gamma`, `step`, `interpolate`, `mode` and `slices`, as
-        of `gamma_index`.
+        of `gamma_index`, and `structures`: names (none of them: all) of structures that get rows of
+        their own.
 
     Returns
     -------
@@ -250,7 +251,7 @@ def run(
         When an argument is out of range.
     """
     settings = Settings(criteria=parse_criteria(criteria), **options)
-    threads = _available_cpus() if threads is None else threads
+    threads = available_cpus() if threads is None else threads
     threads = _checks.integer("threads", threads, 1, MAX_THREADS)
     plan = Plan(
         as_pairs(pairs, keep),

@@ -53,7 +53,8 @@ class Settings:
     mode : str
         "map" or "pass_rate".
     structures : tuple of str or None
-        Names of structures to tell apart; empty: all of them; None: none.
+        Names of structures to tell apart, as `StructureSet.select` takes them; empty: all; None:
+        none. Those that a pair does not have are left out of it.
     """
 
     criteria: tuple[Criterion, ...] = field(default=(Criterion(3, 2),))
@@ -73,6 +74,8 @@ class Settings:
         for name, unit in (("normalisation", "Gy"), ("step", "mm")):
             self._set(name, _checks.positive_or_none(name, getattr(self, name), unit))
         _checks.choice("mode", self.mode, ("map", "pass_rate"))
+        if self.structures is not None:
+            object.__setattr__(self, "structures", tuple(self.structures))
 
     def _set(self, name: str, value: float | None) -> None:
         object.__setattr__(self, name, value)
