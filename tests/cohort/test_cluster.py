@@ -8,6 +8,11 @@ import zarngi.cohort
 from conftest import SLOW, contents, rates, small_pair, write_grid, write_rows, zarngi_cohort
 from processes import Cluster, children, ended, kill, running, wait_for, wait_until_done
 
+from zarngi.cohort.cluster import DaskCluster
+from zarngi.cohort.manifest import Manifest
+from zarngi.cohort.record import Task
+from zarngi.cohort.settings import Settings
+
 distributed = pytest.importorskip("distributed")
 
 
@@ -37,6 +42,27 @@ def test_the_same_table_by_every_way(cohort, serial, cluster, tmp_path):
         zarngi.cohort.run(cohort.manifest, tmp_path / "own", criteria="2%/3mm", step=0.02,
                           max_gamma=2.0, client=client)  # fmt: skip
     assert contents(tmp_path / "own") == serial
+
+
+def test_few_pairs_are_under_way(cohort, cluster):
+    """Pairs are asked for as workers take them, so that a million take no more memory."""
+    cluster.start_worker()
+    asked = done = most = 0
+
+    def tasks():
+        nonlocal asked
+        pair = next(iter(Manifest(cohort.manifest)))
+        for number in range(1000):
+            asked += 1
+            yield Task(number, pair, Settings())
+
+    with distributed.Client(cluster.address) as client:
+        client.wait_for_workers(1)
+        for outcomes in DaskCluster(client).outcomes(tasks(), 1000):
+            done += len(outcomes)
+            most = max(most, asked - done)
+    # Four batches of at most 64 pairs for the one thread, and what has landed meanwhile.
+    assert done == 1000 and most <= 5 * 64
 
 
 def test_no_scheduler(cohort, tmp_path):

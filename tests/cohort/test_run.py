@@ -1,10 +1,14 @@
 """Runs in one process: what is stored, what is computed again, what is not told."""
 
+import contextlib
 import csv
 import io
 import os
+import pty
+import re
 import shutil
 import sqlite3
+import subprocess
 
 import numpy as np
 import pydicom
@@ -12,7 +16,7 @@ import pytest
 import zarngi
 import zarngi.cohort
 from conftest import (
-    SLOW, contents, program, rates, small_pair, write_grid, write_rows, zarngi_cohort,
+    SLOW, command, contents, program, rates, small_pair, write_grid, write_rows, zarngi_cohort,
 )  # fmt: skip
 
 
@@ -329,3 +333,20 @@ def test_structures(tmp_path):
         'a: structures: has no "Rectum"'
     ]
     assert list(zarngi.cohort.run(rows)["structure"]) == ["", ""]
+
+
+def test_progress_on_a_terminal_only(study):
+    """Rate, failures and time left where a person looks; the summary apart from it."""
+    manifest, results = study
+    seen, terminal = pty.openpty()
+    process = subprocess.Popen(command("run", manifest, "-o", results), stdout=subprocess.PIPE,
+                               stderr=terminal, text=True)  # fmt: skip
+    out = process.communicate(timeout=60)[0]
+    os.close(terminal)
+    shown = b""
+    with contextlib.suppress(OSError):  # the other end is closed
+        while part := os.read(seen, 4096):
+            shown += part
+    os.close(seen)
+    assert re.search(rb"\r3 of 3 pairs, 1 failed, [0-9.]+ pairs/s, 0 s left", shown), shown
+    assert shown.endswith(b"\r\x1b[K") and out.startswith("3 pairs: 3 computed")

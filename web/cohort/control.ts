@@ -132,13 +132,6 @@ export class Control {
             cursor: {
                 drag: { setScale: false },
                 sync: { key: 'control' },
-                // A click marks the pair in the table.
-                bind: {
-                    click: (u) => () => {
-                        this.mark(u.cursor.idx ?? null);
-                        return null;
-                    },
-                },
             },
             legend: { markers: { show: false } },
             scales: {
@@ -169,7 +162,11 @@ export class Control {
                     value: (_, value) => (value === null ? '–' : fixed(value, 3)),
                 },
             ],
-            hooks: { draw: rules.map((rule) => (u: uPlot) => drawRule(u, rule)) },
+            hooks: {
+                draw: rules.map((rule) => (u: uPlot) => drawRule(u, rule)),
+                // A click marks the pair in the table.
+                ready: [(u) => u.over.addEventListener('click', () => this.mark(u.cursor.idx ?? null))],
+            },
         };
     }
 

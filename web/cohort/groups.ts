@@ -51,7 +51,7 @@ export class Groups {
 
     private showStructures(): void {
         const names = this.selection.structures.filter((name) => name !== '');
-        byId('structures').hidden = names.length === 0;
+        byId('by-structure').hidden = names.length === 0;
         const { criterion } = this.selection.choice;
         const rows = names.flatMap((name) => {
             const series = this.selection.seriesOf(criterion, name);
