@@ -30,7 +30,7 @@ struct CommandLine {
     CLI::App app{"Gamma-index comparison of three-dimensional dose distributions", "zarngi"};
     CLI::App* compareCommand =
         app.add_subcommand("compare", "Compare two dose files with the gamma test");
-    CLI::App* infoCommand = app.add_subcommand("info", "Tell what a dose file holds");
+    CLI::App* infoCommand = app.add_subcommand("info", "Tell what a file holds");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
     zarngi::CompareOptions compare;
@@ -45,7 +45,10 @@ struct CommandLine {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
         }
         zarngi::addCompareOptions(*compareCommand, compare);
-        infoCommand->add_option("FILE", info.file, "Dose file")->type_name("")->required();
+        infoCommand->add_option("FILE", info.file, "Dose file, or RT Structure Set")
+            ->type_name("")
+            ->required();
+        infoCommand->add_flag("--structures", info.asStructures, "Tell the labels of a mask");
         infoCommand->add_flag("--patient", info.showPatient, "Tell patient data as well");
         infoCommand->add_flag("--json", info.asJson, "As a JSON document, for programs");
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")

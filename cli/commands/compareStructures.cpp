@@ -111,7 +111,7 @@ std::shared_ptr<const StructureCatalogue> readStructureFiles(const StructureOpti
 {
     std::vector<files::StructureSet> sets;
     for (const std::string& path : options.files) {
-        sets.push_back(readStructures(path, comparison.digests));
+        sets.push_back(readStructures(path, &comparison.digests));
         for (const std::string& warning : sets.back().warnings) {
             comparison.warnings.push_back(path + ": " + warning);
         }

@@ -5,7 +5,8 @@
 #include <iostream>
 #include <span>
 
-#include "cli/commands/readDose.h"
+#include "cli/commands/readStructures.h"
+#include "cli/commands/structuresInfo.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseJson.h"
 #include "comparison/text.h"
@@ -107,7 +108,7 @@ std::string digestOfDoses(const std::vector<float>& doses)
     return digestOf(std::span(bytes, doses.size() * sizeof(float))).sha256;
 }
 
-void printJson(const DoseImage& dose, const FileDigests& digests, bool showPatient)
+Json doseDocument(const DoseImage& dose, const FileDigests& digests, bool showPatient)
 {
     const Image& image = dose.image;
     Json document = {{"file", fileJson(dose, digests)},
@@ -121,7 +122,22 @@ void printJson(const DoseImage& dose, const FileDigests& digests, bool showPatie
     if (dose.dicom) {
         document["dicom"] = identityJson(*dose.dicom, showPatient);
     }
-    std::cout << toText(document, 2) << '\n';
+    return document;
+}
+
+void print(const DoseImage& dose, const FileDigests& digests, const InfoOptions& options)
+{
+    if (options.asJson) {
+        std::cout << toText(doseDocument(dose, digests, options.showPatient), 2) << '\n';
+    } else {
+        printText(dose, options.showPatient);
+    }
+}
+
+void print(const files::StructureSet& set, const FileDigests& digests, const InfoOptions& options)
+{
+    std::cout << (options.asJson ? toText(structuresJson(set, digests), 2) + "\n"
+                                 : describeStructures(set));
 }
 
 } // namespace
@@ -129,13 +145,10 @@ void printJson(const DoseImage& dose, const FileDigests& digests, bool showPatie
 ExitCode info(const InfoOptions& options)
 {
     FileDigests digests;
-    const DoseImage dose =
-        options.asJson ? readDose(options.file, digests) : readDose(options.file);
-    if (options.asJson) {
-        printJson(dose, digests, options.showPatient);
-    } else {
-        printText(dose, options.showPatient);
-    }
+    FileDigests* const wanted = options.asJson ? &digests : nullptr;
+    const Contents contents = options.asStructures ? readStructures(options.file, wanted)
+                                                   : readDoseOrStructures(options.file, wanted);
+    std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }
 

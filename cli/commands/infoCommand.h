@@ -1,6 +1,6 @@
 /**
  * @file infoCommand.h
- * `zarngi info`: what a dose file holds.
+ * `zarngi info`: what a file of doses or structures holds.
  */
 #ifndef ZARNGI_CLI_COMMANDS_INFOCOMMAND_H
 #define ZARNGI_CLI_COMMANDS_INFOCOMMAND_H
@@ -15,6 +15,7 @@ namespace zarngi
 
 struct InfoOptions {
     std::string file;
+    bool asStructures = false; ///< a label mask, which is told as a dose otherwise
     bool showPatient = false;
     bool asJson = false;
 };

@@ -8,17 +8,35 @@
 namespace zarngi
 {
 
-files::StructureSet readStructures(const std::string& path, FileDigests& digests)
+namespace
 {
-    const auto watch = [&digests](const std::string& name, files::ByteView contents) {
-        digests[name] = digestOf(contents);
-    };
-    files::Result<files::StructureSet> set =
-        files::readStructuresFile(path, {files::nativeDeflate(), unpackPixels, watch});
-    if (!set) {
-        throw InputError(path + ": " + set.error().sentence);
+
+/** What a reader gives for a path. @param read from a path and a host to a result */
+template <class Read> auto readWith(const Read& read, const std::string& path, FileDigests* digests)
+{
+    files::Host host{files::nativeDeflate(), unpackPixels};
+    if (digests != nullptr) {
+        host.watch = [digests](const std::string& name, files::ByteView contents) {
+            (*digests)[name] = digestOf(contents);
+        };
     }
-    return std::move(*set);
+    auto result = read(path, host);
+    if (!result) {
+        throw InputError(path + ": " + result.error().sentence);
+    }
+    return std::move(*result);
+}
+
+} // namespace
+
+files::StructureSet readStructures(const std::string& path, FileDigests* digests)
+{
+    return readWith(&files::readStructuresFile, path, digests);
+}
+
+Contents readDoseOrStructures(const std::string& path, FileDigests* digests)
+{
+    return readWith(&files::readDoseOrStructuresFile, path, digests);
 }
 
 } // namespace zarngi

@@ -6,7 +6,9 @@
 #define ZARNGI_CLI_COMMANDS_READSTRUCTURES_H
 
 #include <string>
+#include <variant>
 
+#include "comparison/doseImage.h"
 #include "comparison/fileDigest.h"
 #include "files/structures/structureSet.h"
 
@@ -14,10 +16,16 @@ namespace zarngi
 {
 
 /**
- * Reads an RT Structure Set or a label mask, with the digests of the files that were read.
+ * Reads a DICOM RT Structure Set or a label mask, and digests of what was read where they are asked
+ * for.
  * @throws InputError whose text begins with the path.
  */
-files::StructureSet readStructures(const std::string& path, FileDigests& digests);
+files::StructureSet readStructures(const std::string& path, FileDigests* digests);
+
+using Contents = std::variant<DoseImage, files::StructureSet>;
+
+/** Reads a dose file or an RT Structure Set. @throws InputError likewise. */
+Contents readDoseOrStructures(const std::string& path, FileDigests* digests);
 
 } // namespace zarngi
 

@@ -112,6 +112,9 @@ std::optional<Segment> segmentOf(const TextHeader& keys, std::size_t index, std:
     segment.layer = static_cast<std::size_t>(wholeNumberOf(
         layer, "a layer of a segment", 0, last, std::min(static_cast<std::int64_t>(index), last)));
     segment.name = oneLine(name != nullptr ? *name : id != nullptr ? *id : "");
+    if (segment.name.empty()) {
+        segment.name = "label " + std::to_string(segment.label);
+    }
     if (const std::string* const colour = find("color")) {
         segment.colour = colourOf(*colour);
     }
@@ -162,7 +165,7 @@ std::vector<Layer> takeLayers(NrrdLayers& volumes)
 Structure structureOf(const Segment& segment, Layer& layer)
 {
     Structure structure;
-    structure.name = segment.name.empty() ? "label " + std::to_string(segment.label) : segment.name;
+    structure.name = segment.name;
     structure.number = segment.label;
     structure.colour = segment.colour;
     structure.region = LabelRegion{layer.grid, segment.label};
@@ -180,7 +183,10 @@ std::vector<Structure> structuresOf(const std::vector<Segment>& segments,
     }
     for (std::size_t i = 0; i < layers.size(); ++i) {
         while (!layers[i].labels.empty()) {
-            structures.push_back(structureOf({{}, *layers[i].labels.begin(), i, {}}, layers[i]));
+            const std::int32_t label = *layers[i].labels.begin();
+            std::string name = "label " + std::to_string(label);
+            name += layers.size() > 1 ? " of layer " + std::to_string(i + 1) : "";
+            structures.push_back(structureOf({std::move(name), label, i, {}}, layers[i]));
         }
     }
     return structures;

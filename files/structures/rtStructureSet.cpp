@@ -115,7 +115,7 @@ std::vector<Vec3> verticesOf(const DicomValues& contour)
         for (double& coordinate : vertex) {
             coordinate = numbers.next();
             if (!(std::fabs(coordinate) <= farthestVertex)) {
-                refuse("has a contour with a coordinate of " + number(coordinate) + " mm");
+                refuse("has a contour with a coordinate of " + number(coordinate, 9) + " mm");
             }
         }
     }
@@ -285,8 +285,8 @@ private:
                                     some(inTwoPlaces_) + "); all of them are taken");
         }
         if (withoutColour_ > 0) {
-            set_.warnings.push_back("has display colours that are none; " +
-                                    grouped(withoutColour_) + " structures are left without one");
+            set_.warnings.push_back("has display colours that are none (left without one: " +
+                                    grouped(withoutColour_) + ")");
         }
     }
 

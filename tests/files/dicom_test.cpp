@@ -13,80 +13,14 @@
 #include "files/formats/dicom/rle.h"
 #include "files/nativeDeflate.h"
 #include "files/packed.h"
+#include "tests/files/dicomBytes.h"
 
 namespace
 {
 
 using namespace files;
+using namespace dicomBytes;
 using std::string;
-
-const string zero(1, '\0');
-
-template <class Number> string written(Number value, bool isBigEndian = false)
-{
-    string bytes(reinterpret_cast<const char*>(&value), sizeof(value));
-    return isBigEndian ? string(bytes.rbegin(), bytes.rend()) : bytes;
-}
-
-string number16(unsigned value, bool isBigEndian = false)
-{
-    return written(static_cast<std::uint16_t>(value), isBigEndian);
-}
-
-string number32(std::size_t value, bool isBigEndian = false)
-{
-    return written(static_cast<std::uint32_t>(value), isBigEndian);
-}
-
-ByteView view(const string& bytes)
-{
-    return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
-}
-
-constexpr std::size_t open = 0xFFFFFFFF;
-
-string head(std::uint32_t tag, const string& type, std::size_t length, DicomSyntax syntax = {})
-{
-    const bool big = syntax.isBigEndian;
-    const string number = number16(tag >> 16, big) + number16(tag & 0xFFFF, big);
-    if (!syntax.isExplicit || tag >> 16 == 0xFFFE) {
-        return number + number32(length, big);
-    }
-    const bool isLong = string("OB OW OF SQ UN UT").find(type) != string::npos;
-    return number + type +
-           (isLong ? number16(0) + number32(length, big)
-                   : number16(static_cast<unsigned>(length), big));
-}
-
-string element(std::uint32_t tag, const string& type, string value, DicomSyntax syntax = {})
-{
-    value += value.size() % 2 == 0 ? "" : type == "UI" ? zero : " ";
-    return head(tag, type, value.size(), syntax) + value;
-}
-
-string item(const string& value)
-{
-    return head(0xFFFEE000, "", value.size()) + value;
-}
-
-const string itemEnd = head(0xFFFEE00D, "", 0);
-const string sequenceEnd = head(0xFFFEE0DD, "", 0);
-
-string preamble()
-{
-    return string(128, '\0') + "DICM";
-}
-
-string meta(const string& transferSyntax)
-{
-    return element(0x00020010, "UI", transferSyntax);
-}
-
-const string implicitLittle = "1.2.840.10008.1.2";
-const string explicitLittle = "1.2.840.10008.1.2.1";
-const string deflated = "1.2.840.10008.1.2.1.99";
-const string explicitBig = "1.2.840.10008.1.2.2";
-const string runLengths = "1.2.840.10008.1.2.5";
 
 struct Entry {
     string type;
@@ -156,17 +90,6 @@ struct Dose {
         return bytes + sequenceEnd;
     }
 };
-
-string gzipped(const string& bytes)
-{
-    return string(asText(packGzip(view(bytes), nativeDeflate()).view()));
-}
-
-string deflatedFile(const string& dataSet)
-{
-    const Bytes packed = nativeDeflate().pack(view(dataSet));
-    return preamble() + meta(deflated) + string(asText(packed.view()));
-}
 
 Result<DoseImage> read(const string& file, const Host& host = {nativeDeflate()})
 {

@@ -1,15 +1,19 @@
 // Files of random contents given to the readers. Each ends in a dose that holds together or in one
-// clear line of the readers' own, and memory in proportion to the file.
+// clear line of the readers' own, and memory in proportion to the file; so do structures.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <set>
 #include <string>
 #include <string_view>
 
 #include "files/nativeDeflate.h"
 #include "files/readDose.h"
+#include "files/structures/contourNotes.h"
+#include "files/structures/readStructures.h"
+#include "files/structures/region.h"
 
 namespace
 {
@@ -74,22 +78,82 @@ void checkLine(const std::string& text)
     require(text.size() < longest, "a short line", text);
 }
 
+/** A refusal in one line of the readers' own. */
+void checkError(const files::FileError& error)
+{
+    checkLine(error.sentence);
+    require(error.kind == files::FileError::Kind::refused,
+            "small files fit in memory, and errors are the readers' own", error.sentence);
+}
+
+void checkLines(const std::vector<std::string>& lines)
+{
+    for (const std::string& line : lines) {
+        checkLine(line);
+    }
+}
+
+void checkStructure(const files::Structure& structure)
+{
+    constexpr double farthest = 1e6; // mm
+    require(!structure.name.empty(), "every structure has a name");
+    require(structure.refusal.empty() || structure.contours.empty(), "refused or with contours");
+    for (const files::Contour& contour : structure.contours) {
+        require(contour.vertices.size() >= 3, "a contour has an inside");
+        for (const files::Vec3& vertex : contour.vertices) {
+            require(std::all_of(vertex.begin(), vertex.end(),
+                                [](double x) { return std::fabs(x) <= farthest; }),
+                    "vertices are near the patient");
+        }
+    }
+    if (structure.region) {
+        const files::LabelGrid& grid = *structure.region->grid;
+        require(grid.labels.size() == grid.geometry.voxels(), "a label per voxel");
+        require(structure.region->label > 0, "0 is no structure");
+    }
+    if (!structure.refusal.empty()) {
+        checkLine(structure.refusal);
+    }
+    checkLines(files::contourNotes(structure));
+}
+
+void checkStructures(const files::StructureSet& set)
+{
+    std::set<std::string> names;
+    for (const files::Structure& structure : set.structures) {
+        checkStructure(structure);
+        require(names.insert(structure.name).second, "every name is the only one");
+    }
+    checkLines(set.warnings);
+    const files::Geometry grid{{3, 4, 5}, {2.5, 2.5, 2.5}, {-3, -3, -3}};
+    for (const auto& region : files::regionsOf(set, grid.spacing[2])) {
+        if (region) {
+            require(region->volume() >= 0, "no structure is smaller than nothing");
+            require(files::pointCount(region->pointsIn(files::voxelCentres(grid))) <= grid.voxels(),
+                    "no voxel twice");
+            checkLines(region->notes());
+        }
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const files::Host host{files::nativeDeflate(), unpackPixels};
     const files::Result<files::DoseImage> dose = files::readDose({bytes, size}, findFile, host);
-    if (!dose) {
-        checkLine(dose.error().sentence);
-        require(dose.error().kind == files::FileError::Kind::refused,
-                "small files fit in memory, and errors are the readers' own",
-                dose.error().sentence);
-        return 0;
+    if (dose) {
+        checkDose(*dose, size);
+        checkLines(dose->warnings);
+    } else {
+        checkError(dose.error());
     }
-    checkDose(*dose, size);
-    for (const std::string& warning : dose->warnings) {
-        checkLine(warning);
+    const files::Result<files::StructureSet> set =
+        files::readStructures({bytes, size}, "mask.nrrd", findFile, host);
+    if (set) {
+        checkStructures(*set);
+    } else {
+        checkError(set.error());
     }
     return 0;
 }

@@ -17,10 +17,13 @@ from pydicom.uid import (
     ImplicitVRLittleEndian,
 )
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cli"))
+for room in ("cli", "files"):
+    sys.path.insert(0, str(Path(__file__).resolve().parents[1] / room))
 
 import doses  # noqa: E402
+import structure_sets  # noqa: E402
 from doses import DicomStyle  # noqa: E402
+from structure_sets import contour, polygon, roi  # noqa: E402
 
 SIZE = (4, 3, 2)
 WITHOUT_SPACE = {"space": None, "space_directions": None, "space_origin": None, "kinds": None}
@@ -117,11 +120,40 @@ def write_dicoms(folder, dose):
     (folder / "bare.dcm").write_bytes((folder / "implicit.dcm").read_bytes()[preamble_and_meta:])
 
 
+def two_structures():
+    """A ring on two planes, and all that counts for nothing."""
+    ring = [contour(polygon(4, radius, z=z), NumberOfContourPoints=4)
+            for radius in (3, 9) for z in (0.0, 2.5)]
+    others = [contour("1\\2\\3", "POINT"), contour(polygon(3), "OPEN_PLANAR"),
+              contour(polygon(2)), contour(polygon(3, z=1e-3), "CLOSEDPLANAR_XOR")]
+    return structure_sets.structure_set([roi(1, "A", ring), roi(2, "A", others), roi(3, "", None)])
+
+
+def write_structures(folder, dose):
+    for name, syntax in (("implicit", ImplicitVRLittleEndian), ("big", ExplicitVRBigEndian),
+                         ("deflated", DeflatedExplicitVRLittleEndian)):
+        contents = structure_sets.file_of(two_structures(), syntax)
+        (folder / f"structures-{name}.dcm").write_bytes(contents)
+    contents = structure_sets.file_of(two_structures(), open_ends=True)
+    (folder / "structures-open.dcm").write_bytes(contents)
+    labels = (dose.values > dose.values.mean()).astype("<i2") * 2
+    segments = (b"Segment0_Name:=A\nSegment0_LabelValue:=2\nSegment0_Color:=0.5 1 0\n"
+                b"Segment1_ID:=B\nSegment1_Layer:=0\n\n")
+    header = doses.nrrd_header(dose, type="short", endian="little", encoding="raw")
+    (folder / "mask.nrrd").write_bytes(header.removesuffix(b"\n") + segments + labels.tobytes())
+    header = doses.nrrd_header(
+        dose, type="uchar", encoding="raw", dimension="4", sizes="2 4 3 2",
+        kinds="list domain domain domain",
+        space_directions="none (2,0,0) (0,2,0) (0,0,2)")
+    layers = numpy.stack([labels, labels // 2], -1).astype("u1")
+    (folder / "layers.nrrd").write_bytes(header.removesuffix(b"\n") + segments + layers.tobytes())
+
+
 def main():
     folder = Path(sys.argv[1])
     folder.mkdir(parents=True, exist_ok=True)
     dose = doses.blob(size=SIZE)
-    for write in (write_metaimages, write_nrrds, write_niftis, write_dicoms):
+    for write in (write_metaimages, write_nrrds, write_niftis, write_dicoms, write_structures):
         write(folder, dose)
 
 

@@ -1,0 +1,26 @@
+/**
+ * @file structuresInfo.h
+ * What a file of structures holds, as text and as JSON.
+ */
+#ifndef ZARNGI_CLI_COMMANDS_STRUCTURESINFO_H
+#define ZARNGI_CLI_COMMANDS_STRUCTURESINFO_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+
+#include "comparison/fileDigest.h"
+#include "files/structures/structureSet.h"
+
+namespace zarngi
+{
+
+/** A table that fits a terminal, and what a person should know of the structures. */
+std::string describeStructures(const files::StructureSet& set);
+
+/** The document that docs/json.md describes. */
+nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,367 @@
+"""The variants of RT Structure Sets and label masks."""
+
+import dataclasses
+import gzip
+import hashlib
+
+import numpy as np
+from pydicom.dataset import Dataset
+from pydicom.sequence import Sequence
+from pydicom.uid import (
+    DeflatedExplicitVRLittleEndian, ExplicitVRBigEndian, ExplicitVRLittleEndian,
+    ImplicitVRLittleEndian,
+)
+
+import variants_dicom
+import variants_metaimage
+import variants_nifti
+import variants_nrrd
+from structure_sets import (
+    contour, dataset, decimal, file_of, polygon, roi, structure_set,
+)
+from variants import (
+    DAMAGED, NO_ORIENTATION, NO_POSITION, ORIENTATIONS, ORIGIN, ROTATED, SPACING, STRAIGHT, VALUES,
+    turned, words,
+)
+
+FOREIGN = (
+    "is not a file of structures (DICOM RT Structure Set, or a label mask in NRRD, MetaImage or "
+    "NIfTI)"
+)
+NO_LABELS = "has no label but 0, which is no structure"
+RANGE = " (labels are whole numbers from 0 to 16 777 215)"
+
+
+@dataclasses.dataclass(frozen=True)
+class Told:
+    """A structure: what its file says, and a digest of what it is made of."""
+
+    name: str
+    number: int
+    sha256: str
+    type: str = ""
+    colour: object = None
+    frame: str = ""
+    contours: object = None
+    left_out: tuple = (0, 0, 0)
+    refusal: object = None
+
+
+@dataclasses.dataclass(frozen=True)
+class Structures:
+    """What must come out of a file."""
+
+    told: tuple
+    warnings: tuple = ()
+    grid: object = None  # of a mask: size, spacing, origin
+
+
+@dataclasses.dataclass(frozen=True)
+class Variant:
+    name: str
+    contents: bytes
+    expected: object  # Structures or a sentence
+    file: str = "file"
+
+
+def digest(array):
+    return hashlib.sha256(np.ascontiguousarray(array).tobytes()).hexdigest()
+
+
+def drawn(name, number, contours, **changes):
+    """A structure of contours, each an array of vertices."""
+    flat = np.concatenate([np.ravel(c) for c in contours]) if contours else np.zeros(0)
+    usual = {"type": "ORGAN", "colour": "#ff0080", "frame": "1.2.3"}
+    return Told(name, number, digest(flat.astype("<f8")), contours=len(contours), **usual | changes)
+
+
+def refused_structure(name, number, refusal, **changes):
+    made = drawn(name, number, [], refusal=refusal, **changes)
+    return dataclasses.replace(made, contours=None)
+
+
+SQUARE, HEXAGON, UPPER = polygon(4), polygon(6, 3.3), polygon(5, 20, (1e3, -1e3), 2.5)
+
+
+def usual(**elements):
+    return structure_set([
+        roi(3, "Brain stem", [contour(SQUARE), contour(HEXAGON)]),
+        roi(-1, "PTV 57/67 [x]", [contour(UPPER)], (0, 0, 0), "PTV", "1.2.9"),
+    ], **elements)
+
+
+USUAL = Structures((
+    drawn("Brain stem", 3, [SQUARE, HEXAGON]),
+    drawn("PTV 57/67 [x]", -1, [UPPER], type="PTV", colour="#000000", frame="1.2.9"),
+))
+
+
+def private():
+    """Sequences in sequences, of elements that nobody knows."""
+    made = Dataset()
+    for depth in range(6):
+        outer = Dataset()
+        block = outer.private_block(0x3007, "SOMEBODY", create=True)
+        block.add_new(1, "SQ", Sequence([made]))
+        block.add_new(2, "LO", f"depth {depth}")
+        made = outer
+    return made
+
+
+def with_private():
+    elements = usual()
+    for item in (elements, elements.StructureSetROISequence[0],
+                 elements.ROIContourSequence[0].ContourSequence[0]):
+        for element in private():
+            item.add(element)
+    return elements
+
+
+def syntax_rows():
+    for name, syntax in (
+        ("explicit", ExplicitVRLittleEndian), ("implicit", ImplicitVRLittleEndian),
+        ("big endian", ExplicitVRBigEndian), ("deflated", DeflatedExplicitVRLittleEndian),
+    ):
+        for open_ends in (False, True):
+            whole = file_of(usual(), syntax, open_ends)
+            ending = ", open ends" if open_ends else ""
+            yield Variant(name + ending, whole, USUAL)
+            yield Variant(f"{name}{ending}, gzip", gzip.compress(whole), USUAL)
+            nested = file_of(with_private(), syntax, open_ends)
+            yield Variant(f"{name}{ending}, private sequences", nested, USUAL)
+    whole = file_of(usual())
+    yield Variant("no meta information", whole[variants_dicom.data_set_start(whole):], USUAL)
+    yield Variant("modality alone", file_of(usual()).replace(b".481.3", b".481.8"), USUAL)
+
+
+def one(text_or_vertices, kind="CLOSED_PLANAR", **elements):
+    return file_of(structure_set([roi(1, "A", [contour(text_or_vertices, kind, **elements)])]))
+
+
+def contour_rows():
+    a = Structures((drawn("A", 1, [SQUARE]),))
+    text = decimal(SQUARE)
+    for name, data in (
+        ("trailing backslash", text + "\\"), ("trailing blanks", text + "   "),
+        ("trailing backslash and blank", text + "\\ "), ("blanks", text.replace("\\", " \\  ")),
+        ("exponents", "\\".join(f"{v:.12e}" for v in SQUARE.ravel())),
+        ("plus signs", "\\".join(f"{v:+}" for v in SQUARE.ravel())),
+    ):
+        yield Variant(name, one(data), a)
+    yield Variant("exclusive or", one(SQUARE, "CLOSEDPLANAR_XOR"), a)
+    yield Variant("a number of points", one(SQUARE, NumberOfContourPoints=4), a)
+    rng = np.random.default_rng(5)
+    longest = np.round(rng.uniform(-400, 400, (200000, 3)), 5)
+    longest[:, 2] = -12.34567
+    yield Variant("200 000 points", one(longest), Structures((drawn("A", 1, [longest]),)))
+    digits = rng.uniform(-999, 999, (500, 3))
+    digits[:, 2] = 1 / 3
+    text = "\\".join(map(repr, digits.ravel().tolist()))
+    yield Variant("17 digits", one(text), Structures((drawn("A", 1, [digits]),)))
+    for name, kind, counts in (("points", "POINT", (1, 0, 0)), ("open", "OPEN_PLANAR", (0, 1, 0)),
+                               ("open in space", "OPEN_NONPLANAR", (0, 1, 0))):
+        yield Variant(name, one(SQUARE, kind), Structures((drawn("A", 1, [], left_out=counts),)))
+    for count in (0, 1, 2):
+        yield Variant(f"{count} vertices", one(SQUARE[:count]),
+                      Structures((drawn("A", 1, [], left_out=(0, 0, 1)),)))
+
+
+def refused_contour_rows():
+    oblique = SQUARE + np.outer(np.arange(4), (0, 0, 0.5))
+    text = decimal(SQUARE)
+    end = " (contour 2)"
+    for name, bad, refusal in (
+        ("oblique", contour(oblique),
+         "has a contour that does not lie in a plane of constant z: it is 1.5 mm high"),
+        ("a coordinate too few", contour(text.rpartition("\\")[0]),
+         "has a contour with 11 coordinates, which are no whole points"),
+        ("a word", contour(text.replace("10", "ten", 1)),
+         "has a Contour Data with \"ten\" in it"),
+        ("no number", contour(text.replace("10", "NaN", 1)),
+         "has a Contour Data with \"NaN\" in it"),
+        ("infinity", contour(text.replace("10", "inf", 1)),
+         "has a Contour Data with \"inf\" in it"),
+        ("a comma", contour(text.replace("10", "10,5", 1)),
+         "has a Contour Data with \"10,5\" in it"),
+        ("far away", contour(text.replace("10", "1.1e6", 1)),
+         "has a contour with a coordinate of 1100000 mm"),
+        ("points lost", contour(SQUARE, NumberOfContourPoints=9),
+         "has a contour with 4 points that tells 9"),
+        ("an unknown type", contour(SQUARE, "SPLINE"), 'has a contour of the unknown type "SPLINE"'),
+        ("no type", contour(SQUARE, None),
+         "has a contour that does not tell its Contour Geometric Type"),
+    ):
+        elements = structure_set([
+            roi(1, "A", [contour(SQUARE), bad, contour(HEXAGON)]), roi(2, "B", [contour(HEXAGON)]),
+        ])
+        told = (refused_structure("A", 1, refusal + end), drawn("B", 2, [HEXAGON]))
+        yield Variant(f"one contour: {name}", file_of(elements), Structures(told))
+    flat = SQUARE + np.outer(np.arange(4), (0, 0, 0.1 / 3))
+    flat = np.round(flat, 6)
+    yield Variant("just flat", one(flat), Structures((drawn("A", 1, [flat]),)))
+
+
+def reference_rows():
+    def rois(*items):
+        return file_of(structure_set(list(items)))
+
+    yield Variant("no item of contours", rois(roi(1, "A", None)),
+                  Structures((drawn("A", 1, [], colour=None),)))
+    yield Variant("no contours", rois(roi(1, "A")), Structures((drawn("A", 1, []),)))
+    yield Variant(
+        "names that are alike", rois(*(roi(i, name) for i, name in enumerate(("A", "B", "A", "")))),
+        Structures((drawn("A (0)", 0, []), drawn("B", 1, []), drawn("A (2)", 2, []),
+                    drawn("ROI 3", 3, []))))
+    elements = usual()
+    elements.ROIContourSequence[1].ReferencedROINumber = 7
+    yield Variant(
+        "contours of nothing", file_of(elements),
+        Structures((USUAL.told[0], drawn("PTV 57/67 [x]", -1, [], type="PTV", colour=None,
+                                         frame="1.2.9")),
+                   ("has contours of ROI numbers that it does not define (7); they are left out",)))
+    elements = usual()
+    elements.ROIContourSequence[1].ReferencedROINumber = 3
+    yield Variant(
+        "contours in two places", file_of(elements),
+        Structures((drawn("Brain stem", 3, [SQUARE, HEXAGON, UPPER], colour="#000000"),
+                    drawn("PTV 57/67 [x]", -1, [], type="PTV", colour=None, frame="1.2.9")),
+                   ("has the contours of ROI numbers in several places (3); all of them are taken",)))
+    yield Variant("the same number twice", rois(roi(4, "A"), roi(4, "B")),
+                  "has two structures of the ROI Number 4")
+    yield Variant("no structures", rois(), "is an RT Structure Set without structures")
+    many = [roi(i, f"roi {i}", [contour(SQUARE)]) for i in range(3000)]
+    yield Variant("3000 structures", rois(*many),
+                  Structures(tuple(drawn(f"roi {i}", i, [SQUARE]) for i in range(3000))))
+    frame = dataset(FrameOfReferenceUID="1.2.7")
+    for name, elements, told in (
+        ("the file's frame", {"FrameOfReferenceUID": "1.2.5"}, "1.2.5"),
+        ("the only frame", {"ReferencedFrameOfReferenceSequence": Sequence([frame])}, "1.2.7"),
+        ("no frame", {}, ""),
+    ):
+        contents = file_of(structure_set([roi(1, "A", frame=None)], **elements))
+        yield Variant(name, contents, Structures((drawn("A", 1, [], frame=told),)))
+
+
+def foreign_rows():
+    yield Variant("a dose", variants_dicom.dose(),
+                  "is DICOM but no RT Structure Set (modality RTDOSE)")
+    segmentation = usual(SOPClassUID="1.2.840.10008.5.1.4.1.1.66.4", Modality="SEG")
+    yield Variant("a segmentation", file_of(segmentation),
+                  "is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
+                  "label masks in NRRD, MetaImage and NIfTI)")
+    yield Variant("text", b"no structures", FOREIGN)
+    yield Variant("nothing", b"", "is empty")
+    whole = file_of(usual(), DeflatedExplicitVRLittleEndian)
+    yield Variant("deflated, cut", whole[:-20], DAMAGED)
+    whole = gzip.compress(file_of(usual()), mtime=0)
+    yield Variant("gzip, cut", whole[:-20], DAMAGED)
+
+
+#: Labels [z, y, x] of the shape that doses have here.
+LABELS = np.random.default_rng(3).choice([0, 0, 2, 5, 200], VALUES.shape)
+
+
+def mask(labels=LABELS, names=None, *, warnings=(), origin=ORIGIN, colours=None):
+    """The structures of a mask of one layer."""
+    names = names or {n: f"label {n}" for n in sorted(set(labels.ravel().tolist()) - {0})}
+    sha256 = digest(labels.astype("<i4"))
+    told = tuple(Told(name, number, sha256, colour=(colours or {}).get(number))
+                 for number, name in names.items())
+    grid = (list(labels.shape[::-1]), list(SPACING), list(origin))
+    return Structures(told, warnings, grid)
+
+
+def mask_rows():
+    binary = (LABELS == 5).astype(int)
+    named = mask(binary, {1: "PTV 57"})
+    for code in ("u1", "i2", "u2", "i4", "u4", "i8", "u8", "f4", "f8"):
+        data = LABELS.astype("<" + code)
+        text = variants_nrrd.TYPES[code].split(", ")[0]
+        yield Variant(f"NRRD, {code}", variants_nrrd.nrrd(data.tobytes(), type=text), mask())
+        kind = variants_metaimage.TYPES[code]
+        yield Variant(f"MetaImage, {code}", variants_metaimage.meta(data.tobytes(), ElementType=kind),
+                      mask())
+        yield Variant(f"NIfTI, {code}", variants_nifti.nifti(values=data), mask())
+    for number, orientation in enumerate(ORIENTATIONS):
+        values, spacing, origin, axes = turned(orientation, LABELS)
+        steps = np.multiply(axes, np.reshape(spacing, (3, 1)))
+        contents = variants_nrrd.nrrd(
+            values.astype("u1").tobytes(), type="uchar", sizes=words(values.shape[::-1]),
+            space_origin=variants_nrrd.vector(origin), space_directions=variants_nrrd.vectors(steps))
+        yield Variant(f"orientation {number}", contents, mask())
+    data = binary.astype("u1")
+    for file, contents in (
+        ("PTV 57.nrrd", variants_nrrd.nrrd(data.tobytes(), type="uchar")),
+        ("PTV 57.seg.nrrd", variants_nrrd.nrrd(data.tobytes(), type="uchar")),
+        ("PTV 57.mha", variants_metaimage.meta(data.tobytes(), ElementType="MET_UCHAR")),
+        ("PTV 57.nii.gz", gzip.compress(variants_nifti.nifti(values=data))),
+    ):
+        yield Variant(f"named after {file}", contents, named, file)
+    empty = mask(LABELS * 0, {1: "PTV 57"}, warnings=(NO_LABELS,))
+    yield Variant("nothing in it", variants_nrrd.nrrd(bytes(LABELS.size), type="uchar"), empty,
+                  "PTV 57.nrrd")
+    yield Variant("no place", variants_nrrd.spaced(LABELS.astype("u1").tobytes(), type="uchar"),
+                  mask(origin=(0, 0, 0), warnings=(NO_POSITION, NO_ORIENTATION)))
+
+
+def refused_mask_rows():
+    yield Variant("a dose in NRRD", variants_nrrd.nrrd(VALUES.astype("<f4").tobytes()),
+                  f"is no label mask: it has a value of {VALUES.ravel()[0]:.9g}{RANGE}")
+    for value, told in ((-1, "-1"), (1 << 24, "16777216"), ((1 << 31) - 1, "2.14748365e+09")):
+        labels = LABELS.astype("<i4")
+        labels[1, 1, 1] = value
+        yield Variant(f"a value of {value}", variants_nrrd.nrrd(labels.tobytes(), type="int"),
+                      f"is no label mask: it has a value of {told}{RANGE}")
+    many = np.arange(10002, dtype="<u2").tobytes()
+    yield Variant("many values", variants_nrrd.nrrd(many, type="ushort", sizes="10002 1 1"),
+                  "is no label mask: it has more than 10 000 different values")
+    data = LABELS.astype("u1").tobytes()
+    oblique = "(2,0.1,0) (0,2.5,0) (0,0,3)"
+    yield Variant("rotated", variants_nrrd.nrrd(data, type="uchar", space_directions=oblique),
+                  ROTATED)
+    yield Variant("cut short", variants_nrrd.nrrd(data[:-1], type="uchar"),
+                  "is cut short, or its header lies: its grid needs 60 bytes of values, "
+                  "the file has 59")
+
+
+def segmentation(layers, kinds="list domain domain domain", order=None, **segments):
+    """A NRRD of several layers [layer, z, y, x], with keys as segmentation tools write them."""
+    array = np.moveaxis(np.array(layers, "u1"), 0, -1) if order is None else np.array(layers, "u1")
+    sizes = words(array.shape[::-1])
+    steps = ["none", *variants_nrrd.vectors(np.diag(SPACING)).split(" ")]
+    steps = " ".join(steps if order is None else [*steps[1:], steps[0]])
+    keys = "".join(f"{key}:={value}\n" for key, value in segments.items())
+    return variants_nrrd.nrrd(array.tobytes(), type="uchar", dimension="4", sizes=sizes, kinds=kinds,
+                              space_directions=steps, more=keys)
+
+
+def segmentation_rows():
+    first, second = np.where(LABELS == 200, 0, LABELS), (LABELS > 0).astype(int)
+    keys = {
+        "Segmentation_ContainedRepresentationNames": "Binary labelmap|",
+        "Segment0_ID": "s0", "Segment0_Name": "Brain stem", "Segment0_LabelValue": "5",
+        "Segment0_Layer": "0", "Segment0_Color": "0 0.2 1", "Segment0_Extent": "0 4 0 2 0 3",
+        "Segment1_ID": "all", "Segment1_LabelValue": "1", "Segment1_Layer": "1",
+    }
+    digests = [digest(layer.astype("<i4")) for layer in (first, second)]
+    told = (Told("Brain stem", 5, digests[0], colour="#0033ff"), Told("all", 1, digests[1]),
+            Told("label 2 of layer 1", 2, digests[0]))
+    grid = (list(LABELS.shape[::-1]), list(SPACING), list(ORIGIN))
+    yield Variant("layers side by side", segmentation([first, second], **keys),
+                  Structures(told, grid=grid))
+    last = segmentation([first, second], "domain domain domain list", "last", **keys)
+    yield Variant("layers one after another", last, Structures(told, grid=grid))
+    yield Variant("values of another kind", segmentation([first, second], "vector domain domain domain"),
+                  "has 2 values per voxel instead of one dose")
+    data = LABELS.astype("u1").tobytes()
+    names = {2: "A", 5: "B (5)", 200: "B (200)"}
+    more = "Segment0_Name:=A\nSegment0_LabelValue:=2\nSegment1_Name:=B\nSegment1_LabelValue:=5\n" \
+           "Segment2_Name:=B\nSegment2_LabelValue:=200\nSegment2_Color:=1 1 1\n"
+    yield Variant("segments of one layer", variants_nrrd.nrrd(data, type="uchar", more=more),
+                  mask(names=names, colours={200: "#ffffff"}))
+
+
+ROWS = [
+    *syntax_rows(), *contour_rows(), *refused_contour_rows(), *reference_rows(), *foreign_rows(),
+    *mask_rows(), *refused_mask_rows(), *segmentation_rows(),
+]
