@@ -6,7 +6,9 @@ import sys
 from pathlib import Path
 
 import doses  # tests/cli
+import pydicom
 from pages import PROJECT
+from structure_files import box, write_structure_set  # tests/cli
 
 BUILD = Path(os.environ["ZARNGI_BUILD_DIR"])
 DATA = PROJECT.parent / "shared" / "data"
@@ -54,6 +56,8 @@ def write_samples(folder):
         for name in names:
             for suffix, write in WRITERS.items():
                 write(folder / (name + suffix), dose)
+    frame = pydicom.dcmread(folder / "planned.dcm").FrameOfReferenceUID
+    write_structure_set(folder / "rs.dcm", {"PTV": box((-5, 5), (-5, 5), [18, 21])}, frame)
 
 
 class Workshop:
