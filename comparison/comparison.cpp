@@ -5,6 +5,38 @@
 namespace zarngi
 {
 
+namespace
+{
+
+bool isBelow(const GammaStatistics& statistics, double limit)
+{
+    return statistics.tested == 0 || statistics.passRate < limit;
+}
+
+/** @param general the limit of structures without one of their own; may be none */
+bool hasStructureBelow(const CriterionResult& result, const std::vector<StructureRow>& rows,
+                       const std::optional<double>& general)
+{
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const std::optional<double> limit = rows[i].failBelow ? rows[i].failBelow : general;
+        if (limit && result.structures[i] && isBelow(result.structures[i]->statistics, *limit)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+std::string CriterionResult::label() const
+{
+    std::string text;
+    for (const std::string& pattern : patterns) {
+        text += (text.empty() ? "" : ",") + pattern;
+    }
+    return text + (text.empty() ? "" : ":") + criterion.label();
+}
+
 double Comparison::normalisation() const
 {
     return settings.normalisation ? *settings.normalisation : referenceExtremes.maximum;
@@ -12,9 +44,14 @@ double Comparison::normalisation() const
 
 bool Comparison::isBelowLimit() const
 {
-    return failBelow && std::any_of(results.begin(), results.end(), [this](const auto& result) {
-               return result.statistics.passRate < *failBelow;
-           });
+    return std::any_of(results.begin(), results.end(), [this](const CriterionResult& result) {
+        const bool isForAll = result.patterns.empty();
+        if (isForAll && failBelow && isBelow(result.statistics, *failBelow)) {
+            return true;
+        }
+        return structures && hasStructureBelow(result, structures->rows,
+                                               isForAll ? std::optional<double>() : failBelow);
+    });
 }
 
 } // namespace zarngi

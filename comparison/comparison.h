@@ -15,6 +15,8 @@
 #include "comparison/fileDigest.h"
 #include "comparison/gammaRun.h"
 #include "comparison/gammaStatistics.h"
+#include "comparison/structures/structureComparison.h"
+#include "comparison/structures/structureGamma.h"
 #include "comparison/verdict.h"
 
 namespace zarngi
@@ -29,6 +31,19 @@ struct CriterionResult {
     double seconds = 0;                ///< of the search
     std::vector<float> gamma;          ///< on the reference grid; -1: not tested
     std::vector<unsigned char> passed; ///< 1, 0, or 255: not tested
+    std::vector<std::string> patterns; ///< of the structures it is for; none: for everything
+    /** One for each row of structures; none where the criterion is not for it. */
+    std::vector<std::optional<StructureGamma>> structures;
+    std::optional<StructureGamma> outside; ///< in none of the rows
+
+    /** "3%/2mm", "PTV*:2%/1mm". */
+    std::string label() const;
+};
+
+/** Where alone voxels were tested. */
+struct TestedPart {
+    std::string structures; ///< as they were asked for
+    files::Runs voxels;     ///< of the reference grid
 };
 
 struct Comparison {
@@ -40,6 +55,8 @@ struct Comparison {
     GammaSettings settings;
     Limits limits;
     std::optional<double> failBelow; ///< %
+    std::optional<TestedPart> within;
+    std::optional<StructureComparison> structures;
     std::vector<CriterionResult> results;
     std::vector<std::string> warnings;
     double readSeconds = 0;
@@ -50,7 +67,11 @@ struct Comparison {
     /** In the same unit: only voxels above it were tested. */
     double cutOffDose() const { return settings.cutOff / 100 * normalisation(); }
     const char* doseUnit() const { return reference.isRelative ? "relative" : "Gy"; }
-    /** Whether a pass rate is below the limit that the user set. */
+    /**
+     * Whether a pass rate is below the limit that the user set: of all tested voxels, of a
+     * structure with a limit of its own, and of one with a criterion of its own. There, nothing
+     * tested is below as well.
+     */
     bool isBelowLimit() const;
 };
 

@@ -6,6 +6,8 @@
 #include <ctime>
 
 #include "comparison/doseJson.h"
+#include "comparison/statisticsJson.h"
+#include "comparison/structures/structureJson.h"
 
 namespace zarngi
 {
@@ -25,48 +27,32 @@ std::string nowInUtc()
     return text.data();
 }
 
-Json orNull(const std::optional<GammaSpread>& spread, double GammaSpread::*member)
-{
-    return spread ? Json((*spread).*member) : Json(nullptr);
-}
-
 Json criterionJson(const CriterionResult& result, const Comparison& comparison)
 {
     const GammaSettings& settings = comparison.settings;
     const GammaStatistics& statistics = result.statistics;
-    Json json = {
-        {"label", result.criterion.label()},
-        {"doseDifference", result.criterion.doseDifference},
-        {"distance", result.criterion.distance},
-        {"local", result.criterion.isLocal},
-        {"cutoffPercent", settings.cutOff},
-        {"cutoffDose", comparison.cutOffDose()},
-        {"normalisationDose", comparison.normalisation()},
-        {"stepSize", static_cast<float>(result.step)},
-        {"gammaSearchMax", settings.maxGamma},
-        {"mode", settings.passRateOnly ? "pass-rate" : "gamma-map"},
-        {"interpolation", !settings.nearest},
-        {"slices", settings.slices},
-        {"rotation", settings.rotate},
-        {"tested", statistics.tested},
-        {"passed", statistics.passed},
-        {"failed", statistics.failed},
-        {"hot", statistics.sides.hot},
-        {"cold", statistics.sides.cold},
-        {"unreached", statistics.unreached},
-        {"passRate", statistics.passRate},
-        {"min", orNull(statistics.spread, &GammaSpread::minimum)},
-        {"mean", orNull(statistics.spread, &GammaSpread::mean)},
-        {"p95", orNull(statistics.spread, &GammaSpread::percentile95)},
-        {"p99", orNull(statistics.spread, &GammaSpread::percentile99)},
-        {"max", orNull(statistics.spread, &GammaSpread::maximum)},
-        {"seconds", result.seconds},
-        {"verdict", verdictName(result.verdict)},
-        {"limits",
-         {{"tolerance", comparison.limits.tolerance}, {"action", comparison.limits.action}}}};
-    json["histogram"] = statistics.histogram ? Json{{"binWidth", Histogram::binWidth},
-                                                    {"counts", statistics.histogram->counts}}
-                                             : Json(nullptr);
+    Json json = {{"label", result.criterion.label()},
+                 {"doseDifference", result.criterion.doseDifference},
+                 {"distance", result.criterion.distance},
+                 {"local", result.criterion.isLocal},
+                 {"cutoffPercent", settings.cutOff},
+                 {"cutoffDose", comparison.cutOffDose()},
+                 {"normalisationDose", comparison.normalisation()},
+                 {"stepSize", static_cast<float>(result.step)},
+                 {"gammaSearchMax", settings.maxGamma},
+                 {"mode", settings.passRateOnly ? "pass-rate" : "gamma-map"},
+                 {"interpolation", !settings.nearest},
+                 {"slices", settings.slices},
+                 {"rotation", settings.rotate}};
+    json.update(statisticsJson(statistics));
+    json["seconds"] = result.seconds;
+    json["verdict"] = verdictName(result.verdict);
+    json["limits"] = {{"tolerance", comparison.limits.tolerance},
+                      {"action", comparison.limits.action}};
+    json["histogram"] = histogramJson(statistics);
+    if (comparison.structures) {
+        addStructures(json, result, comparison.structures->rows);
+    }
     return json;
 }
 
@@ -107,6 +93,12 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
         {"warnings", comparison.warnings}};
     for (const CriterionResult& result : comparison.results) {
         document["criteria"].push_back(criterionJson(result, comparison));
+    }
+    if (comparison.structures) {
+        document["structures"] = structuresJson(*comparison.structures, comparison.digests);
+        document["within"] =
+            comparison.within ? Json(comparison.within->structures) : Json(nullptr);
+        document["timings"]["structureSeconds"] = comparison.structures->seconds;
     }
     return document;
 }

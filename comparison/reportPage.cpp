@@ -11,6 +11,7 @@
 #include "comparison/doseJson.h"
 #include "comparison/parallel.h"
 #include "comparison/reportVolume.h"
+#include "comparison/structures/structureElements.h"
 
 namespace zarngi
 {
@@ -71,16 +72,25 @@ Json listOf(const std::vector<Volume>& volumes)
     return list;
 }
 
-/** The elements that carry the volumes. */
-std::string elementsOf(const std::vector<Volume>& volumes, int threads)
+/** Elements that carry binary data. */
+std::string elementsOf(const std::vector<PageElement>& list, int threads)
 {
-    std::vector<std::string> texts(volumes.size());
-    forEachIndex(volumes.size(), threads,
-                 [&](std::size_t i) { texts[i] = encodedVolume(volumes[i].words()); });
+    std::vector<std::string> texts(list.size());
+    forEachIndex(list.size(), threads, [&](std::size_t i) { texts[i] = list[i].content(); });
     std::string elements;
-    for (std::size_t i = 0; i < volumes.size(); ++i) {
-        elements += "<script type=\"application/octet-stream\" id=\"volume-" + volumes[i].name +
-                    "\">" + texts[i] + "</script>\n";
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        elements += "<script type=\"application/octet-stream\" id=\"" + list[i].id + "\">" +
+                    texts[i] + "</script>\n";
+    }
+    return elements;
+}
+
+std::vector<PageElement> elementsOf(const std::vector<Volume>& volumes)
+{
+    std::vector<PageElement> elements;
+    for (const Volume& volume : volumes) {
+        elements.push_back(
+            {"volume-" + volume.name, [&volume] { return encodedNumbers(volume.words()); }});
     }
     return elements;
 }
@@ -110,9 +120,13 @@ std::string reportPage(const Comparison& comparison, const Json& record,
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
         document["criteria"][i]["gammaVolume"] = gammaName(i);
     }
+    std::vector<PageElement> elements = elementsOf(volumes);
+    if (comparison.structures) {
+        addStructureElements(elements, document["structures"]["list"], *comparison.structures);
+    }
     std::string page(pageTemplate.substr(0, position));
     page += "<script type=\"application/json\" id=\"zarngi-data\">" + embeddable(document) +
-            "</script>\n" + elementsOf(volumes, comparison.settings.threads);
+            "</script>\n" + elementsOf(elements, comparison.settings.threads);
     return page += pageTemplate.substr(position + marker.size());
 }
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <limits>
 #include <span>
+#include <type_traits>
 
 #include "files/nativeDeflate.h"
 #include "files/packed.h"
@@ -29,13 +30,14 @@ std::int16_t stored(double value)
     return static_cast<std::int16_t>(limited + std::copysign(almostHalf, limited));
 }
 
-std::vector<unsigned char> shuffled(const std::vector<std::int16_t>& words)
+template <class Number> std::vector<unsigned char> shuffled(const std::vector<Number>& numbers)
 {
-    std::vector<unsigned char> bytes(2 * words.size());
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const auto word = static_cast<std::uint16_t>(words[i]);
-        bytes[i] = static_cast<unsigned char>(word & 0xFF);
-        bytes[words.size() + i] = static_cast<unsigned char>(word >> 8);
+    std::vector<unsigned char> bytes(sizeof(Number) * numbers.size());
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const auto bits = static_cast<std::make_unsigned_t<Number>>(numbers[i]);
+        for (std::size_t byte = 0; byte < sizeof(Number); ++byte) {
+            bytes[byte * numbers.size() + i] = static_cast<unsigned char>(bits >> (8 * byte));
+        }
     }
     return bytes;
 }
@@ -88,9 +90,14 @@ std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
     return words;
 }
 
-std::string encodedVolume(const std::vector<std::int16_t>& words)
+std::string encodedNumbers(const std::vector<std::int16_t>& stored)
 {
-    return base64(files::packZlib(shuffled(words), files::nativeDeflate()).view());
+    return base64(files::packZlib(shuffled(stored), files::nativeDeflate()).view());
+}
+
+std::string encodedNumbers(const std::vector<std::int32_t>& stored)
+{
+    return base64(files::packZlib(shuffled(stored), files::nativeDeflate()).view());
 }
 
 } // namespace zarngi

@@ -30,8 +30,9 @@ std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decim
 std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
                                        const std::vector<unsigned char>& passed);
 
-/** All low bytes, then all high bytes, compressed in the format of zlib, in base64. */
-std::string encodedVolume(const std::vector<std::int16_t>& stored);
+/** The lowest bytes of all numbers, then the next..., compressed by zlib, in base64. */
+std::string encodedNumbers(const std::vector<std::int16_t>& stored);
+std::string encodedNumbers(const std::vector<std::int32_t>& stored);
 
 } // namespace zarngi
 

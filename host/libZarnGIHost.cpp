@@ -11,6 +11,7 @@
 #include "files/nativeDeflate.h"
 #include "files/readDose.h"
 #include "files/writeVolume.h"
+#include "host/calls.h"
 
 struct zarnGIHost_Dose {
     files::DoseImage image;
@@ -20,43 +21,14 @@ namespace
 {
 
 using files::FileError;
-
-int report(const FileError& failure, zarnGIHost_Error* error)
-{
-    if (error != nullptr) {
-        error->systemError = failure.systemError;
-        const std::size_t length =
-            std::min<std::size_t>(failure.sentence.size(), ZARNGI_HOST_SENTENCE_SIZE - 1);
-        std::copy_n(failure.sentence.data(), length, error->sentence);
-        error->sentence[length] = '\0';
-    }
-    switch (failure.kind) {
-    case FileError::Kind::system:
-        return ZARNGI_HOST_SYSTEM;
-    case FileError::Kind::outOfMemory:
-        return ZARNGI_HOST_NO_MEMORY;
-    case FileError::Kind::refused:
-        break;
-    }
-    return ZARNGI_HOST_REFUSED;
-}
-
-int refuseArgument(const char* sentence, zarnGIHost_Error* error)
-{
-    report({FileError::Kind::refused, sentence}, error);
-    return ZARNGI_HOST_BAD_ARGUMENT;
-}
-
-/** Runs a function of this interface: no exception crosses it. */
-template <class Call> int guarded(zarnGIHost_Error* error, const Call& call) noexcept
-{
-    try {
-        return call();
-    } catch (...) {
-        static const FileError outOfMemory{FileError::Kind::outOfMemory, "does not fit"};
-        return report(outOfMemory, error);
-    }
-}
+using host::dosesOf;
+using host::finder;
+using host::geometryOf;
+using host::guarded;
+using host::holdsDoses;
+using host::isGrid;
+using host::refuseArgument;
+using host::report;
 
 int hand(files::Result<files::DoseImage> result, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
 {
@@ -65,20 +37,6 @@ int hand(files::Result<files::DoseImage> result, zarnGIHost_Dose** dose, zarnGIH
     }
     *dose = new zarnGIHost_Dose{std::move(*result)};
     return ZARNGI_HOST_OK;
-}
-
-files::FindFile finder(zarnGIHost_FindFile find, void* context)
-{
-    return [find, context](const std::string& name) -> files::Result<files::Bytes> {
-        std::size_t size = 0;
-        const void* const contents = find == nullptr ? nullptr : find(name.c_str(), context, &size);
-        if (contents == nullptr) {
-            return FileError{FileError::Kind::refused, "its data file is missing"};
-        }
-        files::Bytes bytes(size);
-        std::memcpy(bytes.data(), contents, size);
-        return bytes;
-    };
 }
 
 using Kind = files::ValueFormat::Kind;
@@ -93,42 +51,6 @@ constexpr std::array<files::ValueFormat, 10> valueFormats = {{{Kind::unsignedInt
                                                               {Kind::signedInteger, 8},
                                                               {Kind::floatingPoint, 4},
                                                               {Kind::floatingPoint, 8}}};
-
-bool isGrid(const zarnGIHost_Volume& volume)
-{
-    std::int64_t voxels = 1;
-    for (int i = 0; i < 3; ++i) {
-        const int size = volume.size[i];
-        const bool fits = size >= 1 && size <= std::numeric_limits<std::int32_t>::max() / voxels;
-        if (!fits || !(volume.spacing[i] > 0 && std::isfinite(volume.spacing[i])) ||
-            !std::isfinite(volume.origin[i])) {
-            return false;
-        }
-        voxels *= size;
-    }
-    return true;
-}
-
-files::Geometry geometryOf(const zarnGIHost_Volume& volume)
-{
-    files::Geometry geometry{};
-    std::copy_n(volume.size, 3, geometry.size.begin());
-    std::copy_n(volume.spacing, 3, geometry.spacing.begin());
-    std::copy_n(volume.origin, 3, geometry.origin.begin());
-    return geometry;
-}
-
-bool holdsDoses(const zarnGIHost_Volume* volume)
-{
-    return volume != nullptr && volume->values != nullptr && volume->type == ZARNGI_HOST_FLOAT &&
-           isGrid(*volume);
-}
-
-zarngi::DoseView dosesOf(const zarnGIHost_Volume& volume)
-{
-    const files::Geometry geometry = geometryOf(volume);
-    return {geometry, {static_cast<const float*>(volume.values), geometry.voxels()}};
-}
 
 files::Result<files::Bytes> encode(files::VolumeFormat format, const zarnGIHost_Volume& volume)
 {
@@ -267,13 +189,10 @@ int zarnGIHost_encodeVolume(const char* name, const zarnGIHost_Volume* volume,
         return refuseArgument("a required pointer is null", error);
     }
     return encodeFor(name, volume, error, [&](const files::Bytes& file) {
-        auto* const data = static_cast<unsigned char*>(std::malloc(file.size()));
-        if (data == nullptr) {
-            return report({FileError::Kind::outOfMemory, "does not fit in memory"}, error);
-        }
-        std::memcpy(data, file.view().data(), file.size());
-        *bytes = {data, file.size()};
-        return static_cast<int>(ZARNGI_HOST_OK);
+        const int status = host::hand(file.view(), bytes);
+        return status == ZARNGI_HOST_OK
+                   ? status
+                   : report({FileError::Kind::outOfMemory, "does not fit in memory"}, error);
     });
 }
 

@@ -238,6 +238,131 @@ ZARNGI_HOST_API int zarnGIHost_countFailedSides(const struct zarnGIHost_Volume* 
                                                 const unsigned char* passed, size_t* hot,
                                                 size_t* cold, struct zarnGIHost_Error* error);
 
+/** Structures read from a file; the caller frees them with zarnGIHost_freeStructures(). */
+struct zarnGIHost_Structures;
+
+/**
+ * Reads structures: a DICOM RT Structure Set, or a label mask in NRRD, MetaImage or NIfTI, told by
+ * the contents. What zarnGIHost_readDose() says of data files and pipes holds here, too.
+ *
+ * @param path       the file.
+ * @param structures [out] what it holds; null unless ZARNGI_HOST_OK is returned.
+ * @param error      [out] why there is nothing; may be null.
+ * @return as zarnGIHost_readDose().
+ */
+ZARNGI_HOST_API int zarnGIHost_readStructures(const char* path,
+                                              struct zarnGIHost_Structures** structures,
+                                              struct zarnGIHost_Error* error);
+
+/**
+ * Reads structures from the contents of a file in memory.
+ *
+ * @param contents   the file.
+ * @param size       its bytes.
+ * @param name       of the file: a mask of one label without a name is named after it.
+ * @param find       as of zarnGIHost_readDoseFromMemory().
+ * @param context    handed to `find`.
+ * @param structures [out] as of zarnGIHost_readStructures().
+ * @param error      [out] likewise.
+ * @return as zarnGIHost_readDose().
+ */
+ZARNGI_HOST_API int zarnGIHost_readStructuresFromMemory(const void* contents, size_t size,
+                                                        const char* name, zarnGIHost_FindFile find,
+                                                        void* context,
+                                                        struct zarnGIHost_Structures** structures,
+                                                        struct zarnGIHost_Error* error);
+
+/**
+ * A structure of the voxels of a grid that are not 0.
+ *
+ * @param name       of the structure.
+ * @param mask       values of the type ZARNGI_HOST_UINT8; copied.
+ * @param structures [out] the one structure; null unless ZARNGI_HOST_OK is returned.
+ * @param error      [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_makeStructure(const char* name, const struct zarnGIHost_Volume* mask,
+                                             struct zarnGIHost_Structures** structures,
+                                             struct zarnGIHost_Error* error);
+
+/**
+ * Frees structures and everything that was got from them.
+ * @param structures what was read or made; null is allowed.
+ */
+ZARNGI_HOST_API void zarnGIHost_freeStructures(struct zarnGIHost_Structures* structures);
+
+/**
+ * What a file of structures holds, as a JSON document: that of `zarngi info --json` without the
+ * file itself.
+ *
+ * @param structures what was read.
+ * @param json       [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error      [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_describeStructures(const struct zarnGIHost_Structures* structures,
+                                                  struct zarnGIHost_Bytes* json,
+                                                  struct zarnGIHost_Error* error);
+
+/**
+ * A closed contour of a structure; the last vertex is joined to the first one.
+ * @param structures what was read.
+ * @param structure  its number in the description, from 0 on.
+ * @param contour    from 0 on.
+ * @param vertices   [out] how many there are.
+ * @return x, y, z of each vertex, mm; they live as long as the structures. Null behind the last.
+ */
+ZARNGI_HOST_API const double* zarnGIHost_getContour(const struct zarnGIHost_Structures* structures,
+                                                    size_t structure, size_t contour,
+                                                    size_t* vertices);
+
+/**
+ * The voxels of a grid whose centres belong to a structure.
+ *
+ * @param structures what was read.
+ * @param structure  its number in the description, from 0 on.
+ * @param size       voxels along x, y, z of the grid.
+ * @param spacing    mm.
+ * @param origin     mm, centre of the first voxel.
+ * @param voxels     [out] 1 or 0 for each voxel, x fastest; as many as the grid has.
+ * @param error      [out] why there are none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (its contours cannot be taken), ZARNGI_HOST_NO_MEMORY
+ *         or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_findVoxels(const struct zarnGIHost_Structures* structures,
+                                          size_t structure, const int size[3],
+                                          const double spacing[3], const double origin[3],
+                                          unsigned char* voxels, struct zarnGIHost_Error* error);
+
+/** What is compared within structures. */
+struct zarnGIHost_StructureInput {
+    const struct zarnGIHost_Structures* const* sets; /**< one or more files or masks */
+    size_t count;                                    /**< of them */
+    struct zarnGIHost_Volume reference;              /**< doses of the type ZARNGI_HOST_FLOAT */
+    struct zarnGIHost_Volume evaluation;             /**< likewise */
+    const float* gamma;          /**< of each reference voxel, -1: not tested; null: no gamma */
+    const unsigned char* passed; /**< of each reference voxel 1, 0, or 255: not tested */
+};
+
+/**
+ * Compares two doses, and tells the outcome of a gamma test, within structures.
+ *
+ * @param input   what is compared.
+ * @param options a JSON object, UTF-8: `shown` and `excluded` (arrays of names, patterns or
+ *                combinations, as `zarngi compare --structure` and `--exclude` take them),
+ * `metrics` (an array of texts like "D99,V20Gy"), `fullDose` (Gy, 100 % of a V95%), `maxGamma`,
+ *                `passRateOnly`, `tolerance`, `action` (%), `threads`.
+ * @param json    [out] an object with `structures` and, with gamma, `criterion`: the members of the
+ *                record of `zarngi compare --json` that have to do with structures. The caller
+ * frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error   [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (a name that matches nothing and the like),
+ *         ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_compareStructures(const struct zarnGIHost_StructureInput* input,
+                                                 const char* options, struct zarnGIHost_Bytes* json,
+                                                 struct zarnGIHost_Error* error);
+
 #ifdef __cplusplus
 }
 #endif

@@ -6,11 +6,14 @@
 #include <iostream>
 #include <optional>
 
+#include "cli/commands/compareStructures.h"
 #include "cli/commands/readDose.h"
 #include "cli/output/outputs.h"
 #include "cli/output/progress.h"
 #include "cli/output/resultTable.h"
 #include "comparison/comparison.h"
+#include "comparison/parallel.h"
+#include "comparison/structures/structureLimits.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -79,19 +82,28 @@ Comparison readComparison(const CompareOptions& options)
     const auto start = std::chrono::steady_clock::now();
     Comparison comparison;
     comparison.settings = options.settings;
-    comparison.limits = options.limits;
-    comparison.failBelow = options.failBelow;
+    comparison.limits = generalLimits(options.limits);
+    comparison.failBelow = StructureLimits("--fail-below", options.limits.failBelow).general();
     comparison.commandLine = options.commandLine;
     readDoses(comparison, options);
-    for (const Criterion& criterion : options.criteriaToCompute()) {
-        comparison.results.emplace_back().criterion = criterion;
+    for (CriterionRequest& request : options.requests()) {
+        CriterionResult& result = comparison.results.emplace_back();
+        result.criterion = request.criterion;
+        result.patterns = std::move(request.patterns);
     }
     checkUnits(comparison);
     warnAbout(comparison);
+    std::shared_ptr<const StructureCatalogue> catalogue;
+    if (!options.structures.files.empty()) {
+        catalogue = readStructureFiles(options.structures, comparison);
+    }
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     comparison.readSeconds = duration.count();
     comparison.referenceExtremes = doseExtremes(comparison.reference.image);
     comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
+    if (catalogue) {
+        addStructures(comparison, std::move(catalogue), options);
+    }
     return comparison;
 }
 
@@ -108,21 +120,76 @@ GammaMap computeVisibly(GammaRun& run, const GammaSettings& settings, const Crit
     });
 }
 
+/** The reference as the search gets it. */
+DoseImage searchedReference(const Comparison& comparison)
+{
+    DoseImage reference;
+    reference.path = comparison.reference.path;
+    reference.image = onlyWithin(comparison.reference.image, comparison.within->voxels);
+    return reference;
+}
+
+/** A part of the doses is judged as within the whole: the percentages refer to the same dose. */
+GammaSettings searchSettings(const Comparison& comparison)
+{
+    GammaSettings settings = comparison.settings;
+    if (comparison.within && !settings.normalisation) {
+        settings.normalisation = comparison.normalisation();
+    }
+    return settings;
+}
+
+void judgeStructures(CriterionResult& result, const Comparison& comparison,
+                     const CentreDoses& doses)
+{
+    const TestedVoxels tested{result.gamma, result.passed, doses,
+                              comparison.reference.image.geometry, comparison.settings};
+    const StructureComparison& structures = *comparison.structures;
+    const std::vector<bool> isWanted = rowsOf(result.patterns, structures);
+    result.structures.resize(structures.rows.size());
+    forEachIndex(structures.rows.size(), comparison.settings.threads, [&](std::size_t i) {
+        if (isWanted[i]) {
+            const StructureRow& row = structures.rows[i];
+            result.structures[i] = structureGamma(tested, row.voxels, row.limits);
+        }
+    });
+    if (result.patterns.empty()) {
+        result.outside = structureGamma(tested, structures.outside, comparison.limits);
+    }
+}
+
 void compute(Comparison& comparison)
 {
-    GammaRun run(comparison.reference, comparison.evaluation);
+    GammaRun run(comparison.within ? searchedReference(comparison) : comparison.reference,
+                 comparison.evaluation);
+    const GammaSettings settings = searchSettings(comparison);
     const CentreDoses doses(viewOf(comparison.reference.image),
                             viewOf(comparison.evaluation.image));
     for (CriterionResult& result : comparison.results) {
-        GammaMap map = computeVisibly(run, comparison.settings, result.criterion);
-        result.step = static_cast<double>(stepSize(comparison.settings, result.criterion));
-        result.statistics = gammaStatistics(map, comparison.settings);
+        GammaMap map = computeVisibly(run, settings, result.criterion);
+        result.step = static_cast<double>(stepSize(settings, result.criterion));
+        result.statistics = gammaStatistics(map, settings);
         result.statistics.sides = failedSides(doses, map.passed);
         result.verdict = verdictOf(map.passRate, comparison.limits);
         result.seconds = map.seconds;
         result.gamma = std::move(map.values);
         result.passed = std::move(map.passed);
+        if (comparison.structures) {
+            judgeStructures(result, comparison, doses);
+        }
     }
+}
+
+std::vector<std::string> inputsOf(const Comparison& comparison)
+{
+    std::vector<std::string> files{comparison.reference.path, comparison.reference.dataPath,
+                                   comparison.evaluation.path, comparison.evaluation.dataPath};
+    if (comparison.structures) {
+        for (const files::StructureSet& set : comparison.structures->catalogue->sets()) {
+            files.insert(files.end(), {set.path, set.dataPath});
+        }
+    }
+    return files;
 }
 
 } // namespace
@@ -133,9 +200,7 @@ ExitCode compare(const CompareOptions& options)
     Comparison comparison = readComparison(options);
     const std::vector<Criterion> criteria = options.criteriaToCompute();
     // Only now is known which files hold the values.
-    options.outputs.checkFiles({comparison.reference.path, comparison.reference.dataPath,
-                                comparison.evaluation.path, comparison.evaluation.dataPath},
-                               criteria);
+    options.outputs.checkFiles(inputsOf(comparison), criteria);
     Outputs outputs(options.outputs, criteria);
     for (const std::string& warning : comparison.warnings) {
         std::cerr << "zarngi: warning: " << oneLine(warning) << '\n';

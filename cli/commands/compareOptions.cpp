@@ -2,10 +2,15 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <thread>
+#include <utility>
 
 #include "comparison/failure.h"
+#include "comparison/structures/doseMetric.h"
+#include "comparison/structures/structureLimits.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -31,16 +36,11 @@ CLI::Validator positive()
     return numberAbove(1e-30, 1e30, "a positive number");
 }
 
-CLI::Validator percentage()
-{
-    return numberAbove(-1e-300, 100, "a percentage from 0 to 100");
-}
-
 void addCriteria(CLI::App& command, CompareOptions& options)
 {
     auto* const several = command
                               .add_option("-c,--criteria", options.criteria,
-                                          "Like 3%/2mm or 2%L/2mm (L: local); may be repeated")
+                                          "Like 3%/2mm, 2%L/2mm (L: local), 'PTV*:2%/1mm'")
                               ->type_name("DD/DTA")
                               ->expected(1)
                               ->take_all()
@@ -98,20 +98,46 @@ void addSearch(CLI::App& command, GammaSettings& settings)
         ->group("Search");
 }
 
-void addLimits(CLI::App& command, CompareOptions& options)
+CLI::Option* addRepeated(CLI::App& command, const char* name, std::vector<std::string>& values,
+                         const char* type, const char* text)
 {
-    command.add_option("--tolerance", options.limits.tolerance, "Pass rate for a pass (95)")
-        ->type_name("%")
-        ->check(percentage())
-        ->group("Limits");
-    command.add_option("--action", options.limits.action, "Pass rate that calls for action (90)")
-        ->type_name("%")
-        ->check(percentage())
-        ->group("Limits");
-    command.add_option("--fail-below", options.failBelow, "Exit with 3 below this pass rate")
-        ->type_name("%")
-        ->check(percentage())
-        ->group("Limits");
+    return command.add_option(name, values, text)->type_name(type)->expected(1)->take_all();
+}
+
+void addLimits(CLI::App& command, LimitOptions& limits)
+{
+    const auto add = [&](const char* name, std::vector<std::string>& values, const char* text) {
+        addRepeated(command, name, values, "%", text)->group("Limits");
+    };
+    add("--tolerance", limits.tolerance, "Pass rate for a pass (95); 'PTV*:98' for structures");
+    add("--action", limits.action, "Pass rate that calls for action (90); also 'NAME:90'");
+    add("--fail-below", limits.failBelow, "Exit with 3 below this pass rate; also 'NAME:95'");
+}
+
+void addStructures(CLI::App& command, StructureOptions& options)
+{
+    const auto several = [&](const char* name, std::vector<std::string>& values, const char* type,
+                             const char* text) {
+        addRepeated(command, name, values, type, text)->group("Structures");
+    };
+    several("--structures", options.files, "FILE", "DICOM RT Structure Set or label mask");
+    several("--structure", options.shown, "NAME",
+            "Show these only: 'PTV*', 'ring=PTV57-PTV67' (|, &, -)");
+    several("--exclude", options.excluded, "NAME", "Show all but these");
+    command.add_option("--within", options.within, "Test voxels of these structures only: faster")
+        ->type_name("NAME")
+        ->group("Structures");
+    several("--dvh", options.metrics, "LIST", "More dose-volume figures: D99,D1cc,V20Gy,V95%");
+    command
+        .add_option("--prescription", options.prescription,
+                    "Dose of 100 % in V95% (dose that percentages refer to)")
+        ->type_name("GY")
+        ->check(positive())
+        ->group("Structures");
+    command
+        .add_flag("--ignore-frame", options.ignoreFrame,
+                  "Take structures of another Frame of Reference as they lie")
+        ->group("Structures");
 }
 
 void addOutput(CLI::App& command, CompareOptions& options)
@@ -129,24 +155,101 @@ void addOutput(CLI::App& command, CompareOptions& options)
         ->group("Output");
 }
 
+CriterionRequest requestOf(const std::string& text)
+{
+    const ForStructures split = splitAtLastColon(text);
+    CriterionRequest request{parseCriterion(split.text)};
+    if (!split.pattern.empty()) {
+        request.patterns.push_back(split.pattern);
+    } else if (split.text != text) {
+        throw UsageError("--criteria: \"" + oneLine(text) + "\" names no structure");
+    }
+    return request;
+}
+
+/** Criteria of one kind are computed once: for all structures that ask for it. */
+void addRequest(std::vector<CriterionRequest>& requests, CriterionRequest request)
+{
+    for (CriterionRequest& earlier : requests) {
+        if (earlier.criterion.label() != request.criterion.label()) {
+            continue;
+        }
+        if (earlier.patterns.empty() && request.patterns.empty()) {
+            throw UsageError("--criteria: " + request.criterion.label() + " is given twice");
+        }
+        if (earlier.patterns.empty() || request.patterns.empty()) {
+            earlier.patterns.clear(); // everything holds them, too
+        } else {
+            earlier.patterns.push_back(request.patterns.front());
+        }
+        return;
+    }
+    requests.push_back(std::move(request));
+}
+
+/** What makes no sense without structures, or nullptr. */
+const char* structureOptionOf(const CompareOptions& options)
+{
+    const StructureOptions& structures = options.structures;
+    const auto names = [](const char* option, const std::vector<std::string>& texts) {
+        return StructureLimits(option, texts).namesStructures();
+    };
+    const std::vector<CriterionRequest> requests = options.requests();
+    const bool hasPattern = std::any_of(requests.begin(), requests.end(), [](const auto& request) {
+        return !request.patterns.empty();
+    });
+    const std::array<std::pair<bool, const char*>, 10> given{
+        {{!structures.shown.empty(), "--structure"},
+         {!structures.excluded.empty(), "--exclude"},
+         {!structures.within.empty(), "--within"},
+         {!structures.metrics.empty(), "--dvh"},
+         {structures.prescription.has_value(), "--prescription"},
+         {structures.ignoreFrame, "--ignore-frame"},
+         {hasPattern, "--criteria for a structure"},
+         {names("--tolerance", options.limits.tolerance), "--tolerance for a structure"},
+         {names("--action", options.limits.action), "--action for a structure"},
+         {names("--fail-below", options.limits.failBelow), "--fail-below for a structure"}}};
+    const auto found =
+        std::find_if(given.begin(), given.end(), [](const auto& option) { return option.first; });
+    return found != given.end() ? found->second : nullptr;
+}
+
+void checkStructureOptions(const CompareOptions& options)
+{
+    const std::vector<std::string>& files = options.structures.files;
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        if (std::find(files.begin(), file, *file) != file) {
+            throw UsageError("--structures: " + oneLine(*file) + " is given twice");
+        }
+    }
+    const char* const option = structureOptionOf(options);
+    if (files.empty() && option != nullptr) {
+        throw UsageError(std::string(option) + " needs --structures FILE");
+    }
+    doseMetrics(options.structures.metrics); // tells what is wrong before files are read
+}
+
 } // namespace
+
+std::vector<CriterionRequest> CompareOptions::requests() const
+{
+    if (criteria.empty()) {
+        return {{single}};
+    }
+    std::vector<CriterionRequest> requests;
+    for (const std::string& text : criteria) {
+        addRequest(requests, requestOf(text));
+    }
+    return requests;
+}
 
 std::vector<Criterion> CompareOptions::criteriaToCompute() const
 {
-    if (criteria.empty()) {
-        return {single};
+    std::vector<Criterion> list;
+    for (const CriterionRequest& request : requests()) {
+        list.push_back(request.criterion);
     }
-    std::vector<Criterion> parsed;
-    for (const std::string& text : criteria) {
-        const Criterion criterion = parseCriterion(text);
-        for (const Criterion& earlier : parsed) {
-            if (earlier.label() == criterion.label()) {
-                throw UsageError("--criteria: " + criterion.label() + " is given twice");
-            }
-        }
-        parsed.push_back(criterion);
-    }
-    return parsed;
+    return list;
 }
 
 void addCompareOptions(CLI::App& command, CompareOptions& options)
@@ -162,22 +265,37 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addCriteria(command, options);
     addDoseLevels(command, options);
     addSearch(command, options.settings);
-    addLimits(command, options);
+    addStructures(command, options.structures);
+    addLimits(command, options.limits);
     addOutput(command, options);
+}
+
+Limits generalLimits(const LimitOptions& options)
+{
+    Limits limits;
+    limits.tolerance =
+        StructureLimits("--tolerance", options.tolerance).general().value_or(limits.tolerance);
+    limits.action = StructureLimits("--action", options.action).general().value_or(limits.action);
+    return limits;
 }
 
 void checkCompareOptions(const CompareOptions& options)
 {
     const std::vector<Criterion> criteria = options.criteriaToCompute();
-    if (options.limits.action > options.limits.tolerance) {
-        throw UsageError("--action " + number(options.limits.action) + " is above --tolerance " +
-                         number(options.limits.tolerance));
+    const Limits limits = generalLimits(options.limits);
+    if (limits.action > limits.tolerance) {
+        throw UsageError("--action " + number(limits.action) + " is above --tolerance " +
+                         number(limits.tolerance));
     }
+    StructureLimits("--fail-below", options.limits.failBelow);
     if (!options.outputs.report.empty() && options.settings.passRateOnly) {
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }
+    checkStructureOptions(options);
     options.outputs.checkFormats();
-    options.outputs.checkFiles({options.reference, options.evaluation}, criteria);
+    std::vector<std::string> inputs = options.structures.files;
+    inputs.insert(inputs.end(), {options.reference, options.evaluation});
+    options.outputs.checkFiles(inputs, criteria);
 }
 
 } // namespace zarngi

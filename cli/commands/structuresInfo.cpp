@@ -3,17 +3,14 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
+#include <span>
 
-#include "comparison/doseImage.h"
 #include "comparison/doseJson.h"
+#include "comparison/structures/structureSetJson.h"
 #include "comparison/text.h"
-#include "files/structures/contourNotes.h"
-#include "files/structures/region.h"
 
 namespace zarngi
 {
@@ -21,75 +18,7 @@ namespace zarngi
 namespace
 {
 
-using Json = nlohmann::ordered_json;
-using files::Region;
 using files::Structure;
-
-/** A structure and what follows from its contours or voxels. */
-struct Described {
-    const Structure& structure;
-    std::optional<std::size_t> planes;
-    std::optional<std::size_t> contours;
-    std::optional<double> volume; ///< cc
-    std::vector<std::string> notes;
-};
-
-/** Whether a plane's thickness follows from the file: from two planes of a structure. */
-bool tellsSliceDistance(const std::vector<std::unique_ptr<Region>>& regions)
-{
-    return std::any_of(regions.begin(), regions.end(), [](const auto& region) {
-        return region != nullptr && region->planes() > 1;
-    });
-}
-
-void addRegion(Described& described, const Region& region, bool tellsThickness)
-{
-    if (!described.structure.region) {
-        described.planes = region.planes();
-        described.contours = described.structure.contours.size();
-    }
-    if (region.planes() == 1 && !tellsThickness) {
-        described.notes.emplace_back("has one plane, which is as thick as those of the dose grid");
-        return;
-    }
-    described.volume = region.volume();
-    if (described.structure.region && described.volume == 0.0) {
-        described.notes.emplace_back("has no voxel");
-    }
-    for (std::string& note : region.notes()) {
-        described.notes.push_back(std::move(note));
-    }
-}
-
-std::vector<Described> describe(const files::StructureSet& set)
-{
-    const auto regions = files::regionsOf(set, 0);
-    const bool tellsThickness = tellsSliceDistance(regions);
-    std::vector<Described> described;
-    for (std::size_t i = 0; i < set.structures.size(); ++i) {
-        const Structure& structure = set.structures[i];
-        described.push_back({structure, {}, {}, {}, files::contourNotes(structure)});
-        if (regions[i]) {
-            addRegion(described.back(), *regions[i], tellsThickness);
-        } else {
-            described.back().notes.insert(described.back().notes.begin(),
-                                          "cannot be taken: " + structure.refusal);
-        }
-    }
-    return described;
-}
-
-std::string colourName(const Structure& structure)
-{
-    constexpr const char* digits = "0123456789abcdef";
-    std::string name = structure.colour ? "#" : "";
-    for (const unsigned part : structure.colour.value_or(std::array<std::uint8_t, 3>{})) {
-        if (structure.colour) {
-            name += {digits[part / 16], digits[part % 16]};
-        }
-    }
-    return name;
-}
 
 /** Characters of UTF-8; each has one byte that continues no other. */
 std::size_t widthOf(const std::string& text)
@@ -112,7 +41,7 @@ std::string shortened(std::string text, std::size_t width)
 
 using Row = std::vector<std::string>;
 
-Row rowOf(const Described& described)
+Row rowOf(const DescribedStructure& described)
 {
     const auto count = [](const std::optional<std::size_t>& value) {
         return value ? std::to_string(*value) : std::string("-");
@@ -202,15 +131,16 @@ public:
 private:
     template <class Number> static std::string digest(const std::vector<Number>& numbers)
     {
-        return digestOf({reinterpret_cast<const unsigned char*>(numbers.data()),
-                         numbers.size() * sizeof(Number)})
-            .sha256;
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(numbers.data());
+        return digestOf(std::span(bytes, numbers.size() * sizeof(Number))).sha256;
     }
 
     std::string ofLabels(const files::LabelGrid* grid)
     {
         std::string& known = known_[grid];
-        known = known.empty() ? digest(grid->labels) : known;
+        if (known.empty()) {
+            known = digest(grid->labels);
+        }
         return known;
     }
 
@@ -218,7 +148,7 @@ private:
     {
         std::vector<double> coordinates;
         for (const files::Contour& contour : contours) {
-            for (const Vec3& vertex : contour.vertices) {
+            for (const files::Vec3& vertex : contour.vertices) {
                 coordinates.insert(coordinates.end(), vertex.begin(), vertex.end());
             }
         }
@@ -228,47 +158,14 @@ private:
     std::map<const files::LabelGrid*, std::string> known_;
 };
 
-template <class Value> Json orNull(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json();
-}
-
-std::size_t vertexCount(const Structure& structure)
-{
-    std::size_t count = 0;
-    for (const files::Contour& contour : structure.contours) {
-        count += contour.vertices.size();
-    }
-    return count;
-}
-
-Json structureJson(const Described& described, Digests& digests)
-{
-    const Structure& structure = described.structure;
-    const files::ContoursLeftOut& leftOut = structure.leftOut;
-    return {{"name", structure.name},
-            {"number", structure.number},
-            {"type", structure.type},
-            {"colour", structure.colour ? Json(colourName(structure)) : Json()},
-            {"frameOfReference", structure.frameOfReference},
-            {"planes", orNull(described.planes)},
-            {"contours", orNull(described.contours)},
-            {"vertices", described.contours ? Json(vertexCount(structure)) : Json()},
-            {"leftOut", {{"points", leftOut.points}, {"open", leftOut.open}, {"few", leftOut.few}}},
-            {"volume", orNull(described.volume)},
-            {"refusal", structure.refusal.empty() ? Json() : Json(structure.refusal)},
-            {"notes", described.notes},
-            {"sha256", digests.of(structure)}};
-}
-
 } // namespace
 
 std::string describeStructures(const files::StructureSet& set)
 {
-    const std::vector<Described> structures = describe(set);
+    const std::vector<DescribedStructure> structures = describedStructures(set);
     std::vector<Row> rows = {{"name", "type", "colour", "planes", "contours", "cc"}};
     std::string notes;
-    for (const Described& described : structures) {
+    for (const DescribedStructure& described : structures) {
         rows.push_back(rowOf(described));
         for (const std::string& note : described.notes) {
             notes += line("note", described.structure.name + ": " + note);
@@ -286,20 +183,12 @@ std::string describeStructures(const files::StructureSet& set)
 
 nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests)
 {
-    Json structures = Json::array();
+    nlohmann::ordered_json document = {
+        {"file", fileJson(set.path, set.dataPath, set.format, digests)}};
+    document.update(structureSetJson(set));
     Digests digestsOfStructures;
-    for (const Described& described : describe(set)) {
-        structures.push_back(structureJson(described, digestsOfStructures));
-    }
-    Json document = {{"file", fileJson(set.path, set.dataPath, set.format, digests)},
-                     {"label", set.label},
-                     {"sopInstance", set.sopInstance},
-                     {"structures", std::move(structures)},
-                     {"warnings", set.warnings}};
-    if (set.structures.front().region) {
-        const Geometry& grid = set.structures.front().region->grid->geometry;
-        document["grid"] = {
-            {"size", grid.size}, {"spacing", grid.spacing}, {"origin", grid.origin}};
+    for (std::size_t i = 0; i < set.structures.size(); ++i) {
+        document["structures"][i]["sha256"] = digestsOfStructures.of(set.structures[i]);
     }
     return document;
 }

@@ -1,5 +1,6 @@
 #include "cli/output/csv.h"
 
+#include <optional>
 #include <vector>
 
 #include "comparison/text.h"
@@ -27,72 +28,162 @@ std::string quoted(const std::string& text)
 std::string row(const std::vector<std::string>& cells)
 {
     std::string text;
-    for (const std::string& cell : cells) {
-        text += text.empty() ? "" : ",";
-        text += quoted(cell);
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        text += i == 0 ? "" : ",";
+        text += quoted(cells[i]);
     }
     return text += lineEnd;
 }
 
-std::string resultRow(const CriterionResult& result, const Comparison& comparison)
+using Cells = std::vector<std::string>;
+
+constexpr int digits = 9; // as many as a float holds
+
+std::string cellOf(const std::optional<double>& value)
 {
-    constexpr int digits = 9; // as many as a float holds
-    const GammaStatistics& statistics = result.statistics;
+    return value ? number(*value, digits) : std::string();
+}
+
+/** The columns of a criterion, filled with what it found in some voxels. */
+Cells resultCells(const CriterionResult& result, const GammaStatistics& statistics,
+                  const char* verdict, const Comparison& comparison)
+{
     const auto gamma = [&statistics](double GammaSpread::*member) {
         return statistics.spread ? number((*statistics.spread).*member, digits) : std::string();
     };
-    return row({comparison.reference.path,
-                comparison.evaluation.path,
-                result.criterion.label(),
-                number(result.criterion.doseDifference),
-                number(result.criterion.distance),
-                result.criterion.isLocal ? "local" : "global",
-                number(comparison.settings.cutOff),
-                number(comparison.cutOffDose(), digits),
-                number(comparison.normalisation(), digits),
-                std::to_string(statistics.tested),
-                std::to_string(statistics.passed),
-                std::to_string(statistics.failed),
-                fixed(statistics.passRate, 6),
-                gamma(&GammaSpread::minimum),
-                gamma(&GammaSpread::mean),
-                gamma(&GammaSpread::percentile95),
-                gamma(&GammaSpread::percentile99),
-                gamma(&GammaSpread::maximum),
-                fixed(result.seconds, 3),
-                verdictName(result.verdict),
-                std::to_string(statistics.sides.hot),
-                std::to_string(statistics.sides.cold)});
+    return {comparison.reference.path,
+            comparison.evaluation.path,
+            result.criterion.label(),
+            number(result.criterion.doseDifference),
+            number(result.criterion.distance),
+            result.criterion.isLocal ? "local" : "global",
+            number(comparison.settings.cutOff),
+            number(comparison.cutOffDose(), digits),
+            number(comparison.normalisation(), digits),
+            std::to_string(statistics.tested),
+            std::to_string(statistics.passed),
+            std::to_string(statistics.failed),
+            statistics.tested > 0 ? fixed(statistics.passRate, 6) : "",
+            gamma(&GammaSpread::minimum),
+            gamma(&GammaSpread::mean),
+            gamma(&GammaSpread::percentile95),
+            gamma(&GammaSpread::percentile99),
+            gamma(&GammaSpread::maximum),
+            fixed(result.seconds, 3),
+            verdict,
+            std::to_string(statistics.sides.hot),
+            std::to_string(statistics.sides.cold)};
+}
+
+void append(Cells& cells, const Cells& more)
+{
+    cells.insert(cells.end(), more.begin(), more.end());
+}
+
+Cells structureNames(const std::vector<DoseMetric>& metrics)
+{
+    Cells cells{"structure", "structure_voxels", "structure_volume_cc", "unreached"};
+    for (const std::string dose : {"reference", "evaluation"}) {
+        append(cells, {dose + "_dose_min", dose + "_dose_mean", dose + "_dose_max"});
+        for (const DoseMetric& metric : metrics) {
+            cells.push_back(dose + "_" + metric.label());
+        }
+    }
+    return cells;
+}
+
+Cells doseCells(const std::optional<DoseVolume>& dose, std::size_t metrics)
+{
+    if (!dose) {
+        return Cells(3 + metrics);
+    }
+    Cells cells{cellOf(dose->minimum), cellOf(dose->mean), cellOf(dose->maximum)};
+    for (const std::optional<double>& value : dose->metrics) {
+        cells.push_back(cellOf(value));
+    }
+    return cells;
+}
+
+/** Of what is no structure: without volume and doses. */
+Cells plainCells(const std::string& name, const GammaStatistics& statistics,
+                 const std::vector<DoseMetric>& metrics)
+{
+    Cells cells{name, "", "", std::to_string(statistics.unreached)};
+    cells.resize(structureNames(metrics).size());
+    return cells;
+}
+
+std::string structureRow(const CriterionResult& result, const StructureGamma& gamma,
+                         const StructureRow& structure, const Comparison& comparison)
+{
+    const std::size_t metrics = comparison.structures->doseVolume.metrics.size();
+    Cells cells = resultCells(result, gamma.statistics,
+                              gamma.verdict ? verdictName(*gamma.verdict) : "none", comparison);
+    append(cells, {structure.chosen.name, std::to_string(files::pointCount(structure.voxels)),
+                   number(structure.volume, digits), std::to_string(gamma.statistics.unreached)});
+    append(cells, doseCells(structure.reference, metrics));
+    append(cells, doseCells(structure.evaluation, metrics));
+    return row(cells);
+}
+
+std::string resultRows(const CriterionResult& result, const Comparison& comparison)
+{
+    Cells whole = resultCells(result, result.statistics, verdictName(result.verdict), comparison);
+    if (!comparison.structures) {
+        return row(whole);
+    }
+    const StructureComparison& structures = *comparison.structures;
+    append(whole, plainCells("", result.statistics, structures.doseVolume.metrics));
+    std::string text = row(whole);
+    for (std::size_t i = 0; i < structures.rows.size(); ++i) {
+        if (result.structures[i]) {
+            text += structureRow(result, *result.structures[i], structures.rows[i], comparison);
+        }
+    }
+    if (result.outside) {
+        const StructureGamma& outside = *result.outside;
+        Cells cells =
+            resultCells(result, outside.statistics,
+                        outside.verdict ? verdictName(*outside.verdict) : "none", comparison);
+        append(cells, plainCells("outside of all structures", outside.statistics,
+                                 structures.doseVolume.metrics));
+        text += row(cells);
+    }
+    return text;
 }
 
 } // namespace
 
 std::string comparisonCsv(const Comparison& comparison)
 {
-    std::string text = row({"reference",
-                            "evaluation",
-                            "criterion",
-                            "dd_percent",
-                            "dta_mm",
-                            "dd_mode",
-                            "dco_percent",
-                            "cutoff_dose",
-                            "normalisation_dose",
-                            "tested",
-                            "passed",
-                            "failed",
-                            "pass_rate_percent",
-                            "gamma_min",
-                            "gamma_mean",
-                            "gamma_p95",
-                            "gamma_p99",
-                            "gamma_max",
-                            "seconds",
-                            "verdict",
-                            "failed_hot",
-                            "failed_cold"});
+    Cells names{"reference",
+                "evaluation",
+                "criterion",
+                "dd_percent",
+                "dta_mm",
+                "dd_mode",
+                "dco_percent",
+                "cutoff_dose",
+                "normalisation_dose",
+                "tested",
+                "passed",
+                "failed",
+                "pass_rate_percent",
+                "gamma_min",
+                "gamma_mean",
+                "gamma_p95",
+                "gamma_p99",
+                "gamma_max",
+                "seconds",
+                "verdict",
+                "failed_hot",
+                "failed_cold"};
+    if (comparison.structures) {
+        append(names, structureNames(comparison.structures->doseVolume.metrics));
+    }
+    std::string text = row(names);
     for (const CriterionResult& result : comparison.results) {
-        text += resultRow(result, comparison);
+        text += resultRows(result, comparison);
     }
     return text;
 }

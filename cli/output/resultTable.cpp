@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "cli/output/columns.h"
+#include "cli/output/structureTable.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -10,13 +12,6 @@ namespace zarngi
 
 namespace
 {
-
-std::string line(std::string name, const std::string& text)
-{
-    constexpr std::size_t nameWidth = 12;
-    name.resize(std::max(name.size() + 1, nameWidth), ' ');
-    return name + text + "\n";
-}
 
 std::string describeGrid(const DoseImage& dose, const DoseExtremes& extremes)
 {
@@ -74,14 +69,10 @@ std::string describeSingle(const CriterionResult& result, const Limits& limits)
                 line("", "95th percentile " + number(spread.percentile95) + ", 99th percentile " +
                              number(spread.percentile99));
     }
-    return text + line("verdict", describeVerdict(result.verdict, limits)) +
+    const std::string verdict = result.patterns.empty() ? describeVerdict(result.verdict, limits)
+                                                        : "that of the structures below";
+    return text + line("verdict", verdict) +
            line("time", fixed(result.seconds, 3) + " s for the search");
-}
-
-/** Right-aligned text of a fixed width. */
-std::string cell(const std::string& text, std::size_t width)
-{
-    return std::string(width - std::min(width, text.size()), ' ') + text;
 }
 
 std::string describeRow(const CriterionResult& result)
@@ -102,7 +93,8 @@ std::string describeRow(const CriterionResult& result)
     } else {
         row += std::string(4 * 7, ' ');
     }
-    return row + cell(fixed(result.seconds, 2), 8) + "  " + verdictName(result.verdict) + "\n";
+    return row + cell(fixed(result.seconds, 2), 8) + "  " +
+           (result.patterns.empty() ? verdictName(result.verdict) : "below") + "\n";
 }
 
 std::string describeTable(const Comparison& comparison)
@@ -125,7 +117,7 @@ std::string describeSetup(const Comparison& comparison)
 {
     std::string criteria;
     for (const CriterionResult& result : comparison.results) {
-        criteria += (criteria.empty() ? "" : ", ") + result.criterion.label();
+        criteria += (criteria.empty() ? "" : ", ") + oneLine(result.label());
     }
     return line("reference", describeGrid(comparison.reference, comparison.referenceExtremes)) +
            line("evaluation", describeGrid(comparison.evaluation, comparison.evaluationExtremes)) +
@@ -133,7 +125,10 @@ std::string describeSetup(const Comparison& comparison)
            line("cut-off", number(comparison.settings.cutOff) + " % of " +
                                number(comparison.normalisation()) + " = " +
                                number(comparison.cutOffDose()) + " " + comparison.doseUnit()) +
-           line("search", describeSearch(comparison));
+           line("search", describeSearch(comparison)) +
+           (comparison.within ? line("within", oneLine(comparison.within->structures) +
+                                                   ": only voxels in it " + "are tested")
+                              : std::string());
 }
 
 std::string describeResults(const Comparison& comparison)
@@ -145,6 +140,9 @@ std::string describeResults(const Comparison& comparison)
     if (unreached > 0) {
         text += line("note", grouped(unreached) +
                                  " tested voxels have no evaluation dose within reach; they fail");
+    }
+    if (comparison.structures) {
+        text += describeStructures(comparison);
     }
     return text;
 }

@@ -24,6 +24,7 @@ public:
     OutsideGrid outside(const Geometry& grid) const override;
     double volume() const override;
     std::size_t planes() const override { return planes_.list.size(); }
+    std::size_t repeatedContours() const override { return planes_.repeated; }
     std::vector<std::string> notes() const override;
 
 private:

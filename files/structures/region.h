@@ -45,6 +45,9 @@ public:
     /** Planes of contours; 0 for a mask. */
     virtual std::size_t planes() const = 0;
 
+    /** Contours that another one of their plane repeats; they count for nothing. */
+    virtual std::size_t repeatedContours() const { return 0; }
+
     /** What a person should know of it: gaps, contours given twice... continues "NAME: ". */
     virtual std::vector<std::string> notes() const = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "engineState.h"
 
@@ -29,5 +30,8 @@ GammaStatistics gammaStatistics()
         gmin = std::min(gmin, g);
         gmax = std::max(gmax, g);
     }
-    return {gmin, gmax, s1 / s0, std::sqrt((s2 - s1 * s1 / s0) / (s0 - 1))};
+    // Zero by zero: what is not a number has another sign on other processors, which is printed.
+    const double deviation = s0 == 1 ? -std::numeric_limits<double>::quiet_NaN()
+                                     : std::sqrt((s2 - s1 * s1 / s0) / (s0 - 1));
+    return {gmin, gmax, s1 / s0, deviation};
 }

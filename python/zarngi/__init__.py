@@ -8,9 +8,12 @@ True
 """
 
 from ._demo import demo_pair
+from ._dose_volume import DoseVolume, dvh
 from ._gamma import NothingTestedError, gamma_index
 from ._grid import DoseGrid
 from ._result import Criteria, GammaResult
+from ._structure_result import StructureResult, StructureResults
+from ._structures import Structure, StructureSet, read_structures
 from .io import FormatError, FormatWarning, read, read_bytes, write
 
 #: Of the project; that of the interface of libZarnGI is apart.
@@ -19,13 +22,20 @@ __version__ = "4.2.0"
 __all__ = [
     "Criteria",
     "DoseGrid",
+    "DoseVolume",
     "FormatError",
     "FormatWarning",
     "GammaResult",
     "NothingTestedError",
+    "Structure",
+    "StructureResult",
+    "StructureResults",
+    "StructureSet",
     "demo_pair",
+    "dvh",
     "gamma_index",
     "read",
     "read_bytes",
+    "read_structures",
     "write",
 ]

@@ -3,10 +3,10 @@
 from __future__ import annotations
 
 import ctypes
-import os
 import sys
 import time
 import warnings
+from collections.abc import Sequence
 from dataclasses import dataclass
 from typing import Any, Literal
 
@@ -14,12 +14,13 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _checks, _library
+from ._cpus import MAX_THREADS, available_cpus
+from ._dose_volume import options_of
 from ._grid import DoseGrid, LibraryGrid, library_grid
 from ._result import Counts, Criteria, GammaResult
-from .io import _host
-
-#: More workers than this never help and may exhaust the machine.
-MAX_THREADS = 1024
+from ._structure_result import StructureResults
+from ._structures import Chosen, StructuresLike, require_space
+from .io import _host, _structures
 
 
 class NothingTestedError(ValueError):
@@ -44,6 +45,10 @@ def gamma_index(
     threads: int | None = None,
     verbose: int = 0,
     on_empty: Literal["raise", "flag"] = "raise",
+    structures: StructuresLike | None = None,
+    dvh_metrics: Sequence[str] | str = (),
+    prescription: float | None = None,
+    ignore_frame: bool = False,
 ) -> GammaResult:
     """Compare two dose distributions with the gamma-index test.
 
@@ -96,6 +101,17 @@ def gamma_index(
     on_empty : {"raise", "flag"}
         What to do when no voxel lies above the cut-off: raise `NothingTestedError`, or return a
         result whose `empty` is true and whose pass rate is not a number.
+    structures : StructureSet, Structure, or mapping of names to structures or boolean arrays
+        Parts of the reference for which the result tells rates and doses as well; boolean arrays
+        have the shape of the reference dose. Needs grids of three dimensions.
+    dvh_metrics : str or sequence of str
+        Figures of the dose-volume histograms beside the usual ones, like "D99", "D2cc", "V20Gy" and
+        "V95%".
+    prescription : float, optional
+        Gy, what the percentages of "V95%" refer to; by default the normalisation dose.
+    ignore_frame : bool
+        Whether structures of another frame of reference are taken at their positions, with a
+        warning, instead of being refused.
 
     Returns
     -------
@@ -143,11 +159,13 @@ def gamma_index(
             "random_rotation=True turns the search out of the plane of a 2D array or the line of a "
             "1D array; accepted: False, or grids with three values of spacing and origin"
         )
-    threads = _available_cpus() if threads is None else threads
+    threads = available_cpus() if threads is None else threads
     threads = _checks.integer("threads", threads, 1, MAX_THREADS)
     verbose = _checks.integer("verbose", verbose, 0, 5)
     _checks.choice("on_empty", on_empty, ("raise", "flag"))
 
+    chosen = _choose(structures, reference, evaluation, ignore_frame)
+    full_dose = _checks.positive_or_none("prescription", prescription, "Gy")
     lattice = criteria.dta / 10 if criteria.step is None else criteria.step
     grids = (
         library_grid("reference", reference, lattice),
@@ -155,6 +173,11 @@ def gamma_index(
     )
     output = _compute(*grids, criteria, threads, verbose)
     hot, cold = _host.count_failed_sides(grids[0].volume, grids[1].volume, output.passed)
+    parts = None
+    if chosen is not None:
+        full_dose = full_dose or criteria.normalisation or float(grids[0].dose.max())
+        options = options_of(chosen, dvh_metrics, full_dose, threads)
+        parts = _compare_structures(chosen, grids, output, criteria, options)
     result = GammaResult.from_library(
         output.gamma.reshape(reference.shape),
         Counts(int(np.count_nonzero(output.passed == 1)), hot, cold),
@@ -162,6 +185,7 @@ def gamma_index(
         criteria,
         reference,
         evaluation,
+        parts,
     )
     if result.empty and on_empty == "raise":
         raise NothingTestedError(_nothing_tested(reference, criteria))
@@ -187,8 +211,34 @@ def _check_grids(reference: DoseGrid, evaluation: DoseGrid) -> None:
         )
 
 
-def _available_cpus() -> int:
-    return min(len(os.sched_getaffinity(0)), MAX_THREADS)
+def _choose(
+    structures: StructuresLike | None, reference: DoseGrid, evaluation: DoseGrid, ignore_frame: bool
+) -> Chosen | None:
+    _checks.boolean("ignore_frame", ignore_frame)
+    if structures is None:
+        return None
+    require_space("reference", reference)
+    require_space("evaluation", evaluation)
+    chosen = Chosen(structures, reference)
+    chosen.check_frame(reference, ignore_frame)
+    return chosen
+
+
+def _compare_structures(
+    chosen: Chosen,
+    grids: tuple[LibraryGrid, LibraryGrid],
+    output: _Output,
+    criteria: Criteria,
+    options: dict[str, Any],
+) -> StructureResults:
+    # Without a bound the histogram ends where single bins tell nothing more.
+    options["maxGamma"] = 10 if criteria.max_gamma is None else criteria.max_gamma
+    options["passRateOnly"] = criteria.mode == "pass_rate"
+    return StructureResults(
+        _structures.compare(
+            chosen.sources, grids[0].volume, grids[1].volume, options, output.gamma, output.passed
+        )
+    )
 
 
 @dataclass

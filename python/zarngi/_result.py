@@ -12,6 +12,7 @@ import numpy.typing as npt
 
 from . import _checks
 from ._grid import DoseGrid
+from ._structure_result import StructureResults
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
@@ -93,6 +94,8 @@ class GammaResult:
         Time the computation took, without handing over the grids and reading the result.
     reference, evaluation : DoseGrid
         The grids compared (not copied).
+    structures : StructureResults or None
+        Results within the structures, where they were asked for.
     """
 
     gamma: npt.NDArray[np.float32]
@@ -105,6 +108,7 @@ class GammaResult:
     seconds: float
     reference: DoseGrid
     evaluation: DoseGrid
+    structures: StructureResults | None = None
 
     @classmethod
     def from_library(
@@ -115,6 +119,7 @@ class GammaResult:
         criteria: Criteria,
         reference: DoseGrid,
         evaluation: DoseGrid,
+        structures: StructureResults | None = None,
     ) -> GammaResult:
         """The result of the library's gamma map (contiguous, -1 where not tested).
 
@@ -134,6 +139,7 @@ class GammaResult:
             seconds,
             reference,
             evaluation,
+            structures,
         )
 
     @property

@@ -67,9 +67,9 @@ TEST(ReportVolume, UnpacksToWhatWentIn)
 {
     for (const std::size_t count : {1U, 2U, 3U, 4U, 40000U, 40001U, 40002U, 123456U}) {
         const Words constant(count, -1);
-        EXPECT_EQ(decoded(zarngi::encodedVolume(constant), count), constant) << count;
+        EXPECT_EQ(decoded(zarngi::encodedNumbers(constant), count), constant) << count;
         const Words words = zarngi::storedDoses(noise(count, -32767, 32767, 1), 0);
-        EXPECT_EQ(decoded(zarngi::encodedVolume(words), count), words) << count;
+        EXPECT_EQ(decoded(zarngi::encodedNumbers(words), count), words) << count;
     }
 }
 

@@ -20,6 +20,31 @@ export function decodeVolume(base64) {
     return Int16Array.from({ length: count }, (_, i) => bytes[i] | (bytes[count + i] << 8));
 }
 
+/** 32-bit whole numbers. */
+export function encodeIntegers(stored) {
+    const count = stored.length;
+    const bytes = Buffer.alloc(4 * count);
+    for (let i = 0; i < count; ++i) {
+        for (let byte = 0; byte < 4; ++byte) {
+            bytes[byte * count + i] = (stored[i] >> (8 * byte)) & 0xff;
+        }
+    }
+    return deflateSync(bytes).toString('base64');
+}
+
+export function decodeIntegers(base64) {
+    const bytes = inflateSync(Buffer.from(base64, 'base64'));
+    const count = bytes.length / 4;
+    const value = (i) => [0, 1, 2, 3].reduce((v, byte) => v | (bytes[byte * count + i] << (8 * byte)), 0);
+    return Int32Array.from({ length: count }, (_, i) => value(i));
+}
+
+/** Names of the elements with the structures of a report. */
+function structureElements(report) {
+    const list = report.structures?.list ?? [];
+    return list.flatMap((s) => [s.voxelsElement, s.contoursElement]).filter(Boolean);
+}
+
 /** The template with a record and its volumes: `stored` maps names to Int16Arrays. */
 export function fillTemplate(template, report, stored) {
     const json = JSON.stringify(report).replaceAll('<', '\\u003c');
@@ -27,6 +52,10 @@ export function fillTemplate(template, report, stored) {
     for (const { name } of report.volumes) {
         const data = encodeVolume(stored[name]);
         elements.push(`<script type="application/octet-stream" id="volume-${name}">${data}</script>`);
+    }
+    for (const name of structureElements(report)) {
+        const data = encodeIntegers(stored[name]);
+        elements.push(`<script type="application/octet-stream" id="${name}">${data}</script>`);
     }
     // A function, because "$&" in a file name must not be taken for a pattern.
     return template.replace(marker, () => elements.join('\n'));
@@ -45,6 +74,9 @@ export function readPage(html) {
     const stored = {};
     for (const { name } of report.volumes) {
         stored[name] = decodeVolume(element(`volume-${name}`));
+    }
+    for (const name of structureElements(report)) {
+        stored[name] = decodeIntegers(element(name));
     }
     return { report, stored };
 }

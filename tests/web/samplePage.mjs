@@ -1,11 +1,13 @@
 // Makes a report page of a synthetic pair of doses:
 //   node samplePage.mjs TEMPLATE OUT [--size NX,NY,NZ] [--noise PERCENT] [--other-grid]
+//       [--structures N]
 // The gamma maps come from a local estimate, good enough to give a page its shapes; they are not
 // results of a computation.
 import { readFileSync, writeFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
 import { parseArgs } from 'node:util';
 import { fillTemplate } from './pageFormat.mjs';
+import { addStructures } from './sampleStructures.mjs';
 
 const prescription = 60;
 const binWidth = 0.05;
@@ -132,7 +134,7 @@ function centred(size, spacing, shift) {
 }
 
 /** A record and its volumes for `fillTemplate`. */
-export function sample({ size = [44, 36, 28], spacing = [2, 2.5, 3], noise = 0, otherGrid = false } = {}) {
+export function sample({ size = [44, 36, 28], spacing = [2, 2.5, 3], noise = 0, otherGrid = false, structures = 0 } = {}) {
     const reference = centred(size, spacing, [10, -20, 130]);
     const evaluation = otherGrid
         ? centred(size.map((n) => Math.round(0.8 * n)), spacing.map((s) => 1.2 * s), [11, -20, 131])
@@ -156,6 +158,7 @@ export function sample({ size = [44, 36, 28], spacing = [2, 2.5, 3], noise = 0, 
         { label: '3%/3mm', doseDifference: 3, distance: 3, local: false },
         { label: '2%L/2mm', doseDifference: 2, distance: 2, local: true },
     ];
+    const gammas = [];
     const criteria = asked.map((criterion, i) => {
         const full = {
             ...criterion,
@@ -167,6 +170,7 @@ export function sample({ size = [44, 36, 28], spacing = [2, 2.5, 3], noise = 0, 
             interpolation: true,
         };
         const gamma = gammaEstimate(reference, referenceMap, evaluationOnReference, full);
+        gammas.push(gamma);
         stored[`gamma-${i}`] = storeGamma(gamma);
         return { ...full, ...results(gamma), gammaVolume: `gamma-${i}` };
     });
@@ -194,6 +198,10 @@ export function sample({ size = [44, 36, 28], spacing = [2, 2.5, 3], noise = 0, 
             ...criteria.map((c) => volume(c.gammaVolume, 'gamma', 'reference', 3)),
         ],
     };
+    if (structures > 0) {
+        const maps = { reference: referenceMap, evaluation: evaluationOnReference, gammas };
+        Object.assign(stored, addStructures(report, structures, maps, results));
+    }
     return { report, stored };
 }
 
@@ -203,6 +211,7 @@ function main() {
         options: {
             size: { type: 'string' },
             noise: { type: 'string', default: '0' },
+            structures: { type: 'string', default: '0' },
             'other-grid': { type: 'boolean', default: false },
         },
     });
@@ -211,6 +220,7 @@ function main() {
         size: values.size?.split(',').map(Number),
         noise: Number(values.noise),
         otherGrid: values['other-grid'],
+        structures: Number(values.structures),
     });
     writeFileSync(out, fillTemplate(readFileSync(template, 'utf8'), report, stored));
 }

@@ -1,7 +1,7 @@
-import type { ComparisonData, StoredVolume } from '../views/comparison';
+import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
 import type { Role } from '../views/record';
 import { readRecord } from './pageRecord';
-import { readVolume } from './pageVolume';
+import { readIntegers, readVolume } from './pageVolume';
 
 /** The comparison that a program has written into this page. */
 export class PageData implements ComparisonData {
@@ -13,6 +13,18 @@ export class PageData implements ComparisonData {
 
     gamma(criterion: number): Promise<StoredVolume> {
         return this.read(this.record.criteria[criterion].gammaVolume, 'reference');
+    }
+
+    async structure(index: number): Promise<StructureShape> {
+        const structure = this.record.structures?.list[index];
+        if (!structure) {
+            throw new Error(`The structure ${index} is missing in this page.`);
+        }
+        const { voxelsElement, contoursElement } = structure;
+        return {
+            runs: await readIntegers(voxelsElement),
+            contours: contoursElement ? await readIntegers(contoursElement) : null,
+        };
     }
 
     private async read(name: string, grid: Role): Promise<StoredVolume> {

@@ -1,4 +1,4 @@
-import type { ComparisonRecord, Criterion, Role } from '../views/record';
+import type { ComparisonRecord, Criterion, Role, StructureRecord, StructuresRecord } from '../views/record';
 
 export interface VolumeRecord {
     name: string;
@@ -9,11 +9,18 @@ export interface VolumeRecord {
     encoding: string;
 }
 
+/** Names of the elements with its voxels and its contours. */
+export interface StructureElements {
+    voxelsElement: string;
+    contoursElement?: string | null;
+}
+
 /** The record as the page carries it, with what tells where its volumes are; README.md defines it. */
 export interface PageRecord extends ComparisonRecord {
     format: string;
     formatVersion: number;
     criteria: (Criterion & { gammaVolume: string })[];
+    structures?: (StructuresRecord & { list: (StructureRecord & StructureElements)[] }) | null;
     volumes: VolumeRecord[];
 }
 

@@ -16,6 +16,18 @@ export const notTested = -1;
 /** Stored gamma at and above which only "at least" is known. */
 export const gammaOverflow = 32767;
 
+/** Where a structure lies. */
+export interface StructureShape {
+    /** Voxels of the reference grid in fours: z, y, first x, behind the last x; by z, y, x. */
+    readonly runs: Int32Array;
+    /**
+     * Its contours, one after another: number of vertices, height z, then x and y of each vertex, the
+     * first as it is, the others less those of the one before; in thousandths of a millimetre. Null
+     * where it has none.
+     */
+    readonly contours: Int32Array | null;
+}
+
 /**
  * A comparison. The views read the record at once, ask for the doses and the first gamma map next
  * and for the others when those are shown, for each volume once; none has to be there before.
@@ -30,4 +42,6 @@ export interface ComparisonData {
      * more than 10^decimals, a passed one does not: the verdict decides where rounding would not tell.
      */
     gamma(criterion: number): Promise<StoredVolume>;
+    /** Of a structure, by its index in the record; asked for once each if the record has structures. */
+    structure?(index: number): Promise<StructureShape>;
 }

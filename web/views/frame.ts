@@ -57,6 +57,19 @@ export class Frame {
         return ((row + 0.5) * this.height) / this.rows;
     }
 
+    /** Pixels of a place given in mm along the axes of the picture. */
+    place(horizontal: number, vertical: number): [x: number, y: number] {
+        const { plane, box } = this;
+        const index = (axis: number, mm: number) =>
+            (mm - this.grid.origin[axis]) / this.grid.spacing[axis];
+        const along = index(plane.horizontal, horizontal) - box.from[plane.horizontal];
+        const across = index(plane.vertical, vertical);
+        const row = plane.upwards
+            ? box.to[plane.vertical] - across
+            : across - box.from[plane.vertical];
+        return [this.across(along), this.down(row)];
+    }
+
     column(voxel: Triple): number {
         const { horizontal } = this.plane;
         return voxel[horizontal] - this.box.from[horizontal];

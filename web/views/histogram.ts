@@ -2,12 +2,14 @@ import uPlot from 'uplot';
 import { axis, Chart, drawRule, scaled } from './chart';
 import { byId, token } from './dom';
 import { fixed, plain, whole } from './format';
-import type { ComparisonRecord, Criterion } from './record';
+import type { ComparisonRecord, Criterion, PartResult } from './record';
+import { nameOf, resultOf } from './structureList';
 import type { Changes, State, Store } from './store';
 
 const height = 260;
 const mostBins = 80;
 const shortestAxis = 1.2;
+const shown: (keyof State)[] = ['criterion', 'part', 'gammaVolume', 'appearance'];
 
 interface Bins {
     /** Edges of the bins, one more than counts. */
@@ -31,6 +33,8 @@ export class Histogram {
         this.bins = this.makeBins();
         this.chart = new Chart(byId('histogram'), () => this.options(), height);
         store.subscribe((state, changes) => this.update(state, changes));
+        const choice = byId<HTMLInputElement>('option-gammaVolume');
+        choice.addEventListener('change', () => store.update({ gammaVolume: choice.checked }));
     }
 
     drawForPrint(width: number, tall: number): void {
@@ -38,28 +42,49 @@ export class Histogram {
     }
 
     private update(state: State, changes: Changes): void {
-        if (changes.has('criterion') || changes.has('appearance')) {
+        if (shown.some((key) => changes.has(key))) {
             this.bins = this.makeBins();
             this.chart.create(this.data());
-            const { label, passed, tested } = this.record.criteria[state.criterion];
+            const { label } = this.record.criteria[state.criterion];
+            const { passed, tested } = this.result();
+            const part = this.partName();
             byId('histogram').setAttribute(
                 'aria-label',
-                `Histogram of gamma for ${label}: ${passed} of ${tested} tested voxels at or below 1`,
+                `Histogram of gamma for ${label}${part}: ${passed} of ${tested} tested voxels at or below 1`,
             );
+            byId('histogram-part').textContent = part;
         }
     }
 
+    private result(): Criterion | PartResult {
+        const { criterion, part } = this.store.state;
+        return resultOf(this.record.criteria[criterion], part);
+    }
+
+    private partName(): string {
+        const { part } = this.store.state;
+        return part === null || !this.record.structures ? '' : `, ${nameOf(this.record.structures, part)}`;
+    }
+
     private makeBins(): Bins {
-        return binned(this.record.criteria[this.store.state.criterion]);
+        return binned(this.result());
     }
 
     /** Passing and failing voxels are two series, so that they have two colours. */
     private data(): uPlot.AlignedData {
         const { edges, counts, cumulative } = this.bins;
+        if (this.store.state.gammaVolume) {
+            const empty = edges.map(() => null);
+            return [edges, empty, empty, cumulative.map((percent) => 100 - percent)];
+        }
         const passes = (i: number) => edges[i + 1] <= 1 + 1e-9;
         const passing = edges.map((_, i) => (i < counts.length && passes(i) ? counts[i] : null));
         const failing = edges.map((_, i) => (i < counts.length && !passes(i) ? counts[i] : null));
         return [edges, passing, failing, cumulative];
+    }
+
+    private curveName(): string {
+        return this.store.state.gammaVolume ? 'Voxels above γ' : 'Cumulative';
     }
 
     private options(): Omit<uPlot.Options, 'width' | 'height'> {
@@ -99,14 +124,14 @@ export class Histogram {
                     scale: 'count',
                     values: (_, splits) => splits.map((v) => (Number.isInteger(v) ? whole(v) : '')),
                 }),
-                axis('Cumulative / %', 42, { scale: 'percent', side: 1, grid: { show: false } }),
+                axis(`${this.curveName()} / %`, 42, { scale: 'percent', side: 1, grid: { show: false } }),
             ],
             series: [
                 { label: 'γ from', value: (_, value) => fixed(value, 2) },
                 bar('Passed', token('--passing-bar')),
                 bar('Failed', token('--failing-bar')),
                 {
-                    label: 'Cumulative',
+                    label: this.curveName(),
                     scale: 'percent',
                     stroke: token('--ink'),
                     width: scaled(1.5),
@@ -123,8 +148,8 @@ export class Histogram {
  * The bins of the record as far as there are voxels, joined until a bar is wide enough to see;
  * gamma 1 stays an edge.
  */
-function binned(criterion: Criterion): Bins {
-    const { binWidth, counts: all } = criterion.histogram;
+function binned(result: Criterion | PartResult): Bins {
+    const { binWidth, counts: all } = result.histogram ?? { binWidth: 1, counts: [] };
     const perUnit = Math.max(Math.round(1 / binWidth), 1);
     const used = all.findLastIndex((count) => count > 0) + 1;
     const fine = all.slice(0, Math.max(used, Math.ceil(shortestAxis * perUnit)));
@@ -141,6 +166,6 @@ function binned(criterion: Criterion): Bins {
     const total = fine.reduce((a, b) => a + b, 0);
     let sum = 0;
     const cumulative = [0, ...counts.map((count) => (100 * (sum += count)) / Math.max(total, 1))];
-    const isOpen = (criterion.max ?? 0) > edges[edges.length - 1];
+    const isOpen = (result.max ?? 0) > edges[edges.length - 1];
     return { edges, counts, cumulative, isOpen };
 }

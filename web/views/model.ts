@@ -2,6 +2,7 @@ import { notTested, type ComparisonData } from './comparison';
 import { wholeGrid, widened, type Box } from './frame';
 import { Grid } from './grid';
 import type { ComparisonRecord, Triple } from './record';
+import { StructureShapes } from './structureShapes';
 import { ResampledField, Volume, type Field } from './volume';
 
 /** mm around the tested voxels that the views show. */
@@ -20,12 +21,14 @@ export class Model {
     evaluation!: Field;
     /** Where voxels were tested for the first criterion, with a margin. */
     focus!: Box;
+    readonly shapes: StructureShapes;
     private readonly gammas = new Map<number, Volume>();
 
     constructor(private readonly data: ComparisonData) {
         this.record = data.record;
         this.grid = new Grid(data.record.grids.reference);
         this.evaluationGrid = new Grid(data.record.grids.evaluation);
+        this.shapes = new StructureShapes(data, data.record.structures?.list.length ?? 0);
         this.sameGrid = this.grid.sameAs(this.evaluationGrid);
     }
 

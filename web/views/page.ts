@@ -3,6 +3,7 @@ import './style.css';
 import { Analyses } from './analysis';
 import type { ComparisonData } from './comparison';
 import { byId, el } from './dom';
+import { DoseVolume } from './doseVolume';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
 import { setUpPrint } from './print';
@@ -10,6 +11,7 @@ import { Profiles } from './profiles';
 import { Readout } from './readout';
 import type { ComparisonRecord } from './record';
 import { Store } from './store';
+import { StructureList } from './structureList';
 import { Summary } from './summary';
 import { Tables } from './tables';
 import { setUpTheme } from './theme';
@@ -28,8 +30,19 @@ function initialStore(record: ComparisonRecord): Store {
         crosshair: true,
         smooth: false,
         wholeGrid: false,
+        structures: outlinedAtFirst(record),
+        part: null,
+        gammaVolume: false,
         appearance: 0,
     });
+}
+
+/** Not the outline of the body, and not so many that they hide what is beneath. */
+function outlinedAtFirst(record: ComparisonRecord): number[] {
+    const most = 10;
+    const list = record.structures?.list ?? [];
+    const inner = list.flatMap(({ type, voxels }, i) => (type !== 'EXTERNAL' && voxels > 0 ? [i] : []));
+    return inner.slice(0, most);
 }
 
 function highestDose(model: Model): number {
@@ -58,13 +71,18 @@ export async function showComparison(data: ComparisonData): Promise<void> {
     const histogram = new Histogram(record, store);
     const analyses = new Analyses(model);
     new Tables(model, store, analyses);
-    setUpPrint(store, viewer, profiles, histogram);
+    const doseVolume = record.structures ? new DoseVolume(model, store) : null;
+    if (record.structures) {
+        await model.shapes.load();
+        new StructureList(model, store);
+    }
+    setUpPrint({ store, viewer, profiles, histogram, doseVolume });
     const worst = analyses.of(0)?.clusters[0];
     store.update({
         cross: worst?.peak ?? hottestVoxel(model),
         doseWindow: { low: 0, high: maximum },
     });
-    store.announce('criterion', 'appearance');
+    store.announce('criterion', 'structures', 'part', 'appearance');
     document.documentElement.dataset.state = 'ready';
 
     for (let i = 1; i < record.criteria.length; ++i) {

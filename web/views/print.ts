@@ -1,5 +1,6 @@
 import { withChartSize } from './chart';
 import { byId } from './dom';
+import type { DoseVolume } from './doseVolume';
 import type { Histogram } from './histogram';
 import type { Profiles } from './profiles';
 import type { Store } from './store';
@@ -11,8 +12,26 @@ const paper = { width: 718, height: 1040 };
 const slices = { tallest: 260, lowest: 200 };
 const chartSize = { text: 8, zoom: 3 };
 
-/** Lays the page out for one sheet of paper before printing and back again afterwards. */
-export function setUpPrint(store: Store, viewer: Viewer, profiles: Profiles, histogram: Histogram): void {
+/** Of all that goes on the first sheet. */
+function heightOfSheet(main: HTMLElement): number {
+    const later = [byId('structures'), byId('dose-volume')].filter((section) => !section.hidden);
+    return later.reduce((height, section) => height - section.offsetHeight, main.scrollHeight);
+}
+
+export interface Printed {
+    store: Store;
+    viewer: Viewer;
+    profiles: Profiles;
+    histogram: Histogram;
+    /** Null: the comparison has no structures. */
+    doseVolume: DoseVolume | null;
+}
+
+/**
+ * Lays the page out for one sheet of paper before printing and back again afterwards; structures
+ * follow on sheets of their own.
+ */
+export function setUpPrint({ store, viewer, profiles, histogram, doseVolume }: Printed): void {
     const root = document.documentElement;
     const main = byId('page');
     const prepare = (): void => {
@@ -23,13 +42,14 @@ export function setUpPrint(store: Store, viewer: Viewer, profiles: Profiles, his
         withChartSize(chartSize, () => {
             profiles.drawForPrint(Math.floor((paper.width - 36) / 3), 112);
             histogram.drawForPrint(Math.floor((paper.width - 44) / 2), 138);
+            doseVolume?.drawForPrint(paper.width - 24, 300);
         });
         // What does not fit is taken from the slices first; then everything gets smaller.
-        const surplus = main.scrollHeight - paper.height;
+        const surplus = heightOfSheet(main) - paper.height;
         if (surplus > 0) {
             viewer.drawForPrint(paper.width, Math.max(slices.tallest - surplus, slices.lowest));
         }
-        const scale = Math.min(1, paper.height / main.scrollHeight);
+        const scale = Math.min(1, paper.height / heightOfSheet(main));
         main.style.setProperty('zoom', String(scale));
     };
     const restore = (): void => {

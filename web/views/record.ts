@@ -30,6 +30,72 @@ export interface GridRecord {
 /** At or above the tolerance limit, between the limits, below the action limit, nothing tested. */
 export type Verdict = 'pass' | 'investigate' | 'fail' | 'none';
 
+/** Bin i counts tested voxels with i·w < gamma ≤ (i+1)·w, as that of a criterion. */
+export interface GammaHistogram {
+    binWidth: number;
+    counts: number[];
+}
+
+/** What a criterion gives in a part of the tested voxels; null where nothing was tested. */
+export interface PartResult {
+    /** Of the structure; null: outside of all structures. */
+    name: string | null;
+    tested: number;
+    passed: number;
+    failed: number;
+    hot?: number | null;
+    cold?: number | null;
+    /** %. */
+    passRate: number | null;
+    mean: number | null;
+    p95: number | null;
+    p99: number | null;
+    max: number | null;
+    verdict: Verdict;
+    histogram: GammaHistogram | null;
+}
+
+/** Doses of a structure. */
+export interface StructureDoses {
+    min: number;
+    mean: number;
+    max: number;
+    /** By name: "D95", "V20Gy"; null where the structure is too small. */
+    metrics: Record<string, number | null>;
+    /** Points of the structure at which the grid has no dose. */
+    withoutDose: number;
+    /** Share (0 to 1) of the volume at or above i times the width of the record's bins. */
+    curve: number[];
+}
+
+export interface StructureRecord {
+    name: string;
+    type: string;
+    /** "#rrggbb". */
+    colour: string;
+    /** How it is combined from others; null: as its file has it. */
+    expression?: string | null;
+    voxels: number;
+    /** cc. */
+    volume: number;
+    limits: { tolerance: number; action: number };
+    /** What a person should know of it, each continues its name. */
+    notes: string[];
+    dvh: {
+        reference: StructureDoses;
+        /** Null where it has no dose in the structure. */
+        evaluation: StructureDoses | null;
+        difference: { min: number; mean: number; max: number; metrics: Record<string, number | null> } | null;
+    } | null;
+}
+
+export interface StructuresRecord {
+    /** Dose from bin to bin of the curves. */
+    dvhBinWidth: number;
+    list: StructureRecord[];
+    refused?: { name: string; reason: string }[] | null;
+}
+
 /** A criterion and what came out; numbers of gamma and of rates are null when nothing was tested. */
 export interface Criterion {
     /** As the user wrote it: "3%/2mm". */
@@ -70,7 +136,10 @@ export interface Criterion {
      * Bin i counts tested voxels with i·w < gamma ≤ (i+1)·w, gamma 0 in bin 0; the last one also takes
      * everything above it. The width divides 1, so that the bins up to gamma 1 sum to `passed`.
      */
-    histogram: { binWidth: number; counts: number[] };
+    histogram: GammaHistogram;
+    /** One for each structure of the record, in its order. */
+    structures?: (PartResult | null)[] | null;
+    outsideStructures?: PartResult | null;
 }
 
 export interface ComparisonRecord {
@@ -87,6 +156,7 @@ export interface ComparisonRecord {
     doseUnit: string;
     /** At least one. */
     criteria: Criterion[];
+    structures?: StructuresRecord | null;
     /** Shown above the results. */
     warnings?: string[] | null;
 }

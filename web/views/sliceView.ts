@@ -5,6 +5,7 @@ import { el } from './dom';
 import { fixed } from './format';
 import { Frame, type Box } from './frame';
 import type { Model } from './model';
+import { drawOutline, outlinePath } from './outlines';
 import { drawCrosshair, drawEnds, drawIsodoses, drawRuler } from './overlay';
 import type { Triple } from './record';
 import type { State, Store } from './store';
@@ -96,6 +97,7 @@ export class SliceView {
             const normalisation = record.criteria[state.criterion].normalisationDose;
             drawIsodoses(context, this.frame, slice, { reference, evaluation, normalisation });
         }
+        this.drawStructures(context, state, slice);
         if (state.crosshair) {
             drawCrosshair(context, this.frame, state.cross);
         }
@@ -103,6 +105,17 @@ export class SliceView {
         const vertical: [string, string] = this.plane.upwards ? [high, low] : [low, high];
         drawEnds(context, this.frame, this.ends.horizontal, vertical);
         drawRuler(context, this.frame);
+    }
+
+    private drawStructures(context: CanvasRenderingContext2D, state: State, slice: number): void {
+        const { grid, record, shapes } = this.model;
+        for (const index of state.structures) {
+            const shape = shapes.shape(index);
+            if (shape && record.structures) {
+                const path = outlinePath(shape, grid, this.plane, this.frame, slice);
+                drawOutline(context, path, record.structures.list[index].colour);
+            }
+        }
     }
 
     private describe(slice: number): void {

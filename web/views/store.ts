@@ -24,6 +24,12 @@ export interface State {
     smooth: boolean;
     /** Whether the views show the whole grid or only where doses are tested. */
     wholeGrid: boolean;
+    /** Structures that are outlined and have their curves drawn, by their index in the record. */
+    structures: number[];
+    /** The part whose histogram is shown: a structure, their number for what is outside, null for all. */
+    part: number | null;
+    /** Whether the histogram shows the share of voxels above each gamma instead. */
+    gammaVolume: boolean;
     /** Counts changes of theme or size, which only ask for drawing again. */
     appearance: number;
 }

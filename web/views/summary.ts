@@ -40,7 +40,7 @@ export function passRate(criterion: Criterion): string {
     return rate(criterion.passRate, [100, tolerance, action]);
 }
 
-function chip(verdict: Verdict): HTMLElement {
+export function chip(verdict: Verdict): HTMLElement {
     const { mark, short } = verdicts[verdict];
     return el(
         'span',

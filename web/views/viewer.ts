@@ -16,7 +16,7 @@ const tallestViews = 600;
 const narrowPage = 760;
 const drawn: (keyof State)[] = [
     'criterion', 'layer', 'cross', 'doseWindow', 'differenceWindow', 'gammaWindow', 'isodoses',
-    'crosshair', 'smooth', 'wholeGrid', 'appearance',
+    'crosshair', 'smooth', 'wholeGrid', 'structures', 'appearance',
 ];
 
 const layerNames: Record<Layer, string> = {

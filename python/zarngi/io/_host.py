@@ -10,6 +10,7 @@ import errno
 import os
 import weakref
 from collections.abc import Iterator, Mapping, Sequence
+from types import SimpleNamespace
 from typing import Any
 
 import numpy as np
@@ -42,13 +43,13 @@ _TYPES = {
 _SENTENCE_SIZE = 1024
 
 
-class _Error(ctypes.Structure):
+class Error(ctypes.Structure):
     """Mirror of `zarnGIHost_Error`."""
 
     _fields_ = [("systemError", ctypes.c_int), ("sentence", ctypes.c_char * _SENTENCE_SIZE)]
 
 
-class _Volume(ctypes.Structure):
+class Volume(ctypes.Structure):
     """Mirror of `zarnGIHost_Volume`."""
 
     _fields_ = [
@@ -66,9 +67,9 @@ _FindFile = ctypes.CFUNCTYPE(
 
 _DOSE = ctypes.c_void_p
 _DOSE_P = ctypes.POINTER(ctypes.c_void_p)
-_ERROR_P = ctypes.POINTER(_Error)
+_ERROR_P = ctypes.POINTER(Error)
 _TRIPLE_P = ctypes.POINTER(ctypes.c_double)
-_VOLUME_P = ctypes.POINTER(_Volume)
+_VOLUME_P = ctypes.POINTER(Volume)
 _SIZE_P = ctypes.POINTER(ctypes.c_size_t)
 
 _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
@@ -83,7 +84,7 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
     "getFact": (ctypes.c_int, [_DOSE, ctypes.c_int]),
     "getText": (ctypes.c_char_p, [_DOSE, ctypes.c_int]),
     "getWarning": (ctypes.c_char_p, [_DOSE, ctypes.c_size_t]),
-    "writeVolume": (ctypes.c_int, [ctypes.c_char_p, ctypes.POINTER(_Volume), _ERROR_P]),
+    "writeVolume": (ctypes.c_int, [ctypes.c_char_p, ctypes.POINTER(Volume), _ERROR_P]),
     "countFailedSides": (
         ctypes.c_int,
         [_VOLUME_P, _VOLUME_P, ctypes.c_void_p, _SIZE_P, _SIZE_P, _ERROR_P],
@@ -91,16 +92,21 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
 }
 
 
-def _load() -> ctypes.CDLL:
-    library = _library.open_library("libZarnGIHost.so", _SYSTEM_LIBRARY)
-    for name, (result, arguments) in _PROTOTYPES.items():
-        function = getattr(library, f"zarnGIHost_{name}")
+_host = _library.open_library("libZarnGIHost.so", _SYSTEM_LIBRARY)
+
+
+def declare(prototypes: dict[str, tuple[Any, list[Any]]]) -> SimpleNamespace:
+    """The library's functions by their names without ``zarnGIHost_``."""
+    functions = SimpleNamespace()
+    for name, (result, arguments) in prototypes.items():
+        function = getattr(_host, f"zarnGIHost_{name}")
         function.restype = result
         function.argtypes = arguments
-    return library
+        setattr(functions, name, function)
+    return functions
 
 
-_host = _load()
+declare(_PROTOTYPES)
 
 
 class Dose:
@@ -157,9 +163,9 @@ def read_file(path: str) -> Dose:
     OSError
         When the file cannot be opened or read.
     """
-    handle, error = ctypes.c_void_p(), _Error()
-    status = _host.zarnGIHost_readDose(_path_bytes(path), handle, error)
-    _check(status, error, path)
+    handle, error = ctypes.c_void_p(), Error()
+    status = _host.zarnGIHost_readDose(path_bytes(path), handle, error)
+    check(status, error, path)
     return Dose(handle)
 
 
@@ -176,11 +182,11 @@ def read_memory(name: str, data: Any, files: Mapping[str, Any]) -> Dose:
         The files that a header may name.
     """
     contents = np.frombuffer(data, np.uint8)
-    handle, error = ctypes.c_void_p(), _Error()
+    handle, error = ctypes.c_void_p(), Error()
     status = _host.zarnGIHost_readDoseFromMemory(
         contents.ctypes.data, contents.size, _finder(files), None, handle, error
     )
-    _check(status, error, name)
+    check(status, error, name)
     return Dose(handle)
 
 
@@ -197,10 +203,10 @@ def write_volume(
         When the file cannot be written.
     """
     array = np.ascontiguousarray(values)
-    volume = _volume(array, spacing, origin)
-    error = _Error()
-    status = _host.zarnGIHost_writeVolume(_path_bytes(path), volume, error)
-    _check(status, error, path, refusal=ValueError)
+    described = volume(array, spacing, origin)
+    error = Error()
+    status = _host.zarnGIHost_writeVolume(path_bytes(path), described, error)
+    check(status, error, path, refusal=ValueError)
 
 
 #: A grid of doses: array of float32, shape (nz, ny, nx); spacing and origin in mm.
@@ -219,19 +225,19 @@ def count_failed_sides(
     passed : numpy.ndarray of uint8
         Contiguous; for each voxel of the reference 1, 0, or 255: not tested.
     """
-    hot, cold, error = ctypes.c_size_t(), ctypes.c_size_t(), _Error()
+    hot, cold, error = ctypes.c_size_t(), ctypes.c_size_t(), Error()
     status = _host.zarnGIHost_countFailedSides(
-        _volume(*reference), _volume(*evaluation), passed.ctypes.data, hot, cold, error
+        volume(*reference), volume(*evaluation), passed.ctypes.data, hot, cold, error
     )
-    _check(status, error, "the doses")
+    check(status, error, "the doses")
     return hot.value, cold.value
 
 
-def _volume(
+def volume(
     array: npt.NDArray[Any], spacing: Sequence[float], origin: Sequence[float]
-) -> _Volume:
+) -> Volume:
     """A contiguous array as the library takes it; it has to outlive what is returned."""
-    return _Volume(
+    return Volume(
         (ctypes.c_int * 3)(*array.shape[::-1]),
         _triple(*spacing),
         _triple(*origin),
@@ -248,7 +254,8 @@ def _text(encoded: bytes) -> str:
     return encoded.decode("utf-8", "replace")
 
 
-def _path_bytes(path: str) -> bytes:
+def path_bytes(path: str) -> bytes:
+    """A path as the library takes it."""
     encoded = os.fsencode(path)
     # The library would take what stands before it for the path.
     if b"\0" in encoded:
@@ -269,8 +276,8 @@ def _finder(files: Mapping[str, Any]) -> Any:
     return _FindFile(find)
 
 
-def _check(
-    status: int, error: _Error, name: str, *, refusal: type[ValueError] = FormatError
+def check(
+    status: int, error: Error, name: str, *, refusal: type[ValueError] = FormatError
 ) -> None:
     """Raise what a failure of the library means."""
     if status == _OK:

@@ -1,0 +1,217 @@
+#include "cli/output/structureTable.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "cli/output/columns.h"
+#include "comparison/text.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+constexpr std::size_t narrowestName = 14;
+constexpr std::size_t widestName = 22;
+constexpr const char* outsideName = "outside all";
+
+/** Characters, not bytes, so that names in UTF-8 do not shift the columns. */
+std::size_t lengthOf(const std::string& text)
+{
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](unsigned char c) { return (c & 0xC0) != 0x80; }));
+}
+
+/** On one line and as wide as asked for, shortened where it is longer. */
+std::string nameCell(const std::string& name, std::size_t width)
+{
+    std::string text = oneLine(name);
+    if (lengthOf(text) > width) {
+        while (lengthOf(text + "...") > width) {
+            // The bytes behind the first one of a character go with it.
+            while ((static_cast<unsigned char>(text.back()) & 0xC0) == 0x80) {
+                text.pop_back();
+            }
+            text.pop_back();
+        }
+        text += "...";
+    }
+    return text + std::string(width - lengthOf(text), ' ');
+}
+
+std::size_t nameWidth(const StructureComparison& structures)
+{
+    std::size_t width = narrowestName;
+    for (const StructureRow& row : structures.rows) {
+        width = std::max(width, lengthOf(oneLine(row.chosen.name)));
+    }
+    return std::min(width, widestName);
+}
+
+struct GammaRow {
+    std::string name;
+    const StructureGamma* gamma;
+};
+
+/** The lowest rates first, nothing tested last. */
+bool isBefore(const GammaRow& a, const GammaRow& b)
+{
+    const auto key = [](const GammaRow& row) {
+        const GammaStatistics& statistics = row.gamma->statistics;
+        return statistics.tested > 0 ? statistics.passRate : 101;
+    };
+    return key(a) < key(b);
+}
+
+std::string describeGamma(const GammaRow& row, std::size_t width)
+{
+    const GammaStatistics& statistics = row.gamma->statistics;
+    const std::string name = nameCell(row.name, width);
+    if (statistics.tested == 0) {
+        return name + "  nothing tested\n";
+    }
+    std::string text =
+        name + cell(std::to_string(statistics.tested), 9) +
+        cell(std::to_string(statistics.failed), 8) + cell(std::to_string(statistics.sides.hot), 7) +
+        cell(std::to_string(statistics.sides.cold), 7) + cell(fixed(statistics.passRate, 2), 10);
+    if (statistics.spread) {
+        const GammaSpread& spread = *statistics.spread;
+        for (const double value : {spread.mean, spread.percentile99, spread.maximum}) {
+            text += cell(fixed(value, 3), 7);
+        }
+    } else {
+        text += std::string(3 * 7, ' ');
+    }
+    return text + "  " + verdictName(*row.gamma->verdict) + "\n";
+}
+
+std::string describeCriterion(const CriterionResult& result, const StructureComparison& structures)
+{
+    std::vector<GammaRow> rows;
+    for (std::size_t i = 0; i < structures.rows.size(); ++i) {
+        if (result.structures[i]) {
+            rows.push_back({structures.rows[i].chosen.name, &*result.structures[i]});
+        }
+    }
+    std::stable_sort(rows.begin(), rows.end(), isBefore);
+    if (result.outside) {
+        rows.push_back({outsideName, &*result.outside});
+    }
+    const std::size_t width = nameWidth(structures);
+    std::string text = nameCell(result.criterion.label(), width) +
+                       "   tested  failed    hot   cold pass rate   mean    P99    max  verdict\n";
+    for (const GammaRow& row : rows) {
+        text += describeGamma(row, width);
+    }
+    return text;
+}
+
+std::string withSign(double value)
+{
+    const std::string text = fixed(value, 2);
+    return value < 0 ? text : '+' + text;
+}
+
+/** A figure of the reference, and by how much that of the evaluation is above. */
+std::string figureCell(const std::optional<double>& reference,
+                       const std::optional<double>& evaluation)
+{
+    return cell(reference ? fixed(*reference, 2) : "-", 10) +
+           cell(reference && evaluation ? withSign(*evaluation - *reference) : "", 7);
+}
+
+std::string headCell(const std::string& text)
+{
+    return cell(text, 10) + std::string(7, ' ');
+}
+
+/** Which metrics stand beside each other: those asked for, else D95 and D2. */
+std::vector<std::vector<std::size_t>> metricBlocks(const std::vector<DoseMetric>& metrics)
+{
+    constexpr std::size_t standardOnes = 5;
+    constexpr std::size_t mostBesides = 3;
+    if (metrics.size() == standardOnes) {
+        return {{1, 3}};
+    }
+    std::vector<std::vector<std::size_t>> blocks;
+    for (std::size_t i = standardOnes; i < metrics.size(); ++i) {
+        if (blocks.empty() || blocks.back().size() == mostBesides) {
+            blocks.emplace_back();
+        }
+        blocks.back().push_back(i);
+    }
+    return blocks;
+}
+
+std::string describeDoses(const StructureRow& row, const std::vector<std::size_t>& metrics,
+                          std::size_t width)
+{
+    std::string text =
+        nameCell(row.chosen.name, width) + cell(fixed(row.volume, row.volume < 10 ? 3 : 2), 9);
+    if (!row.reference) {
+        return text + "  no doses\n";
+    }
+    const DoseVolume* const evaluation = row.evaluation ? &*row.evaluation : nullptr;
+    const auto ofEvaluation = [&](const auto& figure) {
+        return evaluation != nullptr ? std::optional<double>(figure(*evaluation))
+                                     : std::optional<double>();
+    };
+    text +=
+        figureCell(row.reference->mean, ofEvaluation([](const DoseVolume& d) { return d.mean; }));
+    for (const std::size_t metric : metrics) {
+        text += figureCell(row.reference->metrics[metric], evaluation != nullptr
+                                                               ? evaluation->metrics[metric]
+                                                               : std::optional<double>());
+    }
+    return text + "\n";
+}
+
+std::string describeDoses(const Comparison& comparison)
+{
+    const StructureComparison& structures = *comparison.structures;
+    const std::vector<DoseMetric>& metrics = structures.doseVolume.metrics;
+    const std::size_t width = nameWidth(structures);
+    const std::string unit = comparison.reference.isRelative ? "" : " Gy";
+    std::string text = "\nreference doses, and by how much those of the evaluation are above\n";
+    for (const std::vector<std::size_t>& block : metricBlocks(metrics)) {
+        std::string head = nameCell("structure", width) + cell("cc", 9) + headCell("mean" + unit);
+        for (const std::size_t metric : block) {
+            head += headCell(metrics[metric].label() + (metrics[metric].isVolume() ? " %" : unit));
+        }
+        head.erase(head.find_last_not_of(' ') + 1);
+        text += head + '\n';
+        for (const StructureRow& row : structures.rows) {
+            text += describeDoses(row, block, width);
+        }
+    }
+    return text;
+}
+
+std::string describeNotes(const StructureComparison& structures)
+{
+    std::string text;
+    for (const StructureRow& row : structures.rows) {
+        for (const std::string& note : row.notes) {
+            text += line("note", oneLine(row.chosen.name + ": " + note));
+        }
+    }
+    for (const RefusedStructure& refused : structures.refused) {
+        text += line("left out", oneLine(refused.name + ": " + refused.reason));
+    }
+    return text.empty() ? text : '\n' + text;
+}
+
+} // namespace
+
+std::string describeStructures(const Comparison& comparison)
+{
+    std::string text;
+    for (const CriterionResult& result : comparison.results) {
+        text += '\n';
+        text += describeCriterion(result, *comparison.structures);
+    }
+    return text + describeDoses(comparison) + describeNotes(*comparison.structures);
+}
+
+} // namespace zarngi

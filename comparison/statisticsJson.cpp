@@ -1,0 +1,44 @@
+#include "comparison/statisticsJson.h"
+
+#include <nlohmann/json.hpp>
+
+namespace zarngi
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+Json orNull(const std::optional<GammaSpread>& spread, double GammaSpread::*member)
+{
+    return spread ? Json((*spread).*member) : Json(nullptr);
+}
+
+} // namespace
+
+nlohmann::ordered_json statisticsJson(const GammaStatistics& statistics)
+{
+    return {{"tested", statistics.tested},
+            {"passed", statistics.passed},
+            {"failed", statistics.failed},
+            {"hot", statistics.sides.hot},
+            {"cold", statistics.sides.cold},
+            {"unreached", statistics.unreached},
+            {"passRate", statistics.tested > 0 ? Json(statistics.passRate) : Json(nullptr)},
+            {"min", orNull(statistics.spread, &GammaSpread::minimum)},
+            {"mean", orNull(statistics.spread, &GammaSpread::mean)},
+            {"p95", orNull(statistics.spread, &GammaSpread::percentile95)},
+            {"p99", orNull(statistics.spread, &GammaSpread::percentile99)},
+            {"max", orNull(statistics.spread, &GammaSpread::maximum)}};
+}
+
+nlohmann::ordered_json histogramJson(const GammaStatistics& statistics)
+{
+    if (!statistics.histogram) {
+        return nullptr;
+    }
+    return {{"binWidth", Histogram::binWidth}, {"counts", statistics.histogram->counts}};
+}
+
+} // namespace zarngi

@@ -1,0 +1,27 @@
+/**
+ * @file structureJson.h
+ * Structures as part of a comparison's JSON document; docs/json.md describes the members.
+ */
+#ifndef ZARNGI_COMPARISON_STRUCTURES_STRUCTUREJSON_H
+#define ZARNGI_COMPARISON_STRUCTURES_STRUCTUREJSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <vector>
+
+#include "comparison/comparison.h"
+
+namespace zarngi
+{
+
+/** The structures themselves: where they come from, volumes, doses. */
+nlohmann::ordered_json structuresJson(const StructureComparison& structures,
+                                      const FileDigests& digests);
+
+/** Adds what a criterion found in each of them. */
+void addStructures(nlohmann::ordered_json& criterion, const CriterionResult& result,
+                   const std::vector<StructureRow>& rows);
+
+} // namespace zarngi
+
+#endif
