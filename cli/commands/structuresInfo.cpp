@@ -4,10 +4,9 @@
 
 #include <algorithm>
 #include <map>
-#include <optional>
 #include <set>
-#include <span>
 
+#include "comparison/doseImage.h"
 #include "comparison/doseJson.h"
 #include "comparison/structures/structureSetJson.h"
 #include "comparison/text.h"
@@ -18,6 +17,7 @@ namespace zarngi
 namespace
 {
 
+using Json = nlohmann::ordered_json;
 using files::Structure;
 
 /** Characters of UTF-8; each has one byte that continues no other. */
@@ -131,16 +131,15 @@ public:
 private:
     template <class Number> static std::string digest(const std::vector<Number>& numbers)
     {
-        const auto* const bytes = reinterpret_cast<const unsigned char*>(numbers.data());
-        return digestOf(std::span(bytes, numbers.size() * sizeof(Number))).sha256;
+        return digestOf({reinterpret_cast<const unsigned char*>(numbers.data()),
+                         numbers.size() * sizeof(Number)})
+            .sha256;
     }
 
     std::string ofLabels(const files::LabelGrid* grid)
     {
         std::string& known = known_[grid];
-        if (known.empty()) {
-            known = digest(grid->labels);
-        }
+        known = known.empty() ? digest(grid->labels) : known;
         return known;
     }
 
@@ -148,7 +147,7 @@ private:
     {
         std::vector<double> coordinates;
         for (const files::Contour& contour : contours) {
-            for (const files::Vec3& vertex : contour.vertices) {
+            for (const Vec3& vertex : contour.vertices) {
                 coordinates.insert(coordinates.end(), vertex.begin(), vertex.end());
             }
         }
@@ -183,12 +182,16 @@ std::string describeStructures(const files::StructureSet& set)
 
 nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests)
 {
-    nlohmann::ordered_json document = {
-        {"file", fileJson(set.path, set.dataPath, set.format, digests)}};
+    Json document = {{"file", fileJson(set.path, set.dataPath, set.format, digests)}};
     document.update(structureSetJson(set));
     Digests digestsOfStructures;
     for (std::size_t i = 0; i < set.structures.size(); ++i) {
         document["structures"][i]["sha256"] = digestsOfStructures.of(set.structures[i]);
+    }
+    if (set.structures.front().region) {
+        const Geometry& grid = set.structures.front().region->grid->geometry;
+        document["grid"] = {
+            {"size", grid.size}, {"spacing", grid.spacing}, {"origin", grid.origin}};
     }
     return document;
 }

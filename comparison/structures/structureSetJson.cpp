@@ -46,6 +46,11 @@ void addRegion(DescribedStructure& described, const Region& region, bool tellsTh
     }
 }
 
+template <class Value> Json orNull(const std::optional<Value>& value)
+{
+    return value ? Json(*value) : Json();
+}
+
 std::size_t vertexCount(const Structure& structure)
 {
     std::size_t count = 0;
@@ -53,11 +58,6 @@ std::size_t vertexCount(const Structure& structure)
         count += contour.vertices.size();
     }
     return count;
-}
-
-template <class Value> Json orNull(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json();
 }
 
 Json structureJson(const DescribedStructure& described)
@@ -116,15 +116,8 @@ nlohmann::ordered_json structureSetJson(const files::StructureSet& set)
     for (const DescribedStructure& described : describedStructures(set)) {
         structures.push_back(structureJson(described));
     }
-    Json grid;
-    if (!set.structures.empty() && set.structures[0].region) {
-        const files::Geometry& geometry = set.structures[0].region->grid->geometry;
-        grid = {
-            {"size", geometry.size}, {"spacing", geometry.spacing}, {"origin", geometry.origin}};
-    }
     return {{"label", set.label},
             {"sopInstance", set.sopInstance},
-            {"grid", std::move(grid)},
             {"structures", std::move(structures)},
             {"warnings", set.warnings}};
 }
