@@ -119,7 +119,11 @@ SHAPES = {
         4 / 3 * np.pi * (20**3 - 10**3),
     ),
     "torus around a hole": (
-        [circle(15 + s * np.sqrt(36 - z * z), z) for z in HEIGHTS if abs(z) < 6 for s in (1, -1)],
+        [
+            circle(15 + side * np.sqrt(36 - z * z), z)
+            for z in np.arange(-5.9, 6, 0.2)
+            for side in (1, -1)
+        ],
         2 * np.pi**2 * 15 * 36,
     ),
     "island in a hole": (
@@ -148,8 +152,8 @@ def test_volumes_of_shapes(tmp_path, spacing):
         # A polygon of 360 corners is smaller by a twenty-thousandth; slices of 1 mm of a round body
         # are off by some thousandths.
         assert read[name].volume * 1000 == pytest.approx(volume, rel=4e-3), name
-        # Points 0.85 to 1 mm apart: a layer of half a part around the body, most of which evens out.
-        assert result.structures[name].volume * 1000 == pytest.approx(volume, rel=0.02), name
+        # Points 0.85 to 1 mm apart: at both ends along z half a layer more or less, of 17.5 mm at least.
+        assert result.structures[name].volume * 1000 == pytest.approx(volume, rel=0.06), name
     assert any("gap" in note for note in read["two parts with a gap"].notes)
 
 
