@@ -133,7 +133,7 @@ def test_figures_of_structures(workshop):
 
 def test_members_of_the_json_record(workshop):
     """The tables of docs/json.md, in their order."""
-    record = compare(workshop, "planned.dcm measured.mhd --structures rs.dcm")
+    record = compare(workshop, "planned.dcm measured.mhd --structures structures.dcm")
     structures = record["structures"]
     listed = structures["list"]
     doses = [entry["dvh"][which] for entry in listed for which in ("reference", "evaluation")]

@@ -6,7 +6,6 @@ import sys
 from pathlib import Path
 
 import doses  # tests/cli
-import pydicom
 from pages import PROJECT
 from structure_files import box, write_structure_set  # tests/cli
 
@@ -56,8 +55,8 @@ def write_samples(folder):
         for name in names:
             for suffix, write in WRITERS.items():
                 write(folder / (name + suffix), dose)
-    frame = pydicom.dcmread(folder / "planned.dcm").FrameOfReferenceUID
-    write_structure_set(folder / "rs.dcm", {"PTV": box((-5, 5), (-5, 5), [18, 21])}, frame)
+    targets = {"PTV67": box((-6, 6), (-5, 5), (18, 21, 24)), "PTV57": box((-12, 12), (-9, 9), (18, 21, 24))}
+    write_structure_set(folder / "structures.dcm", targets, frame="1.2.3.4")
 
 
 class Workshop:

@@ -224,4 +224,4 @@ def test_large_file_ends_in_bounded_time_and_memory(tmp_path):
     limited = f'ulimit -v {4 * size // 1024}; exec "$0" info "$1"'
     run = subprocess.run(["sh", "-c", limited, PROGRAM, path], capture_output=True, timeout=20,
                          check=True)
-    assert f" {copies} ".encode() in run.stdout
+    assert f" {copies}\n".encode() in run.stdout

@@ -168,6 +168,8 @@ TEST(LabelMask, Layers)
     // Older writers: a layer for each segment.
     EXPECT_EQ(outcome(layers("1 0  0 1  0 1  1 1", "Segment0_Name:=A\nSegment1_Name:=B\n")),
               "A = 1: 1001; B = 1: 0111");
+    EXPECT_EQ(outcome(layers("0 0 0 0 0 0 0 0", "")), "has no label but 0, which is no structure");
+    EXPECT_EQ(outcome(layers("0 0 0 0 0 0 0 0", "Segment0_ID:=A\n")), "A = 1: 0000");
     EXPECT_EQ(outcome(layers(values, "", "3-color domain domain domain")),
               "has 2 values per voxel instead of one dose");
     EXPECT_EQ(
