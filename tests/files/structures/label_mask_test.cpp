@@ -123,7 +123,7 @@ TEST(LabelMask, ValuesThatAreNoLabels)
     }
     string many;
     for (int i = 0; i <= 10001; ++i) {
-        many += std::to_string(i) + " ";
+        many.append(std::to_string(i)).append(" ");
     }
     EXPECT_EQ(outcome(nrrd("10002 1 1", inSpace, many)),
               "is no label mask: it has more than 10 000 different values");
