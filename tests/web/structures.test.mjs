@@ -184,6 +184,7 @@ for (const { name, make, skip } of pages) {
                         const around = neighbours(view, place).map((n) => inside.has(indexOf(n)));
                         return around.includes(true) && around.includes(false);
                     };
+                    assert.ok(changed.length > 0, `nothing in ${view.name} for ${list[part].name}`);
                     assert.ok(changed.every((i) => isNearEdge(slices[view.name][i])), `${view.name}, ${list[part].name}`);
                 }
                 await row(part).locator('input').uncheck();
@@ -204,12 +205,15 @@ for (const { name, make, skip } of pages) {
             await goTo(page, grid.size, [runs[middle + 2], runs[middle + 1], runs[middle]]);
             await row(part).locator('input').check();
             await settle(page);
-            const pixels = await page.evaluate(() => {
-                const canvas = document.getElementById('coronal-slice');
-                const { data: bytes } = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
-                return Array.from({ length: bytes.length / 4 }, (_, i) => [...bytes.slice(4 * i, 4 * i + 3)]);
-            });
-            assert.ok(pixels.filter((pixel) => isLike(pixel, list[part].colour)).length > 10);
+            for (const view of views) {
+                const pixels = await page.evaluate((name) => {
+                    const canvas = document.getElementById(`${name}-slice`);
+                    const { data: bytes } = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+                    return Array.from({ length: bytes.length / 4 }, (_, i) => [...bytes.slice(4 * i, 4 * i + 3)]);
+                }, view.name);
+                const alike = pixels.filter((pixel) => isLike(pixel, list[part].colour));
+                assert.ok(alike.length > 10, view.name);
+            }
         });
 
         test('dose-volume histograms are those of the outlined structures', async () => {

@@ -118,8 +118,9 @@ TEST(LabelMask, ValuesThatAreNoLabels)
                                                 {"4e9", "4e+09"},
                                                 {"inf", "inf"},
                                                 {"nan", "nan"}}) {
-        EXPECT_EQ(outcome(mask("0 1 2 " + value, "", "double")),
-                  "is no label mask: it has a value of " + told + ending);
+        string sentence = "is no label mask: it has a value of ";
+        sentence.append(told).append(ending);
+        EXPECT_EQ(outcome(mask("0 1 2 " + value, "", "double")), sentence);
     }
     string many;
     for (int i = 0; i <= 10001; ++i) {
