@@ -7,9 +7,11 @@
 
 #include "cli/commands/compareCommand.h"
 #include "cli/commands/syntheticDose.h"
+#include "cli/commands/syntheticStructures.h"
 #include "cli/output/outputs.h"
 #include "cli/output/reportTemplate.h"
 #include "comparison/text.h"
+#include "files/structures/writeStructureSet.h"
 
 namespace zarngi
 {
@@ -21,6 +23,17 @@ std::string writeDose(const std::filesystem::path& path, const Disturbance& dist
 {
     OutputFile file(path.string());
     writeImage(file, syntheticDose(demoGeometry(), disturbance));
+    return path.string();
+}
+
+std::string writeStructures(const std::filesystem::path& path)
+{
+    const auto bytes = files::encodeStructureSet(syntheticStructures());
+    if (!bytes) {
+        throw InputError(path.string() + ": " + bytes.error().sentence);
+    }
+    OutputFile file(path.string());
+    file.write(files::asText(bytes->view()));
     return path.string();
 }
 
@@ -40,13 +53,14 @@ ExitCode demo(const std::string& folder)
               << std::flush;
     options.reference = writeDose(place / "reference.mha", undisturbed);
     options.evaluation = writeDose(place / "evaluation.mha", fairVerification);
+    options.structures.files = {writeStructures(place / "structures.dcm")};
     options.settings.threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     options.criteria = {"3%/2mm", "2%/1mm"};
     options.outputs.json = (place / "result.json").string();
     options.outputs.report = reportTemplate().empty() ? "" : (place / "report.html").string();
     const ExitCode result = compare(options);
     std::cout << "written to  " << oneLine(place.string())
-              << "/: reference.mha, evaluation.mha, result.json"
+              << "/: reference.mha, evaluation.mha, structures.dcm, result.json"
               << (options.outputs.report.empty() ? "\n" : ", report.html\n");
     return result;
 }

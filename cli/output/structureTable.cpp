@@ -110,6 +110,9 @@ std::string describeCriterion(const CriterionResult& result, const StructureComp
 std::string withSign(double value)
 {
     const std::string text = fixed(value, 2);
+    if (text == "-0.00" || text == "0.00") {
+        return "0.00";
+    }
     return value < 0 ? text : '+' + text;
 }
 

@@ -213,7 +213,11 @@ StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& 
     set.warnings = std::move(volumes.common.warnings);
     if (std::all_of(layers.begin(), layers.end(),
                     [](const Layer& layer) { return layer.labels.empty(); })) {
-        set.warnings.emplace_back("has no label but 0, which is no structure");
+        const char* const note = "has no label but 0, which is no structure";
+        if (segments.empty() && layers.size() > 1) {
+            refuse(note); // not one to be named after the file
+        }
+        set.warnings.emplace_back(note);
     }
     if (isOfOneStructure(segments, layers)) {
         segments.push_back({structureNameOf(name), 1, 0, {}});

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Mapping
 from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any
 
@@ -12,6 +13,7 @@ from . import _checks
 from ._grid import DoseGrid
 from ._optional import need
 from ._result import UNREACHED, GammaResult
+from ._structures import Structure
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
@@ -44,7 +46,11 @@ class _Cut:
 
 
 def plot_result(
-    result: GammaResult, axis: str | int, index: int | None, figure: Figure | None
+    result: GammaResult,
+    axis: str | int,
+    index: int | None,
+    figure: Figure | None,
+    structures: Mapping[str, Structure] | None,
 ) -> Figure:
     """Draw a result; see `GammaResult.plot`."""
     cut = _cut(result, axis, index)
@@ -55,6 +61,8 @@ def plot_result(
     _draw_doses(figure, panels[0], result, cut)
     _draw_gamma(figure, panels[1, 0], result, cut)
     _draw_histogram(panels[1, 1], result)
+    if structures is not None:
+        _draw_outlines([*panels[0], panels[1, 0]], result, cut, structures)
     figure.suptitle(_title(result))
     return figure
 
@@ -204,6 +212,47 @@ def _draw_gamma(figure: Figure, panel: Axes, result: GammaResult, cut: _Cut) -> 
         bar = figure.colorbar(image, ax=panel, ticks=[0.25, 0.75])
         bar.ax.set_yticklabels(["failed", "passed"])
     _frame(panel, result, cut, "Gamma")
+
+
+def _draw_outlines(
+    panels: list[Axes], result: GammaResult, cut: _Cut, structures: Mapping[str, Structure]
+) -> None:
+    """The edges of the structures' voxels in the slice, which the last panel names."""
+    if cut.dimension is None:
+        raise ValueError("structures need a result of three dimensions")
+    left, right, bottom, top = _extent(result.reference, cut)
+    named: dict[str, str] = {}
+    for number, (name, structure) in enumerate(structures.items()):
+        inside = np.take(structure.mask(result.reference), cut.index, axis=cut.dimension)
+        if not inside.any():
+            continue
+        colour = named[name] = structure.colour or f"C{number % 10}"
+        segments = _edges(inside, (left, bottom), _steps(inside, left, right, bottom, top))
+        for panel in panels:
+            lines = need("matplotlib.collections", "matplotlib", "plotting").LineCollection
+            panel.add_collection(lines(segments, colors=colour, linewidths=1.2))
+    if named:
+        lines = need("matplotlib.lines", "matplotlib", "plotting").Line2D
+        handles = [lines([], [], color=colour, label=name) for name, colour in named.items()]
+        panels[-1].legend(handles=handles, fontsize="x-small", loc="upper right")
+
+
+def _steps(
+    inside: npt.NDArray[np.bool_], left: float, right: float, bottom: float, top: float
+) -> tuple[float, float]:
+    return (right - left) / inside.shape[1], (top - bottom) / inside.shape[0]
+
+
+def _edges(
+    inside: npt.NDArray[np.bool_], corner: tuple[float, float], steps: tuple[float, float]
+) -> npt.NDArray[np.float64]:
+    """Lines between pixels inside and outside, shape (n, 2, 2): from and to, across and along."""
+    padded = np.pad(inside, 1)
+    rows, columns = np.nonzero(padded[1:, 1:-1] != padded[:-1, 1:-1])
+    across = np.stack([np.stack([columns, rows], 1), np.stack([columns + 1, rows], 1)], 1)
+    rows, columns = np.nonzero(padded[1:-1, 1:] != padded[1:-1, :-1])
+    along = np.stack([np.stack([columns, rows], 1), np.stack([columns, rows + 1], 1)], 1)
+    return np.concatenate([across, along]) * np.array(steps) + np.array(corner)
 
 
 def _draw_histogram(panel: Axes, result: GammaResult) -> None:

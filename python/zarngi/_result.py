@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Sequence
+from collections.abc import Mapping, Sequence
 from dataclasses import dataclass
 from functools import cached_property
 from typing import TYPE_CHECKING, Any
@@ -16,6 +16,8 @@ from ._structure_result import StructureResults
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
+
+    from ._structures import Structure
 
 #: The library's gamma of a voxel for which no search point lay in the evaluation grid.
 UNREACHED = np.float32(1e10)
@@ -252,7 +254,12 @@ class GammaResult:
         return "\n".join(lines)
 
     def plot(
-        self, axis: str | int = "z", index: int | None = None, *, figure: Figure | None = None
+        self,
+        axis: str | int = "z",
+        index: int | None = None,
+        *,
+        figure: Figure | None = None,
+        structures: Mapping[str, Structure] | None = None,
     ) -> Figure:
         """Draw reference, evaluation and gamma in one slice, and the histogram of gamma.
 
@@ -267,6 +274,8 @@ class GammaResult:
             By default the slice with the most failing voxels or, if none failed, the most tested.
         figure : matplotlib.figure.Figure, optional
             Figure to draw into; by default a new one from `matplotlib.pyplot`.
+        structures : mapping of str to Structure, optional
+            What is outlined, by the edges of its voxels in the slice.
 
         Returns
         -------
@@ -281,7 +290,7 @@ class GammaResult:
         """
         from ._plot import plot_result
 
-        return plot_result(self, axis, index, figure)
+        return plot_result(self, axis, index, figure, structures)
 
     def __repr__(self) -> str:
         outcome = (

@@ -4,6 +4,7 @@ import base64
 import csv
 import hashlib
 import json
+import math
 import re
 import subprocess
 import unittest
@@ -11,6 +12,7 @@ import zlib
 
 import nibabel
 import numpy
+import pydicom
 
 import doses
 from support import PROGRAM, ProgramTest, run
@@ -239,16 +241,30 @@ class Demo(ProgramTest):
         for folder in folders:
             result = run("demo", folder)
             self.assertEqual((result.returncode, result.stderr), (0, ""))
-        for name in ("reference.mha", "evaluation.mha"):
+        for name in ("reference.mha", "evaluation.mha", "structures.dcm"):
             self.assertEqual(*[(folder / name).read_bytes() for folder in folders])
         document = json.loads((folders[0] / "result.json").read_text())
         sizes = document["grids"]["reference"]["size"]
         self.assertGreater(numpy.prod(sizes), 2e6)
         rates = [criterion["passRate"] for criterion in document["criteria"]]
         self.assertTrue(all(50 < rate < 100 for rate in rates), rates)
+        self.assert_shapes(folders[0] / "structures.dcm", document["structures"]["list"])
         page = folders[0] / "report.html"
         if page.exists():
             self.assertLess(page.stat().st_size, 15e6)
+
+    def assert_shapes(self, path, listed):
+        """Volumes of the regular polygons that stand for ellipses, and no part in the hole."""
+        names = [roi.ROIName for roi in pydicom.dcmread(path).StructureSetROISequence]
+        self.assertEqual(names, [entry["name"] for entry in listed])
+        polygon = 72 / 2 * math.sin(2 * math.pi / 72)
+        rounded = lambda planes: sum(1 - (i / (planes + 1)) ** 2 for i in range(-planes, planes + 1))
+        areas = (150 * 105 * 79, 34 * 26 * rounded(12) - 8 * 8 * 17, 16 * 20 * rounded(11))
+        for entry, area in zip(listed, areas):
+            volume = polygon * area * 3 / 1000
+            # The slices of the body's sub-points are 2 mm thick, half of that is 0.4 % of it.
+            self.assertAlmostEqual(entry["volume"], volume, delta=0.005 * volume)
+            self.assertEqual(entry["notes"], [])
 
     def test_folder_that_cannot_be(self):
         (self.folder / "file").write_text("")

@@ -39,19 +39,38 @@ std::vector<unsigned char> bytesOf(std::string_view base64)
     return bytes;
 }
 
-/** Unpacks a volume as the page's format is described. */
-Words decoded(std::string_view text, std::size_t count)
+/** Unpacks numbers as the page's format is described. */
+template <class Number> std::vector<Number> unpacked(std::string_view text, std::size_t count)
 {
     const std::vector<unsigned char> packed = bytesOf(text);
-    std::vector<unsigned char> bytes(2 * count);
+    std::vector<unsigned char> bytes(sizeof(Number) * count);
     uLongf length = bytes.size();
     EXPECT_EQ(uncompress(bytes.data(), &length, packed.data(), packed.size()), Z_OK);
     EXPECT_EQ(length, bytes.size());
-    Words words;
+    std::vector<Number> numbers;
     for (std::size_t i = 0; i < count; ++i) {
-        words.push_back(static_cast<std::int16_t>(bytes[i] | bytes[count + i] << 8));
+        std::uint32_t number = 0;
+        for (std::size_t byte = 0; byte < sizeof(Number); ++byte) {
+            number |= static_cast<std::uint32_t>(bytes[byte * count + i]) << (8 * byte);
+        }
+        numbers.push_back(static_cast<Number>(number));
     }
-    return words;
+    return numbers;
+}
+
+Words decoded(std::string_view text, std::size_t count)
+{
+    return unpacked<std::int16_t>(text, count);
+}
+
+/** What an element of a page holds. */
+std::string_view elementOf(const std::string& page, const std::string& id)
+{
+    const std::string mark = "id=\"" + id + "\">";
+    const std::size_t start = page.find(mark);
+    EXPECT_NE(start, std::string::npos) << id;
+    const std::size_t text = start + mark.size();
+    return std::string_view(page).substr(text, page.find('<', text) - text);
 }
 
 std::vector<float> noise(std::size_t count, float from, float to, unsigned seed)
@@ -148,6 +167,56 @@ TEST(ReportPage, VolumesInOrderWhateverTheNumberOfThreads)
             EXPECT_EQ(decoded(page.substr(text, end - text), voxels), words) << name;
         }
     }
+}
+
+/** A square of 4 mm whose centre is at 5, 5 mm, on planes at 2 and 4 mm. */
+files::Structure square()
+{
+    files::Structure structure;
+    structure.name = "square";
+    for (const double z : {2.0, 4.0}) {
+        structure.contours.push_back({{{3, 3, z}, {7, 3, z}, {7, 7, z}, {3, 7.0006, z}}});
+    }
+    return structure;
+}
+
+TEST(ReportPage, StructuresAsVoxelsAndContours)
+{
+    const zarngi::Geometry geometry{{10, 10, 5}, {1, 1, 1}, {0.5, 0.5, 0.5}};
+    files::StructureSet set;
+    set.structures = {square()};
+    const auto catalogue =
+        std::make_shared<zarngi::StructureCatalogue>(std::vector<files::StructureSet>{set}, 1);
+    zarngi::Comparison comparison;
+    comparison.reference.image = {geometry, noise(500, 0, 2, 3)};
+    comparison.evaluation.image = {geometry, noise(500, 0, 2, 4)};
+    comparison.structures = zarngi::compareStructures(
+        catalogue, zarngi::selectStructures(*catalogue, {"square", "twice = square"}, {}),
+        zarngi::viewOf(comparison.reference.image), zarngi::viewOf(comparison.evaluation.image), {},
+        2);
+    nlohmann::ordered_json record;
+    record["structures"]["list"] = nlohmann::ordered_json::array({{{"name", "square"}}, {}});
+    const std::string page = zarngi::reportPage(comparison, record, "<!--ZARNGI-DATA-->");
+
+    const auto document = nlohmann::json::parse(elementOf(page, "zarngi-data"));
+    const auto& list = document["structures"]["list"];
+    EXPECT_EQ(list[0]["voxelsElement"], "structure-0-voxels");
+    EXPECT_EQ(list[0]["contoursElement"], "structure-0-contours");
+    EXPECT_EQ(list[1]["voxelsElement"], "structure-1-voxels");
+    EXPECT_EQ(list[1]["contoursElement"], nullptr);
+    // Slices from 1 to 5 mm, rows from 3 to 7 mm, voxels from 3 to 7 mm.
+    std::vector<std::int32_t> runs;
+    for (int z = 1; z < 5; ++z) {
+        for (int y = 3; y < 7; ++y) {
+            runs.insert(runs.end(), {z, y, 3, 7});
+        }
+    }
+    EXPECT_EQ(unpacked<std::int32_t>(elementOf(page, "structure-0-voxels"), runs.size()), runs);
+    EXPECT_EQ(unpacked<std::int32_t>(elementOf(page, "structure-1-voxels"), runs.size()), runs);
+    const std::vector<std::int32_t> contours = {4, 2000, 3000, 3000, 4000, 0, 0, 4000, -4000, 1,
+                                                4, 4000, 3000, 3000, 4000, 0, 0, 4000, -4000, 1};
+    EXPECT_EQ(unpacked<std::int32_t>(elementOf(page, "structure-0-contours"), contours.size()),
+              contours);
 }
 
 TEST(ReportPage, TemplateWithoutAPlaceForTheDataIsRefused)

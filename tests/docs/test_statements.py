@@ -1,5 +1,6 @@
 """Figures, members, files, presets and links that the documentation names are the real ones."""
 
+import csv
 import json
 import re
 import runpy
@@ -82,12 +83,64 @@ def test_figures_of_the_accuracy_page(workshop):
     assert len(computed) > 20
 
 
+#: Columns of doses in structures, and where the record has them.
+DOSES = {
+    "volume cc": lambda entry: entry["volume"],
+    "mean Gy": lambda entry: entry["dvh"]["reference"]["mean"],
+    "D95 Gy": lambda entry: entry["dvh"]["reference"]["metrics"]["D95"],
+    "D2 Gy": lambda entry: entry["dvh"]["reference"]["metrics"]["D2"],
+}
+
+
+def histograms_of(system):
+    """Volume and mean dose of each structure in the histograms of another system."""
+    with (DATA / f"head_neck_dvh_{system}.csv").open() as file:
+        head, *rows = csv.reader(file)
+    figures = {}
+    for i in range(0, len(head) - 1, 2):
+        name = re.sub(r"\W", "", head[i].partition("_Dvh")[0]).lower()
+        pairs = [(float(row[i]), float(row[i + 1]) / 100) for row in rows if row[i] and row[i + 1]]
+        mean = sum((b[0] - a[0]) * (a[1] + b[1]) / 2 for a, b in zip(pairs, pairs[1:]))
+        figures[name] = (float(re.search(r"of ([\d.]+) cc", head[i + 1])[1]), mean)
+    return figures
+
+
+def test_figures_of_structures(workshop):
+    """The tables of the accuracy page: what structures pass, and their doses beside others'."""
+    needs_data()
+    structures = "--structures ../shared/data/head_neck_structures.dcm"
+    record = compare(workshop, f"{HEAD_NECK} -c 3%/3mm {structures}")
+    (criterion,) = record["criteria"]
+    listed = {entry["name"]: entry for entry in record["structures"]["list"]}
+    found = {row["name"]: row for row in criterion["structures"]}
+    found["outside all"] = criterion["outsideStructures"]
+    planning, research = histograms_of("eclipse"), histograms_of("cerr")
+    tables = {t[0][0]: t for t in read_page("docs/accuracy.md").tables}
+    columns, *rows = tables["structure, 3%/3mm"]
+    rates = [found[name]["passRate"] for name, *_ in rows]
+    assert rates == sorted(rates)
+    for name, *cells in rows:
+        assert_figures(columns[1:], cells, found[name])
+    columns, *rows = tables["structure, doses"]
+    for name, *cells in rows:
+        plain = re.sub(r"\W", "", name).lower()
+        volume, planned, researched, mean, other, *rest = cells
+        ours = [DOSES[column](listed[name]) for column in columns[1:] if column in DOSES]
+        assert [volume, mean, *rest] == [f"{figure:.2f}" for figure in ours], name
+        others = [planning[plain][0], *research[plain]]
+        assert [planned, researched, other] == [f"{figure:.2f}" for figure in others], name
+
+
 def test_members_of_the_json_record(workshop):
-    """The tables of docs/json.md are: record, file, grid, criterion, what a file holds."""
-    record = compare(workshop, "planned.dcm measured.mhd")
+    """The tables of docs/json.md, in their order."""
+    record = compare(workshop, "planned.dcm measured.mhd --structures structures.dcm")
+    structures = record["structures"]
+    listed = structures["list"]
+    doses = [entry["dvh"][which] for entry in listed for which in ("reference", "evaluation")]
+    gammas = [row for c in record["criteria"] for row in [*c["structures"], c["outsideStructures"]]]
     info = json.loads(workshop.run_shell("zarngi info --json --patient planned.dcm"))
     parts = ([record], record["files"].values(), record["grids"].values(), record["criteria"],
-             [info])
+             [structures], listed, doses, gammas, [info])
     for table, objects in zip(read_page("docs/json.md").tables, parts, strict=True):
         told = {name: row[2] for row in table[1:] for name in row[0].split(", ")}
         actual = {name: value for part in objects for name, value in part.items()}

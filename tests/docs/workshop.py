@@ -7,6 +7,7 @@ from pathlib import Path
 
 import doses  # tests/cli
 from pages import PROJECT
+from structure_files import box, write_structure_set  # tests/cli
 
 BUILD = Path(os.environ["ZARNGI_BUILD_DIR"])
 DATA = PROJECT.parent / "shared" / "data"
@@ -54,6 +55,8 @@ def write_samples(folder):
         for name in names:
             for suffix, write in WRITERS.items():
                 write(folder / (name + suffix), dose)
+    targets = {"PTV67": box((-6, 6), (-5, 5), (18, 21, 24)), "PTV57": box((-12, 12), (-9, 9), (18, 21, 24))}
+    write_structure_set(folder / "structures.dcm", targets, frame="1.2.3.4")
     pairs = (f"{i},{names[0]}.nrrd,{names[1]}.nrrd\n" for i, names in enumerate(zip(REFERENCES, EVALUATIONS)))
     (folder / "manifest.csv").write_text("id,reference,evaluation\n" + "".join(pairs))
 

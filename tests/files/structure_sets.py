@@ -4,7 +4,6 @@ import io
 
 import numpy as np
 import pydicom
-import pydicom.config
 from pydicom.dataelem import DataElement
 from pydicom.dataset import Dataset, FileDataset, FileMetaDataset
 from pydicom.sequence import Sequence
@@ -12,8 +11,8 @@ from pydicom.uid import ExplicitVRBigEndian, ExplicitVRLittleEndian, ImplicitVRL
 
 RT_STRUCTURE_SET = "1.2.840.10008.5.1.4.1.1.481.3"
 CONTOUR_DATA = 0x30060050
-#: More bytes than the length of a decimal string has room for.
-LONGEST_SHORT = 0xFFFE
+#: More than pydicom takes for a text; a decimal string has room for 65534.
+LONGEST_TEXT = 10240
 
 
 def dataset(**elements):
@@ -34,10 +33,9 @@ def contour(vertices, kind="CLOSED_PLANAR", **elements):
     text = vertices if isinstance(vertices, str) else decimal(vertices)
     made = dataset(ContourGeometricType=kind, **elements)
     data = text.encode() + b" " * (len(text) % 2)
-    is_long = len(data) > LONGEST_SHORT
+    is_long = len(data) > LONGEST_TEXT
     # Texts of these types pydicom writes as they are; as_decimal_strings() makes the first one right.
-    made.add(DataElement(CONTOUR_DATA, "UN" if is_long else "LT", data if is_long else data.decode(),
-                         validation_mode=pydicom.config.IGNORE))
+    made.add(DataElement(CONTOUR_DATA, "UN" if is_long else "LT", data if is_long else data.decode()))
     return made
 
 

@@ -6,7 +6,7 @@ import numpy as np
 import pytest
 import zarngi
 from conftest import small_grid
-from zarngi import _gamma, _library
+from zarngi import _cpus, _gamma, _library
 
 FINAL = {"dd": 2, "dta": 2, "dose_cutoff": 5}
 
@@ -53,7 +53,7 @@ def environment_during(monkeypatch, pair, **options):
                 "gammaindex2D_y": False,
                 "gammaindex2D_x": False,
                 "randomRotation": False,
-                "num_threads": _gamma._available_cpus(),
+                "num_threads": _cpus.available_cpus(),
                 "verbose": 0,
                 "numSamplesEval": 1000,
             },

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import ctypes
 import json
+import re
 import weakref
 from collections.abc import Sequence
 from typing import Any
@@ -157,10 +158,14 @@ def compare(
         None if passed is None else passed.ctypes.data,
     )
     text = json.dumps(options).encode()
-    return _document(
-        "structures",
-        lambda json_, error: _functions.compareStructures(given, text, json_, error),
-    )
+    try:
+        return _document(
+            "structures",
+            lambda json_, error: _functions.compareStructures(given, text, json_, error),
+        )
+    except ValueError as error:
+        # The sentences name options of the program.
+        raise ValueError(re.sub(r": --[a-z]+: ", ": ", str(error), count=1)) from None
 
 
 def _document(name: str, make: Any) -> dict[str, Any]:

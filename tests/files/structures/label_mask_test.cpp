@@ -118,12 +118,13 @@ TEST(LabelMask, ValuesThatAreNoLabels)
                                                 {"4e9", "4e+09"},
                                                 {"inf", "inf"},
                                                 {"nan", "nan"}}) {
-        EXPECT_EQ(outcome(mask("0 1 2 " + value, "", "double")),
-                  "is no label mask: it has a value of " + told + ending);
+        string sentence = "is no label mask: it has a value of ";
+        sentence.append(told).append(ending);
+        EXPECT_EQ(outcome(mask("0 1 2 " + value, "", "double")), sentence);
     }
     string many;
     for (int i = 0; i <= 10001; ++i) {
-        many += std::to_string(i) + " ";
+        many.append(std::to_string(i)).append(" ");
     }
     EXPECT_EQ(outcome(nrrd("10002 1 1", inSpace, many)),
               "is no label mask: it has more than 10 000 different values");
@@ -168,6 +169,8 @@ TEST(LabelMask, Layers)
     // Older writers: a layer for each segment.
     EXPECT_EQ(outcome(layers("1 0  0 1  0 1  1 1", "Segment0_Name:=A\nSegment1_Name:=B\n")),
               "A = 1: 1001; B = 1: 0111");
+    EXPECT_EQ(outcome(layers("0 0 0 0 0 0 0 0", "")), "has no label but 0, which is no structure");
+    EXPECT_EQ(outcome(layers("0 0 0 0 0 0 0 0", "Segment0_ID:=A\n")), "A = 1: 0000");
     EXPECT_EQ(outcome(layers(values, "", "3-color domain domain domain")),
               "has 2 values per voxel instead of one dose");
     EXPECT_EQ(
