@@ -10,6 +10,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 import zarngi
+from zarngi.cohort.record import FIGURES
 
 #: A pair takes about a tenth of a second with this, long enough to be killed in.
 SLOW = ("-c", "2%/3mm", "--step", "0.02", "--max-gamma", "2")
@@ -95,6 +96,12 @@ def contents(path):
             kept = [i for i, c in enumerate(columns) if c not in ("reading", "searching", "finished")]
             tables[name] = sorted((tuple(row[i] for i in kept) for row in cursor), key=repr)
     return tables
+
+
+def rates_of(tables):
+    """Pass rates by id, of `contents`."""
+    column = 4 + FIGURES.index("pass_rate")  # behind id, place, criterion and structure
+    return {row[0]: row[column] for row in tables["results"]}
 
 
 def count_done(path):

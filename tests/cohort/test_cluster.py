@@ -5,7 +5,7 @@ import threading
 
 import pytest
 import zarngi.cohort
-from conftest import SLOW, contents, rates, small_pair, write_grid, write_rows, zarngi_cohort
+from conftest import SLOW, contents, rates, rates_of, small_pair, write_grid, write_rows, zarngi_cohort
 from processes import Cluster, children, ended, kill, running, wait_for, wait_until_done
 
 from zarngi.cohort.cluster import DaskCluster
@@ -128,7 +128,7 @@ def test_bad_files_among_good_ones(cohort, serial, cluster, tmp_path):
         "missing": "missing: evaluation: No such file or directory",
         "huge": "huge: does not fit in the memory of 0.6 GB that there is for a computation",
     }
-    wanted = {row[0]: row[8] for row in serial["results"]}
+    wanted = rates_of(serial)
     assert found == wanted | {"slow": wanted["p000"]}
 
 
@@ -153,7 +153,7 @@ def test_worker_that_dies_twice(cohort, serial, cluster, tmp_path):
     assert failures == {
         "deadly": "deadly: its worker died while computing it, and the next one, too"
     }
-    assert found == {row[0]: row[8] for row in serial["results"]}
+    assert found == rates_of(serial)
 
 
 def open_for_writing(pipe):
