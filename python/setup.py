@@ -19,6 +19,8 @@ from wheel.bdist_wheel import bdist_wheel
 HERE = Path(__file__).resolve().parent
 #: CMake's targets, and where it puts the library of each.
 LIBRARIES = {"ZarnGI": "lib/libZarnGI.so", "ZarnGIHost": "host/libZarnGIHost.so"}
+#: Where a source distribution has the page of cohorts, beside the sources.
+PAGE = "cohort-page.html"
 #: What CMake needs of the project's tree to build the libraries.
 LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib", "files", "comparison", "host")
 
@@ -59,6 +61,14 @@ def build_libraries(build_directory: str) -> None:
         ) from error
 
 
+def cohort_page() -> Path | None:
+    """The page of cohorts, where web/ was built already or came along built."""
+    tree = HERE.parent
+    built = tree.glob("build/*/web/front-end/dist/cohort/template.html")
+    places = [HERE / "native" / PAGE, tree / "web/prebuilt/cohort/template.html", *sorted(built)]
+    return next((place for place in places if place.exists()), None)
+
+
 class BuildLibraries(build_ext):
     """Runs CMake instead of compiling extension modules; ctypes loads the libraries."""
 
@@ -72,6 +82,11 @@ class BuildLibraries(build_ext):
             target = Path(self.get_ext_fullpath(extension.name))
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile((native / library).resolve(), target)
+        page = cohort_page()
+        if page is not None:
+            target = Path(self.get_ext_fullpath("zarngi.cohort.page")).with_suffix(".html")
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(page, target)
 
 
 class SdistWithLibraries(sdist):
@@ -87,6 +102,9 @@ class SdistWithLibraries(sdist):
             else:
                 target.parent.mkdir(exist_ok=True)
                 shutil.copyfile(source / name, target)
+        page = cohort_page()
+        if page is not None:
+            shutil.copyfile(page, Path(base_dir) / "native" / PAGE)
 
 
 class AnyPythonWheel(bdist_wheel):

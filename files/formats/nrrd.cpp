@@ -451,7 +451,7 @@ private:
         if (name == "node" || name == "cell") {
             return name == "node";
         }
-        if (name != "???" && name != "none") {
+        if (entry != nullptr && name != "???" && name != "none") {
             refuseEntry("centerings", *entry);
         }
         const std::string note = "tells no centerings; its axis mins count as faces of voxels";

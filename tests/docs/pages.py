@@ -18,7 +18,7 @@ PAGES = ["README.md", "CONTRIBUTING.md", *sorted(f"docs/{p.name}" for p in PROJE
 PROGRAMS = {
     "apt-get", "build/release/bench/zarngi_bench", "build/release/bench/zarngi_bench_paths",
     "build/release/cli/zarngi", "cc", "cmake", "ctest", "g++", "ldconfig", "make", "ninja", "node",
-    "npm", "pip", "pkg-config", "python3", "sudo", "zarngi",
+    "npm", "pip", "pkg-config", "python3", "sudo", "timeout", "zarngi", "zarngi-cohort",
 }  # fmt: skip
 ASSIGNMENT = re.compile(r"[A-Z_]+=\S*$")
 

@@ -4,6 +4,7 @@ import doctest
 import os
 import re
 
+import pydicom
 import pytest
 from not_run import NOT_RUN
 from pages import PAGES, PROJECT, Command, is_command, read_page
@@ -13,9 +14,9 @@ OPTIONS = doctest.ELLIPSIS | doctest.NORMALIZE_WHITESPACE
 HAS_REPORT = os.environ.get("ZARNGI_HAS_REPORT", "") != ""
 
 
-def man_page_commands():
-    """The examples of the manual page."""
-    page = (PROJECT / "docs/man/zarngi.1").read_text(encoding="utf-8").replace("\\-", "-")
+def man_page_commands(name):
+    """The examples of a manual page."""
+    page = (PROJECT / "docs/man" / name).read_text(encoding="utf-8").replace("\\-", "-")
     (examples,) = re.findall(r"^\.EX\n(.*?)^\.EE", page, re.DOTALL | re.MULTILINE)
     return [Command(line) for line in examples.splitlines()]
 
@@ -83,7 +84,18 @@ def test_page(name, workshop, monkeypatch):
 
 
 def test_man_page(workshop):
-    assert run_commands(workshop, man_page_commands(), "zarngi.1") > 1
+    assert run_commands(workshop, man_page_commands("zarngi.1"), "zarngi.1") > 1
+
+
+def test_man_page_of_cohorts(workshop):
+    for folder, name in (("tps", "planned.dcm"), ("qa", "measured.dcm")):
+        (workshop.folder / folder).mkdir()
+        for patient in ("a", "b"):
+            dataset = pydicom.dcmread(workshop.folder / name)
+            dataset.PatientID = patient
+            dataset.save_as(workshop.folder / folder / f"{patient}.dcm")
+    commands = man_page_commands("zarngi-cohort.1")
+    assert run_commands(workshop, commands, "zarngi-cohort.1") == len(commands)
 
 
 def test_text_holds_no_commands():

@@ -57,6 +57,8 @@ def write_samples(folder):
                 write(folder / (name + suffix), dose)
     targets = {"PTV67": box((-6, 6), (-5, 5), (18, 21, 24)), "PTV57": box((-12, 12), (-9, 9), (18, 21, 24))}
     write_structure_set(folder / "structures.dcm", targets, frame="1.2.3.4")
+    pairs = (f"{i},{names[0]}.nrrd,{names[1]}.nrrd\n" for i, names in enumerate(zip(REFERENCES, EVALUATIONS)))
+    (folder / "manifest.csv").write_text("id,reference,evaluation\n" + "".join(pairs))
 
 
 class Workshop:
@@ -69,7 +71,7 @@ class Workshop:
         library = root / os.environ["ZARNGI_LIBDIR"].lstrip("/")
         self.environment = os.environ | {
             "DESTDIR": str(root),
-            "PATH": f"{BUILD / 'cli'}:{os.environ['PATH']}",
+            "PATH": f"{BUILD / 'cli'}:{BUILD / 'python/bin'}:{os.environ['PATH']}",
             "PKG_CONFIG_PATH": str(library / "pkgconfig"),
             "LD_LIBRARY_PATH": str(library),
             "CMAKE_PREFIX_PATH": str(library.parent),

@@ -26,7 +26,8 @@ from variants_nrrd import nrrd
 from variants_structures import LABELS, USUAL, Structures, Told, digest, mask, usual
 
 ROWS = {row.name: row for row in variants_structures.ROWS}
-REAL = Path(__file__).resolve().parents[3] / "shared" / "data" / "head_neck_structures.dcm"
+ROOT = Path(__file__).resolve().parents[2]
+REAL = ROOT.parent / "shared" / "data" / "head_neck_structures.dcm"
 
 
 def ask(path, *options):
@@ -73,6 +74,20 @@ def test_masks_are_told_as_doses_unless_asked_for(tmp_path):
     path.write_bytes(nrrd(LABELS.astype("u1").tobytes(), type="uchar"))
     assert by_program(str(path)).unit == "Gy"
     assert ask(path, "--structures") == mask()
+
+
+def test_members_are_documented(tmp_path):
+    section = (ROOT / "docs" / "json.md").read_text().partition("## What a file of structures")[2]
+    told = set(re.findall(r"`(\w+)`", section))
+    for name, contents in (("set", file_of(usual())), ("mask", nrrd(LABELS.astype("u1").tobytes(),
+                                                                  type="uchar"))):
+        (tmp_path / name).write_bytes(contents)
+        run = subprocess.run([PROGRAM, "info", "--json", "--structures", tmp_path / name],
+                             capture_output=True, check=True)
+        document = json.loads(run.stdout)
+        (first, *_) = document["structures"]
+        members = {*document, *first, *first["leftOut"], *document.get("grid", ())}
+        assert members <= told
 
 
 def test_structures_are_no_dose(tmp_path):

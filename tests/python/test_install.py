@@ -58,6 +58,7 @@ def assert_works(python, directory):
     place = run(python, "-c", "import zarngi; print(zarngi.__file__)", cwd=directory).strip()
     assert Path(place).is_relative_to(python.parents[1])
     assert (Path(place).parent / "py.typed").exists()
+    assert run(python.with_name("zarngi-cohort"), "--version", cwd=directory).startswith("zarngi-cohort ")
 
 
 def install(python, what):

@@ -53,8 +53,19 @@ const pages = [
     },
 ];
 
-const rgb = (colour) => [1, 3, 5].map((i) => parseInt(colour.slice(i, i + 2), 16));
-const isLike = (pixel, colour) => pixel?.every((value, i) => Math.abs(value - rgb(colour)[i]) < 60);
+/** How many pixels of a view have nearly this colour. */
+function pixelsLike(page, view, colour) {
+    return page.evaluate(([name, wanted]) => {
+        const canvas = document.getElementById(`${name}-slice`);
+        const { data: bytes } = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+        const rgb = [1, 3, 5].map((i) => parseInt(wanted.slice(i, i + 2), 16));
+        let count = 0;
+        for (let i = 0; i < bytes.length; i += 4) {
+            count += rgb.every((value, c) => Math.abs(bytes[i + c] - value) < 60) ? 1 : 0;
+        }
+        return count;
+    }, [view.name, colour]);
+}
 
 for (const { name, make, skip } of pages) {
     describe(name, { skip }, () => {
@@ -161,7 +172,7 @@ for (const { name, make, skip } of pages) {
             await page.locator('#structures-none').click();
             const { list } = report.structures;
             const small = list.flatMap((s, i) => (s.voxels > 200 && s.voxels < 20000 && s.type !== 'EXTERNAL' ? [i] : []));
-            for (const part of small.slice(0, 4)) {
+            for (const part of small.slice(0, 2)) {
                 const runs = stored[list[part].voxelsElement];
                 const middle = 4 * Math.floor(runs.length / 8);
                 const voxel = [runs[middle + 2], runs[middle + 1], runs[middle]];
@@ -169,7 +180,8 @@ for (const { name, make, skip } of pages) {
                 const inside = new Set(voxelsOf(grid, runs));
                 const indexOf = ([a, b, c]) => (c * grid.size[1] + b) * grid.size[0] + a;
                 const before = {};
-                const slices = Object.fromEntries(views.map((view) => [view.name, sliceOf(view, grid, voxel)]));
+                const box = boxOf(grid, runs);
+                const slices = Object.fromEntries(views.map((view) => [view.name, sliceOf(view, box, voxel)]));
                 for (const view of views) {
                     before[view.name] = await coloursOf(page, view, grid.size, slices[view.name]);
                 }
@@ -192,7 +204,7 @@ for (const { name, make, skip } of pages) {
                     assert.deepEqual(await coloursOf(page, view, grid.size, slices[view.name]), before[view.name]);
                 }
             }
-            assert.ok(small.length > 0);
+            assert.ok(small.length > 1);
         });
 
         test('outlines have the colours of their structures', async () => {
@@ -204,12 +216,9 @@ for (const { name, make, skip } of pages) {
             await goTo(page, grid.size, [runs[middle + 2], runs[middle + 1], runs[middle]]);
             await row(part).locator('input').check();
             await settle(page);
-            const pixels = await page.evaluate(() => {
-                const canvas = document.getElementById('coronal-slice');
-                const { data: bytes } = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
-                return Array.from({ length: bytes.length / 4 }, (_, i) => [...bytes.slice(4 * i, 4 * i + 3)]);
-            });
-            assert.ok(pixels.filter((pixel) => isLike(pixel, list[part].colour)).length > 10);
+            for (const view of views) {
+                assert.ok((await pixelsLike(page, view, list[part].colour)) > 10, view.name);
+            }
         });
 
         test('dose-volume histograms are those of the outlined structures', async () => {
@@ -248,10 +257,26 @@ for (const { name, make, skip } of pages) {
     });
 }
 
-function sliceOf(view, grid, voxel) {
+/** First and last voxel of a structure along each axis, and three voxels more. */
+function boxOf(grid, runs) {
+    const from = [...grid.size];
+    const to = [0, 0, 0];
+    for (let i = 0; i < runs.length; i += 4) {
+        const [z, y, begin, end] = runs.slice(i, i + 4);
+        [begin, y, z].forEach((v, a) => (from[a] = Math.min(from[a], v)));
+        [end - 1, y, z].forEach((v, a) => (to[a] = Math.max(to[a], v)));
+    }
+    const margin = 3;
+    return {
+        from: from.map((v) => Math.max(v - margin, 0)),
+        to: to.map((v, a) => Math.min(v + margin, grid.size[a] - 1)),
+    };
+}
+
+function sliceOf(view, { from, to }, voxel) {
     const places = [];
-    for (let a = 0; a < grid.size[view.across]; ++a) {
-        for (let d = 0; d < grid.size[view.down]; ++d) {
+    for (let a = from[view.across]; a <= to[view.across]; ++a) {
+        for (let d = from[view.down]; d <= to[view.down]; ++d) {
             const place = [...voxel];
             place[view.across] = a;
             place[view.down] = d;

@@ -39,8 +39,23 @@ function compare(a: Line, b: Line, column: Column): number {
 /** The results of a part of the tested voxels: of a structure, outside of all, or of all. */
 export function resultOf(criterion: Criterion, part: number | null): PartResult | Criterion {
     const parts = [...(criterion.structures ?? []), criterion.outsideStructures];
-    return (part === null ? undefined : parts[part]) ?? criterion;
+    return part === null ? criterion : (parts[part] ?? nothingTested);
 }
+
+/** Of a structure that the criterion is not for. */
+const nothingTested: PartResult = {
+    name: null,
+    tested: 0,
+    passed: 0,
+    failed: 0,
+    passRate: null,
+    mean: null,
+    p95: null,
+    p99: null,
+    max: null,
+    verdict: 'none',
+    histogram: null,
+};
 
 export function nameOf(record: { list: StructureRecord[] }, part: number): string {
     return record.list[part]?.name ?? 'outside all structures';

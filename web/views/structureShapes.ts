@@ -33,8 +33,13 @@ export class Shape {
                 nearest = height;
             }
         }
-        const isThere = this.slices.has(slice) || Math.abs(nearest - z) <= grid.spacing[2] / 2;
+        // A structure between the slices of the grid has no voxel, but is not hidden.
+        const isThere = this.slices.has(slice) || this.isBetween(nearest - z, grid.spacing[2] / 2);
         return isThere ? this.contours.filter((c) => c.z === nearest) : [];
+    }
+
+    private isBetween(distance: number, half: number): boolean {
+        return this.slices.size === 0 && distance > -half && distance <= half;
     }
 
     /** Calls `take` with the index of each of its voxels. */

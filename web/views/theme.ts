@@ -1,5 +1,9 @@
 import { byId } from './dom';
-import type { Store } from './store';
+
+/** What draws its charts again in the colours of another theme. */
+interface Redrawn {
+    redraw(): void;
+}
 
 type Theme = 'light' | 'dark';
 
@@ -16,13 +20,13 @@ export function applyTheme(theme: Theme = inForce()): void {
 }
 
 /** Follows the system until the reader chooses. */
-export function setUpTheme(store: Store): void {
+export function setUpTheme(page: Redrawn): void {
     const button = byId<HTMLButtonElement>('theme-toggle');
     const apply = (): void => {
         applyTheme();
         const other = inForce() === 'dark' ? 'Light' : 'Dark';
         button.textContent = `${other} theme`;
-        store.redraw();
+        page.redraw();
     };
     button.addEventListener('click', () => {
         chosen = inForce() === 'dark' ? 'light' : 'dark';

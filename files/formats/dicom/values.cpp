@@ -1,6 +1,7 @@
 #include "files/formats/dicom/values.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -36,6 +37,14 @@ DicomNumbers::DicomNumbers(ByteView value, const DicomTag& tag)
 
 double DicomNumbers::next()
 {
+    // As most numbers are written: a separator right behind the last digit.
+    double plain = 0;
+    const char* const stop = rest_.data() + rest_.size();
+    const auto [behind, error] = std::from_chars(rest_.data(), stop, plain);
+    if (error == std::errc() && std::isfinite(plain) && behind != stop && *behind == '\\') {
+        rest_.remove_prefix(static_cast<std::size_t>(behind + 1 - rest_.data()));
+        return plain;
+    }
     const std::size_t end = std::min(rest_.find('\\'), rest_.size());
     const std::string_view piece = withoutPadding(rest_.substr(0, end));
     rest_.remove_prefix(std::min(end + 1, rest_.size()));

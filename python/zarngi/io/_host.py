@@ -32,6 +32,7 @@ _NO_MEMORY = -3
 _IS_RELATIVE = 0
 
 # enum zarnGIHost_Text
+_DATA_PATH = 1
 _FRAME_OF_REFERENCE = 9
 
 #: enum zarnGIHost_Type, by numpy's code of the number type.
@@ -139,6 +140,11 @@ class Dose:
     def is_relative(self) -> bool:
         """Whether the doses are relative to a value that the file does not tell."""
         return bool(_host.zarnGIHost_getFact(self._handle, _IS_RELATIVE))
+
+    @property
+    def data_path(self) -> str:
+        """Path of the file with the values: a header may name another one than itself."""
+        return os.fsdecode(_host.zarnGIHost_getText(self._handle, _DATA_PATH))
 
     @property
     def frame_of_reference(self) -> str | None:

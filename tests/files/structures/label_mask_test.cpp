@@ -118,12 +118,13 @@ TEST(LabelMask, ValuesThatAreNoLabels)
                                                 {"4e9", "4e+09"},
                                                 {"inf", "inf"},
                                                 {"nan", "nan"}}) {
-        EXPECT_EQ(outcome(mask("0 1 2 " + value, "", "double")),
-                  "is no label mask: it has a value of " + told + ending);
+        string sentence = "is no label mask: it has a value of ";
+        sentence.append(told).append(ending);
+        EXPECT_EQ(outcome(mask("0 1 2 " + value, "", "double")), sentence);
     }
     string many;
     for (int i = 0; i <= 10001; ++i) {
-        many += std::to_string(i) + " ";
+        many.append(std::to_string(i)).append(" ");
     }
     EXPECT_EQ(outcome(nrrd("10002 1 1", inSpace, many)),
               "is no label mask: it has more than 10 000 different values");

@@ -1,0 +1,132 @@
+"""The page of a pair, written by the program zarngi."""
+
+from __future__ import annotations
+
+import hashlib
+import json
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+from collections.abc import Sequence
+from pathlib import Path
+from typing import Any
+from urllib.parse import quote
+
+from .record import FIGURES, Row, Task
+from .sentences import sentence
+from .settings import Settings
+
+_PROGRAM = "zarngi"
+_RECORD = re.compile(r'(<script type="application/json" id="zarngi-data">)(.*?)(</script>)', re.S)
+_TIME_LIMIT = 600  # s
+_RATE = FIGURES.index("pass_rate")
+_LONGEST_NAME = 200  # bytes, below the 255 of file systems
+
+
+def program() -> str | None:
+    """The program that writes pages, where there is one."""
+    return shutil.which(os.environ.get("ZARNGI_PROGRAM", _PROGRAM))
+
+
+def page_name(identity: str) -> str:
+    """The file of a pair's page, whatever characters its id has."""
+    name = quote(identity, safe=" ")
+    if len(name) > _LONGEST_NAME:
+        name = f"{name[:100]}-{hashlib.sha256(identity.encode()).hexdigest()}"
+    return f"{name}.html"
+
+
+def is_due(task: Task, rows: Sequence[Row]) -> bool:
+    """Whether a pair with these results gets a page."""
+    if task.pages is None:
+        return False
+    rates = [row.figures[_RATE] for row in rows if not row.structure]
+    return bool(rates) and min(rates) < task.pages.below
+
+
+def write_page(task: Task, rows: Sequence[Row], warnings: list[str]) -> str | None:
+    """Write the page of a pair into the folder that the task names.
+
+    Parameters
+    ----------
+    task : Task
+        The pair.
+    rows : sequence of Row
+        What came out.
+    warnings : list of str
+        Takes a sentence when the page cannot be written, which is no failure of the pair.
+
+    Returns
+    -------
+    str or None
+        The file's name in the folder.
+    """
+    if task.pages is None or not is_due(task, rows):
+        return None
+    name = page_name(task.pair.id)
+    try:
+        # A folder beside the page: on the same file system, and never a page by half.
+        with tempfile.TemporaryDirectory(dir=task.pages.folder, prefix=".") as scratch:
+            made = Path(scratch) / "page.html"
+            _run(task, str(made))
+            made.write_text(_without_names(made.read_text(encoding="utf-8"), task.pair.id), "utf-8")
+            os.replace(made, Path(task.pages.folder) / name)
+    except (OSError, ValueError, subprocess.SubprocessError) as error:
+        warnings.append(sentence(task.pair, f"its page could not be written ({_reason(error)})"))
+        return None
+    return name
+
+
+def _reason(error: Exception) -> str:
+    if isinstance(error, OSError) and error.strerror:
+        return error.strerror
+    if isinstance(error, subprocess.CalledProcessError):
+        return f"zarngi ended with status {error.returncode}"
+    return type(error).__name__
+
+
+def _run(task: Task, made: str) -> None:
+    found = program()
+    if found is None:
+        raise FileNotFoundError(0, "the program zarngi was not found")
+    command = [found, "compare", f"--report={made}", *_options(task.settings)]
+    command += ["--", os.path.abspath(task.pair.reference), os.path.abspath(task.pair.evaluation)]
+    subprocess.run(command, check=True, capture_output=True, timeout=_TIME_LIMIT)
+
+
+def _options(settings: Settings) -> list[str]:
+    options = [f"--criteria={criterion}" for criterion in settings.criteria]
+    options += [f"--dco={settings.dose_cutoff!r}", f"--max-gamma={settings.max_gamma!r}"]
+    options.append("--threads=1")
+    if settings.normalisation is not None:
+        options.append(f"--norm={settings.normalisation!r}")
+    if settings.step is not None:
+        options.append(f"--step={settings.step!r}")
+    if not settings.interpolate:
+        options.append("--nearest")
+    if settings.mode == "pass_rate":
+        options.append("--pass-rate-only")
+    if settings.slices:
+        options.append("--slices")
+    return options
+
+
+def _without_names(page: str, identity: str) -> str:
+    """The page with the pair's id in the place of names of files and UIDs."""
+    found = _RECORD.search(page)
+    if found is None:
+        raise ValueError("the page holds no record")
+    record: dict[str, Any] = json.loads(found[2])
+    record["title"] = identity
+    record["command"] = ""
+    record["warnings"] = []
+    for role, file in record["files"].items():
+        file |= {"name": f"{identity} {role}", "path": f"{identity} {role}"}
+        for member in ("frameOfReference", "sopInstance", "description"):
+            file.pop(member, None)
+        if "data" in file:
+            file["data"]["name"] = f"{identity} {role} data"
+    text = json.dumps(record, ensure_ascii=False, separators=(",", ":")).replace("<", "\\u003c")
+    return page[: found.start(2)] + text + page[found.end(2) :]

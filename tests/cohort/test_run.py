@@ -1,0 +1,352 @@
+"""Runs in one process: what is stored, what is computed again, what is not told."""
+
+import contextlib
+import csv
+import io
+import os
+import pty
+import re
+import shutil
+import sqlite3
+import subprocess
+
+import numpy as np
+import pydicom
+import pytest
+import zarngi
+import zarngi.cohort
+from conftest import (
+    SLOW, command, contents, program, rates, small_pair, write_grid, write_rows, zarngi_cohort,
+)  # fmt: skip
+
+
+@pytest.fixture
+def study(tmp_path):
+    """Three pairs of one's own, the second of which cannot be read; and where results go."""
+    rows = []
+    for i in range(3):
+        for role, grid in zip("re", small_pair(0.4 * i)):
+            write_grid(tmp_path / f"{role}{i}.nrrd", grid)
+        rows.append({"id": f"p{i}", "reference": f"r{i}.nrrd", "evaluation": f"e{i}.nrrd"})
+    (tmp_path / "e1.nrrd").write_text("no dose")
+    return write_rows(tmp_path / "m.csv", rows), tmp_path / "results.sqlite"
+
+
+def computed(done):
+    """How many pairs the summary says were computed."""
+    return int(done.stdout.split(" pairs: ")[1].split(" computed")[0])
+
+
+def test_results_are_those_of_gamma_index(study):
+    manifest, results = study
+    criteria = {"3%/2mm": {"dd": 3, "dta": 2}, "2%L/1mm": {"dd": 2, "dta": 1, "local": True}}
+    table = zarngi.cohort.run(manifest, results, criteria=list(criteria), dose_cutoff=20)
+    assert list(table["id"]) == ["p0", "p0", "p1", "p2", "p2"]
+    for _, row in table[table["error"] == ""].iterrows():
+        grids = [zarngi.read(manifest.parent / f"{role}{row['id'][1]}.nrrd") for role in "re"]
+        result = zarngi.gamma_index(*grids, dose_cutoff=20, **criteria[row["criterion"]])
+        assert (row["tested"], row["passed"], row["failed"]) == (
+            result.tested, result.passed, result.failed,
+        )  # fmt: skip
+        assert (row["pass_rate"], row["mean"], row["maximum"]) == (
+            result.pass_rate, result.mean, result.maximum,
+        )  # fmt: skip
+        assert [row["p95"], row["p99"]] == list(result.percentile([95, 99]))
+        assert (row["hot"], row["cold"]) == (result.hot, result.cold)
+    kept = zarngi.cohort.load(results)
+    assert kept.equals(table)
+
+
+def test_own_criteria_of_a_pair(tmp_path):
+    grids = small_pair(1.0)
+    for role, grid in zip("re", grids):
+        write_grid(tmp_path / f"{role}.nrrd", grid)
+    pair = {"id": "a", "reference": str(tmp_path / "r.nrrd"), "evaluation": str(tmp_path / "e.nrrd")}
+    own = pair | {"id": "b", "normalisation": 30.0, "cutoff": 50.0}
+    table = zarngi.cohort.run([pair, own])
+    wanted = [zarngi.gamma_index(*grids), zarngi.gamma_index(*grids, normalisation=30, dose_cutoff=50)]
+    assert [tuple(row) for row in table[["tested", "passed"]].values] == [
+        (result.tested, result.passed) for result in wanted
+    ]
+
+
+def test_summary_and_exit_code(study):
+    manifest, results = study
+    done = zarngi_cohort("run", manifest, "-o", results)
+    assert done.returncode == 4 and done.stderr == ""
+    assert done.stdout.startswith("3 pairs: 3 computed, 1 failed\n")
+    sentence = "p1: evaluation: is not a dose file (DICOM RT Dose, NRRD, MetaImage or NIfTI)"
+    assert f"failed: {sentence}\n" in done.stdout
+    found, failures = rates(results)
+    assert set(found) == {"p0", "p2"} and failures == {"p1": sentence}
+    assert os.listdir(manifest.parent).count("results.sqlite-lock") == 0
+
+
+def test_done_is_done(study):
+    """A pair is computed again when its files, its criteria or its failure call for it."""
+    manifest, results = study
+    run = ("run", manifest, "-o", results)
+    zarngi_cohort(*run)
+    before = contents(results)
+    again = zarngi_cohort(*run)
+    assert (computed(again), again.returncode) == (0, 4)
+    assert contents(results) == before
+    # A time that changes, a size that changes, a file that is put right.
+    os.utime(manifest.parent / "e0.nrrd")
+    assert computed(zarngi_cohort(*run)) == 1
+    shutil.copyfile(manifest.parent / "e2.nrrd", manifest.parent / "e1.nrrd")
+    healed = zarngi_cohort(*run)
+    assert (computed(healed), healed.returncode) == (1, 0)
+    assert computed(zarngi_cohort(*run, "-c", "3%/3mm")) == 3
+    assert [row[2] for row in contents(results)["results"]] == ["3%/3mm"] * 3
+    (manifest.parent / "r0.nrrd").unlink()
+    assert computed(zarngi_cohort(*run, "-c", "3%/3mm")) == 1
+    # What is missing is looked for again.
+    assert computed(zarngi_cohort(*run, "-c", "3%/3mm")) == 1
+
+
+def test_another_version_computes_again(study):
+    manifest, results = study
+    zarngi_cohort("run", manifest, "-o", results)
+    with sqlite3.connect(results) as database:
+        database.execute("UPDATE pairs SET version = '0.1' WHERE id = 'p0'")
+    assert computed(zarngi_cohort("run", manifest, "-o", results)) == 1
+
+
+def test_digests_tell_what_times_hide(study):
+    manifest, results = study
+    run = ("run", manifest, "-o", results)
+    zarngi_cohort(*run)
+    path = manifest.parent / "e2.nrrd"
+    facts = path.stat()
+    data = bytearray(path.read_bytes())
+    data[-1] ^= 1  # of the packed data's checksum
+    path.write_bytes(data)
+    os.utime(path, ns=(facts.st_atime_ns, facts.st_mtime_ns))
+    assert computed(zarngi_cohort(*run)) == 0
+    verified = zarngi_cohort(*run, "--verify")
+    assert computed(verified) == 1 and "failed: p2: evaluation: " in verified.stdout
+
+
+def test_values_in_a_file_of_their_own(tmp_path):
+    """The file that a header names belongs to the pair, and its name is not told."""
+    for role, grid in zip("re", small_pair(0.5)):
+        (tmp_path / f"DOE_JANE_{role}.raw").write_bytes(grid.dose.astype("<f4").tobytes())
+        size = " ".join(map(str, grid.shape[::-1]))
+        (tmp_path / f"{role}.mhd").write_text(
+            f"ObjectType = Image\nNDims = 3\nDimSize = {size}\nElementType = MET_FLOAT\n"
+            f"ElementSpacing = 2 2 2\nOffset = 0 0 0\nElementDataFile = DOE_JANE_{role}.raw\n"
+        )
+    rows = [{"id": "a", "reference": "r.mhd", "evaluation": "e.mhd"}]
+    run = ("run", write_rows(tmp_path / "m.csv", rows), "-o", tmp_path / "results.sqlite")
+    assert zarngi_cohort(*run).returncode == 0
+    assert [row[2] for row in contents(run[-1])["files"]] == [
+        "reference", "reference data", "evaluation", "evaluation data",
+    ]  # fmt: skip
+    assert computed(zarngi_cohort(*run)) == 0
+    os.utime(tmp_path / "DOE_JANE_e.raw")
+    assert computed(zarngi_cohort(*run)) == 1
+    (tmp_path / "DOE_JANE_e.raw").unlink()
+    done = zarngi_cohort(*run)
+    assert done.returncode == 4 and "failed: a: evaluation: " in done.stdout
+    assert "DOE" not in done.stdout
+    assert b"DOE" not in run[-1].read_bytes()
+
+
+def test_no_names_of_files_in_results_and_pages(tmp_path):
+    folder = tmp_path / "DOE^JANE 1950"
+    for role, grid in zip(("plan", "qa"), small_pair(0.5)):
+        write_grid(folder / f"DOE_JANE_{role}.dcm", grid)
+    (folder / "DOE_JANE_bad.nrrd").write_text("NRRD0004\ndata file: DOE_JANE.raw\n")
+    good = folder / "DOE_JANE_plan.dcm"
+    rows = [
+        {"id": f"p{i}", "reference": good, "evaluation": folder / f"DOE_JANE_{name}"}
+        for i, name in enumerate(("qa.dcm", "bad.nrrd", "gone.nrrd"))
+    ]
+    results, pages = tmp_path / "results.sqlite", tmp_path / "pages"
+    environment = os.environ | {"ZARNGI_PROGRAM": program()}
+    done = zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", results, "--pages", pages,
+                         env=environment)  # fmt: skip
+    assert done.returncode == 4
+    page = (pages / "p0.html").read_text()
+    assert "p0 evaluation" in page
+    for text in (done.stdout, page, results.read_bytes().decode("latin-1")):
+        assert "DOE" not in text and str(tmp_path) not in text
+    assert pydicom.dcmread(good).FrameOfReferenceUID not in page
+
+
+def test_pages_below_a_rate(study):
+    manifest, results = study
+    pages = manifest.parent / "pages"
+    environment = os.environ | {"ZARNGI_PROGRAM": program()}
+    arguments = ("run", manifest, "-o", results, "--pages", pages, "-c", "3%/1mm")
+    zarngi_cohort("run", manifest, "-o", results, "-c", "3%/1mm")
+    found = rates(results)[0]
+    assert found["p2"] < found["p0"]
+    below = (found["p0"] + found["p2"]) / 2
+    done = zarngi_cohort(*arguments, "--pages-below", below, env=environment)
+    assert computed(done) == 1 and os.listdir(pages) == ["p2.html"]
+    assert computed(zarngi_cohort(*arguments, "--pages-below", below, env=environment)) == 0
+    (pages / "p2.html").unlink()
+    assert computed(zarngi_cohort(*arguments, "--pages-below", below, env=environment)) == 1
+
+
+def test_shards_become_the_whole(cohort, serial, tmp_path):
+    """Three jobs of an array, and their files put together."""
+    parts = [tmp_path / f"part{i}.sqlite" for i in (1, 2, 3)]
+    for i, part in enumerate(parts, 1):
+        done = zarngi_cohort("run", cohort.manifest, "-o", part, "--shard", f"{i}/3", *SLOW)
+        assert done.returncode == 0
+    whole = tmp_path / "all.sqlite"
+    assert zarngi_cohort("merge", *parts, "-o", whole).returncode == 0
+    assert contents(whole) == serial
+    # Once more than once is once; what is there is not written over.
+    twice = tmp_path / "twice.sqlite"
+    zarngi_cohort("merge", *parts, parts[0], whole, "-o", twice)
+    assert contents(twice) == serial
+    refused = zarngi_cohort("merge", *parts, "-o", whole)
+    assert refused.returncode == 1 and "is there already" in refused.stderr
+
+
+def test_merge_of_different_results_is_refused(study, tmp_path):
+    manifest, results = study
+    other = tmp_path / "other.sqlite"
+    zarngi_cohort("run", manifest, "-o", results)
+    zarngi_cohort("run", manifest, "-o", other, "-c", "2%/2mm")
+    done = zarngi_cohort("merge", results, other, "-o", tmp_path / "all.sqlite")
+    assert done.returncode == 1 and 'other results of the pair "p0"' in done.stderr
+    assert not (tmp_path / "all.sqlite").exists()
+
+
+def test_export_is_the_table(study):
+    manifest, results = study
+    zarngi_cohort("run", manifest, "-o", results)
+    rows = list(csv.DictReader(io.StringIO(zarngi_cohort("export", results).stdout)))
+    table = zarngi.cohort.load(results)
+    assert len(rows) == len(table) == 3
+    for row, wanted in zip(rows, table.to_dict("records")):
+        assert (row["id"], row["error"]) == (wanted["id"], wanted["error"])
+        if not wanted["error"]:
+            assert float(row["mean"]) == wanted["mean"] and float(row["p99"]) == wanted["p99"]
+
+
+def test_without_pandas_and_dask(study, tmp_path):
+    """The package works without what is optional, and says what is missing."""
+    hidden = tmp_path / "hidden"
+    for name in ("pandas", "distributed", "dask"):
+        (hidden / name).mkdir(parents=True)
+        (hidden / name / "__init__.py").write_text("raise ImportError")
+    path = f"{hidden}:{os.environ['PYTHONPATH']}"
+    manifest, results = study
+    environment = os.environ | {"PYTHONPATH": path}
+    assert zarngi_cohort("run", manifest, "-o", results, env=environment).returncode == 4
+    done = zarngi_cohort("run", manifest, "-o", results, "--cluster", "2", env=environment)
+    assert done.returncode == 1
+    assert "needs the package distributed, which is not installed" in done.stderr
+
+
+@pytest.mark.parametrize("kind", ["text", "other database", "nothing"])
+def test_what_is_no_results_file(kind, study, tmp_path):
+    manifest, _ = study
+    path = tmp_path / "other.db"
+    if kind == "text":
+        path.write_text("x" * 5000)
+    elif kind == "other database":
+        with sqlite3.connect(path) as database:
+            database.execute("CREATE TABLE pairs (id TEXT)")
+    before = path.read_bytes() if path.exists() else None
+    commands = [("export", path), ("limits", path)]
+    commands += [("run", manifest, "-o", path)] if before is not None else []
+    for arguments in commands:
+        done = zarngi_cohort(*arguments)
+        assert done.returncode == 1 and done.stderr.count("\n") == 1, done.stderr
+        assert done.stderr.startswith(f"zarngi-cohort: {path}: ")
+    assert (path.read_bytes() if path.exists() else None) == before
+
+
+def test_relative_doses_need_a_normalisation(tmp_path):
+    grids = small_pair(0.5)
+    for role, grid in zip("re", grids):
+        path = tmp_path / f"{role}.dcm"
+        write_grid(path, grid)
+        dataset = pydicom.dcmread(path)
+        dataset.DoseUnits = "RELATIVE"
+        dataset.save_as(path)
+    write_grid(tmp_path / "gray.nrrd", grids[0])
+    rows = [
+        {"id": "a", "reference": "r.dcm", "evaluation": "e.dcm", "normalisation": "60"},
+        {"id": "b", "reference": "r.dcm", "evaluation": "e.dcm", "normalisation": ""},
+        {"id": "c", "reference": "r.dcm", "evaluation": "gray.nrrd", "normalisation": "60"},
+    ]
+    results = tmp_path / "results.sqlite"
+    zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", results)
+    found, failures = rates(results)
+    assert set(found) == {"a"}
+    assert failures["b"].startswith("b: reference: its doses are relative")
+    assert failures["c"] == "c: one file holds relative doses and the other one Gy"
+
+
+def test_warnings_are_kept(tmp_path):
+    for role, grid in zip("re", small_pair()):
+        write_grid(tmp_path / f"{role}.dcm", grid)  # each with a frame of reference of its own
+    rows = [{"id": "a", "reference": "r.dcm", "evaluation": "e.dcm"}]
+    results = tmp_path / "results.sqlite"
+    zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", results, "-c", "3%/2mm",
+                  "-c", "2%/2mm")  # fmt: skip
+    warnings = contents(results)["warnings"]
+    assert [row[2] for row in warnings] == [
+        "a: reference and evaluation have different frames of reference; their coordinates may not "
+        "mean the same places"
+    ]
+
+
+def test_nothing_tested_is_a_failure(tmp_path):
+    for role, grid in zip("re", small_pair()):
+        write_grid(tmp_path / f"{role}.nrrd", grid)
+    pair = {"id": "a", "reference": str(tmp_path / "r.nrrd"), "evaluation": str(tmp_path / "e.nrrd")}
+    table = zarngi.cohort.run([pair], normalisation=10000.0)
+    assert len(table) == 1 and np.isnan(table["pass_rate"][0])
+    assert table["error"][0].startswith("a: no reference voxel lies above dose_cutoff=10 ")
+
+
+def test_structures(tmp_path):
+    """Rows for each structure that a pair has, as `gamma_index` gives them."""
+    reference, evaluation = small_pair(1.0)
+    labels = np.zeros(reference.shape, np.uint8)
+    labels[4:9, 5:12, 5:12], labels[10:14, 5:12, 5:12] = 1, 2
+    for name, array, grid in (("r", reference.dose, reference), ("e", evaluation.dose, evaluation),
+                              ("mask", labels, reference)):  # fmt: skip
+        zarngi.write(tmp_path / f"{name}.nrrd", array, like=grid)
+    pair = {"id": "a", "reference": str(tmp_path / "r.nrrd"), "evaluation": str(tmp_path / "e.nrrd")}
+    rows = [pair | {"structures": str(tmp_path / "mask.nrrd")}, pair | {"id": "b"}]
+    table = zarngi.cohort.run(rows, structures=())
+    found = zarngi.read_structures(tmp_path / "mask.nrrd")
+    wanted = zarngi.gamma_index(reference, evaluation, structures=found).structures
+    assert list(table["id"]) == ["a"] * (1 + len(wanted)) + ["b"] and len(wanted) == 2
+    for _, row in table[table["structure"] != ""].iterrows():
+        result = wanted[row["structure"]]
+        figures = ("tested", "passed", "failed", "hot", "cold", "pass_rate", "mean", "p95", "maximum")
+        assert [row[name] for name in figures] == [getattr(result, name) for name in figures]
+    some = zarngi.cohort.run(rows, tmp_path / "r.sqlite", structures=[list(found)[1], "Rectum"])
+    assert list(some["structure"]) == ["", list(found)[1], ""]
+    assert [row[2] for row in contents(tmp_path / "r.sqlite")["warnings"]] == [
+        'a: structures: has no "Rectum"'
+    ]
+    assert list(zarngi.cohort.run(rows)["structure"]) == ["", ""]
+
+
+def test_progress_on_a_terminal_only(study):
+    """Rate, failures and time left where a person looks; the summary apart from it."""
+    manifest, results = study
+    seen, terminal = pty.openpty()
+    process = subprocess.Popen(command("run", manifest, "-o", results), stdout=subprocess.PIPE,
+                               stderr=terminal, text=True)  # fmt: skip
+    out = process.communicate(timeout=60)[0]
+    os.close(terminal)
+    shown = b""
+    with contextlib.suppress(OSError):  # the other end is closed
+        while part := os.read(seen, 4096):
+            shown += part
+    os.close(seen)
+    assert re.search(rb"\r3 of 3 pairs, 1 failed, [0-9.]+ pairs/s, 0 s left", shown), shown
+    assert shown.endswith(b"\r\x1b[K") and out.startswith("3 pairs: 3 computed")
