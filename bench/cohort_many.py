@@ -12,6 +12,7 @@ import argparse
 import subprocess
 import sys
 import tempfile
+import time
 from pathlib import Path
 
 from zarngi.cohort.cluster import DaskCluster, connected
@@ -54,10 +55,13 @@ def main() -> None:
         with connected(processes=options.workers) as client, \
                 Results(folder / "results.sqlite", create=True) as results:  # fmt: skip
             plan = Plan(Manifest(folder / "many.csv"), Settings())
+            before = time.process_time()
             summary = execute(plan, results, DaskCluster(client), watch)
             (stored,) = next(results.select("SELECT count(*) FROM results"))
         print(f"{stored} rows of {options.pairs} pairs in {summary.seconds:.1f} s, "
               f"{summary.computed / summary.seconds:.0f} pairs/s")  # fmt: skip
+        own = 1e3 * (time.process_time() - before) / options.pairs
+        print(f"client, scheduler and results file: {own:.2f} ms of processor time a pair")
         print(f"not computing: {100 - 100 * summary.busy:.0f} % of the workers' time")
         print("client after each tenth, MB:", " ".join(f"{m:.0f}" for m in tenths))
         size = (folder / "results.sqlite").stat().st_size

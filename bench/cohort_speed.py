@@ -5,7 +5,8 @@
 Compares, in turn, on head-and-neck pairs and two workers: two bare processes that read and compare
 every other pair and keep nothing, `zarngi-cohort`'s way on two Dask workers, and a shell loop over
 `zarngi compare --json` with two jobs; and of one worker: a bare loop, and one Dask worker. Prints
-seconds (medians) and ratios; the start of the workers is not counted.
+medians and ratios of elapsed time and of processor time, which counts on a busy machine; the start
+of the workers is not counted.
 """
 
 from __future__ import annotations
@@ -13,6 +14,7 @@ from __future__ import annotations
 import argparse
 import csv
 import os
+import resource
 import shutil
 import statistics
 import subprocess
@@ -30,15 +32,20 @@ folder, part, of = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
 rows = list(csv.DictReader(open(os.path.join(folder, "manifest.csv"))))[part::of]
 print("ready", flush=True)
 sys.stdin.readline()
+start = time.process_time()
 for row in rows:
     pair = [zarngi.read(os.path.join(folder, row[role])) for role in ("reference", "evaluation")]
     result = zarngi.gamma_index(*pair, dd=3, dta=2, threads=1)
     result.pass_rate, result.mean, result.maximum, result.percentile([95, 99])
+print(time.process_time() - start)
 """
 
+#: Elapsed and processor time, s.
+Times = tuple[float, float]
 
-def bare(folder: Path, workers: int) -> float:
-    """Seconds of a loop in each of several processes."""
+
+def bare(folder: Path, workers: int) -> Times:
+    """A loop in each of several processes."""
     processes = [
         subprocess.Popen(
             [sys.executable, "-c", BARE, str(folder), str(i), str(workers)],
@@ -52,28 +59,35 @@ def bare(folder: Path, workers: int) -> float:
     for process in processes:
         process.stdin.write("\n")
         process.stdin.flush()
+    used = 0.0
     for process in processes:
-        if process.wait() != 0:
-            raise SystemExit("a bare loop failed")
-    return time.perf_counter() - start
+        used += float(process.stdout.readline())
+        process.wait()
+    return time.perf_counter() - start, used
 
 
-def dask(folder: Path, workers: int) -> float:
-    """Seconds of a run on Dask workers, each of one thread, with the results on disk."""
+def dask(folder: Path, workers: int) -> Times:
+    """A run on Dask workers, each of one thread, with the results on disk."""
     import zarngi.cohort
     from distributed import Client, LocalCluster
 
-    with LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None,
-                      silence_logs=50) as cluster, Client(cluster) as client:  # fmt: skip
-        client.run(lambda: __import__("zarngi.cohort"))
-        with tempfile.TemporaryDirectory() as scratch:
-            start = time.perf_counter()
-            zarngi.cohort.run(folder / "manifest.csv", Path(scratch) / "r.sqlite", client=client)
-            return time.perf_counter() - start
+    with tempfile.TemporaryDirectory() as scratch, LocalCluster(
+        n_workers=workers, threads_per_worker=1, dashboard_address="127.0.0.1:0", silence_logs=50,
+        local_directory=scratch,
+    ) as cluster, Client(cluster) as client:  # fmt: skip
+        client.run(__import__, "zarngi.cohort")
+
+        def used() -> float:
+            # Client, scheduler and nannies are this process.
+            return time.process_time() + sum(client.run(time.process_time).values())
+
+        before, start = used(), time.perf_counter()
+        zarngi.cohort.run(folder / "manifest.csv", Path(scratch) / "r.sqlite", client=client)
+        return time.perf_counter() - start, used() - before
 
 
-def shell_loop(folder: Path, workers: int) -> float:
-    """Seconds of a loop in the shell, as people write it."""
+def shell_loop(folder: Path, workers: int) -> Times:
+    """A loop in the shell, as people write it."""
     program = PROJECT / "build/release/cli/zarngi"
     with open(folder / "manifest.csv") as file:
         rows = list(csv.DictReader(file))
@@ -82,11 +96,16 @@ def shell_loop(folder: Path, workers: int) -> float:
             f"{folder / row['reference']}\0{folder / row['evaluation']}\0{scratch}/{row['id']}.json\0"
             for row in rows
         )
-        start = time.perf_counter()
+        before, start = _used_by_children(), time.perf_counter()
         command = ["xargs", "-0", "-n", "3", "-P", str(workers), "sh", "-c",
                    f'{program} compare "$1" "$2" --threads 1 --json "$3" >/dev/null', "sh"]  # fmt: skip
         subprocess.run(command, input=lines, text=True, check=True)
-        return time.perf_counter() - start
+        return time.perf_counter() - start, _used_by_children() - before
+
+
+def _used_by_children() -> float:
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
 
 
 CONTENDERS = {
@@ -112,22 +131,25 @@ def main() -> None:
         script = PROJECT / "bench/cohort_pairs.py"
         subprocess.run([sys.executable, script, folder, "--pairs", str(options.pairs), "--manifest"],
                        check=True)  # fmt: skip
-    seconds: dict[tuple[str, int], list[float]] = {key: [] for key in CONTENDERS}
+    taken: dict[tuple[str, int], list[Times]] = {key: [] for key in CONTENDERS}
     try:
         for _ in range(options.rounds):
             for (name, workers), contender in CONTENDERS.items():
-                seconds[name, workers].append(contender(folder, workers))
-                print(f"{name} {workers}: {seconds[name, workers][-1]:.2f} s", flush=True)
+                taken[name, workers].append(contender(folder, workers))
     finally:
         if scratch is not None:
             shutil.rmtree(scratch)
-    medians = {key: statistics.median(values) for key, values in seconds.items()}
     print(f"load of the machine {os.getloadavg()[1]:.1f}; medians of {options.rounds} rounds")
-    for key, value in medians.items():
-        print(f"{key[0]:6} {key[1]} at a time {value:8.2f} s")
-    print(f"two Dask workers reach {100 * medians['bare', 2] / medians['dask', 2]:.1f} % of two bare processes")
-    print(f"one Dask worker takes {100 * medians['dask', 1] / medians['bare', 1] - 100:+.1f} % over a bare loop")
-    print(f"the shell loop takes {medians['shell', 2] / medians['dask', 2]:.2f} times as long as two Dask workers")
+    for clock, name in enumerate(("elapsed", "processor")):
+        report(name, {key: statistics.median(t[clock] for t in times) for key, times in taken.items()})
+
+
+def report(clock: str, medians: dict[tuple[str, int], float]) -> None:
+    """Print what one clock says."""
+    print(f"{clock} time, s: " + ", ".join(f"{n} {w} {t:.2f}" for (n, w), t in medians.items()))
+    print(f"  two Dask workers reach {100 * medians['bare', 2] / medians['dask', 2]:.1f} % of two bare processes")
+    print(f"  one Dask worker takes {100 * medians['dask', 1] / medians['bare', 1] - 100:+.1f} % over a bare loop")
+    print(f"  a shell loop takes {medians['shell', 2] / medians['dask', 2]:.2f} times as long as two Dask workers")
 
 
 if __name__ == "__main__":

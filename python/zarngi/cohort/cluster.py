@@ -283,7 +283,7 @@ def _local_cluster(distributed: Any, processes: int) -> Iterator[Any]:
             cluster = distributed.LocalCluster(
                 n_workers=processes,
                 threads_per_worker=threads,
-                dashboard_address=None,
+                dashboard_address="127.0.0.1:0",
                 silence_logs=logging.CRITICAL,
                 local_directory=scratch,
             )
