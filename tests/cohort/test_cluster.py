@@ -1,6 +1,7 @@
 """Computing on a cluster, undisturbed and with files that are none."""
 
 import os
+import re
 import threading
 
 import pytest
@@ -37,7 +38,8 @@ def test_the_same_table_by_every_way(cohort, serial, cluster, tmp_path):
         done = zarngi_cohort(*run, tmp_path / name, *way)
         assert (done.returncode, done.stderr) == (0, ""), done.stderr
         assert contents(tmp_path / name) == serial
-        assert "; 2 workers read and compared" in done.stdout
+        # Of two workers one may come when all is done.
+        assert re.search("; (1 worker|2 workers) read and compared", done.stdout)
     with distributed.Client(cluster.address) as client:
         zarngi.cohort.run(cohort.manifest, tmp_path / "own", criteria="2%/3mm", step=0.02,
                           max_gamma=2.0, client=client)  # fmt: skip
@@ -128,7 +130,7 @@ def test_bad_files_among_good_ones(cohort, serial, cluster, tmp_path):
         "missing": "missing: evaluation: No such file or directory",
         "huge": "huge: does not fit in the memory of 0.6 GB that there is for a computation",
     }
-    wanted = {row[0]: row[8] for row in serial["results"]}
+    wanted = pass_rates(serial)
     assert found == wanted | {"slow": wanted["p000"]}
 
 
@@ -153,7 +155,12 @@ def test_worker_that_dies_twice(cohort, serial, cluster, tmp_path):
     assert failures == {
         "deadly": "deadly: its worker died while computing it, and the next one, too"
     }
-    assert found == {row[0]: row[8] for row in serial["results"]}
+    assert found == pass_rates(serial)
+
+
+def pass_rates(tables):
+    """The rates in `contents`, by id; behind the six counts."""
+    return {row[0]: row[10] for row in tables["results"]}
 
 
 def open_for_writing(pipe):
