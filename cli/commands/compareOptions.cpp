@@ -287,7 +287,6 @@ void checkCompareOptions(const CompareOptions& options)
         throw UsageError("--action " + number(limits.action) + " is above --tolerance " +
                          number(limits.tolerance));
     }
-    StructureLimits("--fail-below", options.limits.failBelow);
     if (!options.outputs.report.empty() && options.settings.passRateOnly) {
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }

@@ -113,7 +113,8 @@ std::shared_ptr<const StructureCatalogue> readStructureFiles(const StructureOpti
     for (const std::string& path : options.files) {
         sets.push_back(readStructures(path, &comparison.digests));
         for (const std::string& warning : sets.back().warnings) {
-            comparison.warnings.push_back(path + ": " + warning);
+            comparison.warnings.push_back(path);
+            comparison.warnings.back().append(": ").append(warning);
         }
         checkFrame(sets.back(), options.ignoreFrame, comparison);
     }

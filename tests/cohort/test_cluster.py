@@ -1,6 +1,7 @@
 """Computing on a cluster, undisturbed and with files that are none."""
 
 import os
+import re
 import threading
 
 import pytest
@@ -37,7 +38,8 @@ def test_the_same_table_by_every_way(cohort, serial, cluster, tmp_path):
         done = zarngi_cohort(*run, tmp_path / name, *way)
         assert (done.returncode, done.stderr) == (0, ""), done.stderr
         assert contents(tmp_path / name) == serial
-        assert "; 2 workers read and compared" in done.stdout
+        # Of two workers one may come when all is done.
+        assert re.search("; (1 worker|2 workers) read and compared", done.stdout)
     with distributed.Client(cluster.address) as client:
         zarngi.cohort.run(cohort.manifest, tmp_path / "own", criteria="2%/3mm", step=0.02,
                           max_gamma=2.0, client=client)  # fmt: skip
