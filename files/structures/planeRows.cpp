@@ -53,7 +53,7 @@ constexpr std::size_t mostCrossings = 4'000'000;
 
 std::size_t rowsAtOnce(const Plane& plane)
 {
-    return std::max<std::size_t>(1, mostCrossings / edgeCount(plane));
+    return std::max<std::size_t>(1, mostCrossings / std::max<std::size_t>(1, edgeCount(plane)));
 }
 
 /** The crossings of some rows, one after another. */

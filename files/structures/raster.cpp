@@ -28,7 +28,8 @@ int finestParts(double spacing, int size)
 double Raster::position(std::size_t axis, std::int64_t index) const
 {
     const auto p = static_cast<double>(parts[axis]);
-    const auto voxel = static_cast<double>(index / parts[axis]);
+    const std::int64_t whole = index / parts[axis];
+    const auto voxel = static_cast<double>(whole);
     const auto part = static_cast<double>(index % parts[axis]);
     return grid.origin[axis] + (voxel + ((part + 0.5) / p - 0.5)) * grid.spacing[axis];
 }

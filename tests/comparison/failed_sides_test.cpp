@@ -2,7 +2,6 @@
 
 #include "comparison/failedSides.h"
 
-using zarngi::AxisPlace;
 using zarngi::CentreDoses;
 using zarngi::DoseView;
 using zarngi::Geometry;

@@ -211,7 +211,9 @@ TYPED_TEST(LanesTest, LanesAreGatheredAndChosen)
 
 TYPED_TEST(LanesTest, RoughInversesAreNear)
 {
-    for (float a = 1e-30F; a < 1e30F; a *= 1.37F) {
+    float a = 1e-30F;
+    while (a < 1e30F) {
+        a *= 1.37F;
         const auto lanes = TypeParam::all(a);
         EXPECT_NEAR(this->floatsOf(TypeParam::roughInverse(lanes))[0] * a, 1, 0x1p-11);
         EXPECT_NEAR(this->floatsOf(TypeParam::roughInverseRoot(lanes))[0] * std::sqrt(a), 1,

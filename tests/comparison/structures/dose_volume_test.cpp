@@ -10,7 +10,6 @@
 #include "comparison/structures/doseVolume.h"
 
 using files::Raster;
-using files::Run;
 using files::Runs;
 using zarngi::DoseMetric;
 using zarngi::DoseOrder;

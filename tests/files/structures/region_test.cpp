@@ -13,7 +13,6 @@ using files::LabelGrid;
 using files::Raster;
 using files::Region;
 using files::Runs;
-using files::Structure;
 using files::StructureSet;
 using files::Vec3;
 
@@ -289,8 +288,8 @@ int labelAt(const LabelGrid& grid, const Vec3& place)
         }
     }
     const auto& size = grid.geometry.size;
-    return grid
-        .labels[static_cast<std::size_t>((voxel[2] * size[1] + voxel[1]) * size[0] + voxel[0])];
+    const int index = (voxel[2] * size[1] + voxel[1]) * size[0] + voxel[0];
+    return grid.labels[static_cast<std::size_t>(index)];
 }
 
 TEST(Region, MasksAreAskedAtThePointsOfTheDoseGrid)
