@@ -1,9 +1,9 @@
 #include "comparison/structures/structureNotes.h"
 
-#include <array>
 #include <utility>
 
 #include "comparison/text.h"
+#include "files/structures/contourNotes.h"
 
 namespace zarngi
 {
@@ -16,31 +16,6 @@ using Notes = std::vector<std::string>;
 std::string counted(std::size_t count, const std::string& what)
 {
     return grouped(count) + " " + what + (count == 1 ? "" : "s");
-}
-
-void addLeftOut(Notes& notes, const files::Structure& structure)
-{
-    const files::ContoursLeftOut& leftOut = structure.leftOut;
-    if (!structure.region && structure.contours.empty()) {
-        notes.emplace_back(leftOut.count() == 0 ? "has no contours, and so no volume"
-                                                : "has no closed contours, and so no volume");
-    }
-    const std::array<std::pair<std::size_t, const char*>, 3> kinds{
-        {{leftOut.points, "point"},
-         {leftOut.open, "open contour"},
-         {leftOut.few, "contour of fewer than three vertices"}}};
-    std::string text;
-    for (const auto& [count, what] : kinds) {
-        if (count > 0) {
-            text += (text.empty() ? "" : ", ") +
-                    (count > 1 && what == kinds[2].second
-                         ? grouped(count) + " contours of fewer than three vertices"
-                         : counted(count, what));
-        }
-    }
-    if (!text.empty()) {
-        notes.push_back(text + " left out, without an inside");
-    }
 }
 
 void addOutside(Notes& notes, const files::OutsideGrid& outside)
@@ -79,7 +54,9 @@ Notes notesOf(std::size_t place, const StructureCatalogue& catalogue,
               const files::OutsideGrid& outside)
 {
     Notes notes = catalogue.region(place)->notes();
-    addLeftOut(notes, catalogue.structure(place));
+    for (std::string& note : files::contourNotes(catalogue.structure(place))) {
+        notes.push_back(std::move(note));
+    }
     addOutside(notes, outside);
     return notes;
 }

@@ -176,6 +176,7 @@ class Chosen:
         self.excluded: list[str] = []
         self.frames: set[str | None] = set()
         self.sources: list[_binding.Structures] = []
+        self._names_of_files: set[str] = set()
         if isinstance(structures, StructureSet):
             self._add_set(structures)
         elif isinstance(structures, Structure):
@@ -202,11 +203,25 @@ class Chosen:
             raise ValueError("structures is empty; accepted: at least one structure")
         for name, structure in structures.items():
             if isinstance(structure, Structure):
-                mask = structure.mask(grid)
-                self.frames.add(structure.frame_of_reference)
+                self._add_named(name, structure)
             else:
                 mask = _mask(name, structure, grid)
-            self.sources.append(_binding.from_mask(name, mask, grid.spacing, grid.origin))
+                self.sources.append(_binding.from_mask(name, mask, grid.spacing, grid.origin))
+                self.shown.append(name)
+        masks = {name for name, one in structures.items() if not isinstance(one, Structure)}
+        if taken := masks & self._names_of_files:
+            raise ValueError(f"structures[{min(taken)!r}] has the name of a structure of a file")
+
+    def _add_named(self, name: str, structure: Structure) -> None:
+        """A structure of a file as it is, not its voxels: its volume and doses go by its contours."""
+        if "=" in name or '"' in structure.name:
+            raise ValueError(f"structures[{name!r}] cannot be named so; accepted: names without =")
+        is_renamed = name != structure.name
+        self.shown.append(f'{name}="{structure.name}"' if is_renamed else name)
+        self.frames.add(structure.frame_of_reference)
+        self._names_of_files |= {s["name"] for s in structure._source.description["structures"]}
+        if all(source is not structure._source for source in self.sources):
+            self.sources.append(structure._source)
 
     def check_frame(self, grid: DoseGrid, ignore: bool) -> None:
         """Refuse structures of another frame of reference than the reference's."""

@@ -288,6 +288,10 @@ def test_masks_and_combinations(head_neck_grids):
     ).structures
     assert mixed["high"].voxels == high.sum()
     assert mixed["target"].passed == 7972
+    # By its contours, as in the file, not by its voxels.
+    whole = zarngi.dvh(reference, read.select("PTV1"))["PTV1"]
+    assert mixed["target"].reference.mean == whole.mean
+    assert mixed["target"].volume == pytest.approx(126.776, abs=5e-4)
     gamma = zarngi.gamma_index(reference, evaluation, dd=3, dta=3).gamma
     assert mixed["high"].tested == np.count_nonzero(gamma[high] >= 0)
     ring = read.select("ring=PTV1-CTV", "optB*", exclude=["opt*"])
@@ -305,6 +309,8 @@ def test_refusals(head_neck_grids, tmp_path):
         (read.select("nobody"), ValueError, '"nobody"'),
         ({}, ValueError, "empty"),
         ({"x": np.ones(3, bool)}, ValueError, "shape"),
+        ({"a=b": read["PTV1"]}, ValueError, "named"),
+        ({"CTV": reference.dose > 50, "x": read["PTV1"]}, ValueError, "of a file"),
         ({"x": reference.dose}, TypeError, "bool"),
         ([read], TypeError, "mapping"),
     ):
