@@ -6,6 +6,7 @@ import signal
 import subprocess
 import time
 from contextlib import contextmanager
+from pathlib import Path
 
 from conftest import command, count_done
 
@@ -23,10 +24,20 @@ def wait_for(condition, what):
     raise AssertionError(f"after {PATIENCE} s there is not: {what}")
 
 
+def has_ended(pid):
+    """Whether a process is gone, or waits for its parent to notice."""
+    try:
+        return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0] in "ZX"
+    except (FileNotFoundError, ProcessLookupError):
+        return True
+
+
 def kill(process):
     """SIGKILL, to a process or one's id, and its end."""
     if isinstance(process, int):
         os.kill(process, signal.SIGKILL)
+        # Until then it is there with all that it has open.
+        wait_for(lambda: has_ended(process), "the end of a killed process")
         return
     process.kill()
     process.wait()
