@@ -85,12 +85,13 @@ std::string elementsOf(const std::vector<PageElement>& list, int threads)
     return elements;
 }
 
-std::vector<PageElement> elementsOf(const std::vector<Volume>& volumes)
+std::vector<PageElement> elementsOf(const std::vector<Volume>& volumes, const PagePacking& packing)
 {
     std::vector<PageElement> elements;
     for (const Volume& volume : volumes) {
-        elements.push_back(
-            {"volume-" + volume.name, [&volume] { return encodedNumbers(volume.words()); }});
+        elements.push_back({"volume-" + volume.name, [&volume, &packing] {
+                                return encodedNumbers(volume.words(), packing);
+                            }});
     }
     return elements;
 }
@@ -108,7 +109,7 @@ std::string embeddable(const Json& document)
 } // namespace
 
 std::string reportPage(const Comparison& comparison, const Json& record,
-                       std::string_view pageTemplate)
+                       std::string_view pageTemplate, const PagePacking& packing)
 {
     const auto position = pageTemplate.find(marker);
     if (position == std::string_view::npos) {
@@ -120,9 +121,10 @@ std::string reportPage(const Comparison& comparison, const Json& record,
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
         document["criteria"][i]["gammaVolume"] = gammaName(i);
     }
-    std::vector<PageElement> elements = elementsOf(volumes);
+    std::vector<PageElement> elements = elementsOf(volumes, packing);
     if (comparison.structures) {
-        addStructureElements(elements, document["structures"]["list"], *comparison.structures);
+        addStructureElements(elements, document["structures"]["list"], *comparison.structures,
+                             packing);
     }
     std::string page(pageTemplate.substr(0, position));
     page += "<script type=\"application/json\" id=\"zarngi-data\">" + embeddable(document) +

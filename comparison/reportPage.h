@@ -11,13 +11,14 @@
 #include <string_view>
 
 #include "comparison/comparison.h"
+#include "comparison/pagePacking.h"
 
 namespace zarngi
 {
 
 /** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
 std::string reportPage(const Comparison& comparison, const nlohmann::ordered_json& record,
-                       std::string_view pageTemplate);
+                       std::string_view pageTemplate, const PagePacking& packing);
 
 } // namespace zarngi
 

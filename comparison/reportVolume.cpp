@@ -1,15 +1,11 @@
 #include "comparison/reportVolume.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <span>
 #include <type_traits>
 
-#include "files/nativeDeflate.h"
 #include "files/packed.h"
 #include "libZarnGI.h"
 
@@ -42,16 +38,10 @@ template <class Number> std::vector<unsigned char> shuffled(const std::vector<Nu
     return bytes;
 }
 
-std::string base64(std::span<const unsigned char> bytes)
+template <class Number>
+std::string encoded(const std::vector<Number>& numbers, const PagePacking& packing)
 {
-    constexpr std::size_t blockSize = 3 << 14; // OpenSSL counts in int
-    std::string text((bytes.size() + 2) / 3 * 4, '\0');
-    for (std::size_t i = 0; i < bytes.size(); i += blockSize) {
-        const auto block = bytes.subspan(i, std::min(blockSize, bytes.size() - i));
-        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data() + i / 3 * 4), block.data(),
-                        static_cast<int>(block.size()));
-    }
-    return text;
+    return packing.base64(files::packZlib(shuffled(numbers), packing.deflate).view());
 }
 
 } // namespace
@@ -90,14 +80,14 @@ std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
     return words;
 }
 
-std::string encodedNumbers(const std::vector<std::int16_t>& stored)
+std::string encodedNumbers(const std::vector<std::int16_t>& stored, const PagePacking& packing)
 {
-    return base64(files::packZlib(shuffled(stored), files::nativeDeflate()).view());
+    return encoded(stored, packing);
 }
 
-std::string encodedNumbers(const std::vector<std::int32_t>& stored)
+std::string encodedNumbers(const std::vector<std::int32_t>& stored, const PagePacking& packing)
 {
-    return base64(files::packZlib(shuffled(stored), files::nativeDeflate()).view());
+    return encoded(stored, packing);
 }
 
 } // namespace zarngi

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "comparison/pagePacking.h"
+
 namespace zarngi
 {
 
@@ -31,8 +33,8 @@ std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
                                        const std::vector<unsigned char>& passed);
 
 /** The lowest bytes of all numbers, then the next..., compressed by zlib, in base64. */
-std::string encodedNumbers(const std::vector<std::int16_t>& stored);
-std::string encodedNumbers(const std::vector<std::int32_t>& stored);
+std::string encodedNumbers(const std::vector<std::int16_t>& stored, const PagePacking& packing);
+std::string encodedNumbers(const std::vector<std::int32_t>& stored, const PagePacking& packing);
 
 } // namespace zarngi
 

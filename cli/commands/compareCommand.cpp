@@ -4,16 +4,15 @@
 #include <filesystem>
 #include <future>
 #include <iostream>
-#include <optional>
 
-#include "cli/commands/compareStructures.h"
 #include "cli/commands/readDose.h"
+#include "cli/commands/readStructures.h"
 #include "cli/output/outputs.h"
 #include "cli/output/progress.h"
 #include "cli/output/resultTable.h"
-#include "comparison/comparison.h"
-#include "comparison/parallel.h"
-#include "comparison/structures/structureLimits.h"
+#include "comparison/request/computation.h"
+#include "comparison/request/doseChecks.h"
+#include "comparison/request/requestedStructures.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -21,42 +20,6 @@ namespace zarngi
 
 namespace
 {
-
-void checkUnits(const Comparison& comparison)
-{
-    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
-        if (dose->isRelative && !comparison.settings.normalisation) {
-            throw InputError(dose->path + ": holds relative doses, not Gy; they are compared as "
-                                          "they are when --norm gives the dose of 100 %");
-        }
-    }
-    if (comparison.reference.isRelative != comparison.evaluation.isRelative) {
-        throw InputError("one file holds relative doses and the other one Gy: " +
-                         comparison.reference.path + ", " + comparison.evaluation.path);
-    }
-}
-
-void warnAbout(Comparison& comparison)
-{
-    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
-        for (const std::string& warning : dose->warnings) {
-            comparison.warnings.push_back(dose->path + ": " + warning);
-        }
-    }
-    const auto& reference = comparison.reference.dicom;
-    const auto& evaluation = comparison.evaluation.dicom;
-    if (!reference || !evaluation) {
-        return;
-    }
-    if (reference->frameOfReference != evaluation->frameOfReference) {
-        comparison.warnings.emplace_back(
-            "the files have different Frame of Reference UIDs: their positions may not match");
-    }
-    if (reference->doseType != evaluation->doseType) {
-        comparison.warnings.push_back("the files hold different types of dose: " +
-                                      reference->doseType + " and " + evaluation->doseType);
-    }
-}
 
 /** Reads both files at once. A pipe comes second: nobody waits for it when the other file is bad.
  */
@@ -80,104 +43,39 @@ void readDoses(Comparison& comparison, const CompareOptions& options)
 Comparison readComparison(const CompareOptions& options)
 {
     const auto start = std::chrono::steady_clock::now();
-    Comparison comparison;
-    comparison.settings = options.settings;
-    comparison.limits = generalLimits(options.limits);
-    comparison.failBelow = StructureLimits("--fail-below", options.limits.failBelow).general();
-    comparison.commandLine = options.commandLine;
+    Comparison comparison = emptyComparison(options);
     readDoses(comparison, options);
-    for (CriterionRequest& request : options.requests()) {
-        CriterionResult& result = comparison.results.emplace_back();
-        result.criterion = request.criterion;
-        result.patterns = std::move(request.patterns);
+    checkDoses(comparison);
+    std::vector<files::StructureSet> sets;
+    for (const std::string& path : options.structures.files) {
+        sets.push_back(readStructures(path, &comparison.digests));
     }
-    checkUnits(comparison);
-    warnAbout(comparison);
     std::shared_ptr<const StructureCatalogue> catalogue;
-    if (!options.structures.files.empty()) {
-        catalogue = readStructureFiles(options.structures, comparison);
+    if (!sets.empty()) {
+        catalogue = catalogueOf(std::move(sets), options.structures, comparison);
     }
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     comparison.readSeconds = duration.count();
-    comparison.referenceExtremes = doseExtremes(comparison.reference.image);
-    comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
+    findExtremes(comparison);
     if (catalogue) {
         addStructures(comparison, std::move(catalogue), options);
     }
     return comparison;
 }
 
-/** Computes with a progress line where a user is there to see it. */
-GammaMap computeVisibly(GammaRun& run, const GammaSettings& settings, const Criterion& criterion)
+/** A progress line for each criterion where a user is there to see it. */
+WatchFor progressFor(const GammaSettings& settings)
 {
     if (settings.verbose > 0 || !ProgressLine::isWanted()) {
-        return run.compute(settings, criterion);
+        return {};
     }
-    ProgressLine line(criterion.label());
-    return run.compute(settings, criterion, [&line](const SearchProgress& progress) {
-        line.show(progress);
-        return true;
-    });
-}
-
-/** The reference as the search gets it. */
-DoseImage searchedReference(const Comparison& comparison)
-{
-    DoseImage reference;
-    reference.path = comparison.reference.path;
-    reference.image = onlyWithin(comparison.reference.image, comparison.within->voxels);
-    return reference;
-}
-
-/** A part of the doses is judged as within the whole: the percentages refer to the same dose. */
-GammaSettings searchSettings(const Comparison& comparison)
-{
-    GammaSettings settings = comparison.settings;
-    if (comparison.within && !settings.normalisation) {
-        settings.normalisation = comparison.normalisation();
-    }
-    return settings;
-}
-
-void judgeStructures(CriterionResult& result, const Comparison& comparison,
-                     const CentreDoses& doses)
-{
-    const TestedVoxels tested{result.gamma, result.passed, doses,
-                              comparison.reference.image.geometry, comparison.settings};
-    const StructureComparison& structures = *comparison.structures;
-    const std::vector<bool> isWanted = rowsOf(result.patterns, structures);
-    result.structures.resize(structures.rows.size());
-    forEachIndex(structures.rows.size(), comparison.settings.threads, [&](std::size_t i) {
-        if (isWanted[i]) {
-            const StructureRow& row = structures.rows[i];
-            result.structures[i] = structureGamma(tested, row.voxels, row.limits);
-        }
-    });
-    if (result.patterns.empty()) {
-        result.outside = structureGamma(tested, structures.outside, comparison.limits);
-    }
-}
-
-void compute(Comparison& comparison)
-{
-    GammaRun run(comparison.within ? searchedReference(comparison) : comparison.reference,
-                 comparison.evaluation);
-    const GammaSettings settings = searchSettings(comparison);
-    const CentreDoses doses(viewOf(comparison.reference.image),
-                            viewOf(comparison.evaluation.image));
-    for (CriterionResult& result : comparison.results) {
-        GammaMap map = computeVisibly(run, settings, result.criterion);
-        result.step = static_cast<double>(stepSize(settings, result.criterion));
-        result.statistics = gammaStatistics(map, settings);
-        result.statistics.sides = failedSides(doses, map.passed);
-        result.verdict = verdictOf(map.passRate, comparison.limits);
-        result.seconds = map.seconds;
-        result.gamma = std::move(map.values);
-        result.passed = std::move(map.passed);
-        if (comparison.structures) {
-            judgeStructures(result, comparison, doses);
-        }
-    }
+    return [](const Criterion& criterion) -> WatchSearch {
+        return [line = std::make_shared<ProgressLine>(criterion.label())](
+                   const SearchProgress& progress) {
+            line->show(progress);
+            return true;
+        };
+    };
 }
 
 std::vector<std::string> inputsOf(const Comparison& comparison)
@@ -206,7 +104,7 @@ ExitCode compare(const CompareOptions& options)
         std::cerr << "zarngi: warning: " << oneLine(warning) << '\n';
     }
     std::cout << describeSetup(comparison) << std::flush;
-    compute(comparison);
+    compute(comparison, progressFor(comparison.settings));
     std::cout << describeResults(comparison) << std::flush;
     outputs.write(comparison);
     return comparison.isBelowLimit() ? ExitCode::belowLimit : ExitCode::fine;

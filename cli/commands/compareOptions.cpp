@@ -3,14 +3,9 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <thread>
-#include <utility>
 
 #include "comparison/failure.h"
-#include "comparison/structures/doseMetric.h"
-#include "comparison/structures/structureLimits.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -155,102 +150,7 @@ void addOutput(CLI::App& command, CompareOptions& options)
         ->group("Output");
 }
 
-CriterionRequest requestOf(const std::string& text)
-{
-    const ForStructures split = splitAtLastColon(text);
-    CriterionRequest request{parseCriterion(split.text)};
-    if (!split.pattern.empty()) {
-        request.patterns.push_back(split.pattern);
-    } else if (split.text != text) {
-        throw UsageError("--criteria: \"" + oneLine(text) + "\" names no structure");
-    }
-    return request;
-}
-
-/** Criteria of one kind are computed once: for all structures that ask for it. */
-void addRequest(std::vector<CriterionRequest>& requests, CriterionRequest request)
-{
-    for (CriterionRequest& earlier : requests) {
-        if (earlier.criterion.label() != request.criterion.label()) {
-            continue;
-        }
-        if (earlier.patterns.empty() && request.patterns.empty()) {
-            throw UsageError("--criteria: " + request.criterion.label() + " is given twice");
-        }
-        if (earlier.patterns.empty() || request.patterns.empty()) {
-            earlier.patterns.clear(); // everything holds them, too
-        } else {
-            earlier.patterns.push_back(request.patterns.front());
-        }
-        return;
-    }
-    requests.push_back(std::move(request));
-}
-
-/** What makes no sense without structures, or nullptr. */
-const char* structureOptionOf(const CompareOptions& options)
-{
-    const StructureOptions& structures = options.structures;
-    const auto names = [](const char* option, const std::vector<std::string>& texts) {
-        return StructureLimits(option, texts).namesStructures();
-    };
-    const std::vector<CriterionRequest> requests = options.requests();
-    const bool hasPattern = std::any_of(requests.begin(), requests.end(), [](const auto& request) {
-        return !request.patterns.empty();
-    });
-    const std::array<std::pair<bool, const char*>, 10> given{
-        {{!structures.shown.empty(), "--structure"},
-         {!structures.excluded.empty(), "--exclude"},
-         {!structures.within.empty(), "--within"},
-         {!structures.metrics.empty(), "--dvh"},
-         {structures.prescription.has_value(), "--prescription"},
-         {structures.ignoreFrame, "--ignore-frame"},
-         {hasPattern, "--criteria for a structure"},
-         {names("--tolerance", options.limits.tolerance), "--tolerance for a structure"},
-         {names("--action", options.limits.action), "--action for a structure"},
-         {names("--fail-below", options.limits.failBelow), "--fail-below for a structure"}}};
-    const auto found =
-        std::find_if(given.begin(), given.end(), [](const auto& option) { return option.first; });
-    return found != given.end() ? found->second : nullptr;
-}
-
-void checkStructureOptions(const CompareOptions& options)
-{
-    const std::vector<std::string>& files = options.structures.files;
-    for (auto file = files.begin(); file != files.end(); ++file) {
-        if (std::find(files.begin(), file, *file) != file) {
-            throw UsageError("--structures: " + oneLine(*file) + " is given twice");
-        }
-    }
-    const char* const option = structureOptionOf(options);
-    if (files.empty() && option != nullptr) {
-        throw UsageError(std::string(option) + " needs --structures FILE");
-    }
-    doseMetrics(options.structures.metrics); // tells what is wrong before files are read
-}
-
 } // namespace
-
-std::vector<CriterionRequest> CompareOptions::requests() const
-{
-    if (criteria.empty()) {
-        return {{single}};
-    }
-    std::vector<CriterionRequest> requests;
-    for (const std::string& text : criteria) {
-        addRequest(requests, requestOf(text));
-    }
-    return requests;
-}
-
-std::vector<Criterion> CompareOptions::criteriaToCompute() const
-{
-    std::vector<Criterion> list;
-    for (const CriterionRequest& request : requests()) {
-        list.push_back(request.criterion);
-    }
-    return list;
-}
 
 void addCompareOptions(CLI::App& command, CompareOptions& options)
 {
@@ -270,31 +170,16 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addOutput(command, options);
 }
 
-Limits generalLimits(const LimitOptions& options)
-{
-    Limits limits;
-    limits.tolerance =
-        StructureLimits("--tolerance", options.tolerance).general().value_or(limits.tolerance);
-    limits.action = StructureLimits("--action", options.action).general().value_or(limits.action);
-    return limits;
-}
-
 void checkCompareOptions(const CompareOptions& options)
 {
-    const std::vector<Criterion> criteria = options.criteriaToCompute();
-    const Limits limits = generalLimits(options.limits);
-    if (limits.action > limits.tolerance) {
-        throw UsageError("--action " + number(limits.action) + " is above --tolerance " +
-                         number(limits.tolerance));
-    }
+    checkRequest(options);
     if (!options.outputs.report.empty() && options.settings.passRateOnly) {
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }
-    checkStructureOptions(options);
     options.outputs.checkFormats();
     std::vector<std::string> inputs = options.structures.files;
     inputs.insert(inputs.end(), {options.reference, options.evaluation});
-    options.outputs.checkFiles(inputs, criteria);
+    options.outputs.checkFiles(inputs, options.criteriaToCompute());
 }
 
 } // namespace zarngi

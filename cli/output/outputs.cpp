@@ -9,12 +9,13 @@
 #include <cstdio>
 #include <iostream>
 
-#include "cli/output/csv.h"
 #include "cli/output/reportTemplate.h"
 #include "cli/output/systemCall.h"
 #include "cli/output/volumeFile.h"
+#include "comparison/csv.h"
 #include "comparison/doseJson.h"
 #include "comparison/failure.h"
+#include "comparison/nativePagePacking.h"
 #include "comparison/record.h"
 #include "comparison/reportPage.h"
 #include "files/text.h"
@@ -179,7 +180,7 @@ void Outputs::write(const Comparison& comparison)
         csv_->write(comparisonCsv(comparison));
     }
     if (report_) {
-        report_->write(reportPage(comparison, record, reportTemplate()));
+        report_->write(reportPage(comparison, record, reportTemplate(), nativePagePacking()));
     }
 }
 

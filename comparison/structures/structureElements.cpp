@@ -57,23 +57,25 @@ std::vector<std::int32_t> storedContours(const std::vector<files::Contour>& cont
 }
 
 void addStructureElements(std::vector<PageElement>& elements, nlohmann::ordered_json& list,
-                          const StructureComparison& structures)
+                          const StructureComparison& structures, const PagePacking& packing)
 {
     for (std::size_t i = 0; i < structures.rows.size(); ++i) {
         const StructureRow& row = structures.rows[i];
         const std::string name = "structure-" + std::to_string(i);
         list[i]["voxelsElement"] = name + "-voxels";
         list[i]["contoursElement"] = nullptr;
-        elements.push_back(
-            {name + "-voxels", [&row] { return encodedNumbers(storedRuns(row.voxels)); }});
+        elements.push_back({name + "-voxels", [&row, &packing] {
+                                return encodedNumbers(storedRuns(row.voxels), packing);
+                            }});
         if (!row.chosen.place) {
             continue;
         }
         const files::Structure& structure = structures.catalogue->structure(*row.chosen.place);
         if (!structure.contours.empty()) {
             list[i]["contoursElement"] = name + "-contours";
-            elements.push_back({name + "-contours", [&structure] {
-                                    return encodedNumbers(storedContours(structure.contours));
+            elements.push_back({name + "-contours", [&structure, &packing] {
+                                    return encodedNumbers(storedContours(structure.contours),
+                                                          packing);
                                 }});
         }
     }

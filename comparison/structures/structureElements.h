@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "comparison/pagePacking.h"
 #include "comparison/structures/structureComparison.h"
 
 namespace zarngi
@@ -35,10 +36,11 @@ std::vector<std::int32_t> storedContours(const std::vector<files::Contour>& cont
 
 /**
  * Elements for voxels and contours of each structure.
+ * @param packing outlives the elements.
  * @param list the structures of the page's document, which get the elements' names.
  */
 void addStructureElements(std::vector<PageElement>& elements, nlohmann::ordered_json& list,
-                          const StructureComparison& structures);
+                          const StructureComparison& structures, const PagePacking& packing);
 
 } // namespace zarngi
 

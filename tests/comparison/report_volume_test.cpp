@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "comparison/comparison.h"
+#include "comparison/nativePagePacking.h"
 #include "comparison/reportPage.h"
 #include "comparison/reportVolume.h"
 
@@ -86,9 +87,12 @@ TEST(ReportVolume, UnpacksToWhatWentIn)
 {
     for (const std::size_t count : {1U, 2U, 3U, 4U, 40000U, 40001U, 40002U, 123456U}) {
         const Words constant(count, -1);
-        EXPECT_EQ(decoded(zarngi::encodedNumbers(constant), count), constant) << count;
+        EXPECT_EQ(decoded(zarngi::encodedNumbers(constant, zarngi::nativePagePacking()), count),
+                  constant)
+            << count;
         const Words words = zarngi::storedDoses(noise(count, -32767, 32767, 1), 0);
-        EXPECT_EQ(decoded(zarngi::encodedNumbers(words), count), words) << count;
+        EXPECT_EQ(decoded(zarngi::encodedNumbers(words, zarngi::nativePagePacking()), count), words)
+            << count;
     }
 }
 
@@ -156,7 +160,8 @@ TEST(ReportPage, VolumesInOrderWhateverTheNumberOfThreads)
     }
     for (const int threads : {1, 2, 3, 7, 16}) {
         comparison.settings.threads = threads;
-        const std::string page = zarngi::reportPage(comparison, {}, "<!--ZARNGI-DATA-->");
+        const std::string page =
+            zarngi::reportPage(comparison, {}, "<!--ZARNGI-DATA-->", zarngi::nativePagePacking());
         std::size_t end = 0;
         for (const auto& [name, words] : expected) {
             const std::string mark = "id=\"volume-" + name + "\">";
@@ -196,7 +201,8 @@ TEST(ReportPage, StructuresAsVoxelsAndContours)
         2);
     nlohmann::ordered_json record;
     record["structures"]["list"] = nlohmann::ordered_json::array({{{"name", "square"}}, {}});
-    const std::string page = zarngi::reportPage(comparison, record, "<!--ZARNGI-DATA-->");
+    const std::string page =
+        zarngi::reportPage(comparison, record, "<!--ZARNGI-DATA-->", zarngi::nativePagePacking());
 
     const auto document = nlohmann::json::parse(elementOf(page, "zarngi-data"));
     const auto& list = document["structures"]["list"];
@@ -221,7 +227,8 @@ TEST(ReportPage, StructuresAsVoxelsAndContours)
 
 TEST(ReportPage, TemplateWithoutAPlaceForTheDataIsRefused)
 {
-    EXPECT_THROW(zarngi::reportPage({}, {}, "<html></html>"), std::runtime_error);
+    EXPECT_THROW(zarngi::reportPage({}, {}, "<html></html>", zarngi::nativePagePacking()),
+                 std::runtime_error);
 }
 
 } // namespace

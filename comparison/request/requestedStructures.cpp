@@ -1,8 +1,7 @@
-#include "cli/commands/compareStructures.h"
+#include "comparison/request/requestedStructures.h"
 
 #include <algorithm>
 
-#include "cli/commands/readStructures.h"
 #include "comparison/failure.h"
 #include "comparison/structures/structureLimits.h"
 #include "comparison/text.h"
@@ -106,26 +105,25 @@ TestedPart testedPart(const std::string& text, const StructureCatalogue& catalog
 
 } // namespace
 
-std::shared_ptr<const StructureCatalogue> readStructureFiles(const StructureOptions& options,
-                                                             Comparison& comparison)
+std::shared_ptr<const StructureCatalogue> catalogueOf(std::vector<files::StructureSet> sets,
+                                                      const StructureOptions& options,
+                                                      Comparison& comparison)
 {
-    std::vector<files::StructureSet> sets;
-    for (const std::string& path : options.files) {
-        sets.push_back(readStructures(path, &comparison.digests));
-        for (const std::string& warning : sets.back().warnings) {
-            comparison.warnings.push_back(path);
+    for (const files::StructureSet& set : sets) {
+        for (const std::string& warning : set.warnings) {
+            comparison.warnings.push_back(set.path);
             comparison.warnings.back().append(": ").append(warning);
         }
-        checkFrame(sets.back(), options.ignoreFrame, comparison);
+        checkFrame(set, options.ignoreFrame, comparison);
     }
     return std::make_shared<StructureCatalogue>(std::move(sets),
                                                 comparison.reference.image.geometry.spacing[2]);
 }
 
 void addStructures(Comparison& comparison, std::shared_ptr<const StructureCatalogue> catalogue,
-                   const CompareOptions& options)
+                   const ComparisonRequest& request)
 {
-    const StructureOptions& wanted = options.structures;
+    const StructureOptions& wanted = request.structures;
     const StructureSelection selection =
         selectStructures(*catalogue, wanted.shown, wanted.excluded);
     for (const RefusedStructure& refused : selection.refused) {
@@ -139,7 +137,7 @@ void addStructures(Comparison& comparison, std::shared_ptr<const StructureCatalo
         std::move(catalogue), selection, viewOf(reference), viewOf(comparison.evaluation.image),
         doseVolumeSettings(wanted, comparison), comparison.settings.threads);
     comparison.structures->prescription = wanted.prescription;
-    setLimits(*comparison.structures, options.limits, comparison.limits);
+    setLimits(*comparison.structures, request.limits, comparison.limits);
     for (const CriterionResult& result : comparison.results) {
         rowsOf(result.patterns, *comparison.structures); // tells now what matches nothing
     }

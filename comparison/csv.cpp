@@ -1,4 +1,4 @@
-#include "cli/output/csv.h"
+#include "comparison/csv.h"
 
 #include <optional>
 #include <vector>

@@ -1,0 +1,18 @@
+/**
+ * @file nativePagePacking.h
+ * The packing of native hosts.
+ */
+#ifndef ZARNGI_COMPARISON_NATIVEPAGEPACKING_H
+#define ZARNGI_COMPARISON_NATIVEPAGEPACKING_H
+
+#include "comparison/pagePacking.h"
+
+namespace zarngi
+{
+
+/** By means of libdeflate and OpenSSL. */
+const PagePacking& nativePagePacking();
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,82 @@
+#include "comparison/request/computation.h"
+
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "comparison/doseSampling.h"
+#include "comparison/failedSides.h"
+#include "comparison/parallel.h"
+#include "comparison/request/requestedStructures.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+/** The reference as the search gets it. */
+DoseImage searchedReference(const Comparison& comparison)
+{
+    DoseImage reference;
+    reference.path = comparison.reference.path;
+    reference.image = onlyWithin(comparison.reference.image, comparison.within->voxels);
+    return reference;
+}
+
+/** A part of the doses is judged as within the whole: the percentages refer to the same dose. */
+GammaSettings searchSettings(const Comparison& comparison)
+{
+    GammaSettings settings = comparison.settings;
+    if (comparison.within && !settings.normalisation) {
+        settings.normalisation = comparison.normalisation();
+    }
+    return settings;
+}
+
+void judgeStructures(CriterionResult& result, const Comparison& comparison,
+                     const CentreDoses& doses)
+{
+    const TestedVoxels tested{result.gamma, result.passed, doses,
+                              comparison.reference.image.geometry, comparison.settings};
+    const StructureComparison& structures = *comparison.structures;
+    const std::vector<bool> isWanted = rowsOf(result.patterns, structures);
+    result.structures.resize(structures.rows.size());
+    forEachIndex(structures.rows.size(), comparison.settings.threads, [&](std::size_t i) {
+        if (isWanted[i]) {
+            const StructureRow& row = structures.rows[i];
+            result.structures[i] = structureGamma(tested, row.voxels, row.limits);
+        }
+    });
+    if (result.patterns.empty()) {
+        result.outside = structureGamma(tested, structures.outside, comparison.limits);
+    }
+}
+
+} // namespace
+
+void compute(Comparison& comparison, const WatchFor& watchFor)
+{
+    GammaRun run(comparison.within ? searchedReference(comparison) : comparison.reference,
+                 comparison.evaluation);
+    const GammaSettings settings = searchSettings(comparison);
+    const CentreDoses doses(viewOf(comparison.reference.image),
+                            viewOf(comparison.evaluation.image));
+    for (CriterionResult& result : comparison.results) {
+        GammaMap map = run.compute(settings, result.criterion,
+                                   watchFor ? watchFor(result.criterion) : WatchSearch());
+        result.step = static_cast<double>(stepSize(settings, result.criterion));
+        result.statistics = gammaStatistics(map, settings);
+        result.statistics.sides = failedSides(doses, map.passed);
+        result.verdict = verdictOf(map.passRate, comparison.limits);
+        result.seconds = map.seconds;
+        result.gamma = std::move(map.values);
+        result.passed = std::move(map.passed);
+        if (comparison.structures) {
+            judgeStructures(result, comparison, doses);
+        }
+    }
+}
+
+} // namespace zarngi

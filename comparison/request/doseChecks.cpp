@@ -1,0 +1,61 @@
+#include "comparison/request/doseChecks.h"
+
+#include "comparison/failure.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+void checkUnits(const Comparison& comparison)
+{
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        if (dose->isRelative && !comparison.settings.normalisation) {
+            throw InputError(dose->path + ": holds relative doses, not Gy; they are compared as "
+                                          "they are when --norm gives the dose of 100 %");
+        }
+    }
+    if (comparison.reference.isRelative != comparison.evaluation.isRelative) {
+        throw InputError("one file holds relative doses and the other one Gy: " +
+                         comparison.reference.path + ", " + comparison.evaluation.path);
+    }
+}
+
+void warnAbout(Comparison& comparison)
+{
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        for (const std::string& warning : dose->warnings) {
+            comparison.warnings.push_back(dose->path + ": " + warning);
+        }
+    }
+    const auto& reference = comparison.reference.dicom;
+    const auto& evaluation = comparison.evaluation.dicom;
+    if (!reference || !evaluation) {
+        return;
+    }
+    if (reference->frameOfReference != evaluation->frameOfReference) {
+        comparison.warnings.emplace_back(
+            "the files have different Frame of Reference UIDs: their positions may not match");
+    }
+    if (reference->doseType != evaluation->doseType) {
+        comparison.warnings.push_back("the files hold different types of dose: " +
+                                      reference->doseType + " and " + evaluation->doseType);
+    }
+}
+
+} // namespace
+
+void checkDoses(Comparison& comparison)
+{
+    checkUnits(comparison);
+    warnAbout(comparison);
+}
+
+void findExtremes(Comparison& comparison)
+{
+    comparison.referenceExtremes = doseExtremes(comparison.reference.image);
+    comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
+}
+
+} // namespace zarngi
