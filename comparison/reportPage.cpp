@@ -43,8 +43,7 @@ std::string gammaName(std::size_t index)
 
 std::vector<Volume> volumesOf(const Comparison& comparison)
 {
-    const int decimals = doseDecimals(std::max(largestMagnitude(comparison.referenceExtremes),
-                                               largestMagnitude(comparison.evaluationExtremes)));
+    const int decimals = pageDoseDecimals(comparison);
     const auto wordsOf = [decimals](const DoseImage& dose) {
         return [&dose, decimals] { return storedDoses(dose.image.values, decimals); };
     };
@@ -107,6 +106,12 @@ std::string embeddable(const Json& document)
 }
 
 } // namespace
+
+int pageDoseDecimals(const Comparison& comparison)
+{
+    return doseDecimals(std::max(largestMagnitude(comparison.referenceExtremes),
+                                 largestMagnitude(comparison.evaluationExtremes)));
+}
 
 std::string reportPage(const Comparison& comparison, const Json& record,
                        std::string_view pageTemplate, const PagePacking& packing)

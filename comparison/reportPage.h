@@ -16,6 +16,9 @@
 namespace zarngi
 {
 
+/** Decimals of both doses in the page: the same, so that their difference is exact. */
+int pageDoseDecimals(const Comparison& comparison);
+
 /** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
 std::string reportPage(const Comparison& comparison, const nlohmann::ordered_json& record,
                        std::string_view pageTemplate, const PagePacking& packing);

@@ -1,5 +1,6 @@
 #include "files/namedFile.h"
 
+#include "files/pairNames.h"
 #include "files/sourceFile.h"
 
 namespace files

@@ -10,7 +10,7 @@
 
 #include "files/error.h"
 #include "files/fileFormat.h"
-#include "files/text.h"
+#include "files/pairNames.h"
 
 namespace files
 {
@@ -25,34 +25,10 @@ constexpr std::size_t beginningBytes = 1 << 16;
     throw Refusal({FileError::Kind::system, sentence, error});
 }
 
-/** As much of a path as a sentence shows. */
-std::string nameOf(const std::string& path)
-{
-    return excerpt(std::filesystem::path(path).filename().string());
-}
-
-/** The path without one of the endings, in any case, or nothing where it has none of them. */
-std::optional<std::string> stemOf(const std::string& path,
-                                  std::initializer_list<std::string_view> endings)
-{
-    for (const std::string_view ending : endings) {
-        if (lowerCase(path).ends_with(ending)) {
-            return path.substr(0, path.size() - ending.size());
-        }
-    }
-    return {};
-}
-
-std::optional<std::string> firstThatIsThere(const std::string& stem,
-                                            std::initializer_list<const char*> endings)
+bool exists(const std::string& path)
 {
     std::error_code error;
-    for (const char* const ending : endings) {
-        if (std::filesystem::exists(stem + ending, error)) {
-            return stem + ending;
-        }
-    }
-    return {};
+    return std::filesystem::exists(path, error);
 }
 
 } // namespace
@@ -136,27 +112,13 @@ Bytes readDataFile(const std::string& path)
         return source.readRest(source.readBeginning());
     } catch (const Refusal& refusal) {
         const FileError& error = refusal.error();
-        const bool isMissing = error.systemError == ENOENT;
-        refuse("its data file " + nameOf(path) +
-               (isMissing ? " is missing" : " " + error.sentence));
+        refuse(sentenceAboutData(path, error.systemError == ENOENT ? "" : error.sentence));
     }
-}
-
-std::string pathBeside(const std::string& header, const std::string& name)
-{
-    if (name.find('\0') != std::string::npos) {
-        refuse("its data file " + excerpt(name) + " is missing");
-    }
-    return (std::filesystem::path(header).parent_path() / name).string();
 }
 
 std::optional<std::string> headerOfPair(const std::string& path)
 {
-    const std::optional<std::string> stem = stemOf(path, {".img", ".img.gz"});
-    if (!stem) {
-        return {};
-    }
-    const std::optional<std::string> header = firstThatIsThere(*stem, {".hdr", ".hdr.gz", ".HDR"});
+    const std::optional<std::string> header = headerBeside(path, exists);
     if (!header) {
         return {};
     }
@@ -169,12 +131,7 @@ std::optional<std::string> headerOfPair(const std::string& path)
 
 std::string dataOfPair(const std::string& header)
 {
-    const std::optional<std::string> stem = stemOf(header, {".hdr", ".hdr.gz"});
-    if (!stem) {
-        refuse("is the header of a NIfTI pair but not named .hdr, which tells where its data are");
-    }
-    const std::optional<std::string> data = firstThatIsThere(*stem, {".img", ".img.gz", ".IMG"});
-    return data.value_or(*stem + ".img");
+    return dataOfPair(header, exists);
 }
 
 } // namespace files

@@ -44,9 +44,6 @@ private:
 /** The whole of a data file that a header names. @throws Refusal that names it */
 Bytes readDataFile(const std::string& path);
 
-/** The file of a name that stands in a header. */
-std::string pathBeside(const std::string& header, const std::string& name);
-
 /** The header beside a path that ends in .img, where there is one of a NIfTI pair. */
 std::optional<std::string> headerOfPair(const std::string& path);
 

@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "cli/commands/compareCommand.h"
-#include "cli/commands/syntheticDose.h"
-#include "cli/commands/syntheticStructures.h"
 #include "cli/output/outputs.h"
 #include "cli/output/reportTemplate.h"
+#include "comparison/example/syntheticDose.h"
+#include "comparison/example/syntheticStructures.h"
 #include "comparison/text.h"
 #include "files/structures/writeStructureSet.h"
 

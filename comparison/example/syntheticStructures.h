@@ -2,8 +2,8 @@
  * @file syntheticStructures.h
  * Structures of the made-up pair of dose distributions.
  */
-#ifndef ZARNGI_CLI_COMMANDS_SYNTHETICSTRUCTURES_H
-#define ZARNGI_CLI_COMMANDS_SYNTHETICSTRUCTURES_H
+#ifndef ZARNGI_COMPARISON_EXAMPLE_SYNTHETICSTRUCTURES_H
+#define ZARNGI_COMPARISON_EXAMPLE_SYNTHETICSTRUCTURES_H
 
 #include "files/structures/structureSet.h"
 

@@ -2,8 +2,8 @@
  * @file syntheticDose.h
  * A made-up pair of dose distributions that looks like a treatment and its verification.
  */
-#ifndef ZARNGI_CLI_COMMANDS_SYNTHETICDOSE_H
-#define ZARNGI_CLI_COMMANDS_SYNTHETICDOSE_H
+#ifndef ZARNGI_COMPARISON_EXAMPLE_SYNTHETICDOSE_H
+#define ZARNGI_COMPARISON_EXAMPLE_SYNTHETICDOSE_H
 
 #include "comparison/doseImage.h"
 

@@ -1,4 +1,4 @@
-#include "cli/commands/syntheticStructures.h"
+#include "comparison/example/syntheticStructures.h"
 
 #include <cmath>
 #include <numbers>

@@ -1,4 +1,4 @@
-#include "cli/commands/syntheticDose.h"
+#include "comparison/example/syntheticDose.h"
 
 #include <cmath>
 #include <cstdint>

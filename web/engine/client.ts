@@ -1,0 +1,165 @@
+/** The engine as a page sees it: promises, and a worker that can be stopped. */
+
+import { EngineFailure } from './engine';
+import type {
+    CompareRequest, ComparisonAnswer, ExamplePart, FileFacts, Progress, RatesAnswer, StructurePart,
+    VolumeName,
+} from './messages';
+import type { Call, Reply } from './protocol';
+import type { StoredVolume } from '../views/comparison';
+
+/** What a request that was stopped ends with. */
+export class Stopped extends Error {
+    constructor() {
+        super('the computation was stopped');
+    }
+}
+
+interface Waiting {
+    resolve(reply: { answer: unknown; output?: ArrayBuffer }): void;
+    reject(error: Error): void;
+    progress?: (progress: Progress) => void;
+}
+
+export class EngineClient {
+    private worker: Worker;
+    private readonly files = new Map<string, File>();
+    private waiting = new Map<number, Waiting>();
+    private lastId = 0;
+    /** What the worker holds the results of. */
+    private held: CompareRequest | null = null;
+
+    /** @param startWorker makes a worker of worker.ts */
+    constructor(private readonly startWorker: () => Worker) {
+        this.worker = this.start();
+    }
+
+    /** Gives the worker a file, or takes it away. */
+    async setFile(path: string, file: File | null): Promise<void> {
+        if (file) {
+            this.files.set(path, file);
+        } else {
+            this.files.delete(path);
+        }
+        await this.send({ call: 'file', path, file });
+    }
+
+    async identify(path: string): Promise<FileFacts> {
+        return (await this.send({ call: 'identify', path })).answer as FileFacts;
+    }
+
+    /** Rejects with an EngineFailure, or Stopped. */
+    async compare(
+        request: CompareRequest,
+        progress?: (progress: Progress) => void,
+    ): Promise<ComparisonAnswer> {
+        this.held = null;
+        const { answer } = await this.send({ call: 'compare', request }, progress);
+        this.held = request;
+        return answer as ComparisonAnswer;
+    }
+
+    /** Pass rates for another criterion, everything else as in a comparison that was made. */
+    async rates(of: CompareRequest, criterion: string): Promise<RatesAnswer> {
+        return (await this.ask(of, { call: 'rates', criterion })).answer as RatesAnswer;
+    }
+
+    async volume(of: CompareRequest, volume: VolumeName, criterion?: number): Promise<StoredVolume> {
+        const { answer, output } = await this.ask(of, { call: 'volume', volume, criterion });
+        const { decimals } = answer as { decimals: number };
+        return { decimals, values: new Int16Array(output!) };
+    }
+
+    /** Null where it has no contours. */
+    async structure(of: CompareRequest, structure: number, part: StructurePart): Promise<Int32Array | null> {
+        const { output } = await this.ask(of, { call: 'structure', structure, part });
+        return output ? new Int32Array(output) : null;
+    }
+
+    async record(of: CompareRequest): Promise<ArrayBuffer> {
+        return (await this.ask(of, { call: 'document', document: 'record' })).output!;
+    }
+
+    async csv(of: CompareRequest): Promise<ArrayBuffer> {
+        return (await this.ask(of, { call: 'document', document: 'csv' })).output!;
+    }
+
+    /** @param template the page of a comparison without data */
+    async page(of: CompareRequest, template: string): Promise<ArrayBuffer> {
+        return (await this.ask(of, { call: 'document', document: 'page', template })).output!;
+    }
+
+    /** @param name its ending tells the format: .nrrd, .mha, .nii, .nii.gz */
+    async gammaMap(of: CompareRequest, criterion: number, name: string): Promise<ArrayBuffer> {
+        return (await this.ask(of, { call: 'document', document: 'gammaMap', criterion, name })).output!;
+    }
+
+    /** A file of the built-in example. */
+    async example(part: ExamplePart): Promise<File> {
+        const { answer, output } = await this.send({ call: 'example', part });
+        return new File([output!], (answer as { name: string }).name);
+    }
+
+    /** Ends what is under way: all that waits is rejected with Stopped. The files are kept. */
+    stop(): void {
+        this.worker.terminate();
+        const { waiting } = this;
+        this.waiting = new Map();
+        this.held = null;
+        this.worker = this.start();
+        for (const [path, file] of this.files) {
+            void this.send({ call: 'file', path, file });
+        }
+        waiting.forEach(({ reject }) => reject(new Stopped()));
+    }
+
+    /** Of the results of a comparison, made again where the worker holds others. */
+    private async ask(of: CompareRequest, call: Call): Promise<{ answer: unknown; output?: ArrayBuffer }> {
+        if (this.held !== of) {
+            await this.compare(of);
+        }
+        return this.send(call);
+    }
+
+    private send(
+        call: Call,
+        progress?: (progress: Progress) => void,
+    ): Promise<{ answer: unknown; output?: ArrayBuffer }> {
+        const id = ++this.lastId;
+        return new Promise((resolve, reject) => {
+            this.waiting.set(id, { resolve, reject, progress });
+            this.worker.postMessage({ id, call });
+        });
+    }
+
+    private start(): Worker {
+        const worker = this.startWorker();
+        worker.onmessage = (event: MessageEvent<Reply>): void => this.receive(event.data);
+        worker.onerror = (event): void => this.fail(event.message || 'the worker of this page cannot start');
+        return worker;
+    }
+
+    private receive(reply: Reply): void {
+        const waiting = this.waiting.get(reply.id);
+        if (!waiting) {
+            return;
+        }
+        if ('progress' in reply) {
+            waiting.progress?.(reply.progress);
+            return;
+        }
+        this.waiting.delete(reply.id);
+        if ('failure' in reply) {
+            waiting.reject(new EngineFailure(reply.failure.error, reply.failure.kind));
+        } else {
+            waiting.resolve(reply);
+        }
+    }
+
+    /** The worker is gone: memory that ran out, or a fault. */
+    private fail(reason: string): void {
+        const { waiting } = this;
+        this.waiting = new Map();
+        waiting.forEach(({ reject }) => reject(new EngineFailure(reason, 'internal')));
+    }
+}

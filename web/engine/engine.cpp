@@ -1,0 +1,58 @@
+// The calls of the script: a JSON text in, one out; engine.ts makes them.
+#include <emscripten.h>
+
+#include <new>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "comparison/doseJson.h"
+#include "comparison/failure.h"
+#include "files/error.h"
+#include "web/engine/session.h"
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+engine::Session& session()
+{
+    static engine::Session theOne;
+    return theOne;
+}
+
+Json answered(const char* call)
+{
+    try {
+        return {{"answer", session().answer(Json::parse(call))}};
+    } catch (const zarngi::UsageError& error) {
+        return {{"error", error.what()}, {"kind", "usage"}};
+    } catch (const zarngi::InputError& error) {
+        return {{"error", error.what()}, {"kind", "input"}};
+    } catch (const files::Refusal& refusal) {
+        return {{"error", refusal.error().sentence}, {"kind", "input"}};
+    } catch (const std::bad_alloc&) {
+        return {{"error", "not enough memory"}, {"kind", "memory"}};
+    } catch (const std::exception& error) {
+        return {{"error", error.what()}, {"kind", "internal"}};
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+/** The answer lives until the next call. */
+EMSCRIPTEN_KEEPALIVE const char* zarngi_call(const char* call)
+{
+    static std::string text;
+    text = zarngi::toText(answered(call), -1);
+    return text.c_str();
+}
+
+/** The binary part of the last answer. */
+EMSCRIPTEN_KEEPALIVE const char* zarngi_output()
+{
+    return session().output().data();
+}
+}

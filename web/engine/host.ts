@@ -1,0 +1,80 @@
+/** The script's side of hostScript.h: what the engine is handed. */
+
+import { deflateRaw } from 'pako';
+import * as zlib from 'pako/lib/zlib/inflate.js';
+import ZStream from 'pako/lib/zlib/zstream.js';
+
+const usualLevel = 6;
+const windowBits = -15;
+const finish = 4;
+const streamEnd = 1;
+const bufferError = -5;
+
+/** Status of a stream: whole and ended, goes on when the room is full, damaged or cut short. */
+const ended = 0;
+const full = 1;
+const damaged = 2;
+
+export interface FileContents {
+    /** 0, or -1: no such file, -2: cannot be read, and `bytes` is the reason. */
+    status: number;
+    bytes: Uint8Array;
+}
+
+/** How the engine reaches the files of the page. */
+export interface FileSource {
+    contents(path: string): FileContents;
+    has(path: string): boolean;
+}
+
+export type ProgressListener = (criterion: string, shell: number, shellLimit: number, share: number) => void;
+
+export interface Host extends FileSource {
+    inflate(packed: Uint8Array, room: Uint8Array): [number, number, number];
+    deflate(plain: Uint8Array): Uint8Array;
+    base64(bytes: Uint8Array, text: Uint8Array): void;
+    progress: ProgressListener;
+}
+
+export function makeHost(files: FileSource, progress: ProgressListener): Host {
+    return {
+        contents: (path) => files.contents(path),
+        has: (path) => files.has(path),
+        inflate,
+        deflate: (plain) => deflateRaw(plain, { level: usualLevel }),
+        base64,
+        progress,
+    };
+}
+
+/** Unpacks a raw DEFLATE stream into the room: status, bytes taken, bytes made. */
+function inflate(packed: Uint8Array, room: Uint8Array): [number, number, number] {
+    const stream = new ZStream();
+    stream.input = packed;
+    stream.avail_in = packed.length;
+    stream.next_in = 0;
+    // An empty room could not tell a stream that has ended from one that goes on.
+    stream.output = room.length > 0 ? room : new Uint8Array(1);
+    stream.avail_out = stream.output.length;
+    stream.next_out = 0;
+    zlib.inflateInit2(stream, windowBits);
+    const code = zlib.inflate(stream, finish);
+    zlib.inflateEnd(stream);
+    const made = stream.next_out;
+    if (code === streamEnd && made <= room.length) {
+        return [ended, stream.next_in, made];
+    }
+    const isFull = stream.avail_out === 0 && (code === bufferError || code === 0);
+    return [isFull || (code === streamEnd && made > room.length) ? full : damaged, stream.next_in, made];
+}
+
+function base64(bytes: Uint8Array, text: Uint8Array): void {
+    const block = 3 << 13; // arguments of a call, and whole groups of four digits
+    let end = 0;
+    for (let start = 0; start < bytes.length; start += block) {
+        const digits = btoa(String.fromCharCode(...bytes.subarray(start, start + block)));
+        for (let i = 0; i < digits.length; ++i) {
+            text[end++] = digits.charCodeAt(i);
+        }
+    }
+}

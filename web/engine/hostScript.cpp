@@ -1,0 +1,137 @@
+#include "web/engine/hostScript.h"
+
+#include <emscripten.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+
+// clang-format off: the bodies are JavaScript.
+
+// Streams: [status (0 ended, 1 full, 2 damaged), bytes taken, bytes made].
+EM_JS(void, scriptInflate,
+      (const void* packed, size_t size, void* room, size_t roomSize, uint32_t* result), {
+          const answer = Module.host.inflate(HEAPU8.subarray(packed, packed + size),
+                                             HEAPU8.subarray(room, room + roomSize));
+          HEAPU32.set(answer, result >> 2);
+      });
+
+// What is made stays with the script until it is taken.
+EM_JS(size_t, scriptDeflatedSize, (const void* plain, size_t size), {
+    Module.made = Module.host.deflate(HEAPU8.subarray(plain, plain + size));
+    return Module.made.length;
+});
+
+EM_JS(void, scriptBase64, (const void* bytes, size_t size, void* text),
+      { Module.host.base64(HEAPU8.subarray(bytes, bytes + size), HEAPU8.subarray(text)); });
+
+// Bytes, or -1 where there is no such file, -2 where it cannot be read: the reason is what is made.
+EM_JS(double, scriptFileSize, (const char* path), {
+    const answer = Module.host.contents(UTF8ToString(path));
+    Module.made = answer.bytes;
+    return answer.status < 0 ? answer.status : answer.bytes.length;
+});
+
+EM_JS(int, scriptHasFile, (const char* path),
+      { return Module.host.has(UTF8ToString(path)) ? 1 : 0; });
+
+EM_JS(size_t, scriptMadeSize, (), { return Module.made.length; });
+
+EM_JS(void, scriptTakeMade, (void* room), {
+    HEAPU8.set(Module.made, room);
+    Module.made = null;
+});
+
+EM_JS(void, scriptProgress, (const char* label, int shell, int limit, double share),
+      { Module.host.progress(UTF8ToString(label), shell, limit, share); });
+
+// clang-format on
+
+namespace engine
+{
+
+namespace
+{
+
+enum ScriptStatus : std::uint32_t { ended, full, damaged };
+
+std::array<std::uint32_t, 3> inflated(files::ByteView packed, std::span<unsigned char> room)
+{
+    std::array<std::uint32_t, 3> answer{};
+    scriptInflate(packed.data(), packed.size(), room.data(), room.size(), answer.data());
+    return answer;
+}
+
+files::Unpacked unpack(files::ByteView packed, std::span<unsigned char> room)
+{
+    const auto [status, taken, made] = inflated(packed, room);
+    using Status = files::Unpacked::Status;
+    return {status == ended  ? Status::ended
+            : status == full ? Status::full
+                             : Status::damaged,
+            taken, made};
+}
+
+std::size_t unpackBeginning(files::ByteView packed, std::span<unsigned char> room)
+{
+    return inflated(packed, room)[2];
+}
+
+files::Bytes takenFromScript(std::size_t size)
+{
+    files::Bytes bytes(size);
+    scriptTakeMade(bytes.data());
+    return bytes;
+}
+
+files::Bytes pack(files::ByteView plain)
+{
+    return takenFromScript(scriptDeflatedSize(plain.data(), plain.size()));
+}
+
+std::string base64(files::ByteView bytes)
+{
+    std::string text((bytes.size() + 2) / 3 * 4, '\0');
+    scriptBase64(bytes.data(), bytes.size(), text.data());
+    return text;
+}
+
+} // namespace
+
+const files::Deflate& scriptDeflate()
+{
+    static constexpr files::Deflate codec = {unpack, unpackBeginning, pack};
+    return codec;
+}
+
+const zarngi::PagePacking& scriptPacking()
+{
+    static const zarngi::PagePacking packing = {scriptDeflate(), base64};
+    return packing;
+}
+
+files::Result<files::Bytes> contentsOf(const std::string& path)
+{
+    const double size = scriptFileSize(path.c_str());
+    if (size == -1) {
+        return files::FileError{files::FileError::Kind::system, "no such file", ENOENT};
+    }
+    if (size < 0) {
+        const files::Bytes reason = takenFromScript(scriptMadeSize());
+        return files::FileError{files::FileError::Kind::system,
+                                "cannot be read: " + std::string(files::asText(reason.view()))};
+    }
+    return takenFromScript(static_cast<std::size_t>(size));
+}
+
+bool exists(const std::string& path)
+{
+    return scriptHasFile(path.c_str()) != 0;
+}
+
+void tellProgress(const zarngi::Criterion& criterion, const zarngi::SearchProgress& progress)
+{
+    scriptProgress(criterion.label().c_str(), progress.shell, progress.shellLimit, progress.share);
+}
+
+} // namespace engine

@@ -1,0 +1,36 @@
+/**
+ * @file hostScript.h
+ * What the engine is handed by the script around it: DEFLATE and base64, the contents of files, and
+ * who is told of a search. host.ts is the script's side.
+ */
+#ifndef ZARNGI_WEB_ENGINE_HOSTSCRIPT_H
+#define ZARNGI_WEB_ENGINE_HOSTSCRIPT_H
+
+#include <string>
+
+#include "comparison/criterion.h"
+#include "comparison/gammaRun.h"
+#include "comparison/pagePacking.h"
+#include "files/bytes.h"
+#include "files/deflate.h"
+#include "files/error.h"
+
+namespace engine
+{
+
+/** Raw DEFLATE by the script's library. */
+const files::Deflate& scriptDeflate();
+
+const zarngi::PagePacking& scriptPacking();
+
+/** The contents of a file that the page was given. */
+files::Result<files::Bytes> contentsOf(const std::string& path);
+
+bool exists(const std::string& path);
+
+/** Tells the script how far the search for a criterion is. */
+void tellProgress(const zarngi::Criterion& criterion, const zarngi::SearchProgress& progress);
+
+} // namespace engine
+
+#endif

@@ -1,0 +1,28 @@
+/** How the messages travel between a page and its worker. */
+
+import type {
+    CompareRequest, EngineError, ExamplePart, Progress, StructurePart, VolumeName,
+} from './messages';
+
+export type Call =
+    | { call: 'file'; path: string; file: File | null }
+    | { call: 'identify'; path: string }
+    | { call: 'compare'; request: CompareRequest }
+    | { call: 'rates'; criterion: string }
+    | { call: 'volume'; volume: VolumeName; criterion?: number }
+    | { call: 'structure'; structure: number; part: StructurePart }
+    | { call: 'document'; document: 'record' | 'csv' }
+    | { call: 'document'; document: 'page'; template: string }
+    | { call: 'document'; document: 'gammaMap'; criterion: number; name: string }
+    | { call: 'example'; part: ExamplePart };
+
+export interface Request {
+    id: number;
+    call: Call;
+}
+
+export type Reply = { id: number } & (
+    | { answer: unknown; output?: ArrayBuffer }
+    | { failure: EngineError }
+    | { progress: Progress }
+);

@@ -1,0 +1,225 @@
+#include "web/engine/session.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+#include "comparison/csv.h"
+#include "comparison/doseJson.h"
+#include "comparison/example/syntheticDose.h"
+#include "comparison/example/syntheticStructures.h"
+#include "comparison/failure.h"
+#include "comparison/record.h"
+#include "comparison/reportPage.h"
+#include "comparison/reportVolume.h"
+#include "comparison/request/computation.h"
+#include "comparison/request/doseChecks.h"
+#include "comparison/request/requestedStructures.h"
+#include "comparison/statisticsJson.h"
+#include "comparison/structures/structureElements.h"
+#include "files/structures/writeStructureSet.h"
+#include "files/writeVolume.h"
+#include "web/engine/hostScript.h"
+#include "web/engine/requestJson.h"
+
+namespace engine
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+template <class Number> std::string bytesOf(const std::vector<Number>& numbers)
+{
+    return {reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(Number)};
+}
+
+zarngi::WatchSearch watchFor(const zarngi::Criterion& criterion)
+{
+    return [criterion](const zarngi::SearchProgress& progress) {
+        tellProgress(criterion, progress);
+        return true;
+    };
+}
+
+std::string imageFile(const std::string& name, const zarngi::Image& image)
+{
+    const auto format = files::volumeFormatOf(name);
+    if (!format) {
+        throw zarngi::InputError(name + ": does not end in .mha, .nrrd, .nii or .nii.gz");
+    }
+    const files::Result<files::Bytes> file = files::encodeImage(*format, image, scriptDeflate());
+    if (!file) {
+        throw zarngi::InputError(name + ": " + file.error().sentence);
+    }
+    return std::string(files::asText((*file).view()));
+}
+
+/** Null where nothing was tested. */
+Json rateJson(const zarngi::GammaStatistics& statistics)
+{
+    return statistics.tested > 0 ? Json(statistics.passRate) : Json(nullptr);
+}
+
+} // namespace
+
+nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
+{
+    const std::string what = call.at("call");
+    output_.clear();
+    if (what == "identify") {
+        return files_.identify(call.at("path"));
+    }
+    if (what == "forget") {
+        files_.forget(call.at("path"));
+        return Json::object();
+    }
+    if (what == "compare") {
+        return compare(call);
+    }
+    if (what == "example") {
+        return example(call);
+    }
+    if (comparison_.results.empty()) {
+        throw zarngi::UsageError("nothing has been compared yet");
+    }
+    if (what == "rates") {
+        return rates(call);
+    }
+    if (what == "volume") {
+        return volume(call);
+    }
+    if (what == "structure") {
+        return structure(call);
+    }
+    return document(call);
+}
+
+nlohmann::ordered_json Session::compare(const Json& call)
+{
+    const zarngi::ComparisonRequest request = requestOf(call);
+    zarngi::checkRequest(request);
+    comparison_ = {}; // memory for two comparisons at once may not be there
+    zarngi::Comparison comparison = zarngi::emptyComparison(request);
+    comparison.digests = digestsOf(call);
+    comparison.reference = files_.dose(request.reference);
+    comparison.evaluation = files_.dose(request.evaluation);
+    zarngi::checkDoses(comparison);
+    std::vector<files::StructureSet> sets;
+    for (const std::string& path : request.structures.files) {
+        sets.push_back(files_.structures(path));
+    }
+    std::shared_ptr<const zarngi::StructureCatalogue> catalogue;
+    if (!sets.empty()) {
+        catalogue = zarngi::catalogueOf(std::move(sets), request.structures, comparison);
+    }
+    comparison.readSeconds = call.value("readSeconds", 0.0);
+    zarngi::findExtremes(comparison);
+    if (catalogue) {
+        zarngi::addStructures(comparison, std::move(catalogue), request);
+    }
+    zarngi::compute(comparison, watchFor);
+    comparison_ = std::move(comparison);
+    record_ = zarngi::comparisonJson(comparison_);
+    return {{"record", record_}, {"isBelowLimit", comparison_.isBelowLimit()}};
+}
+
+nlohmann::ordered_json Session::rates(const Json& call)
+{
+    zarngi::CriterionResult asked;
+    asked.criterion = zarngi::parseCriterion(call.at("criterion"));
+    std::vector<zarngi::CriterionResult> results;
+    results.push_back(std::move(asked));
+    std::swap(comparison_.results, results);
+    try {
+        zarngi::compute(comparison_); // a map as well: its rate may be that of a voxel more
+    } catch (...) {
+        std::swap(comparison_.results, results);
+        throw;
+    }
+    std::swap(comparison_.results, results);
+    const zarngi::CriterionResult& found = results.front();
+    Json json = {{"passRate", rateJson(found.statistics)}, {"structures", Json::array()}};
+    for (const std::optional<zarngi::StructureGamma>& structure : found.structures) {
+        json["structures"].push_back(structure ? rateJson(structure->statistics) : Json(nullptr));
+    }
+    return json;
+}
+
+nlohmann::ordered_json Session::volume(const Json& call)
+{
+    const std::string name = call.at("volume");
+    if (name == "gamma") {
+        const zarngi::CriterionResult& result =
+            comparison_.results.at(call.at("criterion").get<std::size_t>());
+        return withOutput(bytesOf(zarngi::storedGammas(result.gamma, result.passed)),
+                          {{"decimals", zarngi::gammaDecimals}});
+    }
+    const zarngi::DoseImage& dose =
+        name == "reference" ? comparison_.reference : comparison_.evaluation;
+    const int decimals = zarngi::pageDoseDecimals(comparison_);
+    return withOutput(bytesOf(zarngi::storedDoses(dose.image.values, decimals)),
+                      {{"decimals", decimals}});
+}
+
+nlohmann::ordered_json Session::structure(const Json& call)
+{
+    const zarngi::StructureRow& row =
+        comparison_.structures.value().rows.at(call.at("structure").get<std::size_t>());
+    if (call.at("part") == "voxels") {
+        return withOutput(bytesOf(zarngi::storedRuns(row.voxels)));
+    }
+    if (!row.chosen.place) {
+        return {{"bytes", nullptr}};
+    }
+    const auto& contours = comparison_.structures->catalogue->structure(*row.chosen.place).contours;
+    return contours.empty() ? Json{{"bytes", nullptr}}
+                            : withOutput(bytesOf(zarngi::storedContours(contours)));
+}
+
+nlohmann::ordered_json Session::document(const Json& call)
+{
+    const std::string name = call.at("document");
+    if (name == "record") {
+        return withOutput(zarngi::toText(record_, 2) + "\n");
+    }
+    if (name == "csv") {
+        return withOutput(zarngi::comparisonCsv(comparison_));
+    }
+    if (name == "page") {
+        return withOutput(zarngi::reportPage(
+            comparison_, record_, call.at("template").get<std::string>(), scriptPacking()));
+    }
+    const zarngi::CriterionResult& result =
+        comparison_.results.at(call.at("criterion").get<std::size_t>());
+    return withOutput(
+        imageFile(call.at("name"), {comparison_.reference.image.geometry, result.gamma}),
+        {{"label", result.criterion.fileLabel()}});
+}
+
+nlohmann::ordered_json Session::example(const Json& call)
+{
+    const std::string part = call.at("part");
+    if (part == "structures") {
+        const auto bytes = files::encodeStructureSet(zarngi::syntheticStructures());
+        return withOutput(std::string(files::asText((*bytes).view())),
+                          {{"name", "structures.dcm"}});
+    }
+    const zarngi::Disturbance disturbance =
+        part == "reference" ? zarngi::undisturbed : zarngi::fairVerification;
+    const std::string name = part + ".mha";
+    return withOutput(imageFile(name, zarngi::syntheticDose(zarngi::demoGeometry(), disturbance)),
+                      {{"name", name}});
+}
+
+nlohmann::ordered_json Session::withOutput(std::string output, Json answer)
+{
+    output_ = std::move(output);
+    answer["bytes"] = output_.size();
+    return answer;
+}
+
+} // namespace engine

@@ -1,0 +1,50 @@
+/**
+ * @file session.h
+ * What a page does with its files: one comparison at a time, and all that can be had from it.
+ */
+#ifndef ZARNGI_WEB_ENGINE_SESSION_H
+#define ZARNGI_WEB_ENGINE_SESSION_H
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+#include "comparison/comparison.h"
+#include "web/engine/keptFiles.h"
+
+namespace engine
+{
+
+/**
+ * Answers calls; messages.ts has their members. Binary answers stay in output() until the next
+ * call.
+ */
+class Session
+{
+public:
+    /** @throws zarngi::InputError, zarngi::UsageError */
+    nlohmann::ordered_json answer(const nlohmann::ordered_json& call);
+
+    const std::string& output() const { return output_; }
+
+private:
+    using Json = nlohmann::ordered_json;
+
+    Json compare(const Json& call);
+    Json rates(const Json& call);
+    Json volume(const Json& call);
+    Json structure(const Json& call);
+    Json document(const Json& call);
+    Json example(const Json& call);
+    Json withOutput(std::string output, Json answer = Json::object());
+
+    KeptFiles files_;
+    zarngi::Comparison comparison_;
+    Json record_;
+    std::string output_;
+};
+
+} // namespace engine
+
+#endif

@@ -1,0 +1,120 @@
+/** The thread that reads and computes: keeps the files and the engine, answers one request after another. */
+
+import wasmBase64 from 'zarngi-engine-binary';
+import { digestOf } from './digest';
+import { Engine, EngineFailure } from './engine';
+import { makeHost } from './host';
+import type { CompareRequest, ComparisonAnswer, FileFacts } from './messages';
+import { PageFiles } from './pageFiles';
+import type { Reply, Request } from './protocol';
+
+const files = new PageFiles();
+const facts = new Map<string, FileFacts>();
+const digests = new Map<string, { bytes: number; sha256: string }>();
+let running: Request | null = null;
+
+const post = (reply: Reply, transfer: Transferable[] = []): void => postMessage(reply, { transfer });
+
+function bytesOf(base64: string): Uint8Array {
+    const text = atob(base64);
+    const bytes = new Uint8Array(text.length);
+    for (let i = 0; i < text.length; ++i) {
+        bytes[i] = text.charCodeAt(i);
+    }
+    return bytes;
+}
+
+const host = makeHost(files, (criterion, shell, shellLimit, share) => {
+    if (running) {
+        post({ id: running.id, progress: { criterion, shell, shellLimit, share } });
+    }
+});
+const engine = Engine.start(host, bytesOf(wasmBase64));
+
+/** Drops what is known of a path whose file is another one now. */
+function changeFile(path: string, file: File | null, known: Engine): void {
+    known.call({ call: 'forget', path });
+    facts.delete(path);
+    digests.delete(path);
+    if (file) {
+        files.add(path, file);
+    } else {
+        files.remove(path);
+    }
+}
+
+function dataPathOf(path: string, known: Engine): string {
+    let found = facts.get(path);
+    if (!found) {
+        found = known.call<FileFacts>({ call: 'identify', path });
+        facts.set(path, found);
+    }
+    return 'dataPath' in found ? found.dataPath : path;
+}
+
+async function digestsFor(request: CompareRequest, known: Engine): Promise<object> {
+    const wanted: Record<string, object> = {};
+    for (const path of [request.reference, request.evaluation, ...request.structures]) {
+        for (const part of new Set([path, dataPathOf(path, known)])) {
+            const { bytes, status } = files.contents(part);
+            if (status === 0 && !digests.has(part)) {
+                const contents = bytes as Uint8Array<ArrayBuffer>;
+                digests.set(part, { bytes: bytes.length, sha256: await digestOf(contents) });
+            }
+            wanted[part] = digests.get(part) ?? { bytes: 0, sha256: '' };
+        }
+    }
+    return wanted;
+}
+
+async function compare(request: CompareRequest, known: Engine): Promise<ComparisonAnswer> {
+    const start = performance.now();
+    const wanted = await digestsFor(request, known);
+    const readSeconds = (performance.now() - start) / 1000;
+    return known.call({ call: 'compare', ...request, digests: wanted, readSeconds });
+}
+
+async function answer(request: Request, known: Engine): Promise<void> {
+    const { id, call } = request;
+    if (call.call === 'file') {
+        changeFile(call.path, call.file, known);
+        post({ id, answer: {} });
+    } else if (call.call === 'identify') {
+        const found = known.call<FileFacts>(call);
+        facts.set(call.path, found);
+        post({ id, answer: found });
+    } else if (call.call === 'compare') {
+        post({ id, answer: await compare(call.request, known) });
+    } else {
+        const found = known.call<{ bytes?: number | null }>(call);
+        const output = typeof found.bytes === 'number' ? known.output(found.bytes) : undefined;
+        post({ id, answer: found, output }, output ? [output] : []);
+    }
+}
+
+const waiting: Request[] = [];
+
+async function work(): Promise<void> {
+    const known = await engine;
+    while (waiting.length > 0) {
+        running = waiting.shift()!;
+        try {
+            await answer(running, known);
+        } catch (error) {
+            const kind = error instanceof EngineFailure ? error.kind : 'internal';
+            const sentence = error instanceof Error ? error.message : String(error);
+            post({ id: running.id, failure: { error: sentence, kind } });
+        }
+    }
+    running = null;
+}
+
+onmessage = (event: MessageEvent<Request>): void => {
+    waiting.push(event.data);
+    if (waiting.length === 1 && !running) {
+        work().catch((error: unknown) => {
+            const { id } = event.data;
+            post({ id, failure: { error: String(error), kind: 'internal' } });
+        });
+    }
+};
