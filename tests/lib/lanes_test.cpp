@@ -13,6 +13,8 @@
 #include "lanes/portable.h"
 #if defined(__x86_64__)
 #include "lanes/sse2.h"
+#elif defined(__wasm_simd128__)
+#include "lanes/wasm.h"
 #endif
 
 namespace
@@ -114,6 +116,8 @@ protected:
 
 #if defined(__x86_64__)
 using LanesTypes = testing::Types<PortableLanes, Sse2Lanes>;
+#elif defined(__wasm_simd128__)
+using LanesTypes = testing::Types<PortableLanes, WasmLanes>;
 #else
 using LanesTypes = testing::Types<PortableLanes>;
 #endif
@@ -204,9 +208,15 @@ TYPED_TEST(LanesTest, LanesAreGatheredAndChosen)
     EXPECT_EQ(this->floatsOf(TypeParam::spreadFrom({low, high}, i)),
               (std::array<float, 4>{11, 13, 14, 10}));
     std::array<float, 4> chosen{};
-    TypeParam::storeChosen(chosen.data(), 0b1010U, low);
-    EXPECT_EQ(chosen[0], 10);
-    EXPECT_EQ(chosen[1], 11);
+    for (unsigned bits = 0; bits < 16; ++bits) {
+        TypeParam::storeChosen(chosen.data(), bits, low);
+        std::size_t place = 0;
+        for (std::size_t lane = 0; lane < 4; ++lane) {
+            if ((bits >> lane & 1U) != 0) {
+                EXPECT_EQ(chosen[place++], this->floatsOf(low)[lane]) << bits;
+            }
+        }
+    }
 }
 
 TYPED_TEST(LanesTest, RoughInversesAreNear)

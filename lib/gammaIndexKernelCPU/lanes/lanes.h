@@ -9,7 +9,13 @@
 #define ZARNGI_LANES_H
 
 // A path asks for the portable vectors by this macro, for the others by what it is compiled for.
-#if defined(ZARNGI_PORTABLE_LANES) || !defined(__x86_64__)
+#if defined(__wasm_simd128__)
+#include "lanes/wasm.h"
+namespace
+{
+using Lanes = WasmLanes;
+}
+#elif defined(ZARNGI_PORTABLE_LANES) || !defined(__x86_64__)
 #include "lanes/portable.h"
 namespace
 {
