@@ -3,10 +3,11 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo test quick-test docs package check-package check-arm64 fuzz sanitize coverage format lint clean
+.PHONY: help demo page test quick-test docs package check-package check-arm64 fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
+	@echo "make page        the page that compares in a browser: build/page/zarngi.html"
 	@echo "make test        build everything and run all tests"
 	@echo "make quick-test  the same without the long tests"
 	@echo "make docs        the reference of the headers, in build/docs/html"
@@ -25,6 +26,14 @@ demo:
 	cmake --preset release -DZARNGI_BUILD_TESTS=OFF
 	cmake --build --preset release --parallel $(JOBS)
 	build/release/cli/zarngi demo
+
+page:
+	scripts/install-deps.sh page
+	cmake --preset release -DZARNGI_BUILD_TESTS=OFF
+	cmake --build --preset release --parallel $(JOBS) --target zarngi_page
+	cmake -E make_directory build/page
+	cmake -E copy build/release/web/front-end/dist/compare/zarngi.html build/page/zarngi.html
+	@echo "built: build/page/zarngi.html"
 
 test:
 	scripts/install-deps.sh test

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that are missing: install-deps.sh demo|package|test|arm64
+# Installs the Debian packages that are missing: install-deps.sh demo|page|package|test|arm64
 # Does nothing, and needs no privileges, when all are there.
 set -eu
 
@@ -8,27 +8,31 @@ demo_packages="
     libcli11-dev nlohmann-json3-dev
     libgdcm-dev zlib1g-dev libdeflate-dev libssl-dev"
 
+page_packages="
+    emscripten"
+
 package_packages="
     dpkg-dev file man-db python3-numpy"
 
 test_packages="
     clang clang-format clang-tidy libclang-rt-14-dev lcov
-    libgtest-dev libbenchmark-dev libgdcm-tools
+    libgtest-dev googletest libbenchmark-dev libgdcm-tools
     python3-dev python3-pip python3-setuptools python3-venv python3-wheel
     python3-pytest python3-numpy python3-pandas python3-matplotlib python3-nibabel python3-pydicom
     python3-distributed procps
     python3-markdown-it python3-vtk9 teem-apps
-    chromium doxygen graphviz"
+    chromium firefox-esr doxygen graphviz"
 
 arm64_packages="
     g++-aarch64-linux-gnu qemu-user googletest"
 
 case "${1:-}" in
     demo) wanted=$demo_packages ;;
-    package) wanted="$demo_packages $package_packages" ;;
-    test) wanted="$demo_packages $package_packages $test_packages" ;;
+    page) wanted="$demo_packages $page_packages" ;;
+    package) wanted="$demo_packages $page_packages $package_packages" ;;
+    test) wanted="$demo_packages $page_packages $package_packages $test_packages" ;;
     arm64) wanted="$demo_packages $package_packages libgtest-dev $arm64_packages" ;;
-    *) echo "usage: $0 demo|package|test|arm64" >&2; exit 2 ;;
+    *) echo "usage: $0 demo|page|package|test|arm64" >&2; exit 2 ;;
 esac
 # Any Node.js will do: the report page needs npm and node, not Debian's packages of them. A source
 # archive brings the page along, and only its tests need them.

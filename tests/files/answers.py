@@ -1,4 +1,4 @@
-"""What the program and the package make of a dose file, in one form."""
+"""What the program, the package and the page make of a dose file, in one form."""
 
 import dataclasses
 import hashlib
@@ -7,10 +7,15 @@ import os
 import resource
 import subprocess
 import warnings
+from pathlib import Path
 
 import zarngi
 
 PROGRAM = os.environ["ZARNGI"]
+# Where the engine of the page is built; empty where it is not.
+ENGINE = os.environ.get("ZARNGI_ENGINE", "")
+READ_FILES = Path(__file__).resolve().parents[1] / "web" / "engine" / "readFiles.mjs"
+page = None
 
 
 @dataclasses.dataclass
@@ -83,4 +88,33 @@ def by_package(path):
     return Answer(
         grid.dose.shape[::-1], tuple(grid.spacing), tuple(grid.origin), digest(grid.dose),
         tuple(w[len(prefix) :] for w in told), "Gy",
+    )
+
+
+def page_answer(path):
+    """What the engine of the page, which runs beside, says of a file."""
+    global page
+    if page is None:
+        page = subprocess.Popen(
+            [os.environ["ZARNGI_NODE"], READ_FILES], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+            text=True, preexec_fn=without_limit,
+        )  # fmt: skip
+    page.stdin.write(f"{path}\n")
+    page.stdin.flush()
+    return json.loads(page.stdout.readline())
+
+
+def without_limit():
+    """WebAssembly takes address space for all that it could ever need."""
+    resource.setrlimit(resource.RLIMIT_AS, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))
+
+
+def by_page(path):
+    answer = page_answer(path)
+    if "sentence" in answer:
+        return Answer(sentence=answer["sentence"])
+    grid = answer["grid"]
+    return Answer(
+        *(tuple(grid[key]) for key in ("size", "spacing", "origin")),
+        answer["sha256"], tuple(answer["warnings"]), answer["doseUnit"],
     )

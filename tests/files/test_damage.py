@@ -1,6 +1,6 @@
 """
 Damaged files: single bits turned over and files cut short. Whatever the package reads of one must
-be what an independent reader gives for the same bytes, and the program must give the same answer.
+be what an independent reader gives for the same bytes, and program and page must give the same answer.
 """
 
 import dataclasses
@@ -18,7 +18,7 @@ import variants_dicom
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
-from answers import by_package, by_program, differences, limit_memory
+from answers import ENGINE, by_package, by_page, by_program, differences, limit_memory
 from judges import JUDGES, NoAnswer
 from variants import words
 
@@ -166,6 +166,12 @@ def test_damage(tmp_path, name, damage):
         counts["refused" if difference is None else "read"] += 1
         if difference:
             found.append(f"{what}: {difference}")
+        if ENGINE:
+            told = by_page(str(path))
+            # Page and program look first whether a file is a structure set.
+            if differences(told, by_package(str(path))):
+                differing = differences(told, by_program(str(path)))
+                found.extend(f"{what}: the page gives {item}" for item in differing)
         if number % SAMPLE == 0:
             differing = differences(by_program(str(path)), by_package(str(path)))
             found.extend(f"{what}: the program gives {item}" for item in differing)

@@ -1,9 +1,10 @@
 """
-Every row of the tables of variants, through the program and through the package: the dose that the
+Every row of the tables of variants, through the program, the package and the page: the dose that the
 row tells to the bit, on its grid, with its warnings; or its sentence.
 """
 
 import os
+import re
 import subprocess
 import threading
 
@@ -14,7 +15,9 @@ import variants_dicom
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
-from answers import PROGRAM, Answer, by_package, by_program, differences, digest, limit_memory
+from answers import (
+    ENGINE, PROGRAM, Answer, by_package, by_page, by_program, differences, digest, limit_memory,
+)
 from variants import FOREIGN, VALUES, Grid
 
 TABLES = (variants_nrrd, variants_metaimage, variants_nifti, variants_dicom)
@@ -53,6 +56,17 @@ def test_variant(tmp_path, name):
     in_package = expected_of(row.in_package) if row.in_package else expected
     assert not differences(by_program(path), expected)
     assert not differences(by_package(path), in_package)
+
+
+@pytest.mark.skipif(not ENGINE, reason="the engine of the page is not built")
+@pytest.mark.parametrize("name", ROWS)
+def test_variant_in_the_page(tmp_path, name):
+    row = ROWS[name]
+    unpacks = not row.name.startswith("JPEG")
+    expected = expected_of(row.expected if unpacks or not row.in_package else row.in_package)
+    # It is given files alone.
+    expected.sentence = re.sub(" is a (folder|device), not a dose file$", " is missing", expected.sentence)
+    assert not differences(by_page(write_files(tmp_path, row.files)), expected)
 
 
 def test_relative_doses_are_read_when_asked_for(tmp_path):

@@ -55,7 +55,7 @@ class Variant:
     name: str
     files: dict  # the first one is read
     expected: object  # a Grid or a sentence
-    in_package: object = None  # where the program can do more than the package
+    in_package: object = None  # where the program can do more than package and page
 
 
 def read(name, contents, values=VALUES, *, beside=None, file="dose", **changes):

@@ -8,7 +8,6 @@ const usualLevel = 6;
 const windowBits = -15;
 const finish = 4;
 const streamEnd = 1;
-const bufferError = -5;
 
 /** Status of a stream: whole and ended, goes on when the room is full, damaged or cut short. */
 const ended = 0;
@@ -59,13 +58,24 @@ function inflate(packed: Uint8Array, room: Uint8Array): [number, number, number]
     stream.next_out = 0;
     zlib.inflateInit2(stream, windowBits);
     const code = zlib.inflate(stream, finish);
-    zlib.inflateEnd(stream);
     const made = stream.next_out;
-    if (code === streamEnd && made <= room.length) {
-        return [ended, stream.next_in, made];
+    const taken = stream.next_in;
+    const status =
+        code === streamEnd && made <= room.length ? ended : goesOn(stream, made > room.length) ? full : damaged;
+    zlib.inflateEnd(stream);
+    return [status, taken, Math.min(made, room.length)];
+}
+
+/** Whether a stream that has filled its room has at least one byte more. */
+function goesOn(stream: ZStream, hasMore: boolean): boolean {
+    if (hasMore || stream.avail_out > 0) {
+        return hasMore;
     }
-    const isFull = stream.avail_out === 0 && (code === bufferError || code === 0);
-    return [isFull || (code === streamEnd && made > room.length) ? full : damaged, stream.next_in, made];
+    stream.output = new Uint8Array(1);
+    stream.next_out = 0;
+    stream.avail_out = 1;
+    zlib.inflate(stream, finish);
+    return stream.next_out === 1;
 }
 
 function base64(bytes: Uint8Array, text: Uint8Array): void {

@@ -10,6 +10,7 @@
 #include "comparison/doseExtremes.h"
 #include "comparison/doseJson.h"
 #include "comparison/failure.h"
+#include "files/fileFormat.h"
 #include "files/pairNames.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
@@ -41,9 +42,24 @@ files::Bytes dataBeside(const std::string& header, const std::string& name, std:
     return std::move(*data);
 }
 
-/** Reads one file and those that it names. @param read from bytes and a finder to a result */
-template <class Read> auto readFile(const std::string& path, const Read& read)
+/** The header of a NIfTI pair whose data file was asked for; else the path. */
+std::string headerOf(const std::string& path)
 {
+    const std::optional<std::string> header = files::headerBeside(path, exists);
+    if (!header) {
+        return path;
+    }
+    // A packed header is told by its name alone, as native hosts do.
+    const files::Bytes contents = files::valueOf(contentsOf(*header));
+    const bool isPair = header->ends_with(".gz") ||
+                        files::identifiedFormat(contents.view()) == files::FileFormat::nifti;
+    return isPair ? *header : path;
+}
+
+/** Reads one file and those that it names. @param read from bytes and a finder to a result */
+template <class Read> auto readFile(const std::string& given, const Read& read)
+{
+    const std::string path = headerOf(given);
     const files::Bytes contents = files::valueOf(contentsOf(path));
     std::string dataPath = path;
     const files::FindFile find = [&](const std::string& name) {

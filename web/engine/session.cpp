@@ -77,6 +77,9 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
         files_.forget(call.at("path"));
         return Json::object();
     }
+    if (what == "values") {
+        return values(call);
+    }
     if (what == "compare") {
         return compare(call);
     }
@@ -94,6 +97,10 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
     }
     if (what == "structure") {
         return structure(call);
+    }
+    if (what == "gammas") {
+        return withOutput(
+            bytesOf(comparison_.results.at(call.at("criterion").get<std::size_t>()).gamma));
     }
     return document(call);
 }
@@ -147,6 +154,12 @@ nlohmann::ordered_json Session::rates(const Json& call)
         json["structures"].push_back(structure ? rateJson(structure->statistics) : Json(nullptr));
     }
     return json;
+}
+
+/** The doses of a file as they are compared, in single precision. */
+nlohmann::ordered_json Session::values(const Json& call)
+{
+    return withOutput(bytesOf(files_.dose(call.at("path")).image.values));
 }
 
 nlohmann::ordered_json Session::volume(const Json& call)

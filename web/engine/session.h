@@ -33,6 +33,7 @@ private:
 
     Json compare(const Json& call);
     Json rates(const Json& call);
+    Json values(const Json& call);
     Json volume(const Json& call);
     Json structure(const Json& call);
     Json document(const Json& call);

@@ -1,0 +1,55 @@
+// The engine of the page that compares, in Node.js: the sources of web/engine, bundled.
+import { createRequire } from 'node:module';
+import { mkdtempSync, readFileSync, rmSync, statSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { pathToFileURL } from 'node:url';
+
+const { ZARNGI_ENGINE: engine, ZARNGI_WEB_MODULES: modules } = process.env;
+const none = new Uint8Array(0);
+
+/** Files of the disk. */
+const disk = {
+    contents(path) {
+        if (!this.has(path)) {
+            return { status: -1, bytes: none };
+        }
+        try {
+            return { status: 0, bytes: readFileSync(path) };
+        } catch (error) {
+            return { status: -2, bytes: new TextEncoder().encode(error.message) };
+        }
+    },
+    has(path) {
+        return statSync(path, { throwIfNoEntry: false })?.isFile() ?? false;
+    },
+};
+
+async function bundled() {
+    const require = createRequire(join(modules, 'package.json'));
+    const esbuild = require('esbuild');
+    const folder = mkdtempSync(join(tmpdir(), 'zarngi-engine-'));
+    const outfile = join(folder, 'engine.mjs');
+    await esbuild.build({
+        stdin: {
+            contents: "export { Engine } from './engine'; export { makeHost } from './host';",
+            resolveDir: join(modules, 'engine'),
+            loader: 'ts',
+        },
+        bundle: true,
+        format: 'esm',
+        outfile,
+        alias: { 'zarngi-engine': join(engine, 'engine.mjs') },
+        logLevel: 'error',
+    });
+    globalThis.self ??= { location: { href: '' } }; // it is compiled for workers
+    const module = await import(pathToFileURL(outfile));
+    rmSync(folder, { recursive: true });
+    return module;
+}
+
+/** @param progress told of searches */
+export async function startEngine(progress = () => {}) {
+    const { Engine, makeHost } = await bundled();
+    return Engine.start(makeHost(disk, progress), readFileSync(join(engine, 'engine.wasm')));
+}
