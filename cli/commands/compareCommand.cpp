@@ -6,6 +6,7 @@
 #include <iostream>
 #include <optional>
 
+#include "cli/commands/compareExplain.h"
 #include "cli/commands/compareStructures.h"
 #include "cli/commands/readDose.h"
 #include "cli/output/outputs.h"
@@ -103,6 +104,7 @@ Comparison readComparison(const CompareOptions& options)
     comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
     if (catalogue) {
         addStructures(comparison, std::move(catalogue), options);
+        checkExplainedStructure(comparison, options.explain);
     }
     return comparison;
 }
@@ -158,11 +160,12 @@ void judgeStructures(CriterionResult& result, const Comparison& comparison,
     }
 }
 
-void compute(Comparison& comparison)
+void compute(Comparison& comparison, const ExplainOptions& explain)
 {
-    GammaRun run(comparison.within ? searchedReference(comparison) : comparison.reference,
-                 comparison.evaluation);
-    const GammaSettings settings = searchSettings(comparison);
+    const DoseImage part = comparison.within ? searchedReference(comparison) : DoseImage();
+    const DoseImage& reference = comparison.within ? part : comparison.reference;
+    GammaRun run(reference, comparison.evaluation);
+    GammaSettings settings = searchSettings(comparison);
     const CentreDoses doses(viewOf(comparison.reference.image),
                             viewOf(comparison.evaluation.image));
     for (CriterionResult& result : comparison.results) {
@@ -178,6 +181,8 @@ void compute(Comparison& comparison)
             judgeStructures(result, comparison, doses);
         }
     }
+    settings.normalisation = comparison.normalisation();
+    explainAndSweep(comparison, run, viewOf(reference.image), settings, explain);
 }
 
 std::vector<std::string> inputsOf(const Comparison& comparison)
@@ -206,7 +211,7 @@ ExitCode compare(const CompareOptions& options)
         std::cerr << "zarngi: warning: " << oneLine(warning) << '\n';
     }
     std::cout << describeSetup(comparison) << std::flush;
-    compute(comparison);
+    compute(comparison, options.explain);
     std::cout << describeResults(comparison) << std::flush;
     outputs.write(comparison);
     return comparison.isBelowLimit() ? ExitCode::belowLimit : ExitCode::fine;

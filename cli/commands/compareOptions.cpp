@@ -11,6 +11,7 @@
 #include "comparison/failure.h"
 #include "comparison/structures/doseMetric.h"
 #include "comparison/structures/structureLimits.h"
+#include "comparison/sweep/criterionRange.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -140,6 +141,30 @@ void addStructures(CLI::App& command, StructureOptions& options)
         ->group("Structures");
 }
 
+void addExplanation(CLI::App& command, ExplainOptions& options)
+{
+    auto* const explain =
+        command
+            .add_flag("--explain", options.isWanted,
+                      "Find the shift and dose factor that explain what fails")
+            ->group("Explanation");
+    command
+        .add_option("--explain-range", options.range,
+                    "Largest shift along each axis (larger of 5 and 2 DTA)")
+        ->type_name("MM")
+        ->check(numberAbove(0.99, 100, "a number from 1 to 100"))
+        ->needs(explain)
+        ->group("Explanation");
+    command
+        .add_option("--explain-structure", options.structure, "Explain what fails in it alone")
+        ->type_name("NAME")
+        ->needs(explain)
+        ->group("Explanation");
+    addRepeated(command, "--sweep", options.sweeps, "RANGE",
+                "Pass rates by criterion: 1:5%/1:5mm, 1:0.5:3%L/2mm")
+        ->group("Explanation");
+}
+
 void addOutput(CLI::App& command, CompareOptions& options)
 {
     const auto file = [&](const char* name, std::string& value, const char* text) {
@@ -198,13 +223,14 @@ const char* structureOptionOf(const CompareOptions& options)
     const bool hasPattern = std::any_of(requests.begin(), requests.end(), [](const auto& request) {
         return !request.patterns.empty();
     });
-    const std::array<std::pair<bool, const char*>, 10> given{
+    const std::array<std::pair<bool, const char*>, 11> given{
         {{!structures.shown.empty(), "--structure"},
          {!structures.excluded.empty(), "--exclude"},
          {!structures.within.empty(), "--within"},
          {!structures.metrics.empty(), "--dvh"},
          {structures.prescription.has_value(), "--prescription"},
          {structures.ignoreFrame, "--ignore-frame"},
+         {!options.explain.structure.empty(), "--explain-structure"},
          {hasPattern, "--criteria for a structure"},
          {names("--tolerance", options.limits.tolerance), "--tolerance for a structure"},
          {names("--action", options.limits.action), "--action for a structure"},
@@ -267,6 +293,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addSearch(command, options.settings);
     addStructures(command, options.structures);
     addLimits(command, options.limits);
+    addExplanation(command, options.explain);
     addOutput(command, options);
 }
 
@@ -289,6 +316,13 @@ void checkCompareOptions(const CompareOptions& options)
     }
     if (!options.outputs.report.empty() && options.settings.passRateOnly) {
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
+    }
+    if (options.explain.isWanted && options.settings.rotate) {
+        throw UsageError("--explain needs one search lattice for all computations, which --rotate "
+                         "does not give");
+    }
+    for (const std::string& text : options.explain.sweeps) {
+        parseCriterionRange(text); // tells what is wrong before files are read
     }
     checkStructureOptions(options);
     options.outputs.checkFormats();

@@ -46,6 +46,14 @@ struct LimitOptions {
     std::vector<std::string> failBelow;
 };
 
+/** What is asked for beyond the criteria. */
+struct ExplainOptions {
+    bool isWanted = false;
+    std::optional<double> range; ///< mm
+    std::string structure;
+    std::vector<std::string> sweeps; ///< as given
+};
+
 struct CompareOptions {
     std::string reference;
     std::string evaluation;
@@ -54,6 +62,7 @@ struct CompareOptions {
     GammaSettings settings;
     LimitOptions limits;
     StructureOptions structures;
+    ExplainOptions explain;
     OutputNames outputs;
     std::string commandLine; ///< kept in the outputs
 
