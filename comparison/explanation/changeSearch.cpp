@@ -29,8 +29,8 @@ double significance(const std::vector<double>& a, const std::vector<double>& b)
         variance += deviation * deviation;
     }
     const double error = std::sqrt(variance) / count;
-    constexpr double rounding = 1e-9;
-    if (std::fabs(mean) < rounding) {
+    constexpr double noticed = 1e-4; // far above the rounding of positions in single precision
+    if (std::fabs(mean) < noticed) {
         return 0;
     }
     return error > 0 ? std::fabs(mean) / error : count;
@@ -75,11 +75,6 @@ double ChangeSearch::lower(std::size_t parameter) const
 double ChangeSearch::upper(std::size_t parameter) const
 {
     return parameter == factorParameter ? (largestFactor - 1) * 100 : bounds_[parameter];
-}
-
-void ChangeSearch::test(const VoxelList& voxels)
-{
-    trials_.test(voxels);
 }
 
 void ChangeSearch::compute(const DoseChange& change, double widening, double maxGamma)
@@ -174,7 +169,7 @@ double ChangeSearch::endOfRange(const DoseChange& best, std::size_t parameter, d
     double inside = 0;
     double outside = farthest;
     bool isBounded = false;
-    for (double distance = 0.1; distance < farthest; distance *= 3) {
+    for (double distance = 0.1; distance < farthest; distance *= 4) {
         if (!keeps(middle + direction * distance)) {
             outside = distance;
             isBounded = true;
@@ -185,19 +180,16 @@ double ChangeSearch::endOfRange(const DoseChange& best, std::size_t parameter, d
     if (!isBounded && (farthest == 0 || keeps(end))) {
         return end;
     }
-    constexpr double precision = 0.05; // mm and percent
-    while (outside - inside > precision) {
+    constexpr double precision = 0.1; // of the distance, from 0.5 mm or percent on
+    while (outside - inside > precision * std::max(outside, 0.5)) {
         const double between = (inside + outside) / 2;
         (keeps(middle + direction * between) ? inside : outside) = between;
     }
     return middle + direction * inside;
 }
 
-Interval ChangeSearch::range(const DoseChange& best, std::size_t parameter)
+Interval ChangeSearch::range(const DoseChange& best, std::size_t parameter, double limit)
 {
-    constexpr double tolerated = 0.1; // percentage points
-    compute(best);
-    const double limit = trials_.passRate() - tolerated;
     const double first = endOfRange(best, parameter, lower(parameter), limit);
     return {first, endOfRange(best, parameter, upper(parameter), limit)};
 }

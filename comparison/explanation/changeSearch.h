@@ -32,9 +32,6 @@ public:
     ChangeSearch(Trials& trials, const Vec3& bounds, const WatchExplanation& watch,
                  double allVoxels);
 
-    /** From now on these voxels are searched with. */
-    void test(const VoxelList& voxels);
-
     /** A search, with a criterion that is widened. @param edges of the first simplex. */
     DoseChange search(const Parameters& free, const DoseChange& start, double widening,
                       const std::array<double, parameterCount>& edges,
@@ -46,8 +43,8 @@ public:
     /** Whether whole voxels along an axis make a difference. @param spacing mm. */
     bool matters(std::size_t axis, double spacing, double widening);
 
-    /** Values of a parameter around a change that keep the pass rate. */
-    Interval range(const DoseChange& best, std::size_t parameter);
+    /** Values of a parameter around a change that keep the pass rate above a limit, %. */
+    Interval range(const DoseChange& best, std::size_t parameter, double limit);
 
     /** A computation, watched. */
     void compute(const DoseChange& change, double widening = 1,

@@ -27,7 +27,7 @@ constexpr std::size_t enoughForRates = 5000;
 
 /** First edges of a simplex: three for mm, one for percent. */
 constexpr std::array<double, parameterCount> fineEdges{0.5, 0.5, 0.5, 0.4};
-constexpr std::array<double, parameterCount> finestEdges{0.12, 0.12, 0.12, 0.1};
+constexpr std::array<double, parameterCount> preciseEdges{0.15, 0.15, 0.15, 0.1};
 
 class Explainer
 {
@@ -85,7 +85,7 @@ private:
     void testAll()
     {
         all_ = candidates();
-        trials_.test(all_);
+        trials_.testWhole(all_);
         trials_.compute({});
         all_ = trials_.tested();
         if (all_.empty()) {
@@ -95,7 +95,7 @@ private:
                                  : "nothing to explain: no voxel is tested");
         }
         result_.tested = all_.size();
-        trials_.test(all_);
+        trials_.testWhole(all_);
         result_.before = resultOf({});
     }
 
@@ -117,7 +117,8 @@ private:
             bounds[axis] = evaluation_.geometry.size[axis] > 1 ? result_.range : 0;
         }
         SearchRoom room =
-            searchRoom(reference_.geometry, evaluation_.geometry, all_, bounds);
+            searchRoom(reference_.geometry, evaluation_.geometry, all_, bounds,
+                       result_.criterion.distance);
         result_.bounds = room.bounds;
         inside_ = room.inside.empty() ? all_ : std::move(room.inside);
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -151,13 +152,26 @@ private:
         return {tolerance, std::max(5, static_cast<int>(share * evaluations)), 2, 1e-3};
     }
 
+    void testPart(const VoxelList& voxels)
+    {
+        const double widening = std::max(shiftWidening(), factorWidening());
+        const double distance = Trials::gammaLimit * widening * result_.criterion.distance;
+        Vec3 reach{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            reach[axis] =
+                std::max(result_.bounds[axis], evaluation_.geometry.spacing[axis]) + distance;
+        }
+        trials_.testPart(voxels, reach);
+    }
+
     /** Which axes the doses say something about. */
     void findAxes(ChangeSearch& search)
     {
-        search.test(some_);
+        testPart(some_);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             if (result_.axes[axis] == AxisSearch::searched &&
-                !search.matters(axis, evaluation_.geometry.spacing[axis], shiftWidening())) {
+                !search.matters(axis, evaluation_.geometry.spacing[axis],
+                                shiftWidening())) {
                 result_.axes[axis] = AxisSearch::notDetermined;
             }
         }
@@ -172,18 +186,19 @@ private:
         return free;
     }
 
-    DoseChange coarseThenFine(ChangeSearch& search, const Parameters& free, double widening,
-                              std::array<int, 2> evaluations)
+    /** First with a criterion so wide that the way downhill is seen from afar. */
+    DoseChange search(ChangeSearch& search, const Parameters& free, double widening, int coarse,
+                      int fine)
     {
         std::array<double, parameterCount> edges{};
         for (std::size_t axis = 0; axis < 3; ++axis) {
             edges[axis] = result_.bounds[axis] / 2;
         }
         edges[factorParameter] = 2;
-        const DoseChange coarse =
-            search.search(free, {}, widening, edges, settings(0.1, evaluations[0]));
-        return search.search(free, search.bestOf({{}, coarse}), 1, fineEdges,
-                             settings(0.01, evaluations[1]));
+        const DoseChange valley =
+            search.search(free, {}, widening, edges, settings(0.1, coarse));
+        return search.search(free, search.bestOf({{}, valley}), 1, fineEdges,
+                             settings(0.01, fine));
     }
 
     void findChanges(ChangeSearch& search)
@@ -192,42 +207,40 @@ private:
         Parameters both = shift;
         both[factorParameter] = true;
         const Parameters factor{false, false, false, true};
-        const DoseChange shiftAlone =
-            coarseThenFine(search, shift, shiftWidening(), {60, 60});
+        const DoseChange shiftAlone = this->search(search, shift, shiftWidening(), 60, 60);
         const DoseChange factorAlone =
-            coarseThenFine(search, factor, factorWidening(), {20, 20});
-        const DoseChange together =
-            coarseThenFine(search, both, shiftWidening(), {90, 90});
+            this->search(search, factor, factorWidening(), 20, 25);
+        const DoseChange together = this->search(search, both, shiftWidening(), 80, 80);
+        if (some_.size() < mostSearched) {
+            testPart(inside_);
+        }
+        const DoseChange best = search.bestOf({{}, shiftAlone, factorAlone, together});
         result_.shiftAlone.change = rounded(shiftAlone);
         result_.factorAlone.change = rounded(factorAlone);
-        if (some_.size() < mostSearched && some_.size() < inside_.size()) {
-            search.test(inside_);
-            const DoseChange start = search.bestOf({{}, shiftAlone, factorAlone, together});
-            result_.both.change =
-                rounded(search.search(both, start, 1, finestEdges, {0.005, 30, 0, 0}));
-        } else {
-            result_.both.change =
-                rounded(search.bestOf({{}, shiftAlone, factorAlone, together}));
-        }
+        result_.both.change =
+            rounded(search.search(both, best, 1, preciseEdges, {0.005, 28, 1, 1e-3}));
     }
 
     void findRanges(ChangeSearch& search)
     {
-        search.test(some_.size() >= enoughForRates ? some_ : inside_);
+        testPart(some_.size() >= enoughForRates ? some_ : inside_);
         const DoseChange& best = result_.both.change;
+        search.compute(best);
+        constexpr double tolerated = 0.1; // percentage points
+        const double limit = trials_.passRate() - tolerated;
         for (std::size_t axis = 0; axis < 3; ++axis) {
             if (result_.axes[axis] == AxisSearch::searched) {
-                result_.shiftWithin[axis] = search.range(best, axis);
+                result_.shiftWithin[axis] = search.range(best, axis, limit);
             }
         }
-        const Interval percent = search.range(best, factorParameter);
+        const Interval percent = search.range(best, factorParameter, limit);
         result_.factorWithin = {1 + percent.lower / 100, 1 + percent.upper / 100};
     }
 
     /** The rates of all voxels; that of the best change comes last, with its map. */
     void confirm(ChangeSearch& search)
     {
-        search.test(all_);
+        trials_.testWhole(all_);
         search.compute(result_.shiftAlone.change);
         result_.shiftAlone = resultOf(result_.shiftAlone.change);
         search.compute(result_.factorAlone.change);

@@ -30,18 +30,18 @@ std::vector<bool> staysInside(const Geometry& reference, const Geometry& evaluat
 }
 
 /** By this much a voxel must be able to move: whole voxels tell whether an axis matters. */
-double marginOf(const Geometry& evaluation, std::size_t axis, double bound)
+double marginOf(const Geometry& evaluation, std::size_t axis, double bound, double reach)
 {
-    return bound > 0 ? std::max(bound, evaluation.spacing[axis]) : 0;
+    return bound > 0 ? std::max(bound, evaluation.spacing[axis]) + reach : 0;
 }
 
 VoxelList insideOf(const Geometry& reference, const Geometry& evaluation, const VoxelList& voxels,
-                   const Vec3& bounds)
+                   const Vec3& bounds, double reach)
 {
     std::array<std::vector<bool>, 3> inside;
     for (std::size_t axis = 0; axis < 3; ++axis) {
         inside[axis] =
-            staysInside(reference, evaluation, axis, marginOf(evaluation, axis, bounds[axis]));
+            staysInside(reference, evaluation, axis, marginOf(evaluation, axis, bounds[axis], reach));
     }
     const std::size_t width = inside[0].size();
     const std::size_t height = inside[1].size();
@@ -55,12 +55,12 @@ VoxelList insideOf(const Geometry& reference, const Geometry& evaluation, const 
 
 /** Halves the bound of one axis until half of the voxels stay inside; 0: it has no room. */
 double boundAlong(const Geometry& reference, const Geometry& evaluation, const VoxelList& voxels,
-                  std::size_t axis, double bound)
+                  std::size_t axis, double bound, double reach)
 {
     for (; bound >= leastBound; bound /= 2) {
         Vec3 bounds{};
         bounds[axis] = bound;
-        if (insideOf(reference, evaluation, voxels, bounds).size() * 2 >= voxels.size()) {
+        if (insideOf(reference, evaluation, voxels, bounds, reach).size() * 2 >= voxels.size()) {
             return bound;
         }
     }
@@ -79,21 +79,21 @@ std::uint64_t spread(std::uint64_t number)
 } // namespace
 
 SearchRoom searchRoom(const Geometry& reference, const Geometry& evaluation,
-                      const VoxelList& voxels, Vec3 bounds)
+                      const VoxelList& voxels, Vec3 bounds, double reach)
 {
-    const VoxelList overlapping = insideOf(reference, evaluation, voxels, {});
+    const VoxelList overlapping = insideOf(reference, evaluation, voxels, {}, 0);
     if (overlapping.empty()) {
         return {};
     }
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        bounds[axis] = boundAlong(reference, evaluation, overlapping, axis, bounds[axis]);
+        bounds[axis] = boundAlong(reference, evaluation, overlapping, axis, bounds[axis], reach);
     }
-    VoxelList inside = insideOf(reference, evaluation, overlapping, bounds);
+    VoxelList inside = insideOf(reference, evaluation, overlapping, bounds, reach);
     while (inside.size() * 4 < overlapping.size()) {
         for (double& bound : bounds) {
             bound = bound / 2 < leastBound ? 0 : bound / 2;
         }
-        inside = insideOf(reference, evaluation, overlapping, bounds);
+        inside = insideOf(reference, evaluation, overlapping, bounds, reach);
     }
     return {bounds, std::move(inside)};
 }

@@ -10,19 +10,20 @@
 namespace zarngi
 {
 
-/** The room for shifts, and the voxels that keep an evaluation dose within it. */
+/** The room for shifts, and the voxels that keep their evaluation doses within it. */
 struct SearchRoom {
     Vec3 bounds{};    ///< mm; 0: none along this axis
-    VoxelList inside; ///< those whose centres stay inside of the evaluation's grid
+    VoxelList inside; ///< those around which the evaluation stays as far as `reach`
 };
 
 /**
  * Halves the bounds, of single axes first, until enough of the voxels stay inside: a voxel that
- * loses its dose on the way would pull the search away from the edge of the grid.
+ * loses doses around it on the way would pull the search away from the edge of the grid.
  * @param bounds mm, wanted; 0: no shift along this axis.
+ * @param reach mm around a voxel's centre in which its doses are searched.
  */
 SearchRoom searchRoom(const Geometry& reference, const Geometry& evaluation,
-                      const VoxelList& voxels, Vec3 bounds);
+                      const VoxelList& voxels, Vec3 bounds, double reach);
 
 /** About so many of the voxels, spread evenly and always the same. */
 VoxelList someOf(const VoxelList& voxels, std::size_t count);

@@ -11,6 +11,7 @@
 
 #include "comparison/criterion.h"
 #include "comparison/explanation/gammaEngine.h"
+#include "comparison/explanation/gridBox.h"
 
 namespace zarngi
 {
@@ -41,8 +42,15 @@ public:
     Trials(GammaEngine& engine, const DoseView& reference, const DoseView& evaluation,
            const Criterion& criterion, std::optional<double> step);
 
-    /** From now on the computations test these voxels only. */
-    void test(const VoxelList& voxels);
+    /** From now on the computations test these voxels only, of the grids as they are. */
+    void testWhole(const VoxelList& voxels);
+
+    /**
+     * Likewise, with the parts of the grids around the voxels only, which is faster; a gamma may
+     * differ in its last bits.
+     * @param reach mm, along each axis: largest shift and distance searched.
+     */
+    void testPart(const VoxelList& voxels, const Vec3& reach);
 
     /** @param widening of both parts of the criterion */
     void compute(const DoseChange& change, double widening = 1, double maxGamma = gammaLimit);
@@ -56,9 +64,10 @@ public:
     /** %, of the last computation. */
     double passRate() const;
 
+    /** Of whole grids. */
     const GammaMaps& maps() const { return maps_; }
 
-    /** Numbers of the voxels that the last computation tested. */
+    /** Numbers of the voxels that the last computation, of whole grids, tested. */
     VoxelList tested() const;
 
     /** How many voxels the computations tested in all. */
@@ -66,14 +75,17 @@ public:
     int computations() const { return computations_; }
 
 private:
+    void test(const VoxelList& voxels, const GridBox& box);
+
     GammaEngine& engine_;
     DoseView reference_;
     DoseView evaluation_;
     Criterion criterion_;
     std::optional<double> step_;
-    const VoxelList* voxels_ = nullptr;
-    std::vector<float> part_;   ///< of the reference; 0 where nothing is tested
-    std::vector<float> scaled_; ///< the evaluation's doses times the factor
+    VoxelList voxels_;             ///< by their numbers in the grid that is searched
+    std::vector<float> cropped_;   ///< doses of the evaluation in the part that is searched
+    DoseView searched_;            ///< they, or the whole evaluation
+    std::vector<float> scaled_;    ///< times the factor
     GammaMaps maps_;
     double voxelsComputed_ = 0;
     int computations_ = 0;
