@@ -154,6 +154,24 @@ bool ChangeSearch::matters(std::size_t axis, double spacing, double widening)
     return false;
 }
 
+bool ChangeSearch::isAmbiguous(const DoseChange& best, std::size_t axis)
+{
+    constexpr double told = 0.05; // mm, what is not rounded to 0.0
+    constexpr double nearlyAsMuch = 0.5;
+    if (std::fabs(best.shift[axis]) < told) {
+        return false;
+    }
+    const auto badnessAt = [&](double shift) {
+        DoseChange change = best;
+        change.shift[axis] = shift;
+        compute(change);
+        return trials_.badness();
+    };
+    const double none = badnessAt(0);
+    const double gain = none - badnessAt(best.shift[axis]);
+    return none - badnessAt(-best.shift[axis]) > nearlyAsMuch * gain;
+}
+
 double ChangeSearch::endOfRange(const DoseChange& best, std::size_t parameter, double end,
                                 double limit)
 {

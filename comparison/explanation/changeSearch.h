@@ -43,6 +43,12 @@ public:
     /** Whether whole voxels along an axis make a difference. @param spacing mm. */
     bool matters(std::size_t axis, double spacing, double widening);
 
+    /**
+     * Whether the opposite shift along an axis gains nearly as much: a fraction of a voxel averages
+     * noise, whatever its direction.
+     */
+    bool isAmbiguous(const DoseChange& best, std::size_t axis);
+
     /** Values of a parameter around a change that keep the pass rate above a limit, %. */
     Interval range(const DoseChange& best, std::size_t parameter, double limit);
 

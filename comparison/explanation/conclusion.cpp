@@ -173,6 +173,10 @@ std::vector<std::string> explanationNotes(const Explanation& explanation)
             notes.push_back("not determined along " + name +
                             ": moving the evaluation along it changes nothing");
             break;
+        case AxisSearch::ambiguous:
+            notes.push_back("not determined along " + name +
+                            ": the opposite shift makes the doses agree nearly as well");
+            break;
         case AxisSearch::oneVoxel:
             notes.push_back("not searched along " + name +
                             ": the evaluation has one voxel along it");

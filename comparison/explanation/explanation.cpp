@@ -201,16 +201,45 @@ private:
                              settings(0.01, fine));
     }
 
+    /** Takes axes whose shift may as well be the opposite one out of the search. */
+    bool removeAmbiguous(ChangeSearch& search, const DoseChange& best)
+    {
+        bool hasRemoved = false;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            if (result_.axes[axis] == AxisSearch::searched && search.isAmbiguous(best, axis)) {
+                result_.axes[axis] = AxisSearch::ambiguous;
+                hasRemoved = true;
+            }
+        }
+        return hasRemoved;
+    }
+
+    /** A search that goes on without the axes that were taken out. */
+    DoseChange searchAgain(ChangeSearch& search, const Parameters& free, DoseChange start)
+    {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            start.shift[axis] = free[axis] ? start.shift[axis] : 0;
+        }
+        return search.search(free, start, 1, fineEdges, settings(0.01, 60));
+    }
+
     void findChanges(ChangeSearch& search)
     {
-        const Parameters shift = freeShift();
+        Parameters shift = freeShift();
         Parameters both = shift;
         both[factorParameter] = true;
         const Parameters factor{false, false, false, true};
-        const DoseChange shiftAlone = this->search(search, shift, shiftWidening(), 60, 60);
+        DoseChange shiftAlone = this->search(search, shift, shiftWidening(), 60, 60);
         const DoseChange factorAlone =
             this->search(search, factor, factorWidening(), 20, 25);
-        const DoseChange together = this->search(search, both, shiftWidening(), 80, 80);
+        DoseChange together = this->search(search, both, shiftWidening(), 80, 80);
+        if (removeAmbiguous(search, together)) {
+            shift = freeShift();
+            both = shift;
+            both[factorParameter] = true;
+            shiftAlone = searchAgain(search, shift, shiftAlone);
+            together = searchAgain(search, both, together);
+        }
         if (some_.size() < mostSearched) {
             testPart(inside_);
         }

@@ -35,6 +35,7 @@ using WatchExplanation = std::function<bool(double)>;
 enum class AxisSearch {
     searched,
     notDetermined, ///< moving the evaluation by whole voxels changes nothing
+    ambiguous,     ///< the opposite shift makes the doses agree nearly as well: noise, most likely
     oneVoxel,      ///< the evaluation has one voxel along it
     noRoom         ///< the evaluation ends too near to the tested voxels
 };

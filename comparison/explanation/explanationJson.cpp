@@ -30,6 +30,7 @@ const char* axisName(AxisSearch axis)
     case AxisSearch::searched:
         return "searched";
     case AxisSearch::notDetermined:
+    case AxisSearch::ambiguous:
         return "not determined";
     case AxisSearch::oneVoxel:
         return "one voxel";

@@ -44,12 +44,6 @@ class _Engine(ctypes.Structure):
     ]
 
 
-class _Bytes(ctypes.Structure):
-    """Mirror of `zarnGIHost_Bytes`."""
-
-    _fields_ = [("data", ctypes.c_void_p), ("size", ctypes.c_size_t)]
-
-
 _functions = _host.declare(
     {
         "explain": (
@@ -61,11 +55,10 @@ _functions = _host.declare(
                 ctypes.c_char_p,
                 ctypes.POINTER(_Engine),
                 ctypes.c_void_p,
-                ctypes.POINTER(_Bytes),
+                ctypes.POINTER(_host.Bytes),
                 ctypes.POINTER(_host.Error),
             ],
         ),
-        "freeBytes": (None, [ctypes.POINTER(_Bytes)]),
     }
 )
 
@@ -114,22 +107,21 @@ def explain(
         None,
     )
     after = np.empty(reference[0].shape, np.float32)
-    document, error = _Bytes(), _host.Error()
-    status = _functions.explain(
-        _host.volume(*reference),
-        _host.volume(*evaluation),
-        None if within is None else within.ctypes.data,
-        json.dumps(options).encode(),
-        functions,
-        after.ctypes.data,
-        document,
-        error,
-    )
-    if raised:
-        raise raised[0]
-    _host.check(status, error, "explain", refusal=ValueError)
-    try:
-        record: dict[str, Any] = json.loads(ctypes.string_at(document.data, document.size))
-    finally:
-        _functions.freeBytes(document)
-    return record, after
+    text = json.dumps(options).encode()
+
+    def make(document: Any, error: Any) -> int:
+        status: int = _functions.explain(
+            _host.volume(*reference),
+            _host.volume(*evaluation),
+            None if within is None else within.ctypes.data,
+            text,
+            functions,
+            after.ctypes.data,
+            document,
+            error,
+        )
+        if raised:
+            raise raised[0]
+        return status
+
+    return _host.document("explain", make), after

@@ -64,7 +64,7 @@ const std::vector<KnownPair> knownPairs{
     {{{2.1, 2.1, 2.1}, 0.95}, 0.01, slabs, 2, 3},
     {{{-3.3, -1.7, 0.4}, 1.08}, 0.03, same, 3, 2},
     {{{0.2, -0.1, 0.3}, 1.004}, 0.01, same, 1, 1},
-    {{{1.5, 0, -1.5}, 0.99}, 0.02, same, 2, 2, true},
+    {{{1.5, 0, -1.5}, 0.99}, 0.02, fine, 2, 2, true},
     {{{-2.5, 2.5, 0}, 1.03}, 0.01, fine, 3, 3, true},
     {{{3.6, -3.2, 1.4}, 1.015}, 0.03, fine, 2, 2},
     {{{0, 5.6, 0}, 1}, 0.02, same, 3, 3},
@@ -161,6 +161,32 @@ TEST(Explanation, TellsAnAxisThatTheDosesDoNotDetermine)
         ASSERT_EQ(notes.size(), 1U);
         EXPECT_TRUE(notes.front().starts_with("not determined along z")) << notes.front();
     }
+}
+
+TEST(Explanation, TellsNoShiftThatOnlyAveragesNoise)
+{
+    // The middle of a plateau: shifts by a half of a voxel lower its noise in either direction.
+    const auto plateau = [](double x, double y, double z) {
+        return 60 * explained::edge(x, -40, 40, 2) * explained::edge(y, -40, 40, 2) *
+               explained::edge(z, -36, 36, 2);
+    };
+    const DoseImage reference = sampled(same, plateau, 0.03, 21);
+    const DoseImage evaluation = changedBack(same, plateau, {{0, 0, 0}, 1.02}, 0.03, 22);
+    files::Runs middle;
+    for (int z = 16; z < 36; ++z) {
+        for (int y = 18; y < 42; ++y) {
+            middle.push_back({z, y, 18, 44});
+        }
+    }
+    ExplanationRequest request = requestOf(2, 1);
+    request.within = zarngi::NamedPart{"middle", &middle};
+    const Explanation found = explain(reference, evaluation, request);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        EXPECT_NE(found.axes[axis], AxisSearch::searched) << axis;
+        EXPECT_EQ(found.both.change.shift[axis], 0) << axis;
+    }
+    EXPECT_NEAR(found.both.change.factor, 1.02, 0.01);
+    EXPECT_LE(found.cost, mostCost);
 }
 
 TEST(Explanation, StaysInThePlaneOfASlice)
