@@ -74,8 +74,8 @@ zarngi::ExplanationRequest readRequest(const char* text)
 {
     const Json json = Json::parse(text);
     zarngi::ExplanationRequest request;
-    request.criterion = {json.at("doseDifference").get<double>(),
-                         json.at("distance").get<double>(), json.at("local").get<bool>()};
+    request.criterion = {json.at("doseDifference").get<double>(), json.at("distance").get<double>(),
+                         json.at("local").get<bool>()};
     request.step = numberOrNone(json.at("step"));
     request.maxGamma = json.at("maxGamma").get<double>();
     request.range = numberOrNone(json.at("range"));

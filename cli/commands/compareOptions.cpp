@@ -143,11 +143,10 @@ void addStructures(CLI::App& command, StructureOptions& options)
 
 void addExplanation(CLI::App& command, ExplainOptions& options)
 {
-    auto* const explain =
-        command
-            .add_flag("--explain", options.isWanted,
-                      "Find the shift and dose factor that explain what fails")
-            ->group("Explanation");
+    auto* const explain = command
+                              .add_flag("--explain", options.isWanted,
+                                        "Find the shift and dose factor that explain what fails")
+                              ->group("Explanation");
     command
         .add_option("--explain-range", options.range,
                     "Largest shift along each axis (larger of 5 and 2 DTA)")
@@ -155,8 +154,7 @@ void addExplanation(CLI::App& command, ExplainOptions& options)
         ->check(numberAbove(0.99, 100, "a number from 1 to 100"))
         ->needs(explain)
         ->group("Explanation");
-    command
-        .add_option("--explain-structure", options.structure, "Explain what fails in it alone")
+    command.add_option("--explain-structure", options.structure, "Explain what fails in it alone")
         ->type_name("NAME")
         ->needs(explain)
         ->group("Explanation");

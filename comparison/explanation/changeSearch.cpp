@@ -97,8 +97,8 @@ DoseChange ChangeSearch::search(const Parameters& free, const DoseChange& start,
             searched.push_back(parameter);
             space.lower.push_back(lower(parameter));
             space.upper.push_back(upper(parameter));
-            space.start.push_back(std::clamp(parameterOf(start, parameter), space.lower.back(),
-                                             space.upper.back()));
+            space.start.push_back(
+                std::clamp(parameterOf(start, parameter), space.lower.back(), space.upper.back()));
             space.steps.push_back(edges[parameter]);
         }
     }

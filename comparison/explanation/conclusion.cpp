@@ -21,8 +21,7 @@ std::string percent(double share)
 std::string shiftText(const Vec3& shift)
 {
     const std::string direction = directionText(shift);
-    return direction.empty() ? "no shift"
-                             : fixed(lengthOf(shift), 1) + " mm (" + direction + ")";
+    return direction.empty() ? "no shift" : fixed(lengthOf(shift), 1) + " mm (" + direction + ")";
 }
 
 std::string factorText(double factor)

@@ -89,10 +89,9 @@ private:
         trials_.compute({});
         all_ = trials_.tested();
         if (all_.empty()) {
-            throw InputError(request_.within
-                                 ? "nothing to explain: no voxel of " + request_.within->name +
-                                       " is tested"
-                                 : "nothing to explain: no voxel is tested");
+            throw InputError(request_.within ? "nothing to explain: no voxel of " +
+                                                   request_.within->name + " is tested"
+                                             : "nothing to explain: no voxel is tested");
         }
         result_.tested = all_.size();
         trials_.testWhole(all_);
@@ -116,9 +115,8 @@ private:
         for (std::size_t axis = 0; axis < 3; ++axis) {
             bounds[axis] = evaluation_.geometry.size[axis] > 1 ? result_.range : 0;
         }
-        SearchRoom room =
-            searchRoom(reference_.geometry, evaluation_.geometry, all_, bounds,
-                       result_.criterion.distance);
+        SearchRoom room = searchRoom(reference_.geometry, evaluation_.geometry, all_, bounds,
+                                     result_.criterion.distance);
         result_.bounds = room.bounds;
         inside_ = room.inside.empty() ? all_ : std::move(room.inside);
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -170,8 +168,7 @@ private:
         testPart(some_);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             if (result_.axes[axis] == AxisSearch::searched &&
-                !search.matters(axis, evaluation_.geometry.spacing[axis],
-                                shiftWidening())) {
+                !search.matters(axis, evaluation_.geometry.spacing[axis], shiftWidening())) {
                 result_.axes[axis] = AxisSearch::notDetermined;
             }
         }
@@ -195,10 +192,8 @@ private:
             edges[axis] = result_.bounds[axis] / 2;
         }
         edges[factorParameter] = 2;
-        const DoseChange valley =
-            search.search(free, {}, widening, edges, settings(0.1, coarse));
-        return search.search(free, search.bestOf({{}, valley}), 1, fineEdges,
-                             settings(0.01, fine));
+        const DoseChange valley = search.search(free, {}, widening, edges, settings(0.1, coarse));
+        return search.search(free, search.bestOf({{}, valley}), 1, fineEdges, settings(0.01, fine));
     }
 
     /** Takes axes whose shift may as well be the opposite one out of the search. */
@@ -230,8 +225,7 @@ private:
         both[factorParameter] = true;
         const Parameters factor{false, false, false, true};
         DoseChange shiftAlone = this->search(search, shift, shiftWidening(), 60, 60);
-        const DoseChange factorAlone =
-            this->search(search, factor, factorWidening(), 20, 25);
+        const DoseChange factorAlone = this->search(search, factor, factorWidening(), 20, 25);
         DoseChange together = this->search(search, both, shiftWidening(), 80, 80);
         if (removeAmbiguous(search, together)) {
             shift = freeShift();

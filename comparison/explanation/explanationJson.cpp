@@ -50,12 +50,12 @@ Json rangesJson(const Explanation& explanation)
 {
     Json shift = Json::array();
     for (const std::optional<Interval>& interval : explanation.shiftWithin) {
-        shift.push_back(interval ? Json{rounded(interval->lower, 100), rounded(interval->upper, 100)}
-                                 : Json(nullptr));
+        shift.push_back(interval
+                            ? Json{rounded(interval->lower, 100), rounded(interval->upper, 100)}
+                            : Json(nullptr));
     }
     const Interval& factor = explanation.factorWithin;
-    return {{"shift", shift},
-            {"factor", {rounded(factor.lower, 1e4), rounded(factor.upper, 1e4)}}};
+    return {{"shift", shift}, {"factor", {rounded(factor.lower, 1e4), rounded(factor.upper, 1e4)}}};
 }
 
 Json remainderJson(const Explanation& explanation)
@@ -90,8 +90,8 @@ nlohmann::ordered_json explanationJson(const Explanation& explanation)
             {"sentence", conclusionText(explanation)},
             {"notes", explanationNotes(explanation)},
             {"tested", explanation.tested},
-            {"before", {{"passRate", explanation.before.passRate},
-                        {"failed", explanation.before.failed}}},
+            {"before",
+             {{"passRate", explanation.before.passRate}, {"failed", explanation.before.failed}}},
             {"best", changeJson(explanation.both)},
             {"shiftAlone", changeJson(explanation.shiftAlone)},
             {"factorAlone", changeJson(explanation.factorAlone)},

@@ -15,8 +15,8 @@ namespace zarngi
 
 /** What changes from one computation to the next; all else is the engine's own. */
 struct TrialCriterion {
-    double doseDifference; ///< %
-    double distance;       ///< mm
+    double doseDifference;      ///< %
+    double distance;            ///< mm
     std::optional<double> step; ///< mm, of the search lattice; none: a tenth of the distance
     double maxGamma;
 };

@@ -52,8 +52,8 @@ GridBox boxOf(const Geometry& other, const Geometry& grid, const GridBox& box, c
         const double last = other.size[axis];
         result.first[axis] =
             static_cast<int>(std::clamp(std::floor(voxelAt(low)) - besides, 0.0, last - 1));
-        result.end[axis] = static_cast<int>(std::clamp(std::ceil(voxelAt(high)) + besides + 1,
-                                                       result.first[axis] + 1.0, last));
+        result.end[axis] = static_cast<int>(
+            std::clamp(std::ceil(voxelAt(high)) + besides + 1, result.first[axis] + 1.0, last));
     }
     return result;
 }

@@ -40,8 +40,8 @@ VoxelList insideOf(const Geometry& reference, const Geometry& evaluation, const 
 {
     std::array<std::vector<bool>, 3> inside;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        inside[axis] =
-            staysInside(reference, evaluation, axis, marginOf(evaluation, axis, bounds[axis], reach));
+        inside[axis] = staysInside(reference, evaluation, axis,
+                                   marginOf(evaluation, axis, bounds[axis], reach));
     }
     const std::size_t width = inside[0].size();
     const std::size_t height = inside[1].size();

@@ -72,9 +72,9 @@ void Trials::compute(const DoseChange& change, double widening, double maxGamma)
     engine_.setEvaluation(moved);
     const std::optional<double> step =
         step_ ? std::optional<double>(*step_ * widening) : std::nullopt;
-    engine_.compute({criterion_.doseDifference * widening, criterion_.distance * widening, step,
-                     maxGamma},
-                    maps_.gamma, maps_.passed);
+    engine_.compute(
+        {criterion_.doseDifference * widening, criterion_.distance * widening, step, maxGamma},
+        maps_.gamma, maps_.passed);
     voxelsComputed_ += static_cast<double>(voxels_.size());
     ++computations_;
 }
@@ -100,10 +100,9 @@ std::vector<double> Trials::badnesses() const
 
 double Trials::passRate() const
 {
-    const auto passed =
-        std::count_if(voxels_.begin(), voxels_.end(), [this](std::size_t voxel) {
-            return maps_.passed[voxel] == ZARNGI_PASSED;
-        });
+    const auto passed = std::count_if(voxels_.begin(), voxels_.end(), [this](std::size_t voxel) {
+        return maps_.passed[voxel] == ZARNGI_PASSED;
+    });
     return 100 * static_cast<double>(passed) / static_cast<double>(voxels_.size());
 }
 

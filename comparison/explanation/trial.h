@@ -82,10 +82,10 @@ private:
     DoseView evaluation_;
     Criterion criterion_;
     std::optional<double> step_;
-    VoxelList voxels_;             ///< by their numbers in the grid that is searched
-    std::vector<float> cropped_;   ///< doses of the evaluation in the part that is searched
-    DoseView searched_;            ///< they, or the whole evaluation
-    std::vector<float> scaled_;    ///< times the factor
+    VoxelList voxels_;           ///< by their numbers in the grid that is searched
+    std::vector<float> cropped_; ///< doses of the evaluation in the part that is searched
+    DoseView searched_;          ///< they, or the whole evaluation
+    std::vector<float> scaled_;  ///< times the factor
     GammaMaps maps_;
     double voxelsComputed_ = 0;
     int computations_ = 0;

@@ -57,8 +57,7 @@ CriterionRange parseCriterionRange(const std::string& text)
     std::string distance = slash == std::string::npos ? "" : trimmed(text.substr(slash + 1));
     // What stands behind the numbers, and that they are in range, is judged with a criterion.
     const auto endOfNumbers = dose.find_first_not_of("0123456789.:eE+- ");
-    const std::string doseUnit =
-        endOfNumbers == std::string::npos ? "" : dose.substr(endOfNumbers);
+    const std::string doseUnit = endOfNumbers == std::string::npos ? "" : dose.substr(endOfNumbers);
     const auto endOfDistances = distance.find_first_not_of("0123456789.:eE+- ");
     const std::string distanceUnit =
         endOfDistances == std::string::npos ? "" : distance.substr(endOfDistances);
@@ -69,8 +68,8 @@ CriterionRange parseCriterionRange(const std::string& text)
         throw refusal(text, "holds more than " + std::to_string(mostCriteria) + " criteria");
     }
     for (const double value : {range.doseDifferences.front(), range.doseDifferences.back()}) {
-        const double length =
-            value == range.doseDifferences.front() ? range.distances.front() : range.distances.back();
+        const double length = value == range.doseDifferences.front() ? range.distances.front()
+                                                                     : range.distances.back();
         try {
             range.isLocal = parseCriterion(number(value, 9).append(doseUnit).append("/") +
                                            number(length, 9) + distanceUnit)

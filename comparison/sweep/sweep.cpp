@@ -18,15 +18,15 @@ SweepCount countOf(const unsigned char* first, std::size_t length)
     SweepCount count;
     const auto* const end = first + length;
     count.passed = static_cast<std::size_t>(std::count(first, end, ZARNGI_PASSED));
-    count.tested =
-        length - static_cast<std::size_t>(std::count(first, end, ZARNGI_NOT_TESTED));
+    count.tested = length - static_cast<std::size_t>(std::count(first, end, ZARNGI_NOT_TESTED));
     return count;
 }
 
 void setRate(SweepCount& count)
 {
     if (count.tested > 0) {
-        count.passRate = 100 * static_cast<double>(count.passed) / static_cast<double>(count.tested);
+        count.passRate =
+            100 * static_cast<double>(count.passed) / static_cast<double>(count.tested);
     }
 }
 

@@ -11,8 +11,7 @@ namespace
 using Json = nlohmann::ordered_json;
 
 /** Rows by dose difference, columns by distance. */
-template <class Value>
-Json rowsOf(const SweepPart& part, std::size_t columns, const Value& value)
+template <class Value> Json rowsOf(const SweepPart& part, std::size_t columns, const Value& value)
 {
     Json rows = Json::array();
     for (std::size_t i = 0; i < part.counts.size(); ++i) {

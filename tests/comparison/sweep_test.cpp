@@ -34,9 +34,10 @@ TEST(CriterionRange, IsReadAsItIsWritten)
 TEST(CriterionRange, IsRefusedInOneLine)
 {
     for (const char* const text :
-         {"", "1:5", "1:5%", "1:5%/1:5", "1:5/1:5mm", "5:1%/1:5mm", "1:0:5%/2mm", "1:-1:5%/2mm",
-          "0:5%/1:5mm", "1:2:3:4%/2mm", "1:5%/1:5cm", "1:5%X/2mm", "a:5%/2mm", "1:500%/2mm",
-          "1:21%/1:20mm", "1:5%/1:5mm/2", "-1:5%/2mm", "1::3%/2mm", "nan%/2mm", "1:inf%/2mm"}) {
+         {"",           "1:5",         "1:5%",         "1:5%/1:5",     "1:5/1:5mm",  "5:1%/1:5mm",
+          "1:0:5%/2mm", "1:-1:5%/2mm", "0:5%/1:5mm",   "1:2:3:4%/2mm", "1:5%/1:5cm", "1:5%X/2mm",
+          "a:5%/2mm",   "1:500%/2mm",  "1:21%/1:20mm", "1:5%/1:5mm/2", "-1:5%/2mm",  "1::3%/2mm",
+          "nan%/2mm",   "1:inf%/2mm"}) {
         try {
             parseCriterionRange(text);
             FAIL() << text;
@@ -56,22 +57,21 @@ TEST(Sweep, GivesTheRatesOfSingleComputations)
     const files::Runs part{{25, 28, 24, 34}, {26, 30, 26, 33}};
     for (const char* const text : {"1:2%/1:3mm", "2:3%L/2mm"}) {
         const zarngi::CriterionRange range = parseCriterionRange(text);
-        const zarngi::Sweep sweep = zarngi::sweep(
-            run, settings, range, reference.image.geometry, {{"part", &part}}, {});
+        const zarngi::Sweep sweep =
+            zarngi::sweep(run, settings, range, reference.image.geometry, {{"part", &part}}, {});
         ASSERT_EQ(sweep.parts.size(), 2U);
         std::size_t i = 0;
         for (const double dose : range.doseDifferences) {
             for (const double distance : range.distances) {
-                const zarngi::GammaMap map =
-                    run.compute(settings, {dose, distance, range.isLocal});
+                const zarngi::GammaMap map = run.compute(settings, {dose, distance, range.isLocal});
                 EXPECT_EQ(sweep.parts[0].counts[i].passRate, map.passRate) << text;
                 std::size_t passed = 0;
                 for (const files::Run& row : part) {
                     for (int x = row.begin; x < row.end; ++x) {
-                        passed += map.passed[static_cast<std::size_t>(
-                                      (row.z * 60 + row.y) * 62 + x)] == 1
-                                      ? 1U
-                                      : 0U;
+                        passed +=
+                            map.passed[static_cast<std::size_t>((row.z * 60 + row.y) * 62 + x)] == 1
+                                ? 1U
+                                : 0U;
                     }
                 }
                 EXPECT_EQ(sweep.parts[1].counts[i].passed, passed) << text;

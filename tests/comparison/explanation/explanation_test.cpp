@@ -48,27 +48,26 @@ const Grid fine{{76, 74, 64}, {1.3, 1.3, 1.3}};
 const Grid coarse{{56, 54, 46}, {1.8, 1.8, 1.8}};
 const Grid slabs{{66, 64, 42}, {1.5, 1.5, 2}};
 
-const std::vector<KnownPair> knownPairs{
-    {{{0, 0, 0}, 1}, 0.01, same, 3, 3},
-    {{{2.9, -0.3, 2.6}, 1.003}, 0, same, 3, 3},
-    {{{2.9, -0.3, 2.6}, 1.003}, 0.03, same, 3, 3},
-    {{{4.5, 0, 0}, 1}, 0.01, same, 3, 2},
-    {{{0, -4.5, 0}, 0.98}, 0.02, same, 2, 2},
-    {{{0, 0, 4.4}, 1.02}, 0.03, fine, 3, 2},
-    {{{-4.2, 4.1, -4.3}, 1}, 0.01, fine, 3, 3},
-    {{{0, 0, 0}, 1.05}, 0.02, same, 2, 2},
-    {{{0, 0, 0}, 0.92}, 0.03, fine, 3, 3},
-    {{{0.4, 0.7, -0.6}, 1.01}, 0.01, coarse, 1, 1},
-    {{{1.3, -2.2, 0.9}, 0.97}, 0.03, coarse, 3, 2},
-    {{{-1.1, 0.2, 3.3}, 1.06}, 0.02, slabs, 3, 3},
-    {{{2.1, 2.1, 2.1}, 0.95}, 0.01, slabs, 2, 3},
-    {{{-3.3, -1.7, 0.4}, 1.08}, 0.03, same, 3, 2},
-    {{{0.2, -0.1, 0.3}, 1.004}, 0.01, same, 1, 1},
-    {{{1.5, 0, -1.5}, 0.99}, 0.02, fine, 2, 2, true},
-    {{{-2.5, 2.5, 0}, 1.03}, 0.01, fine, 3, 3, true},
-    {{{3.6, -3.2, 1.4}, 1.015}, 0.03, fine, 2, 2},
-    {{{0, 5.6, 0}, 1}, 0.02, same, 3, 3},
-    {{{-0.8, -0.9, -4.6}, 0.93}, 0.01, same, 3, 2}};
+const std::vector<KnownPair> knownPairs{{{{0, 0, 0}, 1}, 0.01, same, 3, 3},
+                                        {{{2.9, -0.3, 2.6}, 1.003}, 0, same, 3, 3},
+                                        {{{2.9, -0.3, 2.6}, 1.003}, 0.03, same, 3, 3},
+                                        {{{4.5, 0, 0}, 1}, 0.01, same, 3, 2},
+                                        {{{0, -4.5, 0}, 0.98}, 0.02, same, 2, 2},
+                                        {{{0, 0, 4.4}, 1.02}, 0.03, fine, 3, 2},
+                                        {{{-4.2, 4.1, -4.3}, 1}, 0.01, fine, 3, 3},
+                                        {{{0, 0, 0}, 1.05}, 0.02, same, 2, 2},
+                                        {{{0, 0, 0}, 0.92}, 0.03, fine, 3, 3},
+                                        {{{0.4, 0.7, -0.6}, 1.01}, 0.01, coarse, 1, 1},
+                                        {{{1.3, -2.2, 0.9}, 0.97}, 0.03, coarse, 3, 2},
+                                        {{{-1.1, 0.2, 3.3}, 1.06}, 0.02, slabs, 3, 3},
+                                        {{{2.1, 2.1, 2.1}, 0.95}, 0.01, slabs, 2, 3},
+                                        {{{-3.3, -1.7, 0.4}, 1.08}, 0.03, same, 3, 2},
+                                        {{{0.2, -0.1, 0.3}, 1.004}, 0.01, same, 1, 1},
+                                        {{{1.5, 0, -1.5}, 0.99}, 0.02, fine, 2, 2, true},
+                                        {{{-2.5, 2.5, 0}, 1.03}, 0.01, fine, 3, 3, true},
+                                        {{{3.6, -3.2, 1.4}, 1.015}, 0.03, fine, 2, 2},
+                                        {{{0, 5.6, 0}, 1}, 0.02, same, 3, 3},
+                                        {{{-0.8, -0.9, -4.6}, 0.93}, 0.01, same, 3, 2}};
 
 /** Within 0.1 mm and 0.2 %. */
 void expectFound(const Explanation& found, const DoseChange& truth, const std::string& name)
@@ -88,9 +87,8 @@ TEST(Explanation, FindsKnownShiftsAndFactorsUnderNoiseOnDifferentGrids)
         const DoseImage reference = sampled(same, clinical, pair.noise / 3, 100 + i);
         const DoseImage evaluation =
             changedBack(pair.evaluation, clinical, pair.change, pair.noise, 200 + i);
-        const Explanation found =
-            explain(reference, evaluation,
-                    requestOf(pair.doseDifference, pair.distance, pair.isLocal));
+        const Explanation found = explain(
+            reference, evaluation, requestOf(pair.doseDifference, pair.distance, pair.isLocal));
         expectFound(found, pair.change, "pair " + std::to_string(i));
         EXPECT_LE(found.cost, mostCost) << "pair " << i;
         EXPECT_GE(found.both.passRate, found.before.passRate - 0.05) << "pair " << i;
@@ -105,13 +103,16 @@ TEST(Explanation, TellsWhatAloneExplains)
         const char* sentence;
     };
     const std::vector<Row> rows{
-        {{{2.5, 0, -3}, 1}, Conclusion::shift,
-         "Explained by a shift: moving the evaluation by "},
-        {{{0, 0, 0}, 1.06}, Conclusion::factor,
+        {{{2.5, 0, -3}, 1}, Conclusion::shift, "Explained by a shift: moving the evaluation by "},
+        {{{0, 0, 0}, 1.06},
+         Conclusion::factor,
          "Explained by a factor: multiplying the evaluation's doses by 1.06"},
-        {{{-2.5, 3, 0}, 1.05}, Conclusion::both,
+        {{{-2.5, 3, 0}, 1.05},
+         Conclusion::both,
          "Explained by a shift and a factor together: moving the evaluation by "},
-        {{{0, 0, 0}, 1}, Conclusion::nothingFailed, "No voxel failed: there is nothing to explain."}};
+        {{{0, 0, 0}, 1},
+         Conclusion::nothingFailed,
+         "No voxel failed: there is nothing to explain."}};
     const DoseImage reference = sampled(same, clinical, 0, 1);
     for (const Row& row : rows) {
         const DoseImage evaluation = changedBack(same, clinical, row.change, 0, 2);
@@ -302,8 +303,8 @@ TEST(Explanation, OfAMeasuredPairIsASetUpShift)
     const auto read = [](const std::filesystem::path& path) {
         return files::valueOf(files::readDoseFile(path.string(), {files::nativeDeflate()}));
     };
-    const Explanation found = explain(read(day1), read(folder / "head_neck_day2.nrrd"),
-                                      requestOf(3, 3));
+    const Explanation found =
+        explain(read(day1), read(folder / "head_neck_day2.nrrd"), requestOf(3, 3));
     EXPECT_EQ(found.conclusion, Conclusion::shift);
     EXPECT_NEAR(found.before.passRate, 90.319, 0.0005);
     EXPECT_NEAR(found.both.passRate, 99.998, 0.0015);
@@ -319,7 +320,8 @@ TEST(DirectionText, NamesTheSidesOfThePatient)
 {
     EXPECT_EQ(zarngi::directionText({2.94, -0.3, 2.6}),
               "2.9 mm left, 0.3 mm anterior, 2.6 mm superior");
-    EXPECT_EQ(zarngi::directionText({-1, 1, -1}), "1.0 mm right, 1.0 mm posterior, 1.0 mm inferior");
+    EXPECT_EQ(zarngi::directionText({-1, 1, -1}),
+              "1.0 mm right, 1.0 mm posterior, 1.0 mm inferior");
     EXPECT_EQ(zarngi::directionText({0.04, -0.04, 0}), "");
 }
 

@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "comparison/explanation/runEngine.h"
 #include "comparison/explanation/explanation.h"
+#include "comparison/explanation/runEngine.h"
 
 namespace explained
 {
@@ -22,7 +22,8 @@ using Field = std::function<double(double x, double y, double z)>;
 /** 1 inside of an interval, 0 outside, with penumbras of some mm. */
 inline double edge(double position, double low, double high, double width)
 {
-    return 1 / (1 + std::exp(-(position - low) / width)) / (1 + std::exp((position - high) / width));
+    return 1 / (1 + std::exp(-(position - low) / width)) /
+           (1 + std::exp((position - high) / width));
 }
 
 /** A target in a low dose, as of several beams: gradients along each axis. */
@@ -74,8 +75,8 @@ inline zarngi::DoseImage sampled(const Grid& grid, const Field& field, double no
                     field(origin[0] + i * grid.spacing[0], origin[1] + j * grid.spacing[1],
                           origin[2] + k * grid.spacing[2]);
                 constexpr double uniformToDeviation = 1.7320508;
-                dose.image.values.push_back(static_cast<float>(
-                    value * (1 + noise * uniformToDeviation * random.next())));
+                dose.image.values.push_back(
+                    static_cast<float>(value * (1 + noise * uniformToDeviation * random.next())));
             }
         }
     }
@@ -107,8 +108,8 @@ inline zarngi::Explanation explain(const zarngi::DoseImage& reference,
         *std::max_element(reference.image.values.begin(), reference.image.values.end()));
     zarngi::GammaRun run(reference, evaluation);
     zarngi::RunEngine engine(run, settings, request.criterion.isLocal);
-    return zarngi::explain(engine, zarngi::viewOf(reference.image), zarngi::viewOf(evaluation.image), request,
-                           watch);
+    return zarngi::explain(engine, zarngi::viewOf(reference.image),
+                           zarngi::viewOf(evaluation.image), request, watch);
 }
 
 } // namespace explained

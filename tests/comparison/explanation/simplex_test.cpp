@@ -8,8 +8,8 @@
 namespace
 {
 
-using zarngi::Minimum;
 using zarngi::minimiseBySimplex;
+using zarngi::Minimum;
 using zarngi::Place;
 using zarngi::SearchSpace;
 
