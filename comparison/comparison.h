@@ -12,11 +12,13 @@
 #include "comparison/criterion.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseImage.h"
+#include "comparison/explanation/explanation.h"
 #include "comparison/fileDigest.h"
 #include "comparison/gammaRun.h"
 #include "comparison/gammaStatistics.h"
 #include "comparison/structures/structureComparison.h"
 #include "comparison/structures/structureGamma.h"
+#include "comparison/sweep/sweep.h"
 #include "comparison/verdict.h"
 
 namespace zarngi
@@ -58,6 +60,8 @@ struct Comparison {
     std::optional<TestedPart> within;
     std::optional<StructureComparison> structures;
     std::vector<CriterionResult> results;
+    std::optional<Explanation> explanation; ///< of one of the criteria; changes no result
+    std::vector<Sweep> sweeps;
     std::vector<std::string> warnings;
     double readSeconds = 0;
     std::string commandLine; ///< that asked for it; may be empty

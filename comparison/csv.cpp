@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "comparison/explanation/conclusion.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -113,6 +114,46 @@ Cells plainCells(const std::string& name, const GammaStatistics& statistics,
     return cells;
 }
 
+Cells explanationNames()
+{
+    return {"explained_by",
+            "shift_x_mm",
+            "shift_y_mm",
+            "shift_z_mm",
+            "dose_factor",
+            "pass_rate_after_percent",
+            "pass_rate_shift_alone_percent",
+            "pass_rate_factor_alone_percent"};
+}
+
+/** @param structure empty: all voxels. */
+Cells explanationCells(const Explanation& explanation, const Criterion& criterion,
+                       const std::string& structure)
+{
+    if (explanation.criterion.label() != criterion.label() || explanation.within != structure) {
+        return Cells(explanationNames().size());
+    }
+    const DoseChange& change = explanation.both.change;
+    return {conclusionName(explanation.conclusion),
+            number(change.shift[0], digits),
+            number(change.shift[1], digits),
+            number(change.shift[2], digits),
+            number(change.factor, digits),
+            fixed(explanation.both.passRate, 6),
+            fixed(explanation.shiftAlone.passRate, 6),
+            fixed(explanation.factorAlone.passRate, 6)};
+}
+
+/** The row of a criterion, in a structure or in all voxels. */
+std::string finishedRow(Cells cells, const CriterionResult& result, const std::string& structure,
+                        const Comparison& comparison)
+{
+    if (comparison.explanation) {
+        append(cells, explanationCells(*comparison.explanation, result.criterion, structure));
+    }
+    return row(cells);
+}
+
 std::string structureRow(const CriterionResult& result, const StructureGamma& gamma,
                          const StructureRow& structure, const Comparison& comparison)
 {
@@ -123,18 +164,18 @@ std::string structureRow(const CriterionResult& result, const StructureGamma& ga
                    number(structure.volume, digits), std::to_string(gamma.statistics.unreached)});
     append(cells, doseCells(structure.reference, metrics));
     append(cells, doseCells(structure.evaluation, metrics));
-    return row(cells);
+    return finishedRow(std::move(cells), result, structure.chosen.name, comparison);
 }
 
 std::string resultRows(const CriterionResult& result, const Comparison& comparison)
 {
     Cells whole = resultCells(result, result.statistics, verdictName(result.verdict), comparison);
     if (!comparison.structures) {
-        return row(whole);
+        return finishedRow(std::move(whole), result, "", comparison);
     }
     const StructureComparison& structures = *comparison.structures;
     append(whole, plainCells("", result.statistics, structures.doseVolume.metrics));
-    std::string text = row(whole);
+    std::string text = finishedRow(std::move(whole), result, "", comparison);
     for (std::size_t i = 0; i < structures.rows.size(); ++i) {
         if (result.structures[i]) {
             text += structureRow(result, *result.structures[i], structures.rows[i], comparison);
@@ -147,7 +188,37 @@ std::string resultRows(const CriterionResult& result, const Comparison& comparis
                         outside.verdict ? verdictName(*outside.verdict) : "none", comparison);
         append(cells, plainCells("outside of all structures", outside.statistics,
                                  structures.doseVolume.metrics));
-        text += row(cells);
+        text += finishedRow(std::move(cells), result, "outside of all structures", comparison);
+    }
+    return text;
+}
+
+/** Rates by criterion: the columns up to the rate, and the structure where there are some. */
+std::string sweepRows(const Sweep& sweep, const Comparison& comparison, std::size_t columns)
+{
+    std::string text;
+    const std::size_t distances = sweep.range.distances.size();
+    for (const SweepPart& part : sweep.parts) {
+        for (std::size_t i = 0; i < part.counts.size(); ++i) {
+            CriterionResult result;
+            result.criterion = {sweep.range.doseDifferences[i / distances],
+                                sweep.range.distances[i % distances], sweep.range.isLocal};
+            GammaStatistics statistics;
+            statistics.tested = part.counts[i].tested;
+            statistics.passed = part.counts[i].passed;
+            statistics.failed = statistics.tested - statistics.passed;
+            statistics.passRate = part.counts[i].passRate;
+            Cells cells = resultCells(result, statistics, "", comparison);
+            constexpr std::size_t seconds = 18; // and all behind it but the structure's name
+            for (std::size_t c = seconds; c < cells.size(); ++c) {
+                cells[c].clear();
+            }
+            if (comparison.structures) {
+                cells.push_back(part.name);
+            }
+            cells.resize(columns);
+            text += row(cells);
+        }
     }
     return text;
 }
@@ -181,9 +252,15 @@ std::string comparisonCsv(const Comparison& comparison)
     if (comparison.structures) {
         append(names, structureNames(comparison.structures->doseVolume.metrics));
     }
+    if (comparison.explanation) {
+        append(names, explanationNames());
+    }
     std::string text = row(names);
     for (const CriterionResult& result : comparison.results) {
         text += resultRows(result, comparison);
+    }
+    for (const Sweep& sweep : comparison.sweeps) {
+        text += sweepRows(sweep, comparison, names.size());
     }
     return text;
 }

@@ -41,9 +41,9 @@ void require(int code, const std::string& context)
 
 using SetGrid = int (*)(int*, float*, float*, float*);
 
-void setGrid(SetGrid set, const DoseImage& dose)
+void setGrid(SetGrid set, const DoseView& dose, const std::string& name)
 {
-    const Geometry& geometry = dose.image.geometry;
+    const Geometry& geometry = dose.geometry;
     std::array<int, 3> size = geometry.size;
     std::array<float, 3> spacing{};
     std::array<float, 3> corner{};
@@ -53,8 +53,8 @@ void setGrid(SetGrid set, const DoseImage& dose)
         corner[i] = static_cast<float>(geometry.origin[i] - geometry.spacing[i] / 2);
     }
     // The interface takes the doses through a plain pointer but copies and never writes them.
-    auto* const doses = const_cast<float*>(dose.image.values.data());
-    require(set(size.data(), spacing.data(), corner.data(), doses), dose.path);
+    auto* const doses = const_cast<float*>(dose.values.data());
+    require(set(size.data(), spacing.data(), corner.data(), doses), name);
 }
 
 void setParameters(const GammaSettings& settings, const Criterion& criterion)
@@ -113,11 +113,11 @@ float stepSize(const GammaSettings& settings, const Criterion& criterion)
 }
 
 GammaRun::GammaRun(const DoseImage& reference, const DoseImage& evaluation)
-    : referenceVoxels_(reference.image.geometry.voxels())
+    : referenceName_(reference.path), evaluationName_(evaluation.path)
 {
     require(zarnGI_init(), "the library");
-    setGrid(zarnGI_setRef, reference);
-    setGrid(zarnGI_setEval, evaluation);
+    setReference(viewOf(reference.image));
+    setEvaluation(viewOf(evaluation.image));
 }
 
 GammaRun::~GammaRun()
@@ -125,8 +125,19 @@ GammaRun::~GammaRun()
     zarnGI_reset();
 }
 
-GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion,
-                           const WatchSearch& watch)
+void GammaRun::setReference(const DoseView& doses)
+{
+    setGrid(zarnGI_setRef, doses, referenceName_);
+    referenceVoxels_ = doses.geometry.voxels();
+}
+
+void GammaRun::setEvaluation(const DoseView& doses)
+{
+    setGrid(zarnGI_setEval, doses, evaluationName_);
+}
+
+GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criterion,
+                          const WatchSearch& watch)
 {
     setParameters(settings, criterion);
     Watcher watcher{watch};
@@ -144,6 +155,13 @@ GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& crite
     require(zarnGI_getGammaIndex3DMap(map.values.data()), criterion.label());
     map.passed.resize(referenceVoxels_);
     require(zarnGI_getPassed3DMap(map.passed.data()), criterion.label());
+    return map;
+}
+
+GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion,
+                           const WatchSearch& watch)
+{
+    GammaMap map = search(settings, criterion, watch);
     if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
         throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
                          number(settings.cutOff) + " %");

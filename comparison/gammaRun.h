@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "comparison/criterion.h"
-#include "comparison/doseImage.h"
+#include "comparison/doseSampling.h"
 
 namespace zarngi
 {
@@ -68,8 +68,18 @@ public:
     GammaMap compute(const GammaSettings& settings, const Criterion& criterion,
                      const WatchSearch& watch = {});
 
+    /** Replaces a grid. @throws InputError when the library refuses it. */
+    void setReference(const DoseView& doses);
+    void setEvaluation(const DoseView& doses);
+
+    /** As compute(), but may test no voxel; without a pass rate. */
+    GammaMap search(const GammaSettings& settings, const Criterion& criterion,
+                    const WatchSearch& watch = {});
+
 private:
-    std::size_t referenceVoxels_;
+    std::string referenceName_; ///< for messages
+    std::string evaluationName_;
+    std::size_t referenceVoxels_ = 0;
 };
 
 /** The version of the project, which the program has as well. */

@@ -6,8 +6,10 @@
 #include <ctime>
 
 #include "comparison/doseJson.h"
+#include "comparison/explanation/explanationJson.h"
 #include "comparison/statisticsJson.h"
 #include "comparison/structures/structureJson.h"
+#include "comparison/sweep/sweepJson.h"
 
 namespace zarngi
 {
@@ -99,6 +101,12 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
         document["within"] =
             comparison.within ? Json(comparison.within->structures) : Json(nullptr);
         document["timings"]["structureSeconds"] = comparison.structures->seconds;
+    }
+    if (comparison.explanation) {
+        document["explanation"] = explanationJson(*comparison.explanation);
+    }
+    for (const Sweep& sweep : comparison.sweeps) {
+        document["sweeps"].push_back(sweepJson(sweep));
     }
     return document;
 }

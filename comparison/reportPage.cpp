@@ -36,6 +36,9 @@ struct Volume {
     std::function<std::vector<std::int16_t>()> words;
 };
 
+/** Of the map after the change that an explanation found. */
+constexpr const char* gammaAfterName = "gamma-after";
+
 std::string gammaName(std::size_t index)
 {
     return "gamma-" + std::to_string(index);
@@ -53,6 +56,11 @@ std::vector<Volume> volumesOf(const Comparison& comparison)
     for (const CriterionResult& result : comparison.results) {
         volumes.push_back({gammaName(volumes.size() - 2), "gamma", "reference", gammaDecimals,
                            [&result] { return storedGammas(result.gamma, result.passed); }});
+    }
+    if (comparison.explanation) {
+        const GammaMaps& after = comparison.explanation->after;
+        volumes.push_back({gammaAfterName, "gamma", "reference", gammaDecimals,
+                           [&after] { return storedGammas(after.gamma, after.passed); }});
     }
     return volumes;
 }
@@ -125,6 +133,9 @@ std::string reportPage(const Comparison& comparison, const Json& record,
     document["volumes"] = listOf(volumes);
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
         document["criteria"][i]["gammaVolume"] = gammaName(i);
+    }
+    if (comparison.explanation) {
+        document["explanation"]["gammaVolume"] = gammaAfterName;
     }
     std::vector<PageElement> elements = elementsOf(volumes, packing);
     if (comparison.structures) {

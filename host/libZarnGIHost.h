@@ -363,6 +363,60 @@ ZARNGI_HOST_API int zarnGIHost_compareStructures(const struct zarnGIHost_Structu
                                                  const char* options, struct zarnGIHost_Bytes* json,
                                                  struct zarnGIHost_Error* error);
 
+/** A gamma computation that an explanation asks for. */
+struct zarnGIHost_Trial {
+    double doseDifference; /**< % */
+    double distance;       /**< mm, distance to agreement */
+    double step;           /**< mm, spacing of the search lattice; 0: a tenth of the distance */
+    double maxGamma;       /**< largest gamma searched for */
+};
+
+/**
+ * How an explanation has gamma computed: by the caller, with the cut-off and all other options of a
+ * comparison, with full gamma maps, and with the normalisation dose set. Each function returns 0, or
+ * another number to end the explanation.
+ */
+struct zarnGIHost_GammaEngine {
+    /** Replaces the reference. @param doses valid during the call. */
+    int (*setReference)(const struct zarnGIHost_Volume* doses, void* context);
+    /** Replaces the evaluation. @param doses valid during the call. */
+    int (*setEvaluation)(const struct zarnGIHost_Volume* doses, void* context);
+    /**
+     * Computes.
+     * @param trial  the criterion.
+     * @param gamma  [out] for each voxel of the reference; -1: not tested.
+     * @param passed [out] likewise 1, 0, or 255: not tested.
+     */
+    int (*compute)(const struct zarnGIHost_Trial* trial, float* gamma, unsigned char* passed,
+                   void* context);
+    void* context; /**< handed to the functions */
+};
+
+/**
+ * Finds the shift and the dose factor of the evaluation that explain the failed voxels.
+ *
+ * @param reference  doses of the type ZARNGI_HOST_FLOAT.
+ * @param evaluation likewise.
+ * @param within     for each voxel of the reference whether it is explained (not 0); null: all.
+ * @param options    a JSON document: "doseDifference" (%), "distance" (mm), "local" (true or
+ *                   false), "step" (mm, or null: a tenth of the distance), "maxGamma" (of the map
+ *                   afterwards), "range" (mm, or null: the larger of 5 mm and twice the distance).
+ * @param engine     computes gamma, one call after the other, on the calling thread.
+ * @param gamma      [out] the gamma map after the change, as many values as the reference has
+ *                   voxels; -1: not tested. May be null.
+ * @param json       [out] the member "explanation" of the record of `zarngi compare --json`, UTF-8;
+ *                   the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error      [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (nothing is tested, or the engine ended it),
+ *         ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_explain(const struct zarnGIHost_Volume* reference,
+                                       const struct zarnGIHost_Volume* evaluation,
+                                       const unsigned char* within, const char* options,
+                                       const struct zarnGIHost_GammaEngine* engine, float* gamma,
+                                       struct zarnGIHost_Bytes* json,
+                                       struct zarnGIHost_Error* error);
+
 #ifdef __cplusplus
 }
 #endif

@@ -59,23 +59,34 @@ Comparison readComparison(const CompareOptions& options)
     findExtremes(comparison);
     if (catalogue) {
         addStructures(comparison, std::move(catalogue), options);
+        checkExplainedStructure(comparison, options.explain);
     }
     return comparison;
 }
 
-/** A progress line for each criterion where a user is there to see it. */
-WatchFor progressFor(const GammaSettings& settings)
+/** A line for each work, which vanishes with the function. */
+template <class Progress> std::function<bool(Progress)> progressLine(const std::string& title)
 {
-    if (settings.verbose > 0 || !ProgressLine::isWanted()) {
-        return {};
-    }
-    return [](const Criterion& criterion) -> WatchSearch {
-        return [line = std::make_shared<ProgressLine>(criterion.label())](
-                   const SearchProgress& progress) {
-            line->show(progress);
-            return true;
-        };
+    return [line = std::make_shared<ProgressLine>(title)](const Progress& progress) {
+        line->show(progress);
+        return true;
     };
+}
+
+/** Progress lines where a user is there to see them. */
+Watchers progressOf(const GammaSettings& settings)
+{
+    Watchers watchers;
+    if (!ProgressLine::isWanted()) {
+        return watchers;
+    }
+    watchers.work = &progressLine<double>;
+    if (settings.verbose == 0) {
+        watchers.search = [](const Criterion& criterion) {
+            return progressLine<const SearchProgress&>(criterion.label());
+        };
+    }
+    return watchers;
 }
 
 std::vector<std::string> inputsOf(const Comparison& comparison)
@@ -104,7 +115,7 @@ ExitCode compare(const CompareOptions& options)
         std::cerr << "zarngi: warning: " << oneLine(warning) << '\n';
     }
     std::cout << describeSetup(comparison) << std::flush;
-    compute(comparison, progressFor(comparison.settings));
+    compute(comparison, options.explain, progressOf(comparison.settings));
     std::cout << describeResults(comparison) << std::flush;
     outputs.write(comparison);
     return comparison.isBelowLimit() ? ExitCode::belowLimit : ExitCode::fine;

@@ -135,6 +135,28 @@ void addStructures(CLI::App& command, StructureOptions& options)
         ->group("Structures");
 }
 
+void addExplanation(CLI::App& command, ExplainOptions& options)
+{
+    auto* const explain = command
+                              .add_flag("--explain", options.isWanted,
+                                        "Find the shift and dose factor that explain what fails")
+                              ->group("Explanation");
+    command
+        .add_option("--explain-range", options.range,
+                    "Largest shift along each axis (larger of 5 and 2 DTA)")
+        ->type_name("MM")
+        ->check(numberAbove(0.99, 100, "a number from 1 to 100"))
+        ->needs(explain)
+        ->group("Explanation");
+    command.add_option("--explain-structure", options.structure, "Explain what fails in it alone")
+        ->type_name("NAME")
+        ->needs(explain)
+        ->group("Explanation");
+    addRepeated(command, "--sweep", options.sweeps, "RANGE",
+                "Pass rates by criterion: 1:5%/1:5mm, 1:0.5:3%L/2mm")
+        ->group("Explanation");
+}
+
 void addOutput(CLI::App& command, CompareOptions& options)
 {
     const auto file = [&](const char* name, std::string& value, const char* text) {
@@ -167,6 +189,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addSearch(command, options.settings);
     addStructures(command, options.structures);
     addLimits(command, options.limits);
+    addExplanation(command, options.explain);
     addOutput(command, options);
 }
 

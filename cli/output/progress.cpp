@@ -20,6 +20,11 @@ void writeToTerminal(const std::string& text)
     static_cast<void>(!write(STDERR_FILENO, text.data(), text.size()));
 }
 
+void replaceLine(const std::string& text)
+{
+    writeToTerminal(std::string("\r").append(text).append("\033[K"));
+}
+
 std::string bar(double share)
 {
     constexpr std::size_t width = 24;
@@ -40,6 +45,12 @@ std::string progressText(const std::string& title, const SearchProgress& progres
            fixed(seconds, 0) + " s";
 }
 
+std::string progressText(const std::string& title, double share, double seconds)
+{
+    return title + " [" + bar(share) + "] " + fixed(100 * share, 0) + " %, " + fixed(seconds, 0) +
+           " s";
+}
+
 bool ProgressLine::isWanted()
 {
     const char* const terminal = std::getenv("TERM");
@@ -56,18 +67,36 @@ ProgressLine::~ProgressLine()
     writeToTerminal(shown_ == Clock::time_point{} ? "" : "\r\033[K");
 }
 
-void ProgressLine::show(const SearchProgress& progress)
+bool ProgressLine::isDue()
 {
     constexpr std::chrono::milliseconds patience(1000);
     constexpr std::chrono::milliseconds refresh(200);
     const Clock::time_point now = Clock::now();
     if (now - start_ < patience || now - shown_ < refresh) {
-        return;
+        return false;
     }
     shown_ = now;
-    const std::chrono::duration<double> elapsed = now - start_;
-    writeToTerminal(
-        std::string("\r").append(progressText(title_, progress, elapsed.count())).append("\033[K"));
+    return true;
+}
+
+double ProgressLine::seconds() const
+{
+    const std::chrono::duration<double> elapsed = shown_ - start_;
+    return elapsed.count();
+}
+
+void ProgressLine::show(const SearchProgress& progress)
+{
+    if (isDue()) {
+        replaceLine(progressText(title_, progress, seconds()));
+    }
+}
+
+void ProgressLine::show(double share)
+{
+    if (isDue()) {
+        replaceLine(progressText(title_, share, seconds()));
+    }
 }
 
 } // namespace zarngi

@@ -32,8 +32,15 @@ public:
     /** Shows how far the search is, a few times a second. */
     void show(const SearchProgress& progress);
 
+    /** Shows which part of a piece of work, 0 to 1, is done. */
+    void show(double share);
+
 private:
     using Clock = std::chrono::steady_clock;
+
+    /** Whether it is time for another text. */
+    bool isDue();
+    double seconds() const;
 
     std::string title_;
     Clock::time_point start_ = Clock::now();
@@ -42,6 +49,9 @@ private:
 
 /** The line for a search that is so far. */
 std::string progressText(const std::string& title, const SearchProgress& progress, double seconds);
+
+/** The line for a piece of work of which so much, 0 to 1, is done. */
+std::string progressText(const std::string& title, double share, double seconds);
 
 } // namespace zarngi
 

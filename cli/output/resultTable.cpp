@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "cli/output/columns.h"
+#include "cli/output/explanationTable.h"
 #include "cli/output/structureTable.h"
 #include "comparison/text.h"
 
@@ -143,6 +144,12 @@ std::string describeResults(const Comparison& comparison)
     }
     if (comparison.structures) {
         text += describeStructures(comparison);
+    }
+    for (const Sweep& sweep : comparison.sweeps) {
+        text += describeSweep(sweep);
+    }
+    if (comparison.explanation) {
+        text += describeExplanation(*comparison.explanation);
     }
     return text;
 }

@@ -7,6 +7,7 @@
 #include "comparison/failure.h"
 #include "comparison/structures/doseMetric.h"
 #include "comparison/structures/structureLimits.h"
+#include "comparison/sweep/criterionRange.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -58,13 +59,14 @@ const char* structureOptionOf(const ComparisonRequest& request)
     const bool hasPattern = std::any_of(requests.begin(), requests.end(), [](const auto& request) {
         return !request.patterns.empty();
     });
-    const std::array<std::pair<bool, const char*>, 10> given{
+    const std::array<std::pair<bool, const char*>, 11> given{
         {{!structures.shown.empty(), "--structure"},
          {!structures.excluded.empty(), "--exclude"},
          {!structures.within.empty(), "--within"},
          {!structures.metrics.empty(), "--dvh"},
          {structures.prescription.has_value(), "--prescription"},
          {structures.ignoreFrame, "--ignore-frame"},
+         {!request.explain.structure.empty(), "--explain-structure"},
          {hasPattern, "--criteria for a structure"},
          {names("--tolerance", request.limits.tolerance), "--tolerance for a structure"},
          {names("--action", request.limits.action), "--action for a structure"},
@@ -128,6 +130,13 @@ void checkRequest(const ComparisonRequest& request)
     if (limits.action > limits.tolerance) {
         throw UsageError("--action " + number(limits.action) + " is above --tolerance " +
                          number(limits.tolerance));
+    }
+    if (request.explain.isWanted && request.settings.rotate) {
+        throw UsageError("--explain needs one search lattice for all computations, which --rotate "
+                         "does not give");
+    }
+    for (const std::string& text : request.explain.sweeps) {
+        parseCriterionRange(text); // tells what is wrong before files are read
     }
     checkStructureOptions(request);
 }

@@ -41,6 +41,14 @@ struct LimitOptions {
     std::vector<std::string> failBelow;
 };
 
+/** What is asked for beyond the criteria. */
+struct ExplainOptions {
+    bool isWanted = false;
+    std::optional<double> range; ///< mm
+    std::string structure;
+    std::vector<std::string> sweeps; ///< as given
+};
+
 /** Sentences about it name the options of the command line. */
 struct ComparisonRequest {
     std::string reference;
@@ -50,6 +58,7 @@ struct ComparisonRequest {
     GammaSettings settings;
     LimitOptions limits;
     StructureOptions structures;
+    ExplainOptions explain;
     std::string commandLine; ///< kept in the outputs
 
     /** The criteria asked for, each once. @throws UsageError */

@@ -56,16 +56,17 @@ void judgeStructures(CriterionResult& result, const Comparison& comparison,
 
 } // namespace
 
-void compute(Comparison& comparison, const WatchFor& watchFor)
+void compute(Comparison& comparison, const ExplainOptions& explain, const Watchers& watchers)
 {
-    GammaRun run(comparison.within ? searchedReference(comparison) : comparison.reference,
-                 comparison.evaluation);
-    const GammaSettings settings = searchSettings(comparison);
+    const DoseImage part = comparison.within ? searchedReference(comparison) : DoseImage();
+    const DoseImage& reference = comparison.within ? part : comparison.reference;
+    GammaRun run(reference, comparison.evaluation);
+    GammaSettings settings = searchSettings(comparison);
     const CentreDoses doses(viewOf(comparison.reference.image),
                             viewOf(comparison.evaluation.image));
     for (CriterionResult& result : comparison.results) {
         GammaMap map = run.compute(settings, result.criterion,
-                                   watchFor ? watchFor(result.criterion) : WatchSearch());
+                                   watchers.search ? watchers.search(result.criterion) : WatchSearch());
         result.step = static_cast<double>(stepSize(settings, result.criterion));
         result.statistics = gammaStatistics(map, settings);
         result.statistics.sides = failedSides(doses, map.passed);
@@ -77,6 +78,8 @@ void compute(Comparison& comparison, const WatchFor& watchFor)
             judgeStructures(result, comparison, doses);
         }
     }
+    settings.normalisation = comparison.normalisation();
+    explainAndSweep(comparison, run, viewOf(reference.image), settings, explain, watchers.work);
 }
 
 } // namespace zarngi

@@ -9,20 +9,24 @@ True
 
 from ._demo import demo_pair
 from ._dose_volume import DoseVolume, dvh
+from ._explanation import Change, Explanation
 from ._gamma import NothingTestedError, gamma_index
 from ._grid import DoseGrid
 from ._result import Criteria, GammaResult
 from ._structure_result import StructureResult, StructureResults
 from ._structures import Structure, StructureSet, read_structures
+from ._sweep import Sweep, sweep
 from .io import FormatError, FormatWarning, read, read_bytes, write
 
 #: Of the project; that of the interface of libZarnGI is apart.
 __version__ = "4.2.0"
 
 __all__ = [
+    "Change",
     "Criteria",
     "DoseGrid",
     "DoseVolume",
+    "Explanation",
     "FormatError",
     "FormatWarning",
     "GammaResult",
@@ -31,11 +35,13 @@ __all__ = [
     "StructureResult",
     "StructureResults",
     "StructureSet",
+    "Sweep",
     "demo_pair",
     "dvh",
     "gamma_index",
     "read",
     "read_bytes",
     "read_structures",
+    "sweep",
     "write",
 ]

@@ -17,6 +17,7 @@ from ._structure_result import StructureResults
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
 
+    from ._explanation import Explanation
     from ._structures import Structure
 
 #: The library's gamma of a voxel for which no search point lay in the evaluation grid.
@@ -252,6 +253,41 @@ class GammaResult:
             lines.append(f"Unreached    {self.unreached} voxels found no evaluation dose")
         lines.append(f"Time         {self.seconds:.3f} s")
         return "\n".join(lines)
+
+    def explain(
+        self,
+        *,
+        range: float | None = None,
+        structure: Structure | npt.ArrayLike | None = None,
+        threads: int | None = None,
+    ) -> Explanation:
+        """Find the shift and the dose factor of the evaluation that explain the failed voxels.
+
+        Nothing is corrected: the result itself stays as it is.
+
+        Parameters
+        ----------
+        range : float, optional
+            Largest shift along each axis in mm, 1 to 100; by default the larger of 5 mm and twice
+            the distance to agreement.
+        structure : Structure or boolean array, optional
+            The voxels to explain; by default all tested ones.
+        threads : int, optional
+            As of `gamma_index`; the explanation does not depend on it.
+
+        Returns
+        -------
+        Explanation
+
+        Raises
+        ------
+        ValueError
+            When a parameter is out of range, no voxel of the structure is tested, or the lattice
+            was turned at random.
+        """
+        from ._explanation import explain_result
+
+        return explain_result(self, range, structure, threads)
 
     def plot(
         self,

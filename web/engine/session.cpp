@@ -128,7 +128,7 @@ nlohmann::ordered_json Session::compare(const Json& call)
     if (catalogue) {
         zarngi::addStructures(comparison, std::move(catalogue), request);
     }
-    zarngi::compute(comparison, watchFor);
+    zarngi::compute(comparison, request.explain, {watchFor});
     comparison_ = std::move(comparison);
     record_ = zarngi::comparisonJson(comparison_);
     return {{"record", record_}, {"isBelowLimit", comparison_.isBelowLimit()}};

@@ -15,6 +15,10 @@ export class PageData implements ComparisonData {
         return this.read(this.record.criteria[criterion].gammaVolume, 'reference');
     }
 
+    readonly gammaAfter = this.record.explanation
+        ? () => this.read(this.record.explanation?.gammaVolume ?? '', 'reference')
+        : undefined;
+
     async structure(index: number): Promise<StructureShape> {
         const structure = this.record.structures?.list[index];
         if (!structure) {

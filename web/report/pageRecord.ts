@@ -1,4 +1,6 @@
-import type { ComparisonRecord, Criterion, Role, StructureRecord, StructuresRecord } from '../views/record';
+import type {
+    ComparisonRecord, Criterion, ExplanationRecord, Role, StructureRecord, StructuresRecord,
+} from '../views/record';
 
 export interface VolumeRecord {
     name: string;
@@ -21,6 +23,7 @@ export interface PageRecord extends ComparisonRecord {
     formatVersion: number;
     criteria: (Criterion & { gammaVolume: string })[];
     structures?: (StructuresRecord & { list: (StructureRecord & StructureElements)[] }) | null;
+    explanation?: (ExplanationRecord & { gammaVolume: string }) | null;
     volumes: VolumeRecord[];
 }
 

@@ -52,6 +52,15 @@ export class Model {
         }
     }
 
+    get canShowAfter(): boolean {
+        return this.data.gammaAfter !== undefined;
+    }
+
+    /** The gamma map after the change of the explanation. */
+    async loadAfter(): Promise<Volume | null> {
+        return this.data.gammaAfter ? new Volume(this.grid, await this.data.gammaAfter()) : null;
+    }
+
     /** The gamma map of a criterion, if it is there already. */
     gamma(criterion: number): Volume | undefined {
         return this.gammas.get(criterion);

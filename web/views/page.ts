@@ -4,6 +4,7 @@ import { Analyses } from './analysis';
 import type { ComparisonData } from './comparison';
 import { byId, el } from './dom';
 import { DoseVolume } from './doseVolume';
+import { ExplanationCard } from './explanation';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
 import { setUpPrint } from './print';
@@ -13,6 +14,7 @@ import type { ComparisonRecord } from './record';
 import { Store } from './store';
 import { StructureList } from './structureList';
 import { Summary } from './summary';
+import { showSweeps } from './sweeps';
 import { Tables } from './tables';
 import { setUpTheme } from './theme';
 import { Viewer } from './viewer';
@@ -71,6 +73,10 @@ export async function showComparison(data: ComparisonData): Promise<void> {
     const histogram = new Histogram(record, store);
     const analyses = new Analyses(model);
     new Tables(model, store, analyses);
+    showSweeps(record, store);
+    if (record.explanation) {
+        new ExplanationCard(model, store, record.explanation);
+    }
     const doseVolume = record.structures ? new DoseVolume(model, store) : null;
     if (record.structures) {
         await model.shapes.load();

@@ -142,6 +142,46 @@ export interface Criterion {
     outsideStructures?: PartResult | null;
 }
 
+/** What is done to the evaluation, and what that gives. */
+export interface ChangeRecord {
+    /** Added to its positions. */
+    shift: Triple;
+    shiftLength: number;
+    /** "2.9 mm left, 0.3 mm anterior"; empty for no shift. */
+    direction: string;
+    /** Of its doses. */
+    factor: number;
+    /** %. */
+    passRate: number;
+    failed: number;
+}
+
+/** Which shift and dose factor explain what fails. */
+export interface ExplanationRecord {
+    /** Label of the criterion. */
+    criterion: string;
+    /** What alone was explained; null: all tested voxels. */
+    structure: string | null;
+    sentence: string;
+    notes: string[];
+    tested: number;
+    before: { passRate: number; failed: number };
+    best: ChangeRecord;
+    shiftAlone: ChangeRecord;
+    factorAlone: ChangeRecord;
+    /** Values that keep the pass rate; null along an axis that was not searched. */
+    within: { shift: ([number, number] | null)[]; factor: [number, number] };
+}
+
+/** Pass rates by criterion. */
+export interface SweepRecord {
+    doseDifferences: number[];
+    distances: number[];
+    local: boolean;
+    /** Rows by dose difference, columns by distance; null where nothing was tested. */
+    parts: { structure: string | null; passRates: (number | null)[][] }[];
+}
+
 export interface ComparisonRecord {
     program: { name: string; version: string };
     /** ISO 8601, UTC. */
@@ -157,6 +197,8 @@ export interface ComparisonRecord {
     /** At least one. */
     criteria: Criterion[];
     structures?: StructuresRecord | null;
+    explanation?: ExplanationRecord | null;
+    sweeps?: SweepRecord[] | null;
     /** Shown above the results. */
     warnings?: string[] | null;
 }

@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import ctypes
 import errno
+import json
 import os
 import weakref
 from collections.abc import Iterator, Mapping, Sequence
@@ -62,6 +63,12 @@ class Volume(ctypes.Structure):
     ]
 
 
+class Bytes(ctypes.Structure):
+    """Mirror of `zarnGIHost_Bytes`."""
+
+    _fields_ = [("data", ctypes.c_void_p), ("size", ctypes.c_size_t)]
+
+
 _FindFile = ctypes.CFUNCTYPE(
     ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p, ctypes.POINTER(ctypes.c_size_t)
 )
@@ -86,6 +93,7 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
     "getText": (ctypes.c_char_p, [_DOSE, ctypes.c_int]),
     "getWarning": (ctypes.c_char_p, [_DOSE, ctypes.c_size_t]),
     "writeVolume": (ctypes.c_int, [ctypes.c_char_p, ctypes.POINTER(Volume), _ERROR_P]),
+    "freeBytes": (None, [ctypes.POINTER(Bytes)]),
     "countFailedSides": (
         ctypes.c_int,
         [_VOLUME_P, _VOLUME_P, ctypes.c_void_p, _SIZE_P, _SIZE_P, _ERROR_P],
@@ -295,3 +303,14 @@ def check(
     if status == _NO_MEMORY:
         raise MemoryError(f"{name}: {sentence}")
     raise (refusal if status == _REFUSED else ValueError)(f"{name}: {sentence}")
+
+
+def document(name: str, make: Any) -> dict[str, Any]:
+    """The JSON document that a function of the library makes."""
+    document, error = Bytes(), Error()
+    check(make(document, error), error, name, refusal=ValueError)
+    try:
+        loaded: dict[str, Any] = json.loads(ctypes.string_at(document.data, document.size))
+    finally:
+        _host.zarnGIHost_freeBytes(document)
+    return loaded

@@ -15,12 +15,6 @@ import numpy.typing as npt
 from . import _host
 
 
-class _Bytes(ctypes.Structure):
-    """Mirror of `zarnGIHost_Bytes`."""
-
-    _fields_ = [("data", ctypes.c_void_p), ("size", ctypes.c_size_t)]
-
-
 class _Input(ctypes.Structure):
     """Mirror of `zarnGIHost_StructureInput`."""
 
@@ -36,7 +30,7 @@ class _Input(ctypes.Structure):
 
 _SET = ctypes.c_void_p
 _SET_P = ctypes.POINTER(ctypes.c_void_p)
-_BYTES_P = ctypes.POINTER(_Bytes)
+_BYTES_P = ctypes.POINTER(_host.Bytes)
 _INT_P = ctypes.POINTER(ctypes.c_int)
 _DOUBLE_P = ctypes.POINTER(ctypes.c_double)
 _SIZE_P = ctypes.POINTER(ctypes.c_size_t)
@@ -60,7 +54,6 @@ _functions = _host.declare(
             ctypes.c_int,
             [ctypes.POINTER(_Input), ctypes.c_char_p, _BYTES_P, _ERROR_P],
         ),
-        "freeBytes": (None, [_BYTES_P]),
     }
 )
 
@@ -77,7 +70,7 @@ class Structures:
     def __init__(self, handle: ctypes.c_void_p) -> None:
         self._handle = handle
         weakref.finalize(self, _functions.freeStructures, handle).atexit = False
-        self.description: dict[str, Any] = _document(
+        self.description: dict[str, Any] = _host.document(
             "the structures",
             lambda json_, error: _functions.describeStructures(handle, json_, error),
         )
@@ -159,21 +152,10 @@ def compare(
     )
     text = json.dumps(options).encode()
     try:
-        return _document(
+        return _host.document(
             "structures",
             lambda json_, error: _functions.compareStructures(given, text, json_, error),
         )
     except ValueError as error:
         # The sentences name options of the program.
         raise ValueError(re.sub(r": --[a-z]+: ", ": ", str(error), count=1)) from None
-
-
-def _document(name: str, make: Any) -> dict[str, Any]:
-    """The JSON document that a function of the library makes."""
-    document, error = _Bytes(), _host.Error()
-    _host.check(make(document, error), error, name, refusal=ValueError)
-    try:
-        loaded: dict[str, Any] = json.loads(ctypes.string_at(document.data, document.size))
-    finally:
-        _functions.freeBytes(document)
-    return loaded

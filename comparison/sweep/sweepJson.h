@@ -1,0 +1,19 @@
+/**
+ * @file sweepJson.h
+ * Pass rates by criterion as part of JSON documents; docs/json.md describes the members.
+ */
+#ifndef ZARNGI_COMPARISON_SWEEP_SWEEPJSON_H
+#define ZARNGI_COMPARISON_SWEEP_SWEEPJSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "comparison/sweep/sweep.h"
+
+namespace zarngi
+{
+
+nlohmann::ordered_json sweepJson(const Sweep& sweep);
+
+} // namespace zarngi
+
+#endif

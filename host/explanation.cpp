@@ -1,0 +1,149 @@
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <optional>
+
+#include "comparison/doseJson.h"
+#include "comparison/explanation/explanationJson.h"
+#include "comparison/failure.h"
+#include "host/calls.h"
+
+using files::FileError;
+using Json = nlohmann::ordered_json;
+
+namespace
+{
+
+zarnGIHost_Volume volumeOf(const zarngi::DoseView& doses)
+{
+    zarnGIHost_Volume volume{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        volume.size[i] = doses.geometry.size[i];
+        volume.spacing[i] = doses.geometry.spacing[i];
+        volume.origin[i] = doses.geometry.origin[i];
+    }
+    volume.type = ZARNGI_HOST_FLOAT;
+    volume.values = doses.values.data();
+    return volume;
+}
+
+/** Computations by the caller's functions. */
+class CallersEngine : public zarngi::GammaEngine
+{
+public:
+    explicit CallersEngine(const zarnGIHost_GammaEngine& engine) : engine_(engine) {}
+
+    void setReference(const zarngi::DoseView& doses) override
+    {
+        const zarnGIHost_Volume volume = volumeOf(doses);
+        goOn(engine_.setReference(&volume, engine_.context));
+    }
+
+    void setEvaluation(const zarngi::DoseView& doses) override
+    {
+        const zarnGIHost_Volume volume = volumeOf(doses);
+        goOn(engine_.setEvaluation(&volume, engine_.context));
+    }
+
+    void compute(const zarngi::TrialCriterion& criterion, std::span<float> gamma,
+                 std::span<unsigned char> passed) override
+    {
+        const zarnGIHost_Trial trial{criterion.doseDifference, criterion.distance,
+                                     criterion.step.value_or(0), criterion.maxGamma};
+        goOn(engine_.compute(&trial, gamma.data(), passed.data(), engine_.context));
+    }
+
+private:
+    static void goOn(int status)
+    {
+        if (status != 0) {
+            throw zarngi::InputError("the explanation was interrupted");
+        }
+    }
+
+    const zarnGIHost_GammaEngine& engine_;
+};
+
+std::optional<double> numberOrNone(const Json& value)
+{
+    return value.is_null() ? std::nullopt : std::optional<double>(value.get<double>());
+}
+
+/** @throws Json::exception where a member is missing or of another type */
+zarngi::ExplanationRequest readRequest(const char* text)
+{
+    const Json json = Json::parse(text);
+    zarngi::ExplanationRequest request;
+    request.criterion = {json.at("doseDifference").get<double>(), json.at("distance").get<double>(),
+                         json.at("local").get<bool>()};
+    request.step = numberOrNone(json.at("step"));
+    request.maxGamma = json.at("maxGamma").get<double>();
+    request.range = numberOrNone(json.at("range"));
+    return request;
+}
+
+bool isSensible(const zarngi::ExplanationRequest& request)
+{
+    return request.criterion.doseDifference > 0 && request.criterion.distance > 0 &&
+           request.maxGamma > 0 && request.step.value_or(1) > 0 && request.range.value_or(1) > 0;
+}
+
+files::Runs runsOf(const zarngi::Geometry& grid, const unsigned char* mask)
+{
+    files::Runs runs;
+    for (int z = 0; z < grid.size[2]; ++z) {
+        for (int y = 0; y < grid.size[1]; ++y, mask += grid.size[0]) {
+            const auto* const end = mask + grid.size[0];
+            const auto isSet = [](unsigned char value) { return value != 0; };
+            for (const auto* x = std::find_if(mask, end, isSet); x != end;) {
+                const auto* const behind = std::find_if_not(x, end, isSet);
+                runs.push_back({z, y, static_cast<int>(x - mask), static_cast<int>(behind - mask)});
+                x = std::find_if(behind, end, isSet);
+            }
+        }
+    }
+    return runs;
+}
+
+} // namespace
+
+int zarnGIHost_explain(const zarnGIHost_Volume* reference, const zarnGIHost_Volume* evaluation,
+                       const unsigned char* within, const char* options,
+                       const zarnGIHost_GammaEngine* engine, float* gamma, zarnGIHost_Bytes* json,
+                       zarnGIHost_Error* error)
+{
+    if (options == nullptr || json == nullptr || engine == nullptr ||
+        engine->setReference == nullptr || engine->setEvaluation == nullptr ||
+        engine->compute == nullptr) {
+        return host::refuseArgument("a required pointer is null", error);
+    }
+    if (!host::holdsDoses(reference) || !host::holdsDoses(evaluation)) {
+        return host::refuseArgument("a grid holds no doses in single precision", error);
+    }
+    return host::guarded(error, [&] {
+        try {
+            zarngi::ExplanationRequest request = readRequest(options);
+            if (!isSensible(request)) {
+                return host::refuseArgument("an option is out of its range", error);
+            }
+            files::Runs part;
+            if (within != nullptr) {
+                part = runsOf(host::geometryOf(*reference), within);
+                request.within = zarngi::NamedPart{"the part", &part};
+            }
+            CallersEngine computing(*engine);
+            const zarngi::Explanation explanation = zarngi::explain(
+                computing, host::dosesOf(*reference), host::dosesOf(*evaluation), request);
+            if (gamma != nullptr) {
+                std::copy(explanation.after.gamma.begin(), explanation.after.gamma.end(), gamma);
+            }
+            const std::string text = zarngi::toText(explanationJson(explanation), -1);
+            return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()},
+                              json);
+        } catch (const Json::exception&) {
+            return host::refuseArgument("the options are not as they are described", error);
+        } catch (const zarngi::InputError& failure) {
+            return host::report({FileError::Kind::refused, failure.what()}, error);
+        }
+    });
+}

@@ -1,0 +1,130 @@
+"""Pass rates by criterion."""
+
+from __future__ import annotations
+
+from collections.abc import Mapping, Sequence
+from dataclasses import dataclass, field
+from typing import Any
+
+import numpy as np
+import numpy.typing as npt
+
+from . import _checks
+from ._gamma import gamma_index
+from ._grid import DoseGrid
+from ._optional import need
+from ._structures import Structure
+
+
+@dataclass(frozen=True, eq=False)
+class Sweep:
+    """Pass rates for each dose difference with each distance to agreement.
+
+    Attributes
+    ----------
+    dd, dta : tuple of float
+        % and mm.
+    local : bool
+        Whether `dd` refers to each reference voxel's own dose.
+    rates : numpy.ndarray of float64, shape (len(dd), len(dta))
+        %, of all tested voxels.
+    structures : mapping of str to numpy.ndarray
+        Likewise within structures; NaN where nothing was tested.
+    """
+
+    dd: tuple[float, ...]
+    dta: tuple[float, ...]
+    local: bool
+    rates: npt.NDArray[np.float64]
+    structures: Mapping[str, npt.NDArray[np.float64]] = field(default_factory=dict)
+
+    def to_frame(self) -> Any:
+        """The rates of all tested voxels as a table of pandas: rows `dd`, columns `dta`.
+
+        Raises
+        ------
+        ImportError
+            When pandas is missing.
+        """
+        pandas = need("pandas", "pandas", "a table of rates")
+        return pandas.DataFrame(
+            self.rates,
+            index=pandas.Index(self.dd, name="dd"),
+            columns=pandas.Index(self.dta, name="dta"),
+        )
+
+
+def _values(name: str, values: Sequence[float], unit: str) -> tuple[float, ...]:
+    if np.ndim(values) != 1 or len(values) == 0:
+        raise ValueError(f"{name}={values!r} is accepted as a sequence of one number or more")
+    return tuple(_checks.positive(f"{name}[{i}]", value, unit) for i, value in enumerate(values))
+
+
+def _masks(
+    structures: Mapping[str, Structure | npt.ArrayLike] | None, reference: DoseGrid
+) -> dict[str, npt.NDArray[np.bool_]]:
+    masks = {}
+    for name, structure in (structures or {}).items():
+        is_structure = isinstance(structure, Structure)
+        mask = structure.mask(reference) if is_structure else np.asarray(structure)
+        if mask.dtype != np.bool_ or mask.shape != reference.shape:
+            raise ValueError(
+                f"structures[{name!r}] is a {mask.dtype} array of shape {mask.shape}; accepted: "
+                f"bool, {reference.shape}"
+            )
+        masks[name] = mask
+    return masks
+
+
+def sweep(
+    reference: DoseGrid,
+    evaluation: DoseGrid,
+    dd: Sequence[float] = (1, 2, 3, 4, 5),
+    dta: Sequence[float] = (1, 2, 3, 4, 5),
+    *,
+    structures: Mapping[str, Structure | npt.ArrayLike] | None = None,
+    **options: Any,
+) -> Sweep:
+    """Pass rates for each dose difference with each distance to agreement.
+
+    Parameters
+    ----------
+    reference, evaluation : DoseGrid
+        As of `gamma_index`.
+    dd, dta : sequence of float
+        % and mm; greater than 0.
+    structures : mapping of str to Structure or boolean array, optional
+        Parts of the reference whose rates are told as well.
+    **options
+        Of `gamma_index`, such as `local` and `dose_cutoff`.
+
+    Returns
+    -------
+    Sweep
+
+    Raises
+    ------
+    ValueError, TypeError, MemoryError
+        As of `gamma_index`.
+
+    Examples
+    --------
+    >>> import zarngi
+    >>> reference, evaluation = zarngi.demo_pair()
+    >>> rates = zarngi.sweep(reference, evaluation, dd=(2, 3), dta=(1, 2)).rates
+    >>> bool((rates[1] >= rates[0]).all())
+    True
+    """
+    differences, distances = _values("dd", dd, "%"), _values("dta", dta, "mm")
+    masks = _masks(structures, reference)
+    options["mode"] = "pass_rate"
+    rates = np.empty((len(differences), len(distances)))
+    parts = {name: np.empty_like(rates) for name in masks}
+    for i, difference in enumerate(differences):
+        for j, distance in enumerate(distances):
+            result = gamma_index(reference, evaluation, dd=difference, dta=distance, **options)
+            rates[i, j] = result.pass_rate
+            for name, mask in masks.items():
+                tested = result.gamma[mask & ~np.isnan(result.gamma)]
+                parts[name][i, j] = 100 * tested.mean(dtype=float) if tested.size else np.nan
+    return Sweep(differences, distances, bool(options.get("local", False)), rates, parts)

@@ -1,0 +1,136 @@
+"""Explanations and rates by criterion, against what is known and against the program."""
+
+import json
+import os
+import subprocess
+
+import numpy as np
+import pytest
+import zarngi
+from zarngi import _library
+
+
+def grid(shift=(0.0, 0.0, 0.0), factor=1.0, spacing=2.0, size=(52, 48, 44)):
+    """A smooth dose; an evaluation is made equal to that without arguments by the change."""
+    axes = [(np.arange(n) - (n - 1) / 2) * spacing for n in size]
+    x, y, z = np.meshgrid(*axes, indexing="ij")
+    x, y, z = x + shift[0], y + shift[1], z + shift[2]
+    dose = 60 * np.exp(-(((x - 2) / 22) ** 4) - ((y + 3) / 20) ** 4 - (z / 18) ** 4) / factor
+    return zarngi.DoseGrid(
+        dose.transpose(2, 1, 0).astype(np.float32), spacing, tuple(axis[0] for axis in axes)
+    )
+
+
+@pytest.fixture
+def moved():
+    return grid(), grid((2.0, -1.5, 3.0), 1.02)
+
+
+def test_finds_a_known_change(moved):
+    result = zarngi.gamma_index(*moved, dd=3, dta=2)
+    found = result.explain()
+    np.testing.assert_allclose(found.best.shift, (2.0, -1.5, 3.0), atol=0.1)
+    assert found.best.factor == pytest.approx(1.02, abs=0.004)
+    assert found.best.direction == "2.0 mm left, 1.5 mm anterior, 3.0 mm superior"
+    assert found.conclusion in ("shift", "both") and found.conclusion in found.sentence.lower() + "both"
+    assert found.pass_rate_before == pytest.approx(result.pass_rate, abs=1e-9)
+    assert (found.tested, found.failed_before) == (result.tested, result.failed)
+    assert np.array_equal(np.isnan(found.gamma), np.isnan(result.gamma))
+    assert np.count_nonzero(found.gamma > 1) == found.best.failed < result.failed / 10
+    for low_high, value in zip(found.shift_within, found.best.shift):
+        assert low_high[0] <= value <= low_high[1]
+    assert found.factor_within[0] <= found.best.factor <= found.factor_within[1]
+
+
+def test_is_the_same_as_that_of_the_program(moved, tmp_path):
+    names = [str(tmp_path / name) for name in ("a.nrrd", "b.nrrd")]
+    for name, dose in zip(names, moved):
+        zarngi.write(name, dose.dose, dose)
+    record = tmp_path / "record.json"
+    program = os.path.join(os.environ["ZARNGI_BUILD_DIR"], "cli", "zarngi")
+    if not os.path.exists(program):
+        pytest.skip("the program is not built")
+    command = [program, "compare", *names, "-c", "2%L/2mm", "--explain", "--json", str(record)]
+    subprocess.run(command, check=True, capture_output=True)
+    told = json.loads(record.read_text())["explanation"]
+    result = zarngi.gamma_index(*map(zarngi.read, names), dd=2, dta=2, local=True)
+    for threads in (1, 3):
+        found = dict(result.explain(threads=threads).record)
+        assert found.pop("seconds") > 0
+        assert {**found, "seconds": told["seconds"]} == told
+
+
+def test_of_a_plane_stays_in_it():
+    reference, evaluation = (
+        zarngi.DoseGrid(dose.dose[22], dose.spacing[:2], dose.origin[:2])
+        for dose in (grid(), grid((1.5, -2.0, 0.0), 0.98))
+    )
+    found = zarngi.gamma_index(reference, evaluation).explain()
+    assert found.axes == ("searched", "searched", "one voxel")
+    np.testing.assert_allclose(found.best.shift, (1.5, -2.0, 0), atol=0.1)
+    assert found.shift_within[2] is None and found.gamma.shape == reference.shape
+
+
+def test_explains_a_part(moved):
+    reference, evaluation = moved
+    result = zarngi.gamma_index(reference, evaluation, dd=2, dta=1)
+    part = np.zeros(reference.shape, bool)
+    part[10:34, 10:38, 12:40] = True
+    found = result.explain(structure=part)
+    assert found.tested == np.count_nonzero(part & ~np.isnan(result.gamma)) < result.tested
+    assert np.isnan(found.gamma[~part]).all()
+    np.testing.assert_allclose(found.best.shift, (2.0, -1.5, 3.0), atol=0.15)
+
+
+@pytest.mark.parametrize(
+    ("options", "error", "text"),
+    [
+        ({"range": 0}, ValueError, "range"),
+        ({"range": 101}, ValueError, "1 to 100"),
+        ({"threads": 0}, ValueError, "threads"),
+        ({"structure": np.ones((2, 2, 2), bool)}, ValueError, "shape"),
+        ({"structure": np.ones((44, 48, 52))}, TypeError, "bool"),
+        ({"structure": np.zeros((44, 48, 52), bool)}, ValueError, "is tested"),
+    ],
+)
+def test_refuses_what_makes_no_sense(moved, options, error, text):
+    with pytest.raises(error, match=text):
+        zarngi.gamma_index(*moved).explain(**options)
+
+
+def test_an_interruption_leaves_the_library_usable(moved, monkeypatch):
+    result = zarngi.gamma_index(*moved)
+    calls = []
+    call = _library.call
+
+    def interrupting(name, *arguments):
+        calls.append(name)
+        if calls.count("startComputation") == 5:
+            raise KeyboardInterrupt
+        call(name, *arguments)
+
+    monkeypatch.setattr(_library, "call", interrupting)
+    with pytest.raises(KeyboardInterrupt):
+        result.explain()
+    monkeypatch.undo()
+    assert zarngi.gamma_index(*moved).pass_rate == result.pass_rate
+
+
+def test_a_sweep_gives_the_rates_of_single_comparisons(moved):
+    reference, _ = moved
+    part = np.zeros(reference.shape, bool)
+    part[20:24, 20:30, 20:40] = True
+    swept = zarngi.sweep(*moved, dd=(1, 3), dta=(1, 2, 2.5), local=True, structures={"part": part})
+    assert swept.rates.shape == (2, 3) and swept.local
+    for i, dd in enumerate((1, 3)):
+        for j, dta in enumerate((1, 2, 2.5)):
+            single = zarngi.gamma_index(*moved, dd=dd, dta=dta, local=True)
+            assert swept.rates[i, j] == single.pass_rate
+            inside = single.gamma[part & ~np.isnan(single.gamma)]
+            assert swept.structures["part"][i, j] == pytest.approx(100 * np.mean(inside <= 1))
+
+
+@pytest.mark.parametrize("values", [(), (0, 1), 3])
+def test_a_sweep_needs_values(moved, values):
+    with pytest.raises((ValueError, TypeError)):
+        zarngi.sweep(*moved, dd=values)
