@@ -125,8 +125,22 @@ GammaRun::~GammaRun()
     zarnGI_reset();
 }
 
+void GammaRun::setReference(const DoseImage& reference)
+{
+    setGrid(zarnGI_setRef, reference);
+    referenceVoxels_ = reference.image.geometry.voxels();
+}
+
 GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion,
                            const WatchSearch& watch)
+{
+    GammaMap map = search(settings, criterion, watch);
+    checkTested(map, settings);
+    return map;
+}
+
+GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criterion,
+                          const WatchSearch& watch)
 {
     setParameters(settings, criterion);
     Watcher watcher{watch};
@@ -144,14 +158,18 @@ GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& crite
     require(zarnGI_getGammaIndex3DMap(map.values.data()), criterion.label());
     map.passed.resize(referenceVoxels_);
     require(zarnGI_getPassed3DMap(map.passed.data()), criterion.label());
-    if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
-        throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
-                         number(settings.cutOff) + " %");
-    }
     float passRate = 0;
     require(zarnGI_getGammaIndexPassRate(&passRate), criterion.label());
     map.passRate = static_cast<double>(passRate);
     return map;
+}
+
+void checkTested(const GammaMap& map, const GammaSettings& settings)
+{
+    if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
+        throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
+                         number(settings.cutOff) + " %");
+    }
 }
 
 std::string projectVersion()

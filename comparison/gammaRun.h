@@ -68,9 +68,19 @@ public:
     GammaMap compute(const GammaSettings& settings, const Criterion& criterion,
                      const WatchSearch& watch = {});
 
+    /** The same, where it may be that no voxel is tested. @throws InputError otherwise alike. */
+    GammaMap search(const GammaSettings& settings, const Criterion& criterion,
+                    const WatchSearch& watch = {});
+
+    /** Puts another reference in the place of the first one. @throws InputError as constructed. */
+    void setReference(const DoseImage& reference);
+
 private:
     std::size_t referenceVoxels_;
 };
+
+/** @throws InputError when no voxel of the map was tested. */
+void checkTested(const GammaMap& map, const GammaSettings& settings);
 
 /** The version of the project, which the program has as well. */
 std::string projectVersion();

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "comparison/doseJson.h"
+#include "comparison/measurements/measurementJson.h"
 #include "comparison/statisticsJson.h"
 #include "comparison/structures/structureJson.h"
 
@@ -94,6 +95,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
     for (const CriterionResult& result : comparison.results) {
         document["criteria"].push_back(criterionJson(result, comparison));
     }
+    addMeasurements(document, comparison);
     if (comparison.structures) {
         document["structures"] = structuresJson(*comparison.structures, comparison.digests);
         document["within"] =

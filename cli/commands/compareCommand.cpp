@@ -7,11 +7,13 @@
 #include <optional>
 
 #include "cli/commands/compareStructures.h"
+#include "cli/commands/prepareDoses.h"
 #include "cli/commands/readDose.h"
 #include "cli/output/outputs.h"
 #include "cli/output/progress.h"
 #include "cli/output/resultTable.h"
 #include "comparison/comparison.h"
+#include "comparison/measurements/pointSearch.h"
 #include "comparison/parallel.h"
 #include "comparison/structures/structureLimits.h"
 #include "comparison/text.h"
@@ -25,7 +27,7 @@ namespace
 void checkUnits(const Comparison& comparison)
 {
     for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
-        if (dose->isRelative && !comparison.settings.normalisation) {
+        if (dose->isRelative && !comparison.normalisationRequest.isGiven()) {
             throw InputError(dose->path + ": holds relative doses, not Gy; they are compared as "
                                           "they are when --norm gives the dose of 100 %");
         }
@@ -45,7 +47,7 @@ void warnAbout(Comparison& comparison)
     }
     const auto& reference = comparison.reference.dicom;
     const auto& evaluation = comparison.evaluation.dicom;
-    if (!reference || !evaluation) {
+    if (!reference || !evaluation || comparison.reference.format != comparison.evaluation.format) {
         return;
     }
     if (reference->frameOfReference != evaluation->frameOfReference) {
@@ -63,8 +65,9 @@ void warnAbout(Comparison& comparison)
 void readDoses(Comparison& comparison, const CompareOptions& options)
 {
     const bool isRecorded = !options.outputs.json.empty() || !options.outputs.report.empty();
-    const auto read = [isRecorded](const std::string& path, FileDigests& digests) {
-        return isRecorded ? readDose(path, digests) : readDose(path);
+    const auto read = [isRecorded, units = options.measurements.units()](const std::string& path,
+                                                                         FileDigests& digests) {
+        return isRecorded ? readDose(path, digests, units) : readDose(path, units);
     };
     std::error_code error;
     const bool isFile = std::filesystem::is_regular_file(options.evaluation, error);
@@ -75,6 +78,18 @@ void readDoses(Comparison& comparison, const CompareOptions& options)
     comparison.reference = read(options.reference, comparison.digests);
     comparison.evaluation = evaluation.get();
     comparison.digests.merge(ofEvaluation);
+    makeDoses(comparison, options.measurements,
+              [&](const std::string& path) { return read(path, comparison.digests); });
+}
+
+void checkAreVolumes(const Comparison& comparison)
+{
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        if (dose->measurement) {
+            throw UsageError("--structures is for volumes, and " + oneLine(dose->path) +
+                             " is none");
+        }
+    }
 }
 
 Comparison readComparison(const CompareOptions& options)
@@ -85,6 +100,7 @@ Comparison readComparison(const CompareOptions& options)
     comparison.limits = generalLimits(options.limits);
     comparison.failBelow = StructureLimits("--fail-below", options.limits.failBelow).general();
     comparison.commandLine = options.commandLine;
+    comparison.normalisationRequest = options.measurements.normalisation();
     readDoses(comparison, options);
     for (CriterionRequest& request : options.requests()) {
         CriterionResult& result = comparison.results.emplace_back();
@@ -93,14 +109,17 @@ Comparison readComparison(const CompareOptions& options)
     }
     checkUnits(comparison);
     warnAbout(comparison);
+    placeDoses(comparison, options.measurements);
     std::shared_ptr<const StructureCatalogue> catalogue;
     if (!options.structures.files.empty()) {
+        checkAreVolumes(comparison);
         catalogue = readStructureFiles(options.structures, comparison);
     }
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     comparison.readSeconds = duration.count();
-    comparison.referenceExtremes = doseExtremes(comparison.reference.image);
-    comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
+    comparison.referenceExtremes = doseExtremes(comparison.reference);
+    comparison.evaluationExtremes = doseExtremes(comparison.evaluation);
+    setNormalisation(comparison);
     if (catalogue) {
         addStructures(comparison, std::move(catalogue), options);
     }
@@ -108,13 +127,19 @@ Comparison readComparison(const CompareOptions& options)
 }
 
 /** Computes with a progress line where a user is there to see it. */
-GammaMap computeVisibly(GammaRun& run, const GammaSettings& settings, const Criterion& criterion)
+GammaMap computeVisibly(GammaRun& run, const Comparison& comparison, const GammaSettings& settings,
+                        const Criterion& criterion)
 {
+    const auto search = [&](const WatchSearch& watch) {
+        return arePoints(comparison.placed.space)
+                   ? searchPoints(run, comparison.reference, settings, criterion, watch)
+                   : run.compute(settings, criterion, watch);
+    };
     if (settings.verbose > 0 || !ProgressLine::isWanted()) {
-        return run.compute(settings, criterion);
+        return search({});
     }
     ProgressLine line(criterion.label());
-    return run.compute(settings, criterion, [&line](const SearchProgress& progress) {
+    return search([&line](const SearchProgress& progress) {
         line.show(progress);
         return true;
     });
@@ -129,11 +154,11 @@ DoseImage searchedReference(const Comparison& comparison)
     return reference;
 }
 
-/** A part of the doses is judged as within the whole: the percentages refer to the same dose. */
+/** A part, or a point, is judged as within the whole: the percentages refer to the same dose. */
 GammaSettings searchSettings(const Comparison& comparison)
 {
     GammaSettings settings = comparison.settings;
-    if (comparison.within && !settings.normalisation) {
+    if (comparison.within || arePoints(comparison.placed.space)) {
         settings.normalisation = comparison.normalisation();
     }
     return settings;
@@ -166,10 +191,14 @@ void compute(Comparison& comparison)
     const CentreDoses doses(viewOf(comparison.reference.image),
                             viewOf(comparison.evaluation.image));
     for (CriterionResult& result : comparison.results) {
-        GammaMap map = computeVisibly(run, settings, result.criterion);
+        GammaMap map = computeVisibly(run, comparison, settings, result.criterion);
         result.step = static_cast<double>(stepSize(settings, result.criterion));
         result.statistics = gammaStatistics(map, settings);
-        result.statistics.sides = failedSides(doses, map.passed);
+        result.statistics.sides =
+            arePoints(comparison.placed.space)
+                ? failedPointSides(comparison.reference, viewOf(comparison.evaluation.image),
+                                   map.passed)
+                : failedSides(doses, map.passed);
         result.verdict = verdictOf(map.passRate, comparison.limits);
         result.seconds = map.seconds;
         result.gamma = std::move(map.values);
@@ -184,6 +213,11 @@ std::vector<std::string> inputsOf(const Comparison& comparison)
 {
     std::vector<std::string> files{comparison.reference.path, comparison.reference.dataPath,
                                    comparison.evaluation.path, comparison.evaluation.dataPath};
+    for (const DoseMaking* making : {&comparison.referenceMaking, &comparison.evaluationMaking}) {
+        for (const DoseImage& dose : making->added) {
+            files.insert(files.end(), {dose.path, dose.dataPath});
+        }
+    }
     if (comparison.structures) {
         for (const files::StructureSet& set : comparison.structures->catalogue->sets()) {
             files.insert(files.end(), {set.path, set.dataPath});
@@ -192,12 +226,21 @@ std::vector<std::string> inputsOf(const Comparison& comparison)
     return files;
 }
 
+void checkOutputs(const Comparison& comparison, const OutputNames& outputs)
+{
+    if (arePoints(comparison.placed.space) && !outputs.gammaMap.empty()) {
+        throw UsageError("--gamma-map needs a grid, which points have not; --json tells the gamma "
+                         "of each");
+    }
+}
+
 } // namespace
 
 ExitCode compare(const CompareOptions& options)
 {
     checkCompareOptions(options);
     Comparison comparison = readComparison(options);
+    checkOutputs(comparison, options.outputs);
     const std::vector<Criterion> criteria = options.criteriaToCompute();
     // Only now is known which files hold the values.
     options.outputs.checkFiles(inputsOf(comparison), criteria);

@@ -67,12 +67,7 @@ void addDoseLevels(CLI::App& command, CompareOptions& options)
         ->type_name("%")
         ->check(positive())
         ->group("Criteria");
-    command
-        .add_option("--norm", settings.normalisation,
-                    "Dose that the percentages refer to (reference maximum)")
-        ->type_name("GY")
-        ->check(positive())
-        ->group("Criteria");
+    addNormalisation(command, options.measurements);
 }
 
 void addSearch(CLI::App& command, GammaSettings& settings)
@@ -266,6 +261,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addDoseLevels(command, options);
     addSearch(command, options.settings);
     addStructures(command, options.structures);
+    addMeasurements(command, options.measurements);
     addLimits(command, options.limits);
     addOutput(command, options);
 }
@@ -291,9 +287,14 @@ void checkCompareOptions(const CompareOptions& options)
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }
     checkStructureOptions(options);
+    checkMeasurementOptions(options.measurements);
     options.outputs.checkFormats();
     std::vector<std::string> inputs = options.structures.files;
     inputs.insert(inputs.end(), {options.reference, options.evaluation});
+    for (const std::vector<std::string>* const added :
+         {&options.measurements.referenceAdded, &options.measurements.evaluationAdded}) {
+        inputs.insert(inputs.end(), added->begin(), added->end());
+    }
     options.outputs.checkFiles(inputs, criteria);
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/commands/measurementOptions.h"
 #include "cli/output/outputs.h"
 #include "comparison/criterion.h"
 #include "comparison/gammaRun.h"
@@ -54,6 +55,7 @@ struct CompareOptions {
     GammaSettings settings;
     LimitOptions limits;
     StructureOptions structures;
+    MeasurementOptions measurements;
     OutputNames outputs;
     std::string commandLine; ///< kept in the outputs
 

@@ -93,7 +93,7 @@ struct Dose {
 
 Result<DoseImage> read(const string& file, const Host& host = {nativeDeflate()})
 {
-    return resultOf([&] { return readDicomDose(view(file), host); });
+    return resultOf([&] { return readDicomDose(openDicomFile(view(file), host.deflate), host); });
 }
 
 /** The doses times two, or the reason why there are none. */

@@ -1,0 +1,52 @@
+#include "files/measurements/identifiedTable.h"
+
+#include <algorithm>
+
+#include "files/error.h"
+#include "files/measurements/tableText.h"
+
+namespace files
+{
+
+namespace
+{
+
+/** Heads of detector arrays of both forms, cylinder and plane. */
+bool isHeadOfArray(const TextLine& line)
+{
+    return line.text.starts_with("File Revision:") || line.text.starts_with("Cal File:") ||
+           line.text.starts_with("Dose per Count:") || line.text.starts_with("Dose Counts");
+}
+
+bool isHeadOfPlane(const TextLine& line)
+{
+    return line.text.starts_with("*Dose Units:") || line.text.starts_with("*Y\\X");
+}
+
+bool isRow(const TextLine& line)
+{
+    return separatorOf(line.text).has_value();
+}
+
+} // namespace
+
+std::optional<FileFormat> identifiedTable(std::string_view beginning)
+{
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(beginning.data());
+    const auto lines = resultOf([&] { return textLines({bytes, beginning.size()}); });
+    if (!lines) {
+        return {};
+    }
+    const auto has = [&lines](const auto& test) {
+        return std::any_of(lines->begin(), lines->end(), test);
+    };
+    if (has(isHeadOfArray)) {
+        return FileFormat::detectorArray;
+    }
+    if (has(isHeadOfPlane)) {
+        return FileFormat::extractedPlane;
+    }
+    return has(isRow) ? std::optional(FileFormat::table) : std::nullopt;
+}
+
+} // namespace files
