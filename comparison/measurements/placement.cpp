@@ -109,26 +109,6 @@ void putPoints(DoseImage& dose, const PlanePlace& plane)
     dose.measurement->isInSpace = true;
 }
 
-void put(DoseImage& dose, const PlanePlace& plane)
-{
-    if (dose.isPlane() && isAlongAxes(plane)) {
-        putGrid(dose, plane);
-        return;
-    }
-    if (dose.isPlane()) {
-        constexpr std::size_t most = 200000; // a minute or two
-        const std::size_t places = dose.image.geometry.voxels() - dose.measurement->gaps;
-        if (places > most) {
-            throw InputError(dose.path + ": has " + grouped(places) +
-                             " places, too many for a plane across the axes, whose places are "
-                             "searched one by one (up to " +
-                             grouped(most) + ")");
-        }
-        becomePoints(dose);
-    }
-    putPoints(dose, plane);
-}
-
 PlanePlace placeOf(const DoseImage& dose, const PlaneRequest& request)
 {
     const std::optional<PlanePlace>& own = dose.measurement->place;
@@ -247,6 +227,26 @@ PlanePlace planeNamed(const std::string& text)
     return files::gantryPlane({}, angle);
 }
 
+void putInSpace(DoseImage& dose, const PlanePlace& plane)
+{
+    if (dose.isPlane() && isAlongAxes(plane)) {
+        putGrid(dose, plane);
+        return;
+    }
+    if (dose.isPlane()) {
+        constexpr std::size_t most = 200000; // a minute or two
+        const std::size_t places = dose.image.geometry.voxels() - dose.measurement->gaps;
+        if (places > most) {
+            throw InputError(dose.path + ": has " + grouped(places) +
+                             " places, too many for a plane across the axes, whose places are "
+                             "searched one by one (up to " +
+                             grouped(most) + ")");
+        }
+        becomePoints(dose);
+    }
+    putPoints(dose, plane);
+}
+
 bool arePoints(SearchSpace space)
 {
     return space == SearchSpace::points || space == SearchSpace::pointsInPlane;
@@ -276,7 +276,7 @@ PlacedDoses placeDoses(DoseImage& reference, DoseImage& evaluation, const PlaneR
         DoseImage& flat = isFlat(reference) ? reference : evaluation;
         placed.place = placeOf(flat, request);
         placed.placeName = request.plane.empty() ? "that of its file" : request.plane;
-        put(flat, *placed.place);
+        putInSpace(flat, *placed.place);
         checkEvaluation(evaluation);
     }
     if (reference.measurement || evaluation.measurement) {

@@ -29,6 +29,13 @@ struct PlaneRequest {
  */
 files::PlanePlace planeNamed(const std::string& text);
 
+/**
+ * Puts a plane, or points of one, at a place in the patient: a plane along the patient's axes stays
+ * a grid, any other becomes points, those that have a dose.
+ * @throws InputError for more than 200 000 of these.
+ */
+void putInSpace(DoseImage& dose, const files::PlanePlace& plane);
+
 /** How the places of the reference are searched. */
 enum class SearchSpace {
     volume,        ///< the grid of the reference in three dimensions

@@ -11,6 +11,7 @@ from ._demo import demo_pair
 from ._dose_volume import DoseVolume, dvh
 from ._gamma import NothingTestedError, gamma_index
 from ._grid import DoseGrid
+from ._points import DosePoints
 from ._result import Criteria, GammaResult
 from ._structure_result import StructureResult, StructureResults
 from ._structures import Structure, StructureSet, read_structures
@@ -22,6 +23,7 @@ __version__ = "4.2.0"
 __all__ = [
     "Criteria",
     "DoseGrid",
+    "DosePoints",
     "DoseVolume",
     "FormatError",
     "FormatWarning",
