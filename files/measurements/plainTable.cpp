@@ -135,12 +135,28 @@ Separator separatorOfRows(const std::vector<TextLine>& lines)
     return *separator;
 }
 
+/** The cells of a line of names; where blanks set them apart, units in brackets belong to them. */
+Cells namesOf(const TextLine& line, Separator separator)
+{
+    Cells names;
+    bool isInBrackets = false;
+    for (const std::string_view cell : withoutEmptyEnd(cellsOf(withoutMark(line.text), separator))) {
+        const bool opens = cell.starts_with('(') || cell.starts_with('[');
+        const bool closes = cell.ends_with(')') || cell.ends_with(']');
+        if (separator != Separator::blank || (!opens && !isInBrackets)) {
+            names.push_back(cell);
+        }
+        isInBrackets = (isInBrackets || opens) && !closes;
+    }
+    return names;
+}
+
 /** Whether a line is the first of the table; sets what it tells. */
 bool beginsTable(Layout& layout, const std::vector<TextLine>& lines, std::size_t index)
 {
     const TextLine& line = lines[index];
     const Cells cells = withoutEmptyEnd(cellsOf(withoutMark(line.text), layout.separator));
-    if (const auto named = namedColumns(cells, line)) {
+    if (const auto named = namedColumns(namesOf(line, layout.separator), line)) {
         layout.columns = *named;
         layout.head = index + 1;
         return true;
@@ -166,10 +182,10 @@ bool beginsTable(Layout& layout, const std::vector<TextLine>& lines, std::size_t
         layout.isMatrix = true;
         return true;
     }
+    layout.columns = usualColumns(cells.size());
     if (index > 0) {
         checkNamesNothing(lines[index - 1], cells.size(), layout.separator);
     }
-    layout.columns = usualColumns(cells.size());
     return true;
 }
 
@@ -271,6 +287,9 @@ DoseImage readTable(FileFormat format, ByteView file, const TableUnits& units)
                      : format == FileFormat::extractedPlane ? readExtractedPlane(file)
                                                             : readPlainTable(file, units);
     dose.format = formatName(format);
+    if (format != FileFormat::detectorArray && !file.empty() && file.back() != '\n') {
+        dose.warnings.emplace_back("does not end with the end of a line; it may be cut short");
+    }
     return dose;
 }
 

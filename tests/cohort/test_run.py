@@ -75,7 +75,10 @@ def test_summary_and_exit_code(study):
     done = zarngi_cohort("run", manifest, "-o", results)
     assert done.returncode == 4 and done.stderr == ""
     assert done.stdout.startswith("3 pairs: 3 computed, 1 failed\n")
-    sentence = "p1: evaluation: is not a dose file (DICOM RT Dose, NRRD, MetaImage or NIfTI)"
+    sentence = (
+        "p1: evaluation: is not a dose file (DICOM RT Dose or RT Image, NRRD, MetaImage, NIfTI, or a "
+        "table of measured doses)"
+    )
     assert f"failed: {sentence}\n" in done.stdout
     found, failures = rates(results)
     assert set(found) == {"p0", "p2"} and failures == {"p1": sentence}
