@@ -25,7 +25,11 @@ bool isHeadOfPlane(const TextLine& line)
 
 bool isRow(const TextLine& line)
 {
-    return separatorOf(line.text).has_value();
+    constexpr std::ptrdiff_t fewest = 3; // x, y, dose
+    const std::optional<Separator> separator = separatorOf(line.text);
+    const auto isOne = [&separator](std::string_view cell) { return isNumber(cell, *separator); };
+    const auto cells = separator ? cellsOf(line.text, *separator) : std::vector<std::string_view>();
+    return std::count_if(cells.begin(), cells.end(), isOne) >= fewest;
 }
 
 } // namespace

@@ -222,8 +222,8 @@ def column_rows():
               'has a column "name" (accepted: x, y, z, dose)')
     yield Row("columns of something else", columns("depth,factor,value (Gy)"),
               'has columns named "depth", "factor", "value (Gy)" (accepted: x, y[, z], dose)')
-    yield Row("two columns", b"# Gy mm\n1 2\n3 4\n",
-              "is no table of doses: its first row of numbers has 2 cells (accepted: columns x, "
+    yield Row("five columns", b"# Gy mm\n1 2 3 4 5\n3 4 5 6 7\n",
+              "is no table of doses: its first row of numbers has 5 cells (accepted: columns x, "
               "y[, z], dose, or a matrix with coordinates along its top and left edges)")
     yield Row("points, a short row", columns() + b"1,2\n",
               "has 3 columns, but 2 cells in line 14")

@@ -32,7 +32,7 @@ constexpr DicomTag doseGridScaling{0x3004000E, "Dose Grid Scaling"};
 
 /** How the frames of an image follow one another. */
 struct Frames {
-    double spacing;   ///< mm, > 0; 0: one frame, which tells no thickness
+    double spacing;   ///< mm; 0: one frame, which tells no thickness
     double direction; ///< +1: along the normal of the first one, -1: against it
 };
 
@@ -101,8 +101,8 @@ StoredGeometry geometryOf(const DicomValues& values)
         component *= frames.direction;
     }
     // Pixel Spacing names the distance between rows first.
-    stored.spacing = {spacing[1], spacing[0],
-                      frames.spacing == 0 ? planeThickness : frames.spacing};
+    const bool isPlane = frameCount == 1 && frames.spacing == 0;
+    stored.spacing = {spacing[1], spacing[0], isPlane ? planeThickness : frames.spacing};
     return stored;
 }
 
