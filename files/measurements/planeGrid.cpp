@@ -144,6 +144,7 @@ std::optional<Raster> rasterOf(const DosePoints& points)
     constexpr std::size_t sparsest = 16; // places of the raster for each point
     Raster raster;
     std::size_t places = 1;
+    std::size_t longest = 1;
     int singles = 0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const std::optional<RasterAxis> found = rasterOf(points.places, axis);
@@ -152,9 +153,12 @@ std::optional<Raster> rasterOf(const DosePoints& points)
         }
         raster[axis] = *found;
         singles += found->step == 0 ? 1 : 0;
+        longest = std::max(longest, found->size);
         places *= found->size; // at most 1e5 each: no overflow
     }
-    if (singles > 1 || places / points.places.size() > sparsest) {
+    // Two points always lie on some raster; on a true one, points share their coordinates.
+    if (singles > 1 || points.places.size() <= longest ||
+        places / points.places.size() > sparsest) {
         return {};
     }
     return raster;
