@@ -84,7 +84,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
            gridJson(comparison.reference.image.geometry, comparison.referenceExtremes)},
           {"evaluation",
            gridJson(comparison.evaluation.image.geometry, comparison.evaluationExtremes)}}},
-        {"orientation", "LPS"},
+        {"orientation", isInPlane(comparison.placed.space) ? Json(nullptr) : Json("LPS")},
         {"doseUnit", comparison.doseUnit()},
         {"threads", comparison.settings.threads},
         {"failBelow", comparison.failBelow ? Json(*comparison.failBelow) : Json(nullptr)},

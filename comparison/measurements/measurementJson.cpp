@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "comparison/doseJson.h"
+#include "comparison/doseSampling.h"
 
 namespace zarngi
 {
@@ -68,6 +69,22 @@ Json normalisationJson(const Comparison& comparison)
     return json;
 }
 
+/** At the points; null where the evaluation has none. */
+Json evaluationDoses(const Comparison& comparison)
+{
+    const DoseView evaluation = viewOf(comparison.evaluation.image);
+    Json doses = Json::array();
+    for (const Vec3& point : comparison.reference.measurement->points) {
+        const AxisPlace x = placeOf(evaluation.geometry, 0, point[0]);
+        const AxisPlace y = placeOf(evaluation.geometry, 1, point[1]);
+        const AxisPlace z = placeOf(evaluation.geometry, 2, point[2]);
+        const bool isInside = x.isInside && y.isInside && z.isInside;
+        doses.push_back(isInside ? Json(static_cast<float>(doseAt(evaluation, x, y, z)))
+                                 : Json(nullptr));
+    }
+    return doses;
+}
+
 } // namespace
 
 nlohmann::ordered_json measurementJson(const DoseImage& dose)
@@ -110,6 +127,7 @@ void addMeasurements(nlohmann::ordered_json& document, const Comparison& compari
         return;
     }
     document["measurements"]["reference"]["doses"] = comparison.reference.image.values;
+    document["measurements"]["reference"]["evaluationDoses"] = evaluationDoses(comparison);
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
         document["criteria"][i]["pointGammas"] = comparison.results[i].gamma;
         document["criteria"][i]["pointVerdicts"] = comparison.results[i].passed;
