@@ -83,12 +83,11 @@ void addNormalisation(CLI::App& command, MeasurementOptions& options)
 {
     auto* const norm = command
                            .add_option("--norm", options.norm,
-                                       "Dose that the percentages refer to (reference maximum); "
-                                       "or 'evaluation': its maximum")
+                                       "Dose of 100 % (reference maximum); evaluation: its maximum")
                            ->type_name("GY")
                            ->group("Criteria");
-    command.add_option("--norm-at", options.normAt, "They refer to the reference dose at X,Y[,Z]")
-        ->type_name("MM")
+    command.add_option("--norm-at", options.normAt, "Dose of 100 % is that of the reference there")
+        ->type_name("X,Y[,Z]")
         ->excludes(norm)
         ->group("Criteria");
 }

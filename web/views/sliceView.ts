@@ -123,9 +123,9 @@ export class SliceView {
         const { grid } = this.model;
         const { normal, name } = this.plane;
         const place = `${axisNames[normal]} = ${fixed(grid.coordinate(normal, slice), 1)} mm`;
-        const isOnly = grid.size[normal] === 1;
-        this.slider.hidden = isOnly;
-        const count = isOnly ? '' : `${slice + 1} / ${grid.size[normal]}`;
+        const isPlane = this.model.record.measurements?.reference?.kind === 'plane';
+        this.slider.hidden = isPlane;
+        const count = isPlane ? '' : `${slice + 1} / ${grid.size[normal]}`;
         this.caption.replaceChildren(place, el('span', { class: 'slice-count' }, count));
         this.slider.value = String(slice);
         this.slider.setAttribute('aria-valuetext', `${place}, slice ${count}`);
