@@ -32,7 +32,7 @@ DoseExtremes doseExtremes(const Image& image)
     return extremes;
 }
 
-DoseExtremes doseExtremes(const DoseImage& dose)
+DoseExtremes extremesOf(const DoseImage& dose)
 {
     DoseExtremes extremes = doseExtremes(dose.image);
     if (!dose.measurement) {

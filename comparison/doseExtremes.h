@@ -20,7 +20,7 @@ struct DoseExtremes {
 DoseExtremes doseExtremes(const Image& image);
 
 /** Of the places that have a dose; the position of a point is its own. */
-DoseExtremes doseExtremes(const DoseImage& dose);
+DoseExtremes extremesOf(const DoseImage& dose);
 
 } // namespace zarngi
 

@@ -117,8 +117,8 @@ Comparison readComparison(const CompareOptions& options)
     }
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     comparison.readSeconds = duration.count();
-    comparison.referenceExtremes = doseExtremes(comparison.reference);
-    comparison.evaluationExtremes = doseExtremes(comparison.evaluation);
+    comparison.referenceExtremes = extremesOf(comparison.reference);
+    comparison.evaluationExtremes = extremesOf(comparison.evaluation);
     setNormalisation(comparison);
     if (catalogue) {
         addStructures(comparison, std::move(catalogue), options);

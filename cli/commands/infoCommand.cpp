@@ -58,7 +58,7 @@ void printMeasurement(const DoseImage& dose)
 
 void printDoses(const DoseImage& dose)
 {
-    const DoseExtremes extremes = doseExtremes(dose);
+    const DoseExtremes extremes = extremesOf(dose);
     const std::string unit = dose.isRelative ? " (relative)" : " Gy";
     const bool tellsUnit = dose.dicom || dose.format == "table" ||
                            dose.format == "extracted plane" || dose.format == "detector array";
@@ -134,7 +134,7 @@ Json doseDocument(const DoseImage& dose, const FileDigests& digests, bool showPa
 {
     const Image& image = dose.image;
     Json document = {{"file", fileJson(dose, digests)},
-                     {"grid", gridJson(image.geometry, doseExtremes(dose))},
+                     {"grid", gridJson(image.geometry, extremesOf(dose))},
                      {"orientation", "LPS"},
                      {"doseUnit", dose.isRelative ? "relative" : "Gy"},
                      {"tellsPosition", dose.tellsPosition},
