@@ -131,7 +131,7 @@ void addStructures(CLI::App& command, StructureOptions& options)
         ->group("Structures");
     command
         .add_flag("--ignore-frame", options.ignoreFrame,
-                  "Take structures of another Frame of Reference as they lie")
+                  "Take structures of another frame as they lie")
         ->group("Structures");
 }
 

@@ -81,11 +81,11 @@ files::TableUnits MeasurementOptions::units() const
 
 void addNormalisation(CLI::App& command, MeasurementOptions& options)
 {
-    auto* const norm = command
-                           .add_option("--norm", options.norm,
-                                       "Dose of 100 % (reference maximum); evaluation: its maximum")
-                           ->type_name("GY")
-                           ->group("Criteria");
+    auto* const norm =
+        command
+            .add_option("--norm", options.norm, "Dose of 100 % (reference maximum), or evaluation")
+            ->type_name("GY")
+            ->group("Criteria");
     command.add_option("--norm-at", options.normAt, "Dose of 100 % is that of the reference there")
         ->type_name("X,Y[,Z]")
         ->excludes(norm)
@@ -121,8 +121,8 @@ void addMeasurements(CLI::App& command, MeasurementOptions& options)
     };
     text("--plane", options.plane, "PLANE", "axial, coronal, sagittal or gantry:ANGLE");
     text("--at", options.at, "X,Y,Z", "Where the plane's point 0, 0 lies in the patient (mm)");
-    text("--reference-scale", options.referenceScale, "FACTOR", "Times its doses; also 1/33");
-    text("--evaluation-scale", options.evaluationScale, "FACTOR", "Likewise");
+    text("--reference-scale", options.referenceScale, "N", "Its doses times this; also 1/33");
+    text("--evaluation-scale", options.evaluationScale, "N", "Likewise");
     files("--reference-add", options.referenceAdded, "Add this dose, on the same grid");
     files("--evaluation-add", options.evaluationAdded, "Likewise");
     addTableUnits(command, options);
