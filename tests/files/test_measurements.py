@@ -12,7 +12,7 @@ import pytest
 import zarngi
 
 from answers import PROGRAM, digest
-from variants_measurements import ROWS, THIN, Plane, Points, matrix
+from variants_measurements import PLANE, ROWS, THIN, Plane, Points, dicom_image, matrix
 
 CUT = "does not end with the end of a line; it may be cut short"
 ROWS_BY_NAME = {row.name: row for row in ROWS}
@@ -122,3 +122,51 @@ def test_cut_and_damaged_tables_end_in_a_sentence(tmp_path):
         dose, _ = by_package(str(path), (None, None))
         if not isinstance(dose, str):
             assert np.isfinite(dose.dose).all()
+
+
+PLACED = {
+    "PatientPosition": "HFS", "GantryAngle": 30, "IsocenterPosition": [1, -2.5, 3],
+    "RadiationMachineSAD": 1000, "RTImageSID": 1000, "PatientSupportAngle": 0,
+}
+
+
+@pytest.mark.parametrize(
+    ("changes", "is_placed"),
+    [
+        ({}, True),
+        ({"PatientPosition": "HFP"}, False),
+        ({"RTImageSID": 1500}, False),
+        ({"PatientSupportAngle": 10}, False),
+        ({"IsocenterPosition": ""}, False),
+    ],
+)
+def test_place_of_an_image(tmp_path, changes, is_placed):
+    path = tmp_path / "image.dcm"
+    path.write_bytes(dicom_image(**(PLACED | changes)))
+    measurement = by_program(str(path), (None, None))["measurement"]
+    assert ("place" in measurement) == is_placed
+    if is_placed:
+        place = measurement["place"]
+        assert place["at"] == [1, -2.5, 3] and place["up"] == [0, 0, 1]
+        np.testing.assert_allclose(place["right"], [np.cos(np.pi / 6), 0.5, 0], atol=1e-11)
+    # A large enough volume: the image is searched at its own place, or refused for want of one.
+    volume = zarngi.DoseGrid(np.full((9, 9, 9), 30, np.float32), 10, (-40, -40, -40))
+    zarngi.write(tmp_path / "volume.mha", volume.dose, volume)
+    run = subprocess.run([PROGRAM, "compare", path, tmp_path / "volume.mha", "--json", "-"],
+                         capture_output=True, text=True, check=False)
+    if not is_placed:
+        assert "tells no place in the patient; --plane and --at give it" in run.stderr
+        return
+    record = json.loads(run.stdout)
+    assert record["plane"]["name"] == "that of its file"
+    first = record["measurements"]["reference"]["points"][0]
+    expected = [1 - 15 * np.cos(np.pi / 6), -2.5 - 15 * 0.5, 3 - 2]
+    np.testing.assert_allclose(first, expected, atol=1e-6)
+
+
+def test_tables_come_through_pipes(tmp_path):
+    whole = matrix()
+    script = f"cat {tmp_path}/table | {PROGRAM} info --json /dev/stdin"
+    (tmp_path / "table").write_bytes(whole)
+    run = subprocess.run(["sh", "-c", script], capture_output=True, text=True, check=True)
+    assert json.loads(run.stdout)["dosesSha256"] == digest(PLANE)

@@ -52,28 +52,6 @@ files::Result<files::Bytes> unpackPixels(files::ByteView, std::size_t bytes)
     return pixels;
 }
 
-void checkDose(const files::DoseImage& dose, std::size_t fileBytes)
-{
-    constexpr std::size_t bestCompression = 1032;
-    constexpr std::size_t mostOfDecoder = 1 << 20;
-    const files::Image& image = dose.image;
-    require(image.values.size() == image.geometry.voxels(), "a value per voxel");
-    const std::size_t most = (companionBytes + fileBytes) * bestCompression;
-    require(image.values.size() <= std::max(most, dose.dicom ? mostOfDecoder : 0),
-            "no voxel that the file does not tell");
-    if (dose.measurement) {
-        checkMeasurement(dose);
-    }
-    for (const float value : image.values) {
-        require(std::isfinite(value), "doses are numbers");
-    }
-    for (std::size_t i = 0; i < 3; ++i) {
-        require(image.geometry.size[i] > 0 && image.geometry.spacing[i] > 0 &&
-                    std::isfinite(image.geometry.origin[i]),
-                "a sensible grid");
-    }
-}
-
 /** What a plane or points tell agrees with their values. */
 void checkMeasurement(const files::DoseImage& dose)
 {
@@ -94,6 +72,28 @@ void checkMeasurement(const files::DoseImage& dose)
     require(measurement.isMeasured.empty() || measurement.isMeasured.size() == places,
             "it is known of each place whether it has a dose");
     require(gaps == measurement.gaps && gaps < places, "gaps are counted, and not all");
+}
+
+void checkDose(const files::DoseImage& dose, std::size_t fileBytes)
+{
+    constexpr std::size_t bestCompression = 1032;
+    constexpr std::size_t mostOfDecoder = 1 << 20;
+    const files::Image& image = dose.image;
+    require(image.values.size() == image.geometry.voxels(), "a value per voxel");
+    const std::size_t most = (companionBytes + fileBytes) * bestCompression;
+    require(image.values.size() <= std::max(most, dose.dicom ? mostOfDecoder : 0),
+            "no voxel that the file does not tell");
+    if (dose.measurement) {
+        checkMeasurement(dose);
+    }
+    for (const float value : image.values) {
+        require(std::isfinite(value), "doses are numbers");
+    }
+    for (std::size_t i = 0; i < 3; ++i) {
+        require(image.geometry.size[i] > 0 && image.geometry.spacing[i] > 0 &&
+                    std::isfinite(image.geometry.origin[i]),
+                "a sensible grid");
+    }
 }
 
 void checkLine(const std::string& text)
