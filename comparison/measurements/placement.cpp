@@ -90,8 +90,9 @@ void becomePoints(DoseImage& dose)
     for (std::size_t i = 0; i < grid.voxels(); ++i) {
         if (measurement.isMeasured.empty() || measurement.isMeasured[i] != 0) {
             const double x = grid.origin[0] + static_cast<double>(i % width) * grid.spacing[0];
-            const auto row = static_cast<double>(i / width);
-            measurement.points.push_back({x, grid.origin[1] + row * grid.spacing[1], 0});
+            const std::size_t row = i / width;
+            measurement.points.push_back(
+                {x, grid.origin[1] + static_cast<double>(row) * grid.spacing[1], 0});
             values.push_back(dose.image.values[i]);
         }
     }
