@@ -140,7 +140,8 @@ Cells namesOf(const TextLine& line, Separator separator)
 {
     Cells names;
     bool isInBrackets = false;
-    for (const std::string_view cell : withoutEmptyEnd(cellsOf(withoutMark(line.text), separator))) {
+    for (const std::string_view cell :
+         withoutEmptyEnd(cellsOf(withoutMark(line.text), separator))) {
         const bool opens = cell.starts_with('(') || cell.starts_with('[');
         const bool closes = cell.ends_with(')') || cell.ends_with(']');
         if (separator != Separator::blank || (!opens && !isInBrackets)) {
