@@ -51,6 +51,7 @@ struct CommandLine {
         infoCommand->add_flag("--structures", info.asStructures, "Tell the labels of a mask");
         infoCommand->add_flag("--patient", info.showPatient, "Tell patient data as well");
         infoCommand->add_flag("--json", info.asJson, "As a JSON document, for programs");
+        zarngi::addTableUnits(*infoCommand, info.units);
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")
             ->type_name("");
     }

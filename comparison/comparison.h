@@ -16,6 +16,9 @@
 #include "comparison/fileDigest.h"
 #include "comparison/gammaRun.h"
 #include "comparison/gammaStatistics.h"
+#include "comparison/measurements/doseSum.h"
+#include "comparison/measurements/normalisation.h"
+#include "comparison/measurements/placement.h"
 #include "comparison/structures/structureComparison.h"
 #include "comparison/structures/structureGamma.h"
 #include "comparison/sweep/sweep.h"
@@ -48,9 +51,19 @@ struct TestedPart {
     files::Runs voxels;     ///< of the reference grid
 };
 
+/** What a dose was made of beside its file. */
+struct DoseMaking {
+    std::vector<DoseImage> added; ///< without their values
+    DoseFactor factor;
+};
+
 struct Comparison {
-    DoseImage reference;
+    DoseImage reference; ///< where it is compared
     DoseImage evaluation;
+    DoseMaking referenceMaking;
+    DoseMaking evaluationMaking;
+    PlacedDoses placed;
+    NormalisationRequest normalisationRequest;
     DoseExtremes referenceExtremes{}; ///< of all doses, found once: grids are large
     DoseExtremes evaluationExtremes{};
     FileDigests digests; ///< of the files that were read, where a record is wanted

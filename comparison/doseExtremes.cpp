@@ -32,4 +32,27 @@ DoseExtremes doseExtremes(const Image& image)
     return extremes;
 }
 
+DoseExtremes extremesOf(const DoseImage& dose)
+{
+    DoseExtremes extremes = doseExtremes(dose.image);
+    if (!dose.measurement) {
+        return extremes;
+    }
+    const files::Measurement& measurement = *dose.measurement;
+    if (dose.isPoints()) {
+        extremes.maximumPosition =
+            measurement.points[static_cast<std::size_t>(extremes.maximumIndex[0])];
+    }
+    if (!measurement.isMeasured.empty()) {
+        extremes.minimum = extremes.maximum;
+        for (std::size_t i = 0; i < measurement.isMeasured.size(); ++i) {
+            if (measurement.isMeasured[i] != 0) {
+                extremes.minimum =
+                    std::min(extremes.minimum, static_cast<double>(dose.image.values[i]));
+            }
+        }
+    }
+    return extremes;
+}
+
 } // namespace zarngi

@@ -19,6 +19,9 @@ struct DoseExtremes {
 
 DoseExtremes doseExtremes(const Image& image);
 
+/** Of the places that have a dose; the position of a point is its own. */
+DoseExtremes extremesOf(const DoseImage& dose);
+
 } // namespace zarngi
 
 #endif

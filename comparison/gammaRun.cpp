@@ -136,6 +136,14 @@ void GammaRun::setEvaluation(const DoseView& doses)
     setGrid(zarnGI_setEval, doses, evaluationName_);
 }
 
+GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion,
+                           const WatchSearch& watch)
+{
+    GammaMap map = search(settings, criterion, watch);
+    checkTested(map, settings);
+    return map;
+}
+
 GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criterion,
                           const WatchSearch& watch)
 {
@@ -155,21 +163,18 @@ GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criter
     require(zarnGI_getGammaIndex3DMap(map.values.data()), criterion.label());
     map.passed.resize(referenceVoxels_);
     require(zarnGI_getPassed3DMap(map.passed.data()), criterion.label());
-    return map;
-}
-
-GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion,
-                           const WatchSearch& watch)
-{
-    GammaMap map = search(settings, criterion, watch);
-    if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
-        throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
-                         number(settings.cutOff) + " %");
-    }
     float passRate = 0;
     require(zarnGI_getGammaIndexPassRate(&passRate), criterion.label());
     map.passRate = static_cast<double>(passRate);
     return map;
+}
+
+void checkTested(const GammaMap& map, const GammaSettings& settings)
+{
+    if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
+        throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
+                         number(settings.cutOff) + " %");
+    }
 }
 
 std::string projectVersion()

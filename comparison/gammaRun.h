@@ -82,6 +82,9 @@ private:
     std::size_t referenceVoxels_ = 0;
 };
 
+/** @throws InputError when no voxel of the map was tested. */
+void checkTested(const GammaMap& map, const GammaSettings& settings);
+
 /** The version of the project, which the program has as well. */
 std::string projectVersion();
 

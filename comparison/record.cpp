@@ -7,6 +7,7 @@
 
 #include "comparison/doseJson.h"
 #include "comparison/explanation/explanationJson.h"
+#include "comparison/measurements/measurementJson.h"
 #include "comparison/statisticsJson.h"
 #include "comparison/structures/structureJson.h"
 #include "comparison/sweep/sweepJson.h"
@@ -85,7 +86,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
            gridJson(comparison.reference.image.geometry, comparison.referenceExtremes)},
           {"evaluation",
            gridJson(comparison.evaluation.image.geometry, comparison.evaluationExtremes)}}},
-        {"orientation", "LPS"},
+        {"orientation", isInPlane(comparison.placed.space) ? Json(nullptr) : Json("LPS")},
         {"doseUnit", comparison.doseUnit()},
         {"threads", comparison.settings.threads},
         {"failBelow", comparison.failBelow ? Json(*comparison.failBelow) : Json(nullptr)},
@@ -96,6 +97,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
     for (const CriterionResult& result : comparison.results) {
         document["criteria"].push_back(criterionJson(result, comparison));
     }
+    addMeasurements(document, comparison);
     if (comparison.structures) {
         document["structures"] = structuresJson(*comparison.structures, comparison.digests);
         document["within"] =

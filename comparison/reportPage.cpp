@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -21,6 +22,8 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
+/** Stands for a dose that there is not. */
+constexpr std::int16_t notStored = std::numeric_limits<std::int16_t>::min();
 constexpr std::string_view marker = "<!--ZARNGI-DATA-->";
 
 double largestMagnitude(const DoseExtremes& extremes)
@@ -44,15 +47,32 @@ std::string gammaName(std::size_t index)
     return "gamma-" + std::to_string(index);
 }
 
+/** Doses as the page stores them; none where there is no detector. */
+std::vector<std::int16_t> wordsOf(const DoseImage& dose, int decimals)
+{
+    std::vector<std::int16_t> words = storedDoses(dose.image.values, decimals);
+    if (dose.measurement) {
+        const std::vector<unsigned char>& isMeasured = dose.measurement->isMeasured;
+        for (std::size_t i = 0; i < isMeasured.size(); ++i) {
+            words[i] = isMeasured[i] != 0 ? words[i] : notStored;
+        }
+    }
+    return words;
+}
+
+/** None of points: their doses stand in the record. */
 std::vector<Volume> volumesOf(const Comparison& comparison)
 {
+    if (arePoints(comparison.placed.space)) {
+        return {};
+    }
     const int decimals = pageDoseDecimals(comparison);
-    const auto wordsOf = [decimals](const DoseImage& dose) {
-        return [&dose, decimals] { return storedDoses(dose.image.values, decimals); };
+    const auto stored = [decimals](const DoseImage& dose) {
+        return [&dose, decimals] { return wordsOf(dose, decimals); };
     };
     std::vector<Volume> volumes = {
-        {"reference", "dose", "reference", decimals, wordsOf(comparison.reference)},
-        {"evaluation", "dose", "evaluation", decimals, wordsOf(comparison.evaluation)}};
+        {"reference", "dose", "reference", decimals, stored(comparison.reference)},
+        {"evaluation", "dose", "evaluation", decimals, stored(comparison.evaluation)}};
     for (const CriterionResult& result : comparison.results) {
         volumes.push_back({gammaName(volumes.size() - 2), "gamma", "reference", gammaDecimals,
                            [&result] { return storedGammas(result.gamma, result.passed); }});

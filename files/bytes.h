@@ -11,7 +11,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <memory>
+#include <new>
 #include <span>
 #include <string_view>
 
@@ -25,10 +27,10 @@ class Bytes
 {
 public:
     Bytes() = default;
-    /** @throws std::bad_alloc */
-    explicit Bytes(std::size_t size)
-        : bytes_(std::make_unique_for_overwrite<unsigned char[]>(size)), size_(size)
+    /** @throws std::bad_alloc, also for more than this machine can address */
+    explicit Bytes(std::uint64_t size) : size_(addressable(size))
     {
+        bytes_ = std::make_unique_for_overwrite<unsigned char[]>(size_);
     }
 
     unsigned char* data() { return bytes_.get(); }
@@ -39,6 +41,14 @@ public:
     void shorten(std::size_t size) { size_ = std::min(size_, size); }
 
 private:
+    static std::size_t addressable(std::uint64_t size)
+    {
+        if (size > std::numeric_limits<std::size_t>::max() / 2) {
+            throw std::bad_alloc();
+        }
+        return static_cast<std::size_t>(size);
+    }
+
     std::unique_ptr<unsigned char[]> bytes_;
     std::size_t size_ = 0;
 };
@@ -49,10 +59,10 @@ inline std::string_view asText(ByteView bytes)
 }
 
 /** At most `count` bytes from a position on, none behind the end. */
-inline ByteView part(ByteView bytes, std::size_t position,
+inline ByteView part(ByteView bytes, std::uint64_t position,
                      std::size_t count = static_cast<std::size_t>(-1))
 {
-    const std::size_t start = std::min(position, bytes.size());
+    const auto start = static_cast<std::size_t>(std::min(position, std::uint64_t{bytes.size()}));
     return bytes.subspan(start, std::min(count, bytes.size() - start));
 }
 

@@ -35,6 +35,33 @@ struct Image {
     std::vector<float> values;
 };
 
+/** Where a plane lies in the patient. */
+struct PlanePlace {
+    Vec3 at{};    ///< mm, of the plane's point 0, 0
+    Vec3 right{}; ///< unit vector along which the plane's x grows
+    Vec3 up{};    ///< likewise its y
+};
+
+/** What sets planes, and doses that were measured at places, apart from volumes. */
+struct Measurement {
+    enum class Kind {
+        grid,  ///< a grid of three dimensions, some places of which have no dose
+        plane, ///< a grid of one layer, which has no thickness: its spacing is planeThickness
+        points ///< places that form no grid; the image is the list of their doses, size n x 1 x 1
+    };
+
+    Kind kind = Kind::plane;
+    /** Positions are those of the patient; else x to the right, y up within a plane, z is 0. */
+    bool isInSpace = false;
+    std::vector<Vec3> points;              ///< mm, of Kind::points: one for each dose
+    std::vector<unsigned char> isMeasured; ///< 1 or 0 for each place of a grid; empty: all are
+    std::size_t gaps = 0;                  ///< places of the grid without a dose; they hold 0
+    std::optional<PlanePlace> place;       ///< of a plane that is not in space, if its file tells
+};
+
+/** mm. A power of two: half of it, and so the middle of a plane at 0, is exact. */
+constexpr double planeThickness = 0.0078125;
+
 /** What a DICOM file says about itself; a text is empty where the file does not say it. */
 struct DicomIdentity {
     std::string modality;
@@ -56,13 +83,20 @@ struct DoseImage {
     Image image;                  ///< Gy, unless isRelative
     std::string path;             ///< of its header; empty where it was read from memory
     std::string dataPath;         ///< of the values: another file where the header stands alone
-    std::string format;           ///< "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose"
+    std::string format;           ///< as formatName() gives it
     bool isRelative = false;      ///< a DICOM dose relative to a value the file does not tell
     bool tellsPosition = true;    ///< else the first voxel counts as lying at 0, 0, 0 mm
     bool tellsOrientation = true; ///< else the axes count as those of the patient
     /** What was taken for granted, each a line that continues "FILE: ". */
     std::vector<std::string> warnings;
     std::optional<DicomIdentity> dicom;
+    std::optional<Measurement> measurement; ///< none: a volume
+
+    bool isPlane() const { return isOfKind(Measurement::Kind::plane); }
+    bool isPoints() const { return isOfKind(Measurement::Kind::points); }
+
+private:
+    bool isOfKind(Measurement::Kind kind) const { return measurement && measurement->kind == kind; }
 };
 
 } // namespace files

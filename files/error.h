@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
@@ -82,6 +83,8 @@ template <class Make> auto resultOf(const Make& make) -> Result<decltype(make())
     } catch (const Refusal& refusal) {
         return refusal.error();
     } catch (const std::bad_alloc&) {
+        return FileError{FileError::Kind::outOfMemory, "does not fit in memory"};
+    } catch (const std::length_error&) { // more than a vector holds on 32-bit machines
         return FileError{FileError::Kind::outOfMemory, "does not fit in memory"};
     } catch (const std::exception& error) {
         return FileError{FileError::Kind::system, std::string("cannot be read: ") + error.what()};

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "files/error.h"
+#include "files/measurements/identifiedTable.h"
 #include "files/packed.h"
 #include "files/text.h"
 
@@ -65,10 +66,22 @@ std::string formatName(FileFormat format)
         return "MetaImage";
     case FileFormat::nifti:
         return "NIfTI";
+    case FileFormat::detectorArray:
+        return "detector array";
+    case FileFormat::extractedPlane:
+        return "extracted plane";
+    case FileFormat::table:
+        return "table";
     case FileFormat::dicom:
         break;
     }
     return "DICOM RT Dose";
+}
+
+bool isTable(FileFormat format)
+{
+    return format == FileFormat::detectorArray || format == FileFormat::extractedPlane ||
+           format == FileFormat::table;
 }
 
 std::optional<FileFormat> identifiedFormat(ByteView beginning)
@@ -86,7 +99,7 @@ std::optional<FileFormat> identifiedFormat(ByteView beginning)
     if (startsLikeMetaImage(text)) {
         return FileFormat::metaImage;
     }
-    return {};
+    return identifiedTable(text);
 }
 
 std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate,
@@ -97,7 +110,8 @@ std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate
     }
     const Bytes beginning = unpackBeginning(file, deflate, identifyingBytes);
     const std::optional<FileFormat> format = identifiedFormat(beginning.view());
-    if (format == FileFormat::nrrd || format == FileFormat::metaImage) {
+    if (format == FileFormat::nrrd || format == FileFormat::metaImage ||
+        (format && isTable(*format))) {
         refuse("is packed by gzip as a whole; unpack it first (gunzip)");
     }
     if (!format && beginning.size() < identifyingBytes) {

@@ -14,9 +14,12 @@
 namespace files
 {
 
-enum class FileFormat { nrrd, metaImage, nifti, dicom };
+enum class FileFormat { nrrd, metaImage, nifti, dicom, detectorArray, extractedPlane, table };
 
-/** As it is named to users: "NRRD", "MetaImage", "NIfTI" or "DICOM RT Dose". */
+/** Whether it is a text of measured or planned doses, of which the last three are. */
+bool isTable(FileFormat format);
+
+/** As it is named to users: "NRRD", "detector array" and so on. */
 std::string formatName(FileFormat format);
 
 /** So many bytes of a file are enough to tell its format. */

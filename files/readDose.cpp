@@ -6,7 +6,9 @@
 
 #include "files/fileFormat.h"
 #include "files/formats/dicom/dose.h"
+#include "files/formats/dicom/rtImage.h"
 #include "files/formats/volumeFormats.h"
+#include "files/measurements/tables.h"
 #include "files/namedFile.h"
 
 namespace files
@@ -19,7 +21,8 @@ constexpr const char* whatItIs = "dose file";
 
 [[noreturn]] void refuseForeign()
 {
-    refuse("is not a dose file (DICOM RT Dose, NRRD, MetaImage or NIfTI)");
+    refuse("is not a dose file (DICOM RT Dose or RT Image, NRRD, MetaImage, NIfTI, or a table of "
+           "measured doses)");
 }
 
 void checkValues(const std::vector<float>& values)
@@ -37,6 +40,12 @@ void checkValues(const std::vector<float>& values)
     }
 }
 
+DoseImage readDicom(ByteView bytes, const Host& host)
+{
+    const DicomFile file = openDicomFile(bytes, host.deflate);
+    return isDicomRtImage(file) ? readDicomRtImage(file, host) : readDicomDose(file, host);
+}
+
 DoseImage readBytes(ByteView file, const FindFile& find, const Host& host)
 {
     if (file.empty()) {
@@ -46,8 +55,9 @@ DoseImage readBytes(ByteView file, const FindFile& find, const Host& host)
     if (!format) {
         refuseForeign();
     }
-    DoseImage dose = *format == FileFormat::dicom ? readDicomDose(file, host)
-                                                  : readVolume(*format, file, find, host);
+    DoseImage dose = isTable(*format)               ? readTable(*format, file, host.units)
+                     : *format == FileFormat::dicom ? readDicom(file, host)
+                                                    : readVolume(*format, file, find, host);
     checkValues(dose.image.values);
     return dose;
 }

@@ -8,6 +8,7 @@
 #define ZARNGI_FILES_READDOSE_H
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "files/bytes.h"
@@ -27,15 +28,25 @@ using FindFile = std::function<Result<Bytes>(const std::string& name)>;
  */
 using UnpackPixels = std::function<Result<Bytes>(ByteView file, std::size_t bytes)>;
 
+/** What tables of doses that do not tell their units are in; none: such a table is refused. */
+struct TableUnits {
+    std::optional<double> gray;        ///< of one unit of dose
+    std::optional<double> millimetres; ///< of one unit of length; none: 1, with a warning
+};
+
 /** What a host gives the readers. */
 struct Host {
     const Deflate& deflate;
     UnpackPixels unpackPixels{}; ///< empty where the host cannot
     /** Told of every file that was read for a dose, in whole: the header and what it names. */
     std::function<void(const std::string& path, ByteView contents)> watch{};
+    TableUnits units{};
 };
 
-/** Reads a dose from the contents of a file; `find` fetches the files that it names. */
+/**
+ * Reads a dose from the contents of a file: a volume, a plane or points. `find` fetches the files
+ * that it names.
+ */
 Result<DoseImage> readDose(ByteView file, const FindFile& find, const Host& host);
 
 /** Reads a dose file, and the file that it names beside it; a pipe is read to its end. */

@@ -77,7 +77,7 @@ bool isAsInMemory(const ValueFormat& format, const Scaling& scaling)
            !format.isBigEndian && scaling.isNone();
 }
 
-[[noreturn]] void refuseCount(const char* what, std::size_t needed, std::size_t there)
+[[noreturn]] void refuseCount(const char* what, std::uint64_t needed, std::size_t there)
 {
     refuse(std::string(what) + ", or its header lies: its grid needs " + grouped(needed) +
            " bytes of values, the file has " + grouped(there));
@@ -115,10 +115,15 @@ template <class Number> Number parsed(std::string_view word)
 
 } // namespace
 
+std::uint64_t bytesOf(const ValueFormat& format, std::size_t count)
+{
+    return std::uint64_t{count} * format.bytes;
+}
+
 std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
                                std::size_t count, std::size_t padding)
 {
-    const std::size_t needed = count * format.bytes;
+    const std::uint64_t needed = bytesOf(format, count);
     if (bytes.size() < needed) {
         refuseCount("is cut short", needed, bytes.size());
     }
@@ -131,13 +136,14 @@ std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const 
 std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
                                 const Scaling& scaling, std::size_t count)
 {
-    const std::size_t needed = count * format.bytes;
+    const std::uint64_t needed = bytesOf(format, count);
     if (mostUnpacked(packed.size()) < needed) {
         refuseCount("is cut short", needed, packed.size());
     }
     if (isAsInMemory(format, scaling)) {
         std::vector<float> values(count);
-        unpackInto({reinterpret_cast<unsigned char*>(values.data()), needed}, packed, deflate);
+        unpackInto({reinterpret_cast<unsigned char*>(values.data()), count * sizeof(float)}, packed,
+                   deflate);
         return values;
     }
     Bytes bytes(needed);

@@ -32,6 +32,9 @@ struct Scaling {
     bool isNone() const { return slope == 1 && intercept == 0; }
 };
 
+/** Bytes of so many values, on machines of any word length. */
+std::uint64_t bytesOf(const ValueFormat& format, std::size_t count);
+
 /**
  * The `count` values that fill the bytes.
  * @throws Refusal when the bytes are fewer, or more by other than `padding` of them.

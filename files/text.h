@@ -41,6 +41,11 @@ std::string oneLine(std::string_view text);
 /** A text out of a file for a message: printable ASCII, "?" for all else, not too long. */
 std::string excerpt(std::string_view text);
 
+inline std::string asText(const std::string& text)
+{
+    return text;
+}
+
 template <class Number> std::string asText(Number value)
 {
     if constexpr (std::is_integral_v<Number>) {

@@ -12,10 +12,7 @@
 #include "files/readDose.h"
 #include "files/writeVolume.h"
 #include "host/calls.h"
-
-struct zarnGIHost_Dose {
-    files::DoseImage image;
-};
+#include "host/doses.h"
 
 namespace
 {
@@ -30,13 +27,14 @@ using host::isGrid;
 using host::refuseArgument;
 using host::report;
 
+/** Hands a volume to the caller. */
 int hand(files::Result<files::DoseImage> result, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
 {
-    if (!result) {
-        return report(result.error(), error);
+    if (result && result->measurement) {
+        return report({FileError::Kind::refused, "holds a plane or points, not a volume of doses"},
+                      error);
     }
-    *dose = new zarnGIHost_Dose{std::move(*result)};
-    return ZARNGI_HOST_OK;
+    return host::handDose(std::move(result), dose, error);
 }
 
 using Kind = files::ValueFormat::Kind;

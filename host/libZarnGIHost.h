@@ -164,6 +164,100 @@ ZARNGI_HOST_API const char* zarnGIHost_getText(const struct zarnGIHost_Dose* dos
  */
 ZARNGI_HOST_API const char* zarnGIHost_getWarning(const struct zarnGIHost_Dose* dose, size_t index);
 
+/**
+ * What tables of doses that do not tell their units are in. A table that tells none of doses is
+ * refused where it is not given here; lengths count as mm.
+ */
+struct zarnGIHost_TableUnits {
+    double gray;        /**< Gy of one unit of dose: 1 or 0.01; 0: not given */
+    double millimetres; /**< mm of one unit of length; 0: not given */
+};
+
+/**
+ * Reads what zarnGIHost_readDose() reads, and planes and points of doses beside: detector arrays,
+ * extracted planes, tables, planar RT Dose and RT Images; see zarnGIHost_getPlaces().
+ *
+ * @param path  the file.
+ * @param units of tables; may be null.
+ * @param dose  [out] as of zarnGIHost_readDose().
+ * @param error [out] likewise.
+ * @return as zarnGIHost_readDose().
+ */
+ZARNGI_HOST_API int zarnGIHost_readAnyDose(const char* path,
+                                           const struct zarnGIHost_TableUnits* units,
+                                           struct zarnGIHost_Dose** dose,
+                                           struct zarnGIHost_Error* error);
+
+/**
+ * The same from the contents of a file in memory.
+ *
+ * @param contents the file.
+ * @param size     its bytes.
+ * @param find     as of zarnGIHost_readDoseFromMemory().
+ * @param context  handed to `find`.
+ * @param units    of tables; may be null.
+ * @param dose     [out] as of zarnGIHost_readDose().
+ * @param error    [out] likewise.
+ * @return as zarnGIHost_readDose().
+ */
+ZARNGI_HOST_API int zarnGIHost_readAnyDoseFromMemory(const void* contents, size_t size,
+                                                     zarnGIHost_FindFile find, void* context,
+                                                     const struct zarnGIHost_TableUnits* units,
+                                                     struct zarnGIHost_Dose** dose,
+                                                     struct zarnGIHost_Error* error);
+
+/** How the doses of a file lie. */
+enum zarnGIHost_Kind {
+    ZARNGI_HOST_VOLUME = 0, /**< on a grid of three dimensions */
+    ZARNGI_HOST_PLANE = 1,  /**< on a grid of one layer, which has no thickness */
+    ZARNGI_HOST_POINTS = 2  /**< at points; the grid is the list of their doses */
+};
+
+/** Where the doses of a file lie; pointers live as long as the dose. */
+struct zarnGIHost_Places {
+    int kind;      /**< of enum zarnGIHost_Kind */
+    int isInSpace; /**< 1: positions are those of the patient; 0: x to the right, y up in a plane */
+    size_t gaps;   /**< places of the grid without a dose, which hold 0 */
+    const unsigned char* isMeasured; /**< 1 or 0 of each place; null: all have a dose */
+    const double* points;            /**< x, y, z of each point, mm; null where there are none */
+};
+
+/**
+ * Where the doses of a file lie.
+ * @param dose   the dose.
+ * @param places [out] where.
+ * @return ZARNGI_HOST_OK or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_getPlaces(const struct zarnGIHost_Dose* dose,
+                                         struct zarnGIHost_Places* places);
+
+/** A plane of doses, or points of one, to be put into the patient. */
+struct zarnGIHost_Plane {
+    int size[2];                     /**< places along x and y; of points their number and 1 */
+    double spacing[2];               /**< mm, above 0; of points not read */
+    double origin[2];                /**< mm, of the first place; likewise */
+    const float* doses;              /**< Gy, x fastest */
+    const unsigned char* isMeasured; /**< 1 or 0 of each place; null: all have a dose */
+    const double* points;            /**< x, y of each point, mm; null: the doses lie on the grid */
+};
+
+/**
+ * Puts a plane into the patient: along the axes it stays a plane, else its places become points.
+ *
+ * @param plane the doses; copied.
+ * @param name  "axial" (x, y of the plane are those of the patient), "coronal" (x, z), "sagittal"
+ *              (y, z), or "gantry:ANGLE" in degrees: x along (cos, sin, 0), y along z.
+ * @param at    where the plane's point 0, 0 lies, mm.
+ * @param dose  [out] what zarnGIHost_getPlaces() tells to be in space; the caller frees it. Null
+ *              unless ZARNGI_HOST_OK is returned.
+ * @param error [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (another name, too many points),
+ *         ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_placePlane(const struct zarnGIHost_Plane* plane, const char* name,
+                                          const double at[3], struct zarnGIHost_Dose** dose,
+                                          struct zarnGIHost_Error* error);
+
 /** Types of the values that are written. */
 enum zarnGIHost_Type {
     ZARNGI_HOST_UINT8 = 0,
@@ -373,8 +467,8 @@ struct zarnGIHost_Trial {
 
 /**
  * How an explanation has gamma computed: by the caller, with the cut-off and all other options of a
- * comparison, with full gamma maps, and with the normalisation dose set. Each function returns 0, or
- * another number to end the explanation.
+ * comparison, with full gamma maps, and with the normalisation dose set. Each function returns 0,
+ * or another number to end the explanation.
  */
 struct zarnGIHost_GammaEngine {
     /** Replaces the reference. @param doses valid during the call. */

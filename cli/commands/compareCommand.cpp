@@ -12,6 +12,7 @@
 #include "cli/output/resultTable.h"
 #include "comparison/request/computation.h"
 #include "comparison/request/doseChecks.h"
+#include "comparison/request/preparedDoses.h"
 #include "comparison/request/requestedStructures.h"
 #include "comparison/text.h"
 
@@ -26,8 +27,9 @@ namespace
 void readDoses(Comparison& comparison, const CompareOptions& options)
 {
     const bool isRecorded = !options.outputs.json.empty() || !options.outputs.report.empty();
-    const auto read = [isRecorded](const std::string& path, FileDigests& digests) {
-        return isRecorded ? readDose(path, digests) : readDose(path);
+    const auto read = [isRecorded, units = options.measurements.units()](const std::string& path,
+                                                                         FileDigests& digests) {
+        return isRecorded ? readDose(path, digests, units) : readDose(path, units);
     };
     std::error_code error;
     const bool isFile = std::filesystem::is_regular_file(options.evaluation, error);
@@ -38,6 +40,8 @@ void readDoses(Comparison& comparison, const CompareOptions& options)
     comparison.reference = read(options.reference, comparison.digests);
     comparison.evaluation = evaluation.get();
     comparison.digests.merge(ofEvaluation);
+    makeDoses(comparison, options.measurements,
+              [&](const std::string& path) { return read(path, comparison.digests); });
 }
 
 Comparison readComparison(const CompareOptions& options)
@@ -46,6 +50,7 @@ Comparison readComparison(const CompareOptions& options)
     Comparison comparison = emptyComparison(options);
     readDoses(comparison, options);
     checkDoses(comparison);
+    placeDoses(comparison, options.measurements);
     std::vector<files::StructureSet> sets;
     for (const std::string& path : options.structures.files) {
         sets.push_back(readStructures(path, &comparison.digests));
@@ -57,10 +62,11 @@ Comparison readComparison(const CompareOptions& options)
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     comparison.readSeconds = duration.count();
     findExtremes(comparison);
+    setNormalisation(comparison);
     if (catalogue) {
         addStructures(comparison, std::move(catalogue), options);
-        checkExplainedStructure(comparison, options.explain);
     }
+    checkExplanation(comparison, options.explain);
     return comparison;
 }
 
@@ -93,6 +99,11 @@ std::vector<std::string> inputsOf(const Comparison& comparison)
 {
     std::vector<std::string> files{comparison.reference.path, comparison.reference.dataPath,
                                    comparison.evaluation.path, comparison.evaluation.dataPath};
+    for (const DoseMaking* making : {&comparison.referenceMaking, &comparison.evaluationMaking}) {
+        for (const DoseImage& dose : making->added) {
+            files.insert(files.end(), {dose.path, dose.dataPath});
+        }
+    }
     if (comparison.structures) {
         for (const files::StructureSet& set : comparison.structures->catalogue->sets()) {
             files.insert(files.end(), {set.path, set.dataPath});
@@ -101,12 +112,21 @@ std::vector<std::string> inputsOf(const Comparison& comparison)
     return files;
 }
 
+void checkOutputs(const Comparison& comparison, const OutputNames& outputs)
+{
+    if (arePoints(comparison.placed.space) && !outputs.gammaMap.empty()) {
+        throw UsageError("--gamma-map needs a grid, which points have not; --json tells the gamma "
+                         "of each");
+    }
+}
+
 } // namespace
 
 ExitCode compare(const CompareOptions& options)
 {
     checkCompareOptions(options);
     Comparison comparison = readComparison(options);
+    checkOutputs(comparison, options.outputs);
     const std::vector<Criterion> criteria = options.criteriaToCompute();
     // Only now is known which files hold the values.
     options.outputs.checkFiles(inputsOf(comparison), criteria);

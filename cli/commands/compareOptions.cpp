@@ -62,12 +62,7 @@ void addDoseLevels(CLI::App& command, CompareOptions& options)
         ->type_name("%")
         ->check(positive())
         ->group("Criteria");
-    command
-        .add_option("--norm", settings.normalisation,
-                    "Dose that the percentages refer to (reference maximum)")
-        ->type_name("GY")
-        ->check(positive())
-        ->group("Criteria");
+    addNormalisation(command, options.measurements);
 }
 
 void addSearch(CLI::App& command, GammaSettings& settings)
@@ -131,7 +126,7 @@ void addStructures(CLI::App& command, StructureOptions& options)
         ->group("Structures");
     command
         .add_flag("--ignore-frame", options.ignoreFrame,
-                  "Take structures of another Frame of Reference as they lie")
+                  "Take structures of another frame as they lie")
         ->group("Structures");
 }
 
@@ -188,6 +183,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addDoseLevels(command, options);
     addSearch(command, options.settings);
     addStructures(command, options.structures);
+    addMeasurements(command, options.measurements);
     addLimits(command, options.limits);
     addExplanation(command, options.explain);
     addOutput(command, options);
@@ -202,6 +198,10 @@ void checkCompareOptions(const CompareOptions& options)
     options.outputs.checkFormats();
     std::vector<std::string> inputs = options.structures.files;
     inputs.insert(inputs.end(), {options.reference, options.evaluation});
+    for (const std::vector<std::string>* const added :
+         {&options.measurements.referenceAdded, &options.measurements.evaluationAdded}) {
+        inputs.insert(inputs.end(), added->begin(), added->end());
+    }
     options.outputs.checkFiles(inputs, options.criteriaToCompute());
 }
 

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_CLI_COMMANDS_COMPAREOPTIONS_H
 #define ZARNGI_CLI_COMMANDS_COMPAREOPTIONS_H
 
+#include "cli/commands/measurementOptions.h"
 #include "cli/output/outputs.h"
 #include "comparison/request/comparisonRequest.h"
 

@@ -14,7 +14,7 @@ namespace zarngi
 class HelpFormatter : public CLI::Formatter
 {
 public:
-    HelpFormatter() { column_width(23); }
+    HelpFormatter() { column_width(25); }
 
     std::string make_option_opts(const CLI::Option* option) const override
     {

@@ -7,8 +7,10 @@
 
 #include "cli/commands/readStructures.h"
 #include "cli/commands/structuresInfo.h"
+#include "cli/output/places.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseJson.h"
+#include "comparison/measurements/measurementJson.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -40,17 +42,33 @@ void printGeometry(const Geometry& geometry)
     print("last voxel centre", join(last, ", ") + " mm");
 }
 
+void printMeasurement(const DoseImage& dose)
+{
+    const files::Measurement& measurement = *dose.measurement;
+    print(measurement.isInSpace ? "in space" : "in a plane", describePlaces(dose));
+    if (!dose.isPoints()) {
+        print("first place", join(dose.image.geometry.origin, ", ") + " mm");
+    }
+    if (measurement.place) {
+        print("through", join(measurement.place->at, ", ") + " mm, right " +
+                             join(measurement.place->right, ", ") + ", up " +
+                             join(measurement.place->up, ", "));
+    }
+}
+
 void printDoses(const DoseImage& dose)
 {
-    const DoseExtremes extremes = doseExtremes(dose.image);
+    const DoseExtremes extremes = extremesOf(dose);
     const std::string unit = dose.isRelative ? " (relative)" : " Gy";
-    print("units", dose.isRelative          ? "relative"
-                   : dose.dicom.has_value() ? "Gy"
-                                            : "Gy (assumed: the format does not tell)");
+    const bool tellsUnit = dose.dicom || dose.format == "table" ||
+                           dose.format == "extracted plane" || dose.format == "detector array";
+    print("units", dose.isRelative ? "relative"
+                   : tellsUnit     ? "Gy"
+                                   : "Gy (assumed: the format does not tell)");
     print("minimum", number(extremes.minimum) + unit);
     print("maximum", number(extremes.maximum) + unit);
-    print("  at",
-          join(extremes.maximumPosition, ", ") + " mm, voxel " + join(extremes.maximumIndex, ", "));
+    print("  at", join(extremes.maximumPosition, ", ") + " mm" +
+                      (dose.measurement ? "" : ", voxel " + join(extremes.maximumIndex, ", ")));
 }
 
 void printIdentity(const DicomIdentity& identity, bool showPatient)
@@ -74,7 +92,11 @@ void printText(const DoseImage& dose, bool showPatient)
 {
     print("file", oneLine(dose.path));
     print("format", dose.format);
-    printGeometry(dose.image.geometry);
+    if (dose.measurement) {
+        printMeasurement(dose);
+    } else {
+        printGeometry(dose.image.geometry);
+    }
     printDoses(dose);
     if (dose.dicom) {
         printIdentity(*dose.dicom, showPatient);
@@ -112,13 +134,16 @@ Json doseDocument(const DoseImage& dose, const FileDigests& digests, bool showPa
 {
     const Image& image = dose.image;
     Json document = {{"file", fileJson(dose, digests)},
-                     {"grid", gridJson(image.geometry, doseExtremes(image))},
+                     {"grid", gridJson(image.geometry, extremesOf(dose))},
                      {"orientation", "LPS"},
                      {"doseUnit", dose.isRelative ? "relative" : "Gy"},
                      {"tellsPosition", dose.tellsPosition},
                      {"tellsOrientation", dose.tellsOrientation},
                      {"warnings", dose.warnings},
                      {"dosesSha256", digestOfDoses(image.values)}};
+    if (dose.measurement) {
+        document["measurement"] = measurementJson(dose);
+    }
     if (dose.dicom) {
         document["dicom"] = identityJson(*dose.dicom, showPatient);
     }
@@ -146,8 +171,9 @@ ExitCode info(const InfoOptions& options)
 {
     FileDigests digests;
     FileDigests* const wanted = options.asJson ? &digests : nullptr;
-    const Contents contents = options.asStructures ? readStructures(options.file, wanted)
-                                                   : readDoseOrStructures(options.file, wanted);
+    const Contents contents =
+        options.asStructures ? readStructures(options.file, wanted)
+                             : readDoseOrStructures(options.file, wanted, options.units.units());
     std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }

@@ -3,7 +3,6 @@
 #include "cli/guard/unpackPixels.h"
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
-#include "files/readDose.h"
 
 namespace zarngi
 {
@@ -13,10 +12,10 @@ namespace
 
 using Watch = std::function<void(const std::string&, files::ByteView)>;
 
-DoseImage readWatched(const std::string& path, const Watch& watch)
+DoseImage readWatched(const std::string& path, const Watch& watch, const files::TableUnits& units)
 {
     files::Result<DoseImage> dose =
-        files::readDoseFile(path, {files::nativeDeflate(), unpackPixels, watch});
+        files::readDoseFile(path, {files::nativeDeflate(), unpackPixels, watch, units});
     if (!dose) {
         throw InputError(path + ": " + dose.error().sentence);
     }
@@ -25,16 +24,17 @@ DoseImage readWatched(const std::string& path, const Watch& watch)
 
 } // namespace
 
-DoseImage readDose(const std::string& path)
+DoseImage readDose(const std::string& path, const files::TableUnits& units)
 {
-    return readWatched(path, {});
+    return readWatched(path, {}, units);
 }
 
-DoseImage readDose(const std::string& path, FileDigests& digests)
+DoseImage readDose(const std::string& path, FileDigests& digests, const files::TableUnits& units)
 {
-    return readWatched(path, [&digests](const std::string& name, files::ByteView contents) {
+    const auto watch = [&digests](const std::string& name, files::ByteView contents) {
         digests[name] = digestOf(contents);
-    });
+    };
+    return readWatched(path, watch, units);
 }
 
 } // namespace zarngi

@@ -9,6 +9,7 @@
 
 #include "comparison/doseImage.h"
 #include "comparison/fileDigest.h"
+#include "files/readDose.h"
 
 namespace zarngi
 {
@@ -17,10 +18,11 @@ namespace zarngi
  * Reads a dose file; the format is told from its contents.
  * @throws InputError whose text begins with the path.
  */
-DoseImage readDose(const std::string& path);
+DoseImage readDose(const std::string& path, const files::TableUnits& units = {});
 
 /** The same, with the digests of the files that were read. @throws InputError likewise. */
-DoseImage readDose(const std::string& path, FileDigests& digests);
+DoseImage readDose(const std::string& path, FileDigests& digests,
+                   const files::TableUnits& units = {});
 
 } // namespace zarngi
 

@@ -12,9 +12,11 @@ namespace
 {
 
 /** What a reader gives for a path. @param read from a path and a host to a result */
-template <class Read> auto readWith(const Read& read, const std::string& path, FileDigests* digests)
+template <class Read>
+auto readWith(const Read& read, const std::string& path, FileDigests* digests,
+              const files::TableUnits& units = {})
 {
-    files::Host host{files::nativeDeflate(), unpackPixels};
+    files::Host host{files::nativeDeflate(), unpackPixels, {}, units};
     if (digests != nullptr) {
         host.watch = [digests](const std::string& name, files::ByteView contents) {
             (*digests)[name] = digestOf(contents);
@@ -34,9 +36,10 @@ files::StructureSet readStructures(const std::string& path, FileDigests* digests
     return readWith(&files::readStructuresFile, path, digests);
 }
 
-Contents readDoseOrStructures(const std::string& path, FileDigests* digests)
+Contents readDoseOrStructures(const std::string& path, FileDigests* digests,
+                              const files::TableUnits& units)
 {
-    return readWith(&files::readDoseOrStructuresFile, path, digests);
+    return readWith(&files::readDoseOrStructuresFile, path, digests, units);
 }
 
 } // namespace zarngi

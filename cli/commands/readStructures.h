@@ -10,6 +10,7 @@
 
 #include "comparison/doseImage.h"
 #include "comparison/fileDigest.h"
+#include "files/readDose.h"
 #include "files/structures/structureSet.h"
 
 namespace zarngi
@@ -25,7 +26,8 @@ files::StructureSet readStructures(const std::string& path, FileDigests* digests
 using Contents = std::variant<DoseImage, files::StructureSet>;
 
 /** Reads a dose file or an RT Structure Set. @throws InputError likewise. */
-Contents readDoseOrStructures(const std::string& path, FileDigests* digests);
+Contents readDoseOrStructures(const std::string& path, FileDigests* digests,
+                              const files::TableUnits& units);
 
 } // namespace zarngi
 

@@ -5,6 +5,7 @@
 
 #include "cli/output/columns.h"
 #include "cli/output/explanationTable.h"
+#include "cli/output/places.h"
 #include "cli/output/structureTable.h"
 #include "comparison/text.h"
 
@@ -16,10 +17,9 @@ namespace
 
 std::string describeGrid(const DoseImage& dose, const DoseExtremes& extremes)
 {
-    const Geometry& geometry = dose.image.geometry;
     return oneLine(std::filesystem::path(dose.path).filename().string()) + " (" + dose.format +
-           "), " + join(geometry.size, " x ") + " voxels of " + join(geometry.spacing, " x ") +
-           " mm, maximum " + number(extremes.maximum) + (dose.isRelative ? " (relative)" : " Gy");
+           "), " + describePlaces(dose) + ", maximum " + number(extremes.maximum) +
+           (dose.isRelative ? " (relative)" : " Gy");
 }
 
 std::string describeSearch(const Comparison& comparison)
@@ -56,10 +56,10 @@ std::string describeFailed(const GammaStatistics& statistics)
            std::to_string(cold) + " cold";
 }
 
-std::string describeSingle(const CriterionResult& result, const Limits& limits)
+std::string describeSingle(const CriterionResult& result, const Limits& limits, const char* places)
 {
     const GammaStatistics& statistics = result.statistics;
-    std::string text = line("tested", std::to_string(statistics.tested) + " voxels") +
+    std::string text = line("tested", std::to_string(statistics.tested) + " " + places) +
                        line("passed", std::to_string(statistics.passed)) +
                        line("failed", describeFailed(statistics)) +
                        line("pass rate", fixed(statistics.passRate, 6) + " %");
@@ -112,6 +112,37 @@ std::string describeTable(const Comparison& comparison)
            "hot, cold: failed with more, with less dose than the reference\n";
 }
 
+/** What the dose of 100 % is, where it was asked for otherwise than as a number. */
+std::string describeNormalisation(const Comparison& comparison)
+{
+    const NormalisationRequest& request = comparison.normalisationRequest;
+    if (request.isEvaluation) {
+        return " (maximum of the evaluation)";
+    }
+    return request.at.empty() ? std::string() : " (reference at " + join(request.at, ", ") + " mm)";
+}
+
+/** Sums, factors and places, where there are any. */
+std::string describeMaking(const Comparison& comparison)
+{
+    std::string text;
+    const auto add = [&text](const char* name, const DoseMaking& making) {
+        std::string made;
+        for (const DoseImage& dose : making.added) {
+            made += (made.empty() ? "+ " : " + ") +
+                    oneLine(std::filesystem::path(dose.path).filename().string());
+        }
+        if (!making.factor.text.empty()) {
+            made += (made.empty() ? "times " : ", times ") + making.factor.text;
+        }
+        text += made.empty() ? "" : line(name, made);
+    };
+    add("  reference", comparison.referenceMaking);
+    add("  evaluation", comparison.evaluationMaking);
+    const std::string placing = describePlacing(comparison.placed);
+    return text + (placing.empty() ? placing : line("compared", placing));
+}
+
 } // namespace
 
 std::string describeSetup(const Comparison& comparison)
@@ -122,9 +153,10 @@ std::string describeSetup(const Comparison& comparison)
     }
     return line("reference", describeGrid(comparison.reference, comparison.referenceExtremes)) +
            line("evaluation", describeGrid(comparison.evaluation, comparison.evaluationExtremes)) +
-           line("criteria", criteria) +
+           describeMaking(comparison) + line("criteria", criteria) +
            line("cut-off", number(comparison.settings.cutOff) + " % of " +
-                               number(comparison.normalisation()) + " = " +
+                               number(comparison.normalisation()) +
+                               describeNormalisation(comparison) + " = " +
                                number(comparison.cutOffDose()) + " " + comparison.doseUnit()) +
            line("search", describeSearch(comparison)) +
            (comparison.within ? line("within", oneLine(comparison.within->structures) +
@@ -135,12 +167,13 @@ std::string describeSetup(const Comparison& comparison)
 std::string describeResults(const Comparison& comparison)
 {
     std::string text = comparison.results.size() == 1
-                           ? describeSingle(comparison.results.front(), comparison.limits)
+                           ? describeSingle(comparison.results.front(), comparison.limits,
+                                            placesName(comparison.reference))
                            : describeTable(comparison);
     const std::size_t unreached = comparison.results.front().statistics.unreached;
     if (unreached > 0) {
-        text += line("note", grouped(unreached) +
-                                 " tested voxels have no evaluation dose within reach; they fail");
+        text += line("note", grouped(unreached) + " tested " + placesName(comparison.reference) +
+                                 " have no evaluation dose within reach; they fail");
     }
     if (comparison.structures) {
         text += describeStructures(comparison);

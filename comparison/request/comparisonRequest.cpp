@@ -139,6 +139,7 @@ void checkRequest(const ComparisonRequest& request)
         parseCriterionRange(text); // tells what is wrong before files are read
     }
     checkStructureOptions(request);
+    checkMeasurementOptions(request.measurements);
 }
 
 Comparison emptyComparison(const ComparisonRequest& request)
@@ -148,6 +149,7 @@ Comparison emptyComparison(const ComparisonRequest& request)
     comparison.limits = generalLimits(request.limits);
     comparison.failBelow = StructureLimits("--fail-below", request.limits.failBelow).general();
     comparison.commandLine = request.commandLine;
+    comparison.normalisationRequest = request.measurements.normalisation();
     for (CriterionRequest& asked : request.requests()) {
         CriterionResult& result = comparison.results.emplace_back();
         result.criterion = asked.criterion;

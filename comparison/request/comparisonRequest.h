@@ -12,6 +12,7 @@
 #include "comparison/comparison.h"
 #include "comparison/criterion.h"
 #include "comparison/gammaRun.h"
+#include "comparison/request/measurementRequest.h"
 #include "comparison/verdict.h"
 
 namespace zarngi
@@ -58,6 +59,7 @@ struct ComparisonRequest {
     GammaSettings settings;
     LimitOptions limits;
     StructureOptions structures;
+    MeasurementOptions measurements;
     ExplainOptions explain;
     std::string commandLine; ///< kept in the outputs
 

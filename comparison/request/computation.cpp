@@ -7,6 +7,7 @@
 
 #include "comparison/doseSampling.h"
 #include "comparison/failedSides.h"
+#include "comparison/measurements/pointSearch.h"
 #include "comparison/parallel.h"
 #include "comparison/request/requestedStructures.h"
 
@@ -25,14 +26,22 @@ DoseImage searchedReference(const Comparison& comparison)
     return reference;
 }
 
-/** A part of the doses is judged as within the whole: the percentages refer to the same dose. */
+/** A part, or a point, is judged as within the whole: the percentages refer to the same dose. */
 GammaSettings searchSettings(const Comparison& comparison)
 {
     GammaSettings settings = comparison.settings;
-    if (comparison.within && !settings.normalisation) {
+    if (comparison.within || arePoints(comparison.placed.space)) {
         settings.normalisation = comparison.normalisation();
     }
     return settings;
+}
+
+GammaMap searched(GammaRun& run, const Comparison& comparison, const GammaSettings& settings,
+                  const Criterion& criterion, const WatchSearch& watch)
+{
+    return arePoints(comparison.placed.space)
+               ? searchPoints(run, comparison.reference, settings, criterion, watch)
+               : run.compute(settings, criterion, watch);
 }
 
 void judgeStructures(CriterionResult& result, const Comparison& comparison,
@@ -65,11 +74,16 @@ void compute(Comparison& comparison, const ExplainOptions& explain, const Watche
     const CentreDoses doses(viewOf(comparison.reference.image),
                             viewOf(comparison.evaluation.image));
     for (CriterionResult& result : comparison.results) {
-        GammaMap map = run.compute(settings, result.criterion,
-                                   watchers.search ? watchers.search(result.criterion) : WatchSearch());
+        GammaMap map =
+            searched(run, comparison, settings, result.criterion,
+                     watchers.search ? watchers.search(result.criterion) : WatchSearch());
         result.step = static_cast<double>(stepSize(settings, result.criterion));
         result.statistics = gammaStatistics(map, settings);
-        result.statistics.sides = failedSides(doses, map.passed);
+        result.statistics.sides =
+            arePoints(comparison.placed.space)
+                ? failedPointSides(comparison.reference, viewOf(comparison.evaluation.image),
+                                   map.passed)
+                : failedSides(doses, map.passed);
         result.verdict = verdictOf(map.passRate, comparison.limits);
         result.seconds = map.seconds;
         result.gamma = std::move(map.values);

@@ -11,7 +11,7 @@ namespace
 void checkUnits(const Comparison& comparison)
 {
     for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
-        if (dose->isRelative && !comparison.settings.normalisation) {
+        if (dose->isRelative && !comparison.normalisationRequest.isGiven()) {
             throw InputError(dose->path + ": holds relative doses, not Gy; they are compared as "
                                           "they are when --norm gives the dose of 100 %");
         }
@@ -31,7 +31,7 @@ void warnAbout(Comparison& comparison)
     }
     const auto& reference = comparison.reference.dicom;
     const auto& evaluation = comparison.evaluation.dicom;
-    if (!reference || !evaluation) {
+    if (!reference || !evaluation || comparison.reference.format != comparison.evaluation.format) {
         return;
     }
     if (reference->frameOfReference != evaluation->frameOfReference) {
@@ -54,8 +54,8 @@ void checkDoses(Comparison& comparison)
 
 void findExtremes(Comparison& comparison)
 {
-    comparison.referenceExtremes = doseExtremes(comparison.reference.image);
-    comparison.evaluationExtremes = doseExtremes(comparison.evaluation.image);
+    comparison.referenceExtremes = extremesOf(comparison.reference);
+    comparison.evaluationExtremes = extremesOf(comparison.evaluation);
 }
 
 } // namespace zarngi

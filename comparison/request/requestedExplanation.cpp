@@ -68,8 +68,13 @@ Explanation explained(const Comparison& comparison, GammaRun& run, const DoseVie
 
 } // namespace
 
-void checkExplainedStructure(const Comparison& comparison, const ExplainOptions& options)
+void checkExplanation(const Comparison& comparison, const ExplainOptions& options)
 {
+    if (arePoints(comparison.placed.space) && (options.isWanted || !options.sweeps.empty())) {
+        throw UsageError(std::string(options.isWanted ? "--explain" : "--sweep") +
+                         " is for grids, and " + oneLine(comparison.reference.path) +
+                         " holds single points");
+    }
     if (!options.structure.empty()) {
         const StructureRow& row = explainedRow(*comparison.structures, options.structure);
         if (row.voxels.empty()) {

@@ -17,7 +17,7 @@ namespace zarngi
 using WatchWork = std::function<std::function<bool(double)>(const std::string& title)>;
 
 /** What is asked for, before anything is computed. @throws UsageError, InputError */
-void checkExplainedStructure(const Comparison& comparison, const ExplainOptions& options);
+void checkExplanation(const Comparison& comparison, const ExplainOptions& options);
 
 /**
  * Fills comparison.explanation and comparison.sweeps, where they are asked for.

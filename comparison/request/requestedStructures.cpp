@@ -57,6 +57,16 @@ void checkFrame(const files::StructureSet& set, bool isIgnored, Comparison& comp
     }
 }
 
+void checkAreVolumes(const Comparison& comparison)
+{
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        if (dose->measurement) {
+            throw UsageError("--structures is for volumes, and " + oneLine(dose->path) +
+                             " is none");
+        }
+    }
+}
+
 DoseVolumeSettings doseVolumeSettings(const StructureOptions& options, const Comparison& comparison)
 {
     DoseVolumeSettings settings;
@@ -109,6 +119,7 @@ std::shared_ptr<const StructureCatalogue> catalogueOf(std::vector<files::Structu
                                                       const StructureOptions& options,
                                                       Comparison& comparison)
 {
+    checkAreVolumes(comparison);
     for (const files::StructureSet& set : sets) {
         for (const std::string& warning : set.warnings) {
             comparison.warnings.push_back(set.path);

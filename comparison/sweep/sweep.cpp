@@ -50,9 +50,10 @@ Sweep sweep(GammaRun& run, const GammaSettings& settings, const CriterionRange& 
             const Geometry& grid, const std::vector<NamedPart>& parts, const WatchSweep& watch)
 {
     const auto start = std::chrono::steady_clock::now();
-    GammaSettings passes = settings;
-    passes.passRateOnly = true;
-    passes.verbose = 0;
+    // With a map as in the comparison, if that has one: the rate without one may be that of a voxel
+    // less.
+    GammaSettings silent = settings;
+    silent.verbose = 0;
     Sweep result;
     result.range = range;
     result.parts.emplace_back();
@@ -66,7 +67,7 @@ Sweep sweep(GammaRun& run, const GammaSettings& settings, const CriterionRange& 
         }
         const Criterion criterion{range.doseDifferences[i / range.distances.size()],
                                   range.distances[i % range.distances.size()], range.isLocal};
-        const GammaMap map = run.compute(passes, criterion);
+        const GammaMap map = run.compute(silent, criterion);
         SweepCount all = countOf(map.passed.data(), map.passed.size());
         all.passRate = map.passRate;
         result.parts.front().counts.push_back(all);

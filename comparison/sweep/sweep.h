@@ -41,7 +41,7 @@ struct Sweep {
 using WatchSweep = std::function<bool(double)>;
 
 /**
- * @param settings with a normalisation dose; only passes are decided.
+ * @param settings with a normalisation dose.
  * @throws InputError
  */
 Sweep sweep(GammaRun& run, const GammaSettings& settings, const CriterionRange& range,

@@ -203,11 +203,11 @@ DataPart dataOf(ByteView file, const MetaHeader& header, const FindFile& find)
     const std::int64_t skip = entry == nullptr ? 0 : wholeNumbersOf(*entry, "a HeaderSize", 1)[0];
     // In a file of its own header and data, it counts from the beginning of the file.
     const std::size_t start = isLocal ? header.length : 0;
-    if (skip < -1 || (skip > 0 && static_cast<std::size_t>(skip) < start)) {
+    if (skip < -1 || (skip > 0 && static_cast<std::uint64_t>(skip) < start)) {
         refuseEntry("a HeaderSize", *entry);
     }
     data.isAtEnd = skip == -1;
-    data.bytes = part(data.bytes, skip > 0 ? static_cast<std::size_t>(skip) : start);
+    data.bytes = part(data.bytes, skip > 0 ? static_cast<std::uint64_t>(skip) : start);
     return data;
 }
 
@@ -215,8 +215,9 @@ DataPart dataOf(ByteView file, const MetaHeader& header, const FindFile& find)
 ValueFormat settled(ValueFormat format, std::size_t bytes, std::size_t count, bool mayBeMore)
 {
     if (format.bytes == lengthNotTold) {
-        const bool isLong = bytes == 8 * count;
-        if (mayBeMore && bytes >= 8 * count) {
+        const std::uint64_t ifLong = std::uint64_t{8} * count;
+        const bool isLong = bytes == ifLong;
+        if (mayBeMore && bytes >= ifLong) {
             refuse("has values of the type MET_LONG, of which both 4 and 8 bytes fit the file; "
                    "name it MET_INT or MET_LONG_LONG");
         }
@@ -241,7 +242,7 @@ std::vector<float> unpackedValues(const MetaHeader& header, const DataPart& data
         }
     }
     if (format.bytes == lengthNotTold) {
-        const Bytes bytes = unpackAll(data.bytes, deflate, 8 * count);
+        const Bytes bytes = unpackAll(data.bytes, deflate, std::uint64_t{8} * count);
         return plainValues(bytes.view(), settled(format, bytes.size(), count, false), scaling,
                            count);
     }
@@ -265,9 +266,9 @@ std::vector<float> valuesOf(const MetaHeader& header, DataPart data, ValueFormat
         return unpackedValues(header, data, format, scaling, count, deflate);
     }
     format = settled(format, data.bytes.size(), count, data.isAtEnd);
-    const std::size_t needed = count * format.bytes;
+    const std::uint64_t needed = bytesOf(format, count);
     if (data.isAtEnd && data.bytes.size() > needed) {
-        data.bytes = data.bytes.last(needed);
+        data.bytes = data.bytes.last(static_cast<std::size_t>(needed));
     }
     return plainValues(data.bytes, format, scaling, count);
 }

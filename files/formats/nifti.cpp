@@ -362,7 +362,7 @@ std::vector<float> valuesOf(ByteView data, std::size_t position, const NiftiHead
 {
     const ValueFormat format = formatOf(header);
     const Scaling scaling = scalingOf(header);
-    const std::size_t whole = position + count * format.bytes;
+    const std::uint64_t whole = position + bytesOf(format, count);
     // Values of a pair may happen to begin like a packed file.
     const bool isPacked = isGzip(data) && !(header.isPair && data.size() == whole);
     if (!isPacked) {

@@ -597,14 +597,15 @@ std::vector<float> unpackedValues(ByteView data, std::int64_t skip, const ValueF
     if (skip == 0) {
         return packedValues(data, deflate, format, scaling, count);
     }
-    const std::uint64_t whole = static_cast<std::uint64_t>(skip) + count * format.bytes;
+    const std::uint64_t whole = static_cast<std::uint64_t>(skip) + bytesOf(format, count);
     if (mostUnpacked(data.size()) < whole) {
         refuse("is cut short, or its header lies: its grid needs " + grouped(whole) +
                " bytes, skipped ones included");
     }
-    Bytes bytes(static_cast<std::size_t>(whole));
+    Bytes bytes(whole);
     unpackInto(bytes.room(), data, deflate);
-    return plainValues(part(bytes.view(), static_cast<std::size_t>(skip)), format, scaling, count);
+    return plainValues(part(bytes.view(), static_cast<std::uint64_t>(skip)), format, scaling,
+                       count);
 }
 
 std::vector<float> valuesOf(const NrrdHeader& header, ByteView data, const Scaling& scaling,
@@ -624,11 +625,11 @@ std::vector<float> valuesOf(const NrrdHeader& header, ByteView data, const Scali
     if (isPacked) {
         return unpackedValues(data, skip, format, scaling, count, deflate);
     }
-    const std::size_t needed = count * format.bytes;
+    const std::uint64_t needed = bytesOf(format, count);
     if (skip < 0 && data.size() > needed && !isText) {
-        data = data.last(needed);
+        data = data.last(static_cast<std::size_t>(needed));
     }
-    data = part(data, skip < 0 ? 0 : static_cast<std::size_t>(skip));
+    data = part(data, skip < 0 ? 0 : static_cast<std::uint64_t>(skip));
     return isText ? writtenValues(asText(data), format, scaling, count)
                   : plainValues(data, format, scaling, count);
 }

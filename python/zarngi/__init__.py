@@ -12,6 +12,7 @@ from ._dose_volume import DoseVolume, dvh
 from ._explanation import Change, Explanation
 from ._gamma import NothingTestedError, gamma_index
 from ._grid import DoseGrid
+from ._points import DosePoints
 from ._result import Criteria, GammaResult
 from ._structure_result import StructureResult, StructureResults
 from ._structures import Structure, StructureSet, read_structures
@@ -25,6 +26,7 @@ __all__ = [
     "Change",
     "Criteria",
     "DoseGrid",
+    "DosePoints",
     "DoseVolume",
     "Explanation",
     "FormatError",

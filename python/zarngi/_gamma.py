@@ -7,7 +7,7 @@ import sys
 import time
 import warnings
 from collections.abc import Sequence
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import Any, Literal
 
 import numpy as np
@@ -16,7 +16,9 @@ import numpy.typing as npt
 from . import _checks, _library
 from ._cpus import MAX_THREADS, available_cpus
 from ._dose_volume import options_of
-from ._grid import DoseGrid, LibraryGrid, library_grid
+from ._grid import PLANE_THICKNESS, DoseGrid, LibraryGrid, library_grid
+from ._point_search import count_sides, library_points, search
+from ._points import DosePoints
 from ._result import Counts, Criteria, GammaResult
 from ._structure_result import StructureResults
 from ._structures import Chosen, StructuresLike, require_space
@@ -28,7 +30,7 @@ class NothingTestedError(ValueError):
 
 
 def gamma_index(
-    reference: DoseGrid,
+    reference: DoseGrid | DosePoints,
     evaluation: DoseGrid,
     *,
     dd: float = 3,
@@ -63,7 +65,8 @@ def gamma_index(
     ----------
     reference, evaluation : DoseGrid
         The two distributions. They may differ in size, spacing and position, not in the number of
-        dimensions.
+        dimensions. The reference may be `DosePoints`, each of which is searched for itself; then
+        `gamma` has the shape (n,). Places that are not measured are not tested.
     dd : float
         Dose difference in % of the normalisation dose or, with `local`, of the voxel's reference
         dose; greater than 0.
@@ -154,7 +157,12 @@ def gamma_index(
         slices=_checks.boolean("slices", slices),
         random_rotation=_checks.boolean("random_rotation", random_rotation),
     )
-    if criteria.random_rotation and len(reference.spacing) < 3:
+    if criteria.random_rotation and isinstance(reference, DosePoints):
+        raise ValueError(
+            "random_rotation=True turns the search of each point differently; accepted: False, or "
+            "grids"
+        )
+    if criteria.random_rotation and len(evaluation.spacing) < 3:
         raise ValueError(
             "random_rotation=True turns the search out of the plane of a 2D array or the line of a "
             "1D array; accepted: False, or grids with three values of spacing and origin"
@@ -167,12 +175,15 @@ def gamma_index(
     chosen = _choose(structures, reference, evaluation, ignore_frame)
     full_dose = _checks.positive_or_none("prescription", prescription, "Gy")
     lattice = criteria.dta / 10 if criteria.step is None else criteria.step
-    grids = (
-        library_grid("reference", reference, lattice),
-        library_grid("evaluation", evaluation, lattice),
-    )
-    output = _compute(*grids, criteria, threads, verbose)
-    hot, cold = _host.count_failed_sides(grids[0].volume, grids[1].volume, output.passed)
+    if isinstance(reference, DosePoints):
+        output, hot, cold = _search_points(reference, evaluation, criteria, lattice, verbose)
+    else:
+        grids = tuple(
+            library_grid(name, grid, lattice)
+            for name, grid in zip(("reference", "evaluation"), _in_plane(reference, evaluation))
+        )
+        output = _compute(*grids, criteria, threads, verbose)
+        hot, cold = _host.count_failed_sides(grids[0].volume, grids[1].volume, output.passed)
     parts = None
     if chosen is not None:
         full_dose = full_dose or criteria.normalisation or float(grids[0].dose.max())
@@ -192,13 +203,28 @@ def gamma_index(
     return result
 
 
-def _check_grids(reference: DoseGrid, evaluation: DoseGrid) -> None:
-    for name, grid in (("reference", reference), ("evaluation", evaluation)):
-        if not isinstance(grid, DoseGrid):
-            raise TypeError(f"{name} is of type {type(grid).__name__}; accepted: zarngi.DoseGrid")
-    if len(reference.spacing) != len(evaluation.spacing):
+def _check_grids(reference: DoseGrid | DosePoints, evaluation: DoseGrid) -> None:
+    if not isinstance(reference, (DoseGrid, DosePoints)):
+        raise TypeError(
+            f"reference is of type {type(reference).__name__}; accepted: zarngi.DoseGrid, "
+            "zarngi.DosePoints"
+        )
+    if not isinstance(evaluation, DoseGrid):
+        points = "; between points there is no dose" if isinstance(evaluation, DosePoints) else ""
+        raise TypeError(
+            f"evaluation is of type {type(evaluation).__name__}; accepted: zarngi.DoseGrid{points}"
+        )
+    if evaluation.measured is not None:
         raise ValueError(
-            f"reference has {len(reference.spacing)} dimensions and evaluation has "
+            "evaluation has places that are not measured, between which there is no dose; accepted: "
+            "as the reference"
+        )
+    dimensions = (
+        reference.dimensions if isinstance(reference, DosePoints) else len(reference.spacing)
+    )
+    if dimensions != len(evaluation.spacing):
+        raise ValueError(
+            f"reference has {dimensions} dimensions and evaluation has "
             f"{len(evaluation.spacing)}; accepted: equal numbers (a slice or line gets a place in "
             "space by three values of spacing and origin)"
         )
@@ -211,12 +237,64 @@ def _check_grids(reference: DoseGrid, evaluation: DoseGrid) -> None:
         )
 
 
+def _thin_axis(grid: DoseGrid) -> int | None:
+    """The axis (0 is x) across which a plane in space has no thickness, if it is one."""
+    if len(grid.spacing) < 3:
+        return None
+    thin = [
+        axis
+        for axis, (size, spacing) in enumerate(zip(grid.shape[::-1], grid.spacing))
+        if size == 1 and spacing == PLANE_THICKNESS
+    ]
+    return thin[0] if thin else None
+
+
+def _in_plane(reference: DoseGrid, evaluation: DoseGrid) -> tuple[DoseGrid, DoseGrid]:
+    """Two planes in space as planes of their own; other grids as they are."""
+    axis, other = _thin_axis(reference), _thin_axis(evaluation)
+    if axis is None and other is None:
+        return reference, evaluation
+    if axis is None or other is None:
+        axis = other if axis is None else axis
+        if 1 not in evaluation.shape:
+            return reference, evaluation
+        other = axis
+    alike = axis == other and reference.shape[2 - axis] == evaluation.shape[2 - axis] == 1
+    if not alike:
+        raise ValueError(
+            "reference and evaluation do not lie alike; accepted: planes across the same axis, or "
+            "a plane as the reference of a volume"
+        )
+    apart = abs(reference.origin[axis] - evaluation.origin[axis])
+    if apart > 0.01:
+        warnings.warn(
+            f"the planes lie {apart:g} mm apart along {'xyz'[axis]}; they are compared as if they "
+            "were one",
+            stacklevel=3,
+        )
+    return _flat(reference, axis), _flat(evaluation, axis)
+
+
+def _flat(grid: DoseGrid, axis: int) -> DoseGrid:
+    def others(values: Sequence[float]) -> tuple[float, ...]:
+        return tuple(value for i, value in enumerate(values) if i != axis)
+
+    measured = None if grid.measured is None else grid.measured.squeeze(2 - axis)
+    dose = grid.dose.squeeze(2 - axis)
+    return DoseGrid(dose, others(grid.spacing), others(grid.origin), None, measured)
+
+
 def _choose(
-    structures: StructuresLike | None, reference: DoseGrid, evaluation: DoseGrid, ignore_frame: bool
+    structures: StructuresLike | None,
+    reference: DoseGrid | DosePoints,
+    evaluation: DoseGrid,
+    ignore_frame: bool,
 ) -> Chosen | None:
     _checks.boolean("ignore_frame", ignore_frame)
     if structures is None:
         return None
+    if isinstance(reference, DosePoints):
+        raise ValueError("structures need grids of three dimensions; accepted: no DosePoints")
     require_space("reference", reference)
     require_space("evaluation", evaluation)
     chosen = Chosen(structures, reference)
@@ -300,7 +378,42 @@ def _compute(
     return _Output(gamma, passed, seconds)
 
 
-def _nothing_tested(reference: DoseGrid, criteria: Criteria) -> str:
+def _search_points(
+    points: DosePoints, evaluation: DoseGrid, criteria: Criteria, lattice: float, verbose: int
+) -> tuple[_Output, int, int]:
+    """The points one by one; what the percentages refer to is that of all of them."""
+    if _thin_axis(evaluation) is not None:
+        raise ValueError(
+            "evaluation is a plane in space; accepted: a volume, or a grid of two dimensions for "
+            "points of a plane"
+        )
+    singles = library_points(points)
+    grid = library_grid("evaluation", evaluation, lattice)
+    if criteria.normalisation is None:
+        largest = float(np.asarray(points.dose, np.float32).max())
+        criteria = replace(criteria, normalisation=largest)
+    if criteria.normalisation is not None and criteria.normalisation <= 0:
+        empty = np.full(len(singles), -1, np.float32)
+        return _Output(empty, np.full(len(singles), 255, np.uint8), 0.0), 0, 0
+    with _library.exclusive_use():
+        _hand_over("setEval", grid)
+        _set_options(criteria, 1, verbose)
+        start = time.perf_counter()
+
+        def search_one(point: LibraryGrid, _index: int) -> tuple[float, int]:
+            gamma, passed = np.empty(1, np.float32), np.empty(1, np.uint8)
+            _hand_over("setRef", point)
+            _library.call("startComputation")
+            _library.call("getGammaIndex3DMap", _floats(gamma))
+            _library.call("getPassed3DMap", passed.ctypes.data_as(ctypes.POINTER(ctypes.c_ubyte)))
+            return gamma[0], passed[0]
+
+        gamma, passed = search(singles, search_one)
+        seconds = time.perf_counter() - start
+    return _Output(gamma, passed, seconds), *count_sides(singles, grid, passed)
+
+
+def _nothing_tested(reference: DoseGrid | DosePoints, criteria: Criteria) -> str:
     largest = float(reference.dose.max())
     dose = largest if criteria.normalisation is None else criteria.normalisation
     return (

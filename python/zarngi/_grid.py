@@ -5,17 +5,23 @@ from __future__ import annotations
 import math
 from collections.abc import Sequence
 from dataclasses import dataclass
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _checks
 
+if TYPE_CHECKING:
+    from ._points import DosePoints
+
 _VOXEL_LIMIT = 2**31
 
 #: Coordinates count as evenly spaced when none is farther than this part of a step from its place.
 EVENNESS = 1e-3
+
+#: mm; a plane that a file puts in space has this spacing across it (files::planeThickness).
+PLANE_THICKNESS = 0.0078125
 
 
 def even_spacing(name: str, positions: npt.ArrayLike) -> float:
@@ -61,6 +67,9 @@ class DoseGrid:
     frame_of_reference : str, optional
         What the coordinates refer to, for example DICOM's Frame of Reference UID. Comparing two
         grids that name different ones gives a warning.
+    measured : array_like of bool, shape of `dose`, optional
+        Where there is a dose; by default everywhere. Other places are not tested, and a grid that
+        has such places is no evaluation: there is no dose between them.
 
     Notes
     -----
@@ -82,6 +91,7 @@ class DoseGrid:
     spacing: tuple[float, ...]
     origin: tuple[float, ...]
     frame_of_reference: str | None = None
+    measured: npt.NDArray[np.bool_] | None = None
 
     def __post_init__(self) -> None:
         dose = _dose_array(self.dose)
@@ -93,6 +103,7 @@ class DoseGrid:
         if counts > dose.ndim:
             dose = dose.reshape((1,) * (counts - dose.ndim) + dose.shape)
         object.__setattr__(self, "dose", dose)
+        object.__setattr__(self, "measured", _mask(self.measured, dose))
         object.__setattr__(self, "spacing", sizes)
         object.__setattr__(self, "origin", _checks.coordinates("origin", self.origin, counts))
 
@@ -179,7 +190,36 @@ class DoseGrid:
 
         name = "<dataset>"
         dose = _host.read_memory(name, _dicom.encoded(dataset), {})
-        return _read.dose_grid(name, dose, allow_relative)
+        grid = _read.dose_grid(name, dose, allow_relative)
+        assert isinstance(grid, DoseGrid)  # as DICOM holds no points
+        return grid
+
+    def placed(self, plane: str, at: tuple[float, float, float]) -> DoseGrid | DosePoints:
+        """A plane, which has two dimensions, at its place in the patient.
+
+        Parameters
+        ----------
+        plane : str
+            "axial" (x and y are those of the patient), "coronal" (x and z), "sagittal" (y and z),
+            or "gantry:ANGLE" in degrees, across the beam of a head-first supine patient: x along
+            (cos, sin, 0), y along z.
+        at : tuple of float
+            Where the plane's point (0, 0) lies in the patient, mm.
+
+        Returns
+        -------
+        DoseGrid or DosePoints
+            A grid of one layer where the plane lies along the patient's axes, else its points, those
+            that are measured. Either is compared with a volume as the reference.
+
+        Raises
+        ------
+        ValueError
+            When the grid is no plane, or `plane` none of these.
+        """
+        from ._points import placed_grid
+
+        return placed_grid(self, plane, at)
 
     @property
     def shape(self) -> tuple[int, ...]:
@@ -217,6 +257,18 @@ def _dose_array(dose: npt.ArrayLike) -> npt.NDArray[Any]:
     if not 0 < array.size < _VOXEL_LIMIT:
         raise ValueError(f"dose has {array.size} voxels; accepted: 1 to {_VOXEL_LIMIT - 1}")
     return array
+
+
+def _mask(measured: Any, dose: npt.NDArray[Any]) -> npt.NDArray[np.bool_] | None:
+    if measured is None:
+        return None
+    mask = np.asarray(measured)
+    if mask.dtype != np.bool_:
+        raise TypeError(f"measured has the data type {mask.dtype}; accepted: bool")
+    if mask.size != dose.size:
+        raise ValueError(f"measured has shape {mask.shape}; accepted: {dose.shape}, as dose has")
+    mask = mask.reshape(dose.shape)
+    return None if mask.all() else mask
 
 
 def _value_count(dose: npt.NDArray[Any], origin: Any) -> int:
@@ -273,6 +325,8 @@ def library_grid(name: str, grid: DoseGrid, step: float) -> LibraryGrid:
     corner = (origin - spacing / 2).astype(np.float32)
     with np.errstate(over="ignore"):
         dose = np.ascontiguousarray(grid.dose, dtype=np.float32)
+    if grid.measured is not None:
+        dose = np.where(grid.measured, dose, np.float32(0))  # below every cut-off
     _require_finite(name, dose)
     counts = np.array(grid.shape[::-1] + (1,) * missing, dtype=np.intc)
     return LibraryGrid(counts, spacing, origin, spacing.astype(np.float32), corner, dose)

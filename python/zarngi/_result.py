@@ -12,6 +12,7 @@ import numpy.typing as npt
 
 from . import _checks
 from ._grid import DoseGrid
+from ._points import DosePoints
 from ._structure_result import StructureResults
 
 if TYPE_CHECKING:
@@ -95,8 +96,8 @@ class GammaResult:
         The criteria and options.
     seconds : float
         Time the computation took, without handing over the grids and reading the result.
-    reference, evaluation : DoseGrid
-        The grids compared (not copied).
+    reference, evaluation : DoseGrid, or DosePoints as the reference
+        The doses compared (not copied).
     structures : StructureResults or None
         Results within the structures, where they were asked for.
     """
@@ -109,7 +110,7 @@ class GammaResult:
     cold: int
     criteria: Criteria
     seconds: float
-    reference: DoseGrid
+    reference: DoseGrid | DosePoints
     evaluation: DoseGrid
     structures: StructureResults | None = None
 
@@ -120,7 +121,7 @@ class GammaResult:
         counts: Counts,
         seconds: float,
         criteria: Criteria,
-        reference: DoseGrid,
+        reference: DoseGrid | DosePoints,
         evaluation: DoseGrid,
         structures: StructureResults | None = None,
     ) -> GammaResult:

@@ -117,7 +117,6 @@ def sweep(
     """
     differences, distances = _values("dd", dd, "%"), _values("dta", dta, "mm")
     masks = _masks(structures, reference)
-    options["mode"] = "pass_rate"
     rates = np.empty((len(differences), len(distances)))
     parts = {name: np.empty_like(rates) for name in masks}
     for i, difference in enumerate(differences):

@@ -87,7 +87,7 @@ class Usage(Pair):
                 result = run(*arguments)
                 self.assertEqual((result.returncode, result.stderr), (OK, ""))
                 lines = result.stdout.splitlines()
-                self.assertLess(len(lines), 60)
+                self.assertLess(len(lines), 72)
                 self.assertLessEqual(max(map(len, lines)), 80)
         self.assertEqual(run("--version").stdout, "zarngi 4.2.0\n")
 

@@ -22,6 +22,16 @@ ROWS = (
      273690, 9.872849, "12.97686", "27.54937"),
     ("proton_ramp_plan.dcm", "proton_ramp_plan.dcm", ["-c", "2%/2mm"],
      381619, 100, "0.000000", "0.000000"),
+    ("arccheck_measured.txt", "arccheck_planned.snc", ["-c", "3%/3mm"],
+     970, 99.896904, "0.195250", "1.00533"),
+    ("arccheck_measured.txt", "arccheck_planned.snc", ["-c", "2%/2mm"],
+     970, 98.041237, "0.285301", "1.50726"),
+    ("arccheck_measured.txt", "arccheck_planned.snc", ["-c", "3%/2mm"],
+     970, 99.381447, "0.227190", "1.23788"),
+    ("arccheck_measured.txt", "arccheck_planned.snc", ["-c", "3%L/3mm"],
+     970, 97.216492, "0.324394", "2.13829"),
+    ("arccheck_measured.txt", "arccheck_planned.snc", ["-c", "1%/1mm"],
+     970, 84.123711, "0.560000", "3.01452"),
 )
 
 

@@ -70,12 +70,34 @@ def test_own_criteria_of_a_pair(tmp_path):
     ]
 
 
+def test_planes_and_points(tmp_path):
+    """A manifest reads whatever the program reads."""
+    rows = "dose in Gy, mm\n\t-10\t0\t10\n10\t1\t2\t1\n0\t2\t{}\t2\n-10\t1\t2\t1\n"
+    (tmp_path / "planned.txt").write_text(rows.format(3))
+    (tmp_path / "array.txt").write_text(rows.format("").replace("10\t1\t2\t1", "10\t1\t2.5\t1"))
+    (tmp_path / "points.csv").write_text("x (mm),y,dose (Gy)\n0,0,3\n3.5,1,2.7\n-7,9.5,1.4\n")
+    pairs = [{"id": name, "reference": str(tmp_path / name), "evaluation": str(tmp_path / "planned.txt")}
+             for name in ("array.txt", "points.csv")]
+    pairs.append({"id": "reversed", "reference": pairs[0]["evaluation"],
+                  "evaluation": pairs[0]["reference"]})
+    table = zarngi.cohort.run(pairs).set_index("id")
+    for pair in pairs[:2]:
+        result = zarngi.gamma_index(zarngi.read(pair["reference"]), zarngi.read(pair["evaluation"]))
+        assert (table["tested"][pair["id"]], table["passed"][pair["id"]]) == (
+            result.tested, result.passed)
+    assert (table["tested"]["array.txt"], table["tested"]["points.csv"]) == (8, 3)
+    assert "evaluation has places that are not measured" in table["error"]["reversed"]
+
+
 def test_summary_and_exit_code(study):
     manifest, results = study
     done = zarngi_cohort("run", manifest, "-o", results)
     assert done.returncode == 4 and done.stderr == ""
     assert done.stdout.startswith("3 pairs: 3 computed, 1 failed\n")
-    sentence = "p1: evaluation: is not a dose file (DICOM RT Dose, NRRD, MetaImage or NIfTI)"
+    sentence = (
+        "p1: evaluation: is not a dose file (DICOM RT Dose or RT Image, NRRD, MetaImage, NIfTI, or a "
+        "table of measured doses)"
+    )
     assert f"failed: {sentence}\n" in done.stdout
     found, failures = rates(results)
     assert set(found) == {"p0", "p2"} and failures == {"p1": sentence}

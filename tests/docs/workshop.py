@@ -55,6 +55,7 @@ def write_samples(folder):
         for name in names:
             for suffix, write in WRITERS.items():
                 write(folder / (name + suffix), dose)
+    (folder / "measured.csv").write_text("x (mm),y (mm),dose (Gy)\n0,0,1.9\n5.5,2,1.7\n-3,4,1.8\n")
     targets = {"PTV67": box((-6, 6), (-5, 5), (18, 21, 24)), "PTV57": box((-12, 12), (-9, 9), (18, 21, 24))}
     write_structure_set(folder / "structures.dcm", targets, frame="1.2.3.4")
     pairs = (f"{i},{names[0]}.nrrd,{names[1]}.nrrd\n" for i, names in enumerate(zip(REFERENCES, EVALUATIONS)))

@@ -152,6 +152,66 @@ static void refuse_what_cannot_be(void)
           error.sentence);
 }
 
+static void read_planes_and_points(void)
+{
+    static const char table[] = "y\\x [mm]\t-5\t0\t5\n10\t1\t\t3\n0\t4\t5\t6\n";
+    const struct zarnGIHost_TableUnits centigray = {0.01, 0};
+    struct zarnGIHost_Dose* dose = NULL;
+    struct zarnGIHost_Error error;
+    struct zarnGIHost_Places places;
+    check(zarnGIHost_readAnyDoseFromMemory(table, sizeof table - 1, NULL, NULL, NULL, &dose,
+                                           &error) == ZARNGI_HOST_REFUSED &&
+              dose == NULL && strstr(error.sentence, "tells no unit of dose") != NULL,
+          "a table without a unit");
+    check(zarnGIHost_readAnyDoseFromMemory(table, sizeof table - 1, NULL, NULL, &centigray, &dose,
+                                           &error) == ZARNGI_HOST_OK &&
+              zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
+          "a table in the unit that is given");
+    check(places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0 && places.gaps == 1 &&
+              places.isMeasured[4] == 0 && places.isMeasured[5] == 1 && places.points == NULL,
+          "a plane with a gap");
+    check(zarnGIHost_getDoses(dose)[0] == 0.04F, "rising rows, in Gy");
+    zarnGIHost_freeDose(dose);
+    check(zarnGIHost_readDoseFromMemory(table, sizeof table - 1, NULL, NULL, &dose, &error) ==
+                  ZARNGI_HOST_REFUSED &&
+              dose == NULL,
+          "the function for volumes reads no plane");
+    check(zarnGIHost_getPlaces(NULL, &places) == ZARNGI_HOST_BAD_ARGUMENT, "places of nothing");
+}
+
+static void place_planes(void)
+{
+    static const float doses[6] = {1, 2, 3, 4, 5, 6};
+    static const double at[3] = {10, 20, 30};
+    struct zarnGIHost_Plane plane = {{3, 2}, {5, 4}, {-5, 0}, doses, NULL, NULL};
+    struct zarnGIHost_Dose* dose = NULL;
+    struct zarnGIHost_Error error;
+    struct zarnGIHost_Places places;
+    int size[3];
+    double spacing[3];
+    double origin[3];
+    check(zarnGIHost_placePlane(&plane, "sagittal", at, &dose, &error) == ZARNGI_HOST_OK &&
+              zarnGIHost_getGrid(dose, size, spacing, origin) == ZARNGI_HOST_OK &&
+              zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
+          "a plane along the axes");
+    check(size[0] == 1 && size[1] == 3 && size[2] == 2 && origin[0] == 10 && origin[1] == 15 &&
+              origin[2] == 30 && places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 1,
+          "y and z of the patient");
+    zarnGIHost_freeDose(dose);
+    check(zarnGIHost_placePlane(&plane, "gantry:30", at, &dose, &error) == ZARNGI_HOST_OK &&
+              zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK &&
+              places.kind == ZARNGI_HOST_POINTS && fabs(places.points[1] - 17.5) < 1e-6 &&
+              fabs(places.points[0] - (10 - 5 * 0.8660254)) < 1e-6 && places.points[5] == 30,
+          "a plane across them");
+    zarnGIHost_freeDose(dose);
+    check(zarnGIHost_placePlane(&plane, "oblique", at, &dose, &error) == ZARNGI_HOST_REFUSED &&
+              dose == NULL,
+          "an unknown plane");
+    plane.spacing[0] = 0;
+    check(zarnGIHost_placePlane(&plane, "axial", at, &dose, NULL) == ZARNGI_HOST_BAD_ARGUMENT,
+          "a plane that cannot be");
+}
+
 static void* read_often(void* path)
 {
     for (int i = 0; i < 50; ++i) {
@@ -191,6 +251,8 @@ int main(void)
     write_and_read();
     read_what_a_header_names();
     refuse_what_cannot_be();
+    read_planes_and_points();
+    place_planes();
     read_by_several_threads();
     check(rmdir(folder) == 0, "nothing left in the folder");
     return failures == 0 ? 0 : 1;

@@ -24,7 +24,10 @@ NO_ORIENTATION = (
     "(to the left, to the back, to the head)"
 )
 DAMAGED = "its compressed data is damaged or cut short"
-FOREIGN = "is not a dose file (DICOM RT Dose, NRRD, MetaImage or NIfTI)"
+FOREIGN = (
+    "is not a dose file (DICOM RT Dose or RT Image, NRRD, MetaImage, NIfTI, or a table of measured "
+    "doses)"
+)
 NOT_FINITE = "holds doses that are not finite numbers"
 ROTATED = "the grid is rotated against the patient's axes; resample it first"
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "files/measurements/planeGrid.h"
 #include "files/nativeDeflate.h"
 #include "files/readDose.h"
 #include "files/structures/contourNotes.h"
@@ -51,6 +52,28 @@ files::Result<files::Bytes> unpackPixels(files::ByteView, std::size_t bytes)
     return pixels;
 }
 
+/** What a plane or points tell agrees with their values. */
+void checkMeasurement(const files::DoseImage& dose)
+{
+    const files::Measurement& measurement = *dose.measurement;
+    const std::size_t places = dose.image.values.size();
+    require(measurement.points.size() == (dose.isPoints() ? places : 0), "a place for each point");
+    require(measurement.points.size() <= files::mostPoints, "no more points than are searched");
+    for (const files::Vec3& point : measurement.points) {
+        require(std::all_of(point.begin(), point.end(), [](double x) { return std::isfinite(x); }),
+                "points are somewhere");
+    }
+    std::size_t gaps = 0;
+    for (std::size_t i = 0; i < measurement.isMeasured.size(); ++i) {
+        const bool isGap = measurement.isMeasured[i] == 0;
+        gaps += isGap ? 1 : 0;
+        require(!isGap || dose.image.values[i] == 0, "no dose where none is");
+    }
+    require(measurement.isMeasured.empty() || measurement.isMeasured.size() == places,
+            "it is known of each place whether it has a dose");
+    require(gaps == measurement.gaps && gaps < places, "gaps are counted, and not all");
+}
+
 void checkDose(const files::DoseImage& dose, std::size_t fileBytes)
 {
     constexpr std::size_t bestCompression = 1032;
@@ -60,6 +83,9 @@ void checkDose(const files::DoseImage& dose, std::size_t fileBytes)
     const std::size_t most = (companionBytes + fileBytes) * bestCompression;
     require(image.values.size() <= std::max(most, dose.dicom ? mostOfDecoder : 0),
             "no voxel that the file does not tell");
+    if (dose.measurement) {
+        checkMeasurement(dose);
+    }
     for (const float value : image.values) {
         require(std::isfinite(value), "doses are numbers");
     }

@@ -120,6 +120,38 @@ def write_dicoms(folder, dose):
     (folder / "bare.dcm").write_bytes((folder / "implicit.dcm").read_bytes()[preamble_and_meta:])
 
 
+def write_tables(folder):
+    """Planes and points, small."""
+    head = b"File Revision:\tD\r\nRows:\t2\r\nCols:\t3\r\nShift X:\t0.5\tmm\r\n\r\n"
+    rows = b"Ycm\tROW\t\r\n0.5\t2\t0\t31.5\t0\r\n0.0\t1\t30.25\t0\t29\r\n"
+    end = b"\tCOL\t1\t2\t3\r\n\tXcm\t-0.5\t0.0\t0.5\r\n\r\n"
+    sections = (name + b"\r\n" + rows + end for name in (b"Raw Counts", b"Dose Counts", b"Data Flags"))
+    (folder / "array.txt").write_bytes(head + b"".join(sections) + b"B48A7897")
+    (folder / "plane.snc").write_bytes(
+        b"*Version:\t1.0.2\r\n*Dose Units:\tcGy\r\n*Coordinate Units:\tmm\r\n*Hole Value:\t-1\r\n"
+        b"*Y\\X\t-1\t0\t1\t\r\n1\t1.5\t-1\t2\t\r\n0\t3\t4\t5\t\r\n")
+    (folder / "matrix.csv").write_bytes(b"dose in Gy, mm\n;-2;0;2\n3;1,5;;2\n0;1;2;3\n")
+    (folder / "matrix.txt").write_bytes(b"# cGy cm\n  -2 0 2\n3 1.5 4 2\n0 1 2 3\n")
+    (folder / "raster.csv").write_bytes(b"x (mm),y,dose (Gy)\n0,0,1\n5,0,2\n0,5,3\n10,5,4\n10,0,1\n")
+    (folder / "points.csv").write_bytes(b"# x y z dose [mm, cGy]\n1 2 3 100\n-4.5 6e1 7 90\n")
+
+
+def write_planes(folder, dose):
+    plane = doses.Dose(dose.values[:1], dose.spacing, dose.origin)
+    doses.write_dicom(folder / "plane.dcm", plane, DicomStyle(elements={"SOPInstanceUID": "1.2.3"}))
+    data = pydicom.dcmread(folder / "plane.dcm")
+    for keyword in ("SliceThickness", "GridFrameOffsetVector"):
+        if keyword in data:
+            delattr(data, keyword)
+    data.save_as(folder / "plane.dcm")
+    data.Modality, data.SOPClassUID = "RTIMAGE", "1.2.840.10008.5.1.4.1.1.481.1"
+    data.RescaleSlope, data.RescaleIntercept, data.RescaleType = 0.5, 1, "CGY"
+    data.ImagePlanePixelSpacing, data.RTImagePosition = [2, 2.5], [-5, 5]
+    data.GantryAngle, data.IsocenterPosition, data.PatientPosition = 30, [1, 2, 3], "HFS"
+    data.RadiationMachineSAD = data.RTImageSID = 1000
+    data.save_as(folder / "image.dcm")
+
+
 def two_structures():
     """A ring on two planes, and all that counts for nothing."""
     ring = [contour(polygon(4, radius, z=z), NumberOfContourPoints=4)
@@ -153,8 +185,10 @@ def main():
     folder = Path(sys.argv[1])
     folder.mkdir(parents=True, exist_ok=True)
     dose = doses.blob(size=SIZE)
-    for write in (write_metaimages, write_nrrds, write_niftis, write_dicoms, write_structures):
+    for write in (write_metaimages, write_nrrds, write_niftis, write_dicoms, write_structures,
+                  write_planes):
         write(folder, dose)
+    write_tables(folder)
 
 
 if __name__ == "__main__":

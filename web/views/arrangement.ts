@@ -39,6 +39,9 @@ export function arrange(views: Extent[], space: Space, narrow: boolean): Layout 
         (space.width - gap * (views.length - 1)) / sum(widths),
         space.height / Math.max(...heights),
     );
+    if (views.length === 1) {
+        return { arrangement: 'row', scale: row };
+    }
     const block = Math.min(
         (space.width - gap) / (widths[0] + Math.max(...widths.slice(1))),
         space.height / heights[0],

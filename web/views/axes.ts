@@ -1,4 +1,4 @@
-import type { ComparisonRecord, Triple } from './record';
+import type { ComparisonRecord, Role, Triple } from './record';
 
 /** The two ends of an axis as letters: towards smaller and towards larger coordinates. */
 export interface AxisEnds {
@@ -37,6 +37,23 @@ export function planes(record: ComparisonRecord): Plane[] {
         { id: 'coronal', name: name('Coronal', 'xz'), normal: 1, horizontal: 0, vertical: 2, upwards: true },
         { id: 'sagittal', name: name('Sagittal', 'yz'), normal: 0, horizontal: 1, vertical: 2, upwards: true },
     ];
+}
+
+/** The views that show a comparison: of a plane its own alone. */
+export function shownPlanes(record: ComparisonRecord): Plane[] {
+    if (record.searchSpace === 'plane') {
+        return [{ id: 'axial', name: 'Plane', normal: 2, horizontal: 0, vertical: 1, upwards: true }];
+    }
+    const all = planes(record);
+    const isPlane = record.measurements?.reference?.kind === 'plane';
+    const { size } = record.grids.reference;
+    return isPlane ? all.filter(({ normal }) => size[normal] === 1) : all;
+}
+
+/** The axes along which a dose has more than a place: two of a plane. */
+export function longAxes(record: ComparisonRecord, role: Role = 'reference'): number[] {
+    const isPlane = record.measurements?.[role]?.kind === 'plane';
+    return [0, 1, 2].filter((axis) => !isPlane || record.grids[role].size[axis] > 1);
 }
 
 /** Moves a voxel along one axis. */

@@ -14,6 +14,8 @@ export class Model {
     readonly grid: Grid;
     readonly evaluationGrid: Grid;
     readonly sameGrid: boolean;
+    /** Whether the reference has places without a dose, where its values are NaN. */
+    readonly hasGaps: boolean;
     reference!: Volume;
     /** The evaluation on its own grid. */
     evaluationSource!: Volume;
@@ -29,6 +31,8 @@ export class Model {
         this.grid = new Grid(data.record.grids.reference);
         this.evaluationGrid = new Grid(data.record.grids.evaluation);
         this.shapes = new StructureShapes(data, data.record.structures?.list.length ?? 0);
+        const measured = data.record.measurements?.reference;
+        this.hasGaps = !!measured && measured.measured < measured.places;
         this.sameGrid = this.grid.sameAs(this.evaluationGrid);
     }
 

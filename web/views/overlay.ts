@@ -13,14 +13,17 @@ const crosshairGap = 7;
 const minimumLabelLength = 40;
 const longestRuler = 90;
 
-/** Isodoses of the reference (solid, labelled) and the evaluation (dashed) in a slice. */
+/**
+ * Isodoses of the reference (solid, labelled) and the evaluation (dashed) in a slice; without a
+ * reference, which may have no dose between its places, those of the evaluation alone.
+ */
 export function drawIsodoses(
     context: Context,
     frame: Frame,
     slice: number,
-    doses: { reference: Field; evaluation: Field; normalisation: number },
+    doses: { reference: Field | null; evaluation: Field; normalisation: number },
 ): void {
-    const reference = planeValues(frame, slice, doses.reference);
+    const reference = doses.reference && planeValues(frame, slice, doses.reference);
     const evaluation = planeValues(frame, slice, doses.evaluation);
     const plane = { width: frame.columns, height: frame.rows };
     context.save();
@@ -28,7 +31,7 @@ export function drawIsodoses(
     const labels: (() => void)[] = [];
     for (const level of isodoseLevels) {
         const dose = (level / 100) * doses.normalisation;
-        const solid = isolines({ ...plane, values: reference }, dose);
+        const solid = reference ? isolines({ ...plane, values: reference }, dose) : [];
         outline(context, linePath(frame, isolines({ ...plane, values: evaluation }, dose)), [4, 3]);
         outline(context, linePath(frame, solid), []);
         labels.push(() => labelLines(context, frame, solid, level));

@@ -8,6 +8,8 @@ import { ExplanationCard } from './explanation';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
 import { setUpPrint } from './print';
+import { pointsOf } from './pointList';
+import { PointView } from './pointView';
 import { Profiles } from './profiles';
 import { Readout } from './readout';
 import type { ComparisonRecord } from './record';
@@ -64,6 +66,11 @@ export async function showComparison(data: ComparisonData): Promise<void> {
     new Summary(record, store);
     byId('page').hidden = false;
 
+    if (pointsOf(record, 0)) {
+        showPoints(record, store);
+        return;
+    }
+    byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
     const model = new Model(data);
     await Promise.all([model.loadDoses(), model.loadGamma(0)]);
     const maximum = highestDose(model);
@@ -95,6 +102,18 @@ export async function showComparison(data: ComparisonData): Promise<void> {
         await model.loadGamma(i);
         store.announce(store.state.criterion === i ? 'criterion' : 'pointer');
     }
+    document.documentElement.dataset.state = 'complete';
+}
+
+/** Points have no slices, no profiles and nothing that is connected. */
+function showPoints(record: ComparisonRecord, store: Store): void {
+    for (const id of ['viewer', 'profiles-card', 'bands', 'clusters']) {
+        byId(id).hidden = true;
+    }
+    const histogram = new Histogram(record, store);
+    new PointView(record, store);
+    setUpPrint({ store, viewer: null, profiles: null, histogram, doseVolume: null });
+    store.announce('criterion', 'part', 'appearance');
     document.documentElement.dataset.state = 'complete';
 }
 

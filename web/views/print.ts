@@ -20,8 +20,9 @@ function heightOfSheet(main: HTMLElement): number {
 
 export interface Printed {
     store: Store;
-    viewer: Viewer;
-    profiles: Profiles;
+    /** Null: the comparison is one of points. */
+    viewer: Viewer | null;
+    profiles: Profiles | null;
     histogram: Histogram;
     /** Null: the comparison has no structures. */
     doseVolume: DoseVolume | null;
@@ -38,16 +39,16 @@ export function setUpPrint({ store, viewer, profiles, histogram, doseVolume }: P
         root.classList.add('printing');
         applyTheme('light');
         store.flush();
-        viewer.drawForPrint(paper.width, slices.tallest);
+        viewer?.drawForPrint(paper.width, slices.tallest);
         withChartSize(chartSize, () => {
-            profiles.drawForPrint(Math.floor((paper.width - 36) / 3), 112);
+            profiles?.drawForPrint(Math.floor((paper.width - 36) / 3), 112);
             histogram.drawForPrint(Math.floor((paper.width - 44) / 2), 138);
             doseVolume?.drawForPrint(paper.width - 24, 300);
         });
         // What does not fit is taken from the slices first; then everything gets smaller.
         const surplus = heightOfSheet(main) - paper.height;
         if (surplus > 0) {
-            viewer.drawForPrint(paper.width, Math.max(slices.tallest - surplus, slices.lowest));
+            viewer?.drawForPrint(paper.width, Math.max(slices.tallest - surplus, slices.lowest));
         }
         const scale = Math.min(1, paper.height / heightOfSheet(main));
         main.style.setProperty('zoom', String(scale));

@@ -1,5 +1,5 @@
 import uPlot from 'uplot';
-import { axisEnds, axisNames, moved } from './axes';
+import { axisEnds, axisNames, longAxes, moved } from './axes';
 import { axis, Chart, drawRule, scaled } from './chart';
 import { notTested } from './comparison';
 import { byId, el, token } from './dom';
@@ -16,20 +16,25 @@ const height = 220;
 export class Profiles {
     private readonly charts: Chart[];
     private readonly titles: HTMLElement[];
+    private readonly axes: number[];
 
     constructor(
         private readonly model: Model,
         private readonly store: Store,
     ) {
-        this.titles = axisNames.map((name) => el('h3', { id: `profile-${name}-title` }));
-        const hosts = axisNames.map((name, a) => this.build(name, a));
-        byId('profiles').replaceChildren(...hosts.map((host, a) => el('div', {}, this.titles[a], host)));
-        this.charts = hosts.map((host, a) => new Chart(host, () => this.options(a), height));
+        this.axes = longAxes(model.record);
+        this.titles = this.axes.map((a) => el('h3', { id: `profile-${axisNames[a]}-title` }));
+        const hosts = this.axes.map((a) => this.build(axisNames[a], a));
+        const place = byId('profiles');
+        place.replaceChildren(...hosts.map((host, i) => el('div', {}, this.titles[i], host)));
+        place.dataset.count = String(hosts.length);
+        this.charts = hosts.map((host, i) => new Chart(host, () => this.options(this.axes[i]), height));
         store.subscribe((state, changes) => this.update(state, changes));
     }
 
     drawForPrint(width: number, tall: number): void {
-        this.charts.forEach((chart, a) => chart.create(this.data(a), width, tall));
+        const each = (width * axisNames.length) / this.axes.length;
+        this.charts.forEach((chart, i) => chart.create(this.data(this.axes[i]), each, tall));
     }
 
     private update(state: State, changes: Changes): void {
@@ -37,13 +42,14 @@ export class Profiles {
         if (!remade && !changes.has('cross')) {
             return;
         }
-        this.charts.forEach((chart, a) => {
+        this.charts.forEach((chart, i) => {
+            const a = this.axes[i];
             if (remade) {
                 chart.create(this.data(a));
             } else {
                 chart.setData(this.data(a));
             }
-            this.titles[a].textContent = this.title(a, state.cross);
+            this.titles[i].textContent = this.title(a, state.cross);
         });
     }
 
@@ -56,7 +62,7 @@ export class Profiles {
     }
 
     private title(a: number, cross: Triple): string {
-        const others = [0, 1, 2].filter((other) => other !== a);
+        const others = this.axes.filter((other) => other !== a);
         const at = others.map(
             (o) => `${axisNames[o]} = ${fixed(this.model.grid.coordinate(o, cross[o]), 1)} mm`,
         );
@@ -132,6 +138,17 @@ export class Profiles {
         return [x, dose];
     }
 
+    /** Detectors are dots, not a line. */
+    private dots(): Partial<uPlot.Series> {
+        if (!this.model.record.measurements?.reference) {
+            return { points: { show: false } };
+        }
+        return {
+            paths: () => null,
+            points: { show: true, size: scaled(6), fill: token('--reference') },
+        };
+    }
+
     private options(a: number): Omit<uPlot.Options, 'width' | 'height'> {
         const { model, store } = this;
         const { grid, record } = model;
@@ -166,7 +183,7 @@ export class Profiles {
                     scale: 'dose',
                     stroke: token('--reference'),
                     width: scaled(2),
-                    points: { show: false },
+                    ...this.dots(),
                     value: shown(decimals),
                 },
                 {

@@ -140,6 +140,22 @@ export interface Criterion {
     /** One for each structure of the record, in its order. */
     structures?: (PartResult | null)[] | null;
     outsideStructures?: PartResult | null;
+    /** Of each point; -1: not tested. */
+    pointGammas?: number[] | null;
+    /** 1, 0, or 255: not tested. */
+    pointVerdicts?: number[] | null;
+}
+
+/** Where doses were measured, or lie in a plane. */
+export interface MeasurementRecord {
+    kind: 'grid' | 'plane' | 'points';
+    /** Places, and how many of them have a dose. */
+    places: number;
+    measured: number;
+    points?: Triple[] | null;
+    /** Of the points, in dose units. */
+    doses?: number[] | null;
+    evaluationDoses?: (number | null)[] | null;
 }
 
 /** What is done to the evaluation, and what that gives. */
@@ -199,6 +215,12 @@ export interface ComparisonRecord {
     structures?: StructuresRecord | null;
     explanation?: ExplanationRecord | null;
     sweeps?: SweepRecord[] | null;
+    /** Absent: both are volumes; null where one is. */
+    measurements?: Record<Role, MeasurementRecord | null> | null;
+    /** "plane": in the plane of the first two axes; "points...": the reference is a list of points. */
+    searchSpace?: string | null;
+    /** Where a plane was put: through `at`, its axes along `right` and `up`. */
+    plane?: { name: string; at: Triple; right: Triple; up: Triple } | null;
     /** Shown above the results. */
     warnings?: string[] | null;
 }

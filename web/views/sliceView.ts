@@ -95,7 +95,8 @@ export class SliceView {
         const { reference, evaluation, record } = this.model;
         if (state.isodoses) {
             const normalisation = record.criteria[state.criterion].normalisationDose;
-            drawIsodoses(context, this.frame, slice, { reference, evaluation, normalisation });
+            const solid = this.model.hasGaps ? null : reference;
+            drawIsodoses(context, this.frame, slice, { reference: solid, evaluation, normalisation });
         }
         this.drawStructures(context, state, slice);
         if (state.crosshair) {
@@ -122,7 +123,9 @@ export class SliceView {
         const { grid } = this.model;
         const { normal, name } = this.plane;
         const place = `${axisNames[normal]} = ${fixed(grid.coordinate(normal, slice), 1)} mm`;
-        const count = `${slice + 1} / ${grid.size[normal]}`;
+        const isPlane = this.model.record.measurements?.reference?.kind === 'plane';
+        this.slider.hidden = isPlane;
+        const count = isPlane ? '' : `${slice + 1} / ${grid.size[normal]}`;
         this.caption.replaceChildren(place, el('span', { class: 'slice-count' }, count));
         this.slider.value = String(slice);
         this.slider.setAttribute('aria-valuetext', `${place}, slice ${count}`);
@@ -166,9 +169,11 @@ export class SliceView {
             case 'gamma': {
                 const gamma = model.gamma(state.criterion);
                 const grey = greyScale(criterion.normalisationDose);
+                // Between detectors the planned dose is seen.
+                const beneath = model.hasGaps ? model.evaluation : model.reference;
                 return (index) =>
                     !gamma || gamma.data[index] === notTested
-                        ? grey.colour(model.reference.value(index))
+                        ? grey.colour(beneath.value(index))
                         : scale.colour(gamma.value(index));
             }
         }

@@ -1,3 +1,4 @@
+import { longAxes } from './axes';
 import { byId, el } from './dom';
 import { bytes, fixed, none, plain, rate, unbroken, whole } from './format';
 import type { ComparisonRecord, Criterion, Role, Verdict } from './record';
@@ -170,14 +171,16 @@ function provenance(record: ComparisonRecord): HTMLElement[] {
         const file = record.files[role];
         const grid = record.grids[role];
         const maximum = grid.maximum;
+        const points = record.measurements?.[role]?.points;
+        const axes = longAxes(record, role);
         return el(
             'tr',
             {},
             el('th', { scope: 'row' }, role === 'reference' ? 'Reference' : 'Evaluation'),
             el('td', { class: 'path' }, file.path ?? file.name),
-            el('td', {}, grid.size.join(' × ')),
-            el('td', {}, grid.spacing.map(plain).join(' × ')),
-            el('td', {}, grid.origin.map((o) => fixed(o, 2)).join(', ')),
+            el('td', {}, points ? whole(points.length) : axes.map((a) => grid.size[a]).join(' × ')),
+            el('td', {}, points ? none : axes.map((a) => plain(grid.spacing[a])).join(' × ')),
+            el('td', {}, points ? none : grid.origin.map((o) => fixed(o, 2)).join(', ')),
             el('td', {}, maximum ? `${plain(maximum.dose)} ${unit}` : none),
             el('td', {}, file.bytes ? bytes(file.bytes) : none),
             el('td', { class: 'digest', title: file.sha256 ?? '' }, file.sha256?.slice(0, 16) ?? none),

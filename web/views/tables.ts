@@ -1,5 +1,5 @@
 import type { Analyses, DoseBand, MapCounts } from './analysis';
-import { axisNames } from './axes';
+import { axisNames, longAxes } from './axes';
 import type { Cluster } from './clusters';
 import { byId, el } from './dom';
 import { fixed, plain, signed, whole } from './format';
@@ -68,7 +68,7 @@ export class Tables {
     private clusterRow(cluster: Cluster, i: number, criterion: Criterion): HTMLElement {
         const { grid } = this.model;
         const volume = (cluster.voxels * grid.spacing[0] * grid.spacing[1] * grid.spacing[2]) / 1000;
-        const sides = [0, 1, 2].map((a) =>
+        const sides = longAxes(this.model.record).map((a) =>
             plain(Math.round(10 * (cluster.to[a] - cluster.from[a] + 1) * grid.spacing[a]) / 10),
         );
         const position = grid.position(cluster.peak);

@@ -1,5 +1,5 @@
 import { arrange, type Space } from './arrangement';
-import { planes } from './axes';
+import { shownPlanes } from './axes';
 import { css, layerScale } from './colour';
 import { byId, el } from './dom';
 import { plain } from './format';
@@ -41,7 +41,7 @@ export class Viewer {
         maximumDose: number,
     ) {
         this.maximumDose = maximumDose;
-        this.views = planes(model.record).map((plane) => new SliceView(plane, model, store, this.box()));
+        this.views = shownPlanes(model.record).map((plane) => new SliceView(plane, model, store, this.box()));
         this.host.append(...this.views.map((v) => v.element));
         this.buildLayers();
         this.buildWindow();

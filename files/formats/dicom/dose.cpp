@@ -6,7 +6,7 @@
 
 #include "files/error.h"
 #include "files/fileFormat.h"
-#include "files/formats/dicom/file.h"
+#include "files/formats/dicom/identity.h"
 #include "files/formats/dicom/pixels.h"
 #include "files/orientation.h"
 #include "files/text.h"
@@ -21,48 +21,18 @@ namespace tags
 {
 constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
 constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
-constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
-constexpr DicomTag modality{0x00080060, "Modality"};
-constexpr DicomTag manufacturer{0x00080070, "Manufacturer"};
-constexpr DicomTag seriesDescription{0x0008103E, "Series Description"};
-constexpr DicomTag patientName{0x00100010, "Patient's Name"};
-constexpr DicomTag patientId{0x00100020, "Patient ID"};
-constexpr DicomTag patientBirthDate{0x00100030, "Patient's Birth Date"};
 constexpr DicomTag sliceThickness{0x00180050, "Slice Thickness"};
 constexpr DicomTag imagePosition{0x00200032, "Image Position (Patient)"};
 constexpr DicomTag imageOrientation{0x00200037, "Image Orientation (Patient)"};
-constexpr DicomTag frameOfReference{0x00200052, "Frame of Reference UID"};
 constexpr DicomTag pixelSpacing{0x00280030, "Pixel Spacing"};
 constexpr DicomTag doseUnits{0x30040002, "Dose Units"};
-constexpr DicomTag doseType{0x30040004, "Dose Type"};
-constexpr DicomTag doseComment{0x30040006, "Dose Comment"};
-constexpr DicomTag summationType{0x3004000A, "Dose Summation Type"};
 constexpr DicomTag frameOffsets{0x3004000C, "Grid Frame Offset Vector"};
 constexpr DicomTag doseGridScaling{0x3004000E, "Dose Grid Scaling"};
-constexpr DicomTag planLabel{0x300A0002, "RT Plan Label"};
 } // namespace tags
-
-DicomIdentity identityOf(const DicomValues& values)
-{
-    DicomIdentity identity;
-    identity.modality = values.text(tags::modality);
-    identity.summationType = values.text(tags::summationType);
-    identity.doseType = values.text(tags::doseType);
-    identity.planLabel = values.text(tags::planLabel);
-    identity.seriesDescription = values.text(tags::seriesDescription);
-    identity.doseComment = values.text(tags::doseComment);
-    identity.manufacturer = values.text(tags::manufacturer);
-    identity.frameOfReference = values.text(tags::frameOfReference);
-    identity.sopInstance = values.text(tags::sopInstance);
-    identity.patientName = values.text(tags::patientName);
-    identity.patientId = values.text(tags::patientId);
-    identity.patientBirthDate = values.text(tags::patientBirthDate);
-    return identity;
-}
 
 /** How the frames of an image follow one another. */
 struct Frames {
-    double spacing;   ///< mm, > 0
+    double spacing;   ///< mm; 0: one frame, which tells no thickness
     double direction; ///< +1: along the normal of the first one, -1: against it
 };
 
@@ -87,10 +57,16 @@ double evenStep(const std::vector<double>& offsets)
     return step;
 }
 
+/** Of a single frame, mm; 0 where it tells none. */
+double thicknessOf(const DicomValues& values)
+{
+    return values.has(tags::sliceThickness) ? values.number(tags::sliceThickness) : 0;
+}
+
 Frames framesOf(const DicomValues& values, std::size_t count, double positionZ, double normalZ)
 {
     if (count == 1 && !values.has(tags::frameOffsets)) {
-        return {values.number(tags::sliceThickness), 1};
+        return {thicknessOf(values), 1};
     }
     const std::vector<double> offsets = values.numbers(tags::frameOffsets, count);
     const bool isAbsolute = offsets[0] != 0;
@@ -99,7 +75,7 @@ Frames framesOf(const DicomValues& values, std::size_t count, double positionZ, 
                "the first frame");
     }
     if (count == 1) {
-        return {values.number(tags::sliceThickness), 1};
+        return {thicknessOf(values), 1};
     }
     const double step = evenStep(offsets);
     // Absolute offsets are positions along the patient's axis, relative ones along the normal.
@@ -125,7 +101,8 @@ StoredGeometry geometryOf(const DicomValues& values)
         component *= frames.direction;
     }
     // Pixel Spacing names the distance between rows first.
-    stored.spacing = {spacing[1], spacing[0], frames.spacing};
+    const bool isPlane = frameCount == 1 && frames.spacing == 0;
+    stored.spacing = {spacing[1], spacing[0], isPlane ? planeThickness : frames.spacing};
     return stored;
 }
 
@@ -133,7 +110,7 @@ void checkIsDose(const DicomFile& file)
 {
     constexpr std::string_view doseStorage = "1.2.840.10008.5.1.4.1.1.481.2";
     const DicomValues values = file.values();
-    const std::string modality = values.text(tags::modality);
+    const std::string modality = values.text(dicomTags::modality);
     const bool isDose = values.text(tags::sopClass) == doseStorage ||
                         file.metaValues().text(tags::metaSopClass) == doseStorage ||
                         modality == "RTDOSE";
@@ -169,15 +146,14 @@ double scalingOf(const DicomValues& values)
 
 } // namespace
 
-DoseImage readDicomDose(ByteView bytes, const Host& host)
+DoseImage readDicomDose(const DicomFile& file, const Host& host)
 {
-    const DicomFile file = openDicomFile(bytes, host.deflate);
     const DicomValues values = file.values();
     checkIsDose(file);
     DoseImage dose;
     dose.format = formatName(FileFormat::dicom);
     dose.isRelative = unitsAreRelative(values);
-    dose.dicom = identityOf(values);
+    dose.dicom = dicomIdentity(values);
     const double scaling = scalingOf(values);
     const DicomPixelFormat format = dicomPixelFormat(values);
     const StoredGeometry stored = geometryOf(values);
@@ -185,6 +161,10 @@ DoseImage readDicomDose(ByteView bytes, const Host& host)
     dose.image =
         toPatientAxes(stored, dicomPixels(file, format, voxels,
                                           static_cast<std::size_t>(stored.size[2]), scaling, host));
+    if (stored.size[2] == 1 && thicknessOf(values) == 0) {
+        Measurement& plane = dose.measurement.emplace();
+        plane.isInSpace = true;
+    }
     return dose;
 }
 

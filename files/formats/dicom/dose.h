@@ -5,13 +5,14 @@
 #ifndef ZARNGI_FILES_FORMATS_DICOM_DOSE_H
 #define ZARNGI_FILES_FORMATS_DICOM_DOSE_H
 
+#include "files/formats/dicom/file.h"
 #include "files/readDose.h"
 
 namespace files
 {
 
-/** Reads a DICOM RT Dose, packed by gzip or not. @throws Refusal */
-DoseImage readDicomDose(ByteView file, const Host& host);
+/** Reads a DICOM RT Dose; one frame without a thickness is a plane. @throws Refusal */
+DoseImage readDicomDose(const DicomFile& file, const Host& host);
 
 } // namespace files
 

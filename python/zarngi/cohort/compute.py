@@ -13,6 +13,7 @@ from typing import Any
 import zarngi
 
 from .._grid import DoseGrid
+from .._points import DosePoints
 from .._result import GammaResult
 from .._structure_result import StructureResults
 from .._structures import StructureSet
@@ -134,7 +135,7 @@ def _compute(task: Task, threads: int) -> Outcome:
     )
 
 
-def _read_both(work: _Work) -> tuple[DoseGrid, DoseGrid]:
+def _read_both(work: _Work) -> tuple[DoseGrid | DosePoints, DoseGrid | DosePoints]:
     start = time.perf_counter()
     try:
         reference = _read(work, "reference")
@@ -148,7 +149,7 @@ def _read_both(work: _Work) -> tuple[DoseGrid, DoseGrid]:
 
 @dataclass
 class _Read:
-    grid: DoseGrid
+    grid: DoseGrid | DosePoints
     is_relative: bool
 
 
@@ -207,7 +208,12 @@ def _chosen(work: _Work, found: StructureSet) -> StructureSet | None:
     return found.select(*there)
 
 
-def _search(work: _Work, reference: DoseGrid, evaluation: DoseGrid, threads: int) -> list[Row]:
+def _search(
+    work: _Work,
+    reference: DoseGrid | DosePoints,
+    evaluation: DoseGrid | DosePoints,
+    threads: int,
+) -> list[Row]:
     rows = []
     settings = work.task.settings
     structures = _read_structures(work) if settings.structures is not None else None

@@ -69,6 +69,15 @@ class Bytes(ctypes.Structure):
     _fields_ = [("data", ctypes.c_void_p), ("size", ctypes.c_size_t)]
 
 
+class TableUnits(ctypes.Structure):
+    """Mirror of `zarnGIHost_TableUnits`."""
+
+    _fields_ = [("gray", ctypes.c_double), ("millimetres", ctypes.c_double)]
+
+
+#: Of tables that do not tell their units.
+NO_UNITS = TableUnits(0, 0)
+
 _FindFile = ctypes.CFUNCTYPE(
     ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p, ctypes.POINTER(ctypes.c_size_t)
 )
@@ -81,10 +90,21 @@ _VOLUME_P = ctypes.POINTER(Volume)
 _SIZE_P = ctypes.POINTER(ctypes.c_size_t)
 
 _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
-    "readDose": (ctypes.c_int, [ctypes.c_char_p, _DOSE_P, _ERROR_P]),
-    "readDoseFromMemory": (
+    "readAnyDose": (
         ctypes.c_int,
-        [ctypes.c_void_p, ctypes.c_size_t, _FindFile, ctypes.c_void_p, _DOSE_P, _ERROR_P],
+        [ctypes.c_char_p, ctypes.POINTER(TableUnits), _DOSE_P, _ERROR_P],
+    ),
+    "readAnyDoseFromMemory": (
+        ctypes.c_int,
+        [
+            ctypes.c_void_p,
+            ctypes.c_size_t,
+            _FindFile,
+            ctypes.c_void_p,
+            ctypes.POINTER(TableUnits),
+            _DOSE_P,
+            _ERROR_P,
+        ],
     ),
     "freeDose": (None, [_DOSE]),
     "getGrid": (ctypes.c_int, [_DOSE, ctypes.POINTER(ctypes.c_int), _TRIPLE_P, _TRIPLE_P]),
@@ -145,6 +165,11 @@ class Dose:
         }
 
     @property
+    def handle(self) -> ctypes.c_void_p:
+        """What the library knows it by."""
+        return self._handle
+
+    @property
     def is_relative(self) -> bool:
         """Whether the doses are relative to a value that the file does not tell."""
         return bool(_host.zarnGIHost_getFact(self._handle, _IS_RELATIVE))
@@ -167,8 +192,8 @@ class Dose:
             index += 1
 
 
-def read_file(path: str) -> Dose:
-    """Read a dose file.
+def read_file(path: str, units: TableUnits = NO_UNITS) -> Dose:
+    """Read a dose file: a volume, a plane or points.
 
     Raises
     ------
@@ -178,12 +203,14 @@ def read_file(path: str) -> Dose:
         When the file cannot be opened or read.
     """
     handle, error = ctypes.c_void_p(), Error()
-    status = _host.zarnGIHost_readDose(path_bytes(path), handle, error)
+    status = _host.zarnGIHost_readAnyDose(path_bytes(path), units, handle, error)
     check(status, error, path)
     return Dose(handle)
 
 
-def read_memory(name: str, data: Any, files: Mapping[str, Any]) -> Dose:
+def read_memory(
+    name: str, data: Any, files: Mapping[str, Any], units: TableUnits = NO_UNITS
+) -> Dose:
     """Read a dose from the contents of a file.
 
     Parameters
@@ -194,11 +221,13 @@ def read_memory(name: str, data: Any, files: Mapping[str, Any]) -> Dose:
         The contents.
     files : mapping of str to bytes-like
         The files that a header may name.
+    units : TableUnits
+        Of tables that do not tell theirs.
     """
     contents = np.frombuffer(data, np.uint8)
     handle, error = ctypes.c_void_p(), Error()
-    status = _host.zarnGIHost_readDoseFromMemory(
-        contents.ctypes.data, contents.size, _finder(files), None, handle, error
+    status = _host.zarnGIHost_readAnyDoseFromMemory(
+        contents.ctypes.data, contents.size, _finder(files), None, units, handle, error
     )
     check(status, error, name)
     return Dose(handle)

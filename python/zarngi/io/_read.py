@@ -1,4 +1,4 @@
-"""`read` and `read_bytes`: dose grids from files and from memory."""
+"""`read` and `read_bytes`: doses from files and from memory."""
 
 from __future__ import annotations
 
@@ -6,22 +6,33 @@ import os
 import warnings
 from collections.abc import Mapping
 from pathlib import Path
+from typing import Literal
 
-import numpy as np
-
+from .. import _checks
 from .._grid import DoseGrid
-from . import _host
+from .._points import DosePoints
+from . import _host, _measurements
 from ._errors import FormatError, FormatWarning
 
 #: What a bytes-like object is called here; the typing module of Python 3.11 has no name for it.
 BytesLike = bytes | bytearray | memoryview
 
+DoseUnit = Literal["Gy", "cGy"]
+LengthUnit = Literal["mm", "cm"]
 
-def read(path: str | os.PathLike[str], *, allow_relative: bool = False) -> DoseGrid:
-    """Read a dose grid from a file.
+
+def read(
+    path: str | os.PathLike[str],
+    *,
+    allow_relative: bool = False,
+    dose_unit: DoseUnit | None = None,
+    length_unit: LengthUnit | None = None,
+) -> DoseGrid | DosePoints:
+    """Read doses from a file.
 
     The contents, not the name, tell the format: DICOM RT Dose, NIfTI (.nii, .nii.gz, .hdr with
-    .img), MetaImage (.mha, .mhd) or NRRD (.nrrd, .nhdr).
+    .img), MetaImage (.mha, .mhd) or NRRD (.nrrd, .nhdr); measured planes and points: texts of
+    detector arrays, extracted planes, tables, DICOM RT Image.
 
     Parameters
     ----------
@@ -29,12 +40,18 @@ def read(path: str | os.PathLike[str], *, allow_relative: bool = False) -> DoseG
         The file.
     allow_relative : bool
         Whether to read DICOM doses in relative units, as if they were Gy.
+    dose_unit : {"Gy", "cGy"}, optional
+        Of tables that do not tell theirs, which are refused otherwise.
+    length_unit : {"mm", "cm"}, optional
+        Likewise; by default mm, with a warning.
 
     Returns
     -------
-    DoseGrid
+    DoseGrid or DosePoints
         float32, in the patient's axes whatever the orientation in the file: x to the left, y to the
-        back, z to the head (mm). Doses are scaled to Gy.
+        back, z to the head (mm). Doses are scaled to Gy. A measured plane has two dimensions, x to
+        the right and y up; its `measured` tells where there are detectors. Points on no raster are
+        `DosePoints`.
 
     Raises
     ------
@@ -50,7 +67,8 @@ def read(path: str | os.PathLike[str], *, allow_relative: bool = False) -> DoseG
         When something was taken for granted that the file does not tell, such as the orientation.
     """
     name = str(Path(path))
-    return dose_grid(name, _host.read_file(name), allow_relative)
+    units = table_units(dose_unit, length_unit)
+    return dose_grid(name, _host.read_file(name, units), allow_relative)
 
 
 def read_bytes(
@@ -58,8 +76,10 @@ def read_bytes(
     *,
     files: Mapping[str, BytesLike] | None = None,
     allow_relative: bool = False,
-) -> DoseGrid:
-    """Read a dose grid from the contents of a file in memory.
+    dose_unit: DoseUnit | None = None,
+    length_unit: LengthUnit | None = None,
+) -> DoseGrid | DosePoints:
+    """Read doses from the contents of a file in memory.
 
     Parameters
     ----------
@@ -70,10 +90,12 @@ def read_bytes(
         the data file of a NIfTI pair, which its header does not name, is ``""``.
     allow_relative : bool
         As of `read`.
+    dose_unit, length_unit : str, optional
+        As of `read`.
 
     Returns
     -------
-    DoseGrid
+    DoseGrid or DosePoints
         As of `read`.
 
     Raises
@@ -87,11 +109,24 @@ def read_bytes(
         As of `read`.
     """
     name = "<bytes>"
-    return dose_grid(name, _host.read_memory(name, data, files or {}), allow_relative)
+    units = table_units(dose_unit, length_unit)
+    return dose_grid(name, _host.read_memory(name, data, files or {}, units), allow_relative)
 
 
-def dose_grid(name: str, dose: _host.Dose, allow_relative: bool) -> DoseGrid:
-    """The grid of a dose that was read; it looks at the library's memory.
+def table_units(dose_unit: str | None, length_unit: str | None) -> _host.TableUnits:
+    """Units as the library takes them."""
+    gray = {"Gy": 1.0, "cGy": 1 / 100}
+    millimetres = {"mm": 1.0, "cm": 10.0}
+    return _host.TableUnits(
+        0 if dose_unit is None else gray[_checks.choice("dose_unit", dose_unit, tuple(gray))],
+        0
+        if length_unit is None
+        else millimetres[_checks.choice("length_unit", length_unit, tuple(millimetres))],
+    )
+
+
+def dose_grid(name: str, dose: _host.Dose, allow_relative: bool) -> DoseGrid | DosePoints:
+    """What was read; it looks at the library's memory.
 
     The warnings point at the caller of the function that calls this one.
     """
@@ -101,4 +136,4 @@ def dose_grid(name: str, dose: _host.Dose, allow_relative: bool) -> DoseGrid:
         )
     for warning in dose.warnings():
         warnings.warn(f"{name}: {warning}", FormatWarning, stacklevel=3)
-    return DoseGrid(np.asarray(dose), dose.spacing, dose.origin, dose.frame_of_reference)
+    return _measurements.distribution(dose)

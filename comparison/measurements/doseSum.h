@@ -1,0 +1,35 @@
+/**
+ * @file doseSum.h
+ * Doses that are put together from several files, and rescaled.
+ */
+#ifndef ZARNGI_COMPARISON_MEASUREMENTS_DOSESUM_H
+#define ZARNGI_COMPARISON_MEASUREMENTS_DOSESUM_H
+
+#include <string>
+#include <vector>
+
+#include "comparison/doseImage.h"
+
+namespace zarngi
+{
+
+/** A factor as it is given: a number, or a fraction like 1/33; above 0. */
+struct DoseFactor {
+    std::string text; ///< empty: none was given
+    double value = 1;
+};
+
+/** @param option that it was given with, for the message. @throws UsageError */
+DoseFactor parseFactor(const std::string& option, const std::string& text);
+
+/**
+ * (dose + others) * factor: in double precision, in the order of the files, rounded once. Places
+ * that one of them has no dose for have none.
+ * @param others are left without their values.
+ * @throws InputError when one lies on another grid, in another frame, or holds other units.
+ */
+void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& factor);
+
+} // namespace zarngi
+
+#endif

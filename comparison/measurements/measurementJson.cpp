@@ -1,0 +1,137 @@
+#include "comparison/measurements/measurementJson.h"
+
+#include <nlohmann/json.hpp>
+
+#include "comparison/doseJson.h"
+#include "comparison/doseSampling.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+const char* nameOf(files::Measurement::Kind kind)
+{
+    switch (kind) {
+    case files::Measurement::Kind::grid:
+        return "grid";
+    case files::Measurement::Kind::plane:
+        return "plane";
+    case files::Measurement::Kind::points:
+        break;
+    }
+    return "points";
+}
+
+const char* nameOf(SearchSpace space)
+{
+    switch (space) {
+    case SearchSpace::volume:
+        return "volume";
+    case SearchSpace::plane:
+        return "plane";
+    case SearchSpace::points:
+        return "points";
+    case SearchSpace::pointsInPlane:
+        break;
+    }
+    return "points in a plane";
+}
+
+Json placeJson(const files::PlanePlace& place)
+{
+    return {{"at", place.at}, {"right", place.right}, {"up", place.up}};
+}
+
+Json makingJson(const DoseMaking& making, const FileDigests& digests)
+{
+    Json added = Json::array();
+    for (const DoseImage& dose : making.added) {
+        added.push_back(fileJson(dose, digests));
+    }
+    return {{"added", added}, {"factor", making.factor.value}, {"factorText", making.factor.text}};
+}
+
+Json normalisationJson(const Comparison& comparison)
+{
+    const NormalisationRequest& request = comparison.normalisationRequest;
+    const char* const kind = request.isEvaluation       ? "evaluation maximum"
+                             : !request.at.empty()      ? "reference dose at a position"
+                             : request.dose.has_value() ? "given"
+                                                        : "reference maximum";
+    Json json = {{"kind", kind}, {"dose", comparison.normalisation()}};
+    if (!request.at.empty()) {
+        json["position"] = request.at;
+    }
+    return json;
+}
+
+/** At the points; null where the evaluation has none. */
+Json evaluationDoses(const Comparison& comparison)
+{
+    const DoseView evaluation = viewOf(comparison.evaluation.image);
+    Json doses = Json::array();
+    for (const Vec3& point : comparison.reference.measurement->points) {
+        const AxisPlace x = placeOf(evaluation.geometry, 0, point[0]);
+        const AxisPlace y = placeOf(evaluation.geometry, 1, point[1]);
+        const AxisPlace z = placeOf(evaluation.geometry, 2, point[2]);
+        const bool isInside = x.isInside && y.isInside && z.isInside;
+        doses.push_back(isInside ? Json(static_cast<float>(doseAt(evaluation, x, y, z)))
+                                 : Json(nullptr));
+    }
+    return doses;
+}
+
+} // namespace
+
+nlohmann::ordered_json measurementJson(const DoseImage& dose)
+{
+    if (!dose.measurement) {
+        return nullptr;
+    }
+    const files::Measurement& measurement = *dose.measurement;
+    const std::size_t places = dose.image.values.size();
+    Json json = {{"kind", nameOf(measurement.kind)},
+                 {"inSpace", measurement.isInSpace},
+                 {"places", places},
+                 {"measured", places - measurement.gaps}};
+    if (measurement.place) {
+        json["place"] = placeJson(*measurement.place);
+    }
+    if (dose.isPoints()) {
+        json["points"] = measurement.points;
+    }
+    return json;
+}
+
+void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison)
+{
+    Json& making = document["doses"];
+    making = {{"reference", makingJson(comparison.referenceMaking, comparison.digests)},
+              {"evaluation", makingJson(comparison.evaluationMaking, comparison.digests)}};
+    document["normalisation"] = normalisationJson(comparison);
+    document["searchSpace"] = nameOf(comparison.placed.space);
+    if (comparison.placed.place) {
+        document["plane"] = placeJson(*comparison.placed.place);
+        document["plane"]["name"] = comparison.placed.placeName;
+    }
+    const Json reference = measurementJson(comparison.reference);
+    const Json evaluation = measurementJson(comparison.evaluation);
+    if (!reference.is_null() || !evaluation.is_null()) {
+        document["measurements"] = {{"reference", reference}, {"evaluation", evaluation}};
+    }
+    if (!arePoints(comparison.placed.space)) {
+        return;
+    }
+    document["measurements"]["reference"]["doses"] = comparison.reference.image.values;
+    document["measurements"]["reference"]["evaluationDoses"] = evaluationDoses(comparison);
+    for (std::size_t i = 0; i < comparison.results.size(); ++i) {
+        document["criteria"][i]["pointGammas"] = comparison.results[i].gamma;
+        document["criteria"][i]["pointVerdicts"] = comparison.results[i].passed;
+    }
+}
+
+} // namespace zarngi

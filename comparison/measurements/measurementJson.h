@@ -1,0 +1,23 @@
+/**
+ * @file measurementJson.h
+ * Planes, points and how they were compared, as parts of JSON documents.
+ */
+#ifndef ZARNGI_COMPARISON_MEASUREMENTS_MEASUREMENTJSON_H
+#define ZARNGI_COMPARISON_MEASUREMENTS_MEASUREMENTJSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "comparison/comparison.h"
+
+namespace zarngi
+{
+
+/** What a file of measured places holds; null: a volume. */
+nlohmann::ordered_json measurementJson(const DoseImage& dose);
+
+/** Adds to the record of a comparison what it has of measurements, sums, factors and places. */
+void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,23 @@
+/**
+ * @file identity.h
+ * What DICOM files say about themselves.
+ */
+#ifndef ZARNGI_FILES_FORMATS_DICOM_IDENTITY_H
+#define ZARNGI_FILES_FORMATS_DICOM_IDENTITY_H
+
+#include "files/doseImage.h"
+#include "files/formats/dicom/values.h"
+
+namespace files
+{
+
+namespace dicomTags
+{
+inline constexpr DicomTag modality{0x00080060, "Modality"};
+}
+
+DicomIdentity dicomIdentity(const DicomValues& values);
+
+} // namespace files
+
+#endif

@@ -1,0 +1,38 @@
+/**
+ * @file tables.h
+ * The readers of texts that hold measured doses, or planned ones in a plane.
+ */
+#ifndef ZARNGI_FILES_MEASUREMENTS_TABLES_H
+#define ZARNGI_FILES_MEASUREMENTS_TABLES_H
+
+#include "files/fileFormat.h"
+#include "files/readDose.h"
+
+namespace files
+{
+
+/**
+ * A detector array, cylinder or plane: the section "Dose Counts", in cGy, of the sections that each
+ * begin with a head and end with the lines of their columns. 0 means that there is no detector.
+ * Flags of detectors exclude none, as their meaning is not documented.
+ * @throws Refusal
+ */
+DoseImage readDetectorArray(ByteView file);
+
+/** A plane that was extracted from a plan: head lines "*Key:", a matrix behind "*Y\X". @throws
+ * Refusal */
+DoseImage readExtractedPlane(ByteView file);
+
+/**
+ * A matrix with coordinates along its top and left edges, where an empty cell is no detector; or
+ * columns x, y[, z], dose. Cells are set apart by tabs, semicolons, commas or blanks.
+ * @throws Refusal
+ */
+DoseImage readPlainTable(ByteView file, const TableUnits& units);
+
+/** Any of them, told by the format. @throws Refusal */
+DoseImage readTable(FileFormat format, ByteView file, const TableUnits& units);
+
+} // namespace files
+
+#endif

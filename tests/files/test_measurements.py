@@ -1,0 +1,172 @@
+"""
+Every row of the table of planes and points, through the program and through the package: the doses to
+the bit at their places, with the warnings; or one sentence in both.
+"""
+
+import json
+import subprocess
+import warnings
+
+import numpy as np
+import pytest
+import zarngi
+
+from answers import PROGRAM, digest
+from variants_measurements import PLANE, ROWS, THIN, Plane, Points, dicom_image, matrix
+
+CUT = "does not end with the end of a line; it may be cut short"
+ROWS_BY_NAME = {row.name: row for row in ROWS}
+
+
+def test_rows_have_names_of_their_own():
+    assert len(ROWS_BY_NAME) == len(ROWS)
+
+
+def by_program(path, units):
+    options = [text for option, unit in zip(("--dose-unit", "--length-unit"), units) if unit
+               for text in (option, unit)]
+    run = subprocess.run([PROGRAM, "info", "--json", path, *options], capture_output=True, text=True,
+                         timeout=60, check=False)
+    if run.returncode == 0:
+        return json.loads(run.stdout)
+    prefix = f"zarngi: {path}: "
+    assert run.returncode == 1 and run.stdout == "" and run.stderr.startswith(prefix), run
+    return run.stderr[len(prefix) : -1]
+
+
+def by_package(path, units):
+    with warnings.catch_warnings(record=True) as caught:
+        warnings.simplefilter("always")
+        try:
+            dose = zarngi.read(path, dose_unit=units[0], length_unit=units[1])
+        except zarngi.FormatError as error:
+            assert str(error).startswith(f"{path}: ")
+            return str(error)[len(path) + 2 :], ()
+    return dose, tuple(str(w.message)[len(path) + 2 :] for w in caught)
+
+
+def check_plane(told, dose, plane):
+    count = plane.values.size
+    measured = count if plane.measured is None else int(plane.measured.sum())
+    assert told["measurement"] == {
+        "kind": "plane", "inSpace": False, "places": count, "measured": measured,
+    }
+    assert told["grid"]["size"] == [*plane.values.shape[::-1], 1]
+    assert told["grid"]["spacing"] == [*plane.spacing, THIN]
+    assert told["grid"]["origin"] == [*plane.origin, 0]
+    assert isinstance(dose, zarngi.DoseGrid)
+    assert (dose.shape, dose.spacing, dose.origin) == (
+        plane.values.shape, plane.spacing, plane.origin)
+    np.testing.assert_array_equal(dose.dose, plane.values)
+    if plane.measured is None:
+        assert dose.measured is None
+    else:
+        np.testing.assert_array_equal(dose.measured, plane.measured)
+
+
+def check_points(told, dose, points):
+    axes = len(points.positions[0])
+    expected = [[*place, *([0.0] * (3 - axes))] for place in points.positions]
+    assert told["measurement"]["kind"] == "points"
+    assert told["measurement"]["inSpace"] == (axes == 3)
+    assert told["measurement"]["points"] == expected
+    assert isinstance(dose, zarngi.DosePoints)
+    np.testing.assert_array_equal(dose.positions, np.array(points.positions))
+    np.testing.assert_array_equal(dose.dose, np.array(points.values, np.float32))
+
+
+@pytest.mark.parametrize("name", ROWS_BY_NAME)
+def test_measurement(tmp_path, name):
+    row = ROWS_BY_NAME[name]
+    path = str(tmp_path / "measured")
+    (tmp_path / "measured").write_bytes(row.contents)
+    told = by_program(path, row.units)
+    dose, caught = by_package(path, row.units)
+    if not isinstance(row.expected, (Plane, Points)):
+        assert told == row.expected
+        assert dose == row.expected
+        return
+    check = check_plane if isinstance(row.expected, Plane) else check_points
+    check(told, dose, row.expected)
+    assert tuple(told["warnings"]) == caught == row.expected.warnings
+    values = dose.dose if isinstance(row.expected, Points) else row.expected.values
+    assert told["dosesSha256"] == digest(np.asarray(values))
+
+
+def test_many_points_need_a_raster(tmp_path):
+    path = tmp_path / "points.csv"
+    places = np.random.default_rng(5).uniform(-100, 100, (10001, 3))
+    lines = [",".join(f"{n:.4f}" for n in (*place, 1)) for place in places]
+    path.write_text("\n".join(["x (mm),y,z,dose (Gy)", *lines]))
+    sentence = "has 10 001 points that form no raster; up to 10 000 are searched one by one"
+    assert by_program(str(path), (None, None)) == sentence
+    path.write_text("\n".join(["x (mm),y,z,dose (Gy)", *lines[:10000]]))
+    assert zarngi.read(path).shape == (10000,)
+
+
+def test_cut_and_damaged_tables_end_in_a_sentence(tmp_path):
+    """No table that ends within a row is read without a warning, and damage ends in words."""
+    whole = matrix()
+    path = tmp_path / "cut.txt"
+    for end in range(len(whole)):
+        path.write_bytes(whole[:end])
+        dose, warned = by_package(str(path), (None, None))
+        # A number that is cut between its digits is a number.
+        assert isinstance(dose, str) or whole[end - 1] == 10 or CUT in warned, whole[:end]
+    random = np.random.default_rng(3)
+    for _ in range(300):
+        damaged = bytearray(whole)
+        for position in random.integers(0, len(whole), 3):
+            damaged[position] = random.integers(0, 256)
+        path.write_bytes(damaged)
+        dose, _ = by_package(str(path), (None, None))
+        if not isinstance(dose, str):
+            assert np.isfinite(dose.dose).all()
+
+
+PLACED = {
+    "PatientPosition": "HFS", "GantryAngle": 30, "IsocenterPosition": [1, -2.5, 3],
+    "RadiationMachineSAD": 1000, "RTImageSID": 1000, "PatientSupportAngle": 0,
+}
+
+
+@pytest.mark.parametrize(
+    ("changes", "is_placed"),
+    [
+        ({}, True),
+        ({"PatientPosition": "HFP"}, False),
+        ({"RTImageSID": 1500}, False),
+        ({"PatientSupportAngle": 10}, False),
+        ({"IsocenterPosition": ""}, False),
+    ],
+)
+def test_place_of_an_image(tmp_path, changes, is_placed):
+    path = tmp_path / "image.dcm"
+    path.write_bytes(dicom_image(**(PLACED | changes)))
+    measurement = by_program(str(path), (None, None))["measurement"]
+    assert ("place" in measurement) == is_placed
+    if is_placed:
+        place = measurement["place"]
+        assert place["at"] == [1, -2.5, 3] and place["up"] == [0, 0, 1]
+        np.testing.assert_allclose(place["right"], [np.cos(np.pi / 6), 0.5, 0], atol=1e-11)
+    # A large enough volume: the image is searched at its own place, or refused for want of one.
+    volume = zarngi.DoseGrid(np.full((9, 9, 9), 30, np.float32), 10, (-40, -40, -40))
+    zarngi.write(tmp_path / "volume.mha", volume.dose, volume)
+    run = subprocess.run([PROGRAM, "compare", path, tmp_path / "volume.mha", "--json", "-"],
+                         capture_output=True, text=True, check=False)
+    if not is_placed:
+        assert "tells no place in the patient; --plane and --at give it" in run.stderr
+        return
+    record = json.loads(run.stdout)
+    assert record["plane"]["name"] == "that of its file"
+    first = record["measurements"]["reference"]["points"][0]
+    expected = [1 - 15 * np.cos(np.pi / 6), -2.5 - 15 * 0.5, 3 - 2]
+    np.testing.assert_allclose(first, expected, atol=1e-6)
+
+
+def test_tables_come_through_pipes(tmp_path):
+    whole = matrix()
+    script = f"cat {tmp_path}/table | {PROGRAM} info --json /dev/stdin"
+    (tmp_path / "table").write_bytes(whole)
+    run = subprocess.run(["sh", "-c", script], capture_output=True, text=True, check=True)
+    assert json.loads(run.stdout)["dosesSha256"] == digest(PLANE)
