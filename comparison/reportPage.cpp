@@ -47,19 +47,6 @@ std::string gammaName(std::size_t index)
     return "gamma-" + std::to_string(index);
 }
 
-/** Doses as the page stores them; none where there is no detector. */
-std::vector<std::int16_t> wordsOf(const DoseImage& dose, int decimals)
-{
-    std::vector<std::int16_t> words = storedDoses(dose.image.values, decimals);
-    if (dose.measurement) {
-        const std::vector<unsigned char>& isMeasured = dose.measurement->isMeasured;
-        for (std::size_t i = 0; i < isMeasured.size(); ++i) {
-            words[i] = isMeasured[i] != 0 ? words[i] : notStored;
-        }
-    }
-    return words;
-}
-
 /** None of points: their doses stand in the record. */
 std::vector<Volume> volumesOf(const Comparison& comparison)
 {
@@ -68,7 +55,7 @@ std::vector<Volume> volumesOf(const Comparison& comparison)
     }
     const int decimals = pageDoseDecimals(comparison);
     const auto stored = [decimals](const DoseImage& dose) {
-        return [&dose, decimals] { return wordsOf(dose, decimals); };
+        return [&dose, decimals] { return pageDoses(dose, decimals); };
     };
     std::vector<Volume> volumes = {
         {"reference", "dose", "reference", decimals, stored(comparison.reference)},
@@ -139,6 +126,18 @@ int pageDoseDecimals(const Comparison& comparison)
 {
     return doseDecimals(std::max(largestMagnitude(comparison.referenceExtremes),
                                  largestMagnitude(comparison.evaluationExtremes)));
+}
+
+std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals)
+{
+    std::vector<std::int16_t> words = storedDoses(dose.image.values, decimals);
+    if (dose.measurement) {
+        const std::vector<unsigned char>& isMeasured = dose.measurement->isMeasured;
+        for (std::size_t i = 0; i < isMeasured.size(); ++i) {
+            words[i] = isMeasured[i] != 0 ? words[i] : notStored;
+        }
+    }
+    return words;
 }
 
 std::string reportPage(const Comparison& comparison, const Json& record,

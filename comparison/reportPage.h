@@ -7,8 +7,10 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "comparison/comparison.h"
 #include "comparison/pagePacking.h"
@@ -18,6 +20,9 @@ namespace zarngi
 
 /** Decimals of both doses in the page: the same, so that their difference is exact. */
 int pageDoseDecimals(const Comparison& comparison);
+
+/** Doses as the page stores them; a mark where there is no detector. */
+std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals);
 
 /** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
 std::string reportPage(const Comparison& comparison, const nlohmann::ordered_json& record,

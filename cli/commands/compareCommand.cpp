@@ -51,6 +51,9 @@ Comparison readComparison(const CompareOptions& options)
     readDoses(comparison, options);
     checkDoses(comparison);
     placeDoses(comparison, options.measurements);
+    if (!options.structures.files.empty()) {
+        checkAreVolumes(comparison);
+    }
     std::vector<files::StructureSet> sets;
     for (const std::string& path : options.structures.files) {
         sets.push_back(readStructures(path, &comparison.digests));

@@ -57,16 +57,6 @@ void checkFrame(const files::StructureSet& set, bool isIgnored, Comparison& comp
     }
 }
 
-void checkAreVolumes(const Comparison& comparison)
-{
-    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
-        if (dose->measurement) {
-            throw UsageError("--structures is for volumes, and " + oneLine(dose->path) +
-                             " is none");
-        }
-    }
-}
-
 DoseVolumeSettings doseVolumeSettings(const StructureOptions& options, const Comparison& comparison)
 {
     DoseVolumeSettings settings;
@@ -115,11 +105,20 @@ TestedPart testedPart(const std::string& text, const StructureCatalogue& catalog
 
 } // namespace
 
+void checkAreVolumes(const Comparison& comparison)
+{
+    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+        if (dose->measurement) {
+            throw UsageError("--structures is for volumes, and " + oneLine(dose->path) +
+                             " is none");
+        }
+    }
+}
+
 std::shared_ptr<const StructureCatalogue> catalogueOf(std::vector<files::StructureSet> sets,
                                                       const StructureOptions& options,
                                                       Comparison& comparison)
 {
-    checkAreVolumes(comparison);
     for (const files::StructureSet& set : sets) {
         for (const std::string& warning : set.warnings) {
             comparison.warnings.push_back(set.path);

@@ -14,6 +14,9 @@
 namespace zarngi
 {
 
+/** That structures have something to lie in, before they are read. @throws UsageError */
+void checkAreVolumes(const Comparison& comparison);
+
 /**
  * The structures of all files that were asked for; the sets' warnings become those of the
  * comparison, which has its doses.

@@ -60,22 +60,6 @@ def _values(name: str, values: Sequence[float], unit: str) -> tuple[float, ...]:
     return tuple(_checks.positive(f"{name}[{i}]", value, unit) for i, value in enumerate(values))
 
 
-def _masks(
-    structures: Mapping[str, Structure | npt.ArrayLike] | None, reference: DoseGrid
-) -> dict[str, npt.NDArray[np.bool_]]:
-    masks = {}
-    for name, structure in (structures or {}).items():
-        is_structure = isinstance(structure, Structure)
-        mask = structure.mask(reference) if is_structure else np.asarray(structure)
-        if mask.dtype != np.bool_ or mask.shape != reference.shape:
-            raise ValueError(
-                f"structures[{name!r}] is a {mask.dtype} array of shape {mask.shape}; accepted: "
-                f"bool, {reference.shape}"
-            )
-        masks[name] = mask
-    return masks
-
-
 def sweep(
     reference: DoseGrid,
     evaluation: DoseGrid,
@@ -116,14 +100,14 @@ def sweep(
     True
     """
     differences, distances = _values("dd", dd, "%"), _values("dta", dta, "mm")
-    masks = _masks(structures, reference)
     rates = np.empty((len(differences), len(distances)))
-    parts = {name: np.empty_like(rates) for name in masks}
+    parts = {name: np.empty_like(rates) for name in structures or ()}
     for i, difference in enumerate(differences):
         for j, distance in enumerate(distances):
-            result = gamma_index(reference, evaluation, dd=difference, dta=distance, **options)
+            result = gamma_index(
+                reference, evaluation, dd=difference, dta=distance, structures=structures, **options
+            )
             rates[i, j] = result.pass_rate
-            for name, mask in masks.items():
-                tested = result.gamma[mask & ~np.isnan(result.gamma)]
-                parts[name][i, j] = 100 * tested.mean(dtype=float) if tested.size else np.nan
+            for name in parts:
+                parts[name][i, j] = result.structures[name].pass_rate
     return Sweep(differences, distances, bool(options.get("local", False)), rates, parts)

@@ -133,14 +133,15 @@ def test_figures_of_structures(workshop):
 
 def test_members_of_the_json_record(workshop):
     """The tables of docs/json.md, in their order."""
-    record = compare(workshop, "planned.dcm measured.mhd --structures structures.dcm")
+    record = compare(workshop, "planned.dcm measured.mhd --structures structures.dcm --explain "
+                     "--sweep 2:3%/2mm")  # fmt: skip
     structures = record["structures"]
     listed = structures["list"]
     doses = [entry["dvh"][which] for entry in listed for which in ("reference", "evaluation")]
     gammas = [row for c in record["criteria"] for row in [*c["structures"], c["outsideStructures"]]]
     info = json.loads(workshop.run_shell("zarngi info --json --patient planned.dcm"))
     parts = ([record], record["files"].values(), record["grids"].values(), record["criteria"],
-             [structures], listed, doses, gammas, [info])
+             [record["explanation"]], record["sweeps"], [structures], listed, doses, gammas, [info])
     for table, objects in zip(read_page("docs/json.md").tables, parts, strict=True):
         told = {name: row[2] for row in table[1:] for name in row[0].split(", ")}
         actual = {name: value for part in objects for name, value in part.items()}

@@ -13,9 +13,20 @@ export interface CompareRequest {
     structures: string[];
     /** As on the command line: "3%/2mm", "2%L/2mm", "PTV*:2%/1mm"; at least one. */
     criteria: string[];
-    /** %, Gy, gamma, mm. */
+    /** %; Gy, or "evaluation"; gamma; mm. */
     cutOff?: string;
     normalisation?: string;
+    /** "X,Y[,Z]", mm: the reference's dose there is that of 100 %. */
+    normalisationAt?: string;
+    /** Where a plane lies: "axial", "coronal", "sagittal", "gantry:30"; its point 0, 0 at "X,Y,Z", mm. */
+    plane?: string;
+    at?: string;
+    /** "1.02", "1/33". */
+    referenceScale?: string;
+    evaluationScale?: string;
+    /** Doses that are added, on the same grid. */
+    referenceAdded?: string[];
+    evaluationAdded?: string[];
     maxGamma?: string;
     step?: string;
     nearest?: boolean;
@@ -35,6 +46,9 @@ export interface CompareRequest {
     /** Gy. */
     prescription?: string;
     ignoreFrame?: boolean;
+    /** Whether to find the shift and the factor that explain what fails, in a structure or everywhere. */
+    explain?: boolean;
+    explainStructure?: string;
     /** Kept in the record. */
     command?: string;
 }
@@ -87,7 +101,8 @@ export interface Progress {
 }
 
 export type ExamplePart = 'reference' | 'evaluation' | 'structures';
-export type VolumeName = 'reference' | 'evaluation' | 'gamma';
+/** gammaAfter: with what explains the failed voxels. */
+export type VolumeName = 'reference' | 'evaluation' | 'gamma' | 'gammaAfter';
 export type StructurePart = 'voxels' | 'contours';
 
 export interface EngineError {

@@ -39,12 +39,34 @@ zarngi::GammaSettings settingsOf(const Json& json)
 {
     zarngi::GammaSettings settings;
     settings.cutOff = positive(json, "cutOff", "--dco").value_or(settings.cutOff);
-    settings.normalisation = positive(json, "normalisation", "--norm");
     settings.maxGamma = positive(json, "maxGamma", "--max-gamma").value_or(settings.maxGamma);
     settings.step = positive(json, "step", "--step");
     settings.nearest = json.value("nearest", false);
     settings.slices = json.value("slices", false);
     return settings;
+}
+
+zarngi::MeasurementOptions measurementsOf(const Json& json)
+{
+    const auto text = [&json](const char* member) { return json.value(member, std::string()); };
+    zarngi::MeasurementOptions measurements;
+    measurements.norm = zarngi::trimmed(text("normalisation"));
+    measurements.normAt = text("normalisationAt");
+    measurements.plane = text("plane");
+    measurements.at = text("at");
+    measurements.referenceScale = text("referenceScale");
+    measurements.evaluationScale = text("evaluationScale");
+    measurements.referenceAdded = textsOf(json, "referenceAdded");
+    measurements.evaluationAdded = textsOf(json, "evaluationAdded");
+    return measurements;
+}
+
+zarngi::ExplainOptions explanationOf(const Json& json)
+{
+    zarngi::ExplainOptions explain;
+    explain.isWanted = json.value("explain", false);
+    explain.structure = json.value("explainStructure", std::string());
+    return explain;
 }
 
 zarngi::StructureOptions structuresOf(const Json& json)
@@ -73,6 +95,8 @@ zarngi::ComparisonRequest requestOf(const nlohmann::ordered_json& json)
     request.limits.action = textsOf(json, "action");
     request.limits.failBelow = textsOf(json, "failBelow");
     request.structures = structuresOf(json);
+    request.measurements = measurementsOf(json);
+    request.explain = explanationOf(json);
     request.commandLine = json.value("command", std::string());
     return request;
 }

@@ -16,6 +16,7 @@
 #include "comparison/reportVolume.h"
 #include "comparison/request/computation.h"
 #include "comparison/request/doseChecks.h"
+#include "comparison/request/preparedDoses.h"
 #include "comparison/request/requestedStructures.h"
 #include "comparison/statisticsJson.h"
 #include "comparison/structures/structureElements.h"
@@ -114,7 +115,13 @@ nlohmann::ordered_json Session::compare(const Json& call)
     comparison.digests = digestsOf(call);
     comparison.reference = files_.dose(request.reference);
     comparison.evaluation = files_.dose(request.evaluation);
+    zarngi::makeDoses(comparison, request.measurements,
+                      [this](const std::string& path) { return files_.dose(path); });
     zarngi::checkDoses(comparison);
+    zarngi::placeDoses(comparison, request.measurements);
+    if (!request.structures.files.empty()) {
+        zarngi::checkAreVolumes(comparison);
+    }
     std::vector<files::StructureSet> sets;
     for (const std::string& path : request.structures.files) {
         sets.push_back(files_.structures(path));
@@ -125,9 +132,11 @@ nlohmann::ordered_json Session::compare(const Json& call)
     }
     comparison.readSeconds = call.value("readSeconds", 0.0);
     zarngi::findExtremes(comparison);
+    zarngi::setNormalisation(comparison);
     if (catalogue) {
         zarngi::addStructures(comparison, std::move(catalogue), request);
     }
+    zarngi::checkExplanation(comparison, request.explain);
     zarngi::compute(comparison, request.explain, {watchFor});
     comparison_ = std::move(comparison);
     record_ = zarngi::comparisonJson(comparison_);
@@ -171,10 +180,15 @@ nlohmann::ordered_json Session::volume(const Json& call)
         return withOutput(bytesOf(zarngi::storedGammas(result.gamma, result.passed)),
                           {{"decimals", zarngi::gammaDecimals}});
     }
+    if (name == "gammaAfter") {
+        const zarngi::GammaMaps& after = comparison_.explanation.value().after;
+        return withOutput(bytesOf(zarngi::storedGammas(after.gamma, after.passed)),
+                          {{"decimals", zarngi::gammaDecimals}});
+    }
     const zarngi::DoseImage& dose =
         name == "reference" ? comparison_.reference : comparison_.evaluation;
     const int decimals = zarngi::pageDoseDecimals(comparison_);
-    return withOutput(bytesOf(zarngi::storedDoses(dose.image.values, decimals)),
+    return withOutput(bytesOf(zarngi::pageDoses(dose, decimals)),
                       {{"decimals", decimals}});
 }
 

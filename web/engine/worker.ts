@@ -54,7 +54,8 @@ function dataPathOf(path: string, known: Engine): string {
 
 async function digestsFor(request: CompareRequest, known: Engine): Promise<object> {
     const wanted: Record<string, object> = {};
-    for (const path of [request.reference, request.evaluation, ...request.structures]) {
+    const { reference, evaluation, structures, referenceAdded = [], evaluationAdded = [] } = request;
+    for (const path of [reference, evaluation, ...structures, ...referenceAdded, ...evaluationAdded]) {
         for (const part of new Set([path, dataPathOf(path, known)])) {
             const { bytes, status } = files.contents(part);
             if (status === 0 && !digests.has(part)) {
