@@ -41,7 +41,7 @@ export class Model {
         this.evaluationSource = new Volume(this.evaluationGrid, evaluation);
         this.evaluation = this.sameGrid
             ? this.evaluationSource
-            : new ResampledField(this.evaluationSource, this.grid);
+            : await ResampledField.of(this.evaluationSource, this.grid);
     }
 
     async loadGamma(criterion: number): Promise<void> {

@@ -24,27 +24,27 @@ export class Profiles {
         this.titles = axisNames.map((name) => el('h3', { id: `profile-${name}-title` }));
         const hosts = axisNames.map((name, a) => this.build(name, a));
         byId('profiles').replaceChildren(...hosts.map((host, a) => el('div', {}, this.titles[a], host)));
-        this.charts = hosts.map((host, a) => new Chart(host, () => this.options(a), height));
-        store.subscribe((state, changes) => this.update(state, changes));
+        this.charts = hosts.map((host, a) => new Chart(host, () => this.options(a), height, store.ended));
+        axisNames.forEach((_, a) =>
+            store.subscribe((state, changes) => this.update(a, state, changes)),
+        );
     }
 
     drawForPrint(width: number, tall: number): void {
         this.charts.forEach((chart, a) => chart.create(this.data(a), width, tall));
     }
 
-    private update(state: State, changes: Changes): void {
+    private update(a: number, state: State, changes: Changes): void {
         const remade = (['appearance', 'criterion', 'wholeGrid'] as const).some((c) => changes.has(c));
         if (!remade && !changes.has('cross')) {
             return;
         }
-        this.charts.forEach((chart, a) => {
-            if (remade) {
-                chart.create(this.data(a));
-            } else {
-                chart.setData(this.data(a));
-            }
-            this.titles[a].textContent = this.title(a, state.cross);
-        });
+        if (remade) {
+            this.charts[a].create(this.data(a));
+        } else {
+            this.charts[a].setData(this.data(a));
+        }
+        this.titles[a].textContent = this.title(a, state.cross);
     }
 
     /** Without a pointer the legend tells the values at the crosshair. */

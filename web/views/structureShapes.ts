@@ -101,6 +101,10 @@ export class StructureShapes {
         }
         const isInside = new Uint8Array(grid.count);
         this.shapes.forEach((shape) => shape.visit(grid, (index) => (isInside[index] = 1)));
-        isInside.forEach((inside, index) => inside || take(index));
+        for (let index = 0; index < isInside.length; ++index) {
+            if (isInside[index] === 0) {
+                take(index);
+            }
+        }
     }
 }
