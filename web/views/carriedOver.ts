@@ -16,8 +16,7 @@ export function carriedOver({ record: from, state }: Shown, to: ComparisonRecord
     return {
         ...options,
         criterion: sameCriterion(from, to, state.criterion),
-        ...place(state.cross, from, to),
-        ...(hasSameDoses ? { doseWindow: state.doseWindow } : {}),
+        ...(hasSameDoses ? { doseWindow: state.doseWindow, ...place(state.cross, from, to) } : {}),
         ...structuresOf(from, to, state),
     };
 }

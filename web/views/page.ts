@@ -92,6 +92,7 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
     if (record.structures) {
         await model.shapes.load();
     }
+    await pause();
     const maximum = highestDose(model);
     await pause();
     const cross = analyses.of(0)?.clusters[0]?.peak ?? hottestVoxel(model);
@@ -101,7 +102,9 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
     if (replacing) {
         Object.assign(state, replacing.before && carriedOver(replacing.before, record));
         replacing.place({ record, state });
+        await pause();
         begin();
+        await pause();
     }
     await buildViews(model, store, analyses, maximum);
     document.documentElement.dataset.state = 'ready';
@@ -118,11 +121,13 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
 async function buildViews(model: Model, store: Store, analyses: Analyses, maximum: number): Promise<void> {
     const { record } = model;
     const viewer = new Viewer(model, store, maximum);
+    await pause();
     new Readout(model, store);
     const profiles = new Profiles(model, store);
     const histogram = new Histogram(record, store);
     new Tables(model, store, analyses);
     const doseVolume = record.structures ? new DoseVolume(model, store) : null;
+    await pause();
     if (record.structures) {
         new StructureList(model, store);
     }

@@ -1,5 +1,6 @@
 import type { ComparisonData, StructureShape } from './comparison';
 import type { Grid } from './grid';
+import { Pieces } from './pieces';
 
 /** mm. */
 export interface Contour {
@@ -80,12 +81,16 @@ export class StructureShapes {
     ) {}
 
     async load(): Promise<void> {
+        const pieces = new Pieces();
         for (let i = 0; i < this.count; ++i) {
             const shape = await this.data.structure?.(i);
             if (!shape) {
                 throw new Error('The structures of this comparison are missing.');
             }
             this.shapes[i] = new Shape(shape);
+            if (pieces.isDue()) {
+                await pieces.rest();
+            }
         }
     }
 
