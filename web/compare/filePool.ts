@@ -68,7 +68,7 @@ export class FilePool {
     }
 
     private all(): FileFacts[] {
-        return [...this.facts.values()];
+        return [...this.facts.values()].sort((a, b) => (a.path < b.path ? -1 : 1));
     }
 
     /**
