@@ -103,8 +103,12 @@ export class Store {
         this.listening.forEach(({ pending }) => pending.add(key));
     }
 
+    private isPending(): boolean {
+        return this.listening.some(({ pending }) => pending.size > 0);
+    }
+
     private schedule(): void {
-        if (this.frame === 0 && this.listening.some(({ pending }) => pending.size > 0)) {
+        if (this.frame === 0 && this.isPending()) {
             document.documentElement.dataset.drawing = '';
             this.frame = requestAnimationFrame(() => this.draw());
         }
@@ -113,13 +117,12 @@ export class Store {
     private draw(): void {
         this.frame = 0;
         const end = performance.now() + budget;
-        while (performance.now() < end) {
-            if (!this.tellNext()) {
-                this.finish();
-                return;
-            }
+        while (performance.now() < end && this.tellNext());
+        if (this.isPending()) {
+            this.schedule();
+        } else {
+            this.finish();
         }
-        this.schedule();
     }
 
     private finish(): void {

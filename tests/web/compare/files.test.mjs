@@ -1,7 +1,7 @@
 // The page that compares: files come in, are told apart, and what goes out is what the program writes.
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
@@ -80,14 +80,15 @@ for (const { name, files, data: beside = [], structures } of pairs) {
 
 test('clinical pairs with their structures give what the program gives', { skip: !data && 'no data' }, async () => {
     const { page, complaints } = await openPage(browser);
-    const files = ['head_neck_day1.nrrd', 'head_neck_day2.nrrd'].map((name) => join(data, name));
-    const structures = join(data, 'head_neck_structures.dcm');
-    await comparing(page, () => drop(page, ...files, structures));
+    const files = ['head_neck_day1.nrrd', 'head_neck_day2.nrrd'];
+    const structures = 'head_neck_structures.dcm';
+    const beams = ['proton_ramp_beam1.dcm', 'proton_ramp_beam2.dcm'];
+    [...files, structures, ...beams].forEach((name) => copyFileSync(join(data, name), input(name)));
+    await comparing(page, () => drop(page, ...[...files, structures].map(input)));
     const native = written(folder, files, '-c', '3%/2mm', '-c', '2%/2mm', '--structures', structures);
     await compareWithProgram(page, files, native);
 
-    const beams = ['proton_ramp_beam1.dcm', 'proton_ramp_beam2.dcm'].map((name) => join(data, name));
-    await comparing(page, () => page.locator('#any-files').setInputFiles(beams));
+    await comparing(page, () => page.locator('#any-files').setInputFiles(beams.map(input)));
     assert.ok(!(await page.locator('#structures').isVisible()), 'another pair starts without the structures of the first');
     const protons = JSON.parse((await saved(page, 'save-json')).bytes);
     const beamsByProgram = written(folder, beams, '-c', '3%/2mm', '-c', '2%/2mm');
