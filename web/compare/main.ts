@@ -1,4 +1,3 @@
-import './style.css';
 import EngineWorker from '../engine/worker?worker&inline';
 import { EngineClient } from '../engine/client';
 import { byId } from '../views/dom';
@@ -11,6 +10,7 @@ import { ProgressLine } from './progressLine';
 import { RatesCard } from './ratesCard';
 import { Saving } from './saving';
 import { missingFeature } from './support';
+import './style.css'; // after that of the views, parts of which it hides
 
 function start(): void {
     const client = new EngineClient(() => new EngineWorker());
