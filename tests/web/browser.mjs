@@ -40,7 +40,8 @@ export async function openFile(browser, path, options = {}) {
 /** Lets the page draw what was changed. */
 export async function settle(page) {
     await page.evaluate(() => new Promise((done) => {
-        requestAnimationFrame(() => requestAnimationFrame(() => setTimeout(done)));
+        const wait = () => (document.documentElement.dataset.drawing === undefined ? setTimeout(done) : requestAnimationFrame(wait));
+        requestAnimationFrame(() => requestAnimationFrame(wait));
     }));
 }
 

@@ -115,7 +115,8 @@ export class EngineClient {
 
     /** Of the results of a comparison, made again where the worker holds others. */
     private async ask(of: CompareRequest, call: Call): Promise<{ answer: unknown; output?: ArrayBuffer }> {
-        if (this.held !== of) {
+        // Meanwhile another comparison may have been asked for.
+        while (this.held !== of) {
             await this.compare(of);
         }
         return this.send(call);
@@ -160,6 +161,7 @@ export class EngineClient {
     private fail(reason: string): void {
         const { waiting } = this;
         this.waiting = new Map();
+        this.held = null;
         waiting.forEach(({ reject }) => reject(new EngineFailure(reason, 'internal')));
     }
 }

@@ -5,24 +5,47 @@ import type { CompareRequest } from './messages';
 import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
 import type { ComparisonRecord, Role } from '../views/record';
 
+/** Holds all that the views may ask for, so that the engine is free for the next comparison. */
 export class EngineData implements ComparisonData {
-    constructor(
+    private constructor(
         readonly record: ComparisonRecord,
-        private readonly request: CompareRequest,
-        private readonly client: EngineClient,
+        private readonly doses: Record<Role, StoredVolume>,
+        private readonly gammas: StoredVolume[],
+        private readonly structures: StructureShape[],
     ) {}
 
-    dose(role: Role): Promise<StoredVolume> {
-        return this.client.volume(this.request, role);
+    /** Rejects as the client's calls do. */
+    static async load(record: ComparisonRecord, request: CompareRequest, client: EngineClient): Promise<EngineData> {
+        const doses = {
+            reference: await client.volume(request, 'reference'),
+            evaluation: await client.volume(request, 'evaluation'),
+        };
+        const gammas: StoredVolume[] = [];
+        for (const i of record.criteria.keys()) {
+            gammas.push(await client.volume(request, 'gamma', i));
+        }
+        const structures: StructureShape[] = [];
+        for (const i of record.structures?.list.keys() ?? []) {
+            const runs = await client.structure(request, i, 'voxels');
+            const contours = await client.structure(request, i, 'contours');
+            structures.push({ runs: runs ?? new Int32Array(0), contours });
+        }
+        return new EngineData(record, doses, gammas, structures);
     }
 
-    gamma(criterion: number): Promise<StoredVolume> {
-        return this.client.volume(this.request, 'gamma', criterion);
+    async dose(role: Role): Promise<StoredVolume> {
+        return this.doses[role];
+    }
+
+    async gamma(criterion: number): Promise<StoredVolume> {
+        return this.gammas[criterion];
+    }
+
+    gammaAfter(): Promise<StoredVolume> {
+        return this.client.volume(this.request, 'gammaAfter');
     }
 
     async structure(index: number): Promise<StructureShape> {
-        const runs = await this.client.structure(this.request, index, 'voxels');
-        const contours = await this.client.structure(this.request, index, 'contours');
-        return { runs: runs ?? new Int32Array(0), contours };
+        return this.structures[index];
     }
 }

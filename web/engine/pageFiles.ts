@@ -3,7 +3,7 @@
 import type { FileContents, FileSource } from './host';
 
 const nothing = new Uint8Array(0);
-const missing = -1;
+export const missing = -1;
 const unreadable = -2;
 
 export class PageFiles implements FileSource {

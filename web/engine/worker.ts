@@ -5,12 +5,17 @@ import { digestOf } from './digest';
 import { Engine, EngineFailure } from './engine';
 import { makeHost } from './host';
 import type { CompareRequest, ComparisonAnswer, FileFacts } from './messages';
-import { PageFiles } from './pageFiles';
+import { missing, PageFiles } from './pageFiles';
 import type { Reply, Request } from './protocol';
+
+interface Digest {
+    bytes: number;
+    sha256: string;
+}
 
 const files = new PageFiles();
 const facts = new Map<string, FileFacts>();
-const digests = new Map<string, { bytes: number; sha256: string }>();
+const digests = new Map<string, Digest>();
 let running: Request | null = null;
 
 const post = (reply: Reply, transfer: Transferable[] = []): void => postMessage(reply, { transfer });
@@ -52,17 +57,24 @@ function dataPathOf(path: string, known: Engine): string {
     return 'dataPath' in found ? found.dataPath : path;
 }
 
+/** Throws where the file has changed since it was read: what it was is not known any more. */
+async function digestFor(path: string): Promise<Digest> {
+    const { bytes, status } = files.contents(path);
+    if (status !== 0) {
+        const reason = status === missing ? 'no such file' : `cannot be read: ${new TextDecoder().decode(bytes)}`;
+        throw new EngineFailure(`${path}: ${reason}`, 'input');
+    }
+    const digest = { bytes: bytes.length, sha256: await digestOf(bytes as Uint8Array<ArrayBuffer>) };
+    digests.set(path, digest);
+    return digest;
+}
+
 async function digestsFor(request: CompareRequest, known: Engine): Promise<object> {
     const wanted: Record<string, object> = {};
     const { reference, evaluation, structures, referenceAdded = [], evaluationAdded = [] } = request;
     for (const path of [reference, evaluation, ...structures, ...referenceAdded, ...evaluationAdded]) {
         for (const part of new Set([path, dataPathOf(path, known)])) {
-            const { bytes, status } = files.contents(part);
-            if (status === 0 && !digests.has(part)) {
-                const contents = bytes as Uint8Array<ArrayBuffer>;
-                digests.set(part, { bytes: bytes.length, sha256: await digestOf(contents) });
-            }
-            wanted[part] = digests.get(part) ?? { bytes: 0, sha256: '' };
+            wanted[part] = digests.get(part) ?? (await digestFor(part));
         }
     }
     return wanted;

@@ -2,6 +2,7 @@ import { findClusters, type Cluster } from './clusters';
 import { notTested } from './comparison';
 import type { Model } from './model';
 import type { Criterion } from './record';
+import { pause } from './pieces';
 import type { Volume } from './volume';
 
 /** What the page works out from a gamma map. */
@@ -11,22 +12,27 @@ export interface Analysis {
     clusters: Cluster[];
 }
 
-/** The analyses of the criteria, each made when it is first asked for. */
+/** The analyses of the criteria. */
 export class Analyses {
     private readonly known = new Map<number, Analysis>();
 
     constructor(private readonly model: Model) {}
 
-    /** Undefined as long as the gamma map is not there. */
-    of(criterion: number): Analysis | undefined {
+    /** Makes the one of a criterion whose gamma map is there. */
+    async make(criterion: number): Promise<void> {
         const gamma = this.model.gamma(criterion);
-        if (gamma && !this.known.has(criterion)) {
-            this.known.set(criterion, {
-                counts: countVoxels(gamma),
-                bands: doseBands(this.model, this.model.record.criteria[criterion], gamma),
-                clusters: findClusters(this.model, gamma),
-            });
+        if (gamma) {
+            const counts = countVoxels(gamma);
+            await pause();
+            const bands = doseBands(this.model, this.model.record.criteria[criterion], gamma);
+            await pause();
+            const clusters = await findClusters(this.model, gamma);
+            this.known.set(criterion, { counts, bands, clusters });
         }
+    }
+
+    /** Undefined as long as it is not made. */
+    of(criterion: number): Analysis | undefined {
         return this.known.get(criterion);
     }
 }

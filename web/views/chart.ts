@@ -92,7 +92,10 @@ export class Chart {
         private readonly host: HTMLElement,
         private readonly options: () => Omit<uPlot.Options, 'width' | 'height'>,
         private readonly height: number,
-    ) {}
+        ended?: AbortSignal,
+    ) {
+        ended?.addEventListener('abort', () => this.plot?.destroy());
+    }
 
     create(data: uPlot.AlignedData, width = this.host.clientWidth, height = this.height): void {
         this.plot?.destroy();

@@ -1,4 +1,5 @@
 import type { Model } from './model';
+import { Pieces } from './pieces';
 import type { Triple } from './record';
 import type { Volume } from './volume';
 
@@ -16,20 +17,22 @@ export interface Cluster {
 }
 
 /** All clusters of failing voxels, the largest first. */
-export function findClusters(model: Model, gamma: Volume): Cluster[] {
+export async function findClusters(model: Model, gamma: Volume): Promise<Cluster[]> {
+    const pieces = new Pieces();
     const open = new Uint8Array(gamma.data.length);
     for (let i = 0; i < open.length; ++i) {
         open[i] = gamma.data[i] > gamma.perUnit ? 1 : 0;
     }
     const clusters: Cluster[] = [];
     for (let seed = open.indexOf(1); seed >= 0; seed = open.indexOf(1, seed + 1)) {
-        clusters.push(describe(model, gamma, collect(model, open, seed)));
+        const members = await collect(model, open, seed, pieces);
+        clusters.push(await describe(model, gamma, members, pieces));
     }
     return clusters.sort((a, b) => b.voxels - a.voxels || b.maxGamma - a.maxGamma);
 }
 
 /** Takes the voxels connected with `seed` out of `open`. */
-function collect(model: Model, open: Uint8Array, seed: number): number[] {
+async function collect(model: Model, open: Uint8Array, seed: number, pieces: Pieces): Promise<number[]> {
     const { size, stride } = model.grid;
     const members = [seed];
     open[seed] = 0;
@@ -40,6 +43,9 @@ function collect(model: Model, open: Uint8Array, seed: number): number[] {
         }
     };
     for (let next = 0; next < members.length; ++next) {
+        if (pieces.isDue()) {
+            await pieces.rest();
+        }
         const index = members[next];
         const voxel = model.grid.voxel(index);
         for (let a = 0; a < 3; ++a) {
@@ -54,13 +60,21 @@ function collect(model: Model, open: Uint8Array, seed: number): number[] {
     return members;
 }
 
-function describe(model: Model, gamma: Volume, members: number[]): Cluster {
+async function describe(
+    model: Model,
+    gamma: Volume,
+    members: number[],
+    pieces: Pieces,
+): Promise<Cluster> {
     const from: Triple = [Infinity, Infinity, Infinity];
     const to: Triple = [-1, -1, -1];
     let peak = members[0];
     let difference = 0;
     let compared = 0;
     for (const index of members) {
+        if (pieces.isDue()) {
+            await pieces.rest();
+        }
         const voxel = model.grid.voxel(index);
         for (let a = 0; a < 3; ++a) {
             from[a] = Math.min(from[a], voxel[a]);

@@ -24,7 +24,7 @@ export class DoseVolume {
         this.list = structures?.list ?? [];
         this.binWidth = structures?.dvhBinWidth ?? 1;
         byId('dose-volume').hidden = false;
-        this.chart = new Chart(byId('dvh'), () => this.options(), height);
+        this.chart = new Chart(byId('dvh'), () => this.options(), height, store.ended);
         store.subscribe((state, changes) => this.update(state, changes));
     }
 

@@ -31,7 +31,7 @@ export class Histogram {
         private readonly store: Store,
     ) {
         this.bins = this.makeBins();
-        this.chart = new Chart(byId('histogram'), () => this.options(), height);
+        this.chart = new Chart(byId('histogram'), () => this.options(), height, store.ended);
         store.subscribe((state, changes) => this.update(state, changes));
         const choice = byId<HTMLInputElement>('option-gammaVolume');
         choice.addEventListener('change', () => store.update({ gammaVolume: choice.checked }));

@@ -1,6 +1,7 @@
 import { notTested, type ComparisonData } from './comparison';
 import { wholeGrid, widened, type Box } from './frame';
 import { Grid } from './grid';
+import { pause } from './pieces';
 import type { ComparisonRecord, Triple } from './record';
 import { StructureShapes } from './structureShapes';
 import { ResampledField, Volume, type Field } from './volume';
@@ -45,12 +46,13 @@ export class Model {
         this.evaluationSource = new Volume(this.evaluationGrid, evaluation);
         this.evaluation = this.sameGrid
             ? this.evaluationSource
-            : new ResampledField(this.evaluationSource, this.grid);
+            : await ResampledField.of(this.evaluationSource, this.grid);
     }
 
     async loadGamma(criterion: number): Promise<void> {
         if (!this.gammas.has(criterion)) {
             const gamma = new Volume(this.grid, await this.data.gamma(criterion));
+            await pause();
             this.gammas.set(criterion, gamma);
             this.focus ??= widened(testedBox(gamma), this.grid, focusMargin);
         }

@@ -2,18 +2,20 @@ import 'uplot/dist/uPlot.min.css';
 import './style.css';
 import { Analyses } from './analysis';
 import type { ComparisonData } from './comparison';
+import { carriedOver, type Shown } from './carriedOver';
 import { byId, el } from './dom';
 import { DoseVolume } from './doseVolume';
 import { ExplanationCard } from './explanation';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
+import { pause } from './pieces';
 import { setUpPrint } from './print';
 import { pointsOf } from './pointList';
 import { PointView } from './pointView';
 import { Profiles } from './profiles';
 import { Readout } from './readout';
 import type { ComparisonRecord } from './record';
-import { Store } from './store';
+import { Store, type State } from './store';
 import { StructureList } from './structureList';
 import { Summary } from './summary';
 import { showSweeps } from './sweeps';
@@ -21,8 +23,8 @@ import { Tables } from './tables';
 import { setUpTheme } from './theme';
 import { Viewer } from './viewer';
 
-function initialStore(record: ComparisonRecord): Store {
-    return new Store({
+function initialState(record: ComparisonRecord): State {
+    return {
         criterion: 0,
         layer: 'gamma',
         cross: [0, 0, 0],
@@ -38,7 +40,7 @@ function initialStore(record: ComparisonRecord): Store {
         part: null,
         gammaVolume: false,
         appearance: 0,
-    });
+    };
 }
 
 /** Not the outline of the body, and not so many that they hide what is beneath. */
@@ -49,72 +51,123 @@ function outlinedAtFirst(record: ComparisonRecord): number[] {
     return inner.slice(0, most);
 }
 
-function highestDose(model: Model): number {
-    const highest = (data: Int16Array): number => data.reduce((a, b) => Math.max(a, b), 0);
-    const stored = Math.max(highest(model.reference.data), highest(model.evaluationSource.data));
-    return stored / model.reference.perUnit;
+function highestDose({ reference, evaluationSource }: Model): number {
+    let highest = 0;
+    for (const { data } of [reference, evaluationSource]) {
+        for (let i = 0; i < data.length; ++i) {
+            highest = data[i] > highest ? data[i] : highest;
+        }
+    }
+    return highest / reference.perUnit;
+}
+
+/** For a page that shows one comparison after another. */
+export interface Replacing {
+    /** Puts fresh elements of page.html in the place of those of the comparison before. */
+    place(shown: Shown): void;
+    /** What was shown before: as much of it as still makes sense stays as it is. */
+    before: Shown | null;
+    /** Ends what this comparison listens to, when the next one is placed. */
+    ended: AbortSignal;
 }
 
 /**
- * Shows a comparison in the elements of page.html. The numbers are there at once; the maps
- * follow as they come.
+ * Shows a comparison in the elements of page.html, where no other one was shown before. The numbers
+ * are there at once; the maps follow as they come. Where it replaces another one, that one stays
+ * until all is there. Rejects with the signal's reason if it is aborted meanwhile.
  */
-export async function showComparison(data: ComparisonData): Promise<void> {
+export async function showComparison(data: ComparisonData, replacing?: Replacing): Promise<void> {
     const { record } = data;
-    const store = initialStore(record);
-    setUpTheme(store);
-    new Summary(record, store);
-    byId('page').hidden = false;
-
+    const store = new Store(initialState(record), replacing?.ended);
+    const { state } = store;
+    const begin = async (): Promise<void> => {
+        if (replacing) {
+            Object.assign(state, replacing.before && carriedOver(replacing.before, record));
+            replacing.place({ record, state });
+            await pause();
+        }
+        setUpTheme(store);
+        new Summary(record, store);
+        byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
+        byId('page').hidden = false;
+    };
+    if (!replacing) {
+        await begin();
+    }
     if (pointsOf(record, 0)) {
-        showPoints(record, store);
+        if (replacing) {
+            await begin();
+        }
+        await showPoints(record, store);
         return;
     }
-    byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
     const model = new Model(data);
-    await Promise.all([model.loadDoses(), model.loadGamma(0)]);
-    const maximum = highestDose(model);
-    const viewer = new Viewer(model, store, maximum);
-    new Readout(model, store);
-    const profiles = new Profiles(model, store);
-    const histogram = new Histogram(record, store);
     const analyses = new Analyses(model);
-    new Tables(model, store, analyses);
-    showSweeps(record, store);
-    if (record.explanation) {
-        new ExplanationCard(model, store, record.explanation);
+    await load(model, analyses);
+    const maximum = highestDose(model);
+    await pause();
+    const cross = analyses.of(0)?.clusters[0]?.peak ?? hottestVoxel(model);
+    await pause();
+    store.ended.throwIfAborted();
+    Object.assign(state, { cross, doseWindow: { low: 0, high: maximum } });
+    if (replacing) {
+        await begin();
+        await pause();
     }
-    const doseVolume = record.structures ? new DoseVolume(model, store) : null;
-    if (record.structures) {
-        await model.shapes.load();
-        new StructureList(model, store);
-    }
-    setUpPrint({ store, viewer, profiles, histogram, doseVolume });
-    const worst = analyses.of(0)?.clusters[0];
-    store.update({
-        cross: worst?.peak ?? hottestVoxel(model),
-        doseWindow: { low: 0, high: maximum },
-    });
-    store.announce('criterion', 'structures', 'part', 'appearance');
+    await buildViews(model, store, analyses, maximum);
     document.documentElement.dataset.state = 'ready';
 
     for (let i = 1; i < record.criteria.length; ++i) {
         await model.loadGamma(i);
-        store.announce(store.state.criterion === i ? 'criterion' : 'pointer');
+        await analyses.make(i);
+        store.ended.throwIfAborted();
+        await store.announce(state.criterion === i ? 'criterion' : 'pointer');
     }
     document.documentElement.dataset.state = 'complete';
 }
 
+/** What has to be there before anything of the maps is shown. */
+async function load(model: Model, analyses: Analyses): Promise<void> {
+    await Promise.all([model.loadDoses(), model.loadGamma(0)]);
+    await analyses.make(0);
+    if (model.record.structures) {
+        await model.shapes.load();
+    }
+    await pause();
+}
+
 /** Points have no slices, no profiles and nothing that is connected. */
-function showPoints(record: ComparisonRecord, store: Store): void {
+async function showPoints(record: ComparisonRecord, store: Store): Promise<void> {
     for (const id of ['viewer', 'profiles-card', 'bands', 'clusters']) {
         byId(id).hidden = true;
     }
     const histogram = new Histogram(record, store);
     new PointView(record, store);
     setUpPrint({ store, viewer: null, profiles: null, histogram, doseVolume: null });
-    store.announce('criterion', 'part', 'appearance');
+    await store.announce('criterion', 'part', 'appearance');
     document.documentElement.dataset.state = 'complete';
+}
+
+async function buildViews(model: Model, store: Store, analyses: Analyses, maximum: number): Promise<void> {
+    const { record } = model;
+    const viewer = new Viewer(model, store, maximum);
+    await pause();
+    new Readout(model, store);
+    const profiles = new Profiles(model, store);
+    const histogram = new Histogram(record, store);
+    new Tables(model, store, analyses);
+    showSweeps(record, store);
+    if (record.explanation) {
+        new ExplanationCard(model, store, record.explanation);
+    }
+    const doseVolume = record.structures ? new DoseVolume(model, store) : null;
+    await pause();
+    if (record.structures) {
+        new StructureList(model, store);
+    }
+    setUpPrint({ store, viewer, profiles, histogram, doseVolume });
+    await store.announce('criterion', 'structures', 'part', 'cross', 'appearance');
+    store.ended.throwIfAborted();
 }
 
 /** Tells why a comparison cannot be shown. */

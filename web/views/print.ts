@@ -59,7 +59,7 @@ export function setUpPrint({ store, viewer, profiles, histogram, doseVolume }: P
         applyTheme();
         store.redraw();
     };
-    window.addEventListener('beforeprint', prepare);
-    window.addEventListener('afterprint', restore);
+    window.addEventListener('beforeprint', prepare, { signal: store.ended });
+    window.addEventListener('afterprint', restore, { signal: store.ended });
     byId('print').addEventListener('click', () => window.print());
 }

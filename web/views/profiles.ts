@@ -28,8 +28,12 @@ export class Profiles {
         const place = byId('profiles');
         place.replaceChildren(...hosts.map((host, i) => el('div', {}, this.titles[i], host)));
         place.dataset.count = String(hosts.length);
-        this.charts = hosts.map((host, i) => new Chart(host, () => this.options(this.axes[i]), height));
-        store.subscribe((state, changes) => this.update(state, changes));
+        this.charts = hosts.map(
+            (host, i) => new Chart(host, () => this.options(this.axes[i]), height, store.ended),
+        );
+        this.axes.forEach((_, i) =>
+            store.subscribe((state, changes) => this.update(i, state, changes)),
+        );
     }
 
     drawForPrint(width: number, tall: number): void {
@@ -37,20 +41,18 @@ export class Profiles {
         this.charts.forEach((chart, i) => chart.create(this.data(this.axes[i]), each, tall));
     }
 
-    private update(state: State, changes: Changes): void {
+    private update(i: number, state: State, changes: Changes): void {
         const remade = (['appearance', 'criterion', 'wholeGrid'] as const).some((c) => changes.has(c));
         if (!remade && !changes.has('cross')) {
             return;
         }
-        this.charts.forEach((chart, i) => {
-            const a = this.axes[i];
-            if (remade) {
-                chart.create(this.data(a));
-            } else {
-                chart.setData(this.data(a));
-            }
-            this.titles[i].textContent = this.title(a, state.cross);
-        });
+        const a = this.axes[i];
+        if (remade) {
+            this.charts[i].create(this.data(a));
+        } else {
+            this.charts[i].setData(this.data(a));
+        }
+        this.titles[i].textContent = this.title(a, state.cross);
     }
 
     /** Without a pointer the legend tells the values at the crosshair. */

@@ -1,3 +1,4 @@
+import { pause } from './pieces';
 import type { Triple } from './record';
 
 export type Layer = 'reference' | 'evaluation' | 'difference' | 'gamma';
@@ -37,39 +38,52 @@ export interface State {
 export type Changes = Set<keyof State>;
 type Listener = (state: State, changes: Changes) => void;
 
-/** The state of the page; listeners hear of changes once per frame. */
+/** ms of a frame that listeners may take; the others hear of the change in the next one. */
+const budget = 16;
+
+interface Listening {
+    tell: Listener;
+    pending: Changes;
+}
+
+/**
+ * The state of the page; listeners hear of changes once per frame, one after another over several
+ * frames where they need long. The root element has data-drawing as long as that takes.
+ */
 export class Store {
-    private readonly listeners: Listener[] = [];
-    private readonly changes: Changes = new Set();
+    private readonly listening: Listening[] = [];
+    private next = 0;
     private frame = 0;
 
-    constructor(readonly state: State) {}
+    /** @param ended when another comparison takes the place of this one */
+    constructor(
+        readonly state: State,
+        readonly ended: AbortSignal = new AbortController().signal,
+    ) {
+        ended.addEventListener('abort', () => {
+            this.listening.length = 0;
+            this.finish();
+        });
+    }
 
-    subscribe(listener: Listener): void {
-        this.listeners.push(listener);
+    subscribe(tell: Listener): void {
+        this.listening.push({ tell, pending: new Set() });
     }
 
     update(patch: Partial<State>): void {
         for (const [key, value] of Object.entries(patch) as [keyof State, unknown][]) {
             if (!sameValue(this.state[key], value)) {
                 Object.assign(this.state, { [key]: value });
-                this.changes.add(key);
+                this.mark(key);
             }
         }
-        if (this.changes.size > 0 && this.frame === 0) {
-            this.frame = requestAnimationFrame(() => this.flush());
-        }
+        this.schedule();
     }
 
     /** Tells the listeners at once; printing cannot wait for the next frame. */
     flush(): void {
-        cancelAnimationFrame(this.frame);
-        this.frame = 0;
-        const changes = new Set(this.changes);
-        this.changes.clear();
-        for (const listener of this.listeners) {
-            listener(this.state, changes);
-        }
+        while (this.tellNext());
+        this.finish();
     }
 
     redraw(): void {
@@ -77,9 +91,60 @@ export class Store {
     }
 
     /** Lets everything that depends on `keys` be shown again, though they are what they were. */
-    announce(...keys: (keyof State)[]): void {
-        keys.forEach((key) => this.changes.add(key));
-        this.flush();
+    async announce(...keys: (keyof State)[]): Promise<void> {
+        keys.forEach((key) => this.mark(key));
+        while (this.tellNext()) {
+            await pause();
+        }
+        this.finish();
+    }
+
+    private mark(key: keyof State): void {
+        this.listening.forEach(({ pending }) => pending.add(key));
+    }
+
+    private isPending(): boolean {
+        return this.listening.some(({ pending }) => pending.size > 0);
+    }
+
+    private schedule(): void {
+        if (this.frame === 0 && this.isPending()) {
+            document.documentElement.dataset.drawing = '';
+            this.frame = requestAnimationFrame(() => this.draw());
+        }
+    }
+
+    private draw(): void {
+        this.frame = 0;
+        const end = performance.now() + budget;
+        while (performance.now() < end && this.tellNext());
+        if (this.isPending()) {
+            this.schedule();
+        } else {
+            this.finish();
+        }
+    }
+
+    private finish(): void {
+        cancelAnimationFrame(this.frame);
+        this.frame = 0;
+        delete document.documentElement.dataset.drawing;
+    }
+
+    /** In turn: who comes later must not starve while the crosshair is dragged. False: all know. */
+    private tellNext(): boolean {
+        const { listening } = this;
+        for (let i = 0; i < listening.length; ++i) {
+            const at = (this.next + i) % listening.length;
+            const { tell, pending } = listening[at];
+            if (pending.size > 0) {
+                listening[at].pending = new Set();
+                this.next = at + 1;
+                tell(this.state, pending);
+                return true;
+            }
+        }
+        return false;
     }
 }
 

@@ -1,5 +1,6 @@
 import type { ComparisonData, StructureShape } from './comparison';
 import type { Grid } from './grid';
+import { Pieces } from './pieces';
 
 /** mm. */
 export interface Contour {
@@ -80,12 +81,16 @@ export class StructureShapes {
     ) {}
 
     async load(): Promise<void> {
+        const pieces = new Pieces();
         for (let i = 0; i < this.count; ++i) {
             const shape = await this.data.structure?.(i);
             if (!shape) {
                 throw new Error('The structures of this comparison are missing.');
             }
             this.shapes[i] = new Shape(shape);
+            if (pieces.isDue()) {
+                await pieces.rest();
+            }
         }
     }
 
@@ -101,6 +106,10 @@ export class StructureShapes {
         }
         const isInside = new Uint8Array(grid.count);
         this.shapes.forEach((shape) => shape.visit(grid, (index) => (isInside[index] = 1)));
-        isInside.forEach((inside, index) => inside || take(index));
+        for (let index = 0; index < isInside.length; ++index) {
+            if (isInside[index] === 0) {
+                take(index);
+            }
+        }
     }
 }

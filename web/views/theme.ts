@@ -2,6 +2,7 @@ import { byId } from './dom';
 
 /** What draws its charts again in the colours of another theme. */
 interface Redrawn {
+    readonly ended?: AbortSignal;
     redraw(): void;
 }
 
@@ -32,6 +33,6 @@ export function setUpTheme(page: Redrawn): void {
         chosen = inForce() === 'dark' ? 'light' : 'dark';
         apply();
     });
-    system.addEventListener('change', apply);
+    system.addEventListener('change', apply, { signal: page.ended });
     apply();
 }

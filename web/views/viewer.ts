@@ -47,16 +47,22 @@ export class Viewer {
         this.buildWindow();
         this.buildOptions();
         store.subscribe((state, changes) => this.update(state, changes));
-        new ResizeObserver(() => store.redraw()).observe(this.host);
+        for (const view of this.views) {
+            store.subscribe((_, changes) => {
+                if (drawn.some((key) => changes.has(key))) {
+                    view.draw();
+                }
+            });
+        }
+        const resizes = new ResizeObserver(() => store.redraw());
+        resizes.observe(this.host);
+        store.ended.addEventListener('abort', () => resizes.disconnect());
     }
 
     private update(state: State, changes: Changes): void {
         if (changes.has('appearance') || changes.has('wholeGrid')) {
             this.views.forEach((view) => view.setBox(this.box()));
             this.layOutForScreen();
-        }
-        if (drawn.some((key) => changes.has(key))) {
-            this.views.forEach((view) => view.draw());
         }
         this.updateWindow(state);
         this.drawScale(state);
@@ -98,13 +104,16 @@ export class Viewer {
                 el('label', { title: `Key ${i + 1}` }, input, el('span', {}, layerNames[layer])),
             );
         }
-        document.addEventListener('keydown', (event) => {
-            const inField = event.target instanceof HTMLElement && event.target.matches('input[type=number], select');
-            const layer = layers[Number(event.key) - 1];
-            if (layer && !inField && !event.ctrlKey && !event.metaKey && !event.altKey) {
-                this.store.update({ layer });
-            }
-        });
+        document.addEventListener('keydown', (event) => this.press(event), { signal: this.store.ended });
+    }
+
+    private press(event: KeyboardEvent): void {
+        const typed = 'input:is([type=number], [type=text], [type=search]), textarea, select';
+        const inField = event.target instanceof HTMLElement && event.target.matches(typed);
+        const layer = layers[Number(event.key) - 1];
+        if (layer && !inField && !event.ctrlKey && !event.metaKey && !event.altKey) {
+            this.store.update({ layer });
+        }
     }
 
     private buildWindow(): void {

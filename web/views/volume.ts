@@ -1,5 +1,6 @@
 import { notFinite, type StoredVolume } from './comparison';
 import { Grid } from './grid';
+import { Pieces } from './pieces';
 import type { Triple } from './record';
 
 /** A quantity on a grid, NaN where there is none. */
@@ -34,14 +35,17 @@ export class Volume implements Field {
 /** A dose brought to the voxels of another grid; NaN outside its own grid. */
 export class ResampledField implements Field {
     readonly decimals: number;
-    private readonly data: Float32Array;
 
-    constructor(
-        source: Field,
+    private constructor(
         readonly grid: Grid,
+        private readonly data: Float32Array,
+        source: Field,
     ) {
         this.decimals = source.decimals;
-        this.data = resample(source, grid);
+    }
+
+    static async of(source: Field, grid: Grid): Promise<ResampledField> {
+        return new ResampledField(grid, await resample(source, grid), source);
     }
 
     value(index: number): number {
@@ -49,7 +53,8 @@ export class ResampledField implements Field {
     }
 }
 
-function resample(source: Field, grid: Grid): Float32Array {
+async function resample(source: Field, grid: Grid): Promise<Float32Array> {
+    const pieces = new Pieces();
     const data = new Float32Array(grid.count);
     const [nx, ny, nz] = grid.size;
     let index = 0;
@@ -57,6 +62,9 @@ function resample(source: Field, grid: Grid): Float32Array {
         for (let j = 0; j < ny; ++j) {
             for (let i = 0; i < nx; ++i) {
                 data[index++] = sample(source, grid.position([i, j, k]));
+            }
+            if (pieces.isDue()) {
+                await pieces.rest();
             }
         }
     }

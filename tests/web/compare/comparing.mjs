@@ -1,0 +1,91 @@
+// Drives the page that compares, opened from disk as a person would.
+import { execFileSync } from 'node:child_process';
+import { readFileSync } from 'node:fs';
+import { join } from 'node:path';
+import { fileURLToPath, pathToFileURL } from 'node:url';
+
+export const { ZARNGI_PAGE: pagePath, ZARNGI: program, ZARNGI_DATA: data } = process.env;
+
+export function makeInputs(folder) {
+    const script = fileURLToPath(new URL('inputs.py', import.meta.url));
+    const env = { ...process.env, PYTHONDONTWRITEBYTECODE: '1' };
+    execFileSync(process.env.ZARNGI_PYTHON ?? '/usr/bin/python3', [script, folder], { env });
+}
+
+/** The page; `complaints` collects console messages, exceptions, and requests but for its own blobs. */
+export async function openPage(browser, options = {}) {
+    const context = await browser.newContext({ viewport: { width: 1400, height: 1000 }, ...options });
+    const page = await context.newPage();
+    const url = pathToFileURL(pagePath).href;
+    const complaints = [];
+    page.on('console', (message) => complaints.push(`console: ${message.text()}`));
+    page.on('pageerror', (error) => complaints.push(`exception: ${error}`));
+    page.on('request', (request) => {
+        if (request.url() !== url && !/^(data|blob):/.test(request.url())) {
+            complaints.push(`request: ${request.url()}`);
+        }
+    });
+    await options.prepare?.(page);
+    await page.goto(url);
+    await page.locator('html[data-state]').waitFor();
+    return { page, complaints };
+}
+
+/** Does something that leads to another comparison, and waits until that is shown in whole. */
+export async function comparing(page, action) {
+    await page.evaluate(() => document.getElementById('page')?.setAttribute('data-earlier', ''));
+    await action();
+    await page.waitForFunction(() => {
+        const { state, drawing } = document.documentElement.dataset;
+        const shown = document.querySelector('#page:not([data-earlier])');
+        return shown && state === 'complete' && drawing === undefined;
+    });
+}
+
+/** Drops files and folders as the desktop does. */
+export async function drop(page, ...paths) {
+    const session = await page.context().newCDPSession(page);
+    await page.locator('#drop-area').scrollIntoViewIfNeeded();
+    const { x, y } = await page.locator('#drop-area').boundingBox();
+    const dragged = { items: [], files: paths, dragOperationsMask: 1 };
+    for (const type of ['dragEnter', 'dragOver', 'drop']) {
+        await session.send('Input.dispatchDragEvent', { type, x: x + 20, y: y + 20, data: dragged });
+    }
+    await session.detach();
+}
+
+/** The bytes of what a button saves. */
+export async function saved(page, id) {
+    const [download] = await Promise.all([page.waitForEvent('download'), page.locator(`#${id}`).click()]);
+    return { name: download.suggestedFilename(), bytes: readFileSync(await download.path()) };
+}
+
+/** What the program writes from the same inputs: its outputs by their endings. */
+export function written(folder, inputs, ...options) {
+    const out = (ending) => join(folder, `native${ending}`);
+    const endings = ['.json', '.csv', '.html'];
+    execFileSync(program, [
+        'compare', ...inputs, ...options,
+        '--json', out('.json'), '--csv', out('.csv'), '--report', out('.html'),
+    ], { cwd: folder });
+    return Object.fromEntries(endings.map((ending) => [ending, readFileSync(out(ending), 'utf8')]));
+}
+
+/** A record without what depends on when, where and by what it was made. */
+export function timeless(record) {
+    const differing = ['created', 'command', 'program', 'path', 'threads', 'seconds'];
+    return JSON.parse(JSON.stringify(record, (key, value) =>
+        differing.includes(key) || key.endsWith('Seconds') ? undefined : value,
+    ));
+}
+
+/** Rows of a table for spreadsheets without the columns of times and files' places. */
+export function timelessRows(csv) {
+    const [head, ...rows] = csv.trim().split('\n').map((line) => line.split(','));
+    const kept = head.flatMap((name, i) => (/seconds|reference|evaluation/.test(name) && i < 20 ? [] : [i]));
+    return [head, ...rows].map((row) => kept.map((i) => row[i]));
+}
+
+export async function criteriaShown(page) {
+    return page.locator('#criteria-rows th').allInnerTexts().then((texts) => texts.map((t) => t.trim()));
+}

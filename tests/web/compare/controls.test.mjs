@@ -1,0 +1,327 @@
+// The page that compares: what is asked, computed anew, stopped, looked at; how it behaves meanwhile.
+import assert from 'node:assert/strict';
+import { execFileSync, spawnSync } from 'node:child_process';
+import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, before, describe, test } from 'node:test';
+import { crosshair, launch, lookAt, numberOf, settle } from '../browser.mjs';
+import {
+    comparing, criteriaShown, data, drop, makeInputs, openPage, program, saved, timeless, written,
+} from './comparing.mjs';
+
+const folder = mkdtempSync(join(tmpdir(), 'zarngi-compare-'));
+const names = ['reference.dcm', 'evaluation.dcm'];
+const structures = 'structures.dcm';
+let browser;
+
+before(async () => {
+    makeInputs(folder);
+    browser = await launch();
+});
+after(async () => {
+    await browser?.close();
+    rmSync(folder, { recursive: true, force: true });
+});
+
+async function openPair(options) {
+    const opened = await openPage(browser, options);
+    await comparing(opened.page, () => drop(opened.page, ...[...names, structures].map((n) => join(folder, n))));
+    return opened;
+}
+
+/** A field inside one of the folded parts. */
+async function unfolded(page, id) {
+    await page.locator(`#${id}`).evaluate((field) => field.closest('details')?.setAttribute('open', ''));
+    return page.locator(`#${id}`);
+}
+
+describe('controls', () => {
+    let page, complaints;
+    before(async () => {
+        ({ page, complaints } = await openPair());
+    });
+    after(async () => {
+        await page?.context().close();
+    });
+
+    const controls = [
+        { id: 'criteria', value: '2%L/3mm\nPTV*:1%/1mm', native: ['-c', '2%L/3mm', '-c', 'PTV*:1%/1mm'] },
+        { id: 'cut-off', value: '20', native: ['--dco', '20'] },
+        { id: 'normalisation', value: '1.5', native: ['--norm', '1.5'] },
+        { id: 'max-gamma', value: '0.5', native: ['--max-gamma', '0.5'] },
+        { id: 'step', value: '0.7', native: ['--step', '0.7'] },
+        { id: 'nearest', native: ['--nearest'] },
+        { id: 'slices-only', native: ['--slices'] },
+        { id: 'tolerance', value: '99.9; PTV*:99.5', native: ['--tolerance', '99.9', '--tolerance', 'PTV*:99.5'] },
+        { id: 'action', value: '85; CORD:80', native: ['--action', '85', '--action', 'CORD:80'] },
+        { id: 'shown', value: 'ring=PTV1-CORD; CORD', native: ['--structure', 'ring=PTV1-CORD', '--structure', 'CORD'] },
+        { id: 'excluded', value: 'CORD', native: ['--exclude', 'CORD'] },
+        { id: 'within', value: 'PTV1', native: ['--within', 'PTV1'] },
+        { id: 'metrics', value: 'D90,V95%', native: ['--dvh', 'D90,V95%'] },
+        { id: 'prescription', value: '1.9', native: ['--prescription', '1.9'] },
+        { id: 'ignore-frame', native: ['--ignore-frame'] },
+    ];
+    for (const { id, value, native } of controls) {
+        test(`${id} is the program's ${native[0]}`, async () => {
+            const usual = id === 'criteria' ? [] : ['-c', '3%/2mm', '-c', '2%/2mm'];
+            const field = await unfolded(page, id);
+            const before = value === undefined ? null : await field.inputValue();
+            await comparing(page, () => (value === undefined ? field.check() : field.fill(value)));
+            const { bytes } = await saved(page, 'save-json');
+            const expected = written(folder, names, ...usual, '--structures', structures, ...native);
+            assert.deepEqual(timeless(JSON.parse(bytes)), timeless(JSON.parse(expected['.json'])));
+            const command = JSON.parse(bytes).command.replace(/^zarngi /, '');
+            const again = execFileSync('sh', ['-c', `"${program}" ${command} --json again.json && cat again.json`], { cwd: folder });
+            const text = again.toString();
+            assert.deepEqual(timeless(JSON.parse(text.slice(text.indexOf('\n{\n') + 1))), timeless(JSON.parse(bytes)));
+            await comparing(page, () => (value === undefined ? field.uncheck() : field.fill(before)));
+        });
+    }
+
+    test('local and global rewrite the criteria', async () => {
+        await comparing(page, () => page.locator('#locality').selectOption('L'));
+        assert.deepEqual(await criteriaShown(page), ['3%L/2mm', '2%L/2mm']);
+        await comparing(page, () => page.locator('#locality').selectOption(''));
+        assert.deepEqual(await criteriaShown(page), ['3%/2mm', '2%/2mm']);
+    });
+
+    const mistakes = [
+        { id: 'criteria', value: 'foo', native: ['-c', 'foo'] },
+        { id: 'cut-off', value: 'x', native: ['--dco', 'x'] },
+        { id: 'tolerance', value: '50; action', native: ['--tolerance', '50', '--tolerance', 'action'] },
+        { id: 'within', value: 'NOBODY', native: ['--within', 'NOBODY'] },
+    ];
+    for (const { id, value, native } of mistakes) {
+        test(`a mistake in ${id} is told as the program tells it, and the last result stays`, async () => {
+            const before = await page.locator('#criteria-rows').innerText();
+            const field = await unfolded(page, id);
+            const usual = await field.inputValue();
+            await field.fill(value);
+            await page.locator('#problem').waitFor();
+            const { stderr } = spawnSync(program, ['compare', ...names, '--structures', structures, ...native], { cwd: folder, encoding: 'utf8' });
+            const sentence = stderr.trim().replace(/^zarngi: /, '').replace(/ \(zarngi --help tells more\)$/, '');
+            assert.equal(await page.locator('#problem').innerText(), sentence);
+            assert.equal(await field.getAttribute('aria-invalid'), 'true');
+            assert.equal(await page.locator('#criteria-rows').innerText(), before);
+            await comparing(page, () => field.fill(usual));
+            assert.ok(!(await page.locator('#problem').isVisible()));
+            assert.equal(await field.getAttribute('aria-invalid'), null);
+        });
+    }
+
+    test('what is looked at stays when the criteria change', async () => {
+        await page.locator('#layer-difference').check({ force: true });
+        await page.locator('#option-isodoses').uncheck();
+        await page.locator('#axial-slice').focus();
+        for (const key of ['ArrowLeft', 'ArrowLeft', 'PageUp']) {
+            await page.keyboard.press(key);
+        }
+        await page.locator('#criterion-1').check();
+        await page.locator('#structure-rows button', { hasText: 'CORD' }).click();
+        await settle(page);
+        const voxel = await crosshair(page);
+        await comparing(page, () => page.locator('#criteria').fill('1%/1mm\n2%/2mm'));
+        assert.deepEqual(await crosshair(page), voxel);
+        assert.ok(await page.locator('#layer-difference').isChecked());
+        assert.ok(!(await page.locator('#option-isodoses').isChecked()));
+        assert.ok(await page.locator('#criterion-1').isChecked(), '2%/2mm is shown as before');
+        assert.match(await page.locator('#structure-rows .selected').innerText(), /CORD/);
+    });
+
+    test('rates by criterion fill in, and a field becomes the criterion', async () => {
+        await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
+        const field = (row, column) => page.locator('.sweep tbody tr').nth(row).locator('.sweep-field').nth(column);
+        const rateOf = (criterion, ...options) => {
+            const record = JSON.parse(written(folder, names, '-c', criterion, '--structures', structures, ...options)['.json']);
+            return record.criteria[0];
+        };
+        const isRate = async (text, value) => assert.ok(Math.abs(numberOf(await text) - value) < 0.0051, `${await text}: ${value}`);
+        await isRate(field(0, 0).innerText(), rateOf('1%/1mm').passRate);
+        await isRate(field(3, 1).innerText(), rateOf('4%/2mm').passRate);
+        await page.locator('#rates-part').selectOption('PTV1');
+        await isRate(field(0, 1).innerText(), rateOf('1%/2mm').structures[0].passRate);
+        await comparing(page, () => field(0, 2).click());
+        assert.deepEqual(await criteriaShown(page), ['1%/1mm', '1%/3mm']);
+        await page.locator('#rates-local').check();
+        await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
+        await isRate(field(0, 0).innerText(), rateOf('1%L/1mm').structures[0].passRate);
+        await page.locator('#rates-local').uncheck();
+        await comparing(page, () => page.locator('#criteria').fill('3%/2mm\n2%/2mm'));
+    });
+
+    test('one comparison after another leaves nothing behind', async () => {
+        const session = await page.context().newCDPSession(page);
+        const counted = async () => {
+            await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
+            await session.send('HeapProfiler.collectGarbage');
+            const { result } = await session.send('Runtime.evaluate', { expression: 'HTMLElement.prototype' });
+            const { objects } = await session.send('Runtime.queryObjects', { prototypeObjectId: result.objectId });
+            const detached = await session.send('Runtime.callFunctionOn', {
+                objectId: objects.objectId,
+                returnByValue: true,
+                functionDeclaration: `function () {
+                    return this.filter((e) => Object.hasOwn(e, 'constructor') ? false : !e.isConnected).length;
+                }`,
+            });
+            await session.send('Runtime.releaseObject', { objectId: objects.objectId });
+            const { jsEventListeners } = await session.send('Memory.getDOMCounters');
+            return { detached: detached.result.value, jsEventListeners };
+        };
+        const again = async () => {
+            for (const cutOff of ['11', '']) {
+                await comparing(page, () => page.locator('#cut-off').fill(cutOff));
+            }
+        };
+        await again();
+        const first = await counted();
+        await again();
+        await again();
+        const later = await counted();
+        // The slices keep a picture each; a comparison has hundreds of elements and listeners.
+        assert.ok(later.detached < 20, `${later.detached} elements outside of the page`);
+        const more = later.jsEventListeners - first.jsEventListeners;
+        assert.ok(more < 50, `${more} listeners more after four comparisons`);
+    });
+
+    test('all this without a message or a request', () => assert.deepEqual(complaints, []));
+});
+
+test('the built-in example is one click, and looks well in both themes', async () => {
+    const { page, complaints } = await openPage(browser);
+    await comparing(page, () => page.locator('#example').click());
+    assert.equal(await page.locator('#structure-rows tr').count(), 4, 'three structures and what is outside');
+    const corners = {};
+    for (const theme of ['light', 'dark']) {
+        await page.emulateMedia({ colorScheme: theme });
+        await settle(page);
+        const { colours, corner } = await lookAt(browser, await page.screenshot());
+        assert.ok(colours > 300, `${colours} colours`);
+        corners[theme] = corner;
+    }
+    assert.ok(corners.light > 200 && corners.dark < 60);
+    await page.locator('#about-open').click();
+    const about = await page.locator('#about').innerText();
+    for (const word of ['pako', 'uPlot', 'noble-hashes', 'nlohmann-json', 'emscripten', 'musl', 'LLVM']) {
+        assert.ok(about.includes(word), word);
+    }
+    await page.keyboard.press('Escape');
+    await page.locator('#start-over').click();
+    await page.locator('#page').waitFor({ state: 'detached' });
+    assert.ok(!(await page.locator('#chosen').isVisible()));
+    assert.deepEqual(complaints, []);
+    await page.context().close();
+});
+
+test('a computation is told of, stopped, and another one made', { skip: !data && 'no data' }, async () => {
+    const { page, complaints } = await openPage(browser);
+    const pair = ['head_neck_day1.nrrd', 'head_neck_day2.nrrd'].map((name) => join(data, name));
+    await (await unfolded(page, 'step')).fill('0.02');
+    await page.locator('#any-files').setInputFiles(pair);
+    await page.locator('#progress-text', { hasText: /3%\/2mm: shell \d+ of at most \d+/ }).waitFor();
+    await page.locator('#stop').click();
+    await page.locator('html[data-state=stopped]').waitFor();
+    assert.equal(await page.locator('#problem').innerText(), 'The computation was stopped.');
+    assert.ok(!(await page.locator('#progress').isVisible()));
+    assert.equal(await page.locator('#page').count(), 0);
+    // What takes long also gives way to the next criteria.
+    await page.locator('#step').fill('0.021');
+    await page.locator('#progress-text', { hasText: 'shell' }).waitFor();
+    await page.waitForTimeout(1200);
+    await comparing(page, () => page.locator('#step').fill(''));
+    assert.deepEqual(await criteriaShown(page), ['3%/2mm', '2%/2mm']);
+    assert.deepEqual(complaints, []);
+    await page.context().close();
+});
+
+test('the page answers while it reads, computes and shows', { skip: !data && 'no data' }, async () => {
+    const trace = join(folder, 'trace.json');
+    const { page } = await openPage(browser);
+    await browser.startTracing(page, { path: trace, categories: ['devtools.timeline', 'disabled-by-default-devtools.timeline', 'toplevel'] });
+    const files = ['head_neck_day1.nrrd', 'head_neck_day2.nrrd', 'head_neck_structures.dcm'].map((name) => join(data, name));
+    await comparing(page, () => drop(page, ...files));
+    await comparing(page, () => page.locator('#criteria').fill('3%/3mm\n2%L/2mm'));
+    await page.locator('#criterion-1').check();
+    await settle(page);
+    await browser.stopTracing();
+    const { traceEvents } = JSON.parse(readFileSync(trace));
+    const main = traceEvents.find((e) => e.name === 'thread_name' && e.args.name === 'CrRendererMain');
+    // Of a task the time of the processor counts: other programs may take the machine meanwhile.
+    const tasks = traceEvents.filter((e) => e.name === 'RunTask' && e.tid === main.tid && e.pid === main.pid);
+    assert.ok(tasks.length > 100);
+    const long = tasks.filter((e) => e.tdur > 50e3).map((e) => e.tdur / 1000);
+    assert.deepEqual(long, []);
+    await page.context().close();
+});
+
+const lacking = [
+    { what: 'WebAssembly', script: () => delete globalThis.WebAssembly },
+    { what: 'its vectors and exceptions', script: () => (WebAssembly.validate = () => false) },
+];
+for (const { what, script } of lacking) {
+    test(`a browser without ${what} is told so`, async () => {
+        const { page, complaints } = await openPage(browser, { prepare: (p) => p.addInitScript(script) });
+        assert.match(await page.locator('[role=alert]:visible').innerText(), /^This browser cannot run the comparison: [^.]*16\.4[^.]*\.$/);
+        assert.ok(!(await page.locator('#start').isVisible()));
+        assert.deepEqual(complaints, []);
+        await page.context().close();
+    });
+}
+
+test('a worker whose memory runs out says so in a sentence, and the next one works', async () => {
+    const { page } = await openPair();
+    await page.evaluate(() => {
+        const post = Worker.prototype.postMessage;
+        Worker.prototype.postMessage = function (message, ...others) {
+            if (message.call?.call === 'compare') {
+                Worker.prototype.postMessage = post;
+                const failure = { error: 'not enough memory', kind: 'memory' };
+                setTimeout(() => this.onmessage({ data: { id: message.id, failure } }));
+                return;
+            }
+            post.call(this, message, ...others);
+        };
+    });
+    await page.locator('#cut-off').fill('15');
+    await page.locator('#problem', { hasText: 'There is not enough memory in this browser for this comparison.' }).waitFor();
+    await comparing(page, () => page.locator('#cut-off').fill('16'));
+    await page.context().close();
+});
+
+const widths = [
+    { width: 900, shown: ['#verdict', '#criteria-rows', '.viewer', '#rates'], hidden: [] },
+    { width: 400, shown: ['#verdict', '#criteria-rows'], hidden: ['.viewer', '#rates', '#histogram'] },
+];
+for (const { width, shown, hidden } of widths) {
+    test(`${width} pixels wide the page fits`, async () => {
+        const { page } = await openPair({ viewport: { width, height: 800 } });
+        for (const part of shown) {
+            assert.ok(await page.locator(part).isVisible(), part);
+        }
+        for (const part of hidden) {
+            assert.ok(!(await page.locator(part).isVisible()), part);
+        }
+        const wide = await page.evaluate(() => document.documentElement.scrollWidth);
+        assert.ok(wide <= width, `${wide} pixels`);
+        await page.context().close();
+    });
+}
+
+test('by keyboard alone: example, criteria, a field of the map', async () => {
+    const { page } = await openPage(browser);
+    await page.keyboard.press('Tab');
+    await page.keyboard.press('Tab');
+    assert.equal(await page.evaluate(() => document.activeElement.id), 'example');
+    await comparing(page, () => page.keyboard.press('Enter'));
+    await page.locator('#criteria').focus();
+    await page.keyboard.press('Control+A');
+    await comparing(page, () => page.keyboard.type('4%/4mm'));
+    await page.locator('.sweep button').first().focus();
+    await comparing(page, () => page.keyboard.press('Space'));
+    assert.deepEqual(await criteriaShown(page), ['1%/1mm']);
+    const nameless = await page.evaluate(() =>
+        [...document.querySelectorAll('#app :is(input, select, textarea)')].filter((f) => !f.labels?.length).map((f) => f.id),
+    );
+    assert.deepEqual(nameless, [], 'every field has its label');
+    await page.context().close();
+});

@@ -1,0 +1,90 @@
+"""Makes the files that the tests of the comparing page drop and choose: inputs.py FOLDER."""
+
+import pathlib
+import sys
+
+import numpy
+import pydicom
+from pydicom.dataset import FileMetaDataset
+from pydicom.uid import CTImageStorage, ExplicitVRLittleEndian, generate_uid
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "cli"))
+import doses  # noqa: E402
+import structure_files  # noqa: E402
+
+
+def write_slice(path, number):
+    """A slice of the planning image: DICOM that is no dose."""
+    meta = FileMetaDataset()
+    meta.MediaStorageSOPClassUID = CTImageStorage
+    meta.MediaStorageSOPInstanceUID = generate_uid()
+    meta.TransferSyntaxUID = ExplicitVRLittleEndian
+    data = pydicom.FileDataset(str(path), {}, file_meta=meta, preamble=b"\0" * 128)
+    data.is_little_endian, data.is_implicit_VR = True, False
+    data.SOPClassUID = CTImageStorage
+    data.SOPInstanceUID = meta.MediaStorageSOPInstanceUID
+    data.Modality = "CT"
+    data.InstanceNumber = number
+    data.Rows = data.Columns = 2
+    data.BitsAllocated = 16
+    data.PixelData = bytes(8)
+    data.save_as(str(path), write_like_original=False)
+
+
+def write_structures(path):
+    heights = numpy.arange(11, 40, 3.0)
+    return structure_files.write_structure_set(
+        path,
+        {
+            "PTV1": structure_files.box((-10, 12), (-8, 8), heights),
+            "CORD": structure_files.box((-18, -12), (-12, -4), heights),
+        },
+        frame="1.2.3.4",
+    )
+
+
+def write_mask(path, dose):
+    labels = numpy.zeros(dose.values.shape)
+    labels[3:8, 4:10, 5:11] = 1
+    return structure_files.write_label_mask(path, dose, labels)
+
+
+def write_pairs(folder):
+    reference, evaluation = doses.pair()
+    for name, dose in (("reference", reference), ("evaluation", evaluation)):
+        doses.write_nrrd(folder / f"{name}.nrrd", dose, encoding="gzip")
+        doses.write_mha(folder / f"{name}.mha", dose)
+        doses.write_mhd(folder / f"{name}.mhd", dose)
+        doses.write_nifti(folder / f"{name}.nii.gz", dose)
+        doses.write_dicom(folder / f"{name}.dcm", dose)
+    write_structures(folder / "structures.dcm")
+    write_mask(folder / "mask.nrrd", reference)
+    (folder / "notes.txt").write_text("no dose at all")
+    damaged = (folder / "reference.nrrd").read_bytes()
+    (folder / "damaged.nrrd").write_bytes(damaged[: len(damaged) * 2 // 3])
+    mhd = (folder / "reference.mhd").read_text("latin-1")
+    (folder / "lonely.mhd").write_text(mhd.replace("reference.raw", "nowhere.raw"), "latin-1")
+
+
+def write_mixed(folder):
+    """Forty files: three doses, a structure set, a pair of files, slices and others."""
+    (folder / "image").mkdir(parents=True)
+    reference, evaluation = doses.pair()
+    for name, dose, summation in (
+        ("RD.1", reference, "PLAN"), ("RD.2", evaluation, "BEAM"), ("RD.3", evaluation, "PLAN"),
+    ):
+        style = doses.DicomStyle(elements={"DoseSummationType": summation})
+        doses.write_dicom(folder / f"{name}.dcm", dose, style)
+    write_structures(folder / "RS.dcm")
+    doses.write_mhd(folder / "measured.mhd", evaluation)
+    for number in range(32):
+        write_slice(folder / "image" / f"CT{number:02}.dcm", number)
+    (folder / "readme.txt").write_text("exported")
+    (folder / "plan.pdf").write_bytes(b"%PDF-1.4")
+
+
+if __name__ == "__main__":
+    target = pathlib.Path(sys.argv[1])
+    target.mkdir(parents=True, exist_ok=True)
+    write_pairs(target)
+    write_mixed(target / "mixed")

@@ -1,0 +1,172 @@
+/** One comparison after another: computed when what is asked changes, shown when it is there. */
+
+import { Stopped, type EngineClient } from '../engine/client';
+import { EngineFailure } from '../engine/engine';
+import { EngineData } from '../engine/engineData';
+import type { CompareRequest, Progress } from '../engine/messages';
+import type { Shown } from '../views/carriedOver';
+import { byId } from '../views/dom';
+import { showComparison } from '../views/page';
+import { commandOf } from './criteriaForm';
+import type { ProgressLine } from './progressLine';
+
+/** A comparison on the page. */
+export interface Current extends Shown {
+    readonly request: CompareRequest;
+}
+
+/** ms: what runs longer is ended for the next one, which is ready sooner than a new worker otherwise. */
+const soonDone = 1000;
+
+export interface Listener {
+    /** Null: nothing is shown now. */
+    shown(current: Current | null): void;
+    /** Null: what was told before is over. */
+    problem(sentence: string | null): void;
+    idle(): void;
+}
+
+export class Comparisons {
+    private current: Current | null = null;
+    /** The one before, whose view of things the next one takes over. */
+    private before: Shown | null = null;
+    private wanted: CompareRequest | null = null;
+    private started: number | null = null;
+    /** Whether nothing is asked for any more. */
+    private isDropped = false;
+    private coming: AbortController | null = null;
+    private ended: AbortController | null = null;
+
+    constructor(
+        private readonly client: EngineClient,
+        private readonly progress: ProgressLine,
+        private readonly listener: Listener,
+    ) {}
+
+    isRunning(): boolean {
+        return this.started !== null;
+    }
+
+    /** Computes this instead of what is under way; null: nothing. */
+    ask(request: CompareRequest | null): void {
+        if (!request || !this.current || !hasSameFiles(request, this.current.request)) {
+            this.clear();
+        }
+        this.isDropped = !request;
+        this.wanted = request && { ...request, command: commandOf(request) };
+        if (this.started !== null) {
+            if (performance.now() - this.started > soonDone || !request) {
+                this.client.stop();
+            }
+        } else if (request) {
+            void this.run();
+        }
+    }
+
+    stop(): void {
+        this.wanted = null;
+        this.client.stop();
+    }
+
+    private async run(): Promise<void> {
+        while (this.wanted) {
+            const request = this.wanted;
+            this.wanted = null;
+            this.started = performance.now();
+            this.listener.problem(null);
+            state('computing');
+            this.progress.begin(request.criteria.length);
+            try {
+                await this.compute(request);
+            } catch (error) {
+                this.fail(error);
+            }
+            this.progress.end();
+            this.started = null;
+        }
+        this.listener.idle();
+    }
+
+    private async compute(request: CompareRequest): Promise<void> {
+        const { record } = await this.client.compare(request, (p: Progress) => this.progress.tell(p));
+        if (this.wanted) {
+            return;
+        }
+        const data = await EngineData.load(record, request, this.client);
+        if (!this.wanted) {
+            await this.show(request, data);
+        }
+    }
+
+    /** Waits until the comparison is placed; its other maps follow. */
+    private show(request: CompareRequest, data: EngineData): Promise<void> {
+        this.coming?.abort();
+        const controller = new AbortController();
+        this.coming = controller;
+        return new Promise((placed, fail) => {
+            const place = (shown: Shown): void => {
+                this.replaceMarkup(controller);
+                this.current = { ...shown, request };
+                this.listener.shown(this.current);
+                placed();
+            };
+            const showing = { place, before: this.current ?? this.before, ended: controller.signal };
+            showComparison(data, showing).catch((error: unknown) => {
+                if (controller.signal.aborted) {
+                    placed();
+                } else {
+                    fail(error);
+                }
+            });
+        });
+    }
+
+    private replaceMarkup(controller: AbortController | null): void {
+        this.ended?.abort();
+        this.ended = controller;
+        this.coming = null;
+        const results = byId('results');
+        const tall = results.offsetHeight;
+        results.style.minHeight = controller ? `${tall}px` : ''; // the page must not jump
+        const markup = byId<HTMLTemplateElement>('results-markup').content;
+        results.replaceChildren(...(controller ? [markup.cloneNode(true)] : []));
+    }
+
+    private clear(): void {
+        this.coming?.abort();
+        if (this.current) {
+            this.before = this.current;
+            this.current = null;
+            this.replaceMarkup(null);
+            this.listener.shown(null);
+        }
+        this.listener.problem(null);
+        state('start');
+    }
+
+    private fail(error: unknown): void {
+        if (this.wanted || this.isDropped) {
+            return;
+        }
+        const isStopped = error instanceof Stopped;
+        const isBroken = error instanceof EngineFailure && (error.kind === 'memory' || error.kind === 'internal');
+        if (isBroken) {
+            this.client.stop(); // its memory does not shrink otherwise
+        }
+        const sentence = isStopped
+            ? 'The computation was stopped.'
+            : error instanceof EngineFailure && error.kind === 'memory'
+              ? 'There is not enough memory in this browser for this comparison.'
+              : error instanceof Error ? error.message : String(error);
+        state(isStopped ? 'stopped' : 'failed');
+        this.listener.problem(sentence);
+    }
+}
+
+function state(name: string): void {
+    document.documentElement.dataset.state = name;
+}
+
+function hasSameFiles(a: CompareRequest, b: CompareRequest): boolean {
+    return a.reference === b.reference && a.evaluation === b.evaluation;
+}

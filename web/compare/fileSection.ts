@@ -1,0 +1,226 @@
+/** Files are dropped or chosen, told apart, and given their roles. */
+
+import { byId, el } from '../views/dom';
+import type { EngineClient } from '../engine/client';
+import type { ExamplePart, FileFacts } from '../engine/messages';
+import { chosen, dropped, type NamedFile } from './dropped';
+import { FilePool } from './filePool';
+import { descriptionOf, fileRow, leftOutText, optionText } from './fileTable';
+import { initialRoles, noRoles, type Roles } from './roles';
+
+export type { Roles } from './roles';
+
+type Role = 'reference' | 'evaluation' | 'structures';
+
+export class FileSection {
+    private readonly pool: FilePool;
+    private roles: Roles = noRoles();
+    private problem: { path: string; sentence: string } | null = null;
+    private readonly reference = byId<HTMLSelectElement>('reference-choice');
+    private readonly evaluation = byId<HTMLSelectElement>('evaluation-choice');
+    private queue: Promise<void> = Promise.resolve();
+
+    /** @param changed told of the roles whenever they are others; incomplete ones too */
+    constructor(
+        private readonly client: EngineClient,
+        private readonly changed: (roles: Roles) => void,
+    ) {
+        this.pool = new FilePool(client);
+        this.listenToInputs();
+        this.listenToDrops();
+        this.listenToRoles();
+    }
+
+    /** Shows a sentence beside the file it begins with; false where it is about none. */
+    tellProblem(sentence: string | null): boolean {
+        const paths = [this.roles.reference, this.roles.evaluation, ...this.roles.structures];
+        const path = sentence === null ? undefined : paths.find((p) => p && sentence.startsWith(`${p}: `));
+        this.problem = path && sentence ? { path, sentence } : null;
+        this.render();
+        return this.problem !== null;
+    }
+
+    private listenToInputs(): void {
+        const inputs: [string, Role | null][] = [
+            ['any-files', null], ['folder', null], ['reference-file', 'reference'],
+            ['evaluation-file', 'evaluation'], ['structures-file', 'structures'],
+        ];
+        for (const [id, role] of inputs) {
+            const input = byId<HTMLInputElement>(id);
+            input.addEventListener('change', () => {
+                const files = chosen(input.files);
+                input.value = ''; // so that the same file can be chosen again
+                this.enqueue(() => this.take(files, role));
+            });
+        }
+        byId('example').addEventListener('click', () => this.enqueue(() => this.takeExample()));
+        byId('start-over').addEventListener('click', () => this.enqueue(() => this.startOver()));
+    }
+
+    private listenToDrops(): void {
+        const area = byId('drop-area');
+        const mark = (isOver: boolean) => area.classList.toggle('over', isOver);
+        document.addEventListener('dragover', (event) => {
+            event.preventDefault();
+            mark(true);
+        });
+        document.addEventListener('dragleave', (event) => mark(event.relatedTarget !== null));
+        document.addEventListener('drop', (event) => {
+            event.preventDefault();
+            mark(false);
+            if (event.dataTransfer) {
+                const files = dropped(event.dataTransfer);
+                this.enqueue(async () => this.take(await files, null));
+            }
+        });
+    }
+
+    private listenToRoles(): void {
+        const choose = (): void => {
+            this.roles.reference = this.reference.value || null;
+            this.roles.evaluation = this.evaluation.value || null;
+            this.tell();
+        };
+        this.reference.addEventListener('change', choose);
+        this.evaluation.addEventListener('change', choose);
+        byId('swap').addEventListener('click', () => {
+            const { reference, evaluation } = this.roles;
+            this.roles = { ...this.roles, reference: evaluation, evaluation: reference };
+            this.tell();
+        });
+    }
+
+    /** One after another: files that come while others are read belong to those. */
+    private enqueue(work: () => Promise<void>): void {
+        this.queue = this.queue.then(work).catch((error: unknown) => {
+            byId('reading').textContent = '';
+            this.showProblems([error instanceof Error ? error.message : String(error)]);
+        });
+    }
+
+    private async take(batch: NamedFile[], role: Role | null): Promise<void> {
+        if (batch.length === 0) {
+            return;
+        }
+        const found = await this.pool.add(batch, (done, of) => {
+            byId('reading').textContent = of > 1 ? `Reading file ${done + 1} of ${of}` : 'Reading the file';
+        });
+        byId('reading').textContent = '';
+        if (role) {
+            this.giveRole(role, found);
+        } else {
+            await this.giveRoles(found);
+        }
+        this.tell();
+        this.showProblems(this.problemsOf(found, role !== null));
+    }
+
+    private async giveRoles(found: FileFacts[]): Promise<void> {
+        const doses = found.filter((f) => f.kind === 'dose');
+        if (doses.length >= 2) {
+            await this.pool.keepOnly(new Set(found.map((f) => f.path)));
+            this.roles = noRoles();
+        }
+        this.roles = initialRoles(this.roles, found);
+    }
+
+    private giveRole(role: Role, found: FileFacts[]): void {
+        if (role === 'structures') {
+            const sets = found.filter((f) => f.kind === 'structures' || f.kind === 'mask');
+            sets.forEach((f) => this.roles.structures.add(f.path));
+            return;
+        }
+        const dose = found.find((f) => f.kind === 'dose') ?? found.find((f) => f.kind === 'mask');
+        if (dose) {
+            this.roles[role] = dose.path;
+        }
+    }
+
+    /** A file that was chosen by itself, or nothing but files of no use: told one by one. */
+    private problemsOf(found: FileFacts[], hasRole: boolean): string[] {
+        const unused = this.pool.unused().filter((f) => found.some(({ path }) => path === f.path));
+        const isAll = unused.length === found.length && found.length <= 5;
+        const told = unused.filter((f) => f.kind === 'refused' || hasRole || isAll);
+        return told.map((f) => `${f.path}: ${f.sentence}`);
+    }
+
+    private showProblems(sentences: string[]): void {
+        byId('file-problems').replaceChildren(...sentences.map((s) => el('p', { role: 'alert' }, s)));
+    }
+
+    private async takeExample(): Promise<void> {
+        const parts: ExamplePart[] = ['reference', 'evaluation', 'structures'];
+        const files: NamedFile[] = [];
+        for (const part of parts) {
+            const file = await this.client.example(part);
+            files.push({ path: file.name, file });
+        }
+        await this.startOver();
+        await this.take(files, null);
+    }
+
+    private async startOver(): Promise<void> {
+        await this.pool.keepOnly(new Set());
+        this.roles = noRoles();
+        this.showProblems([]);
+        this.tell();
+    }
+
+    private tell(): void {
+        this.problem = null;
+        this.render();
+        this.changed(this.roles);
+    }
+
+    private render(): void {
+        const doses = this.pool.doses();
+        const sets = this.pool.structures();
+        byId('chosen').hidden = doses.length + sets.length === 0;
+        for (const [select, path] of [
+            [this.reference, this.roles.reference], [this.evaluation, this.roles.evaluation],
+        ] as const) {
+            const options = doses.map((d) => el('option', { value: d.path, selected: d.path === path }, optionText(d)));
+            const empty = el('option', { value: '', selected: path === null }, 'Choose a dose');
+            select.replaceChildren(...(path === null ? [empty] : []), ...options);
+        }
+        byId<HTMLButtonElement>('swap').disabled = !this.roles.reference || !this.roles.evaluation;
+        byId('choose-hint').textContent = this.hint(doses.length);
+        const files = [...doses, ...sets.filter((s) => s.kind === 'structures')];
+        byId('file-rows').replaceChildren(...files.flatMap((f) => this.rowsOf(f)));
+        byId('left-out').textContent = leftOutText(this.pool.unused());
+    }
+
+    private hint(doses: number): string {
+        const { reference, evaluation } = this.roles;
+        if (reference && evaluation) {
+            return '';
+        }
+        return doses < 2 ? 'A comparison takes two doses.' : `${doses} doses: choose the two to compare.`;
+    }
+
+    private rowsOf(file: FileFacts): HTMLElement[] {
+        const { roles } = this;
+        const role = file.path === roles.reference ? 'reference' : file.path === roles.evaluation ? 'evaluation' : '';
+        const row = fileRow(file, role, descriptionOf(file), this.boxOf(file));
+        const isMeant = this.problem?.path === file.path;
+        const problem = el('td', { colspan: 7, class: 'word failure', role: 'alert' }, this.problem?.sentence);
+        return isMeant ? [row, el('tr', {}, problem)] : [row];
+    }
+
+    /** The choice to use a file as structures, where it can be. */
+    private boxOf(file: FileFacts): HTMLElement | null {
+        if (file.kind !== 'structures' && file.kind !== 'mask') {
+            return null;
+        }
+        const box = el('input', { type: 'checkbox', checked: this.roles.structures.has(file.path), 'data-path': file.path });
+        box.addEventListener('change', () => {
+            if (box.checked) {
+                this.roles.structures.add(file.path);
+            } else {
+                this.roles.structures.delete(file.path);
+            }
+            this.tell();
+        });
+        return el('label', {}, box, ' structures');
+    }
+}

@@ -1,0 +1,62 @@
+/** What goes out of the page: files that the browser saves. */
+
+import template from 'zarngi-report-template';
+import type { EngineClient } from '../engine/client';
+import { byId } from '../views/dom';
+import type { Current } from './comparisons';
+
+/** ms until a saved file's bytes are let go. */
+const kept = 60000;
+
+export class Saving {
+    private current: Current | null = null;
+    private readonly format = byId<HTMLSelectElement>('map-format');
+
+    constructor(private readonly client: EngineClient) {
+        this.on('save-page', 'gamma-report.html', 'text/html', ({ request }) => client.page(request, template));
+        this.on('save-json', 'gamma.json', 'application/json', ({ request }) => client.record(request));
+        this.on('save-csv', 'gamma.csv', 'text/csv', ({ request }) => client.csv(request));
+        byId('save-map').addEventListener('click', () => {
+            if (this.current) {
+                void this.saveMap(this.current);
+            }
+        });
+    }
+
+    show(current: Current | null): void {
+        this.current = current;
+        byId('save').hidden = !current;
+        byId('saved').textContent = '';
+    }
+
+    private on(id: string, name: string, type: string, make: (current: Current) => Promise<ArrayBuffer>): void {
+        byId(id).addEventListener('click', () => {
+            if (this.current) {
+                void this.save(name, type, make(this.current));
+            }
+        });
+    }
+
+    private saveMap({ request, record, state }: Current): Promise<void> {
+        const { label } = record.criteria[state.criterion];
+        const name = `gamma-${label.replace(/[^\w%.]+/g, '-')}${this.format.value}`;
+        const type = 'application/octet-stream';
+        return this.save(name, type, this.client.gammaMap(request, state.criterion, name));
+    }
+
+    private async save(name: string, type: string, contents: Promise<ArrayBuffer>): Promise<void> {
+        const status = byId('saved');
+        status.textContent = `Making ${name}`;
+        try {
+            const url = URL.createObjectURL(new Blob([await contents], { type }));
+            const link = document.createElement('a');
+            link.href = url;
+            link.download = name;
+            link.click();
+            setTimeout(() => URL.revokeObjectURL(url), kept);
+            status.textContent = `${name} is made`;
+        } catch (error) {
+            status.textContent = error instanceof Error ? `${name}: ${error.message}` : String(error);
+        }
+    }
+}

@@ -1,0 +1,30 @@
+/** Long work in pieces, so that the page answers while it is done. */
+
+/** ms; a page that answers within 50 ms leaves room for drawing. */
+const longest = 10;
+
+const channel = new MessageChannel();
+const resumed: (() => void)[] = [];
+channel.port1.onmessage = (): void => resumed.shift()?.();
+
+/** Lets the browser do what waits. Unlike a timer it is not slowed down in a hidden page. */
+export function pause(): Promise<void> {
+    return new Promise((go) => {
+        resumed.push(go);
+        channel.port2.postMessage(null);
+    });
+}
+
+export class Pieces {
+    private end = performance.now() + longest;
+
+    /** Whether the work has to rest now. */
+    isDue(): boolean {
+        return performance.now() > this.end;
+    }
+
+    async rest(): Promise<void> {
+        await pause();
+        this.end = performance.now() + longest;
+    }
+}
