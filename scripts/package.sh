@@ -20,14 +20,15 @@ SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH
 name=zarngi-$version
 work=$output/work
-rm -rf "$output"/*.deb "$output"/*.tar.gz "$output/SHA256SUMS" "$work"
+rm -rf "$output"/*.deb "$output"/*.html "$output"/*.tar.gz "$output/SHA256SUMS" "$work"
 mkdir -p "$work/page"
 
-echo "== report page"
+echo "== pages"
 git archive HEAD | tar --extract --no-same-permissions --directory "$work/page"
 cmake -S "$work/page" -B "$work/page/build" -G Ninja -DZARNGI_BUILD_CLI=OFF \
-    -DZARNGI_BUILD_PYTHON=OFF -DZARNGI_BUILD_TESTS=OFF >"$work/page.log"
-cmake --build "$work/page/build" --target zarngi_report_template >>"$work/page.log"
+    -DZARNGI_BUILD_PYTHON=OFF -DZARNGI_BUILD_TESTS=OFF -DZARNGI_ENGINE_JOBS="$jobs" \
+    -DZARNGI_COMMIT="$(git rev-parse --short=10 HEAD)" >"$work/page.log"
+cmake --build "$work/page/build" --target zarngi_report_template zarngi_page >>"$work/page.log"
 
 echo "== source archive"
 mkdir "$work/$name"
@@ -45,7 +46,8 @@ cmake --preset package >"$work/package.log"
 cmake --build --preset package --parallel "$jobs" >>"$work/package.log"
 cpack --config build/package/CPackConfig.cmake -B "$work/cpack" >>"$work/package.log"
 mv "$work"/cpack/*.deb "$output/"
+cp web/prebuilt/compare/zarngi.html "$output/"
 
 cd "$output"
 rm -rf "$work"
-sha256sum ./*.tar.gz ./*.deb | tee SHA256SUMS
+sha256sum ./*.tar.gz ./*.deb ./*.html | tee SHA256SUMS

@@ -26,6 +26,10 @@ for expected in "$here"/contents/*.txt; do
     name=$(basename "$expected" .txt)
     echo "== $name"
     package=$(find "$packages" -maxdepth 1 -name "${name}_*.deb")
+    if [ -z "$package" ] && [ "$name" = zarngi-page ]; then
+        echo "left out: it was built without emscripten"
+        continue
+    fi
     # Built for one architecture, the Python package carries the libraries inside.
     described "$package" | grep -v ' usr/lib/python3/dist-packages/zarngi/lib/libZarnGI.*\.so' |
         diff "$expected" - || failed=1

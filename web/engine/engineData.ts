@@ -12,6 +12,7 @@ export class EngineData implements ComparisonData {
         private readonly doses: Record<Role, StoredVolume>,
         private readonly gammas: StoredVolume[],
         private readonly structures: StructureShape[],
+        private readonly after: StoredVolume | null,
     ) {}
 
     /** Rejects as the client's calls do. */
@@ -30,7 +31,8 @@ export class EngineData implements ComparisonData {
             const contours = await client.structure(request, i, 'contours');
             structures.push({ runs: runs ?? new Int32Array(0), contours });
         }
-        return new EngineData(record, doses, gammas, structures);
+        const after = record.explanation ? await client.volume(request, 'gammaAfter') : null;
+        return new EngineData(record, doses, gammas, structures, after);
     }
 
     async dose(role: Role): Promise<StoredVolume> {
@@ -41,8 +43,11 @@ export class EngineData implements ComparisonData {
         return this.gammas[criterion];
     }
 
-    gammaAfter(): Promise<StoredVolume> {
-        return this.client.volume(this.request, 'gammaAfter');
+    async gammaAfter(): Promise<StoredVolume> {
+        if (!this.after) {
+            throw new Error('Nothing was explained in this comparison.');
+        }
+        return this.after;
     }
 
     async structure(index: number): Promise<StructureShape> {
