@@ -7,7 +7,7 @@ import { byId, el } from './dom';
 import { DoseVolume } from './doseVolume';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
-import { pause } from './pieces';
+import { inPieces, pause } from './pieces';
 import { setUpPrint } from './print';
 import { Profiles } from './profiles';
 import { Readout } from './readout';
@@ -47,12 +47,14 @@ function outlinedAtFirst(record: ComparisonRecord): number[] {
     return inner.slice(0, most);
 }
 
-function highestDose({ reference, evaluationSource }: Model): number {
+async function highestDose({ reference, evaluationSource }: Model): Promise<number> {
     let highest = 0;
     for (const { data } of [reference, evaluationSource]) {
-        for (let i = 0; i < data.length; ++i) {
-            highest = data[i] > highest ? data[i] : highest;
-        }
+        await inPieces(data.length, (from, to) => {
+            for (let i = from; i < to; ++i) {
+                highest = data[i] > highest ? data[i] : highest;
+            }
+        });
     }
     return highest / reference.perUnit;
 }
@@ -92,11 +94,8 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
     if (record.structures) {
         await model.shapes.load();
     }
-    await pause();
-    const maximum = highestDose(model);
-    await pause();
-    const cross = analyses.of(0)?.clusters[0]?.peak ?? hottestVoxel(model);
-    await pause();
+    const maximum = await highestDose(model);
+    const cross = analyses.of(0)?.clusters[0]?.peak ?? (await hottestVoxel(model));
     ended.throwIfAborted();
     Object.assign(state, { cross, doseWindow: { low: 0, high: maximum } });
     if (replacing) {
