@@ -111,7 +111,8 @@ export class Comparisons {
                 placed();
             };
             const showing = { place, before: this.current ?? this.before, ended: controller.signal };
-            showComparison(data, showing).catch((error: unknown) => {
+            const shown = showComparison(data, showing).then(() => (byId('results').style.minHeight = ''));
+            shown.catch((error: unknown) => {
                 if (controller.signal.aborted) {
                     placed();
                 } else {

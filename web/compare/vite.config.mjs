@@ -11,10 +11,12 @@ if (!existsSync(resolve(engine, 'engine.wasm'))) {
     throw new Error(`ZARNGI_ENGINE: "${engine}" is no folder with a compiled engine`);
 }
 
+// A page within the page: packed, so that nothing takes its elements for those of this one.
+const template = 'zarngi-report-template';
+
 /** Modules that are made of other files: a text each. */
 const texts = {
     'zarngi-engine-binary': () => readFileSync(resolve(engine, 'engine.wasm'), 'base64'),
-    'zarngi-report-template': () => readFileSync(resolve(built, 'report/template.html'), 'utf8'),
     'zarngi-build': () => process.env.ZARNGI_BUILD ?? '',
 };
 
@@ -22,9 +24,13 @@ function madeModules() {
     return {
         name: 'made-modules',
         resolveId(id) {
-            return id === 'zarngi-engine' ? resolve(engine, 'engine.mjs') : id in texts ? `\0${id}` : null;
+            return id === 'zarngi-engine' ? resolve(engine, 'engine.mjs') : id in texts || id === template ? `\0${id}` : null;
         },
         load(id) {
+            if (id === `\0${template}`) {
+                const page = readFileSync(resolve(built, 'report/template.html'), 'base64');
+                return `export default new TextDecoder().decode(Uint8Array.from(atob('${page}'), (c) => c.charCodeAt(0)));`;
+            }
             const text = id.startsWith('\0') ? texts[id.slice(1)] : undefined;
             return text && `export default ${JSON.stringify(text())};`;
         },

@@ -2,7 +2,7 @@ import { findClusters, type Cluster } from './clusters';
 import { notTested } from './comparison';
 import type { Model } from './model';
 import type { Criterion } from './record';
-import { pause } from './pieces';
+import { inPieces } from './pieces';
 import type { Volume } from './volume';
 
 /** What the page works out from a gamma map. */
@@ -22,10 +22,8 @@ export class Analyses {
     async make(criterion: number): Promise<void> {
         const gamma = this.model.gamma(criterion);
         if (gamma) {
-            const counts = countVoxels(gamma);
-            await pause();
-            const bands = doseBands(this.model, this.model.record.criteria[criterion], gamma);
-            await pause();
+            const counts = await countVoxels(gamma);
+            const bands = await doseBands(this.model, this.model.record.criteria[criterion], gamma);
             const clusters = await findClusters(this.model, gamma);
             this.known.set(criterion, { counts, bands, clusters });
         }
@@ -43,15 +41,14 @@ export interface MapCounts {
 }
 
 /** Counts the voxels of a gamma map, to hold them against the results of the computation. */
-function countVoxels(gamma: Volume): MapCounts {
+async function countVoxels({ data, perUnit }: Volume): Promise<MapCounts> {
     const counts = { tested: 0, failed: 0 };
-    const unit = gamma.perUnit;
-    for (const stored of gamma.data) {
-        if (stored !== notTested) {
-            ++counts.tested;
-            counts.failed += stored > unit ? 1 : 0;
+    await inPieces(data.length, (from, to) => {
+        for (let i = from; i < to; ++i) {
+            counts.tested += data[i] !== notTested ? 1 : 0;
+            counts.failed += data[i] > perUnit ? 1 : 0;
         }
-    }
+    });
     return counts;
 }
 
@@ -72,7 +69,7 @@ const lastBandFrom = 110;
  * as the cut-off is excluded. Ends are rounded as the stored doses are, so that rounding does not
  * carry a dose of 100 % into the band above it.
  */
-function doseBands(model: Model, criterion: Criterion, gamma: Volume): DoseBand[] {
+async function doseBands(model: Model, criterion: Criterion, gamma: Volume): Promise<DoseBand[]> {
     const { data, perUnit } = model.reference;
     const percent = criterion.normalisationDose / 100;
     const first = Math.min(Math.floor(criterion.cutoffPercent / bandWidth), lastBandFrom / bandWidth);
@@ -82,20 +79,22 @@ function doseBands(model: Model, criterion: Criterion, gamma: Volume): DoseBand[
     }
     const ends = starts.slice(1).map((end) => Math.round(end * percent * perUnit));
     const sums = starts.map(() => ({ tested: 0, failed: 0, gamma: 0 }));
-    for (let i = 0; i < gamma.data.length; ++i) {
-        const stored = gamma.data[i];
-        if (stored === notTested) {
-            continue;
+    await inPieces(data.length, (from, to) => {
+        for (let i = from; i < to; ++i) {
+            const stored = gamma.data[i];
+            if (stored === notTested) {
+                continue;
+            }
+            let band = 0;
+            while (band < ends.length && data[i] > ends[band]) {
+                ++band;
+            }
+            const sum = sums[band];
+            ++sum.tested;
+            sum.failed += stored > gamma.perUnit ? 1 : 0;
+            sum.gamma += stored / gamma.perUnit;
         }
-        let band = 0;
-        while (band < ends.length && data[i] > ends[band]) {
-            ++band;
-        }
-        const sum = sums[band];
-        ++sum.tested;
-        sum.failed += stored > gamma.perUnit ? 1 : 0;
-        sum.gamma += stored / gamma.perUnit;
-    }
+    });
     const bands = sums.map((sum, i) => ({
         from: Math.max(starts[i], criterion.cutoffPercent),
         to: starts[i + 1] ?? Infinity,

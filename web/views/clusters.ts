@@ -1,5 +1,5 @@
 import type { Model } from './model';
-import { Pieces } from './pieces';
+import { inPieces, Pieces } from './pieces';
 import type { Triple } from './record';
 import type { Volume } from './volume';
 
@@ -20,9 +20,11 @@ export interface Cluster {
 export async function findClusters(model: Model, gamma: Volume): Promise<Cluster[]> {
     const pieces = new Pieces();
     const open = new Uint8Array(gamma.data.length);
-    for (let i = 0; i < open.length; ++i) {
-        open[i] = gamma.data[i] > gamma.perUnit ? 1 : 0;
-    }
+    await inPieces(open.length, (begin, end) => {
+        for (let i = begin; i < end; ++i) {
+            open[i] = gamma.data[i] > gamma.perUnit ? 1 : 0;
+        }
+    });
     const clusters: Cluster[] = [];
     for (let seed = open.indexOf(1); seed >= 0; seed = open.indexOf(1, seed + 1)) {
         const members = await collect(model, open, seed, pieces);

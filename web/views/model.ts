@@ -1,7 +1,7 @@
 import { notTested, type ComparisonData } from './comparison';
 import { wholeGrid, widened, type Box } from './frame';
 import { Grid } from './grid';
-import { pause } from './pieces';
+import { inPieces } from './pieces';
 import type { ComparisonRecord, Triple } from './record';
 import { StructureShapes } from './structureShapes';
 import { ResampledField, Volume, type Field } from './volume';
@@ -52,9 +52,8 @@ export class Model {
     async loadGamma(criterion: number): Promise<void> {
         if (!this.gammas.has(criterion)) {
             const gamma = new Volume(this.grid, await this.data.gamma(criterion));
-            await pause();
+            this.focus ??= widened(await testedBox(gamma), this.grid, focusMargin);
             this.gammas.set(criterion, gamma);
-            this.focus ??= widened(testedBox(gamma), this.grid, focusMargin);
         }
     }
 
@@ -81,24 +80,26 @@ export class Model {
 }
 
 /** Voxel of the highest reference dose. */
-export function hottestVoxel(model: Model): Triple {
+export async function hottestVoxel(model: Model): Promise<Triple> {
     const { data } = model.reference;
     let best = 0;
-    for (let i = 1; i < data.length; ++i) {
-        if (data[i] > data[best]) {
-            best = i;
+    await inPieces(data.length, (begin, end) => {
+        for (let i = begin; i < end; ++i) {
+            if (data[i] > data[best]) {
+                best = i;
+            }
         }
-    }
+    });
     return model.grid.voxel(best);
 }
 
 /** The smallest box around the tested voxels; the whole grid when there are none. */
-function testedBox(gamma: Volume): Box {
+async function testedBox(gamma: Volume): Promise<Box> {
     const { grid, data } = gamma;
     const from: Triple = [Infinity, Infinity, Infinity];
     const to: Triple = [-1, -1, -1];
     let index = 0;
-    for (let k = 0; k < grid.size[2]; ++k) {
+    const visit = (k: number): void => {
         for (let j = 0; j < grid.size[1]; ++j) {
             for (let i = 0; i < grid.size[0]; ++i) {
                 if (data[index++] !== notTested) {
@@ -111,6 +112,7 @@ function testedBox(gamma: Volume): Box {
                 }
             }
         }
-    }
+    };
+    await inPieces(grid.size[2], visit, 1);
     return to[2] < 0 ? wholeGrid(grid) : { from, to };
 }

@@ -8,7 +8,7 @@ import { DoseVolume } from './doseVolume';
 import { ExplanationCard } from './explanation';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
-import { pause } from './pieces';
+import { inPieces, pause } from './pieces';
 import { setUpPrint } from './print';
 import { pointsOf } from './pointList';
 import { PointView } from './pointView';
@@ -51,12 +51,14 @@ function outlinedAtFirst(record: ComparisonRecord): number[] {
     return inner.slice(0, most);
 }
 
-function highestDose({ reference, evaluationSource }: Model): number {
+async function highestDose({ reference, evaluationSource }: Model): Promise<number> {
     let highest = 0;
     for (const { data } of [reference, evaluationSource]) {
-        for (let i = 0; i < data.length; ++i) {
-            highest = data[i] > highest ? data[i] : highest;
-        }
+        await inPieces(data.length, (from, to) => {
+            for (let i = from; i < to; ++i) {
+                highest = data[i] > highest ? data[i] : highest;
+            }
+        });
     }
     return highest / reference.perUnit;
 }
@@ -104,10 +106,8 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
     const model = new Model(data);
     const analyses = new Analyses(model);
     await load(model, analyses);
-    const maximum = highestDose(model);
-    await pause();
-    const cross = analyses.of(0)?.clusters[0]?.peak ?? hottestVoxel(model);
-    await pause();
+    const maximum = await highestDose(model);
+    const cross = analyses.of(0)?.clusters[0]?.peak ?? (await hottestVoxel(model));
     store.ended.throwIfAborted();
     Object.assign(state, { cross, doseWindow: { low: 0, high: maximum } });
     if (replacing) {
@@ -133,7 +133,6 @@ async function load(model: Model, analyses: Analyses): Promise<void> {
     if (model.record.structures) {
         await model.shapes.load();
     }
-    await pause();
 }
 
 /** Points have no slices, no profiles and nothing that is connected. */

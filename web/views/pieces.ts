@@ -28,3 +28,18 @@ export class Pieces {
         this.end = performance.now() + longest;
     }
 }
+
+/** Calls `work` for ranges that make up 0 to `count`, and rests between them where it has to. */
+export async function inPieces(
+    count: number,
+    work: (from: number, to: number) => void,
+    range = 1 << 16,
+): Promise<void> {
+    const pieces = new Pieces();
+    for (let from = 0; from < count; from += range) {
+        work(from, Math.min(from + range, count));
+        if (pieces.isDue()) {
+            await pieces.rest();
+        }
+    }
+}

@@ -38,8 +38,8 @@ export interface State {
 export type Changes = Set<keyof State>;
 type Listener = (state: State, changes: Changes) => void;
 
-/** ms of a frame that listeners may take; the others hear of the change in the next one. */
-const budget = 16;
+/** ms of a frame after which the other listeners hear of the change in the next one. */
+const budget = 8;
 
 interface Listening {
     tell: Listener;

@@ -34,6 +34,7 @@ export class Viewer {
     private readonly low = byId<HTMLInputElement>('window-low');
     private readonly high = byId<HTMLInputElement>('window-high');
     private readonly maximumDose: number;
+    private laidOutWidth = -1;
 
     constructor(
         private readonly model: Model,
@@ -54,7 +55,11 @@ export class Viewer {
                 }
             });
         }
-        const resizes = new ResizeObserver(() => store.redraw());
+        const resizes = new ResizeObserver(() => {
+            if (this.host.clientWidth !== this.laidOutWidth) {
+                store.redraw();
+            }
+        });
         resizes.observe(this.host);
         store.ended.addEventListener('abort', () => resizes.disconnect());
     }
@@ -83,6 +88,7 @@ export class Viewer {
 
     private layOutForScreen(): void {
         const width = this.host.clientWidth;
+        this.laidOutWidth = width;
         this.layOut({ ...onScreen, width, height: tallestViews }, width < narrowPage);
     }
 
