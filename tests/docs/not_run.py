@@ -6,6 +6,7 @@ MEASURES = "measures for minutes"
 NOT_RUN = {
     "zarngi compare": "a name in a sentence, without the files",
     "make demo": "installs packages and builds; the demo itself is run for the table of the README",
+    "make page": BUILDS,
     "make test": BUILDS,
     "make quick-test": BUILDS,
     "make sanitize": BUILDS,
@@ -24,6 +25,9 @@ NOT_RUN = {
     "ctest -L bench": "tests run by a test",
     "build/release/bench/zarngi_bench --scale --growth | tee bench.txt": MEASURES,
     "build/release/bench/zarngi_bench_paths | tee paths.txt": MEASURES,
+    "node bench/page/comparePage.mjs build/release/web/front-end /usr/bin/chromium "
+    "build/release/web/front-end/dist/compare/zarngi.html build/release/bench/zarngi_bench_paths "
+    "../shared/data": MEASURES,
     "scripts/bench-table.sh --update bench.txt paths.txt": "changes the page",
     "PYTHONPATH=build/release/python /usr/bin/python3 bench/python_overhead.py":
         "measures times, which mean little beside other tests",

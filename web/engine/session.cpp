@@ -188,8 +188,7 @@ nlohmann::ordered_json Session::volume(const Json& call)
     const zarngi::DoseImage& dose =
         name == "reference" ? comparison_.reference : comparison_.evaluation;
     const int decimals = zarngi::pageDoseDecimals(comparison_);
-    return withOutput(bytesOf(zarngi::pageDoses(dose, decimals)),
-                      {{"decimals", decimals}});
+    return withOutput(bytesOf(zarngi::pageDoses(dose, decimals)), {{"decimals", decimals}});
 }
 
 nlohmann::ordered_json Session::structure(const Json& call)
