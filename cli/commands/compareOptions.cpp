@@ -140,7 +140,6 @@ void addExplanation(CLI::App& command, ExplainOptions& options)
         .add_option("--explain-range", options.range,
                     "Largest shift along each axis (larger of 5 and 2 DTA)")
         ->type_name("MM")
-        ->check(numberAbove(0.99, 100, "a number from 1 to 100"))
         ->needs(explain)
         ->group("Explanation");
     command.add_option("--explain-structure", options.structure, "Explain what fails in it alone")

@@ -56,9 +56,9 @@ const char* structureOptionOf(const ComparisonRequest& request)
         return StructureLimits(option, texts).namesStructures();
     };
     const std::vector<CriterionRequest> requests = request.requests();
-    const bool hasPattern = std::any_of(requests.begin(), requests.end(), [](const auto& request) {
-        return !request.patterns.empty();
-    });
+    const bool hasPattern =
+        std::any_of(requests.begin(), requests.end(),
+                    [](const CriterionRequest& asked) { return !asked.patterns.empty(); });
     const std::array<std::pair<bool, const char*>, 11> given{
         {{!structures.shown.empty(), "--structure"},
          {!structures.excluded.empty(), "--exclude"},
@@ -130,6 +130,11 @@ void checkRequest(const ComparisonRequest& request)
     if (limits.action > limits.tolerance) {
         throw UsageError("--action " + number(limits.action) + " is above --tolerance " +
                          number(limits.tolerance));
+    }
+    const std::optional<double>& range = request.explain.range;
+    if (range && !(*range >= 1 && *range <= 100)) {
+        throw UsageError("--explain-range: \"" + number(*range) +
+                         "\" is not a number from 1 to 100");
     }
     if (request.explain.isWanted && request.settings.rotate) {
         throw UsageError("--explain needs one search lattice for all computations, which --rotate "

@@ -24,6 +24,14 @@ const fields: Record<string, string> = {
     '--dvh': 'metrics',
     '--prescription': 'prescription',
     '--ignore-frame': 'ignore-frame',
+    '--plane': 'plane',
+    '--at': 'plane-at',
+    '--norm-at': 'normalisation-at',
+    '--reference-scale': 'reference-scale',
+    '--evaluation-scale': 'evaluation-scale',
+    '--explain': 'explain',
+    '--explain-range': 'explain-range',
+    '--explain-structure': 'explain-structure',
 };
 
 /** ms without another key before what was typed counts. */
@@ -67,6 +75,12 @@ export class CriteriaForm {
             metrics: listed('metrics'),
             prescription: text('prescription'),
             ignoreFrame: isChecked('ignore-frame'),
+            plane: text('plane'),
+            at: text('plane-at'),
+            normalisationAt: text('normalisation-at'),
+            referenceScale: text('reference-scale'),
+            evaluationScale: text('evaluation-scale'),
+            ...explained(),
         };
     }
 
@@ -129,7 +143,22 @@ export function commandOf(request: CompareRequest): string {
     add('--dvh', ...(request.metrics ?? []));
     add('--prescription', request.prescription);
     words.push(...(request.ignoreFrame ? ['--ignore-frame'] : []));
+    add('--plane', request.plane);
+    add('--at', request.at);
+    add('--norm-at', request.normalisationAt);
+    add('--reference-scale', request.referenceScale);
+    add('--evaluation-scale', request.evaluationScale);
+    words.push(...(request.explain ? ['--explain'] : []));
+    add('--explain-range', request.explainRange);
+    add('--explain-structure', request.explainStructure);
     return words.map(quoted).join(' ');
+}
+
+/** Its fields count for nothing unless it is wanted. */
+function explained(): Pick<Asked, 'explain' | 'explainRange' | 'explainStructure'> {
+    return isChecked('explain')
+        ? { explain: true, explainRange: text('explain-range'), explainStructure: text('explain-structure') }
+        : {};
 }
 
 function quoted(word: string): string {

@@ -27,6 +27,11 @@ export class ProgressLine {
     }
 
     tell({ criterion, shell, shellLimit, share }: Progress): void {
+        if (shell === 0) {
+            this.bar.value = share;
+            this.text.textContent = criterion; // what is done beyond the criteria
+            return;
+        }
         if (!this.seen.includes(criterion)) {
             this.seen.push(criterion);
         }

@@ -1,6 +1,6 @@
 /** Which file is what in a comparison. */
 
-import type { FileFacts } from '../engine/messages';
+import type { DoseFacts, FileFacts } from '../engine/messages';
 
 export interface Roles {
     reference: string | null;
@@ -43,6 +43,15 @@ function pairOf(found: FileFacts[]): string[] {
     const doses = found.filter((f) => f.kind === 'dose');
     const plans = doses.filter((f) => f.dicom?.summationType === 'PLAN');
     const paths = (doses.length > 2 && plans.length === 2 ? plans : doses).map((f) => f.path).sort();
+    const [measured] = doses.filter((f) => f.kind === 'dose' && onlyReference(f));
+    if (paths.length === 2 && measured) {
+        return paths[0] === measured.path ? paths : paths.reverse();
+    }
     const isReference = (path: string): boolean => /ref|plan/i.test(path.replace(/.*\//, ''));
     return paths.length === 2 && isReference(paths[1]) && !isReference(paths[0]) ? paths.reverse() : paths;
+}
+
+/** Between places with gaps, and between points, there is no dose to search. */
+function onlyReference({ measurement }: DoseFacts): boolean {
+    return measurement !== null && (measurement.kind === 'points' || measurement.measured < measurement.places);
 }

@@ -134,4 +134,9 @@ void tellProgress(const zarngi::Criterion& criterion, const zarngi::SearchProgre
     scriptProgress(criterion.label().c_str(), progress.shell, progress.shellLimit, progress.share);
 }
 
+void tellWork(const std::string& title, double share)
+{
+    scriptProgress(title.c_str(), 0, 0, share);
+}
+
 } // namespace engine

@@ -10,6 +10,7 @@
 #include "comparison/doseExtremes.h"
 #include "comparison/doseJson.h"
 #include "comparison/failure.h"
+#include "comparison/measurements/measurementJson.h"
 #include "files/fileFormat.h"
 #include "files/pairNames.h"
 #include "files/readDose.h"
@@ -110,6 +111,7 @@ Json facts(const files::DoseImage& dose)
                  {"format", dose.format},
                  {"grid", zarngi::gridJson(dose.image.geometry, zarngi::doseExtremes(dose.image))},
                  {"doseUnit", dose.isRelative ? "relative" : "Gy"},
+                 {"measurement", zarngi::measurementJson(dose)},
                  {"warnings", dose.warnings}};
     if (dose.dicom) {
         json["dicom"] = {{"summationType", dose.dicom->summationType},

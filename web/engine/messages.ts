@@ -48,6 +48,8 @@ export interface CompareRequest {
     ignoreFrame?: boolean;
     /** Whether to find the shift and the factor that explain what fails, in a structure or everywhere. */
     explain?: boolean;
+    /** mm. */
+    explainRange?: string;
     explainStructure?: string;
     /** Kept in the record. */
     command?: string;
@@ -59,6 +61,8 @@ export interface DoseFacts {
     format: string;
     grid: GridRecord & { minimum: number };
     doseUnit: string;
+    /** Null: a volume. */
+    measurement: { kind: 'grid' | 'plane' | 'points'; places: number; measured: number } | null;
     warnings: string[];
     dicom?: { summationType: string; doseType: string; planLabel: string; frameOfReference: string };
 }
@@ -93,10 +97,10 @@ export interface RatesAnswer {
 
 export interface Progress {
     criterion: string;
-    /** 1 is the innermost; the search may end before the last one. */
+    /** 1 is the innermost; the search may end before the last one. 0: of work without shells. */
     shell: number;
     shellLimit: number;
-    /** Of this shell, 0 to 1. */
+    /** Of this shell, or of the work, 0 to 1. */
     share: number;
 }
 

@@ -65,6 +65,7 @@ zarngi::ExplainOptions explanationOf(const Json& json)
 {
     zarngi::ExplainOptions explain;
     explain.isWanted = json.value("explain", false);
+    explain.range = positive(json, "explainRange", "--explain-range");
     explain.structure = json.value("explainStructure", std::string());
     return explain;
 }

@@ -46,6 +46,14 @@ zarngi::WatchSearch watchFor(const zarngi::Criterion& criterion)
     };
 }
 
+std::function<bool(double)> watchWork(const std::string& title)
+{
+    return [title](double share) {
+        tellWork(title, share);
+        return true;
+    };
+}
+
 std::string imageFile(const std::string& name, const zarngi::Image& image)
 {
     const auto format = files::volumeFormatOf(name);
@@ -137,7 +145,7 @@ nlohmann::ordered_json Session::compare(const Json& call)
         zarngi::addStructures(comparison, std::move(catalogue), request);
     }
     zarngi::checkExplanation(comparison, request.explain);
-    zarngi::compute(comparison, request.explain, {watchFor});
+    zarngi::compute(comparison, request.explain, {watchFor, watchWork});
     comparison_ = std::move(comparison);
     record_ = zarngi::comparisonJson(comparison_);
     return {{"record", record_}, {"isBelowLimit", comparison_.isBelowLimit()}};
