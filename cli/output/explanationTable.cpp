@@ -87,7 +87,8 @@ std::string describeSweep(const Sweep& sweep)
         for (std::size_t i = 0; i < part.counts.size(); ++i) {
             if (i % distances.size() == 0) {
                 const double dose = sweep.range.doseDifferences[i / distances.size()];
-                text += "\n" + cell(number(dose) + (sweep.range.isLocal ? "%L" : "%"), 8);
+                text += '\n';
+                text += cell(number(dose) + (sweep.range.isLocal ? "%L" : "%"), 8);
             }
             const SweepCount& count = part.counts[i];
             text += cell(count.tested > 0 ? fixed(count.passRate, 4) : "-", 10);
