@@ -1,5 +1,6 @@
 #include "capturedOutput.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -10,6 +11,15 @@
 namespace
 {
 
+int openMemory()
+{
+#ifdef __EMSCRIPTEN__ // has files of its memory, but none without a name
+    return open("/captured", O_RDWR | O_CREAT | O_TRUNC, 0600);
+#else
+    return memfd_create("stdout", 0);
+#endif
+}
+
 void flushBoth()
 {
     std::cout.flush();
@@ -18,7 +28,7 @@ void flushBoth()
 
 } // namespace
 
-CapturedOutput::CapturedOutput() : memory_(memfd_create("stdout", 0)), original_(dup(STDOUT_FILENO))
+CapturedOutput::CapturedOutput() : memory_(openMemory()), original_(dup(STDOUT_FILENO))
 {
     if (memory_ < 0 || original_ < 0) {
         throw std::runtime_error("cannot redirect standard output");
