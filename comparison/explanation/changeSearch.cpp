@@ -187,13 +187,15 @@ double ChangeSearch::endOfRange(const DoseChange& best, std::size_t parameter, d
     double inside = 0;
     double outside = farthest;
     bool isBounded = false;
-    for (double distance = 0.1; distance < farthest; distance *= 4) {
-        if (!keeps(middle + direction * distance)) {
+    double distance = 0.1;
+    while (distance < farthest && !isBounded) {
+        if (keeps(middle + direction * distance)) {
+            inside = distance;
+        } else {
             outside = distance;
             isBounded = true;
-            break;
         }
-        inside = distance;
+        distance *= 4;
     }
     if (!isBounded && (farthest == 0 || keeps(end))) {
         return end;
