@@ -3,6 +3,7 @@ import { execFileSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
+import { gunzipSync } from 'node:zlib';
 
 export const { ZARNGI_PAGE: pagePath, ZARNGI: program, ZARNGI_DATA: data } = process.env;
 
@@ -58,6 +59,15 @@ export async function drop(page, ...paths) {
 export async function saved(page, id) {
     const [download] = await Promise.all([page.waitForEvent('download'), page.locator(`#${id}`).click()]);
     return { name: download.suggestedFilename(), bytes: readFileSync(await download.path()) };
+}
+
+/** Header and values of an NRRD file, or all of a NIfTI file, as they were before packing. */
+export function mapParts(name, bytes) {
+    if (name.endsWith('.nii.gz')) {
+        return [gunzipSync(bytes)];
+    }
+    const end = bytes.indexOf('\n\n') + 2;
+    return [bytes.subarray(0, end).toString(), gunzipSync(bytes.subarray(end))];
 }
 
 /** What the program writes from the same inputs: its outputs by their endings. */

@@ -5,11 +5,10 @@ import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from '
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { gunzipSync } from 'node:zlib';
 import { launch } from '../browser.mjs';
 import { readPage } from '../pageFormat.mjs';
 import {
-    comparing, data, drop, makeInputs, openPage, program, saved, timeless, timelessRows, written,
+    comparing, data, drop, makeInputs, mapParts, openPage, program, saved, timeless, timelessRows, written,
 } from './comparing.mjs';
 
 const folder = mkdtempSync(join(tmpdir(), 'zarngi-compare-'));
@@ -24,15 +23,6 @@ after(async () => {
     await browser?.close();
     rmSync(folder, { recursive: true, force: true });
 });
-
-/** Header and values of an NRRD file, or all of a NIfTI file, as they were before packing. */
-function unpacked(name, bytes) {
-    if (name.endsWith('.nii.gz')) {
-        return [gunzipSync(bytes)];
-    }
-    const end = bytes.indexOf('\n\n') + 2;
-    return [bytes.subarray(0, end).toString(), gunzipSync(bytes.subarray(end))];
-}
 
 async function compareWithProgram(page, inputs, native) {
     const json = await saved(page, 'save-json');
@@ -51,7 +41,7 @@ async function compareWithProgram(page, inputs, native) {
         const path = join(folder, `native-map${format}`);
         execFileSync(program, ['compare', ...inputs, '-c', '3%/2mm', '--gamma-map', path], { cwd: folder });
         assert.ok(map.name.endsWith(format));
-        assert.deepEqual(unpacked(map.name, map.bytes), unpacked(path, readFileSync(path)));
+        assert.deepEqual(mapParts(map.name, map.bytes), mapParts(path, readFileSync(path)));
     }
 }
 
