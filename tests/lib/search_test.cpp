@@ -59,7 +59,7 @@ DefinedResults resultsByDefinition(int shells)
     return defined;
 }
 
-/** Whether they are also those of the last computation, which may have made a rotation of its own. */
+/** Whether they are those of the last computation, too: it may have made a rotation of its own. */
 bool areOfLastRotation(const DefinedResults& defined)
 {
     return !Env->randomRotation ||
