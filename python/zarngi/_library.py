@@ -10,9 +10,11 @@ from __future__ import annotations
 import ctypes
 import os
 import threading
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from pathlib import Path
+
+from ._interruption import Reins, interruptible
 
 #: The soname, which changes with the layout and the meaning of what is declared here.
 _SYSTEM_LIBRARY = "libZarnGI.so.4"
@@ -72,6 +74,7 @@ class Environment(ctypes.Structure):
 
 _FLOAT_P = ctypes.POINTER(ctypes.c_float)
 _INT_P = ctypes.POINTER(ctypes.c_int)
+_Progress = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)
 
 # Every function returns an int status.
 _ARGUMENTS: dict[str, list[type]] = {
@@ -79,6 +82,7 @@ _ARGUMENTS: dict[str, list[type]] = {
     "reset": [],
     "setVerbose": [ctypes.c_int],
     "startComputation": [],
+    "setProgress": [_Progress, ctypes.c_void_p],
     "getGammaIndex3DMap": [_FLOAT_P],
     "getPassed3DMap": [ctypes.POINTER(ctypes.c_ubyte)],
     "setRef": [_INT_P, _FLOAT_P, _FLOAT_P, _FLOAT_P],
@@ -139,6 +143,30 @@ def call(name: str, *arguments: object) -> None:
         return
     message = f"libZarnGI: {name}: {_MEANINGS.get(status, 'unknown failure')} (status {status})"
     raise MemoryError(message) if status in _OUT_OF_MEMORY else RuntimeError(message)
+
+
+@contextmanager
+def ended_by(is_ended: Callable[[], bool]) -> Iterator[None]:
+    """Computations inside fail within 50 ms of the time from which on `is_ended` is true."""
+    callback = _Progress(lambda _progress, _context: int(is_ended()))
+    call("setProgress", callback, None)
+    try:
+        yield
+    finally:
+        call("setProgress", _Progress(), None)
+
+
+def compute() -> None:
+    """Call ``zarnGI_startComputation``; Ctrl-C ends it."""
+    if threading.current_thread() is not threading.main_thread():
+        call("startComputation")  # no signal is heard here
+        return
+
+    def work(reins: Reins) -> None:
+        with ended_by(lambda: reins.ended):
+            call("startComputation")
+
+    interruptible(work)
 
 
 def environment() -> Environment:
