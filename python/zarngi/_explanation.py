@@ -13,7 +13,6 @@ import numpy.typing as npt
 from . import _checks, _library
 from ._cpus import MAX_THREADS, available_cpus
 from ._grid import DoseGrid
-from ._interruption import Reins, interruptible
 from ._planes import common_normal, library_grids
 from ._structures import Structure
 from .io import _explanation as _binding
@@ -239,14 +238,12 @@ def explain_result(
         sources = chosen.sources
         options |= {"shown": chosen.shown, "excluded": chosen.excluded}
 
-    def work(reins: Reins) -> tuple[dict[str, Any], npt.NDArray[np.float32]]:
-        with _library.ended_by(lambda: reins.ended):
-            given = _binding.Given(reference.volume, evaluation.volume, within, sources)
-            return _binding.explain(given, options, engine, reins.tell)
-
+    given = _binding.Given(reference.volume, evaluation.volume, within, sources)
     with _library.exclusive_use():
         engine = _Engine(criteria, normalisation, threads)
-        record, gamma = interruptible(work, progress)
+        record, gamma = _library.interruptibly(
+            lambda reins: _binding.explain(given, options, engine, reins.tell), progress
+        )
     if progress is not None:
         progress(1.0)
     gamma[gamma < 0] = np.nan

@@ -14,7 +14,7 @@ from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from pathlib import Path
 
-from ._interruption import Reins, interruptible
+from ._interruption import Progress, Reins, Result, interruptible
 
 #: The soname, which changes with the layout and the meaning of what is declared here.
 _SYSTEM_LIBRARY = "libZarnGI.so.4"
@@ -145,30 +145,6 @@ def call(name: str, *arguments: object) -> None:
     raise MemoryError(message) if status in _OUT_OF_MEMORY else RuntimeError(message)
 
 
-@contextmanager
-def ended_by(is_ended: Callable[[], bool]) -> Iterator[None]:
-    """Computations inside fail within 50 ms of the time from which on `is_ended` is true."""
-    callback = _Progress(lambda _progress, _context: int(is_ended()))
-    call("setProgress", callback, None)
-    try:
-        yield
-    finally:
-        call("setProgress", _Progress(), None)
-
-
-def compute() -> None:
-    """Call ``zarnGI_startComputation``; Ctrl-C ends it."""
-    if threading.current_thread() is not threading.main_thread():
-        call("startComputation")  # no signal is heard here
-        return
-
-    def work(reins: Reins) -> None:
-        with ended_by(lambda: reins.ended):
-            call("startComputation")
-
-    interruptible(work)
-
-
 def environment() -> Environment:
     """The library's one environment."""
     contents: Environment = ctypes.POINTER(Environment).in_dll(_library, "Env").contents
@@ -181,6 +157,7 @@ class _Exclusive:
     def __init__(self) -> None:
         self.lock = threading.RLock()
         self.in_use = False
+        self.worker: int | None = None  # the thread that works for the one that holds the lock
 
 
 _exclusive = _Exclusive()
@@ -196,9 +173,12 @@ def exclusive_use() -> Iterator[None]:
         When the same thread is already inside, which takes a signal handler or a finaliser that
         runs in the middle of another computation.
     """
+    inside = "gamma_index was called from inside another call of the same thread"
+    if threading.get_ident() == _exclusive.worker:
+        raise RuntimeError(inside)
     with _exclusive.lock:
         if _exclusive.in_use:
-            raise RuntimeError("gamma_index was called from inside another call of the same thread")
+            raise RuntimeError(inside)
         try:
             _exclusive.in_use = True
             call("init")
@@ -206,6 +186,33 @@ def exclusive_use() -> Iterator[None]:
         finally:
             _exclusive.in_use = False
             _library.zarnGI_reset()
+
+
+def interruptibly(work: Callable[[Reins], Result], progress: Progress | None = None) -> Result:
+    """What `work` returns, inside `exclusive_use`; see `interruptible`.
+
+    An exception in this thread ends a search within 50 ms.
+    """
+
+    def run(reins: Reins) -> Result:
+        callback = _Progress(lambda _progress, _context: int(reins.ended))
+        _exclusive.worker = threading.get_ident()
+        try:
+            call("setProgress", callback, None)
+            return work(reins)
+        finally:
+            call("setProgress", _Progress(), None)
+            _exclusive.worker = None
+
+    return interruptible(run, progress)
+
+
+def compute() -> None:
+    """Call ``zarnGI_startComputation``; Ctrl-C ends it."""
+    if threading.current_thread() is threading.main_thread():
+        interruptibly(lambda _: call("startComputation"))
+    else:  # no signal is heard here
+        call("startComputation")
 
 
 def _before_fork() -> None:

@@ -122,7 +122,7 @@ def test_planar_doses(program, tmp_path, pair):
 @pytest.mark.parametrize(
     ("normal", "shape", "values", "message"),
     [
-        ("w", (1, 4, 5), 3, "accepted: 'x', 'y', 'z'"),
+        ("w", (1, 4, 5), 3, "accepted: 'x' or 'y' or 'z'"),
         ("y", (1, 4, 5), 3, "one layer along y"),
         ("z", (4, 5), 2, "have 2 values"),
     ],
