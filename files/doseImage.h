@@ -53,7 +53,8 @@ struct Measurement {
     Kind kind = Kind::plane;
     /** Positions are those of the patient; else x to the right, y up within a plane, z is 0. */
     bool isInSpace = false;
-    /** Of Kind::plane: the axis across it. Its spacing there is planeThickness, or what a file tells. */
+    /** Of Kind::plane: the axis across it. Its spacing there is planeThickness, or what a file
+     * tells. */
     std::size_t normal = 2;
     std::vector<Vec3> points;              ///< mm, of Kind::points: one for each dose
     std::vector<unsigned char> isMeasured; ///< 1 or 0 for each place of a grid; empty: all are

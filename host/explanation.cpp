@@ -120,9 +120,9 @@ files::Runs runsOf(const zarngi::Geometry& grid, const unsigned char* mask)
 void addStructures(Work& work, const Json& json, const zarnGIHost_ExplanationInput& input)
 {
     const auto catalogue = host::catalogueOf(input.sets, input.count, input.reference);
-    const zarngi::StructureSelection selection = zarngi::selectStructures(
-        *catalogue, json.at("shown").get<std::vector<std::string>>(),
-        json.at("excluded").get<std::vector<std::string>>());
+    const zarngi::StructureSelection selection =
+        zarngi::selectStructures(*catalogue, json.at("shown").get<std::vector<std::string>>(),
+                                 json.at("excluded").get<std::vector<std::string>>());
     const files::Raster centres = files::voxelCentres(host::geometryOf(input.reference));
     for (const zarngi::ChosenStructure& chosen : selection.shown) {
         work.structures.push_back(pointsIn(chosen.points, *catalogue, centres));
@@ -154,9 +154,8 @@ zarngi::WatchExplanation watchOf(const zarnGIHost_GammaEngine& engine)
     if (engine.progress == nullptr) {
         return {};
     }
-    return [&engine](double done) {
-        return engine.progress(done, engine.context) == ZARNGI_HOST_OK;
-    };
+    return
+        [&engine](double done) { return engine.progress(done, engine.context) == ZARNGI_HOST_OK; };
 }
 
 bool isComplete(const zarnGIHost_GammaEngine* engine)

@@ -329,7 +329,7 @@ def _compute(
         _hand_over("setEval", evaluation)
         _set_options(criteria, threads, verbose)
         start = time.perf_counter()
-        _library.compute()
+        _library.compute(reference.dose.size)
         seconds = time.perf_counter() - start
         _library.call("getGammaIndex3DMap", _floats(gamma))
         _library.call("getPassed3DMap", passed.ctypes.data_as(ctypes.POINTER(ctypes.c_ubyte)))

@@ -33,6 +33,9 @@ _MEANINGS = {
 }
 _OUT_OF_MEMORY = (-29, -101)
 
+#: Reference grids with fewer are searched within milliseconds.
+_FEW_VOXELS = 10_000
+
 
 class Environment(ctypes.Structure):
     """Mirror of `calculationEnvironment` (env.h); this package writes only the 2D flags."""
@@ -207,11 +210,15 @@ def interruptibly(work: Callable[[Reins], Result], progress: Progress | None = N
     return interruptible(run, progress)
 
 
-def compute() -> None:
-    """Call ``zarnGI_startComputation``; Ctrl-C ends it."""
-    if threading.current_thread() is threading.main_thread():
+def compute(voxels: int) -> None:
+    """Call ``zarnGI_startComputation``; Ctrl-C ends it, unless the reference has few voxels.
+
+    Another thread takes longer to start than those need.
+    """
+    is_main = threading.current_thread() is threading.main_thread()
+    if is_main and voxels >= _FEW_VOXELS:
         interruptibly(lambda _: call("startComputation"))
-    else:  # no signal is heard here
+    else:  # other threads hear no signals
         call("startComputation")
 
 

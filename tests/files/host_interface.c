@@ -168,8 +168,8 @@ static void read_planes_and_points(void)
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
           "a table in the unit that is given");
     check(places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0 && places.normal == 2 &&
-              places.gaps == 1 &&
-              places.isMeasured[4] == 0 && places.isMeasured[5] == 1 && places.points == NULL,
+              places.gaps == 1 && places.isMeasured[4] == 0 && places.isMeasured[5] == 1 &&
+              places.points == NULL,
           "a plane with a gap");
     check(zarnGIHost_getDoses(dose)[0] == 0.04F, "rising rows, in Gy");
     zarnGIHost_freeDose(dose);
@@ -202,7 +202,8 @@ static void place_planes(void)
     zarnGIHost_freeDose(dose);
     check(zarnGIHost_placePlane(&plane, "gantry:30", at, &dose, &error) == ZARNGI_HOST_OK &&
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK &&
-              places.kind == ZARNGI_HOST_POINTS && places.normal == -1 && fabs(places.points[1] - 17.5) < 1e-6 &&
+              places.kind == ZARNGI_HOST_POINTS && places.normal == -1 &&
+              fabs(places.points[1] - 17.5) < 1e-6 &&
               fabs(places.points[0] - (10 - 5 * 0.8660254)) < 1e-6 && places.points[5] == 30,
           "a plane across them");
     zarnGIHost_freeDose(dose);

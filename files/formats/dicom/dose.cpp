@@ -60,8 +60,7 @@ double evenStep(const std::vector<double>& offsets)
 /** Of a single frame, mm. It may tell none. */
 double thicknessOf(const DicomValues& values)
 {
-    const double told =
-        values.has(tags::sliceThickness) ? values.number(tags::sliceThickness) : 0;
+    const double told = values.has(tags::sliceThickness) ? values.number(tags::sliceThickness) : 0;
     return told == 0 ? planeThickness : told;
 }
 
