@@ -3,8 +3,9 @@
     PYTHONPATH=build/release/python /usr/bin/python3 bench/cohort_speed.py [--pairs 200] [--rounds 3]
 
 Compares, in turn, on head-and-neck pairs and two workers: two bare processes that read and compare
-every other pair and keep nothing, `zarngi-cohort`'s way on two Dask workers, and a shell loop over
-`zarngi compare --json` with two jobs; and of one worker: a bare loop, and one Dask worker. Prints
+every other pair and keep nothing, the same with an allocator that keeps its buffers,
+`zarngi-cohort`'s way on two Dask workers, and a shell loop over `zarngi compare --json` with two
+jobs; and of one worker: bare loops, and one Dask worker. Prints
 medians and ratios of elapsed time and of processor time, which counts on a busy machine; the start
 of the workers is not counted.
 """
@@ -44,12 +45,22 @@ print(time.process_time() - start)
 Times = tuple[float, float]
 
 
-def bare(folder: Path, workers: int) -> Times:
+#: What makes the allocator keep its buffers, as the workers of a cohort have it.
+KEEPING = {"MALLOC_MMAP_THRESHOLD_": str(1 << 30), "MALLOC_TRIM_THRESHOLD_": str(1 << 30)}
+
+
+def bare_keeping(folder: Path, workers: int) -> Times:
+    """A loop in each of several processes, whose buffers serve again for the next pair."""
+    return bare(folder, workers, KEEPING)
+
+
+def bare(folder: Path, workers: int, variables: dict[str, str] | None = None) -> Times:
     """A loop in each of several processes."""
+    environment = os.environ | (variables or {})
     processes = [
         subprocess.Popen(
             [sys.executable, "-c", BARE, str(folder), str(i), str(workers)],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment,
         )
         for i in range(workers)
     ]  # fmt: skip
@@ -110,8 +121,10 @@ def _used_by_children() -> float:
 
 CONTENDERS = {
     ("bare", 1): bare,
+    ("bare, keeping", 1): bare_keeping,
     ("dask", 1): dask,
     ("bare", 2): bare,
+    ("bare, keeping", 2): bare_keeping,
     ("dask", 2): dask,
     ("shell", 2): shell_loop,
 }
@@ -147,8 +160,10 @@ def main() -> None:
 def report(clock: str, medians: dict[tuple[str, int], float]) -> None:
     """Print what one clock says."""
     print(f"{clock} time, s: " + ", ".join(f"{n} {w} {t:.2f}" for (n, w), t in medians.items()))
-    print(f"  two Dask workers reach {100 * medians['bare', 2] / medians['dask', 2]:.1f} % of two bare processes")
-    print(f"  one Dask worker takes {100 * medians['dask', 1] / medians['bare', 1] - 100:+.1f} % over a bare loop")
+    for way in ("bare", "bare, keeping"):
+        two = 100 * medians[way, 2] / medians["dask", 2]
+        one = 100 * medians["dask", 1] / medians[way, 1] - 100
+        print(f"  of two {way} processes, two Dask workers reach {two:.1f} %; one Dask worker {one:+.1f} % time")
     print(f"  a shell loop takes {medians['shell', 2] / medians['dask', 2]:.2f} times as long as two Dask workers")
 
 

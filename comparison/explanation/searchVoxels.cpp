@@ -57,14 +57,13 @@ VoxelList insideOf(const Geometry& reference, const Geometry& evaluation, const 
 double boundAlong(const Geometry& reference, const Geometry& evaluation, const VoxelList& voxels,
                   std::size_t axis, double bound, double reach)
 {
-    for (; bound >= leastBound; bound /= 2) {
-        Vec3 bounds{};
-        bounds[axis] = bound;
-        if (insideOf(reference, evaluation, voxels, bounds, reach).size() * 2 >= voxels.size()) {
-            return bound;
-        }
+    Vec3 bounds{};
+    bounds[axis] = bound;
+    while (bounds[axis] >= leastBound &&
+           insideOf(reference, evaluation, voxels, bounds, reach).size() * 2 < voxels.size()) {
+        bounds[axis] /= 2;
     }
-    return 0;
+    return bounds[axis] >= leastBound ? bounds[axis] : 0;
 }
 
 /** Spreads numbers over all 64 bits (the finaliser of SplitMix64). */

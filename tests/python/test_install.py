@@ -12,8 +12,6 @@ from pathlib import Path
 import pytest
 from conftest import PROJECT
 
-PACKAGE = PROJECT / "python"
-
 
 def run(*command, **options):
     """Run a command outside this test's Python environment; its output."""
@@ -61,17 +59,9 @@ def assert_works(python, directory):
     assert run(python.with_name("zarngi-cohort"), "--version", cwd=directory).startswith("zarngi-cohort ")
 
 
-def install(python, what):
-    run(python, "-m", "pip", "install", "--no-build-isolation", "--no-deps", what)
-
-
-def test_install_from_the_tree(environment, tmp_path):
-    install(environment, PACKAGE)
-    assert_works(environment, tmp_path)
-
-
-def test_source_distribution_is_complete(environment, tmp_path):
-    # A copy of the tree, so that nothing is left behind in it.
+def test_source_distribution_is_complete_and_installs(environment, tmp_path):
+    # A copy of the tree, so that nothing is left behind in it. What pip does with a tree is the same
+    # from here on: compiling everything once is enough.
     tree = tmp_path / "tree"
     for name in ("CMakeLists.txt", "cmake", "lib", "files", "comparison", "host", "python"):
         source = PROJECT / name
@@ -87,7 +77,7 @@ def test_source_distribution_is_complete(environment, tmp_path):
     assert {f"native/{name}" for name in expected} <= set(names)
     assert {"zarngi/py.typed", "zarngi/io/_host.py"} <= set(names)
     assert not [name for name in names if name.endswith((".so", ".pyc"))]
-    install(environment, archive)
+    run(environment, "-m", "pip", "install", "--no-build-isolation", "--no-deps", archive)
     assert_works(environment, tmp_path)
 
 
