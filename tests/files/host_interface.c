@@ -158,7 +158,7 @@ static void read_planes_and_points(void)
     const struct zarnGIHost_TableUnits centigray = {0.01, 0};
     struct zarnGIHost_Dose* dose = NULL;
     struct zarnGIHost_Error error;
-    struct zarnGIHost_Places places;
+    struct zarnGIHost_Places places = {0};
     check(zarnGIHost_readAnyDoseFromMemory(table, sizeof table - 1, NULL, NULL, NULL, &dose,
                                            &error) == ZARNGI_HOST_REFUSED &&
               dose == NULL && strstr(error.sentence, "tells no unit of dose") != NULL,
@@ -187,10 +187,10 @@ static void place_planes(void)
     struct zarnGIHost_Plane plane = {{3, 2}, {5, 4}, {-5, 0}, doses, NULL, NULL};
     struct zarnGIHost_Dose* dose = NULL;
     struct zarnGIHost_Error error;
-    struct zarnGIHost_Places places;
-    int size[3];
+    struct zarnGIHost_Places places = {0};
+    int size[3] = {0};
     double spacing[3];
-    double origin[3];
+    double origin[3] = {0};
     check(zarnGIHost_placePlane(&plane, "sagittal", at, &dose, &error) == ZARNGI_HOST_OK &&
               zarnGIHost_getGrid(dose, size, spacing, origin) == ZARNGI_HOST_OK &&
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
