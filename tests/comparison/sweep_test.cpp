@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cstddef>
+
 #include <gtest/gtest.h>
 
 #include "comparison/failure.h"
@@ -47,6 +50,18 @@ TEST(CriterionRange, IsRefusedInOneLine)
     }
 }
 
+/** How many voxels of a part pass, one by one, in a map of 62 x 60 voxels a slice. */
+std::size_t passedIn(const files::Runs& part, const zarngi::GammaMap& map)
+{
+    std::size_t passed = 0;
+    for (const files::Run& row : part) {
+        const auto start = static_cast<std::ptrdiff_t>(row.z * 60 + row.y) * 62;
+        const auto first = map.passed.begin() + start;
+        passed += static_cast<std::size_t>(std::count(first + row.begin, first + row.end, 1));
+    }
+    return passed;
+}
+
 TEST(Sweep, GivesTheRatesOfSingleComputations)
 {
     const zarngi::DoseImage reference = explained::sampled({}, explained::clinical, 0.01, 1);
@@ -65,16 +80,7 @@ TEST(Sweep, GivesTheRatesOfSingleComputations)
             for (const double distance : range.distances) {
                 const zarngi::GammaMap map = run.compute(settings, {dose, distance, range.isLocal});
                 EXPECT_EQ(sweep.parts[0].counts[i].passRate, map.passRate) << text;
-                std::size_t passed = 0;
-                for (const files::Run& row : part) {
-                    for (int x = row.begin; x < row.end; ++x) {
-                        passed +=
-                            map.passed[static_cast<std::size_t>((row.z * 60 + row.y) * 62 + x)] == 1
-                                ? 1U
-                                : 0U;
-                    }
-                }
-                EXPECT_EQ(sweep.parts[1].counts[i].passed, passed) << text;
+                EXPECT_EQ(sweep.parts[1].counts[i].passed, passedIn(part, map)) << text;
                 EXPECT_EQ(sweep.parts[1].counts[i].tested, 17U) << text;
                 ++i;
             }

@@ -158,7 +158,7 @@ static void read_planes_and_points(void)
     const struct zarnGIHost_TableUnits centigray = {0.01, 0};
     struct zarnGIHost_Dose* dose = NULL;
     struct zarnGIHost_Error error;
-    struct zarnGIHost_Places places;
+    struct zarnGIHost_Places places = {0};
     check(zarnGIHost_readAnyDoseFromMemory(table, sizeof table - 1, NULL, NULL, NULL, &dose,
                                            &error) == ZARNGI_HOST_REFUSED &&
               dose == NULL && strstr(error.sentence, "tells no unit of dose") != NULL,
@@ -167,8 +167,9 @@ static void read_planes_and_points(void)
                                            &error) == ZARNGI_HOST_OK &&
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
           "a table in the unit that is given");
-    check(places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0 && places.gaps == 1 &&
-              places.isMeasured[4] == 0 && places.isMeasured[5] == 1 && places.points == NULL,
+    check(places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0 && places.normal == 2 &&
+              places.gaps == 1 && places.isMeasured[4] == 0 && places.isMeasured[5] == 1 &&
+              places.points == NULL,
           "a plane with a gap");
     check(zarnGIHost_getDoses(dose)[0] == 0.04F, "rising rows, in Gy");
     zarnGIHost_freeDose(dose);
@@ -186,21 +187,23 @@ static void place_planes(void)
     struct zarnGIHost_Plane plane = {{3, 2}, {5, 4}, {-5, 0}, doses, NULL, NULL};
     struct zarnGIHost_Dose* dose = NULL;
     struct zarnGIHost_Error error;
-    struct zarnGIHost_Places places;
-    int size[3];
+    struct zarnGIHost_Places places = {0};
+    int size[3] = {0};
     double spacing[3];
-    double origin[3];
+    double origin[3] = {0};
     check(zarnGIHost_placePlane(&plane, "sagittal", at, &dose, &error) == ZARNGI_HOST_OK &&
               zarnGIHost_getGrid(dose, size, spacing, origin) == ZARNGI_HOST_OK &&
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
           "a plane along the axes");
     check(size[0] == 1 && size[1] == 3 && size[2] == 2 && origin[0] == 10 && origin[1] == 15 &&
-              origin[2] == 30 && places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 1,
+              origin[2] == 30 && places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 1 &&
+              places.normal == 0,
           "y and z of the patient");
     zarnGIHost_freeDose(dose);
     check(zarnGIHost_placePlane(&plane, "gantry:30", at, &dose, &error) == ZARNGI_HOST_OK &&
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK &&
-              places.kind == ZARNGI_HOST_POINTS && fabs(places.points[1] - 17.5) < 1e-6 &&
+              places.kind == ZARNGI_HOST_POINTS && places.normal == -1 &&
+              fabs(places.points[1] - 17.5) < 1e-6 &&
               fabs(places.points[0] - (10 - 5 * 0.8660254)) < 1e-6 && places.points[5] == 30,
           "a plane across them");
     zarnGIHost_freeDose(dose);
