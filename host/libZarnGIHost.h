@@ -494,7 +494,9 @@ struct zarnGIHost_GammaEngine {
  * @param within     for each voxel of the reference whether it is explained (not 0); null: all.
  * @param options    a JSON document: "doseDifference" (%), "distance" (mm), "local" (true or
  *                   false), "step" (mm, or null: a tenth of the distance), "maxGamma" (of the map
- *                   afterwards), "range" (mm, or null: the larger of 5 mm and twice the distance).
+ *                   afterwards), "range" (mm, or null: the larger of 5 mm and twice the distance),
+ *                   "inPlane" (whether the grids lie nowhere in a patient, so that directions are
+ *                   told as +x and -x; false where it is absent).
  * @param engine     computes gamma, one call after the other, on the calling thread.
  * @param gamma      [out] the gamma map after the change, as many values as the reference has
  *                   voxels; -1: not tested. May be null.
