@@ -46,20 +46,23 @@ struct PlanePlace {
 struct Measurement {
     enum class Kind {
         grid,  ///< a grid of three dimensions, some places of which have no dose
-        plane, ///< a grid of one layer, which has no thickness: its spacing is planeThickness
+        plane, ///< a grid of one layer, whose thickness means nothing to a comparison
         points ///< places that form no grid; the image is the list of their doses, size n x 1 x 1
     };
 
     Kind kind = Kind::plane;
     /** Positions are those of the patient; else x to the right, y up within a plane, z is 0. */
     bool isInSpace = false;
+    /** Of Kind::plane: the axis across it. Its spacing there is planeThickness, or what a file
+     * tells. */
+    std::size_t normal = 2;
     std::vector<Vec3> points;              ///< mm, of Kind::points: one for each dose
     std::vector<unsigned char> isMeasured; ///< 1 or 0 for each place of a grid; empty: all are
     std::size_t gaps = 0;                  ///< places of the grid without a dose; they hold 0
     std::optional<PlanePlace> place;       ///< of a plane that is not in space, if its file tells
 };
 
-/** mm. A power of two: half of it, and so the middle of a plane at 0, is exact. */
+/** mm, of planes that tell none. A power of two: half of it, and so the middle at 0, is exact. */
 constexpr double planeThickness = 0.0078125;
 
 /** What a DICOM file says about itself; a text is empty where the file does not say it. */
@@ -94,6 +97,8 @@ struct DoseImage {
 
     bool isPlane() const { return isOfKind(Measurement::Kind::plane); }
     bool isPoints() const { return isOfKind(Measurement::Kind::points); }
+    /** Whether doses fill a volume: one without gaps in which structures can lie. */
+    bool hasVolume() const { return !measurement; }
 
 private:
     bool isOfKind(Measurement::Kind kind) const { return measurement && measurement->kind == kind; }

@@ -124,6 +124,11 @@ std::size_t checkGeometry(const StoredGeometry& stored)
     return static_cast<std::size_t>(stored.size[0] * stored.size[1] * stored.size[2]);
 }
 
+std::size_t patientAxis(const Vec3& direction)
+{
+    return static_cast<std::size_t>(alignedAxis(direction));
+}
+
 void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps)
 {
     for (std::size_t i = 0; i < 3; ++i) {
@@ -143,7 +148,7 @@ Image toPatientAxes(const StoredGeometry& stored, std::vector<float> values)
     Reordering order;
     std::ptrdiff_t stride = 1;
     for (std::size_t i = 0; i < 3; ++i) {
-        const auto axis = static_cast<std::size_t>(alignedAxis(stored.axes[i]));
+        const std::size_t axis = patientAxis(stored.axes[i]);
         const auto last = static_cast<std::ptrdiff_t>(stored.size[i]) - 1;
         geometry.size[axis] = static_cast<int>(stored.size[i]);
         geometry.spacing[axis] = stored.spacing[i];

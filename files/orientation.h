@@ -28,6 +28,9 @@ struct StoredGeometry {
  */
 std::size_t checkGeometry(const StoredGeometry& stored);
 
+/** The patient's axis along which one points of a geometry that checkGeometry() accepts. */
+std::size_t patientAxis(const Vec3& direction);
+
 /** Takes the three steps from voxel to voxel (mm) for spacing and axes. @throws Refusal */
 void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps);
 

@@ -1,12 +1,17 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "comparison/doseJson.h"
 #include "comparison/explanation/explanationJson.h"
 #include "comparison/failure.h"
+#include "comparison/structures/structureSelection.h"
 #include "host/calls.h"
+#include "host/structures.h"
 
 using files::FileError;
 using Json = nlohmann::ordered_json;
@@ -56,7 +61,7 @@ public:
 private:
     static void goOn(int status)
     {
-        if (status != 0) {
+        if (status != ZARNGI_HOST_OK) {
             throw zarngi::InputError("the explanation was interrupted");
         }
     }
@@ -69,10 +74,16 @@ std::optional<double> numberOrNone(const Json& value)
     return value.is_null() ? std::nullopt : std::optional<double>(value.get<double>());
 }
 
+/** What is explained and in which parts, whose voxels it holds. */
+struct Work {
+    zarngi::ExplanationRequest request;
+    files::Runs within;
+    std::vector<files::Runs> structures;
+};
+
 /** @throws Json::exception where a member is missing or of another type */
-zarngi::ExplanationRequest readRequest(const char* text)
+zarngi::ExplanationRequest requestOf(const Json& json)
 {
-    const Json json = Json::parse(text);
     zarngi::ExplanationRequest request;
     request.criterion = {json.at("doseDifference").get<double>(), json.at("distance").get<double>(),
                          json.at("local").get<bool>()};
@@ -107,35 +118,77 @@ files::Runs runsOf(const zarngi::Geometry& grid, const unsigned char* mask)
     return runs;
 }
 
+/** The structures that are shown, as `zarngi compare` counts in them what remains. */
+void addStructures(Work& work, const Json& json, const zarnGIHost_ExplanationInput& input)
+{
+    const auto catalogue = host::catalogueOf(input.sets, input.count, input.reference);
+    const zarngi::StructureSelection selection =
+        zarngi::selectStructures(*catalogue, json.at("shown").get<std::vector<std::string>>(),
+                                 json.at("excluded").get<std::vector<std::string>>());
+    const files::Raster centres = files::voxelCentres(host::geometryOf(input.reference));
+    for (const zarngi::ChosenStructure& chosen : selection.shown) {
+        work.structures.push_back(pointsIn(chosen.points, *catalogue, centres));
+    }
+    for (std::size_t i = 0; i < selection.shown.size(); ++i) {
+        work.request.parts.push_back({selection.shown[i].name, &work.structures[i]});
+    }
+}
+
+/** @throws Json::exception, UsageError */
+std::unique_ptr<Work> workOf(const char* options, const zarnGIHost_ExplanationInput& input)
+{
+    const Json json = Json::parse(options);
+    auto work = std::make_unique<Work>();
+    work->request = requestOf(json);
+    if (input.within != nullptr) {
+        work->within = runsOf(host::geometryOf(input.reference), input.within);
+        work->request.within =
+            zarngi::NamedPart{json.at("within").get<std::string>(), &work->within};
+    }
+    if (input.count > 0) {
+        addStructures(*work, json, input);
+    }
+    return work;
+}
+
+zarngi::WatchExplanation watchOf(const zarnGIHost_GammaEngine& engine)
+{
+    if (engine.progress == nullptr) {
+        return {};
+    }
+    return
+        [&engine](double done) { return engine.progress(done, engine.context) == ZARNGI_HOST_OK; };
+}
+
+bool isComplete(const zarnGIHost_GammaEngine* engine)
+{
+    return engine != nullptr && engine->setReference != nullptr &&
+           engine->setEvaluation != nullptr && engine->compute != nullptr;
+}
+
 } // namespace
 
-int zarnGIHost_explain(const zarnGIHost_Volume* reference, const zarnGIHost_Volume* evaluation,
-                       const unsigned char* within, const char* options,
+int zarnGIHost_explain(const zarnGIHost_ExplanationInput* input, const char* options,
                        const zarnGIHost_GammaEngine* engine, float* gamma, zarnGIHost_Bytes* json,
                        zarnGIHost_Error* error)
 {
-    if (options == nullptr || json == nullptr || engine == nullptr ||
-        engine->setReference == nullptr || engine->setEvaluation == nullptr ||
-        engine->compute == nullptr) {
+    if (input == nullptr || options == nullptr || json == nullptr || !isComplete(engine) ||
+        !host::areThere(input->sets, input->count)) {
         return host::refuseArgument("a required pointer is null", error);
     }
-    if (!host::holdsDoses(reference) || !host::holdsDoses(evaluation)) {
+    if (!host::holdsDoses(&input->reference) || !host::holdsDoses(&input->evaluation)) {
         return host::refuseArgument("a grid holds no doses in single precision", error);
     }
     return host::guarded(error, [&] {
         try {
-            zarngi::ExplanationRequest request = readRequest(options);
-            if (!isSensible(request)) {
+            const std::unique_ptr<Work> work = workOf(options, *input);
+            if (!isSensible(work->request)) {
                 return host::refuseArgument("an option is out of its range", error);
             }
-            files::Runs part;
-            if (within != nullptr) {
-                part = runsOf(host::geometryOf(*reference), within);
-                request.within = zarngi::NamedPart{"the part", &part};
-            }
             CallersEngine computing(*engine);
-            const zarngi::Explanation explanation = zarngi::explain(
-                computing, host::dosesOf(*reference), host::dosesOf(*evaluation), request);
+            const zarngi::Explanation explanation =
+                zarngi::explain(computing, host::dosesOf(input->reference),
+                                host::dosesOf(input->evaluation), work->request, watchOf(*engine));
             if (gamma != nullptr) {
                 std::copy(explanation.after.gamma.begin(), explanation.after.gamma.end(), gamma);
             }
@@ -144,6 +197,8 @@ int zarnGIHost_explain(const zarnGIHost_Volume* reference, const zarnGIHost_Volu
                               json);
         } catch (const Json::exception&) {
             return host::refuseArgument("the options are not as they are described", error);
+        } catch (const zarngi::UsageError& failure) {
+            return host::report({FileError::Kind::refused, failure.what()}, error);
         } catch (const zarngi::InputError& failure) {
             return host::report({FileError::Kind::refused, failure.what()}, error);
         }

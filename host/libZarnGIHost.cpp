@@ -30,7 +30,7 @@ using host::report;
 /** Hands a volume to the caller. */
 int hand(files::Result<files::DoseImage> result, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
 {
-    if (result && result->measurement) {
+    if (result && !result->hasVolume()) {
         return report({FileError::Kind::refused, "holds a plane or points, not a volume of doses"},
                       error);
     }

@@ -52,7 +52,8 @@ struct zarnGIHost_Bytes {
 
 /**
  * Reads a dose file: DICOM RT Dose, NRRD, MetaImage or NIfTI, told by its contents. A data file
- * that a header names is read from beside it; a pipe is read to its end.
+ * that a header names is read from beside it; a pipe is read to its end. An RT Dose of one frame is
+ * a plane, and refused: zarnGIHost_readAnyDose() reads it.
  *
  * @param path  the file.
  * @param dose  [out] the dose; null unless ZARNGI_HOST_OK is returned.
@@ -209,7 +210,7 @@ ZARNGI_HOST_API int zarnGIHost_readAnyDoseFromMemory(const void* contents, size_
 /** How the doses of a file lie. */
 enum zarnGIHost_Kind {
     ZARNGI_HOST_VOLUME = 0, /**< on a grid of three dimensions */
-    ZARNGI_HOST_PLANE = 1,  /**< on a grid of one layer, which has no thickness */
+    ZARNGI_HOST_PLANE = 1,  /**< on a grid of one layer, whose thickness means nothing */
     ZARNGI_HOST_POINTS = 2  /**< at points; the grid is the list of their doses */
 };
 
@@ -217,6 +218,7 @@ enum zarnGIHost_Kind {
 struct zarnGIHost_Places {
     int kind;      /**< of enum zarnGIHost_Kind */
     int isInSpace; /**< 1: positions are those of the patient; 0: x to the right, y up in a plane */
+    int normal;    /**< of a plane the axis across it: 0 is x, 1 y, 2 z; else -1 */
     size_t gaps;   /**< places of the grid without a dose, which hold 0 */
     const unsigned char* isMeasured; /**< 1 or 0 of each place; null: all have a dose */
     const double* points;            /**< x, y, z of each point, mm; null where there are none */
@@ -467,8 +469,8 @@ struct zarnGIHost_Trial {
 
 /**
  * How an explanation has gamma computed: by the caller, with the cut-off and all other options of a
- * comparison, with full gamma maps, and with the normalisation dose set. Each function returns 0,
- * or another number to end the explanation.
+ * comparison, with full gamma maps, and with the normalisation dose set. Each function returns
+ * ZARNGI_HOST_OK, or another number to end the explanation.
  */
 struct zarnGIHost_GammaEngine {
     /** Replaces the reference. @param doses valid during the call. */
@@ -483,32 +485,43 @@ struct zarnGIHost_GammaEngine {
      */
     int (*compute)(const struct zarnGIHost_Trial* trial, float* gamma, unsigned char* passed,
                    void* context);
+    /** Is told the part of the work that is done, 0 to 1, from time to time. May be null. */
+    int (*progress)(double done, void* context);
     void* context; /**< handed to the functions */
+};
+
+/** What is explained. */
+struct zarnGIHost_ExplanationInput {
+    struct zarnGIHost_Volume reference;  /**< doses of the type ZARNGI_HOST_FLOAT */
+    struct zarnGIHost_Volume evaluation; /**< likewise */
+    const unsigned char* within; /**< of each reference voxel not 0: explained; null: all are */
+    /** Files or masks; in their structures is counted what remains. Null: in none. */
+    const struct zarnGIHost_Structures* const* sets;
+    size_t count; /**< of them */
 };
 
 /**
  * Finds the shift and the dose factor of the evaluation that explain the failed voxels.
  *
- * @param reference  doses of the type ZARNGI_HOST_FLOAT.
- * @param evaluation likewise.
- * @param within     for each voxel of the reference whether it is explained (not 0); null: all.
- * @param options    a JSON document: "doseDifference" (%), "distance" (mm), "local" (true or
- *                   false), "step" (mm, or null: a tenth of the distance), "maxGamma" (of the map
- *                   afterwards), "range" (mm, or null: the larger of 5 mm and twice the distance),
- *                   "inPlane" (whether the grids lie nowhere in a patient, so that directions are
- *                   told as +x and -x; false where it is absent).
- * @param engine     computes gamma, one call after the other, on the calling thread.
- * @param gamma      [out] the gamma map after the change, as many values as the reference has
- *                   voxels; -1: not tested. May be null.
- * @param json       [out] the member "explanation" of the record of `zarngi compare --json`, UTF-8;
- *                   the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
- * @param error      [out] why there is none; may be null.
+ * @param input   what is explained.
+ * @param options a JSON object, UTF-8: "doseDifference" (%), "distance" (mm), "local" (true or
+ *                false), "step" (mm, or null: a tenth of the distance), "maxGamma" (of the map
+ *                afterwards), "range" (mm, or null: the larger of 5 mm and twice the distance),
+ *                "within" (the name of what alone is explained; read where there is such a part),
+ *                "shown" and "excluded" (as of zarnGIHost_compareStructures(); read where there are
+ *                structures), "inPlane" (whether the grids lie nowhere in a patient, so that
+ *                directions are told as +x and -x; false where it is absent).
+ * @param engine  computes gamma, one call after the other, on the calling thread.
+ * @param gamma   [out] the gamma map after the change, as many values as the reference has voxels;
+ *                -1: not tested. May be null.
+ * @param json    [out] the member "explanation" of the record of `zarngi compare --json`, UTF-8;
+ *                the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error   [out] why there is none; may be null.
  * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (nothing is tested, or the engine ended it),
  *         ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
  */
-ZARNGI_HOST_API int zarnGIHost_explain(const struct zarnGIHost_Volume* reference,
-                                       const struct zarnGIHost_Volume* evaluation,
-                                       const unsigned char* within, const char* options,
+ZARNGI_HOST_API int zarnGIHost_explain(const struct zarnGIHost_ExplanationInput* input,
+                                       const char* options,
                                        const struct zarnGIHost_GammaEngine* engine, float* gamma,
                                        struct zarnGIHost_Bytes* json,
                                        struct zarnGIHost_Error* error);

@@ -131,7 +131,7 @@ int zarnGIHost_getPlaces(const zarnGIHost_Dose* dose, zarnGIHost_Places* places)
     if (dose == nullptr || places == nullptr) {
         return ZARNGI_HOST_BAD_ARGUMENT;
     }
-    *places = {ZARNGI_HOST_VOLUME, 1, 0, nullptr, nullptr};
+    *places = {ZARNGI_HOST_VOLUME, 1, -1, 0, nullptr, nullptr};
     if (!dose->image.measurement) {
         return ZARNGI_HOST_OK;
     }
@@ -140,6 +140,7 @@ int zarnGIHost_getPlaces(const zarnGIHost_Dose* dose, zarnGIHost_Places* places)
                    : dose->image.isPlane() ? ZARNGI_HOST_PLANE
                                            : ZARNGI_HOST_VOLUME;
     places->isInSpace = measurement.isInSpace ? 1 : 0;
+    places->normal = dose->image.isPlane() ? static_cast<int>(measurement.normal) : -1;
     places->gaps = measurement.gaps;
     places->isMeasured = measurement.isMeasured.empty() ? nullptr : measurement.isMeasured.data();
     places->points = measurement.points.empty() ? nullptr : measurement.points.front().data();

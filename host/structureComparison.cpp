@@ -1,7 +1,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <memory>
 
 #include "comparison/comparison.h"
 #include "comparison/doseJson.h"
@@ -45,17 +44,6 @@ double largestOf(const zarngi::DoseView& doses)
     return static_cast<double>(*std::max_element(doses.values.begin(), doses.values.end()));
 }
 
-std::shared_ptr<const zarngi::StructureCatalogue>
-catalogueOf(const zarnGIHost_StructureInput& input)
-{
-    std::vector<files::StructureSet> sets;
-    for (std::size_t i = 0; i < input.count; ++i) {
-        sets.push_back(input.sets[i]->set);
-    }
-    return std::make_shared<zarngi::StructureCatalogue>(std::move(sets),
-                                                        input.reference.spacing[2]);
-}
-
 /** What a criterion found in the rows. */
 Json criterionJson(const zarnGIHost_StructureInput& input, const Options& options,
                    const zarngi::StructureComparison& structures,
@@ -81,7 +69,7 @@ std::string compare(const zarnGIHost_StructureInput& input, Options options)
     const zarngi::DoseView evaluation = host::dosesOf(input.evaluation);
     options.doses.binWidth =
         zarngi::curveBinWidth(std::max(largestOf(reference), largestOf(evaluation)));
-    const auto catalogue = catalogueOf(input);
+    const auto catalogue = host::catalogueOf(input.sets, input.count, input.reference);
     zarngi::StructureComparison structures =
         compareStructures(catalogue, selectStructures(*catalogue, options.shown, options.excluded),
                           reference, evaluation, options.doses, options.gamma.threads);
@@ -103,9 +91,7 @@ std::string compare(const zarnGIHost_StructureInput& input, Options options)
 
 bool isComplete(const zarnGIHost_StructureInput& input)
 {
-    return input.sets != nullptr && input.count > 0 &&
-           std::none_of(input.sets, input.sets + input.count,
-                        [](const auto* set) { return set == nullptr; }) &&
+    return input.count > 0 && host::areThere(input.sets, input.count) &&
            (input.gamma == nullptr || input.passed != nullptr);
 }
 

@@ -134,7 +134,8 @@ void addExplanation(CLI::App& command, ExplainOptions& options)
 {
     auto* const explain = command
                               .add_flag("--explain", options.isWanted,
-                                        "Find the shift and dose factor that explain what fails")
+                                        "Find the shift and dose factor that explain what fails\n"
+                                        "by the first criterion that is for all voxels")
                               ->group("Explanation");
     command
         .add_option("--explain-range", options.range,

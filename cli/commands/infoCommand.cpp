@@ -46,8 +46,12 @@ void printMeasurement(const DoseImage& dose)
 {
     const files::Measurement& measurement = *dose.measurement;
     print(measurement.isInSpace ? "in space" : "in a plane", describePlaces(dose));
+    const Geometry& geometry = dose.image.geometry;
     if (!dose.isPoints()) {
-        print("first place", join(dose.image.geometry.origin, ", ") + " mm");
+        print("first place", join(geometry.origin, ", ") + " mm");
+    }
+    if (dose.isPlane() && geometry.spacing[measurement.normal] != files::planeThickness) {
+        print("thickness", number(geometry.spacing[measurement.normal]) + " mm, not searched");
     }
     if (measurement.place) {
         print("through", join(measurement.place->at, ", ") + " mm, right " +

@@ -8,12 +8,12 @@ namespace zarngi
 namespace
 {
 
-/** Of the axes along which a plane has places. */
-template <class Values> std::string inPlane(const Geometry& grid, const Values& values)
+/** Of the axes along which there are places: all of a grid with gaps, two of a plane. */
+template <class Values> std::string ofPlaces(const DoseImage& dose, const Values& values)
 {
     std::string text;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        if (grid.spacing[axis] != files::planeThickness) {
+        if (!dose.isPlane() || axis != dose.measurement->normal) {
             text += (text.empty() ? "" : " x ") + asText(values[axis]);
         }
     }
@@ -32,7 +32,7 @@ std::string describePlaces(const DoseImage& dose)
         return join(grid.size, " x ") + " voxels of " + join(grid.spacing, " x ") + " mm";
     }
     const std::size_t gaps = dose.measurement->gaps;
-    return inPlane(grid, grid.size) + " places of " + inPlane(grid, grid.spacing) + " mm" +
+    return ofPlaces(dose, grid.size) + " places of " + ofPlaces(dose, grid.spacing) + " mm" +
            (gaps > 0 ? ", " + std::to_string(dose.image.values.size() - gaps) + " measured"
                      : std::string());
 }

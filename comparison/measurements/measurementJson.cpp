@@ -98,6 +98,9 @@ nlohmann::ordered_json measurementJson(const DoseImage& dose)
                  {"inSpace", measurement.isInSpace},
                  {"places", places},
                  {"measured", places - measurement.gaps}};
+    if (dose.isPlane() && measurement.isInSpace) {
+        json["normal"] = std::string(1, "xyz"[measurement.normal]);
+    }
     if (measurement.place) {
         json["place"] = placeJson(*measurement.place);
     }

@@ -25,18 +25,6 @@ bool isFlat(const DoseImage& dose)
     return dose.measurement && !dose.measurement->isInSpace;
 }
 
-/** The axis along which a plane has no thickness. */
-std::size_t normalOf(const DoseImage& plane)
-{
-    const Geometry& geometry = plane.image.geometry;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        if (geometry.size[axis] == 1 && geometry.spacing[axis] == files::planeThickness) {
-            return axis;
-        }
-    }
-    return 2;
-}
-
 int axisAlong(const Vec3& direction)
 {
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -78,6 +66,7 @@ void putGrid(DoseImage& dose, const PlanePlace& plane)
     }
     dose.image = turned(std::move(dose.image.values));
     measurement.isInSpace = true;
+    measurement.normal = files::patientAxis(stored.axes[2]);
 }
 
 /** The places of a plane that have a dose, as points of it. */
@@ -155,13 +144,14 @@ void flatten(DoseImage& dose, std::size_t normal)
     }
     dose.measurement->isInSpace = false;
     dose.measurement->kind = Measurement::Kind::plane;
+    dose.measurement->normal = 2;
 }
 
 void flattenBoth(DoseImage& reference, DoseImage& evaluation, PlacedDoses& placed)
 {
-    const std::size_t normal = normalOf(reference.isPlane() ? reference : evaluation);
-    const bool areAlike = (!reference.isPlane() || normalOf(reference) == normal) &&
-                          (!evaluation.isPlane() || normalOf(evaluation) == normal) &&
+    const DoseImage& plane = reference.isPlane() ? reference : evaluation;
+    const std::size_t normal = plane.measurement->normal;
+    const bool areAlike = (!evaluation.isPlane() || evaluation.measurement->normal == normal) &&
                           reference.image.geometry.size[normal] == 1 &&
                           evaluation.image.geometry.size[normal] == 1;
     if (!areAlike) {

@@ -108,9 +108,9 @@ TestedPart testedPart(const std::string& text, const StructureCatalogue& catalog
 void checkAreVolumes(const Comparison& comparison)
 {
     for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
-        if (dose->measurement) {
+        if (!dose->hasVolume()) {
             throw UsageError("--structures is for volumes, and " + oneLine(dose->path) +
-                             " is none");
+                             (dose->isPlane() ? " is a plane" : " is none"));
         }
     }
 }

@@ -195,10 +195,14 @@ DoseImage onRaster(const DosePoints& points, const Raster& raster)
         isMeasured[index] = 1;
         dose.image.values[index] = points.values[i];
     }
-    const bool isFlat = std::any_of(raster.begin(), raster.end(),
-                                    [](const RasterAxis& axis) { return axis.step == 0; });
+    const auto flat = std::find_if(raster.begin(), raster.end(),
+                                   [](const RasterAxis& axis) { return axis.step == 0; });
     Measurement& measurement = dose.measurement.emplace();
-    measurement.kind = isFlat ? Measurement::Kind::plane : Measurement::Kind::grid;
+    measurement.kind = Measurement::Kind::grid;
+    if (flat != raster.end()) {
+        measurement.kind = Measurement::Kind::plane;
+        measurement.normal = static_cast<std::size_t>(flat - raster.begin());
+    }
     measurement.isInSpace = points.isInSpace;
     setGaps(measurement, std::move(isMeasured));
     return dose;

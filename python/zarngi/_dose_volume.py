@@ -12,7 +12,7 @@ import numpy.typing as npt
 from . import _checks
 from ._cpus import available_cpus
 from ._grid import DoseGrid, library_grid
-from ._structures import Chosen, Structure, StructuresLike, require_space
+from ._structures import Chosen, Structure, StructuresLike, require_volume
 from .io import _structures as _binding
 
 if TYPE_CHECKING:
@@ -115,7 +115,7 @@ def dvh(
     ValueError, TypeError
         When an argument is out of range or of the wrong type.
     """
-    require_space("dose", dose)
+    require_volume("dose", dose)
     chosen = Chosen(structures, dose)
     full = _checks.positive_or_none("prescription", prescription, "Gy")
     grid = library_grid("dose", dose, 1).volume

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import ctypes
-from collections.abc import Mapping
+from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass, field
 from typing import TYPE_CHECKING, Any
 
@@ -12,12 +12,14 @@ import numpy.typing as npt
 
 from . import _checks, _library
 from ._cpus import MAX_THREADS, available_cpus
-from ._grid import library_grid
+from ._grid import DoseGrid
+from ._planes import common_normal, library_grids
+from ._structures import Structure
 from .io import _explanation as _binding
+from .io import _structures
 
 if TYPE_CHECKING:
     from ._result import Criteria, GammaResult
-    from ._structures import Structure
 
 
 @dataclass(frozen=True)
@@ -181,8 +183,6 @@ def _within(
 ) -> npt.NDArray[np.uint8] | None:
     if structure is None:
         return None
-    from ._structures import Structure
-
     if isinstance(structure, Structure):
         mask = structure.mask(result.reference)
     else:
@@ -201,9 +201,12 @@ def explain_result(
     range: float | None,
     structure: Structure | npt.ArrayLike | None,
     threads: int | None,
+    progress: Callable[[float], object] | None,
 ) -> Explanation:
     """See `GammaResult.explain`."""
     criteria = result.criteria
+    if not isinstance(result.reference, DoseGrid):
+        raise ValueError("reference holds single points; accepted: results of grids")
     if criteria.random_rotation:
         raise ValueError(
             "random_rotation=True turns the lattice anew in each computation; accepted: results "
@@ -215,8 +218,8 @@ def explain_result(
     threads = available_cpus() if threads is None else threads
     threads = _checks.integer("threads", threads, 1, MAX_THREADS)
     lattice = criteria.dta / 10 if criteria.step is None else criteria.step
-    reference = library_grid("reference", result.reference, lattice)
-    evaluation = library_grid("evaluation", result.evaluation, lattice)
+    normal = common_normal(result.reference, result.evaluation)
+    reference, evaluation = library_grids(result.reference, result.evaluation, normal, lattice)
     normalisation = criteria.normalisation or float(reference.dose.max())
     farthest = 10  # gamma of the map afterwards where the search is not bounded
     options = {
@@ -229,10 +232,21 @@ def explain_result(
         "inPlane": len(result.reference.spacing) < 3,
     }
     within = _within(result, structure)
+    sources: Sequence[_structures.Structures] = ()
+    if within is not None:
+        options["within"] = structure.name if isinstance(structure, Structure) else "the part"
+    elif result.structures is not None and result.structures.chosen is not None:
+        chosen = result.structures.chosen
+        sources = chosen.sources
+        options |= {"shown": chosen.shown, "excluded": chosen.excluded}
+
+    given = _binding.Given(reference.volume, evaluation.volume, within, sources)
     with _library.exclusive_use():
         engine = _Engine(criteria, normalisation, threads)
-        record, gamma = _binding.explain(
-            reference.volume, evaluation.volume, within, options, engine
+        record, gamma = _library.interruptibly(
+            lambda reins: _binding.explain(given, options, engine, reins.tell), progress
         )
+    if progress is not None:
+        progress(1.0)
     gamma[gamma < 0] = np.nan
     return _explanation(record, gamma.reshape(result.reference.shape))

@@ -16,12 +16,13 @@ import numpy.typing as npt
 from . import _checks, _library
 from ._cpus import MAX_THREADS, available_cpus
 from ._dose_volume import options_of
-from ._grid import PLANE_THICKNESS, DoseGrid, LibraryGrid, library_grid
+from ._grid import DoseGrid, LibraryGrid, library_grid
+from ._planes import common_normal, library_grids, warn_if_apart
 from ._point_search import count_sides, library_points, search
 from ._points import DosePoints
 from ._result import Counts, Criteria, GammaResult
 from ._structure_result import StructureResults
-from ._structures import Chosen, StructuresLike, require_space
+from ._structures import Chosen, StructuresLike, require_volume
 from .io import _host, _structures
 
 
@@ -134,6 +135,7 @@ def gamma_index(
     -----
     Calls from several threads are served one after the other; other Python threads go on running
     during a computation. A fork waits for the end of a computation that another thread is in.
+    Ctrl-C ends a computation of the main thread.
 
     Examples
     --------
@@ -162,10 +164,13 @@ def gamma_index(
             "random_rotation=True turns the search of each point differently; accepted: False, or "
             "grids"
         )
-    if criteria.random_rotation and len(evaluation.spacing) < 3:
+    normal = None
+    if isinstance(reference, DoseGrid):
+        normal = common_normal(reference, evaluation)
+    if criteria.random_rotation and (len(evaluation.spacing) < 3 or normal is not None):
         raise ValueError(
             "random_rotation=True turns the search out of the plane of a 2D array or the line of a "
-            "1D array; accepted: False, or grids with three values of spacing and origin"
+            "1D array; accepted: False, or volumes"
         )
     threads = available_cpus() if threads is None else threads
     threads = _checks.integer("threads", threads, 1, MAX_THREADS)
@@ -178,10 +183,9 @@ def gamma_index(
     if isinstance(reference, DosePoints):
         output, hot, cold = _search_points(reference, evaluation, criteria, lattice, verbose)
     else:
-        grids = tuple(
-            library_grid(name, grid, lattice)
-            for name, grid in zip(("reference", "evaluation"), _in_plane(reference, evaluation))
-        )
+        if normal is not None:
+            warn_if_apart(reference, evaluation, normal)
+        grids = library_grids(reference, evaluation, normal, lattice)
         output = _compute(*grids, criteria, threads, verbose)
         hot, cold = _host.count_failed_sides(grids[0].volume, grids[1].volume, output.passed)
     parts = None
@@ -237,53 +241,6 @@ def _check_grids(reference: DoseGrid | DosePoints, evaluation: DoseGrid) -> None
         )
 
 
-def _thin_axis(grid: DoseGrid) -> int | None:
-    """The axis (0 is x) across which a plane in space has no thickness, if it is one."""
-    if len(grid.spacing) < 3:
-        return None
-    thin = [
-        axis
-        for axis, (size, spacing) in enumerate(zip(grid.shape[::-1], grid.spacing))
-        if size == 1 and spacing == PLANE_THICKNESS
-    ]
-    return thin[0] if thin else None
-
-
-def _in_plane(reference: DoseGrid, evaluation: DoseGrid) -> tuple[DoseGrid, DoseGrid]:
-    """Two planes in space as planes of their own; other grids as they are."""
-    axis, other = _thin_axis(reference), _thin_axis(evaluation)
-    if axis is None and other is None:
-        return reference, evaluation
-    if axis is None or other is None:
-        axis = other if axis is None else axis
-        if 1 not in evaluation.shape:
-            return reference, evaluation
-        other = axis
-    alike = axis == other and reference.shape[2 - axis] == evaluation.shape[2 - axis] == 1
-    if not alike:
-        raise ValueError(
-            "reference and evaluation do not lie alike; accepted: planes across the same axis, or "
-            "a plane as the reference of a volume"
-        )
-    apart = abs(reference.origin[axis] - evaluation.origin[axis])
-    if apart > 0.01:
-        warnings.warn(
-            f"the planes lie {apart:g} mm apart along {'xyz'[axis]}; they are compared as if they "
-            "were one",
-            stacklevel=3,
-        )
-    return _flat(reference, axis), _flat(evaluation, axis)
-
-
-def _flat(grid: DoseGrid, axis: int) -> DoseGrid:
-    def others(values: Sequence[float]) -> tuple[float, ...]:
-        return tuple(value for i, value in enumerate(values) if i != axis)
-
-    measured = None if grid.measured is None else grid.measured.squeeze(2 - axis)
-    dose = grid.dose.squeeze(2 - axis)
-    return DoseGrid(dose, others(grid.spacing), others(grid.origin), None, measured)
-
-
 def _choose(
     structures: StructuresLike | None,
     reference: DoseGrid | DosePoints,
@@ -295,8 +252,8 @@ def _choose(
         return None
     if isinstance(reference, DosePoints):
         raise ValueError("structures need grids of three dimensions; accepted: no DosePoints")
-    require_space("reference", reference)
-    require_space("evaluation", evaluation)
+    require_volume("reference", reference)
+    require_volume("evaluation", evaluation)
     chosen = Chosen(structures, reference)
     chosen.check_frame(reference, ignore_frame)
     return chosen
@@ -315,7 +272,8 @@ def _compare_structures(
     return StructureResults(
         _structures.compare(
             chosen.sources, grids[0].volume, grids[1].volume, options, output.gamma, output.passed
-        )
+        ),
+        chosen,
     )
 
 
@@ -371,7 +329,7 @@ def _compute(
         _hand_over("setEval", evaluation)
         _set_options(criteria, threads, verbose)
         start = time.perf_counter()
-        _library.call("startComputation")
+        _library.compute(reference.dose.size)
         seconds = time.perf_counter() - start
         _library.call("getGammaIndex3DMap", _floats(gamma))
         _library.call("getPassed3DMap", passed.ctypes.data_as(ctypes.POINTER(ctypes.c_ubyte)))
@@ -382,7 +340,7 @@ def _search_points(
     points: DosePoints, evaluation: DoseGrid, criteria: Criteria, lattice: float, verbose: int
 ) -> tuple[_Output, int, int]:
     """The points one by one; what the percentages refer to is that of all of them."""
-    if _thin_axis(evaluation) is not None:
+    if evaluation.plane_normal is not None:
         raise ValueError(
             "evaluation is a plane in space; accepted: a volume, or a grid of two dimensions for "
             "points of a plane"

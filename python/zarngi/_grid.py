@@ -5,7 +5,7 @@ from __future__ import annotations
 import math
 from collections.abc import Sequence
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any
+from typing import TYPE_CHECKING, Any, Literal
 
 import numpy as np
 import numpy.typing as npt
@@ -20,7 +20,7 @@ _VOXEL_LIMIT = 2**31
 #: Coordinates count as evenly spaced when none is farther than this part of a step from its place.
 EVENNESS = 1e-3
 
-#: mm; a plane that a file puts in space has this spacing across it (files::planeThickness).
+#: mm; spacing of what has no extent, as the command-line program has it (files::planeThickness).
 PLANE_THICKNESS = 0.0078125
 
 
@@ -70,6 +70,9 @@ class DoseGrid:
     measured : array_like of bool, shape of `dose`, optional
         Where there is a dose; by default everywhere. Other places are not tested, and a grid that
         has such places is no evaluation: there is no dose between them.
+    plane_normal : {"x", "y", "z"}, optional
+        The axis across a plane in space, along which the grid has one layer; by default the grid is
+        a volume. Files of planar doses give such planes.
 
     Notes
     -----
@@ -77,7 +80,8 @@ class DoseGrid:
     are compared with each other within their plane or along their line only. With three values the
     array is a volume of one slice (or one line) instead: it has a place in space and a thickness,
     the search goes through that thickness too, and dose off the slice's centre plane is the dose
-    of the voxel, without interpolation.
+    of the voxel, without interpolation. With `plane_normal` it is a plane in space, whose thickness
+    means nothing: compared with another plane in their plane, and with a volume at its place.
 
     Examples
     --------
@@ -92,6 +96,7 @@ class DoseGrid:
     origin: tuple[float, ...]
     frame_of_reference: str | None = None
     measured: npt.NDArray[np.bool_] | None = None
+    plane_normal: Literal["x", "y", "z"] | None = None
 
     def __post_init__(self) -> None:
         dose = _dose_array(self.dose)
@@ -106,6 +111,7 @@ class DoseGrid:
         object.__setattr__(self, "measured", _mask(self.measured, dose))
         object.__setattr__(self, "spacing", sizes)
         object.__setattr__(self, "origin", _checks.coordinates("origin", self.origin, counts))
+        _check_normal(self.plane_normal, dose, counts)
 
     @classmethod
     def from_axes(
@@ -269,6 +275,17 @@ def _mask(measured: Any, dose: npt.NDArray[Any]) -> npt.NDArray[np.bool_] | None
         raise ValueError(f"measured has shape {mask.shape}; accepted: {dose.shape}, as dose has")
     mask = mask.reshape(dose.shape)
     return None if mask.all() else mask
+
+
+def _check_normal(normal: str | None, dose: npt.NDArray[Any], counts: int) -> None:
+    if normal is None:
+        return
+    axis = "xyz".index(_checks.choice("plane_normal", normal, ("x", "y", "z")))
+    if counts != 3 or dose.shape[2 - axis] != 1:
+        raise ValueError(
+            f"plane_normal={normal!r} is for a grid in space that has one layer along {normal}; "
+            f"the dose has shape {dose.shape}, spacing and origin have {counts} values"
+        )
 
 
 def _value_count(dose: npt.NDArray[Any], origin: Any) -> int:

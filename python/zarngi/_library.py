@@ -10,9 +10,11 @@ from __future__ import annotations
 import ctypes
 import os
 import threading
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from pathlib import Path
+
+from ._interruption import Progress, Reins, Result, interruptible
 
 #: The soname, which changes with the layout and the meaning of what is declared here.
 _SYSTEM_LIBRARY = "libZarnGI.so.4"
@@ -30,6 +32,9 @@ _MEANINGS = {
     -105: "no computation has finished",
 }
 _OUT_OF_MEMORY = (-29, -101)
+
+#: Reference grids with fewer are searched within milliseconds.
+_FEW_VOXELS = 10_000
 
 
 class Environment(ctypes.Structure):
@@ -72,6 +77,7 @@ class Environment(ctypes.Structure):
 
 _FLOAT_P = ctypes.POINTER(ctypes.c_float)
 _INT_P = ctypes.POINTER(ctypes.c_int)
+_Progress = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)
 
 # Every function returns an int status.
 _ARGUMENTS: dict[str, list[type]] = {
@@ -79,6 +85,7 @@ _ARGUMENTS: dict[str, list[type]] = {
     "reset": [],
     "setVerbose": [ctypes.c_int],
     "startComputation": [],
+    "setProgress": [_Progress, ctypes.c_void_p],
     "getGammaIndex3DMap": [_FLOAT_P],
     "getPassed3DMap": [ctypes.POINTER(ctypes.c_ubyte)],
     "setRef": [_INT_P, _FLOAT_P, _FLOAT_P, _FLOAT_P],
@@ -153,6 +160,7 @@ class _Exclusive:
     def __init__(self) -> None:
         self.lock = threading.RLock()
         self.in_use = False
+        self.worker: int | None = None  # the thread that works for the one that holds the lock
 
 
 _exclusive = _Exclusive()
@@ -168,9 +176,12 @@ def exclusive_use() -> Iterator[None]:
         When the same thread is already inside, which takes a signal handler or a finaliser that
         runs in the middle of another computation.
     """
+    inside = "gamma_index was called from inside another call of the same thread"
+    if threading.get_ident() == _exclusive.worker:
+        raise RuntimeError(inside)
     with _exclusive.lock:
         if _exclusive.in_use:
-            raise RuntimeError("gamma_index was called from inside another call of the same thread")
+            raise RuntimeError(inside)
         try:
             _exclusive.in_use = True
             call("init")
@@ -178,6 +189,37 @@ def exclusive_use() -> Iterator[None]:
         finally:
             _exclusive.in_use = False
             _library.zarnGI_reset()
+
+
+def interruptibly(work: Callable[[Reins], Result], progress: Progress | None = None) -> Result:
+    """What `work` returns, inside `exclusive_use`; see `interruptible`.
+
+    An exception in this thread ends a search within 50 ms.
+    """
+
+    def run(reins: Reins) -> Result:
+        callback = _Progress(lambda _progress, _context: int(reins.ended))
+        _exclusive.worker = threading.get_ident()
+        try:
+            call("setProgress", callback, None)
+            return work(reins)
+        finally:
+            call("setProgress", _Progress(), None)
+            _exclusive.worker = None
+
+    return interruptible(run, progress)
+
+
+def compute(voxels: int) -> None:
+    """Call ``zarnGI_startComputation``; Ctrl-C ends it, unless the reference has few voxels.
+
+    Another thread takes longer to start than those need.
+    """
+    is_main = threading.current_thread() is threading.main_thread()
+    if is_main and voxels >= _FEW_VOXELS:
+        interruptibly(lambda _: call("startComputation"))
+    else:  # other threads hear no signals
+        call("startComputation")
 
 
 def _before_fork() -> None:

@@ -47,7 +47,7 @@ class _Cut:
 
 def plot_result(
     result: GammaResult,
-    axis: str | int,
+    axis: str | int | None,
     index: int | None,
     figure: Figure | None,
     structures: Mapping[str, Structure] | None,
@@ -72,8 +72,11 @@ def _title(result: GammaResult) -> str:
     return f"Gamma index {result.criteria}, cut-off {result.criteria.dose_cutoff:g} %: {rate}"
 
 
-def _cut(result: GammaResult, axis: str | int, index: int | None) -> _Cut:
+def _cut(result: GammaResult, axis: str | int | None, index: int | None) -> _Cut:
     ndim = result.gamma.ndim
+    if axis is None:
+        normal = result.reference.plane_normal if isinstance(result.reference, DoseGrid) else None
+        axis = normal or "z"
     if ndim == 1:
         raise ValueError("a result on a line has no slices to plot; accepted: two or three axes")
     if ndim == 2:

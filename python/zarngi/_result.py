@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass
 from functools import cached_property
 from typing import TYPE_CHECKING, Any
@@ -261,10 +261,12 @@ class GammaResult:
         range: float | None = None,
         structure: Structure | npt.ArrayLike | None = None,
         threads: int | None = None,
+        progress: Callable[[float], object] | None = None,
     ) -> Explanation:
         """Find the shift and the dose factor of the evaluation that explain the failed voxels.
 
-        Nothing is corrected: the result itself stays as it is.
+        Nothing is corrected: the result itself stays as it is. Where the comparison had structures,
+        the explanation tells in which of them the voxels lie that still fail; not so after pickling.
 
         Parameters
         ----------
@@ -275,6 +277,9 @@ class GammaResult:
             The voxels to explain; by default all tested ones.
         threads : int, optional
             As of `gamma_index`; the explanation does not depend on it.
+        progress : callable, optional
+            Called with the part of the work that is done, rising from 0 to 1, in the thread of the
+            caller. What it raises ends the work and is raised here, as that of Ctrl-C is.
 
         Returns
         -------
@@ -283,16 +288,16 @@ class GammaResult:
         Raises
         ------
         ValueError
-            When a parameter is out of range, no voxel of the structure is tested, or the lattice
-            was turned at random.
+            When a parameter is out of range, no voxel of the structure is tested, the lattice was
+            turned at random, or the reference holds single points.
         """
         from ._explanation import explain_result
 
-        return explain_result(self, range, structure, threads)
+        return explain_result(self, range, structure, threads, progress)
 
     def plot(
         self,
-        axis: str | int = "z",
+        axis: str | int | None = None,
         index: int | None = None,
         *,
         figure: Figure | None = None,
@@ -304,8 +309,9 @@ class GammaResult:
 
         Parameters
         ----------
-        axis : {"z", "y", "x"} or int
-            The axis that the slice cuts, by name or as the dimension of the dose array (0 is z).
+        axis : {"z", "y", "x"} or int, optional
+            The axis that the slice cuts, by name or as the dimension of the dose array (0 is z); by
+            default z, or that across a plane.
         index : int, optional
             Index of the slice on that axis of the reference; negative values count from the end.
             By default the slice with the most failing voxels or, if none failed, the most tested.

@@ -11,6 +11,7 @@ import numpy.typing as npt
 
 from ._dose_volume import DoseVolume, number
 from ._optional import need
+from ._structures import Chosen
 
 
 @dataclass(frozen=True, eq=False)
@@ -110,7 +111,8 @@ class StructureResults(Mapping[str, StructureResult]):
         Structures whose contours cannot be taken, with the reason.
     """
 
-    def __init__(self, document: Mapping[str, Any]) -> None:
+    def __init__(self, document: Mapping[str, Any], chosen: Chosen) -> None:
+        self._chosen: Chosen | None = chosen
         record, criterion = document["structures"], document["criterion"]
         width = record["dvhBinWidth"]
         self._results = {
@@ -119,6 +121,14 @@ class StructureResults(Mapping[str, StructureResult]):
         }
         self.outside = _result({}, criterion["outsideStructures"], width)
         self.refused = {one["name"]: one["reason"] for one in record["refused"]}
+
+    @property
+    def chosen(self) -> Chosen | None:
+        """The structures as the library takes them; None after pickling."""
+        return self._chosen
+
+    def __getstate__(self) -> dict[str, Any]:
+        return {**self.__dict__, "_chosen": None}  # it is memory of the library
 
     def __getitem__(self, name: str) -> StructureResult:
         return self._results[name]

@@ -245,6 +245,13 @@ def _mask(name: str, values: npt.ArrayLike, grid: DoseGrid) -> npt.NDArray[np.bo
     return mask
 
 
+def require_volume(name: str, grid: DoseGrid) -> None:
+    """Refuse what has no volume for structures to lie in."""
+    require_space(name, grid)
+    if grid.plane_normal is not None:
+        raise ValueError(f"{name} is a plane; structures need volumes")
+
+
 def require_space(name: str, grid: DoseGrid) -> None:
     """Refuse grids of a plane or a line that has no place in space."""
     if not isinstance(grid, DoseGrid):

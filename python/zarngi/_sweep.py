@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass, field
 from typing import Any
 
@@ -67,6 +67,7 @@ def sweep(
     dta: Sequence[float] = (1, 2, 3, 4, 5),
     *,
     structures: Mapping[str, Structure | npt.ArrayLike] | None = None,
+    progress: Callable[[float], object] | None = None,
     **options: Any,
 ) -> Sweep:
     """Pass rates for each dose difference with each distance to agreement.
@@ -79,6 +80,9 @@ def sweep(
         % and mm; greater than 0.
     structures : mapping of str to Structure or boolean array, optional
         Parts of the reference whose rates are told as well.
+    progress : callable, optional
+        Called with the part of the criteria that are done, rising from 0 to 1. What it raises ends
+        the work and is raised here, as that of Ctrl-C is.
     **options
         Of `gamma_index`, such as `local` and `dose_cutoff`.
 
@@ -104,10 +108,14 @@ def sweep(
     parts = {name: np.empty_like(rates) for name in structures or ()}
     for i, difference in enumerate(differences):
         for j, distance in enumerate(distances):
+            if progress is not None:
+                progress((i * len(distances) + j) / rates.size)
             result = gamma_index(
                 reference, evaluation, dd=difference, dta=distance, structures=structures, **options
             )
             rates[i, j] = result.pass_rate
             for name in parts:
                 parts[name][i, j] = result.structures[name].pass_rate
+    if progress is not None:
+        progress(1.0)
     return Sweep(differences, distances, bool(options.get("local", False)), rates, parts)

@@ -76,11 +76,12 @@ class Explanation(ProgramTest):
         heights = numpy.arange(-29.0, 30.0, 2.0)
         write_structure_set(structures, {"Left": box((0, 30), (-30, 30), heights)})
         document = self.results(
-            self.reference, self.evaluation, "-c", "2%/1mm", "--structures", structures,
-            "--ignore-frame", "--explain", "--explain-structure", "Left", "--sweep", "2%/1mm",
+            self.reference, self.evaluation, "-c", "Left:3%/2mm", "-c", "2%/1mm", "-c", "1%/2mm",
+            "--structures", structures, "--ignore-frame", "--explain", "--explain-structure", "Left", "--sweep", "2%/1mm",
         )
         explanation, (sweep,) = document["explanation"], document["sweeps"]
-        (part,) = document["criteria"][0]["structures"]
+        (part,) = document["criteria"][1]["structures"]
+        self.assertEqual(explanation["criterion"], "2%/1mm")  # the first that is for all voxels
         self.assertEqual(explanation["structure"], "Left")
         self.assertEqual(explanation["tested"], part["tested"])
         self.assertEqual(explanation["before"]["failed"], part["failed"])

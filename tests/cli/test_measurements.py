@@ -1,12 +1,13 @@
 """Planes, points and sums of doses, compared."""
 
+import dataclasses
 import json
 import math
 import unittest
+import zlib
 
 import doses
 import numpy
-import pydicom
 from support import DATA, ProgramTest, run
 
 NAMES = {"axial": (0, 1), "coronal": (0, 2), "sagittal": (1, 2)}
@@ -42,6 +43,12 @@ def cut(dose, name, index):
     at = [0.0, 0.0, 0.0]
     at[normal] = float(axes[normal][index])
     return axes[right], axes[up], values, at
+
+
+def gamma_of(path, dose):
+    """The map of a comparison in a dose."""
+    packed = path.read_bytes().partition(b"LOCAL\n")[2]
+    return numpy.frombuffer(zlib.decompress(packed), "<f4").reshape(dose.values.shape)
 
 
 def sample(dose, places):
@@ -120,9 +127,7 @@ class Measurements(ProgramTest):
         map_file = self.folder / "gamma.mha"
         whole = self.results(self.volume, other, "-c", "2%/1mm", "--gamma-map", map_file)
         size = self.dose.values.size
-        gamma = numpy.frombuffer(
-            __import__("zlib").decompress(map_file.read_bytes().partition(b"LOCAL\n")[2]), "<f4"
-        ).reshape(self.dose.values.shape)
+        gamma = gamma_of(map_file, self.dose)
         chosen = numpy.random.default_rng(2).permutation(size)[:150]
         index = numpy.array(numpy.unravel_index(chosen, self.dose.values.shape))
         axes = axes_of(self.dose)
@@ -153,30 +158,67 @@ class Measurements(ProgramTest):
         for key in ("tested", "passed", "mean", "max"):
             self.assertEqual(as_list["criteria"][0][key], document["criteria"][0][key])
 
-    def test_planes_in_space(self):
-        """Planar RT Doses: alike in their plane, wherever it lies."""
-        style = {"NumberOfFrames": 1, "SliceThickness": None, "GridFrameOffsetVector": None}
-        paths = []
-        for name, values, z in (("one", self.dose.values, 0.0), ("two", self.other.values, 12.0)):
-            plane = doses.Dose(values[5:6], self.dose.spacing, (-20.0, -15.0, z))
-            path = self.folder / f"{name}.dcm"
-            doses.write_dicom(path, plane, doses.DicomStyle(elements={}))
-            data = pydicom.dcmread(path)
-            for keyword in style:
-                if keyword in data and style[keyword] is None:
-                    delattr(data, keyword)
-            data.FrameOfReferenceUID = "1.2.3"
-            data.save_as(path)
-            paths.append(path)
-        document = self.results(*paths)
-        self.assertEqual(document["searchSpace"], "plane")
-        self.assertTrue(any("12 mm apart along z" in text for text in document["warnings"]))
+    def planar(self, name, dose, place=((5, 6), None, None), **changes):
+        """A planar RT Dose: the part of a dose between two indices along z, y and x."""
+        cuts = [slice(*ends) if ends else slice(None) for ends in place]
+        corner = (o + s * (cut.start or 0) for o, s, cut in zip(dose.origin, dose.spacing, cuts[::-1]))
+        plane = doses.Dose(dose.values[tuple(cuts)], dose.spacing, tuple(corner))
+        position = "HFS" if place[0] else "coronal"
+        return doses.write_dicom(self.folder / f"{name}.dcm", plane,
+                                 doses.DicomStyle(position=position, elements=changes))
+
+    def test_planar_doses_in_their_plane(self):
+        """Alike in their plane, wherever it lies and whatever thickness they tell."""
         tables = [write_matrix(self.folder / f"{i}.txt", *axes_of(self.dose)[:2], dose.values[5])
                   for i, dose in enumerate((self.dose, self.other))]
         expected = self.results(*tables)["criteria"][0]
+        apart = dataclasses.replace(self.other, origin=(-20.0, -15.0, -3.0))
+        told = []
+        for thicknesses in ((None, None), (3, 3), (40, None)):
+            paths = [self.planar(name, dose, SliceThickness=thickness) for name, dose, thickness
+                     in zip(("one", "two"), (self.dose, apart), thicknesses)]
+            document = self.results(*paths)
+            self.assertEqual(document["searchSpace"], "plane")
+            self.assertTrue(any("11 mm apart along z" in text for text in document["warnings"]))
+            (criterion,) = document["criteria"]
+            del criterion["seconds"]
+            told.append(criterion)
+        self.assertEqual(told[1:], told[:1] * 2)
         for key in ("tested", "passed", "hot", "cold"):
-            self.assertEqual(document["criteria"][0][key], expected[key])
-        self.assertAlmostEqual(document["criteria"][0]["mean"], expected["mean"], places=3)
+            self.assertEqual(told[0][key], expected[key])
+        self.assertAlmostEqual(told[0]["mean"], expected["mean"], places=3)
+
+    def test_planar_doses_in_a_volume(self):
+        """They are what the volume is where they were cut."""
+        dose, other = (doses.write_dicom(self.folder / f"{name}.dcm", dose)
+                       for name, dose in (("dose", self.dose), ("other", self.other)))
+        options = ("-c", "2%/1mm", "--norm", "2")
+        map_file = self.folder / "gamma.mha"
+        self.results(dose, other, *options, "--gamma-map", map_file)
+        whole = gamma_of(map_file, self.dose)
+        for normal, place in (("z", ((5, 6), None, None)), ("y", (None, (7, 8), None))):
+            for thickness in (None, 9):
+                with self.subTest(normal=normal, thickness=thickness):
+                    path = self.planar("planar", self.dose, place, SliceThickness=thickness)
+                    document = self.results(path, other, *options)
+                    self.assertEqual(document["searchSpace"], "volume")
+                    self.assertEqual(document["measurements"]["reference"]["normal"], normal)
+                    (criterion,) = document["criteria"]
+                    part = whole[5] if normal == "z" else whole[:, 7]
+                    self.assertEqual(criterion["tested"], (part >= 0).sum())
+                    self.assertEqual(criterion["failed"], (part > 1).sum())
+                    self.assertGreater(criterion["failed"], 0)
+                    self.assertAlmostEqual(criterion["mean"], part[part >= 0].mean(), places=6)
+
+    def test_volumes_of_one_slice(self):
+        """They are no planes, and count as such beside one."""
+        slices = [doses.write_mha(self.folder / f"{z}.mha",
+                                  doses.Dose(dose.values[5:6], dose.spacing, (-20.0, -15.0, z)))
+                  for dose, z in ((self.dose, 23.0), (self.other, 24.0))]
+        planar = self.planar("planar", self.dose)
+        spaces = [self.results(*pair)["searchSpace"]
+                  for pair in (slices, (planar, slices[1]), (slices[1], planar))]
+        self.assertEqual(spaces, ["volume", "plane", "plane"])
 
     def test_what_percentages_refer_to(self):
         path, at = self.plane("axial", 5, unit="Gy")
@@ -219,7 +261,14 @@ class Measurements(ProgramTest):
         holed[3, 4] = numpy.nan
         gaps = write_matrix(self.folder / "gaps.txt", x, y, holed)
         place = self.placed("axial", at)
+        planar = self.planar("planar", self.dose)
+        across = self.planar("across", self.dose, (None, (7, 8), None))
         table = (
+            (1, [self.volume, planar], "planar.dcm: is a plane, in which a volume"),
+            (1, [points, planar], "planar.dcm: is a plane, in which points in space"),
+            (1, [across, planar], "the planes do not lie alike in the patient"),
+            (2, [planar, planar, "--rotate"], "--rotate is for volumes"),
+            (2, [planar, self.volume, "--structures", self.volume], "planar.dcm is a plane"),
             (1, [plane, self.volume], "axial.txt: tells no place in the patient; --plane and --at"),
             (2, [plane, self.volume, "--plane", "axial"], "--plane needs --at"),
             (2, [plane, self.volume, "--at", "0,0,0"], "--at needs --plane"),

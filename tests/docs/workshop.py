@@ -55,6 +55,12 @@ def write_samples(folder):
         for name in names:
             for suffix, write in WRITERS.items():
                 write(folder / (name + suffix), dose)
+    plan, _ = doses.pair()
+    slice_ = int(plan.values.max(axis=(1, 2)).argmax())
+    corner = (*plan.origin[:2], plan.origin[2] + slice_ * plan.spacing[2])
+    doses.write_dicom(
+        folder / "planar.dcm", doses.Dose(plan.values[slice_ : slice_ + 1], plan.spacing, corner)
+    )
     (folder / "measured.csv").write_text("x (mm),y (mm),dose (Gy)\n0,0,1.9\n5.5,2,1.7\n-3,4,1.8\n")
     targets = {"PTV67": box((-6, 6), (-5, 5), (18, 21, 24)), "PTV57": box((-12, 12), (-9, 9), (18, 21, 24))}
     write_structure_set(folder / "structures.dcm", targets, frame="1.2.3.4")

@@ -28,6 +28,7 @@ class Answer:
     sha256: str = ""
     warnings: tuple = ()
     unit: str = ""
+    normal: str = ""  # of a plane: the axis across it
     sentence: str = ""
 
 
@@ -55,6 +56,11 @@ def limit_memory():
         resource.setrlimit(resource.RLIMIT_AS, before)
 
 
+def normal_of(measurement):
+    """Of what a record says of a dose; a volume has none."""
+    return measurement["normal"] if measurement else ""
+
+
 def by_program(path):
     run = subprocess.run(
         [PROGRAM, "info", "--json", path], capture_output=True, text=True, timeout=60, check=False
@@ -71,6 +77,7 @@ def by_program(path):
     return Answer(
         *(tuple(grid[key]) for key in ("size", "spacing", "origin")),
         answer["dosesSha256"], tuple(answer["warnings"]), answer["doseUnit"],
+        normal_of(answer.get("measurement")),
     )
 
 
@@ -87,7 +94,7 @@ def by_package(path):
     assert len(told) == len(caught) and all(w.startswith(prefix) for w in told), caught
     return Answer(
         grid.dose.shape[::-1], tuple(grid.spacing), tuple(grid.origin), digest(grid.dose),
-        tuple(w[len(prefix) :] for w in told), "Gy",
+        tuple(w[len(prefix) :] for w in told), "Gy", grid.plane_normal or "",
     )
 
 
@@ -117,4 +124,5 @@ def by_page(path):
     return Answer(
         *(tuple(grid[key]) for key in ("size", "spacing", "origin")),
         answer["sha256"], tuple(answer["warnings"]), answer["doseUnit"],
+        normal_of(answer["measurement"]),
     )

@@ -170,16 +170,27 @@ TEST(DicomDose, Geometry)
     EXPECT_TRUE(relative && relative->isRelative);
 }
 
-TEST(DicomDose, OneFrameIsAsThickAsItTells)
+TEST(DicomDose, OneFrameIsAPlaneAsThickAsItTells)
 {
     Dose single;
     single.erase(0x00280008).set(0x00280010, 6);
     for (const char* offsets : {"", "0", "3", "0\\"}) {
         const auto dose = read(Dose(single).set(0x3004000C, "DS", offsets).file());
         ASSERT_TRUE(dose) << offsets << dose.error().sentence;
+        EXPECT_TRUE(dose->isPlane() && !dose->hasVolume()) << offsets;
         EXPECT_EQ(dose->image.geometry.spacing[2], 7) << offsets;
     }
+    EXPECT_TRUE(read(Dose().file())->hasVolume());
     single.erase(0x3004000C);
+    const std::array<const char*, 3> across{"0\\1\\0\\0\\0\\-1", "1\\0\\0\\0\\0\\1",
+                                            "1\\0\\0\\0\\1\\0"};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const auto plane = read(Dose(single).set(0x00200037, "DS", across[axis]).file());
+        ASSERT_TRUE(plane) << plane.error().sentence;
+        EXPECT_EQ(plane->measurement->normal, axis);
+        EXPECT_EQ(plane->image.geometry.size[axis], 1);
+        EXPECT_EQ(plane->image.geometry.spacing[axis], 7);
+    }
     for (const auto& file :
          {Dose(single).erase(0x00180050).file(), single.set(0x00180050, "DS", "").file()}) {
         const auto plane = read(file);

@@ -167,8 +167,9 @@ static void read_planes_and_points(void)
                                            &error) == ZARNGI_HOST_OK &&
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
           "a table in the unit that is given");
-    check(places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0 && places.gaps == 1 &&
-              places.isMeasured[4] == 0 && places.isMeasured[5] == 1 && places.points == NULL,
+    check(places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0 && places.normal == 2 &&
+              places.gaps == 1 && places.isMeasured[4] == 0 && places.isMeasured[5] == 1 &&
+              places.points == NULL,
           "a plane with a gap");
     check(zarnGIHost_getDoses(dose)[0] == 0.04F, "rising rows, in Gy");
     zarnGIHost_freeDose(dose);
@@ -195,12 +196,14 @@ static void place_planes(void)
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK,
           "a plane along the axes");
     check(size[0] == 1 && size[1] == 3 && size[2] == 2 && origin[0] == 10 && origin[1] == 15 &&
-              origin[2] == 30 && places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 1,
+              origin[2] == 30 && places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 1 &&
+              places.normal == 0,
           "y and z of the patient");
     zarnGIHost_freeDose(dose);
     check(zarnGIHost_placePlane(&plane, "gantry:30", at, &dose, &error) == ZARNGI_HOST_OK &&
               zarnGIHost_getPlaces(dose, &places) == ZARNGI_HOST_OK &&
-              places.kind == ZARNGI_HOST_POINTS && fabs(places.points[1] - 17.5) < 1e-6 &&
+              places.kind == ZARNGI_HOST_POINTS && places.normal == -1 &&
+              fabs(places.points[1] - 17.5) < 1e-6 &&
               fabs(places.points[0] - (10 - 5 * 0.8660254)) < 1e-6 && places.points[5] == 30,
           "a plane across them");
     zarnGIHost_freeDose(dose);

@@ -31,7 +31,7 @@ def expected_of(result):
         return Answer(sentence=result)
     return Answer(
         result.values.shape[::-1], tuple(result.spacing), tuple(result.origin),
-        digest(result.values), tuple(result.warnings), result.unit,
+        digest(result.values), tuple(result.warnings), result.unit, result.normal,
     )
 
 

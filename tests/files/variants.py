@@ -49,6 +49,7 @@ class Grid:
     origin: tuple = ORIGIN
     warnings: tuple = ()
     unit: str = "Gy"
+    normal: str = ""  # of a plane
 
 
 @dataclasses.dataclass(frozen=True)

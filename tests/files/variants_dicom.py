@@ -515,7 +515,7 @@ def frame_rows():
     yield read("absolute offsets that are relative ones too",
                dose(ImagePositionPatient=[-7.5, 12.25, 0]), origin=(-7.5, 12.25, 0))
     one = {"stored": STORED[:1], "NumberOfFrames": 1, "SliceThickness": 4}
-    first = {"values": VALUES[:1], "spacing": (2, 2.5, 4)}
+    first = {"values": VALUES[:1], "spacing": (2, 2.5, 4), "normal": "z"}
     yield read("a single frame", dose(**one, GridFrameOffsetVector=None), **first)
     yield read("a single frame with an offset vector", dose(**one, GridFrameOffsetVector=[0]),
                **first)
@@ -523,11 +523,18 @@ def frame_rows():
                dose(**one, GridFrameOffsetVector=[-40]), **first)
     yield read("a single frame, no Number of Frames",
                dose(**(one | {"NumberOfFrames": None}), GridFrameOffsetVector=None), **first)
-    thin = {"values": VALUES[:1], "spacing": (2, 2.5, 0.0078125)}
+    for cosines, order, spacing, normal in (
+        ([1, 0, 0, 0, 0, 1], (1, 0, 2), (2, 4, 2.5), "y"),
+        ([0, 1, 0, 0, 0, 1], (1, 2, 0), (4, 2, 2.5), "x"),
+    ):
+        yield read(f"a single frame across {normal}",
+                   dose(**one, GridFrameOffsetVector=None, ImageOrientationPatient=cosines),
+                   VALUES[:1].transpose(order), spacing=spacing, normal=normal)
+    thin = first | {"spacing": (2, 2.5, 0.0078125)}
     for vector in (None, [0], [-40]):
-        yield read(f"a plane: a single frame without Slice Thickness, offsets {vector}",
+        yield read(f"a single frame without Slice Thickness, offsets {vector}",
                    dose(**(one | {"SliceThickness": None}), GridFrameOffsetVector=vector), **thin)
-    yield read("a plane: a single frame with a Slice Thickness of 0",
+    yield read("a single frame with a Slice Thickness of 0",
                dose(**(one | {"SliceThickness": 0}), GridFrameOffsetVector=None), **thin)
     yield refused("a single frame with a Slice Thickness below 0",
                   dose(**(one | {"SliceThickness": -1}), GridFrameOffsetVector=None),

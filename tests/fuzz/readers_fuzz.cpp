@@ -63,6 +63,8 @@ void checkMeasurement(const files::DoseImage& dose)
         require(std::all_of(point.begin(), point.end(), [](double x) { return std::isfinite(x); }),
                 "points are somewhere");
     }
+    require(!dose.isPlane() || dose.image.geometry.size[measurement.normal] == 1,
+            "a plane has one layer");
     std::size_t gaps = 0;
     for (std::size_t i = 0; i < measurement.isMeasured.size(); ++i) {
         const bool isGap = measurement.isMeasured[i] == 0;

@@ -2,8 +2,11 @@
 
 import json
 import os
+import pickle
 import re
+import signal
 import subprocess
+import threading
 
 import numpy as np
 import pytest
@@ -61,6 +64,123 @@ def test_is_the_same_as_that_of_the_program(moved, tmp_path):
         assert {**found, "seconds": told["seconds"]} == told
 
 
+def test_names_the_structures_that_the_program_names(moved, program, tmp_path):
+    reference, evaluation = moved
+    parts = {name: np.zeros(reference.shape, bool) for name in ("right", "left", "far")}
+    parts["right"][18:26, 18:30, 14:22] = parts["left"][18:26, 18:30, 28:40] = True
+    parts["far"][:4, :4, :4] = True
+    cold = evaluation.dose.copy()
+    for name in ("right", "left"):
+        cold[parts[name]] *= np.float32(0.8)
+    files = [(tmp_path / "a.nrrd", reference.dose), (tmp_path / "b.nrrd", cold)]
+    files += [(tmp_path / f"{name}.nrrd", mask) for name, mask in parts.items()]
+    for path, values in files:
+        zarngi.write(path, values, reference)
+    record = tmp_path / "record.json"
+    options = [text for name in parts for text in ("--structures", tmp_path / f"{name}.nrrd")]
+    subprocess.run([program, "compare", *(path for path, _ in files[:2]), "-c", "2%/2mm",
+                    "--explain", *options, "--json", record], check=True, capture_output=True)
+    told = json.loads(record.read_text())["explanation"]
+    grids = [zarngi.read(path) for path, _ in files[:2]]
+    structures = {
+        name: zarngi.read_structures(tmp_path / f"{name}.nrrd")[name] for name in ("right", "far")
+    }
+    result = zarngi.gamma_index(
+        *grids, dd=2, dta=2,
+        structures={"right": structures["right"], "left": parts["left"], "far": structures["far"]})
+    found = result.explain()
+    assert "What remains fails in left (" in found.sentence and "right (" in found.sentence
+    assert found.sentence == told["sentence"]
+    assert found.record["remainder"] == told["remainder"]
+    left = result.explain(structure=structures["right"])
+    assert left.record["structure"] == "right" and "left" not in left.sentence
+    kept = pickle.loads(pickle.dumps(result))
+    assert kept.structures["left"].failed == result.structures["left"].failed
+    assert kept.structures.chosen is None
+
+
+def test_tells_its_progress_which_may_end_it(moved):
+    result = zarngi.gamma_index(*moved)
+    shares = []
+    whole = result.explain(progress=shares.append)
+    assert shares == sorted(shares) and shares[0] < 0.1 and shares[-1] == 1 and len(shares) > 20
+
+    class StoppedError(Exception):
+        pass
+
+    def stop(share):
+        if share > 0.1:
+            raise StoppedError
+
+    with pytest.raises(StoppedError):
+        result.explain(progress=stop)
+    assert result.explain().best == whole.best
+    told = []
+    zarngi.sweep(*moved, dd=(2, 3), dta=(1, 2), progress=told.append)
+    assert told == [0, 0.25, 0.5, 0.75, 1]
+    with pytest.raises(StoppedError):
+        zarngi.sweep(*moved, dd=(2, 3), progress=stop)
+
+
+#: A second's search.
+LONG = {"step": 0.01, "max_gamma": 10}
+
+
+def long_search(moved, **_):
+    zarngi.gamma_index(*moved, dd=0.1, dta=3, **LONG)
+
+
+def long_sweep(moved, **_):
+    zarngi.sweep(*moved, dd=(0.1, 0.2), dta=(3, 4), **LONG)
+
+
+def explanation(moved, **options):
+    zarngi.gamma_index(*moved).explain(**options)
+
+
+@pytest.mark.parametrize("work", [long_search, long_sweep, explanation])
+def test_control_c_ends_it(moved, monkeypatch, work):
+    """In the middle of a search, or between those of an explanation."""
+    main = threading.main_thread().ident
+    failed, shares = [], []
+    call = _library.call
+    timer = threading.Timer(0.05, signal.pthread_kill, (main, signal.SIGINT))
+
+    def recording(name, *arguments):
+        if name == "startComputation" and work is not explanation:
+            timer.start()
+        try:
+            call(name, *arguments)
+        except (MemoryError, RuntimeError):  # a search that was ended has no results
+            failed.append(name)
+            raise
+
+    def tell(share):
+        shares.append(share)
+        if len(shares) == 5:
+            signal.pthread_kill(main, signal.SIGINT)
+
+    monkeypatch.setattr(_library, "call", recording)
+    with pytest.raises(KeyboardInterrupt):
+        work(moved, progress=tell)
+    assert work is explanation or failed == ["startComputation"]
+    assert work is not explanation or len(shares) < 15
+    monkeypatch.undo()
+    assert zarngi.gamma_index(*moved, structures=None).tested > 0
+
+
+def test_of_planes_in_space_is_that_of_planes():
+    pair = (grid(), grid((1.5, -2.0, 0.0), 0.98))
+    flat = [zarngi.DoseGrid(d.dose[22], d.spacing[:2], d.origin[:2]) for d in pair]
+    planes = [
+        zarngi.DoseGrid(d.dose[22:23], (2, 2, thickness), (*d.origin[:2], 1), plane_normal="z")
+        for d, thickness in zip(pair, (3, 5))
+    ]
+    found, expected = (zarngi.gamma_index(*two).explain() for two in (planes, flat))
+    assert found.gamma.shape == planes[0].shape
+    assert {**found.record, "seconds": 0} == {**expected.record, "seconds": 0}
+
+
 def test_of_a_plane_stays_in_it():
     reference, evaluation = (
         zarngi.DoseGrid(dose.dose[22], dose.spacing[:2], dose.origin[:2])
@@ -98,6 +218,12 @@ def test_explains_a_part(moved):
 def test_refuses_what_makes_no_sense(moved, options, error, text):
     with pytest.raises(error, match=text):
         zarngi.gamma_index(*moved).explain(**options)
+
+
+def test_refuses_points(moved):
+    points = zarngi.DosePoints([(0, 0, 0)], [60])
+    with pytest.raises(ValueError, match="single points"):
+        zarngi.gamma_index(points, moved[1]).explain()
 
 
 def test_an_interruption_leaves_the_library_usable(moved, monkeypatch):

@@ -2,6 +2,7 @@
 
 import json
 import subprocess
+import warnings
 
 import numpy as np
 import pytest
@@ -94,6 +95,43 @@ def test_planes_in_space_are_compared_in_their_plane():
     np.testing.assert_array_equal(result.gamma.ravel(), expected.gamma.ravel())
 
 
+def test_planar_doses(program, tmp_path, pair):
+    """Planes whatever thickness they tell, as for the program."""
+    reference, evaluation = pair
+    paths = []
+    for name, grid, thickness in (("a", reference, 3.0), ("b", reference, 5.0), ("c", evaluation, 3)):
+        origin = (*grid.origin[:2], 2.0)
+        one = zarngi.DoseGrid(grid.dose[4:5], (*grid.spacing[:2], thickness), origin)
+        paths.append(tmp_path / f"{name}.dcm")
+        zarngi.write(paths[-1], one.dose, one)
+    zarngi.write(tmp_path / "volume.nrrd", evaluation.dose, evaluation)
+    thin, thick, other = map(zarngi.read, paths)
+    assert (thick.plane_normal, thick.spacing[2], thick.shape[0]) == ("z", 5, 1)
+    volume = zarngi.read(tmp_path / "volume.nrrd")
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore")  # the files have frames of reference of their own
+        for compared, files in (((thick, other), paths[1:]),
+                                ((thick, volume), (paths[1], tmp_path / "volume.nrrd"))):
+            result = zarngi.gamma_index(*compared, dd=2, dta=2)
+            assert 0 < result.passed < result.tested and result.gamma.shape == thick.shape
+            check_same(result, by_program(program, tmp_path, *files, "-c", "2%/2mm"))
+            same = zarngi.gamma_index(thin, compared[1], dd=2, dta=2)
+            np.testing.assert_array_equal(same.gamma, result.gamma)
+
+
+@pytest.mark.parametrize(
+    ("normal", "shape", "values", "message"),
+    [
+        ("w", (1, 4, 5), 3, "accepted: 'x' or 'y' or 'z'"),
+        ("y", (1, 4, 5), 3, "one layer along y"),
+        ("z", (4, 5), 2, "have 2 values"),
+    ],
+)
+def test_refused_planes(normal, shape, values, message):
+    with pytest.raises(ValueError, match=message):
+        zarngi.DoseGrid(np.ones(shape), 2, (0,) * values, plane_normal=normal)
+
+
 def test_unmeasured_places():
     grid = small_grid()
     measured = np.indices(grid.shape).sum(0) % 2 == 0
@@ -130,7 +168,10 @@ def test_refused_comparisons():
         ((plane, grid), {}, "reference has 2 dimensions and evaluation has 3"),
         ((points, grid), {"random_rotation": True}, "random_rotation=True turns"),
         ((points, placed), {}, "evaluation is a plane in space"),
-        ((grid, placed), {}, "do not lie alike"),
+        ((grid, placed), {}, "evaluation is a plane, in which a volume cannot be searched"),
+        ((plane.placed("coronal", (0, 0, 0)), placed), {}, "do not lie alike"),
+        ((placed, placed), {"random_rotation": True}, "random_rotation=True turns"),
+        ((placed, grid), {"structures": {"all": np.ones(placed.shape, bool)}}, "reference is a plane"),
         ((points, grid), {"structures": {"all": np.ones(grid.shape, bool)}}, "no DosePoints"),
     ):
         with pytest.raises(ValueError, match=message):

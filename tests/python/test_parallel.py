@@ -107,7 +107,7 @@ def test_a_call_inside_a_call_is_refused(monkeypatch):
 
 
 def test_interrupt_leaves_a_usable_library(long_run):
-    """Ctrl-C during a computation arrives as KeyboardInterrupt when that ends."""
+    """Ctrl-C ends a computation."""
     expected = run(CRITERIA[0])
     timer = threading.Timer(0.02, os.kill, (os.getpid(), signal.SIGINT))
     with pytest.raises(KeyboardInterrupt):

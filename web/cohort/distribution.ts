@@ -1,7 +1,7 @@
 import uPlot from 'uplot';
-import { axis, Chart, drawRule, scaled } from '../views/chart';
+import { axis, bar, Chart, countAxis, countScale, drawRule, scaled } from '../views/chart';
 import { byId, token } from '../views/dom';
-import { fixed, plain, whole } from '../views/format';
+import { fixed, plain } from '../views/format';
 import type { Selection } from './selection';
 import { axisStart } from './statistics';
 
@@ -43,17 +43,6 @@ export class Distribution {
 
     private options(): Omit<uPlot.Options, 'width' | 'height'> {
         const { tolerance, action } = this.selection.record.thresholds;
-        const bars = uPlot.paths.bars?.({ size: [1, Infinity], gap: scaled(1), align: 1 });
-        const bar = (label: string, colour: string): uPlot.Series => ({
-            label,
-            scale: 'count',
-            paths: bars,
-            fill: colour,
-            stroke: colour,
-            width: 0,
-            points: { show: false },
-            value: (_, value) => (value === null ? '–' : whole(value)),
-        });
         const rule = (value: number, colour: string) => ({
             scale: 'x',
             value,
@@ -67,15 +56,9 @@ export class Distribution {
             legend: { markers: { show: false } },
             scales: {
                 x: { time: false, range: () => [first, 100] },
-                count: { range: (_, __, high) => [0, Math.max(high ?? 1, 1) * 1.05] },
+                count: countScale,
             },
-            axes: [
-                axis('Pass rate / %', 26),
-                axis('Pairs', 48, {
-                    scale: 'count',
-                    values: (_, splits) => splits.map((v) => (Number.isInteger(v) ? whole(v) : '')),
-                }),
-            ],
+            axes: [axis('Pass rate / %', 26), countAxis('Pairs', 48)],
             series: [
                 { label: 'from', value: (_, value) => `${fixed(value, 1)} %` },
                 bar('Tolerance met', token('--passing-bar')),

@@ -1,6 +1,6 @@
 import uPlot from 'uplot';
 import { token } from './dom';
-import { plain } from './format';
+import { plain, whole } from './format';
 
 /**
  * How large charts are drawn: `text` is the size of their letters in CSS pixels, `zoom` the number
@@ -46,6 +46,31 @@ export function axis(label: string, space: number, options: Partial<uPlot.Axis> 
         ...others,
     };
 }
+
+/** Bars of a histogram: those that are `null` are not drawn. */
+export function bar(label: string, colour: string): uPlot.Series {
+    return {
+        label,
+        scale: 'count',
+        paths: uPlot.paths.bars?.({ size: [1, Infinity], gap: scaled(1), align: 1 }),
+        fill: colour,
+        stroke: colour,
+        width: 0,
+        points: { show: false },
+        value: (_, value) => (value === null ? '–' : whole(value)),
+    };
+}
+
+/** The axis of those bars' counts. */
+export function countAxis(label: string, space: number): uPlot.Axis {
+    return axis(label, space, {
+        scale: 'count',
+        values: (_, splits) => splits.map((v) => (Number.isInteger(v) ? whole(v) : '')),
+    });
+}
+
+/** The scale of those bars' counts. */
+export const countScale: uPlot.Scale = { range: (_, __, high) => [0, Math.max(high ?? 1, 1) * 1.05] };
 
 export interface Rule {
     scale: string;

@@ -1,7 +1,7 @@
 import uPlot from 'uplot';
-import { axis, Chart, drawRule, scaled } from './chart';
+import { axis, bar, Chart, countAxis, countScale, drawRule, scaled } from './chart';
 import { byId, token } from './dom';
-import { fixed, plain, whole } from './format';
+import { fixed, plain } from './format';
 import type { ComparisonRecord, Criterion, PartResult } from './record';
 import { nameOf, resultOf } from './structureList';
 import type { Changes, State, Store } from './store';
@@ -90,18 +90,7 @@ export class Histogram {
     private options(): Omit<uPlot.Options, 'width' | 'height'> {
         const { edges, isOpen } = this.bins;
         const last = edges[edges.length - 1];
-        const bars = uPlot.paths.bars?.({ size: [1, Infinity], gap: scaled(1), align: 1 });
         const passLimit = { scale: 'x', value: 1, colour: token('--ink'), dash: [4, 3], width: scaled(1) };
-        const bar = (label: string, colour: string): uPlot.Series => ({
-            label,
-            scale: 'count',
-            paths: bars,
-            fill: colour,
-            stroke: colour,
-            width: 0,
-            points: { show: false },
-            value: (_, value) => (value === null ? '–' : whole(value)),
-        });
         return {
             cursor: {
                 drag: { setScale: false },
@@ -115,15 +104,12 @@ export class Histogram {
             legend: { markers: { show: false } },
             scales: {
                 x: { time: false, range: () => [0, last] },
-                count: { range: (_, __, high) => [0, Math.max(high ?? 1, 1) * 1.05] },
+                count: countScale,
                 percent: { range: () => [0, 105] },
             },
             axes: [
                 axis(isOpen ? `γ (the last bar holds all above ${plain(edges[edges.length - 2])})` : 'γ', 26),
-                axis('Tested voxels', 58, {
-                    scale: 'count',
-                    values: (_, splits) => splits.map((v) => (Number.isInteger(v) ? whole(v) : '')),
-                }),
+                countAxis('Tested voxels', 58),
                 axis(`${this.curveName()} / %`, 42, { scale: 'percent', side: 1, grid: { show: false } }),
             ],
             series: [

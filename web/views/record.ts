@@ -36,13 +36,13 @@ export interface GammaHistogram {
     counts: number[];
 }
 
-/** What a criterion gives in a part of the tested voxels; null where nothing was tested. */
-export interface PartResult {
-    /** Of the structure; null: outside of all structures. */
-    name: string | null;
+/** What a criterion gives in all or some of the voxels; null where nothing was tested. */
+export interface GammaFigures {
+    /** Voxels; tested = passed + failed. */
     tested: number;
     passed: number;
     failed: number;
+    /** Failed voxels with more dose than the reference, and with less. */
     hot?: number | null;
     cold?: number | null;
     /** %. */
@@ -53,6 +53,12 @@ export interface PartResult {
     max: number | null;
     verdict: Verdict;
     histogram: GammaHistogram | null;
+}
+
+/** The figures of a part of the tested voxels. */
+export interface PartResult extends GammaFigures {
+    /** Of the structure; null: outside of all structures. */
+    name: string | null;
 }
 
 /** Doses of a structure. */
@@ -97,7 +103,7 @@ export interface StructuresRecord {
 }
 
 /** A criterion and what came out; numbers of gamma and of rates are null when nothing was tested. */
-export interface Criterion {
+export interface Criterion extends GammaFigures {
     /** As the user wrote it: "3%/2mm". */
     label: string;
     /** %, of the voxel's own dose with `local`, otherwise of the normalisation dose. */
@@ -114,22 +120,8 @@ export interface Criterion {
     gammaSearchMax?: number | null;
     /** Absent: true. */
     interpolation?: boolean | null;
-    /** Voxels; tested = passed + failed. */
-    tested: number;
-    passed: number;
-    failed: number;
-    /** Failed voxels with more dose than the reference, and with less. */
-    hot?: number | null;
-    cold?: number | null;
-    /** %. */
-    passRate: number | null;
-    mean: number | null;
-    p95: number | null;
-    p99: number | null;
-    max: number | null;
     /** Time of the computation. */
     seconds?: number | null;
-    verdict: Verdict;
     /** %. */
     limits: { tolerance: number; action: number };
     /**

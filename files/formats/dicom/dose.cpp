@@ -32,7 +32,7 @@ constexpr DicomTag doseGridScaling{0x3004000E, "Dose Grid Scaling"};
 
 /** How the frames of an image follow one another. */
 struct Frames {
-    double spacing;   ///< mm; 0: one frame, which tells no thickness
+    double spacing;   ///< mm; of one frame its thickness
     double direction; ///< +1: along the normal of the first one, -1: against it
 };
 
@@ -57,10 +57,11 @@ double evenStep(const std::vector<double>& offsets)
     return step;
 }
 
-/** Of a single frame, mm; 0 where it tells none. */
+/** Of a single frame, mm. It may tell none. */
 double thicknessOf(const DicomValues& values)
 {
-    return values.has(tags::sliceThickness) ? values.number(tags::sliceThickness) : 0;
+    const double told = values.has(tags::sliceThickness) ? values.number(tags::sliceThickness) : 0;
+    return told == 0 ? planeThickness : told;
 }
 
 Frames framesOf(const DicomValues& values, std::size_t count, double positionZ, double normalZ)
@@ -101,8 +102,7 @@ StoredGeometry geometryOf(const DicomValues& values)
         component *= frames.direction;
     }
     // Pixel Spacing names the distance between rows first.
-    const bool isPlane = frameCount == 1 && frames.spacing == 0;
-    stored.spacing = {spacing[1], spacing[0], isPlane ? planeThickness : frames.spacing};
+    stored.spacing = {spacing[1], spacing[0], frames.spacing};
     return stored;
 }
 
@@ -161,9 +161,10 @@ DoseImage readDicomDose(const DicomFile& file, const Host& host)
     dose.image =
         toPatientAxes(stored, dicomPixels(file, format, voxels,
                                           static_cast<std::size_t>(stored.size[2]), scaling, host));
-    if (stored.size[2] == 1 && thicknessOf(values) == 0) {
+    if (stored.size[2] == 1) {
         Measurement& plane = dose.measurement.emplace();
         plane.isInSpace = true;
+        plane.normal = patientAxis(stored.axes[2]);
     }
     return dose;
 }

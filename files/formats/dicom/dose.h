@@ -11,7 +11,7 @@
 namespace files
 {
 
-/** Reads a DICOM RT Dose; one frame without a thickness is a plane. @throws Refusal */
+/** Reads a DICOM RT Dose; one frame is a plane. @throws Refusal */
 DoseImage readDicomDose(const DicomFile& file, const Host& host);
 
 } // namespace files

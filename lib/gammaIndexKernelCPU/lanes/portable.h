@@ -9,8 +9,9 @@
 #define ZARNGI_LANES_PORTABLE_H
 
 #include <cfloat>
-#include <cstddef>
 #include <cstdint>
+
+#include "lanes/throughMemory.h"
 
 namespace
 {
@@ -18,7 +19,7 @@ namespace
 static_assert(FLT_EVAL_METHOD == 0, "operations on floats must be rounded to floats");
 
 /** Four floats (every CPU). */
-struct PortableLanes {
+struct PortableLanes : ThroughMemory<PortableLanes> {
     using F = float __attribute__((vector_size(16)));
     using I = std::int32_t __attribute__((vector_size(16)));
     static constexpr int width = 4;
@@ -115,35 +116,12 @@ struct PortableLanes {
     /** The floats p[i] for indices i below width. */
     static F spread(const float* p, I i) { return gather(p, i); }
     static I spreadIndices(const int* p, I i) { return I{p[i[0]], p[i[1]], p[i[2]], p[i[3]]}; }
-    /** Whether spreading from registers pays. */
-    static constexpr bool spreadsRegisters = false;
-    /** Lane i of vectors one after another; any of their lanes for an i beyond them. */
-    template <std::size_t count> static F spreadFrom(const F (&vectors)[count], I i)
-    {
-        alignas(16) float values[count * width];
-        for (std::size_t v = 0; v < count; ++v) {
-            store(values + v * width, vectors[v]);
-        }
-        return gather(values, i); // none is beyond: the rows of this path stay in memory
-    }
-    /** Stores the lanes whose bits are set one after another, and anything in the rest of the
-     * width. */
-    static void storeChosen(int* p, unsigned bits, I i)
-    {
-        alignas(16) int values[width];
-        storeIndices(values, i);
-        for (; bits != 0; bits &= bits - 1) {
-            *p++ = values[__builtin_ctz(bits)];
-        }
-    }
-    static void storeChosen(float* p, unsigned bits, F a)
-    {
-        alignas(16) float values[width];
-        store(values, a);
-        for (; bits != 0; bits &= bits - 1) {
-            *p++ = values[__builtin_ctz(bits)];
-        }
-    }
+    /** Of ThroughMemory:
+     * - spreadsRegisters: whether spreading from registers pays;
+     * - spreadFrom(vectors, i): lane i of vectors one after another; any of their lanes for an i
+     *   beyond them;
+     * - storeChosen(p, bits, a): stores the lanes whose bits are set one after another, and
+     * anything in the rest of the width. */
 
 private:
     /** Indices whose sums and products may wrap around. */

@@ -7,13 +7,13 @@
 
 #include <emmintrin.h>
 
-#include <cstddef>
+#include "lanes/throughMemory.h"
 
 namespace
 {
 
 /** Four floats (every x86-64 CPU). */
-struct Sse2Lanes {
+struct Sse2Lanes : ThroughMemory<Sse2Lanes> {
     using F = __m128;
     using I = __m128i;
     static constexpr int width = 4;
@@ -71,31 +71,6 @@ struct Sse2Lanes {
         alignas(16) int k[width];
         storeIndices(k, i);
         return _mm_setr_epi32(p[k[0]], p[k[1]], p[k[2]], p[k[3]]);
-    }
-    static constexpr bool spreadsRegisters = false;
-    template <std::size_t count> static F spreadFrom(const F (&vectors)[count], I i)
-    {
-        alignas(16) float values[count * width];
-        for (std::size_t v = 0; v < count; ++v) {
-            store(values + v * width, vectors[v]);
-        }
-        return gather(values, i); // none is beyond: the rows of this path stay in memory
-    }
-    static void storeChosen(int* p, unsigned bits, I i)
-    {
-        alignas(16) int values[width];
-        storeIndices(values, i);
-        for (; bits != 0; bits &= bits - 1) {
-            *p++ = values[__builtin_ctz(bits)];
-        }
-    }
-    static void storeChosen(float* p, unsigned bits, F a)
-    {
-        alignas(16) float values[width];
-        store(values, a);
-        for (; bits != 0; bits &= bits - 1) {
-            *p++ = values[__builtin_ctz(bits)];
-        }
     }
     static I sum(I a, I b) { return _mm_add_epi32(a, b); }
     template <int n> static I quotient(I i) { return _mm_srli_epi32(i, __builtin_ctz(n)); }

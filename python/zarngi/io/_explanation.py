@@ -4,13 +4,14 @@ from __future__ import annotations
 
 import ctypes
 import json
-from collections.abc import Callable
+from collections.abc import Callable, Sequence
+from dataclasses import dataclass
 from typing import Any, Protocol
 
 import numpy as np
 import numpy.typing as npt
 
-from . import _host
+from . import _host, _structures
 
 
 class _Trial(ctypes.Structure):
@@ -32,6 +33,20 @@ _Compute = ctypes.CFUNCTYPE(
     ctypes.c_int, ctypes.POINTER(_Trial), _FLOAT_P, _BYTE_P, ctypes.c_void_p
 )
 
+_Progress = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_double, ctypes.c_void_p)
+
+
+class _Input(ctypes.Structure):
+    """Mirror of `zarnGIHost_ExplanationInput`."""
+
+    _fields_ = [
+        ("reference", _host.Volume),
+        ("evaluation", _host.Volume),
+        ("within", ctypes.c_void_p),
+        ("sets", ctypes.POINTER(ctypes.c_void_p)),
+        ("count", ctypes.c_size_t),
+    ]
+
 
 class _Engine(ctypes.Structure):
     """Mirror of `zarnGIHost_GammaEngine`."""
@@ -40,6 +55,7 @@ class _Engine(ctypes.Structure):
         ("setReference", _SetGrid),
         ("setEvaluation", _SetGrid),
         ("compute", _Compute),
+        ("progress", _Progress),
         ("context", ctypes.c_void_p),
     ]
 
@@ -49,9 +65,7 @@ _functions = _host.declare(
         "explain": (
             ctypes.c_int,
             [
-                _VOLUME_P,
-                _VOLUME_P,
-                ctypes.c_void_p,
+                ctypes.POINTER(_Input),
                 ctypes.c_char_p,
                 ctypes.POINTER(_Engine),
                 ctypes.c_void_p,
@@ -76,16 +90,33 @@ class Engine(Protocol):
         """Compute with the criterion of a trial and fill the maps, pointers to their values."""
 
 
+@dataclass(frozen=True)
+class Given:
+    """What is explained, as zarnGIHost_ExplanationInput says; contiguous arrays."""
+
+    reference: _host.Grid
+    evaluation: _host.Grid
+    within: npt.NDArray[np.uint8] | None
+    sets: Sequence[_structures.Structures]
+
+
+def _input(given: Given) -> _Input:
+    handles = (ctypes.c_void_p * len(given.sets))(*(one.handle for one in given.sets))
+    return _Input(
+        _host.volume(*given.reference),
+        _host.volume(*given.evaluation),
+        None if given.within is None else given.within.ctypes.data,
+        ctypes.cast(handles, ctypes.POINTER(ctypes.c_void_p)),
+        len(handles),
+    )
+
+
 def explain(
-    reference: _host.Grid,
-    evaluation: _host.Grid,
-    within: npt.NDArray[np.uint8] | None,
-    options: dict[str, Any],
-    engine: Engine,
+    given: Given, options: dict[str, Any], engine: Engine, progress: Callable[[float], None]
 ) -> tuple[dict[str, Any], npt.NDArray[np.float32]]:
     """What zarnGIHost_explain() tells, and the map after the change; see there for the options.
 
-    What a method of the engine raises ends the search and is raised here.
+    What a method of the engine or `progress` raises ends the search and is raised here.
     """
     raised: list[BaseException] = []
 
@@ -104,16 +135,16 @@ def explain(
         _SetGrid(guarded(lambda doses: engine.set_reference(doses[0]))),
         _SetGrid(guarded(lambda doses: engine.set_evaluation(doses[0]))),
         _Compute(guarded(lambda trial, gamma, passed: engine.compute(trial[0], gamma, passed))),
+        _Progress(guarded(progress)),
         None,
     )
-    after = np.empty(reference[0].shape, np.float32)
+    after = np.empty(given.reference[0].shape, np.float32)
+    described = _input(given)
     text = json.dumps(options).encode()
 
     def make(document: Any, error: Any) -> int:
         status: int = _functions.explain(
-            _host.volume(*reference),
-            _host.volume(*evaluation),
-            None if within is None else within.ctypes.data,
+            described,
             text,
             functions,
             after.ctypes.data,

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import ctypes
 from collections.abc import Sequence
-from typing import Any
+from typing import Any, Literal
 
 import numpy as np
 import numpy.typing as npt
@@ -17,6 +17,8 @@ from . import _host
 _PLANE = 1
 _POINTS = 2
 
+_AXES: tuple[Literal["x"], Literal["y"], Literal["z"]] = ("x", "y", "z")
+
 
 class _Places(ctypes.Structure):
     """Mirror of `zarnGIHost_Places`."""
@@ -24,6 +26,7 @@ class _Places(ctypes.Structure):
     _fields_ = [
         ("kind", ctypes.c_int),
         ("isInSpace", ctypes.c_int),
+        ("normal", ctypes.c_int),
         ("gaps", ctypes.c_size_t),
         ("isMeasured", ctypes.c_void_p),
         ("points", ctypes.c_void_p),
@@ -79,11 +82,14 @@ def distribution(dose: _host.Dose) -> DoseGrid | DosePoints:
         raw_mask = (ctypes.c_ubyte * values.size).from_address(places.isMeasured)
         measured = np.array(raw_mask, np.uint8).reshape(values.shape).astype(bool)
     axes = 3
-    if places.kind == _PLANE and not places.isInSpace:
+    normal: Literal["x", "y", "z"] | None = None
+    if places.kind == _PLANE and places.isInSpace:
+        normal = _AXES[places.normal]
+    elif places.kind == _PLANE:
         axes, values = 2, values[0]
         measured = None if measured is None else measured[0]
     return DoseGrid(
-        values, dose.spacing[:axes], dose.origin[:axes], dose.frame_of_reference, measured
+        values, dose.spacing[:axes], dose.origin[:axes], dose.frame_of_reference, measured, normal
     )
 
 
