@@ -75,8 +75,8 @@ void checkIsStructures(const DicomFile& file)
                "label masks in NRRD, MetaImage and NIfTI)");
     }
     const std::string modality = file.values().text(tags::modality);
-    refuse("is DICOM but no RT Structure Set (modality " +
-           (modality.empty() ? std::string("unknown") : excerpt(modality)) + ")");
+    refuseForeign("is DICOM but no RT Structure Set (modality " +
+                  (modality.empty() ? std::string("unknown") : excerpt(modality)) + ")");
 }
 
 /** Calls `use` with the elements of each item of a sequence, which may be missing. */
