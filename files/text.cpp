@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdio>
 #include <limits>
+#include <utility>
 
 namespace files
 {
@@ -18,6 +19,8 @@ template <class... Arguments> std::string formatted(const char* format, Argument
     std::snprintf(buffer.data(), buffer.size(), format, arguments...);
     return buffer.data();
 }
+
+thread_local bool excerptsAreShown = true;
 
 } // namespace
 
@@ -93,10 +96,18 @@ std::string oneLine(std::string_view text)
 std::string excerpt(std::string_view text)
 {
     constexpr std::size_t longest = 60;
+    if (!excerptsAreShown) {
+        return "...";
+    }
     std::string result(text.substr(0, longest));
     std::replace_if(
         result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return text.size() > longest ? result + "..." : result;
+}
+
+bool setExcerpts(bool areShown)
+{
+    return std::exchange(excerptsAreShown, areShown);
 }
 
 } // namespace files

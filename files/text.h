@@ -38,8 +38,18 @@ double parseNumber(std::string_view text);
 /** The text on one line: control characters become blanks. */
 std::string oneLine(std::string_view text);
 
-/** A text out of a file for a message: printable ASCII, "?" for all else, not too long. */
+/**
+ * A text out of a file for a message: printable ASCII, "?" for all else, not too long; "..." where
+ * setExcerpts() says so. All that a message tells of a file in the file's own words comes from
+ * here.
+ */
 std::string excerpt(std::string_view text);
+
+/**
+ * Whether excerpts on this thread show what stands in the file, as at first: a name may stand where
+ * a number should be, and some messages are kept where no name may be. Gives what was set before.
+ */
+bool setExcerpts(bool areShown);
 
 inline std::string asText(const std::string& text)
 {

@@ -10,6 +10,7 @@
 #include "comparison/failedSides.h"
 #include "files/nativeDeflate.h"
 #include "files/readDose.h"
+#include "files/text.h"
 #include "files/writeVolume.h"
 #include "host/calls.h"
 #include "host/doses.h"
@@ -82,6 +83,11 @@ int encodeFor(const char* name, const zarnGIHost_Volume* volume, zarnGIHost_Erro
 }
 
 } // namespace
+
+int zarnGIHost_setExcerpts(int areShown)
+{
+    return files::setExcerpts(areShown != 0) ? 1 : 0;
+}
 
 int zarnGIHost_readDose(const char* path, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
 {

@@ -7,8 +7,9 @@
  * or through the same sources, so a file gives the same doses in both or the same sentence.
  *
  * Every function may be called by several threads at once, on different doses. Nothing is printed,
- * no process is started, no state is kept between calls. Lengths are in mm, doses in Gy.
- * Coordinates are those of the patient: x to the left, y to the back, z to the head.
+ * no process is started, no state is kept between calls but that of zarnGIHost_setExcerpts().
+ * Lengths are in mm, doses in Gy. Coordinates are those of the patient: x to the left, y to the
+ * back, z to the head.
  */
 #ifndef ZARNGI_HOST_LIBZARNGIHOST_H
 #define ZARNGI_HOST_LIBZARNGIHOST_H
@@ -40,6 +41,17 @@ struct zarnGIHost_Error {
     /** One line that continues "FILE: ", without a full stop: "is cut short". */
     char sentence[ZARNGI_HOST_SENTENCE_SIZE];
 };
+
+/**
+ * Whether sentences and warnings of the calling thread quote what stands in files, as they do at
+ * first: `has Dose Units of "PERCENT"`. Else they have three dots in its place, for hosts that keep
+ * them where no name of a patient may be: anything may stand where a unit should. Names of
+ * structures are told in either case.
+ *
+ * @param areShown 0: no.
+ * @return 1 or 0: what was set before.
+ */
+ZARNGI_HOST_API int zarnGIHost_setExcerpts(int areShown);
 
 /** A dose read from a file; the caller frees it with zarnGIHost_freeDose(). */
 struct zarnGIHost_Dose;

@@ -53,7 +53,7 @@ void checkCount(const Lines& lines, std::string_view key, std::size_t count)
 {
     const std::string told = entryOf(lines, key);
     if (!told.empty() && parseNumber(told) != static_cast<double>(count)) {
-        refuse("tells " + excerpt(key) + " " + excerpt(told) + ", but its doses have " +
+        refuse("tells " + std::string(key) + " " + excerpt(told) + ", but its doses have " +
                grouped(count));
     }
 }

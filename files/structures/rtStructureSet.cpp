@@ -9,6 +9,7 @@
 
 #include "files/error.h"
 #include "files/formats/dicom/file.h"
+#include "files/formats/dicom/identity.h"
 #include "files/structures/structureNames.h"
 #include "files/text.h"
 
@@ -74,9 +75,8 @@ void checkIsStructures(const DicomFile& file)
         refuse("is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
                "label masks in NRRD, MetaImage and NIfTI)");
     }
-    const std::string modality = file.values().text(tags::modality);
     refuseForeign("is DICOM but no RT Structure Set (modality " +
-                  (modality.empty() ? std::string("unknown") : excerpt(modality)) + ")");
+                  toldModality(file.values().text(tags::modality)) + ")");
 }
 
 /** Calls `use` with the elements of each item of a sequence, which may be missing. */

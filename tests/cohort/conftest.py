@@ -1,7 +1,9 @@
 """What the tests of cohorts share: pairs of doses, the program, and what is compared."""
 
 import csv
+import json
 import os
+import re
 import sqlite3
 import subprocess
 import sys
@@ -122,6 +124,13 @@ def rates(path):
             dict(database.execute("SELECT id, pass_rate FROM results")),
             dict(database.execute("SELECT id, sentence FROM failures")),
         )
+
+
+def page_record(path):
+    """What a page shows."""
+    found = re.findall(r'<script type="application/json" id="zarngi-data">(.*?)</script>',
+                       path.read_text(encoding="utf-8"), re.DOTALL)  # fmt: skip
+    return json.loads(found[0])
 
 
 def program():

@@ -146,3 +146,11 @@ def ended(process):
 def wait_until_done(results, count):
     """Waits until a results file holds so many pairs."""
     wait_for(lambda: count_done(results) >= count, f"{count} pairs in {results}")
+
+
+def open_for_writing(pipe):
+    """A descriptor of a pipe that somebody wants to read; None while nobody does."""
+    try:
+        return os.open(pipe, os.O_WRONLY | os.O_NONBLOCK)
+    except OSError:
+        return None

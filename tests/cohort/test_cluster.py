@@ -7,7 +7,9 @@ import threading
 import pytest
 import zarngi.cohort
 from conftest import SLOW, contents, rates, rates_of, small_pair, write_grid, write_rows, zarngi_cohort
-from processes import Cluster, children, ended, kill, running, wait_for, wait_until_done
+from processes import (
+    Cluster, children, ended, kill, open_for_writing, running, wait_for, wait_until_done,
+)  # fmt: skip
 
 from zarngi.cohort.cluster import DaskCluster
 from zarngi.cohort.manifest import Manifest
@@ -156,14 +158,6 @@ def test_worker_that_dies_twice(cohort, serial, cluster, tmp_path):
         "deadly": "deadly: its worker died while computing it, and the next one, too"
     }
     assert found == rates_of(serial)
-
-
-def open_for_writing(pipe):
-    """A descriptor of a pipe that somebody wants to read; None while nobody does."""
-    try:
-        return os.open(pipe, os.O_WRONLY | os.O_NONBLOCK)
-    except OSError:
-        return None
 
 
 def reader_of(pipe, nannies):

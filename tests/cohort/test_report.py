@@ -1,11 +1,9 @@
 """The page of a cohort as the package writes it; tests/web drives it in a browser."""
 
-import json
-import re
 from importlib import resources
 
 import pytest
-from conftest import small_pair, write_grid, write_rows, zarngi_cohort
+from conftest import page_record, small_pair, write_grid, write_rows, zarngi_cohort
 
 
 @pytest.fixture
@@ -19,12 +17,6 @@ def results(tmp_path):
     done = zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", path, "--keep", "site")
     assert done.returncode == 4
     return path
-
-
-def page_record(path):
-    found = re.findall(r'<script type="application/json" id="zarngi-data">(.*?)</script>',
-                       path.read_text(encoding="utf-8"), re.DOTALL)  # fmt: skip
-    return json.loads(found[0])
 
 
 def needs_page():

@@ -7,6 +7,7 @@ import os
 import pty
 import re
 import shutil
+import signal
 import sqlite3
 import subprocess
 
@@ -16,8 +17,9 @@ import pytest
 import zarngi
 import zarngi.cohort
 from conftest import (
-    SLOW, command, contents, program, rates, small_pair, write_grid, write_rows, zarngi_cohort,
+    SLOW, command, contents, page_record, program, rates, small_pair, write_grid, write_rows, zarngi_cohort,
 )  # fmt: skip
+from processes import ended, open_for_writing, running, wait_for
 
 
 @pytest.fixture
@@ -197,6 +199,89 @@ def test_no_names_of_files_in_results_and_pages(tmp_path):
     assert pydicom.dcmread(good).FrameOfReferenceUID not in page
 
 
+def test_nothing_that_stands_in_a_file_is_told(tmp_path):
+    """Headers hold names where nobody expects them; a sentence may tell what is wrong, not with what."""
+    good, _ = small_pair()
+    write_grid(tmp_path / "good.nrrd", good)
+    write_grid(tmp_path / "good.dcm", good)
+    dicom = {"units": ("DoseUnits", "DOE^JANE"), "modality": ("Modality", "DOE^JANE"),
+             "scaling": ("DoseGridScaling", b"DOE^JANE")}  # fmt: skip
+    meta = "ObjectType = Image\nNDims = 3\nDimSize = 2 2 2\nElementSpacing = 1 1 1\n"
+    files = {
+        "line.nrrd": "NRRD0004\nDOE^JANE 1950\n",
+        "twice.mha": f"{meta}DOE^JANE = 1\nDOE^JANE = 2\n",
+        "channels.mha": f"{meta}ElementType = MET_FLOAT\nElementNumberOfChannels = DOE^JANE\n"
+        "ElementDataFile = LOCAL\n",
+        "beside.mha": f"{meta}ElementType = MET_FLOAT\nElementDataFile = DOE^JANE.raw\n",
+        "unit.nrrd": "NRRD0004\ntype: float\ndimension: 3\nsizes: 2 2 2\nspacings: 1 1 1\nendian: little\n"
+        "encoding: raw\nsample units: \"DOE^JANE\"\n\n" + "0" * 32,
+        "table.csv": "x (mm),y,dose (Gy)\n0,0,3\n3.5,DOE^JANE,2\n0,1,2\n",
+        "columns.csv": "DOE^JANE,of,1950\n0,0,3\n3.5,2,2\n",
+    }
+    for name, text in files.items():
+        (tmp_path / name).write_text(text)
+    for name, (member, value) in dicom.items():
+        dataset = pydicom.dcmread(tmp_path / "good.dcm")
+        if isinstance(value, bytes):
+            dataset[member] = pydicom.dataelem.RawDataElement(
+                pydicom.tag.Tag(pydicom.datadict.tag_for_keyword(member)), "DS", len(value), value, 0,
+                False, True)  # fmt: skip
+        else:
+            setattr(dataset, member, value)
+        if member == "Modality":
+            dataset.SOPClassUID = dataset.file_meta.MediaStorageSOPClassUID = "1.2.3"
+        dataset.save_as(tmp_path / f"{name}.dcm", write_like_original=True)
+        files[f"{name}.dcm"] = ""
+    rows = [{"id": name, "reference": "good.nrrd", "evaluation": name} for name in files]
+    rows.append({"id": "fine", "reference": "good.nrrd", "evaluation": "good.dcm"})
+    results = tmp_path / "results.sqlite"
+    done = zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", results)
+    found, failures = rates(results)
+    assert set(failures) | set(found) == {*files, "fine"} and set(found) == {"fine", "unit.nrrd"}
+    for text in (done.stdout, done.stderr, results.read_bytes().decode("latin-1")):
+        assert "doe" not in text.lower()
+    assert failures["line.nrrd"] == (
+        'line.nrrd: evaluation: its header has a line that is no field of NRRD: "..."'
+    )
+    assert failures["beside.mha"] == "beside.mha: evaluation: its data file ... is missing"
+
+
+def test_pages_show_structures(study):
+    """Those of the manifest, chosen by name where names are given; a bad file costs no page."""
+    manifest, results = study
+    folder, pages = manifest.parent, manifest.parent / "pages"
+    reference, evaluation = small_pair(0.4)
+    labels = np.zeros(reference.shape, np.uint8)
+    labels[4:9, 5:12, 5:12], labels[10:14, 5:12, 5:12] = 1, 2
+    zarngi.write(folder / "DOE_JANE.nrrd", labels, like=reference)
+    write_grid(folder / "e.nrrd", evaluation)
+    pair = {"reference": "r0.nrrd", "evaluation": "e.nrrd"}
+    rows = [pair | {"id": name, "structures": path} for name, path in (
+        ("mask", "DOE_JANE.nrrd"), ("none", ""), ("bad", "e1.nrrd"))]  # fmt: skip
+    write_rows(manifest, rows)
+    run = ("run", manifest, "-o", results, "--pages", pages)
+    environment = os.environ | {"ZARNGI_PROGRAM": program()}
+
+    def shown(name):
+        record = page_record(pages / f"{name}.html")
+        return [structure["name"] for structure in record.get("structures", {}).get("list", [])]
+
+    done = zarngi_cohort(*run, env=environment)
+    assert done.returncode == 0 and "warning: bad: structures: is not a file of" in done.stdout
+    assert [shown(row["id"]) for row in rows] == [["label 1", "label 2"], [], []]
+    record = page_record(pages / "mask.html")
+    assert record["structures"]["list"][0]["dvh"]["reference"]["curve"]
+    assert "DOE" not in (pages / "mask.html").read_text()
+    assert {row[3] for row in contents(results)["results"]} == {""}
+    assert computed(zarngi_cohort(*run, env=environment)) == 0
+    os.utime(folder / "DOE_JANE.nrrd")
+    assert computed(zarngi_cohort("run", manifest, "-o", results, env=environment)) == 0
+    assert computed(zarngi_cohort(*run, env=environment)) == 1
+    write_rows(manifest, rows[:1])
+    zarngi_cohort(*run, "--structures", "*2,Rectum", env=environment)
+    assert shown("mask") == ["label 2"]
+
+
 def test_pages_below_a_rate(study):
     manifest, results = study
     pages = manifest.parent / "pages"
@@ -320,6 +405,39 @@ def test_warnings_are_kept(tmp_path):
         "a: reference and evaluation have different frames of reference; their coordinates may not "
         "mean the same places"
     ]
+
+
+def test_file_that_never_answers(study):
+    """A pipe that nobody writes is a failure in time, and of its pair alone; again the next run."""
+    manifest, results = study
+    (manifest.parent / "e1.nrrd").unlink()
+    os.mkfifo(manifest.parent / "e1.nrrd")
+    run = ("run", manifest, "-o", results, "--read-timeout", "0.3")
+    done = zarngi_cohort(*run)
+    assert (done.returncode, done.stderr) == (4, "")
+    sentence = "p1: evaluation: could not be read within 0.3 s"
+    found, failures = rates(results)
+    assert failures == {"p1": sentence} and set(found) == {"p0", "p2"}
+    again = zarngi_cohort(*run)
+    assert "1 computed, 2 done before, 1 failed" in again.stdout
+    good = (manifest.parent / "e2.nrrd").read_bytes()
+    with running("run", manifest, "-o", results) as process:
+        (manifest.parent / "e1.nrrd").write_bytes(good)  # waits for the reader
+        assert ended(process)[2] == 0
+    assert rates(results)[1] == {}
+
+
+def test_told_to_stop_while_a_file_is_silent(study):
+    manifest, results = study
+    pipe = manifest.parent / "e1.nrrd"
+    pipe.unlink()
+    os.mkfifo(pipe)
+    with running("run", manifest, "-o", results) as process:
+        writer = wait_for(lambda: open_for_writing(pipe), "a reader of the pipe")
+        process.send_signal(signal.SIGINT)
+        out, err, code = ended(process)
+        os.close(writer)
+    assert (out, code) == ("", 130) and "zarngi-cohort: stopped; " in err
 
 
 def test_nothing_tested_is_a_failure(tmp_path):

@@ -112,6 +112,26 @@ static void read_what_a_header_names(void)
     check(strstr(error.sentence, "missing") != NULL, error.sentence);
 }
 
+/* What a file calls its unit may be anything. */
+static void quote_or_not(void)
+{
+    static const char header[] = "ObjectType = Image\nDistanceUnits = DOE\nNDims = 3\n"
+                                 "DimSize = 1 1 1\nElementSpacing = 1 1 1\n"
+                                 "ElementType = MET_FLOAT\nElementDataFile = LOCAL\n0000";
+    static const char* const sentences[2] = {"its lengths are in \"...\", not in mm",
+                                             "its lengths are in \"DOE\", not in mm"};
+    check(zarnGIHost_setExcerpts(0) == 1, "excerpts at first");
+    for (int are_shown = 0; are_shown < 2; ++are_shown) {
+        struct zarnGIHost_Error error = {0, ""};
+        struct zarnGIHost_Dose* dose = NULL;
+        check(zarnGIHost_readDoseFromMemory(header, sizeof header - 1, NULL, NULL, &dose, &error) ==
+                      ZARNGI_HOST_REFUSED &&
+                  strcmp(error.sentence, sentences[are_shown]) == 0,
+              error.sentence);
+        check(zarnGIHost_setExcerpts(1) == are_shown, "what was set before");
+    }
+}
+
 static void refuse_what_cannot_be(void)
 {
     struct zarnGIHost_Error error = {0, ""};
@@ -254,6 +274,7 @@ int main(void)
     write_and_read();
     read_what_a_header_names();
     refuse_what_cannot_be();
+    quote_or_not();
     read_planes_and_points();
     place_planes();
     read_by_several_threads();

@@ -12,13 +12,16 @@ import pytest
 import zarngi
 
 import variants_dicom
+import variants_measurements
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
+import variants_structures
 from answers import (
     ENGINE, PROGRAM, Answer, by_package, by_page, by_program, differences, digest, limit_memory,
 )
 from variants import FOREIGN, VALUES, Grid
+from zarngi.io import _host
 
 TABLES = (variants_nrrd, variants_metaimage, variants_nifti, variants_dicom)
 ROWS = {f"{table.FORMAT}: {row.name}": row for table in TABLES for row in table.ROWS}
@@ -67,6 +70,35 @@ def test_variant_in_the_page(tmp_path, name):
     # It is given files alone.
     expected.sentence = re.sub(" is a (folder|device), not a dose file$", " is missing", expected.sentence)
     assert not differences(by_page(write_files(tmp_path, row.files)), expected)
+
+
+#: What sentences have in quotes in words of their own.
+OWN_WORDS = {
+    "=", "Dose Counts", "Dose Units", "binarydata", "binarydatabyteordermsb", "byte skip",
+    "compresseddata", "data file", "dimension", "dimsize", "elementtype", "encoding", "endian", "ndims",
+    "offset", "sizes", "transformmatrix", "type",
+}  # fmt: skip
+
+
+def test_nothing_is_quoted_where_that_is_not_wanted(tmp_path):
+    """Any text of a file may be a patient's name: of a message only its own words are left."""
+    rows = [(zarngi.read, row.files, row.expected) for row in ROWS.values()]
+    rows += [(zarngi.read, {"dose": row.contents}, row.expected) for row in variants_measurements.ROWS]
+    rows += [(zarngi.read_structures, {row.file: row.contents}, row.expected)
+             for row in variants_structures.ROWS]  # fmt: skip
+    left_out = 0
+    for i, (read, files, expected) in enumerate(rows):
+        told = isinstance(expected, str) and re.findall('"(.*?)"', expected)
+        if not told:
+            continue
+        (tmp_path / str(i)).mkdir()
+        path = write_files(tmp_path / str(i), files)
+        with _host.without_excerpts(), pytest.raises(zarngi.FormatError) as refusal:
+            read(path)
+        quoted = re.findall('"(.*?)"', str(refusal.value))
+        assert set(quoted) <= OWN_WORDS | {"..."}, refusal.value
+        left_out += "..." in quoted
+    assert left_out > 150
 
 
 def test_relative_doses_are_read_when_asked_for(tmp_path):

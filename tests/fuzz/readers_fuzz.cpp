@@ -110,7 +110,8 @@ void checkLine(const std::string& text)
 void checkError(const files::FileError& error)
 {
     checkLine(error.sentence);
-    require(error.kind == files::FileError::Kind::refused,
+    require(error.kind == files::FileError::Kind::refused ||
+                error.kind == files::FileError::Kind::foreign,
             "small files fit in memory, and errors are the readers' own", error.sentence);
 }
 

@@ -115,8 +115,7 @@ void checkIsDose(const DicomFile& file)
                         file.metaValues().text(tags::metaSopClass) == doseStorage ||
                         modality == "RTDOSE";
     if (!isDose) {
-        refuseForeign("is DICOM but no RT Dose (modality " +
-                      (modality.empty() ? std::string("unknown") : excerpt(modality)) + ")");
+        refuseForeign("is DICOM but no RT Dose (modality " + toldModality(modality) + ")");
     }
     if (file.data.find(dicomTags::pixelData) == nullptr) {
         refuse("is an RT Dose without a dose grid");

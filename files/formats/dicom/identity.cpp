@@ -1,5 +1,11 @@
 #include "files/formats/dicom/identity.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "files/text.h"
+
 namespace files
 {
 
@@ -37,6 +43,18 @@ DicomIdentity dicomIdentity(const DicomValues& values)
     identity.patientId = values.text(tags::patientId);
     identity.patientBirthDate = values.text(tags::patientBirthDate);
     return identity;
+}
+
+std::string toldModality(const std::string& modality)
+{
+    static constexpr std::array<std::string_view, 17> known = {
+        "CR",  "CT",     "DX",      "KO",     "MR",       "NM",       "OT",  "PR", "PT",
+        "REG", "RTDOSE", "RTIMAGE", "RTPLAN", "RTRECORD", "RTSTRUCT", "SEG", "US"};
+    if (modality.empty()) {
+        return "unknown";
+    }
+    const bool isKnown = std::find(known.begin(), known.end(), modality) != known.end();
+    return isKnown ? modality : excerpt(modality);
 }
 
 } // namespace files

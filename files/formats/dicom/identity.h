@@ -5,6 +5,8 @@
 #ifndef ZARNGI_FILES_FORMATS_DICOM_IDENTITY_H
 #define ZARNGI_FILES_FORMATS_DICOM_IDENTITY_H
 
+#include <string>
+
 #include "files/doseImage.h"
 #include "files/formats/dicom/values.h"
 
@@ -17,6 +19,9 @@ inline constexpr DicomTag modality{0x00080060, "Modality"};
 }
 
 DicomIdentity dicomIdentity(const DicomValues& values);
+
+/** A modality for a message; those of DICOM are no excerpts that might be left out. */
+std::string toldModality(const std::string& modality);
 
 } // namespace files
 

@@ -15,6 +15,7 @@ from .._cpus import MAX_THREADS
 from . import commands
 from .commands import ExitCode
 from .errors import CohortError
+from .record import READ_TIMEOUT
 from .run import Shard
 from .settings import parse_criteria
 
@@ -137,6 +138,8 @@ def _add_computing(parser: argparse.ArgumentParser) -> None:
         help="of each search, without a cluster (all cores)")  # fmt: skip
     add("--memory", type=_positive, metavar="GB", help="that may be filled, without a cluster "
         "(what is available)")  # fmt: skip
+    add("--read-timeout", type=_positive, default=READ_TIMEOUT, metavar="S",
+        help=f"seconds that reading a file may take ({READ_TIMEOUT:g})")  # fmt: skip
     add("--patience", type=_positive, default=600.0, metavar="S",
         help="seconds to go on without any worker (600)")  # fmt: skip
 

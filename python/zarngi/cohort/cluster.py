@@ -27,7 +27,7 @@ from .record import Failure, Outcome, Task
 from .sentences import sentence
 from .worker import compute_here
 
-_TICK = 1.0  # s between looks at the workers while nothing comes
+_TICK = 1.0  # s between looks at the workers
 _TOLD_AFTER = 5.0  # s without a worker until that is told
 _PER_BATCH = 0.5  # s that a batch takes: the engine costs about a millisecond for each
 _MOST_PER_BATCH = 64
@@ -74,6 +74,7 @@ class DaskCluster:
         self._had_workers = False
         self._told = False
         self._threads: dict[str, int] = {}
+        self._last_look = 0.0
 
     @property
     def workers(self) -> int:
@@ -125,10 +126,12 @@ class DaskCluster:
     def _landed(self) -> list[Any]:
         """Futures that have ended; waits for the first."""
         while True:
+            # Workers come and go while others are busy, too.
+            if time.monotonic() - self._last_look >= _TICK:
+                self._look_at_workers()
             try:
                 landed = [self._finished.get(timeout=_TICK)]
             except queue.Empty:
-                self._look_at_workers()
                 continue
             while not self._finished.empty():
                 landed.append(self._finished.get())
@@ -141,6 +144,8 @@ class DaskCluster:
         if outcomes is None:
             self._suspects.extend(batch)
             return []
+        # There may have been none whenever one looked.
+        self._had_workers, self._deserted = True, None
         mean = sum(o.reading + o.searching for o in outcomes) / len(outcomes)
         self._seconds = mean if self._seconds is None else (3 * self._seconds + mean) / 4
         return outcomes
@@ -185,6 +190,7 @@ class DaskCluster:
     def _look_at_workers(self) -> None:
         with _lost_is_told(self._distributed):
             self._threads = dict(self._client.nthreads())
+        self._last_look = time.monotonic()
         if self._threads:
             self._had_workers, self._deserted = True, None
             return

@@ -27,7 +27,7 @@ from .settings import Settings
 from .table import csv_lines
 from .wholefile import write_whole
 
-_MOST_FAILURES_TOLD = 10
+_MOST_TOLD = 10
 
 
 class ExitCode(IntEnum):
@@ -64,6 +64,7 @@ def run(options: argparse.Namespace) -> int:
         options.shard,
         prepare_pages(options.pages, _below(options)),
         options.verify,
+        options.read_timeout,
     )
     line = ProgressLine()
     with ExitStack() as stack:
@@ -149,14 +150,20 @@ def _tell(summary: Summary, results: Results) -> None:
         " WHERE structure = '' GROUP BY criterion ORDER BY min(place), criterion"
     ):
         print(f"{criterion}: {pairs} pairs, mean pass rate {mean:.2f} %, lowest {least:.2f} %")
-    failures = results.select(
-        "SELECT sentence FROM failures JOIN pairs USING (id) ORDER BY number LIMIT ?",
-        (_MOST_FAILURES_TOLD,),
-    )
-    for (sentence,) in failures:
-        print(f"failed: {sentence}")
-    if summary.failed > _MOST_FAILURES_TOLD:
-        print(f"and {summary.failed - _MOST_FAILURES_TOLD} more")
+    for kind, table in (("failed", "failures"), ("warning", "warnings")):
+        _tell_sentences(results, kind, table)
+
+
+def _tell_sentences(results: Results, kind: str, table: str) -> None:
+    """The first of a table, and how many there are."""
+    ((count,),) = results.select(f"SELECT count(*) FROM {table}")
+    for (sentence,) in results.select(
+        f"SELECT t.sentence FROM {table} t JOIN pairs p USING (id) ORDER BY p.number, t.sentence LIMIT ?",
+        (_MOST_TOLD,),
+    ):
+        print(f"{kind}: {sentence}")
+    if count > _MOST_TOLD:
+        print(f"{kind}: {count - _MOST_TOLD} more")
 
 
 def merge(options: argparse.Namespace) -> int:

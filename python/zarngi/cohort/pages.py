@@ -14,9 +14,9 @@ from pathlib import Path
 from typing import Any
 from urllib.parse import quote
 
-from .record import FIGURES, Row, Task
-from .sentences import sentence
+from .record import FIGURES, Pages, Row, Task
 from .settings import Settings
+from .work import Work
 
 _PROGRAM = "zarngi"
 _RECORD = re.compile(r'(<script type="application/json" id="zarngi-data">)(.*?)(</script>)', re.S)
@@ -38,43 +38,41 @@ def page_name(identity: str) -> str:
     return f"{name}.html"
 
 
-def is_due(task: Task, rows: Sequence[Row]) -> bool:
+def is_due(pages: Pages, rows: Sequence[Row]) -> bool:
     """Whether a pair with these results gets a page."""
-    if task.pages is None:
-        return False
     rates = [row.figures[_RATE] for row in rows if not row.structure]
-    return bool(rates) and min(rates) < task.pages.below
+    return bool(rates) and min(rates) < pages.below
 
 
-def write_page(task: Task, rows: Sequence[Row], warnings: list[str]) -> str | None:
-    """Write the page of a pair into the folder that the task names.
+def write_page(work: Work, pages: Pages, structures: Sequence[str] | None) -> str | None:
+    """Write the page of a pair.
 
     Parameters
     ----------
-    task : Task
-        The pair.
-    rows : sequence of Row
-        What came out.
-    warnings : list of str
-        Takes a sentence when the page cannot be written, which is no failure of the pair.
+    work : Work
+        The pair; takes a warning when the page cannot be written, which is no failure of the pair.
+    pages : Pages
+        Where.
+    structures : sequence of str, or None
+        What the page shows of the pair's structures, as `zarngi compare --structure` takes it; empty:
+        all; None: none.
 
     Returns
     -------
     str or None
         The file's name in the folder.
     """
-    if task.pages is None or not is_due(task, rows):
-        return None
-    name = page_name(task.pair.id)
+    identity = work.pair.id
+    name = page_name(identity)
     try:
         # A folder beside the page: on the same file system, and never a page by half.
-        with tempfile.TemporaryDirectory(dir=task.pages.folder, prefix=".") as scratch:
+        with tempfile.TemporaryDirectory(dir=pages.folder, prefix=".") as scratch:
             made = Path(scratch) / "page.html"
-            _run(task, str(made))
-            made.write_text(_without_names(made.read_text(encoding="utf-8"), task.pair.id), "utf-8")
-            os.replace(made, Path(task.pages.folder) / name)
+            _run(work.task, structures, str(made))
+            made.write_text(_without_names(made.read_text(encoding="utf-8"), identity), "utf-8")
+            os.replace(made, Path(pages.folder) / name)
     except (OSError, ValueError, subprocess.SubprocessError) as error:
-        warnings.append(sentence(task.pair, f"its page could not be written ({_reason(error)})"))
+        work.warn(f"its page could not be written ({_reason(error)})")
         return None
     return name
 
@@ -87,11 +85,14 @@ def _reason(error: Exception) -> str:
     return type(error).__name__
 
 
-def _run(task: Task, made: str) -> None:
+def _run(task: Task, structures: Sequence[str] | None, made: str) -> None:
     found = program()
     if found is None:
         raise FileNotFoundError(0, "the program zarngi was not found")
     command = [found, "compare", f"--report={made}", *_options(task.settings)]
+    if structures is not None:
+        command.append(f"--structures={os.path.abspath(task.pair.structures)}")
+        command += [f"--structure={name}" for name in structures]
     command += ["--", os.path.abspath(task.pair.reference), os.path.abspath(task.pair.evaluation)]
     subprocess.run(command, check=True, capture_output=True, timeout=_TIME_LIMIT)
 
@@ -128,5 +129,10 @@ def _without_names(page: str, identity: str) -> str:
             file.pop(member, None)
         if "data" in file:
             file["data"]["name"] = f"{identity} {role} data"
+    for file in record.get("structures", {}).get("files", []):
+        file |= {"name": f"{identity} structures", "path": f"{identity} structures", "label": "",
+                 "sopInstance": ""}  # fmt: skip
+        if "data" in file:
+            file["data"]["name"] = f"{identity} structures data"
     text = json.dumps(record, ensure_ascii=False, separators=(",", ":")).replace("<", "\\u003c")
     return page[: found.start(2)] + text + page[found.end(2) :]

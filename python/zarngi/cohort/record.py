@@ -80,6 +80,10 @@ class Pages:
     below: float
 
 
+#: Seconds that reading a file may take. None takes as long: there is no answer.
+READ_TIMEOUT = 600.0
+
+
 @dataclass(frozen=True)
 class Task:
     """A pair to compute. `known`, where it is given, are files whose digests make that needless."""
@@ -89,6 +93,7 @@ class Task:
     settings: Settings
     pages: Pages | None = None
     known: tuple[FileState, ...] = ()
+    read_timeout: float = READ_TIMEOUT  # s
 
 
 @dataclass(frozen=True)

@@ -5,7 +5,7 @@ from __future__ import annotations
 import os
 from collections.abc import Callable, Iterable, Iterator, Sequence
 from contextlib import ExitStack
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import Any
 
 import zarngi
@@ -21,7 +21,7 @@ from .lock import only_writer
 from .manifest import Manifest, Pair, as_pairs
 from .pages import program
 from .progress import Counts
-from .record import Outcome, Pages, Task
+from .record import READ_TIMEOUT, Outcome, Pages, Task
 from .results import Known, Results
 from .settings import Settings, parse_criteria
 from .table import load_open
@@ -85,6 +85,7 @@ class Plan:
     shard: Shard = _WHOLE
     pages: Pages | None = None
     verify: bool = False
+    read_timeout: float = READ_TIMEOUT
 
     @property
     def count(self) -> int:
@@ -96,12 +97,13 @@ class Plan:
         for place, pair in enumerate(self.pairs):
             if not self.shard.holds(place):
                 continue
-            task = Task(place + 1, pair, pair.settings(self.settings), self.pages)
+            task = Task(place + 1, pair, pair.settings(self.settings), self.pages,
+                        read_timeout=self.read_timeout)  # fmt: skip
             known = results.known(pair.id)
             if known is None or not self._is_done(task, known):
                 yield task
             elif self.verify and not known.is_failure:
-                yield Task(task.number, pair, task.settings, task.pages, known.files)
+                yield replace(task, known=known.files)
             else:
                 results.describe(task.number, pair)
                 counts.kept += 1
@@ -116,9 +118,15 @@ class Plan:
         return _has_its_page(task, known) and are_same(
             task.pair,
             known.files,
-            has_structures=task.settings.structures is not None,
+            has_structures=_show_structures(task, known),
             is_failure=known.is_failure,
         )
+
+
+def _show_structures(task: Task, known: Known) -> bool:
+    """Whether the pair's structures have something to do with its results or its page."""
+    has_page = task.pages is not None and known.page is not None
+    return task.settings.structures is not None or has_page
 
 
 def _has_its_page(task: Task, known: Known) -> bool:
@@ -194,6 +202,7 @@ def run(
     pages: str | os.PathLike[str] | None = None,
     pages_below: float = float("inf"),
     keep: Sequence[str] = (),
+    read_timeout: float = READ_TIMEOUT,
     patience: float = 600,
     progress: Callable[[Counts], None] | None = None,
     **options: Any,
@@ -228,6 +237,9 @@ def run(
         Only for pairs with a pass rate below this one (%).
     keep : sequence of str
         Further columns of the manifest that go into the results.
+    read_timeout : float
+        Seconds that reading a file may take; a pair whose file takes longer is a failure, and tried
+        again by the next run.
     patience : float
         Seconds to go on when all workers of the client are gone.
     progress : callable, optional
@@ -259,6 +271,7 @@ def run(
         _WHOLE if shard is None else Shard(*shard),
         prepare_pages(pages, pages_below),
         verify,
+        _checks.positive("read_timeout", read_timeout, "s"),
     )
     engine: Engine
     engine = ThisProcess(threads, memory) if client is None else DaskCluster(client, patience)

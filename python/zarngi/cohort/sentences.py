@@ -2,19 +2,14 @@
 
 from __future__ import annotations
 
-import os
 import re
 
 from .manifest import Pair
 
-_DATA_FILE = re.compile(r"\bits data file .*?(?= (?:is|cannot|holds|ends|has|comes)\b|$)")
 
-
-def _without_names(text: str, role: str, path: str) -> str:
-    text = _DATA_FILE.sub("its data file", text)
-    for part in (path, os.path.basename(path)):
-        text = text.replace(part, role) if part else text
-    return text
+def _without(text: str, path: str, role: str) -> str:
+    """The text with the role of a file in the place of its path."""
+    return re.sub(rf"(?<!\w){re.escape(path)}(?!\w)", role, text) if path else text
 
 
 def sentence(pair: Pair, error: BaseException | str, role: str | None = None) -> str:
@@ -34,12 +29,11 @@ def sentence(pair: Pair, error: BaseException | str, role: str | None = None) ->
         text = error.strerror
     if role is None:
         for name in ("reference", "evaluation"):
-            path = getattr(pair, name)
-            text = text.replace(path, name) if path else text
+            text = _without(text, getattr(pair, name), name)
         return f"{pair.id}: {_one_line(text)}"
     path = getattr(pair, role)
-    text = text.removeprefix(f"{path}: ")
-    return f"{pair.id}: {role}: {_one_line(_without_names(text, role, path))}"
+    text = _without(text.removeprefix(f"{path}: "), path, role)
+    return f"{pair.id}: {role}: {_one_line(text)}"
 
 
 def _one_line(text: str) -> str:

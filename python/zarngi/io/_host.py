@@ -1,6 +1,6 @@
 """The binding to libZarnGIHost's C interface, which reads and writes the files.
 
-The library keeps no state, so several threads may be inside at once.
+The library keeps no state but for each thread, so several may be inside at once.
 """
 
 from __future__ import annotations
@@ -11,6 +11,7 @@ import json
 import os
 import weakref
 from collections.abc import Iterator, Mapping, Sequence
+from contextlib import contextmanager
 from types import SimpleNamespace
 from typing import Any
 
@@ -106,6 +107,7 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
             _ERROR_P,
         ],
     ),
+    "setExcerpts": (ctypes.c_int, [ctypes.c_int]),
     "freeDose": (None, [_DOSE]),
     "getGrid": (ctypes.c_int, [_DOSE, ctypes.POINTER(ctypes.c_int), _TRIPLE_P, _TRIPLE_P]),
     "getDoses": (ctypes.c_void_p, [_DOSE]),
@@ -206,6 +208,16 @@ def read_file(path: str, units: TableUnits = NO_UNITS) -> Dose:
     status = _host.zarnGIHost_readAnyDose(path_bytes(path), units, handle, error)
     check(status, error, path)
     return Dose(handle)
+
+
+@contextmanager
+def without_excerpts() -> Iterator[None]:
+    """Sentences and warnings of what this thread reads quote nothing that stands in a file."""
+    before = _host.zarnGIHost_setExcerpts(False)
+    try:
+        yield
+    finally:
+        _host.zarnGIHost_setExcerpts(before)
 
 
 def read_memory(
