@@ -17,6 +17,12 @@ class InputError : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
+/** A computation whose memory could not be had. */
+class MemoryError : public InputError
+{
+    using InputError::InputError;
+};
+
 /** A command line that makes no sense. */
 class UsageError : public std::runtime_error
 {

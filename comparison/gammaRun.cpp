@@ -20,9 +20,6 @@ std::string reasonOf(int code)
     switch (code) {
     case ZARNGI_OUT_OF_RANGE:
         return "a parameter is out of range";
-    case ZARNGI_NULL_POINTER:
-    case ZARNGI_NOT_READY:
-        return "not enough memory";
     case ZARNGI_BAD_GRID_SIZE:
         return "the grid size is not usable";
     case ZARNGI_BAD_VOXEL_SIZE:
@@ -34,6 +31,10 @@ std::string reasonOf(int code)
 
 void require(int code, const std::string& context)
 {
+    if (code == ZARNGI_NULL_POINTER || code == ZARNGI_NOT_READY) {
+        // Everything that the library asks for was handed over.
+        throw MemoryError(context + ": not enough memory");
+    }
     if (code != ZARNGI_OK) {
         throw InputError(context + ": " + reasonOf(code));
     }

@@ -18,7 +18,8 @@ namespace files
 /** Why there is no result. */
 struct FileError {
     enum class Kind {
-        refused,    ///< the contents: damaged, not supported, or no dose
+        refused,    ///< the contents: damaged, or not supported
+        foreign,    ///< the contents: of another kind, no file for this reader at all
         system,     ///< the file cannot be opened, read or written
         outOfMemory ///< its grid does not fit in memory
     };
@@ -64,6 +65,12 @@ private:
 [[noreturn]] inline void refuse(std::string sentence)
 {
     throw Refusal({FileError::Kind::refused, std::move(sentence)});
+}
+
+/** Ends the reading of a file that is of another kind, such as a photograph. */
+[[noreturn]] inline void refuseForeign(std::string sentence)
+{
+    throw Refusal({FileError::Kind::foreign, std::move(sentence)});
 }
 
 /** The value of a result. @throws Refusal with its error */

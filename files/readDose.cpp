@@ -19,10 +19,11 @@ namespace
 
 constexpr const char* whatItIs = "dose file";
 
-[[noreturn]] void refuseForeign()
+[[noreturn]] void refuseFormat()
 {
-    refuse("is not a dose file (DICOM RT Dose or RT Image, NRRD, MetaImage, NIfTI, or a table of "
-           "measured doses)");
+    refuseForeign(
+        "is not a dose file (DICOM RT Dose or RT Image, NRRD, MetaImage, NIfTI, or a table "
+        "of measured doses)");
 }
 
 void checkValues(const std::vector<float>& values)
@@ -53,7 +54,7 @@ DoseImage readBytes(ByteView file, const FindFile& find, const Host& host)
     }
     const std::optional<FileFormat> format = identifiedFormat(file, host.deflate, whatItIs);
     if (!format) {
-        refuseForeign();
+        refuseFormat();
     }
     DoseImage dose = isTable(*format)               ? readTable(*format, file, host.units)
                      : *format == FileFormat::dicom ? readDicom(file, host)
@@ -75,7 +76,7 @@ DoseImage readPath(const std::string& path, const Host& host)
 void checkMayBeDose(ByteView beginning, const Deflate& deflate)
 {
     if (!beginning.empty() && !identifiedFormat(beginning, deflate, whatItIs)) {
-        refuseForeign();
+        refuseFormat();
     }
 }
 

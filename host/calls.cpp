@@ -27,6 +27,7 @@ int report(const FileError& failure, zarnGIHost_Error* error)
     case FileError::Kind::outOfMemory:
         return ZARNGI_HOST_NO_MEMORY;
     case FileError::Kind::refused:
+    case FileError::Kind::foreign:
         break;
     }
     return ZARNGI_HOST_REFUSED;

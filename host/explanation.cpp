@@ -90,6 +90,8 @@ zarngi::ExplanationRequest requestOf(const Json& json)
     request.step = numberOrNone(json.at("step"));
     request.maxGamma = json.at("maxGamma").get<double>();
     request.range = numberOrNone(json.at("range"));
+    const bool isInPlane = json.value("inPlane", false);
+    request.axes = isInPlane ? zarngi::ShiftAxes::plane : zarngi::ShiftAxes::patient;
     return request;
 }
 

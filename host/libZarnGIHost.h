@@ -521,7 +521,8 @@ struct zarnGIHost_ExplanationInput {
  *                afterwards), "range" (mm, or null: the larger of 5 mm and twice the distance),
  *                "within" (the name of what alone is explained; read where there is such a part),
  *                "shown" and "excluded" (as of zarnGIHost_compareStructures(); read where there are
- *                structures).
+ *                structures), "inPlane" (whether the grids lie nowhere in a patient, so that
+ *                directions are told as +x and -x; false where it is absent).
  * @param engine  computes gamma, one call after the other, on the calling thread.
  * @param gamma   [out] the gamma map after the change, as many values as the reference has voxels;
  *                -1: not tested. May be null.

@@ -13,9 +13,9 @@ cmake --build --preset coverage --parallel "$jobs"
 for room in "$@"; do
     find "build/coverage/$room" -name '*.gcda' -delete
     if [ "$room" = lib ]; then
-        # The filter is that of the vector paths' programs: the other tests bring their own.
-        GTEST_FILTER='Search.*:Search/*/0' ctest --preset coverage --parallel "$jobs" \
-            --label-regex library --label-exclude long --exclude-regex 'RandomProblems.*/[1-9]'
+        ctest --preset coverage --parallel "$jobs" \
+            --label-regex library --label-exclude long --exclude-regex vector_path.RandomProblems
+        build/coverage/tests/lib/zarngi_vector_path_tests --path=all --gtest_filter='*RandomProblems*/0'
     else
         ctest --preset coverage --parallel "$jobs" --label-regex "$room" \
             --label-exclude unsanitized

@@ -1,15 +1,18 @@
 // How every entry is built: a folder with a page in it becomes one HTML file that needs no other.
 import { readFileSync } from 'node:fs';
-import { resolve } from 'node:path';
+import { dirname, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { viteSingleFile } from 'vite-plugin-singlefile';
 
 const web = fileURLToPath(new URL('.', import.meta.url));
 const include = /^<!--include (\S+)-->\n/gm;
 
-/** Puts files in the place of the lines that name them; they are looked for in `folder`. */
+/** Puts files in the place of the lines that name them, from the folder of the file with the line. */
 function withIncluded(html, folder) {
-    return html.replace(include, (_, name) => readFileSync(resolve(folder, name), 'utf8'));
+    return html.replace(include, (_, name) => {
+        const path = resolve(folder, name);
+        return withIncluded(readFileSync(path, 'utf8'), dirname(path));
+    });
 }
 
 function checkSelfContained(html, page) {

@@ -14,9 +14,9 @@ namespace
 
 constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
 
-std::string describeShift(const Vec3& shift)
+std::string describeShift(const Vec3& shift, ShiftAxes axes)
 {
-    const std::string direction = directionText(shift);
+    const std::string direction = directionText(shift, axes);
     return direction.empty() ? "none" : direction + ": " + fixed(lengthOf(shift), 1) + " mm";
 }
 
@@ -54,12 +54,13 @@ std::string describeExplanation(const Explanation& explanation)
         explanation.within.empty() ? "" : " in " + oneLine(explanation.within);
     std::string text = "\nexplanation of " + explanation.criterion.label() + where +
                        ": what moving and scaling the evaluation would give\n";
-    text += line("shift", describeShift(explanation.both.change.shift));
+    text += line("shift", describeShift(explanation.both.change.shift, explanation.shiftAxes));
     text += line("factor", describeFactor(explanation.both.change.factor));
     text += line("as it is", describeRate(explanation.before));
     text += line("with both", describeRate(explanation.both));
-    text += line("shift alone", describeRate(explanation.shiftAlone) + ", " +
-                                    describeShift(explanation.shiftAlone.change.shift));
+    text += line("shift alone",
+                 describeRate(explanation.shiftAlone) + ", " +
+                     describeShift(explanation.shiftAlone.change.shift, explanation.shiftAxes));
     text += line("factor alone", describeRate(explanation.factorAlone).substr(1) + ", " +
                                      describeFactor(explanation.factorAlone.change.factor));
     text += line("within 0.1", describeRanges(explanation));

@@ -18,9 +18,9 @@ std::string percent(double share)
     return fixed(100 * share, share > 0.999 ? 2 : 1) + " %";
 }
 
-std::string shiftText(const Vec3& shift)
+std::string shiftText(const Vec3& shift, ShiftAxes axes)
 {
-    const std::string direction = directionText(shift);
+    const std::string direction = directionText(shift, axes);
     return direction.empty() ? "no shift" : fixed(lengthOf(shift), 1) + " mm (" + direction + ")";
 }
 
@@ -115,10 +115,14 @@ const char* conclusionName(Conclusion conclusion)
     return "neither";
 }
 
-std::string directionText(const Vec3& shift)
+std::string directionText(const Vec3& shift, ShiftAxes axes)
 {
-    constexpr std::array<const char*, 3> positive{"left", "posterior", "superior"};
-    constexpr std::array<const char*, 3> negative{"right", "anterior", "inferior"};
+    using Names = std::array<const char*, 3>;
+    const bool isOfPatient = axes == ShiftAxes::patient;
+    const Names positive = isOfPatient ? Names{"left", "posterior", "superior"}
+                                       : Names{"along +x", "along +y", "along +z"};
+    const Names negative = isOfPatient ? Names{"right", "anterior", "inferior"}
+                                       : Names{"along -x", "along -y", "along -z"};
     std::string text;
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const std::string length = fixed(std::fabs(shift[axis]), 1);
@@ -144,7 +148,7 @@ std::string conclusionText(const Explanation& explanation)
         return "No voxel failed: there is nothing to explain.";
     case Conclusion::shift:
         return "Explained by a shift: moving the evaluation by " +
-               shiftText(explanation.shiftAlone.change.shift) +
+               shiftText(explanation.shiftAlone.change.shift, explanation.shiftAxes) +
                passText(explanation.shiftAlone, before) + ".";
     case Conclusion::factor:
         return "Explained by a factor: multiplying the evaluation's doses " +
@@ -152,7 +156,7 @@ std::string conclusionText(const Explanation& explanation)
                passText(explanation.factorAlone, before) + ".";
     case Conclusion::both:
         return "Explained by a shift and a factor together: moving the evaluation by " +
-               shiftText(both.change.shift) + " and multiplying its doses " +
+               shiftText(both.change.shift, explanation.shiftAxes) + " and multiplying its doses " +
                factorText(both.change.factor) + passText(both, before) + ".";
     case Conclusion::neither:
         break;

@@ -24,8 +24,11 @@ Conclusion conclusionOf(const Explanation& explanation);
 /** "shift", "factor", "both", "neither" or "nothing failed". */
 const char* conclusionName(Conclusion conclusion);
 
-/** "2.9 mm left, 0.3 mm anterior, 2.6 mm superior"; empty for less than 0.05 mm along each axis. */
-std::string directionText(const Vec3& shift);
+/**
+ * "2.9 mm left, 0.3 mm anterior, 2.6 mm superior", or "2.9 mm along +x, 0.3 mm along -y"; empty for
+ * less than 0.05 mm along each axis.
+ */
+std::string directionText(const Vec3& shift, ShiftAxes axes);
 
 /** mm */
 double lengthOf(const Vec3& shift);

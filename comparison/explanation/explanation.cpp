@@ -38,6 +38,7 @@ public:
           trials_(engine, reference, evaluation, request.criterion, request.step)
     {
         result_.criterion = request.criterion;
+        result_.shiftAxes = request.axes;
         result_.within = request.within ? request.within->name : "";
         result_.range = request.range.value_or(defaultRange(request.criterion));
     }

@@ -19,10 +19,17 @@
 namespace zarngi
 {
 
+/** Which words tell a direction. */
+enum class ShiftAxes {
+    patient, ///< left, posterior, superior
+    plane    ///< +x, +y: those of planes that lie nowhere in the patient
+};
+
 struct ExplanationRequest {
     Criterion criterion;
-    std::optional<double> step;      ///< mm; none: a tenth of the distance to agreement
-    double maxGamma = 3;             ///< of the map after the change
+    std::optional<double> step; ///< mm; none: a tenth of the distance to agreement
+    double maxGamma = 3;        ///< of the map after the change
+    ShiftAxes axes = ShiftAxes::patient;
     std::optional<double> range;     ///< mm, > 0; none: the larger of 5 mm and two DTA
     std::optional<NamedPart> within; ///< only these voxels are explained; none: all tested ones
     std::vector<NamedPart> parts;    ///< in which is counted what remains
@@ -67,6 +74,7 @@ struct Remainder {
 
 struct Explanation {
     Criterion criterion;
+    ShiftAxes shiftAxes = ShiftAxes::patient;
     std::string within; ///< name of the part; empty: all tested voxels
     double range = 0;   ///< mm, asked for
     Vec3 bounds{};      ///< mm, searched along each axis; 0 where it was not

@@ -14,11 +14,11 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-Json changeJson(const ChangeResult& result)
+Json changeJson(const ChangeResult& result, ShiftAxes axes)
 {
     return {{"shift", result.change.shift},
             {"shiftLength", lengthOf(result.change.shift)},
-            {"direction", directionText(result.change.shift)},
+            {"direction", directionText(result.change.shift, axes)},
             {"factor", result.change.factor},
             {"passRate", result.passRate},
             {"failed", result.failed}};
@@ -92,9 +92,9 @@ nlohmann::ordered_json explanationJson(const Explanation& explanation)
             {"tested", explanation.tested},
             {"before",
              {{"passRate", explanation.before.passRate}, {"failed", explanation.before.failed}}},
-            {"best", changeJson(explanation.both)},
-            {"shiftAlone", changeJson(explanation.shiftAlone)},
-            {"factorAlone", changeJson(explanation.factorAlone)},
+            {"best", changeJson(explanation.both, explanation.shiftAxes)},
+            {"shiftAlone", changeJson(explanation.shiftAlone, explanation.shiftAxes)},
+            {"factorAlone", changeJson(explanation.factorAlone, explanation.shiftAxes)},
             {"within", rangesJson(explanation)},
             {"remainder", remainderJson(explanation)},
             {"range", explanation.range},

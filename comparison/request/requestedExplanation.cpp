@@ -55,6 +55,7 @@ Explanation explained(const Comparison& comparison, GammaRun& run, const DoseVie
     request.step = settings.step;
     request.maxGamma = settings.maxGamma;
     request.range = options.range;
+    request.axes = isInPlane(comparison.placed.space) ? ShiftAxes::plane : ShiftAxes::patient;
     if (!options.structure.empty()) {
         const StructureRow& row = explainedRow(*comparison.structures, options.structure);
         request.within = NamedPart{row.chosen.name, &row.voxels};

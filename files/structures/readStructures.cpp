@@ -18,8 +18,8 @@ FileFormat formatOf(ByteView file, const Deflate& deflate)
 {
     const std::optional<FileFormat> format = identifiedFormat(file, deflate, whatItIs);
     if (!format || isTable(*format)) {
-        refuse("is not a file of structures (DICOM RT Structure Set, or a label mask in NRRD, "
-               "MetaImage or NIfTI)");
+        refuseForeign("is not a file of structures (DICOM RT Structure Set, or a label mask in "
+                      "NRRD, MetaImage or NIfTI)");
     }
     return *format;
 }

@@ -75,8 +75,8 @@ void checkIsStructures(const DicomFile& file)
         refuse("is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
                "label masks in NRRD, MetaImage and NIfTI)");
     }
-    refuse("is DICOM but no RT Structure Set (modality " +
-           toldModality(file.values().text(tags::modality)) + ")");
+    refuseForeign("is DICOM but no RT Structure Set (modality " +
+                  toldModality(file.values().text(tags::modality)) + ")");
 }
 
 /** Calls `use` with the elements of each item of a sequence, which may be missing. */

@@ -31,7 +31,8 @@ class Change:
     shift : tuple of float
         mm, (x, y, z), added to the positions of the evaluation.
     direction : str
-        The same in terms of the patient, "2.9 mm left, 0.3 mm anterior"; empty for no shift.
+        The same in terms of the patient, "2.9 mm left, 0.3 mm anterior", or "2.9 mm along +x" of
+        grids without a place in space; empty for no shift.
     factor : float
         Of the evaluation's doses.
     pass_rate : float
@@ -228,6 +229,7 @@ def explain_result(
         "step": criteria.step,
         "maxGamma": farthest if criteria.max_gamma is None else criteria.max_gamma,
         "range": reach,
+        "inPlane": len(result.reference.spacing) < 3,
     }
     within = _within(result, structure)
     sources: Sequence[_structures.Structures] = ()

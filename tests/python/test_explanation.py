@@ -3,6 +3,7 @@
 import json
 import os
 import pickle
+import re
 import signal
 import subprocess
 import threading
@@ -188,6 +189,7 @@ def test_of_a_plane_stays_in_it():
     found = zarngi.gamma_index(reference, evaluation).explain()
     assert found.axes == ("searched", "searched", "one voxel")
     np.testing.assert_allclose(found.best.shift, (1.5, -2.0, 0), atol=0.1)
+    assert re.fullmatch(r"1\.\d mm along \+x, [12]\.\d mm along -y", found.best.direction)
     assert found.shift_within[2] is None and found.gamma.shape == reference.shape
 
 

@@ -109,25 +109,34 @@ export function coloursOf(page, view, size, voxels) {
     );
 }
 
-/** Number of different colours in a picture and the lightness (0 to 255) of its first pixel. */
-export async function lookAt(browser, png) {
-    const page = await browser.newPage();
-    try {
-        return await page.evaluate(async (source) => {
-            const image = new Image();
-            image.src = source;
-            await image.decode();
-            const canvas = document.createElement('canvas');
-            canvas.width = image.width;
-            canvas.height = image.height;
-            const context = canvas.getContext('2d');
-            context.drawImage(image, 0, 0);
-            const pixels = new Uint32Array(
-                context.getImageData(0, 0, canvas.width, canvas.height).data.buffer,
-            );
-            return { colours: new Set(pixels).size, corner: pixels[0] & 255 };
-        }, `data:image/png;base64,${png.toString('base64')}`);
-    } finally {
-        await page.close();
+/** A page that looks at pictures, one for each browser. */
+const lookers = new WeakMap();
+
+/**
+ * Number of different colours in a picture and the lightness (0 to 255) of its first pixel; `parts`
+ * has the numbers of colours in the boxes { x, y, width, height }.
+ */
+export async function lookAt(browser, png, boxes = []) {
+    if (!lookers.has(browser)) {
+        lookers.set(browser, browser.newPage());
     }
+    const page = await lookers.get(browser);
+    return page.evaluate(async ([source, within]) => {
+        const image = new Image();
+        image.src = source;
+        await image.decode();
+        const canvas = document.createElement('canvas');
+        canvas.width = image.width;
+        canvas.height = image.height;
+        const context = canvas.getContext('2d', { willReadFrequently: true });
+        context.drawImage(image, 0, 0);
+        const pixels = (x, y, width, height) =>
+            new Uint32Array(context.getImageData(x, y, width, height).data.buffer);
+        const whole = pixels(0, 0, canvas.width, canvas.height);
+        return {
+            colours: new Set(whole).size,
+            corner: whole[0] & 255,
+            parts: within.map((box) => new Set(pixels(box.x, box.y, box.width, box.height)).size),
+        };
+    }, [`data:image/png;base64,${png.toString('base64')}`, boxes]);
 }

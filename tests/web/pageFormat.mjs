@@ -17,7 +17,11 @@ export function encodeVolume(stored) {
 export function decodeVolume(base64) {
     const bytes = inflateSync(Buffer.from(base64, 'base64'));
     const count = bytes.length / 2;
-    return Int16Array.from({ length: count }, (_, i) => bytes[i] | (bytes[count + i] << 8));
+    const values = new Int16Array(count);
+    for (let i = 0; i < count; ++i) {
+        values[i] = bytes[i] | (bytes[count + i] << 8);
+    }
+    return values;
 }
 
 /** 32-bit whole numbers. */

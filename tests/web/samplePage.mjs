@@ -24,28 +24,42 @@ function normalNumbers(seed) {
 }
 
 function blob(point, centre, radius, softness) {
-    const distance = Math.hypot(...point.map((p, a) => (p - centre[a]) / radius[a]));
+    // Plain loops: a large page asks for millions of these.
+    let square = 0;
+    for (let a = 0; a < 3; ++a) {
+        square += ((point[a] - centre[a]) / radius[a]) ** 2;
+    }
+    const distance = Math.sqrt(square);
     return 1 / (1 + Math.exp((distance - 1) / softness));
 }
 
+/** A blob whose centre and radius are shares of what the grid reaches. */
+function blobWithin(reach, shares, share, softness) {
+    const centre = shares.map((c, a) => c * reach[a]);
+    const radius = reach.map((r) => share * r);
+    return (point) => blob(point, centre, radius, softness);
+}
+
 /** A target, two side fields cut off by opposite faces of the grid, and some dose everywhere. */
-function referenceDose(point, reach) {
-    const radius = (share) => reach.map((r) => share * r);
-    const target = blob(point, [0.1, -0.05, 0.08].map((c, a) => c * reach[a]), radius(0.38), 0.12);
-    const sides = [-1, 1].map((x) => blob(point, [x, 0.3, -0.35].map((c, a) => c * reach[a]), radius(0.25), 0.2));
-    const background = 0.03 + (0.01 * point[0]) / reach[0] + (0.01 * point[2]) / reach[2];
-    return prescription * (target + 0.45 * (sides[0] + sides[1]) + background);
+function referenceWithin(reach) {
+    const target = blobWithin(reach, [0.1, -0.05, 0.08], 0.38, 0.12);
+    const [one, other] = [-1, 1].map((x) => blobWithin(reach, [x, 0.3, -0.35], 0.25, 0.2));
+    return (point) => {
+        const background = 0.03 + (0.01 * point[0]) / reach[0] + (0.01 * point[2]) / reach[2];
+        return prescription * (target(point) + 0.45 * (one(point) + other(point)) + background);
+    };
 }
 
 /** The reference shifted by 2 mm, with one hot and one cold spot, and too high at the faces. */
-function evaluationDose(point, reach) {
-    const shifted = referenceDose([point[0] - 2, point[1], point[2] + 1], reach);
-    const spot = (centre, share) => {
-        const radius = reach.map((r) => share * r);
-        return blob(point, centre.map((c, a) => c * reach[a]), radius, 0.1);
+function evaluationWithin(reach) {
+    const reference = referenceWithin(reach);
+    const spot = (shares, share) => blobWithin(reach, shares, share, 0.1);
+    const hot = [spot([0.3, 0.15, 0.1], 0.13), spot([-1, 0.3, -0.35], 0.15), spot([1, 0.3, -0.35], 0.15)];
+    const cold = spot([-0.1, -0.2, -0.2], 0.09);
+    return (point) => {
+        const shifted = reference([point[0] - 2, point[1], point[2] + 1]);
+        return shifted * (1 + 0.14 * (hot[0](point) + hot[1](point) + hot[2](point)) - 0.12 * cold(point));
     };
-    const hot = spot([0.3, 0.15, 0.1], 0.13) + spot([-1, 0.3, -0.35], 0.15) + spot([1, 0.3, -0.35], 0.15);
-    return shifted * (1 + 0.14 * hot - 0.12 * spot([-0.1, -0.2, -0.2], 0.09));
 }
 
 function fillGrid(grid, dose) {
@@ -54,7 +68,9 @@ function fillGrid(grid, dose) {
     for (let k = 0; k < grid.size[2]; ++k) {
         for (let j = 0; j < grid.size[1]; ++j) {
             for (let i = 0; i < grid.size[0]; ++i) {
-                values[next++] = dose([i, j, k].map((v, a) => grid.origin[a] + v * grid.spacing[a]));
+                const x = grid.origin[0] + i * grid.spacing[0];
+                const y = grid.origin[1] + j * grid.spacing[1];
+                values[next++] = dose([x, y, grid.origin[2] + k * grid.spacing[2]]);
             }
         }
     }
@@ -70,11 +86,11 @@ function gammaEstimate(grid, reference, evaluation, criterion) {
         }
         const scale = (criterion.doseDifference / 100) * (criterion.local ? dose : criterion.normalisationDose);
         let slope = 0;
-        strides.forEach((stride, a) => {
-            const from = reference[i - stride] ?? dose;
-            const to = reference[i + stride] ?? dose;
+        for (let a = 0; a < 3; ++a) {
+            const from = reference[i - strides[a]] ?? dose;
+            const to = reference[i + strides[a]] ?? dose;
             slope += ((to - from) / (2 * grid.spacing[a])) ** 2;
-        });
+        }
         return Math.abs(evaluation[i] - dose) / Math.hypot(scale, criterion.distance * Math.sqrt(slope));
     });
 }
@@ -100,7 +116,7 @@ function histogram(gammas) {
 }
 
 function results(gamma) {
-    const tested = Array.from(gamma.filter((g) => g >= 0)).sort((a, b) => a - b);
+    const tested = Float64Array.from(gamma).filter((g) => g >= 0).sort();
     const passed = tested.filter((g) => g <= 1).length;
     const passRate = (100 * passed) / tested.length;
     return {
@@ -140,11 +156,12 @@ export function sample({ size = [44, 36, 28], spacing = [2, 2.5, 3], noise = 0, 
         ? centred(size.map((n) => Math.round(0.8 * n)), spacing.map((s) => 1.2 * s), [11, -20, 131])
         : reference;
     const reach = size.map((n, a) => (n * spacing[a]) / 2);
-    const local = (point) => point.map((p, a) => p - [10, -20, 130][a]);
+    const local = (point) => [point[0] - 10, point[1] + 20, point[2] - 130];
+    const [planned, delivered] = [referenceWithin(reach), evaluationWithin(reach)];
     const random = normalNumbers(7);
     const noisy = (dose) => dose + (noise / 100) * prescription * (noise > 0 ? random() : 0);
-    const evaluated = (point) => noisy(evaluationDose(local(point), reach));
-    const referenceMap = fillGrid(reference, (p) => noisy(referenceDose(local(p), reach)));
+    const evaluated = (point) => noisy(delivered(local(point)));
+    const referenceMap = fillGrid(reference, (p) => noisy(planned(local(p))));
     const evaluationMap = fillGrid(evaluation, evaluated);
     const evaluationOnReference = otherGrid ? fillGrid(reference, evaluated) : evaluationMap;
     const highest = (map) => map.reduce((a, b) => Math.max(a, b), 0);

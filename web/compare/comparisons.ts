@@ -32,6 +32,8 @@ export class Comparisons {
     private before: Shown | null = null;
     private wanted: CompareRequest | null = null;
     private started: number | null = null;
+    /** Ends what is under way for the next one. */
+    private end = 0;
     /** Whether nothing is asked for any more. */
     private isDropped = false;
     private coming: AbortController | null = null;
@@ -55,9 +57,7 @@ export class Comparisons {
         this.isDropped = !request;
         this.wanted = request && { ...request, command: commandOf(request) };
         if (this.started !== null) {
-            if (performance.now() - this.started > soonDone || !request) {
-                this.client.stop();
-            }
+            this.giveWay(request ? this.started + soonDone - performance.now() : 0);
         } else if (request) {
             void this.run();
         }
@@ -66,6 +66,15 @@ export class Comparisons {
     stop(): void {
         this.wanted = null;
         this.client.stop();
+    }
+
+    private giveWay(soon: number): void {
+        clearTimeout(this.end);
+        if (soon > 0) {
+            this.end = window.setTimeout(() => this.client.stop(), soon);
+        } else {
+            this.client.stop();
+        }
     }
 
     private async run(): Promise<void> {
@@ -81,6 +90,7 @@ export class Comparisons {
             } catch (error) {
                 this.fail(error);
             }
+            clearTimeout(this.end);
             this.progress.end();
             this.started = null;
         }

@@ -19,16 +19,25 @@ export class FileSection {
     private readonly reference = byId<HTMLSelectElement>('reference-choice');
     private readonly evaluation = byId<HTMLSelectElement>('evaluation-choice');
     private queue: Promise<void> = Promise.resolve();
+    private queued = 0;
 
-    /** @param changed told of the roles whenever they are others; incomplete ones too */
+    /**
+     * @param changed told of the roles whenever they are others; incomplete ones too
+     * @param idle told when all files are read
+     */
     constructor(
         private readonly client: EngineClient,
         private readonly changed: (roles: Roles) => void,
+        private readonly idle: () => void,
     ) {
         this.pool = new FilePool(client);
         this.listenToInputs();
         this.listenToDrops();
         this.listenToRoles();
+    }
+
+    isReading(): boolean {
+        return this.queued > 0;
     }
 
     /** Shows a sentence beside the file it begins with; false where it is about none. */
@@ -92,10 +101,19 @@ export class FileSection {
 
     /** One after another: files that come while others are read belong to those. */
     private enqueue(work: () => Promise<void>): void {
-        this.queue = this.queue.then(work).catch((error: unknown) => {
-            byId('reading').textContent = '';
-            this.showProblems([error instanceof Error ? error.message : String(error)]);
-        });
+        this.queued += 1;
+        this.queue = this.queue
+            .then(work)
+            .catch((error: unknown) => {
+                byId('reading').textContent = '';
+                this.showProblems([error instanceof Error ? error.message : String(error)]);
+            })
+            .then(() => {
+                this.queued -= 1;
+                if (this.queued === 0) {
+                    this.idle();
+                }
+            });
     }
 
     private async take(batch: NamedFile[], role: Role | null): Promise<void> {

@@ -21,12 +21,20 @@ function start(): void {
         comparisons.ask(isComplete ? { reference, evaluation, structures: [...structures], ...form.asked() } : null);
     };
     const form = new CriteriaForm(ask);
-    const files = new FileSection(client, (changed) => {
-        roles = changed;
-        ask();
-    });
+    const files = new FileSection(
+        client,
+        (changed) => {
+            roles = changed;
+            ask();
+        },
+        () => void rates.fill(),
+    );
     const saving = new Saving(client);
-    const rates = new RatesCard(client, () => !comparisons.isRunning(), (index, criterion) => form.replace(index, criterion));
+    const rates = new RatesCard(
+        client,
+        () => !comparisons.isRunning() && !files.isReading(),
+        (index, criterion) => form.replace(index, criterion),
+    );
     const progress = new ProgressLine(() => comparisons.stop());
     const comparisons = new Comparisons(client, progress, {
         shown(current: Current | null): void {

@@ -3,7 +3,7 @@
 import type { EngineClient } from '../engine/client';
 import type { CompareRequest, RatesAnswer } from '../engine/messages';
 import { byId, el } from '../views/dom';
-import { SweepMap, type SweepRate } from '../views/sweepMap';
+import { legendOf, limitsOf, SweepMap, type SweepRate } from '../views/sweepMap';
 import type { Current } from './comparisons';
 
 const steps = [1, 2, 3, 4, 5];
@@ -26,7 +26,7 @@ export class RatesCard {
         private readonly choose: (index: number, criterion: string) => void,
     ) {
         this.local.addEventListener('change', () => this.build());
-        this.part.addEventListener('change', () => this.map?.refresh());
+        this.part.addEventListener('change', () => this.build());
     }
 
     show(current: Current | null): void {
@@ -71,16 +71,19 @@ export class RatesCard {
         if (!current) {
             return;
         }
+        const structure = current.record.structures?.list[this.part.selectedIndex - 1];
+        const limits = limitsOf(current.record, structure?.name ?? null);
         this.map = new SweepMap({
             rows: steps,
             columns: steps,
             local: this.local.checked,
-            limits: current.record.criteria[0].limits,
+            limits,
             rate: (row, column) => this.rate(row, column),
+            isComputed: (row, column) => current.record.criteria.some((c) => c.label === this.label(row, column)),
             onChoose: (row, column) => this.take(row, column),
         });
         byId('rates-map').replaceChildren(this.map.element);
-        this.markComputed(current);
+        byId('rates-legend').textContent = legendOf(limits);
         void this.fill();
     }
 
@@ -103,16 +106,6 @@ export class RatesCard {
         } else if (current) {
             this.choose(current.state.criterion, label);
         }
-    }
-
-    private markComputed({ record }: Current): void {
-        const rows = this.map?.element.querySelectorAll('tbody tr') ?? [];
-        rows.forEach((line, row) =>
-            line.querySelectorAll('.sweep-field').forEach((field, column) => {
-                const isComputed = record.criteria.some((c) => c.label === this.label(row, column));
-                field.classList.toggle('computed', isComputed);
-            }),
-        );
     }
 
     /** The unknown field nearest to the criterion shown. */

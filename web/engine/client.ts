@@ -15,6 +15,9 @@ export class Stopped extends Error {
     }
 }
 
+/** ms: about what a new worker takes until it is ready, so that ending one sooner gains nothing. */
+const renewal = 200;
+
 interface Waiting {
     resolve(reply: { answer: unknown; output?: ArrayBuffer }): void;
     reject(error: Error): void;
@@ -28,6 +31,8 @@ export class EngineClient {
     private lastId = 0;
     /** What the worker holds the results of. */
     private held: CompareRequest | null = null;
+    /** Settles with the work that gives way to any other, and never rejects. */
+    private background: Promise<void> | null = null;
 
     /** @param startWorker makes a worker of worker.ts */
     constructor(private readonly startWorker: () => Worker) {
@@ -41,6 +46,7 @@ export class EngineClient {
         } else {
             this.files.delete(path);
         }
+        await this.endBackground();
         await this.send({ call: 'file', path, file });
     }
 
@@ -53,15 +59,28 @@ export class EngineClient {
         request: CompareRequest,
         progress?: (progress: Progress) => void,
     ): Promise<ComparisonAnswer> {
-        this.held = null;
-        const { answer } = await this.send({ call: 'compare', request }, progress);
-        this.held = request;
-        return answer as ComparisonAnswer;
+        await this.endBackground();
+        return this.make(request, progress);
     }
 
-    /** Pass rates for another criterion, everything else as in a comparison that was made. */
+    /**
+     * Pass rates for another criterion, everything else as in a comparison that was made. Ends with
+     * Stopped when files or another comparison come meanwhile.
+     */
     async rates(of: CompareRequest, criterion: string): Promise<RatesAnswer> {
-        return (await this.ask(of, { call: 'rates', criterion })).answer as RatesAnswer;
+        const asked = this.ask(of, { call: 'rates', criterion });
+        const settled = asked.then(
+            () => {},
+            () => {},
+        );
+        this.background = settled;
+        try {
+            return (await asked).answer as RatesAnswer;
+        } finally {
+            if (this.background === settled) {
+                this.background = null;
+            }
+        }
     }
 
     async volume(of: CompareRequest, volume: VolumeName, criterion?: number): Promise<StoredVolume> {
@@ -106,6 +125,7 @@ export class EngineClient {
         const { waiting } = this;
         this.waiting = new Map();
         this.held = null;
+        this.background = null;
         this.worker = this.start();
         for (const [path, file] of this.files) {
             void this.send({ call: 'file', path, file });
@@ -113,11 +133,31 @@ export class EngineClient {
         waiting.forEach(({ reject }) => reject(new Stopped()));
     }
 
+    private async make(
+        request: CompareRequest,
+        progress?: (progress: Progress) => void,
+    ): Promise<ComparisonAnswer> {
+        this.held = null;
+        const { answer } = await this.send({ call: 'compare', request }, progress);
+        this.held = request;
+        return answer as ComparisonAnswer;
+    }
+
+    private async endBackground(): Promise<void> {
+        const { background } = this;
+        if (background) {
+            await Promise.race([background, new Promise((over) => setTimeout(over, renewal))]);
+            if (this.background === background) {
+                this.stop();
+            }
+        }
+    }
+
     /** Of the results of a comparison, made again where the worker holds others. */
     private async ask(of: CompareRequest, call: Call): Promise<{ answer: unknown; output?: ArrayBuffer }> {
         // Meanwhile another comparison may have been asked for.
         while (this.held !== of) {
-            await this.compare(of);
+            await this.make(of);
         }
         return this.send(call);
     }

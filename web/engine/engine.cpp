@@ -27,6 +27,8 @@ Json answered(const char* call)
         return {{"answer", session().answer(Json::parse(call))}};
     } catch (const zarngi::UsageError& error) {
         return {{"error", error.what()}, {"kind", "usage"}};
+    } catch (const zarngi::MemoryError& error) {
+        return {{"error", error.what()}, {"kind", "memory"}};
     } catch (const zarngi::InputError& error) {
         return {{"error", error.what()}, {"kind", "input"}};
     } catch (const files::Refusal& refusal) {

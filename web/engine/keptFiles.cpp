@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 #include "comparison/doseExtremes.h"
@@ -57,46 +58,48 @@ std::string headerOf(const std::string& path)
     return isPair ? *header : path;
 }
 
-/** Reads one file and those that it names. @param read from bytes and a finder to a result */
-template <class Read> auto readFile(const std::string& given, const Read& read)
+/** The contents of a file, fetched once, and of those that it names. */
+class OpenFile
 {
-    const std::string path = headerOf(given);
-    const files::Bytes contents = files::valueOf(contentsOf(path));
-    std::string dataPath = path;
-    const files::FindFile find = [&](const std::string& name) {
-        return files::resultOf([&] { return dataBeside(path, name, dataPath); });
-    };
-    auto value = files::valueOf(read(contents.view(), find));
-    value.path = path;
-    value.dataPath = dataPath;
-    return value;
-}
+public:
+    explicit OpenFile(const std::string& given)
+        : path_(headerOf(given)), dataPath_(path_), contents_(files::valueOf(contentsOf(path_)))
+    {
+    }
 
-files::DoseImage readDose(const std::string& path)
-{
-    return readFile(path, [](files::ByteView bytes, const files::FindFile& find) {
-        return files::readDose(bytes, find, scriptHost());
-    });
-}
+    bool isStructureSet() const { return files::isStructureSet(contents_.view(), scriptDeflate()); }
 
-files::StructureSet readStructures(const std::string& path)
-{
-    return readFile(path, [&path](files::ByteView bytes, const files::FindFile& find) {
-        return files::readStructures(bytes, path, find, scriptHost());
-    });
-}
+    files::Result<files::DoseImage> dose()
+    {
+        return withPaths(files::readDose(contents_.view(), finder(), scriptHost()));
+    }
 
-bool isStructureSet(const std::string& path)
-{
-    const files::Result<files::Bytes> contents = contentsOf(path);
-    return contents && files::isStructureSet(contents->view(), scriptDeflate());
-}
+    files::Result<files::StructureSet> structures()
+    {
+        return withPaths(files::readStructures(contents_.view(), path_, finder(), scriptHost()));
+    }
 
-bool isForeign(const files::FileError& error)
-{
-    return error.sentence.starts_with("is not a dose file") ||
-           error.sentence.starts_with("is DICOM but no RT Dose");
-}
+private:
+    files::FindFile finder()
+    {
+        return [this](const std::string& name) {
+            return files::resultOf([&] { return dataBeside(path_, name, dataPath_); });
+        };
+    }
+
+    template <class Value> files::Result<Value> withPaths(files::Result<Value> result) const
+    {
+        if (result) {
+            result->path = path_;
+            result->dataPath = dataPath_;
+        }
+        return result;
+    }
+
+    std::string path_;
+    std::string dataPath_; ///< of the values, where the header stands alone
+    files::Bytes contents_;
+};
 
 bool holdsWholeNumbers(const files::DoseImage& dose)
 {
@@ -135,18 +138,42 @@ Json facts(const files::StructureSet& set)
             {"warnings", set.warnings}};
 }
 
-template <class Value, class Read>
-const Value& kept(std::map<std::string, Value>& values, const std::string& path, const Read& read)
+/** Segmentations in several layers are masks and nothing else. */
+std::optional<files::StructureSet> masksAlone(OpenFile& file, const files::FileError& noDose)
 {
-    const auto found = values.find(path);
-    if (found != values.end()) {
-        return found->second;
+    if (noDose.kind != files::FileError::Kind::refused) {
+        return {};
+    }
+    files::Result<files::StructureSet> set = file.structures();
+    return set ? std::optional(std::move(*set)) : std::nullopt;
+}
+
+/** The value that is kept, or what `read` makes of the file. @throws zarngi::InputError */
+template <class Value, class Read>
+const Value& kept(KeptValues<Value>& values, const std::string& path, const Read& read)
+{
+    if (const Value* const value = values.find(path)) {
+        return *value;
     }
     try {
-        return values.emplace(path, read(path)).first->second;
+        OpenFile file(path);
+        return values.add(path, files::valueOf(read(file)));
     } catch (const files::Refusal& refusal) {
         throw zarngi::InputError(path + ": " + refusal.error().sentence);
     }
+}
+
+Json described(const std::string& path, const char* kind, Json facts)
+{
+    Json json = {{"path", path}, {"kind", kind}};
+    json.update(facts);
+    return json;
+}
+
+Json refusalJson(const std::string& path, const files::FileError& error)
+{
+    const bool isForeign = error.kind == files::FileError::Kind::foreign;
+    return described(path, isForeign ? "foreign" : "refused", {{"sentence", error.sentence}});
 }
 
 } // namespace
@@ -155,46 +182,59 @@ nlohmann::ordered_json KeptFiles::identify(const std::string& path)
 {
     forget(path);
     try {
-        if (isStructureSet(path)) {
-            Json json = {{"path", path}, {"kind", "structures"}};
-            json.update(facts(sets_.emplace(path, readStructures(path)).first->second));
-            return json;
-        }
-        const files::DoseImage& dose = doses_.emplace(path, readDose(path)).first->second;
-        Json json = {{"path", path}, {"kind", "dose"}};
-        json.update(facts(dose));
-        if (holdsWholeNumbers(dose)) {
-            const auto mask = files::resultOf([&path] { return readStructures(path); });
-            if (mask) {
-                json["kind"] = "mask";
-                json["mask"] = facts(*mask);
-            }
-        }
-        return json;
+        return identified(path);
     } catch (const files::Refusal& refusal) {
-        return {{"path", path},
-                {"kind", isForeign(refusal.error()) ? "foreign" : "refused"},
-                {"sentence", refusal.error().sentence}};
+        return refusalJson(path, refusal.error());
     } catch (const std::bad_alloc&) {
         forget(path);
-        return {{"path", path}, {"kind", "refused"}, {"sentence", "does not fit in memory"}};
+        return refusalJson(path, {files::FileError::Kind::outOfMemory, "does not fit in memory"});
     }
+}
+
+nlohmann::ordered_json KeptFiles::identified(const std::string& path)
+{
+    OpenFile file(path);
+    if (file.isStructureSet()) {
+        const auto& set = sets_.add(path, files::valueOf(file.structures()));
+        return described(path, "structures", facts(set));
+    }
+    files::Result<files::DoseImage> read = file.dose();
+    if (!read) {
+        std::optional<files::StructureSet> set = masksAlone(file, read.error());
+        return set ? described(path, "structures", facts(sets_.add(path, std::move(*set))))
+                   : refusalJson(path, read.error());
+    }
+    const files::DoseImage& dose = doses_.add(path, std::move(*read));
+    Json json = described(path, "dose", facts(dose));
+    if (holdsWholeNumbers(dose)) {
+        if (auto mask = file.structures()) {
+            json["kind"] = "mask";
+            json["mask"] = facts(sets_.add(path, std::move(*mask)));
+        }
+    }
+    return json;
 }
 
 const files::DoseImage& KeptFiles::dose(const std::string& path)
 {
-    return kept(doses_, path, &readDose);
+    return kept(doses_, path, [](OpenFile& file) { return file.dose(); });
 }
 
 const files::StructureSet& KeptFiles::structures(const std::string& path)
 {
-    return kept(sets_, path, &readStructures);
+    return kept(sets_, path, [](OpenFile& file) { return file.structures(); });
+}
+
+void KeptFiles::use(const std::set<std::string>& paths)
+{
+    doses_.use(paths);
+    sets_.use(paths);
 }
 
 void KeptFiles::forget(const std::string& path)
 {
-    doses_.erase(path);
-    sets_.erase(path);
+    doses_.forget(path);
+    sets_.forget(path);
 }
 
 } // namespace engine

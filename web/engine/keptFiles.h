@@ -1,17 +1,18 @@
 /**
  * @file keptFiles.h
- * The files of a page, read once and kept.
+ * The files of a page: what each is, and the values of those that are compared.
  */
 #ifndef ZARNGI_WEB_ENGINE_KEPTFILES_H
 #define ZARNGI_WEB_ENGINE_KEPTFILES_H
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <map>
+#include <set>
 #include <string>
 
 #include "files/doseImage.h"
 #include "files/structures/structureSet.h"
+#include "web/engine/keptValues.h"
 
 namespace engine
 {
@@ -25,17 +26,22 @@ public:
      */
     nlohmann::ordered_json identify(const std::string& path);
 
-    /** @throws zarngi::InputError */
+    /** Valid until the next call. @throws zarngi::InputError */
     const files::DoseImage& dose(const std::string& path);
-    /** @throws zarngi::InputError */
+    /** Likewise. @throws zarngi::InputError */
     const files::StructureSet& structures(const std::string& path);
+
+    /** The files of a comparison: their values are kept until those of another one are used. */
+    void use(const std::set<std::string>& paths);
 
     /** A file has changed, or is not there any more. */
     void forget(const std::string& path);
 
 private:
-    std::map<std::string, files::DoseImage> doses_;
-    std::map<std::string, files::StructureSet> sets_;
+    nlohmann::ordered_json identified(const std::string& path);
+
+    KeptValues<files::DoseImage> doses_;
+    KeptValues<files::StructureSet> sets_;
 };
 
 } // namespace engine

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <utility>
 
 #include "comparison/csv.h"
@@ -67,6 +68,16 @@ std::string imageFile(const std::string& name, const zarngi::Image& image)
     return std::string(files::asText((*file).view()));
 }
 
+std::set<std::string> filesOf(const zarngi::ComparisonRequest& request)
+{
+    std::set<std::string> paths{request.reference, request.evaluation};
+    for (const auto* more : {&request.structures.files, &request.measurements.referenceAdded,
+                             &request.measurements.evaluationAdded}) {
+        paths.insert(more->begin(), more->end());
+    }
+    return paths;
+}
+
 /** Null where nothing was tested. */
 Json rateJson(const zarngi::GammaStatistics& statistics)
 {
@@ -121,6 +132,7 @@ nlohmann::ordered_json Session::compare(const Json& call)
     comparison_ = {}; // memory for two comparisons at once may not be there
     zarngi::Comparison comparison = zarngi::emptyComparison(request);
     comparison.digests = digestsOf(call);
+    files_.use(filesOf(request));
     comparison.reference = files_.dose(request.reference);
     comparison.evaluation = files_.dose(request.evaluation);
     zarngi::makeDoses(comparison, request.measurements,

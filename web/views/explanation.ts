@@ -1,4 +1,4 @@
-import { axisEnds, axisNames, planes, type Plane } from './axes';
+import { axisEnds, axisNames, planes, shownPlanes, type Plane } from './axes';
 import { layerScale } from './colour';
 import { notTested } from './comparison';
 import { byId, el } from './dom';
@@ -6,12 +6,14 @@ import { fixed, rate, signed, unbroken, whole } from './format';
 import { Frame } from './frame';
 import type { Model } from './model';
 import type { ChangeRecord, ExplanationRecord } from './record';
-import type { State, Store } from './store';
+import type { Changes, State, Store } from './store';
 import type { Volume } from './volume';
 
 /** CSS pixels. */
 const arrowSize = 150;
 const tallestMap = 210;
+/** What the maps depend on. */
+const drawnFrom = ['cross', 'gammaWindow'] as const;
 
 function svg(tag: string, attributes: Record<string, string | number>, text = ''): SVGElement {
     const element = document.createElementNS('http://www.w3.org/2000/svg', tag);
@@ -22,6 +24,11 @@ function svg(tag: string, attributes: Record<string, string | number>, text = ''
     return element;
 }
 
+/** The views in which a shift is seen: of doses in a plane that one, else three. */
+function arrowPlanes({ record }: Model): Plane[] {
+    return record.searchSpace === 'plane' ? shownPlanes(record) : planes(record);
+}
+
 /** The card that tells which shift and dose factor explain what fails. */
 export class ExplanationCard {
     private readonly maps = byId('explanation-maps');
@@ -29,6 +36,7 @@ export class ExplanationCard {
     private readonly record: ExplanationRecord;
     private readonly criterion: number;
     private after: Volume | null = null;
+    private isDrawn = false;
 
     constructor(
         private readonly model: Model,
@@ -49,12 +57,12 @@ export class ExplanationCard {
         notes.replaceChildren(...explanation.notes.map((note) => el('li', {}, note)));
         notes.hidden = explanation.notes.length === 0;
         byId('explanation-arrows').replaceChildren(
-            ...planes(model.record).map((plane) => this.arrow(plane)),
+            ...arrowPlanes(model).map((plane) => this.arrow(plane)),
         );
         byId('explanation').hidden = false;
         this.button.addEventListener('click', () => void this.toggle());
         this.button.hidden = !model.canShowAfter;
-        store.subscribe((state) => this.draw(state));
+        store.subscribe((state, changes) => this.update(state, changes));
     }
 
     private rows(): HTMLElement[] {
@@ -101,18 +109,23 @@ export class ExplanationCard {
         const scale = (half - 14) / reach;
         const x = shift[plane.horizontal] * scale;
         const y = shift[plane.vertical] * scale * (plane.upwards ? -1 : 1);
+        const told = [plane.horizontal, plane.vertical].map(
+            (axis) => `${axisNames[axis]} ${signed(shift[axis], 1)}\u00a0mm`,
+        );
+        const name = `${plane.name}, shift of the evaluation: ${told.join(', ')}`;
         const picture = svg('svg', {
             viewBox: `${-half} ${-half} ${arrowSize} ${arrowSize}`,
             width: arrowSize,
             height: arrowSize,
             role: 'img',
-            'aria-label': `${plane.name}: the shift of the evaluation`,
+            'aria-label': name,
         });
         const across = axisEnds(this.model.record, plane.horizontal);
         const along = axisEnds(this.model.record, plane.vertical);
         const [top, bottom] = plane.upwards ? [along.high, along.low] : [along.low, along.high];
         const end = half - 12;
         picture.append(
+            svg('title', {}, name),
             svg('line', { class: 'axis', x1: -end, y1: 0, x2: end, y2: 0 }),
             svg('line', { class: 'axis', x1: 0, y1: -end, x2: 0, y2: end }),
             svg('circle', { class: 'dta', r: distance * scale }),
@@ -138,11 +151,32 @@ export class ExplanationCard {
     }
 
     private async toggle(): Promise<void> {
-        this.after ??= await this.model.loadAfter();
+        try {
+            this.after ??= await this.model.loadAfter();
+        } catch (error) {
+            this.tellFailure(error);
+            return;
+        }
         this.maps.hidden = !this.maps.hidden;
+        this.isDrawn = false;
         this.button.setAttribute('aria-expanded', String(!this.maps.hidden));
         this.button.textContent = this.maps.hidden ? 'Gamma map after the change' : 'Hide the maps';
         this.draw(this.store.state);
+    }
+
+    /** Of an engine that was stopped, say; what is shown stays. */
+    private tellFailure(error: unknown): void {
+        if (!this.store.ended.aborted) {
+            const reason = error instanceof Error ? error.message : String(error);
+            this.maps.replaceChildren(el('p', { role: 'alert' }, reason));
+            this.maps.hidden = false;
+        }
+    }
+
+    private update(state: State, changes: Changes): void {
+        if (!this.isDrawn || drawnFrom.some((key) => changes.has(key))) {
+            this.draw(state);
+        }
     }
 
     /** Both maps in the slices of the crosshair. */
@@ -152,8 +186,9 @@ export class ExplanationCard {
             return;
         }
         const after = this.after;
+        this.isDrawn = true;
         this.maps.replaceChildren(
-            ...planes(this.model.record).map((plane) =>
+            ...shownPlanes(this.model.record).map((plane) =>
                 el(
                     'div',
                     { class: 'map-pair' },

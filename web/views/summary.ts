@@ -41,6 +41,10 @@ export function passRate(criterion: Criterion): string {
     return rate(criterion.passRate, [100, tolerance, action]);
 }
 
+export function verdictWord(verdict: Verdict): string {
+    return verdicts[verdict].short;
+}
+
 export function chip(verdict: Verdict): HTMLElement {
     const { mark, short } = verdicts[verdict];
     return el(

@@ -1,8 +1,13 @@
 import { el } from './dom';
 import { none, plain, rate } from './format';
+import { verdictWord } from './summary';
+import type { ComparisonRecord, Criterion, Verdict } from './record';
 
 /** A pass rate (%), null where nothing was tested; pending while it is not known. */
 export type SweepRate = number | null | 'pending';
+
+/** %, of a criterion or of a structure. */
+export type Limits = Criterion['limits'];
 
 /** What a map of pass rates shows; whoever fills it in later calls `refresh` of the map. */
 export interface SweepSource {
@@ -12,12 +17,28 @@ export interface SweepSource {
     readonly columns: number[];
     readonly local: boolean;
     /** %: what a rate is judged by. */
-    readonly limits: { tolerance: number; action: number };
+    readonly limits: Limits;
     rate(row: number, column: number): SweepRate;
     /** Called when a field is chosen; absent: fields cannot be chosen. */
     onChoose?(row: number, column: number): void;
     /** Which fields can be chosen; absent: all. */
     canChoose?(row: number, column: number): boolean;
+    /** Which criteria have been computed in whole; absent: none. */
+    isComputed?(row: number, column: number): boolean;
+    /** Which of these is shown; absent: none. */
+    isShown?(row: number, column: number): boolean;
+}
+
+/** What rates of all tested voxels are judged by, or those of a structure. */
+export function limitsOf(record: ComparisonRecord, structure: string | null): Limits {
+    const own = record.structures?.list.find(({ name }) => name === structure);
+    return own?.limits ?? record.criteria[0].limits;
+}
+
+/** What the marks of the fields mean. */
+export function legendOf({ tolerance, action }: Limits): string {
+    const between = action < tolerance ? `, ! from ${plain(action)}\u00a0%` : '';
+    return `✓ from ${plain(tolerance)}\u00a0%${between}, ✕ below ${plain(action)}\u00a0%.`;
 }
 
 type Field = HTMLElement;
@@ -64,7 +85,7 @@ export class SweepMap {
         this.fields.forEach((fields, r) =>
             fields.forEach((field, c) => {
                 if ((row === undefined || row === r) && (column === undefined || column === c)) {
-                    this.fill(field, this.source.rate(r, c));
+                    this.fill(field, r, c);
                 }
             }),
         );
@@ -80,24 +101,45 @@ export class SweepMap {
         return button;
     }
 
-    private fill(field: Field, value: SweepRate): void {
+    private fill(field: Field, row: number, column: number): void {
+        const { source } = this;
+        const value = source.rate(row, column);
+        const isComputed = source.isComputed?.(row, column) ?? false;
+        const verdict = this.verdictOf(value);
+        const judged = verdict === 'none' ? '' : verdict;
+        field.className = ['sweep-field', judged || (value === 'pending' ? value : ''), isComputed ? 'computed' : '']
+            .filter(Boolean)
+            .join(' ');
+        field.textContent = this.textOf(value);
+        field.title = this.titleOf(row, column, value);
+        if (source.isShown && field instanceof HTMLButtonElement) {
+            field.setAttribute('aria-pressed', String(source.isShown(row, column)));
+        }
+        // The bar tells the rate from 50 % on, where rates of interest are.
+        field.style.setProperty('--share', typeof value === 'number' ? `${Math.max(0, 2 * value - 100)}%` : '0%');
+    }
+
+    private verdictOf(value: SweepRate): Verdict {
         const { tolerance, action } = this.source.limits;
-        const isKnown = typeof value === 'number';
-        field.classList.toggle('pending', value === 'pending');
-        for (const [name, isIt] of [
-            ['pass', isKnown && value >= tolerance],
-            ['investigate', isKnown && value < tolerance && value >= action],
-            ['fail', isKnown && value < action],
-        ] as const) {
-            field.classList.toggle(name, isIt);
+        if (typeof value !== 'number') {
+            return 'none';
         }
-        field.textContent =
-            value === 'pending' ? '…' : value === null ? none : rate(value, [100, tolerance, action]);
-        if (isKnown) {
-            // The bar tells the rate from 50 % on, where rates of interest are.
-            field.style.setProperty('--share', `${Math.max(0, 2 * value - 100)}%`);
-        } else {
-            field.style.removeProperty('--share');
-        }
+        return value >= tolerance ? 'pass' : value >= action ? 'investigate' : 'fail';
+    }
+
+    private textOf(value: SweepRate): string {
+        const { tolerance, action } = this.source.limits;
+        return value === 'pending' ? '…' : value === null ? none : rate(value, [100, tolerance, action]);
+    }
+
+    /** "2%L/3mm: 97.20 %, pass" */
+    private titleOf(row: number, column: number, value: SweepRate): string {
+        const { rows, columns, local } = this.source;
+        const label = `${plain(rows[row])}%${local ? 'L' : ''}/${plain(columns[column])}mm`;
+        const told =
+            typeof value === 'number'
+                ? `${this.textOf(value)}\u00a0%, ${verdictWord(this.verdictOf(value)).toLowerCase()}`
+                : value === 'pending' ? 'not computed yet' : 'nothing was tested';
+        return `${label}: ${told}`;
     }
 }

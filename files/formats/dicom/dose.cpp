@@ -115,7 +115,7 @@ void checkIsDose(const DicomFile& file)
                         file.metaValues().text(tags::metaSopClass) == doseStorage ||
                         modality == "RTDOSE";
     if (!isDose) {
-        refuse("is DICOM but no RT Dose (modality " + toldModality(modality) + ")");
+        refuseForeign("is DICOM but no RT Dose (modality " + toldModality(modality) + ")");
     }
     if (file.data.find(dicomTags::pixelData) == nullptr) {
         refuse("is an RT Dose without a dose grid");

@@ -316,13 +316,16 @@ TEST(Explanation, OfAMeasuredPairIsASetUpShift)
     EXPECT_LE(found.cost, mostCost);
 }
 
-TEST(DirectionText, NamesTheSidesOfThePatient)
+TEST(DirectionText, NamesTheSidesOfThePatientOrTheAxesOfAPlane)
 {
-    EXPECT_EQ(zarngi::directionText({2.94, -0.3, 2.6}),
+    const auto inPatient = zarngi::ShiftAxes::patient;
+    EXPECT_EQ(zarngi::directionText({2.94, -0.3, 2.6}, inPatient),
               "2.9 mm left, 0.3 mm anterior, 2.6 mm superior");
-    EXPECT_EQ(zarngi::directionText({-1, 1, -1}),
+    EXPECT_EQ(zarngi::directionText({-1, 1, -1}, inPatient),
               "1.0 mm right, 1.0 mm posterior, 1.0 mm inferior");
-    EXPECT_EQ(zarngi::directionText({0.04, -0.04, 0}), "");
+    EXPECT_EQ(zarngi::directionText({0.04, -0.04, 0}, inPatient), "");
+    EXPECT_EQ(zarngi::directionText({2.94, -0.3, 0}, zarngi::ShiftAxes::plane),
+              "2.9 mm along +x, 0.3 mm along -y");
 }
 
 } // namespace

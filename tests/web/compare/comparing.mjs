@@ -1,10 +1,14 @@
 // Drives the page that compares, opened from disk as a person would.
-import { execFileSync } from 'node:child_process';
+import { execFile, execFileSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
+import { promisify } from 'node:util';
+import { gunzipSync } from 'node:zlib';
 
 export const { ZARNGI_PAGE: pagePath, ZARNGI: program, ZARNGI_DATA: data } = process.env;
+
+export const run = promisify(execFile);
 
 export function makeInputs(folder) {
     const script = fileURLToPath(new URL('inputs.py', import.meta.url));
@@ -60,15 +64,34 @@ export async function saved(page, id) {
     return { name: download.suggestedFilename(), bytes: readFileSync(await download.path()) };
 }
 
+/** Header and values of an NRRD file, or all of a NIfTI file, as they were before packing. */
+export function mapParts(name, bytes) {
+    if (name.endsWith('.nii.gz')) {
+        return [gunzipSync(bytes)];
+    }
+    const end = bytes.indexOf('\n\n') + 2;
+    return [bytes.subarray(0, end).toString(), gunzipSync(bytes.subarray(end))];
+}
+
 /** What the program writes from the same inputs: its outputs by their endings. */
-export function written(folder, inputs, ...options) {
-    const out = (ending) => join(folder, `native${ending}`);
+export async function written(folder, inputs, ...options) {
     const endings = ['.json', '.csv', '.html'];
-    execFileSync(program, [
-        'compare', ...inputs, ...options,
-        '--json', out('.json'), '--csv', out('.csv'), '--report', out('.html'),
-    ], { cwd: folder });
-    return Object.fromEntries(endings.map((ending) => [ending, readFileSync(out(ending), 'utf8')]));
+    const paths = endings.map((ending) => join(folder, `native${ending}`));
+    const outputs = ['--json', '--csv', '--report'].flatMap((option, i) => [option, paths[i]]);
+    await run(program, ['compare', ...inputs, ...options, ...outputs], { cwd: folder });
+    return Object.fromEntries(endings.map((ending, i) => [ending, readFileSync(paths[i], 'utf8')]));
+}
+
+/** The record that the program makes of the same inputs. */
+export async function recordByProgram(folder, inputs, ...options) {
+    const { stdout } = await run(program, ['compare', ...inputs, ...options, '--json', '-'], { cwd: folder });
+    return JSON.parse(stdout);
+}
+
+/** The record that the command in another one makes. */
+export async function recordByCommand(folder, { command }) {
+    const { stdout } = await run('sh', ['-c', command.replace(/^zarngi/, '"$0" "$@"') + ' --json -', program], { cwd: folder });
+    return JSON.parse(stdout);
 }
 
 /** A record without what depends on when, where and by what it was made. */

@@ -1,15 +1,14 @@
 // The page that compares: files come in, are told apart, and what goes out is what the program writes.
 import assert from 'node:assert/strict';
-import { execFileSync, spawnSync } from 'node:child_process';
+import { spawnSync } from 'node:child_process';
 import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
-import { gunzipSync } from 'node:zlib';
+import { after, before, describe, test } from 'node:test';
 import { launch } from '../browser.mjs';
 import { readPage } from '../pageFormat.mjs';
 import {
-    comparing, data, drop, makeInputs, openPage, program, saved, timeless, timelessRows, written,
+    comparing, data, drop, makeInputs, mapParts, openPage, program, recordByProgram, run, saved, timeless, timelessRows, written,
 } from './comparing.mjs';
 
 const folder = mkdtempSync(join(tmpdir(), 'zarngi-compare-'));
@@ -25,16 +24,7 @@ after(async () => {
     rmSync(folder, { recursive: true, force: true });
 });
 
-/** Header and values of an NRRD file, or all of a NIfTI file, as they were before packing. */
-function unpacked(name, bytes) {
-    if (name.endsWith('.nii.gz')) {
-        return [gunzipSync(bytes)];
-    }
-    const end = bytes.indexOf('\n\n') + 2;
-    return [bytes.subarray(0, end).toString(), gunzipSync(bytes.subarray(end))];
-}
-
-async function compareWithProgram(page, inputs, native) {
+async function compareWithProgram(page, native) {
     const json = await saved(page, 'save-json');
     assert.deepEqual(timeless(JSON.parse(json.bytes)), timeless(JSON.parse(native['.json'])));
     const csv = await saved(page, 'save-csv');
@@ -44,14 +34,17 @@ async function compareWithProgram(page, inputs, native) {
     const expected = readPage(native['.html']);
     assert.deepEqual(timeless(report.report), timeless(expected.report));
     assert.deepEqual(report.stored, expected.stored);
+}
 
+async function compareMaps(page, inputs) {
     for (const format of ['.nrrd', '.nii.gz']) {
+        const path = join(folder, `native-map${format}`);
+        const written = run(program, ['compare', ...inputs, '-c', '3%/2mm', '--gamma-map', path], { cwd: folder });
         await page.locator('#map-format').selectOption(format);
         const map = await saved(page, 'save-map');
-        const path = join(folder, `native-map${format}`);
-        execFileSync(program, ['compare', ...inputs, '-c', '3%/2mm', '--gamma-map', path], { cwd: folder });
+        await written;
         assert.ok(map.name.endsWith(format));
-        assert.deepEqual(unpacked(map.name, map.bytes), unpacked(path, readFileSync(path)));
+        assert.deepEqual(mapParts(map.name, map.bytes), mapParts(path, readFileSync(path)));
     }
 }
 
@@ -63,20 +56,29 @@ const pairs = [
     { name: 'DICOM with structures', files: ['reference.dcm', 'evaluation.dcm'], structures: 'structures.dcm' },
     { name: 'NRRD with a label mask', files: ['reference.nrrd', 'evaluation.nrrd'], structures: 'mask.nrrd' },
 ];
-for (const { name, files, data: beside = [], structures } of pairs) {
-    test(`a dropped ${name} pair gives what the program gives`, async () => {
-        const { page, complaints } = await openPage(browser);
-        const dropped = [...files, ...beside, ...(structures ? [structures] : [])];
-        await comparing(page, () => drop(page, ...dropped.map(input)));
-        assert.equal(await page.locator('#left-out').innerText(), '', 'data of headers are not foreign');
-        assert.equal(await page.locator('#structure-rows').isVisible(), structures !== undefined);
-        const options = structures ? ['--structures', structures] : [];
-        const native = written(folder, files, '-c', '3%/2mm', '-c', '2%/2mm', ...options);
-        await compareWithProgram(page, files, native);
-        assert.deepEqual(complaints, []);
-        await page.context().close();
+describe('a dropped pair gives what the program gives, one after another', () => {
+    let page, complaints;
+    before(async () => {
+        ({ page, complaints } = await openPage(browser));
     });
-}
+    after(async () => {
+        await page?.context().close();
+    });
+
+    for (const { name, files, data: beside = [], structures } of pairs) {
+        test(name, async () => {
+            const dropped = [...files, ...beside, ...(structures ? [structures] : [])];
+            const options = structures ? ['--structures', structures] : [];
+            const native = written(folder, files, '-c', '3%/2mm', '-c', '2%/2mm', ...options);
+            await comparing(page, () => drop(page, ...dropped.map(input)));
+            assert.equal(await page.locator('#left-out').innerText(), '', 'data of headers are not foreign');
+            assert.equal(await page.locator('#structure-rows').isVisible(), structures !== undefined);
+            await compareWithProgram(page, await native);
+            await compareMaps(page, files);
+            assert.deepEqual(complaints, []);
+        });
+    }
+});
 
 test('clinical pairs with their structures give what the program gives', { skip: !data && 'no data' }, async () => {
     const { page, complaints } = await openPage(browser);
@@ -84,15 +86,15 @@ test('clinical pairs with their structures give what the program gives', { skip:
     const structures = 'head_neck_structures.dcm';
     const beams = ['proton_ramp_beam1.dcm', 'proton_ramp_beam2.dcm'];
     [...files, structures, ...beams].forEach((name) => copyFileSync(join(data, name), input(name)));
-    await comparing(page, () => drop(page, ...[...files, structures].map(input)));
     const native = written(folder, files, '-c', '3%/2mm', '-c', '2%/2mm', '--structures', structures);
-    await compareWithProgram(page, files, native);
+    await comparing(page, () => drop(page, ...[...files, structures].map(input)));
+    await compareWithProgram(page, await native);
 
     await comparing(page, () => page.locator('#any-files').setInputFiles(beams.map(input)));
     assert.ok(!(await page.locator('#structures').isVisible()), 'another pair starts without the structures of the first');
     const protons = JSON.parse((await saved(page, 'save-json')).bytes);
-    const beamsByProgram = written(folder, beams, '-c', '3%/2mm', '-c', '2%/2mm');
-    assert.deepEqual(timeless(protons), timeless(JSON.parse(beamsByProgram['.json'])));
+    const beamsByProgram = await recordByProgram(folder, beams, '-c', '3%/2mm', '-c', '2%/2mm');
+    assert.deepEqual(timeless(protons), timeless(beamsByProgram));
     assert.deepEqual(complaints, []);
     await page.context().close();
 });
@@ -145,26 +147,24 @@ test('files are chosen one by one, also under one name, and swapped', async () =
     await page.context().close();
 });
 
-const bad = ['notes.txt', 'damaged.nrrd', 'lonely.mhd', 'structures.dcm'];
-for (const name of bad) {
-    test(`the sentence about ${name} is that of the program`, async () => {
-        const { page, complaints } = await openPage(browser);
-        await page.locator('#reference-file').setInputFiles(input(name));
-        const alert = page.locator('#start [role=alert]');
+test('the sentences about files that are no doses are those of the program', async () => {
+    const { page, complaints } = await openPage(browser);
+    for (const name of ['notes.txt', 'damaged.nrrd', 'lonely.mhd']) {
         const { status, stderr } = spawnSync(program, ['compare', name, name], { cwd: folder, encoding: 'utf8' });
         assert.notEqual(status, 0);
-        if (name !== 'structures.dcm') {
-            await alert.waitFor();
-            assert.equal(`zarngi: ${await alert.innerText()}`, stderr.trim());
-        } else {
-            await page.locator('#file-rows [data-kind=structures]').waitFor();
-            assert.equal(await page.locator('#reference-choice').inputValue(), '', 'structures are no dose');
-        }
-        assert.ok(!(await page.locator('#page').count()), 'nothing half shown');
-        assert.deepEqual(complaints, []);
-        await page.context().close();
-    });
-}
+        await page.locator('#reference-file').setInputFiles(input(name));
+        const alert = page.locator('#start [role=alert]', { hasText: name });
+        await alert.waitFor();
+        assert.equal(`zarngi: ${await alert.innerText()}`, stderr.trim());
+        assert.equal(await page.locator('#page').count(), 0, 'nothing half shown');
+    }
+    await page.locator('#reference-file').setInputFiles(input('structures.dcm'));
+    await page.locator('#file-rows [data-kind=structures]').waitFor();
+    assert.equal(await page.locator('#reference-choice').inputValue(), '', 'structures are no dose');
+    assert.equal(await page.locator('#page').count(), 0, 'nothing half shown');
+    assert.deepEqual(complaints, []);
+    await page.context().close();
+});
 
 test('a file that changes after it was chosen is told beside it', async () => {
     const { page } = await openPage(browser);

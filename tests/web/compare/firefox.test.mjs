@@ -6,7 +6,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { pathToFileURL } from 'node:url';
 import { after, before, test } from 'node:test';
-import { makeInputs, pagePath, written } from './comparing.mjs';
+import { makeInputs, pagePath, recordByProgram } from './comparing.mjs';
 
 const { ZARNGI_FIREFOX: executablePath, ZARNGI_WEB_MODULES: modules } = process.env;
 const folder = mkdtempSync(join(tmpdir(), 'zarngi-firefox-'));
@@ -39,18 +39,18 @@ test('a pair with structures is compared, another criterion asked, rates fill in
     await input.uploadFile(...files.map((name) => join(folder, name)));
     await complete('3%/2mm');
     const rates = () => page.$$eval('[data-value=passRate]', (cells) => cells.map((c) => Number(c.innerText)));
-    const expected = (...criteria) => {
+    const expected = async (...criteria) => {
         const options = criteria.flatMap((c) => ['-c', c]);
-        const record = JSON.parse(written(folder, files.slice(0, 2), ...options, '--structures', files[2])['.json']);
+        const record = await recordByProgram(folder, files.slice(0, 2), ...options, '--structures', files[2]);
         return record.criteria.map((c) => Number(c.passRate.toFixed(2)));
     };
-    assert.deepEqual((await rates()).slice(0, 2), expected('3%/2mm', '2%/2mm'));
+    assert.deepEqual((await rates()).slice(0, 2), await expected('3%/2mm', '2%/2mm'));
     await page.$eval('#criteria', (field) => {
         field.value = '1%/1mm';
         field.dispatchEvent(new Event('input', { bubbles: true }));
     });
     await complete('1%/1mm');
-    assert.deepEqual((await rates()).slice(0, 1), expected('1%/1mm'));
+    assert.deepEqual((await rates()).slice(0, 1), await expected('1%/1mm'));
     await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
     assert.deepEqual(complaints, []);
 });

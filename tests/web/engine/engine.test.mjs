@@ -150,3 +150,68 @@ describe('refuses in the words of the command line', { skip: !existsSync(data) }
         });
     }
 });
+
+describe('what is kept of files', () => {
+    const size = [100, 100, 50];
+    const doseBytes = 4 * size.reduce((a, b) => a * b);
+    const reads = {};
+    let held;
+
+    const metaImage = (value, cut = 0) => {
+        const head = `ObjectType = Image\nNDims = 3\nBinaryData = True\nBinaryDataByteOrderMSB = False\nOffset = 0 0 0\nElementSpacing = 2 2 2\nDimSize = ${size.join(' ')}\nElementType = MET_FLOAT\nElementDataFile = LOCAL\n`;
+        const values = new Float32Array(doseBytes / 4).map((_, i) => value(i));
+        return Buffer.concat([Buffer.from(head), Buffer.from(values.buffer)]).subarray(0, cut || undefined);
+    };
+    const names = Array.from({ length: 12 }, (_, n) => `dose${n}.mha`);
+    const contents = {
+        'mask.mha': () => metaImage((i) => i % 3),
+        'short.mha': () => metaImage((i) => i + 0.5, 5000),
+        'photo.jpg': () => Buffer.from([0xff, 0xd8, 0xff, 0xe0, ...Array(2000).fill(7)]),
+        ...Object.fromEntries(names.map((name, n) => [name, () => metaImage((i) => 1.5 + n + (i % 7))])),
+    };
+    const files = {
+        has: (path) => path in contents,
+        contents(path) {
+            reads[path] = (reads[path] ?? 0) + 1;
+            return path in contents ? { status: 0, bytes: contents[path]() } : { status: -1, bytes: new Uint8Array(0) };
+        },
+    };
+    const identify = (path) => held.call({ call: 'identify', path });
+
+    before(async () => {
+        held = await startEngine(() => {}, files);
+    });
+
+    test('a file is told by what it holds, and read once for that', () => {
+        const { bytes } = held.call({ call: 'example', part: 'structures' });
+        const structures = Buffer.from(held.output(bytes));
+        contents['set.dcm'] = () => structures;
+        const kinds = { 'mask.mha': 'mask', 'short.mha': 'refused', 'photo.jpg': 'foreign', 'set.dcm': 'structures', [names[0]]: 'dose' };
+        for (const [path, kind] of Object.entries(kinds)) {
+            assert.equal(identify(path).kind, kind, path);
+            assert.equal(reads[path], 1, path);
+        }
+        assert.match(identify('photo.jpg').sentence, /^is not a dose file/);
+        assert.equal(identify('mask.mha').mask.names.length, 2);
+    });
+
+    test('of many doses those that are compared, and the last two', () => {
+        const heap = () => held.module.HEAPU8.length;
+        names.slice(0, 4).forEach(identify);
+        const few = heap();
+        names.slice(4).forEach(identify);
+        assert.ok(heap() < few + 2 * doseBytes, `${heap() - few} bytes more for ${names.length - 4} doses`);
+        const values = (path) => held.output(held.call({ call: 'values', path }).bytes);
+        const before = { ...reads };
+        assert.equal(new Float32Array(values(names.at(-1)))[0], 1.5 + names.length - 1);
+        assert.equal(reads[names.at(-1)], before[names.at(-1)]);
+        const [reference, evaluation] = names;
+        const digests = { [reference]: { bytes: 1, sha256: '' }, [evaluation]: { bytes: 1, sha256: '' } };
+        for (const criterion of ['3%/3mm', '40%/3mm']) {
+            held.call({ call: 'compare', reference, evaluation, structures: [], criteria: [criterion], digests });
+        }
+        names.slice(-2).forEach(identify);
+        assert.equal(new Float32Array(values(reference))[1], 2.5);
+        assert.deepEqual([reads[reference], reads[evaluation]], [before[reference] + 1, before[evaluation] + 1]);
+    });
+});

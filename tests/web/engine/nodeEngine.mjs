@@ -48,8 +48,11 @@ async function bundled() {
     return module;
 }
 
-/** @param progress told of searches */
-export async function startEngine(progress = () => {}) {
+/**
+ * @param progress told of searches
+ * @param files with contents(path) and has(path), as the page's
+ */
+export async function startEngine(progress = () => {}, files = disk) {
     const { Engine, makeHost } = await bundled();
-    return Engine.start(makeHost(disk, progress), readFileSync(join(engine, 'engine.wasm')));
+    return Engine.start(makeHost(files, progress), readFileSync(join(engine, 'engine.wasm')));
 }

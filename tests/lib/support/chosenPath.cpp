@@ -1,0 +1,6 @@
+#include "eachPath.h"
+
+void onEachPath(const std::function<void()>& work)
+{
+    work(); // on the path that the library has chosen
+}
