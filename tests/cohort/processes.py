@@ -89,7 +89,12 @@ class Cluster:
         )  # fmt: skip
 
     def end(self):
-        nannies = [p for p in self._processes if p.poll() is None]
+        self.end_workers()
+        kill(self.scheduler)
+
+    def end_workers(self):
+        """As they are, so that a scheduler serves the next test."""
+        nannies = [p for p in self._processes_of("worker") if p.poll() is None]
         workers = [pid for nanny in nannies for pid in children(nanny.pid)]
         for process in nannies:
             kill(process)

@@ -19,11 +19,18 @@ from zarngi.cohort.settings import Settings
 distributed = pytest.importorskip("distributed")
 
 
-@pytest.fixture
-def cluster(tmp_path):
-    started = Cluster(tmp_path)
+@pytest.fixture(scope="module")
+def scheduler(tmp_path_factory):
+    started = Cluster(tmp_path_factory.mktemp("cluster"))
     yield started
     started.end()
+
+
+@pytest.fixture
+def cluster(scheduler):
+    """The scheduler, to which the test adds workers of its own."""
+    yield scheduler
+    scheduler.end_workers()
 
 
 def test_the_same_table_by_every_way(cohort, serial, cluster, tmp_path):

@@ -15,11 +15,18 @@ pytest.importorskip("distributed")
 GO_ON = "what is finished is kept, and the same command goes on"
 
 
-@pytest.fixture
-def cluster(tmp_path):
-    started = Cluster(tmp_path)
+@pytest.fixture(scope="module")
+def scheduler(tmp_path_factory):
+    started = Cluster(tmp_path_factory.mktemp("cluster"))
     yield started
     started.end()
+
+
+@pytest.fixture
+def cluster(scheduler):
+    """The scheduler, to which the test adds workers of its own."""
+    yield scheduler
+    scheduler.end_workers()
 
 
 @pytest.fixture
