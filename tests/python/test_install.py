@@ -13,9 +13,10 @@ import pytest
 from conftest import PROJECT
 
 
-def run(*command, **options):
+def run(*command, variables=(), **options):
     """Run a command outside this test's Python environment; its output."""
     environment = {k: v for k, v in os.environ.items() if not k.startswith("PYTHON")}
+    environment |= dict(variables)
     environment |= {"PIP_NO_INDEX": "1", "PIP_DISABLE_PIP_VERSION_CHECK": "1"}
     done = subprocess.run(
         list(map(str, command)), env=environment, capture_output=True, text=True, **options
@@ -77,7 +78,13 @@ def test_source_distribution_is_complete_and_installs(environment, tmp_path):
     assert {f"native/{name}" for name in expected} <= set(names)
     assert {"zarngi/py.typed", "zarngi/io/_host.py"} <= set(names)
     assert not [name for name in names if name.endswith((".so", ".pyc"))]
-    run(environment, "-m", "pip", "install", "--no-build-isolation", "--no-deps", archive)
+    # Whether everything is there shows without optimisation, too, and sooner.
+    toolchain = tmp_path / "unoptimised.cmake"
+    toolchain.write_text('set(CMAKE_CXX_FLAGS_RELEASE "-O0" CACHE STRING "")\n')
+    run(
+        environment, "-m", "pip", "install", "--no-build-isolation", "--no-deps", archive,
+        variables={"CMAKE_TOOLCHAIN_FILE": str(toolchain)},
+    )  # fmt: skip
     assert_works(environment, tmp_path)
 
 
