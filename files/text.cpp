@@ -29,6 +29,13 @@ std::string number(double value, int digits)
     return formatted("%.*g", digits, value);
 }
 
+std::string exactNumber(double value)
+{
+    std::array<char, 64> buffer{};
+    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr;
+    return {buffer.data(), end};
+}
+
 std::string fixed(double value, int decimals)
 {
     return formatted("%.*f", decimals, value);

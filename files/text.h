@@ -17,6 +17,9 @@ namespace files
 /** The number in its shortest form of up to `digits` significant digits. */
 std::string number(double value, int digits = 6);
 
+/** The number in its shortest form that tells it from all others. */
+std::string exactNumber(double value);
+
 /** The number with a fixed count of decimals. */
 std::string fixed(double value, int decimals);
 

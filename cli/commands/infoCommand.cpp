@@ -11,6 +11,7 @@
 #include "comparison/doseExtremes.h"
 #include "comparison/doseJson.h"
 #include "comparison/measurements/measurementJson.h"
+#include "comparison/request/values.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -176,8 +177,10 @@ ExitCode info(const InfoOptions& options)
     FileDigests digests;
     FileDigests* const wanted = options.asJson ? &digests : nullptr;
     const Contents contents =
-        options.asStructures ? readStructures(options.file, wanted)
-                             : readDoseOrStructures(options.file, wanted, options.units.units());
+        options.asStructures
+            ? readStructures(options.file, wanted)
+            : readDoseOrStructures(options.file, wanted,
+                                   parseUnits(options.units.dose, options.units.length));
     std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }

@@ -69,14 +69,14 @@ std::vector<std::size_t> matches(const std::vector<StructureName>& names,
     return places;
 }
 
-std::vector<std::size_t> matchesOf(const std::string& option,
+std::vector<std::size_t> matchesOf(const MemberPlace& place,
                                    const std::vector<StructureName>& names,
                                    const std::string& pattern)
 {
     std::vector<std::size_t> places = matches(names, pattern);
     if (places.empty()) {
-        throw UsageError(option + ": no structure is called \"" + oneLine(pattern) + "\"" +
-                         (names.empty() ? "" : "; there are " + listOf(names)));
+        throw refusalOf(place, "no structure is called \"" + oneLine(pattern) + "\"" +
+                                   (names.empty() ? "" : "; there are " + listOf(names)));
     }
     return places;
 }
