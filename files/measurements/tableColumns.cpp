@@ -18,7 +18,9 @@ Cells namesOf(const TextLine& line, Separator separator)
 {
     Cells names;
     bool isInBrackets = false;
-    for (const std::string_view cell : cellsOfRow(withoutMark(line.text), separator)) {
+    for (std::string_view cell : cellsOfRow(withoutMark(line.text), separator)) {
+        const bool hasEnd = cell.ends_with(',') || cell.ends_with(';');
+        cell.remove_suffix(separator == Separator::blank && hasEnd && cell.size() > 1 ? 1 : 0);
         const bool opens = cell.starts_with('(') || cell.starts_with('[');
         const bool closes = cell.ends_with(')') || cell.ends_with(']');
         const bool goesOn = separator == Separator::blank && (opens || isInBrackets);
@@ -130,6 +132,34 @@ std::optional<Columns> columnsNamed(const TextLine& line, Separator separator)
     return columns;
 }
 
+bool takesUnits(Columns& columns, const TextLine& below, Separator separator)
+{
+    Cells cells = cellsOf(withoutMark(below.text), separator);
+    if (cells.size() == columns.count + 1 && cells.back().empty()) {
+        cells.pop_back();
+    }
+    std::vector<ToldUnits> told;
+    for (const std::string_view cell : cells) {
+        const std::optional<ToldUnits> units = unitsAlone(cell);
+        if (!units) {
+            return false;
+        }
+        told.push_back(*units);
+    }
+    const bool isDose = columns.cells[3] && *columns.cells[3] < told.size();
+    if (cells.size() != columns.count || !isDose || !told[*columns.cells[3]].gray) {
+        return false;
+    }
+    for (std::size_t i = 0; i < told.size(); ++i) {
+        if (i == *columns.cells[3] ? told[i].millimetres.has_value() : told[i].gray.has_value()) {
+            refuse("has units below its columns (" + placeOf(below) +
+                   ") that are not those of positions and a dose");
+        }
+        columns.units.add(told[i]);
+    }
+    return true;
+}
+
 Columns usualColumns(std::size_t count, const std::vector<TextLine>& head, Separator separator)
 {
     constexpr std::size_t three = 3;
@@ -149,6 +179,13 @@ Columns usualColumns(std::size_t count, const std::vector<TextLine>& head, Separ
         if (!unitsAlone(withoutMark(line->text))) {
             break;
         }
+    }
+    const auto other = std::find_if(head.begin(), head.end(), [](const TextLine& line) {
+        return namesInOtherOrder(line.text);
+    });
+    if (other != head.end()) {
+        refuse("has columns without names below words in another order than x, y, dose (" +
+               placeOf(*other) + "); name the columns in a line with cells like those of the rows");
     }
     Columns columns;
     columns.count = count;

@@ -44,6 +44,12 @@ Cells cellsOfRow(std::string_view line, Separator separator);
 std::optional<Columns> columnsNamed(const TextLine& line, Separator separator);
 
 /**
+ * Whether the line below the names holds a unit for the dose and units or nothing for the others,
+ * which become those of the columns. @throws Refusal when they fit not.
+ */
+bool takesUnits(Columns& columns, const TextLine& below, Separator separator);
+
+/**
  * Columns that nobody names: x, y[, z], dose.
  * @param head the lines above. @throws Refusal when they name others.
  */

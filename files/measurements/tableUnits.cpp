@@ -31,16 +31,16 @@ constexpr std::array<std::pair<std::string_view, double>, 10> lengths{{{"mm", 1}
                                                                        {"centimeters", 10}}};
 
 /** Units that are none of ours. What is missing here is a word like any other. */
-constexpr std::array<std::string_view, 59> otherUnits{
-    "%",          "percent",     "percentage", "mgy",         "kgy",   "ugy",    "\xC2\xB5gy",
-    "\xCE\xBCgy", "dgy",         "ngy",        "rad",         "rads",  "crad",   "rem",
-    "sv",         "msv",         "ev",         "kev",         "mev",   "mu",     "a.u",
-    "au",         "count",       "counts",     "cnt",         "cts",   "nc",     "pc",
-    "od",         "m",           "km",         "dm",          "metre", "metres", "meter",
-    "meters",     "um",          "\xC2\xB5m",  "\xCE\xBCm",   "nm",    "micron", "microns",
-    "micrometre", "micrometres", "micrometer", "micrometers", "inch",  "inches", "ft",
-    "foot",       "feet",        "px",         "pix",         "pixel", "pixels", "voxel",
-    "voxels",     "deg",         "degrees"};
+constexpr std::array<std::string_view, 60> otherUnits{
+    "(in)",       "%",          "percent",     "percentage", "mgy",         "kgy",   "ugy",
+    "\xC2\xB5gy", "\xCE\xBCgy", "dgy",         "ngy",        "rad",         "rads",  "crad",
+    "rem",        "sv",         "msv",         "ev",         "kev",         "mev",   "mu",
+    "a.u",        "au",         "count",       "counts",     "cnt",         "cts",   "nc",
+    "pc",         "od",         "m",           "km",         "dm",          "metre", "metres",
+    "meter",      "meters",     "um",          "\xC2\xB5m",  "\xCE\xBCm",   "nm",    "micron",
+    "microns",    "micrometre", "micrometres", "micrometer", "micrometers", "inch",  "inches",
+    "ft",         "foot",       "feet",        "px",         "pix",         "pixel", "pixels",
+    "voxel",      "voxels",     "deg",         "degrees"};
 
 /** What may stand beside units in a line that holds nothing else. */
 constexpr std::array<std::string_view, 31> besideUnits{
@@ -58,10 +58,10 @@ constexpr std::array<std::string_view, 27> besideNames{
     "calculated", "film",     "plan",      "tps",    "mean",       "point"};
 
 /** Lengths that a sentence may mean the coordinates by, where no number stands before them. */
-constexpr std::array<std::string_view, 18> lengthsOfSentences{
-    "cm",     "centimetre", "centimetres", "centimeter",  "centimeters", "inch",
-    "inches", "metre",      "metres",      "meter",       "meters",      "um",
-    "micron", "microns",    "micrometre",  "micrometres", "micrometer",  "micrometers"};
+constexpr std::array<std::string_view, 19> lengthsOfSentences{
+    "(in)",    "cm",         "centimetre",  "centimetres", "centimeter", "centimeters", "inch",
+    "inches",  "metre",      "metres",      "meter",       "meters",     "um",          "micron",
+    "microns", "micrometre", "micrometres", "micrometer",  "micrometers"};
 
 /** Those that it means them by wherever they stand. */
 constexpr std::array<std::string_view, 7> raster{"px",    "pix",    "pixel", "pixels",
@@ -69,9 +69,22 @@ constexpr std::array<std::string_view, 7> raster{"px",    "pix",    "pixel", "pi
 
 constexpr std::array<std::string_view, 4> columns{"x", "y", "z", "dose"};
 
+constexpr std::array<std::string_view, 5> axesOfCorners{"x", "y", "y\\x", "y/x", "y|x"};
+
 template <class List> bool holds(const List& list, std::string_view word)
 {
     return std::find(list.begin(), list.end(), word) != list.end();
+}
+
+/** An inch, in words of a text: "[in, Gy]"; "in" is the word of "in Gy". */
+constexpr std::string_view inch = "(in)";
+
+/** Whether "in" that ends there leads to a unit, as in "dose in Gy", "in: mm", "dose_in_Gy". */
+bool leadsOn(std::string_view text, std::size_t end)
+{
+    const auto next = std::min(text.find_first_not_of(" \t:=_", end), text.size());
+    return next > end && next < text.size() &&
+           std::string_view(",;)]}").find(text[next]) == std::string_view::npos;
 }
 
 /** In lower case, without what sets words apart or ends a sentence. */
@@ -81,11 +94,15 @@ Words wordsOf(std::string_view text, const std::string& more = "")
     Words words;
     for (auto start = text.find_first_not_of(apart); start != std::string_view::npos;) {
         const auto end = std::min(text.find_first_of(apart, start), text.size());
-        std::string word = lowerCase(text.substr(start, end - start));
+        const std::string_view written = text.substr(start, end - start);
+        std::string word = lowerCase(written);
         while (word.size() > 1 && word.back() == '.') {
             word.pop_back();
         }
-        words.push_back(std::move(word));
+        // "M" is an initial or a patient's sex more often than a unit.
+        const bool isMetre = written == "m";
+        const bool isInch = word == "in" && !leadsOn(text, end);
+        words.push_back(isMetre ? "metre" : isInch ? std::string(inch) : word);
         start = text.find_first_not_of(apart, end);
     }
     return words;
@@ -150,8 +167,7 @@ std::optional<ToldUnits> unitsAlone(const Words& words, std::string_view text)
     if (!isAlone && (!announcesUnits(words) || hasDigit(text))) {
         return {};
     }
-    const bool endsInInches = !words.empty() && words.back() == "in";
-    if (!isAlone || endsInInches || std::any_of(words.begin(), words.end(), isOtherUnit)) {
+    if (!isAlone || std::any_of(words.begin(), words.end(), isOtherUnit)) {
         refuse("tells its units as \"" + excerpt(trimmed(text)) + "\" (accepted: Gy, cGy, mm, cm)");
     }
     ToldUnits units;
@@ -234,8 +250,7 @@ std::optional<ToldUnits> unitsOfName(std::string_view cell)
         }
         units.add(unit.value_or(ToldUnits{}));
     }
-    const bool isInInches =
-        (!words.empty() && words.back() == "in") || rest.find('"') != std::string_view::npos;
+    const bool isInInches = rest.find('"') != std::string_view::npos;
     const bool isDose = columnNamed(cell) == columns.size() - 1;
     const bool hasOwn = isDose ? units.gray.has_value() : units.millimetres.has_value();
     const bool hasAny = units.gray || units.millimetres;
@@ -247,9 +262,7 @@ std::optional<std::string> doubtfulLength(std::string_view sentence)
     const Words words = wordsOf(sentence);
     for (std::size_t i = 0; i < words.size(); ++i) {
         const bool isMeasured = i > 0 && hasDigit(words[i - 1]);
-        const bool isMetre = words[i] == "m" && i > 0 && words[i - 1] == "in";
-        if (holds(raster, words[i]) ||
-            (!isMeasured && (isMetre || holds(lengthsOfSentences, words[i])))) {
+        if (holds(raster, words[i]) || (!isMeasured && holds(lengthsOfSentences, words[i]))) {
             return words[i];
         }
     }
@@ -258,7 +271,28 @@ std::optional<std::string> doubtfulLength(std::string_view sentence)
 
 std::optional<ToldUnits> unitsOfCorner(std::string_view corner)
 {
-    return unitsAlone(wordsOfCorner(corner), corner);
+    const Words words = wordsOfCorner(corner);
+    // "Dose" before 2 and 4 is an entry of a head.
+    const bool tells = std::any_of(words.begin(), words.end(), [](const std::string& word) {
+        return unitOf(word) || isOtherUnit(word) || holds(axesOfCorners, word);
+    });
+    return words.empty() || tells ? unitsAlone(words, corner) : std::nullopt;
+}
+
+bool namesInOtherOrder(std::string_view line)
+{
+    const Words words = wordsOf(line, "\\|/");
+    std::size_t last = 0;
+    bool isOther = false;
+    for (const std::string_view column : columns) {
+        const auto at =
+            static_cast<std::size_t>(std::find(words.begin(), words.end(), column) - words.begin());
+        if (at < words.size()) {
+            isOther = isOther || at < last;
+            last = at;
+        }
+    }
+    return isOther && holds(words, "x") && holds(words, "y");
 }
 
 } // namespace files

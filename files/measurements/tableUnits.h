@@ -48,8 +48,11 @@ std::optional<ToldUnits> unitsOfName(std::string_view cell);
  */
 std::optional<std::string> doubtfulLength(std::string_view sentence);
 
+/** Whether a line has words x and y that do not stand in the order of x, y, z, dose. */
+bool namesInOtherOrder(std::string_view line);
+
 /**
- * The units in the corner of a matrix: it is empty, or tells its axes and units; none: it says
+ * The units in the corner of a matrix: it is empty, or tells its axes or units; none: it says
  * something else. @throws Refusal for "x\y", too: x must run along the top.
  */
 std::optional<ToldUnits> unitsOfCorner(std::string_view corner);

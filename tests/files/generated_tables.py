@@ -64,11 +64,8 @@ class Maker:
         if self.layout in ("unnamed", "bare"):  # they have no place for units
             self.tellsDose = self.tellsDose.replace("place", "line")
             self.tellsLength = self.tellsLength.replace("place", "line")
-        if self.length == "in" and self.tellsLength == "line":
-            self.length = "inch"
-        # What tells no length is in mm.
-        if self.tellsLength == "nowhere" or (self.length in ("in", "m") and self.tellsLength == "sentence"):
-            self.length = "mm" if self.tellsLength == "nowhere" else "inch"
+        if self.tellsLength == "nowhere":  # what tells none is in mm
+            self.length = "mm"
         self.x = self.axis(chance.choice((3, 4, 5, 6)))
         self.y = self.axis(chance.choice((3, 4, 5)))
         self.values = {(x, y): chance.randint(16, 200) / 64 for y in self.y for x in self.x}
@@ -135,6 +132,12 @@ class Maker:
             self.chance.shuffle(order)
         rows = [[{"x": self.number(x), "y": self.number(y), "dose": self.number(self.dose_of((x, y)))}[name]
                  for name in order] for x, y in self.values]
+        length, dose = self.told_at_places()
+        if named and dose and self.chance.random() < 0.3:
+            units = {"x": length, "y": length, "dose": dose}
+            row = [units[name] for name in order]
+            if self.separator != " " or length:
+                return [order, row, *rows]
         names = self.names()
         return [[names[name] for name in order], *rows] if named else rows
 

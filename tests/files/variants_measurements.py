@@ -224,7 +224,8 @@ def prose_rows():
               ("Gy", None))
     yield Row("a long head", columns("# prose\n" * 1000 + NAMED), Plane())
     for line, word in (("Positions from the centre, in cm", "cm"), ("3 pixels are 1 mm", "pixels"),
-                       ("distances (inch)", "inch"), ("all of it in m", "m")):
+                       ("distances (inch)", "inch"), ("all of it in m", "metre"),
+                       ("places (in) of the film", "(in)"), ("cm (from the centre)", "cm")):
         yield Row(f"a doubtful length: {line}", columns(f"{line}\nx,y,dose (Gy)"),
                   f'tells no unit of length, but has "{word}" among the words of its head (line 1): name '
                   "the columns as in x (mm), or give the unit")
@@ -245,12 +246,21 @@ def unit_rows():
                  "Dose (gray)"):
         yield Row(f"columns, {name}, read", columns(f"x position (mm),y/mm,{name}"), Plane())
     for line in ("inch, Gy", "dose in %", "Units: mm, Gy/MU", "[mm, mGy]", "Dose units: arbitrary",
-                 "coordinates in pixels", "unit of length: in", "%, mm", "mm; counts"):
+                 "coordinates in pixels", "unit of length: in", "%, mm", "mm; counts", "in, Gy", "[in] [Gy]",
+                 "all values in in, Gy", "Gy, m"):
         yield Row(f"line, {line}", columns(f"{line}\nx,y,dose"), other_line(line), ("Gy", "mm"))
     for line in ("Units: mm, Gy", "[mm] [Gy]", "all values are in Gy and mm", "Dose: Gy; positions: mm"):
         yield Row(f"line, {line}, read", columns(f"{line}\nx,y,dose"), Plane())
+    yield Row("names with commas, rows with blanks", columns("x (mm), y (mm), dose (Gy)", " "), Plane())
+    yield Row("units below names", columns("x,y,dose\nmm,mm,cGy", scale=100), Plane())
+    yield Row("units below names, in brackets", columns("# x;y;dose\n# [mm];;[Gy]", ";"), Plane())
+    yield Row("units below names, inches", columns("x,y,dose\ninch,inch,Gy"), other_line("inch"))
+    yield Row("units below names, exchanged", columns("x,y,dose\nGy,mm,Gy"),
+              "has units below its columns (line 2) that are not those of positions and a dose")
     yield Row("line and columns of two units", columns(f"cGy\n{NAMED}"), "tells two units of dose")
     yield Row("corner in inches", matrix("", corner="y\\x [inch, Gy]"), other_line("y\\x [inch, Gy]"))
+    for corner in ("y\\x [in, Gy]", "y\\x[in][Gy]", "mm, Gy, in"):
+        yield Row(f"corner {corner}", matrix("", corner=corner), other_line(corner))
     yield Row("corner of both axes with units", matrix("", corner="Y [mm] / X [mm] Gy"), Plane())
     for corner in ("x\\y", "X [mm] / Y [mm]"):
         yield Row(f"corner {corner}", matrix(corner=corner),
@@ -283,6 +293,12 @@ def evidence_rows():
               Plane(spacing=(1.0, 1.0), origin=(0.0, 0.0)))
     yield Row("a raster of other names above units", columns("depth,offset,value\n# Gy mm"),
               'has columns named "depth", "offset", "value" (accepted: x, y[, z], dose)')
+    for line in ("y, x and dose (Gy, mm)", "Gy; dose, x, y in mm"):
+        yield Row(f"words in another order: {line}", columns(f"{line}\n", ";").replace(b"\n\n", b"\n"),
+                  "has columns without names below words in another order than x, y, dose (line 1); name "
+                  "the columns in a line with cells like those of the rows", ("Gy", "mm"))
+    yield Row("an entry of the head like a corner", b"Gy mm\nDose 2 4\n-10 0 1\n-5 0 1.25\n0 0 1.5\n",
+              'has "Dose" where the corner of a matrix is; write y\\x there, or name the columns')
     yield Row("sizes above rows", b"Gy mm\n3 2\n1 1.5 2\n1.25 1.75 2\n",
               "has two numbers above rows of three (line 2), which may be sizes; write y\\x before those "
               "of a matrix")
