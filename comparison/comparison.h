@@ -70,6 +70,7 @@ struct Comparison {
     GammaSettings settings;
     Limits limits;
     std::optional<double> failBelow; ///< %
+    bool allowsErrorDoses = false;   ///< differences between doses, compared as doses
     std::optional<TestedPart> within;
     std::optional<StructureComparison> structures;
     std::vector<CriterionResult> results;

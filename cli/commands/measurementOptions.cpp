@@ -52,6 +52,10 @@ void addMeasurements(CLI::App& command, MeasurementOptions& options)
     files("--reference-add", options.referenceAdded, "Add this dose, on the same grid");
     files("--evaluation-add", options.evaluationAdded, "Likewise");
     addTableUnits(command, options);
+    command
+        .add_flag("--allow-error-doses", options.allowErrorDoses,
+                  "Take RT Doses of Dose Type ERROR for doses")
+        ->group(group);
 }
 
 } // namespace zarngi

@@ -154,6 +154,7 @@ Comparison emptyComparison(const ComparisonRequest& request)
     comparison.limits = generalLimits(request.limits);
     comparison.failBelow = StructureLimits("--fail-below", request.limits.failBelow).general();
     comparison.commandLine = request.commandLine;
+    comparison.allowsErrorDoses = request.measurements.allowErrorDoses;
     comparison.normalisationRequest = request.measurements.normalisation();
     for (CriterionRequest& asked : request.requests()) {
         CriterionResult& result = comparison.results.emplace_back();

@@ -8,6 +8,29 @@ namespace zarngi
 namespace
 {
 
+/** Of all files: the two, and what is added to them. */
+std::vector<const DoseImage*> dosesOf(const Comparison& comparison)
+{
+    std::vector<const DoseImage*> doses{&comparison.reference, &comparison.evaluation};
+    for (const DoseMaking* making : {&comparison.referenceMaking, &comparison.evaluationMaking}) {
+        for (const DoseImage& added : making->added) {
+            doses.push_back(&added);
+        }
+    }
+    return doses;
+}
+
+void checkAreDoses(const Comparison& comparison)
+{
+    for (const DoseImage* const dose : dosesOf(comparison)) {
+        if (dose->isError() && !comparison.allowsErrorDoses) {
+            throw InputError(dose->path +
+                             ": holds differences between doses, no doses (Dose Type ERROR); the "
+                             "program compares them as doses with --allow-error-doses");
+        }
+    }
+}
+
 void checkUnits(const Comparison& comparison)
 {
     for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
@@ -24,7 +47,7 @@ void checkUnits(const Comparison& comparison)
 
 void warnAbout(Comparison& comparison)
 {
-    for (const DoseImage* dose : {&comparison.reference, &comparison.evaluation}) {
+    for (const DoseImage* const dose : dosesOf(comparison)) {
         for (const std::string& warning : dose->warnings) {
             comparison.warnings.push_back(dose->path + ": " + warning);
         }
@@ -48,6 +71,7 @@ void warnAbout(Comparison& comparison)
 
 void checkDoses(Comparison& comparison)
 {
+    checkAreDoses(comparison);
     checkUnits(comparison);
     warnAbout(comparison);
 }

@@ -11,8 +11,9 @@ namespace zarngi
 {
 
 /**
- * Adds the warnings of the files, and those about the pair, to the comparison.
- * @throws InputError where the doses have different units, or relative ones lack a dose of 100 %
+ * Adds the warnings of all files of doses, and those about the pair, to the comparison.
+ * @throws InputError where the doses have different units, relative ones lack a dose of 100 %, or
+ * differences between doses were not asked for
  */
 void checkDoses(Comparison& comparison);
 

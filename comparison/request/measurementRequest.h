@@ -27,6 +27,7 @@ struct MeasurementOptions {
     std::vector<std::string> evaluationAdded;
     std::string doseUnit;
     std::string lengthUnit;
+    bool allowErrorDoses = false;
 
     NormalisationRequest normalisation() const; ///< @throws UsageError
     PlaneRequest placement() const;             ///< @throws UsageError

@@ -179,6 +179,8 @@ class Measurements(ProgramTest):
                      in zip(("one", "two"), (self.dose, apart), thicknesses)]
             document = self.results(*paths)
             self.assertEqual(document["searchSpace"], "plane")
+            for grid in document["grids"].values():  # no thickness: none counts
+                self.assertEqual(grid["spacing"], [*self.dose.spacing[:2], None])
             self.assertTrue(any("11 mm apart along z" in text for text in document["warnings"]))
             (criterion,) = document["criteria"]
             del criterion["seconds"]

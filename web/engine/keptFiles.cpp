@@ -71,7 +71,7 @@ public:
 
     files::Result<files::DoseImage> dose()
     {
-        return withPaths(files::readDose(contents_.view(), finder(), scriptHost()));
+        return withPaths(files::readDose(contents_.view(), path_, finder(), scriptHost()));
     }
 
     files::Result<files::StructureSet> structures()
@@ -112,7 +112,7 @@ Json facts(const files::DoseImage& dose)
 {
     Json json = {{"dataPath", dose.dataPath},
                  {"format", dose.format},
-                 {"grid", zarngi::gridJson(dose.image.geometry, zarngi::doseExtremes(dose.image))},
+                 {"grid", zarngi::gridJson(dose, zarngi::extremesOf(dose))},
                  {"doseUnit", dose.isRelative ? "relative" : "Gy"},
                  {"measurement", zarngi::measurementJson(dose)},
                  {"warnings", dose.warnings}};
