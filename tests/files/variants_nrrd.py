@@ -7,7 +7,7 @@ import math
 import numpy as np
 
 from variants import (
-    BYTES, DAMAGED, NO_ORIENTATION, NO_POSITION, NOT_FINITE, ORIENTATIONS, ORIGIN, ROTATED, SIZE,
+    ASSUMED, BYTES, DAMAGED, NO_ORIENTATION, NO_POSITION, NOT_FINITE, ORIENTATIONS, ORIGIN, ROTATED, SIZE,
     SPACING, TEXT, VALUES, WHOLE, cut_short, flipped, gzip_member, gzip_rows, read, refused,
     replaced, scaled, sized, too_long, turned, unpacks_too_long, unpacks_too_short, words,
 )
