@@ -155,6 +155,10 @@ void addMeasurements(CLI::App& command, CompareOptions& options)
     files("--reference-add", options.referenceAdded, "Add this dose, on the same grid");
     files("--evaluation-add", options.evaluationAdded, "Likewise");
     addTableUnits(command, options.units);
+    command
+        .add_flag("--allow-error-doses", options.allowErrorDoses,
+                  "Take RT Doses of Dose Type ERROR for doses")
+        ->group(group);
 }
 
 void addExplanation(CLI::App& command, CompareOptions& options)
@@ -207,6 +211,7 @@ void readDoses(Request& request, const CompareOptions& options)
                           factor(Member::evaluationScale, options.evaluationScale)};
     request.plane = parsePlane(options.plane, options.at);
     request.units = parseUnits(options.units.dose, options.units.length);
+    request.allowErrorDoses = options.allowErrorDoses;
     if (!options.norm.empty()) {
         request.normalisation = parseNormalisation(options.norm);
     }

@@ -62,6 +62,7 @@ struct CompareOptions {
     std::string plane;
     std::string at;
     UnitOptions units;
+    bool allowErrorDoses = false;
     bool explain = false;
     std::optional<double> explainRange;
     std::string explainStructure;

@@ -51,7 +51,7 @@ void printMeasurement(const DoseImage& dose)
     if (!dose.isPoints()) {
         print("first place", join(geometry.origin, ", ") + " mm");
     }
-    if (dose.isPlane() && geometry.spacing[measurement.normal] != files::planeThickness) {
+    if (dose.isPlane() && !dose.hasNoThickness()) {
         print("thickness", number(geometry.spacing[measurement.normal]) + " mm, not searched");
     }
     if (measurement.place) {
@@ -65,11 +65,7 @@ void printDoses(const DoseImage& dose)
 {
     const DoseExtremes extremes = extremesOf(dose);
     const std::string unit = dose.isRelative ? " (relative)" : " Gy";
-    const bool tellsUnit = dose.dicom || dose.format == "table" ||
-                           dose.format == "extracted plane" || dose.format == "detector array";
-    print("units", dose.isRelative ? "relative"
-                   : tellsUnit     ? "Gy"
-                                   : "Gy (assumed: the format does not tell)");
+    print("units", dose.isRelative ? "relative" : dose.tellsUnit ? "Gy" : "Gy (assumed)");
     print("minimum", number(extremes.minimum) + unit);
     print("maximum", number(extremes.maximum) + unit);
     print("  at", join(extremes.maximumPosition, ", ") + " mm" +
@@ -137,15 +133,15 @@ std::string digestOfDoses(const std::vector<float>& doses)
 
 Json doseDocument(const DoseImage& dose, const FileDigests& digests, bool showPatient)
 {
-    const Image& image = dose.image;
     Json document = {{"file", fileJson(dose, digests)},
-                     {"grid", gridJson(image.geometry, extremesOf(dose))},
+                     {"grid", gridJson(dose, extremesOf(dose))},
                      {"orientation", "LPS"},
                      {"doseUnit", dose.isRelative ? "relative" : "Gy"},
                      {"tellsPosition", dose.tellsPosition},
                      {"tellsOrientation", dose.tellsOrientation},
+                     {"tellsUnit", dose.tellsUnit},
                      {"warnings", dose.warnings},
-                     {"dosesSha256", digestOfDoses(image.values)}};
+                     {"dosesSha256", digestOfDoses(dose.image.values)}};
     if (dose.measurement) {
         document["measurement"] = measurementJson(dose);
     }

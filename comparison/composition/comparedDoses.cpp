@@ -78,8 +78,8 @@ GivenDoses givenDoses(const Request& request, DoseSource& source, std::vector<Se
         source.doses(request.reference.file, request.evaluation.file, request.units);
     doses.referenceAdded = combined(doses.reference, request.reference, source, request.units);
     doses.evaluationAdded = combined(doses.evaluation, request.evaluation, source, request.units);
-    checkUnits(doses.reference, doses.evaluation, request.normalisation.isGiven());
-    addWarnings(warnings, doses.reference, doses.evaluation);
+    checkDoses(doses, request);
+    addWarnings(warnings, doses);
     doses.placed = placeDoses(doses.reference, doses.evaluation, request.plane);
     warnings.insert(warnings.end(), doses.placed.warnings.begin(), doses.placed.warnings.end());
     checkSettings(request, doses.placed.space);

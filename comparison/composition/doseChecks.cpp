@@ -5,6 +5,33 @@
 namespace zarngi
 {
 
+namespace
+{
+
+/** Of all files: the two, and what is added to them. */
+std::vector<const DoseImage*> allOf(const GivenDoses& doses)
+{
+    std::vector<const DoseImage*> all{&doses.reference, &doses.evaluation};
+    for (const auto* const added : {&doses.referenceAdded, &doses.evaluationAdded}) {
+        for (const DoseImage& dose : *added) {
+            all.push_back(&dose);
+        }
+    }
+    return all;
+}
+
+void checkAreDoses(const GivenDoses& doses)
+{
+    for (const DoseImage* const dose : allOf(doses)) {
+        if (dose->isError()) {
+            throw failureOf(dose->path,
+                            Sentence("holds differences between doses, no doses (Dose Type "
+                                     "ERROR); ") +
+                                Member::allowErrorDoses + " compares them as doses");
+        }
+    }
+}
+
 void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool isNormalised)
 {
     for (const DoseImage* dose : {&reference, &evaluation}) {
@@ -21,10 +48,21 @@ void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool is
     }
 }
 
-void addWarnings(std::vector<Sentence>& warnings, const DoseImage& reference,
-                 const DoseImage& evaluation)
+} // namespace
+
+void checkDoses(const GivenDoses& doses, const Request& request)
 {
-    for (const DoseImage* dose : {&reference, &evaluation}) {
+    if (!request.allowErrorDoses) {
+        checkAreDoses(doses);
+    }
+    checkUnits(doses.reference, doses.evaluation, request.normalisation.isGiven());
+}
+
+void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
+{
+    const DoseImage& reference = doses.reference;
+    const DoseImage& evaluation = doses.evaluation;
+    for (const DoseImage* const dose : allOf(doses)) {
         for (const std::string& warning : dose->warnings) {
             warnings.push_back(Sentence(FileName{dose->path}) + ": " + warning);
         }

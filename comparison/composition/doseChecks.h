@@ -1,27 +1,25 @@
 /**
  * @file doseChecks.h
- * Whether the two doses of a comparison belong together.
+ * Whether the doses of a comparison are doses, and belong together.
  */
 #ifndef ZARNGI_COMPARISON_COMPOSITION_DOSECHECKS_H
 #define ZARNGI_COMPARISON_COMPOSITION_DOSECHECKS_H
 
 #include <vector>
 
-#include "comparison/doseImage.h"
-#include "comparison/sentence.h"
+#include "comparison/composition/comparedDoses.h"
 
 namespace zarngi
 {
 
 /**
- * @param isNormalised whether the dose of 100 % was asked for.
- * @throws InputError where the doses have different units, or relative ones lack a dose of 100 %
+ * @throws InputError where the doses have different units, relative ones lack a dose of 100 %, or
+ * differences between doses were not asked for
  */
-void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool isNormalised);
+void checkDoses(const GivenDoses& doses, const Request& request);
 
-/** The warnings of the files, and those about the pair. */
-void addWarnings(std::vector<Sentence>& warnings, const DoseImage& reference,
-                 const DoseImage& evaluation);
+/** The warnings of all files of doses, and those about the pair. */
+void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses);
 
 } // namespace zarngi
 

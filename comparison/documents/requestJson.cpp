@@ -349,6 +349,7 @@ nlohmann::ordered_json requestJson(const Request& request)
              {{"name", plane.plane ? Json(plane.plane->name) : Json(nullptr)},
               {"at", orNull(plane.at)}}},
             {"units", unitsJson(request.units)},
+            {"allowErrorDoses", request.allowErrorDoses},
             {"explain", explanationJson(request.explanation)},
             {"sweeps", textsOf(request.sweeps)}};
 }
@@ -371,6 +372,7 @@ Request requestOf(const nlohmann::ordered_json& document)
     request.structures = readStructures(members.object("structures"));
     request.plane = readPlane(members.object("plane"));
     request.units = readUnits(members.object("units"));
+    request.allowErrorDoses = members.flag("allowErrorDoses");
     request.explanation = readExplanation(members);
     const std::vector<std::string> sweeps = members.texts("sweeps");
     for (std::size_t i = 0; i < sweeps.size(); ++i) {

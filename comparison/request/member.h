@@ -44,6 +44,7 @@ enum class Member {
     planeAt,
     doseUnit,
     lengthUnit,
+    allowErrorDoses,
     explain,
     explainRange,
     explainStructure,

@@ -81,6 +81,7 @@ struct Request {
     StructureRequest structures;
     PlaneRequest plane;
     files::TableUnits units; ///< of tables that tell none
+    bool allowErrorDoses = false; ///< differences between doses are compared as doses
     std::optional<ExplanationWish> explanation;
     std::vector<CriterionRange> sweeps;
     std::string commandLine; ///< that asked; may be empty; kept in the outputs

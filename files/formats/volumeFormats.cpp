@@ -20,6 +20,12 @@ DoseImage readAs(FileFormat format, ByteView file, const FindFile& find, const H
 
 } // namespace
 
+void assumeGray(DoseImage& dose)
+{
+    dose.tellsUnit = false;
+    dose.doubts.emplace_back("tells no unit of dose; its values are taken for Gy");
+}
+
 void completeVolume(FileFormat format, DoseImage& dose)
 {
     dose.format = formatName(format);

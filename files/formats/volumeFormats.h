@@ -26,6 +26,9 @@ DoseImage readMetaImage(ByteView file, const FindFile& find, const Host& host);
  */
 DoseImage readNifti(ByteView file, const FindFile& find, const Host& host);
 
+/** Says that the values count as Gy because the file tells no unit. */
+void assumeGray(DoseImage& dose);
+
 /** Names the format of a volume, and warns of what its file does not tell. */
 void completeVolume(FileFormat format, DoseImage& dose);
 

@@ -11,7 +11,6 @@ from variants import VALUES
 PLANE = VALUES[0, :, :4]
 X = (-15.0, -10.0, -5.0, 0.0)
 Y = (-2.0, 0.5, 3.0)
-THIN = 0.0078125
 NO_LENGTH = "tells no unit of length; its coordinates are taken for mm"
 NO_DOSE_UNIT = ("tells no unit of dose: a column's name, as in dose (Gy), or a line of its own must "
                 "say Gy or cGy, or the unit be given")

@@ -70,7 +70,8 @@ public:
 
     files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
     {
-        return withPaths(files::readDose(contents_.view(), finder(), scriptHost(units)));
+        return withPaths(
+            files::readDose(contents_.view(), path_, finder(), scriptHost(units)));
     }
 
     files::Result<files::StructureSet> structures()
@@ -111,7 +112,7 @@ Json facts(const files::DoseImage& dose)
 {
     Json json = {{"dataPath", dose.dataPath},
                  {"format", dose.format},
-                 {"grid", zarngi::gridJson(dose.image.geometry, zarngi::doseExtremes(dose.image))},
+                 {"grid", zarngi::gridJson(dose, zarngi::extremesOf(dose))},
                  {"doseUnit", dose.isRelative ? "relative" : "Gy"},
                  {"measurement", zarngi::measurementJson(dose)},
                  {"warnings", dose.warnings}};

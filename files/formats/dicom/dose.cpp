@@ -153,6 +153,9 @@ DoseImage readDicomDose(const DicomFile& file, const Host& host)
     dose.format = formatName(FileFormat::dicom);
     dose.isRelative = unitsAreRelative(values);
     dose.dicom = dicomIdentity(values);
+    if (dose.isError()) {
+        dose.doubts.emplace_back("is of the Dose Type ERROR: it holds differences between doses");
+    }
     const double scaling = scalingOf(values);
     const DicomPixelFormat format = dicomPixelFormat(values);
     const StoredGeometry stored = geometryOf(values);

@@ -32,6 +32,7 @@ _NO_MEMORY = -3
 
 # enum zarnGIHost_Fact
 _IS_RELATIVE = 0
+_IS_ERROR = 5
 
 # enum zarnGIHost_Text
 _DATA_PATH = 1
@@ -175,6 +176,11 @@ class Dose:
     def is_relative(self) -> bool:
         """Whether the doses are relative to a value that the file does not tell."""
         return bool(_host.zarnGIHost_getFact(self._handle, _IS_RELATIVE))
+
+    @property
+    def is_error(self) -> bool:
+        """Whether it holds differences between doses: DICOM's Dose Type ERROR."""
+        return bool(_host.zarnGIHost_getFact(self._handle, _IS_ERROR))
 
     @property
     def data_path(self) -> str:
