@@ -152,7 +152,9 @@ DoseImage readDicomDose(const DicomFile& file, const Host& host)
     DoseImage dose;
     dose.format = formatName(FileFormat::dicom);
     dose.isRelative = unitsAreRelative(values);
-    dose.dicom = dicomIdentity(values);
+    DicomTexts texts(values);
+    dose.dicom = dicomIdentity(values, texts);
+    dose.warnings = texts.warnings();
     const double scaling = scalingOf(values);
     const DicomPixelFormat format = dicomPixelFormat(values);
     const StoredGeometry stored = geometryOf(values);
