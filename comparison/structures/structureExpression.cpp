@@ -6,6 +6,7 @@
 
 #include "comparison/failure.h"
 #include "comparison/text.h"
+#include "files/characters/utf8.h"
 
 namespace zarngi
 {
@@ -124,12 +125,12 @@ private:
     /** Of the names that stand here, with an operator or nothing behind; 0: none. */
     std::size_t longestName() const
     {
-        const std::string rest = files::lowerCase(std::string_view(text_).substr(position_));
+        const std::string rest = files::inSmallLetters(std::string_view(text_).substr(position_));
         std::size_t longest = 0;
         for (const StructureName& both : names_) {
             for (const std::string& name : {both.unique, both.inFile}) {
                 const std::size_t behind = rest.find_first_not_of(' ', name.size());
-                const bool isWhole = rest.starts_with(files::lowerCase(name)) &&
+                const bool isWhole = rest.starts_with(files::inSmallLetters(name)) &&
                                      (behind == std::string::npos ||
                                       operators.find(rest[behind]) != std::string_view::npos);
                 longest = isWhole ? std::max(longest, name.size()) : longest;

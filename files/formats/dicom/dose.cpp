@@ -152,7 +152,9 @@ DoseImage readDicomDose(const DicomFile& file, const Host& host)
     DoseImage dose;
     dose.format = formatName(FileFormat::dicom);
     dose.isRelative = unitsAreRelative(values);
-    dose.dicom = dicomIdentity(values);
+    DicomTexts texts(values);
+    dose.dicom = dicomIdentity(values, texts);
+    dose.warnings = texts.warnings();
     if (dose.isError()) {
         dose.doubts.emplace_back("is of the Dose Type ERROR: it holds differences between doses");
     }
