@@ -1,5 +1,6 @@
 #include "comparison/compare.h"
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <utility>
@@ -21,6 +22,31 @@ double secondsSince(std::chrono::steady_clock::time_point start)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+/** Warns of files that are others than when the same was asked before. */
+void compareDigests(const Request& request, const GivenDoses& doses,
+                    const StructureCatalogue* catalogue, const FileDigests& digests,
+                    std::vector<Sentence>& warnings)
+{
+    std::vector<std::string> paths{doses.reference.path, doses.evaluation.path};
+    for (const auto* const added : {&doses.referenceAdded, &doses.evaluationAdded}) {
+        for (const DoseImage& dose : *added) {
+            paths.push_back(dose.path);
+        }
+    }
+    if (catalogue != nullptr) {
+        for (const files::StructureSet& set : catalogue->sets()) {
+            paths.push_back(set.path);
+        }
+    }
+    for (std::size_t i = 0; i < std::min(paths.size(), request.formerDigests.size()); ++i) {
+        const auto digest = digests.find(paths[i]);
+        if (digest != digests.end() && digest->second.sha256 != request.formerDigests[i]) {
+            warnings.push_back(Sentence(FileName{paths[i]}) +
+                               ": is another file than that of the record (SHA-256)");
+        }
+    }
+}
+
 /** Everything but the results. */
 Comparison prepared(const Request& request, DoseSource& source)
 {
@@ -29,6 +55,8 @@ Comparison prepared(const Request& request, DoseSource& source)
     GivenDoses given = givenDoses(request, source, warnings);
     std::shared_ptr<const StructureCatalogue> catalogue =
         catalogueOf(request.structures, source, given, warnings);
+    FileDigests digests = source.digests();
+    compareDigests(request, given, catalogue.get(), digests, warnings);
     const double readSeconds = secondsSince(start);
     ComparedDoses doses = comparedDoses(std::move(given), request.normalisation);
     ChosenStructures chosen = chosenStructures(std::move(catalogue), request, doses, warnings);
@@ -36,7 +64,7 @@ Comparison prepared(const Request& request, DoseSource& source)
     return {std::move(doses),
             request,
             settings,
-            source.digests(),
+            std::move(digests),
             std::move(chosen.within),
             std::move(chosen.structures),
             {},

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <ctime>
 
+#include "comparison/documents/requestJson.h"
 #include "comparison/doseJson.h"
 #include "comparison/explanation/explanationJson.h"
 #include "comparison/measurements/measurementJson.h"
@@ -79,6 +80,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
         {"program", {{"name", "zarngi"}, {"version", projectVersion()}}},
         {"created", nowInUtc()},
         {"command", comparison.request.commandLine},
+        {"request", requestJson(comparison.request)},
         {"files",
          {{"reference", fileJson(comparison.reference, comparison.digests)},
           {"evaluation", fileJson(comparison.evaluation, comparison.digests)}}},

@@ -84,9 +84,10 @@ ExitCode compare(const CompareOptions& options)
 {
     const Request request = options.request();
     checkRequest(request);
-    checkOutputs(options.outputs, request);
-    const bool isRecorded = !options.outputs.json.empty() || !options.outputs.report.empty();
-    DiskSource source(unpackPixels, isRecorded);
+    checkOutputs(options, request);
+    const bool isDigested = !options.outputs.json.empty() || !options.outputs.report.empty() ||
+                            !request.formerDigests.empty();
+    DiskSource source(unpackPixels, isDigested);
     std::optional<Outputs> outputs;
     Watchers watchers = progressOf(request.settings);
     watchers.prepared = [&](const Comparison& prepared) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "cli/commands/requestFile.h"
 #include "comparison/failure.h"
 #include "comparison/request/values.h"
 #include "comparison/text.h"
@@ -191,6 +192,8 @@ void addOutput(CLI::App& command, CompareOptions& options)
         command.add_option(name, value, text)->type_name("FILE")->group("Output");
     };
     file("--report", options.outputs.report, "Page with slices, profiles and histogram (.html)");
+    file("--save-request", options.outputs.request,
+         "What is asked for, to be used again: --request");
     file("--json", options.outputs.json, "Everything about the comparison, for programs");
     file("--csv", options.outputs.csv, "One row per criterion, for spreadsheets");
     file("--gamma-map", options.outputs.gammaMap, "Gamma of every voxel (.mha, .nrrd, .nii.gz)");
@@ -200,22 +203,55 @@ void addOutput(CLI::App& command, CompareOptions& options)
         ->group("Output");
 }
 
+/** Replaces a member of a request by what was given. */
+template <class Value> void replace(Value& member, const Value& given)
+{
+    if (!given.empty()) {
+        member = given;
+    }
+}
+
+void replace(bool& member, bool given)
+{
+    member = member || given;
+}
+
+template <class Value, class Given>
+void replaceBy(Value& member, const std::optional<Given>& given)
+{
+    if (given) {
+        member = *given;
+    }
+}
+
+void readDose(DoseRequest& dose, const std::string& file, const std::vector<std::string>& added,
+              const std::string& scale, Member scaleMember)
+{
+    replace(dose.file, file);
+    replace(dose.added, added);
+    if (!scale.empty()) {
+        dose.factor = parseFactor({scaleMember}, scale);
+    }
+}
+
 void readDoses(Request& request, const CompareOptions& options)
 {
-    const auto factor = [](Member member, const std::string& text) {
-        return text.empty() ? DoseFactor() : parseFactor({member}, text);
-    };
-    request.reference = {options.reference, options.referenceAdded,
-                         factor(Member::referenceScale, options.referenceScale)};
-    request.evaluation = {options.evaluation, options.evaluationAdded,
-                          factor(Member::evaluationScale, options.evaluationScale)};
-    request.plane = parsePlane(options.plane, options.at);
-    request.units = parseUnits(options.units.dose, options.units.length);
-    request.allowErrorDoses = options.allowErrorDoses;
+    readDose(request.reference, options.reference, options.referenceAdded, options.referenceScale,
+             Member::referenceScale);
+    readDose(request.evaluation, options.evaluation, options.evaluationAdded,
+             options.evaluationScale, Member::evaluationScale);
+    const PlaneRequest plane = parsePlane(options.plane, options.at);
+    replaceBy(request.plane.plane, plane.plane);
+    replaceBy(request.plane.at, plane.at);
+    const files::TableUnits units = parseUnits(options.units.dose, options.units.length);
+    replaceBy(request.units.gray, units.gray);
+    replaceBy(request.units.millimetres, units.millimetres);
+    replace(request.allowErrorDoses, options.allowErrorDoses);
     if (!options.norm.empty()) {
         request.normalisation = parseNormalisation(options.norm);
     }
     if (!options.normAt.empty()) {
+        request.normalisation = {};
         request.normalisation.at = parsePosition({Member::normalisationAt}, options.normAt);
     }
 }
@@ -224,26 +260,51 @@ void readCriteria(Request& request, const CompareOptions& options)
 {
     if (!options.criteria.empty()) {
         request.criteria = parseCriteria(options.criteria);
-        return;
+    } else if (options.doseDifference || options.distance || options.isLocal) {
+        Criterion single;
+        replaceBy(single.doseDifference, options.doseDifference);
+        replaceBy(single.distance, options.distance);
+        single.isLocal = options.isLocal;
+        request.criteria = {{single}};
     }
-    Criterion& single = request.criteria.front().criterion;
-    single.doseDifference = options.doseDifference.value_or(single.doseDifference);
-    single.distance = options.distance.value_or(single.distance);
-    single.isLocal = options.isLocal;
 }
 
 void readSettings(GammaSettings& settings, const CompareOptions& options)
 {
-    settings.cutOff = options.cutOff.value_or(settings.cutOff);
-    settings.maxGamma = options.maxGamma.value_or(settings.maxGamma);
-    settings.step = options.step;
-    settings.passRateOnly = options.passRateOnly;
-    settings.nearest = options.nearest;
-    settings.slices = options.slices;
-    settings.rotate = options.rotate;
+    replaceBy(settings.cutOff, options.cutOff);
+    replaceBy(settings.maxGamma, options.maxGamma);
+    replaceBy(settings.step, options.step);
+    replace(settings.passRateOnly, options.passRateOnly);
+    replace(settings.nearest, options.nearest);
+    replace(settings.slices, options.slices);
+    replace(settings.rotate, options.rotate);
     settings.threads = options.threads.value_or(
         static_cast<int>(std::max(1U, std::thread::hardware_concurrency())));
     settings.verbose = options.verbose;
+}
+
+void readLimits(LimitRequest& limits, const CompareOptions& options)
+{
+    const auto read = [](StructureLimits& limit, Member member,
+                         const std::vector<std::string>& texts) {
+        if (!texts.empty()) {
+            limit = StructureLimits(member, texts);
+        }
+    };
+    read(limits.tolerance, Member::tolerance, options.tolerance);
+    read(limits.action, Member::action, options.action);
+    read(limits.failBelow, Member::failBelow, options.failBelow);
+}
+
+void readStructures(StructureRequest& request, const CompareOptions& options)
+{
+    replace(request.files, options.structures);
+    replace(request.shown, options.shown);
+    replace(request.excluded, options.excluded);
+    replace(request.within, options.within);
+    replace(request.metrics, parseDoseMetrics(options.metrics));
+    replaceBy(request.prescription, options.prescription);
+    replace(request.ignoreFrame, options.ignoreFrame);
 }
 
 void readFindings(Request& request, const CompareOptions& options)
@@ -254,8 +315,21 @@ void readFindings(Request& request, const CompareOptions& options)
             request.explanation->range = explanationRange(*options.explainRange);
         }
     }
+    std::vector<CriterionRange> sweeps;
     for (std::size_t i = 0; i < options.sweeps.size(); ++i) {
-        request.sweeps.push_back(parseCriterionRange(options.sweeps[i], {Member::sweeps, i}));
+        sweeps.push_back(parseCriterionRange(options.sweeps[i], {Member::sweeps, i}));
+    }
+    replace(request.sweeps, sweeps);
+}
+
+void checkFiles(const Request& request)
+{
+    for (const auto& [file, member] : {std::pair(&request.reference.file, Member::reference),
+                                       std::pair(&request.evaluation.file, Member::evaluation)}) {
+        if (file->empty()) {
+            throw UsageError({member},
+                             Sentence(member) + " is required (zarngi --help tells more)");
+        }
     }
 }
 
@@ -263,17 +337,15 @@ void readFindings(Request& request, const CompareOptions& options)
 
 Request CompareOptions::request() const
 {
-    Request request;
+    Request request = requestFile.empty() ? Request() : readRequest(requestFile);
     readCriteria(request, *this);
     readDoses(request, *this);
     readSettings(request.settings, *this);
-    request.limits = {StructureLimits(Member::tolerance, tolerance),
-                      StructureLimits(Member::action, action),
-                      StructureLimits(Member::failBelow, failBelow)};
-    request.structures = {structures,   shown,      excluded, within, parseDoseMetrics(metrics),
-                          prescription, ignoreFrame};
+    readLimits(request.limits, *this);
+    readStructures(request.structures, *this);
     readFindings(request, *this);
     request.commandLine = commandLine;
+    checkFiles(request);
     return request;
 }
 
@@ -293,12 +365,14 @@ void addTableUnits(CLI::App& command, UnitOptions& options)
 void addCompareOptions(CLI::App& command, CompareOptions& options)
 {
     command.add_option("REFERENCE", options.reference, "Dose file that is tested voxel by voxel")
-        ->type_name("")
-        ->required();
+        ->type_name("");
     command
         .add_option("EVALUATION", options.evaluation, "Dose file that is searched for agreement")
-        ->type_name("")
-        ->required();
+        ->type_name("");
+    command
+        .add_option("--request", options.requestFile,
+                    "Ask for what this file (request or record) asks for")
+        ->type_name("FILE");
     addCriteria(command, options);
     addDoseLevels(command, options);
     addSearch(command, options);
@@ -309,13 +383,17 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addOutput(command, options);
 }
 
-void checkOutputs(const OutputNames& outputs, const Request& request)
+void checkOutputs(const CompareOptions& options, const Request& request)
 {
+    const OutputNames& outputs = options.outputs;
     if (!outputs.report.empty() && request.settings.passRateOnly) {
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }
     outputs.checkFormats();
-    outputs.checkFiles(request.files(), request.criteriaToCompute());
+    std::vector<std::string> inputs = request.files();
+    inputs.push_back(options.requestFile);
+    std::erase(inputs, "");
+    outputs.checkFiles(inputs, request.criteriaToCompute());
 }
 
 } // namespace zarngi

@@ -28,6 +28,7 @@ struct UnitOptions {
 
 /** What is asked for as it was given, and where to write it; what is empty was not given. */
 struct CompareOptions {
+    std::string requestFile; ///< whose request holds where nothing else is given
     std::string reference;
     std::string evaluation;
     std::vector<std::string> referenceAdded;
@@ -70,7 +71,7 @@ struct CompareOptions {
     std::string commandLine; ///< as it was typed
     OutputNames outputs;
 
-    /** @throws UsageError */
+    /** What is asked for. @throws UsageError, InputError */
     Request request() const;
 };
 
@@ -80,8 +81,8 @@ void addCompareOptions(CLI::App& command, CompareOptions& options);
 /** Adds --dose-unit and --length-unit. */
 void addTableUnits(CLI::App& command, UnitOptions& options);
 
-/** What the parser cannot see: combinations that make no sense. @throws UsageError */
-void checkOutputs(const OutputNames& outputs, const Request& request);
+/** Outputs that make no sense, whatever the files hold. @throws UsageError */
+void checkOutputs(const CompareOptions& options, const Request& request);
 
 } // namespace zarngi
 

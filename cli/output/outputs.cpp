@@ -9,10 +9,12 @@
 #include <cstdio>
 #include <iostream>
 
+#include "cli/commands/requestFile.h"
 #include "cli/output/reportTemplate.h"
 #include "cli/output/systemCall.h"
 #include "cli/output/volumeFile.h"
 #include "comparison/csv.h"
+#include "comparison/documents/requestJson.h"
 #include "comparison/doseJson.h"
 #include "comparison/failure.h"
 #include "comparison/nativePagePacking.h"
@@ -98,7 +100,7 @@ void OutputNames::checkFiles(const std::vector<std::string>& inputs,
 {
     const std::vector<FileIdentity> read = identitiesOf(inputs);
     std::vector<std::string> names = gammaMaps(criteria);
-    names.insert(names.end(), {json, csv, report});
+    names.insert(names.end(), {json, csv, report, request});
     std::erase(names, "");
     std::vector<FileIdentity> written;
     for (const std::string& name : names) {
@@ -146,6 +148,7 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
     openFile(json_, names.json);
     openFile(csv_, names.csv);
     openFile(report_, names.report);
+    openFile(request_, names.request);
     for (const std::string& name : names.gammaMaps(criteria)) {
         gammaMaps_.emplace_back(name);
     }
@@ -156,7 +159,7 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
 
 bool Outputs::useStandardOutput() const
 {
-    for (const std::optional<OutputFile>* const file : {&json_, &csv_, &report_}) {
+    for (const std::optional<OutputFile>* const file : {&json_, &csv_, &report_, &request_}) {
         if (*file && (*file)->isStandardOutput()) {
             return true;
         }
@@ -171,16 +174,24 @@ void Outputs::write(const Comparison& comparison)
         writeImage(gammaMaps_[i],
                    {comparison.reference.image.geometry, comparison.results[i].gamma});
     }
-    const nlohmann::ordered_json record =
+    nlohmann::ordered_json record =
         json_ || report_ ? comparisonJson(comparison) : nlohmann::ordered_json();
+    const auto recordFor = [&](const std::string& name) -> const nlohmann::ordered_json& {
+        record["request"] = requestJson(relocated(comparison.request, name));
+        return record;
+    };
     if (json_) {
-        json_->write(toText(record, 2) + "\n");
+        json_->write(toText(recordFor(json_->name()), 2) + "\n");
     }
     if (csv_) {
         csv_->write(comparisonCsv(comparison));
     }
     if (report_) {
-        report_->write(reportPage(comparison, record, reportTemplate(), nativePagePacking()));
+        report_->write(reportPage(comparison, recordFor(report_->name()), reportTemplate(),
+                                  nativePagePacking()));
+    }
+    if (request_) {
+        request_->write(protocolText(comparison.request, request_->name()));
     }
 }
 

@@ -22,6 +22,7 @@ struct OutputNames {
     std::string json;
     std::string csv;
     std::string report;
+    std::string request; ///< a protocol
 
     /** @throws UsageError for an unknown extension */
     void checkFormats() const;
@@ -63,6 +64,7 @@ private:
     std::optional<OutputFile> json_;
     std::optional<OutputFile> csv_;
     std::optional<OutputFile> report_;
+    std::optional<OutputFile> request_;
 };
 
 } // namespace zarngi

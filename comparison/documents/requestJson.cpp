@@ -382,7 +382,50 @@ Request requestOf(const nlohmann::ordered_json& document)
     return request;
 }
 
-Request requestOf(std::string_view text)
+namespace
+{
+
+/** Digests that a record tells, in the order of Request::files(). */
+std::vector<std::string> digestsOf(const Json& record)
+{
+    std::vector<std::string> digests;
+    const auto add = [&](const char* pointer) {
+        const Json& file = record.at(Json::json_pointer(pointer));
+        digests.push_back(file.value("sha256", ""));
+    };
+    const auto addAll = [&](const char* pointer) {
+        for (const Json& file : record.value(Json::json_pointer(pointer), Json::array())) {
+            digests.push_back(file.value("sha256", ""));
+        }
+    };
+    add("/files/reference");
+    add("/files/evaluation");
+    addAll("/doses/reference/added");
+    addAll("/doses/evaluation/added");
+    addAll("/structures/files");
+    return digests;
+}
+
+Request requestOfRecord(const Json& record)
+{
+    if (!record.contains("request")) {
+        throw refusalAt("request", "is missing in this record: it is of a version before 4.3");
+    }
+    Request request = requestOf(record.at("request"));
+    if (request.settings.rotate) {
+        throw refusalAt("rotate", "is true: what was turned at random cannot be computed again");
+    }
+    try {
+        request.formerDigests = digestsOf(record);
+    } catch (const Json::exception&) {
+        throw refusalAt("files", "is not that of a record");
+    }
+    return request;
+}
+
+} // namespace
+
+Request requestOfText(std::string_view text)
 {
     const Json document = Json::parse(text, nullptr, false);
     if (document.is_discarded()) {
@@ -390,11 +433,7 @@ Request requestOf(std::string_view text)
     }
     const bool isRecord =
         document.is_object() && document.value("format", Json()) == "zarngi-report";
-    if (isRecord && !document.contains("request")) {
-        throw refusalAt(
-            "format", "is that of a record which holds no request: it is of a version before 4.3");
-    }
-    return requestOf(isRecord ? document.at("request") : document);
+    return isRecord ? requestOfRecord(document) : requestOf(document);
 }
 
 } // namespace zarngi

@@ -26,7 +26,7 @@ nlohmann::ordered_json requestJson(const Request& request);
 Request requestOf(const nlohmann::ordered_json& document);
 
 /** The same from a text: a request, or a record, which holds one. @throws UsageError */
-Request requestOf(std::string_view text);
+Request requestOfText(std::string_view text);
 
 } // namespace zarngi
 

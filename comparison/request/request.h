@@ -80,11 +80,13 @@ struct Request {
     LimitRequest limits;
     StructureRequest structures;
     PlaneRequest plane;
-    files::TableUnits units; ///< of tables that tell none
+    files::TableUnits units;      ///< of tables that tell none
     bool allowErrorDoses = false; ///< differences between doses are compared as doses
     std::optional<ExplanationWish> explanation;
     std::vector<CriterionRange> sweeps;
     std::string commandLine; ///< that asked; may be empty; kept in the outputs
+    /** SHA-256 of the files() when this was asked before; empty, or as many, some of them empty. */
+    std::vector<std::string> formerDigests;
 
     std::vector<Criterion> criteriaToCompute() const;
     /** All that are read. */

@@ -1,0 +1,82 @@
+#include "cli/commands/requestFile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "comparison/documents/requestJson.h"
+#include "comparison/doseJson.h"
+#include "comparison/failure.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+std::string contentsOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    if (!file || !text) {
+        throw failureOf(path, "cannot be read as a request", FailureKind::system);
+    }
+    return text.str();
+}
+
+template <class Change> void changeFiles(Request& request, const Change& change)
+{
+    const auto changeOne = [&](std::string& file) { file = file.empty() ? file : change(file); };
+    for (DoseRequest* const dose : {&request.reference, &request.evaluation}) {
+        changeOne(dose->file);
+        for (std::string& file : dose->added) {
+            changeOne(file);
+        }
+    }
+    for (std::string& file : request.structures.files) {
+        changeOne(file);
+    }
+}
+
+} // namespace
+
+Request readRequest(const std::string& path)
+{
+    try {
+        Request request = requestOfText(contentsOf(path));
+        const fs::path folder = fs::path(path).parent_path();
+        changeFiles(request, [&](const std::string& file) { return (folder / file).lexically_normal().string(); });
+        return request;
+    } catch (const UsageError& error) {
+        throw UsageError(error.member(), Sentence(FileName{path}) + ": " + error.sentence());
+    }
+}
+
+Request relocated(Request request, const std::string& path)
+{
+    const fs::path folder = fs::absolute(path).lexically_normal().parent_path();
+    changeFiles(request, [&](const std::string& file) {
+        return fs::absolute(file).lexically_normal().lexically_proximate(folder).string();
+    });
+    return request;
+}
+
+std::string protocolText(Request request, const std::string& path)
+{
+    request.reference.file.clear();
+    request.reference.added.clear();
+    request.evaluation.file.clear();
+    request.evaluation.added.clear();
+    request.structures.files.clear();
+    if (request.protocol.name.empty()) {
+        request.protocol = {fs::path(path).stem().string(), "1"};
+    }
+    return toText(requestJson(request), 2) + "\n";
+}
+
+} // namespace zarngi

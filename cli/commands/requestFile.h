@@ -1,0 +1,29 @@
+/**
+ * @file requestFile.h
+ * Requests in files: what `--request` reads and `--save-request` writes.
+ */
+#ifndef ZARNGI_CLI_COMMANDS_REQUESTFILE_H
+#define ZARNGI_CLI_COMMANDS_REQUESTFILE_H
+
+#include <string>
+
+#include "comparison/request/request.h"
+
+namespace zarngi
+{
+
+/**
+ * The request in a file, or that of the record in it; files that it names lie relative to it.
+ * @throws InputError, UsageError
+ */
+Request readRequest(const std::string& path);
+
+/** A request whose files are named as a document at a path must name them. */
+Request relocated(Request request, const std::string& path);
+
+/** A request to be used again: the document without files, called as the file is. */
+std::string protocolText(Request request, const std::string& path);
+
+} // namespace zarngi
+
+#endif
