@@ -71,7 +71,8 @@ Comparison prepared(const Request& request, DoseSource& source)
             {},
             {},
             std::move(warnings),
-            readSeconds};
+            readSeconds,
+            source.isDiscreet()};
 }
 
 } // namespace

@@ -74,6 +74,7 @@ struct Comparison : ComparedDoses {
     std::vector<Sweep> sweeps;
     std::vector<Sentence> warnings;
     double readSeconds = 0;
+    bool isDiscreet = false; ///< no sentence quotes what stands in a file
 
     /** Gy (or the unit of relative doses): only voxels above it were tested. */
     double cutOffDose() const { return settings.cutOff / 100 * normalisation; }

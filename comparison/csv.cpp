@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "comparison/documents/disclosure.h"
 #include "comparison/explanation/conclusion.h"
 #include "comparison/text.h"
 
@@ -45,15 +46,22 @@ std::string cellOf(const std::optional<double>& value)
     return value ? number(*value, digits) : std::string();
 }
 
+/** What the table is of. */
+struct Told {
+    const Comparison& comparison;
+    const Disclosure& disclosure;
+};
+
 /** The columns of a criterion, filled with what it found in some voxels. */
 Cells resultCells(const CriterionResult& result, const GammaStatistics& statistics,
-                  const char* verdict, const Comparison& comparison)
+                  const char* verdict, const Told& told)
 {
+    const Comparison& comparison = told.comparison;
     const auto gamma = [&statistics](double GammaSpread::*member) {
         return statistics.spread ? number((*statistics.spread).*member, digits) : std::string();
     };
-    return {comparison.reference.path,
-            comparison.evaluation.path,
+    return {told.disclosure.pathOf(told.comparison.reference.path),
+            told.disclosure.pathOf(told.comparison.evaluation.path),
             result.criterion.label(),
             number(result.criterion.doseDifference),
             number(result.criterion.distance),
@@ -146,8 +154,9 @@ Cells explanationCells(const Explanation& explanation, const Criterion& criterio
 
 /** The row of a criterion, in a structure or in all voxels. */
 std::string finishedRow(Cells cells, const CriterionResult& result, const std::string& structure,
-                        const Comparison& comparison)
+                        const Told& told)
 {
+    const Comparison& comparison = told.comparison;
     if (comparison.explanation) {
         append(cells, explanationCells(*comparison.explanation, result.criterion, structure));
     }
@@ -155,47 +164,49 @@ std::string finishedRow(Cells cells, const CriterionResult& result, const std::s
 }
 
 std::string structureRow(const CriterionResult& result, const StructureGamma& gamma,
-                         const StructureRow& structure, const Comparison& comparison)
+                         const StructureRow& structure, const Told& told)
 {
+    const Comparison& comparison = told.comparison;
     const std::size_t metrics = comparison.structures->doseVolume.metrics.size();
     Cells cells = resultCells(result, gamma.statistics,
-                              gamma.verdict ? verdictName(*gamma.verdict) : "none", comparison);
+                              gamma.verdict ? verdictName(*gamma.verdict) : "none", told);
     append(cells, {structure.chosen.name, std::to_string(files::pointCount(structure.voxels)),
                    number(structure.volume, digits), std::to_string(gamma.statistics.unreached)});
     append(cells, doseCells(structure.reference, metrics));
     append(cells, doseCells(structure.evaluation, metrics));
-    return finishedRow(std::move(cells), result, structure.chosen.name, comparison);
+    return finishedRow(std::move(cells), result, structure.chosen.name, told);
 }
 
-std::string resultRows(const CriterionResult& result, const Comparison& comparison)
+std::string resultRows(const CriterionResult& result, const Told& told)
 {
-    Cells whole = resultCells(result, result.statistics, verdictName(result.verdict), comparison);
+    const Comparison& comparison = told.comparison;
+    Cells whole = resultCells(result, result.statistics, verdictName(result.verdict), told);
     if (!comparison.structures) {
-        return finishedRow(std::move(whole), result, "", comparison);
+        return finishedRow(std::move(whole), result, "", told);
     }
     const StructureComparison& structures = *comparison.structures;
     append(whole, plainCells("", result.statistics, structures.doseVolume.metrics));
-    std::string text = finishedRow(std::move(whole), result, "", comparison);
+    std::string text = finishedRow(std::move(whole), result, "", told);
     for (std::size_t i = 0; i < structures.rows.size(); ++i) {
         if (result.structures[i]) {
-            text += structureRow(result, *result.structures[i], structures.rows[i], comparison);
+            text += structureRow(result, *result.structures[i], structures.rows[i], told);
         }
     }
     if (result.outside) {
         const StructureGamma& outside = *result.outside;
-        Cells cells =
-            resultCells(result, outside.statistics,
-                        outside.verdict ? verdictName(*outside.verdict) : "none", comparison);
+        Cells cells = resultCells(result, outside.statistics,
+                                  outside.verdict ? verdictName(*outside.verdict) : "none", told);
         append(cells, plainCells("outside of all structures", outside.statistics,
                                  structures.doseVolume.metrics));
-        text += finishedRow(std::move(cells), result, "outside of all structures", comparison);
+        text += finishedRow(std::move(cells), result, "outside of all structures", told);
     }
     return text;
 }
 
 /** Rates by criterion: the columns up to the rate, and the structure where there are some. */
-std::string sweepRows(const Sweep& sweep, const Comparison& comparison, std::size_t columns)
+std::string sweepRows(const Sweep& sweep, const Told& told, std::size_t columns)
 {
+    const Comparison& comparison = told.comparison;
     std::string text;
     const std::size_t distances = sweep.range.distances.size();
     for (const SweepPart& part : sweep.parts) {
@@ -208,7 +219,7 @@ std::string sweepRows(const Sweep& sweep, const Comparison& comparison, std::siz
             statistics.passed = part.counts[i].passed;
             statistics.failed = statistics.tested - statistics.passed;
             statistics.passRate = part.counts[i].passRate;
-            Cells cells = resultCells(result, statistics, "", comparison);
+            Cells cells = resultCells(result, statistics, "", told);
             constexpr std::size_t seconds = 18; // and all behind it but the structure's name
             for (std::size_t c = seconds; c < cells.size(); ++c) {
                 cells[c].clear();
@@ -225,8 +236,10 @@ std::string sweepRows(const Sweep& sweep, const Comparison& comparison, std::siz
 
 } // namespace
 
-std::string comparisonCsv(const Comparison& comparison)
+std::string comparisonCsv(const Comparison& comparison, const std::optional<std::string>& alias)
 {
+    const Disclosure disclosure(comparison, alias);
+    const Told told{comparison, disclosure};
     Cells names{"reference",
                 "evaluation",
                 "criterion",
@@ -257,10 +270,10 @@ std::string comparisonCsv(const Comparison& comparison)
     }
     std::string text = row(names);
     for (const CriterionResult& result : comparison.results) {
-        text += resultRows(result, comparison);
+        text += resultRows(result, told);
     }
     for (const Sweep& sweep : comparison.sweeps) {
-        text += sweepRows(sweep, comparison, names.size());
+        text += sweepRows(sweep, told, names.size());
     }
     return text;
 }

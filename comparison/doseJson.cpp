@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
 #include <utility>
 
 namespace zarngi
@@ -28,27 +27,26 @@ std::string description(const DicomIdentity& identity)
 } // namespace
 
 nlohmann::ordered_json fileJson(const std::string& path, const std::string& dataPath,
-                                const std::string& format, const FileDigests& digests)
+                                const std::string& format, const Disclosure& disclosure)
 {
-    const FileDigest& digest = digests.at(path);
-    Json file = {{"name", std::filesystem::path(path).filename().string()},
-                 {"path", path},
+    const FileDigest& digest = disclosure.digestOf(path);
+    Json file = {{"name", disclosure.nameOf(path)},
+                 {"path", disclosure.pathOf(path)},
                  {"format", format},
                  {"bytes", digest.bytes},
                  {"sha256", digest.sha256}};
     if (dataPath != path) {
-        const FileDigest& data = digests.at(dataPath);
-        file["data"] = {{"name", std::filesystem::path(dataPath).filename().string()},
-                        {"bytes", data.bytes},
-                        {"sha256", data.sha256}};
+        const FileDigest& data = disclosure.digestOf(dataPath);
+        file["data"] = {
+            {"name", disclosure.nameOf(dataPath)}, {"bytes", data.bytes}, {"sha256", data.sha256}};
     }
     return file;
 }
 
-nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests)
+nlohmann::ordered_json fileJson(const DoseImage& dose, const Disclosure& disclosure)
 {
-    Json file = fileJson(dose.path, dose.dataPath, dose.format, digests);
-    if (dose.dicom) {
+    Json file = fileJson(dose.path, dose.dataPath, dose.format, disclosure);
+    if (dose.dicom && !disclosure.isAnonymous()) {
         file["description"] = description(*dose.dicom);
         file["frameOfReference"] = dose.dicom->frameOfReference;
         file["sopInstance"] = dose.dicom->sopInstance;

@@ -9,19 +9,19 @@
 
 #include <string>
 
+#include "comparison/documents/disclosure.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseImage.h"
-#include "comparison/fileDigest.h"
 
 namespace zarngi
 {
 
 /** Name, format, size and digest of a file, and of the one with its data where that is another. */
 nlohmann::ordered_json fileJson(const std::string& path, const std::string& dataPath,
-                                const std::string& format, const FileDigests& digests);
+                                const std::string& format, const Disclosure& disclosure);
 
 /** Name, format, size and digest of the file; of a plan its description, nothing of the patient. */
-nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests);
+nlohmann::ordered_json fileJson(const DoseImage& dose, const Disclosure& disclosure);
 
 /** Its spacing is null across a plane whose file tells no thickness. */
 nlohmann::ordered_json gridJson(const DoseImage& dose, const DoseExtremes& extremes);

@@ -35,6 +35,9 @@ public:
 
     /** Of all that was given so far, by the paths under which it was read; documents need them. */
     virtual FileDigests digests() const = 0;
+
+    /** Whether no warning quotes what stands in a file, as anonymous documents need it. */
+    virtual bool isDiscreet() const { return false; }
 };
 
 } // namespace zarngi

@@ -71,19 +71,22 @@ double searchSeconds(const Comparison& comparison)
 
 } // namespace
 
-nlohmann::ordered_json comparisonJson(const Comparison& comparison)
+nlohmann::ordered_json comparisonJson(const Comparison& comparison,
+                                      const std::optional<std::string>& alias)
 {
+    const Disclosure disclosure(comparison, alias);
+    const Request request = disclosed(comparison.request, disclosure);
     const std::optional<double> failBelow = comparison.request.limits.failBelow.general();
     Json document = {
         {"format", "zarngi-report"},
         {"formatVersion", 1},
         {"program", {{"name", "zarngi"}, {"version", projectVersion()}}},
         {"created", nowInUtc()},
-        {"command", comparison.request.commandLine},
-        {"request", requestJson(comparison.request)},
+        {"command", request.commandLine},
+        {"request", requestJson(request)},
         {"files",
-         {{"reference", fileJson(comparison.reference, comparison.digests)},
-          {"evaluation", fileJson(comparison.evaluation, comparison.digests)}}},
+         {{"reference", fileJson(comparison.reference, disclosure)},
+          {"evaluation", fileJson(comparison.evaluation, disclosure)}}},
         {"grids",
          {{"reference", gridJson(comparison.reference, comparison.referenceExtremes)},
           {"evaluation", gridJson(comparison.evaluation, comparison.evaluationExtremes)}}},
@@ -95,15 +98,20 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison)
         {"timings",
          {{"readSeconds", comparison.readSeconds}, {"searchSeconds", searchSeconds(comparison)}}},
         {"warnings", Json::array()}};
+    const Wording wording{plainWording().member,
+                          [&](const std::string& path) { return disclosure.pathOf(path); }};
     for (const Sentence& warning : comparison.warnings) {
-        document["warnings"].push_back(warning.text());
+        document["warnings"].push_back(warning.text(wording));
+    }
+    if (alias) {
+        document["title"] = *alias;
     }
     for (const CriterionResult& result : comparison.results) {
         document["criteria"].push_back(criterionJson(result, comparison));
     }
-    addMeasurements(document, comparison);
+    addMeasurements(document, comparison, disclosure);
     if (comparison.structures) {
-        document["structures"] = structuresJson(*comparison.structures, comparison.digests);
+        document["structures"] = structuresJson(*comparison.structures, disclosure);
         document["within"] =
             comparison.within ? Json(comparison.within->structures) : Json(nullptr);
         document["timings"]["structureSeconds"] = comparison.structures->seconds;

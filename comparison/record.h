@@ -7,12 +7,20 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <optional>
+#include <string>
+
 #include "comparison/comparison.h"
 
 namespace zarngi
 {
 
-nlohmann::ordered_json comparisonJson(const Comparison& comparison);
+/**
+ * @param alias of the pair in an anonymous record, see Disclosure; none: the files are named.
+ * @throws InputError as Disclosure
+ */
+nlohmann::ordered_json comparisonJson(const Comparison& comparison,
+                                      const std::optional<std::string>& alias = {});
 
 } // namespace zarngi
 

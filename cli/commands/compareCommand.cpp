@@ -87,7 +87,7 @@ ExitCode compare(const CompareOptions& options)
     checkOutputs(options, request);
     const bool isDigested = !options.outputs.json.empty() || !options.outputs.report.empty() ||
                             !request.formerDigests.empty();
-    DiskSource source(unpackPixels, isDigested);
+    DiskSource source(unpackPixels, isDigested, !options.outputs.alias.empty());
     std::optional<Outputs> outputs;
     Watchers watchers = progressOf(request.settings);
     watchers.prepared = [&](const Comparison& prepared) {

@@ -196,6 +196,11 @@ void addOutput(CLI::App& command, CompareOptions& options)
          "What is asked for, to be used again: --request");
     file("--json", options.outputs.json, "Everything about the comparison, for programs");
     file("--csv", options.outputs.csv, "One row per criterion, for spreadsheets");
+    command
+        .add_option("--anonymous", options.outputs.alias,
+                    "Call the pair so in the outputs, which then say nothing of its files")
+        ->type_name("NAME")
+        ->group("Output");
     file("--gamma-map", options.outputs.gammaMap, "Gamma of every voxel (.mha, .nrrd, .nii.gz)");
     command.add_option("--verbose", options.verbose, "Reports of the search, 0 to 5 (0)")
         ->check(CLI::Range(0, 5))
@@ -216,8 +221,7 @@ void replace(bool& member, bool given)
     member = member || given;
 }
 
-template <class Value, class Given>
-void replaceBy(Value& member, const std::optional<Given>& given)
+template <class Value, class Given> void replaceBy(Value& member, const std::optional<Given>& given)
 {
     if (given) {
         member = *given;

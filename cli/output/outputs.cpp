@@ -152,6 +152,9 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
     for (const std::string& name : names.gammaMaps(criteria)) {
         gammaMaps_.emplace_back(name);
     }
+    if (!names.alias.empty()) {
+        alias_ = names.alias;
+    }
     if (useStandardOutput()) {
         printToStandardError();
     }
@@ -168,26 +171,31 @@ bool Outputs::useStandardOutput() const
                        [](const OutputFile& file) { return file.isStandardOutput(); });
 }
 
+/** A request in it names files as seen from where it lies. */
+nlohmann::ordered_json Outputs::recordFor(const Comparison& comparison,
+                                          const OutputFile& file) const
+{
+    nlohmann::ordered_json record = comparisonJson(comparison, alias_);
+    if (!alias_) {
+        record["request"] = requestJson(relocated(comparison.request, file.name()));
+    }
+    return record;
+}
+
 void Outputs::write(const Comparison& comparison)
 {
     for (std::size_t i = 0; i < gammaMaps_.size(); ++i) {
         writeImage(gammaMaps_[i],
                    {comparison.reference.image.geometry, comparison.results[i].gamma});
     }
-    nlohmann::ordered_json record =
-        json_ || report_ ? comparisonJson(comparison) : nlohmann::ordered_json();
-    const auto recordFor = [&](const std::string& name) -> const nlohmann::ordered_json& {
-        record["request"] = requestJson(relocated(comparison.request, name));
-        return record;
-    };
     if (json_) {
-        json_->write(toText(recordFor(json_->name()), 2) + "\n");
+        json_->write(toText(recordFor(comparison, *json_), 2) + "\n");
     }
     if (csv_) {
-        csv_->write(comparisonCsv(comparison));
+        csv_->write(comparisonCsv(comparison, alias_));
     }
     if (report_) {
-        report_->write(reportPage(comparison, recordFor(report_->name()), reportTemplate(),
+        report_->write(reportPage(comparison, recordFor(comparison, *report_), reportTemplate(),
                                   nativePagePacking()));
     }
     if (request_) {

@@ -5,6 +5,8 @@
 #ifndef ZARNGI_CLI_OUTPUT_OUTPUTS_H
 #define ZARNGI_CLI_OUTPUT_OUTPUTS_H
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <deque>
 #include <optional>
 #include <string>
@@ -23,6 +25,8 @@ struct OutputNames {
     std::string csv;
     std::string report;
     std::string request; ///< a protocol
+    /** Of the pair in documents that say nothing of its files; empty: they name the files. */
+    std::string alias;
 
     /** @throws UsageError for an unknown extension */
     void checkFormats() const;
@@ -59,12 +63,14 @@ public:
 
 private:
     bool useStandardOutput() const;
+    nlohmann::ordered_json recordFor(const Comparison& comparison, const OutputFile& file) const;
 
     std::deque<OutputFile> gammaMaps_; ///< one per criterion, or none
     std::optional<OutputFile> json_;
     std::optional<OutputFile> csv_;
     std::optional<OutputFile> report_;
     std::optional<OutputFile> request_;
+    std::optional<std::string> alias_;
 };
 
 } // namespace zarngi

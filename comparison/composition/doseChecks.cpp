@@ -1,6 +1,7 @@
 #include "comparison/composition/doseChecks.h"
 
 #include "comparison/failure.h"
+#include "comparison/text.h"
 
 namespace zarngi
 {
@@ -75,8 +76,9 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
             "the files have different Frame of Reference UIDs: their positions may not match");
     }
     if (reference.dicom->doseType != evaluation.dicom->doseType) {
-        warnings.emplace_back("the files hold different types of dose: " +
-                              reference.dicom->doseType + " and " + evaluation.dicom->doseType);
+        warnings.emplace_back(
+            "the files hold different types of dose: " + excerpt(reference.dicom->doseType) +
+            " and " + excerpt(evaluation.dicom->doseType));
     }
 }
 

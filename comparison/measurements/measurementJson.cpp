@@ -48,11 +48,11 @@ Json placeJson(const files::PlanePlace& place)
 
 /** What a dose was made of beside its file. */
 Json makingJson(const std::vector<DoseImage>& doses, const DoseFactor& factor,
-                const FileDigests& digests)
+                const Disclosure& disclosure)
 {
     Json added = Json::array();
     for (const DoseImage& dose : doses) {
-        added.push_back(fileJson(dose, digests));
+        added.push_back(fileJson(dose, disclosure));
     }
     return {{"added", added}, {"factor", factor.value}, {"factorText", factor.text}};
 }
@@ -112,14 +112,15 @@ nlohmann::ordered_json measurementJson(const DoseImage& dose)
     return json;
 }
 
-void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison)
+void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison,
+                     const Disclosure& disclosure)
 {
     Json& making = document["doses"];
     const Request& request = comparison.request;
-    making = {{"reference",
-               makingJson(comparison.referenceAdded, request.reference.factor, comparison.digests)},
-              {"evaluation", makingJson(comparison.evaluationAdded, request.evaluation.factor,
-                                        comparison.digests)}};
+    making = {
+        {"reference", makingJson(comparison.referenceAdded, request.reference.factor, disclosure)},
+        {"evaluation",
+         makingJson(comparison.evaluationAdded, request.evaluation.factor, disclosure)}};
     document["normalisation"] = normalisationJson(comparison);
     document["searchSpace"] = nameOf(comparison.placed.space);
     if (comparison.placed.place) {

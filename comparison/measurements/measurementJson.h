@@ -8,6 +8,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "comparison/comparison.h"
+#include "comparison/documents/disclosure.h"
 
 namespace zarngi
 {
@@ -16,7 +17,8 @@ namespace zarngi
 nlohmann::ordered_json measurementJson(const DoseImage& dose);
 
 /** Adds to the record of a comparison what it has of measurements, sums, factors and places. */
-void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison);
+void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison,
+                     const Disclosure& disclosure);
 
 } // namespace zarngi
 

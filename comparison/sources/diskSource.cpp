@@ -7,12 +7,26 @@
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
 #include "files/structures/readStructures.h"
+#include "files/text.h"
 
 namespace zarngi
 {
 
 namespace
 {
+
+/** Excerpts of files in the sentences of this thread, as long as this lives. */
+class Excerpts
+{
+public:
+    explicit Excerpts(bool areShown) : before_(files::setExcerpts(areShown)) {}
+    ~Excerpts() { files::setExcerpts(before_); }
+    Excerpts(const Excerpts&) = delete;
+    Excerpts& operator=(const Excerpts&) = delete;
+
+private:
+    bool before_;
+};
 
 template <class Value> Value valueOf(files::Result<Value> result, const std::string& path)
 {
@@ -24,8 +38,8 @@ template <class Value> Value valueOf(files::Result<Value> result, const std::str
 
 } // namespace
 
-DiskSource::DiskSource(files::UnpackPixels unpackPixels, bool isDigested)
-    : unpackPixels_(std::move(unpackPixels)), isDigested_(isDigested)
+DiskSource::DiskSource(files::UnpackPixels unpackPixels, bool isDigested, bool isDiscreet)
+    : unpackPixels_(std::move(unpackPixels)), isDigested_(isDigested), isDiscreet_(isDiscreet)
 {
 }
 
@@ -43,6 +57,7 @@ files::Host DiskSource::host(FileDigests& digests, const files::TableUnits& unit
 DoseImage DiskSource::dose(const std::string& name, const files::TableUnits& units,
                            FileDigests& digests) const
 {
+    const Excerpts excerpts(!isDiscreet_);
     return valueOf(files::readDoseFile(name, host(digests, units)), name);
 }
 
@@ -70,6 +85,7 @@ std::pair<DoseImage, DoseImage> DiskSource::doses(const std::string& reference,
 
 files::StructureSet DiskSource::structures(const std::string& name)
 {
+    const Excerpts excerpts(!isDiscreet_);
     return valueOf(files::readStructuresFile(name, host(digests_)), name);
 }
 

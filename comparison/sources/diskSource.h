@@ -16,8 +16,9 @@ public:
     /**
      * @param unpackPixels of DICOM files of the JPEG families; may be empty.
      * @param isDigested whether digests are formed, which documents hold.
+     * @param isDiscreet whether sentences quote nothing of what stands in files.
      */
-    DiskSource(files::UnpackPixels unpackPixels, bool isDigested);
+    DiskSource(files::UnpackPixels unpackPixels, bool isDigested, bool isDiscreet = false);
 
     DoseImage dose(const std::string& name, const files::TableUnits& units) override;
     files::StructureSet structures(const std::string& name) override;
@@ -25,6 +26,7 @@ public:
                                           const std::string& evaluation,
                                           const files::TableUnits& units) override;
     FileDigests digests() const override { return digests_; }
+    bool isDiscreet() const override { return isDiscreet_; }
 
 private:
     /** What the readers get, whose digests go into a map. */
@@ -34,6 +36,7 @@ private:
 
     files::UnpackPixels unpackPixels_;
     bool isDigested_;
+    bool isDiscreet_;
     FileDigests digests_;
 };
 

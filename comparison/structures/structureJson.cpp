@@ -142,7 +142,7 @@ Json gammaJson(const Json& name, const StructureGamma& gamma)
 } // namespace
 
 nlohmann::ordered_json structuresJson(const StructureComparison& structures,
-                                      const FileDigests& digests)
+                                      const Disclosure& disclosure)
 {
     Json json = {{"files", Json::array()},
                  {"prescription", orNull(structures.prescription)},
@@ -150,9 +150,9 @@ nlohmann::ordered_json structuresJson(const StructureComparison& structures,
                  {"list", Json::array()},
                  {"refused", Json::array()}};
     for (const files::StructureSet& set : structures.catalogue->sets()) {
-        Json file = fileJson(set.path, set.dataPath, set.format, digests);
-        file["label"] = set.label;
-        file["sopInstance"] = set.sopInstance;
+        Json file = fileJson(set.path, set.dataPath, set.format, disclosure);
+        file["label"] = disclosure.isAnonymous() ? "" : set.label;
+        file["sopInstance"] = disclosure.isAnonymous() ? "" : set.sopInstance;
         file["structures"] = set.structures.size();
         json["files"].push_back(std::move(file));
     }

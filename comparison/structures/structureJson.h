@@ -10,13 +10,14 @@
 #include <vector>
 
 #include "comparison/comparison.h"
+#include "comparison/documents/disclosure.h"
 
 namespace zarngi
 {
 
 /** The structures themselves: where they come from, volumes, doses. */
 nlohmann::ordered_json structuresJson(const StructureComparison& structures,
-                                      const FileDigests& digests);
+                                      const Disclosure& disclosure);
 
 /** Adds what a criterion found in each of them. */
 void addStructures(nlohmann::ordered_json& criterion, const CriterionResult& result,

@@ -1,0 +1,51 @@
+/**
+ * @file disclosure.h
+ * What documents tell of the files of a comparison: everything, or nothing that a file or its name
+ * says about a patient.
+ */
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_DISCLOSURE_H
+#define ZARNGI_COMPARISON_DOCUMENTS_DISCLOSURE_H
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "comparison/comparison.h"
+#include "comparison/fileDigest.h"
+
+namespace zarngi
+{
+
+class Disclosure
+{
+public:
+    /** Everything. */
+    Disclosure(const FileDigests& digests) : digests_(digests) {}
+    /**
+     * Everything, or nothing: names, paths, UIDs, descriptions and the command line. Then the files
+     * are called after the pair and their role: "pair-7 reference".
+     * @param alias of the pair; none: everything.
+     * @throws InputError where sentences of the comparison quote what stands in files, or names of
+     *         structures hold those of files
+     */
+    Disclosure(const Comparison& comparison, const std::optional<std::string>& alias);
+
+    bool isAnonymous() const { return alias_.has_value(); }
+    const std::optional<std::string>& alias() const { return alias_; }
+    const FileDigest& digestOf(const std::string& path) const { return digests_.at(path); }
+    /** How a file is called: its path, or its role. */
+    std::string pathOf(const std::string& path) const;
+    std::string nameOf(const std::string& path) const;
+
+private:
+    const FileDigests& digests_;
+    std::optional<std::string> alias_;
+    std::map<std::string, std::string> roles_;
+};
+
+/** The request with the files as they are disclosed. */
+Request disclosed(Request request, const Disclosure& disclosure);
+
+} // namespace zarngi
+
+#endif
