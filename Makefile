@@ -24,7 +24,7 @@ help:
 demo:
 	scripts/install-deps.sh demo
 	cmake --preset release -DZARNGI_BUILD_TESTS=OFF
-	cmake --build --preset release --parallel $(JOBS)
+	cmake --build --preset release --parallel $(JOBS) --target zarngi
 	build/release/cli/zarngi demo
 
 page:

@@ -2,10 +2,11 @@
 
     PYTHONPATH=build/release/python /usr/bin/python3 bench/cohort_pairs.py FOLDER [options]
 
-FOLDER/planned/ID.nrrd holds the head-and-neck dose, FOLDER/measured/MACHINE/ID_DATE.nrrd the same
-with a shift, a scale and noise of its own, for every tenth pair the dose of the second day; with
-`--small` it is a synthetic dose of a few thousand voxels. Some of the measured files are broken on
-purpose where `--broken` says so. The numbers come from a fixed seed: two runs write the same doses.
+FOLDER/planned/ID.nrrd holds the planned demonstration dose, FOLDER/measured/MACHINE/ID_DATE.nrrd the
+same with a shift, a scale and noise of its own, for every tenth pair the delivered dose instead of the
+planned one. With `--small` these are a few thousand voxels, with `--doses` another pair of doses. Some
+of the measured files are broken on purpose where `--broken` says so. The numbers come from a fixed
+seed: two runs write the same doses.
 """
 
 from __future__ import annotations
@@ -17,7 +18,6 @@ from pathlib import Path
 import numpy as np
 import zarngi
 
-DATA = Path(__file__).resolve().parents[2] / "shared" / "data"
 MACHINES = ("Linac 1", "Linac 2", "Linac 3")
 
 
@@ -29,6 +29,13 @@ def small_pair() -> list[zarngi.DoseGrid]:
         corner = [o + 8 * h for o, h in zip(grid.origin, grid.spacing)]
         grids.append(zarngi.DoseGrid(dose, grid.spacing, corner))
     return grids
+
+
+def chosen_pair(options: argparse.Namespace) -> list[zarngi.DoseGrid]:
+    """Planned and delivered dose."""
+    if options.doses:
+        return [zarngi.read(path) for path in options.doses]
+    return small_pair() if options.small else list(zarngi.demo_pair())
 
 
 def measured(planned: zarngi.DoseGrid, rng: np.random.Generator) -> zarngi.DoseGrid:
@@ -56,14 +63,13 @@ def main() -> None:
     parser.add_argument("folder", type=Path)
     parser.add_argument("--pairs", type=int, default=60)
     parser.add_argument("--broken", type=int, default=0, help="evaluations that are broken")
-    parser.add_argument("--small", action="store_true", help="a few thousand voxels each")
+    doses = parser.add_mutually_exclusive_group()
+    doses.add_argument("--small", action="store_true", help="a few thousand voxels each")
+    doses.add_argument("--doses", nargs=2, type=Path, metavar=("PLANNED", "DELIVERED"))
     parser.add_argument("--format", choices=("nrrd", "mha", "nii.gz"), default="nrrd")
     parser.add_argument("--manifest", action="store_true", help="write FOLDER/manifest.csv, too")
     options = parser.parse_args()
-    if options.small:
-        planned, delivered = small_pair()
-    else:
-        planned, delivered = (zarngi.read(DATA / f"head_neck_day{day}.nrrd") for day in (1, 2))
+    planned, delivered = chosen_pair(options)
     rng = np.random.default_rng(22)
     rows = ["id,reference,evaluation,group,date"]
     for i in range(options.pairs):

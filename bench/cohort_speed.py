@@ -142,8 +142,9 @@ def main() -> None:
         scratch = tempfile.mkdtemp()
         folder = Path(scratch)
         script = PROJECT / "bench/cohort_pairs.py"
-        subprocess.run([sys.executable, script, folder, "--pairs", str(options.pairs), "--manifest"],
-                       check=True)  # fmt: skip
+        doses = [PROJECT.parent / f"shared/data/head_neck_day{day}.nrrd" for day in (1, 2)]
+        subprocess.run([sys.executable, script, folder, "--pairs", str(options.pairs), "--manifest",
+                        "--doses", *doses], check=True)  # fmt: skip
     taken: dict[tuple[str, int], list[Times]] = {key: [] for key in CONTENDERS}
     try:
         for _ in range(options.rounds):

@@ -53,7 +53,7 @@ Request readRequest(const std::string& path)
         changeFiles(request, [&](const std::string& file) { return (folder / file).lexically_normal().string(); });
         return request;
     } catch (const UsageError& error) {
-        throw UsageError(error.member(), Sentence(FileName{path}) + ": " + error.sentence());
+        throw UsageError(error.member(), Sentence(FileName{path}) + ": " + error.what());
     }
 }
 

@@ -310,8 +310,8 @@ void checkFormat(Members& members)
     if (members.text("format") != formatName) {
         throw refusalAt("format", std::string("is not ") + formatName);
     }
-    const std::optional<double> version = members.number("formatVersion", {Member::criteria});
-    if (version != formatVersion) {
+    const Json& version = members.member("formatVersion");
+    if (!version.is_number() || version != formatVersion) {
         throw refusalAt("formatVersion", "is not " + std::to_string(formatVersion) +
                                              ", which this version of the program reads");
     }

@@ -254,7 +254,7 @@ std::string structureNameOf(const std::string& file)
     for (const std::string_view ending :
          {".gz", ".nii", ".nrrd", ".nhdr", ".mha", ".mhd", ".hdr", ".img", ".seg"}) {
         if (lowerCase(name).ends_with(ending) && name.size() > ending.size()) {
-            name.resize(name.size() - ending.size());
+            name.erase(name.size() - ending.size());
         }
     }
     return oneLine(name);

@@ -22,6 +22,7 @@ NOT_RUN = {
     "scripts/install-deps.sh test": "installs packages",
     "cmake --preset release && cmake --build --preset release && ctest --preset release": BUILDS,
     "cmake --preset release && cmake --build --preset release": BUILDS,
+    "cmake --build build/release": BUILDS,
     "ctest -L bench": "tests run by a test",
     "build/release/bench/zarngi_bench --scale --growth | tee bench.txt": MEASURES,
     "build/release/bench/zarngi_bench_paths | tee paths.txt": MEASURES,

@@ -1,22 +1,69 @@
 // Drives a report page in a real browser.
+import { mkdtempSync, rmSync } from 'node:fs';
 import { createRequire } from 'node:module';
-import { pathToFileURL } from 'node:url';
+import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { after, before } from 'node:test';
+import { pathToFileURL } from 'node:url';
 
 const { ZARNGI_WEB_MODULES: modules, ZARNGI_CHROMIUM: executablePath } = process.env;
 const { chromium } = createRequire(join(modules, 'package.json'))('playwright-core');
+
+/** Milliseconds: what takes seconds here may wait for a machine that is ten times slower. */
+export const patience = 300_000;
 
 export function launch() {
     const args = [
         '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
         '--disable-background-networking', '--disable-component-update', '--disable-sync',
     ];
-    return chromium.launch({ executablePath, args });
+    return chromium.launch({ executablePath, args, timeout: patience });
+}
+
+/** A browser and a folder for the tests of a file; both are gone after them. */
+export function workplace(name, start = launch) {
+    const place = { folder: mkdtempSync(join(tmpdir(), `zarngi-${name}-`)), browser: undefined };
+    before(async () => {
+        place.browser = await start();
+    });
+    after(async () => {
+        await place.browser?.close();
+        rmSync(place.folder, { recursive: true, force: true });
+    });
+    return place;
+}
+
+/** Where a page is, for the message of a test that waited in vain. */
+async function whereabouts(page) {
+    const answer = page.evaluate(() => {
+        const alerts = [...document.querySelectorAll('[role=alert]')].map((alert) => alert.innerText);
+        return `state "${document.documentElement.dataset.state}", alerts "${alerts.filter(Boolean).join('; ')}"`;
+    });
+    const silence = new Promise((done) => setTimeout(done, 10_000, 'it does not answer').unref());
+    return Promise.race([answer.catch((error) => String(error)), silence]);
+}
+
+/** The end of a wait; where its time is over, the error tells `what` was waited for. */
+export async function waited(page, what, wait) {
+    try {
+        return await wait;
+    } catch (error) {
+        if (error.name !== 'TimeoutError') {
+            throw error;
+        }
+        throw new Error(`waited in vain for ${what}; the page: ${await whereabouts(page)}`, { cause: error });
+    }
+}
+
+/** Waits until something holds in the page. */
+export function waitUntil(page, what, condition, argument) {
+    return waited(page, what, page.waitForFunction(condition, argument));
 }
 
 /** Opens a file; `complaints` collects console errors, exceptions and requests beyond the file. */
 export async function openFile(browser, path, options = {}) {
     const page = await browser.newPage({ viewport: { width: 1500, height: 1000 }, ...options });
+    page.setDefaultTimeout(patience);
     const url = pathToFileURL(path).href;
     const complaints = [];
     page.on('console', (message) => {
@@ -31,7 +78,7 @@ export async function openFile(browser, path, options = {}) {
         }
     });
     await page.goto(url);
-    await page.waitForFunction(() =>
+    await waitUntil(page, 'the page to be complete', () =>
         ['complete', 'failed'].includes(document.documentElement.dataset.state),
     );
     return { page, complaints };

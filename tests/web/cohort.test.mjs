@@ -1,17 +1,16 @@
 // The page of a cohort in a real browser, against what SQL says of its results file.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
-import { after, before, describe, test } from 'node:test';
+import { before, describe, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { launch, numberOf, openFile, settle } from './browser.mjs';
+import { numberOf, openFile, settle, workplace } from './browser.mjs';
 
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-cohort-'));
+const place = workplace('cohort');
+const { folder } = place;
 const script = join(dirname(fileURLToPath(import.meta.url)), 'cohortPage.py');
 const count = 10_000;
-let browser;
 let wanted;
 let page;
 let complaints;
@@ -19,12 +18,7 @@ let complaints;
 before(async () => {
     const options = { maxBuffer: 1 << 26, encoding: 'utf8' };
     wanted = JSON.parse(execFileSync('/usr/bin/python3', [script, folder, String(count)], options));
-    browser = await launch();
-    ({ page, complaints } = await openFile(browser, join(folder, 'cohort.html')));
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
+    ({ page, complaints } = await openFile(place.browser, join(folder, 'cohort.html')));
 });
 
 const text = (selector) => page.locator(selector).innerText();
@@ -189,7 +183,7 @@ describe('the page of a cohort', () => {
         const html = readFileSync(join(folder, 'cohort.html'), 'utf8');
         const other = join(folder, 'other.html');
         writeFileSync(other, html.replace('"formatVersion":1', '"formatVersion":2'));
-        const { page: refused } = await openFile(browser, other);
+        const { page: refused } = await openFile(place.browser, other);
         assert.match(await refused.locator('.failure').innerText(), /cannot show a cohort of this format/);
     });
 });

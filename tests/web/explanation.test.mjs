@@ -1,28 +1,20 @@
 // What explains the failures, and pass rates by criterion, on pages that the program writes.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
-import { launch, numberOf, openFile, settle, views } from './browser.mjs';
+import { numberOf, openFile, settle, views, workplace } from './browser.mjs';
 import { voxelOf } from './expected.mjs';
 import { readPage } from './pageFormat.mjs';
 
 const { ZARNGI_PROGRAM: program } = process.env;
 const skip = !program && 'there is no program';
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-explanation-'));
+const place = workplace('explanation');
+const { folder } = place;
 const size = [36, 32, 30];
 const spacing = [2, 2, 2];
-let browser;
 
-before(async () => {
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
 
 const at = (axis, index) => (index - (size[axis] - 1) / 2) * spacing[axis];
 
@@ -69,7 +61,7 @@ async function open(reference, evaluation, ...options) {
     const [html, json] = ['page.html', 'record.json'].map((name) => join(folder, name));
     execFileSync(program, ['compare', reference, evaluation, ...options, '--report', html, '--json', json]);
     const { report, stored } = readPage(readFileSync(html, 'utf8'));
-    return { record: JSON.parse(readFileSync(json)), report, stored, ...(await openFile(browser, html)) };
+    return { record: JSON.parse(readFileSync(json)), report, stored, ...(await openFile(place.browser, html)) };
 }
 
 const plainText = (text) => text.replaceAll('\u00a0', ' ');

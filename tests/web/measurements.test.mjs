@@ -1,27 +1,19 @@
 // The page of planes and points, in a real browser, as the program writes it.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { after, before, describe, test } from 'node:test';
-import { crosshair, launch, numberOf, openFile, settle } from './browser.mjs';
+import { before, describe, test } from 'node:test';
+import { crosshair, numberOf, openFile, settle, workplace } from './browser.mjs';
 import { readPage } from './pageFormat.mjs';
 
 const { ZARNGI_PROGRAM: program } = process.env;
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-measurements-'));
+const place = workplace('measurements');
+const { folder } = place;
 const skip = !program && 'there is no program';
 const size = 21;
 const step = 5;
-let browser;
 
-before(async () => {
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
 
 /** A bump; `factor` tells the dose at a place from that of the plan. */
 function dose(x, y, factor = 1) {
@@ -48,7 +40,7 @@ async function open(name, ...parameters) {
     const path = join(folder, name);
     execFileSync(program, ['compare', ...parameters, '--report', path]);
     const { report, stored } = readPage(readFileSync(path, 'utf8'));
-    return { report, stored, ...(await openFile(browser, path)) };
+    return { report, stored, ...(await openFile(place.browser, path)) };
 }
 
 const shown = (page, selector) => page.locator(selector).evaluateAll(

@@ -1,12 +1,11 @@
 // The report page in a real browser, on synthetic data and on a comparison by the program.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import {
-    coloursOf, crosshair, goTo, launch, lookAt, numberOf, openFile, pointOf, settle, views,
+    coloursOf, crosshair, goTo, launch, lookAt, numberOf, openFile, pointOf, settle, views, workplace,
 } from './browser.mjs';
 import { bandsOf, clustersOf, doseAt, indexOf, indexOfLargest, positionOf, voxelOf } from './expected.mjs';
 import { fillTemplate, readPage } from './pageFormat.mjs';
@@ -14,17 +13,10 @@ import { sample } from './samplePage.mjs';
 
 const { ZARNGI_REPORT_TEMPLATE: templatePath, ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
 const template = readFileSync(templatePath, 'utf8');
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-report-'));
+const place = workplace('report');
+const { folder } = place;
 const verdictWords = { pass: 'Pass', investigate: 'Investigate', fail: 'Fail', none: 'No result' };
-let browser;
 
-before(async () => {
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
 
 function write(name, html) {
     const path = join(folder, name);
@@ -395,7 +387,7 @@ test('ten criteria still print on one sheet', async () => {
         const first = report.criteria[0];
         report.criteria = Array.from({ length: 10 }, (_, i) => ({ ...first, label: `${i + 1}%/3mm` }));
     });
-    const { page } = await openFile(browser, path);
+    const { page } = await openFile(place.browser, path);
     const pdf = await page.pdf({ preferCSSPageSize: true });
     assert.equal(pdf.toString('latin1').match(/\/Type\s*\/Page\b/g).length, 1);
     await page.close();
@@ -433,7 +425,7 @@ describe('unusual comparisons open without complaint', () => {
     ];
     for (const { name, options = {}, change, sees: [selector, text] } of cases) {
         test(name, async () => {
-            const { page, complaints } = await openFile(browser, samplePath(`${name}.html`, options, change));
+            const { page, complaints } = await openFile(place.browser, samplePath(`${name}.html`, options, change));
             assert.equal(await page.locator('[role="alert"]').count(), 0);
             assert.match(await page.locator(selector).innerText(), text);
             assert.ok(!(await page.locator('#page').innerText()).match(/NaN|undefined|Infinity|null/));
@@ -460,7 +452,7 @@ test('a rate is not rounded across a limit', async () => {
     const path = samplePath('rates.html', {}, (report) => {
         report.criteria = cases.map(({ passRate, verdict }) => ({ ...report.criteria[0], passRate, verdict }));
     });
-    const { page } = await openFile(browser, path);
+    const { page } = await openFile(place.browser, path);
     const shown = await page.locator('[data-value="passRate"]').allInnerTexts();
     assert.deepEqual(shown, cases.map((c) => c.shown));
     await page.close();
@@ -470,7 +462,7 @@ test('the page tells when its maps and its numbers disagree', async () => {
     const path = samplePath('disagree.html', {}, (report) => {
         report.criteria[0].failed += 1;
     });
-    const { page } = await openFile(browser, path);
+    const { page } = await openFile(place.browser, path);
     assert.match(await page.locator('#warnings').innerText(), /3%\/3mm: the gamma map in this page counts/);
     await page.close();
 });
@@ -502,7 +494,7 @@ describe('pages that cannot be shown say why', { concurrency: true }, () => {
     for (const { name, html, path, message } of faults) {
         test(name, async () => {
             const file = path ? path() : write('fault.html', html());
-            const { page } = await openFile(browser, file);
+            const { page } = await openFile(place.browser, file);
             assert.match(await page.locator('[role="alert"]').innerText(), message);
             await page.close();
         });
@@ -512,7 +504,7 @@ describe('pages that cannot be shown say why', { concurrency: true }, () => {
 test('two million noisy voxels stay under 15 MB', async () => {
     const path = samplePath('large.html', { size: [160, 125, 100], noise: 2 });
     assert.ok(readFileSync(path).length < 15e6);
-    const { page, complaints } = await openFile(browser, path);
+    const { page, complaints } = await openFile(place.browser, path);
     assert.equal(await page.locator('html').getAttribute('data-state'), 'complete');
     assert.deepEqual(complaints, []);
     await page.close();

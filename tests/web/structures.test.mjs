@@ -1,27 +1,19 @@
 // The structures of a comparison in the page: list, outlines, dose-volume histograms, paper.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
-import { coloursOf, crosshair, goTo, launch, numberOf, openFile, settle, views } from './browser.mjs';
+import { coloursOf, crosshair, goTo, numberOf, openFile, settle, views, workplace } from './browser.mjs';
 import { fillTemplate, readPage } from './pageFormat.mjs';
 import { sample } from './samplePage.mjs';
 import { voxelsOf } from './sampleStructures.mjs';
 
 const { ZARNGI_REPORT_TEMPLATE: templatePath, ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
 const template = readFileSync(templatePath, 'utf8');
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-structures-'));
-let browser;
+const place = workplace('structures');
+const { folder } = place;
 
-before(async () => {
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
 
 function samplePath(count) {
     const { report, stored } = sample({ structures: count, noise: 1 });
@@ -81,7 +73,7 @@ for (const { name, make, skip } of pages) {
             const path = make();
             ({ report, stored } = readPage(readFileSync(path, 'utf8')));
             grid = report.grids.reference;
-            ({ page, complaints } = await openFile(browser, path));
+            ({ page, complaints } = await openFile(place.browser, path));
             await page.locator('#option-wholeGrid').check();
             await page.locator('#option-isodoses').uncheck();
             await page.locator('#option-crosshair').uncheck();

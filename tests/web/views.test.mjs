@@ -2,17 +2,16 @@
 // is all they need, and an entry is nothing but one more folder beside them.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { cpSync, mkdtempSync, rmSync, symlinkSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { cpSync, symlinkSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
-import { after, before, test } from 'node:test';
-import { launch, settle } from './browser.mjs';
+import { before, test } from 'node:test';
+import { patience, settle, workplace } from './browser.mjs';
 
 const modules = process.env.ZARNGI_WEB_MODULES;
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-views-'));
+const place = workplace('views');
+const { folder } = place;
 const built = join(folder, 'dist', 'madeUp', 'page.html');
-let browser;
 
 /** Runs a tool of the front end. */
 function run(script, ...parameters) {
@@ -27,16 +26,12 @@ before(async () => {
     cpSync(fileURLToPath(new URL('madeUp', import.meta.url)), join(folder, 'madeUp'), { recursive: true });
     run('typescript/bin/tsc', '--noEmit');
     run('vite/bin/vite.js', 'build', 'madeUp');
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
 });
 
 /** The page as soon as it shows the first criterion; the second one waits for the event "go-on". */
 async function openReady(hash = '') {
-    const page = await browser.newPage({ viewport: { width: 1500, height: 1000 } });
+    const page = await place.browser.newPage({ viewport: { width: 1500, height: 1000 } });
+    page.setDefaultTimeout(patience);
     const complaints = [];
     page.on('console', (message) => complaints.push(message.text()));
     page.on('pageerror', (error) => complaints.push(String(error)));

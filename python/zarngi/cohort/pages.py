@@ -3,15 +3,12 @@
 from __future__ import annotations
 
 import hashlib
-import json
 import os
-import re
 import shutil
 import subprocess
 import tempfile
 from collections.abc import Sequence
 from pathlib import Path
-from typing import Any
 from urllib.parse import quote
 
 from .record import FIGURES, Pages, Row, Task
@@ -19,7 +16,6 @@ from .settings import Settings
 from .work import Work
 
 _PROGRAM = "zarngi"
-_RECORD = re.compile(r'(<script type="application/json" id="zarngi-data">)(.*?)(</script>)', re.S)
 _TIME_LIMIT = 600  # s
 _RATE = FIGURES.index("pass_rate")
 _LONGEST_NAME = 200  # bytes, below the 255 of file systems
@@ -69,7 +65,6 @@ def write_page(work: Work, pages: Pages, structures: Sequence[str] | None) -> st
         with tempfile.TemporaryDirectory(dir=pages.folder, prefix=".") as scratch:
             made = Path(scratch) / "page.html"
             _run(work.task, structures, str(made))
-            made.write_text(_without_names(made.read_text(encoding="utf-8"), identity), "utf-8")
             os.replace(made, Path(pages.folder) / name)
     except (OSError, ValueError, subprocess.SubprocessError) as error:
         work.warn(f"its page could not be written ({_reason(error)})")
@@ -89,7 +84,8 @@ def _run(task: Task, structures: Sequence[str] | None, made: str) -> None:
     found = program()
     if found is None:
         raise FileNotFoundError(0, "the program zarngi was not found")
-    command = [found, "compare", f"--report={made}", *_options(task.settings)]
+    command = [found, "compare", f"--report={made}", f"--anonymous={task.pair.id}"]
+    command += _options(task.settings)
     if structures is not None:
         command.append(f"--structures={os.path.abspath(task.pair.structures)}")
         command += [f"--structure={name}" for name in structures]
@@ -112,27 +108,3 @@ def _options(settings: Settings) -> list[str]:
     if settings.slices:
         options.append("--slices")
     return options
-
-
-def _without_names(page: str, identity: str) -> str:
-    """The page with the pair's id in the place of names of files and UIDs."""
-    found = _RECORD.search(page)
-    if found is None:
-        raise ValueError("the page holds no record")
-    record: dict[str, Any] = json.loads(found[2])
-    record["title"] = identity
-    record["command"] = ""
-    record["warnings"] = []
-    for role, file in record["files"].items():
-        file |= {"name": f"{identity} {role}", "path": f"{identity} {role}"}
-        for member in ("frameOfReference", "sopInstance", "description"):
-            file.pop(member, None)
-        if "data" in file:
-            file["data"]["name"] = f"{identity} {role} data"
-    for file in record.get("structures", {}).get("files", []):
-        file |= {"name": f"{identity} structures", "path": f"{identity} structures", "label": "",
-                 "sopInstance": ""}  # fmt: skip
-        if "data" in file:
-            file["data"]["name"] = f"{identity} structures data"
-    text = json.dumps(record, ensure_ascii=False, separators=(",", ":")).replace("<", "\\u003c")
-    return page[: found.start(2)] + text + page[found.end(2) :]

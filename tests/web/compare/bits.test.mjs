@@ -3,24 +3,16 @@
 import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
 import { createHash } from 'node:crypto';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { promisify } from 'node:util';
-import { launch } from '../browser.mjs';
+import { workplace } from '../browser.mjs';
 import { comparing, data, mapParts, openPage, program, saved, timeless } from './comparing.mjs';
 
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-bits-'));
-let browser;
+const place = workplace('bits');
+const { folder } = place;
 
-before(async () => {
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
 
 // Tested voxels and pass rate of each criterion, from an independent program. The page has no
 // pass-rate mode: the row of that mode is held to the rate of its map.
@@ -125,7 +117,7 @@ async function byPage(page, count) {
 for (const [place, pair] of pairs.entries()) {
     test(`${pair.name}: the maps of the page are those of the program`, async () => {
         const natives = pair.runs.map((run, i) => byProgram(`${place}-${i}`, pair, run));
-        const { page, complaints } = await openPage(browser);
+        const { page, complaints } = await openPage(place.browser);
         for (const [i, run] of pair.runs.entries()) {
             await comparing(page, async () => {
                 await ask(page, run);

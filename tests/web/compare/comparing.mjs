@@ -5,6 +5,7 @@ import { join } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 import { promisify } from 'node:util';
 import { gunzipSync } from 'node:zlib';
+import { patience, waited, waitUntil } from '../browser.mjs';
 
 export const { ZARNGI_PAGE: pagePath, ZARNGI: program, ZARNGI_DATA: data } = process.env;
 
@@ -19,6 +20,7 @@ export function makeInputs(folder) {
 /** The page; `complaints` collects console messages, exceptions, and requests but for its own blobs. */
 export async function openPage(browser, options = {}) {
     const context = await browser.newContext({ viewport: { width: 1400, height: 1000 }, ...options });
+    context.setDefaultTimeout(patience);
     const page = await context.newPage();
     const url = pathToFileURL(pagePath).href;
     const complaints = [];
@@ -39,7 +41,7 @@ export async function openPage(browser, options = {}) {
 export async function comparing(page, action) {
     await page.evaluate(() => document.getElementById('page')?.setAttribute('data-earlier', ''));
     await action();
-    await page.waitForFunction(() => {
+    await waitUntil(page, 'the comparison to be shown in whole', () => {
         const { state, drawing } = document.documentElement.dataset;
         const shown = document.querySelector('#page:not([data-earlier])');
         return shown && state === 'complete' && drawing === undefined;
@@ -60,7 +62,8 @@ export async function drop(page, ...paths) {
 
 /** The bytes of what a button saves. */
 export async function saved(page, id) {
-    const [download] = await Promise.all([page.waitForEvent('download'), page.locator(`#${id}`).click()]);
+    const [download] = await waited(page, `what #${id} saves`,
+        Promise.all([page.waitForEvent('download'), page.locator(`#${id}`).click()]));
     return { name: download.suggestedFilename(), bytes: readFileSync(await download.path()) };
 }
 

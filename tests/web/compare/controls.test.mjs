@@ -1,32 +1,23 @@
 // The page that compares: what is asked, computed anew, stopped, looked at; how it behaves meanwhile.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
-import { crosshair, launch, lookAt, numberOf, settle } from '../browser.mjs';
+import { crosshair, lookAt, numberOf, settle, waitUntil, workplace } from '../browser.mjs';
 import {
-    comparing, criteriaShown, data, drop, makeInputs, openPage, program, recordByCommand, recordByProgram, saved,
-    timeless,
+    comparing, criteriaShown, data, drop, makeInputs, openPage, program, recordByCommand, recordByProgram, saved, timeless,
 } from './comparing.mjs';
 
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-compare-'));
+const place = workplace('controls');
+const { folder } = place;
 const names = ['reference.dcm', 'evaluation.dcm'];
 const structures = 'structures.dcm';
-let browser;
 
-before(async () => {
-    makeInputs(folder);
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
+before(() => makeInputs(folder));
 
 async function openPair(options) {
-    const opened = await openPage(browser, options);
+    const opened = await openPage(place.browser, options);
     await comparing(opened.page, () => drop(opened.page, ...[...names, structures].map((n) => join(folder, n))));
     return opened;
 }
@@ -104,7 +95,7 @@ describe('controls', () => {
             const { stderr } = spawnSync(program, ['compare', ...names, '--structures', structures, ...native], { cwd: folder, encoding: 'utf8' });
             const sentence = stderr.trim().replace(/^zarngi: /, '').replace(/ \(zarngi --help tells more\)$/, '');
             assert.ok(sentence);
-            await page.waitForFunction((wanted) => document.getElementById('problem').innerText === wanted, sentence);
+            await waitUntil(page, `"${sentence}"`, (wanted) => document.getElementById('problem').innerText === wanted, sentence);
             const invalid = await page.locator('[aria-invalid=true]').evaluateAll((fields) => fields.map((f) => f.id));
             assert.deepEqual(invalid, [id]);
             assert.equal(await page.locator('#criteria-rows').innerText(), before);
@@ -138,7 +129,7 @@ describe('controls', () => {
     });
 
     test('rates by criterion fill in, and a field becomes the criterion', async () => {
-        await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
+        await waitUntil(page, 'rates by criterion', () => !document.querySelector('.sweep .pending'));
         const field = (row, column) => page.locator('.sweep tbody tr').nth(row).locator('.sweep-field').nth(column);
         const rateOf = async (criterion) =>
             (await recordByProgram(folder, names, '-c', criterion, '--structures', structures)).criteria[0];
@@ -150,7 +141,7 @@ describe('controls', () => {
         await comparing(page, () => field(0, 2).click());
         assert.deepEqual(await criteriaShown(page), ['1%/1mm', '1%/3mm']);
         await page.locator('#rates-local').check();
-        await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
+        await waitUntil(page, 'rates by criterion', () => !document.querySelector('.sweep .pending'));
         await isRate(field(0, 0).innerText(), (await rateOf('1%L/1mm')).structures[0].passRate);
         await page.locator('#rates-local').uncheck();
         await comparing(page, () => page.locator('#criteria').fill('3%/2mm\n2%/2mm'));
@@ -159,7 +150,7 @@ describe('controls', () => {
     test('one comparison after another leaves nothing behind', async () => {
         const session = await page.context().newCDPSession(page);
         const counted = async () => {
-            await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
+            await waitUntil(page, 'rates by criterion', () => !document.querySelector('.sweep .pending'));
             await session.send('HeapProfiler.collectGarbage');
             const { result } = await session.send('Runtime.evaluate', { expression: 'HTMLElement.prototype' });
             const { objects } = await session.send('Runtime.queryObjects', { prototypeObjectId: result.objectId });
@@ -198,7 +189,7 @@ describe('controls', () => {
 });
 
 test('the built-in example, by keyboard alone, in both themes', async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     await page.keyboard.press('Tab');
     await page.keyboard.press('Tab');
     assert.equal(await page.evaluate(() => document.activeElement.id), 'example');
@@ -208,7 +199,7 @@ test('the built-in example, by keyboard alone, in both themes', async () => {
     for (const theme of ['light', 'dark']) {
         await page.emulateMedia({ colorScheme: theme });
         await settle(page);
-        const { colours, corner } = await lookAt(browser, await page.screenshot());
+        const { colours, corner } = await lookAt(place.browser, await page.screenshot());
         assert.ok(colours > 300, `${colours} colours`);
         corners[theme] = corner;
     }
@@ -242,7 +233,7 @@ test('the built-in example, by keyboard alone, in both themes', async () => {
 });
 
 test('a computation is told of, stopped, and another one made', async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     const pair = names.map((name) => join(folder, name));
     await (await unfolded(page, 'step')).fill('0.001');
     await page.locator('#any-files').setInputFiles(pair);
@@ -264,20 +255,20 @@ test('a computation is told of, stopped, and another one made', async () => {
 
 test('the page answers while it reads, computes and shows', { skip: !data && 'no data' }, async () => {
     const trace = join(folder, 'trace.json');
-    const { page } = await openPage(browser);
-    await browser.startTracing(page, { path: trace, categories: ['devtools.timeline', 'disabled-by-default-devtools.timeline', 'toplevel'] });
+    const { page } = await openPage(place.browser);
+    await place.browser.startTracing(page, { path: trace, categories: ['devtools.timeline', 'disabled-by-default-devtools.timeline', 'toplevel'] });
     const files = ['head_neck_day1.nrrd', 'head_neck_day2.nrrd', 'head_neck_structures.dcm'].map((name) => join(data, name));
     await comparing(page, () => drop(page, ...files));
     await comparing(page, () => page.locator('#criteria').fill('3%/3mm\n2%L/2mm'));
     await page.locator('#criterion-1').check();
     await settle(page);
-    await browser.stopTracing();
+    await place.browser.stopTracing();
     const { traceEvents } = JSON.parse(readFileSync(trace));
-    const place = ({ pid, tid }) => `${pid} ${tid}`;
+    const thread = ({ pid, tid }) => `${pid} ${tid}`;
     const isMain = (e) => e.name === 'thread_name' && e.args.name === 'CrRendererMain';
-    const main = new Set(traceEvents.filter(isMain).map(place));
+    const main = new Set(traceEvents.filter(isMain).map(thread));
     // Of a task the time of the processor counts: other programs may take the machine meanwhile.
-    const tasks = traceEvents.filter((e) => e.name === 'RunTask' && main.has(place(e)));
+    const tasks = traceEvents.filter((e) => e.name === 'RunTask' && main.has(thread(e)));
     assert.ok(tasks.length > 100);
     const long = tasks.filter((e) => e.tdur > 50e3).map((e) => e.tdur / 1000);
     assert.deepEqual(long, []);
@@ -290,7 +281,7 @@ const lacking = [
 ];
 for (const { what, script } of lacking) {
     test(`a browser without ${what} is told so`, async () => {
-        const { page, complaints } = await openPage(browser, { prepare: (p) => p.addInitScript(script) });
+        const { page, complaints } = await openPage(place.browser, { prepare: (p) => p.addInitScript(script) });
         assert.match(await page.locator('[role=alert]:visible').innerText(), /^This browser cannot run the comparison: [^.]*16\.4[^.]*\.$/);
         assert.ok(!(await page.locator('#start').isVisible()));
         assert.deepEqual(complaints, []);

@@ -1,15 +1,11 @@
 // The page that compares: rates by criterion, which nobody waits for.
 import assert from 'node:assert/strict';
-import { after, before, test } from 'node:test';
-import { launch, settle } from '../browser.mjs';
+import { before, test } from 'node:test';
+import { settle, waitUntil, workplace } from '../browser.mjs';
 import { comparing, criteriaShown, openPage } from './comparing.mjs';
 
-let browser;
+const place = workplace('fields');
 
-before(async () => {
-    browser = await launch();
-});
-after(() => browser?.close());
 
 /** Makes every field of the map take minutes: before it the worker is given a comparison to make. */
 async function makeFieldsEndless(page) {
@@ -30,11 +26,11 @@ async function makeFieldsEndless(page) {
     });
 }
 
-const heldUp = (page, count) => page.waitForFunction((n) => globalThis.heldUp >= n, count);
-const known = (page, count) => page.waitForFunction((n) => document.querySelectorAll('.sweep-field:not(.pending)').length >= n, count);
+const heldUp = (page, count) => waitUntil(page, `field ${count} to be held up`, (n) => globalThis.heldUp >= n, count);
+const known = (page, count) => waitUntil(page, `${count} fields`, (n) => document.querySelectorAll('.sweep-field:not(.pending)').length >= n, count);
 
 test('a field under way gives way to criteria and to files, and is filled in later', async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     await makeFieldsEndless(page);
     await comparing(page, () => page.locator('#example').click());
     await heldUp(page, 1);

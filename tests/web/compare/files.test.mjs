@@ -1,28 +1,20 @@
 // The page that compares: files come in, are told apart, and what goes out is what the program writes.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { tmpdir } from 'node:os';
+import { copyFileSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
-import { launch } from '../browser.mjs';
+import { workplace } from '../browser.mjs';
 import { readPage } from '../pageFormat.mjs';
 import {
     comparing, data, drop, makeInputs, mapParts, openPage, program, recordByProgram, run, saved, timeless, timelessRows, written,
 } from './comparing.mjs';
 
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-compare-'));
+const place = workplace('files');
+const { folder } = place;
 const input = (name) => join(folder, name);
-let browser;
 
-before(async () => {
-    makeInputs(folder);
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
+before(() => makeInputs(folder));
 
 async function compareWithProgram(page, native) {
     const json = await saved(page, 'save-json');
@@ -59,7 +51,7 @@ const pairs = [
 describe('a dropped pair gives what the program gives, one after another', () => {
     let page, complaints;
     before(async () => {
-        ({ page, complaints } = await openPage(browser));
+        ({ page, complaints } = await openPage(place.browser));
     });
     after(async () => {
         await page?.context().close();
@@ -81,7 +73,7 @@ describe('a dropped pair gives what the program gives, one after another', () =>
 });
 
 test('clinical pairs with their structures give what the program gives', { skip: !data && 'no data' }, async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     const files = ['head_neck_day1.nrrd', 'head_neck_day2.nrrd'];
     const structures = 'head_neck_structures.dcm';
     const beams = ['proton_ramp_beam1.dcm', 'proton_ramp_beam2.dcm'];
@@ -105,7 +97,7 @@ const ways = {
 };
 for (const [way, give] of Object.entries(ways)) {
     test(`a folder with forty mixed files is ${way}: doses and structures are found, the rest is counted`, async () => {
-        const { page, complaints } = await openPage(browser);
+        const { page, complaints } = await openPage(place.browser);
         await comparing(page, () => give(page));
         assert.equal(await page.locator('#left-out').innerText(), '32 other DICOM files and 2 other files left out');
         const rows = await page.locator('#file-rows tr').evaluateAll((lines) =>
@@ -126,7 +118,7 @@ for (const [way, give] of Object.entries(ways)) {
 }
 
 test('files are chosen one by one, also under one name, and swapped', async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     const named = (name) => ({ name: 'dose.nrrd', mimeType: '', buffer: readFileSync(input(name)) });
     await page.locator('#reference-file').setInputFiles(named('reference.nrrd'));
     await page.locator('#choose-hint', { hasText: 'A comparison takes two doses.' }).waitFor();
@@ -148,7 +140,7 @@ test('files are chosen one by one, also under one name, and swapped', async () =
 });
 
 test('the sentences about files that are no doses are those of the program', async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     for (const name of ['notes.txt', 'damaged.nrrd', 'lonely.mhd']) {
         const { status, stderr } = spawnSync(program, ['compare', name, name], { cwd: folder, encoding: 'utf8' });
         assert.notEqual(status, 0);
@@ -167,7 +159,7 @@ test('the sentences about files that are no doses are those of the program', asy
 });
 
 test('a file that changes after it was chosen is told beside it', async () => {
-    const { page } = await openPage(browser);
+    const { page } = await openPage(place.browser);
     const path = input('changing.nrrd');
     writeFileSync(path, readFileSync(input('evaluation.nrrd')));
     await page.locator('#any-files').setInputFiles(path);

@@ -1,39 +1,35 @@
 // The main road of the page that compares, in Firefox.
 import assert from 'node:assert/strict';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { createRequire } from 'node:module';
-import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { pathToFileURL } from 'node:url';
-import { after, before, test } from 'node:test';
+import { before, test } from 'node:test';
+import { patience, waited, workplace } from '../browser.mjs';
 import { makeInputs, pagePath, recordByProgram } from './comparing.mjs';
 
 const { ZARNGI_FIREFOX: executablePath, ZARNGI_WEB_MODULES: modules } = process.env;
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-firefox-'));
-let browser;
+const puppeteer = createRequire(join(modules, 'package.json'))('puppeteer-core');
+const place = workplace('firefox', () => puppeteer.launch({
+    browser: 'firefox', executablePath, headless: true, protocol: 'webDriverBiDi',
+    timeout: patience, protocolTimeout: patience,
+}));
+const { folder } = place;
 
-before(async () => {
-    makeInputs(folder);
-    const puppeteer = createRequire(join(modules, 'package.json'))('puppeteer-core');
-    browser = await puppeteer.launch({ browser: 'firefox', executablePath, headless: true, protocol: 'webDriverBiDi' });
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
+before(() => makeInputs(folder));
 
 test('a pair with structures is compared, another criterion asked, rates fill in', async () => {
-    const page = await browser.newPage();
+    const page = await place.browser.newPage();
+    page.setDefaultTimeout(patience);
     const complaints = [];
     page.on('console', (message) => complaints.push(message.text()));
     page.on('pageerror', (error) => complaints.push(String(error)));
     await page.goto(pathToFileURL(pagePath).href);
-    const complete = (label) => page.waitForFunction(
+    const complete = (label) => waited(page, `a comparison by ${label}`, page.waitForFunction(
         (wanted) =>
             document.documentElement.dataset.state === 'complete' &&
             document.getElementById('criteria-rows')?.innerText.includes(wanted),
         {}, label,
-    );
+    ));
     const files = ['reference.dcm', 'evaluation.dcm', 'structures.dcm'];
     const input = await page.$('#any-files');
     await input.uploadFile(...files.map((name) => join(folder, name)));
@@ -51,6 +47,6 @@ test('a pair with structures is compared, another criterion asked, rates fill in
     });
     await complete('1%/1mm');
     assert.deepEqual((await rates()).slice(0, 1), await expected('1%/1mm'));
-    await page.waitForFunction(() => !document.querySelector('.sweep .pending'));
+    await waited(page, 'rates by criterion', page.waitForFunction(() => !document.querySelector('.sweep .pending')));
     assert.deepEqual(complaints, []);
 });

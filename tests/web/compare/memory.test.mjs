@@ -1,27 +1,18 @@
 // Doses too large for the 2 GB that the engine may take: one sentence, nothing half shown, and the page
 // goes on. Their voxels are many but few bytes when packed.
 import assert from 'node:assert/strict';
-import { mkdtempSync, rmSync } from 'node:fs';
-import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { before, test } from 'node:test';
 import { gzipSync } from 'node:zlib';
-import { launch } from '../browser.mjs';
+import { workplace } from '../browser.mjs';
 import { comparing, makeInputs, openPage } from './comparing.mjs';
 
-const folder = mkdtempSync(join(tmpdir(), 'zarngi-memory-'));
+const place = workplace('memory');
+const { folder } = place;
 const side = 1000;
 const slice = gzipSync(Float32Array.from({ length: side * side }, (_, i) => 0.5 + (i % 7)));
-let browser;
 
-before(async () => {
-    makeInputs(folder);
-    browser = await launch();
-});
-after(async () => {
-    await browser?.close();
-    rmSync(folder, { recursive: true, force: true });
-});
+before(() => makeInputs(folder));
 
 /** A dose of so many million voxels of 4 bytes. */
 function doseOf(millions) {
@@ -42,7 +33,7 @@ async function goesOn(page) {
 }
 
 test('a dose that cannot be read', async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     await page.locator('#reference-file').setInputFiles(doseOf(600));
     const alert = page.locator('#file-problems [role=alert]');
     await alert.waitFor();
@@ -60,7 +51,7 @@ const ends = [
 ];
 for (const { millions, where } of ends) {
     test(`a comparison for which ${where} memory`, async () => {
-        const { page, complaints } = await openPage(browser);
+        const { page, complaints } = await openPage(place.browser);
         await page.locator('#reference-file').setInputFiles(doseOf(millions));
         await page.locator('#evaluation-choice option[value="huge.nrrd"]').waitFor({ state: 'attached' });
         await page.locator('#evaluation-choice').selectOption('huge.nrrd');
