@@ -198,7 +198,7 @@ void addOutput(CLI::App& command, CompareOptions& options)
     file("--csv", options.outputs.csv, "One row per criterion, for spreadsheets");
     command
         .add_option("--anonymous", options.outputs.alias,
-                    "Call the pair so in the outputs, which then say nothing of its files")
+                    "Tell nothing of files in outputs, call them so")
         ->type_name("NAME")
         ->group("Output");
     file("--gamma-map", options.outputs.gammaMap, "Gamma of every voxel (.mha, .nrrd, .nii.gz)");

@@ -49,17 +49,21 @@ Request readRequest(const std::string& path)
 {
     try {
         Request request = requestOfText(contentsOf(path));
-        const fs::path folder = fs::path(path).parent_path();
-        changeFiles(request, [&](const std::string& file) { return (folder / file).lexically_normal().string(); });
+        std::error_code none; // a link lies elsewhere than its file
+        const fs::path real = fs::canonical(path, none);
+        const fs::path folder = (none ? fs::path(path) : real).parent_path();
+        const fs::path here = fs::current_path();
+        changeFiles(request, [&](const std::string& file) {
+            return (folder / file).lexically_normal().lexically_proximate(here).string();
+        });
         return request;
     } catch (const UsageError& error) {
         throw UsageError(error.member(), Sentence(FileName{path}) + ": " + error.what());
     }
 }
 
-Request relocated(Request request, const std::string& path)
+Request relocated(Request request, const std::string& folder)
 {
-    const fs::path folder = fs::absolute(path).lexically_normal().parent_path();
     changeFiles(request, [&](const std::string& file) {
         return fs::absolute(file).lexically_normal().lexically_proximate(folder).string();
     });

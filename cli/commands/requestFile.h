@@ -18,8 +18,8 @@ namespace zarngi
  */
 Request readRequest(const std::string& path);
 
-/** A request whose files are named as a document at a path must name them. */
-Request relocated(Request request, const std::string& path);
+/** A request whose files are named as a document in a folder must name them. */
+Request relocated(Request request, const std::string& folder);
 
 /** A request to be used again: the document without files, called as the file is. */
 std::string protocolText(Request request, const std::string& path);

@@ -83,6 +83,12 @@ OpenFile OutputFile::openPlace()
     return OpenFile(open(path.c_str(), O_WRONLY | O_TRUNC | O_NOCTTY | O_CLOEXEC));
 }
 
+std::string OutputFile::folder() const
+{
+    const std::filesystem::path here = std::filesystem::current_path();
+    return (place_.isFile ? (here / place_.path).lexically_normal().parent_path() : here).string();
+}
+
 void OutputFile::write(std::string_view contents)
 {
     attempt([&] {

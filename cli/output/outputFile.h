@@ -29,6 +29,8 @@ public:
     explicit OutputFile(const std::string& name);
 
     const std::string& name() const { return place_.name; }
+    /** Where the file lies, links followed; the current folder where there is no file. */
+    std::string folder() const;
     bool isStandardOutput() const { return place_.isStandardOutput(); }
 
     /** Writes the contents and makes an output of them. @throws InputError */

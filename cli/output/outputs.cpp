@@ -177,7 +177,7 @@ nlohmann::ordered_json Outputs::recordFor(const Comparison& comparison,
 {
     nlohmann::ordered_json record = comparisonJson(comparison, alias_);
     if (!alias_) {
-        record["request"] = requestJson(relocated(comparison.request, file.name()));
+        record["request"] = requestJson(relocated(comparison.request, file.folder()));
     }
     return record;
 }
