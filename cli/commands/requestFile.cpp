@@ -52,9 +52,8 @@ Request readRequest(const std::string& path)
         std::error_code none; // a link lies elsewhere than its file
         const fs::path real = fs::canonical(path, none);
         const fs::path folder = (none ? fs::path(path) : real).parent_path();
-        const fs::path here = fs::current_path();
         changeFiles(request, [&](const std::string& file) {
-            return (folder / file).lexically_normal().lexically_proximate(here).string();
+            return (folder / file).lexically_normal().string();
         });
         return request;
     } catch (const UsageError& error) {
