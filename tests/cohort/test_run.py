@@ -407,7 +407,7 @@ def test_warnings_are_kept(tmp_path):
     ]
 
 
-def test_rare_sentences_are_told_before_common_ones(tmp_path):
+def test_rare_sentences_are_told_before_common_ones_and_these_once(tmp_path):
     """What is odd about one pair must not be lost among what all of them have."""
     reference, evaluation = small_pair()
     for i in range(12):
@@ -420,7 +420,8 @@ def test_rare_sentences_are_told_before_common_ones(tmp_path):
     done = zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", tmp_path / "r.sqlite")
     told = [line for line in done.stdout.splitlines() if line.startswith("warning: ")]
     assert told[0] == ("warning: 11: evaluation: holds 1 value below 0, which no dose is, down to -1 Gy")
-    assert told[1] == "warning: 0: evaluation: tells no unit of dose; its values are taken for Gy"
+    assert told[1:] == [f"warning: 12 pairs: {role}: tells no unit of dose; its values are taken for Gy"
+                        for role in ("evaluation", "reference")]  # fmt: skip
 
 
 def test_file_that_never_answers(study):

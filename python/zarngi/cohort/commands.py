@@ -155,18 +155,20 @@ def _tell(summary: Summary, results: Results) -> None:
 
 
 def _tell_sentences(results: Results, kind: str, table: str) -> None:
-    """Some of a table, those first that few pairs have, and how many there are."""
-    ((count,),) = results.select(f"SELECT count(*) FROM {table}")
-    for (sentence,) in results.select(
-        f"SELECT t.sentence FROM {table} t JOIN pairs p USING (id)"
+    """Some of a table, those first that few pairs have; what several say is told once."""
+    told = results.select(
+        "SELECT count(*), min(t.sentence), substr(t.sentence, length(t.id) + 3) AS rest"
+        f" FROM {table} t JOIN pairs p USING (id)"
         # Behind the pair's id, with which each of them begins.
-        " ORDER BY count(*) OVER (PARTITION BY substr(t.sentence, length(t.id) + 1)),"
-        " p.number, t.sentence LIMIT ?",
-        (_MOST_TOLD,),
-    ):
+        " GROUP BY rest ORDER BY count(*), min(p.number), rest"
+    )
+    sentences = [
+        sentence if pairs == 1 else f"{pairs} pairs: {rest}" for pairs, sentence, rest in told
+    ]
+    for sentence in sentences[:_MOST_TOLD]:
         print(f"{kind}: {sentence}")
-    if count > _MOST_TOLD:
-        print(f"{kind}: {count - _MOST_TOLD} more")
+    if len(sentences) > _MOST_TOLD:
+        print(f"{kind}: {len(sentences) - _MOST_TOLD} more")
 
 
 def merge(options: argparse.Namespace) -> int:
