@@ -5,6 +5,7 @@
 #ifndef ZARNGI_COMPARISON_FAILURE_H
 #define ZARNGI_COMPARISON_FAILURE_H
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -79,17 +80,27 @@ public:
     {
     }
 
+    /** A refusal of a member's value: "MEMBER: reason". */
+    static UsageError of(MemberPlace place, Sentence reason)
+    {
+        UsageError error(place, Sentence(place.member) + ": " + reason);
+        error.reason_ = std::move(reason);
+        return error;
+    }
+
     /** What is to be mended: "criteria[1]", "structures.within"; empty: no member. */
     const std::string& member() const { return member_; }
+    /** The sentence without the member in front of it, for hosts that name that otherwise. */
+    const Sentence& reason() const { return reason_ ? *reason_ : sentence(); }
 
 private:
     std::string member_;
+    std::optional<Sentence> reason_;
 };
 
-/** A refusal of a member's value: "MEMBER: reason". */
 inline UsageError refusalOf(MemberPlace place, const Sentence& reason)
 {
-    return {place, Sentence(place.member) + ": " + reason};
+    return UsageError::of(place, reason);
 }
 
 /** The kind of what a reader says. */

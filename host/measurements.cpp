@@ -92,7 +92,7 @@ DoseImage placed(const zarnGIHost_Plane& plane, const char* name, const double* 
         zarngi::putInSpace(dose, place);
         return dose;
     } catch (const zarngi::UsageError& failure) {
-        files::refuse(failure.what());
+        files::refuse(failure.reason().text());
     } catch (const zarngi::InputError& failure) {
         files::refuse(failure.what());
     }

@@ -29,12 +29,6 @@ Frames framesOf(const files::StructureSet& set, const DoseImage& reference)
     return frames;
 }
 
-/** Masks in formats that never tell their frame are not warned about. */
-bool canTellFrame(const files::StructureSet& set)
-{
-    return set.format.starts_with("DICOM");
-}
-
 void checkFrame(const files::StructureSet& set, bool isIgnored, const DoseImage& reference,
                 std::vector<Sentence>& warnings)
 {
@@ -48,7 +42,7 @@ void checkFrame(const files::StructureSet& set, bool isIgnored, const DoseImage&
     if (frames == Frames::different) {
         warnings.push_back(file + ": its structures lie in another Frame of Reference than the "
                                   "reference: their positions may not match");
-    } else if (frames == Frames::untold && canTellFrame(set)) {
+    } else if (frames == Frames::untold && set.canTellFrame) {
         const bool isTold = reference.dicom && !reference.dicom->frameOfReference.empty();
         warnings.push_back(file + ": its Frame of Reference cannot be compared, since " +
                            (isTold ? "it tells none" : "the reference tells none") +

@@ -196,6 +196,7 @@ public:
     StructureSet read()
     {
         set_.format = "DICOM RT Structure Set";
+        set_.canTellFrame = true;
         set_.label = texts_.text(file_, tags::setLabel);
         set_.sopInstance = texts_.text(file_, tags::sopInstance);
         commonFrame_ = commonFrameOfReference(file_, texts_);

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import ctypes
 import json
-import re
 import weakref
 from collections.abc import Sequence
 from typing import Any
@@ -151,11 +150,7 @@ def compare(
         None if passed is None else passed.ctypes.data,
     )
     text = json.dumps(options).encode()
-    try:
-        return _host.document(
-            "structures",
-            lambda json_, error: _functions.compareStructures(given, text, json_, error),
-        )
-    except ValueError as error:
-        # The sentences name options of the program.
-        raise ValueError(re.sub(r": --[a-z]+: ", ": ", str(error), count=1)) from None
+    return _host.document(
+        "structures",
+        lambda json_, error: _functions.compareStructures(given, text, json_, error),
+    )
