@@ -83,7 +83,7 @@ struct Comparison {
     double normalisation() const;
     /** In the same unit: only voxels above it were tested. */
     double cutOffDose() const { return settings.cutOff / 100 * normalisation(); }
-    const char* doseUnit() const { return reference.isRelative ? "relative" : "Gy"; }
+    const char* doseUnit() const { return files::unitName(reference.unit); }
     /**
      * Whether a pass rate is below the limit that the user set: of all tested voxels, of a
      * structure with a limit of its own, and of one with a criterion of its own. There, nothing

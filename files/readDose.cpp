@@ -10,6 +10,7 @@
 #include "files/formats/volumeFormats.h"
 #include "files/measurements/tables.h"
 #include "files/namedFile.h"
+#include "files/simulations/simulations.h"
 
 namespace files
 {
@@ -57,6 +58,7 @@ DoseImage readBytes(ByteView file, const FindFile& find, const Host& host)
         refuseFormat();
     }
     DoseImage dose = isTable(*format)               ? readTable(*format, file, host.units)
+                     : isSimulation(*format)        ? readSimulation(*format, file, find, host)
                      : *format == FileFormat::dicom ? readDicom(file, host)
                                                     : readVolume(*format, file, find, host);
     checkValues(dose.image.values);

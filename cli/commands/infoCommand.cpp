@@ -8,8 +8,10 @@
 #include "cli/commands/readStructures.h"
 #include "cli/commands/structuresInfo.h"
 #include "cli/output/places.h"
+#include "cli/output/units.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseJson.h"
+#include "comparison/doseUncertainty.h"
 #include "comparison/measurements/measurementJson.h"
 #include "comparison/text.h"
 
@@ -63,16 +65,19 @@ void printMeasurement(const DoseImage& dose)
 void printDoses(const DoseImage& dose)
 {
     const DoseExtremes extremes = extremesOf(dose);
-    const std::string unit = dose.isRelative ? " (relative)" : " Gy";
+    const std::string unit = unitBehind(dose.unit);
     const bool tellsUnit = dose.dicom || dose.format == "table" ||
-                           dose.format == "extracted plane" || dose.format == "detector array";
-    print("units", dose.isRelative ? "relative"
-                   : tellsUnit     ? "Gy"
-                                   : "Gy (assumed: the format does not tell)");
+                           dose.format == "extracted plane" || dose.format == "detector array" ||
+                           dose.format == "TOPAS";
+    print("units", std::string(files::unitName(dose.unit)) +
+                       (tellsUnit ? "" : " (assumed: the format does not tell)"));
     print("minimum", number(extremes.minimum) + unit);
     print("maximum", number(extremes.maximum) + unit);
     print("  at", join(extremes.maximumPosition, ", ") + " mm" +
                       (dose.measurement ? "" : ", voxel " + join(extremes.maximumIndex, ", ")));
+    if (!dose.uncertainty.empty()) {
+        print("uncertainty", describeUncertainty(uncertaintyOf(dose)));
+    }
 }
 
 void printIdentity(const DicomIdentity& identity, bool showPatient)
@@ -140,11 +145,14 @@ Json doseDocument(const DoseImage& dose, const FileDigests& digests, bool showPa
     Json document = {{"file", fileJson(dose, digests)},
                      {"grid", gridJson(image.geometry, extremesOf(dose))},
                      {"orientation", "LPS"},
-                     {"doseUnit", dose.isRelative ? "relative" : "Gy"},
+                     {"doseUnit", files::unitName(dose.unit)},
                      {"tellsPosition", dose.tellsPosition},
                      {"tellsOrientation", dose.tellsOrientation},
                      {"warnings", dose.warnings},
                      {"dosesSha256", digestOfDoses(image.values)}};
+    if (!dose.uncertainty.empty()) {
+        document["uncertainty"] = uncertaintyJson(uncertaintyOf(dose));
+    }
     if (dose.measurement) {
         document["measurement"] = measurementJson(dose);
     }

@@ -65,9 +65,12 @@ DoseVolumeSettings doseVolumeSettings(const StructureOptions& options, const Com
     settings.binWidth = curveBinWidth(
         std::max(comparison.referenceExtremes.maximum, comparison.evaluationExtremes.maximum));
     for (const DoseMetric& metric : settings.metrics) {
-        if (metric.kind == DoseMetric::Kind::volumeAtDose && comparison.reference.isRelative) {
+        if (metric.kind == DoseMetric::Kind::volumeAtDose &&
+            comparison.reference.unit != DoseUnit::gray) {
+            const bool isRelative = comparison.reference.unit == DoseUnit::relative;
             throw UsageError("--dvh: " + metric.label() +
-                             " asks for a dose in Gy, but the files hold relative doses");
+                             " asks for a dose in Gy, but the files hold " +
+                             (isRelative ? "relative doses" : "doses of a simulation"));
         }
     }
     return settings;

@@ -113,7 +113,7 @@ Json facts(const files::DoseImage& dose)
     Json json = {{"dataPath", dose.dataPath},
                  {"format", dose.format},
                  {"grid", zarngi::gridJson(dose.image.geometry, zarngi::doseExtremes(dose.image))},
-                 {"doseUnit", dose.isRelative ? "relative" : "Gy"},
+                 {"doseUnit", files::unitName(dose.unit)},
                  {"measurement", zarngi::measurementJson(dose)},
                  {"warnings", dose.warnings}};
     if (dose.dicom) {
