@@ -65,6 +65,12 @@ bool isMonotone(NumberWords& numbers, std::int64_t count)
     return rises || falls;
 }
 
+/** Whether boundaries follow: three numbers alone are nothing. Takes a copy, to look ahead. */
+bool hasBoundaries(NumberWords numbers)
+{
+    return numbers.next() && numbers.next();
+}
+
 /** The beginning without a word that may be cut. */
 std::string_view wholeWords(std::string_view beginning)
 {
@@ -222,7 +228,7 @@ bool startsLikeThreeDdose(std::string_view beginning)
     try {
         NumberWords numbers(wholeWords(beginning));
         const std::optional<Sizes> sizes = sizesOf(numbers);
-        return sizes &&
+        return sizes && hasBoundaries(numbers) &&
                std::all_of(sizes->begin(), sizes->end(),
                            [&](std::int64_t size) { return isMonotone(numbers, size + 1); }) &&
                !isTableInstead(beginning, *sizes, numbers);

@@ -4,7 +4,7 @@ import gzip
 
 import numpy as np
 
-from variants import DAMAGED, FOREIGN, NO_ORIENTATION, ORIGIN, SIZE, SPACING, VALUES, read, refused
+from variants import DAMAGED, NO_ORIENTATION, ORIGIN, SIZE, SPACING, VALUES, read, refused
 
 FORMAT = "EGSnrc 3ddose"
 UNIT = "Gy/history"
@@ -102,8 +102,6 @@ def counts():
     yield refused("boundaries alone", "\n".join(lines[:4]).encode() + b"\n", does_not_fit(0))
     yield refused("boundaries cut", "\n".join(lines[:3]).encode() + b"\n",
                   "is cut short within the boundaries of its voxels")
-    yield refused("another size", b"5\t4" + threeddose()[3:], # a boundary along z counts for y
-                  "its boundaries along y do not rise (18.5 mm, then -41.5 mm)")
     yield refused("a word among doses", threeddose().replace(b"\t0.012\t", b"\t0.0l2\t"),
                   f'has "0.0l2" where a number should be (word {3 + 15 + 60 + 12})')
     yield refused("no number", threeddose().replace(b"\t0.012\t", b"\tnan\t"),
@@ -117,7 +115,7 @@ def counts():
                   "has an error of -0.001 (accepted: fractions from 0 to 1)")
     yield refused("a grid that no file tells", b"2000 2000 300\n" + b"\n".join(
         b" ".join(b"%.3f" % (i / 10) for i in range(n + 1)) for n in (2000, 2000, 300)) + b"\n1*0\n",
-        "its grid of 1 200 000 000 voxels is more than 28 218 bytes can tell")
+        "its grid of 1 200 000 000 voxels is more than 31 841 bytes can tell")
 
 
 def boundaries():
@@ -157,7 +155,10 @@ def others():
     """Texts of numbers that are something else."""
     yield refused("a table of whole numbers", b"1 1 1\n2 3 4\n5 6 7\n8 9 10\n",
                   "tells no unit of dose: its head must say Gy or cGy, or the unit be given")
-    yield refused("no boundaries", b"5 3 4\n", FOREIGN)
+    yield refused("another size", b"5\t4" + threeddose()[3:], # a boundary along z counts for y
+                  "tells no unit of dose: its head must say Gy or cGy, or the unit be given")
+    yield refused("no boundaries", b"5 3 4\n",
+                  "tells no unit of dose: its head must say Gy or cGy, or the unit be given")
 
 
 ROWS = [*layouts(), *counts(), *boundaries(), *others()]

@@ -165,7 +165,7 @@ def heads():
                 lines=rows())
     yield named("a statistic twice", "names Sum twice", statistics=("Sum", "Sum"))
     yield named("bins of energy", 'is binned by more than places ("Binned by incident track energy in 2 bins '
-                'of 1 MeV fr..."); have TOPAS score the dose without',
+                'of 1 MeV from 0 Me..."); have TOPAS score the dose without',
                 more=("Binned by incident track energy in 2 bins of 1 MeV from 0 MeV to 2 MeV",))
     yield named("two quantities", "tells two quantities of a TOPAS scorer", more=("DoseToWater ( Gy ) : Sum",))
     yield refused("no quantity", head().replace(b" : Sum", b" Sum"),
