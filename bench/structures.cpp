@@ -69,7 +69,7 @@ std::size_t voxelise(const Phantom& phantom)
 std::size_t histograms(const Phantom& phantom)
 {
     const zarngi::Geometry& grid = phantom.reference.image.geometry;
-    const zarngi::DoseVolumeSettings settings{zarngi::doseMetrics({}), 60, 0.1};
+    const zarngi::DoseVolumeSettings settings{zarngi::withUsualMetrics({}), 60, 0.1};
     std::size_t points = 0;
     for (const auto& region : files::regionsOf(phantom.structures, grid.spacing[2])) {
         const zarngi::SubPoints inside =

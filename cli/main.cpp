@@ -9,6 +9,7 @@
 #include "cli/commands/demoCommand.h"
 #include "cli/commands/helpFormatter.h"
 #include "cli/commands/infoCommand.h"
+#include "cli/commands/optionNames.h"
 #include "cli/exitCode.h"
 #include "cli/output/temporaryFile.h"
 #include "comparison/failure.h"
@@ -24,6 +25,11 @@ int tell(const std::string& message, ExitCode code)
 {
     std::cerr << "zarngi: " << zarngi::oneLine(message) << '\n';
     return static_cast<int>(code);
+}
+
+int tell(const zarngi::Refusal& refusal, ExitCode code)
+{
+    return tell(refusal.sentence().text(zarngi::programWording()), code);
 }
 
 struct CommandLine {
@@ -86,9 +92,9 @@ int runCommand(const CommandLine& commandLine)
         }
         return static_cast<int>(code);
     } catch (const zarngi::UsageError& error) {
-        return tell(error.what(), ExitCode::wrongUsage);
+        return tell(error, ExitCode::wrongUsage);
     } catch (const zarngi::InputError& error) {
-        return tell(error.what(), ExitCode::badInput);
+        return tell(error, ExitCode::badInput);
     } catch (const std::bad_alloc&) {
         return tell("not enough memory", ExitCode::badInput);
     } catch (const std::exception& error) {

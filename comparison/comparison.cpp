@@ -28,23 +28,10 @@ bool hasStructureBelow(const CriterionResult& result, const std::vector<Structur
 
 } // namespace
 
-std::string CriterionResult::label() const
-{
-    std::string text;
-    for (const std::string& pattern : patterns) {
-        text += (text.empty() ? "" : ",") + pattern;
-    }
-    return text + (text.empty() ? "" : ":") + criterion.label();
-}
-
-double Comparison::normalisation() const
-{
-    return settings.normalisation ? *settings.normalisation : referenceExtremes.maximum;
-}
-
 bool Comparison::isBelowLimit() const
 {
-    return std::any_of(results.begin(), results.end(), [this](const CriterionResult& result) {
+    const std::optional<double> failBelow = request.limits.failBelow.general();
+    return std::any_of(results.begin(), results.end(), [&](const CriterionResult& result) {
         const bool isForAll = result.patterns.empty();
         if (isForAll && failBelow && isBelow(result.statistics, *failBelow)) {
             return true;

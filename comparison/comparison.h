@@ -16,9 +16,9 @@
 #include "comparison/fileDigest.h"
 #include "comparison/gammaRun.h"
 #include "comparison/gammaStatistics.h"
-#include "comparison/measurements/doseSum.h"
-#include "comparison/measurements/normalisation.h"
 #include "comparison/measurements/placement.h"
+#include "comparison/request/request.h"
+#include "comparison/sentence.h"
 #include "comparison/structures/structureComparison.h"
 #include "comparison/structures/structureGamma.h"
 #include "comparison/sweep/sweep.h"
@@ -40,9 +40,6 @@ struct CriterionResult {
     /** One for each row of structures; none where the criterion is not for it. */
     std::vector<std::optional<StructureGamma>> structures;
     std::optional<StructureGamma> outside; ///< in none of the rows
-
-    /** "3%/2mm", "PTV*:2%/1mm". */
-    std::string label() const;
 };
 
 /** Where alone voxels were tested. */
@@ -51,39 +48,37 @@ struct TestedPart {
     files::Runs voxels;     ///< of the reference grid
 };
 
-/** What a dose was made of beside its file. */
-struct DoseMaking {
-    std::vector<DoseImage> added; ///< without their values
-    DoseFactor factor;
-};
-
-struct Comparison {
+/** The doses of a comparison as they are searched. */
+struct ComparedDoses {
     DoseImage reference; ///< where it is compared
     DoseImage evaluation;
-    DoseMaking referenceMaking;
-    DoseMaking evaluationMaking;
+    std::vector<DoseImage> referenceAdded; ///< without their values
+    std::vector<DoseImage> evaluationAdded;
     PlacedDoses placed;
-    NormalisationRequest normalisationRequest;
     DoseExtremes referenceExtremes{}; ///< of all doses, found once: grids are large
     DoseExtremes evaluationExtremes{};
-    FileDigests digests; ///< of the files that were read, where a record is wanted
-    GammaSettings settings;
-    Limits limits;
-    std::optional<double> failBelow; ///< %
+    /** Gy (or the unit of relative doses): what DCO and a global dose difference refer to. */
+    double normalisation = 0;
+
+    const char* doseUnit() const { return files::unitName(reference.unit); }
+};
+
+struct Comparison : ComparedDoses {
+    Request request;
+    GammaSettings settings; ///< of the search: with the normalisation where one was asked for
+    FileDigests digests;    ///< of the files that were read, where a document is wanted
     std::optional<TestedPart> within;
     std::optional<StructureComparison> structures;
     std::vector<CriterionResult> results;
     std::optional<Explanation> explanation; ///< of one of the criteria; changes no result
     std::vector<Sweep> sweeps;
-    std::vector<std::string> warnings;
+    std::vector<Sentence> warnings;
     double readSeconds = 0;
-    std::string commandLine; ///< that asked for it; may be empty
 
-    /** Gy (or the unit of relative doses): what DCO and a global dose difference refer to. */
-    double normalisation() const;
-    /** In the same unit: only voxels above it were tested. */
-    double cutOffDose() const { return settings.cutOff / 100 * normalisation(); }
-    const char* doseUnit() const { return files::unitName(reference.unit); }
+    /** Gy (or the unit of relative doses): only voxels above it were tested. */
+    double cutOffDose() const { return settings.cutOff / 100 * normalisation; }
+    /** Of all voxels. */
+    Limits limits() const { return request.limits.general(); }
     /**
      * Whether a pass rate is below the limit that the user set: of all tested voxels, of a
      * structure with a limit of its own, and of one with a criterion of its own. There, nothing

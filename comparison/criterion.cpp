@@ -47,7 +47,7 @@ std::string Criterion::fileLabel() const
     return number(doseDifference) + (isLocal ? "L-" : "G-") + number(distance) + "mm";
 }
 
-Criterion parseCriterion(const std::string& text)
+Criterion parseCriterion(const std::string& text, const MemberPlace& place)
 {
     const std::string whole = normalised(text);
     const auto slash = whole.find('/');
@@ -62,8 +62,8 @@ Criterion parseCriterion(const std::string& text)
     criterion.doseDifference = parseNumber(dose);
     criterion.distance = parseNumber(distance);
     if (!hasUnits || !isUsable(criterion.doseDifference) || !isUsable(criterion.distance)) {
-        throw UsageError("--criteria: \"" + oneLine(text) +
-                         "\" is not of the form 3%/2mm, 3%G/2mm or 2%L/2mm");
+        throw refusalOf(place,
+                        "\"" + oneLine(text) + "\" is not of the form 3%/2mm, 3%G/2mm or 2%L/2mm");
     }
     return criterion;
 }

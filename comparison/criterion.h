@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "comparison/request/member.h"
+
 namespace zarngi
 {
 
@@ -24,9 +26,9 @@ struct Criterion {
 
 /**
  * Reads "3%/2mm", "3%G/2mm" or "2%L/2mm" (blanks and the case of letters do not matter).
- * @throws UsageError
+ * @throws UsageError at the place
  */
-Criterion parseCriterion(const std::string& text);
+Criterion parseCriterion(const std::string& text, const MemberPlace& place = {Member::criteria});
 
 } // namespace zarngi
 

@@ -60,7 +60,7 @@ Cells resultCells(const CriterionResult& result, const GammaStatistics& statisti
             result.criterion.isLocal ? "local" : "global",
             number(comparison.settings.cutOff),
             number(comparison.cutOffDose(), digits),
-            number(comparison.normalisation(), digits),
+            number(comparison.normalisation, digits),
             std::to_string(statistics.tested),
             std::to_string(statistics.passed),
             std::to_string(statistics.failed),

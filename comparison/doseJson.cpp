@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <utility>
 
 namespace zarngi
 {
@@ -55,10 +56,15 @@ nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digest
     return file;
 }
 
-nlohmann::ordered_json gridJson(const Geometry& geometry, const DoseExtremes& extremes)
+nlohmann::ordered_json gridJson(const DoseImage& dose, const DoseExtremes& extremes)
 {
+    const Geometry& geometry = dose.image.geometry;
+    Json spacing = geometry.spacing;
+    if (dose.hasNoThickness()) {
+        spacing[dose.measurement->normal] = nullptr;
+    }
     return {{"size", geometry.size},
-            {"spacing", geometry.spacing},
+            {"spacing", std::move(spacing)},
             {"origin", geometry.origin},
             {"minimum", extremes.minimum},
             {"maximum", {{"dose", extremes.maximum}, {"position", extremes.maximumPosition}}}};

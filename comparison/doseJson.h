@@ -23,7 +23,8 @@ nlohmann::ordered_json fileJson(const std::string& path, const std::string& data
 /** Name, format, size and digest of the file; of a plan its description, nothing of the patient. */
 nlohmann::ordered_json fileJson(const DoseImage& dose, const FileDigests& digests);
 
-nlohmann::ordered_json gridJson(const Geometry& geometry, const DoseExtremes& extremes);
+/** Its spacing is null across a plane whose file tells no thickness. */
+nlohmann::ordered_json gridJson(const DoseImage& dose, const DoseExtremes& extremes);
 
 /** The document as text; numbers that are not finite are null, stray bytes are replaced. */
 std::string toText(const nlohmann::ordered_json& document, int indent);

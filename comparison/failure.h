@@ -7,27 +7,118 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
+
+#include "comparison/sentence.h"
+#include "files/error.h"
 
 namespace zarngi
 {
 
-/** A file or a computation that cannot give a result; the text is one line without a full stop. */
-class InputError : public std::runtime_error
+/** What ends a comparison; what() is its sentence in plain words. */
+class Refusal : public std::runtime_error
 {
-    using std::runtime_error::runtime_error;
+public:
+    explicit Refusal(Sentence sentence)
+        : std::runtime_error(sentence.text()), sentence_(std::move(sentence))
+    {
+    }
+
+    const Sentence& sentence() const { return sentence_; }
+
+private:
+    Sentence sentence_;
+};
+
+/** What is to blame for a failure that is none of the request. */
+enum class FailureKind {
+    pair,       ///< the doses, or what belongs to them, cannot be compared as it is asked for
+    foreign,    ///< a file is none of the kinds that are read
+    refused,    ///< a file is damaged, or holds what is not read
+    system,     ///< the system does not give or take a file
+    memory,     ///< there is not enough
+    interrupted ///< who watches has ended it
+};
+
+/** A file or a computation that cannot give a result. */
+class InputError : public Refusal
+{
+public:
+    explicit InputError(Sentence sentence, FailureKind kind = FailureKind::pair)
+        : Refusal(std::move(sentence)), kind_(kind)
+    {
+    }
+
+    FailureKind kind() const { return kind_; }
+
+private:
+    FailureKind kind_;
 };
 
 /** A computation whose memory could not be had. */
 class MemoryError : public InputError
 {
-    using InputError::InputError;
+public:
+    explicit MemoryError(Sentence sentence) : InputError(std::move(sentence), FailureKind::memory)
+    {
+    }
 };
 
-/** A command line that makes no sense. */
-class UsageError : public std::runtime_error
+/** A request that makes no sense, by itself or for these doses. */
+class UsageError : public Refusal
 {
-    using std::runtime_error::runtime_error;
+public:
+    /** Of a host's own options, which are no members. */
+    explicit UsageError(Sentence sentence) : Refusal(std::move(sentence)) {}
+    UsageError(MemberPlace place, Sentence sentence) : UsageError(place.name(), std::move(sentence))
+    {
+    }
+    /** @param member its path in the document of a request */
+    UsageError(std::string member, Sentence sentence)
+        : Refusal(std::move(sentence)), member_(std::move(member))
+    {
+    }
+
+    /** What is to be mended: "criteria[1]", "structures.within"; empty: no member. */
+    const std::string& member() const { return member_; }
+
+private:
+    std::string member_;
 };
+
+/** A refusal of a member's value: "MEMBER: reason". */
+inline UsageError refusalOf(MemberPlace place, const Sentence& reason)
+{
+    return {place, Sentence(place.member) + ": " + reason};
+}
+
+/** The kind of what a reader says. */
+inline FailureKind kindOf(const files::FileError& error)
+{
+    switch (error.kind) {
+    case files::FileError::Kind::foreign:
+        return FailureKind::foreign;
+    case files::FileError::Kind::system:
+        return FailureKind::system;
+    case files::FileError::Kind::outOfMemory:
+        return FailureKind::memory;
+    case files::FileError::Kind::refused:
+        break;
+    }
+    return FailureKind::refused;
+}
+
+/** A failure of a file: "FILE: reason". */
+inline InputError failureOf(const std::string& path, const Sentence& reason,
+                            FailureKind kind = FailureKind::pair)
+{
+    return InputError(Sentence(FileName{path}) + ": " + reason, kind);
+}
+
+inline InputError failureOf(const std::string& path, const files::FileError& error)
+{
+    return failureOf(path, error.sentence, kindOf(error));
+}
 
 } // namespace zarngi
 

@@ -40,7 +40,7 @@ Json criterionJson(const CriterionResult& result, const Comparison& comparison)
                  {"local", result.criterion.isLocal},
                  {"cutoffPercent", settings.cutOff},
                  {"cutoffDose", comparison.cutOffDose()},
-                 {"normalisationDose", comparison.normalisation()},
+                 {"normalisationDose", comparison.normalisation},
                  {"stepSize", static_cast<float>(result.step)},
                  {"gammaSearchMax", settings.maxGamma},
                  {"mode", settings.passRateOnly ? "pass-rate" : "gamma-map"},
@@ -50,8 +50,8 @@ Json criterionJson(const CriterionResult& result, const Comparison& comparison)
     json.update(statisticsJson(statistics));
     json["seconds"] = result.seconds;
     json["verdict"] = verdictName(result.verdict);
-    json["limits"] = {{"tolerance", comparison.limits.tolerance},
-                      {"action", comparison.limits.action}};
+    json["limits"] = {{"tolerance", comparison.limits().tolerance},
+                      {"action", comparison.limits().action}};
     json["histogram"] = histogramJson(statistics);
     if (comparison.structures) {
         addStructures(json, result, comparison.structures->rows);
@@ -72,28 +72,30 @@ double searchSeconds(const Comparison& comparison)
 
 nlohmann::ordered_json comparisonJson(const Comparison& comparison)
 {
+    const std::optional<double> failBelow = comparison.request.limits.failBelow.general();
     Json document = {
         {"format", "zarngi-report"},
         {"formatVersion", 1},
         {"program", {{"name", "zarngi"}, {"version", projectVersion()}}},
         {"created", nowInUtc()},
-        {"command", comparison.commandLine},
+        {"command", comparison.request.commandLine},
         {"files",
          {{"reference", fileJson(comparison.reference, comparison.digests)},
           {"evaluation", fileJson(comparison.evaluation, comparison.digests)}}},
         {"grids",
-         {{"reference",
-           gridJson(comparison.reference.image.geometry, comparison.referenceExtremes)},
-          {"evaluation",
-           gridJson(comparison.evaluation.image.geometry, comparison.evaluationExtremes)}}},
+         {{"reference", gridJson(comparison.reference, comparison.referenceExtremes)},
+          {"evaluation", gridJson(comparison.evaluation, comparison.evaluationExtremes)}}},
         {"orientation", isInPlane(comparison.placed.space) ? Json(nullptr) : Json("LPS")},
         {"doseUnit", comparison.doseUnit()},
         {"threads", comparison.settings.threads},
-        {"failBelow", comparison.failBelow ? Json(*comparison.failBelow) : Json(nullptr)},
+        {"failBelow", failBelow ? Json(*failBelow) : Json(nullptr)},
         {"criteria", Json::array()},
         {"timings",
          {{"readSeconds", comparison.readSeconds}, {"searchSeconds", searchSeconds(comparison)}}},
-        {"warnings", comparison.warnings}};
+        {"warnings", Json::array()}};
+    for (const Sentence& warning : comparison.warnings) {
+        document["warnings"].push_back(warning.text());
+    }
     for (const CriterionResult& result : comparison.results) {
         document["criteria"].push_back(criterionJson(result, comparison));
     }

@@ -11,6 +11,7 @@ namespace zarngi
 {
 
 using files::asText;
+using files::exactNumber;
 using files::excerpt;
 using files::fixed;
 using files::grouped;

@@ -96,13 +96,23 @@ struct DoseImage {
     std::vector<float> uncertainty;
     bool tellsPosition = true;    ///< else its first voxel, or its middle, is put at 0, 0, 0 mm
     bool tellsOrientation = true; ///< else the axes count as those of the patient
+    bool tellsUnit = true;        ///< of dose; else the values count as Gy
     /** What was taken for granted, each a line that continues "FILE: ". */
     std::vector<std::string> warnings;
+    /** Likewise, of its values as doses; readDose() makes warnings of them, labels have none. */
+    std::vector<std::string> doubts;
     std::optional<DicomIdentity> dicom;
     std::optional<Measurement> measurement; ///< none: a volume
 
     bool isPlane() const { return isOfKind(Measurement::Kind::plane); }
     bool isPoints() const { return isOfKind(Measurement::Kind::points); }
+    /** Whether it holds differences between doses, as DICOM's Dose Type tells. */
+    bool isError() const { return dicom && dicom->doseType == "ERROR"; }
+    /** Whether there is an axis across a plane along which its file tells no thickness. */
+    bool hasNoThickness() const
+    {
+        return isPlane() && image.geometry.spacing[measurement->normal] <= planeThickness;
+    }
     /** Whether doses fill a volume: one without gaps in which structures can lie. */
     bool hasVolume() const { return !measurement; }
 

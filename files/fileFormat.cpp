@@ -1,5 +1,7 @@
 #include "files/fileFormat.h"
 
+#include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "files/error.h"
@@ -28,16 +30,16 @@ bool startsLikeNifti(std::string_view beginning)
 
 bool startsLikeMetaImage(std::string_view beginning)
 {
-    const auto start = beginning.find_first_not_of(" \t\r\n");
-    if (start == std::string_view::npos || beginning.find('=') == std::string_view::npos) {
+    const auto start = std::min(beginning.find_first_not_of(" \t\r\n"), beginning.size());
+    const std::string_view rest = beginning.substr(start);
+    const std::string_view line = rest.substr(0, rest.find_first_of("\r\n"));
+    const auto end = line.find('=');
+    if (end == std::string_view::npos) {
         return false;
     }
-    for (const std::string_view key : {"objecttype", "ndims", "comment", "formtype"}) {
-        if (lowerCase(beginning.substr(start, key.size())) == key) {
-            return true;
-        }
-    }
-    return false;
+    constexpr std::array<std::string_view, 4> keys{"objecttype", "ndims", "comment", "formtype"};
+    const std::string key = lowerCase(trimmed(line.substr(0, end)));
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
 }
 
 bool startsLikeDicom(std::string_view beginning)
@@ -96,7 +98,7 @@ bool isSimulation(FileFormat format)
 
 std::optional<FileFormat> identifiedFormat(ByteView beginning)
 {
-    const std::string_view text = asText(beginning);
+    const std::string_view text = asText(part(beginning, 0, identifyingBytes));
     if (text.starts_with("NRRD0")) {
         return FileFormat::nrrd;
     }
@@ -121,8 +123,9 @@ std::optional<FileFormat> identifiedFormat(ByteView beginning)
 std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate,
                                            const std::string& what)
 {
+    constexpr std::size_t shortest = 1024; // that unpacks to a file which is no dose
     if (!isGzip(file)) {
-        return identifiedFormat(part(file, 0, identifyingBytes));
+        return identifiedFormat(file);
     }
     const Bytes beginning = unpackBeginning(file, deflate, identifyingBytes);
     const std::optional<FileFormat> format = identifiedFormat(beginning.view());
@@ -130,7 +133,7 @@ std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate
         format == FileFormat::topas || (format && isTable(*format))) {
         refuse("is packed by gzip as a whole; unpack it first (gunzip)");
     }
-    if (!format && beginning.size() < identifyingBytes) {
+    if (!format && beginning.size() < shortest) {
         refuse("its compressed data is damaged or cut short, or no " + what);
     }
     return format;

@@ -35,10 +35,13 @@ bool isSimulation(FileFormat format);
 /** As it is named to users: "NRRD", "detector array" and so on. */
 std::string formatName(FileFormat format);
 
-/** So many bytes of a file are enough to tell its format. */
-constexpr std::size_t identifyingBytes = 1024;
+/** So many bytes of a file are enough to tell its format; no head of a table is longer. */
+constexpr std::size_t identifyingBytes = 1 << 16;
 
-/** What a file begins like, if like any of the formats; `beginning` is not packed. */
+/**
+ * What a file begins like, if like any of the formats; `beginning` is not packed. More than
+ * `identifyingBytes` make no difference.
+ */
 std::optional<FileFormat> identifiedFormat(ByteView beginning);
 
 /**

@@ -1,9 +1,6 @@
 #include "files/readDose.h"
 
-#include <algorithm>
-#include <bit>
-#include <cstdint>
-
+#include "files/doseDoubts.h"
 #include "files/fileFormat.h"
 #include "files/formats/dicom/dose.h"
 #include "files/formats/dicom/rtImage.h"
@@ -27,28 +24,13 @@ constexpr const char* whatItIs = "dose file";
         "of measured doses)");
 }
 
-void checkValues(const std::vector<float>& values)
-{
-    // Compared as integers, which the compiler does for many at once: infinity and what is not a
-    // number have the largest exponent.
-    constexpr std::uint32_t magnitude = 0x7FFFFFFF;
-    constexpr std::uint32_t infinity = 0x7F800000;
-    std::uint32_t largest = 0;
-    for (const float value : values) {
-        largest = std::max(largest, std::bit_cast<std::uint32_t>(value) & magnitude);
-    }
-    if (largest >= infinity) {
-        refuse("holds doses that are not finite numbers");
-    }
-}
-
 DoseImage readDicom(ByteView bytes, const Host& host)
 {
     const DicomFile file = openDicomFile(bytes, host.deflate);
     return isDicomRtImage(file) ? readDicomRtImage(file, host) : readDicomDose(file, host);
 }
 
-DoseImage readBytes(ByteView file, const FindFile& find, const Host& host)
+DoseImage readBytes(ByteView file, const std::string& name, const FindFile& find, const Host& host)
 {
     if (file.empty()) {
         refuse("is empty");
@@ -61,7 +43,7 @@ DoseImage readBytes(ByteView file, const FindFile& find, const Host& host)
                      : isSimulation(*format)        ? readSimulation(*format, file, find, host)
                      : *format == FileFormat::dicom ? readDicom(file, host)
                                                     : readVolume(*format, file, find, host);
-    checkValues(dose.image.values);
+    checkValues(dose, name);
     return dose;
 }
 
@@ -70,7 +52,7 @@ DoseImage readPath(const std::string& path, const Host& host)
     NamedFile file(path, host);
     const ByteView contents =
         file.read(whatItIs, [&](ByteView beginning) { checkMayBeDose(beginning, host.deflate); });
-    return file.withPaths(readBytes(contents, file.finder(), host));
+    return file.withPaths(readBytes(contents, path, file.finder(), host));
 }
 
 } // namespace
@@ -82,9 +64,10 @@ void checkMayBeDose(ByteView beginning, const Deflate& deflate)
     }
 }
 
-Result<DoseImage> readDose(ByteView file, const FindFile& find, const Host& host)
+Result<DoseImage> readDose(ByteView file, const std::string& name, const FindFile& find,
+                           const Host& host)
 {
-    return resultOf([&] { return readBytes(file, find, host); });
+    return resultOf([&] { return readBytes(file, name, find, host); });
 }
 
 Result<DoseImage> readDoseFile(const std::string& path, const Host& host)

@@ -47,8 +47,10 @@ struct Host {
 /**
  * Reads a dose from the contents of a file: a volume, a plane or points. `find` fetches the files
  * that it names.
+ * @param name of the file, whose end may tell that its values are no doses; may be empty.
  */
-Result<DoseImage> readDose(ByteView file, const FindFile& find, const Host& host);
+Result<DoseImage> readDose(ByteView file, const std::string& name, const FindFile& find,
+                           const Host& host);
 
 /** Reads a dose file, and the file that it names beside it; a pipe is read to its end. */
 Result<DoseImage> readDoseFile(const std::string& path, const Host& host);

@@ -18,8 +18,6 @@ namespace files
 namespace
 {
 
-constexpr std::size_t beginningBytes = 1 << 16;
-
 [[noreturn]] void refuseSystem(const std::string& sentence, int error)
 {
     throw Refusal({FileError::Kind::system, sentence, error});
@@ -81,14 +79,14 @@ std::size_t SourceFile::fill(std::span<unsigned char> room) const
 
 Bytes SourceFile::readBeginning()
 {
-    Bytes beginning(beginningBytes);
+    Bytes beginning(identifyingBytes);
     beginning.shorten(fill(beginning.room()));
     return beginning;
 }
 
 Bytes SourceFile::readRest(Bytes beginning)
 {
-    if (beginning.size() < beginningBytes) {
+    if (beginning.size() < identifyingBytes) {
         return beginning;
     }
     // One byte more than the file has shows its end.

@@ -7,6 +7,8 @@
 #include <limits>
 #include <utility>
 
+#include "files/characters/utf8.h"
+
 namespace files
 {
 
@@ -27,6 +29,13 @@ thread_local bool excerptsAreShown = true;
 std::string number(double value, int digits)
 {
     return formatted("%.*g", digits, value);
+}
+
+std::string exactNumber(double value)
+{
+    std::array<char, 64> buffer{};
+    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr;
+    return {buffer.data(), end};
 }
 
 std::string fixed(double value, int decimals)
@@ -87,9 +96,16 @@ double parseNumber(std::string_view text)
 
 std::string oneLine(std::string_view text)
 {
-    std::string line(text);
-    std::replace_if(
-        line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+    std::string line;
+    while (!text.empty()) {
+        const DecodedCharacter character = firstOfUtf8(text);
+        if (character.isValid && isControl(character.value)) {
+            line += ' ';
+        } else {
+            line += text.substr(0, character.bytes);
+        }
+        text.remove_prefix(character.bytes);
+    }
     return trimmed(line);
 }
 
@@ -99,10 +115,17 @@ std::string excerpt(std::string_view text)
     if (!excerptsAreShown) {
         return "...";
     }
-    std::string result(text.substr(0, longest));
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return text.size() > longest ? result + "..." : result;
+    std::string result;
+    for (std::size_t count = 0; !text.empty(); ++count) {
+        if (count == longest) {
+            return result + "...";
+        }
+        const DecodedCharacter character = firstOfUtf8(text);
+        const bool isShown = character.isValid && !isControl(character.value);
+        result += isShown ? text.substr(0, character.bytes) : "?";
+        text.remove_prefix(character.bytes);
+    }
+    return result;
 }
 
 bool setExcerpts(bool areShown)

@@ -17,6 +17,9 @@ namespace files
 /** The number in its shortest form of up to `digits` significant digits. */
 std::string number(double value, int digits = 6);
 
+/** The number in its shortest form that tells it from all others. */
+std::string exactNumber(double value);
+
 /** The number with a fixed count of decimals. */
 std::string fixed(double value, int decimals);
 
@@ -39,9 +42,9 @@ double parseNumber(std::string_view text);
 std::string oneLine(std::string_view text);
 
 /**
- * A text out of a file for a message: printable ASCII, "?" for all else, not too long; "..." where
- * setExcerpts() says so. All that a message tells of a file in the file's own words comes from
- * here.
+ * A text out of a file for a message: characters of UTF-8, "?" for all else, not too long; "..."
+ * where setExcerpts() says so. All that a message tells of a file in the file's own words comes
+ * from here.
  */
 std::string excerpt(std::string_view text);
 

@@ -20,14 +20,6 @@ namespace
 
 using Kind = ValueFormat::Kind;
 
-/** The number as the shortest text that reads back as the same double. */
-std::string exact(double value)
-{
-    std::array<char, 32> text{};
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-    return {text.data(), end};
-}
-
 template <class List, class ToText>
 std::string joined(const List& items, const char* separator, const ToText& toText)
 {
@@ -72,11 +64,11 @@ Bytes encodeMetaImage(const Geometry& geometry, const ValueFormat& format, ByteV
         "ObjectType = Image\nNDims = 3\nBinaryData = True\n"
         "BinaryDataByteOrderMSB = False\nCompressedData = True\n"
         "CompressedDataSize = " +
-        std::to_string(packed.size()) +
-        "\nTransformMatrix = 1 0 0 0 1 0 0 0 1\nOffset = " + joined(geometry.origin, " ", exact) +
+        std::to_string(packed.size()) + "\nTransformMatrix = 1 0 0 0 1 0 0 0 1\nOffset = " +
+        joined(geometry.origin, " ", exactNumber) +
         "\nCenterOfRotation = 0 0 0\nAnatomicalOrientation = RAI\n"
         "ElementSpacing = " +
-        joined(geometry.spacing, " ", exact) + "\nDimSize = " + join(geometry.size, " ") +
+        joined(geometry.spacing, " ", exactNumber) + "\nDimSize = " + join(geometry.size, " ") +
         "\nElementType = " + nameOf(format, names) + "\nElementDataFile = LOCAL\n";
     return concatenated(header, packed.view());
 }
@@ -91,9 +83,10 @@ Bytes encodeNrrd(const Geometry& geometry, const ValueFormat& format, ByteView v
     const std::string header =
         std::string("NRRD0004\ntype: ") + nameOf(format, names) +
         "\ndimension: 3\nspace: left-posterior-superior\nsizes: " + join(geometry.size, " ") +
-        "\nspace directions: (" + exact(x) + ",0,0) (0," + exact(y) + ",0) (0,0," + exact(z) +
+        "\nspace directions: (" + exactNumber(x) + ",0,0) (0," + exactNumber(y) + ",0) (0,0," +
+        exactNumber(z) +
         ")\nkinds: domain domain domain\nendian: little\nencoding: gzip\nspace origin: (" +
-        joined(geometry.origin, ",", exact) + ")\n\n";
+        joined(geometry.origin, ",", exactNumber) + ")\n\n";
     return concatenated(header, packGzip(values, deflate).view());
 }
 

@@ -109,7 +109,7 @@ int zarnGIHost_readDoseFromMemory(const void* contents, size_t size, zarnGIHost_
     *dose = nullptr;
     return guarded(error, [&] {
         const files::ByteView file(static_cast<const unsigned char*>(contents), size);
-        return hand(files::readDose(file, finder(find, context), readerHost()), dose, error);
+        return hand(files::readDose(file, "", finder(find, context), readerHost()), dose, error);
     });
 }
 
@@ -150,6 +150,10 @@ int zarnGIHost_getFact(const zarnGIHost_Dose* dose, int fact)
         return dose->image.tellsOrientation ? 1 : 0;
     case ZARNGI_HOST_IS_DICOM:
         return dose->image.dicom ? 1 : 0;
+    case ZARNGI_HOST_TELLS_UNIT:
+        return dose->image.tellsUnit ? 1 : 0;
+    case ZARNGI_HOST_IS_ERROR:
+        return dose->image.isError() ? 1 : 0;
     default:
         return ZARNGI_HOST_BAD_ARGUMENT;
     }

@@ -66,7 +66,8 @@ struct zarnGIHost_Bytes {
  * Reads a dose file: DICOM RT Dose, NRRD, MetaImage, NIfTI, EGSnrc's .3ddose or a dose of TOPAS,
  * told by its contents; zarnGIHost_getUnit() tells what the doses are in. A data file
  * that a header names is read from beside it; a pipe is read to its end. An RT Dose of one frame is
- * a plane, and refused: zarnGIHost_readAnyDose() reads it.
+ * a plane, and refused: zarnGIHost_readAnyDose() reads it. Relative doses and differences between
+ * doses are read, and zarnGIHost_getFact() tells that they are none in Gy.
  *
  * @param path  the file.
  * @param dose  [out] the dose; null unless ZARNGI_HOST_OK is returned.
@@ -132,7 +133,9 @@ enum zarnGIHost_Fact {
     ZARNGI_HOST_IS_RELATIVE = 0,       /**< doses relative to a value that the file does not tell */
     ZARNGI_HOST_TELLS_POSITION = 1,    /**< else its first voxel or middle is put at 0, 0, 0 */
     ZARNGI_HOST_TELLS_ORIENTATION = 2, /**< else the axes are taken for the patient's */
-    ZARNGI_HOST_IS_DICOM = 3
+    ZARNGI_HOST_IS_DICOM = 3,
+    ZARNGI_HOST_TELLS_UNIT = 4, /**< of dose; else the values are taken for Gy */
+    ZARNGI_HOST_IS_ERROR = 5    /**< differences between doses (Dose Type ERROR), no doses */
 };
 
 /**
@@ -171,7 +174,7 @@ enum zarnGIHost_Text {
 ZARNGI_HOST_API const char* zarnGIHost_getText(const struct zarnGIHost_Dose* dose, int text);
 
 /**
- * What was taken for granted while reading.
+ * What was taken for granted while reading, and what speaks against the values being doses.
  * @param dose  the dose.
  * @param index from 0 on.
  * @return a line that continues "FILE: ", or null behind the last one.

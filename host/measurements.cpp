@@ -110,8 +110,8 @@ int zarnGIHost_readAnyDoseFromMemory(const void* contents, size_t size, zarnGIHo
     *dose = nullptr;
     return guarded(error, [&] {
         const files::ByteView file(static_cast<const unsigned char*>(contents), size);
-        return handDose(files::readDose(file, host::finder(find, context), readerHost(units)), dose,
-                        error);
+        return handDose(files::readDose(file, "", host::finder(find, context), readerHost(units)),
+                        dose, error);
     });
 }
 

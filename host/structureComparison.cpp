@@ -30,7 +30,8 @@ Options readOptions(const char* text)
     Options options;
     options.shown = json.at("shown").get<std::vector<std::string>>();
     options.excluded = json.at("excluded").get<std::vector<std::string>>();
-    options.doses.metrics = zarngi::doseMetrics(json.at("metrics").get<std::vector<std::string>>());
+    options.doses.metrics = zarngi::withUsualMetrics(
+        zarngi::parseDoseMetrics(json.at("metrics").get<std::vector<std::string>>()));
     options.doses.fullDose = json.at("fullDose").get<double>();
     options.gamma.maxGamma = json.at("maxGamma").get<double>();
     options.gamma.passRateOnly = json.at("passRateOnly").get<bool>();

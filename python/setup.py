@@ -8,6 +8,7 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 from pathlib import Path
 
@@ -48,6 +49,7 @@ def build_libraries(build_directory: str) -> None:
     configure = ["cmake", "-S", str(native_sources()), "-B", build_directory]
     configure += ["-DCMAKE_BUILD_TYPE=Release", "-Wno-dev", "--no-warn-unused-cli"]
     configure += [f"-DZARNGI_BUILD_{option}=OFF" for option in options]
+    configure += [f"-DZARNGI_TABLES_PYTHON={sys.executable}"]
     jobs = str(len(os.sched_getaffinity(0)))
     build = ["cmake", "--build", build_directory, "--parallel", jobs, "--target", *LIBRARIES]
     try:

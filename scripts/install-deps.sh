@@ -4,7 +4,7 @@
 set -eu
 
 demo_packages="
-    g++ cmake ninja-build pkg-config
+    g++ cmake ninja-build pkg-config python3
     libcli11-dev nlohmann-json3-dev
     libgdcm-dev zlib1g-dev libdeflate-dev libssl-dev"
 

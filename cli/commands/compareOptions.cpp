@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "comparison/failure.h"
+#include "comparison/request/values.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -40,49 +41,56 @@ void addCriteria(CLI::App& command, CompareOptions& options)
                               ->expected(1)
                               ->take_all()
                               ->group("Criteria");
-    const auto add = [&](const char* name, double& value, const char* unit, const char* text) {
+    const auto add = [&](const char* name, std::optional<double>& value, const char* unit,
+                         const char* text) {
         command.add_option(name, value, text)
             ->type_name(unit)
             ->check(positive())
             ->excludes(several)
             ->group("Criteria");
     };
-    add("--dd", options.single.doseDifference, "%", "Dose difference (3)");
-    add("--dta", options.single.distance, "MM", "Distance to agreement (2)");
-    command
-        .add_flag("--local", options.single.isLocal, "Dose difference relative to the voxel's dose")
+    add("--dd", options.doseDifference, "%", "Dose difference (3)");
+    add("--dta", options.distance, "MM", "Distance to agreement (2)");
+    command.add_flag("--local", options.isLocal, "Dose difference relative to the voxel's dose")
         ->excludes(several)
         ->group("Criteria");
 }
 
 void addDoseLevels(CLI::App& command, CompareOptions& options)
 {
-    GammaSettings& settings = options.settings;
-    command.add_option("--dco", settings.cutOff, "Dose cut-off: test voxels above it (10)")
+    command.add_option("--dco", options.cutOff, "Dose cut-off: test voxels above it (10)")
         ->type_name("%")
         ->check(positive())
         ->group("Criteria");
-    addNormalisation(command, options.measurements);
+    auto* const norm =
+        command
+            .add_option("--norm", options.norm, "Dose of 100 % (reference maximum), or evaluation")
+            ->type_name("GY")
+            ->group("Criteria");
+    command.add_option("--norm-at", options.normAt, "Dose of 100 % is that of the reference there")
+        ->type_name("X,Y[,Z]")
+        ->excludes(norm)
+        ->group("Criteria");
 }
 
-void addSearch(CLI::App& command, GammaSettings& settings)
+void addSearch(CLI::App& command, CompareOptions& options)
 {
     const auto flag = [&](const char* name, bool& value, const char* text) {
         command.add_flag(name, value, text)->group("Search");
     };
-    command.add_option("--max-gamma", settings.maxGamma, "Largest gamma searched for (3)")
+    command.add_option("--max-gamma", options.maxGamma, "Largest gamma searched for (3)")
         ->type_name("GAMMA")
         ->check(positive())
         ->group("Search");
-    command.add_option("--step", settings.step, "Spacing of the search lattice (DTA / 10)")
+    command.add_option("--step", options.step, "Spacing of the search lattice (DTA / 10)")
         ->type_name("MM")
         ->check(positive())
         ->group("Search");
-    flag("--pass-rate-only", settings.passRateOnly, "Only decide passed or failed: faster");
-    flag("--nearest", settings.nearest, "Dose of the containing voxel, no interpolation");
-    flag("--slices", settings.slices, "Interpolate within planes of constant z only");
-    flag("--rotate", settings.rotate, "Turn the search lattice at random");
-    command.add_option("--threads", settings.threads, "Worker threads (all cores)")
+    flag("--pass-rate-only", options.passRateOnly, "Only decide passed or failed: faster");
+    flag("--nearest", options.nearest, "Dose of the containing voxel, no interpolation");
+    flag("--slices", options.slices, "Interpolate within planes of constant z only");
+    flag("--rotate", options.rotate, "Turn the search lattice at random");
+    command.add_option("--threads", options.threads, "Worker threads (all cores)")
         ->check(CLI::Range(1, 4096))
         ->type_name("N")
         ->group("Search");
@@ -94,23 +102,23 @@ CLI::Option* addRepeated(CLI::App& command, const char* name, std::vector<std::s
     return command.add_option(name, values, text)->type_name(type)->expected(1)->take_all();
 }
 
-void addLimits(CLI::App& command, LimitOptions& limits)
+void addLimits(CLI::App& command, CompareOptions& options)
 {
     const auto add = [&](const char* name, std::vector<std::string>& values, const char* text) {
         addRepeated(command, name, values, "%", text)->group("Limits");
     };
-    add("--tolerance", limits.tolerance, "Pass rate for a pass (95); 'PTV*:98' for structures");
-    add("--action", limits.action, "Pass rate that calls for action (90); also 'NAME:90'");
-    add("--fail-below", limits.failBelow, "Exit with 3 below this pass rate; also 'NAME:95'");
+    add("--tolerance", options.tolerance, "Pass rate for a pass (95); 'PTV*:98' for structures");
+    add("--action", options.action, "Pass rate that calls for action (90); also 'NAME:90'");
+    add("--fail-below", options.failBelow, "Exit with 3 below this pass rate; also 'NAME:95'");
 }
 
-void addStructures(CLI::App& command, StructureOptions& options)
+void addStructures(CLI::App& command, CompareOptions& options)
 {
     const auto several = [&](const char* name, std::vector<std::string>& values, const char* type,
                              const char* text) {
         addRepeated(command, name, values, type, text)->group("Structures");
     };
-    several("--structures", options.files, "FILE", "DICOM RT Structure Set or label mask");
+    several("--structures", options.structures, "FILE", "DICOM RT Structure Set or label mask");
     several("--structure", options.shown, "NAME",
             "Show these only: 'PTV*', 'ring=PTV57-PTV67' (|, &, -)");
     several("--exclude", options.excluded, "NAME", "Show all but these");
@@ -130,20 +138,45 @@ void addStructures(CLI::App& command, StructureOptions& options)
         ->group("Structures");
 }
 
-void addExplanation(CLI::App& command, ExplainOptions& options)
+void addMeasurements(CLI::App& command, CompareOptions& options)
+{
+    constexpr const char* group = "Planes, points and sums";
+    const auto text = [&](const char* name, std::string& value, const char* type,
+                          const char* what) {
+        command.add_option(name, value, what)->type_name(type)->group(group);
+    };
+    const auto files = [&](const char* name, std::vector<std::string>& values, const char* what) {
+        addRepeated(command, name, values, "FILE", what)->group(group);
+    };
+    text("--plane", options.plane, "PLANE", "axial, coronal, sagittal or gantry:ANGLE");
+    text("--at", options.at, "X,Y,Z", "Where the plane's point 0, 0 lies in the patient (mm)");
+    text("--reference-scale", options.referenceScale, "N", "Its doses times this; also 1/33");
+    text("--evaluation-scale", options.evaluationScale, "N", "Likewise");
+    files("--reference-add", options.referenceAdded, "Add this dose, on the same grid");
+    files("--evaluation-add", options.evaluationAdded, "Likewise");
+    addTableUnits(command, options.units);
+    command
+        .add_flag("--allow-error-doses", options.allowErrorDoses,
+                  "Take RT Doses of Dose Type ERROR for doses")
+        ->group(group);
+}
+
+void addExplanation(CLI::App& command, CompareOptions& options)
 {
     auto* const explain = command
-                              .add_flag("--explain", options.isWanted,
+                              .add_flag("--explain", options.explain,
                                         "Find the shift and dose factor that explain what fails\n"
                                         "by the first criterion that is for all voxels")
                               ->group("Explanation");
     command
-        .add_option("--explain-range", options.range,
+        .add_option("--explain-range", options.explainRange,
                     "Largest shift along each axis (larger of 5 and 2 DTA)")
         ->type_name("MM")
         ->needs(explain)
         ->group("Explanation");
-    command.add_option("--explain-structure", options.structure, "Explain what fails in it alone")
+    command
+        .add_option("--explain-structure", options.explainStructure,
+                    "Explain what fails in it alone")
         ->type_name("NAME")
         ->needs(explain)
         ->group("Explanation");
@@ -161,17 +194,104 @@ void addOutput(CLI::App& command, CompareOptions& options)
     file("--json", options.outputs.json, "Everything about the comparison, for programs");
     file("--csv", options.outputs.csv, "One row per criterion, for spreadsheets");
     file("--gamma-map", options.outputs.gammaMap, "Gamma of every voxel (.mha, .nrrd, .nii.gz)");
-    command.add_option("--verbose", options.settings.verbose, "Reports of the search, 0 to 5 (0)")
+    command.add_option("--verbose", options.verbose, "Reports of the search, 0 to 5 (0)")
         ->check(CLI::Range(0, 5))
         ->type_name("N")
         ->group("Output");
 }
 
+void readDoses(Request& request, const CompareOptions& options)
+{
+    const auto factor = [](Member member, const std::string& text) {
+        return text.empty() ? DoseFactor() : parseFactor({member}, text);
+    };
+    request.reference = {options.reference, options.referenceAdded,
+                         factor(Member::referenceScale, options.referenceScale)};
+    request.evaluation = {options.evaluation, options.evaluationAdded,
+                          factor(Member::evaluationScale, options.evaluationScale)};
+    request.plane = parsePlane(options.plane, options.at);
+    request.units = parseUnits(options.units.dose, options.units.length);
+    request.allowErrorDoses = options.allowErrorDoses;
+    if (!options.norm.empty()) {
+        request.normalisation = parseNormalisation(options.norm);
+    }
+    if (!options.normAt.empty()) {
+        request.normalisation.at = parsePosition({Member::normalisationAt}, options.normAt);
+    }
+}
+
+void readCriteria(Request& request, const CompareOptions& options)
+{
+    if (!options.criteria.empty()) {
+        request.criteria = parseCriteria(options.criteria);
+        return;
+    }
+    Criterion& single = request.criteria.front().criterion;
+    single.doseDifference = options.doseDifference.value_or(single.doseDifference);
+    single.distance = options.distance.value_or(single.distance);
+    single.isLocal = options.isLocal;
+}
+
+void readSettings(GammaSettings& settings, const CompareOptions& options)
+{
+    settings.cutOff = options.cutOff.value_or(settings.cutOff);
+    settings.maxGamma = options.maxGamma.value_or(settings.maxGamma);
+    settings.step = options.step;
+    settings.passRateOnly = options.passRateOnly;
+    settings.nearest = options.nearest;
+    settings.slices = options.slices;
+    settings.rotate = options.rotate;
+    settings.threads = options.threads.value_or(
+        static_cast<int>(std::max(1U, std::thread::hardware_concurrency())));
+    settings.verbose = options.verbose;
+}
+
+void readFindings(Request& request, const CompareOptions& options)
+{
+    if (options.explain) {
+        request.explanation = ExplanationWish{{}, options.explainStructure};
+        if (options.explainRange) {
+            request.explanation->range = explanationRange(*options.explainRange);
+        }
+    }
+    for (std::size_t i = 0; i < options.sweeps.size(); ++i) {
+        request.sweeps.push_back(parseCriterionRange(options.sweeps[i], {Member::sweeps, i}));
+    }
+}
+
 } // namespace
+
+Request CompareOptions::request() const
+{
+    Request request;
+    readCriteria(request, *this);
+    readDoses(request, *this);
+    readSettings(request.settings, *this);
+    request.limits = {StructureLimits(Member::tolerance, tolerance),
+                      StructureLimits(Member::action, action),
+                      StructureLimits(Member::failBelow, failBelow)};
+    request.structures = {structures,   shown,      excluded, within, parseDoseMetrics(metrics),
+                          prescription, ignoreFrame};
+    readFindings(request, *this);
+    request.commandLine = commandLine;
+    return request;
+}
+
+void addTableUnits(CLI::App& command, UnitOptions& options)
+{
+    const auto unit = [&](const char* name, std::string& value, const char* type,
+                          std::vector<std::string> accepted, const char* text) {
+        command.add_option(name, value, text)
+            ->type_name(type)
+            ->check(CLI::IsMember(std::move(accepted)))
+            ->group("Planes, points and sums");
+    };
+    unit("--dose-unit", options.dose, "UNIT", {"Gy", "cGy"}, "Of tables that tell none");
+    unit("--length-unit", options.length, "UNIT", {"mm", "cm"}, "Likewise (mm)");
+}
 
 void addCompareOptions(CLI::App& command, CompareOptions& options)
 {
-    options.settings.threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     command.add_option("REFERENCE", options.reference, "Dose file that is tested voxel by voxel")
         ->type_name("")
         ->required();
@@ -181,28 +301,21 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
         ->required();
     addCriteria(command, options);
     addDoseLevels(command, options);
-    addSearch(command, options.settings);
-    addStructures(command, options.structures);
-    addMeasurements(command, options.measurements);
-    addLimits(command, options.limits);
-    addExplanation(command, options.explain);
+    addSearch(command, options);
+    addStructures(command, options);
+    addMeasurements(command, options);
+    addLimits(command, options);
+    addExplanation(command, options);
     addOutput(command, options);
 }
 
-void checkCompareOptions(const CompareOptions& options)
+void checkOutputs(const OutputNames& outputs, const Request& request)
 {
-    checkRequest(options);
-    if (!options.outputs.report.empty() && options.settings.passRateOnly) {
+    if (!outputs.report.empty() && request.settings.passRateOnly) {
         throw UsageError("--report needs gamma values, which --pass-rate-only does not compute");
     }
-    options.outputs.checkFormats();
-    std::vector<std::string> inputs = options.structures.files;
-    inputs.insert(inputs.end(), {options.reference, options.evaluation});
-    for (const std::vector<std::string>* const added :
-         {&options.measurements.referenceAdded, &options.measurements.evaluationAdded}) {
-        inputs.insert(inputs.end(), added->begin(), added->end());
-    }
-    options.outputs.checkFiles(inputs, options.criteriaToCompute());
+    outputs.checkFormats();
+    outputs.checkFiles(request.files(), request.criteriaToCompute());
 }
 
 } // namespace zarngi

@@ -5,9 +5,12 @@
 #ifndef ZARNGI_CLI_COMMANDS_COMPAREOPTIONS_H
 #define ZARNGI_CLI_COMMANDS_COMPAREOPTIONS_H
 
-#include "cli/commands/measurementOptions.h"
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "cli/output/outputs.h"
-#include "comparison/request/comparisonRequest.h"
+#include "comparison/request/request.h"
 
 namespace CLI
 {
@@ -17,16 +20,68 @@ class App;
 namespace zarngi
 {
 
-/** What is asked for, and where to write it. */
-struct CompareOptions : ComparisonRequest {
+/** What tables that tell no units are in, as given; an empty text: not given. */
+struct UnitOptions {
+    std::string dose;
+    std::string length;
+};
+
+/** What is asked for as it was given, and where to write it; what is empty was not given. */
+struct CompareOptions {
+    std::string reference;
+    std::string evaluation;
+    std::vector<std::string> referenceAdded;
+    std::vector<std::string> evaluationAdded;
+    std::string referenceScale;
+    std::string evaluationScale;
+    std::vector<std::string> criteria;
+    std::optional<double> doseDifference; ///< of the one criterion without `criteria`
+    std::optional<double> distance;
+    bool isLocal = false;
+    std::optional<double> cutOff;
+    std::string norm;
+    std::string normAt;
+    std::optional<double> maxGamma;
+    std::optional<double> step;
+    bool passRateOnly = false;
+    bool nearest = false;
+    bool slices = false;
+    bool rotate = false;
+    std::optional<int> threads;
+    int verbose = 0;
+    std::vector<std::string> structures;
+    std::vector<std::string> shown;
+    std::vector<std::string> excluded;
+    std::string within;
+    std::vector<std::string> metrics;
+    std::optional<double> prescription;
+    bool ignoreFrame = false;
+    std::vector<std::string> tolerance;
+    std::vector<std::string> action;
+    std::vector<std::string> failBelow;
+    std::string plane;
+    std::string at;
+    UnitOptions units;
+    bool allowErrorDoses = false;
+    bool explain = false;
+    std::optional<double> explainRange;
+    std::string explainStructure;
+    std::vector<std::string> sweeps;
+    std::string commandLine; ///< as it was typed
     OutputNames outputs;
+
+    /** @throws UsageError */
+    Request request() const;
 };
 
 /** Adds the arguments to a command; the options must outlive the parsing. */
 void addCompareOptions(CLI::App& command, CompareOptions& options);
 
+/** Adds --dose-unit and --length-unit. */
+void addTableUnits(CLI::App& command, UnitOptions& options);
+
 /** What the parser cannot see: combinations that make no sense. @throws UsageError */
-void checkCompareOptions(const CompareOptions& options);
+void checkOutputs(const OutputNames& outputs, const Request& request);
 
 } // namespace zarngi
 

@@ -1,9 +1,7 @@
 #include "cli/commands/demoCommand.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
-#include <thread>
 
 #include "cli/commands/compareCommand.h"
 #include "cli/output/outputs.h"
@@ -30,7 +28,7 @@ std::string writeStructures(const std::filesystem::path& path)
 {
     const auto bytes = files::encodeStructureSet(syntheticStructures());
     if (!bytes) {
-        throw InputError(path.string() + ": " + bytes.error().sentence);
+        throw failureOf(path.string(), bytes.error());
     }
     OutputFile file(path.string());
     file.write(files::asText(bytes->view()));
@@ -53,8 +51,7 @@ ExitCode demo(const std::string& folder)
               << std::flush;
     options.reference = writeDose(place / "reference.mha", undisturbed);
     options.evaluation = writeDose(place / "evaluation.mha", fairVerification);
-    options.structures.files = {writeStructures(place / "structures.dcm")};
-    options.settings.threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    options.structures = {writeStructures(place / "structures.dcm")};
     options.criteria = {"3%/2mm", "2%/1mm"};
     options.outputs.json = (place / "result.json").string();
     options.outputs.report = reportTemplate().empty() ? "" : (place / "report.html").string();

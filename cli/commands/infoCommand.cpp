@@ -13,6 +13,7 @@
 #include "comparison/doseJson.h"
 #include "comparison/doseUncertainty.h"
 #include "comparison/measurements/measurementJson.h"
+#include "comparison/request/values.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -52,7 +53,7 @@ void printMeasurement(const DoseImage& dose)
     if (!dose.isPoints()) {
         print("first place", join(geometry.origin, ", ") + " mm");
     }
-    if (dose.isPlane() && geometry.spacing[measurement.normal] != files::planeThickness) {
+    if (dose.isPlane() && !dose.hasNoThickness()) {
         print("thickness", number(geometry.spacing[measurement.normal]) + " mm, not searched");
     }
     if (measurement.place) {
@@ -66,11 +67,7 @@ void printDoses(const DoseImage& dose)
 {
     const DoseExtremes extremes = extremesOf(dose);
     const std::string unit = unitBehind(dose.unit);
-    const bool tellsUnit = dose.dicom || dose.format == "table" ||
-                           dose.format == "extracted plane" || dose.format == "detector array" ||
-                           dose.format == "TOPAS";
-    print("units", std::string(files::unitName(dose.unit)) +
-                       (tellsUnit ? "" : " (assumed: the format does not tell)"));
+    print("units", files::unitName(dose.unit) + std::string(dose.tellsUnit ? "" : " (assumed)"));
     print("minimum", number(extremes.minimum) + unit);
     print("maximum", number(extremes.maximum) + unit);
     print("  at", join(extremes.maximumPosition, ", ") + " mm" +
@@ -141,15 +138,15 @@ std::string digestOfDoses(const std::vector<float>& doses)
 
 Json doseDocument(const DoseImage& dose, const FileDigests& digests, bool showPatient)
 {
-    const Image& image = dose.image;
     Json document = {{"file", fileJson(dose, digests)},
-                     {"grid", gridJson(image.geometry, extremesOf(dose))},
+                     {"grid", gridJson(dose, extremesOf(dose))},
                      {"orientation", "LPS"},
                      {"doseUnit", files::unitName(dose.unit)},
                      {"tellsPosition", dose.tellsPosition},
                      {"tellsOrientation", dose.tellsOrientation},
+                     {"tellsUnit", dose.tellsUnit},
                      {"warnings", dose.warnings},
-                     {"dosesSha256", digestOfDoses(image.values)}};
+                     {"dosesSha256", digestOfDoses(dose.image.values)}};
     if (!dose.uncertainty.empty()) {
         document["uncertainty"] = uncertaintyJson(uncertaintyOf(dose));
     }
@@ -184,8 +181,10 @@ ExitCode info(const InfoOptions& options)
     FileDigests digests;
     FileDigests* const wanted = options.asJson ? &digests : nullptr;
     const Contents contents =
-        options.asStructures ? readStructures(options.file, wanted)
-                             : readDoseOrStructures(options.file, wanted, options.units.units());
+        options.asStructures
+            ? readStructures(options.file, wanted)
+            : readDoseOrStructures(options.file, wanted,
+                                   parseUnits(options.units.dose, options.units.length));
     std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }

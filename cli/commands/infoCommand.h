@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "cli/commands/measurementOptions.h"
+#include "cli/commands/compareOptions.h"
 #include "cli/exitCode.h"
 #include "comparison/failure.h"
 
@@ -19,7 +19,7 @@ struct InfoOptions {
     bool asStructures = false; ///< a label mask, which is told as a dose otherwise
     bool showPatient = false;
     bool asJson = false;
-    MeasurementOptions units; ///< of tables
+    UnitOptions units; ///< of tables
 };
 
 /** @throws InputError */

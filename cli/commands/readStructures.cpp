@@ -22,7 +22,7 @@ auto readWith(const Read& read, const std::string& path, FileDigests* digests, f
     }
     auto result = read(path, host);
     if (!result) {
-        throw InputError(path + ": " + result.error().sentence);
+        throw failureOf(path, result.error());
     }
     return std::move(*result);
 }

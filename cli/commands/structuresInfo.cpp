@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 
+#include "cli/output/columns.h"
 #include "comparison/doseImage.h"
 #include "comparison/doseJson.h"
 #include "comparison/structures/structureSetJson.h"
@@ -19,25 +20,6 @@ namespace
 
 using Json = nlohmann::ordered_json;
 using files::Structure;
-
-/** Characters of UTF-8; each has one byte that continues no other. */
-std::size_t widthOf(const std::string& text)
-{
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
-std::string shortened(std::string text, std::size_t width)
-{
-    const std::string dots = "...";
-    if (widthOf(text) <= width) {
-        return text;
-    }
-    while (widthOf(text) > width - dots.size()) {
-        text.pop_back();
-    }
-    return text + dots;
-}
 
 using Row = std::vector<std::string>;
 
@@ -56,11 +38,11 @@ std::string alignedLine(const Row& row, const std::vector<std::size_t>& widths)
     constexpr std::size_t firstNumber = 3;
     std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
-        const std::string gap(widths[i] - widthOf(row[i]), ' ');
         if (widths[i] == 0) {
             continue;
         }
-        line += (i > 0 ? "  " : "") + (i < firstNumber ? row[i] + gap : gap + row[i]);
+        line += i > 0 ? "  " : "";
+        line += i < firstNumber ? leftCell(row[i], widths[i]) : cell(row[i], widths[i]);
     }
     return line + "\n";
 }
@@ -89,7 +71,7 @@ std::string tableOf(std::vector<Row> rows)
     for (std::size_t i = widths.size(); i-- > 0;) {
         const std::size_t most = i == 0 ? terminal - others : i == 1 ? longestType : terminal;
         for (Row& row : rows) {
-            row[i] = shortened(std::move(row[i]), most);
+            row[i] = shortened(row[i], most);
             widths[i] = std::max(widths[i], widthOf(row[i]));
         }
         others += widths[i];
@@ -111,7 +93,8 @@ std::string commonFrameOfReference(const files::StructureSet& set)
     return frames.size() == 1 ? *frames.begin() : std::string();
 }
 
-std::string line(std::string name, const std::string& text)
+/** A line of a fact, if the file tells it. */
+std::string fact(std::string name, const std::string& text)
 {
     constexpr std::size_t nameWidth = 20;
     name.resize(nameWidth, ' ');
@@ -167,15 +150,15 @@ std::string describeStructures(const files::StructureSet& set)
     for (const DescribedStructure& described : structures) {
         rows.push_back(rowOf(described));
         for (const std::string& note : described.notes) {
-            notes += line("note", described.structure.name + ": " + note);
+            notes += fact("note", described.structure.name + ": " + note);
         }
     }
     std::string text =
-        line("file", oneLine(set.path)) + line("format", set.format) + line("label", set.label) +
-        line("frame of reference", commonFrameOfReference(set)) +
-        line("structures", std::to_string(structures.size())) + "\n" + tableOf(std::move(rows));
+        fact("file", oneLine(set.path)) + fact("format", set.format) + fact("label", set.label) +
+        fact("frame of reference", commonFrameOfReference(set)) +
+        fact("structures", std::to_string(structures.size())) + "\n" + tableOf(std::move(rows));
     for (const std::string& warning : set.warnings) {
-        notes += line("warning", warning);
+        notes += fact("warning", warning);
     }
     return text + (notes.empty() ? "" : "\n") + notes;
 }

@@ -107,8 +107,8 @@ std::string describeTable(const Comparison& comparison)
     for (const CriterionResult& result : comparison.results) {
         text += describeRow(result);
     }
-    return text + "verdict: pass from " + number(comparison.limits.tolerance) +
-           " %, investigate from " + number(comparison.limits.action) +
+    return text + "verdict: pass from " + number(comparison.limits().tolerance) +
+           " %, investigate from " + number(comparison.limits().action) +
            " %, fail below\n"
            "hot, cold: failed with more, with less dose than the reference\n";
 }
@@ -116,7 +116,7 @@ std::string describeTable(const Comparison& comparison)
 /** What the dose of 100 % is, where it was asked for otherwise than as a number. */
 std::string describeNormalisation(const Comparison& comparison)
 {
-    const NormalisationRequest& request = comparison.normalisationRequest;
+    const NormalisationRequest& request = comparison.request.normalisation;
     if (request.isEvaluation) {
         return " (maximum of the evaluation)";
     }
@@ -127,19 +127,20 @@ std::string describeNormalisation(const Comparison& comparison)
 std::string describeMaking(const Comparison& comparison)
 {
     std::string text;
-    const auto add = [&text](const char* name, const DoseMaking& making) {
+    const auto add = [&text](const char* name, const std::vector<DoseImage>& added,
+                             const DoseFactor& factor) {
         std::string made;
-        for (const DoseImage& dose : making.added) {
+        for (const DoseImage& dose : added) {
             made += (made.empty() ? "+ " : " + ") +
                     oneLine(std::filesystem::path(dose.path).filename().string());
         }
-        if (!making.factor.text.empty()) {
-            made += (made.empty() ? "times " : ", times ") + making.factor.text;
+        if (!factor.text.empty()) {
+            made += (made.empty() ? "times " : ", times ") + factor.text;
         }
         text += made.empty() ? "" : line(name, made);
     };
-    add("  reference", comparison.referenceMaking);
-    add("  evaluation", comparison.evaluationMaking);
+    add("  reference", comparison.referenceAdded, comparison.request.reference.factor);
+    add("  evaluation", comparison.evaluationAdded, comparison.request.evaluation.factor);
     const std::string placing = describePlacing(comparison.placed);
     return text + (placing.empty() ? placing : line("compared", placing));
 }
@@ -149,14 +150,14 @@ std::string describeMaking(const Comparison& comparison)
 std::string describeSetup(const Comparison& comparison)
 {
     std::string criteria;
-    for (const CriterionResult& result : comparison.results) {
-        criteria += (criteria.empty() ? "" : ", ") + oneLine(result.label());
+    for (const CriterionRequest& asked : comparison.request.criteria) {
+        criteria += (criteria.empty() ? "" : ", ") + oneLine(asked.label());
     }
     return line("reference", describeGrid(comparison.reference, comparison.referenceExtremes)) +
            line("evaluation", describeGrid(comparison.evaluation, comparison.evaluationExtremes)) +
            describeMaking(comparison) + line("criteria", criteria) +
            line("cut-off", number(comparison.settings.cutOff) + " % of " +
-                               number(comparison.normalisation()) +
+                               number(comparison.normalisation) +
                                describeNormalisation(comparison) + " = " +
                                number(comparison.cutOffDose()) + " " + comparison.doseUnit()) +
            line("search", describeSearch(comparison)) +
@@ -168,7 +169,7 @@ std::string describeSetup(const Comparison& comparison)
 std::string describeResults(const Comparison& comparison)
 {
     std::string text = comparison.results.size() == 1
-                           ? describeSingle(comparison.results.front(), comparison.limits,
+                           ? describeSingle(comparison.results.front(), comparison.limits(),
                                             placesName(comparison.reference))
                            : describeTable(comparison);
     const std::size_t unreached = comparison.results.front().statistics.unreached;

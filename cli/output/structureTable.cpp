@@ -17,35 +17,16 @@ constexpr std::size_t narrowestName = 14;
 constexpr std::size_t widestName = 22;
 constexpr const char* outsideName = "outside all";
 
-/** Characters, not bytes, so that names in UTF-8 do not shift the columns. */
-std::size_t lengthOf(const std::string& text)
-{
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](unsigned char c) { return (c & 0xC0) != 0x80; }));
-}
-
-/** On one line and as wide as asked for, shortened where it is longer. */
 std::string nameCell(const std::string& name, std::size_t width)
 {
-    std::string text = oneLine(name);
-    if (lengthOf(text) > width) {
-        while (lengthOf(text + "...") > width) {
-            // The bytes behind the first one of a character go with it.
-            while ((static_cast<unsigned char>(text.back()) & 0xC0) == 0x80) {
-                text.pop_back();
-            }
-            text.pop_back();
-        }
-        text += "...";
-    }
-    return text + std::string(width - lengthOf(text), ' ');
+    return leftCell(oneLine(name), width);
 }
 
 std::size_t nameWidth(const StructureComparison& structures)
 {
     std::size_t width = narrowestName;
     for (const StructureRow& row : structures.rows) {
-        width = std::max(width, lengthOf(oneLine(row.chosen.name)));
+        width = std::max(width, widthOf(oneLine(row.chosen.name)));
     }
     return std::min(width, widestName);
 }

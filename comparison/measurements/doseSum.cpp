@@ -55,15 +55,17 @@ bool areAlike(const DoseImage& a, const DoseImage& b)
 void checkAddend(const DoseImage& dose, const DoseImage& addend)
 {
     if (!areAlike(dose, addend)) {
-        throw InputError(addend.path + ": lies on another grid than " + dose.path +
-                         ", so the doses cannot be added");
+        throw failureOf(addend.path, "lies on another grid than " + Sentence(FileName{dose.path}) +
+                                         ", so the doses cannot be added");
     }
     if (dose.unit != addend.unit) {
-        throw InputError(addend.path + ": holds doses in another unit than " + dose.path);
+        throw failureOf(addend.path,
+                        "holds doses in another unit than " + Sentence(FileName{dose.path}));
     }
     if (dose.dicom && addend.dicom &&
         dose.dicom->frameOfReference != addend.dicom->frameOfReference) {
-        throw InputError(addend.path + ": lies in another Frame of Reference than " + dose.path);
+        throw failureOf(addend.path,
+                        "lies in another Frame of Reference than " + Sentence(FileName{dose.path}));
     }
 }
 
@@ -83,15 +85,15 @@ void addGaps(DoseImage& dose, const DoseImage& addend)
 
 } // namespace
 
-DoseFactor parseFactor(const std::string& option, const std::string& text)
+DoseFactor parseFactor(const MemberPlace& place, const std::string& text)
 {
     const std::size_t slash = std::min(text.find('/'), text.size());
     const double numerator = parseNumber(text.substr(0, slash));
     const double denominator = slash < text.size() ? parseNumber(text.substr(slash + 1)) : 1;
     const double value = numerator / denominator;
     if (!(numerator > 0 && denominator > 0 && value >= 1e-30 && value <= 1e30)) {
-        throw UsageError(option + ": \"" + oneLine(text) +
-                         "\" is not a positive number or a fraction like 1/33");
+        throw refusalOf(place, "\"" + oneLine(text) +
+                                   "\" is not a positive number or a fraction like 1/33");
     }
     return {text, value};
 }
@@ -119,7 +121,7 @@ void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& 
         const auto value = static_cast<float>(sums[i] * factor.value);
         dose.image.values[i] = isGap ? 0 : value;
         if (!std::isfinite(value)) {
-            throw InputError(dose.path + ": holds doses that are too large to be added or scaled");
+            throw failureOf(dose.path, "holds doses that are too large to be added or scaled");
         }
     }
 }

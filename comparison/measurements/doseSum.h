@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "comparison/doseImage.h"
+#include "comparison/request/member.h"
 
 namespace zarngi
 {
@@ -19,8 +20,8 @@ struct DoseFactor {
     double value = 1;
 };
 
-/** @param option that it was given with, for the message. @throws UsageError */
-DoseFactor parseFactor(const std::string& option, const std::string& text);
+/** @param place of the text in a request. @throws UsageError at the place */
+DoseFactor parseFactor(const MemberPlace& place, const std::string& text);
 
 /**
  * (dose + others) * factor: in double precision, in the order of the files, rounded once. Places

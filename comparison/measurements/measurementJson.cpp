@@ -46,23 +46,25 @@ Json placeJson(const files::PlanePlace& place)
     return {{"at", place.at}, {"right", place.right}, {"up", place.up}};
 }
 
-Json makingJson(const DoseMaking& making, const FileDigests& digests)
+/** What a dose was made of beside its file. */
+Json makingJson(const std::vector<DoseImage>& doses, const DoseFactor& factor,
+                const FileDigests& digests)
 {
     Json added = Json::array();
-    for (const DoseImage& dose : making.added) {
+    for (const DoseImage& dose : doses) {
         added.push_back(fileJson(dose, digests));
     }
-    return {{"added", added}, {"factor", making.factor.value}, {"factorText", making.factor.text}};
+    return {{"added", added}, {"factor", factor.value}, {"factorText", factor.text}};
 }
 
 Json normalisationJson(const Comparison& comparison)
 {
-    const NormalisationRequest& request = comparison.normalisationRequest;
+    const NormalisationRequest& request = comparison.request.normalisation;
     const char* const kind = request.isEvaluation       ? "evaluation maximum"
                              : !request.at.empty()      ? "reference dose at a position"
                              : request.dose.has_value() ? "given"
                                                         : "reference maximum";
-    Json json = {{"kind", kind}, {"dose", comparison.normalisation()}};
+    Json json = {{"kind", kind}, {"dose", comparison.normalisation}};
     if (!request.at.empty()) {
         json["position"] = request.at;
     }
@@ -113,8 +115,11 @@ nlohmann::ordered_json measurementJson(const DoseImage& dose)
 void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison)
 {
     Json& making = document["doses"];
-    making = {{"reference", makingJson(comparison.referenceMaking, comparison.digests)},
-              {"evaluation", makingJson(comparison.evaluationMaking, comparison.digests)}};
+    const Request& request = comparison.request;
+    making = {{"reference",
+               makingJson(comparison.referenceAdded, request.reference.factor, comparison.digests)},
+              {"evaluation", makingJson(comparison.evaluationAdded, request.evaluation.factor,
+                                        comparison.digests)}};
     document["normalisation"] = normalisationJson(comparison);
     document["searchSpace"] = nameOf(comparison.placed.space);
     if (comparison.placed.place) {

@@ -66,21 +66,21 @@ double doseAtPosition(const std::vector<double>& at, const DoseImage& reference,
 {
     const std::size_t needed = isInPlane(space) ? 2 : 3;
     if (at.size() != needed) {
-        throw UsageError(needed == 2 ? "--norm-at: in a plane, positions are X,Y"
-                                     : "--norm-at: in space, positions are X,Y,Z");
+        throw refusalOf({Member::normalisationAt}, needed == 2 ? "in a plane, positions are X,Y"
+                                                               : "in space, positions are X,Y,Z");
     }
     const Vec3 place{at[0], at[1], needed == 2 ? 0 : at[2]};
     const std::optional<double> dose = doseNear(reference, place);
     if (!dose || !(*dose > 0)) {
-        throw InputError(reference.path + ": has no dose at " + join(at, ", ") +
-                         " mm, which --norm-at asks for");
+        throw failureOf(reference.path, "has no dose at " + join(at, ", ") + " mm, which " +
+                                            Member::normalisationAt + " asks for");
     }
     return *dose;
 }
 
 } // namespace
 
-std::vector<double> parsePosition(const std::string& option, const std::string& text)
+std::vector<double> parsePosition(const MemberPlace& place, const std::string& text)
 {
     std::vector<double> position;
     for (const std::string& part : split(text, ',')) {
@@ -91,7 +91,7 @@ std::vector<double> parsePosition(const std::string& option, const std::string& 
         }
     }
     if (position.size() != 2 && position.size() != 3) {
-        throw UsageError(option + ": \"" + oneLine(text) + "\" is no position like 0,-3.5,10 (mm)");
+        throw refusalOf(place, "\"" + oneLine(text) + "\" is no position like 0,-3.5,10 (mm)");
     }
     return position;
 }
@@ -102,7 +102,8 @@ std::optional<double> normalisationDose(const NormalisationRequest& request,
 {
     if (request.isEvaluation) {
         if (!(evaluation.maximum > 0)) {
-            throw InputError("--norm evaluation: the evaluation has no dose above 0");
+            throw InputError(Sentence(Member::normalisation) +
+                             " evaluation: the evaluation has no dose above 0");
         }
         return evaluation.maximum;
     }

@@ -10,6 +10,7 @@
 
 #include "comparison/doseExtremes.h"
 #include "comparison/measurements/placement.h"
+#include "comparison/request/member.h"
 
 namespace zarngi
 {
@@ -23,8 +24,8 @@ struct NormalisationRequest {
     bool isGiven() const { return dose || isEvaluation || !at.empty(); }
 };
 
-/** Reads "-3.5,10" or "1,2,3". @throws UsageError that names the option. */
-std::vector<double> parsePosition(const std::string& option, const std::string& text);
+/** Reads "-3.5,10" or "1,2,3" (mm). @throws UsageError at the place */
+std::vector<double> parsePosition(const MemberPlace& place, const std::string& text);
 
 /**
  * The dose that was asked for, if any was. At a position, the dose of a grid is trilinear; where

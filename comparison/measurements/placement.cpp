@@ -103,15 +103,17 @@ PlanePlace placeOf(const DoseImage& dose, const PlaneRequest& request)
 {
     const std::optional<PlanePlace>& own = dose.measurement->place;
     if (!request.isGiven() && !own) {
-        throw InputError(dose.path + ": tells no place in the patient; --plane and --at give it");
+        throw failureOf(dose.path, Sentence("tells no place in the patient; ") + Member::plane +
+                                       " and " + Member::planeAt + " give it");
     }
-    if ((request.plane.empty() || !request.at) && !own) {
-        throw UsageError(request.at ? "--at needs --plane: " + oneLine(dose.path) +
-                                          " does not tell how it lies in the patient"
-                                    : "--plane needs --at: " + oneLine(dose.path) +
-                                          " does not tell where it lies in the patient");
+    if ((!request.plane || !request.at) && !own) {
+        const Member given = request.at ? Member::planeAt : Member::plane;
+        const Member needed = request.at ? Member::plane : Member::planeAt;
+        throw UsageError({needed}, Sentence(given) + " needs " + needed + ": " +
+                                       FileName{dose.path} + " does not tell " +
+                                       (request.at ? "how" : "where") + " it lies in the patient");
     }
-    PlanePlace place = request.plane.empty() ? *own : planeNamed(request.plane);
+    PlanePlace place = request.plane ? request.plane->place : *own;
     place.at = request.at ? *request.at : own->at;
     return place;
 }
@@ -119,14 +121,13 @@ PlanePlace placeOf(const DoseImage& dose, const PlaneRequest& request)
 void checkEvaluation(const DoseImage& evaluation)
 {
     if (evaluation.isPoints()) {
-        throw InputError(evaluation.path + ": holds points, between which there is no dose to "
-                                           "search; make it the reference");
+        throw failureOf(evaluation.path, "holds points, between which there is no dose to search; "
+                                         "make it the reference");
     }
     if (evaluation.measurement && evaluation.measurement->gaps > 0) {
-        throw InputError(evaluation.path + ": has no dose at " +
-                         grouped(evaluation.measurement->gaps) +
-                         " of its places, so there is none to search between them; make it the "
-                         "reference");
+        throw failureOf(evaluation.path, "has no dose at " + grouped(evaluation.measurement->gaps) +
+                                             " of its places, so there is none to search between "
+                                             "them; make it the reference");
     }
 }
 
@@ -155,8 +156,8 @@ void flattenBoth(DoseImage& reference, DoseImage& evaluation, PlacedDoses& place
                           reference.image.geometry.size[normal] == 1 &&
                           evaluation.image.geometry.size[normal] == 1;
     if (!areAlike) {
-        throw InputError("the planes do not lie alike in the patient: " + reference.path + ", " +
-                         evaluation.path);
+        throw InputError("the planes do not lie alike in the patient: " +
+                         Sentence(FileName{reference.path}) + ", " + FileName{evaluation.path});
     }
     constexpr double apart = 0.01; // mm
     const double distance = std::fabs(reference.image.geometry.origin[normal] -
@@ -181,15 +182,14 @@ void placeInSpace(DoseImage& reference, DoseImage& evaluation, PlacedDoses& plac
 {
     if (reference.isPoints()) {
         if (evaluation.isPlane()) {
-            throw InputError(evaluation.path + ": is a plane, in which points in space cannot be "
-                                               "searched");
+            throw failureOf(evaluation.path,
+                            "is a plane, in which points in space cannot be searched");
         }
         placed.space = SearchSpace::points;
     } else if (evaluation.isPlane() || (reference.isPlane() && hasOneLayer(evaluation))) {
         if (!reference.isPlane() && !hasOneLayer(reference)) {
-            throw InputError(evaluation.path +
-                             ": is a plane, in which a volume cannot be searched; make it the "
-                             "reference");
+            throw failureOf(evaluation.path, "is a plane, in which a volume cannot be searched; "
+                                             "make it the reference");
         }
         flattenBoth(reference, evaluation, placed);
     }
@@ -212,8 +212,9 @@ PlanePlace planeNamed(const std::string& text)
     const double angle =
         text.starts_with(gantry) ? parseNumber(text.substr(gantry.size())) : std::nan("");
     if (!std::isfinite(angle)) {
-        throw UsageError("--plane: \"" + oneLine(text) +
-                         "\" is none of axial, coronal, sagittal, gantry:ANGLE");
+        throw refusalOf({Member::plane},
+                        "\"" + oneLine(text) +
+                            "\" is none of axial, coronal, sagittal, gantry:ANGLE");
     }
     return files::gantryPlane({}, angle);
 }
@@ -228,10 +229,10 @@ void putInSpace(DoseImage& dose, const PlanePlace& plane)
         constexpr std::size_t most = 200000; // a minute or two
         const std::size_t places = dose.image.geometry.voxels() - dose.measurement->gaps;
         if (places > most) {
-            throw InputError(dose.path + ": has " + grouped(places) +
-                             " places, too many for a plane across the axes, whose places are "
-                             "searched one by one (up to " +
-                             grouped(most) + ")");
+            throw failureOf(dose.path, "has " + grouped(places) +
+                                           " places, too many for a plane across the axes, whose "
+                                           "places are searched one by one (up to " +
+                                           grouped(most) + ")");
         }
         becomePoints(dose);
     }
@@ -254,9 +255,11 @@ PlacedDoses placeDoses(DoseImage& reference, DoseImage& evaluation, const PlaneR
     const bool areFlat = isFlat(reference) && isFlat(evaluation);
     const bool isOneFlat = isFlat(reference) != isFlat(evaluation);
     if (request.isGiven() && !isOneFlat) {
-        throw UsageError(std::string(request.plane.empty() ? "--at" : "--plane") +
-                         (areFlat ? " is not for two planes, which are compared in their plane"
-                                  : " is for a plane, or points, without a place in the patient"));
+        const Member member = request.plane ? Member::plane : Member::planeAt;
+        throw UsageError(
+            {member}, Sentence(member) +
+                          (areFlat ? " is not for two planes, which are compared in their plane"
+                                   : " is for a plane, or points, without a place in the patient"));
     }
     checkEvaluation(evaluation);
     if (areFlat) {
@@ -266,7 +269,7 @@ PlacedDoses placeDoses(DoseImage& reference, DoseImage& evaluation, const PlaneR
     if (isOneFlat) {
         DoseImage& flat = isFlat(reference) ? reference : evaluation;
         placed.place = placeOf(flat, request);
-        placed.placeName = request.plane.empty() ? "that of its file" : request.plane;
+        placed.placeName = request.plane ? request.plane->name : "that of its file";
         putInSpace(flat, *placed.place);
         checkEvaluation(evaluation);
     }

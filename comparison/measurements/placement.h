@@ -14,18 +14,24 @@
 namespace zarngi
 {
 
+/** A plane through the origin. */
+struct NamedPlane {
+    std::string name; ///< "axial", "coronal", "sagittal", "gantry:30"
+    files::PlanePlace place;
+};
+
 /** Where a plane that is not in space is put. */
 struct PlaneRequest {
-    std::string plane;      ///< "axial", "coronal", "sagittal", "gantry:30"; empty: not asked for
+    std::optional<NamedPlane> plane;
     std::optional<Vec3> at; ///< mm, of the plane's point 0, 0
 
-    bool isGiven() const { return !plane.empty() || at.has_value(); }
+    bool isGiven() const { return plane || at; }
 };
 
 /**
  * The plane that is asked for, through the origin; x grows to `right`, y along `up`:
  * axial: x, y; coronal: x, z; sagittal: y, z; gantry: as files::gantryPlane().
- * @throws UsageError for another text.
+ * @throws UsageError at Member::plane for another text.
  */
 files::PlanePlace planeNamed(const std::string& text);
 

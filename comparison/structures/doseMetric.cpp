@@ -48,13 +48,10 @@ bool isAccepted(const DoseMetric& metric)
     }
 }
 
-} // namespace
-
-std::string DoseMetric::label() const
+std::string notation(const DoseMetric& metric, const std::string& value)
 {
-    std::string text = isVolume() ? "V" : "D";
-    text += number(value);
-    switch (kind) {
+    const std::string text = (metric.isVolume() ? "V" : "D") + value;
+    switch (metric.kind) {
     case Kind::doseToShare:
         return text;
     case Kind::doseToVolume:
@@ -64,6 +61,25 @@ std::string DoseMetric::label() const
     default:
         return text + "%";
     }
+}
+
+void addOnce(std::vector<DoseMetric>& metrics, const DoseMetric& metric)
+{
+    if (std::find(metrics.begin(), metrics.end(), metric) == metrics.end()) {
+        metrics.push_back(metric);
+    }
+}
+
+} // namespace
+
+std::string DoseMetric::label() const
+{
+    return notation(*this, number(value));
+}
+
+std::string DoseMetric::text() const
+{
+    return notation(*this, exactNumber(value));
 }
 
 DoseMetric parseDoseMetric(const std::string& text)
@@ -80,24 +96,31 @@ DoseMetric parseDoseMetric(const std::string& text)
             return metric;
         }
     }
-    throw UsageError("--dvh: \"" + oneLine(text) +
-                     "\" is not of the form D95 (a share from 0 to 100 %), D2cc, V20Gy or V95%");
+    throw refusalOf({Member::metrics},
+                    "\"" + oneLine(text) +
+                        "\" is not of the form D95 (a share from 0 to 100 %), D2cc, V20Gy or V95%");
 }
 
-std::vector<DoseMetric> doseMetrics(const std::vector<std::string>& lists)
+std::vector<DoseMetric> parseDoseMetrics(const std::vector<std::string>& lists)
+{
+    std::vector<DoseMetric> metrics;
+    for (const std::string& list : lists) {
+        for (const std::string& text : split(list, ',')) {
+            addOnce(metrics, parseDoseMetric(text));
+        }
+    }
+    return metrics;
+}
+
+std::vector<DoseMetric> withUsualMetrics(const std::vector<DoseMetric>& others)
 {
     std::vector<DoseMetric> metrics{{Kind::doseToShare, 98},
                                     {Kind::doseToShare, 95},
                                     {Kind::doseToShare, 50},
                                     {Kind::doseToShare, 2},
                                     {Kind::doseToVolume, 0.03}};
-    for (const std::string& list : lists) {
-        for (const std::string& text : split(list, ',')) {
-            const DoseMetric metric = parseDoseMetric(text);
-            if (std::find(metrics.begin(), metrics.end(), metric) == metrics.end()) {
-                metrics.push_back(metric);
-            }
-        }
+    for (const DoseMetric& metric : others) {
+        addOnce(metrics, metric);
     }
     return metrics;
 }

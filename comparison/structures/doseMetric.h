@@ -25,18 +25,26 @@ struct DoseMetric {
     bool isVolume() const { return kind == Kind::volumeAtDose || kind == Kind::volumeAtPercent; }
     /** As it is usually written: "D95", "D2cc", "V20Gy", "V95%". */
     std::string label() const;
+    /** The same with all digits. */
+    std::string text() const;
 
     friend bool operator==(const DoseMetric&, const DoseMetric&) = default;
 };
 
-/** Reads D95 (or D95%), D2cc, V20Gy or V95%; case and blanks do not matter. @throws UsageError */
+/**
+ * Reads D95 (or D95%), D2cc, V20Gy or V95%; case and blanks do not matter.
+ * @throws UsageError at Member::metrics
+ */
 DoseMetric parseDoseMetric(const std::string& text);
 
 /**
- * D98, D95, D50, D2 and D0.03cc, and those of lists like "D99,V20Gy,V95%", each once.
- * @throws UsageError
+ * Those of lists like "D99,V20Gy,V95%", each once.
+ * @throws UsageError at Member::metrics
  */
-std::vector<DoseMetric> doseMetrics(const std::vector<std::string>& lists);
+std::vector<DoseMetric> parseDoseMetrics(const std::vector<std::string>& lists);
+
+/** D98, D95, D50, D2 and D0.03cc, and others that are asked for beside them. */
+std::vector<DoseMetric> withUsualMetrics(const std::vector<DoseMetric>& others);
 
 } // namespace zarngi
 

@@ -1,11 +1,11 @@
 #include "comparison/structures/namePattern.h"
 
-#include <fnmatch.h>
-
 #include <algorithm>
 
 #include "comparison/failure.h"
+#include "comparison/structures/wildcard.h"
 #include "comparison/text.h"
+#include "files/characters/utf8.h"
 
 namespace zarngi
 {
@@ -45,7 +45,7 @@ std::string listOf(const std::vector<StructureName>& names)
 std::vector<std::size_t> matches(const std::vector<StructureName>& names,
                                  const std::string& pattern)
 {
-    const std::string folded = files::lowerCase(pattern);
+    const std::string folded = files::inSmallLetters(pattern);
     std::vector<std::size_t> places =
         placesWhere(names, [&](const StructureName& name) { return name.unique == pattern; });
     if (places.empty()) {
@@ -54,13 +54,14 @@ std::vector<std::size_t> matches(const std::vector<StructureName>& names,
     }
     if (places.empty()) {
         places = placesWhere(names, [&](const StructureName& name) {
-            return files::lowerCase(name.unique) == folded ||
-                   files::lowerCase(name.inFile) == folded;
+            return files::inSmallLetters(name.unique) == folded ||
+                   files::inSmallLetters(name.inFile) == folded;
         });
     }
     if (places.empty()) {
+        const std::u32string wanted = files::charactersOf(folded);
         const auto fits = [&](const std::string& name) {
-            return fnmatch(folded.c_str(), files::lowerCase(name).c_str(), 0) == 0;
+            return fitsWildcards(wanted, files::charactersOf(files::inSmallLetters(name)));
         };
         places = placesWhere(names, [&](const StructureName& name) {
             return fits(name.unique) || fits(name.inFile);
@@ -69,14 +70,14 @@ std::vector<std::size_t> matches(const std::vector<StructureName>& names,
     return places;
 }
 
-std::vector<std::size_t> matchesOf(const std::string& option,
+std::vector<std::size_t> matchesOf(const MemberPlace& place,
                                    const std::vector<StructureName>& names,
                                    const std::string& pattern)
 {
     std::vector<std::size_t> places = matches(names, pattern);
     if (places.empty()) {
-        throw UsageError(option + ": no structure is called \"" + oneLine(pattern) + "\"" +
-                         (names.empty() ? "" : "; there are " + listOf(names)));
+        throw refusalOf(place, "no structure is called \"" + oneLine(pattern) + "\"" +
+                                   (names.empty() ? "" : "; there are " + listOf(names)));
     }
     return places;
 }

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "comparison/request/member.h"
+
 namespace zarngi
 {
 
@@ -26,9 +28,9 @@ struct StructureName {
 std::vector<std::size_t> matches(const std::vector<StructureName>& names,
                                  const std::string& pattern);
 
-/** @throws UsageError, which names the option, the pattern and what there is, where none matches.
+/** @throws UsageError at the place, which tells the pattern and what there is, where none matches.
  */
-std::vector<std::size_t> matchesOf(const std::string& option,
+std::vector<std::size_t> matchesOf(const MemberPlace& place,
                                    const std::vector<StructureName>& names,
                                    const std::string& pattern);
 

@@ -6,6 +6,7 @@
 
 #include "comparison/failure.h"
 #include "comparison/text.h"
+#include "files/characters/utf8.h"
 
 namespace zarngi
 {
@@ -21,9 +22,9 @@ constexpr std::string_view operators = "|&-()";
 class Parser
 {
 public:
-    Parser(const std::string& option, const std::string& text,
+    Parser(const MemberPlace& place, const std::string& text,
            const std::vector<StructureName>& names)
-        : option_(option), text_(text), names_(names)
+        : place_(place), text_(text), names_(names)
     {
     }
 
@@ -39,7 +40,7 @@ public:
 private:
     [[noreturn]] void fail(const std::string& reason) const
     {
-        throw UsageError(option_ + ": \"" + oneLine(text_) + "\": " + oneLine(reason));
+        throw refusalOf(place_, "\"" + oneLine(text_) + "\": " + oneLine(reason));
     }
 
     /** The next character that is no blank; NUL at the end. */
@@ -118,18 +119,18 @@ private:
 
     void addStructures(const std::string& pattern)
     {
-        steps_.push_back({Kind::structures, matchesOf(option_, names_, pattern)});
+        steps_.push_back({Kind::structures, matchesOf(place_, names_, pattern)});
     }
 
     /** Of the names that stand here, with an operator or nothing behind; 0: none. */
     std::size_t longestName() const
     {
-        const std::string rest = files::lowerCase(std::string_view(text_).substr(position_));
+        const std::string rest = files::inSmallLetters(std::string_view(text_).substr(position_));
         std::size_t longest = 0;
         for (const StructureName& both : names_) {
             for (const std::string& name : {both.unique, both.inFile}) {
                 const std::size_t behind = rest.find_first_not_of(' ', name.size());
-                const bool isWhole = rest.starts_with(files::lowerCase(name)) &&
+                const bool isWhole = rest.starts_with(files::inSmallLetters(name)) &&
                                      (behind == std::string::npos ||
                                       operators.find(rest[behind]) != std::string_view::npos);
                 longest = isWhole ? std::max(longest, name.size()) : longest;
@@ -138,7 +139,7 @@ private:
         return longest;
     }
 
-    const std::string& option_;
+    const MemberPlace& place_;
     const std::string& text_;
     const std::vector<StructureName>& names_;
     std::size_t position_ = 0;
@@ -159,10 +160,10 @@ files::Runs combined(Kind kind, const files::Runs& a, const files::Runs& b)
 
 } // namespace
 
-StructureExpression parseStructureExpression(const std::string& option, const std::string& text,
+StructureExpression parseStructureExpression(const MemberPlace& place, const std::string& text,
                                              const std::vector<StructureName>& names)
 {
-    return Parser(option, text, names).parse();
+    return Parser(place, text, names).parse();
 }
 
 std::vector<std::size_t> structuresIn(const StructureExpression& expression)

@@ -31,8 +31,8 @@ struct ExpressionStep {
 
 using StructureExpression = std::vector<ExpressionStep>;
 
-/** @param option that errors name. @throws UsageError */
-StructureExpression parseStructureExpression(const std::string& option, const std::string& text,
+/** @param place of the text in a request. @throws UsageError at the place */
+StructureExpression parseStructureExpression(const MemberPlace& place, const std::string& text,
                                              const std::vector<StructureName>& names);
 
 /** The places of all structures in it, each once. */

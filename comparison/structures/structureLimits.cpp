@@ -1,7 +1,5 @@
 #include "comparison/structures/structureLimits.h"
 
-#include <utility>
-
 #include "comparison/failure.h"
 #include "comparison/text.h"
 
@@ -17,26 +15,40 @@ ForStructures splitAtLastColon(const std::string& text)
     return {text.substr(0, colon), text.substr(colon + 1)};
 }
 
-StructureLimits::StructureLimits(std::string option, const std::vector<std::string>& texts)
-    : option_(std::move(option))
+StructureLimits::StructureLimits(Member member, const std::vector<std::string>& texts)
+    : member_(member)
 {
-    for (const std::string& text : texts) {
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const std::string& text = texts[i];
+        const MemberPlace place{member, i};
         const ForStructures split = splitAtLastColon(text);
         const double percent = parseNumber(split.text);
         if (!(percent >= 0 && percent <= 100)) {
-            throw UsageError(option_ + ": \"" + oneLine(split.text) +
-                             "\" is not a percentage from 0 to 100");
+            throw refusalOf(place,
+                            "\"" + oneLine(split.text) + "\" is not a percentage from 0 to 100");
         }
         if (!split.pattern.empty()) {
             own_.push_back({split.pattern, percent});
         } else if (split.text != text) {
-            throw UsageError(option_ + ": \"" + oneLine(text) + "\" names no structure");
+            throw refusalOf(place, "\"" + oneLine(text) + "\" names no structure");
         } else if (general_) {
-            throw UsageError(option_ + ": a percentage for all voxels is given twice");
+            throw refusalOf(place, "a percentage for all voxels is given twice");
         } else {
             general_ = percent;
         }
     }
+}
+
+std::vector<std::string> StructureLimits::texts() const
+{
+    std::vector<std::string> texts;
+    if (general_) {
+        texts.push_back(exactNumber(*general_));
+    }
+    for (const Own& own : own_) {
+        texts.push_back(own.pattern + ":" + exactNumber(own.percent));
+    }
+    return texts;
 }
 
 std::vector<std::optional<double>>
@@ -44,7 +56,7 @@ StructureLimits::of(const std::vector<StructureName>& structures) const
 {
     std::vector<std::optional<double>> limits(structures.size());
     for (const Own& own : own_) {
-        for (const std::size_t place : matchesOf(option_, structures, own.pattern)) {
+        for (const std::size_t place : matchesOf({member_}, structures, own.pattern)) {
             limits[place] = own.percent;
         }
     }

@@ -26,17 +26,19 @@ ForStructures splitAtLastColon(const std::string& text);
 class StructureLimits
 {
 public:
-    StructureLimits() = default;
+    /** @param member that they are, which errors name. */
+    explicit StructureLimits(Member member) : member_(member) {}
     /**
-     * @param option that errors name.
-     * @param texts  like "95" (once) and "PTV*:98".
+     * @param texts like "95" (once) and "PTV*:98".
      * @throws UsageError
      */
-    StructureLimits(std::string option, const std::vector<std::string>& texts);
+    StructureLimits(Member member, const std::vector<std::string>& texts);
 
     /** What is said of all voxels. */
     std::optional<double> general() const { return general_; }
     bool namesStructures() const { return !own_.empty(); }
+    /** As a person would write them. */
+    std::vector<std::string> texts() const;
 
     /**
      * What is said of each of the structures; the last pattern that matches counts.
@@ -50,7 +52,7 @@ private:
         double percent;
     };
 
-    std::string option_;
+    Member member_;
     std::optional<double> general_;
     std::vector<Own> own_;
 };

@@ -12,15 +12,14 @@ namespace zarngi
 namespace
 {
 
-const std::string option = "--structure";
-
-void requireUsable(const std::string& name, const StructureExpression& expression,
-                   const StructureCatalogue& catalogue)
+/** @param who names the expression: empty, or "NAME: ". */
+void requireUsable(const MemberPlace& member, const std::string& who,
+                   const StructureExpression& expression, const StructureCatalogue& catalogue)
 {
     for (const std::size_t place : structuresIn(expression)) {
         if (catalogue.region(place) == nullptr) {
-            throw UsageError(name + ": " + oneLine(catalogue.names()[place].unique) + ": " +
-                             catalogue.structure(place).refusal);
+            throw refusalOf(member, who + oneLine(catalogue.names()[place].unique) + ": " +
+                                        catalogue.structure(place).refusal);
         }
     }
 }
@@ -31,15 +30,15 @@ class Selector
 public:
     explicit Selector(const StructureCatalogue& catalogue) : catalogue_(catalogue) {}
 
-    void add(const std::string& text)
+    void add(const std::string& text, const MemberPlace& member)
     {
         const std::size_t equals = text.find('=');
         if (equals != std::string::npos && matches(catalogue_.names(), text).empty()) {
             addCombined(trimmed(std::string_view(text).substr(0, equals)),
-                        trimmed(std::string_view(text).substr(equals + 1)));
+                        trimmed(std::string_view(text).substr(equals + 1)), member);
             return;
         }
-        for (const std::size_t place : matchesOf(option, catalogue_.names(), text)) {
+        for (const std::size_t place : matchesOf(member, catalogue_.names(), text)) {
             addStructure(place);
         }
     }
@@ -62,11 +61,12 @@ public:
     StructureSelection take() { return std::move(selection_); }
 
 private:
-    void addCombined(const std::string& name, const std::string& expression)
+    void addCombined(const std::string& name, const std::string& expression,
+                     const MemberPlace& member)
     {
         if (name.empty()) {
-            throw UsageError(option + ": \"=" + oneLine(expression) +
-                             "\": the name of the combined structure is missing");
+            throw refusalOf(member, "\"=" + oneLine(expression) +
+                                        "\": the name of the combined structure is missing");
         }
         const bool isTaken =
             std::any_of(catalogue_.names().begin(), catalogue_.names().end(),
@@ -74,14 +74,14 @@ private:
             std::any_of(selection_.shown.begin(), selection_.shown.end(),
                         [&](const ChosenStructure& other) { return other.name == name; });
         if (isTaken) {
-            throw UsageError(option + ": there is a structure \"" + oneLine(name) +
-                             "\" already; a combined one needs another name");
+            throw refusalOf(member, "there is a structure \"" + oneLine(name) +
+                                        "\" already; a combined one needs another name");
         }
         ChosenStructure chosen{
             .name = name,
             .expression = expression,
-            .points = parseStructureExpression(option, expression, catalogue_.names())};
-        requireUsable(option + ": \"" + oneLine(name) + "\"", chosen.points, catalogue_);
+            .points = parseStructureExpression(member, expression, catalogue_.names())};
+        requireUsable(member, "\"" + oneLine(name) + "\": ", chosen.points, catalogue_);
         selection_.shown.push_back(std::move(chosen));
     }
 
@@ -90,7 +90,7 @@ private:
     std::set<std::size_t> known_;
 };
 
-void exclude(StructureSelection& selection, const std::string& pattern,
+void exclude(StructureSelection& selection, const std::string& pattern, const MemberPlace& member,
              const StructureCatalogue& catalogue)
 {
     std::vector<StructureName> names = catalogue.names();
@@ -100,7 +100,7 @@ void exclude(StructureSelection& selection, const std::string& pattern,
         }
     }
     std::set<std::string> excluded;
-    for (const std::size_t place : matchesOf("--exclude", names, pattern)) {
+    for (const std::size_t place : matchesOf(member, names, pattern)) {
         excluded.insert(names[place].unique);
     }
     const auto isExcluded = [&](const auto& structure) {
@@ -117,23 +117,23 @@ StructureSelection selectStructures(const StructureCatalogue& catalogue,
                                     const std::vector<std::string>& excluded)
 {
     Selector selector(catalogue);
-    for (const std::string& text : wanted) {
-        selector.add(text);
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        selector.add(wanted[i], {Member::shown, i});
     }
     for (std::size_t place = 0; wanted.empty() && place < catalogue.names().size(); ++place) {
         selector.addStructure(place);
     }
     StructureSelection selection = selector.take();
-    for (const std::string& pattern : excluded) {
-        exclude(selection, pattern, catalogue);
+    for (std::size_t i = 0; i < excluded.size(); ++i) {
+        exclude(selection, excluded[i], {Member::excluded, i}, catalogue);
     }
     if (!excluded.empty() && selection.shown.empty()) {
-        throw UsageError("--exclude: no structure is left");
+        throw refusalOf({Member::excluded}, "no structure is left");
     }
     return selection;
 }
 
-StructureExpression structuresTogether(const std::string& name, const std::string& text,
+StructureExpression structuresTogether(const MemberPlace& place, const std::string& text,
                                        const StructureCatalogue& catalogue,
                                        const StructureSelection& selection)
 {
@@ -144,9 +144,9 @@ StructureExpression structuresTogether(const std::string& name, const std::strin
     }
     const std::vector<std::size_t> places = matches(catalogue.names(), text);
     StructureExpression expression =
-        places.empty() ? parseStructureExpression(name, text, catalogue.names())
+        places.empty() ? parseStructureExpression(place, text, catalogue.names())
                        : StructureExpression{{ExpressionStep::Kind::structures, places}};
-    requireUsable(name, expression, catalogue);
+    requireUsable(place, "", expression, catalogue);
     return expression;
 }
 

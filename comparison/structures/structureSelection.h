@@ -46,9 +46,10 @@ StructureSelection selectStructures(const StructureCatalogue& catalogue,
 
 /**
  * The structures that a pattern or an expression means together; combined ones by their names, too.
- * @throws UsageError
+ * @param place of the text in a request.
+ * @throws UsageError at the place
  */
-StructureExpression structuresTogether(const std::string& option, const std::string& text,
+StructureExpression structuresTogether(const MemberPlace& place, const std::string& text,
                                        const StructureCatalogue& catalogue,
                                        const StructureSelection& selection);
 

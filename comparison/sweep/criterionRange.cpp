@@ -12,17 +12,23 @@ namespace zarngi
 namespace
 {
 
-UsageError refusal(const std::string& text, const std::string& reason)
-{
-    return UsageError("--sweep: \"" + oneLine(text) + "\" " + reason);
-}
+/** A text, and where it stands in a request. */
+struct Notation {
+    const std::string& text;
+    const MemberPlace& place;
+
+    UsageError refusal(const std::string& reason) const
+    {
+        return refusalOf(place, Sentence("\"") + oneLine(text) + "\" " + reason);
+    }
+};
 
 /** "1:5", "1:0.5:3" or "2"; the numbers are judged as parts of criteria afterwards. */
-std::vector<double> valuesOf(const std::string& range, const std::string& whole)
+std::vector<double> valuesOf(const std::string& range, const Notation& whole)
 {
     const std::vector<std::string> parts = split(range, ':');
     const UsageError form =
-        refusal(whole, "is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1:5mm");
+        whole.refusal("is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1:5mm");
     if (parts.empty() || parts.size() > 3) {
         throw form;
     }
@@ -33,12 +39,12 @@ std::vector<double> valuesOf(const std::string& range, const std::string& whole)
         throw form;
     }
     if (last < first || step <= 0) {
-        throw refusal(whole, "does not rise from its first value to its last one");
+        throw whole.refusal("does not rise from its first value to its last one");
     }
     constexpr double slack = 1e-6; // of a step, so that the last value is there
     const double steps = std::floor((last - first) / step + slack);
     if (steps >= static_cast<double>(mostCriteria)) {
-        throw refusal(whole, "holds more than " + std::to_string(mostCriteria) + " criteria");
+        throw whole.refusal("holds more than " + std::to_string(mostCriteria) + " criteria");
     }
     std::vector<double> values;
     for (int i = 0; i <= static_cast<int>(steps); ++i) {
@@ -50,8 +56,9 @@ std::vector<double> valuesOf(const std::string& range, const std::string& whole)
 
 } // namespace
 
-CriterionRange parseCriterionRange(const std::string& text)
+CriterionRange parseCriterionRange(const std::string& text, const MemberPlace& place)
 {
+    const Notation whole{text, place};
     const auto slash = text.find('/');
     std::string dose = trimmed(text.substr(0, slash));
     std::string distance = slash == std::string::npos ? "" : trimmed(text.substr(slash + 1));
@@ -62,10 +69,11 @@ CriterionRange parseCriterionRange(const std::string& text)
     const std::string distanceUnit =
         endOfDistances == std::string::npos ? "" : distance.substr(endOfDistances);
     CriterionRange range;
-    range.doseDifferences = valuesOf(dose.substr(0, endOfNumbers), text);
-    range.distances = valuesOf(distance.substr(0, endOfDistances), text);
+    range.text = text;
+    range.doseDifferences = valuesOf(dose.substr(0, endOfNumbers), whole);
+    range.distances = valuesOf(distance.substr(0, endOfDistances), whole);
     if (range.doseDifferences.size() * range.distances.size() > mostCriteria) {
-        throw refusal(text, "holds more than " + std::to_string(mostCriteria) + " criteria");
+        throw whole.refusal("holds more than " + std::to_string(mostCriteria) + " criteria");
     }
     for (const double value : {range.doseDifferences.front(), range.doseDifferences.back()}) {
         const double length = value == range.doseDifferences.front() ? range.distances.front()
@@ -75,7 +83,7 @@ CriterionRange parseCriterionRange(const std::string& text)
                                            number(length, 9) + distanceUnit)
                                 .isLocal;
         } catch (const UsageError&) {
-            throw refusal(text, "is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1:5mm");
+            throw whole.refusal("is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1:5mm");
         }
     }
     return range;

@@ -158,6 +158,19 @@ ValueFormat formatOf(const MetaHeader& header, DoseImage& dose)
     return format;
 }
 
+/** MetaImage has no entry for a unit of dose; one of its writers does not write Gy. */
+void setUnit(DoseImage& dose, const MetaHeader& header)
+{
+    if (!dose.tellsPosition && header.find("elementbyteordermsb") != nullptr) {
+        dose.tellsUnit = false;
+        dose.doubts.emplace_back("may be of MCsquare, which writes eV/g per proton "
+                                 "(ElementByteOrderMSB, but no Offset); its values are taken for "
+                                 "Gy");
+        return;
+    }
+    assumeGray(dose);
+}
+
 void checkChannels(const MetaHeader& header)
 {
     const std::string* const entry = header.find("elementnumberofchannels");
@@ -280,6 +293,7 @@ DoseImage readMetaImage(ByteView file, const FindFile& find, const Host& host)
     const MetaHeader header = parseHeader(file);
     DoseImage dose;
     const StoredGeometry stored = geometryOf(header, dose);
+    setUnit(dose, header);
     checkChannels(header);
     const std::size_t count = checkGeometry(stored);
     const ValueFormat format = formatOf(header, dose);

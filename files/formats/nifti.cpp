@@ -390,6 +390,7 @@ DoseImage readNifti(ByteView file, const FindFile& find, const Host& host)
     }
     const NiftiHeader header = parseHeader(isGzip(file) ? unpacked.view() : file);
     DoseImage dose;
+    assumeGray(dose);
     const StoredGeometry stored = geometryOf(header, dose);
     const std::size_t count = checkGeometry(stored);
     const std::size_t position = dataPositionOf(header);

@@ -558,8 +558,14 @@ Scaling scalingOf(const NrrdHeader& header, DoseImage& dose)
     if (unit == "cgy") {
         return {0.01, 0};
     }
-    if (!unit.empty() && unit != "gy" && unit != "gray" && unit != "???") {
-        dose.warnings.push_back("its sample units are \"" + excerpt(units[0]) + "\", taken for Gy");
+    if (unit == "mgy") {
+        return {0.001, 0};
+    }
+    if (unit.empty() || unit == "???") {
+        assumeGray(dose);
+    } else if (unit != "gy" && unit != "gray") {
+        dose.tellsUnit = false;
+        dose.doubts.push_back("its sample units are \"" + excerpt(units[0]) + "\", taken for Gy");
     }
     return {};
 }

@@ -28,6 +28,12 @@ void warnOfOrientation(DoseImage& dose)
     }
 }
 
+void assumeGray(DoseImage& dose)
+{
+    dose.tellsUnit = false;
+    dose.doubts.emplace_back("tells no unit of dose; its values are taken for Gy");
+}
+
 void completeVolume(FileFormat format, DoseImage& dose)
 {
     dose.format = formatName(format);

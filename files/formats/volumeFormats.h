@@ -29,6 +29,9 @@ DoseImage readNifti(ByteView file, const FindFile& find, const Host& host);
 /** Warns that axes are taken for those of the patient, where a file tells no orientation. */
 void warnOfOrientation(DoseImage& dose);
 
+/** Says that the values count as Gy because the file tells no unit. */
+void assumeGray(DoseImage& dose);
+
 /** Names the format of a volume, and warns of what its file does not tell. */
 void completeVolume(FileFormat format, DoseImage& dose);
 

@@ -3,6 +3,7 @@
 
 #include "files/error.h"
 #include "files/measurements/matrixRows.h"
+#include "files/measurements/tableUnits.h"
 #include "files/measurements/tables.h"
 #include "files/text.h"
 
@@ -39,17 +40,16 @@ std::string need(const std::vector<TextLine>& head, const std::string& key)
     return *entry;
 }
 
-/** The units must stand alone in their lines. */
+/** The units stand alone in their lines. */
 ToldUnits unitsOf(const std::vector<TextLine>& head)
 {
     const std::string dose = need(head, "Dose Units");
     const std::string length = need(head, "Coordinate Units");
-    ToldUnits units;
-    units.lookInto(dose);
+    ToldUnits units = unitNamed(dose).value_or(ToldUnits{});
     if (!units.gray) {
         refuse("has Dose Units of \"" + excerpt(dose) + "\" (accepted: Gy, cGy)");
     }
-    units.lookInto(length);
+    units.millimetres = unitNamed(length).value_or(ToldUnits{}).millimetres;
     if (!units.millimetres) {
         refuse("has Coordinate Units of \"" + excerpt(length) + "\" (accepted: mm, cm)");
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "files/error.h"
+#include "files/measurements/scorerText.h"
 #include "files/measurements/tableText.h"
 
 namespace files
@@ -32,10 +33,21 @@ bool isRow(const TextLine& line)
     return std::count_if(cells.begin(), cells.end(), isOne) >= fewest;
 }
 
+/** Of what goes on behind its end, without the last word, which may be a piece: "-", "1.2e". */
+std::string_view withoutCutWord(std::string_view beginning)
+{
+    if (beginning.size() < identifyingBytes) {
+        return beginning;
+    }
+    const auto end = beginning.find_last_of(" \t\n,;");
+    return beginning.substr(0, end == std::string_view::npos ? 0 : end);
+}
+
 } // namespace
 
 std::optional<FileFormat> identifiedTable(std::string_view beginning)
 {
+    beginning = withoutCutWord(beginning);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(beginning.data());
     const auto lines = resultOf([&] { return textLines({bytes, beginning.size()}); });
     if (!lines) {
@@ -49,6 +61,9 @@ std::optional<FileFormat> identifiedTable(std::string_view beginning)
     }
     if (has(isHeadOfPlane)) {
         return FileFormat::extractedPlane;
+    }
+    if (isTextOfScorer(*lines)) {
+        return FileFormat::table;
     }
     return has(isRow) ? std::optional(FileFormat::table) : std::nullopt;
 }

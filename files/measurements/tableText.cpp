@@ -1,9 +1,7 @@
 #include "files/measurements/tableText.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <utility>
 
 #include "files/error.h"
 #include "files/formats/textHeader.h"
@@ -38,24 +36,21 @@ bool isTextCharacter(unsigned char c)
     return c == '\t' || c == '\r' || (c >= 0x20 && c != 0x7F);
 }
 
-std::vector<std::string_view> wordsOf(std::string_view text)
-{
-    const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
-    std::vector<std::string_view> words;
-    for (auto start = std::find_if(text.begin(), text.end(), isLetter); start != text.end();) {
-        const auto* const end = std::find_if_not(start, text.end(), isLetter);
-        words.emplace_back(start, static_cast<std::size_t>(end - start));
-        start = std::find_if(end, text.end(), isLetter);
-    }
-    return words;
-}
+/** How many cells of a line are numbers, and how many are neither that nor empty. */
+struct CellCounts {
+    std::size_t numbers = 0;
+    std::size_t others = 0;
+};
 
-void set(std::optional<double>& unit, double value, const char* what)
+CellCounts countsOf(std::string_view line, Separator separator)
 {
-    if (unit && *unit != value) {
-        refuse(std::string("tells two units of ") + what);
+    CellCounts counts;
+    for (const std::string_view cell : cellsOf(line, separator)) {
+        const bool isOne = isNumber(cell, separator);
+        counts.numbers += isOne ? 1U : 0U;
+        counts.others += isOne || cell.empty() ? 0U : 1U;
     }
-    unit = value;
+    return counts;
 }
 
 } // namespace
@@ -112,20 +107,16 @@ bool isNumber(std::string_view cell, Separator separator)
 
 std::optional<Separator> separatorOf(std::string_view line)
 {
-    constexpr std::size_t fewest = 2;
     for (const Separator separator :
          {Separator::tab, Separator::semicolon, Separator::comma, Separator::blank}) {
-        const auto cells = cellsOf(line, separator);
-        const auto numbers =
-            std::count_if(cells.begin(), cells.end(),
-                          [separator](std::string_view cell) { return isNumber(cell, separator); });
-        const auto others =
-            std::count_if(cells.begin(), cells.end(), [separator](std::string_view cell) {
-                return !cell.empty() && !isNumber(cell, separator);
-            });
-        if (static_cast<std::size_t>(numbers) >= fewest && others <= 1) {
-            return separator;
+        const CellCounts counts = countsOf(line, separator);
+        if (counts.numbers < 2 || counts.others > 1) {
+            continue;
         }
+        // "1,25 10 96,875": decimal commas between blanks.
+        const bool isDecimal = separator == Separator::comma && counts.others == 1 &&
+                               countsOf(line, Separator::blank).others == 0;
+        return isDecimal ? Separator::blank : separator;
     }
     return {};
 }
@@ -142,27 +133,6 @@ double TableNumbers::read(std::string_view cell, const TextLine& line)
         refuse("has decimal points and decimal commas (" + placeOf(line) + ")");
     }
     return value;
-}
-
-void ToldUnits::lookInto(std::string_view text)
-{
-    static constexpr std::array<std::pair<std::string_view, double>, 2> doses{
-        {{"gy", 1}, {"cgy", 100}}};
-    static constexpr std::array<std::pair<std::string_view, double>, 2> lengths{
-        {{"mm", 1}, {"cm", 10}}};
-    for (const std::string_view word : wordsOf(text)) {
-        const std::string lower = lowerCase(word);
-        for (const auto& [name, divisor] : doses) {
-            if (lower == name) {
-                set(gray, 1 / divisor, "dose");
-            }
-        }
-        for (const auto& [name, factor] : lengths) {
-            if (lower == name) {
-                set(millimetres, factor, "length");
-            }
-        }
-    }
 }
 
 } // namespace files

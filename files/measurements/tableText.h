@@ -55,15 +55,6 @@ private:
     bool hasComma_ = false;
 };
 
-/** Units that stand in a head; none: it does not tell. */
-struct ToldUnits {
-    std::optional<double> gray;        ///< of one unit of dose
-    std::optional<double> millimetres; ///< of one unit of length
-
-    /** Looks for "Gy", "cGy", "mm" and "cm" among the words. @throws Refusal when two differ. */
-    void lookInto(std::string_view text);
-};
-
 } // namespace files
 
 #endif

@@ -254,6 +254,7 @@ DoseImage readThreeDdose(ByteView file, const Host& host)
     checkIsTold(checkGeometry(stored), file.size());
     DoseImage dose;
     dose.unit = DoseUnit::grayPerHistory;
+    dose.tellsUnit = false;
     dose.warnings.emplace_back("tells no unit; its doses are taken for Gy per history");
     dose.image = toPatientAxes(stored, dosesOf(numbers, *sizes));
     Errors(dose, host.keepsUncertainty).read(numbers, *sizes);

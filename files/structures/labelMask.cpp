@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "files/characters/utf8.h"
 #include "files/error.h"
 #include "files/formats/volumeFormats.h"
 #include "files/structures/structureNames.h"
@@ -192,12 +193,30 @@ std::vector<Structure> structuresOf(const std::vector<Segment>& segments,
     return structures;
 }
 
-/** Whether all that the file tells of is where label 1 is, which may be nowhere. */
-bool isOfOneStructure(const std::vector<Segment>& segments, const std::vector<Layer>& layers)
+/**
+ * The label of a file that has nothing else, as those have that hold one structure: 1, which may be
+ * nowhere, or 255, which images show as white.
+ */
+std::optional<std::int32_t> onlyLabel(const std::vector<Layer>& layers)
 {
-    return segments.empty() && layers.size() == 1 &&
-           std::all_of(layers[0].labels.begin(), layers[0].labels.end(),
-                       [](std::int32_t label) { return label == 1; });
+    if (layers.size() > 1 || layers[0].labels.size() > 1) {
+        return {};
+    }
+    const std::int32_t label = layers[0].labels.empty() ? 1 : *layers[0].labels.begin();
+    return label == 1 || label == 255 ? std::optional(label) : std::nullopt;
+}
+
+/** Names in UTF-8, as segmentation programs write them; else they are taken as Latin-1. */
+void convertNames(StructureSet& set)
+{
+    bool isAssumed = false;
+    for (Structure& structure : set.structures) {
+        isAssumed = isAssumed || !isUtf8(structure.name);
+        structure.name = oneLine(utf8OrLatin1(structure.name));
+    }
+    if (isAssumed) {
+        set.warnings.emplace_back("has names that are not in UTF-8; they are taken as Latin-1");
+    }
 }
 
 } // namespace
@@ -219,10 +238,12 @@ StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& 
         }
         set.warnings.emplace_back(note);
     }
-    if (isOfOneStructure(segments, layers)) {
-        segments.push_back({structureNameOf(name), 1, 0, {}});
+    const std::optional<std::int32_t> label = onlyLabel(layers);
+    if (segments.empty() && label) {
+        segments.push_back({structureNameOf(name), *label, 0, {}});
     }
     set.structures = structuresOf(segments, layers);
+    convertNames(set);
     makeNamesUnique(set.structures);
     return set;
 }

@@ -18,7 +18,7 @@ namespace files
  * Reads a mask in NRRD, MetaImage or NIfTI. A NRRD may have several layers (an axis of the kind
  * "list") and tell of segments by keys: `Segment0_Name`, `Segment0_ID`, `Segment0_LabelValue` (1),
  * `Segment0_Layer` (the segment's number), `Segment0_Color` (red, green, blue from 0 to 1).
- * @param name of the file: a mask without segments whose one label is 1 is named after it.
+ * @param name of the file: a mask without segments whose one label is 1 or 255 is named after it.
  * @throws Refusal; also for values that are no whole numbers from 0 to 16 777 215.
  */
 StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& name,

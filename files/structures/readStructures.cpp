@@ -54,7 +54,7 @@ std::variant<DoseImage, StructureSet> readAnyPath(const std::string& path, const
     if (isStructureSet(contents, host.deflate)) {
         return file.withPaths(readRtStructureSet(contents, host.deflate));
     }
-    return file.withPaths(valueOf(readDose(contents, file.finder(), host)));
+    return file.withPaths(valueOf(readDose(contents, path, file.finder(), host)));
 }
 
 } // namespace

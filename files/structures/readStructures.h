@@ -18,7 +18,7 @@ namespace files
 
 /**
  * Reads structures from the contents of a file; `find` fetches the files that it names.
- * @param name of the file: a mask with the one label 1 and no name for it is named after it.
+ * @param name of the file: a mask with the one label 1 or 255 and no name for it is named after it.
  */
 Result<StructureSet> readStructures(ByteView file, const std::string& name, const FindFile& find,
                                     const Host& host);

@@ -10,6 +10,7 @@
 #include "files/error.h"
 #include "files/formats/dicom/file.h"
 #include "files/formats/dicom/identity.h"
+#include "files/formats/dicom/texts.h"
 #include "files/structures/structureNames.h"
 #include "files/text.h"
 
@@ -174,14 +175,14 @@ std::optional<std::array<std::uint8_t, 3>> colourOf(const DicomValues& values)
 }
 
 /** Where a file tells it once for all: itself, or in its only frame. */
-std::string commonFrameOfReference(const DicomValues& values)
+std::string commonFrameOfReference(const DicomValues& values, DicomTexts& texts)
 {
     if (values.has(tags::frameOfReference)) {
-        return values.text(tags::frameOfReference);
+        return texts.text(values, tags::frameOfReference);
     }
     std::vector<std::string> frames;
-    forEachItem(values, tags::framesOfReference, [&frames](const DicomValues& frame) {
-        frames.push_back(frame.text(tags::frameOfReference));
+    forEachItem(values, tags::framesOfReference, [&](const DicomValues& frame) {
+        frames.push_back(texts.text(frame, tags::frameOfReference));
     });
     return frames.size() == 1 ? frames[0] : std::string();
 }
@@ -190,19 +191,21 @@ std::string commonFrameOfReference(const DicomValues& values)
 class SetReader
 {
 public:
-    StructureSet read(const DicomValues& values)
+    explicit SetReader(const DicomValues& file) : file_(file), texts_(file) {}
+
+    StructureSet read()
     {
         set_.format = "DICOM RT Structure Set";
-        set_.label = values.text(tags::setLabel);
-        set_.sopInstance = values.text(tags::sopInstance);
-        commonFrame_ = commonFrameOfReference(values);
-        forEachItem(values, tags::rois, [this](const DicomValues& roi) { addRoi(roi); });
+        set_.label = texts_.text(file_, tags::setLabel);
+        set_.sopInstance = texts_.text(file_, tags::sopInstance);
+        commonFrame_ = commonFrameOfReference(file_, texts_);
+        forEachItem(file_, tags::rois, [this](const DicomValues& roi) { addRoi(roi); });
         if (set_.structures.empty()) {
             refuse("is an RT Structure Set without structures");
         }
-        forEachItem(values, tags::roiContours,
+        forEachItem(file_, tags::roiContours,
                     [this](const DicomValues& item) { addContours(item); });
-        forEachItem(values, tags::observations,
+        forEachItem(file_, tags::observations,
                     [this](const DicomValues& item) { addObservation(item); });
         warn();
         makeNamesUnique(set_.structures);
@@ -214,12 +217,13 @@ private:
     {
         Structure structure;
         structure.number = roi.wholeNumber(tags::roiNumber);
-        structure.name = roi.text(tags::roiName);
+        structure.name = texts_.text(roi, tags::roiName);
         if (structure.name.empty()) {
             structure.name = "ROI " + std::to_string(structure.number);
         }
-        structure.frameOfReference =
-            roi.has(tags::roiFrameOfReference) ? roi.text(tags::roiFrameOfReference) : commonFrame_;
+        structure.frameOfReference = roi.has(tags::roiFrameOfReference)
+                                         ? texts_.text(roi, tags::roiFrameOfReference)
+                                         : commonFrame_;
         if (!places_.emplace(structure.number, set_.structures.size()).second) {
             refuse("has two structures of the ROI Number " + std::to_string(structure.number));
         }
@@ -270,12 +274,13 @@ private:
     {
         Structure* const structure = item.has(tags::referencedRoi) ? find(item) : nullptr;
         if (structure != nullptr && structure->type.empty()) {
-            structure->type = item.text(tags::interpretedType);
+            structure->type = texts_.text(item, tags::interpretedType);
         }
     }
 
     void warn()
     {
+        set_.warnings = texts_.warnings();
         if (!undefined_.empty()) {
             set_.warnings.push_back("has contours of ROI numbers that it does not define (" +
                                     some(undefined_) + "); they are left out");
@@ -299,6 +304,8 @@ private:
         return join(first, ", ") + (numbers.size() > most ? ", ..." : "");
     }
 
+    DicomValues file_;
+    DicomTexts texts_;
     StructureSet set_;
     std::string commonFrame_;
     std::map<std::int32_t, std::size_t> places_; // of the structures, by their numbers
@@ -314,7 +321,7 @@ StructureSet readRtStructureSet(ByteView bytes, const Deflate& deflate)
 {
     const DicomFile file = openDicomFile(bytes, deflate, mostUnpackedBytes);
     checkIsStructures(file);
-    return SetReader().read(file.values());
+    return SetReader(file.values()).read();
 }
 
 bool isRtStructureSet(ByteView file, const Deflate& deflate)

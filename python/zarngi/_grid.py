@@ -184,7 +184,9 @@ class DoseGrid:
         return cls(array, tuple(steps[::-1]), tuple(firsts[::-1]), frame_of_reference)
 
     @classmethod
-    def from_dicom(cls, dataset: Any, *, allow_relative: bool = False) -> DoseGrid:
+    def from_dicom(
+        cls, dataset: Any, *, allow_relative: bool = False, allow_error_doses: bool = False
+    ) -> DoseGrid:
         """The grid of an RT Dose that pydicom has read or made.
 
         The doses are those that `read` gives for the file that the dataset makes.
@@ -195,6 +197,8 @@ class DoseGrid:
             The RT Dose, with or without file meta information; it is not changed.
         allow_relative : bool
             Whether to take doses in relative units, as if they were Gy.
+        allow_error_doses : bool
+            Whether to take differences between doses (Dose Type ERROR), as if they were doses.
 
         Returns
         -------
@@ -211,7 +215,7 @@ class DoseGrid:
 
         name = "<dataset>"
         dose = _host.read_memory(name, _dicom.encoded(dataset), {})
-        grid = _read.dose_grid(name, dose, allow_relative)
+        grid = _read.dose_grid(name, dose, allow_relative, allow_error_doses)
         assert isinstance(grid, DoseGrid)  # as DICOM holds no points
         return grid
 
@@ -259,8 +263,10 @@ class DoseGrid:
         def joined(values: Sequence[float], separator: str) -> str:
             return separator.join(f"{v:g}" for v in values)
 
+        across = "xyz".find(self.plane_normal or "none")
+        sizes = [size for axis, size in enumerate(self.spacing) if axis != across]
         return (
-            f"DoseGrid({joined(self.shape[::-1], ' x ')} voxels of {joined(self.spacing, ' x ')} "
+            f"DoseGrid({joined(self.shape[::-1], ' x ')} voxels of {joined(sizes, ' x ')} "
             f"mm, first centre ({joined(self.origin, ', ')}) mm, {self.dose.dtype}, "
             f"{self.dose.min():g} to {self.dose.max():g} {self.unit})"
         )

@@ -39,6 +39,12 @@ def blob(shift=0.0, size=(18, 15, 12), scale=1.0):
     return dose
 
 
+def unit_notes(*paths):
+    """What is told on standard error of files that tell no unit of dose."""
+    return "".join(f"zarngi: warning: {path}: tells no unit of dose; its values are taken for Gy\n"
+                   for path in paths)  # fmt: skip
+
+
 def pair():
     return blob(), blob(shift=1.5, scale=1.02)
 
@@ -89,6 +95,7 @@ def nrrd_header(dose, **changes):
         "kinds": "domain domain domain",
         "endian": "little",
         "encoding": "raw",
+        "sample units": '"Gy"',
         "space origin": "({!r},{!r},{!r})".format(*dose.origin),
     }
     entries.update({key.replace("_", " "): value for key, value in changes.items()})

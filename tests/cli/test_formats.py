@@ -1,5 +1,6 @@
 """One pair of doses, written in every format: always the same result."""
 
+import dataclasses
 import unittest
 
 import numpy
@@ -154,14 +155,52 @@ class Warnings(ProgramTest):
         self.assertIn("PHYSICAL and EFFECTIVE", lines[1])
         self.assertEqual(run("compare", a, a).stderr, "")
 
-
     def test_no_position(self):
         reference, evaluation = doses.pair()
-        a = doses.write_mha(self.folder / "a.mha", reference, Offset=None)
+        a = doses.write_nrrd(self.folder / "a.nrrd", reference, space_origin=None)
         b = doses.write_nrrd(self.folder / "b.nrrd", evaluation, space_origin=None)
         warnings = self.results(a, b)["warnings"]
         self.assertEqual([w.split(": ")[0] for w in warnings], [str(a), str(b)])
-        self.assertEqual(self.results(doses.write_mha(a, reference), a)["warnings"], [])
+        self.assertEqual(self.results(doses.write_nrrd(a, reference), a)["warnings"], [])
+
+    def test_values_that_may_be_no_doses(self):
+        """What `info` says of a file, the comparison says of it, on the terminal and in the record."""
+        reference, evaluation = doses.pair()
+        below, apart = reference.values.copy(), evaluation.values.copy()
+        below[2:4, 5, 6:9] = -0.25
+        apart[4, 5, 6:9] = 5000
+        told = {
+            doses.write_mha(self.folder / "unit.mha", evaluation):
+                "tells no unit of dose; its values are taken for Gy",
+            doses.write_nrrd(self.folder / "below.nrrd", dataclasses.replace(reference, values=below)):
+                "holds 6 values below 0, which no dose is, down to -0.25 Gy",
+            doses.write_nrrd(self.folder / "apart.nrrd", dataclasses.replace(reference, values=apart)):
+                f"its maximum of 5000 Gy is more than 100 times the 99.9th percentile of its positive "
+                f"doses ({numpy.sort(apart[apart > 0])[-4]:.6g} Gy); 3 of 3 240 stand apart",
+            doses.write_nrrd(self.folder / "LETd.nrrd", reference):
+                'its name ends in "LET"; its values are taken for doses all the same',
+        }  # fmt: skip
+        good = doses.write_dicom(self.folder / "good.dcm", reference)
+        for path, sentence in told.items():
+            self.assertIn(f"\nwarning             {sentence}\n", run("info", path).stdout)
+            for files in ((path, good), (good, path), (good, good, "--reference-add", path)):
+                with self.subTest(files=[str(f) for f in files]):
+                    result = run("compare", *files)
+                    self.assertEqual(result.stderr, f"zarngi: warning: {path}: {sentence}\n")
+                    self.assertEqual(self.results(*files)["warnings"], [f"{path}: {sentence}"])
+
+    def test_differences_between_doses(self):
+        reference, evaluation = doses.pair()
+        error = DicomStyle(elements={"DoseType": "ERROR"})
+        a = doses.write_dicom(self.folder / "a.dcm", reference, error)
+        b = doses.write_dicom(self.folder / "b.dcm", evaluation)
+        for files in ((a, b), (b, a), (b, b, "--evaluation-add", a)):
+            with self.subTest(files=[str(f) for f in files]):
+                self.assert_refused(run("compare", *files), 1, f"{a}: holds differences between",
+                                    "Dose Type ERROR", "--allow-error-doses")
+                warnings = self.results(*files, "--allow-error-doses")["warnings"]
+                self.assertIn(f"{a}: is of the Dose Type ERROR: it holds differences between doses",
+                              warnings)
 
 
 class Info(ProgramTest):
@@ -171,6 +210,7 @@ class Info(ProgramTest):
         path = doses.write_dicom(self.folder / "a.dcm", dose, style)
         result = run("info", path)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertNotIn("warning", result.stdout)
         for text in ("18 x 15 x 12 voxels", "2.5 x 2 x 3 mm", "-20, -15, 8 mm", "RTDOSE", "PLAN",
                      "PlanA", "1.2.3.4", "units               Gy\n"):
             self.assertIn(text, result.stdout)

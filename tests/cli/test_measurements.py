@@ -179,6 +179,8 @@ class Measurements(ProgramTest):
                      in zip(("one", "two"), (self.dose, apart), thicknesses)]
             document = self.results(*paths)
             self.assertEqual(document["searchSpace"], "plane")
+            for grid in document["grids"].values():  # no thickness: none counts
+                self.assertEqual(grid["spacing"], [*self.dose.spacing[:2], None])
             self.assertTrue(any("11 mm apart along z" in text for text in document["warnings"]))
             (criterion,) = document["criteria"]
             del criterion["seconds"]
@@ -282,7 +284,6 @@ class Measurements(ProgramTest):
             (1, [plane, gaps], "gaps.txt: has no dose at 1 of its places"),
             (2, [plane, plane, "--rotate"], "--rotate is for volumes"),
             (2, [points, self.volume, "--rotate"], "--rotate is for volumes"),
-            (2, [plane, plane, "--step", "0.005"], "must be above 0.0078125 mm in a plane"),
             (2, [points, self.volume, "--gamma-map", self.folder / "g.mha"], "--gamma-map needs"),
             (2, [plane, plane, "--norm-at", "1,2,3"], "--norm-at: in a plane, positions are X,Y"),
             (2, [points, self.volume, "--norm-at", "1,2"], "in space, positions are X,Y,Z"),

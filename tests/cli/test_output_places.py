@@ -328,7 +328,7 @@ class OneFile(PlaceTest):
         result = run("compare", self.whole_file, self.inputs[1], "-c", "2%/2mm", "-c", "1%/1mm",
                      "--gamma-map", self.whole_file, "--json", "new", "--csv", "v.raw",
                      **self.surroundings)
-        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertEqual((result.returncode, result.stderr), (0, doses.unit_notes(self.whole_file)))
         self.assertTrue({"p-3G-2mm-2G-2mm.mha", "p-3G-2mm-1G-1mm.mha", "later"} <=
                         set(self.placed()))
 

@@ -240,7 +240,8 @@ class Demo(ProgramTest):
         folders = [self.folder / "one", self.folder / "deep" / "two"]
         for folder in folders:
             result = run("demo", folder)
-            self.assertEqual((result.returncode, result.stderr), (0, ""))
+            notes = doses.unit_notes(folder / "reference.mha", folder / "evaluation.mha")
+            self.assertEqual((result.returncode, result.stderr), (0, notes))
         for name in ("reference.mha", "evaluation.mha", "structures.dcm"):
             self.assertEqual(*[(folder / name).read_bytes() for folder in folders])
         document = json.loads((folders[0] / "result.json").read_text())

@@ -407,6 +407,22 @@ def test_warnings_are_kept(tmp_path):
     ]
 
 
+def test_rare_sentences_are_told_before_common_ones(tmp_path):
+    """What is odd about one pair must not be lost among what all of them have."""
+    reference, evaluation = small_pair()
+    for i in range(12):
+        write_grid(tmp_path / f"{i}.nrrd", evaluation)
+    below = evaluation.dose.copy()
+    below[0, 0, 0] = -1
+    write_grid(tmp_path / "11.nrrd", zarngi.DoseGrid(below, evaluation.spacing, evaluation.origin))
+    write_grid(tmp_path / "r.nrrd", reference)
+    rows = [{"id": str(i), "reference": "r.nrrd", "evaluation": f"{i}.nrrd"} for i in range(12)]
+    done = zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", tmp_path / "r.sqlite")
+    told = [line for line in done.stdout.splitlines() if line.startswith("warning: ")]
+    assert told[0] == ("warning: 11: evaluation: holds 1 value below 0, which no dose is, down to -1 Gy")
+    assert told[1] == "warning: 0: evaluation: tells no unit of dose; its values are taken for Gy"
+
+
 def test_file_that_never_answers(study):
     """A pipe that nobody writes is a failure in time, and of its pair alone; again the next run."""
     manifest, results = study
@@ -469,9 +485,11 @@ def test_structures(tmp_path):
         assert [row[name] for name in figures] == [getattr(result, name) for name in figures]
     some = zarngi.cohort.run(rows, tmp_path / "r.sqlite", structures=[list(found)[1], "Rectum"])
     assert list(some["structure"]) == ["", list(found)[1], ""]
-    assert [row[2] for row in contents(tmp_path / "r.sqlite")["warnings"]] == [
-        'a: structures: has no "Rectum"'
-    ]
+    unit = "tells no unit of dose; its values are taken for Gy"
+    assert sorted(row[2] for row in contents(tmp_path / "r.sqlite")["warnings"]) == [
+        f"a: evaluation: {unit}", f"a: reference: {unit}", 'a: structures: has no "Rectum"',
+        f"b: evaluation: {unit}", f"b: reference: {unit}",
+    ]  # fmt: skip
     assert list(zarngi.cohort.run(rows)["structure"]) == ["", ""]
 
 

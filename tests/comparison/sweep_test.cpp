@@ -45,7 +45,7 @@ TEST(CriterionRange, IsRefusedInOneLine)
             parseCriterionRange(text);
             FAIL() << text;
         } catch (const zarngi::UsageError& error) {
-            EXPECT_TRUE(std::string(error.what()).starts_with("--sweep: \"")) << error.what();
+            EXPECT_TRUE(std::string(error.what()).starts_with("sweeps: \"")) << error.what();
         }
     }
 }

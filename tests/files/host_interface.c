@@ -45,7 +45,10 @@ static void check_dose(const struct zarnGIHost_Dose* dose, const char* format)
     check(strcmp(zarnGIHost_getText(dose, ZARNGI_HOST_PLAN_LABEL), "") == 0, "no plan label");
     check(zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_POSITION) == 1, "a position");
     check(zarnGIHost_getFact(dose, ZARNGI_HOST_IS_DICOM) == 0, "no DICOM");
-    check(zarnGIHost_getWarning(dose, 0) == NULL, "no warning");
+    check(zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_UNIT) == 0, "no unit");
+    check(zarnGIHost_getFact(dose, ZARNGI_HOST_IS_ERROR) == 0, "doses, no differences");
+    check(strstr(zarnGIHost_getWarning(dose, 0), "tells no unit of dose") != NULL, "a warning");
+    check(zarnGIHost_getWarning(dose, 1) == NULL, "one warning");
 }
 
 static void write_and_read(void)
@@ -103,8 +106,8 @@ static void read_what_a_header_names(void)
     check(zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_POSITION) == 0, "no position");
     check(zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_ORIENTATION) == 0, "no orientation");
     check(strstr(zarnGIHost_getWarning(dose, 0), "tells no position") != NULL, "a warning");
-    check(zarnGIHost_getWarning(dose, 1) != NULL && zarnGIHost_getWarning(dose, 2) == NULL,
-          "two warnings");
+    check(strstr(zarnGIHost_getWarning(dose, 2), "eV/g per proton") != NULL, "another unit");
+    check(zarnGIHost_getWarning(dose, 3) == NULL, "three warnings");
     zarnGIHost_freeDose(dose);
     check(zarnGIHost_readDoseFromMemory(header, strlen(header), find, other, &dose, &error) ==
               ZARNGI_HOST_REFUSED,

@@ -39,6 +39,18 @@ def contour(vertices, kind="CLOSED_PLANAR", **elements):
     return made
 
 
+def named(names, character_set=None, **elements):
+    """A file whose structures have these names, texts or bytes as they stand in it."""
+    made = structure_set([roi(i, "", None) for i in range(len(names))],
+                         SpecificCharacterSet=character_set, **elements)
+    for item, name in zip(made.StructureSetROISequence, names):
+        if isinstance(name, bytes):
+            item[0x30060026] = DataElement(0x30060026, "UN", name + b" " * (len(name) % 2))
+        else:
+            item.ROIName = name
+    return file_of(made).replace(b"\x06\x30\x26\x00UN\x00\x00", b"\x06\x30\x26\x00UT\x00\x00")
+
+
 def as_decimal_strings(contents):
     for tag in (b"\x06\x30\x50\x00", b"\x30\x06\x00\x50"):
         contents = contents.replace(tag + b"LT", tag + b"DS")

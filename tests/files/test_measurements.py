@@ -11,8 +11,9 @@ import numpy as np
 import pytest
 import zarngi
 
+import generated_tables
 from answers import PROGRAM, digest
-from variants_measurements import PLANE, ROWS, THIN, Plane, Points, dicom_image, matrix
+from variants_measurements import PLANE, ROWS, Plane, Points, dicom_image, matrix, number
 
 CUT = "does not end with the end of a line; it may be cut short"
 ROWS_BY_NAME = {row.name: row for row in ROWS}
@@ -52,7 +53,7 @@ def check_plane(told, dose, plane):
         "kind": "plane", "inSpace": False, "places": count, "measured": measured,
     }
     assert told["grid"]["size"] == [*plane.values.shape[::-1], 1]
-    assert told["grid"]["spacing"] == [*plane.spacing, THIN]
+    assert told["grid"]["spacing"] == [*plane.spacing, None]
     assert told["grid"]["origin"] == [*plane.origin, 0]
     assert isinstance(dose, zarngi.DoseGrid)
     assert (dose.shape, dose.spacing, dose.origin) == (
@@ -122,6 +123,53 @@ def test_cut_and_damaged_tables_end_in_a_sentence(tmp_path):
         dose, _ = by_package(str(path), (None, None))
         if not isinstance(dose, str):
             assert np.isfinite(dose.dose).all()
+
+
+def doses_by_place(dose):
+    if isinstance(dose, zarngi.DosePoints):
+        return {tuple(place): float(value) for place, value in zip(dose.positions.tolist(), dose.dose)}
+    return {(dose.origin[0] + dose.spacing[0] * i, dose.origin[1] + dose.spacing[1] * j): float(value)
+            for (j, i), value in np.ndenumerate(dose.dose)}
+
+
+def test_no_head_gives_a_wrong_dose(tmp_path):
+    """Whatever is written above a table, it is read with its own doses at its own places or refused."""
+    path = tmp_path / "table"
+    read = refused = 0
+    for seed in range(1000):
+        table = generated_tables.table(seed)
+        path.write_bytes(table.contents)
+        dose, _ = by_package(str(path), table.units)
+        shown = table.contents.decode()
+        if isinstance(dose, str):
+            refused += 1
+            assert not table.mustBeRead, f"{dose}:\n{shown}"
+            continue
+        read += 1
+        assert not table.mustBeRefused, shown
+        assert doses_by_place(dose) == table.doses, shown
+    assert read > 400 and refused > 400
+
+
+@pytest.mark.parametrize("window", [1024, 1 << 16])
+def test_recognition_does_not_hang_on_where_a_read_ends(tmp_path, window):
+    """The byte falls on every character of numbers, a lone minus sign among them."""
+    columns = window // 4
+    x = [-5.0 * i for i in range(columns)]
+    rows = [["y\\x", *map(number, x)],
+            *([number(y), *(number(d) for d in np.full(columns, y + 8) / 64)] for y in (-2, 0, 2))]
+    table = "\n".join("\t".join(row) for row in rows) + "\n"
+    path = tmp_path / "wide.txt"
+    ends = set()
+    for padding in range(12):
+        head = "# Gy, mm" + " " * padding + "\n"
+        contents = (head + table).encode()
+        path.write_bytes(contents)
+        ends.add(contents[window - 2 : window])
+        dose, _ = by_package(str(path), (None, None))
+        assert not isinstance(dose, str), dose
+        assert dose.shape == (3, columns)
+    assert b"\t-" in ends and len(ends) > 5
 
 
 PLACED = {

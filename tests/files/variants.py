@@ -23,6 +23,8 @@ NO_ORIENTATION = (
     "tells no orientation; its axes are taken for those of the patient "
     "(to the left, to the back, to the head)"
 )
+#: Of values that count as Gy for want of a unit.
+ASSUMED = "tells no unit of dose; its values are taken for Gy"
 DAMAGED = "its compressed data is damaged or cut short"
 FOREIGN = (
     "is not a dose file (DICOM RT Dose or RT Image, NRRD, MetaImage, NIfTI, or a table of measured "
@@ -50,6 +52,20 @@ class Grid:
     warnings: tuple = ()
     unit: str = "Gy"
     normal: str = ""  # of a plane
+    #: Why its values may be no doses in Gy; of DICOM, which tells the unit, nothing by default.
+    doubts: tuple | None = None
+    is_error: bool = False  # differences between doses
+
+    def all_warnings(self, tells_unit):
+        doubts = self.doubts
+        if doubts is None:
+            doubts = () if tells_unit else (ASSUMED,)
+        below = self.values[self.values < 0]
+        if below.size and not self.is_error:
+            what = "value" if below.size == 1 else "values"
+            doubts += (f"holds {grouped(below.size)} {what} below 0, which no dose is, "
+                       f"down to {below.min():.6g} {self.unit}",)  # fmt: skip
+        return (*self.warnings, *doubts)
 
 
 @dataclasses.dataclass(frozen=True)

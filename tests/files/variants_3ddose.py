@@ -48,7 +48,7 @@ def along(axis, boundaries, values=VALUES):
 
 
 def good(name, contents, values=VALUES, *, warnings=WARNINGS, **changes):
-    return read(name, contents, values, warnings=warnings, unit=UNIT, **changes)
+    return read(name, contents, values, warnings=warnings, unit=UNIT, doubts=(), **changes)
 
 
 def does_not_fit(there):

@@ -484,6 +484,15 @@ def element_rows():
     yield refused("a frame more than there are",
                   dose(NumberOfFrames=5, GridFrameOffsetVector=[0, 3, 6, 9, 12]),
                   "is cut short: 120 bytes of dose, not 150")
+    error = "is of the Dose Type ERROR: it holds differences between doses"
+    below = STORED - 1000
+    yield Variant("Dose Type ERROR", {"dose": dose(DoseType="ERROR", signed=True, stored=below)},
+                  Grid(VALUES - np.float32(15.625), doubts=(error,), is_error=True),
+                  "holds differences between doses, no doses (Dose Type ERROR); pass "
+                  "allow_error_doses=True to read them as such")
+    yield read("doses below 0", dose(signed=True, stored=below), VALUES - np.float32(15.625))
+    for kind in ("PHYSICAL", "EFFECTIVE", "", None):
+        yield read(f"Dose Type {kind}", dose(DoseType=kind))
     yield Variant("relative doses", {"dose": dose(DoseUnits="RELATIVE")},
                   Grid(VALUES, unit="relative"),
                   "its doses are relative; pass allow_relative=True to read them as such")
@@ -530,7 +539,7 @@ def frame_rows():
         yield read(f"a single frame across {normal}",
                    dose(**one, GridFrameOffsetVector=None, ImageOrientationPatient=cosines),
                    VALUES[:1].transpose(order), spacing=spacing, normal=normal)
-    thin = first | {"spacing": (2, 2.5, 0.0078125)}
+    thin = first | {"spacing": (2, 2.5, None)}
     for vector in (None, [0], [-40]):
         yield read(f"a single frame without Slice Thickness, offsets {vector}",
                    dose(**(one | {"SliceThickness": None}), GridFrameOffsetVector=vector), **thin)

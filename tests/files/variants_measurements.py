@@ -11,9 +11,9 @@ from variants import VALUES
 PLANE = VALUES[0, :, :4]
 X = (-15.0, -10.0, -5.0, 0.0)
 Y = (-2.0, 0.5, 3.0)
-THIN = 0.0078125
 NO_LENGTH = "tells no unit of length; its coordinates are taken for mm"
-NO_DOSE_UNIT = "tells no unit of dose: its head must say Gy or cGy, or the unit be given"
+NO_DOSE_UNIT = ("tells no unit of dose: a column's name, as in dose (Gy), or a line of its own must "
+                "say Gy or cGy, or the unit be given")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -184,6 +184,141 @@ def matrix_rows():
               "the origin of 999985 mm along axis x is no sensible position")
 
 
+NAMED = "x (mm),y (mm),dose (Gy)"
+PROSE = ("Film 3, SSD 100 cm, plan 2 Gy", "Field 10x10 cm2", "# 6 MV, 200 MU, 12.5.2026, 1.02 cGy/MU",
+         "Jaws,10,20", "% scanned at 72 dpi; phantom 30 cm x 12 in", "2 Gy, 3%/3mm")
+NO_RASTER = ("has columns without names, which fill no raster like coordinates: name them, as in x (mm), "
+             "y (mm), dose (Gy), or give a matrix its coordinates along its top and left edges")
+SCORER = ("is the text of a simulation's scorer, which tells no positions; let the simulation write its "
+          "dose as DICOM RT Dose, MetaImage or NRRD")
+TOPAS = ("# TOPAS Version: 3.9\n# Parameter File: made.txt\n# Results for scorer: Dose\n"
+         "# Scored in component: Phantom\n# X in 4 bins of 0.5 cm\n# Y in 3 bins of 0.25 cm\n"
+         "# Z in 1 bin  of 0.4 cm\n# DoseToMedium ( Gy ) : Sum   ")
+COUNTS = [(x, y) for y in range(3) for x in range(4)]
+
+
+def other_column(name):
+    return f'has a column "{name}" (accepted: x, y, z in mm or cm, dose in Gy or cGy)'
+
+
+def other_line(text):
+    return f'tells its units as "{text}" (accepted: Gy, cGy, mm, cm)'
+
+
+def bins(line):
+    return (f"tells bins (line {line}), so that its numbers may count them; write the unit beside the "
+            "coordinates, as in x (mm) or y\\x (mm)")
+
+
+def prose_rows():
+    """What stands in sentences is the unit of nothing."""
+    for i, line in enumerate(PROSE):
+        yield Row(f"prose {i} over columns", columns(f"{line}\n{NAMED}"), Plane())
+        yield Row(f"prose {i} over columns in cm and cGy",
+                  columns(f"{line}\nx (cm),y (cm),dose (cGy)", scale=100,
+                          places=[(x / 10, y / 10) for y in Y for x in X]), Plane())
+        yield Row(f"prose {i} over columns without unit", columns(f"{line}\nx,y,dose"), NO_DOSE_UNIT)
+        yield Row(f"prose {i} over a matrix", matrix(f"{line}\nGy, mm\n", ";"), Plane())
+    yield Row("prose, dose given", columns(f"{PROSE[0]}\nx,y,dose"), Plane(warnings=(NO_LENGTH,)),
+              ("Gy", None))
+    yield Row("a long head", columns("# prose\n" * 1000 + NAMED), Plane())
+    for line, word in (("Positions from the centre, in cm", "cm"), ("3 pixels are 1 mm", "pixels"),
+                       ("distances (inch)", "inch"), ("all of it in m", "metre"),
+                       ("places (in) of the film", "(in)"), ("cm (from the centre)", "cm")):
+        yield Row(f"a doubtful length: {line}", columns(f"{line}\nx,y,dose (Gy)"),
+                  f'tells no unit of length, but has "{word}" among the words of its head (line 1): name '
+                  "the columns as in x (mm), or give the unit")
+        yield Row(f"a doubtful length, given: {line}", columns(f"{line}\nx,y,dose (Gy)"), Plane(),
+                  (None, "mm"))
+
+
+def unit_rows():
+    """Units are those of a column's name or of a line of their own, and none but ours."""
+    for name in ("dose (%)", "dose (Gy/MU)", "dose (cGy / MU)", "dose [mGy]", "dose in % of 2 Gy", "dose_rel",
+                 "dose rate (Gy/min)", "dose (mm)", "dose/Gy/MU"):
+        yield Row(f"columns, {name}", columns(f"plan 2 Gy\nx (mm),y (mm),{name}"), other_column(name),
+                  ("Gy", "mm"))
+    for name in ("x (in)", "x (inch)", "x (m)", "x (pixel)", "x/px", "x_um", 'x (")', "x index", "x (Gy)",
+                 "x (1/mm)"):
+        yield Row(f"columns, {name}", columns(f"{name},y,dose (Gy)"), other_column(name))
+    for name in ("dose (Gy)", "dose [GY]", "Dose/Gy", "dose_Gy", "dose in Gy", "dose to water (Gy)",
+                 "Dose (gray)"):
+        yield Row(f"columns, {name}, read", columns(f"x position (mm),y/mm,{name}"), Plane())
+    for line in ("inch, Gy", "dose in %", "Units: mm, Gy/MU", "[mm, mGy]", "Dose units: arbitrary",
+                 "coordinates in pixels", "unit of length: in", "%, mm", "mm; counts", "in, Gy", "[in] [Gy]",
+                 "all values in in, Gy", "Gy, m"):
+        yield Row(f"line, {line}", columns(f"{line}\nx,y,dose"), other_line(line), ("Gy", "mm"))
+    for line in ("Units: mm, Gy", "[mm] [Gy]", "all values are in Gy and mm", "Dose: Gy; positions: mm"):
+        yield Row(f"line, {line}, read", columns(f"{line}\nx,y,dose"), Plane())
+    yield Row("names with commas, rows with blanks", columns("x (mm), y (mm), dose (Gy)", " "), Plane())
+    yield Row("units below names", columns("x,y,dose\nmm,mm,cGy", scale=100), Plane())
+    yield Row("units below names, in brackets", columns("# x;y;dose\n# [mm];;[Gy]", ";"), Plane())
+    yield Row("units below names, inches", columns("x,y,dose\ninch,inch,Gy"), other_line("inch"))
+    yield Row("units below names, exchanged", columns("x,y,dose\nGy,mm,Gy"),
+              "has units below its columns (line 2) that are not those of positions and a dose")
+    yield Row("line and columns of two units", columns(f"cGy\n{NAMED}"), "tells two units of dose")
+    yield Row("corner in inches", matrix("", corner="y\\x [inch, Gy]"), other_line("y\\x [inch, Gy]"))
+    for corner in ("y\\x [in, Gy]", "y\\x[in][Gy]", "mm, Gy, in"):
+        yield Row(f"corner {corner}", matrix("", corner=corner), other_line(corner))
+    yield Row("corner of both axes with units", matrix("", corner="Y [mm] / X [mm] Gy"), Plane())
+    for corner in ("x\\y", "X [mm] / Y [mm]"):
+        yield Row(f"corner {corner}", matrix(corner=corner),
+                  f'has "{corner}" in the corner of its matrix, whose columns are x and whose rows are y: '
+                  "write y\\x")
+    for dose in ("cGy/MU", "Gy or cGy"):
+        yield Row(f"extracted plane in {dose}", extracted(dose=dose),
+                  f'has Dose Units of "{dose}" (accepted: Gy, cGy)')
+    yield Row("extracted plane in mm of prose", extracted(length="mm at 100 cm"),
+              'has Coordinate Units of "mm at 100 cm" (accepted: mm, cm)')
+
+
+def evidence_rows():
+    """Numbers that nobody calls coordinates are coordinates where they fill a raster."""
+    three = ["1.5;1.25;1.75", "1.5;2;1.75", "1.5;1.25;1.5", "0.5;0.25;0.75", "0;0.25;0"]
+    bare = ("\n".join(["Gy, mm", *three]) + "\n").encode()
+    yield Row("three columns of doses", bare, NO_RASTER)
+    yield Row("three columns of doses, units given", bare.replace(b"Gy, mm\n", b""), NO_RASTER,
+              ("Gy", "mm"))
+    four = "\n".join(["Gy, mm", *(f"{line};1.5" for line in three), ""]).encode()
+    yield Row("four columns of doses", four, NO_RASTER)
+    yield Row("points without names", columns("# Gy mm", places=SCATTERED, values=np.ones(3)), NO_RASTER)
+    yield Row("a raster without names, tabs", columns("Gy mm", "\t"), Plane())
+    yield Row("a raster without names, units given", columns(""), Plane(), ("Gy", "mm"))
+    yield Row("a raster without names and length", columns("Gy"), Plane(warnings=(NO_LENGTH,)))
+    yield Row("a raster without names, counted", columns("Gy", places=COUNTS),
+              "has columns without names that may count rows and columns: name them, as in x (mm), y "
+              "(mm), dose (Gy)")
+    yield Row("a raster without names, counted in mm", columns("Gy mm", places=COUNTS),
+              Plane(spacing=(1.0, 1.0), origin=(0.0, 0.0)))
+    yield Row("a raster of other names above units", columns("depth,offset,value\n# Gy mm"),
+              'has columns named "depth", "offset", "value" (accepted: x, y[, z], dose)')
+    for line in ("y, x and dose (Gy, mm)", "Gy; dose, x, y in mm"):
+        yield Row(f"words in another order: {line}", columns(f"{line}\n", ";").replace(b"\n\n", b"\n"),
+                  "has columns without names below words in another order than x, y, dose (line 1); name "
+                  "the columns in a line with cells like those of the rows", ("Gy", "mm"))
+    yield Row("an entry of the head like a corner", b"Gy mm\nDose 2 4\n-10 0 1\n-5 0 1.25\n0 0 1.5\n",
+              'has "Dose" where the corner of a matrix is; write y\\x there, or name the columns')
+    yield Row("sizes above rows", b"Gy mm\n3 2\n1 1.5 2\n1.25 1.75 2\n",
+              "has two numbers above rows of three (line 2), which may be sizes; write y\\x before those "
+              "of a matrix")
+    yield Row("another corner", matrix(corner="AP \\ LR"),
+              'has "AP \\ LR" where the corner of a matrix is; write y\\x there, or name the columns')
+
+
+def scorer_rows():
+    numbers = columns(None, ", ", places=[(x, y, 0) for x, y in COUNTS])
+    yield Row("scorer", f"{TOPAS}\n".encode() + numbers, SCORER)
+    yield Row("scorer, units given", f"{TOPAS}\n".encode() + numbers, SCORER, ("Gy", "mm"))
+    yield Row("scorer of several statistics",
+              f"{TOPAS}Mean\n".encode() + numbers.replace(b"\n", b", 0.5\n"), SCORER)
+    yield Row("scorer without bins", b"# TOPAS Version: 3.9\n# SurfaceTrackCount : Mean\n0.1\n", SCORER)
+    yield Row("scorer of another simulation",
+              b"# mesh name: box\n# primitive scorer name: dose\n# iX, iY, iZ, total(value) [Gy]\n"
+              + numbers, SCORER)
+    yield Row("bins", columns("# x in 4 bins of 0.5 cm\nGy\nx,y,dose", places=COUNTS), bins(1))
+    yield Row("bins beside coordinates", columns(f"# a histogram of 20 bins\n{NAMED}"), Plane())
+
+
 SCATTERED = ((0.0, 0.0, 1.5), (3.1, 0.2, -7.0), (-40.0, 12.0, 0.3))
 
 
@@ -277,4 +412,5 @@ def dicom_rows():
               "has no Image Plane Pixel Spacing")
 
 
-ROWS = [*array_rows(), *extracted_rows(), *matrix_rows(), *column_rows(), *dicom_rows()]
+ROWS = [*array_rows(), *extracted_rows(), *matrix_rows(), *column_rows(), *prose_rows(), *unit_rows(),
+        *evidence_rows(), *scorer_rows(), *dicom_rows()]

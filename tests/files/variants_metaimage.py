@@ -117,6 +117,25 @@ def long_rows():
 WHOLE_TEXT = " ".join(str(int(value)) for value in WHOLE.ravel()).encode()
 
 
+def unit_rows():
+    """The program that writes eV/g per proton is told by what it leaves out."""
+    doubt = ("may be of MCsquare, which writes eV/g per proton (ElementByteOrderMSB, but no "
+             "Offset); its values are taken for Gy",)  # fmt: skip
+    nowhere = {"Offset": None, "TransformMatrix": None}
+    warnings = {"origin": (0, 0, 0), "warnings": (NO_POSITION, NO_ORIENTATION)}
+    other = {"BinaryDataByteOrderMSB": None, "ElementByteOrderMSB": "False"}
+    yield read("ElementByteOrderMSB without Offset", meta(**nowhere, **other), doubts=doubt,
+               **warnings)
+    yield read("ElementByteOrderMSB without Offset, with its data beside",
+               meta(b"", **nowhere, **other, ElementDataFile="dose.raw"), file="LET.mhd",
+               beside={"dose.raw": BYTES}, **warnings,
+               doubts=(*doubt, 'its name ends in "LET"; its values are taken for doses all the same'))
+    yield read("BinaryDataByteOrderMSB without Offset", meta(**nowhere), **warnings)
+    for key in ("Position", "Origin"):
+        yield read(f"ElementByteOrderMSB with {key}",
+                   meta(**other, Offset=None, **{key: words(ORIGIN)}))
+
+
 def byte_order_rows():
     big = VALUES.astype(">f4").tobytes()
     two = WHOLE.astype(">u2").tobytes()
@@ -456,6 +475,6 @@ def line_rows():
 
 FORMAT = "MetaImage"
 ROWS = [
-    *type_rows(), *long_rows(), *byte_order_rows(), *packing_rows(), *text_rows(), *place_rows(),
+    *type_rows(), *long_rows(), *unit_rows(), *byte_order_rows(), *packing_rows(), *text_rows(), *place_rows(),
     *spacing_rows(), *size_rows(), *intensity_rows(), *data_rows(), *line_rows(),
 ]

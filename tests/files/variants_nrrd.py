@@ -7,7 +7,7 @@ import math
 import numpy as np
 
 from variants import (
-    BYTES, DAMAGED, NO_ORIENTATION, NO_POSITION, NOT_FINITE, ORIENTATIONS, ORIGIN, ROTATED, SIZE,
+    ASSUMED, BYTES, DAMAGED, NO_ORIENTATION, NO_POSITION, NOT_FINITE, ORIENTATIONS, ORIGIN, ROTATED, SIZE,
     SPACING, TEXT, VALUES, WHOLE, cut_short, flipped, gzip_member, gzip_rows, read, refused,
     replaced, scaled, sized, too_long, turned, unpacks_too_long, unpacks_too_short, words,
 )
@@ -374,18 +374,72 @@ def unit_rows():
     yield refused("too few space units", nrrd(space_units='"mm" "mm"'),
                   'its header gives space units of ""mm" "mm""')
     yield read("a key that is no field", nrrd(more="units:=GY\n"))
-    for name in ("Gy", "GY", "gray", "", "???"):
-        yield read(f"sample units {name}", nrrd(sample_units=f'"{name}"'))
-    yield read("sample units without quotes", nrrd(sample_units="Gy"))
-    yield read("sample units cGy", nrrd(sample_units='"cGy"'), scaled(VALUES, 0.01))
+    for name in ("Gy", "GY", "gray"):
+        yield read(f"sample units {name}", nrrd(sample_units=f'"{name}"'), doubts=())
+    for name in ("", "???"):
+        yield read(f"sample units '{name}'", nrrd(sample_units=f'"{name}"'))
+    yield read("sample units without quotes", nrrd(sample_units="Gy"), doubts=())
+    for name, gray in (("cGy", 0.01), ("mGy", 0.001)):
+        yield read(f"sample units {name}", nrrd(sample_units=f'"{name}"'), scaled(VALUES, gray),
+                   doubts=())
     yield read("sample units cGy, whole numbers",
                nrrd(WHOLE.astype("<u2").tobytes(), type="ushort", sampleunits="cGy"),
-               scaled(WHOLE, 0.01))
-    for name in ("HU", "mGy", "MeV/g"):
+               scaled(WHOLE, 0.01), doubts=())
+    for name in ("HU", "MeV/g", "cGy/MU"):
         yield read(f"sample units {name}", nrrd(sample_units=f'"{name}"'),
-                   warnings=(f'its sample units are "{name}", taken for Gy',))
+                   doubts=(f'its sample units are "{name}", taken for Gy',))
     quantised = "was quantised (old min, old max); its values are taken as they are stored"
     yield read("old min and old max", nrrd(old_min="0", old_max="60"), warnings=(quantised,))
+
+
+def doubt_rows():
+    """Names and values that are no doses'."""
+    for word, names in {
+        "uncertainty": ("dose-Uncertainty", "dose_uncertainty", "DoseUncertainty", "UNCERTAINTY"),
+        "squared": ("Dose-Squared", "dose_squared", "dosesquared"),
+        "edep": ("plan.Edep", "edep", "TotalEDep"),
+        "hits": ("output-NbOfHits", "nbofhits", "hits"),
+        "LET": ("LET", "plan_let", "Phantom.LETd", "totalLET", "plan LETD"),
+    }.items():
+        doubt = f'its name ends in "{word}"; its values are taken for doses all the same'
+        for name in names:
+            yield read(f"named {name}", nrrd(), file=f"{name}.nrrd", doubts=(ASSUMED, doubt))
+    yield read("named uncertainty, told in Gy", nrrd(sample_units="Gy"), file="uncertainty.NRRD.gz",
+               doubts=(doubt.replace("LET", "uncertainty"),))
+    for name in ("uncertainty-dose", "outlet", "pallet", "Toilet", "LET_plan", "letter", "LETs",
+                 "uncertainty.d/dose"):
+        yield read(f"named {name}", nrrd(), file=f"{name}.nrrd")
+    yield from far_rows()
+    zeros = np.zeros_like(VALUES)
+    yield read("no dose at all", nrrd(zeros.tobytes()), zeros)
+    yield read("doses of -0", nrrd((-zeros).tobytes()), -zeros)
+    one = VALUES.copy()
+    one[1, 2, 3] = -0.5
+    yield read("a dose below 0", nrrd(one.tobytes()), one)
+    yield read("all doses below 0", nrrd((-1 - VALUES).tobytes()), -1 - VALUES)
+
+
+def far_rows():
+    """Of n positive doses, n // 1000 may lie above the 99.9th percentile."""
+    def row(name, count, far, high, doubts, zeros=100):
+        values = np.zeros((1, 1, count + zeros), np.float32)
+        values[..., zeros // 2 :][..., :count] = 1 + np.arange(count, dtype=np.float32) % 2
+        values[..., zeros // 2 + 5 : zeros // 2 + 5 + far] = high
+        return read(name, nrrd(values.tobytes(), sizes=f"{count + zeros} 1 1"), values,
+                    doubts=(ASSUMED, *doubts))
+
+    def apart(far, count, high):
+        return (f"its maximum of {high} Gy is more than 100 times the 99.9th percentile of its "
+                f"positive doses (2 Gy); {far} of {count} stand apart",)
+
+    yield row("six doses far above 6000", 6000, 6, 127573, apart(6, "6 000", 127573))
+    yield row("seven doses far above 6000", 6000, 7, 127573, ())
+    yield row("six doses far above 5999", 5999, 6, 127573, ())
+    yield row("a dose far above 1000", 1000, 1, 200.25, apart(1, "1 000", "200.25"))
+    yield row("a dose far above 1000, without zeros", 1000, 1, 200.25, apart(1, "1 000", "200.25"),
+              zeros=0)
+    yield row("a dose 100 times the others", 1000, 1, 200, ())
+    yield row("a dose far above 999", 999, 1, 1e6, ())
 
 
 def skip_rows():
@@ -599,6 +653,6 @@ def size_rows():
 FORMAT = "NRRD"
 ROWS = [
     *type_rows(), *byte_order_rows(), *encoding_rows(), *text_rows(), *space_rows(),
-    *direction_rows(), *spacing_rows(), *unit_rows(), *skip_rows(), *detached_rows(),
+    *direction_rows(), *spacing_rows(), *unit_rows(), *doubt_rows(), *skip_rows(), *detached_rows(),
     *line_rows(), *size_rows(),
 ]

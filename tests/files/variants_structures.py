@@ -17,7 +17,7 @@ import variants_metaimage
 import variants_nifti
 import variants_nrrd
 from structure_sets import (
-    contour, dataset, decimal, file_of, polygon, roi, structure_set,
+    contour, dataset, decimal, file_of, named, polygon, roi, structure_set,
 )
 from variants import (
     DAMAGED, NO_ORIENTATION, NO_POSITION, ORIENTATIONS, ORIGIN, ROTATED, SPACING, STRAIGHT, VALUES,
@@ -297,6 +297,8 @@ def mask_rows():
         ("PTV 57.nii.gz", gzip.compress(variants_nifti.nifti(values=data))),
     ):
         yield Variant(f"named after {file}", contents, named, file)
+    yield Variant("white voxels", variants_nrrd.nrrd((data * 255).tobytes(), type="uchar"),
+                  mask(binary * 255, {255: "PTV 57"}), "PTV 57.nrrd")
     empty = mask(LABELS * 0, {1: "PTV 57"}, warnings=(NO_LABELS,))
     yield Variant("nothing in it", variants_nrrd.nrrd(bytes(LABELS.size), type="uchar"), empty,
                   "PTV 57.nrrd")
@@ -322,6 +324,25 @@ def refused_mask_rows():
     yield Variant("cut short", variants_nrrd.nrrd(data[:-1], type="uchar"),
                   "is cut short, or its header lies: its grid needs 60 bytes of values, "
                   "the file has 59")
+
+
+NO_SET = "does not tell its character set; texts beyond ASCII are taken as "
+
+
+def name_rows():
+    """Of one name; test_characters.py has every set of characters."""
+    spinal = "Rückenmark"
+    damaged = ("has texts with bytes that are no characters of its character set; U+FFFD stands for "
+               "each")
+    for name, declared, encoded, text, notes in (
+        ("Latin-1", "ISO_IR 100", spinal.encode("latin_1"), spinal, ()),
+        ("UTF-8", "ISO_IR 192", spinal.encode(), spinal, ()),
+        ("no set, UTF-8", None, spinal.encode(), spinal, (NO_SET + "UTF-8",)),
+        ("no set, Latin-1", None, spinal.encode("latin_1"), spinal, (NO_SET + "Latin-1",)),
+        ("not its set", "ISO_IR 192", spinal.encode("latin_1"), "R\ufffdckenmark", (damaged,)),
+    ):
+        told = Told(text, 0, digest(np.zeros(0)), "ORGAN", contours=0, frame="1.2.3")
+        yield Variant(f"a name, {name}", named([encoded], declared), Structures((told,), notes))
 
 
 def segmentation(layers, kinds="list domain domain domain", order=None, **segments):
@@ -363,5 +384,5 @@ def segmentation_rows():
 
 ROWS = [
     *syntax_rows(), *contour_rows(), *refused_contour_rows(), *reference_rows(), *foreign_rows(),
-    *mask_rows(), *refused_mask_rows(), *segmentation_rows(),
+    *name_rows(), *mask_rows(), *refused_mask_rows(), *segmentation_rows(),
 ]

@@ -76,7 +76,7 @@ def stored(statistics=("Sum",), values=STATISTICS):
 
 
 def good(name, contents, values=VALUES, *, warnings=WARNINGS, unit=RUN, origin=MIDDLE, **changes):
-    return read(name, contents, values, warnings=warnings, unit=unit, origin=origin, **changes)
+    return read(name, contents, values, warnings=warnings, unit=unit, origin=origin, doubts=(), **changes)
 
 
 def texts():

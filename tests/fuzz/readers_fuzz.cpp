@@ -170,7 +170,7 @@ void checkStructures(const files::StructureSet& set)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const files::Host host{files::nativeDeflate(), unpackPixels};
-    const files::Result<files::DoseImage> dose = files::readDose({bytes, size}, findFile, host);
+    const files::Result<files::DoseImage> dose = files::readDose({bytes, size}, "", findFile, host);
     if (dose) {
         checkDose(*dose, size);
         checkLines(dose->warnings);

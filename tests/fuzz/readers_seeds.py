@@ -184,6 +184,12 @@ def write_structures(folder, dose):
         (folder / f"structures-{name}.dcm").write_bytes(contents)
     contents = structure_sets.file_of(two_structures(), open_ends=True)
     (folder / "structures-open.dcm").write_bytes(contents)
+    called = [b"\x1b$B\x40\x54\x1b(B", b"\x1b$)C\xb0\xa1^\xb0", b"\x1b-F\xe1\x1b$", b"\x1b$(D\x30\x21\x1b"]
+    for name, declared in (("called", ["ISO 2022 IR 13", "ISO 2022 IR 87"]), ("chinese", "GB18030"),
+                           ("utf8", "ISO_IR 192"), ("untold", None)):
+        names = [*called, "\u810a\u9ad3 \U00020bb7".encode("gb18030" if name == "chinese" else "utf-8"),
+                 b"\x81\x30\x81", b"\xf0\x90\x80", b"\xff"]
+        (folder / f"names-{name}.dcm").write_bytes(structure_sets.named(names, declared))
     labels = (dose.values > dose.values.mean()).astype("<i2") * 2
     segments = (b"Segment0_Name:=A\nSegment0_LabelValue:=2\nSegment0_Color:=0.5 1 0\n"
                 b"Segment1_ID:=B\nSegment1_Layer:=0\n\n")

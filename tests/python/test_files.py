@@ -44,6 +44,7 @@ NRRD = {
     "space origin": "(-7.5,12.25,-40)",
     "endian": "little",
     "encoding": "raw",
+    "sample units": '"Gy"',
 }
 
 
@@ -564,8 +565,19 @@ def test_a_dataset_may_have_been_worked_on():
     np.testing.assert_allclose(grid.dose, 2 * STORED, rtol=1e-6)
 
 
-def test_relative_doses_only_when_asked_for(tmp_path):
-    dataset = rt_dose(DoseUnits="RELATIVE")
+@pytest.mark.parametrize(
+    ("elements", "sentence", "option"),
+    [
+        ({"DoseUnits": "RELATIVE"},
+         "its doses are relative; pass allow_relative=True to read them as such", "allow_relative"),
+        ({"DoseType": "ERROR"},
+         "holds differences between doses, no doses (Dose Type ERROR); pass allow_error_doses=True "
+         "to read them as such", "allow_error_doses"),
+    ],
+)  # fmt: skip
+@pytest.mark.filterwarnings("ignore:.*is of the Dose Type ERROR")
+def test_what_is_no_dose_in_gray_is_read_only_when_asked_for(tmp_path, elements, sentence, option):
+    dataset = rt_dose(**elements)
     content = dicom_bytes(dataset)
     path = tmp_path / "dose.dcm"
     path.write_bytes(content)
@@ -576,9 +588,8 @@ def test_relative_doses_only_when_asked_for(tmp_path):
     ]:
         with pytest.raises(zarngi.FormatError) as caught:
             call()
-        expected = f"{name}: its doses are relative; pass allow_relative=True to read them as such"
-        assert str(caught.value) == expected
-        assert_same(call(allow_relative=True), dose=STORED)
+        assert str(caught.value) == f"{name}: {sentence}"
+        assert_same(call(**{option: True}), dose=STORED)
 
 
 def test_datasets_that_are_no_dose_are_refused():

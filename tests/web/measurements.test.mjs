@@ -94,6 +94,18 @@ describe('an array beside a plane', { skip }, () => {
         assert.equal(await page.locator('#cross-gamma-0').innerText(), 'not tested');
     });
 
+    test('nothing across the plane is shown as a size', async () => {
+        const { page, report } = opened;
+        for (const role of ['reference', 'evaluation']) {
+            assert.deepEqual(report.grids[role].spacing, [step, step, null]);
+        }
+        const text = await page.locator('body').innerText();
+        assert.equal(text.split('5 × 5').length - 1 >= 2, true);
+        assert.doesNotMatch(text, /5 × 5 × \d|0\.0078/);
+        const volumes = await page.locator('#cluster-rows td:nth-child(3)').allInnerTexts();
+        assert.ok(volumes.length > 0 && volumes.every((cell) => cell === '–'), volumes.join());
+    });
+
     test('the profile lies along the row of the crosshair', async () => {
         const { page } = opened;
         const text = await page.locator('#profile-x-title').innerText();

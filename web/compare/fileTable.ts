@@ -17,6 +17,12 @@ function size(dose: DoseFile): string {
     return dose.grid.size.join(' × ');
 }
 
+/** Of the axes along which there are several places; points have none. */
+function spacing(dose: DoseFile): string {
+    const told = dose.measurement?.kind === 'points' ? [] : dose.grid.spacing;
+    return told.flatMap((mm) => mm ?? []).map(plain).join(' × ');
+}
+
 function maximum(dose: DoseFile): string {
     const highest = dose.grid.maximum?.dose;
     return highest === undefined ? none : `${plain(Number(highest.toPrecision(4)))} ${dose.doseUnit}`;
@@ -51,7 +57,7 @@ export function fileRow(file: FileFacts, role: string, description: string, use:
         el('td', { class: 'word' }, [kinds[file.kind], format].filter(Boolean).join(', ')),
         el('td', { class: 'word' }, description),
         el('td', {}, isDose ? size(file) : ''),
-        el('td', {}, isDose ? file.grid.spacing.map(plain).join(' × ') : ''),
+        el('td', {}, isDose ? spacing(file) : ''),
         el('td', {}, isDose ? maximum(file) : ''),
         el('td', { class: 'word' }, role, use),
     );

@@ -6,8 +6,7 @@
 #include <string>
 
 #include "comparison/doseJson.h"
-#include "comparison/failure.h"
-#include "files/error.h"
+#include "web/engine/failureJson.h"
 #include "web/engine/session.h"
 
 namespace
@@ -26,17 +25,13 @@ Json answered(const char* call)
     try {
         return {{"answer", session().answer(Json::parse(call))}};
     } catch (const zarngi::UsageError& error) {
-        return {{"error", error.what()}, {"kind", "usage"}};
-    } catch (const zarngi::MemoryError& error) {
-        return {{"error", error.what()}, {"kind", "memory"}};
+        return engine::failureJson(error);
     } catch (const zarngi::InputError& error) {
-        return {{"error", error.what()}, {"kind", "input"}};
-    } catch (const files::Refusal& refusal) {
-        return {{"error", refusal.error().sentence}, {"kind", "input"}};
+        return engine::failureJson(error);
     } catch (const std::bad_alloc&) {
-        return {{"error", "not enough memory"}, {"kind", "memory"}};
+        return engine::failureJson("memory", "not enough memory");
     } catch (const std::exception& error) {
-        return {{"error", error.what()}, {"kind", "internal"}};
+        return engine::failureJson("internal", error.what());
     }
 }
 

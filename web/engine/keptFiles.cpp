@@ -26,10 +26,9 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-const files::Host& scriptHost()
+files::Host scriptHost(const files::TableUnits& units = {})
 {
-    static const files::Host host{scriptDeflate()};
-    return host;
+    return {scriptDeflate(), {}, {}, units};
 }
 
 /** The file that a header names, or the data of a pair for an empty name. @throws files::Refusal */
@@ -69,9 +68,9 @@ public:
 
     bool isStructureSet() const { return files::isStructureSet(contents_.view(), scriptDeflate()); }
 
-    files::Result<files::DoseImage> dose()
+    files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
     {
-        return withPaths(files::readDose(contents_.view(), finder(), scriptHost()));
+        return withPaths(files::readDose(contents_.view(), path_, finder(), scriptHost(units)));
     }
 
     files::Result<files::StructureSet> structures()
@@ -112,7 +111,7 @@ Json facts(const files::DoseImage& dose)
 {
     Json json = {{"dataPath", dose.dataPath},
                  {"format", dose.format},
-                 {"grid", zarngi::gridJson(dose.image.geometry, zarngi::doseExtremes(dose.image))},
+                 {"grid", zarngi::gridJson(dose, zarngi::extremesOf(dose))},
                  {"doseUnit", files::unitName(dose.unit)},
                  {"measurement", zarngi::measurementJson(dose)},
                  {"warnings", dose.warnings}};
@@ -148,19 +147,23 @@ std::optional<files::StructureSet> masksAlone(OpenFile& file, const files::FileE
     return set ? std::optional(std::move(*set)) : std::nullopt;
 }
 
+/** What `read` makes of the file. @throws zarngi::InputError */
+template <class Read> auto readFrom(const std::string& path, const Read& read)
+{
+    try {
+        OpenFile file(path);
+        return files::valueOf(read(file));
+    } catch (const files::Refusal& refusal) {
+        throw zarngi::failureOf(path, refusal.error());
+    }
+}
+
 /** The value that is kept, or what `read` makes of the file. @throws zarngi::InputError */
 template <class Value, class Read>
 const Value& kept(KeptValues<Value>& values, const std::string& path, const Read& read)
 {
-    if (const Value* const value = values.find(path)) {
-        return *value;
-    }
-    try {
-        OpenFile file(path);
-        return values.add(path, files::valueOf(read(file)));
-    } catch (const files::Refusal& refusal) {
-        throw zarngi::InputError(path + ": " + refusal.error().sentence);
-    }
+    const Value* const value = values.find(path);
+    return value != nullptr ? *value : values.add(path, readFrom(path, read));
 }
 
 Json described(const std::string& path, const char* kind, Json facts)
@@ -215,8 +218,11 @@ nlohmann::ordered_json KeptFiles::identified(const std::string& path)
     return json;
 }
 
-const files::DoseImage& KeptFiles::dose(const std::string& path)
+files::DoseImage KeptFiles::dose(const std::string& path, const files::TableUnits& units)
 {
+    if (units.gray || units.millimetres) { // tables are small
+        return readFrom(path, [&](OpenFile& file) { return file.dose(units); });
+    }
     return kept(doses_, path, [](OpenFile& file) { return file.dose(); });
 }
 

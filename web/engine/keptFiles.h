@@ -11,6 +11,7 @@
 #include <string>
 
 #include "files/doseImage.h"
+#include "files/readDose.h"
 #include "files/structures/structureSet.h"
 #include "web/engine/keptValues.h"
 
@@ -26,9 +27,9 @@ public:
      */
     nlohmann::ordered_json identify(const std::string& path);
 
+    /** @param units of a table that tells none. @throws zarngi::InputError */
+    files::DoseImage dose(const std::string& path, const files::TableUnits& units);
     /** Valid until the next call. @throws zarngi::InputError */
-    const files::DoseImage& dose(const std::string& path);
-    /** Likewise. @throws zarngi::InputError */
     const files::StructureSet& structures(const std::string& path);
 
     /** The files of a comparison: their values are kept until those of another one are used. */

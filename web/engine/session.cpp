@@ -4,10 +4,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <set>
 #include <utility>
 
+#include "comparison/compare.h"
 #include "comparison/csv.h"
+#include "comparison/documents/requestJson.h"
 #include "comparison/doseJson.h"
 #include "comparison/example/syntheticDose.h"
 #include "comparison/example/syntheticStructures.h"
@@ -15,16 +16,11 @@
 #include "comparison/record.h"
 #include "comparison/reportPage.h"
 #include "comparison/reportVolume.h"
-#include "comparison/request/computation.h"
-#include "comparison/request/doseChecks.h"
-#include "comparison/request/preparedDoses.h"
-#include "comparison/request/requestedStructures.h"
 #include "comparison/statisticsJson.h"
 #include "comparison/structures/structureElements.h"
 #include "files/structures/writeStructureSet.h"
 #include "files/writeVolume.h"
 #include "web/engine/hostScript.h"
-#include "web/engine/requestJson.h"
 
 namespace engine
 {
@@ -68,14 +64,39 @@ std::string imageFile(const std::string& name, const zarngi::Image& image)
     return std::string(files::asText((*file).view()));
 }
 
-std::set<std::string> filesOf(const zarngi::ComparisonRequest& request)
+/** The files that the page keeps, of which it tells the digests. */
+class KeptSource : public zarngi::DoseSource
 {
-    std::set<std::string> paths{request.reference, request.evaluation};
-    for (const auto* more : {&request.structures.files, &request.measurements.referenceAdded,
-                             &request.measurements.evaluationAdded}) {
-        paths.insert(more->begin(), more->end());
+public:
+    KeptSource(KeptFiles& files, zarngi::FileDigests digests)
+        : files_(files), digests_(std::move(digests))
+    {
     }
-    return paths;
+
+    zarngi::DoseImage dose(const std::string& name, const files::TableUnits& units) override
+    {
+        return files_.dose(name, units);
+    }
+
+    files::StructureSet structures(const std::string& name) override
+    {
+        return files_.structures(name);
+    }
+
+    zarngi::FileDigests digests() const override { return digests_; }
+
+private:
+    KeptFiles& files_;
+    zarngi::FileDigests digests_;
+};
+
+zarngi::FileDigests digestsOf(const Json& json)
+{
+    zarngi::FileDigests digests;
+    for (const auto& [path, digest] : json.items()) {
+        digests[path] = {digest.at("bytes").get<std::uintmax_t>(), digest.at("sha256")};
+    }
+    return digests;
 }
 
 /** Null where nothing was tested. */
@@ -127,37 +148,14 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
 
 nlohmann::ordered_json Session::compare(const Json& call)
 {
-    const zarngi::ComparisonRequest request = requestOf(call);
-    zarngi::checkRequest(request);
+    zarngi::Request request = zarngi::requestOf(call.at("request"));
+    request.commandLine = call.at("command");
     comparison_ = {}; // memory for two comparisons at once may not be there
-    zarngi::Comparison comparison = zarngi::emptyComparison(request);
-    comparison.digests = digestsOf(call);
-    files_.use(filesOf(request));
-    comparison.reference = files_.dose(request.reference);
-    comparison.evaluation = files_.dose(request.evaluation);
-    zarngi::makeDoses(comparison, request.measurements,
-                      [this](const std::string& path) { return files_.dose(path); });
-    zarngi::checkDoses(comparison);
-    zarngi::placeDoses(comparison, request.measurements);
-    if (!request.structures.files.empty()) {
-        zarngi::checkAreVolumes(comparison);
-    }
-    std::vector<files::StructureSet> sets;
-    for (const std::string& path : request.structures.files) {
-        sets.push_back(files_.structures(path));
-    }
-    std::shared_ptr<const zarngi::StructureCatalogue> catalogue;
-    if (!sets.empty()) {
-        catalogue = zarngi::catalogueOf(std::move(sets), request.structures, comparison);
-    }
-    comparison.readSeconds = call.value("readSeconds", 0.0);
-    zarngi::findExtremes(comparison);
-    zarngi::setNormalisation(comparison);
-    if (catalogue) {
-        zarngi::addStructures(comparison, std::move(catalogue), request);
-    }
-    zarngi::checkExplanation(comparison, request.explain);
-    zarngi::compute(comparison, request.explain, {watchFor, watchWork});
+    const std::vector<std::string> paths = request.files();
+    files_.use({paths.begin(), paths.end()});
+    KeptSource source(files_, digestsOf(call.at("digests")));
+    zarngi::Comparison comparison = zarngi::compare(request, source, {watchFor, watchWork, {}});
+    comparison.readSeconds = call.at("readSeconds");
     comparison_ = std::move(comparison);
     record_ = zarngi::comparisonJson(comparison_);
     return {{"record", record_}, {"isBelowLimit", comparison_.isBelowLimit()}};
@@ -165,19 +163,9 @@ nlohmann::ordered_json Session::compare(const Json& call)
 
 nlohmann::ordered_json Session::rates(const Json& call)
 {
-    zarngi::CriterionResult asked;
-    asked.criterion = zarngi::parseCriterion(call.at("criterion"));
-    std::vector<zarngi::CriterionResult> results;
-    results.push_back(std::move(asked));
-    std::swap(comparison_.results, results);
-    try {
-        zarngi::compute(comparison_); // a map as well: its rate may be that of a voxel more
-    } catch (...) {
-        std::swap(comparison_.results, results);
-        throw;
-    }
-    std::swap(comparison_.results, results);
-    const zarngi::CriterionResult& found = results.front();
+    const zarngi::Criterion criterion = zarngi::parseCriterion(call.at("criterion"));
+    // With a map as well: the rate without one may be that of a voxel more.
+    const zarngi::CriterionResult found = zarngi::comparedBy(criterion, comparison_);
     Json json = {{"passRate", rateJson(found.statistics)}, {"structures", Json::array()}};
     for (const std::optional<zarngi::StructureGamma>& structure : found.structures) {
         json["structures"].push_back(structure ? rateJson(structure->statistics) : Json(nullptr));
@@ -188,7 +176,7 @@ nlohmann::ordered_json Session::rates(const Json& call)
 /** The doses of a file as they are compared, in single precision. */
 nlohmann::ordered_json Session::values(const Json& call)
 {
-    return withOutput(bytesOf(files_.dose(call.at("path")).image.values));
+    return withOutput(bytesOf(files_.dose(call.at("path"), {}).image.values));
 }
 
 nlohmann::ordered_json Session::volume(const Json& call)

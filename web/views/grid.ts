@@ -3,6 +3,7 @@ import type { GridRecord, Triple } from './record';
 /** A regular grid: voxel (i, j, k) is element i + nx·(j + ny·k), its dose belongs to its centre. */
 export class Grid {
     readonly size: Triple;
+    /** mm; across a plane without a thickness 1, as anything would do. */
     readonly spacing: Triple;
     readonly origin: Triple;
     readonly count: number;
@@ -10,7 +11,7 @@ export class Grid {
 
     constructor(record: GridRecord) {
         this.size = record.size;
-        this.spacing = record.spacing;
+        this.spacing = record.spacing.map((mm) => mm ?? 1) as Triple;
         this.origin = record.origin;
         this.count = record.size[0] * record.size[1] * record.size[2];
         this.stride = [1, record.size[0], record.size[0] * record.size[1]];

@@ -21,7 +21,8 @@ export interface FileRecord {
 export interface GridRecord {
     /** Voxels. */
     size: Triple;
-    spacing: Triple;
+    /** Null across a plane whose file tells no thickness. */
+    spacing: [number | null, number | null, number | null];
     /** Centre of the first voxel, not its corner. */
     origin: Triple;
     maximum?: { dose: number; position: Triple } | null;

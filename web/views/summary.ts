@@ -183,7 +183,7 @@ function provenance(record: ComparisonRecord): HTMLElement[] {
             el('th', { scope: 'row' }, role === 'reference' ? 'Reference' : 'Evaluation'),
             el('td', { class: 'path' }, file.path ?? file.name),
             el('td', {}, points ? whole(points.length) : axes.map((a) => grid.size[a]).join(' × ')),
-            el('td', {}, points ? none : axes.map((a) => plain(grid.spacing[a])).join(' × ')),
+            el('td', {}, points ? none : axes.flatMap((a) => grid.spacing[a] ?? []).map(plain).join(' × ')),
             el('td', {}, points ? none : grid.origin.map((o) => fixed(o, 2)).join(', ')),
             el('td', {}, maximum ? `${plain(maximum.dose)} ${unit}` : none),
             el('td', {}, file.bytes ? bytes(file.bytes) : none),

@@ -2,7 +2,7 @@ import type { Analyses, DoseBand, MapCounts } from './analysis';
 import { axisNames, longAxes } from './axes';
 import type { Cluster } from './clusters';
 import { byId, el } from './dom';
-import { fixed, plain, signed, whole } from './format';
+import { fixed, none, plain, signed, whole } from './format';
 import type { Model } from './model';
 import type { Criterion } from './record';
 import type { Changes, State, Store } from './store';
@@ -84,7 +84,7 @@ export class Tables {
             { 'data-cluster': i },
             el('th', { scope: 'row' }, button),
             el('td', {}, whole(cluster.voxels)),
-            el('td', {}, fixed(volume, 2)),
+            el('td', {}, sides.length < 3 ? none : fixed(volume, 2)),
             el('td', {}, sides.join(' × ')),
             ...position.map((p) => el('td', {}, fixed(p, 1))),
             el('td', {}, fixed(cluster.maxGamma, 2)),

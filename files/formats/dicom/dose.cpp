@@ -151,7 +151,12 @@ DoseImage readDicomDose(const DicomFile& file, const Host& host)
     DoseImage dose;
     dose.format = formatName(FileFormat::dicom);
     dose.unit = unitOf(values);
-    dose.dicom = dicomIdentity(values);
+    DicomTexts texts(values);
+    dose.dicom = dicomIdentity(values, texts);
+    dose.warnings = texts.warnings();
+    if (dose.isError()) {
+        dose.doubts.emplace_back("is of the Dose Type ERROR: it holds differences between doses");
+    }
     const double scaling = scalingOf(values);
     const DicomPixelFormat format = dicomPixelFormat(values);
     const StoredGeometry stored = geometryOf(values);

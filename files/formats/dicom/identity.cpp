@@ -27,21 +27,22 @@ constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
 } // namespace
 } // namespace tags
 
-DicomIdentity dicomIdentity(const DicomValues& values)
+DicomIdentity dicomIdentity(const DicomValues& values, DicomTexts& texts)
 {
+    const auto text = [&](const DicomTag& tag) { return texts.text(values, tag); };
     DicomIdentity identity;
-    identity.modality = values.text(dicomTags::modality);
-    identity.summationType = values.text(tags::summationType);
-    identity.doseType = values.text(tags::doseType);
-    identity.planLabel = values.text(tags::planLabel);
-    identity.seriesDescription = values.text(tags::seriesDescription);
-    identity.doseComment = values.text(tags::doseComment);
-    identity.manufacturer = values.text(tags::manufacturer);
-    identity.frameOfReference = values.text(tags::frameOfReference);
-    identity.sopInstance = values.text(tags::sopInstance);
-    identity.patientName = values.text(tags::patientName);
-    identity.patientId = values.text(tags::patientId);
-    identity.patientBirthDate = values.text(tags::patientBirthDate);
+    identity.modality = text(dicomTags::modality);
+    identity.summationType = text(tags::summationType);
+    identity.doseType = text(tags::doseType);
+    identity.planLabel = text(tags::planLabel);
+    identity.seriesDescription = text(tags::seriesDescription);
+    identity.doseComment = text(tags::doseComment);
+    identity.manufacturer = text(tags::manufacturer);
+    identity.frameOfReference = text(tags::frameOfReference);
+    identity.sopInstance = text(tags::sopInstance);
+    identity.patientName = texts.text(values, tags::patientName, DicomTextKind::personName);
+    identity.patientId = text(tags::patientId);
+    identity.patientBirthDate = text(tags::patientBirthDate);
     return identity;
 }
 

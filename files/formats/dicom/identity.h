@@ -8,6 +8,7 @@
 #include <string>
 
 #include "files/doseImage.h"
+#include "files/formats/dicom/texts.h"
 #include "files/formats/dicom/values.h"
 
 namespace files
@@ -18,7 +19,7 @@ namespace dicomTags
 inline constexpr DicomTag modality{0x00080060, "Modality"};
 }
 
-DicomIdentity dicomIdentity(const DicomValues& values);
+DicomIdentity dicomIdentity(const DicomValues& values, DicomTexts& texts);
 
 /** A modality for a message; those of DICOM are no excerpts that might be left out. */
 std::string toldModality(const std::string& modality);

@@ -119,7 +119,9 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
     }
     DoseImage dose;
     dose.format = "DICOM RT Image";
-    dose.dicom = dicomIdentity(values);
+    DicomTexts texts(values);
+    dose.dicom = dicomIdentity(values, texts);
+    dose.warnings = texts.warnings();
     const double slope = values.number(tags::rescaleSlope);
     const double intercept =
         values.has(tags::rescaleIntercept) ? values.number(tags::rescaleIntercept) : 0;

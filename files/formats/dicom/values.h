@@ -41,7 +41,10 @@ struct DicomValues {
     /** Whether the element is there and not empty. All functions throw a Refusal if it is twice. */
     bool has(const DicomTag& tag) const;
 
-    /** On one line, in the characters of the file; empty where there is none. */
+    /**
+     * On one line, in the bytes of the file, which are enough for what only DICOM defines; empty
+     * where there is none. DicomTexts reads what people have written.
+     */
     std::string text(const DicomTag& tag) const;
 
     /**
@@ -61,7 +64,7 @@ struct DicomValues {
     /** A 16-bit unsigned integer. @throws Refusal where there is none */
     unsigned integer(const DicomTag& tag) const;
 
-private:
+    /** As they are stored; none where the element is missing. */
     ByteView bytes(const DicomTag& tag) const;
 };
 

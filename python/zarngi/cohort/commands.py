@@ -155,10 +155,13 @@ def _tell(summary: Summary, results: Results) -> None:
 
 
 def _tell_sentences(results: Results, kind: str, table: str) -> None:
-    """The first of a table, and how many there are."""
+    """Some of a table, those first that few pairs have, and how many there are."""
     ((count,),) = results.select(f"SELECT count(*) FROM {table}")
     for (sentence,) in results.select(
-        f"SELECT t.sentence FROM {table} t JOIN pairs p USING (id) ORDER BY p.number, t.sentence LIMIT ?",
+        f"SELECT t.sentence FROM {table} t JOIN pairs p USING (id)"
+        # Behind the pair's id, with which each of them begins.
+        " ORDER BY count(*) OVER (PARTITION BY substr(t.sentence, length(t.id) + 1)),"
+        " p.number, t.sentence LIMIT ?",
         (_MOST_TOLD,),
     ):
         print(f"{kind}: {sentence}")

@@ -95,7 +95,7 @@ def _read(work: Work, role: str) -> _Read:
         has_unit = work.task.settings.normalisation is not None
         with warnings.catch_warnings(record=True) as caught:
             warnings.simplefilter("always")
-            grid = dose_grid(path, dose, allow_relative=has_unit)
+            grid = dose_grid(path, dose, allow_relative=has_unit, allow_error_doses=False)
     except (OSError, ValueError, NoAnswer) as error:
         raise work.fail(error, role) from error
     for warning in caught:

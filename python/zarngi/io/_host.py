@@ -33,6 +33,7 @@ _NO_MEMORY = -3
 
 # enum zarnGIHost_Fact
 _IS_RELATIVE = 0
+_IS_ERROR = 5
 
 #: enum zarnGIHost_Unit, by its numbers, as `DoseGrid.unit` has it; relative doses count as Gy.
 _UNITS: tuple[DoseUnit, ...] = ("Gy", "Gy", "Gy/history", "Gy/run")
@@ -200,6 +201,11 @@ class Dose:
         """Standard uncertainties of the doses, in the library's memory, where the file tells any."""
         address = _host.zarnGIHost_getUncertainties(self._handle)
         return None if address is None else np.asarray(_Uncertainty(self, address))
+
+    @property
+    def is_error(self) -> bool:
+        """Whether it holds differences between doses: DICOM's Dose Type ERROR."""
+        return bool(_host.zarnGIHost_getFact(self._handle, _IS_ERROR))
 
     @property
     def data_path(self) -> str:

@@ -25,6 +25,7 @@ def read(
     path: str | os.PathLike[str],
     *,
     allow_relative: bool = False,
+    allow_error_doses: bool = False,
     dose_unit: DoseUnit | None = None,
     length_unit: LengthUnit | None = None,
 ) -> DoseGrid | DosePoints:
@@ -41,6 +42,9 @@ def read(
         The file.
     allow_relative : bool
         Whether to read DICOM doses in relative units, as if they were Gy.
+    allow_error_doses : bool
+        Whether to read RT Doses of the Dose Type ERROR, differences between doses, as if they were
+        doses.
     dose_unit : {"Gy", "cGy"}, optional
         Of tables that do not tell theirs, which are refused otherwise.
     length_unit : {"mm", "cm"}, optional
@@ -66,11 +70,13 @@ def read(
     Warns
     -----
     FormatWarning
-        When something was taken for granted that the file does not tell, such as the orientation.
+        When something was taken for granted that the file does not tell, such as the orientation
+        or the unit, or speaks against the values being doses.
     """
     name = str(Path(path))
     units = table_units(dose_unit, length_unit)
-    return dose_grid(name, _host.read_file(name, units), allow_relative)
+    dose = _host.read_file(name, units)
+    return dose_grid(name, dose, allow_relative, allow_error_doses)
 
 
 def read_bytes(
@@ -78,6 +84,7 @@ def read_bytes(
     *,
     files: Mapping[str, BytesLike] | None = None,
     allow_relative: bool = False,
+    allow_error_doses: bool = False,
     dose_unit: DoseUnit | None = None,
     length_unit: LengthUnit | None = None,
 ) -> DoseGrid | DosePoints:
@@ -90,7 +97,7 @@ def read_bytes(
     files : mapping of str to bytes-like, optional
         The contents of the data files that a header names, by the name that stands there; that of
         the data file of a NIfTI pair, which its header does not name, is ``""``.
-    allow_relative : bool
+    allow_relative, allow_error_doses : bool
         As of `read`.
     dose_unit, length_unit : str, optional
         As of `read`.
@@ -112,7 +119,8 @@ def read_bytes(
     """
     name = "<bytes>"
     units = table_units(dose_unit, length_unit)
-    return dose_grid(name, _host.read_memory(name, data, files or {}, units), allow_relative)
+    dose = _host.read_memory(name, data, files or {}, units)
+    return dose_grid(name, dose, allow_relative, allow_error_doses)
 
 
 def table_units(dose_unit: str | None, length_unit: str | None) -> _host.TableUnits:
@@ -127,7 +135,9 @@ def table_units(dose_unit: str | None, length_unit: str | None) -> _host.TableUn
     )
 
 
-def dose_grid(name: str, dose: _host.Dose, allow_relative: bool) -> DoseGrid | DosePoints:
+def dose_grid(
+    name: str, dose: _host.Dose, allow_relative: bool, allow_error_doses: bool
+) -> DoseGrid | DosePoints:
     """What was read; it looks at the library's memory.
 
     The warnings point at the caller of the function that calls this one.
@@ -135,6 +145,11 @@ def dose_grid(name: str, dose: _host.Dose, allow_relative: bool) -> DoseGrid | D
     if dose.is_relative and not allow_relative:
         raise FormatError(
             f"{name}: its doses are relative; pass allow_relative=True to read them as such"
+        )
+    if dose.is_error and not allow_error_doses:
+        raise FormatError(
+            f"{name}: holds differences between doses, no doses (Dose Type ERROR); pass "
+            "allow_error_doses=True to read them as such"
         )
     for warning in dose.warnings():
         warnings.warn(f"{name}: {warning}", FormatWarning, stacklevel=3)

@@ -40,7 +40,7 @@ SubPoints rowOf(const Geometry& grid, int begin, int end)
 
 DoseVolumeSettings asking(const std::string& list)
 {
-    return {zarngi::doseMetrics({list}), 20, 1};
+    return {zarngi::withUsualMetrics(zarngi::parseDoseMetrics({list})), 20, 1};
 }
 
 std::optional<double> figure(const zarngi::DoseVolume& dose, const DoseVolumeSettings& settings,
@@ -201,7 +201,8 @@ TEST(DoseMetric, IsReadAndWritten)
         EXPECT_THROW(zarngi::parseDoseMetric(text), zarngi::UsageError) << text;
     }
     std::string labels;
-    for (const DoseMetric& metric : zarngi::doseMetrics({"D95,V20Gy", "d50, V20 Gy,D1cc"})) {
+    for (const DoseMetric& metric :
+         zarngi::withUsualMetrics(zarngi::parseDoseMetrics({"D95,V20Gy", "d50, V20 Gy,D1cc"}))) {
         labels += metric.label() + " ";
     }
     EXPECT_EQ(labels, "D98 D95 D50 D2 D0.03cc V20Gy D1cc ");

@@ -38,6 +38,18 @@ TEST(NamePattern, ANameItselfWins)
              {"Dose 52[cGy]", {3}},
              {"dose 52[xc]", {4}},
              {"br*ste", {6}},
+             {"br?ste", {6}},
+             {"br??ste", {}},
+             {"BR\xC3\x9CSTE", {6}},
+             {"br[\xC3\xA4-\xC3\xBC]ste", {6}},
+             {"br[!\xC3\xBC]ste", {}},
+             {"br[^a-z]ste", {6}},
+             {"ptv1[0]", {2}},
+             {"ptv[1", {}},
+             {"ptv[]1]0", {2}},
+             {"ptv\\*", {5}},
+             {"*v*1*", {0, 1, 2}},
+             {"*\xC3", {}},
              {"nothing", {}},
              {"", {}},
          }) {
@@ -50,15 +62,16 @@ TEST(NamePattern, ANameItselfWins)
 /** What an expression gives where structure i is the points whose bit i is set. */
 Runs evaluated(const std::string& text, const std::vector<StructureName>& names)
 {
-    return pointsIn(parseStructureExpression("--structure", text, names), [](std::size_t place) {
-        Runs runs;
-        for (int x = 0; x < 32; ++x) {
-            if ((x >> place & 1) != 0) {
-                runs = files::unionOf(runs, {{0, 0, x, x + 1}});
-            }
-        }
-        return runs;
-    });
+    return pointsIn(parseStructureExpression({zarngi::Member::shown}, text, names),
+                    [](std::size_t place) {
+                        Runs runs;
+                        for (int x = 0; x < 32; ++x) {
+                            if ((x >> place & 1) != 0) {
+                                runs = files::unionOf(runs, {{0, 0, x, x + 1}});
+                            }
+                        }
+                        return runs;
+                    });
 }
 
 /** The same for the bits of a condition. */
@@ -102,24 +115,28 @@ TEST(StructureExpression, Refuses)
          {std::string(), std::string("a |"), std::string("| a"), std::string("(a"),
           std::string("a)"), std::string("'a"), std::string("a & x"), std::string("(a) b"),
           std::string(200, '(') + "a" + std::string(200, ')')}) {
-        EXPECT_THROW(parseStructureExpression("--structure", text, names), UsageError) << text;
+        EXPECT_THROW(parseStructureExpression({zarngi::Member::shown}, text, names), UsageError)
+            << text;
     }
 }
 
 TEST(StructureLimits, TheLastThatMatchesCounts)
 {
     const auto names = namesOf({"PTV1", "PTV2", "a:b"});
-    const zarngi::StructureLimits limits("--tolerance", {"90", "PTV*:98", "PTV2:97.5", "a:b:50"});
+    const zarngi::StructureLimits limits(zarngi::Member::tolerance,
+                                         {"90", "PTV*:98", "PTV2:97.5", "a:b:50"});
     EXPECT_EQ(limits.general(), 90);
     EXPECT_EQ(limits.of(names), (std::vector<std::optional<double>>{98, 97.5, 50}));
-    EXPECT_FALSE(zarngi::StructureLimits("--action", {"PTV*:98"}).general());
-    EXPECT_EQ(zarngi::StructureLimits("--action", {}).of(names),
+    EXPECT_FALSE(zarngi::StructureLimits(zarngi::Member::action, {"PTV*:98"}).general());
+    EXPECT_EQ(zarngi::StructureLimits(zarngi::Member::action, {}).of(names),
               std::vector<std::optional<double>>(3));
     for (const char* const text : {"", ":90", "x", "101", "-1", "PTV1:", "PTV1:nan"}) {
-        EXPECT_THROW(zarngi::StructureLimits("--tolerance", {text}), UsageError) << text;
+        EXPECT_THROW(zarngi::StructureLimits(zarngi::Member::tolerance, {text}), UsageError)
+            << text;
     }
-    EXPECT_THROW(zarngi::StructureLimits("--tolerance", {"90", "91"}), UsageError);
-    EXPECT_THROW(zarngi::StructureLimits("--tolerance", {"X:90"}).of(names), UsageError);
+    EXPECT_THROW(zarngi::StructureLimits(zarngi::Member::tolerance, {"90", "91"}), UsageError);
+    EXPECT_THROW(zarngi::StructureLimits(zarngi::Member::tolerance, {"X:90"}).of(names),
+                 UsageError);
 }
 
 files::StructureSet setOf(const std::string& path, const std::vector<std::string>& names)
@@ -170,7 +187,8 @@ TEST(StructureSelection, RowsAreChosenAndNamedApart)
 
     const auto selection = selectStructures(catalogue, {"n=C-B", "C"}, {});
     const auto together = [&](const std::string& text) {
-        return structuresIn(structuresTogether("--within", text, catalogue, selection));
+        return structuresIn(
+            structuresTogether({zarngi::Member::within}, text, catalogue, selection));
     };
     EXPECT_EQ(together("n"), (Places{2, 4, 5}));
     EXPECT_EQ(together("C"), (Places{4}));

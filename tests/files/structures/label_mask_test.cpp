@@ -77,7 +77,10 @@ TEST(LabelMask, EachValueIsAStructure)
 {
     EXPECT_EQ(outcome(mask("0 3 7 3")), "label 3 = 3: 0101; label 7 = 7: 0010");
     EXPECT_EQ(outcome(mask("0 1 1 0")), "PTV 57 = 1: 0110");
+    EXPECT_EQ(outcome(mask("0 255 255 0")), "PTV 57 = 255: 0110");
     EXPECT_EQ(outcome(mask("0 2 2 0")), "label 2 = 2: 0110");
+    EXPECT_EQ(outcome(mask("0 1 255 0")), "label 1 = 1: 0100; label 255 = 255: 0010");
+    EXPECT_EQ(outcome(mask("0 254 254 0")), "label 254 = 254: 0110");
     EXPECT_EQ(outcome(mask("0 1 2 0")), "label 1 = 1: 0100; label 2 = 2: 0010");
     EXPECT_EQ(outcome(mask("0 16777215 2.0 -0", "", "double")),
               "label 2 = 2: 0010; label 16777215 = 16777215: 0100");
@@ -154,6 +157,26 @@ TEST(LabelMask, SegmentsHaveNames)
         const string told = outcome(mask("0 1 1 0", entry + "\n"));
         EXPECT_NE(told.find(sentence), string::npos) << told;
     }
+}
+
+TEST(LabelMask, NamesAreInUtf8)
+{
+    EXPECT_EQ(outcome(mask("0 1 1 0", "Segment0_Name:=R\xC3\xBC"
+                                      "ck\n")),
+              "R\xC3\xBC"
+              "ck = 1: 0110");
+    const auto set = read(mask("0 1 1 0", "Segment0_Name:=R\xFC"
+                                          "ck\x9B\n"));
+    ASSERT_TRUE(set);
+    EXPECT_EQ(set->structures[0].name, "R\xC3\xBC"
+                                       "ck\xEF\xBF\xBD");
+    EXPECT_EQ(set->warnings,
+              std::vector<string>{"has names that are not in UTF-8; they are taken as Latin-1"});
+    const auto named = read(mask("0 255 255 0"), "folder/R\xFC"
+                                                 "ck.nrrd");
+    ASSERT_TRUE(named);
+    EXPECT_EQ(named->structures[0].name, "R\xC3\xBC"
+                                         "ck");
 }
 
 TEST(LabelMask, Layers)

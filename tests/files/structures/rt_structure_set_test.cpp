@@ -7,6 +7,7 @@
 #include "files/error.h"
 #include "files/structures/contourNotes.h"
 #include "files/structures/readStructures.h"
+#include "files/structures/writeStructureSet.h"
 #include "tests/files/dicomBytes.h"
 
 namespace
@@ -274,6 +275,30 @@ TEST(RtStructureSet, NamesAndReferences)
                   "has contours of ROI numbers that it does not define (8, 9); they are left out",
                   "has the contours of ROI numbers in several places (1); all of them are taken",
                   "has display colours that are none (left without one: 1)"}));
+}
+
+TEST(RtStructureSet, WhatIsWrittenIsReadAgain)
+{
+    StructureSet set;
+    set.sopInstance = "1.2.3";
+    set.label = "Pl\xC3\xA4ne";
+    for (const string name : {"R\xC3\xBC"
+                              "ckenmark",
+                              "\xE8\x84\x8A\xE9\xAB\x84", "a^b=c"}) {
+        Structure structure;
+        structure.name = name;
+        structure.number = static_cast<int>(set.structures.size());
+        set.structures.push_back(structure);
+    }
+    const auto bytes = files::encodeStructureSet(set);
+    ASSERT_TRUE(bytes);
+    const auto again = read(string(files::asText(bytes->view())));
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->label, set.label);
+    EXPECT_TRUE(again->warnings.empty());
+    for (std::size_t i = 0; i < set.structures.size(); ++i) {
+        EXPECT_EQ(again->structures[i].name, set.structures[i].name);
+    }
 }
 
 TEST(RtStructureSet, FrameOfReferenceOfTheFile)

@@ -1,0 +1,62 @@
+#include "cli/commands/optionNames.h"
+
+#include <array>
+
+namespace zarngi
+{
+
+namespace
+{
+
+/** In the order of Member. */
+constexpr std::array<const char*, memberCount> names{"REFERENCE",
+                                                     "--reference-add",
+                                                     "--reference-scale",
+                                                     "EVALUATION",
+                                                     "--evaluation-add",
+                                                     "--evaluation-scale",
+                                                     "--criteria",
+                                                     "--dco",
+                                                     "--norm",
+                                                     "--norm-at",
+                                                     "--max-gamma",
+                                                     "--step",
+                                                     "--pass-rate-only",
+                                                     "--nearest",
+                                                     "--slices",
+                                                     "--rotate",
+                                                     "--structures",
+                                                     "--structure",
+                                                     "--exclude",
+                                                     "--within",
+                                                     "--dvh",
+                                                     "--prescription",
+                                                     "--ignore-frame",
+                                                     "--tolerance",
+                                                     "--action",
+                                                     "--fail-below",
+                                                     "--plane",
+                                                     "--at",
+                                                     "--dose-unit",
+                                                     "--length-unit",
+                                                     "--allow-error-doses",
+                                                     "--explain",
+                                                     "--explain-range",
+                                                     "--explain-structure",
+                                                     "--sweep"};
+
+} // namespace
+
+const char* optionName(Member member)
+{
+    return names[static_cast<std::size_t>(member)];
+}
+
+const Wording& programWording()
+{
+    static const Wording wording{[](Member member) { return std::string(optionName(member)); },
+                                 [](const std::string& path) { return path; }};
+    return wording;
+}
+
+} // namespace zarngi

@@ -1,0 +1,42 @@
+/**
+ * @file compare.h
+ * A comparison from its request to its results: the one way, whatever the host.
+ */
+#ifndef ZARNGI_COMPARISON_COMPARE_H
+#define ZARNGI_COMPARISON_COMPARE_H
+
+#include <functional>
+
+#include "comparison/comparison.h"
+#include "comparison/doseSource.h"
+
+namespace zarngi
+{
+
+/** Gives who is told of the search for a criterion, and lives as long as that. */
+using WatchFor = std::function<WatchSearch(const Criterion&)>;
+
+/** Gives who is told the part of a long work that is done, 0 to 1, and ends it by false. */
+using WatchWork = std::function<std::function<bool(double)>(const std::string& title)>;
+
+/** Who is told what; each may be empty. */
+struct Watchers {
+    WatchFor search{};
+    WatchWork work{}; ///< explanation and rates by criterion
+    /** What is going to be computed, before it is: without results. What it throws ends all. */
+    std::function<void(const Comparison&)> prepared{};
+};
+
+/**
+ * Reads, puts together, places and compares two doses. The library holds one environment: one
+ * comparison at a time.
+ * @throws UsageError for a request that makes no sense, InputError for what cannot be compared
+ */
+Comparison compare(const Request& request, DoseSource& source, const Watchers& watchers = {});
+
+/** What another criterion finds in the doses of a comparison. @throws InputError */
+CriterionResult comparedBy(const Criterion& criterion, const Comparison& comparison);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,126 @@
+#include "comparison/composition/doseChecks.h"
+
+#include "comparison/failure.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+/** Of all files: the two, and what is added to them. */
+std::vector<const DoseImage*> allOf(const GivenDoses& doses)
+{
+    std::vector<const DoseImage*> all{&doses.reference, &doses.evaluation};
+    for (const auto* const added : {&doses.referenceAdded, &doses.evaluationAdded}) {
+        for (const DoseImage& dose : *added) {
+            all.push_back(&dose);
+        }
+    }
+    return all;
+}
+
+void checkAreDoses(const GivenDoses& doses)
+{
+    for (const DoseImage* const dose : allOf(doses)) {
+        if (dose->isError()) {
+            throw failureOf(dose->path,
+                            Sentence("holds differences between doses, no doses (Dose Type "
+                                     "ERROR); ") +
+                                Member::allowErrorDoses + " compares them as doses");
+        }
+    }
+}
+
+void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool isNormalised)
+{
+    for (const DoseImage* dose : {&reference, &evaluation}) {
+        if (dose->unit == DoseUnit::relative && !isNormalised) {
+            throw failureOf(dose->path,
+                            Sentence("holds relative doses, not Gy; they are compared as they are "
+                                     "when ") +
+                                Member::normalisation + " gives the dose of 100 %");
+        }
+    }
+    const bool isReferenceRelative = reference.unit == DoseUnit::relative;
+    if (isReferenceRelative != (evaluation.unit == DoseUnit::relative)) {
+        throw InputError("one file holds relative doses and the other one Gy: " +
+                         Sentence(FileName{reference.path}) + ", " + FileName{evaluation.path});
+    }
+}
+
+/** The unit of a simulated dose that a factor makes one in gray, or in what the other is in. */
+DoseUnit settledUnit(const DoseImage& dose, const DoseRequest& request, const DoseImage& other,
+                     const DoseRequest& ofOther)
+{
+    const bool isMade = !request.factor.text.empty() && files::isSimulated(dose.unit);
+    return !isMade ? dose.unit : ofOther.factor.text.empty() ? other.unit : DoseUnit::gray;
+}
+
+/** Whether a simulated dose is beside one in another unit. */
+bool areSimulatedApart(const DoseImage& reference, const DoseImage& evaluation)
+{
+    return reference.unit != evaluation.unit &&
+           (files::isSimulated(reference.unit) || files::isSimulated(evaluation.unit));
+}
+
+/** "the files hold doses in Gy/history (FILE) and in Gy (FILE)" */
+Sentence unitsOf(const DoseImage& reference, const DoseImage& evaluation)
+{
+    return Sentence("the files hold doses in ") + files::unitName(reference.unit) + " (" +
+           FileName{reference.path} + ") and in " + files::unitName(evaluation.unit) + " (" +
+           FileName{evaluation.path} + ")";
+}
+
+} // namespace
+
+void settleUnits(GivenDoses& doses, const Request& request)
+{
+    const DoseUnit reference =
+        settledUnit(doses.reference, request.reference, doses.evaluation, request.evaluation);
+    doses.evaluation.unit =
+        settledUnit(doses.evaluation, request.evaluation, doses.reference, request.reference);
+    doses.reference.unit = reference;
+}
+
+void checkDoses(const GivenDoses& doses, const Request& request)
+{
+    if (!request.allowErrorDoses) {
+        checkAreDoses(doses);
+    }
+    const bool isNormalised = request.normalisation.isGiven();
+    checkUnits(doses.reference, doses.evaluation, isNormalised);
+    if (areSimulatedApart(doses.reference, doses.evaluation) && !isNormalised) {
+        throw InputError(unitsOf(doses.reference, doses.evaluation) + "; " +
+                         Member::referenceScale + " or " + Member::evaluationScale +
+                         " makes them alike, or " + Member::normalisation +
+                         " gives the dose of 100 % for doses as they are");
+    }
+}
+
+void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
+{
+    const DoseImage& reference = doses.reference;
+    const DoseImage& evaluation = doses.evaluation;
+    for (const DoseImage* const dose : allOf(doses)) {
+        for (const std::string& warning : dose->warnings) {
+            warnings.push_back(Sentence(FileName{dose->path}) + ": " + warning);
+        }
+    }
+    if (areSimulatedApart(reference, evaluation)) {
+        warnings.push_back(unitsOf(reference, evaluation) + "; they are compared as they are");
+    }
+    if (!reference.dicom || !evaluation.dicom || reference.format != evaluation.format) {
+        return;
+    }
+    if (reference.dicom->frameOfReference != evaluation.dicom->frameOfReference) {
+        warnings.emplace_back(
+            "the files have different Frame of Reference UIDs: their positions may not match");
+    }
+    if (reference.dicom->doseType != evaluation.dicom->doseType) {
+        warnings.emplace_back("the files hold different types of dose: " +
+                              reference.dicom->doseType + " and " + evaluation.dicom->doseType);
+    }
+}
+
+} // namespace zarngi

@@ -1,0 +1,29 @@
+/**
+ * @file doseChecks.h
+ * Whether the doses of a comparison are doses, and belong together.
+ */
+#ifndef ZARNGI_COMPARISON_COMPOSITION_DOSECHECKS_H
+#define ZARNGI_COMPARISON_COMPOSITION_DOSECHECKS_H
+
+#include <vector>
+
+#include "comparison/composition/comparedDoses.h"
+
+namespace zarngi
+{
+
+/** Tells what simulated doses are in after their factors, which make gray of them. */
+void settleUnits(GivenDoses& doses, const Request& request);
+
+/**
+ * @throws InputError where the doses have different units, relative ones lack a dose of 100 %, or
+ * differences between doses were not asked for
+ */
+void checkDoses(const GivenDoses& doses, const Request& request);
+
+/** The warnings of all files of doses, and those about the pair. */
+void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,34 @@
+/**
+ * @file findings.h
+ * What a comparison finds out beyond its criteria: explanation and rates by criterion.
+ */
+#ifndef ZARNGI_COMPARISON_COMPOSITION_FINDINGS_H
+#define ZARNGI_COMPARISON_COMPOSITION_FINDINGS_H
+
+#include <optional>
+#include <vector>
+
+#include "comparison/compare.h"
+#include "comparison/composition/searches.h"
+
+namespace zarngi
+{
+
+/** What is asked for, before anything is computed. @throws UsageError, InputError */
+void checkFindings(const Comparison& comparison);
+
+/** The rates that are asked for. @param watch may be empty. @throws InputError */
+std::vector<Sweep> sweepsOf(const Comparison& comparison, Searches& searches,
+                            const WatchWork& watch);
+
+/**
+ * The explanation, where one is asked for. It replaces the grids of the searches, so it is the last
+ * of them.
+ * @throws InputError
+ */
+std::optional<Explanation> explanationOf(const Comparison& comparison, Searches& searches,
+                                         const WatchWork& watch);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,87 @@
+#include "comparison/composition/searches.h"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "comparison/composition/chosenStructures.h"
+#include "comparison/failedSides.h"
+#include "comparison/measurements/pointSearch.h"
+#include "comparison/parallel.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+/** The reference where only some voxels are tested. */
+DoseImage testedReference(const Comparison& comparison)
+{
+    DoseImage reference;
+    if (comparison.within) {
+        reference.path = comparison.reference.path;
+        reference.image = onlyWithin(comparison.reference.image, comparison.within->voxels);
+    }
+    return reference;
+}
+
+void judgeStructures(CriterionResult& result, const Comparison& comparison,
+                     const CentreDoses& doses)
+{
+    const TestedVoxels tested{result.gamma, result.passed, doses,
+                              comparison.reference.image.geometry, comparison.settings};
+    const StructureComparison& structures = *comparison.structures;
+    const std::vector<bool> isWanted = rowsOf(result.patterns, structures);
+    result.structures.resize(structures.rows.size());
+    forEachIndex(structures.rows.size(), comparison.settings.threads, [&](std::size_t i) {
+        if (isWanted[i]) {
+            const StructureRow& row = structures.rows[i];
+            result.structures[i] = structureGamma(tested, row.voxels, row.limits);
+        }
+    });
+    if (result.patterns.empty()) {
+        result.outside = structureGamma(tested, structures.outside, comparison.limits());
+    }
+}
+
+} // namespace
+
+Searches::Searches(const Comparison& comparison)
+    : comparison_(comparison), part_(testedReference(comparison)),
+      run_(searchedReference(), comparison.evaluation),
+      centres_(viewOf(comparison.reference.image), viewOf(comparison.evaluation.image))
+{
+}
+
+GammaMap Searches::search(const Criterion& criterion, const WatchSearch& watch)
+{
+    return arePoints(comparison_.placed.space)
+               ? searchPoints(run_, comparison_.reference, comparison_.settings, criterion, watch)
+               : run_.compute(comparison_.settings, criterion, watch);
+}
+
+CriterionResult Searches::result(const CriterionRequest& asked, const WatchSearch& watch)
+{
+    GammaMap map = search(asked.criterion, watch);
+    CriterionResult result;
+    result.criterion = asked.criterion;
+    result.patterns = asked.patterns;
+    result.step = static_cast<double>(stepSize(comparison_.settings, asked.criterion));
+    result.statistics = gammaStatistics(map, comparison_.settings);
+    result.statistics.sides =
+        arePoints(comparison_.placed.space)
+            ? failedPointSides(comparison_.reference, viewOf(comparison_.evaluation.image),
+                               map.passed)
+            : failedSides(centres_, map.passed);
+    result.verdict = verdictOf(map.passRate, comparison_.limits());
+    result.seconds = map.seconds;
+    result.gamma = std::move(map.values);
+    result.passed = std::move(map.passed);
+    if (comparison_.structures) {
+        judgeStructures(result, comparison_, centres_);
+    }
+    return result;
+}
+
+} // namespace zarngi

@@ -1,0 +1,42 @@
+/**
+ * @file searches.h
+ * The searches of a comparison, one for each criterion, and what they find.
+ */
+#ifndef ZARNGI_COMPARISON_COMPOSITION_SEARCHES_H
+#define ZARNGI_COMPARISON_COMPOSITION_SEARCHES_H
+
+#include "comparison/compare.h"
+
+namespace zarngi
+{
+
+/** The doses of a comparison as they are searched: in the library's memory. */
+class Searches
+{
+public:
+    /** @param comparison without results; stays where it is. @throws InputError */
+    explicit Searches(const Comparison& comparison);
+
+    /** @throws InputError as GammaRun::compute */
+    CriterionResult result(const CriterionRequest& asked, const WatchSearch& watch);
+
+    GammaRun& run() { return run_; }
+    DoseView reference() const { return viewOf(searchedReference().image); }
+
+private:
+    const DoseImage& searchedReference() const
+    {
+        return comparison_.within ? part_ : comparison_.reference;
+    }
+
+    GammaMap search(const Criterion& criterion, const WatchSearch& watch);
+
+    const Comparison& comparison_;
+    DoseImage part_; ///< the reference where voxels are tested in a part of it alone
+    GammaRun run_;
+    CentreDoses centres_;
+};
+
+} // namespace zarngi
+
+#endif

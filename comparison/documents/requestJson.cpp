@@ -1,0 +1,400 @@
+#include "comparison/documents/requestJson.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "comparison/failure.h"
+#include "comparison/request/values.h"
+#include "comparison/text.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* formatName = "zarngi-request";
+constexpr int formatVersion = 1;
+
+template <class Value> Json orNull(const std::optional<Value>& value)
+{
+    return value ? Json(*value) : Json(nullptr);
+}
+
+Json orNull(const std::string& text)
+{
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json doseJson(const DoseRequest& dose)
+{
+    return {{"file", orNull(dose.file)}, {"add", dose.added}, {"scale", orNull(dose.factor.text)}};
+}
+
+Json normalisationJson(const NormalisationRequest& request)
+{
+    return request.isEvaluation ? Json("evaluation") : orNull(request.dose);
+}
+
+Json structuresJson(const StructureRequest& request)
+{
+    std::vector<std::string> metrics;
+    for (const DoseMetric& metric : request.metrics) {
+        metrics.push_back(metric.text());
+    }
+    return {{"files", request.files},
+            {"show", request.shown},
+            {"exclude", request.excluded},
+            {"within", orNull(request.within)},
+            {"metrics", metrics},
+            {"prescription", orNull(request.prescription)},
+            {"ignoreFrame", request.ignoreFrame}};
+}
+
+Json explanationJson(const std::optional<ExplanationWish>& wish)
+{
+    return wish ? Json{{"range", orNull(wish->range)}, {"structure", orNull(wish->structure)}}
+                : Json(nullptr);
+}
+
+Json unitsJson(const files::TableUnits& units)
+{
+    return {{"dose", units.gray ? Json(*units.gray == 1 ? "Gy" : "cGy") : Json(nullptr)},
+            {"length",
+             units.millimetres ? Json(*units.millimetres == 1 ? "mm" : "cm") : Json(nullptr)}};
+}
+
+std::vector<std::string> textsOf(const std::vector<CriterionRange>& sweeps)
+{
+    std::vector<std::string> texts;
+    for (const CriterionRange& range : sweeps) {
+        texts.push_back(range.text);
+    }
+    return texts;
+}
+
+/** A refusal of what stands in the document under a name: "structures.within". */
+UsageError refusalAt(const std::string& name, const std::string& reason)
+{
+    return UsageError(name, Sentence("the request's member ") + name + " " + reason);
+}
+
+/** An object of a document whose members are taken one after the other. */
+class Members
+{
+public:
+    Members(const Json& object, std::string path) : object_(object), path_(std::move(path))
+    {
+        if (!object.is_object()) {
+            throw refusalAt(path_, "is no object");
+        }
+    }
+
+    const Json& member(const char* name)
+    {
+        const auto found = object_.find(name);
+        if (found == object_.end()) {
+            throw refusalAt(pathOf(name), "is missing");
+        }
+        taken_.emplace_back(name);
+        return *found;
+    }
+
+    Members object(const char* name) { return {member(name), pathOf(name)}; }
+
+    bool flag(const char* name)
+    {
+        const Json& value = member(name);
+        if (!value.is_boolean()) {
+            throw refusalAt(pathOf(name), "is neither true nor false");
+        }
+        return value.get<bool>();
+    }
+
+    /** Empty for null. */
+    std::string text(const char* name)
+    {
+        const Json& value = member(name);
+        if (!value.is_null() && !value.is_string()) {
+            throw refusalAt(pathOf(name), "is neither a text nor null");
+        }
+        return value.is_null() ? std::string() : value.get<std::string>();
+    }
+
+    std::vector<std::string> texts(const char* name)
+    {
+        const Json& list = member(name);
+        const bool areTexts =
+            list.is_array() &&
+            std::all_of(list.begin(), list.end(), [](const Json& one) { return one.is_string(); });
+        if (!areTexts) {
+            throw refusalAt(pathOf(name), "is no list of texts");
+        }
+        return list.get<std::vector<std::string>>();
+    }
+
+    /** What a person typed where a number belongs is told as if it had been parsed. */
+    std::optional<double> number(const char* name, const MemberPlace& place)
+    {
+        const Json& value = member(name);
+        if (value.is_null()) {
+            return {};
+        }
+        if (value.is_string()) {
+            throw refusalOf(place, "\"" + oneLine(value.get<std::string>()) + "\" is not a number");
+        }
+        if (!value.is_number()) {
+            throw refusalAt(pathOf(name), "is neither a number nor null");
+        }
+        return value.get<double>();
+    }
+
+    std::optional<double> positive(const char* name, const MemberPlace& place)
+    {
+        const std::optional<double> value = number(name, place);
+        return value ? std::optional(zarngi::positive(place, *value)) : value;
+    }
+
+    double needed(const char* name, const MemberPlace& place)
+    {
+        const std::optional<double> value = positive(name, place);
+        if (!value) {
+            throw refusalAt(pathOf(name), "is null");
+        }
+        return *value;
+    }
+
+    /** mm; empty for null. */
+    std::vector<double> position(const char* name, std::size_t least)
+    {
+        const Json& list = member(name);
+        if (list.is_null()) {
+            return {};
+        }
+        const bool isPosition =
+            list.is_array() && list.size() >= least && list.size() <= 3 &&
+            std::all_of(list.begin(), list.end(), [](const Json& one) { return one.is_number(); });
+        if (!isPosition) {
+            throw refusalAt(pathOf(name), "is no list of coordinates in mm");
+        }
+        return list.get<std::vector<double>>();
+    }
+
+    /** @throws UsageError where there are others */
+    void checkAllTaken() const
+    {
+        for (const auto& [name, value] : object_.items()) {
+            if (std::find(taken_.begin(), taken_.end(), name) == taken_.end()) {
+                throw refusalAt(pathOf(oneLine(name)), "is not known to this version");
+            }
+        }
+    }
+
+private:
+    std::string pathOf(const std::string& name) const
+    {
+        return path_.empty() ? name : path_ + "." + name;
+    }
+
+    const Json& object_;
+    std::string path_;
+    std::vector<std::string> taken_;
+};
+
+DoseRequest readDose(Members members, Member scale)
+{
+    DoseRequest dose;
+    dose.file = members.text("file");
+    dose.added = members.texts("add");
+    const std::string factor = members.text("scale");
+    if (!factor.empty()) {
+        dose.factor = parseFactor({scale}, factor);
+    }
+    members.checkAllTaken();
+    return dose;
+}
+
+NormalisationRequest readNormalisation(Members& members)
+{
+    NormalisationRequest request;
+    if (members.member("normalisation").is_string()) {
+        request = parseNormalisation(members.text("normalisation"));
+    } else {
+        request.dose = members.positive("normalisation", {Member::normalisation});
+    }
+    request.at = members.position("normalisationAt", 2);
+    if (!request.at.empty() && (request.dose || request.isEvaluation)) {
+        throw refusalAt(memberName(Member::normalisationAt), "excludes normalisation");
+    }
+    return request;
+}
+
+GammaSettings readSettings(Members& members)
+{
+    GammaSettings settings;
+    settings.cutOff = members.needed("cutOff", {Member::cutOff});
+    settings.maxGamma = members.needed("maxGamma", {Member::maxGamma});
+    settings.step = members.positive("step", {Member::step});
+    settings.passRateOnly = members.flag("passRateOnly");
+    settings.nearest = members.flag("nearest");
+    settings.slices = members.flag("slices");
+    settings.rotate = members.flag("rotate");
+    return settings;
+}
+
+StructureRequest readStructures(Members members)
+{
+    StructureRequest request;
+    request.files = members.texts("files");
+    request.shown = members.texts("show");
+    request.excluded = members.texts("exclude");
+    request.within = members.text("within");
+    request.metrics = parseDoseMetrics(members.texts("metrics"));
+    request.prescription = members.positive("prescription", {Member::prescription});
+    request.ignoreFrame = members.flag("ignoreFrame");
+    members.checkAllTaken();
+    return request;
+}
+
+LimitRequest readLimits(Members members)
+{
+    LimitRequest limits{StructureLimits(Member::tolerance, members.texts("tolerance")),
+                        StructureLimits(Member::action, members.texts("action")),
+                        StructureLimits(Member::failBelow, members.texts("failBelow"))};
+    members.checkAllTaken();
+    return limits;
+}
+
+PlaneRequest readPlane(Members members)
+{
+    PlaneRequest plane = parsePlane(members.text("name"), "");
+    const std::vector<double> at = members.position("at", 3);
+    if (!at.empty()) {
+        plane.at = Vec3{at[0], at[1], at[2]};
+    }
+    members.checkAllTaken();
+    return plane;
+}
+
+files::TableUnits readUnits(Members members)
+{
+    const std::string dose = members.text("dose");
+    const files::TableUnits units = parseUnits(dose, members.text("length"));
+    members.checkAllTaken();
+    return units;
+}
+
+std::optional<ExplanationWish> readExplanation(Members& request)
+{
+    if (request.member("explain").is_null()) {
+        return {};
+    }
+    Members members = request.object("explain");
+    ExplanationWish wish;
+    if (const auto range = members.number("range", {Member::explainRange})) {
+        wish.range = explanationRange(*range);
+    }
+    wish.structure = members.text("structure");
+    members.checkAllTaken();
+    return wish;
+}
+
+void checkFormat(Members& members)
+{
+    if (members.text("format") != formatName) {
+        throw refusalAt("format", std::string("is not ") + formatName);
+    }
+    const std::optional<double> version = members.number("formatVersion", {Member::criteria});
+    if (version != formatVersion) {
+        throw refusalAt("formatVersion", "is not " + std::to_string(formatVersion) +
+                                             ", which this version of the program reads");
+    }
+}
+
+} // namespace
+
+nlohmann::ordered_json requestJson(const Request& request)
+{
+    const GammaSettings& settings = request.settings;
+    const PlaneRequest& plane = request.plane;
+    return {{"format", formatName},
+            {"formatVersion", formatVersion},
+            {"name", request.protocol.name},
+            {"version", request.protocol.version},
+            {"reference", doseJson(request.reference)},
+            {"evaluation", doseJson(request.evaluation)},
+            {"criteria", textsOf(request.criteria)},
+            {"cutOff", settings.cutOff},
+            {"normalisation", normalisationJson(request.normalisation)},
+            {"normalisationAt",
+             request.normalisation.at.empty() ? Json(nullptr) : Json(request.normalisation.at)},
+            {"maxGamma", settings.maxGamma},
+            {"step", orNull(settings.step)},
+            {"passRateOnly", settings.passRateOnly},
+            {"nearest", settings.nearest},
+            {"slices", settings.slices},
+            {"rotate", settings.rotate},
+            {"structures", structuresJson(request.structures)},
+            {"limits",
+             {{"tolerance", request.limits.tolerance.texts()},
+              {"action", request.limits.action.texts()},
+              {"failBelow", request.limits.failBelow.texts()}}},
+            {"plane",
+             {{"name", plane.plane ? Json(plane.plane->name) : Json(nullptr)},
+              {"at", orNull(plane.at)}}},
+            {"units", unitsJson(request.units)},
+            {"allowErrorDoses", request.allowErrorDoses},
+            {"explain", explanationJson(request.explanation)},
+            {"sweeps", textsOf(request.sweeps)}};
+}
+
+Request requestOf(const nlohmann::ordered_json& document)
+{
+    Members members(document, "");
+    checkFormat(members);
+    Request request;
+    request.protocol = {members.text("name"), members.text("version")};
+    request.reference = readDose(members.object("reference"), Member::referenceScale);
+    request.evaluation = readDose(members.object("evaluation"), Member::evaluationScale);
+    request.criteria = parseCriteria(members.texts("criteria"));
+    if (request.criteria.empty()) {
+        throw refusalAt("criteria", "is empty");
+    }
+    request.normalisation = readNormalisation(members);
+    request.settings = readSettings(members);
+    request.limits = readLimits(members.object("limits"));
+    request.structures = readStructures(members.object("structures"));
+    request.plane = readPlane(members.object("plane"));
+    request.units = readUnits(members.object("units"));
+    request.allowErrorDoses = members.flag("allowErrorDoses");
+    request.explanation = readExplanation(members);
+    const std::vector<std::string> sweeps = members.texts("sweeps");
+    for (std::size_t i = 0; i < sweeps.size(); ++i) {
+        request.sweeps.push_back(parseCriterionRange(sweeps[i], {Member::sweeps, i}));
+    }
+    members.checkAllTaken();
+    return request;
+}
+
+Request requestOf(std::string_view text)
+{
+    const Json document = Json::parse(text, nullptr, false);
+    if (document.is_discarded()) {
+        throw refusalAt("format", "is missing: this is no JSON document");
+    }
+    const bool isRecord =
+        document.is_object() && document.value("format", Json()) == "zarngi-report";
+    if (isRecord && !document.contains("request")) {
+        throw refusalAt(
+            "format", "is that of a record which holds no request: it is of a version before 4.3");
+    }
+    return requestOf(isRecord ? document.at("request") : document);
+}
+
+} // namespace zarngi

@@ -1,0 +1,33 @@
+/**
+ * @file requestJson.h
+ * A request as a JSON document; docs/request.md describes its members.
+ */
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_REQUESTJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_REQUESTJSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string_view>
+
+#include "comparison/request/request.h"
+
+namespace zarngi
+{
+
+/** All members; threads and reports, which change no result, are none of them. */
+nlohmann::ordered_json requestJson(const Request& request);
+
+/**
+ * The request of a document. Each member must be there: what is left out would be decided in
+ * silence.
+ * @param document that requestJson() made, or a person wrote.
+ * @throws UsageError for a member that is missing, unknown, of another type or out of range
+ */
+Request requestOf(const nlohmann::ordered_json& document);
+
+/** The same from a text: a request, or a record, which holds one. @throws UsageError */
+Request requestOf(std::string_view text);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,14 @@
+#include "comparison/doseSource.h"
+
+namespace zarngi
+{
+
+std::pair<DoseImage, DoseImage> DoseSource::doses(const std::string& reference,
+                                                  const std::string& evaluation,
+                                                  const files::TableUnits& units)
+{
+    DoseImage first = dose(reference, units);
+    return {std::move(first), dose(evaluation, units)};
+}
+
+} // namespace zarngi

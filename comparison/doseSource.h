@@ -1,0 +1,42 @@
+/**
+ * @file doseSource.h
+ * Where the doses and structures of a comparison come from: files on disk, files that a page keeps,
+ * arrays in memory.
+ */
+#ifndef ZARNGI_COMPARISON_DOSESOURCE_H
+#define ZARNGI_COMPARISON_DOSESOURCE_H
+
+#include <string>
+#include <utility>
+
+#include "comparison/doseImage.h"
+#include "comparison/fileDigest.h"
+#include "files/readDose.h"
+#include "files/structures/structureSet.h"
+
+namespace zarngi
+{
+
+/** Gives what a request names; its functions throw InputError, whose sentence begins with the name.
+ */
+class DoseSource
+{
+public:
+    virtual ~DoseSource() = default;
+
+    /** @param units of tables that tell none */
+    virtual DoseImage dose(const std::string& name, const files::TableUnits& units) = 0;
+    virtual files::StructureSet structures(const std::string& name) = 0;
+
+    /** Both doses, the reference first; a source may read them at once. */
+    virtual std::pair<DoseImage, DoseImage> doses(const std::string& reference,
+                                                  const std::string& evaluation,
+                                                  const files::TableUnits& units);
+
+    /** Of all that was given so far, by the paths under which it was read; documents need them. */
+    virtual FileDigests digests() const = 0;
+};
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,60 @@
+#include "comparison/request/member.h"
+
+#include <array>
+
+namespace zarngi
+{
+
+namespace
+{
+
+constexpr std::array<const char*, memberCount> names{"reference.file",
+                                                     "reference.add",
+                                                     "reference.scale",
+                                                     "evaluation.file",
+                                                     "evaluation.add",
+                                                     "evaluation.scale",
+                                                     "criteria",
+                                                     "cutOff",
+                                                     "normalisation",
+                                                     "normalisationAt",
+                                                     "maxGamma",
+                                                     "step",
+                                                     "passRateOnly",
+                                                     "nearest",
+                                                     "slices",
+                                                     "rotate",
+                                                     "structures.files",
+                                                     "structures.show",
+                                                     "structures.exclude",
+                                                     "structures.within",
+                                                     "structures.metrics",
+                                                     "structures.prescription",
+                                                     "structures.ignoreFrame",
+                                                     "limits.tolerance",
+                                                     "limits.action",
+                                                     "limits.failBelow",
+                                                     "plane.name",
+                                                     "plane.at",
+                                                     "units.dose",
+                                                     "units.length",
+                                                     "allowErrorDoses",
+                                                     "explain",
+                                                     "explain.range",
+                                                     "explain.structure",
+                                                     "sweeps"};
+
+} // namespace
+
+const char* memberName(Member member)
+{
+    return names[static_cast<std::size_t>(member)];
+}
+
+std::string MemberPlace::name() const
+{
+    const std::string text = memberName(member);
+    return index ? text + "[" + std::to_string(*index) + "]" : text;
+}
+
+} // namespace zarngi

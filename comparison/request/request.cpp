@@ -1,0 +1,180 @@
+#include "comparison/request/request.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "comparison/failure.h"
+#include "comparison/text.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+CriterionRequest parseOne(const std::string& text, const MemberPlace& place)
+{
+    const ForStructures split = splitAtLastColon(text);
+    CriterionRequest request{parseCriterion(split.text, place)};
+    if (!split.pattern.empty()) {
+        request.patterns.push_back(split.pattern);
+    } else if (split.text != text) {
+        throw refusalOf(place, "\"" + oneLine(text) + "\" names no structure");
+    }
+    return request;
+}
+
+void add(std::vector<CriterionRequest>& requests, CriterionRequest request,
+         const MemberPlace& place)
+{
+    for (CriterionRequest& earlier : requests) {
+        if (earlier.criterion.label() != request.criterion.label()) {
+            continue;
+        }
+        if (earlier.patterns.empty() && request.patterns.empty()) {
+            throw refusalOf(place, request.criterion.label() + " is given twice");
+        }
+        if (earlier.patterns.empty() || request.patterns.empty()) {
+            earlier.patterns.clear(); // everything holds them, too
+        } else {
+            earlier.patterns.push_back(request.patterns.front());
+        }
+        return;
+    }
+    requests.push_back(std::move(request));
+}
+
+struct StructureNeed {
+    bool isGiven;
+    Member member;
+    const char* what; ///< of the member, that makes no sense without structures
+};
+
+/** What makes no sense without structures, or nothing. */
+std::optional<StructureNeed> structureNeedOf(const Request& request)
+{
+    constexpr const char* forOne = " for a structure";
+    const StructureRequest& structures = request.structures;
+    const bool hasPattern =
+        std::any_of(request.criteria.begin(), request.criteria.end(),
+                    [](const CriterionRequest& asked) { return !asked.patterns.empty(); });
+    const std::array<StructureNeed, 11> needs{
+        {{!structures.shown.empty(), Member::shown, ""},
+         {!structures.excluded.empty(), Member::excluded, ""},
+         {!structures.within.empty(), Member::within, ""},
+         {!structures.metrics.empty(), Member::metrics, ""},
+         {structures.prescription.has_value(), Member::prescription, ""},
+         {structures.ignoreFrame, Member::ignoreFrame, ""},
+         {request.explanation && !request.explanation->structure.empty(), Member::explainStructure,
+          ""},
+         {hasPattern, Member::criteria, forOne},
+         {request.limits.tolerance.namesStructures(), Member::tolerance, forOne},
+         {request.limits.action.namesStructures(), Member::action, forOne},
+         {request.limits.failBelow.namesStructures(), Member::failBelow, forOne}}};
+    const auto found = std::find_if(needs.begin(), needs.end(),
+                                    [](const StructureNeed& need) { return need.isGiven; });
+    return found != needs.end() ? std::optional(*found) : std::nullopt;
+}
+
+void checkStructures(const Request& request)
+{
+    const std::vector<std::string>& files = request.structures.files;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const auto place = files.begin() + static_cast<std::ptrdiff_t>(i);
+        if (std::find(files.begin(), place, *place) != place) {
+            throw refusalOf({Member::structureFiles, i},
+                            Sentence(FileName{*place}) + " is given twice");
+        }
+    }
+    const std::optional<StructureNeed> need = structureNeedOf(request);
+    if (files.empty() && need) {
+        throw UsageError({need->member}, Sentence(need->member) + need->what + " needs " +
+                                             Member::structureFiles + " FILE");
+    }
+}
+
+} // namespace
+
+Limits LimitRequest::general() const
+{
+    Limits limits;
+    limits.tolerance = tolerance.general().value_or(limits.tolerance);
+    limits.action = action.general().value_or(limits.action);
+    return limits;
+}
+
+std::string CriterionRequest::label() const
+{
+    std::string text;
+    for (const std::string& pattern : patterns) {
+        text += (text.empty() ? "" : ",") + pattern;
+    }
+    return text + (text.empty() ? "" : ":") + criterion.label();
+}
+
+std::vector<Criterion> Request::criteriaToCompute() const
+{
+    std::vector<Criterion> list;
+    for (const CriterionRequest& asked : criteria) {
+        list.push_back(asked.criterion);
+    }
+    return list;
+}
+
+std::vector<std::string> Request::files() const
+{
+    std::vector<std::string> paths{reference.file, evaluation.file};
+    for (const std::vector<std::string>* const more :
+         {&reference.added, &evaluation.added, &structures.files}) {
+        paths.insert(paths.end(), more->begin(), more->end());
+    }
+    return paths;
+}
+
+std::vector<CriterionRequest> parseCriteria(const std::vector<std::string>& texts)
+{
+    std::vector<CriterionRequest> requests;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const MemberPlace place{Member::criteria, i};
+        add(requests, parseOne(texts[i], place), place);
+    }
+    return requests;
+}
+
+std::vector<std::string> textsOf(const std::vector<CriterionRequest>& criteria)
+{
+    std::vector<std::string> texts;
+    for (const CriterionRequest& asked : criteria) {
+        const Criterion& criterion = asked.criterion;
+        const std::string text = exactNumber(criterion.doseDifference) +
+                                 (criterion.isLocal ? "%L/" : "%/") +
+                                 exactNumber(criterion.distance) + "mm";
+        if (asked.patterns.empty()) {
+            texts.push_back(text);
+        }
+        for (const std::string& pattern : asked.patterns) {
+            texts.push_back(pattern + ":" + text);
+        }
+    }
+    return texts;
+}
+
+void checkRequest(const Request& request)
+{
+    const Limits limits = request.limits.general();
+    if (limits.action > limits.tolerance) {
+        throw UsageError({Member::action}, Sentence(Member::action) + " " + number(limits.action) +
+                                               " is above " + Member::tolerance + " " +
+                                               number(limits.tolerance));
+    }
+    if (request.explanation && request.settings.rotate) {
+        throw UsageError({Member::rotate},
+                         Sentence(Member::explain) +
+                             " needs one search lattice for all computations, which " +
+                             Member::rotate + " does not give");
+    }
+    checkStructures(request);
+}
+
+} // namespace zarngi

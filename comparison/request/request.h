@@ -1,0 +1,109 @@
+/**
+ * @file request.h
+ * What is asked of a comparison, as values: each was parsed once, where it came in.
+ */
+#ifndef ZARNGI_COMPARISON_REQUEST_REQUEST_H
+#define ZARNGI_COMPARISON_REQUEST_REQUEST_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "comparison/criterion.h"
+#include "comparison/gammaRun.h"
+#include "comparison/measurements/doseSum.h"
+#include "comparison/measurements/normalisation.h"
+#include "comparison/measurements/placement.h"
+#include "comparison/structures/doseMetric.h"
+#include "comparison/structures/structureLimits.h"
+#include "comparison/sweep/criterionRange.h"
+#include "comparison/verdict.h"
+#include "files/readDose.h"
+
+namespace zarngi
+{
+
+/** One of the two doses. */
+struct DoseRequest {
+    std::string file;
+    std::vector<std::string> added; ///< files of doses on the same grid
+    DoseFactor factor;
+};
+
+/** A criterion, and the patterns of the structures that it is for; none: for everything. */
+struct CriterionRequest {
+    Criterion criterion;
+    std::vector<std::string> patterns{};
+
+    /** "3%/2mm", "PTV*,CTV:2%/1mm". */
+    std::string label() const;
+};
+
+struct StructureRequest {
+    std::vector<std::string> files;
+    std::vector<std::string> shown;     ///< patterns and combinations; none: all
+    std::vector<std::string> excluded;  ///< patterns
+    std::string within;                 ///< an expression; empty: everything is tested
+    std::vector<DoseMetric> metrics;    ///< beside the usual ones
+    std::optional<double> prescription; ///< Gy
+    bool ignoreFrame = false;
+};
+
+/** %, of all voxels and of single structures. */
+struct LimitRequest {
+    StructureLimits tolerance{Member::tolerance};
+    StructureLimits action{Member::action};
+    StructureLimits failBelow{Member::failBelow};
+
+    /** Of all voxels. */
+    Limits general() const;
+};
+
+struct ExplanationWish {
+    std::optional<double> range{}; ///< mm, 1 to 100; none: as docs/explain.md tells
+    std::string structure;         ///< a pattern of one; empty: all tested voxels
+};
+
+/** What a department calls a request that it uses again; may be empty. */
+struct Protocol {
+    std::string name;
+    std::string version;
+};
+
+struct Request {
+    Protocol protocol;
+    DoseRequest reference;
+    DoseRequest evaluation;
+    std::vector<CriterionRequest> criteria{{Criterion()}}; ///< at least one, each once
+    NormalisationRequest normalisation;
+    GammaSettings settings; ///< without a normalisation, which the doses may decide
+    LimitRequest limits;
+    StructureRequest structures;
+    PlaneRequest plane;
+    files::TableUnits units;      ///< of tables that tell none
+    bool allowErrorDoses = false; ///< differences between doses are compared as doses
+    std::optional<ExplanationWish> explanation;
+    std::vector<CriterionRange> sweeps;
+    std::string commandLine; ///< that asked; may be empty; kept in the outputs
+
+    std::vector<Criterion> criteriaToCompute() const;
+    /** All that are read. */
+    std::vector<std::string> files() const;
+};
+
+/**
+ * Criteria like "3%/2mm" and "PTV*:2%/1mm"; those of one kind become one, for all structures that
+ * ask for it.
+ * @throws UsageError at Member::criteria
+ */
+std::vector<CriterionRequest> parseCriteria(const std::vector<std::string>& texts);
+
+/** As a person would write them, one for each pattern. */
+std::vector<std::string> textsOf(const std::vector<CriterionRequest>& criteria);
+
+/** Combinations that make no sense, whatever the files hold. @throws UsageError */
+void checkRequest(const Request& request);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,42 @@
+/**
+ * @file diskSource.h
+ * Doses and structures from files on disk.
+ */
+#ifndef ZARNGI_COMPARISON_SOURCES_DISKSOURCE_H
+#define ZARNGI_COMPARISON_SOURCES_DISKSOURCE_H
+
+#include "comparison/doseSource.h"
+
+namespace zarngi
+{
+
+class DiskSource : public DoseSource
+{
+public:
+    /**
+     * @param unpackPixels of DICOM files of the JPEG families; may be empty.
+     * @param isDigested whether digests are formed, which documents hold.
+     */
+    DiskSource(files::UnpackPixels unpackPixels, bool isDigested);
+
+    DoseImage dose(const std::string& name, const files::TableUnits& units) override;
+    files::StructureSet structures(const std::string& name) override;
+    std::pair<DoseImage, DoseImage> doses(const std::string& reference,
+                                          const std::string& evaluation,
+                                          const files::TableUnits& units) override;
+    FileDigests digests() const override { return digests_; }
+
+private:
+    /** What the readers get, whose digests go into a map. */
+    files::Host host(FileDigests& digests, const files::TableUnits& units = {}) const;
+    DoseImage dose(const std::string& name, const files::TableUnits& units,
+                   FileDigests& digests) const;
+
+    files::UnpackPixels unpackPixels_;
+    bool isDigested_;
+    FileDigests digests_;
+};
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,23 @@
+/**
+ * @file failureJson.h
+ * Why there is no answer, for a page that has words of its own; messages.ts has the members.
+ */
+#ifndef ZARNGI_WEB_ENGINE_FAILUREJSON_H
+#define ZARNGI_WEB_ENGINE_FAILUREJSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "comparison/failure.h"
+
+namespace engine
+{
+
+nlohmann::ordered_json failureJson(const zarngi::UsageError& error);
+nlohmann::ordered_json failureJson(const zarngi::InputError& error);
+
+/** Of which there is a sentence only. @param kind "memory" or "internal" */
+nlohmann::ordered_json failureJson(const char* kind, const char* sentence);
+
+} // namespace engine
+
+#endif
