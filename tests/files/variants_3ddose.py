@@ -5,6 +5,7 @@ import gzip
 import numpy as np
 
 from variants import DAMAGED, NO_ORIENTATION, ORIGIN, SIZE, SPACING, VALUES, read, refused
+from variants_measurements import NO_DOSE_UNIT
 
 FORMAT = "EGSnrc 3ddose"
 UNIT = "Gy/history"
@@ -154,11 +155,11 @@ def boundaries():
 def others():
     """Texts of numbers that are something else."""
     yield refused("a table of whole numbers", b"1 1 1\n2 3 4\n5 6 7\n8 9 10\n",
-                  "tells no unit of dose: its head must say Gy or cGy, or the unit be given")
+                  NO_DOSE_UNIT)
     yield refused("another size", b"5\t4" + threeddose()[3:], # a boundary along z counts for y
-                  "tells no unit of dose: its head must say Gy or cGy, or the unit be given")
+                  NO_DOSE_UNIT)
     yield refused("no boundaries", b"5 3 4\n",
-                  "tells no unit of dose: its head must say Gy or cGy, or the unit be given")
+                  NO_DOSE_UNIT)
 
 
 ROWS = [*layouts(), *counts(), *boundaries(), *others()]
