@@ -60,7 +60,7 @@ struct ComparedDoses {
     /** Gy (or the unit of relative doses): what DCO and a global dose difference refer to. */
     double normalisation = 0;
 
-    const char* doseUnit() const { return reference.isRelative ? "relative" : "Gy"; }
+    const char* doseUnit() const { return files::unitName(reference.unit); }
 };
 
 struct Comparison : ComparedDoses {

@@ -12,6 +12,7 @@ namespace zarngi
 
 using files::DicomIdentity;
 using files::DoseImage;
+using files::DoseUnit;
 using files::Geometry;
 using files::Image;
 using files::Vec3;

@@ -102,7 +102,9 @@ std::string stemOf(const std::string& name)
 
 std::string doseText(float dose, const DoseImage& image)
 {
-    return number(static_cast<double>(dose)) + (image.isRelative ? "" : " Gy");
+    return number(static_cast<double>(dose)) + (image.unit == DoseUnit::relative
+                                                    ? std::string()
+                                                    : std::string(" ") + unitName(image.unit));
 }
 
 void warnOfValues(DoseImage& dose, const Ends& ends)

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "files/doseUnit.h"
+
 namespace files
 {
 
@@ -83,12 +85,16 @@ struct DicomIdentity {
 
 /** A dose distribution read from a file. */
 struct DoseImage {
-    Image image;                  ///< Gy, unless isRelative
-    std::string path;             ///< of its header; empty where it was read from memory
-    std::string dataPath;         ///< of the values: another file where the header stands alone
-    std::string format;           ///< as formatName() gives it
-    bool isRelative = false;      ///< a DICOM dose relative to a value the file does not tell
-    bool tellsPosition = true;    ///< else the first voxel counts as lying at 0, 0, 0 mm
+    Image image;          ///< in `unit`
+    std::string path;     ///< of its header; empty where it was read from memory
+    std::string dataPath; ///< of the values: another file where the header stands alone
+    std::string format;   ///< as formatName() gives it
+    DoseUnit unit = DoseUnit::gray;
+    /** Standard uncertainty of each dose, in `unit`; not a number where none is known, as where
+     * there is no dose. Empty where the file tells none, or the host does not ask for it. Floats:
+     * it is known to a few percent at best. */
+    std::vector<float> uncertainty;
+    bool tellsPosition = true;    ///< else its first voxel, or its middle, is put at 0, 0, 0 mm
     bool tellsOrientation = true; ///< else the axes count as those of the patient
     bool tellsUnit = true;        ///< of dose; else the values count as Gy
     /** What was taken for granted, each a line that continues "FILE: ". */

@@ -7,6 +7,7 @@
 #include "files/error.h"
 #include "files/measurements/identifiedTable.h"
 #include "files/packed.h"
+#include "files/simulations/simulations.h"
 #include "files/text.h"
 
 namespace files
@@ -68,6 +69,10 @@ std::string formatName(FileFormat format)
         return "MetaImage";
     case FileFormat::nifti:
         return "NIfTI";
+    case FileFormat::threeDdose:
+        return "EGSnrc 3ddose";
+    case FileFormat::topas:
+        return "TOPAS";
     case FileFormat::detectorArray:
         return "detector array";
     case FileFormat::extractedPlane:
@@ -86,6 +91,11 @@ bool isTable(FileFormat format)
            format == FileFormat::table;
 }
 
+bool isSimulation(FileFormat format)
+{
+    return format == FileFormat::threeDdose || format == FileFormat::topas;
+}
+
 std::optional<FileFormat> identifiedFormat(ByteView beginning)
 {
     const std::string_view text = asText(part(beginning, 0, identifyingBytes));
@@ -101,6 +111,12 @@ std::optional<FileFormat> identifiedFormat(ByteView beginning)
     if (startsLikeMetaImage(text)) {
         return FileFormat::metaImage;
     }
+    if (startsLikeTopas(text)) {
+        return FileFormat::topas;
+    }
+    if (startsLikeThreeDdose(text)) {
+        return FileFormat::threeDdose;
+    }
     return identifiedTable(text);
 }
 
@@ -114,7 +130,7 @@ std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate
     const Bytes beginning = unpackBeginning(file, deflate, identifyingBytes);
     const std::optional<FileFormat> format = identifiedFormat(beginning.view());
     if (format == FileFormat::nrrd || format == FileFormat::metaImage ||
-        (format && isTable(*format))) {
+        format == FileFormat::topas || (format && isTable(*format))) {
         refuse("is packed by gzip as a whole; unpack it first (gunzip)");
     }
     if (!format && beginning.size() < shortest) {

@@ -14,10 +14,23 @@
 namespace files
 {
 
-enum class FileFormat { nrrd, metaImage, nifti, dicom, detectorArray, extractedPlane, table };
+enum class FileFormat {
+    nrrd,
+    metaImage,
+    nifti,
+    dicom,
+    threeDdose,
+    topas,
+    detectorArray,
+    extractedPlane,
+    table
+};
 
 /** Whether it is a text of measured or planned doses, of which the last three are. */
 bool isTable(FileFormat format);
+
+/** Whether it is the output of a simulation. */
+bool isSimulation(FileFormat format);
 
 /** As it is named to users: "NRRD", "detector array" and so on. */
 std::string formatName(FileFormat format);

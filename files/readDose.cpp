@@ -7,6 +7,7 @@
 #include "files/formats/volumeFormats.h"
 #include "files/measurements/tables.h"
 #include "files/namedFile.h"
+#include "files/simulations/simulations.h"
 
 namespace files
 {
@@ -39,6 +40,7 @@ DoseImage readBytes(ByteView file, const std::string& name, const FindFile& find
         refuseFormat();
     }
     DoseImage dose = isTable(*format)               ? readTable(*format, file, host.units)
+                     : isSimulation(*format)        ? readSimulation(*format, file, find, host)
                      : *format == FileFormat::dicom ? readDicom(file, host)
                                                     : readVolume(*format, file, find, host);
     checkValues(dose, name);

@@ -41,6 +41,7 @@ struct Host {
     /** Told of every file that was read for a dose, in whole: the header and what it names. */
     std::function<void(const std::string& path, ByteView contents)> watch{};
     TableUnits units{};
+    bool keepsUncertainty = false; ///< of doses whose files tell it; takes memory as they do
 };
 
 /**

@@ -120,16 +120,20 @@ std::uint64_t bytesOf(const ValueFormat& format, std::size_t count)
     return std::uint64_t{count} * format.bytes;
 }
 
-std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
-                               std::size_t count, std::size_t padding)
+void checkBytes(ByteView bytes, std::uint64_t needed, std::size_t padding)
 {
-    const std::uint64_t needed = bytesOf(format, count);
     if (bytes.size() < needed) {
         refuseCount("is cut short", needed, bytes.size());
     }
     if (bytes.size() > needed + padding) {
         refuseCount("holds more than its grid", needed, bytes.size());
     }
+}
+
+std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+                               std::size_t count, std::size_t padding)
+{
+    checkBytes(bytes, bytesOf(format, count), padding);
     return converted(bytes, format, scaling, count);
 }
 

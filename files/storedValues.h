@@ -35,6 +35,9 @@ struct Scaling {
 /** Bytes of so many values, on machines of any word length. */
 std::uint64_t bytesOf(const ValueFormat& format, std::size_t count);
 
+/** @throws Refusal when the bytes are fewer than needed, or more by other than `padding`. */
+void checkBytes(ByteView bytes, std::uint64_t needed, std::size_t padding = 0);
+
 /**
  * The `count` values that fill the bytes.
  * @throws Refusal when the bytes are fewer, or more by other than `padding` of them.

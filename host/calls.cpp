@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 
+#include "files/nativeDeflate.h"
+
 namespace host
 {
 
@@ -37,6 +39,19 @@ int refuseArgument(const char* sentence, zarnGIHost_Error* error)
 {
     report({FileError::Kind::refused, sentence}, error);
     return ZARNGI_HOST_BAD_ARGUMENT;
+}
+
+files::Host readerHost(const zarnGIHost_TableUnits* units)
+{
+    files::Host host{files::nativeDeflate()};
+    host.keepsUncertainty = true;
+    if (units != nullptr && units->gray > 0) {
+        host.units.gray = units->gray;
+    }
+    if (units != nullptr && units->millimetres > 0) {
+        host.units.millimetres = units->millimetres;
+    }
+    return host;
 }
 
 files::FindFile finder(zarnGIHost_FindFile find, void* context)

@@ -30,6 +30,9 @@ template <class Call> int guarded(zarnGIHost_Error* error, const Call& call) noe
     }
 }
 
+/** What the readers are given; uncertainties are kept, for callers that ask for them later. */
+files::Host readerHost(const zarnGIHost_TableUnits* units = nullptr);
+
 /** The caller's way to the files that a header names. */
 files::FindFile finder(zarnGIHost_FindFile find, void* context);
 

@@ -25,6 +25,7 @@ using host::geometryOf;
 using host::guarded;
 using host::holdsDoses;
 using host::isGrid;
+using host::readerHost;
 using host::refuseArgument;
 using host::report;
 
@@ -95,9 +96,8 @@ int zarnGIHost_readDose(const char* path, zarnGIHost_Dose** dose, zarnGIHost_Err
         return refuseArgument("a required pointer is null", error);
     }
     *dose = nullptr;
-    return guarded(error, [&] {
-        return hand(files::readDoseFile(path, {files::nativeDeflate()}), dose, error);
-    });
+    return guarded(error,
+                   [&] { return hand(files::readDoseFile(path, readerHost()), dose, error); });
 }
 
 int zarnGIHost_readDoseFromMemory(const void* contents, size_t size, zarnGIHost_FindFile find,
@@ -109,8 +109,7 @@ int zarnGIHost_readDoseFromMemory(const void* contents, size_t size, zarnGIHost_
     *dose = nullptr;
     return guarded(error, [&] {
         const files::ByteView file(static_cast<const unsigned char*>(contents), size);
-        return hand(files::readDose(file, "", finder(find, context), {files::nativeDeflate()}),
-                    dose, error);
+        return hand(files::readDose(file, "", finder(find, context), readerHost()), dose, error);
     });
 }
 
@@ -144,7 +143,7 @@ int zarnGIHost_getFact(const zarnGIHost_Dose* dose, int fact)
     }
     switch (fact) {
     case ZARNGI_HOST_IS_RELATIVE:
-        return dose->image.isRelative ? 1 : 0;
+        return dose->image.unit == files::DoseUnit::relative ? 1 : 0;
     case ZARNGI_HOST_TELLS_POSITION:
         return dose->image.tellsPosition ? 1 : 0;
     case ZARNGI_HOST_TELLS_ORIENTATION:
@@ -188,6 +187,30 @@ const char* zarnGIHost_getWarning(const zarnGIHost_Dose* dose, size_t index)
 {
     const bool isThere = dose != nullptr && index < dose->image.warnings.size();
     return isThere ? dose->image.warnings[index].c_str() : nullptr;
+}
+
+int zarnGIHost_getUnit(const zarnGIHost_Dose* dose)
+{
+    if (dose == nullptr) {
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+    switch (dose->image.unit) {
+    case files::DoseUnit::relative:
+        return ZARNGI_HOST_RELATIVE;
+    case files::DoseUnit::grayPerHistory:
+        return ZARNGI_HOST_GRAY_PER_HISTORY;
+    case files::DoseUnit::grayOfRun:
+        return ZARNGI_HOST_GRAY_OF_RUN;
+    case files::DoseUnit::gray:
+        break;
+    }
+    return ZARNGI_HOST_GRAY;
+}
+
+const float* zarnGIHost_getUncertainties(const zarnGIHost_Dose* dose)
+{
+    const bool areThere = dose != nullptr && !dose->image.uncertainty.empty();
+    return areThere ? dose->image.uncertainty.data() : nullptr;
 }
 
 int zarnGIHost_encodeVolume(const char* name, const zarnGIHost_Volume* volume,

@@ -63,7 +63,8 @@ struct zarnGIHost_Bytes {
 };
 
 /**
- * Reads a dose file: DICOM RT Dose, NRRD, MetaImage or NIfTI, told by its contents. A data file
+ * Reads a dose file: DICOM RT Dose, NRRD, MetaImage, NIfTI, EGSnrc's .3ddose or a dose of TOPAS,
+ * told by its contents; zarnGIHost_getUnit() tells what the doses are in. A data file
  * that a header names is read from beside it; a pipe is read to its end. An RT Dose of one frame is
  * a plane, and refused: zarnGIHost_readAnyDose() reads it. Relative doses and differences between
  * doses are read, and zarnGIHost_getFact() tells that they are none in Gy.
@@ -122,15 +123,15 @@ ZARNGI_HOST_API int zarnGIHost_getGrid(const struct zarnGIHost_Dose* dose, int s
 /**
  * The doses of a grid.
  * @param dose the dose.
- * @return as many values as the grid has voxels, x fastest, in Gy; they live as long as the dose.
- *         Null for null.
+ * @return as many values as the grid has voxels, x fastest, in what zarnGIHost_getUnit() tells;
+ * they live as long as the dose. Null for null.
  */
 ZARNGI_HOST_API const float* zarnGIHost_getDoses(const struct zarnGIHost_Dose* dose);
 
 /** What is true of a dose or not. */
 enum zarnGIHost_Fact {
     ZARNGI_HOST_IS_RELATIVE = 0,       /**< doses relative to a value that the file does not tell */
-    ZARNGI_HOST_TELLS_POSITION = 1,    /**< else the first voxel is put at 0, 0, 0 */
+    ZARNGI_HOST_TELLS_POSITION = 1,    /**< else its first voxel or middle is put at 0, 0, 0 */
     ZARNGI_HOST_TELLS_ORIENTATION = 2, /**< else the axes are taken for the patient's */
     ZARNGI_HOST_IS_DICOM = 3,
     ZARNGI_HOST_TELLS_UNIT = 4, /**< of dose; else the values are taken for Gy */
@@ -147,7 +148,7 @@ ZARNGI_HOST_API int zarnGIHost_getFact(const struct zarnGIHost_Dose* dose, int f
 
 /** Texts of a dose. All but the first two are those of DICOM elements. */
 enum zarnGIHost_Text {
-    ZARNGI_HOST_FORMAT = 0,    /**< "DICOM RT Dose", "NRRD", "MetaImage" or "NIfTI" */
+    ZARNGI_HOST_FORMAT = 0,    /**< "DICOM RT Dose", "NRRD", "MetaImage", "NIfTI", "TOPAS", ... */
     ZARNGI_HOST_DATA_PATH = 1, /**< path of the file with the values */
     ZARNGI_HOST_MODALITY = 2,
     ZARNGI_HOST_SUMMATION_TYPE = 3,
@@ -274,6 +275,31 @@ struct zarnGIHost_Plane {
 ZARNGI_HOST_API int zarnGIHost_placePlane(const struct zarnGIHost_Plane* plane, const char* name,
                                           const double at[3], struct zarnGIHost_Dose** dose,
                                           struct zarnGIHost_Error* error);
+
+/** What doses are in. */
+enum zarnGIHost_Unit {
+    ZARNGI_HOST_GRAY = 0,
+    ZARNGI_HOST_RELATIVE = 1,         /**< to a value that the file does not tell */
+    ZARNGI_HOST_GRAY_PER_HISTORY = 2, /**< of a simulation: Gy by a factor alone */
+    ZARNGI_HOST_GRAY_OF_RUN = 3       /**< of all histories of a simulation: likewise */
+};
+
+/**
+ * What the doses of a file are in.
+ * @param dose the dose.
+ * @return a number of enum zarnGIHost_Unit, or ZARNGI_HOST_BAD_ARGUMENT for null. Later versions
+ * may give further numbers.
+ */
+ZARNGI_HOST_API int zarnGIHost_getUnit(const struct zarnGIHost_Dose* dose);
+
+/**
+ * The standard uncertainties of doses, which the files of simulations tell.
+ * @param dose the dose.
+ * @return as many values as zarnGIHost_getDoses() gives, in the same unit; not a number where none
+ *         is known, as where there is no dose. They live as long as the dose. Null where the file
+ *         tells none, and for null.
+ */
+ZARNGI_HOST_API const float* zarnGIHost_getUncertainties(const struct zarnGIHost_Dose* dose);
 
 /** Types of the values that are written. */
 enum zarnGIHost_Type {

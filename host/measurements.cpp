@@ -11,24 +11,13 @@ using files::DoseImage;
 using files::Measurement;
 using host::guarded;
 using host::handDose;
+using host::readerHost;
 using host::refuseArgument;
 
 namespace
 {
 
 constexpr const char* nullArgument = "a required pointer is null";
-
-files::Host readerHost(const zarnGIHost_TableUnits* units)
-{
-    files::Host host{files::nativeDeflate()};
-    if (units != nullptr && units->gray > 0) {
-        host.units.gray = units->gray;
-    }
-    if (units != nullptr && units->millimetres > 0) {
-        host.units.millimetres = units->millimetres;
-    }
-    return host;
-}
 
 bool isPlane(const zarnGIHost_Plane& plane)
 {

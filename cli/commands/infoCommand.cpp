@@ -8,8 +8,10 @@
 #include "cli/commands/readStructures.h"
 #include "cli/commands/structuresInfo.h"
 #include "cli/output/places.h"
+#include "cli/output/units.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseJson.h"
+#include "comparison/doseUncertainty.h"
 #include "comparison/measurements/measurementJson.h"
 #include "comparison/request/values.h"
 #include "comparison/text.h"
@@ -64,12 +66,15 @@ void printMeasurement(const DoseImage& dose)
 void printDoses(const DoseImage& dose)
 {
     const DoseExtremes extremes = extremesOf(dose);
-    const std::string unit = dose.isRelative ? " (relative)" : " Gy";
-    print("units", dose.isRelative ? "relative" : dose.tellsUnit ? "Gy" : "Gy (assumed)");
+    const std::string unit = unitBehind(dose.unit);
+    print("units", files::unitName(dose.unit) + std::string(dose.tellsUnit ? "" : " (assumed)"));
     print("minimum", number(extremes.minimum) + unit);
     print("maximum", number(extremes.maximum) + unit);
     print("  at", join(extremes.maximumPosition, ", ") + " mm" +
                       (dose.measurement ? "" : ", voxel " + join(extremes.maximumIndex, ", ")));
+    if (!dose.uncertainty.empty()) {
+        print("uncertainty", describeUncertainty(uncertaintyOf(dose)));
+    }
 }
 
 void printIdentity(const DicomIdentity& identity, bool showPatient)
@@ -136,12 +141,15 @@ Json doseDocument(const DoseImage& dose, const FileDigests& digests, bool showPa
     Json document = {{"file", fileJson(dose, digests)},
                      {"grid", gridJson(dose, extremesOf(dose))},
                      {"orientation", "LPS"},
-                     {"doseUnit", dose.isRelative ? "relative" : "Gy"},
+                     {"doseUnit", files::unitName(dose.unit)},
                      {"tellsPosition", dose.tellsPosition},
                      {"tellsOrientation", dose.tellsOrientation},
                      {"tellsUnit", dose.tellsUnit},
                      {"warnings", dose.warnings},
                      {"dosesSha256", digestOfDoses(dose.image.values)}};
+    if (!dose.uncertainty.empty()) {
+        document["uncertainty"] = uncertaintyJson(uncertaintyOf(dose));
+    }
     if (dose.measurement) {
         document["measurement"] = measurementJson(dose);
     }

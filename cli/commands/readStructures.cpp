@@ -13,10 +13,8 @@ namespace
 
 /** What a reader gives for a path. @param read from a path and a host to a result */
 template <class Read>
-auto readWith(const Read& read, const std::string& path, FileDigests* digests,
-              const files::TableUnits& units = {})
+auto readWith(const Read& read, const std::string& path, FileDigests* digests, files::Host host)
 {
-    files::Host host{files::nativeDeflate(), unpackPixels, {}, units};
     if (digests != nullptr) {
         host.watch = [digests](const std::string& name, files::ByteView contents) {
             (*digests)[name] = digestOf(contents);
@@ -33,13 +31,18 @@ auto readWith(const Read& read, const std::string& path, FileDigests* digests,
 
 files::StructureSet readStructures(const std::string& path, FileDigests* digests)
 {
-    return readWith(&files::readStructuresFile, path, digests);
+    return readWith(&files::readStructuresFile, path, digests,
+                    {files::nativeDeflate(), unpackPixels});
 }
 
 Contents readDoseOrStructures(const std::string& path, FileDigests* digests,
                               const files::TableUnits& units)
 {
-    return readWith(&files::readDoseOrStructuresFile, path, digests, units);
+    return readWith(&files::readDoseOrStructuresFile, path, digests,
+                    {.deflate = files::nativeDeflate(),
+                     .unpackPixels = unpackPixels,
+                     .units = units,
+                     .keepsUncertainty = true});
 }
 
 } // namespace zarngi

@@ -25,7 +25,7 @@ files::StructureSet readStructures(const std::string& path, FileDigests* digests
 
 using Contents = std::variant<DoseImage, files::StructureSet>;
 
-/** Reads a dose file or an RT Structure Set. @throws InputError likewise. */
+/** Reads a dose file, with its uncertainty, or an RT Structure Set. @throws InputError likewise. */
 Contents readDoseOrStructures(const std::string& path, FileDigests* digests,
                               const files::TableUnits& units);
 

@@ -7,6 +7,7 @@
 #include "cli/output/explanationTable.h"
 #include "cli/output/places.h"
 #include "cli/output/structureTable.h"
+#include "cli/output/units.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -19,7 +20,7 @@ std::string describeGrid(const DoseImage& dose, const DoseExtremes& extremes)
 {
     return oneLine(std::filesystem::path(dose.path).filename().string()) + " (" + dose.format +
            "), " + describePlaces(dose) + ", maximum " + number(extremes.maximum) +
-           (dose.isRelative ? " (relative)" : " Gy");
+           unitBehind(dose.unit);
 }
 
 std::string describeSearch(const Comparison& comparison)

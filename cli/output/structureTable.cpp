@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/output/columns.h"
+#include "cli/output/units.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -156,7 +157,9 @@ std::string describeDoses(const Comparison& comparison)
     const StructureComparison& structures = *comparison.structures;
     const std::vector<DoseMetric>& metrics = structures.doseVolume.metrics;
     const std::size_t width = nameWidth(structures);
-    const std::string unit = comparison.reference.isRelative ? "" : " Gy";
+    const std::string unit = comparison.reference.unit == DoseUnit::relative
+                                 ? ""
+                                 : unitBehind(comparison.reference.unit);
     std::string text = "\nreference doses, and by how much those of the evaluation are above\n";
     for (const std::vector<std::size_t>& block : metricBlocks(metrics)) {
         std::string head = nameCell("structure", width) + cell("cc", 9) + headCell("mean" + unit);

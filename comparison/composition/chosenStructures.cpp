@@ -58,10 +58,12 @@ DoseVolumeSettings doseVolumeSettings(const StructureRequest& request, const Com
     settings.binWidth =
         curveBinWidth(std::max(doses.referenceExtremes.maximum, doses.evaluationExtremes.maximum));
     for (const DoseMetric& metric : settings.metrics) {
-        if (metric.kind == DoseMetric::Kind::volumeAtDose && doses.reference.isRelative) {
+        if (metric.kind == DoseMetric::Kind::volumeAtDose &&
+            doses.reference.unit != DoseUnit::gray) {
+            const bool isRelative = doses.reference.unit == DoseUnit::relative;
             throw refusalOf({Member::metrics},
-                            metric.label() +
-                                " asks for a dose in Gy, but the files hold relative doses");
+                            metric.label() + " asks for a dose in Gy, but the files hold " +
+                                (isRelative ? "relative doses" : "doses of a simulation"));
         }
     }
     return settings;

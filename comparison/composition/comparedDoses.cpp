@@ -78,6 +78,7 @@ GivenDoses givenDoses(const Request& request, DoseSource& source, std::vector<Se
         source.doses(request.reference.file, request.evaluation.file, request.units);
     doses.referenceAdded = combined(doses.reference, request.reference, source, request.units);
     doses.evaluationAdded = combined(doses.evaluation, request.evaluation, source, request.units);
+    settleUnits(doses, request);
     checkDoses(doses, request);
     addWarnings(warnings, doses);
     doses.placed = placeDoses(doses.reference, doses.evaluation, request.plane);

@@ -36,27 +36,67 @@ void checkAreDoses(const GivenDoses& doses)
 void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool isNormalised)
 {
     for (const DoseImage* dose : {&reference, &evaluation}) {
-        if (dose->isRelative && !isNormalised) {
+        if (dose->unit == DoseUnit::relative && !isNormalised) {
             throw failureOf(dose->path,
                             Sentence("holds relative doses, not Gy; they are compared as they are "
                                      "when ") +
                                 Member::normalisation + " gives the dose of 100 %");
         }
     }
-    if (reference.isRelative != evaluation.isRelative) {
+    const bool isReferenceRelative = reference.unit == DoseUnit::relative;
+    if (isReferenceRelative != (evaluation.unit == DoseUnit::relative)) {
         throw InputError("one file holds relative doses and the other one Gy: " +
                          Sentence(FileName{reference.path}) + ", " + FileName{evaluation.path});
     }
 }
 
+/** The unit of a simulated dose that a factor makes one in gray, or in what the other is in. */
+DoseUnit settledUnit(const DoseImage& dose, const DoseRequest& request, const DoseImage& other,
+                     const DoseRequest& ofOther)
+{
+    const bool isMade = !request.factor.text.empty() && files::isSimulated(dose.unit);
+    return !isMade ? dose.unit : ofOther.factor.text.empty() ? other.unit : DoseUnit::gray;
+}
+
+/** Whether a simulated dose is beside one in another unit. */
+bool areSimulatedApart(const DoseImage& reference, const DoseImage& evaluation)
+{
+    return reference.unit != evaluation.unit &&
+           (files::isSimulated(reference.unit) || files::isSimulated(evaluation.unit));
+}
+
+/** "the files hold doses in Gy/history (FILE) and in Gy (FILE)" */
+Sentence unitsOf(const DoseImage& reference, const DoseImage& evaluation)
+{
+    return Sentence("the files hold doses in ") + files::unitName(reference.unit) + " (" +
+           FileName{reference.path} + ") and in " + files::unitName(evaluation.unit) + " (" +
+           FileName{evaluation.path} + ")";
+}
+
 } // namespace
+
+void settleUnits(GivenDoses& doses, const Request& request)
+{
+    const DoseUnit reference =
+        settledUnit(doses.reference, request.reference, doses.evaluation, request.evaluation);
+    doses.evaluation.unit =
+        settledUnit(doses.evaluation, request.evaluation, doses.reference, request.reference);
+    doses.reference.unit = reference;
+}
 
 void checkDoses(const GivenDoses& doses, const Request& request)
 {
     if (!request.allowErrorDoses) {
         checkAreDoses(doses);
     }
-    checkUnits(doses.reference, doses.evaluation, request.normalisation.isGiven());
+    const bool isNormalised = request.normalisation.isGiven();
+    checkUnits(doses.reference, doses.evaluation, isNormalised);
+    if (areSimulatedApart(doses.reference, doses.evaluation) && !isNormalised) {
+        throw InputError(unitsOf(doses.reference, doses.evaluation) + "; " +
+                         Member::referenceScale + " or " + Member::evaluationScale +
+                         " makes them alike, or " + Member::normalisation +
+                         " gives the dose of 100 % for doses as they are");
+    }
 }
 
 void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
@@ -67,6 +107,9 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
         for (const std::string& warning : dose->warnings) {
             warnings.push_back(Sentence(FileName{dose->path}) + ": " + warning);
         }
+    }
+    if (areSimulatedApart(reference, evaluation)) {
+        warnings.push_back(unitsOf(reference, evaluation) + "; they are compared as they are");
     }
     if (!reference.dicom || !evaluation.dicom || reference.format != evaluation.format) {
         return;

@@ -12,6 +12,9 @@
 namespace zarngi
 {
 
+/** Tells what simulated doses are in after their factors, which make gray of them. */
+void settleUnits(GivenDoses& doses, const Request& request);
+
 /**
  * @throws InputError where the doses have different units, relative ones lack a dose of 100 %, or
  * differences between doses were not asked for

@@ -58,7 +58,7 @@ void checkAddend(const DoseImage& dose, const DoseImage& addend)
         throw failureOf(addend.path, "lies on another grid than " + Sentence(FileName{dose.path}) +
                                          ", so the doses cannot be added");
     }
-    if (dose.isRelative != addend.isRelative) {
+    if (dose.unit != addend.unit) {
         throw failureOf(addend.path,
                         "holds doses in another unit than " + Sentence(FileName{dose.path}));
     }
@@ -91,7 +91,7 @@ DoseFactor parseFactor(const MemberPlace& place, const std::string& text)
     const double numerator = parseNumber(text.substr(0, slash));
     const double denominator = slash < text.size() ? parseNumber(text.substr(slash + 1)) : 1;
     const double value = numerator / denominator;
-    if (!(numerator > 0 && denominator > 0 && value >= 1e-6 && value <= 1e6)) {
+    if (!(numerator > 0 && denominator > 0 && value >= 1e-30 && value <= 1e30)) {
         throw refusalOf(place, "\"" + oneLine(text) +
                                    "\" is not a positive number or a fraction like 1/33");
     }

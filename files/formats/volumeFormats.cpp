@@ -20,6 +20,14 @@ DoseImage readAs(FileFormat format, ByteView file, const FindFile& find, const H
 
 } // namespace
 
+void warnOfOrientation(DoseImage& dose)
+{
+    if (!dose.tellsOrientation) {
+        dose.warnings.emplace_back("tells no orientation; its axes are taken for those of the "
+                                   "patient (to the left, to the back, to the head)");
+    }
+}
+
 void assumeGray(DoseImage& dose)
 {
     dose.tellsUnit = false;
@@ -32,10 +40,7 @@ void completeVolume(FileFormat format, DoseImage& dose)
     if (!dose.tellsPosition) {
         dose.warnings.emplace_back("tells no position; its first voxel is put at 0, 0, 0");
     }
-    if (!dose.tellsOrientation) {
-        dose.warnings.emplace_back("tells no orientation; its axes are taken for those of the "
-                                   "patient (to the left, to the back, to the head)");
-    }
+    warnOfOrientation(dose);
 }
 
 DoseImage readVolume(FileFormat format, ByteView file, const FindFile& find, const Host& host)

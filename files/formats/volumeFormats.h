@@ -26,6 +26,9 @@ DoseImage readMetaImage(ByteView file, const FindFile& find, const Host& host);
  */
 DoseImage readNifti(ByteView file, const FindFile& find, const Host& host);
 
+/** Warns that axes are taken for those of the patient, where a file tells no orientation. */
+void warnOfOrientation(DoseImage& dose);
+
 /** Says that the values count as Gy because the file tells no unit. */
 void assumeGray(DoseImage& dose);
 

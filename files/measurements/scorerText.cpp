@@ -35,8 +35,7 @@ bool isTextOfScorer(const std::vector<TextLine>& lines)
     const auto tellsScorer = [](const TextLine& line) {
         return isComment(line.text) && hasWord(line.text, "scorer");
     };
-    return (!lines.empty() && lines.front().text.starts_with("# TOPAS Version:")) ||
-           std::any_of(lines.begin(), lines.end(), tellsScorer);
+    return std::any_of(lines.begin(), lines.end(), tellsScorer);
 }
 
 bool tellsBins(const TextLine& line)

@@ -17,7 +17,7 @@ constexpr const char* whatItIs = "file of structures";
 FileFormat formatOf(ByteView file, const Deflate& deflate)
 {
     const std::optional<FileFormat> format = identifiedFormat(file, deflate, whatItIs);
-    if (!format || isTable(*format)) {
+    if (!format || isTable(*format) || isSimulation(*format)) {
         refuseForeign("is not a file of structures (DICOM RT Structure Set, or a label mask in "
                       "NRRD, MetaImage or NIfTI)");
     }

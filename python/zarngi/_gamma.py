@@ -146,6 +146,7 @@ def gamma_index(
     True
     """
     _check_grids(reference, evaluation)
+    _check_units(reference, evaluation, normalisation)
     criteria = Criteria(
         dd=_checks.positive("dd", dd, "%"),
         dta=_checks.positive("dta", dta, "mm"),
@@ -238,6 +239,18 @@ def _check_grids(reference: DoseGrid | DosePoints, evaluation: DoseGrid) -> None
             "reference and evaluation have different frames of reference; their coordinates may "
             "not mean the same places",
             stacklevel=3,
+        )
+
+
+def _check_units(
+    reference: DoseGrid | DosePoints, evaluation: DoseGrid, normalisation: float | None
+) -> None:
+    unit = reference.unit if isinstance(reference, DoseGrid) else "Gy"
+    if unit != evaluation.unit and normalisation is None:
+        raise ValueError(
+            f"reference has the unit {unit} and evaluation {evaluation.unit}; accepted: equal units "
+            "(a DoseGrid of grid.dose * factor is in Gy), or normalisation, the dose of 100 %, for "
+            "doses as they are"
         )
 
 

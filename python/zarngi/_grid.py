@@ -17,6 +17,10 @@ if TYPE_CHECKING:
 
 _VOXEL_LIMIT = 2**31
 
+#: What doses are in.
+DoseUnit = Literal["Gy", "Gy/history", "Gy/run"]
+_UNITS: tuple[DoseUnit, ...] = ("Gy", "Gy/history", "Gy/run")
+
 #: Coordinates count as evenly spaced when none is farther than this part of a step from its place.
 EVENNESS = 1e-3
 
@@ -73,6 +77,13 @@ class DoseGrid:
     plane_normal : {"x", "y", "z"}, optional
         The axis across a plane in space, along which the grid has one layer; by default the grid is
         a volume. Files of planar doses give such planes.
+    unit : {"Gy", "Gy/history", "Gy/run"}
+        What the doses are in. Those of simulations are doses per history, or of all histories of the
+        run: a grid of ``grid.dose * factor`` is in Gy. Grids in different units are compared only
+        when the dose of 100 % is given.
+    uncertainty : array_like, shape of `dose`, optional
+        Standard uncertainty of each dose, in the same unit; NaN where none is known, as where there
+        is no dose.
 
     Notes
     -----
@@ -97,6 +108,8 @@ class DoseGrid:
     frame_of_reference: str | None = None
     measured: npt.NDArray[np.bool_] | None = None
     plane_normal: Literal["x", "y", "z"] | None = None
+    unit: DoseUnit = "Gy"
+    uncertainty: npt.NDArray[Any] | None = None
 
     def __post_init__(self) -> None:
         dose = _dose_array(self.dose)
@@ -111,7 +124,9 @@ class DoseGrid:
         object.__setattr__(self, "measured", _mask(self.measured, dose))
         object.__setattr__(self, "spacing", sizes)
         object.__setattr__(self, "origin", _checks.coordinates("origin", self.origin, counts))
+        object.__setattr__(self, "uncertainty", _uncertainty(self.uncertainty, dose))
         _check_normal(self.plane_normal, dose, counts)
+        _checks.choice("unit", self.unit, _UNITS)
 
     @classmethod
     def from_axes(
@@ -253,7 +268,7 @@ class DoseGrid:
         return (
             f"DoseGrid({joined(self.shape[::-1], ' x ')} voxels of {joined(sizes, ' x ')} "
             f"mm, first centre ({joined(self.origin, ', ')}) mm, {self.dose.dtype}, "
-            f"{self.dose.min():g} to {self.dose.max():g} Gy)"
+            f"{self.dose.min():g} to {self.dose.max():g} {self.unit})"
         )
 
 
@@ -281,6 +296,21 @@ def _mask(measured: Any, dose: npt.NDArray[Any]) -> npt.NDArray[np.bool_] | None
         raise ValueError(f"measured has shape {mask.shape}; accepted: {dose.shape}, as dose has")
     mask = mask.reshape(dose.shape)
     return None if mask.all() else mask
+
+
+def _uncertainty(values: Any, dose: npt.NDArray[Any]) -> npt.NDArray[Any] | None:
+    if values is None:
+        return None
+    array = np.asarray(values)
+    if array.dtype.kind not in "iuf":
+        raise TypeError(f"uncertainty has the data type {array.dtype}; accepted: real numbers")
+    if array.size != dose.size:
+        raise ValueError(
+            f"uncertainty has shape {array.shape}; accepted: {dose.shape}, as dose has"
+        )
+    if (array < 0).any():
+        raise ValueError("uncertainty holds a negative value; accepted: 0 and up, NaN")
+    return array.reshape(dose.shape)
 
 
 def _check_normal(normal: str | None, dose: npt.NDArray[Any], counts: int) -> None:

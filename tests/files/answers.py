@@ -99,7 +99,7 @@ def by_package(path):
     assert len(told) == len(caught) and all(w.startswith(prefix) for w in told), caught
     return Answer(
         grid.dose.shape[::-1], tuple(spacing), tuple(grid.origin), digest(grid.dose),
-        tuple(w[len(prefix) :] for w in told), "Gy", grid.plane_normal or "",
+        tuple(w[len(prefix) :] for w in told), grid.unit, grid.plane_normal or "",
     )
 
 

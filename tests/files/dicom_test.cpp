@@ -167,7 +167,7 @@ TEST(DicomDose, Geometry)
     EXPECT_EQ(outcome(Dose().set(0x3004000C, "DS", "3\\-1").file()), "6 7 8 9 10 11 0 1 2 3 4 5 ");
     EXPECT_EQ(outcome(Dose().set(0x00280103, 1).file()), good);
     const auto relative = read(Dose().set(0x30040002, "CS", "RELATIVE").file());
-    EXPECT_TRUE(relative && relative->isRelative);
+    EXPECT_TRUE(relative && relative->unit == files::DoseUnit::relative);
 }
 
 TEST(DicomDose, OneFrameIsAPlaneAsThickAsItTells)

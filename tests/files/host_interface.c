@@ -251,6 +251,23 @@ static void* read_often(void* path)
     return NULL;
 }
 
+static void read_a_simulation(void)
+{
+    static const char file[] = "2 1 1\n0 1 2\n0 1\n0 1\n0 3\n1 .25\n";
+    struct zarnGIHost_Dose* dose = NULL;
+    check(zarnGIHost_readDoseFromMemory(file, sizeof file - 1, NULL, NULL, &dose, NULL) ==
+              ZARNGI_HOST_OK,
+          "a simulated dose");
+    check(zarnGIHost_getUnit(dose) == ZARNGI_HOST_GRAY_PER_HISTORY, "its unit");
+    const float* const uncertainties = zarnGIHost_getUncertainties(dose);
+    check(uncertainties != NULL && isnan(uncertainties[0]) && uncertainties[1] == 0.75F,
+          "its uncertainties");
+    zarnGIHost_freeDose(dose);
+    check(zarnGIHost_getUnit(NULL) == ZARNGI_HOST_BAD_ARGUMENT &&
+              zarnGIHost_getUncertainties(NULL) == NULL,
+          "nothing of nothing");
+}
+
 static void read_by_several_threads(void)
 {
     const struct zarnGIHost_Volume written = volume();
@@ -280,6 +297,7 @@ int main(void)
     quote_or_not();
     read_planes_and_points();
     place_planes();
+    read_a_simulation();
     read_by_several_threads();
     check(rmdir(folder) == 0, "nothing left in the folder");
     return failures == 0 ? 0 : 1;

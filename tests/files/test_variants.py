@@ -11,19 +11,23 @@ import threading
 import pytest
 import zarngi
 
+import variants_3ddose
 import variants_dicom
 import variants_measurements
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
 import variants_structures
+import variants_topas
 from answers import (
     ENGINE, PROGRAM, Answer, by_package, by_page, by_program, differences, digest, limit_memory,
 )
 from variants import FOREIGN, VALUES, Grid
 from zarngi.io import _host
 
-TABLES = (variants_nrrd, variants_metaimage, variants_nifti, variants_dicom)
+TABLES = (
+    variants_nrrd, variants_metaimage, variants_nifti, variants_dicom, variants_3ddose, variants_topas,
+)  # fmt: skip
 ROWS = {f"{table.FORMAT}: {row.name}": row for table in TABLES for row in table.ROWS}
 TELLING_UNITS = {f"{variants_dicom.FORMAT}: {row.name}" for row in variants_dicom.ROWS}
 
@@ -127,6 +131,8 @@ PIPED = {
     "NIfTI": variants_nifti.nifti(),
     "NIfTI, packed": variants_nifti.gzip_member(variants_nifti.nifti()),
     "DICOM RT Dose": variants_dicom.dose(),
+    "EGSnrc 3ddose": variants_3ddose.threeddose(),
+    "TOPAS": variants_topas.text(),
     "larger than a pipe": variants_dicom.dose(stored=variants_dicom.LARGER.repeat(9, axis=1)),
 }
 

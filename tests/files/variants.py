@@ -64,7 +64,7 @@ class Grid:
         if below.size and not self.is_error:
             what = "value" if below.size == 1 else "values"
             doubts += (f"holds {grouped(below.size)} {what} below 0, which no dose is, "
-                       f"down to {below.min():.6g} Gy",)  # fmt: skip
+                       f"down to {below.min():.6g} {self.unit}",)  # fmt: skip
         return (*self.warnings, *doubts)
 
 

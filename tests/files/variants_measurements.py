@@ -191,9 +191,6 @@ NO_RASTER = ("has columns without names, which fill no raster like coordinates: 
              "y (mm), dose (Gy), or give a matrix its coordinates along its top and left edges")
 SCORER = ("is the text of a simulation's scorer, which tells no positions; let the simulation write its "
           "dose as DICOM RT Dose, MetaImage or NRRD")
-TOPAS = ("# TOPAS Version: 3.9\n# Parameter File: made.txt\n# Results for scorer: Dose\n"
-         "# Scored in component: Phantom\n# X in 4 bins of 0.5 cm\n# Y in 3 bins of 0.25 cm\n"
-         "# Z in 1 bin  of 0.4 cm\n# DoseToMedium ( Gy ) : Sum   ")
 COUNTS = [(x, y) for y in range(3) for x in range(4)]
 
 
@@ -307,11 +304,6 @@ def evidence_rows():
 
 def scorer_rows():
     numbers = columns(None, ", ", places=[(x, y, 0) for x, y in COUNTS])
-    yield Row("scorer", f"{TOPAS}\n".encode() + numbers, SCORER)
-    yield Row("scorer, units given", f"{TOPAS}\n".encode() + numbers, SCORER, ("Gy", "mm"))
-    yield Row("scorer of several statistics",
-              f"{TOPAS}Mean\n".encode() + numbers.replace(b"\n", b", 0.5\n"), SCORER)
-    yield Row("scorer without bins", b"# TOPAS Version: 3.9\n# SurfaceTrackCount : Mean\n0.1\n", SCORER)
     yield Row("scorer of another simulation",
               b"# mesh name: box\n# primitive scorer name: dose\n# iX, iY, iZ, total(value) [Gy]\n"
               + numbers, SCORER)

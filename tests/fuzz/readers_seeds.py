@@ -136,6 +136,22 @@ def write_tables(folder):
     (folder / "points.csv").write_bytes(b"# x y z dose [mm, cGy]\n1 2 3 100\n-4.5 6e1 7 90\n")
 
 
+def write_simulations(folder):
+    """Simulated doses; the fuzzer's own file of 600 bytes is that of the binary one, as any other."""
+    (folder / "dose.3ddose").write_bytes(b"2 2 2\n0 1 2\n0 .5 1.0\n-1 0 1\n4*0 1e-3 2 3 4\n4*.9999999 4*.5\n")
+    (folder / "packed.3ddose").write_bytes(
+        gzip.compress((folder / "dose.3ddose").read_bytes(), mtime=0))
+    head = (b"# TOPAS Version: 3.9\n# X in 5 bins of 0.5 cm\n# Y in 1 bin  of 2 cm\n"
+            b"# Z in 5 bins of 4 mm\n# DoseToMedium ( Gy ) : ")
+    statistics = b"Sum   Histories_with_Scorer_Active   Standard_Deviation\n"
+    rows = b"".join(b"%d, 0, %d, 1e-%d, 100, 2e-9\n" % (i % 5, i // 5, i) for i in range(25))
+    (folder / "dose.csv").write_bytes(head + statistics + rows)
+    (folder / "sparse.csv").write_bytes(
+        head + b"Mean\n# Showing only rows that have sum > 0\n"
+        b"# Using single index calculated as X * NY * NZ + Y * NZ + Z\n3, 2.5\n7, -1\n")
+    (folder / "dose.binheader").write_bytes(head + statistics + b"# Binary file: dose.bin\n")
+
+
 def write_planes(folder, dose):
     plane = doses.Dose(dose.values[:1], dose.spacing, dose.origin)
     doses.write_dicom(folder / "plane.dcm", plane, DicomStyle(elements={"SOPInstanceUID": "1.2.3"}))
@@ -195,6 +211,7 @@ def main():
                   write_planes):
         write(folder, dose)
     write_tables(folder)
+    write_simulations(folder)
 
 
 if __name__ == "__main__":

@@ -70,8 +70,7 @@ public:
 
     files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
     {
-        return withPaths(
-            files::readDose(contents_.view(), path_, finder(), scriptHost(units)));
+        return withPaths(files::readDose(contents_.view(), path_, finder(), scriptHost(units)));
     }
 
     files::Result<files::StructureSet> structures()
@@ -113,7 +112,7 @@ Json facts(const files::DoseImage& dose)
     Json json = {{"dataPath", dose.dataPath},
                  {"format", dose.format},
                  {"grid", zarngi::gridJson(dose, zarngi::extremesOf(dose))},
-                 {"doseUnit", dose.isRelative ? "relative" : "Gy"},
+                 {"doseUnit", files::unitName(dose.unit)},
                  {"measurement", zarngi::measurementJson(dose)},
                  {"warnings", dose.warnings}};
     if (dose.dicom) {

@@ -122,8 +122,7 @@ void checkIsDose(const DicomFile& file)
     }
 }
 
-/** Whether the doses are relative. */
-bool unitsAreRelative(const DicomValues& values)
+DoseUnit unitOf(const DicomValues& values)
 {
     const std::string units = values.text(tags::doseUnits);
     if (units != "GY" && units != "RELATIVE") {
@@ -131,7 +130,7 @@ bool unitsAreRelative(const DicomValues& values)
                    ? "has no Dose Units"
                    : "has Dose Units of \"" + excerpt(units) + "\" (accepted: GY, RELATIVE)");
     }
-    return units == "RELATIVE";
+    return units == "RELATIVE" ? DoseUnit::relative : DoseUnit::gray;
 }
 
 double scalingOf(const DicomValues& values)
@@ -151,7 +150,7 @@ DoseImage readDicomDose(const DicomFile& file, const Host& host)
     checkIsDose(file);
     DoseImage dose;
     dose.format = formatName(FileFormat::dicom);
-    dose.isRelative = unitsAreRelative(values);
+    dose.unit = unitOf(values);
     DicomTexts texts(values);
     dose.dicom = dicomIdentity(values, texts);
     dose.warnings = texts.warnings();

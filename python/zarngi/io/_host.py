@@ -19,6 +19,7 @@ import numpy as np
 import numpy.typing as npt
 
 from .. import _library
+from .._grid import DoseUnit
 from ._errors import FormatError
 
 #: The soname, which changes with the layout and the meaning of what is declared here.
@@ -33,6 +34,9 @@ _NO_MEMORY = -3
 # enum zarnGIHost_Fact
 _IS_RELATIVE = 0
 _IS_ERROR = 5
+
+#: enum zarnGIHost_Unit, by its numbers, as `DoseGrid.unit` has it; relative doses count as Gy.
+_UNITS: tuple[DoseUnit, ...] = ("Gy", "Gy", "Gy/history", "Gy/run")
 
 # enum zarnGIHost_Text
 _DATA_PATH = 1
@@ -112,6 +116,8 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
     "freeDose": (None, [_DOSE]),
     "getGrid": (ctypes.c_int, [_DOSE, ctypes.POINTER(ctypes.c_int), _TRIPLE_P, _TRIPLE_P]),
     "getDoses": (ctypes.c_void_p, [_DOSE]),
+    "getUnit": (ctypes.c_int, [_DOSE]),
+    "getUncertainties": (ctypes.c_void_p, [_DOSE]),
     "getFact": (ctypes.c_int, [_DOSE, ctypes.c_int]),
     "getText": (ctypes.c_char_p, [_DOSE, ctypes.c_int]),
     "getWarning": (ctypes.c_char_p, [_DOSE, ctypes.c_size_t]),
@@ -139,6 +145,14 @@ def declare(prototypes: dict[str, tuple[Any, list[Any]]]) -> SimpleNamespace:
 
 
 declare(_PROTOTYPES)
+
+
+class _Uncertainty:
+    """Values beside those of a dose, which lives as long as an array looks at them."""
+
+    def __init__(self, dose: Dose, address: int) -> None:
+        self._dose = dose
+        self.__array_interface__ = {**dose.__array_interface__, "data": (address, False)}
 
 
 class Dose:
@@ -176,6 +190,17 @@ class Dose:
     def is_relative(self) -> bool:
         """Whether the doses are relative to a value that the file does not tell."""
         return bool(_host.zarnGIHost_getFact(self._handle, _IS_RELATIVE))
+
+    @property
+    def unit(self) -> DoseUnit:
+        """What the doses are in."""
+        return _UNITS[_host.zarnGIHost_getUnit(self._handle)]
+
+    @property
+    def uncertainty(self) -> npt.NDArray[np.float32] | None:
+        """Standard uncertainties of the doses, in the library's memory, where the file tells any."""
+        address = _host.zarnGIHost_getUncertainties(self._handle)
+        return None if address is None else np.asarray(_Uncertainty(self, address))
 
     @property
     def is_error(self) -> bool:

@@ -89,7 +89,14 @@ def distribution(dose: _host.Dose) -> DoseGrid | DosePoints:
         axes, values = 2, values[0]
         measured = None if measured is None else measured[0]
     return DoseGrid(
-        values, dose.spacing[:axes], dose.origin[:axes], dose.frame_of_reference, measured, normal
+        values,
+        dose.spacing[:axes],
+        dose.origin[:axes],
+        dose.frame_of_reference,
+        measured,
+        normal,
+        dose.unit,
+        dose.uncertainty,
     )
 
 

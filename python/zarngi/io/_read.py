@@ -32,7 +32,8 @@ def read(
     """Read doses from a file.
 
     The contents, not the name, tell the format: DICOM RT Dose, NIfTI (.nii, .nii.gz, .hdr with
-    .img), MetaImage (.mha, .mhd) or NRRD (.nrrd, .nhdr); measured planes and points: texts of
+    .img), MetaImage (.mha, .mhd) or NRRD (.nrrd, .nhdr); simulated doses: EGSnrc's .3ddose, packed
+    by gzip or not, and scorers of TOPAS (text, or the .binheader of binary values); measured planes and points: texts of
     detector arrays, extracted planes, tables, DICOM RT Image.
 
     Parameters
@@ -53,7 +54,8 @@ def read(
     -------
     DoseGrid or DosePoints
         float32, in the patient's axes whatever the orientation in the file: x to the left, y to the
-        back, z to the head (mm). Doses are scaled to Gy. A measured plane has two dimensions, x to
+        back, z to the head (mm). Doses are scaled to Gy, but for those of
+        simulations, whose `unit` and `uncertainty` say more. A measured plane has two dimensions, x to
         the right and y up; its `measured` tells where there are detectors. Points on no raster are
         `DosePoints`.
 

@@ -1,0 +1,42 @@
+/**
+ * @file doseUnit.h
+ * What doses are told in.
+ */
+#ifndef ZARNGI_FILES_DOSEUNIT_H
+#define ZARNGI_FILES_DOSEUNIT_H
+
+namespace files
+{
+
+enum class DoseUnit {
+    gray,
+    relative,       ///< to a value that the file does not tell
+    grayPerHistory, ///< of a simulation: a factor, the number of histories, makes Gy of it
+    grayOfRun       ///< of all histories that were simulated: a factor makes it that of a treatment
+};
+
+/** As documents have it: "Gy", "relative". */
+constexpr const char* unitName(DoseUnit unit)
+{
+    switch (unit) {
+    case DoseUnit::relative:
+        return "relative";
+    case DoseUnit::grayPerHistory:
+        return "Gy/history";
+    case DoseUnit::grayOfRun:
+        return "Gy/run";
+    case DoseUnit::gray:
+        break;
+    }
+    return "Gy";
+}
+
+/** Whether a simulation counts in it, so that only a factor makes doses of a treatment of it. */
+constexpr bool isSimulated(DoseUnit unit)
+{
+    return unit == DoseUnit::grayPerHistory || unit == DoseUnit::grayOfRun;
+}
+
+} // namespace files
+
+#endif
