@@ -64,8 +64,7 @@ void printDoses(const DoseImage& dose)
 {
     const DoseExtremes extremes = extremesOf(dose);
     const std::string unit = dose.isRelative ? " (relative)" : " Gy";
-    const bool tellsUnit = dose.dicom || dose.format == "table" ||
-                           dose.format == "extracted plane" || dose.format == "detector array";
+    const bool tellsUnit = dose.dicom || dose.measurement;
     print("units", dose.isRelative ? "relative"
                    : tellsUnit     ? "Gy"
                                    : "Gy (assumed: the format does not tell)");
