@@ -13,8 +13,9 @@ namespace files
 
 /**
  * A detector array, cylinder or plane: the section "Dose Counts", in cGy, of the sections that each
- * begin with a head and end with the lines of their columns. 0 means that there is no detector.
- * Flags of detectors exclude none, as their meaning is not documented.
+ * begin with a head and end with the lines of their columns. Bit 0 of the section "Data Flags"
+ * names detectors, some of which may read 0; other bits exclude none. Where the file tells
+ * corrected counts and the dose of one, the doses must be their products.
  * @throws Refusal
  */
 DoseImage readDetectorArray(ByteView file);

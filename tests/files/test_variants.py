@@ -74,7 +74,7 @@ def test_variant_in_the_page(tmp_path, name):
 
 #: What sentences have in quotes in words of their own.
 OWN_WORDS = {
-    "=", "Dose Counts", "Dose Units", "binarydata", "binarydatabyteordermsb", "byte skip",
+    "=", "Data Flags", "Dose Counts", "Dose Units", "binarydata", "binarydatabyteordermsb", "byte skip",
     "compresseddata", "data file", "dimension", "dimsize", "elementtype", "encoding", "endian", "ndims",
     "offset", "sizes", "transformmatrix", "type",
 }  # fmt: skip
