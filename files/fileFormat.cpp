@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "files/error.h"
+#include "files/measurements/identifiedPlane.h"
 #include "files/measurements/identifiedTable.h"
 #include "files/packed.h"
 #include "files/text.h"
@@ -68,6 +69,8 @@ std::string formatName(FileFormat format)
         return "NIfTI";
     case FileFormat::detectorArray:
         return "detector array";
+    case FileFormat::ptwArray:
+        return "PTW array";
     case FileFormat::extractedPlane:
         return "extracted plane";
     case FileFormat::table:
@@ -80,8 +83,7 @@ std::string formatName(FileFormat format)
 
 bool isTable(FileFormat format)
 {
-    return format == FileFormat::detectorArray || format == FileFormat::extractedPlane ||
-           format == FileFormat::table;
+    return format >= FileFormat::detectorArray;
 }
 
 std::optional<FileFormat> identifiedFormat(ByteView beginning)
@@ -98,6 +100,9 @@ std::optional<FileFormat> identifiedFormat(ByteView beginning)
     }
     if (startsLikeMetaImage(text)) {
         return FileFormat::metaImage;
+    }
+    if (const std::optional<FileFormat> plane = identifiedPlane(text)) {
+        return plane;
     }
     return identifiedTable(text);
 }

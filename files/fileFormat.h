@@ -14,9 +14,18 @@
 namespace files
 {
 
-enum class FileFormat { nrrd, metaImage, nifti, dicom, detectorArray, extractedPlane, table };
+enum class FileFormat {
+    nrrd,
+    metaImage,
+    nifti,
+    dicom,
+    detectorArray, ///< this and what follows are tables, see isTable()
+    ptwArray,
+    extractedPlane,
+    table,
+};
 
-/** Whether it is a text of measured or planned doses, of which the last three are. */
+/** Whether it is of measured or planned doses in a plane or at points, mostly a text. */
 bool isTable(FileFormat format);
 
 /** As it is named to users: "NRRD", "detector array" and so on. */

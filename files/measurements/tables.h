@@ -20,6 +20,13 @@ namespace files
  */
 DoseImage readDetectorArray(ByteView file);
 
+/**
+ * Scans in Gy along the rows, columns and diagonals of a PTW array ("CC-Export"): chambers by their
+ * numbers, each told once or several times alike. Refuses scans of a water tank by name.
+ * @throws Refusal
+ */
+DoseImage readPtwArray(ByteView file);
+
 /** A plane that was extracted from a plan: head lines "*Key:", a matrix behind "*Y\X". @throws
  * Refusal */
 DoseImage readExtractedPlane(ByteView file);

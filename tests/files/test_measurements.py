@@ -12,9 +12,12 @@ import pytest
 import zarngi
 
 from answers import PROGRAM, digest
-from variants_measurements import PLANE, ROWS, THIN, Plane, Points, dicom_image, matrix
+import variants_measurements
+import variants_planes
+from variants_measurements import PLANE, THIN, Plane, Points, dicom_image, matrix
 
 CUT = "does not end with the end of a line; it may be cut short"
+ROWS = [*variants_measurements.ROWS, *variants_planes.ROWS]
 ROWS_BY_NAME = {row.name: row for row in ROWS}
 
 

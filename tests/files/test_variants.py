@@ -16,6 +16,7 @@ import variants_measurements
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
+import variants_planes
 import variants_structures
 from answers import (
     ENGINE, PROGRAM, Answer, by_package, by_page, by_program, differences, digest, limit_memory,
@@ -83,7 +84,8 @@ OWN_WORDS = {
 def test_nothing_is_quoted_where_that_is_not_wanted(tmp_path):
     """Any text of a file may be a patient's name: of a message only its own words are left."""
     rows = [(zarngi.read, row.files, row.expected) for row in ROWS.values()]
-    rows += [(zarngi.read, {"dose": row.contents}, row.expected) for row in variants_measurements.ROWS]
+    rows += [(zarngi.read, {"dose": row.contents}, row.expected)
+             for row in (*variants_measurements.ROWS, *variants_planes.ROWS)]
     rows += [(zarngi.read_structures, {row.file: row.contents}, row.expected)
              for row in variants_structures.ROWS]  # fmt: skip
     left_out = 0

@@ -1,0 +1,42 @@
+#include "files/measurements/identifiedPlane.h"
+
+#include <array>
+
+#include "files/formats/textHeader.h"
+#include "files/measurements/tableText.h"
+#include "files/text.h"
+
+namespace files
+{
+
+namespace
+{
+
+struct Mark {
+    std::string_view start; ///< of a line, without blanks before it, in lower case
+    FileFormat format;
+};
+
+constexpr std::array<Mark, 3> marks{{
+    {"begin_scan", FileFormat::ptwArray},
+    {"format=cc-export", FileFormat::ptwArray},
+    {"file_creation_date=", FileFormat::ptwArray},
+}};
+
+} // namespace
+
+std::optional<FileFormat> identifiedPlane(std::string_view beginning)
+{
+    Lines lines({reinterpret_cast<const unsigned char*>(beginning.data()), beginning.size()});
+    while (const auto line = lines.next()) {
+        const std::string text = lowerCase(stripped(*line));
+        for (const Mark& mark : marks) {
+            if (text.starts_with(mark.start)) {
+                return mark.format;
+            }
+        }
+    }
+    return {};
+}
+
+} // namespace files

@@ -1,0 +1,43 @@
+#include <utility>
+
+#include "files/measurements/tables.h"
+
+namespace files
+{
+
+namespace
+{
+
+DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)
+{
+    switch (format) {
+    case FileFormat::detectorArray:
+        return readDetectorArray(file);
+    case FileFormat::extractedPlane:
+        return readExtractedPlane(file);
+    case FileFormat::ptwArray:
+        return readPtwArray(file);
+    default:
+        return readPlainTable(file, units);
+    }
+}
+
+/** Whether a text has an end of its own, so that a missing end of its last line tells nothing. */
+bool endsInWords(FileFormat format)
+{
+    return format == FileFormat::detectorArray || format == FileFormat::ptwArray;
+}
+
+} // namespace
+
+DoseImage readTable(FileFormat format, ByteView file, const TableUnits& units)
+{
+    DoseImage dose = readAny(format, file, units);
+    dose.format = formatName(format);
+    if (!endsInWords(format) && !file.empty() && file.back() != '\n') {
+        dose.warnings.emplace_back("does not end with the end of a line; it may be cut short");
+    }
+    return dose;
+}
+
+} // namespace files
