@@ -71,6 +71,9 @@ std::string formatName(FileFormat format)
         return "detector array";
     case FileFormat::ptwArray:
         return "PTW array";
+    case FileFormat::ibaPlane:
+    case FileFormat::binaryIbaPlane:
+        return "IBA plane";
     case FileFormat::extractedPlane:
         return "extracted plane";
     case FileFormat::table:

@@ -21,8 +21,10 @@ enum class FileFormat {
     dicom,
     detectorArray, ///< this and what follows are tables, see isTable()
     ptwArray,
+    ibaPlane,
     extractedPlane,
     table,
+    binaryIbaPlane,
 };
 
 /** Whether it is of measured or planned doses in a plane or at points, mostly a text. */

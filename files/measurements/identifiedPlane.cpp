@@ -17,10 +17,14 @@ struct Mark {
     FileFormat format;
 };
 
-constexpr std::array<Mark, 3> marks{{
+constexpr std::array<Mark, 7> marks{{
     {"begin_scan", FileFormat::ptwArray},
     {"format=cc-export", FileFormat::ptwArray},
     {"file_creation_date=", FileFormat::ptwArray},
+    {"<opimrtascii>", FileFormat::ibaPlane},
+    {"<asciiheader", FileFormat::ibaPlane},
+    {"opdfile", FileFormat::binaryIbaPlane},
+    {"<opdfile", FileFormat::binaryIbaPlane},
 }};
 
 } // namespace

@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "files/error.h"
 #include "files/measurements/tables.h"
 
 namespace files
@@ -7,6 +8,12 @@ namespace files
 
 namespace
 {
+
+/** Refuses what is known by name, but does not tell enough. */
+[[noreturn]] void refuseKnown()
+{
+    refuse("is an IBA plane in binary form (.opd); export it as text (.opg)");
+}
 
 DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)
 {
@@ -17,6 +24,10 @@ DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)
         return readExtractedPlane(file);
     case FileFormat::ptwArray:
         return readPtwArray(file);
+    case FileFormat::ibaPlane:
+        return readIbaPlane(file, units);
+    case FileFormat::binaryIbaPlane:
+        refuseKnown();
     default:
         return readPlainTable(file, units);
     }
@@ -25,7 +36,8 @@ DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)
 /** Whether a text has an end of its own, so that a missing end of its last line tells nothing. */
 bool endsInWords(FileFormat format)
 {
-    return format == FileFormat::detectorArray || format == FileFormat::ptwArray;
+    return format == FileFormat::detectorArray || format == FileFormat::ptwArray ||
+           format == FileFormat::ibaPlane;
 }
 
 } // namespace

@@ -27,6 +27,14 @@ DoseImage readDetectorArray(ByteView file);
  */
 DoseImage readPtwArray(ByteView file);
 
+/**
+ * A plane of the IBA form in text: a dose is number * Data Factor * Data Unit. Coordinates may be
+ * rounded. Zeros of a StarTrack and the corners of a MatriXX are no detectors. Refuses by name
+ * counts, relative doses, several planes and other planes than XY.
+ * @throws Refusal
+ */
+DoseImage readIbaPlane(ByteView file, const TableUnits& units);
+
 /** A plane that was extracted from a plan: head lines "*Key:", a matrix behind "*Y\X". @throws
  * Refusal */
 DoseImage readExtractedPlane(ByteView file);

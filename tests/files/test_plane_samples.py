@@ -39,6 +39,13 @@ FIGURES = {
         "PTW array", None, None, None, 527, 0.01546, 1.042, 332.457716,
         {(0, 0): 1.0014, (-130, -130): 0.01546, (60, -100): 0.5523, (-30, 50): 1.0387,
          (85.84, -85.84): 1.0037}),
+    "synthetic/matrixx_cm.opg": (
+        "IBA plane", (12, 10), (83.8 / 11, 7.62), (-41.9, -34.29), 120, 0.16, 1.6176, 106.656,
+        {(-41.9, -34.29): 0.16, (41.9, -34.29): 0.1776, (-41.9, 34.29): 1.6, (3.81, -3.81): 0.8096,
+         (41.9, 34.29): 1.6176}),
+    "synthetic/gaps.opg": (
+        "IBA plane", (9, 9), (5, 5), (-20, -20), 33, 1, 1.088, 34.452,
+        {(0, 0): 1.044, (-20, -20): 1, (20, -20): 1.008, (-20, 20): 1.08, (0, 15): 1.074}),
     "synthetic/mapcheck_zero.txt": (
         "detector array", (5, 5), (5, 5), (-10, -10), 13, 0, 0.504, 3.624,
         {(-10, 10): 0.1, (10, 10): 0.104, (-10, -10): 0.5, (-5, 5): 0.201, (10, -10): 0.504,
@@ -48,6 +55,11 @@ FIGURES = {
 REFUSED = {
     "ptw/10x10xy.mcc": "is a PTW scan in a water tank, in A.U.; ",
     "ptw/06MV_05x05.mcc": "is a PTW scan in a water tank, in cGy/MU; ",
+    "synthetic/counts.opg": "is an IBA plane of counts; ",
+    "synthetic/relative.opg": "is an IBA plane of doses relative to one that it does not tell; ",
+    "synthetic/two_bodies.opg": "is an IBA file of 2 planes; ",
+    "synthetic/plane_xz.opg": "is an IBA file of the plane XZ; ",
+    "synthetic/comma.opg": "is an IBA plane that tells no Data Unit: ",
     "synthetic/mapcheck_no_calibration.txt": "is a detector array that is not calibrated to dose ",
 }
 
@@ -104,6 +116,12 @@ def test_refusals(name):
     assert run.stderr.startswith(f"zarngi: {SAMPLES / name}: {REFUSED[name]}")
     with pytest.raises(zarngi.FormatError, match=re.escape(REFUSED[name])):
         zarngi.read(SAMPLES / name)
+
+
+def test_a_unit_that_is_given():
+    """Where the file tells neither unit nor factor, the unit given is that of its numbers."""
+    dose = zarngi.read(SAMPLES / "synthetic/comma.opg", dose_unit="cGy")
+    np.testing.assert_array_equal(dose.dose, np.float32([[0.01, 0.02, 0.03], [0.04, 0.05, 0.06]]))
 
 
 def test_flags_name_the_detectors_of_the_cylinder():

@@ -2,7 +2,7 @@
 
 import numpy as np
 
-from variants_measurements import HOLED, HOLES, PLANE, Plane, Points, Row, X, Y, number
+from variants_measurements import HOLED, HOLES, PLANE, WITH_HOLES, Plane, Points, Row, X, Y, number
 
 #: A small array of a name that no maker has.
 UNKNOWN = (
@@ -198,4 +198,120 @@ def ptw_damage(row):
               'its header gives "detector" twice')
 
 
-ROWS = [*ptw_rows()]
+def opg(values=PLANE, x=X, y=Y, scale=100, separator="\t", told="[TAB]", digits=1, length="mm",
+        bodies=1, device="MatriXX", zeros=False, keys=None, **format_of):
+    """A plane in text; the numbers are the doses times `scale`."""
+    head = {
+        "File Version": "4", "Separator": told, "Radiation Type": "", "Data Type": "Abs. Dose",
+        "Data Factor": "1.000", "Data Unit": "cGy", "Length Unit": length, "Plane": "XY",
+        "No. of Columns": len(x), "No. of Rows": len(y), "Number of Bodies": bodies, **(keys or {}),
+    }  # fmt: skip
+    lines = ["<opimrtascii>", "", "<asciiheader>"]
+    lines += [f"{key}:    {value}" for key, value in head.items() if value is not None]
+    lines += ["Operators Note: made", "of two lines", "</asciiheader>", ""]
+    if device is not None:
+        lines += ["<asciiheaderext>", f"Device Type:   {device}", "Device Rotation:  0",
+                  "</asciiheaderext>", ""]  # fmt: skip
+    for _ in range(bodies):
+        lines += ["<asciibody>", f"Plane Position:     0.0 {length}", ""]
+        lines.append(separator.join([f"X[{length}]   ", *(f" {at:.{digits}f} " for at in x), ""]))
+        lines.append(f"Y[{length}]")
+        lines += [separator.join([f" {at:.{digits}f} ", *(f" {number(dose * scale)} " for dose in row), ""])
+                  for at, row in zip(y, values.astype(float))]
+        lines += ["</asciibody>", ""]
+    return "\r\n".join([*lines, "</opimrtascii>", ""]).encode()
+
+
+LATTICE = (np.random.default_rng(4).integers(1, 60 * 64, (32, 32)) / 64).astype(np.float32)
+CORNERS = np.ones((32, 32), bool)
+CORNERS[::31, ::31] = False
+STEPS = tuple(7.619 * (i - 15.5) for i in range(32))
+
+
+def iba_rows():
+    yield Row("IBA plane", opg(), Plane())
+    yield Row("IBA plane in Gy", opg(scale=1, keys={"Data Unit": "Gy"}), Plane())
+    yield Row("IBA plane in uGy", opg(scale=1e6, keys={"Data Unit": "uGy"}), Plane())
+    yield Row("IBA plane in mGy with a factor",
+              opg(scale=400, keys={"Data Unit": "mGy", "Data Factor": "2.500"}), Plane())
+    yield Row("IBA plane, rows that fall", opg(y=Y[::-1], values=PLANE[::-1]), Plane())
+    yield Row("IBA plane with semicolons", opg(separator=";", told='";"'), Plane())
+    start, body = opg().split(b"<asciibody>")
+    yield Row("IBA plane with decimal commas", start + b"<asciibody>" + body.replace(b".", b","),
+              Plane())
+    yield Row("IBA plane without device", opg(HOLED, device=None), Plane(HOLED))
+    yield Row("IBA plane, a MatriXX reads 0", opg(HOLED, device="MatriXX Evolution"), Plane(HOLED))
+    yield Row("IBA plane of a star", opg(HOLED, device="StarTrack"), WITH_HOLES)
+    yield Row("IBA plane of an unknown device", opg(HOLED, device="Other"),
+              Plane(HOLED, warnings=('is measured by a device "Other", of which it is not known which '
+                                     "places have no detector; all count",)))
+    end = 11.809 * 10  # 118.0945 mm, to 0.001 cm
+    spread = Plane(np.where(CORNERS, LATTICE, np.float32(0)), (2 * end / 31,) * 2, (-end, -end),
+                   CORNERS)
+    yield Row("IBA plane, corners without chambers, rounded in cm",
+              opg(LATTICE, [at / 10 for at in STEPS], [at / 10 for at in STEPS], digits=3, length="cm"),
+              spread)
+    yield Row("IBA plane, the unit given", opg(keys={"Data Unit": None, "Data Factor": None}),
+              Plane(), ("cGy", None))
+    yield Row("IBA plane, its unit beats a given one", opg(), Plane(), ("Gy", None))
+    yield from iba_refusals()
+
+
+def iba_refusals():
+    def row(name, contents, sentence, *units):
+        return Row(f"IBA {name}", contents, sentence, *units)
+
+    relative = ("is an IBA plane of doses relative to one that it does not tell; export absolute "
+                "doses")
+    counts = "is an IBA plane of counts; calibrate it to dose and export absolute doses"
+    for name, keys, sentence in (
+        ("counts", {"Data Unit": "cnt"}, counts),
+        ("counts by their type", {"Data Type": "Counts"}, counts),
+        ("relative doses", {"Data Unit": "1/10 %"}, relative),
+        ("relative doses by their type", {"Data Type": "Rel. Dose"}, relative),
+        ("unknown unit", {"Data Unit": "OD"},
+         'has a Data Unit of "OD" (accepted: Gy, cGy, mGy, uGy)'),
+        ("no unit", {"Data Unit": None},
+         "is an IBA plane that tells no Data Unit: it must be Gy, cGy, mGy or uGy, or the unit of "
+         "dose be given"),
+        ("no factor", {"Data Factor": None}, "tells no Data Factor"),
+        ("factor of 0", {"Data Factor": "0.0"}, "has a Data Factor of 0"),
+        ("factor that is no number", {"Data Factor": "x"},
+         'tells a Data Factor of "x", which is no number'),
+        ("other plane", {"Plane": "XZ"}, "is an IBA file of the plane XZ; export its plane XY"),
+        ("other number of bodies", {"Number of Bodies": 2}, "tells 2 planes, but holds 1"),
+        ("no sensible number of bodies", {"Number of Bodies": 1.5},
+         "tells a Number of Bodies of 1.5, which is no sensible count"),
+        ("other columns", {"No. of Columns": 5}, "has 4 columns and 3 rows, but tells others"),
+        ("other rows", {"No. of Rows": 2}, "has 4 columns and 3 rows, but tells others"),
+        ("no rows", {"No. of Rows": None}, "tells no No. of Rows"),
+        ("other separator", {"Separator": "|"},
+         'has a Separator of "|" (accepted: [TAB], comma, semicolon)'),
+        ("other length", {"Length Unit": "inch"},
+         'has a Length Unit of "inch" (accepted: mm, cm)'),
+        ("two lengths", {"Length Unit": "cm"},
+         "has a plane without its lines X and Y, in the unit of length that its head tells"),
+    ):  # fmt: skip
+        yield row(name, opg(keys=keys), sentence)
+    yield row("two bodies", opg(bodies=2), "is an IBA file of 2 planes; export one alone")
+    yield row("rotated device", opg().replace(b"Rotation:  0", b"Rotation:  90"),
+              "is measured by a rotated device (Device Rotation 90); export it without rotation")
+    yield row("uneven columns", opg(x=(-15, -10.4, -5, 0)),
+              "has columns that are not evenly spaced (-10.4 mm)")
+    whole = opg()
+    short = "is cut short or damaged: a section does not end, or </opimrtascii> is missing"
+    for end in (-4, -24, -60):
+        yield row(f"plane, cut by {-end}", whole[:end], short)
+    yield row("plane, going on", whole + b"more", f"goes on behind </opimrtascii> (line "
+              f"{len(whole.splitlines()) + 1})")
+    yield row("plane, a section of another name", whole.replace(b"asciibody", b"asciibodi"),
+              'has "<asciibodi>" where a section should begin (line 24)')
+    yield row("plane without its beginning", whole.split(b"\r\n", 1)[1],
+              "does not begin with <opimrtascii>")
+    yield row("plane, damaged head", whole.replace(b"Plane:", b"Plane "),
+              'has "Plane     XY" in the place of a key and what it tells (line 11)')
+    yield row("plane in binary form", b"opdfile\0\0\1" + bytes(200),
+              "is an IBA plane in binary form (.opd); export it as text (.opg)")
+
+
+ROWS = [*ptw_rows(), *iba_rows()]
