@@ -74,8 +74,14 @@ std::string formatName(FileFormat format)
     case FileFormat::ibaPlane:
     case FileFormat::binaryIbaPlane:
         return "IBA plane";
+    case FileFormat::qaPlane:
+        return "XiO or Monaco plane";
     case FileFormat::extractedPlane:
         return "extracted plane";
+    case FileFormat::iplanPlane:
+        return "iPlan plane";
+    case FileFormat::exchangedImage:
+        return "dosimetry exchange image";
     case FileFormat::table:
         return "table";
     case FileFormat::dicom:

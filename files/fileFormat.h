@@ -22,8 +22,11 @@ enum class FileFormat {
     detectorArray, ///< this and what follows are tables, see isTable()
     ptwArray,
     ibaPlane,
+    qaPlane, ///< of the planning systems XiO and Monaco
     extractedPlane,
     table,
+    iplanPlane,     ///< this and what follows is refused by name
+    exchangedImage, ///< of the Generic Dosimetry Exchange Format
     binaryIbaPlane,
 };
 

@@ -17,7 +17,7 @@ struct Mark {
     FileFormat format;
 };
 
-constexpr std::array<Mark, 7> marks{{
+constexpr std::array<Mark, 20> marks{{
     {"begin_scan", FileFormat::ptwArray},
     {"format=cc-export", FileFormat::ptwArray},
     {"file_creation_date=", FileFormat::ptwArray},
@@ -25,6 +25,19 @@ constexpr std::array<Mark, 7> marks{{
     {"<asciiheader", FileFormat::ibaPlane},
     {"opdfile", FileFormat::binaryIbaPlane},
     {"<opdfile", FileFormat::binaryIbaPlane},
+    {"0001108e", FileFormat::qaPlane},
+    {"planedesc,", FileFormat::qaPlane},
+    {"outputwidlenqaplane,", FileFormat::qaPlane},
+    {"doseptsxy,", FileFormat::qaPlane},
+    {"doseresmm,", FileFormat::qaPlane},
+    {"brainlab dose export", FileFormat::iplanPlane},
+    {"ap \\ lr", FileFormat::iplanPlane},
+    {"fh \\ lr", FileFormat::iplanPlane},
+    {"ap \\ fh", FileFormat::iplanPlane},
+    {"fh \\ ap", FileFormat::iplanPlane},
+    {"fileformat=generic dosimetry exchange", FileFormat::exchangedImage},
+    {"[interpretation]", FileFormat::exchangedImage},
+    {"separator1=", FileFormat::exchangedImage},
 }};
 
 } // namespace

@@ -10,8 +10,16 @@ namespace
 {
 
 /** Refuses what is known by name, but does not tell enough. */
-[[noreturn]] void refuseKnown()
+[[noreturn]] void refuseKnown(FileFormat format)
 {
+    if (format == FileFormat::iplanPlane) {
+        refuse("is a plane by BrainLAB iPlan, which does not tell which way its axes point; export "
+               "the dose as DICOM RT Dose");
+    }
+    if (format == FileFormat::exchangedImage) {
+        refuse("is of the Generic Dosimetry Exchange Format, which does not tell where its image "
+               "lies and which way it points; export a DICOM RT Image in Gy or cGy");
+    }
     refuse("is an IBA plane in binary form (.opd); export it as text (.opg)");
 }
 
@@ -26,8 +34,12 @@ DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)
         return readPtwArray(file);
     case FileFormat::ibaPlane:
         return readIbaPlane(file, units);
+    case FileFormat::qaPlane:
+        return readQaPlane(file);
+    case FileFormat::iplanPlane:
+    case FileFormat::exchangedImage:
     case FileFormat::binaryIbaPlane:
-        refuseKnown();
+        refuseKnown(format);
     default:
         return readPlainTable(file, units);
     }

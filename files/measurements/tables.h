@@ -35,6 +35,9 @@ DoseImage readPtwArray(ByteView file);
  */
 DoseImage readIbaPlane(ByteView file, const TableUnits& units);
 
+/** A plane of absolute doses by XiO or Monaco: a head of named lines, then rows. @throws Refusal */
+DoseImage readQaPlane(ByteView file);
+
 /** A plane that was extracted from a plan: head lines "*Key:", a matrix behind "*Y\X". @throws
  * Refusal */
 DoseImage readExtractedPlane(ByteView file);

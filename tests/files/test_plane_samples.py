@@ -46,6 +46,12 @@ FIGURES = {
     "synthetic/gaps.opg": (
         "IBA plane", (9, 9), (5, 5), (-20, -20), 33, 1, 1.088, 34.452,
         {(0, 0): 1.044, (-20, -20): 1, (20, -20): 1.008, (-20, 20): 1.08, (0, 15): 1.074}),
+    "synthetic/qaplane_cgy.all": (
+        "XiO or Monaco plane", (7, 5), (2, 2), (-6, -4), 35, 1, 5.06, 106.05,
+        {(-6, 4): 1, (6, 4): 1.06, (-6, -4): 5, (0, 0): 3.03, (6, -4): 5.06}),
+    "synthetic/qaplane_gy.txt": (
+        "XiO or Monaco plane", (7, 5), (2, 2), (-6, -3), 35, 100, 506, 10605,
+        {(-6, 5): 100, (6, 5): 106, (-6, -3): 500, (0, 1): 303, (6, -3): 506}),
     "synthetic/mapcheck_zero.txt": (
         "detector array", (5, 5), (5, 5), (-10, -10), 13, 0, 0.504, 3.624,
         {(-10, 10): 0.1, (10, 10): 0.104, (-10, -10): 0.5, (-5, 5): 0.201, (10, -10): 0.504,
@@ -60,6 +66,9 @@ REFUSED = {
     "synthetic/two_bodies.opg": "is an IBA file of 2 planes; ",
     "synthetic/plane_xz.opg": "is an IBA file of the plane XZ; ",
     "synthetic/comma.opg": "is an IBA plane that tells no Data Unit: ",
+    "synthetic/qaplane_contradicts.all": "contradicts itself: 7 places 2 mm apart span 12 mm, not 14",
+    "synthetic/iplan_two_planes.txt": "is a plane by BrainLAB iPlan, which does not tell which way ",
+    "synthetic/gdef_cu.dxf": "is of the Generic Dosimetry Exchange Format, which does not tell where ",
     "synthetic/mapcheck_no_calibration.txt": "is a detector array that is not calibrated to dose ",
 }
 

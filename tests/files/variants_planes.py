@@ -314,4 +314,71 @@ def iba_refusals():
               "is an IBA plane in binary form (.opd); export it as text (.opg)")
 
 
-ROWS = [*ptw_rows(), *iba_rows()]
+def qa(values=PLANE, scale=100, unit="cGy", end="\r\n", **changes):
+    """A plane of a planning system; its rows go down."""
+    head = {
+        "DateTime": "January 1 2000,00:00:00 DocNum,1", "PatientID": "0", "PlaneDesc": "C: 2.50 cm",
+        "DoseUnits": f" {unit}, (100%) , -1.0 {unit}, Abs", "CompfType": "-1",
+        "OutputWidLenQAplane": "7.5,5.0", "QAssd": "-1.0", "Upperleft": "-15.0,3.0",
+        "CalcGridResmm (x,y,z)": "3.0,3.0,3.0", "DosePtsxy": "4,3", "DoseResmm": "2.5", **changes,
+    }  # fmt: skip
+    lines = ["0001108e", *(f"{key},{value}" for key, value in head.items() if value is not None)]
+    lines += [",".join(number(float(dose) * scale) for dose in row) for row in values[::-1]]
+    return end.join([*lines, ""]).encode()
+
+
+def qa_rows():
+    plane = Plane(PLANE, (2.5, 2.5), (-15, -2))
+    yield Row("QA plane", qa(), plane)
+    yield Row("QA plane in Gy", qa(scale=1, unit="Gy"), plane)
+    yield Row("QA plane, commas at the ends", qa(end=",\r\n").replace(b",\r\n", b"\r\n", 12), plane)
+    yield Row("QA plane without its first line", qa().split(b"\r\n", 1)[1], plane)
+    yield Row("QA plane, its last line does not end", qa()[:-2], Plane(
+        PLANE, (2.5, 2.5), (-15, -2),
+        warnings=("does not end with the end of a line; it may be cut short",)))
+    for name, changes, sentence in (
+        ("relative", {"DoseUnits": " cGy, (100%) , 200.0 cGy, Rel"},
+         "is a plane of relative doses by XiO or Monaco; export absolute doses"),
+        ("another unit", {"DoseUnits": " %, (100%) , -1.0 %, Abs"},
+         'has DoseUnits of "%" (accepted: Gy, cGy)'),
+        ("two units", {"DoseUnits": " Gy, (100%) , -1.0 cGy, Abs"}, "tells two units of dose"),
+        ("damaged units", {"DoseUnits": " cGy, Abs"},
+         'tells a DoseUnits of "cGy, Abs", which are not 4 entries'),
+        ("another width", {"OutputWidLenQAplane": "10.0,5.0"},
+         "contradicts itself: 4 places 2.5 mm apart span 7.5 mm, not 10"),
+        ("another length", {"OutputWidLenQAplane": "7.5,5.1"},
+         "contradicts itself: 3 places 2.5 mm apart span 5 mm, not 5.1"),
+        ("no width", {"OutputWidLenQAplane": None}, "tells no OutputWidLenQAplane"),
+        ("no place", {"Upperleft": None}, "tells no Upperleft"),
+        ("no number", {"Upperleft": "-15.0,x"},
+         'tells a Upperleft of "-15.0,x", which are no numbers'),
+        ("a size of one row", {"DosePtsxy": "4,1"},
+         "tells DosePtsxy of 1 places along an axis, which is no count"),
+        ("a step of 0", {"DoseResmm": "0"}, "tells a DoseResmm of 0"),
+        ("no step", {"DoseResmm": None}, "is a plane by XiO or Monaco that tells no DoseResmm"),
+        ("more columns", {"DosePtsxy": "5,3", "OutputWidLenQAplane": "10.0,5.0"},
+         "tells 5 columns, but has 4 doses in line 13"),
+        ("more rows", {"DosePtsxy": "4,4", "OutputWidLenQAplane": "7.5,7.5"},
+         "tells 4 rows, but has 3"),
+    ):
+        yield Row(f"QA plane, {name}", qa(**changes), sentence)
+    last = qa().splitlines()
+    cut = b"\r\n".join([*last[:-1], last[-1].rsplit(b",", 1)[0], b""])
+    yield Row("QA plane, a short row", cut, "tells 4 columns, but has 3 doses in line 15")
+
+
+def foreign_rows():
+    iplan = (b"BrainLAB Dose Export Version: \t1.2\r\nTable Entries in Gy\r\nAP \\ LR\t-1.0\t1.0\r\n"
+             b"2.0\t0.1\t0.2\r\n1.0\t0.3\t0.4\r\n")
+    sentence = ("is a plane by BrainLAB iPlan, which does not tell which way its axes point; export "
+                "the dose as DICOM RT Dose")
+    yield Row("iPlan plane", iplan, sentence)
+    yield Row("iPlan plane without its head", iplan.split(b"\r\n", 2)[2], sentence)
+    image = (b"[General]\nFileFormat=Generic Dosimetry Exchange Format\n[Interpretation]\nUnit=CU\n"
+             b"[Data]\n0\t1\t2\n10\t11\t12\n")
+    yield Row("dosimetry exchange image", image,
+              "is of the Generic Dosimetry Exchange Format, which does not tell where its image lies "
+              "and which way it points; export a DICOM RT Image in Gy or cGy", ("cGy", "mm"))
+
+
+ROWS = [*ptw_rows(), *iba_rows(), *qa_rows(), *foreign_rows()]
