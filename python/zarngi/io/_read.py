@@ -32,7 +32,8 @@ def read(
 
     The contents, not the name, tell the format: DICOM RT Dose, NIfTI (.nii, .nii.gz, .hdr with
     .img), MetaImage (.mha, .mhd) or NRRD (.nrrd, .nhdr); measured planes and points: texts of
-    detector arrays, extracted planes, tables, DICOM RT Image.
+    detector arrays (PTW, Sun Nuclear), IBA planes, planes of XiO and Monaco, extracted planes, tables,
+    DICOM RT Image.
 
     Parameters
     ----------
