@@ -1,5 +1,3 @@
-#include <utility>
-
 #include "files/error.h"
 #include "files/measurements/tables.h"
 
