@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "files/error.h"
+#include "files/measurements/identifiedPlane.h"
 #include "files/measurements/identifiedTable.h"
 #include "files/packed.h"
 #include "files/simulations/simulations.h"
@@ -75,8 +76,19 @@ std::string formatName(FileFormat format)
         return "TOPAS";
     case FileFormat::detectorArray:
         return "detector array";
+    case FileFormat::ptwArray:
+        return "PTW array";
+    case FileFormat::ibaPlane:
+    case FileFormat::binaryIbaPlane:
+        return "IBA plane";
+    case FileFormat::qaPlane:
+        return "XiO or Monaco plane";
     case FileFormat::extractedPlane:
         return "extracted plane";
+    case FileFormat::iplanPlane:
+        return "iPlan plane";
+    case FileFormat::exchangedImage:
+        return "dosimetry exchange image";
     case FileFormat::table:
         return "table";
     case FileFormat::dicom:
@@ -87,8 +99,7 @@ std::string formatName(FileFormat format)
 
 bool isTable(FileFormat format)
 {
-    return format == FileFormat::detectorArray || format == FileFormat::extractedPlane ||
-           format == FileFormat::table;
+    return format >= FileFormat::detectorArray;
 }
 
 bool isSimulation(FileFormat format)
@@ -116,6 +127,9 @@ std::optional<FileFormat> identifiedFormat(ByteView beginning)
     }
     if (startsLikeThreeDdose(text)) {
         return FileFormat::threeDdose;
+    }
+    if (const std::optional<FileFormat> plane = identifiedPlane(text)) {
+        return plane;
     }
     return identifiedTable(text);
 }

@@ -21,12 +21,18 @@ enum class FileFormat {
     dicom,
     threeDdose,
     topas,
-    detectorArray,
+    detectorArray, ///< this and what follows are tables, see isTable()
+    ptwArray,
+    ibaPlane,
+    qaPlane, ///< of the planning systems XiO and Monaco
     extractedPlane,
-    table
+    table,
+    iplanPlane,     ///< this and what follows is refused by name
+    exchangedImage, ///< of the Generic Dosimetry Exchange Format
+    binaryIbaPlane,
 };
 
-/** Whether it is a text of measured or planned doses, of which the last three are. */
+/** Whether it is of measured or planned doses in a plane or at points, mostly a text. */
 bool isTable(FileFormat format);
 
 /** Whether it is the output of a simulation. */

@@ -192,7 +192,8 @@ struct zarnGIHost_TableUnits {
 
 /**
  * Reads what zarnGIHost_readDose() reads, and planes and points of doses beside: detector arrays,
- * extracted planes, tables, planar RT Dose and RT Images; see zarnGIHost_getPlaces().
+ * PTW arrays, IBA planes, planes of XiO and Monaco, extracted planes, tables, planar RT Dose and RT
+ * Images; see zarnGIHost_getPlaces().
  *
  * @param path  the file.
  * @param units of tables; may be null.

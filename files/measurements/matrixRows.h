@@ -16,17 +16,25 @@
 namespace files
 {
 
-/** How the numbers of a matrix become mm and Gy, and which of them are no dose. */
+/**
+ * How the numbers of a matrix become mm and Gy, and which of them are no dose. A dose is the number
+ * times the factor, then toGray(): two steps in double precision, and one rounding to a float.
+ */
 struct MatrixRules {
     double millimetres = 1;                  ///< of one unit of length
+    double factor = 1;                       ///< of the numbers, in units of dose
     double gray = 1;                         ///< of one unit of dose
     std::function<bool(double)> isHole = {}; ///< a number that stands for no dose; may be empty
     bool emptyIsHole = false;                ///< else an empty cell is refused
     std::size_t cellsBefore = 0;             ///< between the coordinate and the doses, not read
+    bool isRounded = false; ///< evenly spaced coordinates may be rounded to their last digit
 };
 
-/** dose * gray, divided where that is exact. */
+/** dose * gray, rounded to a float; divided where that is exact. */
 float toGray(double dose, double gray);
+
+/** One of the last digit that a number is written with. */
+double lastDigit(std::string_view number);
 
 class MatrixRows
 {
@@ -46,6 +54,7 @@ public:
     DoseMatrix take() { return std::move(matrix_); }
 
 private:
+    double coordinate(std::string_view cell, const TextLine& line, double& rounding);
     void addDose(std::string_view cell, const TextLine& line);
 
     Separator separator_;

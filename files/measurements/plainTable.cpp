@@ -246,16 +246,4 @@ DoseImage readPlainTable(ByteView file, const TableUnits& units)
     return dose;
 }
 
-DoseImage readTable(FileFormat format, ByteView file, const TableUnits& units)
-{
-    DoseImage dose = format == FileFormat::detectorArray    ? readDetectorArray(file)
-                     : format == FileFormat::extractedPlane ? readExtractedPlane(file)
-                                                            : readPlainTable(file, units);
-    dose.format = formatName(format);
-    if (format != FileFormat::detectorArray && !file.empty() && file.back() != '\n') {
-        dose.warnings.emplace_back("does not end with the end of a line; it may be cut short");
-    }
-    return dose;
-}
-
 } // namespace files

@@ -18,20 +18,24 @@ namespace
 {
 
 constexpr double evenness = 1e-3;     // of a step
+constexpr double mostRounding = 0.02; // of a step
 constexpr double samePosition = 1e-4; // mm
 constexpr std::array<Vec3, 3> ownAxes{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
 
-/** The step of positions in their order, negative where they fall. */
-double evenStep(const std::vector<double>& positions, const char* what)
+/** The step of positions in their order, negative where they fall; it spans them from end to end.
+ */
+double evenStep(const std::vector<double>& positions, double rounding, const char* what)
 {
     if (positions.size() < 2) {
         refuse(std::string("has fewer than two ") + what);
     }
     const double step =
         (positions.back() - positions.front()) / static_cast<double>(positions.size() - 1);
+    const double tolerance =
+        std::max(evenness * std::fabs(step), std::min(rounding, mostRounding * std::fabs(step)));
     for (std::size_t i = 0; i < positions.size(); ++i) {
         const double expected = positions.front() + step * static_cast<double>(i);
-        if (!(std::fabs(positions[i] - expected) <= evenness * std::fabs(step)) || step == 0) {
+        if (!(std::fabs(positions[i] - expected) <= tolerance) || step == 0) {
             refuse(std::string("has ") + what + " that are not evenly spaced (" +
                    number(positions[i]) + " mm)");
         }
@@ -96,23 +100,24 @@ struct RasterAxis {
     }
 };
 
-std::vector<double> differentPositions(const std::vector<Vec3>& places, std::size_t axis)
+std::vector<double> differentPositions(const DosePoints& points, std::size_t axis)
 {
     std::vector<double> positions;
-    positions.reserve(places.size());
-    for (const Vec3& place : places) {
+    positions.reserve(points.places.size());
+    for (const Vec3& place : points.places) {
         positions.push_back(place[axis]);
     }
     std::sort(positions.begin(), positions.end());
-    const auto isSame = [](double a, double b) { return b - a <= samePosition; };
+    const double closest = std::max(samePosition, points.rounding);
+    const auto isSame = [closest](double a, double b) { return b - a <= closest; };
     positions.erase(std::unique(positions.begin(), positions.end(), isSame), positions.end());
     return positions;
 }
 
-std::optional<RasterAxis> rasterOf(const std::vector<Vec3>& places, std::size_t axis)
+std::optional<RasterAxis> rasterOf(const DosePoints& points, std::size_t axis)
 {
     constexpr double most = 1e5; // steps
-    const std::vector<double> positions = differentPositions(places, axis);
+    const std::vector<double> positions = differentPositions(points, axis);
     const double first = positions.front();
     const double length = positions.back() - first;
     if (positions.size() == 1) {
@@ -127,9 +132,10 @@ std::optional<RasterAxis> rasterOf(const std::vector<Vec3>& places, std::size_t 
         return {};
     }
     step = length / steps;
+    const double tolerance = std::max(evenness, points.rounding / step);
     for (const double position : positions) {
         const double index = (position - first) / step;
-        if (std::fabs(index - std::round(index)) > evenness) {
+        if (std::fabs(index - std::round(index)) > tolerance) {
             return {};
         }
     }
@@ -147,7 +153,7 @@ std::optional<Raster> rasterOf(const DosePoints& points)
     std::size_t longest = 1;
     int singles = 0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        const std::optional<RasterAxis> found = rasterOf(points.places, axis);
+        const std::optional<RasterAxis> found = rasterOf(points, axis);
         if (!found) {
             return {};
         }
@@ -252,8 +258,8 @@ void checkPlaces(const std::vector<Vec3>& places)
 DoseImage planeOf(DoseMatrix matrix)
 {
     const std::size_t width = matrix.x.size();
-    const double stepX = evenStep(matrix.x, "columns");
-    const double stepY = evenStep(matrix.y, "rows");
+    const double stepX = evenStep(matrix.x, matrix.roundingX, "columns");
+    const double stepY = evenStep(matrix.y, matrix.roundingY, "rows");
     if (stepX < 0) {
         turnColumns(matrix.values, width);
         turnColumns(matrix.isMeasured, width);

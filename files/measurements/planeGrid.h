@@ -18,6 +18,8 @@ struct DoseMatrix {
     std::vector<double> y;                 ///< mm, of the rows
     std::vector<float> values;             ///< Gy, row by row
     std::vector<unsigned char> isMeasured; ///< 1 or 0 of each; what is not measured has the value 0
+    double roundingX = 0; ///< mm, by which rounded positions may be off evenly spaced ones
+    double roundingY = 0;
 };
 
 /**
@@ -31,6 +33,7 @@ struct DosePoints {
     bool isInSpace = false;    ///< else z is 0
     std::vector<Vec3> places;  ///< mm
     std::vector<float> values; ///< Gy
+    double rounding = 0;       ///< mm, by which rounded places may be off a raster
 };
 
 /** More points without a raster are refused. */

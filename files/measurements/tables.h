@@ -13,11 +13,30 @@ namespace files
 
 /**
  * A detector array, cylinder or plane: the section "Dose Counts", in cGy, of the sections that each
- * begin with a head and end with the lines of their columns. 0 means that there is no detector.
- * Flags of detectors exclude none, as their meaning is not documented.
+ * begin with a head and end with the lines of their columns. Bit 0 of the section "Data Flags"
+ * names detectors, some of which may read 0; other bits exclude none. Where the file tells
+ * corrected counts and the dose of one, the doses must be their products.
  * @throws Refusal
  */
 DoseImage readDetectorArray(ByteView file);
+
+/**
+ * Scans in Gy along the rows, columns and diagonals of a PTW array ("CC-Export"): chambers by their
+ * numbers, each told once or several times alike. Refuses scans of a water tank by name.
+ * @throws Refusal
+ */
+DoseImage readPtwArray(ByteView file);
+
+/**
+ * A plane of the IBA form in text: a dose is number * Data Factor * Data Unit. Coordinates may be
+ * rounded. Zeros of a StarTrack and the corners of a MatriXX are no detectors. Refuses by name
+ * counts, relative doses, several planes and other planes than XY.
+ * @throws Refusal
+ */
+DoseImage readIbaPlane(ByteView file, const TableUnits& units);
+
+/** A plane of absolute doses by XiO or Monaco: a head of named lines, then rows. @throws Refusal */
+DoseImage readQaPlane(ByteView file);
 
 /** A plane that was extracted from a plan: head lines "*Key:", a matrix behind "*Y\X". @throws
  * Refusal */

@@ -12,10 +12,13 @@ import pytest
 import zarngi
 
 import generated_tables
-from answers import PROGRAM, digest
-from variants_measurements import PLANE, ROWS, Plane, Points, dicom_image, matrix, number
+import variants_measurements
+import variants_planes
+from answers import ENGINE, PROGRAM, digest, page_answer
+from variants_measurements import PLANE, Plane, Points, dicom_image, matrix, number
 
 CUT = "does not end with the end of a line; it may be cut short"
+ROWS = [*variants_measurements.ROWS, *variants_planes.ROWS]
 ROWS_BY_NAME = {row.name: row for row in ROWS}
 
 
@@ -92,6 +95,21 @@ def test_measurement(tmp_path, name):
     assert tuple(told["warnings"]) == caught == row.expected.warnings
     values = dose.dose if isinstance(row.expected, Points) else row.expected.values
     assert told["dosesSha256"] == digest(np.asarray(values))
+
+
+@pytest.mark.skipif(not ENGINE, reason="the engine of the page is not built")
+@pytest.mark.parametrize("name", [row.name for row in ROWS if row.units == (None, None)])
+def test_measurement_in_the_page(tmp_path, name):
+    row = ROWS_BY_NAME[name]
+    path = tmp_path / "measured"
+    path.write_bytes(row.contents)
+    told = page_answer(str(path))
+    if not isinstance(row.expected, (Plane, Points)):
+        assert told["sentence"] == row.expected
+        return
+    assert "sentence" not in told
+    assert told["sha256"] == digest(np.asarray(row.expected.values, np.float32))
+    assert tuple(told["warnings"]) == row.expected.warnings
 
 
 def test_many_points_need_a_raster(tmp_path):

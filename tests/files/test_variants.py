@@ -17,6 +17,7 @@ import variants_measurements
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
+import variants_planes
 import variants_structures
 import variants_topas
 from answers import (
@@ -80,7 +81,7 @@ def test_variant_in_the_page(tmp_path, name):
 
 #: What sentences have in quotes in words of their own.
 OWN_WORDS = {
-    "=", "Dose Counts", "Dose Units", "binarydata", "binarydatabyteordermsb", "byte skip",
+    "=", "Data Flags", "Dose Counts", "Dose Units", "binarydata", "binarydatabyteordermsb", "byte skip",
     "compresseddata", "data file", "dimension", "dimsize", "elementtype", "encoding", "endian", "ndims",
     "offset", "sizes", "transformmatrix", "type",
 }  # fmt: skip
@@ -89,7 +90,8 @@ OWN_WORDS = {
 def test_nothing_is_quoted_where_that_is_not_wanted(tmp_path):
     """Any text of a file may be a patient's name: of a message only its own words are left."""
     rows = [(zarngi.read, row.files, row.expected) for row in ROWS.values()]
-    rows += [(zarngi.read, {"dose": row.contents}, row.expected) for row in variants_measurements.ROWS]
+    rows += [(zarngi.read, {"dose": row.contents}, row.expected)
+             for row in (*variants_measurements.ROWS, *variants_planes.ROWS)]
     rows += [(zarngi.read_structures, {row.file: row.contents}, row.expected)
              for row in variants_structures.ROWS]  # fmt: skip
     left_out = 0

@@ -98,10 +98,12 @@ WITH_HOLES = Plane(HOLED, measured=HOLES)
 def array_rows():
     doses = section("Dose Counts")
     yield Row("array", array(doses), Plane())
-    yield Row("array, 0 is no detector", array(section("Dose Counts", HOLED)), WITH_HOLES)
-    yield Row("array, flagged detectors count",
-              array(section("Dose Counts", HOLED), section("Data Flags", np.full((3, 4), 196.0), 1)),
-              WITH_HOLES)
+    holed = section("Dose Counts", HOLED)
+    yield Row("array without flags, 0 is no detector", array(holed), dataclasses.replace(
+        WITH_HOLES, warnings=("has no section Data Flags; places that read 0 are taken for places "
+                              "without a detector",)))
+    yield from flag_rows(holed)
+    yield from calibration_rows()
     yield Row("array, shifted", array(doses, head="Shift X:\t1.5\tmm\r\nShift Y:\t0.0\tmm\r\n"),
               Plane(warnings=('tells "Shift X: 1.5 mm", which is not taken into account',)))
     yield Row("array without doses", array(section("Corrected Counts")),
@@ -117,6 +119,49 @@ def array_rows():
     yield Row("array, no number", array(doses.replace("-0.2\t1\t", "-0.2\t1\tx")),
               f'has "x{number(float(PLANE[0, 0]) * 100)}" where a number should be (line 20)')
     yield Row("array of nothing", array(section("Dose Counts", PLANE * 0)), "holds no dose")
+
+
+def flags(detectors=HOLES, others=196.0):
+    """Bit 0 names a detector, whatever the other bits say."""
+    return section("Data Flags", np.where(detectors, 197.0, others), 1)
+
+
+def flag_rows(holed):
+    yield Row("array, flags name the detectors", array(holed, flags()), WITH_HOLES)
+    for other in (0.0, 68.0, 128.0):
+        yield Row(f"array, {other:g} is no detector", array(holed, flags(others=other)), WITH_HOLES)
+    reads_zero = HOLES.copy()
+    reads_zero[0, 1] = True
+    yield Row("array, a detector that reads 0", array(holed, flags(reads_zero)),
+              Plane(HOLED, measured=reads_zero))
+    yield Row("array, all are detectors", array(holed, flags(np.ones((3, 4), bool))), Plane(HOLED))
+    yield Row("array, a reading without detector",
+              array(section("Dose Counts"), flags()),
+              "has a dose where its Data Flags name no detector (line 18)")
+    yield Row("array, flags of other places",
+              array(holed, flags().replace("-0.2\t1", "-0.3\t1")),
+              'has a section "Data Flags" of other places than "Dose Counts"')
+    yield Row("array, flags of other columns",
+              array(holed, flags().replace("\tXcm\t-1.5", "\tXcm\t-1.6")),
+              'has a section "Data Flags" of other places than "Dose Counts"')
+    yield Row("array, a flag that is none", array(holed, flags(others=68.5)),
+              "has a flag of 68.5 (line 26)")
+
+
+def calibration_rows():
+    counts = section("Corrected Counts", PLANE, 100 / 0.0125)
+    factor = "Dose per Count:\t0.0125000000\r\n"
+    doses = section("Dose Counts")
+    yield Row("array, doses are counts times a factor", array(counts, doses, head=factor), Plane())
+    wrong = float(PLANE[2, 1]) * 100
+    damaged = doses.replace(f"\t{number(wrong)}\t", f"\t{number(wrong + 0.25)}\t")
+    yield Row("array, a dose that is no such product", array(counts, damaged, head=factor),
+              f'has a dose of "{number(wrong + 0.25)}", which is not its corrected count times Dose '
+              "per Count (line 27)")
+    yield Row("array that is not calibrated",
+              array(section("Dose Counts", PLANE * 0), head="Dose per Count:\t0.0000000000\r\n"),
+              "is a detector array that is not calibrated to dose (Dose per Count is 0); calibrate "
+              "it in its program and export it anew")
 
 
 def extracted_rows():

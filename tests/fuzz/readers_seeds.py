@@ -22,6 +22,8 @@ for room in ("cli", "files"):
 
 import doses  # noqa: E402
 import structure_sets  # noqa: E402
+import variants_measurements  # noqa: E402
+import variants_planes  # noqa: E402
 from doses import DicomStyle  # noqa: E402
 from structure_sets import contour, polygon, roi  # noqa: E402
 
@@ -152,6 +154,25 @@ def write_simulations(folder):
     (folder / "dose.binheader").write_bytes(head + statistics + b"# Binary file: dose.bin\n")
 
 
+def write_planes_of_makers(folder):
+    """Arrays and planes as programs of their makers write them, small."""
+    holed, holes = variants_measurements.HOLED, variants_measurements.HOLES
+    counts = variants_measurements.section("Corrected Counts", holed, 8000)
+    array = variants_measurements.array(
+        counts, variants_measurements.section("Dose Counts", holed), variants_measurements.flags(),
+        head="Dose per Count:\t0.0125\r\n")
+    (folder / "flags.txt").write_bytes(array)
+    (folder / "profiles.mcc").write_bytes(variants_planes.ptw(
+        variants_planes.profiles(holed, measured=holes)))
+    (folder / "diagonals.mcc").write_bytes(variants_planes.ptw(variants_planes.star()))
+    (folder / "star.opg").write_bytes(variants_planes.opg(holed, device="StarTrack"))
+    (folder / "film.opg").write_bytes(variants_planes.opg(
+        x=[x / 10 for x in variants_measurements.X], y=[y / 10 for y in variants_measurements.Y],
+        separator=",", told='","', digits=3, length="cm", device="Film", scale=400,
+        keys={"Data Factor": "2.5", "Data Unit": "mGy"}))
+    (folder / "plane.all").write_bytes(variants_planes.qa())
+
+
 def write_planes(folder, dose):
     plane = doses.Dose(dose.values[:1], dose.spacing, dose.origin)
     doses.write_dicom(folder / "plane.dcm", plane, DicomStyle(elements={"SOPInstanceUID": "1.2.3"}))
@@ -212,6 +233,7 @@ def main():
         write(folder, dose)
     write_tables(folder)
     write_simulations(folder)
+    write_planes_of_makers(folder)
 
 
 if __name__ == "__main__":

@@ -33,8 +33,9 @@ def read(
 
     The contents, not the name, tell the format: DICOM RT Dose, NIfTI (.nii, .nii.gz, .hdr with
     .img), MetaImage (.mha, .mhd) or NRRD (.nrrd, .nhdr); simulated doses: EGSnrc's .3ddose, packed
-    by gzip or not, and scorers of TOPAS (text, or the .binheader of binary values); measured planes and points: texts of
-    detector arrays, extracted planes, tables, DICOM RT Image.
+    by gzip or not, and scorers of TOPAS (text, or the .binheader of binary values); measured planes
+    and points: texts of detector arrays (PTW, Sun Nuclear), IBA planes, planes of XiO and Monaco,
+    extracted planes, tables, DICOM RT Image.
 
     Parameters
     ----------
