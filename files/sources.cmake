@@ -1,0 +1,67 @@
+# The sources of the readers and writers, for every host: paths below this folder.
+set(files_sources
+    checksum.cpp
+    doseDoubts.cpp
+    fileFormat.cpp
+    orientation.cpp
+    packed.cpp
+    pairNames.cpp
+    readDose.cpp
+    storedValues.cpp
+    text.cpp
+    writeVolume.cpp
+    characters/codedSets.cpp
+    characters/gb18030.cpp
+    characters/utf8.cpp
+    formats/dicom/characterSets.cpp
+    formats/dicom/dose.cpp
+    formats/dicom/elements.cpp
+    formats/dicom/file.cpp
+    formats/dicom/frames.cpp
+    formats/dicom/identity.cpp
+    formats/dicom/pixels.cpp
+    formats/dicom/rle.cpp
+    formats/dicom/rtImage.cpp
+    formats/dicom/texts.cpp
+    formats/dicom/values.cpp
+    formats/metaImage.cpp
+    formats/nifti.cpp
+    formats/nrrd.cpp
+    formats/textHeader.cpp
+    formats/volumeFormats.cpp
+    measurements/detectorArray.cpp
+    measurements/extractedPlane.cpp
+    measurements/gantryPlane.cpp
+    measurements/identifiedTable.cpp
+    measurements/matrixRows.cpp
+    measurements/plainTable.cpp
+    measurements/planeGrid.cpp
+    measurements/scorerText.cpp
+    measurements/tableColumns.cpp
+    measurements/tableText.cpp
+    measurements/tableUnits.cpp
+    simulations/boundaries.cpp
+    simulations/numberWords.cpp
+    simulations/simulations.cpp
+    simulations/threeDdose.cpp
+    simulations/topas.cpp
+    simulations/topasHead.cpp
+    structures/contourNotes.cpp
+    structures/contourRegion.cpp
+    structures/labelMask.cpp
+    structures/maskRegion.cpp
+    structures/planeRows.cpp
+    structures/planes.cpp
+    structures/raster.cpp
+    structures/readStructures.cpp
+    structures/region.cpp
+    structures/rtStructureSet.cpp
+    structures/runs.cpp
+    structures/structureNames.cpp
+    structures/writeStructureSet.cpp)
+
+# What takes files of a disk and the codec of native hosts.
+set(files_native_sources
+    namedFile.cpp
+    nativeDeflate.cpp
+    sourceFile.cpp)
