@@ -1,6 +1,6 @@
 /** What the browser keeps between visits: criteria, cut-off and limits, and nothing that a patient has. */
 
-import type { RequestDocument } from '../engine/request';
+import { usualRequest, type RequestDocument } from '../engine/request';
 import { byId } from '../views/dom';
 import { write } from './fields';
 
@@ -9,6 +9,7 @@ const switchKey = 'zarngi.keep';
 
 interface Kept {
     criteria: string[];
+    /** Null: as usual. */
     cutOff: number | null;
     tolerance: string[];
     action: string[];
@@ -78,7 +79,7 @@ function storageOf(): Storage | null {
 function allowed({ criteria, cutOff, tolerance, action }: Record<keyof Kept, unknown>): Kept {
     return {
         criteria: matching(criteria, criterion),
-        cutOff: typeof cutOff === 'number' ? cutOff : null,
+        cutOff: typeof cutOff === 'number' && cutOff !== usualRequest().cutOff ? cutOff : null,
         tolerance: matching(tolerance, percentage),
         action: matching(action, percentage),
     };

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "comparison/compare.h"
@@ -152,8 +153,8 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
 /** The request of a text that a person gave, and as a document to save. */
 nlohmann::ordered_json Session::request(const Json& call)
 {
-    const Json document =
-        zarngi::requestJson(zarngi::requestOf(call.at("text").get<std::string>()));
+    const std::string text = call.at("text");
+    const Json document = zarngi::requestJson(zarngi::requestOf(std::string_view(text)));
     return withOutput(zarngi::toText(document, 2) + "\n", {{"request", document}});
 }
 
