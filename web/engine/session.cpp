@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 #include "comparison/compare.h"
@@ -154,7 +153,7 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
 nlohmann::ordered_json Session::request(const Json& call)
 {
     const std::string text = call.at("text");
-    const Json document = zarngi::requestJson(zarngi::requestOf(std::string_view(text)));
+    const Json document = zarngi::requestJson(zarngi::requestOfText(text));
     return withOutput(zarngi::toText(document, 2) + "\n", {{"request", document}});
 }
 

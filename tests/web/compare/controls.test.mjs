@@ -96,7 +96,7 @@ describe('controls', () => {
             const before = await page.locator('#criteria-rows').innerText();
             await page.evaluate(() => (document.getElementById('problem').textContent = ''));
             await change(id, value);
-            await waited(page, 'the sentence', () => page.locator('#problem', { hasText: /./ }).waitFor({ timeout: patience }));
+            await waitUntil(page, `the problem with ${id}`, () => document.getElementById('problem').innerText !== '');
             assert.match(await page.locator('#problem').innerText(), sentence);
             const invalid = await page.locator('[aria-invalid=true]').evaluateAll((fields) => fields.map((f) => f.id));
             assert.deepEqual(invalid, [id]);
@@ -298,7 +298,7 @@ describe('a request as a file', () => {
 });
 
 test('the browser keeps criteria, cut-off and limits between visits, and nothing else', async () => {
-    const { page, complaints } = await openPage(browser);
+    const { page, complaints } = await openPage(place.browser);
     const fill = async (id, value) => (await unfolded(page, id)).fill(value);
     const typed = {
         'criteria': '2%/3mm\nSECRET:1%/1mm\nSECRET', 'cut-off': '15', 'tolerance': '97; SECRET:90', 'action': '91',
@@ -311,7 +311,7 @@ test('the browser keeps criteria, cut-off and limits between visits, and nothing
         await fill(id, value);
     }
     const stored = () => page.evaluate(() => JSON.stringify({ ...localStorage }));
-    await page.waitForFunction(() => JSON.stringify({ ...localStorage }).includes('97'));
+    await waitUntil(page, 'what is kept', () => JSON.stringify({ ...localStorage }).includes('97'));
     assert.doesNotMatch(await stored(), /SECRET|1\.?234|coronal/);
 
     const again = async () => {
@@ -330,10 +330,10 @@ test('the browser keeps criteria, cut-off and limits between visits, and nothing
     assert.ok(!(await page.locator('#keep-settings').isChecked()));
     await page.locator('#keep-settings').check();
     await fill('cut-off', '17');
-    await page.waitForFunction(() => JSON.stringify({ ...localStorage }).includes('17'));
+    await waitUntil(page, 'what is kept', () => JSON.stringify({ ...localStorage }).includes('17'));
     assert.deepEqual(await again(), { 'cut-off': '17' });
     await page.locator('#start-over').click();
-    await page.waitForFunction(() => !JSON.stringify({ ...localStorage }).includes('17'));
+    await waitUntil(page, 'what was kept to go', () => !JSON.stringify({ ...localStorage }).includes('17'));
     assert.deepEqual(await again(), {});
     assert.deepEqual(complaints, []);
     await page.context().close();
