@@ -274,7 +274,7 @@ describe('a request as a file', () => {
         { change: { rotate: true }, sentence: /Rotated lattice: this page has no field/ },
         { change: { reference: { file: 'a.dcm', add: ['b.dcm'], scale: null } }, sentence: /Doses added to the reference: / },
         { change: { criteria: ['x'] }, sentence: /Criteria: "x" / },
-        { change: { format: 'zarngi-report' }, sentence: /holds no request/ },
+        { change: { format: 'zarngi-report' }, sentence: /is missing in this record/ },
     ];
     for (const { change, sentence } of refusals) {
         test(`with ${JSON.stringify(change)} it is refused, and nothing changes`, async () => {
