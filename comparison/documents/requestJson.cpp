@@ -170,12 +170,16 @@ public:
         return *value;
     }
 
-    /** mm; empty for null. */
-    std::vector<double> position(const char* name, std::size_t least)
+    /** mm; empty for null. A text is told as number() tells one. */
+    std::vector<double> position(const char* name, const MemberPlace& place, std::size_t least)
     {
         const Json& list = member(name);
         if (list.is_null()) {
             return {};
+        }
+        if (list.is_string()) {
+            throw refusalOf(place, "\"" + oneLine(list.get<std::string>()) +
+                                       "\" is no position like 0,-3.5,10 (mm)");
         }
         const bool isPosition =
             list.is_array() && list.size() >= least && list.size() <= 3 &&
@@ -228,7 +232,7 @@ NormalisationRequest readNormalisation(Members& members)
     } else {
         request.dose = members.positive("normalisation", {Member::normalisation});
     }
-    request.at = members.position("normalisationAt", 2);
+    request.at = members.position("normalisationAt", {Member::normalisationAt}, 2);
     if (!request.at.empty() && (request.dose || request.isEvaluation)) {
         throw refusalAt(memberName(Member::normalisationAt), "excludes normalisation");
     }
@@ -274,7 +278,7 @@ LimitRequest readLimits(Members members)
 PlaneRequest readPlane(Members members)
 {
     PlaneRequest plane = parsePlane(members.text("name"), "");
-    const std::vector<double> at = members.position("at", 3);
+    const std::vector<double> at = members.position("at", {Member::planeAt}, 3);
     if (!at.empty()) {
         plane.at = Vec3{at[0], at[1], at[2]};
     }

@@ -3,16 +3,16 @@
 import { Stopped, type EngineClient } from '../engine/client';
 import { EngineFailure } from '../engine/engine';
 import { EngineData } from '../engine/engineData';
-import type { CompareRequest, Progress } from '../engine/messages';
+import type { EngineError, Progress } from '../engine/messages';
+import type { RequestDocument } from '../engine/request';
 import type { Shown } from '../views/carriedOver';
 import { byId } from '../views/dom';
 import { showComparison } from '../views/page';
-import { commandOf } from './criteriaForm';
 import type { ProgressLine } from './progressLine';
 
 /** A comparison on the page. */
 export interface Current extends Shown {
-    readonly request: CompareRequest;
+    readonly request: RequestDocument;
 }
 
 /** ms: what runs longer is ended for the next one, which is ready sooner than a new worker otherwise. */
@@ -22,7 +22,7 @@ export interface Listener {
     /** Null: nothing is shown now. */
     shown(current: Current | null): void;
     /** Null: what was told before is over. */
-    problem(sentence: string | null): void;
+    problem(failure: EngineError | null): void;
     idle(): void;
 }
 
@@ -30,7 +30,7 @@ export class Comparisons {
     private current: Current | null = null;
     /** The one before, whose view of things the next one takes over. */
     private before: Shown | null = null;
-    private wanted: CompareRequest | null = null;
+    private wanted: RequestDocument | null = null;
     private started: number | null = null;
     /** Ends what is under way for the next one. */
     private end = 0;
@@ -50,12 +50,12 @@ export class Comparisons {
     }
 
     /** Computes this instead of what is under way; null: nothing. */
-    ask(request: CompareRequest | null): void {
+    ask(request: RequestDocument | null): void {
         if (!request || !this.current || !hasSameFiles(request, this.current.request)) {
             this.clear();
         }
         this.isDropped = !request;
-        this.wanted = request && { ...request, command: commandOf(request) };
+        this.wanted = request;
         if (this.started !== null) {
             this.giveWay(request ? this.started + soonDone - performance.now() : 0);
         } else if (request) {
@@ -97,7 +97,7 @@ export class Comparisons {
         this.listener.idle();
     }
 
-    private async compute(request: CompareRequest): Promise<void> {
+    private async compute(request: RequestDocument): Promise<void> {
         const { record } = await this.client.compare(request, (p: Progress) => this.progress.tell(p));
         if (this.wanted) {
             return;
@@ -109,7 +109,7 @@ export class Comparisons {
     }
 
     /** Waits until the comparison is placed; its other maps follow. */
-    private show(request: CompareRequest, data: EngineData): Promise<void> {
+    private show(request: RequestDocument, data: EngineData): Promise<void> {
         this.coming?.abort();
         const controller = new AbortController();
         this.coming = controller;
@@ -164,20 +164,27 @@ export class Comparisons {
         if (isBroken) {
             this.client.stop(); // its memory does not shrink otherwise
         }
-        const sentence = isStopped
-            ? 'The computation was stopped.'
-            : error instanceof EngineFailure && error.kind === 'memory'
-              ? 'There is not enough memory in this browser for this comparison.'
-              : error instanceof Error ? error.message : String(error);
         state(isStopped ? 'stopped' : 'failed');
-        this.listener.problem(sentence);
+        this.listener.problem(failureOf(error).told);
     }
+}
+
+function failureOf(error: unknown): EngineFailure {
+    if (error instanceof Stopped) {
+        return EngineFailure.of('The computation was stopped.', 'interrupted');
+    }
+    if (!(error instanceof EngineFailure)) {
+        return EngineFailure.of(error instanceof Error ? error.message : String(error));
+    }
+    return error.kind === 'memory'
+        ? EngineFailure.of('There is not enough memory in this browser for this comparison.', 'memory')
+        : error;
 }
 
 function state(name: string): void {
     document.documentElement.dataset.state = name;
 }
 
-function hasSameFiles(a: CompareRequest, b: CompareRequest): boolean {
-    return a.reference === b.reference && a.evaluation === b.evaluation;
+function hasSameFiles(a: RequestDocument, b: RequestDocument): boolean {
+    return a.reference.file === b.reference.file && a.evaluation.file === b.evaluation.file;
 }

@@ -1,48 +1,32 @@
 /** What is asked of a comparison: the fields of the form, with the syntax of the command line. */
 
-import type { CompareRequest } from '../engine/messages';
+import type { EngineError } from '../engine/messages';
+import { usualRequest, withFiles, type RequestDocument } from '../engine/request';
 import { byId } from '../views/dom';
-
-export type Asked = Omit<CompareRequest, 'reference' | 'evaluation' | 'structures' | 'command'>;
-
-type TextField = HTMLInputElement | HTMLTextAreaElement;
-
-/** Options of the command line, which sentences name, and the fields that stand for them. */
-const fields: Record<string, string> = {
-    '--criteria': 'criteria',
-    '--dco': 'cut-off',
-    '--norm': 'normalisation',
-    '--max-gamma': 'max-gamma',
-    '--step': 'step',
-    '--nearest': 'nearest',
-    '--slices': 'slices-only',
-    '--tolerance': 'tolerance',
-    '--action': 'action',
-    '--structure': 'shown',
-    '--exclude': 'excluded',
-    '--within': 'within',
-    '--dvh': 'metrics',
-    '--prescription': 'prescription',
-    '--ignore-frame': 'ignore-frame',
-    '--plane': 'plane',
-    '--at': 'plane-at',
-    '--norm-at': 'normalisation-at',
-    '--reference-scale': 'reference-scale',
-    '--evaluation-scale': 'evaluation-scale',
-    '--explain': 'explain',
-    '--explain-range': 'explain-range',
-    '--explain-structure': 'explain-structure',
-};
+import { isChecked, lines, listed, numberOr, position, text, textOrNull, write } from './fields';
+import { isSame, members, valueAt, wordsOf } from './members';
 
 /** ms without another key before what was typed counts. */
 const patience = 350;
-const usual = '3%/2mm';
 const criterionForm = /^(.*?)([\d.]+\s*%)\s*[LG]?\s*\/(.*)$/i;
+
+/** Members without a field: a request that was loaded keeps them. */
+const carriedMembers = ['limits.failBelow', 'units.dose', 'units.length', 'sweeps'];
+
+type Carried = Pick<RequestDocument, 'units' | 'sweeps'> & { failBelow: string[] };
+
+function noneCarried(): Carried {
+    const { units, sweeps, limits } = usualRequest();
+    return { units, sweeps, failBelow: limits.failBelow };
+}
 
 export class CriteriaForm {
     private readonly form = byId<HTMLFormElement>('criteria-form');
     private readonly criteria = byId<HTMLTextAreaElement>('criteria');
     private readonly locality = byId<HTMLSelectElement>('locality');
+    private carried = noneCarried();
+    /** Whether what stands there is a request as it was loaded, with its name. */
+    private isAsLoaded = false;
     private timer = 0;
 
     constructor(private readonly changed: () => void) {
@@ -51,37 +35,89 @@ export class CriteriaForm {
             if (event.target === this.locality) {
                 this.makeLocal(this.locality.value);
             }
+            this.takeChange(event.target as HTMLElement);
             this.showLocality();
             clearTimeout(this.timer);
             this.timer = window.setTimeout(this.changed, patience);
         });
+        this.showAll();
     }
 
-    asked(): Asked {
-        const criteria = lines(this.criteria.value);
+    /** Of no files. */
+    asked(): RequestDocument {
+        const usual = usualRequest();
+        const { units, sweeps, failBelow } = this.carried;
+        const criteria = lines('criteria');
         return {
-            criteria: criteria.length > 0 ? criteria : [usual],
-            cutOff: text('cut-off'),
-            normalisation: text('normalisation'),
-            maxGamma: text('max-gamma'),
-            step: text('step'),
+            ...usual,
+            name: text('request-name'),
+            version: text('request-version'),
+            reference: { ...usual.reference, scale: textOrNull('reference-scale') },
+            evaluation: { ...usual.evaluation, scale: textOrNull('evaluation-scale') },
+            criteria: criteria.length > 0 ? criteria : usual.criteria,
+            cutOff: numberOr('cut-off', usual.cutOff),
+            normalisation: numberOr('normalisation', null),
+            normalisationAt: position('normalisation-at'),
+            maxGamma: numberOr('max-gamma', usual.maxGamma),
+            step: numberOr('step', null),
             nearest: isChecked('nearest'),
             slices: isChecked('slices-only'),
-            tolerance: listed('tolerance'),
-            action: listed('action'),
-            shown: listed('shown'),
-            excluded: listed('excluded'),
-            within: text('within'),
-            metrics: listed('metrics'),
-            prescription: text('prescription'),
-            ignoreFrame: isChecked('ignore-frame'),
-            plane: text('plane'),
-            at: text('plane-at'),
-            normalisationAt: text('normalisation-at'),
-            referenceScale: text('reference-scale'),
-            evaluationScale: text('evaluation-scale'),
-            ...explained(),
+            structures: {
+                files: [],
+                show: listed('shown'),
+                exclude: listed('excluded'),
+                within: textOrNull('within'),
+                metrics: listed('metrics'),
+                prescription: numberOr('prescription', null),
+                ignoreFrame: isChecked('ignore-frame'),
+            },
+            limits: { tolerance: listed('tolerance'), action: listed('action'), failBelow },
+            plane: { name: textOrNull('plane'), at: position('plane-at') },
+            units,
+            allowErrorDoses: isChecked('error-doses'),
+            // Its fields count for nothing unless it is wanted.
+            explain: isChecked('explain')
+                ? { range: numberOr('explain-range', null), structure: textOrNull('explain-structure') }
+                : null,
+            sweeps,
         };
+    }
+
+    /**
+     * Takes the settings of a request, of whatever files, and computes anew.
+     * @returns the member that this page cannot fulfil: nothing is taken then; null: all is taken
+     */
+    fill(request: RequestDocument): string | null {
+        const unmet = unmetMember(request);
+        if (unmet !== null) {
+            return unmet;
+        }
+        this.reset();
+        const { units, sweeps, limits } = request;
+        this.carried = { units, sweeps, failBelow: limits.failBelow };
+        const usual = usualRequest();
+        for (const [member, { field }] of Object.entries(members)) {
+            const value = valueAt(request, member);
+            if (field && !member.endsWith('.file')) {
+                write(field, value, member === 'criteria' ? '\n' : '; ');
+                if (!isSame(value ?? null, valueAt(usual, member) ?? null)) {
+                    byId(field).closest('details')?.setAttribute('open', '');
+                }
+            }
+        }
+        this.isAsLoaded = true;
+        this.showAll();
+        this.changed();
+        return null;
+    }
+
+    /** As the page was opened first; computes nothing. */
+    reset(): void {
+        clearTimeout(this.timer);
+        this.form.reset();
+        this.carried = noneCarried();
+        this.isAsLoaded = false;
+        this.showAll();
     }
 
     /** Puts a criterion in the place of the one at an index, and computes anew. */
@@ -89,94 +125,73 @@ export class CriteriaForm {
         const all = this.asked().criteria;
         all[index] = criterion;
         this.criteria.value = all.join('\n');
+        this.takeChange(this.criteria);
         this.showLocality();
         clearTimeout(this.timer);
         this.changed();
     }
 
-    /** Marks the fields whose options a sentence names; null: none. */
-    markProblem(sentence: string | null): void {
-        for (const [option, id] of Object.entries(fields)) {
-            const isMeant = sentence !== null && new RegExp(`${option}(?![-\\w])`).test(sentence);
-            const field = byId(id);
-            if (isMeant) {
-                field.setAttribute('aria-invalid', 'true');
-                field.setAttribute('aria-errormessage', 'problem');
-                field.closest('details')?.setAttribute('open', '');
-            } else {
-                field.removeAttribute('aria-invalid');
-                field.removeAttribute('aria-errormessage');
+    /** Marks the field of the member that a failure is about; null: none. */
+    markProblem(failure: EngineError | null): void {
+        const meant = failure?.member === undefined ? undefined : wordsOf(failure.member)?.field;
+        for (const { field } of Object.values(members)) {
+            if (field !== undefined) {
+                mark(byId(field), field === meant);
             }
         }
     }
 
     private makeLocal(letter: string): void {
-        const rewritten = lines(this.criteria.value).map((line) =>
+        const rewritten = lines('criteria').map((line) =>
             line.replace(criterionForm, (_, name: string, percent: string, rest: string) => `${name}${percent}${letter}/${rest}`),
         );
         this.criteria.value = rewritten.join('\n');
     }
 
+    /** The name and version of a request are none of another one. */
+    private takeChange(field: HTMLElement): void {
+        if (this.isAsLoaded && !field.id.startsWith('request-')) {
+            write('request-name', '');
+            write('request-version', '');
+        }
+        this.isAsLoaded = false;
+    }
+
+    private showAll(): void {
+        this.showLocality();
+        const asked = this.asked();
+        const told = carriedMembers.flatMap((member) => {
+            const value = valueAt(asked, member);
+            const isThere = Array.isArray(value) ? value.length > 0 : value !== null;
+            return isThere ? [`${members[member].word}: ${[value].flat().join('; ')}`] : [];
+        });
+        byId('carried').textContent = told.length === 0 ? '' : `From the request that was loaded, too: ${told.join(', ')}.`;
+    }
+
     private showLocality(): void {
-        const all = lines(this.criteria.value);
+        const all = lines('criteria');
         this.locality.value = all.length > 0 && all.every((line) => /%\s*L\s*\//i.test(line)) ? 'L' : '';
     }
 }
 
-/** The command that makes the same comparison of files at these paths. */
-export function commandOf(request: CompareRequest): string {
-    const words = ['zarngi', 'compare', request.reference, request.evaluation];
-    const add = (option: string, ...values: (string | undefined)[]): void =>
-        values.forEach((value) => value && words.push(option, value));
-    add('--criteria', ...request.criteria);
-    add('--dco', request.cutOff);
-    add('--norm', request.normalisation);
-    add('--max-gamma', request.maxGamma);
-    add('--step', request.step);
-    words.push(...(request.nearest ? ['--nearest'] : []), ...(request.slices ? ['--slices'] : []));
-    add('--tolerance', ...(request.tolerance ?? []));
-    add('--action', ...(request.action ?? []));
-    add('--structures', ...request.structures);
-    add('--structure', ...(request.shown ?? []));
-    add('--exclude', ...(request.excluded ?? []));
-    add('--within', request.within);
-    add('--dvh', ...(request.metrics ?? []));
-    add('--prescription', request.prescription);
-    words.push(...(request.ignoreFrame ? ['--ignore-frame'] : []));
-    add('--plane', request.plane);
-    add('--at', request.at);
-    add('--norm-at', request.normalisationAt);
-    add('--reference-scale', request.referenceScale);
-    add('--evaluation-scale', request.evaluationScale);
-    words.push(...(request.explain ? ['--explain'] : []));
-    add('--explain-range', request.explainRange);
-    add('--explain-structure', request.explainStructure);
-    return words.map(quoted).join(' ');
+/** What has neither a field nor a place among those that are kept, and is not as usual. */
+function unmetMember(request: RequestDocument): string | null {
+    const usual = withFiles(usualRequest());
+    const isUnmet = (member: string): boolean =>
+        members[member].field === undefined &&
+        member !== 'structures.files' &&
+        !carriedMembers.includes(member) &&
+        !isSame(valueAt(request, member), valueAt(usual, member));
+    return Object.keys(members).find(isUnmet) ?? null;
 }
 
-/** Its fields count for nothing unless it is wanted. */
-function explained(): Pick<Asked, 'explain' | 'explainRange' | 'explainStructure'> {
-    return isChecked('explain')
-        ? { explain: true, explainRange: text('explain-range'), explainStructure: text('explain-structure') }
-        : {};
-}
-
-function quoted(word: string): string {
-    return /^[\w%+,./:=@-]+$/.test(word) ? word : `'${word.replaceAll("'", "'\\''")}'`;
-}
-
-function lines(value: string): string[] {
-    return value.split('\n').map((line) => line.trim()).filter(Boolean);
-}
-
-function text(id: string): string {
-    return byId<TextField>(id).value.trim();
-}
-
-function listed(id: string): string[] {
-    return text(id).split(';').map((part) => part.trim()).filter(Boolean);
-}
-
-function isChecked(id: string): boolean {
-    return byId<HTMLInputElement>(id).checked;
+function mark(field: HTMLElement, isMeant: boolean): void {
+    if (isMeant) {
+        field.setAttribute('aria-invalid', 'true');
+        field.setAttribute('aria-errormessage', 'problem');
+        field.closest('details')?.setAttribute('open', '');
+    } else {
+        field.removeAttribute('aria-invalid');
+        field.removeAttribute('aria-errormessage');
+    }
 }

@@ -2,15 +2,27 @@
 
 import { byId, el } from '../views/dom';
 import type { EngineClient } from '../engine/client';
-import type { ExamplePart, FileFacts } from '../engine/messages';
+import type { EngineError, ExamplePart, FileFacts } from '../engine/messages';
 import { chosen, dropped, type NamedFile } from './dropped';
 import { FilePool } from './filePool';
 import { descriptionOf, fileRow, leftOutText, optionText } from './fileTable';
+import { sentenceOf } from './members';
 import { initialRoles, noRoles, type Roles } from './roles';
 
 export type { Roles } from './roles';
 
 type Role = 'reference' | 'evaluation' | 'structures';
+
+export interface FileListener {
+    /** Told of the roles whenever they are others; incomplete ones too. */
+    changed(roles: Roles): void;
+    /** All files are read. */
+    idle(): void;
+    /** Takes a request that came among the files. */
+    request(file: File): Promise<void>;
+    /** Nothing of what was before is to stay. */
+    startOver(): void;
+}
 
 export class FileSection {
     private readonly pool: FilePool;
@@ -21,14 +33,9 @@ export class FileSection {
     private queue: Promise<void> = Promise.resolve();
     private queued = 0;
 
-    /**
-     * @param changed told of the roles whenever they are others; incomplete ones too
-     * @param idle told when all files are read
-     */
     constructor(
         private readonly client: EngineClient,
-        private readonly changed: (roles: Roles) => void,
-        private readonly idle: () => void,
+        private readonly listener: FileListener,
     ) {
         this.pool = new FilePool(client);
         this.listenToInputs();
@@ -40,11 +47,11 @@ export class FileSection {
         return this.queued > 0;
     }
 
-    /** Shows a sentence beside the file it begins with; false where it is about none. */
-    tellProblem(sentence: string | null): boolean {
+    /** Shows a failure beside the file that it is about; false where there is none. */
+    tellProblem(failure: EngineError | null): boolean {
         const paths = [this.roles.reference, this.roles.evaluation, ...this.roles.structures];
-        const path = sentence === null ? undefined : paths.find((p) => p && sentence.startsWith(`${p}: `));
-        this.problem = path && sentence ? { path, sentence } : null;
+        const isOfFile = failure !== null && paths.includes(failure.file);
+        this.problem = isOfFile ? { path: failure.file, sentence: sentenceOf(failure) } : null;
         this.render();
         return this.problem !== null;
     }
@@ -63,7 +70,12 @@ export class FileSection {
             });
         }
         byId('example').addEventListener('click', () => this.enqueue(() => this.takeExample()));
-        byId('start-over').addEventListener('click', () => this.enqueue(() => this.startOver()));
+        byId('start-over').addEventListener('click', () =>
+            this.enqueue(() => {
+                this.listener.startOver();
+                return this.clear();
+            }),
+        );
     }
 
     private listenToDrops(): void {
@@ -111,12 +123,17 @@ export class FileSection {
             .then(() => {
                 this.queued -= 1;
                 if (this.queued === 0) {
-                    this.idle();
+                    this.listener.idle();
                 }
             });
     }
 
-    private async take(batch: NamedFile[], role: Role | null): Promise<void> {
+    private async take(given: NamedFile[], role: Role | null): Promise<void> {
+        const request = role === null ? requestOf(given) : undefined;
+        if (request) {
+            await this.listener.request(request.file);
+        }
+        const batch = given.filter((file) => file !== request);
         if (batch.length === 0) {
             return;
         }
@@ -173,11 +190,11 @@ export class FileSection {
             const file = await this.client.example(part);
             files.push({ path: file.name, file });
         }
-        await this.startOver();
+        await this.clear();
         await this.take(files, null);
     }
 
-    private async startOver(): Promise<void> {
+    private async clear(): Promise<void> {
         await this.pool.keepOnly(new Set());
         this.roles = noRoles();
         this.showProblems([]);
@@ -187,7 +204,7 @@ export class FileSection {
     private tell(): void {
         this.problem = null;
         this.render();
-        this.changed(this.roles);
+        this.listener.changed(this.roles);
     }
 
     private render(): void {
@@ -241,4 +258,10 @@ export class FileSection {
         });
         return el('label', {}, box, ' structures');
     }
+}
+
+/** The one that stands among files by itself; those of a folder belong to something else. */
+function requestOf(files: NamedFile[]): NamedFile | undefined {
+    const found = files.filter(({ path }) => /^[^/]*\.json$/i.test(path));
+    return found.length === 1 ? found[0] : undefined;
 }

@@ -66,7 +66,7 @@ export function fileRow(file: FileFacts, role: string, description: string, use:
 /** "38 other DICOM files and 2 other files left out"; empty where there are none. */
 export function leftOutText(unused: Unused[]): string {
     const foreign = unused.filter((f) => f.kind === 'foreign');
-    const dicom = foreign.filter((f) => f.sentence.startsWith('is DICOM')).length;
+    const dicom = foreign.filter((f) => f.isDicom).length;
     const count = (n: number, what: string): string[] =>
         n === 0 ? [] : [`${n} other ${what}${n === 1 ? '' : 's'}`];
     const parts = [...count(dicom, 'DICOM file'), ...count(foreign.length - dicom, 'file')];

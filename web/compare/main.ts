@@ -4,31 +4,45 @@ import { byId } from '../views/dom';
 import { applyTheme } from '../views/theme';
 import { setUpAbout } from './about';
 import { Comparisons, type Current } from './comparisons';
+import type { EngineError } from '../engine/messages';
+import { withFiles } from '../engine/request';
 import { CriteriaForm } from './criteriaForm';
 import { FileSection, type Roles } from './fileSection';
+import { KeptSettings } from './keptSettings';
+import { commandOf, sentenceOf } from './members';
 import { ProgressLine } from './progressLine';
 import { RatesCard } from './ratesCard';
+import { RequestFiles } from './requestFiles';
 import { Saving } from './saving';
 import { missingFeature } from './support';
 import './style.css'; // after that of the views, parts of which it hides
 
 function start(): void {
-    const client = new EngineClient(() => new EngineWorker());
+    const client = new EngineClient(() => new EngineWorker(), commandOf);
+    const kept = new KeptSettings();
     let roles: Roles | null = null;
     const ask = (): void => {
         const { reference, evaluation, structures } = roles ?? {};
         const isComplete = reference && evaluation && structures;
-        comparisons.ask(isComplete ? { reference, evaluation, structures: [...structures], ...form.asked() } : null);
+        const asked = form.asked();
+        kept.keep(asked);
+        comparisons.ask(isComplete ? withFiles(asked, reference, evaluation, [...structures]) : null);
     };
+    kept.restore(() => kept.keep(form.asked()));
     const form = new CriteriaForm(ask);
-    const files = new FileSection(
-        client,
-        (changed) => {
+    const requests = new RequestFiles(client, form);
+    const files = new FileSection(client, {
+        changed(changed: Roles): void {
             roles = changed;
             ask();
         },
-        () => void rates.fill(),
-    );
+        idle: () => void rates.fill(),
+        request: (file: File) => requests.load(file),
+        startOver(): void {
+            form.reset();
+            requests.clear();
+        },
+    });
     const saving = new Saving(client);
     const rates = new RatesCard(
         client,
@@ -42,12 +56,12 @@ function start(): void {
             saving.show(current);
             rates.show(current);
         },
-        problem(sentence: string | null): void {
-            const isOfFile = files.tellProblem(sentence);
-            form.markProblem(sentence);
+        problem(failure: EngineError | null): void {
+            const isOfFile = files.tellProblem(failure);
+            form.markProblem(failure);
             const place = byId('problem');
-            place.hidden = sentence === null || isOfFile;
-            place.textContent = isOfFile ? '' : sentence;
+            place.hidden = failure === null || isOfFile;
+            place.textContent = failure === null || isOfFile ? '' : sentenceOf(failure);
         },
         idle: () => void rates.fill(),
     });

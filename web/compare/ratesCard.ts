@@ -1,7 +1,8 @@
 /** Pass rates by criterion around what was asked, filled in while nothing else is computed. */
 
 import type { EngineClient } from '../engine/client';
-import type { CompareRequest, RatesAnswer } from '../engine/messages';
+import type { RatesAnswer } from '../engine/messages';
+import type { RequestDocument } from '../engine/request';
 import { byId, el } from '../views/dom';
 import { legendOf, limitsOf, SweepMap, type SweepRate } from '../views/sweepMap';
 import type { Current } from './comparisons';
@@ -128,7 +129,8 @@ export class RatesCard {
 }
 
 /** What rates depend on, beside the criterion. */
-function baseOf(request: CompareRequest): string {
-    const { criteria, tolerance, action, metrics, prescription, command, ...base } = request;
-    return JSON.stringify(base);
+function baseOf(request: RequestDocument): string {
+    const { criteria, limits, name, version, explain, sweeps, structures, ...base } = request;
+    const { metrics, prescription, ...parts } = structures;
+    return JSON.stringify({ ...base, parts });
 }

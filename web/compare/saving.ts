@@ -8,6 +8,15 @@ import type { Current } from './comparisons';
 /** ms until a saved file's bytes are let go. */
 const kept = 60000;
 
+export function saveFile(name: string, type: string, contents: ArrayBuffer): void {
+    const url = URL.createObjectURL(new Blob([contents], { type }));
+    const link = document.createElement('a');
+    link.href = url;
+    link.download = name;
+    link.click();
+    setTimeout(() => URL.revokeObjectURL(url), kept);
+}
+
 export class Saving {
     private current: Current | null = null;
     private readonly format = byId<HTMLSelectElement>('map-format');
@@ -48,12 +57,7 @@ export class Saving {
         const status = byId('saved');
         status.textContent = `Making ${name}`;
         try {
-            const url = URL.createObjectURL(new Blob([await contents], { type }));
-            const link = document.createElement('a');
-            link.href = url;
-            link.download = name;
-            link.click();
-            setTimeout(() => URL.revokeObjectURL(url), kept);
+            saveFile(name, type, await contents);
             status.textContent = `${name} is made`;
         } catch (error) {
             status.textContent = error instanceof Error ? `${name}: ${error.message}` : String(error);

@@ -2,10 +2,11 @@
 
 import { EngineFailure } from './engine';
 import type {
-    CompareRequest, ComparisonAnswer, ExamplePart, FileFacts, Progress, RatesAnswer, StructurePart,
+    ComparisonAnswer, ExamplePart, FileFacts, Progress, RatesAnswer, RequestAnswer, StructurePart,
     VolumeName,
 } from './messages';
 import type { Call, Reply } from './protocol';
+import type { RequestDocument } from './request';
 import type { StoredVolume } from '../views/comparison';
 
 /** What a request that was stopped ends with. */
@@ -30,12 +31,18 @@ export class EngineClient {
     private waiting = new Map<number, Waiting>();
     private lastId = 0;
     /** What the worker holds the results of. */
-    private held: CompareRequest | null = null;
+    private held: RequestDocument | null = null;
     /** Settles with the work that gives way to any other, and never rejects. */
     private background: Promise<void> | null = null;
 
-    /** @param startWorker makes a worker of worker.ts */
-    constructor(private readonly startWorker: () => Worker) {
+    /**
+     * @param startWorker makes a worker of worker.ts
+     * @param commandOf the command that makes the same comparison, which records tell
+     */
+    constructor(
+        private readonly startWorker: () => Worker,
+        private readonly commandOf: (request: RequestDocument) => string,
+    ) {
         this.worker = this.start();
     }
 
@@ -54,9 +61,18 @@ export class EngineClient {
         return (await this.send({ call: 'identify', path })).answer as FileFacts;
     }
 
+    /**
+     * The request of a text, which holds one or a record, with the text to save it by. Rejects with an
+     * EngineFailure.
+     */
+    async request(text: string): Promise<RequestAnswer & { saved: ArrayBuffer }> {
+        const { answer, output } = await this.send({ call: 'request', text });
+        return { ...(answer as RequestAnswer), saved: output! };
+    }
+
     /** Rejects with an EngineFailure, or Stopped. */
     async compare(
-        request: CompareRequest,
+        request: RequestDocument,
         progress?: (progress: Progress) => void,
     ): Promise<ComparisonAnswer> {
         await this.endBackground();
@@ -67,7 +83,7 @@ export class EngineClient {
      * Pass rates for another criterion, everything else as in a comparison that was made. Ends with
      * Stopped when files or another comparison come meanwhile.
      */
-    async rates(of: CompareRequest, criterion: string): Promise<RatesAnswer> {
+    async rates(of: RequestDocument, criterion: string): Promise<RatesAnswer> {
         const asked = this.ask(of, { call: 'rates', criterion });
         const settled = asked.then(
             () => {},
@@ -83,33 +99,33 @@ export class EngineClient {
         }
     }
 
-    async volume(of: CompareRequest, volume: VolumeName, criterion?: number): Promise<StoredVolume> {
+    async volume(of: RequestDocument, volume: VolumeName, criterion?: number): Promise<StoredVolume> {
         const { answer, output } = await this.ask(of, { call: 'volume', volume, criterion });
         const { decimals } = answer as { decimals: number };
         return { decimals, values: new Int16Array(output!) };
     }
 
     /** Null where it has no contours. */
-    async structure(of: CompareRequest, structure: number, part: StructurePart): Promise<Int32Array | null> {
+    async structure(of: RequestDocument, structure: number, part: StructurePart): Promise<Int32Array | null> {
         const { output } = await this.ask(of, { call: 'structure', structure, part });
         return output ? new Int32Array(output) : null;
     }
 
-    async record(of: CompareRequest): Promise<ArrayBuffer> {
+    async record(of: RequestDocument): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'record' })).output!;
     }
 
-    async csv(of: CompareRequest): Promise<ArrayBuffer> {
+    async csv(of: RequestDocument): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'csv' })).output!;
     }
 
     /** @param template the page of a comparison without data */
-    async page(of: CompareRequest, template: string): Promise<ArrayBuffer> {
+    async page(of: RequestDocument, template: string): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'page', template })).output!;
     }
 
     /** @param name its ending tells the format: .nrrd, .mha, .nii, .nii.gz */
-    async gammaMap(of: CompareRequest, criterion: number, name: string): Promise<ArrayBuffer> {
+    async gammaMap(of: RequestDocument, criterion: number, name: string): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'gammaMap', criterion, name })).output!;
     }
 
@@ -134,11 +150,14 @@ export class EngineClient {
     }
 
     private async make(
-        request: CompareRequest,
+        request: RequestDocument,
         progress?: (progress: Progress) => void,
     ): Promise<ComparisonAnswer> {
         this.held = null;
-        const { answer } = await this.send({ call: 'compare', request }, progress);
+        const { answer } = await this.send(
+            { call: 'compare', request, command: this.commandOf(request) },
+            progress,
+        );
         this.held = request;
         return answer as ComparisonAnswer;
     }
@@ -154,7 +173,7 @@ export class EngineClient {
     }
 
     /** Of the results of a comparison, made again where the worker holds others. */
-    private async ask(of: CompareRequest, call: Call): Promise<{ answer: unknown; output?: ArrayBuffer }> {
+    private async ask(of: RequestDocument, call: Call): Promise<{ answer: unknown; output?: ArrayBuffer }> {
         // Meanwhile another comparison may have been asked for.
         while (this.held !== of) {
             await this.make(of);
@@ -191,7 +210,7 @@ export class EngineClient {
         }
         this.waiting.delete(reply.id);
         if ('failure' in reply) {
-            waiting.reject(new EngineFailure(reply.failure.error, reply.failure.kind));
+            waiting.reject(new EngineFailure(reply.failure));
         } else {
             waiting.resolve(reply);
         }
@@ -202,6 +221,6 @@ export class EngineClient {
         const { waiting } = this;
         this.waiting = new Map();
         this.held = null;
-        waiting.forEach(({ reject }) => reject(new EngineFailure(reason, 'internal')));
+        waiting.forEach(({ reject }) => reject(EngineFailure.of(reason)));
     }
 }

@@ -2,15 +2,26 @@
 
 import createEngine from 'zarngi-engine';
 import type { Host } from './host';
-import type { EngineError } from './messages';
+import type { EngineError, FailureKind } from './messages';
 
-/** A failure with the sentence for the person. */
+/** A failure; its message is the sentence in plain words. */
 export class EngineFailure extends Error {
-    constructor(
-        message: string,
-        readonly kind: EngineError['kind'],
-    ) {
-        super(message);
+    constructor(readonly told: EngineError) {
+        super(told.error);
+    }
+
+    /** What has no place in a request or among the files. */
+    static of(sentence: string, kind: FailureKind = 'internal'): EngineFailure {
+        return new EngineFailure({ error: sentence, kind, parts: [{ text: sentence }], file: '' });
+    }
+
+    static ofFile(file: string, reason: string, kind: FailureKind): EngineFailure {
+        const rest = `: ${reason}`;
+        return new EngineFailure({ error: file + rest, kind, parts: [{ file }, { text: rest }], file });
+    }
+
+    get kind(): FailureKind {
+        return this.told.kind;
     }
 }
 
@@ -28,7 +39,7 @@ export class Engine {
         const text = this.module.ccall('zarngi_call', 'string', ['string'], [JSON.stringify(request)]);
         const reply = JSON.parse(text as string) as { answer: Answer } | EngineError;
         if ('error' in reply) {
-            throw new EngineFailure(reply.error, reply.kind);
+            throw new EngineFailure(reply);
         }
         return reply.answer;
     }

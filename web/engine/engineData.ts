@@ -1,7 +1,7 @@
 /** A comparison of the engine, as the views want it. */
 
 import type { EngineClient } from './client';
-import type { CompareRequest } from './messages';
+import type { RequestDocument } from './request';
 import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
 import type { ComparisonRecord, Role } from '../views/record';
 
@@ -16,7 +16,7 @@ export class EngineData implements ComparisonData {
     ) {}
 
     /** Rejects as the client's calls do. */
-    static async load(record: ComparisonRecord, request: CompareRequest, client: EngineClient): Promise<EngineData> {
+    static async load(record: ComparisonRecord, request: RequestDocument, client: EngineClient): Promise<EngineData> {
         const doses = {
             reference: await client.volume(request, 'reference'),
             evaluation: await client.volume(request, 'evaluation'),

@@ -66,6 +66,11 @@ public:
     {
     }
 
+    bool isDicom() const
+    {
+        return files::identifiedFormat(contents_.view()) == files::FileFormat::dicom;
+    }
+
     bool isStructureSet() const { return files::isStructureSet(contents_.view(), scriptDeflate()); }
 
     files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
@@ -173,10 +178,11 @@ Json described(const std::string& path, const char* kind, Json facts)
     return json;
 }
 
-Json refusalJson(const std::string& path, const files::FileError& error)
+Json refusalJson(const std::string& path, const files::FileError& error, bool isDicom = false)
 {
     const bool isForeign = error.kind == files::FileError::Kind::foreign;
-    return described(path, isForeign ? "foreign" : "refused", {{"sentence", error.sentence}});
+    return described(path, isForeign ? "foreign" : "refused",
+                     {{"sentence", error.sentence}, {"isDicom", isDicom}});
 }
 
 } // namespace
@@ -205,7 +211,7 @@ nlohmann::ordered_json KeptFiles::identified(const std::string& path)
     if (!read) {
         std::optional<files::StructureSet> set = masksAlone(file, read.error());
         return set ? described(path, "structures", facts(sets_.add(path, std::move(*set))))
-                   : refusalJson(path, read.error());
+                   : refusalJson(path, read.error(), file.isDicom());
     }
     const files::DoseImage& dose = doses_.add(path, std::move(*read));
     Json json = described(path, "dose", facts(dose));

@@ -4,56 +4,7 @@
  */
 
 import type { ComparisonRecord, GridRecord } from '../views/record';
-
-/** What is asked of a comparison. Numbers are as typed: texts, empty for the usual value. */
-export interface CompareRequest {
-    reference: string;
-    evaluation: string;
-    /** DICOM RT Structure Sets and label masks. */
-    structures: string[];
-    /** As on the command line: "3%/2mm", "2%L/2mm", "PTV*:2%/1mm"; at least one. */
-    criteria: string[];
-    /** %; Gy, or "evaluation"; gamma; mm. */
-    cutOff?: string;
-    normalisation?: string;
-    /** "X,Y[,Z]", mm: the reference's dose there is that of 100 %. */
-    normalisationAt?: string;
-    /** Where a plane lies: "axial", "coronal", "sagittal", "gantry:30"; its point 0, 0 at "X,Y,Z", mm. */
-    plane?: string;
-    at?: string;
-    /** "1.02", "1/33". */
-    referenceScale?: string;
-    evaluationScale?: string;
-    /** Doses that are added, on the same grid. */
-    referenceAdded?: string[];
-    evaluationAdded?: string[];
-    maxGamma?: string;
-    step?: string;
-    nearest?: boolean;
-    /** Interpolates within planes of constant z only. */
-    slices?: boolean;
-    /** "95", "PTV*:98". */
-    tolerance?: string[];
-    action?: string[];
-    failBelow?: string[];
-    /** Names and expressions of structures: "PTV*", "ring=PTV57-PTV67". */
-    shown?: string[];
-    excluded?: string[];
-    /** Voxels of these alone are tested. */
-    within?: string;
-    /** Lists like "D99,D1cc,V20Gy". */
-    metrics?: string[];
-    /** Gy. */
-    prescription?: string;
-    ignoreFrame?: boolean;
-    /** Whether to find the shift and the factor that explain what fails, in a structure or everywhere. */
-    explain?: boolean;
-    /** mm. */
-    explainRange?: string;
-    explainStructure?: string;
-    /** Kept in the record. */
-    command?: string;
-}
+import type { RequestDocument } from './request';
 
 export interface DoseFacts {
     /** Of the values: another file where a header stands alone. */
@@ -80,7 +31,7 @@ export type FileFacts = { path: string } & (
     | ({ kind: 'dose' } & DoseFacts)
     | ({ kind: 'mask'; mask: StructureFacts } & DoseFacts)
     | ({ kind: 'structures' } & StructureFacts)
-    | { kind: 'foreign' | 'refused'; sentence: string }
+    | { kind: 'foreign' | 'refused'; sentence: string; isDicom: boolean }
 );
 
 export interface ComparisonAnswer {
@@ -109,8 +60,27 @@ export type ExamplePart = 'reference' | 'evaluation' | 'structures';
 export type VolumeName = 'reference' | 'evaluation' | 'gamma' | 'gammaAfter';
 export type StructurePart = 'voxels' | 'contours';
 
+/** A piece of a sentence: text, a member of the request ("limits.action"), or the path of a file. */
+export type SentencePart = { text: string } | { member: string } | { file: string };
+
+/**
+ * request: of what is asked; pair: of doses that cannot be compared like that; foreign, refused, system:
+ * of a file; internal: a fault of this page.
+ */
+export type FailureKind =
+    | 'request' | 'pair' | 'foreign' | 'refused' | 'system' | 'memory' | 'interrupted' | 'internal';
+
 export interface EngineError {
+    /** The sentence in plain words, made of the parts. */
     error: string;
-    /** usage: of the request; input: of a file or the pair; memory; internal: a fault of this page. */
-    kind: 'usage' | 'input' | 'memory' | 'internal';
+    kind: FailureKind;
+    parts: SentencePart[];
+    /** The file that it is about, or an empty text. */
+    file: string;
+    /** Of the request, where it is to be mended: "structures.within", "criteria[1]". */
+    member?: string;
+}
+
+export interface RequestAnswer {
+    request: RequestDocument;
 }

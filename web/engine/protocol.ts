@@ -1,13 +1,13 @@
 /** How the messages travel between a page and its worker. */
 
-import type {
-    CompareRequest, EngineError, ExamplePart, Progress, StructurePart, VolumeName,
-} from './messages';
+import type { EngineError, ExamplePart, Progress, StructurePart, VolumeName } from './messages';
+import type { RequestDocument } from './request';
 
 export type Call =
     | { call: 'file'; path: string; file: File | null }
     | { call: 'identify'; path: string }
-    | { call: 'compare'; request: CompareRequest }
+    | { call: 'request'; text: string }
+    | { call: 'compare'; request: RequestDocument; command: string }
     | { call: 'rates'; criterion: string }
     | { call: 'volume'; volume: VolumeName; criterion?: number }
     | { call: 'structure'; structure: number; part: StructurePart }

@@ -121,6 +121,9 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
     if (what == "values") {
         return values(call);
     }
+    if (what == "request") {
+        return request(call);
+    }
     if (what == "compare") {
         return compare(call);
     }
@@ -144,6 +147,14 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
             bytesOf(comparison_.results.at(call.at("criterion").get<std::size_t>()).gamma));
     }
     return document(call);
+}
+
+/** The request of a text that a person gave, and as a document to save. */
+nlohmann::ordered_json Session::request(const Json& call)
+{
+    const std::string text = call.at("text");
+    const Json document = zarngi::requestJson(zarngi::requestOfText(text));
+    return withOutput(zarngi::toText(document, 2) + "\n", {{"request", document}});
 }
 
 nlohmann::ordered_json Session::compare(const Json& call)

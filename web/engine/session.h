@@ -31,6 +31,7 @@ public:
 private:
     using Json = nlohmann::ordered_json;
 
+    Json request(const Json& call);
     Json compare(const Json& call);
     Json rates(const Json& call);
     Json values(const Json& call);

@@ -4,9 +4,10 @@ import wasmBase64 from 'zarngi-engine-binary';
 import { digestOf } from './digest';
 import { Engine, EngineFailure } from './engine';
 import { makeHost } from './host';
-import type { CompareRequest, ComparisonAnswer, FileFacts } from './messages';
+import type { ComparisonAnswer, FileFacts } from './messages';
 import { missing, PageFiles } from './pageFiles';
-import type { Reply, Request } from './protocol';
+import type { Call, Reply, Request } from './protocol';
+import { filesOf, type RequestDocument } from './request';
 
 interface Digest {
     bytes: number;
@@ -62,17 +63,16 @@ async function digestFor(path: string): Promise<Digest> {
     const { bytes, status } = files.contents(path);
     if (status !== 0) {
         const reason = status === missing ? 'no such file' : `cannot be read: ${new TextDecoder().decode(bytes)}`;
-        throw new EngineFailure(`${path}: ${reason}`, 'input');
+        throw EngineFailure.ofFile(path, reason, 'system');
     }
     const digest = { bytes: bytes.length, sha256: await digestOf(bytes as Uint8Array<ArrayBuffer>) };
     digests.set(path, digest);
     return digest;
 }
 
-async function digestsFor(request: CompareRequest, known: Engine): Promise<object> {
+async function digestsFor(request: RequestDocument, known: Engine): Promise<object> {
     const wanted: Record<string, object> = {};
-    const { reference, evaluation, structures, referenceAdded = [], evaluationAdded = [] } = request;
-    for (const path of [reference, evaluation, ...structures, ...referenceAdded, ...evaluationAdded]) {
+    for (const path of filesOf(request)) {
         for (const part of new Set([path, dataPathOf(path, known)])) {
             wanted[part] = digests.get(part) ?? (await digestFor(part));
         }
@@ -80,11 +80,11 @@ async function digestsFor(request: CompareRequest, known: Engine): Promise<objec
     return wanted;
 }
 
-async function compare(request: CompareRequest, known: Engine): Promise<ComparisonAnswer> {
+async function compare(call: Call & { call: 'compare' }, known: Engine): Promise<ComparisonAnswer> {
     const start = performance.now();
-    const wanted = await digestsFor(request, known);
+    const digests = await digestsFor(call.request, known);
     const readSeconds = (performance.now() - start) / 1000;
-    return known.call({ call: 'compare', ...request, digests: wanted, readSeconds });
+    return known.call({ ...call, digests, readSeconds });
 }
 
 async function answer(request: Request, known: Engine): Promise<void> {
@@ -97,12 +97,19 @@ async function answer(request: Request, known: Engine): Promise<void> {
         facts.set(call.path, found);
         post({ id, answer: found });
     } else if (call.call === 'compare') {
-        post({ id, answer: await compare(call.request, known) });
+        post({ id, answer: await compare(call, known) });
     } else {
         const found = known.call<{ bytes?: number | null }>(call);
         const output = typeof found.bytes === 'number' ? known.output(found.bytes) : undefined;
         post({ id, answer: found, output }, output ? [output] : []);
     }
+}
+
+function failureOf(error: unknown): EngineFailure {
+    if (error instanceof EngineFailure) {
+        return error;
+    }
+    return EngineFailure.of(error instanceof Error ? error.message : String(error));
 }
 
 const waiting: Request[] = [];
@@ -114,9 +121,7 @@ async function work(): Promise<void> {
         try {
             await answer(running, known);
         } catch (error) {
-            const kind = error instanceof EngineFailure ? error.kind : 'internal';
-            const sentence = error instanceof Error ? error.message : String(error);
-            post({ id: running.id, failure: { error: sentence, kind } });
+            post({ id: running.id, failure: failureOf(error).told });
         }
     }
     running = null;
@@ -127,7 +132,7 @@ onmessage = (event: MessageEvent<Request>): void => {
     if (waiting.length === 1 && !running) {
         work().catch((error: unknown) => {
             const { id } = event.data;
-            post({ id, failure: { error: String(error), kind: 'internal' } });
+            post({ id, failure: failureOf(error).told });
         });
     }
 };

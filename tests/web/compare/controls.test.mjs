@@ -1,12 +1,11 @@
 // The page that compares: what is asked, computed anew, stopped, looked at; how it behaves meanwhile.
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
-import { readFileSync } from 'node:fs';
+import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import { crosshair, lookAt, numberOf, settle, waitUntil, workplace } from '../browser.mjs';
 import {
-    comparing, criteriaShown, data, drop, makeInputs, openPage, program, recordByCommand, recordByProgram, saved, timeless,
+    comparing, criteriaShown, data, drop, makeInputs, openPage, recordByCommand, recordByProgram, saved, timeless,
 } from './comparing.mjs';
 
 const place = workplace('controls');
@@ -53,6 +52,7 @@ describe('controls', () => {
         { id: 'metrics', value: 'D90,V95%', native: ['--dvh', 'D90,V95%'] },
         { id: 'prescription', value: '1.9', native: ['--prescription', '1.9'] },
         { id: 'ignore-frame', native: ['--ignore-frame'] },
+        { id: 'error-doses', native: ['--allow-error-doses'] },
     ];
     /** Fields as they were go into the next comparison: no event tells of them. */
     let undo = async () => {};
@@ -83,19 +83,21 @@ describe('controls', () => {
     });
 
     const mistakes = [
-        { id: 'criteria', value: 'foo', native: ['-c', 'foo'] },
-        { id: 'cut-off', value: 'x', native: ['--dco', 'x'] },
-        { id: 'tolerance', value: '50; action', native: ['--tolerance', '50', '--tolerance', 'action'] },
-        { id: 'within', value: 'NOBODY', native: ['--within', 'NOBODY'] },
+        { id: 'criteria', value: '3%/2mm\nfoo', sentence: /^Criteria: "foo" / },
+        { id: 'cut-off', value: 'x', sentence: /^Cut-off: "x" / },
+        { id: 'max-gamma', value: '0', sentence: /^Largest γ searched: "0" / },
+        { id: 'tolerance', value: '50; action', sentence: /^Tolerance: "action" / },
+        { id: 'action', value: '99', sentence: /^Action 99 is above Tolerance 95$/ },
+        { id: 'normalisation-at', value: '1,x', sentence: /^Normalise at: "1,x" / },
+        { id: 'within', value: 'NOBODY', sentence: /^Test within.*NOBODY/ },
     ];
-    for (const { id, value, native } of mistakes) {
-        test(`a mistake in ${id} is told as the program tells it, and the last result stays`, async () => {
+    for (const { id, value, sentence } of mistakes) {
+        test(`a mistake in ${id} is told in the words of its label, and the last result stays`, async () => {
             const before = await page.locator('#criteria-rows').innerText();
+            await page.evaluate(() => (document.getElementById('problem').textContent = ''));
             await change(id, value);
-            const { stderr } = spawnSync(program, ['compare', ...names, '--structures', structures, ...native], { cwd: folder, encoding: 'utf8' });
-            const sentence = stderr.trim().replace(/^zarngi: /, '').replace(/ \(zarngi --help tells more\)$/, '');
-            assert.ok(sentence);
-            await waitUntil(page, `"${sentence}"`, (wanted) => document.getElementById('problem').innerText === wanted, sentence);
+            await waitUntil(page, `the problem with ${id}`, () => document.getElementById('problem').innerText !== '');
+            assert.match(await page.locator('#problem').innerText(), sentence);
             const invalid = await page.locator('[aria-invalid=true]').evaluateAll((fields) => fields.map((f) => f.id));
             assert.deepEqual(invalid, [id]);
             assert.equal(await page.locator('#criteria-rows').innerText(), before);
@@ -186,6 +188,155 @@ describe('controls', () => {
     });
 
     test('all this without a message or a request', () => assert.deepEqual(complaints, []));
+});
+
+const requestFile = (protocol, name = 'protocol.json') => ({
+    name, mimeType: 'application/json', buffer: Buffer.from(JSON.stringify(protocol)),
+});
+
+describe('a request as a file', () => {
+    let page, complaints, protocol, record;
+    const values = { 'criteria': '2%L/3mm\nPTV*:1%/1mm', 'cut-off': '15', 'reference-scale': '1.05', 'within': 'PTV1', 'metrics': 'D90; V1Gy', 'action': '80; CORD:70', 'request-name': 'Lung', 'request-version': '2' };
+    const recordOf = async () => timeless(JSON.parse((await saved(page, 'save-json')).bytes));
+    before(async () => {
+        ({ page, complaints } = await openPair());
+        for (const [id, value] of Object.entries(values)) {
+            await page.locator(`#${id}`).evaluate((field, text) => (field.value = text), value); // no event tells of it
+        }
+        const nearest = await unfolded(page, 'nearest');
+        await comparing(page, () => nearest.check());
+        record = await recordOf();
+        const { name, bytes } = await saved(page, 'save-request');
+        assert.equal(name, 'Lung.json');
+        protocol = JSON.parse(bytes);
+    });
+    after(async () => {
+        await page?.context().close();
+    });
+
+    test('names no files', () => {
+        assert.equal(protocol.format, 'zarngi-request');
+        assert.deepEqual([protocol.reference.file, protocol.evaluation.file, protocol.structures.files], [null, null, []]);
+        assert.deepEqual([protocol.name, protocol.cutOff, protocol.reference.scale], ['Lung', 15, '1.05']);
+    });
+
+    test('starting over leaves nothing of what was asked', async () => {
+        await page.locator('#start-over').click();
+        await page.locator('#page').waitFor({ state: 'detached' });
+        const fields = await page.locator('#criteria-form :is(input, select, textarea)').evaluateAll((all) =>
+            all.filter((f) => (f.type === 'checkbox' ? f.checked : f.value !== f.defaultValue && f.tagName !== 'SELECT')).map((f) => f.id),
+        );
+        assert.deepEqual(fields, []);
+        await comparing(page, () => drop(page, ...[...names, structures].map((n) => join(folder, n))));
+        const usual = await recordByProgram(folder, names, '-c', '3%/2mm', '-c', '2%/2mm', '--structures', structures);
+        assert.deepEqual(await recordOf(), timeless(usual));
+    });
+
+    const ways = {
+        'is loaded': () => page.locator('#load-request').setInputFiles(requestFile(protocol)),
+        'is loaded out of a record': () =>
+            page.locator('#load-request').setInputFiles(requestFile({ format: 'zarngi-report', formatVersion: 1, request: protocol })),
+        'is dropped': async () => {
+            writeFileSync(join(folder, 'protocol.json'), JSON.stringify(protocol));
+            await drop(page, join(folder, 'protocol.json'));
+        },
+    };
+    for (const [way, give] of Object.entries(ways)) {
+        test(`${way}, and gives the same record`, async () => {
+            await comparing(page, () => page.locator('#criteria').fill('4%/4mm'));
+            await comparing(page, give);
+            assert.match(await page.locator('#request-status').innerText(), /protocol\.json is loaded/);
+            assert.deepEqual(await recordOf(), record);
+            const shown = await page.locator('#criteria-form').evaluate((_, ids) =>
+                Object.fromEntries(ids.map((id) => [id, document.getElementById(id).value])), Object.keys(values));
+            assert.deepEqual(shown, values);
+            assert.deepEqual(JSON.parse((await saved(page, 'save-request')).bytes), protocol);
+        });
+    }
+
+    test('loses its name when it is changed', async () => {
+        await comparing(page, () => page.locator('#load-request').setInputFiles(requestFile(protocol)));
+        await comparing(page, () => page.locator('#cut-off').fill('16'));
+        const changed = JSON.parse((await saved(page, 'save-request')).bytes);
+        assert.deepEqual([changed.name, changed.version, changed.cutOff], ['', '', 16]);
+    });
+
+    test('keeps what this page has no field for, and says so', async () => {
+        const sweeps = ['1:2%/1:2mm'];
+        await comparing(page, () => page.locator('#load-request').setInputFiles(requestFile({ ...protocol, sweeps })));
+        assert.match(await page.locator('#carried').innerText(), /Rates by criterion: 1:2%\/1:2mm/);
+        assert.deepEqual(JSON.parse((await saved(page, 'save-request')).bytes).sweeps, sweeps);
+    });
+
+    const refusals = [
+        { change: { cutOf: 10 }, sentence: /cutOf is not known/ },
+        { change: { maxGamma: undefined }, sentence: /maxGamma is missing/ },
+        { change: { rotate: true }, sentence: /Rotated lattice: this page has no field/ },
+        { change: { reference: { file: 'a.dcm', add: ['b.dcm'], scale: null } }, sentence: /Doses added to the reference: / },
+        { change: { criteria: ['x'] }, sentence: /Criteria: "x" / },
+        { change: { format: 'zarngi-report' }, sentence: /is missing in this record/ },
+    ];
+    for (const { change, sentence } of refusals) {
+        test(`with ${JSON.stringify(change)} it is refused, and nothing changes`, async () => {
+            const before = await page.locator('#cut-off').inputValue();
+            await page.locator('#load-request').setInputFiles(requestFile({ ...protocol, cutOff: 77, ...change }, 'bad.json'));
+            await page.locator('#request-problem', { hasText: 'bad.json' }).waitFor();
+            assert.match(await page.locator('#request-problem').innerText(), sentence);
+            assert.equal(await page.locator('#cut-off').inputValue(), before);
+            assert.ok(await page.locator('#page').isVisible());
+        });
+    }
+
+    test('with a mistake it is not saved, and the field is marked', async () => {
+        await (await unfolded(page, 'step')).fill('thin');
+        await page.locator('#save-request').click();
+        await page.locator('#request-problem', { hasText: 'Search step: "thin"' }).waitFor();
+        assert.equal(await page.locator('#step').getAttribute('aria-invalid'), 'true');
+    });
+
+    test('all this without a message or a request', () => assert.deepEqual(complaints, []));
+});
+
+test('the browser keeps criteria, cut-off and limits between visits, and nothing else', async () => {
+    const { page, complaints } = await openPage(place.browser);
+    const fill = async (id, value) => (await unfolded(page, id)).fill(value);
+    const typed = {
+        'criteria': '2%/3mm\nSECRET:1%/1mm\nSECRET', 'cut-off': '15', 'tolerance': '97; SECRET:90', 'action': '91',
+        'within': 'SECRET', 'shown': 'SECRET', 'normalisation': '1.234', 'normalisation-at': '1.234,0,0',
+        'reference-scale': '1.234', 'evaluation-scale': '1.234', 'plane': 'coronal', 'plane-at': '1.234,2,3',
+        'prescription': '1.234', 'step': '1.234', 'max-gamma': '1.234', 'metrics': 'D12.34', 'explain-structure': 'SECRET',
+        'request-name': 'SECRET', 'request-version': 'SECRET',
+    };
+    for (const [id, value] of Object.entries(typed)) {
+        await fill(id, value);
+    }
+    const stored = () => page.evaluate(() => JSON.stringify({ ...localStorage }));
+    await waitUntil(page, 'what is kept', () => JSON.stringify({ ...localStorage }).includes('97'));
+    assert.doesNotMatch(await stored(), /SECRET|1\.?234|coronal/);
+
+    const again = async () => {
+        await page.reload();
+        await page.locator('html[data-state]').waitFor();
+        return Object.fromEntries(await page.locator('#criteria-form :is(input[type=text], textarea)').evaluateAll((all) =>
+            all.filter((f) => f.value !== f.defaultValue).map((f) => [f.id, f.value])));
+    };
+    assert.deepEqual(await again(), { criteria: '2%/3mm', 'cut-off': '15', tolerance: '97', action: '91' });
+    await page.locator('#keep-settings').uncheck();
+    assert.doesNotMatch(await stored(), /97|2%/);
+    await fill('cut-off', '16');
+    await page.waitForTimeout(500);
+    assert.doesNotMatch(await stored(), /16/);
+    assert.deepEqual(await again(), {});
+    assert.ok(!(await page.locator('#keep-settings').isChecked()));
+    await page.locator('#keep-settings').check();
+    await fill('cut-off', '17');
+    await waitUntil(page, 'what is kept', () => JSON.stringify({ ...localStorage }).includes('17'));
+    assert.deepEqual(await again(), { 'cut-off': '17' });
+    await page.locator('#start-over').click();
+    await waitUntil(page, 'what was kept to go', () => !JSON.stringify({ ...localStorage }).includes('17'));
+    assert.deepEqual(await again(), {});
+    assert.deepEqual(complaints, []);
+    await page.context().close();
 });
 
 test('the built-in example, by keyboard alone, in both themes', async () => {

@@ -18,8 +18,8 @@ async function makeFieldsEndless(page) {
             request = call.call === 'compare' ? call.request : request;
             if (call.call === 'rates' && globalThis.heldUp >= 0) {
                 globalThis.heldUp += 1;
-                const long = { ...request, criteria: ['1%/3mm'], step: '0.01', maxGamma: '10' };
-                post.call(this, { id: -1, call: { call: 'compare', request: long } });
+                const long = { ...request, criteria: ['1%/3mm'], step: 0.01, maxGamma: 10 };
+                post.call(this, { id: -1, call: { call: 'compare', request: long, command: '' } });
             }
             post.call(this, message, ...others);
         };

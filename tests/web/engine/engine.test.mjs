@@ -6,25 +6,28 @@ import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
-import { startEngine } from './nodeEngine.mjs';
+import { bundled, startEngine } from './nodeEngine.mjs';
 
 const { ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
 const folder = mkdtempSync(join(tmpdir(), 'zarngi-engine-test-'));
 const heardOf = [];
-let engine;
+let engine, usualRequest, withFiles;
 
 before(async () => {
+    ({ usualRequest, withFiles } = await bundled());
     engine = await startEngine((...told) => heardOf.push(told));
 });
 after(() => rmSync(folder, { recursive: true, force: true }));
 
 const sha256 = (bytes) => createHash('sha256').update(bytes).digest('hex');
 
-function compare(request) {
-    const { reference, evaluation, structures = [], ...options } = request;
+/** @param asked the paths of the files, and members of the request that are not as usual */
+function compare(asked, by = engine) {
+    const { reference, evaluation, structures = [], ...members } = asked;
+    const request = { ...withFiles(usualRequest(), reference, evaluation, structures), ...members };
     const files = [reference, evaluation, ...structures];
     const digests = Object.fromEntries(files.map((path) => [path, { bytes: 1, sha256: '' }]));
-    return engine.call({ call: 'compare', reference, evaluation, structures, digests, ...options }).record;
+    return by.call({ call: 'compare', request, command: 'zarngi compare', digests, readSeconds: 0 }).record;
 }
 
 function output(call) {
@@ -38,7 +41,7 @@ function byProgram(request, count) {
     const options = [
         ...structures.flatMap((path) => ['--structures', path]),
         ...criteria.flatMap((criterion) => ['-c', criterion]),
-        ...(maxGamma ? ['--max-gamma', maxGamma] : []),
+        ...(maxGamma ? ['--max-gamma', String(maxGamma)] : []),
         ...(nearest ? ['--nearest'] : []),
     ];
     const json = join(folder, 'record.json');
@@ -76,12 +79,12 @@ const rows = {
         criteria: ['3%/3mm', '2%/2mm', '3%L/3mm', '3%/2mm'],
     },
     'head-neck, no interpolation': { ...headNeck, criteria: ['3%/3mm'], nearest: true },
-    'head-neck, far search': { ...headNeck, criteria: ['1%/1mm'], maxGamma: '10' },
+    'head-neck, far search': { ...headNeck, criteria: ['1%/1mm'], maxGamma: 10 },
     'proton fields': {
         reference: at('proton_ramp_beam1.dcm'),
         evaluation: at('proton_ramp_beam2.dcm'),
         criteria: ['3%/3mm'],
-        maxGamma: '2',
+        maxGamma: 2,
     },
     'a plan and itself': {
         reference: at('proton_ramp_plan.dcm'),
@@ -119,7 +122,7 @@ describe('gives what the program gives', { skip: !existsSync(data) && `no dose f
 
     test('progress is told', () => {
         heardOf.length = 0;
-        compare({ ...headNeck, criteria: ['1%/1mm'], maxGamma: '10' });
+        compare({ ...headNeck, criteria: ['1%/1mm'], maxGamma: 10 });
         assert.ok(heardOf.length > 3, `${heardOf.length} times`);
         assert.ok(heardOf.every(([label, shell, limit, share]) =>
             label === '1%/1mm' && shell <= limit && share >= 0 && share <= 1));
@@ -134,19 +137,109 @@ test('a comparison that fails leaves none', { skip: !existsSync(data) }, () => {
     });
 });
 
-describe('refuses in the words of the command line', { skip: !existsSync(data) }, () => {
+/** What a call fails with. */
+function failureOf(call) {
+    try {
+        call();
+    } catch (error) {
+        return error.told;
+    }
+    return assert.fail('it is not refused');
+}
+
+const partsText = ({ parts }) => parts.map((part) => part.text ?? part.member ?? part.file).join('');
+
+describe('a comparison that cannot be made is refused at its member or file', { skip: !existsSync(data) }, () => {
+    const limits = (change) => ({ tolerance: [], action: [], failBelow: [], ...change });
     const refusals = [
-        [{ criteria: ['3%/'] }, /3%\//],
-        [{ criteria: ['3%/3mm'], cutOff: '-1' }, /^--dco: "-1" is not a positive number$/],
-        [{ criteria: ['3%/3mm', '3%/3mm'] }, /^--criteria: 3%\/3mm is given twice$/],
-        [{ criteria: ['3%/3mm'], shown: ['PTV*'] }, /^--structure needs --structures FILE$/],
-        [{ criteria: ['3%/3mm'], action: ['99'] }, /^--action 99 is above --tolerance 95$/],
-        [{ criteria: ['3%/3mm'], evaluation: '/absent.nrrd' }, /^\/absent\.nrrd: no such file$/],
-        [{ criteria: ['3%/3mm'], normalisation: '1000' }, /^nothing to compare: no reference voxel/],
+        { change: { criteria: ['3%/3mm', '3%/'] }, kind: 'request', member: 'criteria[1]' },
+        { change: { cutOff: -1 }, kind: 'request', member: 'cutOff' },
+        { change: { cutOff: '1,5' }, kind: 'request', member: 'cutOff' },
+        { change: { normalisationAt: '1;2' }, kind: 'request', member: 'normalisationAt' },
+        { change: { criteria: ['3%/3mm', '3%/3mm'] }, kind: 'request', member: 'criteria[1]' },
+        { change: { criteria: ['PTV*:3%/3mm'] }, kind: 'request', member: 'criteria' },
+        { change: { limits: limits({ tolerance: ['95', 'x'] }) }, kind: 'request', member: 'limits.tolerance[1]' },
+        { change: { limits: limits({ action: ['99'] }) }, kind: 'request', member: 'limits.action' },
+        { change: { plane: { name: 'oblique', at: null } }, kind: 'request', member: 'plane.name' },
+        { change: { normalisation: 1000 }, kind: 'pair', file: '' },
+        { change: { evaluation: '/absent.nrrd' }, kind: 'system', file: '/absent.nrrd' },
+        { change: { evaluation: join(data, 'README.md') }, kind: 'foreign', file: join(data, 'README.md') },
     ];
-    for (const [change, sentence] of refusals) {
-        test(String(sentence), () => {
-            assert.throws(() => compare({ ...headNeck, ...change }), { message: sentence });
+    for (const { change, kind, ...where } of refusals) {
+        test(`${JSON.stringify(change)}: ${kind}`, () => {
+            const failure = failureOf(() => compare({ ...headNeck, criteria: ['3%/3mm'], ...change }));
+            assert.equal(failure.kind, kind, failure.error);
+            assert.deepEqual({ ...failure, ...where }, failure);
+            assert.equal(partsText(failure), failure.error);
+        });
+    }
+});
+
+/** Each object of a document, with the path of its members. */
+function* objectsOf(value, path = '') {
+    if (value && typeof value === 'object' && !Array.isArray(value)) {
+        yield { path, names: Object.keys(value) };
+        for (const [name, member] of Object.entries(value)) {
+            yield* objectsOf(member, path ? `${path}.${name}` : name);
+        }
+    }
+}
+
+describe('the document of a request', () => {
+    const read = (document) => engine.call({ call: 'request', text: JSON.stringify(document) }).request;
+    const whole = () => ({
+        ...usualRequest(),
+        name: 'Lung',
+        version: '2',
+        reference: { file: 'a.dcm', add: ['b.dcm'], scale: '1/33' },
+        criteria: ['3%/2mm', 'PTV*:2%L/1.25mm'],
+        cutOff: 12.5,
+        normalisationAt: [1, -2.5, 3],
+        step: 0.1,
+        structures: {
+            files: ['s.dcm'], show: ['PTV*'], exclude: ['x'], within: 'BODY', metrics: ['D99', 'V20Gy'],
+            prescription: 50.4, ignoreFrame: true,
+        },
+        limits: { tolerance: ['95'], action: ['90', 'PTV*:92.5'], failBelow: ['80'] },
+        plane: { name: 'coronal', at: [0, 1, 2] },
+        units: { dose: 'cGy', length: 'cm' },
+        explain: { range: 7, structure: 'PTV' },
+        sweeps: ['1:3%/1:3mm'],
+    });
+
+    test('comes back as it was, alone and out of a record', () => {
+        assert.deepEqual(read(usualRequest()), usualRequest());
+        assert.deepEqual(read(whole()), whole());
+        assert.deepEqual(read({ format: 'zarngi-report', formatVersion: 1, request: whole() }), whole());
+        const { bytes } = engine.call({ call: 'request', text: JSON.stringify(whole()) });
+        assert.deepEqual(JSON.parse(Buffer.from(engine.output(bytes)).toString()), whole());
+    });
+
+    test('is refused where a member is missing, has another name or another type', () => {
+        const places = [...objectsOf(whole())].flatMap(({ path, names }) => names.map((name) => ({ path, name })));
+        assert.ok(places.length > 35, `${places.length} members`);
+        const changes = {
+            dropped: (object, name) => delete object[name],
+            renamed(object, name) {
+                object[`${name}s`] = object[name];
+                delete object[name];
+            },
+            retyped: (object, name) => (object[name] = object[name] === null || typeof object[name] !== 'object' ? { value: 1 } : 7),
+        };
+        for (const { path, name } of places) {
+            for (const [what, change] of Object.entries(changes)) {
+                const document = whole();
+                change(path.split('.').filter(Boolean).reduce((object, part) => object[part], document), name);
+                const { kind, member } = failureOf(() => read(document));
+                const wanted = path ? `${path}.${name}` : name;
+                assert.deepEqual([kind, member], ['request', wanted], `${wanted} ${what}`);
+            }
+        }
+    });
+
+    for (const text of ['', '{', '[]', '7', '{"format": "zarngi-report"}', '{"format": "zarngi-cohort"}']) {
+        test(`${text || 'nothing'} is none`, () => {
+            assert.equal(failureOf(() => engine.call({ call: 'request', text })).kind, 'request');
         });
     }
 });
@@ -191,7 +284,7 @@ describe('what is kept of files', () => {
             assert.equal(identify(path).kind, kind, path);
             assert.equal(reads[path], 1, path);
         }
-        assert.match(identify('photo.jpg').sentence, /^is not a dose file/);
+        assert.equal(identify('photo.jpg').isDicom, false);
         assert.equal(identify('mask.mha').mask.names.length, 2);
     });
 
@@ -206,9 +299,8 @@ describe('what is kept of files', () => {
         assert.equal(new Float32Array(values(names.at(-1)))[0], 1.5 + names.length - 1);
         assert.equal(reads[names.at(-1)], before[names.at(-1)]);
         const [reference, evaluation] = names;
-        const digests = { [reference]: { bytes: 1, sha256: '' }, [evaluation]: { bytes: 1, sha256: '' } };
         for (const criterion of ['3%/3mm', '40%/3mm']) {
-            held.call({ call: 'compare', reference, evaluation, structures: [], criteria: [criterion], digests });
+            compare({ reference, evaluation, criteria: [criterion] }, held);
         }
         names.slice(-2).forEach(identify);
         assert.equal(new Float32Array(values(reference))[1], 2.5);

@@ -25,14 +25,15 @@ const disk = {
     },
 };
 
-async function bundled() {
+/** What a page takes of the engine, as modules. */
+export async function bundled() {
     const require = createRequire(join(modules, 'package.json'));
     const esbuild = require('esbuild');
     const folder = mkdtempSync(join(tmpdir(), 'zarngi-engine-'));
     const outfile = join(folder, 'engine.mjs');
     await esbuild.build({
         stdin: {
-            contents: "export { Engine } from './engine'; export { makeHost } from './host';",
+            contents: "export { Engine } from './engine'; export { makeHost } from './host'; export * from './request';",
             resolveDir: join(modules, 'engine'),
             loader: 'ts',
         },

@@ -1,0 +1,73 @@
+# The sources of comparisons, for every host: paths below this folder. Analysis needs no search.
+set(analysis_sources
+    criterion.cpp
+    documents/disclosure.cpp
+    doseJson.cpp
+    doseSampling.cpp
+    explanation/changeSearch.cpp
+    explanation/conclusion.cpp
+    explanation/explanation.cpp
+    explanation/explanationJson.cpp
+    explanation/gridBox.cpp
+    explanation/searchVoxels.cpp
+    explanation/simplex.cpp
+    explanation/trial.cpp
+    failedSides.cpp
+    gammaStatistics.cpp
+    measurements/doseSum.cpp
+    measurements/placement.cpp
+    request/member.cpp
+    sentence.cpp
+    statisticsJson.cpp
+    structures/doseMetric.cpp
+    structures/doseOrder.cpp
+    structures/doseSamples.cpp
+    structures/doseVolume.cpp
+    structures/namePattern.cpp
+    structures/structureCatalogue.cpp
+    structures/structureComparison.cpp
+    structures/structureExpression.cpp
+    structures/structureGamma.cpp
+    structures/structureJson.cpp
+    structures/structureNotes.cpp
+    structures/structureSelection.cpp
+    structures/structureSetJson.cpp
+    structures/subPoints.cpp
+    structures/wildcard.cpp
+    sweep/sweepJson.cpp)
+set(comparison_sources
+    compare.cpp
+    comparison.cpp
+    composition/chosenStructures.cpp
+    composition/comparedDoses.cpp
+    composition/doseChecks.cpp
+    composition/findings.cpp
+    composition/searches.cpp
+    csv.cpp
+    documents/requestJson.cpp
+    doseExtremes.cpp
+    doseUncertainty.cpp
+    doseSource.cpp
+    example/syntheticDose.cpp
+    example/syntheticStructures.cpp
+    explanation/runEngine.cpp
+    gammaRun.cpp
+    measurements/measurementJson.cpp
+    measurements/normalisation.cpp
+    measurements/pointSearch.cpp
+    record.cpp
+    reportPage.cpp
+    reportVolume.cpp
+    request/request.cpp
+    request/values.cpp
+    sweep/criterionRange.cpp
+    sweep/sweep.cpp
+    structures/structureElements.cpp
+    structures/structureLimits.cpp)
+
+# What takes threads, files of a disk and the codecs of native hosts.
+set(analysis_native_sources parallel.cpp)
+set(comparison_native_sources
+    fileDigest.cpp
+    nativePagePacking.cpp
+    sources/diskSource.cpp)

@@ -1,0 +1,83 @@
+/** The settings of the form as a file: a protocol, which is loaded and saved. */
+
+import type { EngineClient } from '../engine/client';
+import { EngineFailure } from '../engine/engine';
+import type { EngineError } from '../engine/messages';
+import { filesOf, type RequestDocument } from '../engine/request';
+import { byId } from '../views/dom';
+import type { CriteriaForm } from './criteriaForm';
+import { members, sentenceOf } from './members';
+import { saveFile } from './saving';
+
+export class RequestFiles {
+    constructor(
+        private readonly client: EngineClient,
+        private readonly form: CriteriaForm,
+    ) {
+        const input = byId<HTMLInputElement>('load-request');
+        input.addEventListener('change', () => {
+            const [file] = input.files ?? [];
+            if (file) {
+                void this.load(file);
+            }
+            input.value = ''; // so that the same file can be chosen again
+        });
+        byId('save-request').addEventListener('click', () => void this.save());
+    }
+
+    /** Never rejects: what is wrong is told. */
+    async load(file: File): Promise<void> {
+        await this.telling(`${file.name}: `, async () => {
+            const { request } = await this.client.request(await file.text());
+            const unmet = this.form.fill(request);
+            if (unmet !== null) {
+                throw new EngineFailure(unmetFailure(unmet));
+            }
+            this.tell(`${file.name} is loaded. ${filesText(request)}`, null);
+        });
+    }
+
+    clear(): void {
+        this.tell('', null);
+    }
+
+    private async save(): Promise<void> {
+        await this.telling('', async () => {
+            const asked = this.form.asked();
+            const { saved } = await this.client.request(JSON.stringify(asked));
+            const name = `${asked.name.replace(/[^\p{L}\p{N}.-]+/gu, '-') || 'request'}.json`;
+            saveFile(name, 'application/json', saved);
+            this.tell(`${name} is made, without files.`, null);
+        });
+    }
+
+    private async telling(before: string, work: () => Promise<void>): Promise<void> {
+        this.clear();
+        try {
+            await work();
+        } catch (error) {
+            const isTold = error instanceof EngineFailure;
+            this.tell('', before + (isTold ? sentenceOf(error.told) : String(error)));
+            if (isTold && before === '') {
+                this.form.markProblem(error.told);
+            }
+        }
+    }
+
+    private tell(status: string, problem: string | null): void {
+        byId('request-status').textContent = status;
+        byId('request-problem').hidden = problem === null;
+        byId('request-problem').textContent = problem;
+    }
+}
+
+function unmetFailure(member: string): EngineError {
+    const rest = ': this page has no field for it; the program zarngi takes it';
+    const error = members[member].word + rest;
+    return { error, kind: 'request', parts: [{ member }, { text: rest }], file: '', member };
+}
+
+function filesText(request: RequestDocument): string {
+    const names = [...new Set(filesOf(request).map((path) => path.replace(/.*[\\/]/, '')))];
+    return names.length === 0 ? '' : `The files that it names are not: ${names.join(', ')}.`;
+}

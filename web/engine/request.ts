@@ -1,0 +1,124 @@
+/** The document of a request: what is asked of a comparison. All its members are always there. */
+
+export type Position = number[];
+
+export interface DoseRequest {
+    /** A path of the page's files; null: none is named. */
+    file: string | null;
+    /** Doses that are added, on the same grid. */
+    add: string[];
+    /** "1.02", "1/33". */
+    scale: string | null;
+}
+
+/** Texts where numbers belong are what a person typed: the engine refuses them. */
+export type Typed<Value> = Value | string;
+
+export interface RequestDocument {
+    format: 'zarngi-request';
+    formatVersion: 1;
+    name: string;
+    version: string;
+    reference: DoseRequest;
+    evaluation: DoseRequest;
+    /** "3%/2mm", "2%L/2mm", "PTV*:2%/1mm"; at least one. */
+    criteria: string[];
+    /** %. */
+    cutOff: Typed<number>;
+    /** Gy, or "evaluation". */
+    normalisation: Typed<number> | null;
+    /** mm: the reference's dose there is that of 100 %. */
+    normalisationAt: Typed<Position> | null;
+    maxGamma: Typed<number>;
+    /** mm. */
+    step: Typed<number> | null;
+    passRateOnly: boolean;
+    nearest: boolean;
+    /** Interpolates within planes of constant z only. */
+    slices: boolean;
+    rotate: boolean;
+    structures: {
+        /** DICOM RT Structure Sets and label masks. */
+        files: string[];
+        /** Names and expressions: "PTV*", "ring=PTV57-PTV67". */
+        show: string[];
+        exclude: string[];
+        /** Voxels of these alone are tested. */
+        within: string | null;
+        /** Lists like "D99,D1cc,V20Gy". */
+        metrics: string[];
+        /** Gy. */
+        prescription: Typed<number> | null;
+        ignoreFrame: boolean;
+    };
+    /** "95", "PTV*:98". */
+    limits: { tolerance: string[]; action: string[]; failBelow: string[] };
+    /** "axial", "coronal", "sagittal", "gantry:30"; where its point 0, 0 lies, mm. */
+    plane: { name: string | null; at: Typed<Position> | null };
+    /** Of tables that tell none. */
+    units: { dose: string | null; length: string | null };
+    /** Differences between doses are compared as doses. */
+    allowErrorDoses: boolean;
+    /** Whether to find the shift and the factor that explain what fails; range in mm. */
+    explain: { range: Typed<number> | null; structure: string | null } | null;
+    sweeps: string[];
+}
+
+/** Without files, and as usual otherwise. */
+export function usualRequest(): RequestDocument {
+    return {
+        format: 'zarngi-request',
+        formatVersion: 1,
+        name: '',
+        version: '',
+        reference: { file: null, add: [], scale: null },
+        evaluation: { file: null, add: [], scale: null },
+        criteria: ['3%/2mm'],
+        cutOff: 10,
+        normalisation: null,
+        normalisationAt: null,
+        maxGamma: 3,
+        step: null,
+        passRateOnly: false,
+        nearest: false,
+        slices: false,
+        rotate: false,
+        structures: {
+            files: [],
+            show: [],
+            exclude: [],
+            within: null,
+            metrics: [],
+            prescription: null,
+            ignoreFrame: false,
+        },
+        limits: { tolerance: [], action: [], failBelow: [] },
+        plane: { name: null, at: null },
+        units: { dose: null, length: null },
+        allowErrorDoses: false,
+        explain: null,
+        sweeps: [],
+    };
+}
+
+/** The same request of other files, or of none. */
+export function withFiles(
+    request: RequestDocument,
+    reference: string | null = null,
+    evaluation: string | null = null,
+    structures: string[] = [],
+): RequestDocument {
+    return {
+        ...request,
+        reference: { ...request.reference, file: reference, add: [] },
+        evaluation: { ...request.evaluation, file: evaluation, add: [] },
+        structures: { ...request.structures, files: structures },
+    };
+}
+
+/** All that a request names; each may stand there more than once. */
+export function filesOf({ reference, evaluation, structures }: RequestDocument): string[] {
+    const doses = [reference, evaluation];
+    const single = doses.flatMap(({ file }) => (file === null ? [] : [file]));
+    return [...single, ...doses.flatMap(({ add }) => add), ...structures.files];
+}
