@@ -10,7 +10,7 @@ from pathlib import Path
 
 from conftest import command, count_done
 
-PATIENCE = 60  # s until something that should happen counts as not happening
+PATIENCE = 300
 
 
 def wait_for(condition, what):

@@ -343,8 +343,8 @@ def evidence_rows():
     yield Row("sizes above rows", b"Gy mm\n3 2\n1 1.5 2\n1.25 1.75 2\n",
               "has two numbers above rows of three (line 2), which may be sizes; write y\\x before those "
               "of a matrix")
-    yield Row("another corner", matrix(corner="AP \\ LR"),
-              'has "AP \\ LR" where the corner of a matrix is; write y\\x there, or name the columns')
+    yield Row("another corner", matrix(corner="A \\ B"),
+              'has "A \\ B" where the corner of a matrix is; write y\\x there, or name the columns')
 
 
 def scorer_rows():

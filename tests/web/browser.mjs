@@ -3,7 +3,7 @@ import { mkdtempSync, rmSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { after, before } from 'node:test';
+import { after } from 'node:test';
 import { pathToFileURL } from 'node:url';
 
 const { ZARNGI_WEB_MODULES: modules, ZARNGI_CHROMIUM: executablePath } = process.env;
@@ -21,13 +21,10 @@ export function launch() {
 }
 
 /** A browser and a folder for the tests of a file; both are gone after them. */
-export function workplace(name, start = launch) {
-    const place = { folder: mkdtempSync(join(tmpdir(), `zarngi-${name}-`)), browser: undefined };
-    before(async () => {
-        place.browser = await start();
-    });
+export async function workplace(name, start = launch) {
+    const place = { folder: mkdtempSync(join(tmpdir(), `zarngi-${name}-`)), browser: await start() };
     after(async () => {
-        await place.browser?.close();
+        await place.browser.close();
         rmSync(place.folder, { recursive: true, force: true });
     });
     return place;

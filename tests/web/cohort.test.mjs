@@ -7,7 +7,7 @@ import { before, describe, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { numberOf, openFile, settle, workplace } from './browser.mjs';
 
-const place = workplace('cohort');
+const place = await workplace('cohort');
 const { folder } = place;
 const script = join(dirname(fileURLToPath(import.meta.url)), 'cohortPage.py');
 const count = 10_000;

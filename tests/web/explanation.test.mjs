@@ -10,7 +10,7 @@ import { readPage } from './pageFormat.mjs';
 
 const { ZARNGI_PROGRAM: program } = process.env;
 const skip = !program && 'there is no program';
-const place = workplace('explanation');
+const place = await workplace('explanation');
 const { folder } = place;
 const size = [36, 32, 30];
 const spacing = [2, 2, 2];

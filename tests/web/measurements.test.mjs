@@ -8,7 +8,7 @@ import { crosshair, numberOf, openFile, settle, workplace } from './browser.mjs'
 import { readPage } from './pageFormat.mjs';
 
 const { ZARNGI_PROGRAM: program } = process.env;
-const place = workplace('measurements');
+const place = await workplace('measurements');
 const { folder } = place;
 const skip = !program && 'there is no program';
 const size = 21;

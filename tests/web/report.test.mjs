@@ -13,7 +13,7 @@ import { sample } from './samplePage.mjs';
 
 const { ZARNGI_REPORT_TEMPLATE: templatePath, ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
 const template = readFileSync(templatePath, 'utf8');
-const place = workplace('report');
+const place = await workplace('report');
 const { folder } = place;
 const verdictWords = { pass: 'Pass', investigate: 'Investigate', fail: 'Fail', none: 'No result' };
 

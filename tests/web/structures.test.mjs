@@ -11,7 +11,7 @@ import { voxelsOf } from './sampleStructures.mjs';
 
 const { ZARNGI_REPORT_TEMPLATE: templatePath, ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
 const template = readFileSync(templatePath, 'utf8');
-const place = workplace('structures');
+const place = await workplace('structures');
 const { folder } = place;
 
 

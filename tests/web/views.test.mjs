@@ -9,7 +9,7 @@ import { before, test } from 'node:test';
 import { patience, settle, workplace } from './browser.mjs';
 
 const modules = process.env.ZARNGI_WEB_MODULES;
-const place = workplace('views');
+const place = await workplace('views');
 const { folder } = place;
 const built = join(folder, 'dist', 'madeUp', 'page.html');
 

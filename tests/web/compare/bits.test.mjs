@@ -10,7 +10,7 @@ import { promisify } from 'node:util';
 import { workplace } from '../browser.mjs';
 import { comparing, data, mapParts, openPage, program, saved, timeless } from './comparing.mjs';
 
-const place = workplace('bits');
+const place = await workplace('bits');
 const { folder } = place;
 
 

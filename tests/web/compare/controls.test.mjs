@@ -8,7 +8,7 @@ import {
     comparing, criteriaShown, data, drop, makeInputs, openPage, recordByCommand, recordByProgram, saved, timeless,
 } from './comparing.mjs';
 
-const place = workplace('controls');
+const place = await workplace('controls');
 const { folder } = place;
 const names = ['reference.dcm', 'evaluation.dcm'];
 const structures = 'structures.dcm';

@@ -4,7 +4,7 @@ import { before, test } from 'node:test';
 import { settle, waitUntil, workplace } from '../browser.mjs';
 import { comparing, criteriaShown, openPage } from './comparing.mjs';
 
-const place = workplace('fields');
+const place = await workplace('fields');
 
 
 /** Makes every field of the map take minutes: before it the worker is given a comparison to make. */

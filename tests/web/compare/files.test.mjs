@@ -10,7 +10,7 @@ import {
     comparing, data, drop, makeInputs, mapParts, openPage, program, recordByProgram, run, saved, timeless, timelessRows, written,
 } from './comparing.mjs';
 
-const place = workplace('files');
+const place = await workplace('files');
 const { folder } = place;
 const input = (name) => join(folder, name);
 

@@ -9,7 +9,7 @@ import { makeInputs, pagePath, recordByProgram } from './comparing.mjs';
 
 const { ZARNGI_FIREFOX: executablePath, ZARNGI_WEB_MODULES: modules } = process.env;
 const puppeteer = createRequire(join(modules, 'package.json'))('puppeteer-core');
-const place = workplace('firefox', () => puppeteer.launch({
+const place = await workplace('firefox', () => puppeteer.launch({
     browser: 'firefox', executablePath, headless: true, protocol: 'webDriverBiDi',
     timeout: patience, protocolTimeout: patience,
 }));

@@ -7,7 +7,7 @@ import { gzipSync } from 'node:zlib';
 import { workplace } from '../browser.mjs';
 import { comparing, makeInputs, openPage } from './comparing.mjs';
 
-const place = workplace('memory');
+const place = await workplace('memory');
 const { folder } = place;
 const side = 1000;
 const slice = gzipSync(Float32Array.from({ length: side * side }, (_, i) => 0.5 + (i % 7)));
