@@ -11,8 +11,6 @@ from documents import checked, read_document
 
 PROGRAM = os.environ["ZARNGI"]
 DATA = Path(os.environ["ZARNGI_TEST_DATA"])
-
-
 #: Options of `compare` that write what the schema describes.
 DOCUMENTS = ("--json", "--save-request")
 
