@@ -17,10 +17,47 @@ def problem_of(document):
     return worst and f"{worst.json_path}: {worst.message}"
 
 
+def target_of(schema):
+    """What a schema refers to."""
+    return SCHEMA["$defs"][schema["$ref"].rpartition("/")[2]]
+
+
+def parts_of(schema):
+    """What a schema consists of: itself, what it refers to, all of it and its alternatives."""
+    targets = [target_of(schema)] if "$ref" in schema else []
+    for part in (*targets, *schema.get("allOf", ()), *schema.get("anyOf", ())):
+        yield from parts_of(part)
+    yield schema
+
+
+def members_of(schema):
+    """The schemas of an object's members by their names."""
+    return {name: member for part in parts_of(schema) for name, member in part.get("properties", {}).items()}
+
+
+def entry_of(schema):
+    """The schema of an array's entries."""
+    return next((part["items"] for part in parts_of(schema) if "items" in part), {})
+
+
+def strangers(value, schema, path="$"):
+    """The paths of members that the schema does not tell, as it allows in records."""
+    if isinstance(value, list):
+        for i, entry in enumerate(value):
+            yield from strangers(entry, entry_of(schema), f"{path}[{i}]")
+    known = members_of(schema)
+    if isinstance(value, dict) and known:
+        yield from (f"{path}.{name}" for name in value if name not in known)
+        for name in known.keys() & value.keys():
+            yield from strangers(value[name], known[name], f"{path}.{name}")
+
+
 def checked(document):
-    """The document, which must be as the schema says."""
+    """The document, which must be as the schema says and hold nothing that it does not tell."""
     problem = problem_of(document)
     assert problem is None, problem
+    kind = "request" if document["format"] == "zarngi-request" else "record"
+    assert not [*strangers(document, SCHEMA["$defs"][kind])]
     return document
 
 

@@ -13,8 +13,8 @@ from test_measurements import cut, write_points
 RETYPED = {str: 3, float: "3", int: "3", bool: "yes", list: {}, dict: [], type(None): True}
 #: What a record may be without, whatever else it holds.
 OPTIONAL = {
-    ("title",), ("plane",), ("sweeps",), ("explanation",), ("measurements",), ("data",), ("normal",),
-    ("measurements", "reference", "place"), ("measurements", "evaluation", "points"),
+    ("title",), ("plane",), ("sweeps",), ("explanation",), ("data",), ("normal",),
+    ("measurements", "reference", "place"),
 }  # fmt: skip
 
 
@@ -88,7 +88,10 @@ class Documents(ProgramTest):
                 with self.subTest(path):
                     grown = changed(record, path, lambda parent, _: parent.update(member="new"))
                     is_free = path[0] != "request" or len(path) == 1
-                    self.assertEqual(problem_of(grown) is None, is_free and "metrics" not in path[:-1])
+                    is_free = is_free and "metrics" not in path[:-1]
+                    self.assertEqual(problem_of(grown) is None, is_free)
+                    with self.assertRaises(AssertionError):
+                        checked(grown)
 
     def test_requests_alone(self):
         request = next(self.records())["request"]
