@@ -156,7 +156,8 @@ def test_views_know_the_members_of_records():
 
 
 def test_views_parser_sees_what_is_nested():
-    (told,) = interfaces_of("export interface A {\n  a?: { b: number; c: { d: 1 } } | null; // x: y\n e: X[];\n}").values()
+    source = "export interface A {\n  a?: { b: number; c: { d: 1 } } | null; // x: y\n e: X[];\n}"
+    (told,) = interfaces_of(source).values()
     assert told.keys() == {"a", "e"}
     assert told["a"][0] and not told["e"][0]
     assert members_of_body(re.search(r"\{(.*)\}", told["a"][1])[1]).keys() == {"b", "c"}
