@@ -19,7 +19,7 @@ test_packages="
     libgtest-dev googletest libbenchmark-dev libgdcm-tools libnlopt-dev
     python3-dev python3-pip python3-setuptools python3-venv python3-wheel
     python3-pytest python3-numpy python3-pandas python3-matplotlib python3-nibabel python3-pydicom
-    python3-distributed procps
+    python3-distributed python3-jsonschema procps
     python3-markdown-it python3-vtk9 teem-apps
     chromium firefox-esr doxygen graphviz"
 

@@ -7,12 +7,16 @@ import tempfile
 import unittest
 from pathlib import Path
 
+from documents import checked, read_document
+
 PROGRAM = os.environ["ZARNGI"]
 DATA = Path(os.environ["ZARNGI_TEST_DATA"])
+#: Options of `compare` that write what the schema describes.
+DOCUMENTS = ("--json", "--save-request")
 
 
 def run(*arguments, **options):
-    return subprocess.run(
+    result = subprocess.run(
         [PROGRAM, *map(str, arguments)],
         capture_output=True,
         text=True,
@@ -20,6 +24,18 @@ def run(*arguments, **options):
         check=False,
         **options,
     )
+    if arguments[:1] == ("compare",) and result.returncode == 0:
+        check_documents(result, arguments, Path(options.get("cwd") or "."))
+    return result
+
+
+def check_documents(result, arguments, folder):
+    """Those that a comparison wrote into files and to standard output."""
+    for option, place in zip(arguments, arguments[1:]):
+        if option in DOCUMENTS and place == "-":
+            checked(json.loads(result.stdout))
+        elif option in DOCUMENTS and (folder / place).is_file():
+            read_document(folder / place)
 
 
 class ProgramTest(unittest.TestCase):

@@ -8,6 +8,7 @@ import unittest
 import numpy
 
 import doses
+from documents import problem_of
 from structure_files import box, write_structure_set
 from support import ProgramTest, run
 from test_measurements import cut, write_matrix, write_points
@@ -59,7 +60,7 @@ class Requests(ProgramTest):
 
     def record(self, *arguments, name="record.json"):
         path = self.folder / name
-        result = run("compare", *arguments, "--json", path)
+        result = run("compare", *arguments, "--json", path, cwd=self.folder)
         self.assertEqual(result.returncode, 0, result.stderr)
         return json.loads(path.read_text())
 
@@ -136,6 +137,7 @@ class Requests(ProgramTest):
         self.assertGreater(len(paths), 40)
 
         def refused(document, path):
+            self.assertIsNotNone(problem_of(document), path)
             changed.write_text(json.dumps(document))
             result = run("compare", "--request", changed)
             self.assert_refused(result, 2, "changed.json: ", path[-1])

@@ -1,6 +1,5 @@
 """Explanations and rates by criterion, against what is known and against the program."""
 
-import json
 import os
 import pickle
 import re
@@ -11,6 +10,7 @@ import threading
 import numpy as np
 import pytest
 import zarngi
+from documents import read_document  # tests/cli
 from zarngi import _library
 
 
@@ -56,7 +56,7 @@ def test_is_the_same_as_that_of_the_program(moved, tmp_path):
         pytest.skip("the program is not built")
     command = [program, "compare", *names, "-c", "2%L/2mm", "--explain", "--json", str(record)]
     subprocess.run(command, check=True, capture_output=True)
-    told = json.loads(record.read_text())["explanation"]
+    told = read_document(record)["explanation"]
     result = zarngi.gamma_index(*map(zarngi.read, names), dd=2, dta=2, local=True)
     for threads in (1, 3):
         found = dict(result.explain(threads=threads).record)
@@ -80,7 +80,7 @@ def test_names_the_structures_that_the_program_names(moved, program, tmp_path):
     options = [text for name in parts for text in ("--structures", tmp_path / f"{name}.nrrd")]
     subprocess.run([program, "compare", *(path for path, _ in files[:2]), "-c", "2%/2mm",
                     "--explain", *options, "--json", record], check=True, capture_output=True)
-    told = json.loads(record.read_text())["explanation"]
+    told = read_document(record)["explanation"]
     grids = [zarngi.read(path) for path, _ in files[:2]]
     structures = {
         name: zarngi.read_structures(tmp_path / f"{name}.nrrd")[name] for name in ("right", "far")

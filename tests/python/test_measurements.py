@@ -1,6 +1,5 @@
 """Planes and points: the same as the command-line program, and what cannot be compared."""
 
-import json
 import subprocess
 import warnings
 
@@ -8,13 +7,14 @@ import numpy as np
 import pytest
 import zarngi
 from conftest import DATA, small_grid
+from documents import read_document  # tests/cli
 
 
 def by_program(program, folder, *arguments):
     record = folder / "record.json"
     subprocess.run([program, "compare", *arguments, "--json", record], check=True,
                    capture_output=True)
-    return json.loads(record.read_text())["criteria"][0]
+    return read_document(record)["criteria"][0]
 
 
 def check_same(result, criterion):

@@ -3,13 +3,13 @@
 Untested voxels are -1 in the program's maps and NaN here.
 """
 
-import json
 import subprocess
 
 import numpy as np
 import pytest
 import zarngi
 from conftest import DATA
+from documents import read_document  # tests/cli
 
 
 @pytest.fixture(scope="module")
@@ -77,7 +77,7 @@ def test_same_counts_as_the_program(program, head_neck, grids, tmp_path, criteri
     record = tmp_path / "record.json"
     arguments = [program, "compare", *head_neck, "--dd", str(dd), "--dta", str(dta)]
     subprocess.run([*arguments, "--json", record], check=True, capture_output=True)
-    (told,) = json.loads(record.read_text())["criteria"]
+    (told,) = read_document(record)["criteria"]
     result = zarngi.gamma_index(*grids, dd=dd, dta=dta)
     for name in ("tested", "passed", "failed", "hot", "cold", "unreached"):
         assert getattr(result, name) == told[name], name

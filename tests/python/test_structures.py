@@ -1,7 +1,6 @@
 """Structures: the rule from contours to voxels, shapes whose volumes are known, rates and doses."""
 
 import csv
-import json
 import re
 import subprocess
 
@@ -11,6 +10,7 @@ import structure_rule
 import structure_sets as written
 import zarngi
 from conftest import DATA
+from documents import read_document  # tests/cli
 
 #: Voxels, tested, passed, mean gamma at 3 %/3 mm; passed, mean gamma at 2 %/2 mm.
 HEAD_NECK = {
@@ -255,7 +255,7 @@ def test_the_same_numbers_as_the_program(program, head_neck, head_neck_grids, tm
         check=True,
         capture_output=True,
     )
-    told = json.loads(record.read_text())
+    told = read_document(record)
     (criterion,) = told["criteria"]
     read = zarngi.read_structures(structures)
     result = zarngi.gamma_index(

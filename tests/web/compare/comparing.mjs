@@ -11,10 +11,14 @@ export const { ZARNGI_PAGE: pagePath, ZARNGI: program, ZARNGI_DATA: data } = pro
 
 export const run = promisify(execFile);
 
-export function makeInputs(folder) {
-    const script = fileURLToPath(new URL('inputs.py', import.meta.url));
+function runPython(script, ...args) {
     const env = { ...process.env, PYTHONDONTWRITEBYTECODE: '1' };
-    execFileSync(process.env.ZARNGI_PYTHON ?? '/usr/bin/python3', [script, folder], { env });
+    const path = fileURLToPath(new URL(script, import.meta.url));
+    execFileSync(process.env.ZARNGI_PYTHON ?? '/usr/bin/python3', [path, ...args], { env });
+}
+
+export function makeInputs(folder) {
+    runPython('inputs.py', folder);
 }
 
 /** The page; `complaints` collects console messages, exceptions, and requests but for its own blobs. */
@@ -60,11 +64,15 @@ export async function drop(page, ...paths) {
     await session.detach();
 }
 
-/** The bytes of what a button saves. */
+/** The bytes of what a button saves; records and requests are held to their schema. */
 export async function saved(page, id) {
     const [download] = await waited(page, `what #${id} saves`,
         Promise.all([page.waitForEvent('download'), page.locator(`#${id}`).click()]));
-    return { name: download.suggestedFilename(), bytes: readFileSync(await download.path()) };
+    const path = await download.path();
+    if (['save-json', 'save-request'].includes(id)) {
+        runPython('../../cli/documents.py', path);
+    }
+    return { name: download.suggestedFilename(), bytes: readFileSync(path) };
 }
 
 /** Header and values of an NRRD file, or all of a NIfTI file, as they were before packing. */
