@@ -20,7 +20,7 @@ from ._sweep import Sweep, sweep
 from .io import FormatError, FormatWarning, read, read_bytes, write
 
 #: Of the project; that of the interface of libZarnGI is apart.
-__version__ = "4.2.0"
+__version__ = "4.3.0"
 
 __all__ = [
     "Change",

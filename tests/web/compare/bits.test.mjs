@@ -114,9 +114,9 @@ async function byPage(page, count) {
     return { record, maps };
 }
 
-for (const [place, pair] of pairs.entries()) {
+for (const [number, pair] of pairs.entries()) {
     test(`${pair.name}: the maps of the page are those of the program`, async () => {
-        const natives = pair.runs.map((run, i) => byProgram(`${place}-${i}`, pair, run));
+        const natives = pair.runs.map((run, i) => byProgram(`${number}-${i}`, pair, run));
         const { page, complaints } = await openPage(place.browser);
         for (const [i, run] of pair.runs.entries()) {
             await comparing(page, async () => {
