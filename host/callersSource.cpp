@@ -1,6 +1,7 @@
 #include "host/callersSource.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 
@@ -23,6 +24,11 @@ using files::Measurement;
 
 /** What stands for files in memory and has no format. */
 constexpr const char* arrayFormat = "array";
+
+/** By the numbers of enum zarnGIHost_Unit. */
+constexpr std::array<files::DoseUnit, 4> units{files::DoseUnit::gray, files::DoseUnit::relative,
+                                               files::DoseUnit::grayPerHistory,
+                                               files::DoseUnit::grayOfRun};
 
 bool isOneLayer(const zarnGIHost_Volume& volume, int normal)
 {
@@ -65,6 +71,9 @@ const char* problemOf(const zarnGIHost_NamedDose& dose)
 {
     if (dose.name == nullptr || dose.volume.values == nullptr) {
         return "a required pointer is null";
+    }
+    if (dose.unit < 0 || dose.unit >= static_cast<int>(units.size())) {
+        return "doses have an unknown unit";
     }
     const zarnGIHost_Volume volume = withGrid(dose.volume, dose.places);
     if (!holdsDoses(&volume)) {
@@ -116,7 +125,7 @@ DoseImage imageOf(const zarnGIHost_NamedDose& named)
     dose.path = named.name;
     dose.dataPath = named.name;
     dose.format = arrayFormat;
-    dose.isRelative = named.isRelative != 0;
+    dose.unit = units[static_cast<std::size_t>(named.unit)];
     if (named.frameOfReference != nullptr) {
         dose.dicom.emplace().frameOfReference = named.frameOfReference;
     }

@@ -601,14 +601,14 @@ struct zarnGIHost_Refusal {
 /** Doses in memory that stand for a file. */
 struct zarnGIHost_NamedDose {
     const char* name;                /**< of the file, as the request has it */
-    struct zarnGIHost_Volume volume; /**< values of the type ZARNGI_HOST_FLOAT, Gy; copied */
+    struct zarnGIHost_Volume volume; /**< values of the type ZARNGI_HOST_FLOAT; copied */
     /**
      * Where they lie: all 0 for a volume. Else as zarnGIHost_getPlaces() tells it, but `gaps`,
      * which are counted. Of a plane that is not in space, spacing and origin along z are not read;
      * of points, those of the volume are not, and its size is their number, 1 and 1.
      */
     struct zarnGIHost_Places places;
-    int isRelative;               /**< 1: relative to a value that is not known; 0: Gy */
+    int unit;                     /**< of the doses, of enum zarnGIHost_Unit */
     const char* frameOfReference; /**< a UID; null: not known */
 };
 

@@ -15,6 +15,9 @@ import numpy.typing as npt
 from . import _host, _measurements, _structures
 from ._errors import FormatError
 
+# enum zarnGIHost_Unit
+_GRAY = 0
+
 _MEMBER_SIZE = 256
 _PATH_SIZE = 4096
 
@@ -61,7 +64,7 @@ class _NamedDose(ctypes.Structure):
         ("name", ctypes.c_char_p),
         ("volume", _host.Volume),
         ("places", _measurements.Places),
-        ("isRelative", ctypes.c_int),
+        ("unit", ctypes.c_int),
         ("frameOfReference", ctypes.c_char_p),
     ]
 
@@ -169,7 +172,7 @@ class Dose:
         )
         frame = None if self.frame_of_reference is None else self.frame_of_reference.encode()
         name = _host.path_bytes(self.name)
-        return _NamedDose(name, _host.volume(*self.grid), places, False, frame)
+        return _NamedDose(name, _host.volume(*self.grid), places, _GRAY, frame)
 
 
 class _Map:
