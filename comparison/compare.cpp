@@ -39,8 +39,9 @@ void compareDigests(const Request& request, const GivenDoses& doses,
         }
     }
     for (std::size_t i = 0; i < std::min(paths.size(), request.formerDigests.size()); ++i) {
+        const std::string& former = request.formerDigests[i];
         const auto digest = digests.find(paths[i]);
-        if (digest != digests.end() && digest->second.sha256 != request.formerDigests[i]) {
+        if (digest != digests.end() && !former.empty() && digest->second.sha256 != former) {
             warnings.push_back(Sentence(FileName{paths[i]}) +
                                ": is another file than that of the record (SHA-256)");
         }

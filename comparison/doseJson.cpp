@@ -24,21 +24,27 @@ std::string description(const DicomIdentity& identity)
     return text;
 }
 
+/** @param digest null of what is no file: doses that a host handed over */
+Json digestJson(const FileDigest* digest)
+{
+    if (digest == nullptr) {
+        return {{"bytes", nullptr}, {"sha256", nullptr}};
+    }
+    return {{"bytes", digest->bytes}, {"sha256", digest->sha256}};
+}
+
 } // namespace
 
 nlohmann::ordered_json fileJson(const std::string& path, const std::string& dataPath,
                                 const std::string& format, const Disclosure& disclosure)
 {
-    const FileDigest& digest = disclosure.digestOf(path);
     Json file = {{"name", disclosure.nameOf(path)},
                  {"path", disclosure.pathOf(path)},
-                 {"format", format},
-                 {"bytes", digest.bytes},
-                 {"sha256", digest.sha256}};
+                 {"format", format}};
+    file.update(digestJson(disclosure.digestOf(path)));
     if (dataPath != path) {
-        const FileDigest& data = disclosure.digestOf(dataPath);
-        file["data"] = {
-            {"name", disclosure.nameOf(dataPath)}, {"bytes", data.bytes}, {"sha256", data.sha256}};
+        file["data"] = {{"name", disclosure.nameOf(dataPath)}};
+        file["data"].update(digestJson(disclosure.digestOf(dataPath)));
     }
     return file;
 }

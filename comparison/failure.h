@@ -65,6 +65,21 @@ public:
     }
 };
 
+/** A file that cannot be read. */
+class FileFailure : public InputError
+{
+public:
+    FileFailure(std::string path, files::FileError error);
+
+    const std::string& path() const { return path_; }
+    /** What continues "FILE: ". */
+    const files::FileError& error() const { return error_; }
+
+private:
+    std::string path_;
+    files::FileError error_;
+};
+
 /** A request that makes no sense, by itself or for these doses. */
 class UsageError : public Refusal
 {
@@ -126,9 +141,15 @@ inline InputError failureOf(const std::string& path, const Sentence& reason,
     return InputError(Sentence(FileName{path}) + ": " + reason, kind);
 }
 
-inline InputError failureOf(const std::string& path, const files::FileError& error)
+inline FileFailure failureOf(const std::string& path, const files::FileError& error)
 {
-    return failureOf(path, error.sentence, kindOf(error));
+    return {path, error};
+}
+
+inline FileFailure::FileFailure(std::string path, files::FileError error)
+    : InputError(Sentence(FileName{path}) + ": " + error.sentence, kindOf(error)),
+      path_(std::move(path)), error_(std::move(error))
+{
 }
 
 } // namespace zarngi

@@ -1,10 +1,10 @@
 #include "comparison/fileDigest.h"
 
-#include <openssl/evp.h>
+// Its functions of this level need a few objects of the archive, those above it need most of them.
+#define OPENSSL_API_COMPAT 0x10100000L
+#include <openssl/sha.h>
 
 #include <array>
-
-#include "comparison/failure.h"
 
 namespace zarngi
 {
@@ -12,13 +12,13 @@ namespace zarngi
 namespace
 {
 
-std::string hexadecimal(const unsigned char* bytes, unsigned count)
+std::string hexadecimal(std::span<const unsigned char> bytes)
 {
     constexpr const char* digits = "0123456789abcdef";
     std::string text;
-    for (unsigned i = 0; i < count; ++i) {
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 15];
+    for (const unsigned char byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
     }
     return text;
 }
@@ -27,13 +27,12 @@ std::string hexadecimal(const unsigned char* bytes, unsigned count)
 
 FileDigest digestOf(std::span<const unsigned char> contents)
 {
-    std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
-    unsigned length = 0;
-    if (EVP_Digest(contents.data(), contents.size(), hash.data(), &length, EVP_sha256(), nullptr) !=
-        1) {
-        throw InputError("the SHA-256 digest is not available on this system");
-    }
-    return {contents.size(), hexadecimal(hash.data(), length)};
+    std::array<unsigned char, SHA256_DIGEST_LENGTH> hash{};
+    SHA256_CTX state;
+    SHA256_Init(&state);
+    SHA256_Update(&state, contents.data(), contents.size());
+    SHA256_Final(hash.data(), &state);
+    return {contents.size(), hexadecimal(hash)};
 }
 
 } // namespace zarngi

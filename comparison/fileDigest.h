@@ -18,7 +18,6 @@ struct FileDigest {
     std::string sha256; ///< lower-case hexadecimal
 };
 
-/** @throws InputError where the system has no SHA-256. */
 FileDigest digestOf(std::span<const unsigned char> contents);
 
 /** By the path under which a file was read. */

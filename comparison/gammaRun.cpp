@@ -154,7 +154,8 @@ GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criter
     const auto start = std::chrono::steady_clock::now();
     const int status = zarnGI_startComputation();
     if (watcher.hasEnded) {
-        throw InputError(criterion.label() + ": the computation was interrupted");
+        throw InputError(criterion.label() + ": the computation was interrupted",
+                         FailureKind::interrupted);
     }
     require(status, criterion.label());
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;

@@ -29,6 +29,11 @@ void start(std::vector<std::jthread>& helpers, std::size_t workers,
 
 } // namespace
 
+int processorCount()
+{
+    return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+}
+
 void forEachIndex(std::size_t count, int threads, const std::function<void(std::size_t)>& task)
 {
     std::atomic<std::size_t> next = 0;

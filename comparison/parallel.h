@@ -11,6 +11,9 @@
 namespace zarngi
 {
 
+/** How many threads work where nobody says so: one for each processor. */
+int processorCount();
+
 /**
  * Calls task(0) to task(count - 1), each once, on as many threads, at most `threads`, as can be
  * had; the calling one is among them. @throws what the first of the tasks threw, after all ended

@@ -140,6 +140,11 @@ std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals)
     return words;
 }
 
+bool isPageTemplate(std::string_view text)
+{
+    return text.find(marker) != std::string_view::npos;
+}
+
 std::string reportPage(const Comparison& comparison, const Json& record,
                        std::string_view pageTemplate, const PagePacking& packing)
 {

@@ -24,6 +24,9 @@ int pageDoseDecimals(const Comparison& comparison);
 /** Doses as the page stores them; a mark where there is no detector. */
 std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals);
 
+/** Whether a page has a place for its data. */
+bool isPageTemplate(std::string_view text);
+
 /** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
 std::string reportPage(const Comparison& comparison, const nlohmann::ordered_json& record,
                        std::string_view pageTemplate, const PagePacking& packing);

@@ -1,22 +1,46 @@
-# The sources of comparisons, for every host: paths below this folder. Analysis needs no search.
-set(analysis_sources
+# The sources of comparisons, for every host: paths below this folder.
+set(comparison_sources
+    compare.cpp
+    comparison.cpp
+    composition/chosenStructures.cpp
+    composition/comparedDoses.cpp
+    composition/doseChecks.cpp
+    composition/findings.cpp
+    composition/searches.cpp
     criterion.cpp
+    csv.cpp
     documents/disclosure.cpp
+    documents/requestJson.cpp
+    doseExtremes.cpp
     doseJson.cpp
     doseSampling.cpp
+    doseSource.cpp
+    doseUncertainty.cpp
+    example/syntheticDose.cpp
+    example/syntheticStructures.cpp
     explanation/changeSearch.cpp
     explanation/conclusion.cpp
     explanation/explanation.cpp
     explanation/explanationJson.cpp
     explanation/gridBox.cpp
+    explanation/runEngine.cpp
     explanation/searchVoxels.cpp
     explanation/simplex.cpp
     explanation/trial.cpp
     failedSides.cpp
+    gammaRun.cpp
     gammaStatistics.cpp
     measurements/doseSum.cpp
+    measurements/measurementJson.cpp
+    measurements/normalisation.cpp
     measurements/placement.cpp
+    measurements/pointSearch.cpp
+    record.cpp
+    reportPage.cpp
+    reportVolume.cpp
     request/member.cpp
+    request/request.cpp
+    request/values.cpp
     sentence.cpp
     statisticsJson.cpp
     structures/doseMetric.cpp
@@ -26,48 +50,23 @@ set(analysis_sources
     structures/namePattern.cpp
     structures/structureCatalogue.cpp
     structures/structureComparison.cpp
+    structures/structureElements.cpp
     structures/structureExpression.cpp
     structures/structureGamma.cpp
     structures/structureJson.cpp
+    structures/structureLimits.cpp
     structures/structureNotes.cpp
     structures/structureSelection.cpp
     structures/structureSetJson.cpp
     structures/subPoints.cpp
     structures/wildcard.cpp
-    sweep/sweepJson.cpp)
-set(comparison_sources
-    compare.cpp
-    comparison.cpp
-    composition/chosenStructures.cpp
-    composition/comparedDoses.cpp
-    composition/doseChecks.cpp
-    composition/findings.cpp
-    composition/searches.cpp
-    csv.cpp
-    documents/requestJson.cpp
-    doseExtremes.cpp
-    doseUncertainty.cpp
-    doseSource.cpp
-    example/syntheticDose.cpp
-    example/syntheticStructures.cpp
-    explanation/runEngine.cpp
-    gammaRun.cpp
-    measurements/measurementJson.cpp
-    measurements/normalisation.cpp
-    measurements/pointSearch.cpp
-    record.cpp
-    reportPage.cpp
-    reportVolume.cpp
-    request/request.cpp
-    request/values.cpp
     sweep/criterionRange.cpp
     sweep/sweep.cpp
-    structures/structureElements.cpp
-    structures/structureLimits.cpp)
+    sweep/sweepJson.cpp)
 
 # What takes threads, files of a disk and the codecs of native hosts.
-set(analysis_native_sources parallel.cpp)
 set(comparison_native_sources
     fileDigest.cpp
     nativePagePacking.cpp
+    parallel.cpp
     sources/diskSource.cpp)

@@ -62,7 +62,8 @@ private:
     static void goOn(int status)
     {
         if (status != ZARNGI_HOST_OK) {
-            throw zarngi::InputError("the explanation was interrupted");
+            throw zarngi::InputError("the explanation was interrupted",
+                                     zarngi::FailureKind::interrupted);
         }
     }
 

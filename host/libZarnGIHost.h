@@ -1,13 +1,13 @@
 /**
  * @file libZarnGIHost.h
- * What programs around libZarnGI share: reading and writing dose files, and what is computed from
- * doses beside gamma. C11.
+ * What programs around libZarnGI share: reading, writing and comparing dose files. C11.
  *
  * The command-line program `zarngi` and the Python package `zarngi` read through these functions,
  * or through the same sources, so a file gives the same doses in both or the same sentence.
  *
  * Every function may be called by several threads at once, on different doses. Nothing is printed,
- * no process is started, no state is kept between calls but that of zarnGIHost_setExcerpts().
+ * no process is started, no state is kept between calls but that of zarnGIHost_setExcerpts(). A
+ * comparison takes over the one environment of libZarnGI; all other functions leave it alone.
  * Lengths are in mm, doses in Gy. Coordinates are those of the patient: x to the left, y to the
  * back, z to the head.
  */
@@ -567,6 +567,206 @@ ZARNGI_HOST_API int zarnGIHost_explain(const struct zarnGIHost_ExplanationInput*
                                        const struct zarnGIHost_GammaEngine* engine, float* gamma,
                                        struct zarnGIHost_Bytes* json,
                                        struct zarnGIHost_Error* error);
+
+/** What refuses a comparison. */
+enum zarnGIHost_RefusalKind {
+    ZARNGI_HOST_REFUSAL_NONE = 0,
+    ZARNGI_HOST_REFUSAL_REQUEST = 1, /**< the request, by itself or for these doses; see `member` */
+    ZARNGI_HOST_REFUSAL_PAIR = 2, /**< the doses, or what belongs to them, cannot be compared so */
+    ZARNGI_HOST_REFUSAL_FOREIGN = 3,     /**< a file is none of the kinds that are read */
+    ZARNGI_HOST_REFUSAL_FILE = 4,        /**< a file is damaged, or holds what is not read */
+    ZARNGI_HOST_REFUSAL_SYSTEM = 5,      /**< the system does not give a file, or a thread */
+    ZARNGI_HOST_REFUSAL_MEMORY = 6,      /**< there is not enough */
+    ZARNGI_HOST_REFUSAL_INTERRUPTED = 7, /**< the watcher has ended it */
+    ZARNGI_HOST_REFUSAL_ARGUMENT = 8     /**< an argument of the function */
+};
+
+/** Bytes of the longest name of a member, and of a file, with their ends. */
+#define ZARNGI_HOST_MEMBER_SIZE 256
+#define ZARNGI_HOST_PATH_SIZE 4096
+
+/** Why there is no comparison. */
+struct zarnGIHost_Refusal {
+    int kind;        /**< of enum zarnGIHost_RefusalKind */
+    int systemError; /**< errno of a file that the system does not give, else 0 */
+    /** What is to be mended, as it stands in the request: "criteria[1]", "structures.within"; empty
+     * where it is none of its members. */
+    char member[ZARNGI_HOST_MEMBER_SIZE];
+    /** The file that cannot be read, as the request names it; else empty. */
+    char file[ZARNGI_HOST_PATH_SIZE];
+    /** One line without a full stop; it continues "FILE: " where `file` tells one. */
+    char sentence[ZARNGI_HOST_SENTENCE_SIZE];
+};
+
+/** Doses in memory that stand for a file. */
+struct zarnGIHost_NamedDose {
+    const char* name;                /**< of the file, as the request has it */
+    struct zarnGIHost_Volume volume; /**< values of the type ZARNGI_HOST_FLOAT; copied */
+    /**
+     * Where they lie: all 0 for a volume. Else as zarnGIHost_getPlaces() tells it, but `gaps`,
+     * which are counted. Of a plane that is not in space, spacing and origin along z are not read;
+     * of points, those of the volume are not, and its size is their number, 1 and 1.
+     */
+    struct zarnGIHost_Places places;
+    int unit;                     /**< of the doses, of enum zarnGIHost_Unit */
+    const char* frameOfReference; /**< a UID; null: not known */
+};
+
+/** Structures in memory that stand for a file. */
+struct zarnGIHost_NamedStructures {
+    const char* name;                               /**< of the file, as the request has it */
+    const struct zarnGIHost_Structures* structures; /**< copied */
+};
+
+/**
+ * Unpacks the pixel data of a DICOM file of the JPEG families.
+ * @param file    the whole file.
+ * @param size    its bytes.
+ * @param pixels  [out] frames of rows of values, little endian.
+ * @param bytes   as many of them are asked for.
+ * @param context as it was given with the function.
+ * @return ZARNGI_HOST_OK; else the file is refused.
+ */
+typedef int (*zarnGIHost_UnpackPixels)(const void* file, size_t size, void* pixels, size_t bytes,
+                                       void* context);
+
+/** Where the doses and structures of a comparison come from. All 0: from files. */
+struct zarnGIHost_Source {
+    const struct zarnGIHost_NamedDose* doses; /**< these stand for files */
+    size_t doseCount;
+    const struct zarnGIHost_NamedStructures* structures; /**< likewise */
+    size_t structureCount;
+    zarnGIHost_FindFile find; /**< gives the contents of all other files; null: they are read */
+    zarnGIHost_UnpackPixels unpackPixels; /**< null: such files are refused */
+    void* context;                        /**< handed to both functions */
+    int threads; /**< that compute; 0: one for each processor. No result depends on it */
+};
+
+/** A comparison; the caller frees it with zarnGIHost_freeComparison(). */
+struct zarnGIHost_Comparison;
+
+/** How far a comparison is. */
+struct zarnGIHost_Progress {
+    double
+        done; /**< of all, 0 to 1; it never falls, and may jump: searches end when all is found */
+    const char* task; /**< what is computed now: "3%/2mm", "sweep", "explaining 3%/2mm" */
+    double share;     /**< of this task, 0 to 1 */
+};
+
+/**
+ * Who follows a comparison; each function may be null, returns ZARNGI_HOST_OK, or another number to
+ * end the comparison, and is called on the calling thread. It must not start another one.
+ */
+struct zarnGIHost_Watcher {
+    /**
+     * Is told before the search what will be compared.
+     * @param prepared valid during the call; zarnGIHost_getRecord() tells its files, grids,
+     *                 structures and warnings. It has no criteria yet.
+     */
+    int (*prepared)(const struct zarnGIHost_Comparison* prepared, void* context);
+    /** Is told at least every 50 ms of a search how far it is. */
+    int (*progress)(const struct zarnGIHost_Progress* progress, void* context);
+    void* context; /**< handed to both */
+};
+
+/**
+ * Compares two doses as a document asks, in every way that `zarngi compare` does.
+ *
+ * A comparison takes over the one environment of libZarnGI in this process, and leaves it as
+ * zarnGI_reset() does. Calls of several threads are served one after the other; nothing else may
+ * use the environment meanwhile.
+ *
+ * @param request    the request, or a record that holds one: a JSON document, UTF-8. All members
+ *                   must be there; zarnGIHost_defaultRequest() gives them.
+ * @param size       its bytes.
+ * @param source     where the files that it names come from; null: from the disk.
+ * @param watcher    who follows; may be null.
+ * @param comparison [out] the results; null unless ZARNGI_HOST_OK is returned.
+ * @param refusal    [out] why there are none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (request, doses, files, or the watcher ended it),
+ *         ZARNGI_HOST_SYSTEM, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_compare(const char* request, size_t size,
+                                       const struct zarnGIHost_Source* source,
+                                       const struct zarnGIHost_Watcher* watcher,
+                                       struct zarnGIHost_Comparison** comparison,
+                                       struct zarnGIHost_Refusal* refusal);
+
+/**
+ * A request with all members, without files, as `zarngi compare` takes it where nothing is asked.
+ * @param json  [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_defaultRequest(struct zarnGIHost_Bytes* json,
+                                              struct zarnGIHost_Error* error);
+
+/**
+ * The record of a comparison, as `zarngi compare --json` writes it.
+ * @param comparison what was compared.
+ * @param anonymous  1: without names, paths, UIDs and descriptions. Refused by this version.
+ * @param json       [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error      [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_getRecord(const struct zarnGIHost_Comparison* comparison,
+                                         int anonymous, struct zarnGIHost_Bytes* json,
+                                         struct zarnGIHost_Error* error);
+
+/**
+ * The results as a table of comma-separated values, as `zarngi compare --csv` writes it.
+ * @param comparison what was compared.
+ * @param csv        [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
+ * @param error      [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_getCsv(const struct zarnGIHost_Comparison* comparison,
+                                      struct zarnGIHost_Bytes* csv, struct zarnGIHost_Error* error);
+
+/**
+ * The report of a comparison, as `zarngi compare --report` writes it: one HTML page.
+ * @param comparison   what was compared.
+ * @param pageTemplate the page without data, as the project's build makes it.
+ * @param size         its bytes.
+ * @param anonymous    as of zarnGIHost_getRecord().
+ * @param page         [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is
+ * returned.
+ * @param error        [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT (no such template, or
+ *         the search has not been made).
+ */
+ZARNGI_HOST_API int zarnGIHost_getPage(const struct zarnGIHost_Comparison* comparison,
+                                       const char* pageTemplate, size_t size, int anonymous,
+                                       struct zarnGIHost_Bytes* page,
+                                       struct zarnGIHost_Error* error);
+
+/**
+ * The gamma map of a criterion.
+ * @param comparison what was compared.
+ * @param criterion  its number in the record, from 0 on.
+ * @param map        [out] values of the type ZARNGI_HOST_FLOAT on the grid of the reference, or a
+ *                   list of those of points; -1: not tested. They live as long as the comparison.
+ * @return ZARNGI_HOST_OK, or ZARNGI_HOST_BAD_ARGUMENT behind the last criterion.
+ */
+ZARNGI_HOST_API int zarnGIHost_getGamma(const struct zarnGIHost_Comparison* comparison,
+                                        size_t criterion, struct zarnGIHost_Volume* map);
+
+/**
+ * Which voxels passed a criterion.
+ * @param comparison what was compared.
+ * @param criterion  its number in the record, from 0 on.
+ * @param map        [out] as of zarnGIHost_getGamma(), with values of the type ZARNGI_HOST_UINT8:
+ *                   1, 0, or 255: not tested.
+ * @return as zarnGIHost_getGamma().
+ */
+ZARNGI_HOST_API int zarnGIHost_getPassed(const struct zarnGIHost_Comparison* comparison,
+                                         size_t criterion, struct zarnGIHost_Volume* map);
+
+/**
+ * Frees a comparison and everything that was got from it but bytes.
+ * @param comparison the comparison; null is allowed.
+ */
+ZARNGI_HOST_API void zarnGIHost_freeComparison(struct zarnGIHost_Comparison* comparison);
 
 #ifdef __cplusplus
 }

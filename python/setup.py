@@ -20,8 +20,8 @@ from wheel.bdist_wheel import bdist_wheel
 HERE = Path(__file__).resolve().parent
 #: CMake's targets, and where it puts the library of each.
 LIBRARIES = {"ZarnGI": "lib/libZarnGI.so", "ZarnGIHost": "host/libZarnGIHost.so"}
-#: Where a source distribution has the page of cohorts, beside the sources.
-PAGE = "cohort-page.html"
+#: The pages without data, by the names of their front ends, and where the package has them.
+PAGES = {"cohort": "cohort/page.html", "report": "report.html"}
 #: What CMake needs of the project's tree to build the libraries.
 LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib", "files", "comparison", "host")
 
@@ -58,16 +58,25 @@ def build_libraries(build_directory: str) -> None:
     except (FileNotFoundError, subprocess.CalledProcessError) as error:
         raise SystemExit(
             f"{error}\nThe libraries of zarngi are built by CMake 3.25 or later, which takes a "
-            "C++20 compiler and the headers of zlib, libdeflate and nlohmann-json (apt-get install "
-            "cmake g++ zlib1g-dev libdeflate-dev nlohmann-json3-dev)."
+            "C++20 compiler, the headers of zlib, libdeflate and nlohmann-json and OpenSSL's libcrypto.a "
+            "(apt-get install cmake g++ zlib1g-dev libdeflate-dev nlohmann-json3-dev libssl-dev)."
         ) from error
 
 
-def cohort_page() -> Path | None:
-    """The page of cohorts, where web/ was built already or came along built."""
+def page_in_distribution(name: str) -> str:
+    """Where a source distribution has a page, beside the sources."""
+    return f"{name}-page.html"
+
+
+def built_page(name: str) -> Path | None:
+    """A page without data, where web/ was built already or came along built."""
     tree = HERE.parent
-    built = tree.glob("build/*/web/front-end/dist/cohort/template.html")
-    places = [HERE / "native" / PAGE, tree / "web/prebuilt/cohort/template.html", *sorted(built)]
+    built = tree.glob(f"build/*/web/front-end/dist/{name}/template.html")
+    places = [
+        HERE / "native" / page_in_distribution(name),
+        tree / f"web/prebuilt/{name}/template.html",
+        *sorted(built),
+    ]
     return next((place for place in places if place.exists()), None)
 
 
@@ -84,11 +93,12 @@ class BuildLibraries(build_ext):
             target = Path(self.get_ext_fullpath(extension.name))
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile((native / library).resolve(), target)
-        page = cohort_page()
-        if page is not None:
-            target = Path(self.get_ext_fullpath("zarngi.cohort.page")).with_suffix(".html")
-            target.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copyfile(page, target)
+        package = Path(self.get_ext_fullpath("zarngi.lib.any")).parent.parent
+        for name, place in PAGES.items():
+            page = built_page(name)
+            if page is not None:
+                (package / place).parent.mkdir(parents=True, exist_ok=True)
+                shutil.copyfile(page, package / place)
 
 
 class SdistWithLibraries(sdist):
@@ -104,9 +114,10 @@ class SdistWithLibraries(sdist):
             else:
                 target.parent.mkdir(exist_ok=True)
                 shutil.copyfile(source / name, target)
-        page = cohort_page()
-        if page is not None:
-            shutil.copyfile(page, Path(base_dir) / "native" / PAGE)
+        for name in PAGES:
+            page = built_page(name)
+            if page is not None:
+                shutil.copyfile(page, Path(base_dir) / "native" / page_in_distribution(name))
 
 
 class AnyPythonWheel(bdist_wheel):

@@ -3,10 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <thread>
 
 #include "cli/commands/requestFile.h"
 #include "comparison/failure.h"
+#include "comparison/parallel.h"
 #include "comparison/request/values.h"
 #include "comparison/text.h"
 
@@ -282,8 +282,7 @@ void readSettings(GammaSettings& settings, const CompareOptions& options)
     replace(settings.nearest, options.nearest);
     replace(settings.slices, options.slices);
     replace(settings.rotate, options.rotate);
-    settings.threads = options.threads.value_or(
-        static_cast<int>(std::max(1U, std::thread::hardware_concurrency())));
+    settings.threads = options.threads.value_or(processorCount());
     settings.verbose = options.verbose;
 }
 

@@ -32,7 +32,12 @@ public:
 
     bool isAnonymous() const { return alias_.has_value(); }
     const std::optional<std::string>& alias() const { return alias_; }
-    const FileDigest& digestOf(const std::string& path) const { return digests_.at(path); }
+    /** Null of what is no file: doses that a host handed over. */
+    const FileDigest* digestOf(const std::string& path) const
+    {
+        const auto found = digests_.find(path);
+        return found != digests_.end() ? &found->second : nullptr;
+    }
     /** How a file is called: its path, or its role. */
     std::string pathOf(const std::string& path) const;
     std::string nameOf(const std::string& path) const;

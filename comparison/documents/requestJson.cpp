@@ -393,13 +393,14 @@ namespace
 std::vector<std::string> digestsOf(const Json& record)
 {
     std::vector<std::string> digests;
-    const auto add = [&](const char* pointer) {
-        const Json& file = record.at(Json::json_pointer(pointer));
-        digests.push_back(file.value("sha256", ""));
+    const auto addOne = [&](const Json& file) { // null of doses that were no files
+        const Json digest = file.value("sha256", Json());
+        digests.push_back(digest.is_null() ? std::string() : digest.get<std::string>());
     };
+    const auto add = [&](const char* pointer) { addOne(record.at(Json::json_pointer(pointer))); };
     const auto addAll = [&](const char* pointer) {
         for (const Json& file : record.value(Json::json_pointer(pointer), Json::array())) {
-            digests.push_back(file.value("sha256", ""));
+            addOne(file);
         }
     };
     add("/files/reference");

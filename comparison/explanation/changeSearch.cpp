@@ -81,7 +81,7 @@ void ChangeSearch::compute(const DoseChange& change, double widening, double max
 {
     const double done = trials_.voxelsComputed() / allVoxels_ / mostComputations;
     if (watch_ && !watch_(std::min(done, 1.0))) {
-        throw InputError("the explanation was interrupted");
+        throw InputError("the explanation was interrupted", FailureKind::interrupted);
     }
     trials_.compute(change, widening, maxGamma);
 }

@@ -51,7 +51,8 @@ GammaMap searchPoints(GammaRun& run, const DoseImage& points, const GammaSetting
         map.seconds += one.seconds;
         const double share = static_cast<double>(i + 1) / static_cast<double>(count);
         if (watch && !watch({1, 1, share})) {
-            throw InputError(criterion.label() + ": the computation was interrupted");
+            throw InputError(criterion.label() + ": the computation was interrupted",
+                             FailureKind::interrupted);
         }
     }
     map.passRate = passRateOf(map);

@@ -76,7 +76,12 @@ std::pair<DoseImage, DoseImage> DiskSource::doses(const std::string& reference,
     const std::launch when =
         isFile ? std::launch::async | std::launch::deferred : std::launch::deferred;
     FileDigests ofEvaluation;
-    auto second = std::async(when, [&] { return dose(evaluation, units, ofEvaluation); });
+    const bool areExcerptsShown = files::setExcerpts(true);
+    files::setExcerpts(areExcerptsShown);
+    auto second = std::async(when, [&] {
+        files::setExcerpts(areExcerptsShown); // of this thread, which works for the other
+        return dose(evaluation, units, ofEvaluation);
+    });
     DoseImage first = dose(reference, units, digests_);
     std::pair<DoseImage, DoseImage> both{std::move(first), second.get()};
     digests_.merge(ofEvaluation);

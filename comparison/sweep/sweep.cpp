@@ -63,7 +63,7 @@ Sweep sweep(GammaRun& run, const GammaSettings& settings, const CriterionRange& 
     const std::size_t count = range.doseDifferences.size() * range.distances.size();
     for (std::size_t i = 0; i < count; ++i) {
         if (watch && !watch(static_cast<double>(i) / static_cast<double>(count))) {
-            throw InputError("the sweep was interrupted");
+            throw InputError("the sweep was interrupted", FailureKind::interrupted);
         }
         const Criterion criterion{range.doseDifferences[i / range.distances.size()],
                                   range.distances[i % range.distances.size()], range.isLocal};

@@ -7,6 +7,7 @@
 True
 """
 
+from ._compare import Comparison, compare, default_request
 from ._demo import demo_pair
 from ._dose_volume import DoseVolume, dvh
 from ._explanation import Change, Explanation
@@ -17,13 +18,14 @@ from ._result import Criteria, GammaResult
 from ._structure_result import StructureResult, StructureResults
 from ._structures import Structure, StructureSet, read_structures
 from ._sweep import Sweep, sweep
-from .io import FormatError, FormatWarning, read, read_bytes, write
+from .io import FormatError, FormatWarning, RequestError, read, read_bytes, write
 
 #: Of the project; that of the interface of libZarnGI is apart.
 __version__ = "4.3.0"
 
 __all__ = [
     "Change",
+    "Comparison",
     "Criteria",
     "DoseGrid",
     "DosePoints",
@@ -33,11 +35,14 @@ __all__ = [
     "FormatWarning",
     "GammaResult",
     "NothingTestedError",
+    "RequestError",
     "Structure",
     "StructureResult",
     "StructureResults",
     "StructureSet",
     "Sweep",
+    "compare",
+    "default_request",
     "demo_pair",
     "dvh",
     "gamma_index",

@@ -1,6 +1,7 @@
 """The binding to libZarnGIHost's C interface, which reads and writes the files.
 
-The library keeps no state but for each thread, so several may be inside at once.
+The library keeps no state but for each thread, so several may be inside at once; but for comparisons,
+which use the one environment of libZarnGI.
 """
 
 from __future__ import annotations
@@ -48,13 +49,13 @@ _TYPES = {
     for number, code in enumerate(("u1", "i1", "u2", "i2", "u4", "i4", "u8", "i8", "f4", "f8"))
 }
 
-_SENTENCE_SIZE = 1024
+SENTENCE_SIZE = 1024
 
 
 class Error(ctypes.Structure):
     """Mirror of `zarnGIHost_Error`."""
 
-    _fields_ = [("systemError", ctypes.c_int), ("sentence", ctypes.c_char * _SENTENCE_SIZE)]
+    _fields_ = [("systemError", ctypes.c_int), ("sentence", ctypes.c_char * SENTENCE_SIZE)]
 
 
 class Volume(ctypes.Structure):
@@ -84,7 +85,7 @@ class TableUnits(ctypes.Structure):
 #: Of tables that do not tell their units.
 NO_UNITS = TableUnits(0, 0)
 
-_FindFile = ctypes.CFUNCTYPE(
+FindFile = ctypes.CFUNCTYPE(
     ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p, ctypes.POINTER(ctypes.c_size_t)
 )
 
@@ -105,7 +106,7 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
         [
             ctypes.c_void_p,
             ctypes.c_size_t,
-            _FindFile,
+            FindFile,
             ctypes.c_void_p,
             ctypes.POINTER(TableUnits),
             _DOSE_P,
@@ -241,6 +242,13 @@ def read_file(path: str, units: TableUnits = NO_UNITS) -> Dose:
     return Dose(handle)
 
 
+def are_excerpts_shown() -> bool:
+    """Whether sentences and warnings of this thread quote what stands in a file."""
+    shown: int = _host.zarnGIHost_setExcerpts(True)
+    _host.zarnGIHost_setExcerpts(shown)
+    return bool(shown)
+
+
 @contextmanager
 def without_excerpts() -> Iterator[None]:
     """Sentences and warnings of what this thread reads quote nothing that stands in a file."""
@@ -359,7 +367,7 @@ def _finder(files: Mapping[str, Any]) -> Any:
         size[0] = contents[name].size
         return contents[name].ctypes.data
 
-    return _FindFile(find)
+    return FindFile(find)
 
 
 def check(
@@ -379,10 +387,15 @@ def check(
 
 def document(name: str, make: Any) -> dict[str, Any]:
     """The JSON document that a function of the library makes."""
-    document, error = Bytes(), Error()
-    check(make(document, error), error, name, refusal=ValueError)
-    try:
-        loaded: dict[str, Any] = json.loads(ctypes.string_at(document.data, document.size))
-    finally:
-        _host.zarnGIHost_freeBytes(document)
+    loaded: dict[str, Any] = json.loads(text(name, make))
     return loaded
+
+
+def text(name: str, make: Any) -> bytes:
+    """The text that a function of the library makes, UTF-8."""
+    made, error = Bytes(), Error()
+    check(make(made, error), error, name, refusal=ValueError)
+    try:
+        return ctypes.string_at(made.data, made.size)
+    finally:
+        _host.zarnGIHost_freeBytes(made)

@@ -20,7 +20,7 @@ _POINTS = 2
 _AXES: tuple[Literal["x"], Literal["y"], Literal["z"]] = ("x", "y", "z")
 
 
-class _Places(ctypes.Structure):
+class Places(ctypes.Structure):
     """Mirror of `zarnGIHost_Places`."""
 
     _fields_ = [
@@ -51,7 +51,7 @@ _ERROR_P = ctypes.POINTER(_host.Error)
 
 _functions = _host.declare(
     {
-        "getPlaces": (ctypes.c_int, [ctypes.c_void_p, ctypes.POINTER(_Places)]),
+        "getPlaces": (ctypes.c_int, [ctypes.c_void_p, ctypes.POINTER(Places)]),
         "placePlane": (
             ctypes.c_int,
             [
@@ -68,7 +68,7 @@ _functions = _host.declare(
 
 def distribution(dose: _host.Dose) -> DoseGrid | DosePoints:
     """What was read, as the grid or the points that it is."""
-    places = _Places()
+    places = Places()
     _functions.getPlaces(dose.handle, places)
     values = np.asarray(dose)
     if places.kind == _POINTS:

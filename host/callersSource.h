@@ -1,0 +1,45 @@
+/**
+ * @file callersSource.h
+ * Doses and structures of a comparison as a caller of the C interface gives them.
+ */
+#ifndef ZARNGI_HOST_CALLERSSOURCE_H
+#define ZARNGI_HOST_CALLERSSOURCE_H
+
+#include <string>
+#include <utility>
+
+#include "comparison/sources/diskSource.h"
+#include "host/libZarnGIHost.h"
+
+namespace host
+{
+
+/** Why what a caller gives cannot be taken, or null. */
+const char* problemOf(const zarnGIHost_Source& source);
+
+/** By name: what is in memory, then what the caller finds, then files on disk. */
+class CallersSource : public zarngi::DoseSource
+{
+public:
+    /** @param source without a problem; stays where it is. */
+    explicit CallersSource(const zarnGIHost_Source& source);
+
+    zarngi::DoseImage dose(const std::string& name, const files::TableUnits& units) override;
+    files::StructureSet structures(const std::string& name) override;
+    std::pair<zarngi::DoseImage, zarngi::DoseImage> doses(const std::string& reference,
+                                                          const std::string& evaluation,
+                                                          const files::TableUnits& units) override;
+    zarngi::FileDigests digests() const override;
+
+private:
+    /** What `read` makes of the contents that the caller finds. @throws InputError */
+    template <class Read> auto found(const std::string& name, const Read& read);
+
+    const zarnGIHost_Source& source_;
+    zarngi::DiskSource disk_;
+    zarngi::FileDigests digests_; ///< of what the caller found
+};
+
+} // namespace host
+
+#endif

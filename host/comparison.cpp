@@ -1,0 +1,233 @@
+#include "host/comparison.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "comparison/compare.h"
+#include "comparison/documents/requestJson.h"
+#include "comparison/failure.h"
+#include "comparison/parallel.h"
+#include "host/callersSource.h"
+
+namespace
+{
+
+using zarngi::FailureKind;
+
+template <std::size_t size> void copyText(std::string_view text, char (&place)[size])
+{
+    const std::size_t length = std::min(text.size(), size - 1);
+    std::copy_n(text.data(), length, place);
+    place[length] = '\0';
+}
+
+int statusOf(int kind)
+{
+    switch (kind) {
+    case ZARNGI_HOST_REFUSAL_SYSTEM:
+        return ZARNGI_HOST_SYSTEM;
+    case ZARNGI_HOST_REFUSAL_MEMORY:
+        return ZARNGI_HOST_NO_MEMORY;
+    case ZARNGI_HOST_REFUSAL_ARGUMENT:
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    default:
+        return ZARNGI_HOST_REFUSED;
+    }
+}
+
+/** Tells a refusal to the caller, without memory of its own; its status. */
+int refuse(zarnGIHost_Refusal* refusal, int kind, std::string_view sentence,
+           std::string_view member = {})
+{
+    if (refusal != nullptr) {
+        refusal->kind = kind;
+        copyText(sentence, refusal->sentence);
+        copyText(member, refusal->member);
+    }
+    return statusOf(kind);
+}
+
+int kindOf(const zarngi::InputError& error)
+{
+    switch (error.kind()) {
+    case FailureKind::foreign:
+        return ZARNGI_HOST_REFUSAL_FOREIGN;
+    case FailureKind::refused:
+        return ZARNGI_HOST_REFUSAL_FILE;
+    case FailureKind::system:
+        return ZARNGI_HOST_REFUSAL_SYSTEM;
+    case FailureKind::memory:
+        return ZARNGI_HOST_REFUSAL_MEMORY;
+    case FailureKind::interrupted:
+        return ZARNGI_HOST_REFUSAL_INTERRUPTED;
+    case FailureKind::pair:
+        break;
+    }
+    return ZARNGI_HOST_REFUSAL_PAIR;
+}
+
+int refuseFile(zarnGIHost_Refusal* refusal, const zarngi::FileFailure& failure)
+{
+    if (refusal != nullptr) {
+        refusal->systemError = failure.error().systemError;
+        copyText(failure.path(), refusal->file);
+    }
+    return refuse(refusal, kindOf(failure), failure.error().sentence);
+}
+
+/** Runs a comparison: no exception leaves it. */
+template <class Call> int guarded(zarnGIHost_Refusal* refusal, const Call& call) noexcept
+{
+    try {
+        return call();
+    } catch (const zarngi::UsageError& error) {
+        return refuse(refusal, ZARNGI_HOST_REFUSAL_REQUEST, error.what(), error.member());
+    } catch (const zarngi::FileFailure& error) {
+        return refuseFile(refusal, error);
+    } catch (const zarngi::InputError& error) {
+        return refuse(refusal, kindOf(error), error.what());
+    } catch (const std::bad_alloc&) {
+        return refuse(refusal, ZARNGI_HOST_REFUSAL_MEMORY, "not enough memory");
+    } catch (const std::length_error&) { // more than a vector holds
+        return refuse(refusal, ZARNGI_HOST_REFUSAL_MEMORY, "not enough memory");
+    } catch (const std::exception& error) {
+        return refuse(refusal, ZARNGI_HOST_REFUSAL_SYSTEM, error.what());
+    }
+}
+
+/** The turn of one comparison: the library holds one environment. */
+class Turn
+{
+public:
+    Turn() : lock_(mutex) { isTaken = true; }
+    ~Turn() { isTaken = false; }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    /** Whether the calling thread has it, which a function of the watcher runs on. */
+    static bool isMine() { return isTaken; }
+
+private:
+    static std::mutex mutex;
+    static thread_local bool isTaken;
+    std::unique_lock<std::mutex> lock_;
+};
+
+std::mutex Turn::mutex;
+thread_local bool Turn::isTaken = false;
+
+/** Hands on to the caller what is told of a comparison. */
+class Following
+{
+public:
+    Following(const zarnGIHost_Watcher& watcher, const zarngi::Request& request)
+        : watcher_(watcher),
+          tasks_(request.criteria.size() + request.sweeps.size() + (request.explanation ? 1 : 0))
+    {
+    }
+
+    zarngi::Watchers watchers()
+    {
+        zarngi::Watchers watchers;
+        if (watcher_.progress != nullptr) {
+            watchers.search = [this](const zarngi::Criterion& criterion) {
+                begin(criterion.label());
+                return
+                    [this](const zarngi::SearchProgress& search) { return tell(partOf(search)); };
+            };
+            watchers.work = [this](const std::string& title) {
+                begin(title);
+                return [this](double share) { return tell(share); };
+            };
+        }
+        if (watcher_.prepared != nullptr) {
+            watchers.prepared = [this](const zarngi::Comparison& prepared) { show(prepared); };
+        }
+        return watchers;
+    }
+
+private:
+    void begin(const std::string& task)
+    {
+        task_ = task;
+        share_ = 0;
+        ++begun_;
+    }
+
+    /** Of the shells that there can be. */
+    static double partOf(const zarngi::SearchProgress& search)
+    {
+        return (search.shell - 1 + search.share) / std::max(1, search.shellLimit);
+    }
+
+    bool tell(double share)
+    {
+        share_ = std::clamp(share, share_, 1.0); // of points, each is a search of its own
+        const double done =
+            (static_cast<double>(begun_ - 1) + share_) / static_cast<double>(tasks_);
+        const zarnGIHost_Progress progress{done, task_.c_str(), share_};
+        return watcher_.progress(&progress, watcher_.context) == ZARNGI_HOST_OK;
+    }
+
+    void show(const zarngi::Comparison& prepared) const
+    {
+        const zarnGIHost_Comparison shown{{std::shared_ptr<void>(), &prepared}};
+        if (watcher_.prepared(&shown, watcher_.context) != ZARNGI_HOST_OK) {
+            throw zarngi::InputError("the comparison was interrupted", FailureKind::interrupted);
+        }
+    }
+
+    const zarnGIHost_Watcher& watcher_;
+    std::size_t tasks_;
+    std::size_t begun_ = 0;
+    std::string task_;
+    double share_ = 0;
+};
+
+zarngi::Comparison compared(std::string_view document, const zarnGIHost_Source& source,
+                            const zarnGIHost_Watcher& watcher)
+{
+    zarngi::Request request = zarngi::requestOfText(document);
+    request.settings.threads = source.threads != 0 ? source.threads : zarngi::processorCount();
+    host::CallersSource from(source);
+    Following following(watcher, request);
+    const Turn turn;
+    return zarngi::compare(request, from, following.watchers());
+}
+
+} // namespace
+
+int zarnGIHost_compare(const char* request, size_t size, const zarnGIHost_Source* source,
+                       const zarnGIHost_Watcher* watcher, zarnGIHost_Comparison** comparison,
+                       zarnGIHost_Refusal* refusal)
+{
+    if (refusal != nullptr) {
+        *refusal = {};
+    }
+    if (comparison != nullptr) {
+        *comparison = nullptr;
+    }
+    const zarnGIHost_Source from = source != nullptr ? *source : zarnGIHost_Source{};
+    const zarnGIHost_Watcher told = watcher != nullptr ? *watcher : zarnGIHost_Watcher{};
+    const char* const problem = request == nullptr || comparison == nullptr
+                                    ? "a required pointer is null"
+                                : Turn::isMine() ? "a watcher of a comparison starts another one"
+                                                 : host::problemOf(from);
+    if (problem != nullptr) {
+        return refuse(refusal, ZARNGI_HOST_REFUSAL_ARGUMENT, problem);
+    }
+    return guarded(refusal, [&] {
+        *comparison = new zarnGIHost_Comparison{
+            std::make_shared<const zarngi::Comparison>(compared({request, size}, from, told))};
+        return static_cast<int>(ZARNGI_HOST_OK);
+    });
+}
+
+void zarnGIHost_freeComparison(zarnGIHost_Comparison* comparison)
+{
+    delete comparison;
+}

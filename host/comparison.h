@@ -1,0 +1,17 @@
+/**
+ * @file comparison.h
+ * What the C interface calls a comparison.
+ */
+#ifndef ZARNGI_HOST_COMPARISON_H
+#define ZARNGI_HOST_COMPARISON_H
+
+#include <memory>
+
+#include "comparison/comparison.h"
+#include "host/libZarnGIHost.h"
+
+struct zarnGIHost_Comparison {
+    std::shared_ptr<const zarngi::Comparison> value; ///< not its own while the watcher looks at it
+};
+
+#endif

@@ -1,0 +1,109 @@
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "comparison/csv.h"
+#include "comparison/documents/requestJson.h"
+#include "comparison/doseJson.h"
+#include "comparison/nativePagePacking.h"
+#include "comparison/record.h"
+#include "comparison/reportPage.h"
+#include "host/calls.h"
+#include "host/comparison.h"
+
+using host::refuseArgument;
+
+namespace
+{
+
+constexpr const char* nullArgument = "a required pointer is null";
+constexpr const char* notAnonymous = "there are no anonymous documents in this version";
+
+/** Hands the text that `make` makes to the caller. */
+template <class Make> int handText(zarnGIHost_Bytes* out, zarnGIHost_Error* error, const Make& make)
+{
+    return host::guarded(error, [&] {
+        const std::string text = make();
+        return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()}, out);
+    });
+}
+
+/** Describes a map on the grid of the reference. @return a status */
+template <class Value>
+int handMap(const zarnGIHost_Comparison* comparison, std::size_t criterion,
+            std::vector<Value> zarngi::CriterionResult::*values, int type, zarnGIHost_Volume* map)
+{
+    if (comparison == nullptr || map == nullptr || criterion >= comparison->value->results.size()) {
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+    const zarngi::Geometry& grid = comparison->value->reference.image.geometry;
+    std::copy(grid.size.begin(), grid.size.end(), map->size);
+    std::copy(grid.spacing.begin(), grid.spacing.end(), map->spacing);
+    std::copy(grid.origin.begin(), grid.origin.end(), map->origin);
+    map->type = type;
+    map->values = (comparison->value->results[criterion].*values).data();
+    return ZARNGI_HOST_OK;
+}
+
+} // namespace
+
+int zarnGIHost_defaultRequest(zarnGIHost_Bytes* json, zarnGIHost_Error* error)
+{
+    if (json == nullptr) {
+        return refuseArgument(nullArgument, error);
+    }
+    return handText(json, error, [] { return zarngi::toText(zarngi::requestJson(zarngi::Request()), 2) + "\n"; });
+}
+
+int zarnGIHost_getRecord(const zarnGIHost_Comparison* comparison, int anonymous,
+                         zarnGIHost_Bytes* json, zarnGIHost_Error* error)
+{
+    if (comparison == nullptr || json == nullptr || anonymous != 0) {
+        return refuseArgument(anonymous != 0 ? notAnonymous : nullArgument, error);
+    }
+    return handText(json, error,
+                    [&] { return zarngi::toText(comparisonJson(*comparison->value), 2) + "\n"; });
+}
+
+int zarnGIHost_getCsv(const zarnGIHost_Comparison* comparison, zarnGIHost_Bytes* csv,
+                      zarnGIHost_Error* error)
+{
+    if (comparison == nullptr || csv == nullptr) {
+        return refuseArgument(nullArgument, error);
+    }
+    return handText(csv, error, [&] { return comparisonCsv(*comparison->value); });
+}
+
+int zarnGIHost_getPage(const zarnGIHost_Comparison* comparison, const char* pageTemplate,
+                       size_t size, int anonymous, zarnGIHost_Bytes* page, zarnGIHost_Error* error)
+{
+    if (comparison == nullptr || pageTemplate == nullptr || page == nullptr || anonymous != 0) {
+        return refuseArgument(anonymous != 0 ? notAnonymous : nullArgument, error);
+    }
+    const std::string_view text(pageTemplate, size);
+    if (!zarngi::isPageTemplate(text)) {
+        return refuseArgument("the page has no place for its data", error);
+    }
+    const zarngi::Comparison& shown = *comparison->value;
+    if (shown.results.empty()) {
+        return refuseArgument("the search has not been made", error);
+    }
+    return handText(page, error, [&] {
+        return reportPage(shown, comparisonJson(shown), text, zarngi::nativePagePacking());
+    });
+}
+
+int zarnGIHost_getGamma(const zarnGIHost_Comparison* comparison, size_t criterion,
+                        zarnGIHost_Volume* map)
+{
+    return handMap(comparison, criterion, &zarngi::CriterionResult::gamma, ZARNGI_HOST_FLOAT, map);
+}
+
+int zarnGIHost_getPassed(const zarnGIHost_Comparison* comparison, size_t criterion,
+                         zarnGIHost_Volume* map)
+{
+    return handMap(comparison, criterion, &zarngi::CriterionResult::passed, ZARNGI_HOST_UINT8, map);
+}
