@@ -52,7 +52,10 @@ Criterion parseCriterion(const std::string& text, const MemberPlace& place)
     const std::string whole = normalised(text);
     const auto slash = whole.find('/');
     std::string dose = whole.substr(0, slash);
-    std::string distance = slash == std::string::npos ? "" : whole.substr(slash + 1);
+    std::string distance;
+    if (slash != std::string::npos) {
+        distance = whole.substr(slash + 1);
+    }
     Criterion criterion;
     criterion.isLocal = dropTail(dose, "l");
     if (!criterion.isLocal) {
@@ -62,8 +65,8 @@ Criterion parseCriterion(const std::string& text, const MemberPlace& place)
     criterion.doseDifference = parseNumber(dose);
     criterion.distance = parseNumber(distance);
     if (!hasUnits || !isUsable(criterion.doseDifference) || !isUsable(criterion.distance)) {
-        throw refusalOf(place,
-                        "\"" + oneLine(text) + "\" is not of the form 3%/2mm, 3%G/2mm or 2%L/2mm");
+        throw refusalOf(place, Sentence("\"") + oneLine(text) +
+                                   "\" is not of the form 3%/2mm, 3%G/2mm or 2%L/2mm");
     }
     return criterion;
 }

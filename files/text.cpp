@@ -128,6 +128,11 @@ std::string excerpt(std::string_view text)
     return result;
 }
 
+bool areExcerptsShown()
+{
+    return excerptsAreShown;
+}
+
 bool setExcerpts(bool areShown)
 {
     return std::exchange(excerptsAreShown, areShown);

@@ -53,6 +53,7 @@ std::string excerpt(std::string_view text);
  * a number should be, and some messages are kept where no name may be. Gives what was set before.
  */
 bool setExcerpts(bool areShown);
+bool areExcerptsShown();
 
 inline std::string asText(const std::string& text)
 {

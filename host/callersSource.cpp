@@ -9,6 +9,7 @@
 #include "files/nativeDeflate.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
+#include "files/text.h"
 #include "host/calls.h"
 #include "host/structures.h"
 
@@ -185,7 +186,8 @@ const char* problemOf(const zarnGIHost_Source& source)
 }
 
 CallersSource::CallersSource(const zarnGIHost_Source& source)
-    : source_(source), disk_(unpackerOf(source), true)
+    : source_(source), disk_(unpackerOf(source), true, !files::areExcerptsShown()),
+      isDiscreet_(!files::areExcerptsShown())
 {
 }
 

@@ -30,6 +30,7 @@ public:
                                                           const std::string& evaluation,
                                                           const files::TableUnits& units) override;
     zarngi::FileDigests digests() const override;
+    bool isDiscreet() const override { return isDiscreet_; }
 
 private:
     /** What `read` makes of the contents that the caller finds. @throws InputError */
@@ -38,6 +39,7 @@ private:
     const zarnGIHost_Source& source_;
     zarngi::DiskSource disk_;
     zarngi::FileDigests digests_; ///< of what the caller found
+    bool isDiscreet_;             ///< as zarnGIHost_setExcerpts() said for the calling thread
 };
 
 } // namespace host

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "comparison/csv.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/doseJson.h"
+#include "comparison/failure.h"
 #include "comparison/nativePagePacking.h"
 #include "comparison/record.h"
 #include "comparison/reportPage.h"
@@ -20,14 +22,24 @@ namespace
 {
 
 constexpr const char* nullArgument = "a required pointer is null";
-constexpr const char* notAnonymous = "there are no anonymous documents in this version";
+
+/** What a null pointer means: everything is told. */
+std::optional<std::string> aliasOf(const char* alias)
+{
+    return alias != nullptr ? std::optional<std::string>(alias) : std::nullopt;
+}
 
 /** Hands the text that `make` makes to the caller. */
 template <class Make> int handText(zarnGIHost_Bytes* out, zarnGIHost_Error* error, const Make& make)
 {
     return host::guarded(error, [&] {
-        const std::string text = make();
-        return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()}, out);
+        try {
+            const std::string text = make();
+            return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()},
+                              out);
+        } catch (const zarngi::InputError& failure) {
+            return host::report({files::FileError::Kind::refused, failure.what()}, error);
+        }
     });
 }
 
@@ -55,33 +67,37 @@ int zarnGIHost_defaultRequest(zarnGIHost_Bytes* json, zarnGIHost_Error* error)
     if (json == nullptr) {
         return refuseArgument(nullArgument, error);
     }
-    return handText(json, error, [] { return zarngi::toText(zarngi::requestJson(zarngi::Request()), 2) + "\n"; });
+    return handText(json, error, [] {
+        return zarngi::toText(zarngi::requestJson(zarngi::Request()), 2) + "\n";
+    });
 }
 
-int zarnGIHost_getRecord(const zarnGIHost_Comparison* comparison, int anonymous,
+int zarnGIHost_getRecord(const zarnGIHost_Comparison* comparison, const char* alias,
                          zarnGIHost_Bytes* json, zarnGIHost_Error* error)
 {
-    if (comparison == nullptr || json == nullptr || anonymous != 0) {
-        return refuseArgument(anonymous != 0 ? notAnonymous : nullArgument, error);
+    if (comparison == nullptr || json == nullptr) {
+        return refuseArgument(nullArgument, error);
     }
-    return handText(json, error,
-                    [&] { return zarngi::toText(comparisonJson(*comparison->value), 2) + "\n"; });
+    return handText(json, error, [&] {
+        return zarngi::toText(comparisonJson(*comparison->value, aliasOf(alias)), 2) + "\n";
+    });
 }
 
-int zarnGIHost_getCsv(const zarnGIHost_Comparison* comparison, zarnGIHost_Bytes* csv,
-                      zarnGIHost_Error* error)
+int zarnGIHost_getCsv(const zarnGIHost_Comparison* comparison, const char* alias,
+                      zarnGIHost_Bytes* csv, zarnGIHost_Error* error)
 {
     if (comparison == nullptr || csv == nullptr) {
         return refuseArgument(nullArgument, error);
     }
-    return handText(csv, error, [&] { return comparisonCsv(*comparison->value); });
+    return handText(csv, error, [&] { return comparisonCsv(*comparison->value, aliasOf(alias)); });
 }
 
 int zarnGIHost_getPage(const zarnGIHost_Comparison* comparison, const char* pageTemplate,
-                       size_t size, int anonymous, zarnGIHost_Bytes* page, zarnGIHost_Error* error)
+                       size_t size, const char* alias, zarnGIHost_Bytes* page,
+                       zarnGIHost_Error* error)
 {
-    if (comparison == nullptr || pageTemplate == nullptr || page == nullptr || anonymous != 0) {
-        return refuseArgument(anonymous != 0 ? notAnonymous : nullArgument, error);
+    if (comparison == nullptr || pageTemplate == nullptr || page == nullptr) {
+        return refuseArgument(nullArgument, error);
     }
     const std::string_view text(pageTemplate, size);
     if (!zarngi::isPageTemplate(text)) {
@@ -92,7 +108,8 @@ int zarnGIHost_getPage(const zarnGIHost_Comparison* comparison, const char* page
         return refuseArgument("the search has not been made", error);
     }
     return handText(page, error, [&] {
-        return reportPage(shown, comparisonJson(shown), text, zarngi::nativePagePacking());
+        return reportPage(shown, comparisonJson(shown, aliasOf(alias)), text,
+                          zarngi::nativePagePacking());
     });
 }
 

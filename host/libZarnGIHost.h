@@ -704,31 +704,36 @@ ZARNGI_HOST_API int zarnGIHost_defaultRequest(struct zarnGIHost_Bytes* json,
 /**
  * The record of a comparison, as `zarngi compare --json` writes it.
  * @param comparison what was compared.
- * @param anonymous  1: without names, paths, UIDs and descriptions. Refused by this version.
+ * @param alias      null: everything. Else the record tells nothing of the files but formats and
+ *                   digests, and calls them after the pair and their role, "ALIAS reference"; that
+ *                   needs zarnGIHost_setExcerpts(0) before the comparison.
  * @param json       [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
  * @param error      [out] why there is none; may be null.
- * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (it cannot be anonymous), ZARNGI_HOST_NO_MEMORY or
+ *         ZARNGI_HOST_BAD_ARGUMENT.
  */
 ZARNGI_HOST_API int zarnGIHost_getRecord(const struct zarnGIHost_Comparison* comparison,
-                                         int anonymous, struct zarnGIHost_Bytes* json,
+                                         const char* alias, struct zarnGIHost_Bytes* json,
                                          struct zarnGIHost_Error* error);
 
 /**
  * The results as a table of comma-separated values, as `zarngi compare --csv` writes it.
  * @param comparison what was compared.
+ * @param alias      as of zarnGIHost_getRecord().
  * @param csv        [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
  * @param error      [out] why there is none; may be null.
  * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
  */
 ZARNGI_HOST_API int zarnGIHost_getCsv(const struct zarnGIHost_Comparison* comparison,
-                                      struct zarnGIHost_Bytes* csv, struct zarnGIHost_Error* error);
+                                      const char* alias, struct zarnGIHost_Bytes* csv,
+                                      struct zarnGIHost_Error* error);
 
 /**
  * The report of a comparison, as `zarngi compare --report` writes it: one HTML page.
  * @param comparison   what was compared.
  * @param pageTemplate the page without data, as the project's build makes it.
  * @param size         its bytes.
- * @param anonymous    as of zarnGIHost_getRecord().
+ * @param alias        as of zarnGIHost_getRecord().
  * @param page         [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is
  * returned.
  * @param error        [out] why there is none; may be null.
@@ -736,7 +741,7 @@ ZARNGI_HOST_API int zarnGIHost_getCsv(const struct zarnGIHost_Comparison* compar
  *         the search has not been made).
  */
 ZARNGI_HOST_API int zarnGIHost_getPage(const struct zarnGIHost_Comparison* comparison,
-                                       const char* pageTemplate, size_t size, int anonymous,
+                                       const char* pageTemplate, size_t size, const char* alias,
                                        struct zarnGIHost_Bytes* page,
                                        struct zarnGIHost_Error* error);
 

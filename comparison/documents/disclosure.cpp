@@ -58,8 +58,11 @@ std::map<std::string, std::string> rolesOf(const Comparison& comparison, const s
     if (comparison.structures) {
         const std::vector<files::StructureSet>& sets = comparison.structures->catalogue->sets();
         for (std::size_t i = 0; i < sets.size(); ++i) {
-            const std::string number = sets.size() > 1 ? " " + std::to_string(i + 1) : "";
-            roles.add(sets[i].path, sets[i].dataPath, "structures" + number);
+            std::string role = "structures";
+            if (sets.size() > 1) {
+                role.append(" ").append(std::to_string(i + 1));
+            }
+            roles.add(sets[i].path, sets[i].dataPath, role);
         }
     }
     return roles.take();

@@ -147,7 +147,8 @@ public:
             return {};
         }
         if (value.is_string()) {
-            throw refusalOf(place, "\"" + oneLine(value.get<std::string>()) + "\" is not a number");
+            throw refusalOf(place, Sentence("\"") + oneLine(value.get<std::string>()) +
+                                       "\" is not a number");
         }
         if (!value.is_number()) {
             throw refusalAt(pathOf(name), "is neither a number nor null");
@@ -178,7 +179,7 @@ public:
             return {};
         }
         if (list.is_string()) {
-            throw refusalOf(place, "\"" + oneLine(list.get<std::string>()) +
+            throw refusalOf(place, Sentence("\"") + oneLine(list.get<std::string>()) +
                                        "\" is no position like 0,-3.5,10 (mm)");
         }
         const bool isPosition =
@@ -421,7 +422,9 @@ Request requestOfRecord(const Json& record)
         throw refusalAt("rotate", "is true: what was turned at random cannot be computed again");
     }
     try {
-        request.formerDigests = digestsOf(record);
+        if (record.contains("files")) {
+            request.formerDigests = digestsOf(record);
+        }
     } catch (const Json::exception&) {
         throw refusalAt("files", "is not that of a record");
     }

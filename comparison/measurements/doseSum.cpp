@@ -92,7 +92,7 @@ DoseFactor parseFactor(const MemberPlace& place, const std::string& text)
     const double denominator = slash < text.size() ? parseNumber(text.substr(slash + 1)) : 1;
     const double value = numerator / denominator;
     if (!(numerator > 0 && denominator > 0 && value >= 1e-30 && value <= 1e30)) {
-        throw refusalOf(place, "\"" + oneLine(text) +
+        throw refusalOf(place, Sentence("\"") + oneLine(text) +
                                    "\" is not a positive number or a fraction like 1/33");
     }
     return {text, value};

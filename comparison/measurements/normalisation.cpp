@@ -91,7 +91,8 @@ std::vector<double> parsePosition(const MemberPlace& place, const std::string& t
         }
     }
     if (position.size() != 2 && position.size() != 3) {
-        throw refusalOf(place, "\"" + oneLine(text) + "\" is no position like 0,-3.5,10 (mm)");
+        throw refusalOf(place,
+                        Sentence("\"") + oneLine(text) + "\" is no position like 0,-3.5,10 (mm)");
     }
     return position;
 }

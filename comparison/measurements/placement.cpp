@@ -213,7 +213,7 @@ PlanePlace planeNamed(const std::string& text)
         text.starts_with(gantry) ? parseNumber(text.substr(gantry.size())) : std::nan("");
     if (!std::isfinite(angle)) {
         throw refusalOf({Member::plane},
-                        "\"" + oneLine(text) +
+                        Sentence("\"") + oneLine(text) +
                             "\" is none of axial, coronal, sagittal, gantry:ANGLE");
     }
     return files::gantryPlane({}, angle);

@@ -20,7 +20,7 @@ CriterionRequest parseOne(const std::string& text, const MemberPlace& place)
     if (!split.pattern.empty()) {
         request.patterns.push_back(split.pattern);
     } else if (split.text != text) {
-        throw refusalOf(place, "\"" + oneLine(text) + "\" names no structure");
+        throw refusalOf(place, Sentence("\"") + oneLine(text) + "\" names no structure");
     }
     return request;
 }

@@ -20,7 +20,7 @@ bool isUsable(double value)
 
 UsageError noPositive(const MemberPlace& place, const std::string& text)
 {
-    return refusalOf(place, "\"" + oneLine(text) + "\" is not a positive number");
+    return refusalOf(place, Sentence("\"") + oneLine(text) + "\" is not a positive number");
 }
 
 /** What one unit is in the usual one. */
@@ -28,8 +28,8 @@ double factorOf(Member member, const std::string& text, const char* usual, const
                 double factor)
 {
     if (text != usual && text != other) {
-        throw refusalOf({member},
-                        "\"" + oneLine(text) + "\" is neither " + usual + " nor " + other);
+        throw refusalOf({member}, Sentence("\"") + oneLine(text) + "\" is neither " + usual +
+                                      " nor " + other);
     }
     return text == usual ? 1 : factor;
 }
@@ -61,7 +61,8 @@ NormalisationRequest parseNormalisation(const std::string& text)
         request.dose = parseNumber(text);
         if (!isUsable(*request.dose)) {
             throw refusalOf({Member::normalisation},
-                            "\"" + oneLine(text) + "\" is not a positive number or \"evaluation\"");
+                            Sentence("\"") + oneLine(text) +
+                                "\" is not a positive number or \"evaluation\"");
         }
     }
     return request;
@@ -76,7 +77,8 @@ PlaneRequest parsePlane(const std::string& name, const std::string& at)
     if (!at.empty()) {
         const std::vector<double> position = parsePosition({Member::planeAt}, at);
         if (position.size() != 3) {
-            throw refusalOf({Member::planeAt}, "\"" + oneLine(at) + "\" is no position X,Y,Z (mm)");
+            throw refusalOf({Member::planeAt},
+                            Sentence("\"") + oneLine(at) + "\" is no position X,Y,Z (mm)");
         }
         request.at = Vec3{position[0], position[1], position[2]};
     }

@@ -76,8 +76,7 @@ std::pair<DoseImage, DoseImage> DiskSource::doses(const std::string& reference,
     const std::launch when =
         isFile ? std::launch::async | std::launch::deferred : std::launch::deferred;
     FileDigests ofEvaluation;
-    const bool areExcerptsShown = files::setExcerpts(true);
-    files::setExcerpts(areExcerptsShown);
+    const bool areExcerptsShown = files::areExcerptsShown();
     auto second = std::async(when, [&] {
         files::setExcerpts(areExcerptsShown); // of this thread, which works for the other
         return dose(evaluation, units, ofEvaluation);

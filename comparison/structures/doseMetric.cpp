@@ -97,7 +97,7 @@ DoseMetric parseDoseMetric(const std::string& text)
         }
     }
     throw refusalOf({Member::metrics},
-                    "\"" + oneLine(text) +
+                    Sentence("\"") + oneLine(text) +
                         "\" is not of the form D95 (a share from 0 to 100 %), D2cc, V20Gy or V95%");
 }
 

@@ -40,7 +40,7 @@ public:
 private:
     [[noreturn]] void fail(const std::string& reason) const
     {
-        throw refusalOf(place_, "\"" + oneLine(text_) + "\": " + oneLine(reason));
+        throw refusalOf(place_, Sentence("\"") + oneLine(text_) + "\": " + oneLine(reason));
     }
 
     /** The next character that is no blank; NUL at the end. */

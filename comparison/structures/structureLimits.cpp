@@ -24,13 +24,13 @@ StructureLimits::StructureLimits(Member member, const std::vector<std::string>& 
         const ForStructures split = splitAtLastColon(text);
         const double percent = parseNumber(split.text);
         if (!(percent >= 0 && percent <= 100)) {
-            throw refusalOf(place,
-                            "\"" + oneLine(split.text) + "\" is not a percentage from 0 to 100");
+            throw refusalOf(place, Sentence("\"") + oneLine(split.text) +
+                                       "\" is not a percentage from 0 to 100");
         }
         if (!split.pattern.empty()) {
             own_.push_back({split.pattern, percent});
         } else if (split.text != text) {
-            throw refusalOf(place, "\"" + oneLine(text) + "\" names no structure");
+            throw refusalOf(place, Sentence("\"") + oneLine(text) + "\" names no structure");
         } else if (general_) {
             throw refusalOf(place, "a percentage for all voxels is given twice");
         } else {

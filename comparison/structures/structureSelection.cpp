@@ -81,7 +81,9 @@ private:
             .name = name,
             .expression = expression,
             .points = parseStructureExpression(member, expression, catalogue_.names())};
-        requireUsable(member, "\"" + oneLine(name) + "\": ", chosen.points, catalogue_);
+        std::string who = "\"";
+        who.append(oneLine(name)).append("\": ");
+        requireUsable(member, who, chosen.points, catalogue_);
         selection_.shown.push_back(std::move(chosen));
     }
 

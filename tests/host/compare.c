@@ -184,23 +184,35 @@ static void tell_in_documents(void)
     source.structures = &structures;
     source.structureCount = 1;
     struct zarnGIHost_Comparison* const comparison = compared(text, &source);
+    const int were_shown = zarnGIHost_setExcerpts(0);
+    struct zarnGIHost_Comparison* const discreet = compared(text, &source);
+    zarnGIHost_setExcerpts(were_shown);
     zarnGIHost_freeStructures(made);
     struct zarnGIHost_Bytes bytes = {NULL, 0};
     struct zarnGIHost_Error error;
-    check(zarnGIHost_getRecord(comparison, 0, &bytes, &error) == ZARNGI_HOST_OK &&
+    check(zarnGIHost_getRecord(comparison, NULL, &bytes, &error) == ZARNGI_HOST_OK &&
               holds(&bytes, "\"Left\""),
           "a record with structures");
-    check(zarnGIHost_getCsv(comparison, &bytes, &error) == ZARNGI_HOST_OK &&
+    check(zarnGIHost_getCsv(comparison, NULL, &bytes, &error) == ZARNGI_HOST_OK &&
               holds(&bytes, "3%/2mm"),
           "a table");
-    check(zarnGIHost_getPage(comparison, page_template, strlen(page_template), 0, &bytes, &error) ==
-                  ZARNGI_HOST_OK &&
+    check(zarnGIHost_getPage(comparison, page_template, strlen(page_template), NULL, &bytes,
+                             &error) == ZARNGI_HOST_OK &&
               holds(&bytes, "zarngi-data"),
           "a page");
-    check(zarnGIHost_getPage(comparison, "<html>", 6, 0, &bytes, &error) ==
+    check(zarnGIHost_getPage(comparison, "<html>", 6, NULL, &bytes, &error) ==
               ZARNGI_HOST_BAD_ARGUMENT,
           "a page without a place");
+    check(zarnGIHost_getRecord(comparison, "pair-7", &bytes, &error) == ZARNGI_HOST_REFUSED,
+          "an anonymous record of files that were read to be named");
     zarnGIHost_freeComparison(comparison);
+    check(zarnGIHost_getRecord(discreet, "pair-7", &bytes, &error) == ZARNGI_HOST_OK &&
+              holds(&bytes, "pair-7 reference"),
+          "an anonymous record");
+    check(zarnGIHost_getCsv(discreet, "pair-7", &bytes, &error) == ZARNGI_HOST_OK &&
+              holds(&bytes, "pair-7 evaluation"),
+          "an anonymous table");
+    zarnGIHost_freeComparison(discreet);
     free(text);
 }
 
@@ -301,7 +313,7 @@ static int prepared(const struct zarnGIHost_Comparison* comparison, void* contex
     struct told* const told = context;
     struct zarnGIHost_Bytes bytes = {NULL, 0};
     struct zarnGIHost_Comparison* other = NULL;
-    check(zarnGIHost_getRecord(comparison, 0, &bytes, NULL) == ZARNGI_HOST_OK &&
+    check(zarnGIHost_getRecord(comparison, NULL, &bytes, NULL) == ZARNGI_HOST_OK &&
               holds(&bytes, "\"criteria\": []"),
           "a record before the search");
     told->nested = zarnGIHost_compare("{}", 2, NULL, NULL, &other, NULL);

@@ -127,15 +127,15 @@ _functions = _host.declare(
             ],
         ),
         "defaultRequest": (ctypes.c_int, [_BYTES_P, _ERROR_P]),
-        "getRecord": (ctypes.c_int, [ctypes.c_void_p, ctypes.c_int, _BYTES_P, _ERROR_P]),
-        "getCsv": (ctypes.c_int, [ctypes.c_void_p, _BYTES_P, _ERROR_P]),
+        "getRecord": (ctypes.c_int, [ctypes.c_void_p, ctypes.c_char_p, _BYTES_P, _ERROR_P]),
+        "getCsv": (ctypes.c_int, [ctypes.c_void_p, ctypes.c_char_p, _BYTES_P, _ERROR_P]),
         "getPage": (
             ctypes.c_int,
             [
                 ctypes.c_void_p,
                 ctypes.c_char_p,
                 ctypes.c_size_t,
-                ctypes.c_int,
+                ctypes.c_char_p,
                 _BYTES_P,
                 _ERROR_P,
             ],
@@ -198,13 +198,13 @@ class Comparison:
     def record(self) -> dict[str, Any]:
         """The record."""
         return _host.document(
-            "the record", lambda out, error: _functions.getRecord(self._handle, False, out, error)
+            "the record", lambda out, error: _functions.getRecord(self._handle, None, out, error)
         )
 
     def csv(self) -> str:
         """The table of values."""
         return _host.text(
-            "the table", lambda out, error: _functions.getCsv(self._handle, out, error)
+            "the table", lambda out, error: _functions.getCsv(self._handle, None, out, error)
         ).decode()
 
     def page(self, template: bytes) -> bytes:
@@ -212,7 +212,7 @@ class Comparison:
         return _host.text(
             "the page",
             lambda out, error: _functions.getPage(
-                self._handle, template, len(template), False, out, error
+                self._handle, template, len(template), None, out, error
             ),
         )
 
