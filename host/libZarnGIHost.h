@@ -581,8 +581,9 @@ enum zarnGIHost_RefusalKind {
     ZARNGI_HOST_REFUSAL_ARGUMENT = 8     /**< an argument of the function */
 };
 
-/** Bytes of the longest name of a member, and of a file, with their ends. */
+/** Bytes of the longest name of a member, with its end. */
 #define ZARNGI_HOST_MEMBER_SIZE 256
+/** Bytes of the longest name of a file, with its end. */
 #define ZARNGI_HOST_PATH_SIZE 4096
 
 /** Why there is no comparison. */
@@ -632,10 +633,10 @@ typedef int (*zarnGIHost_UnpackPixels)(const void* file, size_t size, void* pixe
 
 /** Where the doses and structures of a comparison come from. All 0: from files. */
 struct zarnGIHost_Source {
-    const struct zarnGIHost_NamedDose* doses; /**< these stand for files */
-    size_t doseCount;
+    const struct zarnGIHost_NamedDose* doses;            /**< these stand for files */
+    size_t doseCount;                                    /**< of them */
     const struct zarnGIHost_NamedStructures* structures; /**< likewise */
-    size_t structureCount;
+    size_t structureCount;                               /**< of them */
     zarnGIHost_FindFile find; /**< gives the contents of all other files; null: they are read */
     zarnGIHost_UnpackPixels unpackPixels; /**< null: such files are refused */
     void* context;                        /**< handed to both functions */
