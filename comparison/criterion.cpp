@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <vector>
 
 #include "comparison/failure.h"
 #include "comparison/text.h"
@@ -49,19 +50,16 @@ std::string Criterion::fileLabel() const
 
 Criterion parseCriterion(const std::string& text, const MemberPlace& place)
 {
-    const std::string whole = normalised(text);
-    const auto slash = whole.find('/');
-    std::string dose = whole.substr(0, slash);
-    std::string distance;
-    if (slash != std::string::npos) {
-        distance = whole.substr(slash + 1);
-    }
+    std::vector<std::string> parts = split(normalised(text), '/');
+    parts.resize(std::max<std::size_t>(parts.size(), 2));
+    std::string& dose = parts[0];
+    std::string& distance = parts[1];
     Criterion criterion;
     criterion.isLocal = dropTail(dose, "l");
     if (!criterion.isLocal) {
         dropTail(dose, "g");
     }
-    const bool hasUnits = dropTail(dose, "%") && dropTail(distance, "mm");
+    const bool hasUnits = parts.size() == 2 && dropTail(dose, "%") && dropTail(distance, "mm");
     criterion.doseDifference = parseNumber(dose);
     criterion.distance = parseNumber(distance);
     if (!hasUnits || !isUsable(criterion.doseDifference) || !isUsable(criterion.distance)) {
