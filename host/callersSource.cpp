@@ -27,9 +27,9 @@ using files::Measurement;
 constexpr const char* arrayFormat = "array";
 
 /** By the numbers of enum zarnGIHost_Unit. */
-constexpr std::array<files::DoseUnit, 4> units{files::DoseUnit::gray, files::DoseUnit::relative,
-                                               files::DoseUnit::grayPerHistory,
-                                               files::DoseUnit::grayOfRun};
+constexpr std::array<files::DoseUnit, 4> doseUnits{files::DoseUnit::gray, files::DoseUnit::relative,
+                                                   files::DoseUnit::grayPerHistory,
+                                                   files::DoseUnit::grayOfRun};
 
 bool isOneLayer(const zarnGIHost_Volume& volume, int normal)
 {
@@ -73,7 +73,7 @@ const char* problemOf(const zarnGIHost_NamedDose& dose)
     if (dose.name == nullptr || dose.volume.values == nullptr) {
         return "a required pointer is null";
     }
-    if (dose.unit < 0 || dose.unit >= static_cast<int>(units.size())) {
+    if (dose.unit < 0 || dose.unit >= static_cast<int>(doseUnits.size())) {
         return "doses have an unknown unit";
     }
     const zarnGIHost_Volume volume = withGrid(dose.volume, dose.places);
@@ -126,7 +126,7 @@ DoseImage imageOf(const zarnGIHost_NamedDose& named)
     dose.path = named.name;
     dose.dataPath = named.name;
     dose.format = arrayFormat;
-    dose.unit = units[static_cast<std::size_t>(named.unit)];
+    dose.unit = doseUnits[static_cast<std::size_t>(named.unit)];
     if (named.frameOfReference != nullptr) {
         dose.dicom.emplace().frameOfReference = named.frameOfReference;
     }
