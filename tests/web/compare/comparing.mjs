@@ -108,8 +108,11 @@ export async function recordByCommand(folder, { command }) {
 /** A record without what depends on when, where and by what it was made. */
 export function timeless(record) {
     const differing = ['created', 'command', 'program', 'path', 'threads', 'seconds'];
+    // A request names files as seen from where its document lies.
+    const areFiles = (key, value) =>
+        [value].flat().every((one) => typeof one === 'string') && (key === 'file' || key === 'files');
     return JSON.parse(JSON.stringify(record, (key, value) =>
-        differing.includes(key) || key.endsWith('Seconds') ? undefined : value,
+        differing.includes(key) || key.endsWith('Seconds') || areFiles(key, value) ? undefined : value,
     ));
 }
 
