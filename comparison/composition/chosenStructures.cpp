@@ -137,7 +137,8 @@ std::shared_ptr<const StructureCatalogue> catalogueOf(const StructureRequest& re
         checkFrame(set, request.ignoreFrame, doses.reference, warnings);
     }
     return std::make_shared<StructureCatalogue>(std::move(sets),
-                                                doses.reference.image.geometry.spacing[2]);
+                                                doses.reference.image.geometry.spacing[2],
+                                                source.isDiscreet());
 }
 
 ChosenStructures chosenStructures(std::shared_ptr<const StructureCatalogue> catalogue,

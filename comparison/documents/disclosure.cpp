@@ -1,6 +1,5 @@
 #include "comparison/documents/disclosure.h"
 
-#include <algorithm>
 #include <filesystem>
 
 #include "comparison/failure.h"
@@ -10,17 +9,6 @@ namespace zarngi
 
 namespace
 {
-
-/** Whether structures of one name in several files are told apart by the files' names. */
-bool namesHoldFiles(const Comparison& comparison)
-{
-    if (!comparison.structures) {
-        return false;
-    }
-    const std::vector<StructureName>& names = comparison.structures->catalogue->names();
-    return std::any_of(names.begin(), names.end(),
-                       [](const StructureName& name) { return name.unique != name.inFile; });
-}
 
 /** Gives files the names of their roles: the first one may be known already. */
 class Roles
@@ -58,11 +46,7 @@ std::map<std::string, std::string> rolesOf(const Comparison& comparison, const s
     if (comparison.structures) {
         const std::vector<files::StructureSet>& sets = comparison.structures->catalogue->sets();
         for (std::size_t i = 0; i < sets.size(); ++i) {
-            std::string role = "structures";
-            if (sets.size() > 1) {
-                role.append(" ").append(std::to_string(i + 1));
-            }
-            roles.add(sets[i].path, sets[i].dataPath, role);
+            roles.add(sets[i].path, sets[i].dataPath, structuresRole(i, sets.size()));
         }
     }
     return roles.take();
@@ -79,10 +63,6 @@ Disclosure::Disclosure(const Comparison& comparison, const std::optional<std::st
     if (!comparison.isDiscreet) {
         throw InputError(
             "the files were read for documents that name them, not for anonymous ones");
-    }
-    if (namesHoldFiles(comparison)) {
-        throw InputError("structures of one name in several files are told apart by the names of "
-                         "the files, which an anonymous document does not hold");
     }
     roles_ = rolesOf(comparison, *alias_);
 }

@@ -25,8 +25,8 @@ public:
      * Everything, or nothing: names, paths, UIDs, descriptions and the command line. Then the files
      * are called after the pair and their role: "pair-7 reference".
      * @param alias of the pair; none: everything.
-     * @throws InputError where sentences of the comparison quote what stands in files, or names of
-     *         structures hold those of files
+     * @throws InputError where the files were read for documents that name them: then sentences
+     *         quote what stands in files, and names of structures hold those of files
      */
     Disclosure(const Comparison& comparison, const std::optional<std::string>& alias);
 

@@ -29,15 +29,45 @@ std::vector<std::string> fileLabels(const std::vector<files::StructureSet>& sets
     return labels;
 }
 
+/** How each file is called by its role. */
+std::vector<std::string> roleLabels(std::size_t count)
+{
+    std::vector<std::string> labels;
+    for (std::size_t i = 0; i < count; ++i) {
+        labels.push_back(structuresRole(i, count));
+    }
+    return labels;
+}
+
+void nameByRole(std::vector<files::StructureSet>& sets)
+{
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+        for (files::Structure& structure : sets[i].structures) {
+            if (structure.isNamedAfterFile) {
+                structure.name = structuresRole(i, sets.size());
+            }
+        }
+    }
+}
+
 } // namespace
 
-StructureCatalogue::StructureCatalogue(std::vector<files::StructureSet> sets, double gridSpacing)
+std::string structuresRole(std::size_t file, std::size_t files)
+{
+    return files > 1 ? "structures " + std::to_string(file + 1) : "structures";
+}
+
+StructureCatalogue::StructureCatalogue(std::vector<files::StructureSet> sets, double gridSpacing,
+                                       bool isDiscreet)
     : sets_(std::move(sets))
 {
+    if (isDiscreet) {
+        nameByRole(sets_);
+    }
     for (std::size_t i = 0; i < sets_.size(); ++i) {
         addEntries(i, gridSpacing);
     }
-    nameEntries();
+    nameEntries(isDiscreet ? roleLabels(sets_.size()) : fileLabels(sets_));
 }
 
 const files::Structure& StructureCatalogue::structure(std::size_t place) const
@@ -54,9 +84,8 @@ void StructureCatalogue::addEntries(std::size_t set, double gridSpacing)
     }
 }
 
-void StructureCatalogue::nameEntries()
+void StructureCatalogue::nameEntries(const std::vector<std::string>& labels)
 {
-    const std::vector<std::string> labels = fileLabels(sets_);
     std::multiset<std::string> used;
     for (const StructureName& name : names_) {
         used.insert(name.inFile);

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "comparison/structures/namePattern.h"
@@ -16,6 +17,9 @@
 namespace zarngi
 {
 
+/** What a file of structures is called where names of files are not told: "structures 2". */
+std::string structuresRole(std::size_t file, std::size_t files);
+
 class StructureCatalogue
 {
 public:
@@ -23,8 +27,11 @@ public:
      * Names that several files use get the name of the file behind them, or its path where files
      * of one name lie in different folders.
      * @param gridSpacing mm, of the dose grid along z.
+     * @param isDiscreet whether no name holds that of a file: then "structures 2", the second
+     * file's, stands in its place.
      */
-    StructureCatalogue(std::vector<files::StructureSet> sets, double gridSpacing);
+    StructureCatalogue(std::vector<files::StructureSet> sets, double gridSpacing,
+                       bool isDiscreet = false);
 
     const std::vector<files::StructureSet>& sets() const { return sets_; }
     /** Of the structures, in the order of the files; their places here are used elsewhere. */
@@ -43,7 +50,7 @@ private:
     };
 
     void addEntries(std::size_t set, double gridSpacing);
-    void nameEntries();
+    void nameEntries(const std::vector<std::string>& labels);
 
     std::vector<files::StructureSet> sets_;
     std::vector<Entry> entries_;

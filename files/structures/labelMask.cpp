@@ -239,10 +239,14 @@ StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& 
         set.warnings.emplace_back(note);
     }
     const std::optional<std::int32_t> label = onlyLabel(layers);
-    if (segments.empty() && label) {
+    const bool isNamedAfterFile = segments.empty() && label.has_value();
+    if (isNamedAfterFile) {
         segments.push_back({structureNameOf(name), *label, 0, {}});
     }
     set.structures = structuresOf(segments, layers);
+    for (Structure& structure : set.structures) {
+        structure.isNamedAfterFile = isNamedAfterFile;
+    }
     convertNames(set);
     makeNamesUnique(set.structures);
     return set;

@@ -47,6 +47,7 @@ struct ContoursLeftOut {
 /** A part of the patient: contours, or voxels of a label mask. */
 struct Structure {
     std::string name;                                  ///< the only one of that name in its set
+    bool isNamedAfterFile = false;                     ///< since the file names no structure
     int number = 0;                                    ///< of the ROI, or the label
     std::optional<std::array<std::uint8_t, 3>> colour; ///< red, green, blue
     std::string type;             ///< RT ROI Interpreted Type; empty where it is not told

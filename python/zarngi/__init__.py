@@ -21,7 +21,7 @@ from ._sweep import Sweep, sweep
 from .io import FormatError, FormatWarning, RequestError, read, read_bytes, write
 
 #: Of the project; that of the interface of libZarnGI is apart.
-__version__ = "4.3.0"
+__version__ = "4.4.0"
 
 __all__ = [
     "Change",

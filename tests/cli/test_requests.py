@@ -9,7 +9,7 @@ import numpy
 
 import doses
 from documents import problem_of
-from structure_files import box, write_structure_set
+from structure_files import box, write_label_mask, write_structure_set
 from support import ProgramTest, run
 from test_measurements import cut, write_matrix, write_points
 
@@ -204,6 +204,30 @@ class Requests(ProgramTest):
         self.assertEqual(record["criteria"], told["criteria"])
         self.assertEqual(record["files"]["reference"]["sha256"], told["files"]["reference"]["sha256"])
         self.assertEqual(record["doses"]["evaluation"]["added"][0]["name"], "pair-7 evaluation + 1")
+
+    def test_anonymous_structures_are_not_called_after_their_files(self):
+        secret = "Mustermann"
+        dose, _ = doses.pair()
+        labels = (dose.values > dose.values.mean()).astype(numpy.uint8)
+        masks = [write_label_mask(self.folder / f"{secret}-{name}.nrrd", dose, labels) for name in "ab"]
+        arguments = [self.reference, self.evaluation, "-c", "3%/3mm"]
+        path = self.folder / "record.json"
+
+        def names(*more):
+            result = run("compare", *arguments, *more, "--json", path, "--anonymous", "pair-7")
+            self.assertEqual(result.returncode, 0, result.stderr)
+            self.assertNotIn(secret, path.read_text())
+            return [row["name"] for row in json.loads(path.read_text())["structures"]["list"]]
+
+        self.assertEqual(names("--structures", masks[0]), ["structures"])
+        self.assertEqual(names("--structures", masks[0], "--structures", masks[1]),
+                         ["structures 1", "structures 2"])
+        sets = [write_structure_set(self.folder / f"{secret}-{name}.dcm", STRUCTURES) for name in "ab"]
+        both = names("--structures", sets[0], "--structures", sets[1])
+        self.assertEqual(both, [f"{name} (structures {file})" for file in (1, 2) for name in STRUCTURES])
+        named = run("compare", *arguments, "--structures", masks[0], "--within", f"{secret}-a",
+                    "--anonymous", "pair-7", "--json", path)
+        self.assert_refused(named, 2, "--within")
 
     def plant(self, secret, dose, structures):
         """A name where files have texts: pydicom writes them."""
