@@ -9,6 +9,7 @@
 #include "comparison/composition/chosenStructures.h"
 #include "comparison/composition/comparedDoses.h"
 #include "comparison/composition/findings.h"
+#include "comparison/composition/presentStructures.h"
 #include "comparison/composition/searches.h"
 
 namespace zarngi
@@ -48,14 +49,34 @@ void compareDigests(const Request& request, const GivenDoses& doses,
     }
 }
 
+/** Structures are read; what is asked of them is narrowed to those that are there, if it may be. */
+std::shared_ptr<const StructureCatalogue> readCatalogue(Request& request, DoseSource& source,
+                                                        const GivenDoses& doses,
+                                                        std::vector<Sentence>& warnings)
+{
+    std::shared_ptr<const StructureCatalogue> catalogue =
+        catalogueOf(request.structures, source, doses, warnings);
+    if (catalogue && request.structures.ifPresent) {
+        request = presentPart(std::move(request), catalogue.get(), warnings);
+        if (request.structures.files.empty()) {
+            catalogue = nullptr;
+        }
+    }
+    return catalogue;
+}
+
 /** Everything but the results. */
-Comparison prepared(const Request& request, DoseSource& source)
+Comparison prepared(Request request, DoseSource& source)
 {
     const auto start = std::chrono::steady_clock::now();
     std::vector<Sentence> warnings;
+    if (request.structures.ifPresent && request.structures.files.empty()) {
+        request = presentPart(std::move(request), nullptr, warnings);
+    }
+    checkRequest(request);
     GivenDoses given = givenDoses(request, source, warnings);
     std::shared_ptr<const StructureCatalogue> catalogue =
-        catalogueOf(request.structures, source, given, warnings);
+        readCatalogue(request, source, given, warnings);
     FileDigests digests = source.digests();
     compareDigests(request, given, catalogue.get(), digests, warnings);
     const double readSeconds = secondsSince(start);
@@ -63,7 +84,7 @@ Comparison prepared(const Request& request, DoseSource& source)
     ChosenStructures chosen = chosenStructures(std::move(catalogue), request, doses, warnings);
     GammaSettings settings = searchSettings(request, doses);
     return {std::move(doses),
-            request,
+            std::move(request),
             settings,
             std::move(digests),
             std::move(chosen.within),
@@ -80,7 +101,6 @@ Comparison prepared(const Request& request, DoseSource& source)
 
 Comparison compare(const Request& request, DoseSource& source, const Watchers& watchers)
 {
-    checkRequest(request);
     Comparison comparison = prepared(request, source);
     checkFindings(comparison);
     if (watchers.prepared) {
@@ -88,7 +108,7 @@ Comparison compare(const Request& request, DoseSource& source, const Watchers& w
     }
     Searches searches(comparison);
     std::vector<CriterionResult> results;
-    for (const CriterionRequest& asked : request.criteria) {
+    for (const CriterionRequest& asked : comparison.request.criteria) {
         results.push_back(searches.result(asked, watchers.search ? watchers.search(asked.criterion)
                                                                  : WatchSearch()));
     }

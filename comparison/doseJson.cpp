@@ -43,7 +43,8 @@ nlohmann::ordered_json fileJson(const std::string& path, const std::string& data
                  {"format", format}};
     file.update(digestJson(disclosure.digestOf(path)));
     if (dataPath != path) {
-        file["data"] = {{"name", disclosure.nameOf(dataPath)}};
+        file["data"] = {{"name", disclosure.nameOf(dataPath)},
+                        {"path", disclosure.pathOf(dataPath)}};
         file["data"].update(digestJson(disclosure.digestOf(dataPath)));
     }
     return file;

@@ -6,6 +6,7 @@ set(comparison_sources
     composition/comparedDoses.cpp
     composition/doseChecks.cpp
     composition/findings.cpp
+    composition/presentStructures.cpp
     composition/searches.cpp
     criterion.cpp
     csv.cpp

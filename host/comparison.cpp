@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "comparison/compare.h"
+#include "comparison/documents/disclosure.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"
 #include "comparison/parallel.h"
@@ -79,17 +81,22 @@ int refuseFile(zarnGIHost_Refusal* refusal, const zarngi::FileFailure& failure)
     return refuse(refusal, kindOf(failure), failure.error().sentence);
 }
 
-/** Runs a comparison: no exception leaves it. */
-template <class Call> int guarded(zarnGIHost_Refusal* refusal, const Call& call) noexcept
+/**
+ * Runs a comparison: no exception leaves it.
+ * @param wording of what refuses it, which the call may set
+ */
+template <class Call>
+int guarded(zarnGIHost_Refusal* refusal, const zarngi::Wording& wording, const Call& call) noexcept
 {
     try {
         return call();
     } catch (const zarngi::UsageError& error) {
-        return refuse(refusal, ZARNGI_HOST_REFUSAL_REQUEST, error.what(), error.member());
+        return refuse(refusal, ZARNGI_HOST_REFUSAL_REQUEST, error.sentence().text(wording),
+                      error.member());
     } catch (const zarngi::FileFailure& error) {
         return refuseFile(refusal, error);
     } catch (const zarngi::InputError& error) {
-        return refuse(refusal, kindOf(error), error.what());
+        return refuse(refusal, kindOf(error), error.sentence().text(wording));
     } catch (const std::bad_alloc&) {
         return refuse(refusal, ZARNGI_HOST_REFUSAL_MEMORY, "not enough memory");
     } catch (const std::length_error&) { // more than a vector holds
@@ -188,15 +195,27 @@ private:
     double share_ = 0;
 };
 
+/** @param wording becomes that of roles where nothing of files is to be told */
 zarngi::Comparison compared(std::string_view document, const zarnGIHost_Source& source,
-                            const zarnGIHost_Watcher& watcher)
+                            const zarnGIHost_Watcher& watcher, zarngi::Wording& wording)
 {
     zarngi::Request request = zarngi::requestOfText(document);
     request.settings.threads = source.threads != 0 ? source.threads : zarngi::processorCount();
     host::CallersSource from(source);
+    if (from.isDiscreet()) {
+        wording = zarngi::wordingByRoles(request);
+    }
     Following following(watcher, request);
-    const Turn turn;
-    return zarngi::compare(request, from, following.watchers());
+    zarngi::Watchers watchers = following.watchers();
+    std::optional<Turn> turn;
+    // Files that give no answer keep nobody else waiting.
+    watchers.prepared = [&, show = watchers.prepared](const zarngi::Comparison& comparison) {
+        turn.emplace();
+        if (show) {
+            show(comparison);
+        }
+    };
+    return zarngi::compare(request, from, watchers);
 }
 
 } // namespace
@@ -220,9 +239,10 @@ int zarnGIHost_compare(const char* request, size_t size, const zarnGIHost_Source
     if (problem != nullptr) {
         return refuse(refusal, ZARNGI_HOST_REFUSAL_ARGUMENT, problem);
     }
-    return guarded(refusal, [&] {
-        *comparison = new zarnGIHost_Comparison{
-            std::make_shared<const zarngi::Comparison>(compared({request, size}, from, told))};
+    zarngi::Wording wording = zarngi::plainWording();
+    return guarded(refusal, wording, [&] {
+        *comparison = new zarnGIHost_Comparison{std::make_shared<const zarngi::Comparison>(
+            compared({request, size}, from, told, wording))};
         return static_cast<int>(ZARNGI_HOST_OK);
     });
 }

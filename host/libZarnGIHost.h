@@ -46,7 +46,8 @@ struct zarnGIHost_Error {
  * Whether sentences and warnings of the calling thread quote what stands in files, as they do at
  * first: `has Dose Units of "PERCENT"`. Else they have three dots in its place, for hosts that keep
  * them where no name of a patient may be: anything may stand where a unit should. Names of
- * structures are told in either case.
+ * structures are told in either case, and files of a comparison are then called by their roles:
+ * "evaluation", "structures 2".
  *
  * @param areShown 0: no.
  * @return 1 or 0: what was set before.
@@ -674,8 +675,8 @@ struct zarnGIHost_Watcher {
  * Compares two doses as a document asks, in every way that `zarngi compare` does.
  *
  * A comparison takes over the one environment of libZarnGI in this process, and leaves it as
- * zarnGI_reset() does. Calls of several threads are served one after the other; nothing else may
- * use the environment meanwhile.
+ * zarnGI_reset() does. Threads read their files at once, and are then served one after the other;
+ * nothing else may use the environment meanwhile.
  *
  * @param request    the request, or a record that holds one: a JSON document, UTF-8. All members
  *                   must be there; zarnGIHost_defaultRequest() gives them.
@@ -706,8 +707,8 @@ ZARNGI_HOST_API int zarnGIHost_defaultRequest(struct zarnGIHost_Bytes* json,
  * The record of a comparison, as `zarngi compare --json` writes it.
  * @param comparison what was compared.
  * @param alias      null: everything. Else the record tells nothing of the files but formats and
- *                   digests, and calls them after the pair and their role, "ALIAS reference"; that
- *                   needs zarnGIHost_setExcerpts(0) before the comparison.
+ *                   digests, and calls them after the pair and their role, "ALIAS reference", or by
+ * the role alone where it is empty; that needs zarnGIHost_setExcerpts(0) before the comparison.
  * @param json       [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
  * @param error      [out] why there is none; may be null.
  * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (it cannot be anonymous), ZARNGI_HOST_NO_MEMORY or

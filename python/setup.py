@@ -4,6 +4,7 @@ Their sources are found beside this directory in the project's tree, or in `nati
 distribution, which carries a copy of them.
 """
 
+import functools
 import os
 import re
 import shutil
@@ -68,7 +69,40 @@ def page_in_distribution(name: str) -> str:
     return f"{name}-page.html"
 
 
+def build_pages(build_directory: Path) -> None:
+    """Have npm build the pages, where it is there: without them the package writes no pages."""
+    if shutil.which("npm") is None or not (HERE.parent / "web" / "package.json").exists():
+        print("zarngi is built without its pages, which take npm", file=sys.stderr)
+        return
+    configure = ["cmake", "-S", str(HERE.parent), "-B", str(build_directory), "-Wno-dev"]
+    configure += ["--no-warn-unused-cli", f"-DZARNGI_TABLES_PYTHON={sys.executable}"]
+    configure += [f"-DZARNGI_BUILD_{option}=OFF" for option in ("CLI", "TESTS", "PYTHON", "BENCH", "PAGE")]
+    build = ["cmake", "--build", str(build_directory), "--target", "zarngi_report_template"]
+    for command in (configure, build):
+        if subprocess.run(command).returncode != 0:
+            print("zarngi is built without its pages, which npm could not build", file=sys.stderr)
+            return
+
+
+@functools.cache
+def pages_built_now() -> Path:
+    """Where the pages are once npm has built them."""
+    build_directory = Path(scratch.name) / "pages"
+    build_pages(build_directory)
+    return build_directory / "web" / "front-end" / "dist"
+
+
 def built_page(name: str) -> Path | None:
+    """A page without data, where web/ was built already, came along built, or can be built."""
+    return page_that_is_there(name) or existing(pages_built_now() / name / "template.html")
+
+
+def existing(place: Path) -> Path | None:
+    """The place, if there is something."""
+    return place if place.exists() else None
+
+
+def page_that_is_there(name: str) -> Path | None:
     """A page without data, where web/ was built already or came along built."""
     tree = HERE.parent
     built = tree.glob(f"build/*/web/front-end/dist/{name}/template.html")

@@ -137,6 +137,10 @@ void addStructures(CLI::App& command, CompareOptions& options)
         .add_flag("--ignore-frame", options.ignoreFrame,
                   "Take structures of another frame as they lie")
         ->group("Structures");
+    command
+        .add_flag("--if-present", options.ifPresent,
+                  "Leave out names that no structure has, and tell")
+        ->group("Structures");
 }
 
 void addMeasurements(CLI::App& command, CompareOptions& options)
@@ -308,6 +312,7 @@ void readStructures(StructureRequest& request, const CompareOptions& options)
     replace(request.metrics, parseDoseMetrics(options.metrics));
     replaceBy(request.prescription, options.prescription);
     replace(request.ignoreFrame, options.ignoreFrame);
+    replace(request.ifPresent, options.ifPresent);
 }
 
 void readFindings(Request& request, const CompareOptions& options)

@@ -57,6 +57,7 @@ struct CompareOptions {
     std::vector<std::string> metrics;
     std::optional<double> prescription;
     bool ignoreFrame = false;
+    bool ifPresent = false;
     std::vector<std::string> tolerance;
     std::vector<std::string> action;
     std::vector<std::string> failBelow;

@@ -14,40 +14,67 @@ namespace
 class Roles
 {
 public:
-    explicit Roles(const std::string& alias) : alias_(alias) {}
+    explicit Roles(const std::string& alias) : prefix_(alias.empty() ? alias : alias + " ") {}
 
+    void add(const std::string& path, const std::string& role)
+    {
+        roles_.emplace(path, prefix_ + role);
+    }
     void add(const std::string& path, const std::string& dataPath, const std::string& role)
     {
-        roles_.emplace(path, alias_ + " " + role);
-        roles_.emplace(dataPath, alias_ + " " + role + " data");
-    }
-
-    void add(const std::vector<DoseImage>& doses, const std::string& role)
-    {
-        for (std::size_t i = 0; i < doses.size(); ++i) {
-            add(doses[i].path, doses[i].dataPath, role + " + " + std::to_string(i + 1));
-        }
+        add(path, role);
+        add(dataPath, role + " data");
     }
 
     std::map<std::string, std::string> take() { return std::move(roles_); }
 
 private:
-    const std::string& alias_;
+    std::string prefix_;
     std::map<std::string, std::string> roles_;
 };
+
+std::string addedRole(const std::string& role, std::size_t place)
+{
+    return role + " + " + std::to_string(place + 1);
+}
+
+void addAdded(Roles& roles, const std::vector<DoseImage>& doses, const std::string& role)
+{
+    for (std::size_t i = 0; i < doses.size(); ++i) {
+        roles.add(doses[i].path, doses[i].dataPath, addedRole(role, i));
+    }
+}
 
 std::map<std::string, std::string> rolesOf(const Comparison& comparison, const std::string& alias)
 {
     Roles roles(alias);
     roles.add(comparison.reference.path, comparison.reference.dataPath, "reference");
     roles.add(comparison.evaluation.path, comparison.evaluation.dataPath, "evaluation");
-    roles.add(comparison.referenceAdded, "reference");
-    roles.add(comparison.evaluationAdded, "evaluation");
+    addAdded(roles, comparison.referenceAdded, "reference");
+    addAdded(roles, comparison.evaluationAdded, "evaluation");
     if (comparison.structures) {
         const std::vector<files::StructureSet>& sets = comparison.structures->catalogue->sets();
         for (std::size_t i = 0; i < sets.size(); ++i) {
             roles.add(sets[i].path, sets[i].dataPath, structuresRole(i, sets.size()));
         }
+    }
+    return roles.take();
+}
+
+std::map<std::string, std::string> rolesOf(const Request& request)
+{
+    Roles roles("");
+    const auto add = [&](const DoseRequest& dose, const std::string& role) {
+        roles.add(dose.file, role);
+        for (std::size_t i = 0; i < dose.added.size(); ++i) {
+            roles.add(dose.added[i], addedRole(role, i));
+        }
+    };
+    add(request.reference, "reference");
+    add(request.evaluation, "evaluation");
+    const std::vector<std::string>& structures = request.structures.files;
+    for (std::size_t i = 0; i < structures.size(); ++i) {
+        roles.add(structures[i], structuresRole(i, structures.size()));
     }
     return roles.take();
 }
@@ -73,12 +100,20 @@ std::string Disclosure::pathOf(const std::string& path) const
         return path;
     }
     const auto role = roles_.find(path);
-    return role != roles_.end() ? role->second : *alias_;
+    return role != roles_.end() ? role->second : alias_->empty() ? "a file" : *alias_;
 }
 
 std::string Disclosure::nameOf(const std::string& path) const
 {
     return isAnonymous() ? pathOf(path) : std::filesystem::path(path).filename().string();
+}
+
+Wording wordingByRoles(const Request& request)
+{
+    return {plainWording().member, [roles = rolesOf(request)](const std::string& path) {
+                const auto role = roles.find(path);
+                return role != roles.end() ? role->second : std::string("a file");
+            }};
 }
 
 Request disclosed(Request request, const Disclosure& disclosure)

@@ -12,6 +12,7 @@
 
 #include "comparison/comparison.h"
 #include "comparison/fileDigest.h"
+#include "comparison/sentence.h"
 
 namespace zarngi
 {
@@ -24,7 +25,7 @@ public:
     /**
      * Everything, or nothing: names, paths, UIDs, descriptions and the command line. Then the files
      * are called after the pair and their role: "pair-7 reference".
-     * @param alias of the pair; none: everything.
+     * @param alias of the pair; empty: files are called by their roles alone; none: everything.
      * @throws InputError where the files were read for documents that name them: then sentences
      *         quote what stands in files, and names of structures hold those of files
      */
@@ -47,6 +48,9 @@ private:
     std::optional<std::string> alias_;
     std::map<std::string, std::string> roles_;
 };
+
+/** What files are called by their roles: sentences of a request that name no file. */
+Wording wordingByRoles(const Request& request);
 
 /** The request with the files as they are disclosed. */
 Request disclosed(Request request, const Disclosure& disclosure);

@@ -20,7 +20,8 @@ namespace
 using Json = nlohmann::ordered_json;
 
 constexpr const char* formatName = "zarngi-request";
-constexpr int formatVersion = 1;
+constexpr int formatVersion = 2;
+constexpr int firstVersion = 1;
 
 template <class Value> Json orNull(const std::optional<Value>& value)
 {
@@ -54,7 +55,8 @@ Json structuresJson(const StructureRequest& request)
             {"within", orNull(request.within)},
             {"metrics", metrics},
             {"prescription", orNull(request.prescription)},
-            {"ignoreFrame", request.ignoreFrame}};
+            {"ignoreFrame", request.ignoreFrame},
+            {"ifPresent", request.ifPresent}};
 }
 
 Json explanationJson(const std::optional<ExplanationWish>& wish)
@@ -89,7 +91,8 @@ UsageError refusalAt(const std::string& name, const std::string& reason)
 class Members
 {
 public:
-    Members(const Json& object, std::string path) : object_(object), path_(std::move(path))
+    Members(const Json& object, std::string path, int version = formatVersion)
+        : object_(object), path_(std::move(path)), version_(version)
     {
         if (!object.is_object()) {
             throw refusalAt(path_, "is no object");
@@ -106,7 +109,11 @@ public:
         return *found;
     }
 
-    Members object(const char* name) { return {member(name), pathOf(name)}; }
+    Members object(const char* name) { return {member(name), pathOf(name), version_}; }
+
+    void setVersion(int version) { version_ = version; }
+    /** Whether documents of this version have what came with another one. */
+    bool knows(int version) const { return version_ >= version; }
 
     bool flag(const char* name)
     {
@@ -209,6 +216,7 @@ private:
 
     const Json& object_;
     std::string path_;
+    int version_;
     std::vector<std::string> taken_;
 };
 
@@ -263,6 +271,7 @@ StructureRequest readStructures(Members members)
     request.metrics = parseDoseMetrics(members.texts("metrics"));
     request.prescription = members.positive("prescription", {Member::prescription});
     request.ignoreFrame = members.flag("ignoreFrame");
+    request.ifPresent = members.knows(2) && members.flag("ifPresent");
     members.checkAllTaken();
     return request;
 }
@@ -316,10 +325,14 @@ void checkFormat(Members& members)
         throw refusalAt("format", std::string("is not ") + formatName);
     }
     const Json& version = members.member("formatVersion");
-    if (!version.is_number() || version != formatVersion) {
-        throw refusalAt("formatVersion", "is not " + std::to_string(formatVersion) +
+    const bool isKnown =
+        version.is_number_integer() && version >= firstVersion && version <= formatVersion;
+    if (!isKnown) {
+        throw refusalAt("formatVersion", "is not one of " + std::to_string(firstVersion) + " to " +
+                                             std::to_string(formatVersion) +
                                              ", which this version of the program reads");
     }
+    members.setVersion(version.get<int>());
 }
 
 } // namespace

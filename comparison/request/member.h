@@ -37,6 +37,7 @@ enum class Member {
     metrics,
     prescription,
     ignoreFrame,
+    ifPresent,
     tolerance,
     action,
     failBelow,

@@ -72,8 +72,14 @@ std::optional<StructureNeed> structureNeedOf(const Request& request)
          {request.limits.tolerance.namesStructures(), Member::tolerance, forOne},
          {request.limits.action.namesStructures(), Member::action, forOne},
          {request.limits.failBelow.namesStructures(), Member::failBelow, forOne}}};
-    const auto found = std::find_if(needs.begin(), needs.end(),
-                                    [](const StructureNeed& need) { return need.isGiven; });
+    // What may be absent is left out where the structures are looked up.
+    const auto mayBeAbsent = [&](const StructureNeed& need) {
+        return structures.ifPresent && need.member != Member::within &&
+               need.member != Member::explainStructure;
+    };
+    const auto found = std::find_if(needs.begin(), needs.end(), [&](const StructureNeed& need) {
+        return need.isGiven && !mayBeAbsent(need);
+    });
     return found != needs.end() ? std::optional(*found) : std::nullopt;
 }
 
@@ -89,8 +95,8 @@ void checkStructures(const Request& request)
     }
     const std::optional<StructureNeed> need = structureNeedOf(request);
     if (files.empty() && need) {
-        throw UsageError({need->member}, Sentence(need->member) + need->what + " needs " +
-                                             Member::structureFiles + " FILE");
+        throw UsageError({need->member},
+                         Sentence(need->member) + need->what + " needs " + Member::structureFiles);
     }
 }
 

@@ -47,6 +47,8 @@ struct StructureRequest {
     std::vector<DoseMetric> metrics;    ///< beside the usual ones
     std::optional<double> prescription; ///< Gy
     bool ignoreFrame = false;
+    /** Names that no structure has are left out and told, instead of refused. */
+    bool ifPresent = false;
 };
 
 /** %, of all voxels and of single structures. */

@@ -39,6 +39,11 @@ StructureLimits::StructureLimits(Member member, const std::vector<std::string>& 
     }
 }
 
+void StructureLimits::keepOwn(const std::function<bool(const std::string& pattern)>& isKept)
+{
+    std::erase_if(own_, [&](const Own& own) { return !isKept(own.pattern); });
+}
+
 std::vector<std::string> StructureLimits::texts() const
 {
     std::vector<std::string> texts;

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_COMPARISON_STRUCTURES_STRUCTURELIMITS_H
 #define ZARNGI_COMPARISON_STRUCTURES_STRUCTURELIMITS_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,6 +38,8 @@ public:
     /** What is said of all voxels. */
     std::optional<double> general() const { return general_; }
     bool namesStructures() const { return !own_.empty(); }
+    /** Leaves out what is said of structures whose pattern is not kept. */
+    void keepOwn(const std::function<bool(const std::string& pattern)>& isKept);
     /** As a person would write them. */
     std::vector<std::string> texts() const;
 

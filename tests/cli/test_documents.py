@@ -99,7 +99,7 @@ class Documents(ProgramTest):
         for member, value in (("normalisation", 60), ("normalisation", "maximum"), ("cutOff", 0), ("cutOff", 1e31),
                               ("criteria", []), ("normalisationAt", [1]), ("format", "zarngi-report"),
                               ("plane", {"name": "oblique", "at": None}), ("units", {"dose": "Gy", "length": "m"}),
-                              ("explain", {"range": 101, "structure": None}), ("formatVersion", 2)):  # fmt: skip
+                              ("explain", {"range": 101, "structure": None}), ("formatVersion", 3)):  # fmt: skip
             with self.subTest(member, value=value):
                 self.assertIsNotNone(problem_of({**request, member: value}))
 

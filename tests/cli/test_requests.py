@@ -158,6 +158,38 @@ class Requests(ProgramTest):
         refused({**whole, "patient": "Doe"}, ("patient",))
         refused({**whole, "rotate": True, "format": "zarngi-requests"}, ("format",))
 
+    def test_names_that_many_patients_do_not_all_have(self):
+        """Left out and told; what decides which voxels are tested is refused all the same."""
+        path = self.folder / "protocol.json"
+        asked = ["-c", "3%/3mm", "-c", "PTV:2%/2mm", "-c", "Nobody:1%/1mm", "--tolerance", "Nobody:99",
+                 "--structure", "PTV", "--structure", "Nobody", "--if-present"]  # fmt: skip
+        files = [self.reference, self.evaluation]
+        record = self.record(*files, "--structures", self.structures, *asked, "--save-request", path)
+        told = [text for text in record["warnings"] if "Nobody" in text]
+        self.assertEqual(told, ['no structure is called "Nobody", so it is left out'])
+        self.assertEqual([one["label"] for one in record["criteria"]], ["3%/3mm", "2%/2mm"])
+        self.assertEqual([one["name"] for one in record["structures"]["list"]], ["PTV"])
+        again = self.record("--request", self.folder / "record.json", name="again.json")
+        self.assertEqual(settled(again)["criteria"], settled(record)["criteria"])
+        without = self.record(*files, "--request", path, name="without.json")
+        self.assertEqual(len(without["criteria"]), 1)
+        self.assertNotIn("structures", without)
+        for more, refused in ((["--within", "Nobody"], "--within"), (["-c", "Nobody:1%/1mm"], "--criteria")):
+            result = run("compare", *files, "--structures", self.structures, "--if-present", *more)
+            self.assert_refused(result, 2, refused)
+
+    def test_documents_of_the_first_version(self):
+        self.record(self.reference, self.evaluation, "--save-request", self.folder / "p.json")
+        document = json.loads((self.folder / "p.json").read_text())
+        document["formatVersion"] = 1
+        former = self.folder / "former.json"
+        former.write_text(json.dumps(document))
+        files = (self.reference, self.evaluation)
+        self.assert_refused(run("compare", "--request", former, *files), 2, "structures.ifPresent is not known")
+        del document["structures"]["ifPresent"]
+        former.write_text(json.dumps(document))
+        self.assertEqual(self.record(*files, "--request", former)["request"]["formatVersion"], 2)
+
     def test_what_cannot_be_asked_again(self):
         record = self.record(self.reference, self.evaluation, "--rotate")
         path = self.folder / "record.json"

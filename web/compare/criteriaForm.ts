@@ -70,6 +70,7 @@ export class CriteriaForm {
                 metrics: listed('metrics'),
                 prescription: numberOr('prescription', null),
                 ignoreFrame: isChecked('ignore-frame'),
+                ifPresent: isChecked('if-present'),
             },
             limits: { tolerance: listed('tolerance'), action: listed('action'), failBelow },
             plane: { name: textOrNull('plane'), at: position('plane-at') },

@@ -35,6 +35,7 @@ export const members: Record<string, MemberWords> = {
     'structures.metrics': { word: 'Dose-volume figures', field: 'metrics', option: '--dvh' },
     'structures.prescription': { word: 'Prescription', field: 'prescription', option: '--prescription' },
     'structures.ignoreFrame': { word: 'Another frame of reference', field: 'ignore-frame', option: '--ignore-frame' },
+    'structures.ifPresent': { word: 'Leave out names', field: 'if-present', option: '--if-present' },
     'plane.name': { word: 'Plane', field: 'plane', option: '--plane' },
     'plane.at': { word: 'Its point 0, 0', field: 'plane-at', option: '--at' },
     normalisationAt: { word: 'Normalise at', field: 'normalisation-at', option: '--norm-at' },

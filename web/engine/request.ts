@@ -16,7 +16,7 @@ export type Typed<Value> = Value | string;
 
 export interface RequestDocument {
     format: 'zarngi-request';
-    formatVersion: 1;
+    formatVersion: 2;
     name: string;
     version: string;
     reference: DoseRequest;
@@ -50,6 +50,7 @@ export interface RequestDocument {
         /** Gy. */
         prescription: Typed<number> | null;
         ignoreFrame: boolean;
+        ifPresent: boolean;
     };
     /** "95", "PTV*:98". */
     limits: { tolerance: string[]; action: string[]; failBelow: string[] };
@@ -68,7 +69,7 @@ export interface RequestDocument {
 export function usualRequest(): RequestDocument {
     return {
         format: 'zarngi-request',
-        formatVersion: 1,
+        formatVersion: 2,
         name: '',
         version: '',
         reference: { file: null, add: [], scale: null },
@@ -91,6 +92,7 @@ export function usualRequest(): RequestDocument {
             metrics: [],
             prescription: null,
             ignoreFrame: false,
+            ifPresent: false,
         },
         limits: { tolerance: [], action: [], failBelow: [] },
         plane: { name: null, at: null },

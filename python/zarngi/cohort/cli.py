@@ -105,11 +105,13 @@ def _add_run(parser: argparse.ArgumentParser) -> None:
     add("manifest", metavar="MANIFEST", help="CSV with id, reference, evaluation")
     add("-o", "--output", required=True, metavar="SQLITE", help="the results file")
     comparison = parser.add_argument_group("comparison").add_argument
+    comparison("--request", metavar="FILE", help="what a protocol asks, or a record: a JSON document "
+               "of zarngi; options take precedence")  # fmt: skip
     comparison("-c", "--criteria", action="append", metavar="DD/DTA", type=_checked(parse_criteria),
                help="like 3%%/2mm or 2%%L/2mm; may be repeated (3%%/2mm)")  # fmt: skip
-    comparison("--dco", type=_positive, default=10.0, metavar="%", help="dose cut-off (10)")
+    comparison("--dco", type=_positive, metavar="%", help="dose cut-off (10)")
     comparison("--norm", type=_positive, metavar="GY", help="normalisation dose (reference maximum)")
-    comparison("--max-gamma", type=_positive, default=3.0, metavar="GAMMA", help="search limit (3)")
+    comparison("--max-gamma", type=_positive, metavar="GAMMA", help="search limit (3)")
     comparison("--step", type=_positive, metavar="MM", help="search lattice (a tenth of the DTA)")
     comparison("--pass-rate-only", action="store_true", help="only decide which voxels pass")
     comparison("--nearest", action="store_true", help="doses of voxels, without interpolation")

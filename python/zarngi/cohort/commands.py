@@ -23,7 +23,7 @@ from .results import Results
 from .run import Plan, Summary, execute, prepare_pages
 from .scan import Naming
 from .scan import scan as find_pairs
-from .settings import Settings
+from .settings import Settings, protocol_of
 from .table import csv_lines
 from .wholefile import write_whole
 
@@ -94,6 +94,7 @@ def _settings(options: argparse.Namespace) -> Settings:
         mode="pass_rate" if options.pass_rate_only else "map",
         slices=options.slices,
         structures=_structures(options.structures),
+        protocol=None if options.request is None else protocol_of(options.request),
     )
     return fields.changed(criteria=tuple(dict.fromkeys(given)))
 

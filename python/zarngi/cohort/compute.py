@@ -3,27 +3,28 @@
 from __future__ import annotations
 
 import threading
-import time
-import warnings
-from collections.abc import Sequence
+from collections.abc import Iterator, Sequence
+from dataclasses import replace
 from typing import Any
 
 import zarngi
 
-from .._points import DosePoints
-from .._result import GammaResult
-from .._structure_result import StructureResults
-from .._structures import Chosen, require_space
+from ..io import _comparison
 from . import memory
-from .files import have_digests, with_digest
+from .files import ROLES, have_digests, with_digest
 from .pages import is_due, write_page
 from .reader import NoAnswer, within
-from .record import COUNTS, FIGURES, Failure, FileState, Outcome, Row, Task
-from .sentences import sentence
-from .work import Doses, PairFailed, Structures, Work, read_both, read_structures
+from .record import Failure, FileState, Outcome, Row, Task
+from .sentences import reason_of, sentence
+from .work import PairFailed, Work, add_data_file, compared
 
 #: The library holds one environment for each process, and memory is reckoned with for one pair.
 _one_at_a_time = threading.Lock()
+
+#: Members of a record's criterion, in the order of `record.FIGURES`.
+_MEMBERS = (
+    "tested", "passed", "failed", "hot", "cold", "unreached", "passRate", "mean", "p95", "p99", "max",
+)  # fmt: skip
 
 
 def compute(task: Task, threads: int, limit: int | None = None) -> Outcome:
@@ -90,20 +91,25 @@ def _told(work: Work, failure: Failure) -> Outcome:
 
 def _compute(task: Task, threads: int) -> Outcome:
     work = Work(task)
+    has_structures = task.settings.has_structures
     try:
-        doses = read_both(work)
-        structures = read_structures(work) if task.settings.structures is not None else None
-        rows = _search(work, doses, structures, threads)
-        page = _page(work, doses, structures, rows)
-        files = work.read(lambda: _digested(work))
+        made = _compared(work, threads, has_structures)
+        record = made.record(alias="")
+        for text in record["warnings"]:
+            work.warn(text)
+        rows = tuple(_rows(record, has_structures))
+        if has_structures:
+            _warn_of_structures(work, record)
+        files = _digested(work, made, record)
+        page = _page(work, made, rows)
     except PairFailed as failed:
         return _told(work, failed.failure)
-    except (OSError, NoAnswer) as error:
-        return _told(work, Failure(sentence(task.pair, error), is_final=False))
+    except OSError as error:
+        return _told(work, Failure(sentence(task.pair, reason_of(error)), is_final=False))
     return Outcome(
         task,
         zarngi.__version__,
-        tuple(rows),
+        rows,
         files,
         tuple(work.warnings),
         page=page,
@@ -112,90 +118,70 @@ def _compute(task: Task, threads: int) -> Outcome:
     )
 
 
-def _digested(work: Work) -> tuple[FileState, ...]:
-    return tuple(with_digest(state, path) for state, path in work.files)
+def _compared(work: Work, threads: int, has_structures: bool) -> _comparison.Comparison:
+    """With structures that get rows, or that its page shows: there may be a page without them."""
+    structures = work.pair.structures
+    if has_structures or work.task.pages is None or not structures:
+        return compared(work, threads, structures if has_structures else "")
+    try:
+        return compared(work, threads, structures)
+    except PairFailed as failed:
+        unread = [file for file in work.files if file[0].role == ROLES[2]]
+        made = compared(work, threads, "")
+        work.files += unread
+        work.warnings.append(failed.failure.sentence)
+        return made
 
 
-def _search(
-    work: Work, doses: tuple[Doses, Doses], structures: Structures | None, threads: int
-) -> list[Row]:
-    rows = []
-    settings = work.task.settings
-    start = time.perf_counter()
-    with warnings.catch_warnings(record=True) as caught:
-        warnings.simplefilter("always")
-        for criterion in settings.criteria:
-            try:
-                result = zarngi.gamma_index(
-                    *doses,
-                    threads=threads,
-                    structures=structures and structures.chosen,
-                    **settings.arguments(criterion),
-                )
-            except MemoryError:
-                raise
-            except (ValueError, RuntimeError) as error:
-                raise work.fail(error) from error
-            rows.append(Row(str(criterion), "", _figures(result)))
-            rows += _rows_of_structures(work, str(criterion), result.structures)
-    work.searching = time.perf_counter() - start
-    for warning in caught:
-        work.warn(str(warning.message))
-    return rows
+def _rows(record: dict[str, Any], has_structures: bool) -> Iterator[Row]:
+    for criterion in record["criteria"]:
+        label = criterion["label"]
+        if not criterion.get("for"):
+            yield Row(label, "", _figures(criterion))
+        for found in criterion.get("structures", ()) if has_structures else ():
+            if found is not None:
+                yield Row(label, found["name"], _figures(found))
 
 
-def _rows_of_structures(
-    work: Work, criterion: str, results: StructureResults | None
-) -> list[Row]:
-    if results is None:
-        return []
-    notes = [f"{name}: {note}" for name, found in results.items() for note in found.notes]
-    notes += [f"{name}: {reason}" for name, reason in results.refused.items()]
-    for note in notes:
-        work.warn(note, "structures")
-    return [
-        Row(criterion, name, tuple(getattr(found, figure) for figure in FIGURES))
-        for name, found in results.items()
-    ]
-
-
-def _figures(result: GammaResult) -> tuple[Any, ...]:
+def _figures(found: dict[str, Any]) -> tuple[Any, ...]:
     """As `record.FIGURES`; None for what there is not."""
-    counts = tuple(getattr(result, name) for name in (*COUNTS, "pass_rate"))
-    if result.criteria.mode != "map" or result.unreached == result.tested:
-        return (*counts, None, None, None, None)
-    percentiles = (float(value) for value in result.percentile([95, 99]))
-    return (*counts, result.mean, *percentiles, result.maximum)
+    return tuple(found[member] for member in _MEMBERS)
 
 
-def _page(
-    work: Work, doses: tuple[Doses, Doses], structures: Structures | None, rows: Sequence[Row]
-) -> str | None:
-    """Writes the page of the pair, where one is due, with its structures."""
+def _warn_of_structures(work: Work, record: dict[str, Any]) -> None:
+    for structure in record.get("structures", {}).get("list", ()):
+        for note in structure["notes"]:
+            work.warn(f"{structure['name']}: {note}", "structures")
+
+
+def _digested(
+    work: Work, made: _comparison.Comparison, record: dict[str, Any]
+) -> tuple[FileState, ...]:
+    """The files with the digests of what was read, and those in which headers have their values."""
+    told = _files(record)
+    if any("data" in file for file in told.values()):
+        # Their places are no business of an anonymous record.
+        for role, file in _files(made.record()).items():
+            if "data" in file:
+                add_data_file(work, role, getattr(work.pair, role), file["data"]["path"])
+    digests = {role: file["sha256"] for role, file in told.items()}
+    digests |= {f"{role} data": file["data"]["sha256"] for role, file in told.items() if "data" in file}
+    return tuple(
+        replace(state, sha256=digests[state.role])
+        if state.size is not None and state.role in digests
+        else work.read(lambda state=state, path=path: with_digest(state, path))
+        for state, path in work.files
+    )
+
+
+def _files(record: dict[str, Any]) -> dict[str, dict[str, Any]]:
+    structures = record.get("structures", {}).get("files", ())
+    return record["files"] | dict(zip(ROLES[2:], structures))
+
+
+def _page(work: Work, made: _comparison.Comparison, rows: Sequence[Row]) -> str | None:
+    """Writes the page of the pair, where one is due."""
     pages = work.task.pages
     if pages is None or not is_due(pages, rows):
         return None
-    if any(state.size is None for state, _ in work.files):
-        work.warn("its page could not be written (what is no regular file is read once)")
-        return None
-    if work.task.settings.structures is None:
-        structures = _structures_of_page(work, doses[0])
-    return write_page(work, pages, None if structures is None else structures.names)
-
-
-def _structures_of_page(work: Work, reference: Doses) -> Structures | None:
-    """Structures that get no rows: where they cannot be shown, there is a page without them."""
-    try:
-        structures = read_structures(work)
-        if structures is not None:
-            if isinstance(reference, DosePoints) or reference.measured is not None:
-                raise ValueError("are for volumes of doses")
-            require_space("reference", reference)
-            Chosen(structures.chosen, reference).check_frame(reference, ignore=False)
-    except PairFailed as failed:
-        work.warnings.append(failed.failure.sentence)
-    except ValueError as error:
-        work.warn(str(error), "structures")
-    else:
-        return structures
-    return None
+    return write_page(work, pages, made)

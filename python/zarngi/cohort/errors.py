@@ -17,3 +17,10 @@ class ResultsError(CohortError):
 
 class ClusterError(CohortError):
     """The scheduler or all workers are gone; what is finished is kept."""
+
+
+#: What a command says that writes pages, where the package was built without them.
+WITHOUT_PAGES = (
+    "this installation came without its pages, which npm builds: install npm (apt-get install npm) and "
+    "install zarngi again"
+)

@@ -6,6 +6,7 @@ nothing calls it back. So a thread of its own reads; it is left behind where no 
 
 from __future__ import annotations
 
+import atexit
 import os
 import queue
 import threading
@@ -80,17 +81,67 @@ def within(seconds: float, read: Callable[[], _Value]) -> _Value:
     NoAnswer
         When it takes longer.
     """
-    future = _reader.start(read)
+    return within_until(seconds, lambda _: read())
+
+
+class Answer:
+    """What a job that reads, and then goes on, tells whoever waits."""
+
+    def __init__(self) -> None:
+        self._read = threading.Event()
+        self._left = threading.Event()
+
+    def has_read(self) -> bool:
+        """Tell that everything has been read; whether to go on."""
+        self._read.set()
+        return not self._left.is_set()
+
+    @property
+    def is_wanted(self) -> bool:
+        """Whether somebody still waits."""
+        return not self._left.is_set()
+
+    def wait(self, seconds: float) -> bool:
+        """Whether everything has been read within a time."""
+        return self._read.wait(min(seconds, threading.TIMEOUT_MAX))
+
+    def give_up(self) -> None:
+        """Want nothing any more."""
+        self._left.set()
+
+    def leave(self, future: Future[Any]) -> None:
+        """Give up, and wait for the end: soon after reading, or within some time."""
+        self.give_up()
+        wait([future], timeout=None if self._read.is_set() else _GRACE)
+
+
+def within_until(seconds: float, job: Callable[[Answer], _Value]) -> _Value:
+    """What `job` returns or raises, which is to have read its files in time; one call at a time.
+
+    Raises
+    ------
+    NoAnswer
+        When reading takes longer.
+    """
+    answer = Answer()
+    future = _reader.start(lambda: job(answer))
+    future.add_done_callback(lambda _: answer.has_read())
+    # The interpreter may end in another thread, and must not while a library calls back.
+    at_exit = atexit.register(lambda: answer.leave(future))
     try:
         try:
-            wait([future], timeout=min(seconds, threading.TIMEOUT_MAX))
+            is_read = answer.wait(seconds)
+            if is_read:
+                wait([future])
         except KeyboardInterrupt:
-            wait([future], timeout=_GRACE)
+            answer.leave(future)
             raise
-        if not future.done():
+        if not is_read:
+            answer.give_up()
             _reader.leave()
             raise NoAnswer(f"could not be read within {seconds:g} s")
         return future.result()
     finally:
+        atexit.unregister(at_exit)
         # An error holds this frame: the memory of what was read would wait for a collection.
-        del future
+        del future, at_exit

@@ -12,7 +12,7 @@ from urllib.parse import quote
 import zarngi
 
 from .._criteria import parse_criterion
-from .errors import CohortError
+from .errors import WITHOUT_PAGES, CohortError
 from .limits import Limits, limits
 from .record import FIGURES
 from .results import Results
@@ -32,7 +32,7 @@ def template() -> str:
     try:
         return resources.files(__package__).joinpath("page.html").read_text(encoding="utf-8")
     except FileNotFoundError as error:
-        raise CohortError("this installation came without the page of cohorts") from error
+        raise CohortError(WITHOUT_PAGES) from error
 
 
 def page_of(

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Callable, Iterable, Iterator, Sequence
+from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from contextlib import ExitStack
 from dataclasses import dataclass, replace
 from typing import Any
@@ -15,15 +15,15 @@ from .._criteria import Criterion
 from .._cpus import MAX_THREADS, available_cpus
 from .cluster import DaskCluster
 from .engine import Engine, ThisProcess
-from .errors import CohortError
+from .errors import WITHOUT_PAGES, CohortError
 from .files import are_same
 from .lock import only_writer
 from .manifest import Manifest, Pair, as_pairs
-from .pages import program
+from .pages import template
 from .progress import Counts
 from .record import READ_TIMEOUT, Outcome, Pages, Task
 from .results import Known, Results
-from .settings import Settings, parse_criteria
+from .settings import Settings, parse_criteria, protocol_of
 from .table import load_open
 
 
@@ -126,7 +126,7 @@ class Plan:
 def _show_structures(task: Task, known: Known) -> bool:
     """Whether the pair's structures have something to do with its results or its page."""
     has_page = task.pages is not None and known.page is not None
-    return task.settings.structures is not None or has_page
+    return has_page or task.settings.has_structures
 
 
 def _has_its_page(task: Task, known: Known) -> bool:
@@ -177,14 +177,16 @@ def prepare_pages(folder: str | os.PathLike[str] | None, below: float) -> Pages 
     Raises
     ------
     CohortError
-        When there is no program to write them.
+        When this installation came without the page that they are made from.
     OSError
         When the folder cannot be made.
     """
     if folder is None:
         return None
-    if program() is None:
-        raise CohortError("pages are written by the program zarngi, which was not found")
+    try:
+        template()
+    except OSError:
+        raise CohortError(WITHOUT_PAGES) from None
     os.makedirs(folder, exist_ok=True)
     return Pages(os.path.abspath(folder), below)
 
@@ -193,7 +195,8 @@ def run(
     pairs: str | os.PathLike[str] | Manifest | Iterable[Pair | dict[str, Any]],
     results: str | os.PathLike[str] | None = None,
     *,
-    criteria: str | Criterion | Iterable[str | Criterion] = "3%/2mm",
+    criteria: str | Criterion | Iterable[str | Criterion] | None = None,
+    request: str | os.PathLike[str] | Mapping[str, Any] | None = None,
     client: Any = None,
     threads: int | None = None,
     memory: int | None = None,
@@ -217,8 +220,12 @@ def run(
         The manifest.
     results : path, optional
         The results file, made where there is none; by default nothing is kept.
-    criteria : str or Criterion or several
-        Such as ``"3%/2mm"`` or ``["3%/2mm", "2%L/2mm"]``; a pair may have its own.
+    criteria : str or Criterion or several, optional
+        Such as ``"3%/2mm"`` or ``["3%/2mm", "2%L/2mm"]``; a pair may have its own. By default those
+        of the request, else 3%/2mm.
+    request : path, or mapping, optional
+        A protocol: a document as `zarngi compare --save-request` writes it, or a record, for what
+        the other arguments leave open. Names of structures that a pair does not have are left out.
     client : distributed.Client, optional
         Its workers compute; without it this process does.
     threads : int, optional
@@ -262,7 +269,11 @@ def run(
     ValueError, TypeError
         When an argument is out of range.
     """
-    settings = Settings(criteria=parse_criteria(criteria), **options)
+    settings = Settings(
+        criteria=() if criteria is None else parse_criteria(criteria),
+        protocol=None if request is None else protocol_of(request),
+        **options,
+    )
     threads = available_cpus() if threads is None else threads
     threads = _checks.integer("threads", threads, 1, MAX_THREADS)
     plan = Plan(

@@ -3,12 +3,18 @@
 from __future__ import annotations
 
 import json
-from collections.abc import Iterable
-from dataclasses import dataclass, field, replace
+import os
+from collections.abc import Iterable, Mapping
+from dataclasses import dataclass, replace
+from functools import lru_cache
 from typing import Any
 
 from .. import _checks
 from .._criteria import Criterion, parse_criterion
+from ..io import _comparison
+from .errors import CohortError
+
+_USUAL = Criterion(3, 2)
 
 
 def parse_criteria(criteria: str | Criterion | Iterable[str | Criterion]) -> tuple[Criterion, ...]:
@@ -32,75 +38,148 @@ def parse_criteria(criteria: str | Criterion | Iterable[str | Criterion]) -> tup
     return tuple(parsed)
 
 
+def protocol_of(request: str | os.PathLike[str] | Mapping[str, Any]) -> str:
+    """A request without files, as a text, from a document with one, or from a record that holds it.
+
+    Raises
+    ------
+    CohortError
+        When it is none.
+    OSError
+        When the document cannot be read.
+    """
+    if isinstance(request, Mapping):
+        name, document = "request", dict(request)
+    else:
+        name = os.fspath(request)
+        with open(request, encoding="utf-8", errors="replace") as file:
+            text = file.read()
+        try:
+            document = json.loads(text)
+        except ValueError:
+            raise CohortError(f"{name}: this is no JSON document") from None
+    if isinstance(document, dict) and document.get("format") == "zarngi-report":
+        document = document.get("request")
+    text = json.dumps(document)
+    # The doses that it names, or does not, are not those of a pair: only the rest is read.
+    refusal = _comparison.attempt(_with_files(text, "", "", "structures"), (), {}, 1, lambda _: False)
+    if isinstance(refusal, _comparison.Refusal) and refusal.is_of_request:
+        raise CohortError(f"{name}: {refusal.sentence}")
+    return text
+
+
+def _with_files(protocol: str, reference: str, evaluation: str, structures: str) -> bytes:
+    """The request of a pair; what is no request is left as it is, for the library to refuse."""
+    document = json.loads(protocol)
+    if isinstance(document, dict):
+        for role, path in (("reference", reference), ("evaluation", evaluation)):
+            if isinstance(document.get(role), dict):
+                document[role].update(file=path, add=[])
+        if isinstance(document.get("structures"), dict):
+            document["structures"]["files"] = [structures] if structures else []
+    return json.dumps(document).encode()
+
+
 @dataclass(frozen=True)
 class Settings:
-    """Criteria and options of a comparison, as `gamma_index` takes them.
+    """What is asked of every pair. None, and what is empty, leaves it to the protocol.
 
     Attributes
     ----------
     criteria : tuple of Criterion
         One comparison each.
-    dose_cutoff : float
+    dose_cutoff : float or None
         % of the normalisation dose.
     normalisation : float or None
-        Gy; None: the largest reference dose.
-    max_gamma : float
+        Gy; None: the protocol's, else the largest reference dose.
+    max_gamma : float or None
         Largest gamma searched for.
     step : float or None
-        Spacing of the search lattice in mm; None: a tenth of the distance to agreement.
+        Spacing of the search lattice in mm; None: the protocol's, else a tenth of the distance to
+        agreement.
     interpolate, slices : bool
-        As in `gamma_index`.
+        As in `gamma_index`; the protocol may have switched on nearest voxels or slices.
     mode : str
         "map" or "pass_rate".
     structures : tuple of str or None
         Names of structures to tell apart, as `StructureSet.select` takes them; empty: all; None:
-        none. Those that a pair does not have are left out of it.
+        the protocol's. Those that a pair does not have are left out of it.
+    protocol : str or None
+        As `protocol_of` gives it; None: what `zarngi.default_request` asks, by 3%/2mm.
     """
 
-    criteria: tuple[Criterion, ...] = field(default=(Criterion(3, 2),))
-    dose_cutoff: float = 10
+    criteria: tuple[Criterion, ...] = ()
+    dose_cutoff: float | None = None
     normalisation: float | None = None
-    max_gamma: float = 3
+    max_gamma: float | None = None
     step: float | None = None
     interpolate: bool = True
     mode: str = "map"
     slices: bool = False
     structures: tuple[str, ...] | None = None
+    protocol: str | None = None
 
     def __post_init__(self) -> None:
         # As floats, so that 10 and 10.0 are the same settings.
-        for name, unit in (("dose_cutoff", "%"), ("max_gamma", "")):
-            self._set(name, _checks.positive(name, getattr(self, name), unit))
-        for name, unit in (("normalisation", "Gy"), ("step", "mm")):
-            self._set(name, _checks.positive_or_none(name, getattr(self, name), unit))
+        units = {"dose_cutoff": "%", "max_gamma": "", "normalisation": "Gy", "step": "mm"}
+        for name, unit in units.items():
+            value = _checks.positive_or_none(name, getattr(self, name), unit)
+            object.__setattr__(self, name, value)
         _checks.choice("mode", self.mode, ("map", "pass_rate"))
         if self.structures is not None:
             object.__setattr__(self, "structures", tuple(self.structures))
 
-    def _set(self, name: str, value: float | None) -> None:
-        object.__setattr__(self, name, value)
-
     def changed(self, **changes: Any) -> Settings:
         """These settings with those changes that are not None or empty."""
-        return replace(self, **{name: value for name, value in changes.items() if value})
+        given = {name: value for name, value in changes.items() if value}
+        return replace(self, **given) if given else self
 
-    def arguments(self, criterion: Criterion) -> dict[str, Any]:
-        """The keyword arguments of `gamma_index` for one criterion."""
-        return {
-            "dd": criterion.dd,
-            "dta": criterion.dta,
-            "local": criterion.local,
-            "dose_cutoff": self.dose_cutoff,
-            "normalisation": self.normalisation,
-            "max_gamma": self.max_gamma,
-            "step": self.step,
-            "interpolate": self.interpolate,
-            "mode": self.mode,
-            "slices": self.slices,
-        }
+    @property
+    def has_structures(self) -> bool:
+        """Whether structures of a pair have to do with its results."""
+        return self.structures is not None or _names_structures(self.text())
+
+    def request(self, reference: str, evaluation: str, structures: str) -> bytes:
+        """What is asked of a pair; an empty path of structures: none."""
+        return _with_files(self.text(), reference, evaluation, structures)
 
     def text(self) -> str:
         """All of it in one line; equal texts mean equal results of equal files."""
-        fields = {name: getattr(self, name) for name in self.__dataclass_fields__}
-        fields["criteria"] = [str(criterion) for criterion in self.criteria]
-        return json.dumps(fields, sort_keys=True)
+        return _text_of(self)
+
+    def document(self) -> dict[str, Any]:
+        """The request, without files."""
+        document: dict[str, Any]
+        document = json.loads(self.protocol) if self.protocol else _comparison.default_request()
+        criteria = self.criteria or (() if self.protocol else (_USUAL,))
+        if criteria:
+            document["criteria"] = [str(criterion) for criterion in criteria]
+        for name, value in (
+            ("cutOff", self.dose_cutoff),
+            ("normalisation", self.normalisation),
+            ("maxGamma", self.max_gamma),
+            ("step", self.step),
+            ("nearest", not self.interpolate),
+            ("passRateOnly", self.mode == "pass_rate"),
+            ("slices", self.slices),
+        ):
+            if value:
+                document[name] = value
+        if self.structures is not None:
+            document["structures"]["show"] = list(self.structures)
+        document["structures"]["ifPresent"] = True
+        return document
+
+
+@lru_cache(maxsize=256)
+def _text_of(settings: Settings) -> str:
+    return json.dumps(settings.document(), sort_keys=True)
+
+
+@lru_cache(maxsize=256)
+def _names_structures(text: str) -> bool:
+    request = json.loads(text)
+    structures, limits = request["structures"], request["limits"]
+    texts = [*request["criteria"], *(text for member in limits.values() for text in member)]
+    names = (*structures["show"], *structures["exclude"], structures["within"])
+    return any(names) or any(":" in text for text in texts)

@@ -1,26 +1,19 @@
-"""A pair while it is computed: its files, and what they hold."""
+"""A pair while it is computed: its files, and what is told of it."""
 
 from __future__ import annotations
 
-import fnmatch
 import time
-import warnings
 from collections.abc import Callable
 from dataclasses import dataclass, field
 from typing import TypeVar
 
-from .._grid import DoseGrid
-from .._points import DosePoints
-from .._structures import StructureSet
-from ..io import _host, _structures
-from ..io._read import dose_grid
-from .files import state_of
+from ..io import _comparison, _host
+from .files import ROLES, state_of
 from .manifest import Pair
-from .reader import NoAnswer, within
+from .reader import Answer, NoAnswer, within, within_until
 from .record import Failure, FileState, Task
-from .sentences import sentence
+from .sentences import reason_of, sentence
 
-Doses = DoseGrid | DosePoints
 _Value = TypeVar("_Value")
 
 
@@ -47,10 +40,9 @@ class Work:
         """The pair."""
         return self.task.pair
 
-    def fail(self, error: BaseException, role: str | None = None) -> PairFailed:
+    def fail(self, text: str, role: str | None = None, *, is_final: bool) -> PairFailed:
         """What to raise when something is wrong."""
-        is_final = isinstance(error, ValueError)
-        return PairFailed(Failure(sentence(self.pair, error, role), is_final))
+        return PairFailed(Failure(sentence(self.pair, text, role), is_final))
 
     def warn(self, text: str, role: str | None = None) -> None:
         """Keep a warning, once."""
@@ -67,100 +59,104 @@ class Work:
             self.reading += time.perf_counter() - start
 
 
-@dataclass
-class _Read:
-    grid: Doses
-    is_relative: bool
+class _Told(Exception):
+    """A refusal, out of the thread that reads."""
+
+    def __init__(self, text: str, role: str | None, *, is_final: bool) -> None:
+        super().__init__(text)
+        self.role = role
+        self.is_final = is_final
 
 
-def read_both(work: Work) -> tuple[Doses, Doses]:
-    """The reference and the evaluation.
+def compared(work: Work, threads: int, structures: str) -> _comparison.Comparison:
+    """The comparison of the pair.
 
-    Raises
-    ------
-    PairFailed
-        When one cannot be read, or they do not go together.
-    """
-    reference = _read(work, "reference")
-    evaluation = _read(work, "evaluation")
-    if reference.is_relative != evaluation.is_relative:
-        raise work.fail(ValueError("one file holds relative doses and the other one Gy"))
-    return reference.grid, evaluation.grid
-
-
-def _read(work: Work, role: str) -> _Read:
-    path: str = getattr(work.pair, role)
-    try:
-        dose = work.read(lambda: _read_dose(work, role, path))
-        has_unit = work.task.settings.normalisation is not None
-        with warnings.catch_warnings(record=True) as caught:
-            warnings.simplefilter("always")
-            grid = dose_grid(path, dose, allow_relative=has_unit, allow_error_doses=False)
-    except (OSError, ValueError, NoAnswer) as error:
-        raise work.fail(error, role) from error
-    for warning in caught:
-        work.warn(str(warning.message), role)
-    return _Read(grid, dose.is_relative)
-
-
-def _read_dose(work: Work, role: str, path: str) -> _host.Dose:
-    # Before the contents are read: a file that changes meanwhile has another time afterwards.
-    work.files.append((state_of(role, path), path))
-    dose = _host.read_file(path)
-    if dose.data_path != path:
-        data = dose.data_path
-        work.files.append((state_of(f"{role} data", data, data_of=path), data))
-    return dose
-
-
-@dataclass
-class Structures:
-    """Structures of a pair.
-
-    Attributes
+    Parameters
     ----------
-    chosen : StructureSet
-        Those that are shown.
-    names : tuple of str
-        By what they were chosen; empty: all.
-    """
-
-    chosen: StructureSet
-    names: tuple[str, ...]
-
-
-def read_structures(work: Work) -> Structures | None:
-    """The structures that are asked for, as far as the pair has them; all where none are named.
+    structures : str
+        Their path; empty: none.
 
     Raises
     ------
     PairFailed
-        When they cannot be read.
+        When there is none.
+    MemoryError
+        When memory runs out.
     """
-    path = work.pair.structures
-    if not path:
-        return None
+    pair = work.pair
+    paths = dict(zip(ROLES, (pair.reference, pair.evaluation, structures)))
+    request = work.task.settings.request(**paths)
+    times = [time.perf_counter()]
+
+    def job(answer: Answer) -> _comparison.Comparison:
+        for role, path in paths.items():
+            if path:
+                # Before the contents are read: a file that changes meanwhile has another time then.
+                work.files.append((_state(role, path), path))
+
+        def prepared() -> bool:
+            times.append(time.perf_counter())
+            return answer.has_read()
+
+        made = _comparison.attempt(
+            request, (), {}, threads, lambda _: answer.is_wanted, prepared
+        )
+        if isinstance(made, _comparison.Refusal):
+            raise _told(made, paths)
+        return made
+
+    work.files.clear()
     try:
-        source = work.read(lambda: _read_source(work, path))
-    except (OSError, ValueError, NoAnswer) as error:
-        raise work.fail(error, "structures") from error
-    for warning in source.description["warnings"]:
-        work.warn(warning, "structures")
-    return _chosen(work, StructureSet(source, path))
+        return within_until(work.task.read_timeout, job)
+    except _Told as told:
+        _add_data_files(work)
+        raise work.fail(str(told), told.role, is_final=told.is_final) from None
+    except NoAnswer as error:
+        raise work.fail(str(error), _waiting(work, paths), is_final=False) from None
+    finally:
+        end = time.perf_counter()
+        work.reading += times[-1] - times[0] if len(times) > 1 else end - times[0]
+        work.searching += end - times[-1] if len(times) > 1 else 0.0
 
 
-def _read_source(work: Work, path: str) -> _structures.Structures:
-    work.files.append((state_of("structures", path), path))
-    return _structures.read_file(path)
+def _state(role: str, path: str) -> FileState:
+    try:
+        return state_of(role, path)
+    except OSError as error:
+        raise _Told(reason_of(error), role, is_final=False) from None
 
 
-def _chosen(work: Work, found: StructureSet) -> Structures | None:
-    """Names of a cohort are not in every pair."""
-    wanted = work.task.settings.structures or ()
-    there = tuple(name for name in wanted if "=" in name or fnmatch.filter(found, name))
-    for name in wanted:
-        if name not in there:
-            work.warn(f'has no "{name}"', "structures")
-    if wanted and not there:
-        return None
-    return Structures(found.select(*there), there)
+def _told(refusal: _comparison.Refusal, paths: dict[str, str]) -> Exception:
+    error = refusal.error()
+    if isinstance(error, MemoryError):
+        return error
+    role = next((role for role, path in paths.items() if path and path == refusal.file), None)
+    text = refusal.sentence if role or not refusal.file else reason_of(error)
+    return _Told(text, role, is_final=isinstance(error, ValueError))
+
+
+def _waiting(work: Work, paths: dict[str, str]) -> str | None:
+    """The file that gives no answer, where it can be told: the next one, or the only pipe."""
+    asked = [role for role, path in paths.items() if path]
+    if len(work.files) < len(asked):
+        return asked[len(work.files)]
+    pipes = [state.role for state, _ in work.files if state.size is None]
+    return pipes[0] if len(pipes) == 1 else None
+
+
+def _add_data_files(work: Work) -> None:
+    """Files that the headers of a failed pair name: another one of them is another pair."""
+    for state, path in list(work.files):
+        if state.role in ("reference", "evaluation") and state.size is not None:
+            try:
+                data = work.read(lambda path=path: _host.read_file(path).data_path)
+                add_data_file(work, state.role, path, data)
+            except (OSError, ValueError, MemoryError, NoAnswer):
+                continue
+
+
+def add_data_file(work: Work, role: str, path: str, data: str) -> None:
+    """Keep the file in which a header has its values, behind the header."""
+    if data != path:
+        place = next(i for i, (state, _) in enumerate(work.files) if state.role == role)
+        work.files.insert(place + 1, (state_of(f"{role} data", data, data_of=path), data))

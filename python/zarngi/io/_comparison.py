@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import ctypes
 import errno
+import os
 import weakref
 from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass
@@ -43,6 +44,50 @@ class RequestError(ValueError):
         super().__init__(sentence)
         self.member = member
         self.kind = kind
+
+
+@dataclass(frozen=True)
+class Refusal:
+    """Why there is no comparison.
+
+    Attributes
+    ----------
+    kind : int
+        Of enum zarnGIHost_RefusalKind.
+    system_error : int
+        The number of the system's error; 0: none.
+    member : str
+        What is to be mended, as it stands in the request; empty: nothing of it.
+    file : str
+        The file that is to blame; empty: none.
+    sentence : str
+        One line; of a file what continues "FILE: ".
+    """
+
+    kind: int
+    system_error: int
+    member: str
+    file: str
+    sentence: str
+
+    @property
+    def is_of_request(self) -> bool:
+        """Whether the request makes no sense, by itself or for these doses."""
+        return _KINDS.get(self.kind) == "request"
+
+    def error(self) -> Exception:
+        """What to raise."""
+        whole = f"{self.file}: {self.sentence}" if self.file else self.sentence
+        if self.kind in _FILES:
+            return FormatError(whole)
+        if self.kind == _SYSTEM:
+            # With a number OSError becomes FileNotFoundError and its like.
+            return OSError(self.system_error or errno.EIO, self.sentence, self.file)
+        if self.kind == _MEMORY:
+            return MemoryError(whole)
+        if self.kind in _KINDS:
+            return RequestError(whole, self.member or None, _KINDS[self.kind])
+        return ValueError(whole)
 
 
 class _Refusal(ctypes.Structure):
@@ -100,13 +145,14 @@ class _Progress(ctypes.Structure):
     ]
 
 
+_Prepared = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)
 _Watch = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.POINTER(_Progress), ctypes.c_void_p)
 
 
 class _Watcher(ctypes.Structure):
     """Mirror of `zarnGIHost_Watcher`."""
 
-    _fields_ = [("prepared", ctypes.c_void_p), ("progress", _Watch), ("context", ctypes.c_void_p)]
+    _fields_ = [("prepared", _Prepared), ("progress", _Watch), ("context", ctypes.c_void_p)]
 
 
 _BYTES_P = ctypes.POINTER(_host.Bytes)
@@ -195,10 +241,11 @@ class Comparison:
         self._handle = handle
         weakref.finalize(self, _functions.freeComparison, handle).atexit = False
 
-    def record(self) -> dict[str, Any]:
-        """The record."""
+    def record(self, alias: str | None = None) -> dict[str, Any]:
+        """The record; with an alias the anonymous one, as zarnGIHost_getRecord() says."""
+        name = _name(alias)
         return _host.document(
-            "the record", lambda out, error: _functions.getRecord(self._handle, None, out, error)
+            "the record", lambda out, error: _functions.getRecord(self._handle, name, out, error)
         )
 
     def csv(self) -> str:
@@ -207,12 +254,13 @@ class Comparison:
             "the table", lambda out, error: _functions.getCsv(self._handle, None, out, error)
         ).decode()
 
-    def page(self, template: bytes) -> bytes:
-        """The report, from a page without data."""
+    def page(self, template: bytes, alias: str | None = None) -> bytes:
+        """The report, from a page without data; with an alias the anonymous one."""
+        name = _name(alias)
         return _host.text(
             "the page",
             lambda out, error: _functions.getPage(
-                self._handle, template, len(template), None, out, error
+                self._handle, template, len(template), name, out, error
             ),
         )
 
@@ -231,6 +279,10 @@ class Comparison:
         return np.asarray(_Map(self, volume, code))
 
 
+def _name(alias: str | None) -> bytes | None:
+    return None if alias is None else alias.encode()
+
+
 def default_request() -> dict[str, Any]:
     """What zarnGIHost_defaultRequest() gives."""
     return _host.document("the request", _functions.defaultRequest)
@@ -243,7 +295,28 @@ def compare(
     threads: int,
     follow: Callable[[float], bool],
 ) -> Comparison:
-    """Compare, inside `exclusive_use`; what the arrays do not name is read from files.
+    """As `attempt`, inside `exclusive_use`.
+
+    Raises
+    ------
+    RequestError, FormatError, OSError, MemoryError
+        What the refusal means.
+    """
+    made = attempt(request, doses, structures, threads, follow)
+    if isinstance(made, Refusal):
+        raise made.error()
+    return made
+
+
+def attempt(
+    request: bytes,
+    doses: Sequence[Dose],
+    structures: Mapping[str, _structures.Structures],
+    threads: int,
+    follow: Callable[[float], bool],
+    prepared: Callable[[], bool] = lambda: True,
+) -> Comparison | Refusal:
+    """Compare; what the arrays do not name is read from files.
 
     Parameters
     ----------
@@ -251,11 +324,8 @@ def compare(
         0: one for each processor.
     follow : callable
         Is told the part that is done and returns whether to go on; must not raise.
-
-    Raises
-    ------
-    RequestError, FormatError, OSError, MemoryError
-        What the refusal means.
+    prepared : callable
+        Is called when everything has been read, and returns whether to go on; must not raise.
     """
     named = (_NamedDose * len(doses))(*(dose.described() for dose in doses))
     sets = (_NamedStructures * len(structures))(
@@ -264,25 +334,19 @@ def compare(
     source = _Source(
         named, len(named), sets, len(sets), _host.FindFile(), None, None, threads
     )
-    watcher = _Watcher(None, _Watch(lambda progress, _: int(not follow(progress[0].done))), None)
+    watcher = _Watcher(
+        _Prepared(lambda *_: int(not prepared())),
+        _Watch(lambda progress, _: int(not follow(progress[0].done))),
+        None,
+    )
     handle, refusal = ctypes.c_void_p(), _Refusal()
     status = _functions.compare(request, len(request), source, watcher, handle, refusal)
-    if status != 0:
-        raise _error_of(refusal)
-    return Comparison(handle)
-
-
-def _error_of(refusal: Any) -> Exception:
-    sentence = refusal.sentence.decode("utf-8", "replace")
-    file = refusal.file.decode("utf-8", "replace")
-    whole = f"{file}: {sentence}" if file else sentence
-    if refusal.kind in _FILES:
-        return FormatError(whole)
-    if refusal.kind == _SYSTEM:
-        # With a number OSError becomes FileNotFoundError and its like.
-        return OSError(refusal.systemError or errno.EIO, sentence, file)
-    if refusal.kind == _MEMORY:
-        return MemoryError(whole)
-    if refusal.kind in _KINDS:
-        return RequestError(whole, refusal.member.decode() or None, _KINDS[refusal.kind])
-    return ValueError(whole)
+    if status == 0:
+        return Comparison(handle)
+    return Refusal(
+        refusal.kind,
+        refusal.systemError,
+        refusal.member.decode(),
+        os.fsdecode(refusal.file),
+        refusal.sentence.decode("utf-8", "replace"),
+    )

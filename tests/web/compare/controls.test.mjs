@@ -52,6 +52,7 @@ describe('controls', () => {
         { id: 'metrics', value: 'D90,V95%', native: ['--dvh', 'D90,V95%'] },
         { id: 'prescription', value: '1.9', native: ['--prescription', '1.9'] },
         { id: 'ignore-frame', native: ['--ignore-frame'] },
+        { id: 'if-present', native: ['--if-present'] },
         { id: 'error-doses', native: ['--allow-error-doses'] },
     ];
     /** Fields as they were go into the next comparison: no event tells of them. */

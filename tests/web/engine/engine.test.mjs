@@ -202,7 +202,7 @@ describe('the document of a request', () => {
         step: 0.1,
         structures: {
             files: ['s.dcm'], show: ['PTV*'], exclude: ['x'], within: 'BODY', metrics: ['D99', 'V20Gy'],
-            prescription: 50.4, ignoreFrame: true,
+            prescription: 50.4, ignoreFrame: true, ifPresent: true,
         },
         limits: { tolerance: ['95'], action: ['90', 'PTV*:92.5'], failBelow: ['80'] },
         plane: { name: 'coronal', at: [0, 1, 2] },

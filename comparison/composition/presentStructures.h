@@ -1,0 +1,29 @@
+/**
+ * @file presentStructures.h
+ * A request that many pairs share, for a pair that does not have all of its structures.
+ */
+#ifndef ZARNGI_COMPARISON_COMPOSITION_PRESENTSTRUCTURES_H
+#define ZARNGI_COMPARISON_COMPOSITION_PRESENTSTRUCTURES_H
+
+#include <vector>
+
+#include "comparison/request/request.h"
+#include "comparison/sentence.h"
+#include "comparison/structures/structureCatalogue.h"
+
+namespace zarngi
+{
+
+/**
+ * What is asked, less the names to show or to exclude, and the criteria and limits of structures,
+ * that mean none. What decides which voxels are tested stays, so that it is refused.
+ * @param catalogue of the pair; null: it has no structures.
+ * @param warnings takes a line for each name that was left out.
+ * @throws UsageError where no criterion is left
+ */
+Request presentPart(Request request, const StructureCatalogue* catalogue,
+                    std::vector<Sentence>& warnings);
+
+} // namespace zarngi
+
+#endif
