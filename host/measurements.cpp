@@ -4,6 +4,7 @@
 #include "comparison/failure.h"
 #include "comparison/measurements/placement.h"
 #include "files/nativeDeflate.h"
+#include "files/readDose.h"
 #include "host/calls.h"
 #include "host/doses.h"
 

@@ -7,9 +7,10 @@
 
 #include <vector>
 
+#include "files/doseImage.h"
 #include "files/fileFormat.h"
 #include "files/formats/textHeader.h"
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace files
 {

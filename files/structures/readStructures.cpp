@@ -2,6 +2,7 @@
 
 #include "files/fileFormat.h"
 #include "files/namedFile.h"
+#include "files/readDose.h"
 #include "files/structures/labelMask.h"
 #include "files/structures/rtStructureSet.h"
 

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "files/doseImage.h"
-#include "files/readDose.h"
+#include "files/host.h"
 #include "files/structures/structureSet.h"
 #include "web/engine/keptValues.h"
 
