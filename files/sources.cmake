@@ -26,7 +26,13 @@ set(files_sources
     formats/dicom/values.cpp
     formats/metaImage.cpp
     formats/nifti.cpp
-    formats/nrrd.cpp
+    formats/nrrd/axes.cpp
+    formats/nrrd/geometry.cpp
+    formats/nrrd/header.cpp
+    formats/nrrd/layers.cpp
+    formats/nrrd/space.cpp
+    formats/nrrd/values.cpp
+    formats/nrrd/volume.cpp
     formats/textHeader.cpp
     formats/volumeFormats.cpp
     measurements/detectorArray.cpp

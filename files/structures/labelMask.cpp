@@ -8,6 +8,7 @@
 
 #include "files/characters/utf8.h"
 #include "files/error.h"
+#include "files/formats/nrrd/layers.h"
 #include "files/formats/volumeFormats.h"
 #include "files/structures/structureNames.h"
 #include "files/text.h"
