@@ -2,6 +2,7 @@
 set(files_sources
     checksum.cpp
     doseDoubts.cpp
+    encodeVolume.cpp
     fileFormat.cpp
     orientation.cpp
     packed.cpp
@@ -9,7 +10,6 @@ set(files_sources
     readDose.cpp
     storedValues.cpp
     text.cpp
-    writeVolume.cpp
     characters/codedSets.cpp
     characters/gb18030.cpp
     characters/utf8.cpp
@@ -76,4 +76,7 @@ set(files_sources
 set(files_native_sources
     namedFile.cpp
     nativeDeflate.cpp
+    output/openFile.cpp
+    output/temporaryFile.cpp
+    output/wholeFile.cpp
     sourceFile.cpp)

@@ -8,10 +8,11 @@
 #include <memory>
 
 #include "comparison/failedSides.h"
+#include "files/encodeVolume.h"
 #include "files/nativeDeflate.h"
+#include "files/output/wholeFile.h"
 #include "files/readDose.h"
 #include "files/text.h"
-#include "files/writeVolume.h"
 #include "host/calls.h"
 #include "host/doses.h"
 
