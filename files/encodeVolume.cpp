@@ -139,8 +139,8 @@ Bytes encodeNifti(const Geometry& geometry, const ValueFormat& format, ByteView 
     constexpr int largestSize = 32767;
     for (const int size : geometry.size) {
         if (size > largestSize) {
-            refuse("cannot be NIfTI: the grid has " + std::to_string(size) +
-                   " voxels along an axis, NIfTI-1 up to 32767");
+            refuseUnsupported("cannot be NIfTI: the grid has " + std::to_string(size) +
+                              " voxels along an axis, NIfTI-1 up to 32767");
         }
     }
     Bytes bytes(dataPosition + values.size());

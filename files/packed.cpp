@@ -12,9 +12,9 @@ namespace files
 namespace
 {
 
-[[noreturn]] void refuseDamaged()
+[[noreturn]] void refuseStream()
 {
-    refuse("its compressed data is damaged or cut short");
+    refuseDamaged("its compressed data is damaged or cut short");
 }
 
 /** Reads the fields of a frame one after another. */
@@ -26,7 +26,7 @@ public:
     ByteView take(std::size_t count)
     {
         if (bytes_.size() < count) {
-            refuseDamaged();
+            refuseStream();
         }
         const ByteView taken = bytes_.first(count);
         bytes_ = bytes_.subspan(count);
@@ -63,7 +63,7 @@ void skipGzipHeader(Fields& fields)
     const unsigned method = fields.number<std::uint8_t>();
     const unsigned flags = fields.number<std::uint8_t>();
     if (method != deflated || (flags & reserved) != 0) {
-        refuseDamaged();
+        refuseStream();
     }
     fields.take(6); // time, speed and system
     if ((flags & hasExtra) != 0) {
@@ -78,7 +78,7 @@ void skipGzipHeader(Fields& fields)
     if ((flags & hasChecksum) != 0) {
         const ByteView header = start.first(start.size() - fields.left().size());
         if (fields.number<std::uint16_t>() != (crc32(header) & 0xFFFF)) {
-            refuseDamaged();
+            refuseStream();
         }
     }
 }
@@ -90,7 +90,7 @@ void skipZlibHeader(Fields& fields)
     const unsigned flags = fields.number<std::uint8_t>();
     const bool isDeflated = (method & 0x0F) == 8 && method >> 4 <= 7;
     if (!isDeflated || (method << 8 | flags) % 31 != 0 || (flags & hasDictionary) != 0) {
-        refuseDamaged();
+        refuseStream();
     }
 }
 
@@ -105,7 +105,7 @@ Step unpackStream(Fields& fields, std::span<unsigned char> room, const Deflate& 
 {
     const Unpacked result = deflate.unpack(fields.left(), room);
     if (result.status == Unpacked::Status::damaged) {
-        refuseDamaged();
+        refuseStream();
     }
     if (result.status == Unpacked::Status::full) {
         return {false, room.size()};
@@ -117,7 +117,7 @@ Step unpackStream(Fields& fields, std::span<unsigned char> room, const Deflate& 
 Step unpackGzipMember(Fields& fields, std::span<unsigned char> room, const Deflate& deflate)
 {
     if (!isGzip(fields.left())) {
-        refuseDamaged();
+        refuseStream();
     }
     skipGzipHeader(fields);
     const Step step = unpackStream(fields, room, deflate);
@@ -126,7 +126,7 @@ Step unpackGzipMember(Fields& fields, std::span<unsigned char> room, const Defla
         const auto length = fields.number<std::uint32_t>();
         if (checksum != crc32(room.first(step.made)) ||
             length != static_cast<std::uint32_t>(step.made)) {
-            refuseDamaged();
+            refuseStream();
         }
     }
     return step;
@@ -137,7 +137,7 @@ Step unpackZlib(Fields& fields, std::span<unsigned char> room, const Deflate& de
     skipZlibHeader(fields);
     const Step step = unpackStream(fields, room, deflate);
     if (step.hasEnded && fields.number<std::uint32_t>(true) != adler32(room.first(step.made))) {
-        refuseDamaged();
+        refuseStream();
     }
     return step;
 }
@@ -172,8 +172,8 @@ Step unpackWhole(std::span<unsigned char> room, ByteView packed, const Deflate& 
     if (!isGzip(packed)) {
         const Step step = unpackZlib(fields, room, deflate);
         if (step.hasEnded && !fields.left().empty()) {
-            refuse("its compressed data is followed by " + grouped(fields.left().size()) +
-                   " bytes that belong to nothing");
+            refuseDamaged("its compressed data is followed by " + grouped(fields.left().size()) +
+                          " bytes that belong to nothing");
         }
         return step;
     }
@@ -223,7 +223,7 @@ template <class Unpack> Bytes unpackGrowing(std::uint64_t first, std::uint64_t m
             return bytes;
         }
         if (size == most) {
-            refuse("unpacks to more than the " + grouped(most) + " bytes that it can need");
+            refuseDamaged("unpacks to more than the " + grouped(most) + " bytes that it can need");
         }
     }
 }
@@ -267,12 +267,12 @@ void unpackInto(std::span<unsigned char> room, ByteView packed, const Deflate& d
 {
     const Step step = unpackWhole(room, packed, deflate);
     if (!step.hasEnded) {
-        refuse("holds more than its grid, or its header lies: its grid needs " +
-               grouped(room.size()) + " bytes of values");
+        refuseDamaged("holds more than its grid, or its header lies: its grid needs " +
+                      grouped(room.size()) + " bytes of values");
     }
     if (step.made < room.size()) {
-        refuse("is cut short, or its header lies: its grid needs " + grouped(room.size()) +
-               " bytes of values, it unpacks to " + grouped(step.made));
+        refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(room.size()) +
+                      " bytes of values, it unpacks to " + grouped(step.made));
     }
 }
 
@@ -315,7 +315,7 @@ Bytes unpackRaw(ByteView packed, const Deflate& deflate, std::uint64_t most)
         Fields fields(packed);
         const Step step = unpackStream(fields, room, deflate);
         if (step.hasEnded && !mayFollowRaw(fields.left(), room.first(step.made))) {
-            refuseDamaged();
+            refuseStream();
         }
         return step;
     });

@@ -110,7 +110,7 @@ Bytes readDataFile(const std::string& path)
         return source.readRest(source.readBeginning());
     } catch (const Refusal& refusal) {
         const FileError& error = refusal.error();
-        refuse(sentenceAboutData(path, error.systemError == ENOENT ? "" : error.sentence));
+        refuseDamaged(sentenceAboutData(path, error.systemError == ENOENT ? "" : error.sentence));
     }
 }
 

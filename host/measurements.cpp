@@ -82,9 +82,9 @@ DoseImage placed(const zarnGIHost_Plane& plane, const char* name, const double* 
         zarngi::putInSpace(dose, place);
         return dose;
     } catch (const zarngi::UsageError& failure) {
-        files::refuse(failure.reason().text());
+        files::refuseUnsupported(failure.reason().text());
     } catch (const zarngi::InputError& failure) {
-        files::refuse(failure.what());
+        files::refuseUnsupported(failure.what());
     }
 }
 

@@ -41,9 +41,9 @@ private:
     int number_;
 };
 
-files::FileError refusal(const std::string& sentence)
+files::FileError unsupported(const std::string& sentence)
 {
-    return {files::FileError::Kind::refused, sentence};
+    return {files::FileError::Kind::notSupported, sentence};
 }
 
 /** The decoding program: beside this one in a build, in libexec where they are installed. */
@@ -127,8 +127,8 @@ files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes
 {
     const std::string program = decoderPath();
     if (access(program.c_str(), X_OK) != 0) {
-        return refusal("holds a dose packed as JPEG, and the program that unpacks it, " + program +
-                       ", is not there");
+        return unsupported("holds a dose packed as JPEG, and the program that unpacks it, " +
+                           program + ", is not there");
     }
     const Descriptor input(memfd_create("zarngi-dicom", MFD_CLOEXEC));
     int ends[2] = {-1, -1};
@@ -141,7 +141,7 @@ files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes
     const pid_t process = start(program, input.number(), childEnd.number());
     childEnd.closeNow();
     if (process < 0) {
-        return refusal("holds a dose packed as JPEG, and " + program + " cannot be started");
+        return unsupported("holds a dose packed as JPEG, and " + program + " cannot be started");
     }
     files::Bytes unpacked(bytes + 1); // one more shows that there are too many
     unpacked.shorten(readAll(pixels.number(), unpacked.room()));
@@ -150,7 +150,7 @@ files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes
     }
     const std::string sentence = sentenceOf(waitFor(process), unpacked.size() == bytes);
     if (!sentence.empty()) {
-        return refusal(sentence);
+        return files::FileError{files::FileError::Kind::damaged, sentence};
     }
     return unpacked;
 }

@@ -29,7 +29,7 @@ StructureSet readBytes(ByteView file, const std::string& name, const FindFile& f
                        const Host& host)
 {
     if (file.empty()) {
-        refuse("is empty");
+        refuseDamaged("is empty");
     }
     const FileFormat format = formatOf(file, host.deflate);
     return format == FileFormat::dicom ? readRtStructureSet(file, host.deflate)

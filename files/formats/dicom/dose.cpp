@@ -50,8 +50,9 @@ double evenStep(const std::vector<double>& offsets)
     for (std::size_t i = 0; i < offsets.size(); ++i) {
         const double expected = offsets[0] + step * static_cast<double>(i);
         if (std::fabs(offsets[i] - expected) > offsetTolerance) {
-            refuse("has frames that are not evenly spaced (frame " + std::to_string(i + 1) +
-                   " lies " + number(offsets[i] - expected) + " mm off)");
+            refuseUnsupported("has frames that are not evenly spaced (frame " +
+                              std::to_string(i + 1) + " lies " + number(offsets[i] - expected) +
+                              " mm off)");
         }
     }
     return step;
@@ -72,8 +73,9 @@ Frames framesOf(const DicomValues& values, std::size_t count, double positionZ, 
     const std::vector<double> offsets = values.numbers(tags::frameOffsets, count);
     const bool isAbsolute = offsets[0] != 0;
     if (isAbsolute && std::fabs(offsets[0] - positionZ) > offsetTolerance) {
-        refuse("has a Grid Frame Offset Vector that begins neither with 0 nor with the position of "
-               "the first frame");
+        refuseDamaged(
+            "has a Grid Frame Offset Vector that begins neither with 0 nor with the position of "
+            "the first frame");
     }
     if (count == 1) {
         return {thicknessOf(values), 1};
@@ -118,17 +120,18 @@ void checkIsDose(const DicomFile& file)
         refuseForeign("is DICOM but no RT Dose (modality " + toldModality(modality) + ")");
     }
     if (file.data.find(dicomTags::pixelData) == nullptr) {
-        refuse("is an RT Dose without a dose grid");
+        refuseUnsupported("is an RT Dose without a dose grid");
     }
 }
 
 DoseUnit unitOf(const DicomValues& values)
 {
     const std::string units = values.text(tags::doseUnits);
+    if (units.empty()) {
+        refuseDamaged("has no Dose Units");
+    }
     if (units != "GY" && units != "RELATIVE") {
-        refuse(units.empty()
-                   ? "has no Dose Units"
-                   : "has Dose Units of \"" + excerpt(units) + "\" (accepted: GY, RELATIVE)");
+        refuseUnsupported("has Dose Units of \"" + excerpt(units) + "\" (accepted: GY, RELATIVE)");
     }
     return units == "RELATIVE" ? DoseUnit::relative : DoseUnit::gray;
 }
@@ -137,7 +140,7 @@ double scalingOf(const DicomValues& values)
 {
     const double scaling = values.number(tags::doseGridScaling);
     if (!(scaling > 0)) {
-        refuse("has a Dose Grid Scaling of " + number(scaling));
+        refuseDamaged("has a Dose Grid Scaling of " + number(scaling));
     }
     return scaling;
 }

@@ -35,16 +35,17 @@ DicomFrames::DicomFrames(const DicomElement& pixels, std::size_t count)
         pieces_.erase(pieces_.begin());
     }
     if (pieces_.size() < count) {
-        refuse("is cut short: " + grouped(pieces_.size()) + " pieces of packed dose for " +
-               grouped(count) + " frames");
+        refuseDamaged("is cut short: " + grouped(pieces_.size()) + " pieces of packed dose for " +
+                      grouped(count) + " frames");
     }
     if (!table_.empty() && table_.size() != sizeof(std::uint32_t) * count) {
-        refuse("has a table of packed frames of " + grouped(table_.size()) + " bytes for " +
-               grouped(count) + " frames");
+        refuseDamaged("has a table of packed frames of " + grouped(table_.size()) + " bytes for " +
+                      grouped(count) + " frames");
     }
     if (table_.empty() && count > 1 && pieces_.size() != count) {
-        refuse("has " + grouped(pieces_.size()) + " pieces of packed dose for " + grouped(count) +
-               " frames, and no table that tells which belong together");
+        refuseUnsupported("has " + grouped(pieces_.size()) + " pieces of packed dose for " +
+                          grouped(count) +
+                          " frames, and no table that tells which belong together");
     }
 }
 
@@ -78,7 +79,7 @@ std::size_t DicomFrames::endOfNext() const
         position += headBytes + pieces_[end++].size();
     }
     if (told(0) != 0 || end == piece_ || (!isLast && position != goal)) {
-        refuse("is damaged: the table of its packed frames names places between its pieces");
+        refuseDamaged("is damaged: the table of its packed frames names places between its pieces");
     }
     return end;
 }

@@ -59,12 +59,13 @@ std::array<std::size_t, 3> pickAxes(const Axes& axes,
         if (isSpatial(i) && i != axes.layers && !(picked.size() == 3 && isOne)) {
             picked.push_back(i);
         } else if (!axes.mayBeNone(i)) {
-            refuse("has " + std::to_string(axes.sizes[i]) +
-                   " values per voxel instead of one dose");
+            refuseUnsupported("has " + std::to_string(axes.sizes[i]) +
+                              " values per voxel instead of one dose");
         }
     }
     if (picked.size() != 3) {
-        refuse("is not three-dimensional but " + std::to_string(picked.size()) + "-dimensional");
+        refuseUnsupported("is not three-dimensional but " + std::to_string(picked.size()) +
+                          "-dimensional");
     }
     return {picked[0], picked[1], picked[2]};
 }

@@ -26,7 +26,7 @@ public:
             refuseEntry("space directions", entry);
         }
         if (header_.find("spacings") != nullptr) {
-            refuse("its header tells two voxel sizes (spacings and space directions)");
+            refuseDamaged("its header tells two voxel sizes (spacings and space directions)");
         }
         const auto picked =
             pickAxes(axes_, [&steps](std::size_t i) { return steps[i].has_value(); });
@@ -83,7 +83,7 @@ private:
         const double unit = lengthUnit(axes_.units[picked[0]]);
         for (const std::size_t axis : picked) {
             if (lengthUnit(axes_.units[axis]) != unit) {
-                refuse("its header gives several units of length and no space units");
+                refuseUnsupported("its header gives several units of length and no space units");
             }
         }
         return unit;
@@ -103,7 +103,7 @@ public:
     {
         const std::string* const entry = header_.find("spacings");
         if (entry == nullptr) {
-            refuse("its header tells no voxel size");
+            refuseUnsupported("its header tells no voxel size");
         }
         const std::vector<double> spacings = axisNumbers(*entry, "a voxel size");
         const auto picked =
@@ -124,7 +124,7 @@ private:
                    DoseImage& dose)
     {
         if (header_.find("space") != nullptr || header_.find("space origin") != nullptr) {
-            refuse("its header gives a space but no space directions");
+            refuseUnsupported("its header gives a space but no space directions");
         }
         const std::string* const entry = header_.findAny({"axis mins", "axismins"});
         if (entry == nullptr) {

@@ -70,7 +70,7 @@ void addLine(Header& header, std::string_view line)
     } else if (isKeyAndValue) {
         header.keysAndValues.push_back(line);
     } else {
-        refuse("its header has a line that is no field of NRRD: \"" + excerpt(line) + "\"");
+        refuseDamaged("its header has a line that is no field of NRRD: \"" + excerpt(line) + "\"");
     }
 }
 
@@ -80,8 +80,8 @@ void checkVersion(std::string_view line)
     const bool isKnown = line.size() == magic.size() + 1 && line.starts_with(magic) &&
                          line.back() >= '1' && line.back() <= '5';
     if (!isKnown) {
-        refuse("is of an unknown version of NRRD, \"" + excerpt(line) +
-               "\" (accepted: NRRD0001 to NRRD0005)");
+        refuseUnsupported("is of an unknown version of NRRD, \"" + excerpt(line) +
+                          "\" (accepted: NRRD0001 to NRRD0005)");
     }
 }
 
@@ -103,7 +103,7 @@ Header parseHeader(ByteView file)
         }
     }
     if (header.findAny({"data file", "datafile"}) == nullptr || file.size() > longestHeader) {
-        refuse("its header has no end (an empty line)");
+        refuseDamaged("its header has no end (an empty line)");
     }
     return header;
 }

@@ -59,7 +59,7 @@ Space spaceOf(const Header& header)
     Space space;
     const std::string* const dimension = header.find("space dimension");
     if (dimension != nullptr && *dimension != "3") {
-        refuse("its space has " + excerpt(*dimension) + " dimensions instead of 3");
+        refuseUnsupported("its space has " + excerpt(*dimension) + " dimensions instead of 3");
     }
     const std::string* const entry = header.find("space");
     if (entry == nullptr) {
@@ -75,9 +75,9 @@ Space spaceOf(const Header& header)
     for (std::size_t i = 0; i < 3; ++i) {
         const auto place = initials.size() == 3 ? directions.find(initials[i]) : std::string::npos;
         if (place == std::string_view::npos || used[place / 2]) {
-            refuse("its space \"" + excerpt(*entry) +
-                   "\" is not supported (accepted: directions of the patient such as "
-                   "left-posterior-superior)");
+            refuseUnsupported("its space \"" + excerpt(*entry) +
+                              "\" is not supported (accepted: directions of the patient such as "
+                              "left-posterior-superior)");
         }
         used[place / 2] = true;
         space.axis[i] = place / 2;
@@ -94,7 +94,7 @@ double lengthUnit(const std::string& unit)
     }
     const std::optional<double> millimetres = millimetresOf(unit);
     if (!millimetres) {
-        refuse("its lengths are in \"" + excerpt(unit) + "\", not in mm");
+        refuseUnsupported("its lengths are in \"" + excerpt(unit) + "\", not in mm");
     }
     return *millimetres;
 }

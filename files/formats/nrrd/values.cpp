@@ -20,7 +20,7 @@ bool isBigEndian(const Header& header, unsigned bytes, bool isText)
     const std::string* const entry = header.find("endian");
     if (entry == nullptr) {
         if (bytes > 1 && !isText) {
-            refuse("its header has no \"endian\", the byte order of its values");
+            refuseDamaged("its header has no \"endian\", the byte order of its values");
         }
         return false;
     }
@@ -62,7 +62,7 @@ ValueFormat formatOf(const Header& header)
     const std::string& name = header.need("type");
     const auto type = types.find(lowerCase(name));
     if (type == types.end()) {
-        refuse("has values of the unknown type \"" + excerpt(name) + "\"");
+        refuseUnsupported("has values of the unknown type \"" + excerpt(name) + "\"");
     }
     return type->second;
 }
@@ -83,7 +83,8 @@ ByteView behindLines(ByteView bytes, std::int64_t count)
     Lines lines(bytes);
     for (std::int64_t i = 0; i < count; ++i) {
         if (!lines.next()) {
-            refuse("is cut short, or its header lies: it has fewer lines than are to be skipped");
+            refuseDamaged(
+                "is cut short, or its header lies: it has fewer lines than are to be skipped");
         }
     }
     return part(bytes, lines.position());
@@ -94,16 +95,17 @@ std::vector<float> unpackedValues(ByteView data, std::int64_t skip, const ValueF
                                   const Scaling& scaling, std::size_t count, const Deflate& deflate)
 {
     if (skip < 0) {
-        refuse("its compressed data begins at an odd place (byte skip: -1), which is not "
-               "supported");
+        refuseUnsupported(
+            "its compressed data begins at an odd place (byte skip: -1), which is not "
+            "supported");
     }
     if (skip == 0) {
         return packedValues(data, deflate, format, scaling, count);
     }
     const std::uint64_t whole = static_cast<std::uint64_t>(skip) + bytesOf(format, count);
     if (mostUnpacked(data.size()) < whole) {
-        refuse("is cut short, or its header lies: its grid needs " + grouped(whole) +
-               " bytes, skipped ones included");
+        refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(whole) +
+                      " bytes, skipped ones included");
     }
     Bytes bytes(whole);
     unpackInto(bytes.room(), data, deflate);
@@ -146,8 +148,8 @@ std::vector<float> valuesOf(const Header& header, ByteView data, const Scaling& 
     const bool isText = encoding == "ascii" || encoding == "text" || encoding == "txt";
     const bool isPacked = encoding == "gzip" || encoding == "gz";
     if (!isText && !isPacked && encoding != "raw") {
-        refuse("its encoding \"" + excerpt(encoding) +
-               "\" is not supported (accepted: raw, gzip, ascii)");
+        refuseUnsupported("its encoding \"" + excerpt(encoding) +
+                          "\" is not supported (accepted: raw, gzip, ascii)");
     }
     ValueFormat format = formatOf(header);
     format.isBigEndian = isBigEndian(header, format.bytes, isText);

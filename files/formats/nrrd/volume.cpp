@@ -22,7 +22,7 @@ std::size_t valueCount(std::size_t voxels, std::int64_t layers)
     constexpr std::int64_t mostValues = std::numeric_limits<std::int32_t>::max();
     if (layers < 1 ||
         layers > std::min(mostLayers, mostValues / static_cast<std::int64_t>(voxels))) {
-        refuse("its grid has " + std::to_string(layers) + " layers");
+        refuseDamaged("its grid has " + std::to_string(layers) + " layers");
     }
     return voxels * static_cast<std::size_t>(layers);
 }
