@@ -126,7 +126,7 @@ void searchVoxels(std::size_t worker, const VoxelGroup& group)
     if (shellPass != nullptr) {
         shellPass->search(worker, group);
     } else {
-        ListedPass(SearchCriteria{}, *evalPoints).search(worker, group);
+        ListedPass(readSearchCriteria(), *evalPoints).search(worker, group);
     }
 }
 

@@ -214,7 +214,7 @@ private:
 
 void searchShells()
 {
-    const SearchCriteria criteria;
+    const SearchCriteria criteria = readSearchCriteria();
     requireSearchableLattice(criteria);
     const LatticeAxes axes = tabulateLatticeAxes(criteria);
     const int ishellmax = criteria.passRateMode ? 1 : std::max(maxShells(criteria), 1);
