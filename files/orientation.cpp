@@ -45,7 +45,7 @@ void checkSizes(const std::array<std::int64_t, 3>& size)
             refuseDamaged("the grid has " + std::to_string(size[i]) + " voxels along axis " +
                           axisNames[i]);
         }
-        if (size[i] > std::numeric_limits<std::int32_t>::max() / voxels) {
+        if (size[i] > mostVoxels / voxels) {
             refuseUnsupported("the grid of " + join(size, " x ") +
                               " voxels is too large (2^31 voxels or more)");
         }
@@ -102,6 +102,11 @@ std::vector<float> reorder(const std::vector<float>& values, const Reordering& o
 }
 
 } // namespace
+
+Vec3 cross(const Vec3& a, const Vec3& b)
+{
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
 
 std::size_t checkGeometry(const StoredGeometry& stored)
 {

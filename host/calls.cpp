@@ -73,8 +73,7 @@ bool isGrid(const int* size, const double* spacing, const double* origin)
 {
     std::int64_t voxels = 1;
     for (int i = 0; i < 3; ++i) {
-        const bool fits =
-            size[i] >= 1 && size[i] <= std::numeric_limits<std::int32_t>::max() / voxels;
+        const bool fits = size[i] >= 1 && size[i] <= files::mostVoxels / voxels;
         if (!fits || !(spacing[i] > 0 && std::isfinite(spacing[i])) || !std::isfinite(origin[i])) {
             return false;
         }

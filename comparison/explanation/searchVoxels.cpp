@@ -19,11 +19,10 @@ std::vector<bool> staysInside(const Geometry& reference, const Geometry& evaluat
 {
     const double half = evaluation.spacing[axis] / 2;
     const double first = evaluation.origin[axis] - half + bound;
-    const double last = evaluation.origin[axis] +
-                        (evaluation.size[axis] - 1) * evaluation.spacing[axis] + half - bound;
+    const double last = evaluation.centre(axis, evaluation.size[axis] - 1) + half - bound;
     std::vector<bool> inside;
     for (int voxel = 0; voxel < reference.size[axis]; ++voxel) {
-        const double position = reference.origin[axis] + voxel * reference.spacing[axis];
+        const double position = reference.centre(axis, voxel);
         inside.push_back(position >= first && position <= last);
     }
     return inside;

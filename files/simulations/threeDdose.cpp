@@ -22,7 +22,6 @@ namespace
 using Sizes = std::array<std::int64_t, 3>;
 
 constexpr const char* axisNames = "xyz";
-constexpr double mostVoxels = std::numeric_limits<std::int32_t>::max();
 
 /** The three counts of voxels, or nothing where a text begins with something else. */
 std::optional<Sizes> sizesOf(NumberWords& numbers)
@@ -32,7 +31,7 @@ std::optional<Sizes> sizesOf(NumberWords& numbers)
         const std::optional<double> told = numbers.next();
         const bool isCount =
             numbers.word().find_first_not_of("0123456789") == std::string_view::npos;
-        if (!told || !isCount || !(*told >= 1 && *told < mostVoxels)) {
+        if (!told || !isCount || !(*told >= 1 && *told < static_cast<double>(mostVoxels))) {
             return {};
         }
         size = static_cast<std::int64_t>(*told);
@@ -118,7 +117,7 @@ std::uint64_t mostBytes(ByteView beginning)
         for (const std::int64_t size : *sizes) {
             count += static_cast<double>(size + 2); // the count and the boundaries
         }
-        count += 2 * std::min(voxelsOf(*sizes), mostVoxels);
+        count += 2 * std::min(voxelsOf(*sizes), static_cast<double>(mostVoxels));
     }
     return static_cast<std::uint64_t>(perNumber * count);
 }

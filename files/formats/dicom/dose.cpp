@@ -36,11 +36,6 @@ struct Frames {
     double direction; ///< +1: along the normal of the first one, -1: against it
 };
 
-Vec3 cross(const Vec3& a, const Vec3& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
 constexpr double offsetTolerance = 0.01; // mm
 
 /** The distance from frame to frame (mm), which may be negative. */
