@@ -151,7 +151,7 @@ std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const V
         return values;
     }
     Bytes bytes(needed);
-    unpackInto(bytes.room(), packed, deflate);
+    unpackInto(bytes.buffer(), packed, deflate);
     return converted(bytes.view(), format, scaling, count);
 }
 

@@ -70,12 +70,12 @@ bool writeAll(int file, files::ByteView contents)
     return true;
 }
 
-/** Reads up to the end or as far as the room goes; tells how much. */
-std::size_t readAll(int file, std::span<unsigned char> room)
+/** Reads up to the end or as far as the buffer goes; tells how much. */
+std::size_t readAll(int file, std::span<unsigned char> buffer)
 {
     std::size_t done = 0;
-    while (done < room.size()) {
-        const ssize_t count = read(file, room.data() + done, room.size() - done);
+    while (done < buffer.size()) {
+        const ssize_t count = read(file, buffer.data() + done, buffer.size() - done);
         if (count == 0 || (count < 0 && errno != EINTR)) {
             break;
         }
@@ -144,7 +144,7 @@ files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes
         return unsupported("holds a dose packed as JPEG, and " + program + " cannot be started");
     }
     files::Bytes unpacked(bytes + 1); // one more shows that there are too many
-    unpacked.shorten(readAll(pixels.number(), unpacked.room()));
+    unpacked.shorten(readAll(pixels.number(), unpacked.buffer()));
     if (unpacked.size() > bytes) {
         kill(process, SIGKILL);
     }

@@ -114,10 +114,10 @@ private:
         for (std::size_t axis = 0; axis < 3; ++axis) {
             bounds[axis] = evaluation_.geometry.size[axis] > 1 ? result_.range : 0;
         }
-        SearchRoom room = searchRoom(reference_.geometry, evaluation_.geometry, all_, bounds,
-                                     result_.criterion.distance);
-        result_.bounds = room.bounds;
-        inside_ = room.inside.empty() ? all_ : std::move(room.inside);
+        ShiftBounds bounded = shiftBounds(reference_.geometry, evaluation_.geometry, all_, bounds,
+                                          result_.criterion.distance);
+        result_.bounds = bounded.bounds;
+        inside_ = bounded.inside.empty() ? all_ : std::move(bounded.inside);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             result_.axes[axis] = evaluation_.geometry.size[axis] == 1 ? AxisSearch::oneVoxel
                                  : result_.bounds[axis] == 0          ? AxisSearch::noRoom

@@ -52,7 +52,7 @@ VoxelList insideOf(const Geometry& reference, const Geometry& evaluation, const 
     return list;
 }
 
-/** Halves the bound of one axis until half of the voxels stay inside; 0: it has no room. */
+/** Halves the bound of one axis until half of the voxels stay inside; 0: it cannot be moved. */
 double boundAlong(const Geometry& reference, const Geometry& evaluation, const VoxelList& voxels,
                   std::size_t axis, double bound, double reach)
 {
@@ -76,8 +76,8 @@ std::uint64_t spread(std::uint64_t number)
 
 } // namespace
 
-SearchRoom searchRoom(const Geometry& reference, const Geometry& evaluation,
-                      const VoxelList& voxels, Vec3 bounds, double reach)
+ShiftBounds shiftBounds(const Geometry& reference, const Geometry& evaluation,
+                        const VoxelList& voxels, Vec3 bounds, double reach)
 {
     const VoxelList overlapping = insideOf(reference, evaluation, voxels, {}, 0);
     if (overlapping.empty()) {

@@ -336,7 +336,7 @@ StoredGeometry geometryOf(const NiftiHeader& header, DoseImage& dose)
 std::size_t dataPositionOf(const NiftiHeader& header)
 {
     constexpr std::size_t extensionMark = 4;
-    constexpr double farthest = 1 << 28; // room for any extension
+    constexpr double farthest = 1 << 28; // enough for any extension
     const double first = header.isPair ? 0 : static_cast<double>(header.length + extensionMark);
     const double told = header.dataPosition;
     const double position = told == 0 ? first : told;
@@ -378,7 +378,7 @@ std::vector<float> valuesOf(ByteView data, std::size_t position, const NiftiHead
         return packedValues(data, deflate, format, scaling, count);
     }
     Bytes bytes(whole);
-    unpackInto(bytes.room(), data, deflate);
+    unpackInto(bytes.buffer(), data, deflate);
     return plainValues(part(bytes.view(), position), format, scaling, count);
 }
 

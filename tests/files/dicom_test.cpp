@@ -327,7 +327,8 @@ TEST(DicomDose, OtherPackingsAreForTheHost)
             return [&told, less](ByteView whole, std::size_t size) -> Result<Bytes> {
                 told = asText(whole);
                 Bytes bytes(size - less);
-                std::fill(bytes.room().begin(), bytes.room().end(), static_cast<unsigned char>(0));
+                std::fill(bytes.buffer().begin(), bytes.buffer().end(),
+                          static_cast<unsigned char>(0));
                 return bytes;
             };
         };

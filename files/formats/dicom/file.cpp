@@ -37,7 +37,7 @@ std::uint64_t gridBytes(const DicomValues& values)
 Bytes beginningOfDeflated(ByteView packed, const Deflate& deflate, std::size_t most)
 {
     Bytes bytes(most);
-    bytes.shorten(deflate.unpackBeginning(packed, bytes.room()));
+    bytes.shorten(deflate.unpackBeginning(packed, bytes.buffer()));
     return bytes;
 }
 

@@ -11,18 +11,18 @@ namespace files
 namespace
 {
 
-ByteView joined(std::span<const ByteView> pieces, Bytes& room)
+ByteView joined(std::span<const ByteView> pieces, Bytes& buffer)
 {
     std::size_t size = 0;
     for (const ByteView piece : pieces) {
         size += piece.size();
     }
-    room = Bytes(size);
-    unsigned char* end = room.data();
+    buffer = Bytes(size);
+    unsigned char* end = buffer.data();
     for (const ByteView piece : pieces) {
         end = std::copy(piece.begin(), piece.end(), end);
     }
-    return room.view();
+    return buffer.view();
 }
 
 } // namespace
@@ -49,13 +49,13 @@ DicomFrames::DicomFrames(const DicomElement& pixels, std::size_t count)
     }
 }
 
-ByteView DicomFrames::next(Bytes& room)
+ByteView DicomFrames::next(Bytes& buffer)
 {
     const std::size_t end = endOfNext();
     const std::span<const ByteView> own(pieces_.data() + piece_, end - piece_);
     piece_ = end;
     ++frame_;
-    return own.size() == 1 ? own[0] : joined(own, room);
+    return own.size() == 1 ? own[0] : joined(own, buffer);
 }
 
 /** Where a frame begins: bytes from the head of the first piece on. */

@@ -87,8 +87,8 @@ public:
     {
     }
 
-    /** The bytes of all values; they lie in the file, or unpacked in `room`. */
-    ByteView find(Bytes& room, const Host& host) const
+    /** The bytes of all values; they lie in the file, or unpacked in `buffer`. */
+    ByteView find(Bytes& buffer, const Host& host) const
     {
         const std::string& syntax = file_.start.transferSyntax;
         const Packing packing = packingOf(syntax);
@@ -102,8 +102,8 @@ public:
         if (packing == Packing::other && (!host.unpackPixels || familyOf(syntax) == nullptr)) {
             refusePacking(syntax);
         }
-        room = packing == Packing::other ? unpackedBy(host) : unpackedRunLengths();
-        return room.view();
+        buffer = packing == Packing::other ? unpackedBy(host) : unpackedRunLengths();
+        return buffer.view();
     }
 
 private:
@@ -190,9 +190,9 @@ private:
         Bytes values(roomFor());
         const std::size_t frameBytes = values.size() / frames_;
         for (std::size_t frame = 0; frame < frames_; ++frame) {
-            Bytes room;
-            unpackRleFrame(packed.next(room), format_.bits / 8,
-                           values.room().subspan(frame * frameBytes, frameBytes));
+            Bytes buffer;
+            unpackRleFrame(packed.next(buffer), format_.bits / 8,
+                           values.buffer().subspan(frame * frameBytes, frameBytes));
         }
         return values;
     }
@@ -285,8 +285,8 @@ std::vector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& fo
     if (pixels == nullptr) {
         refuseDamaged("has no " + std::string(dicomTags::pixelData.name));
     }
-    Bytes room;
-    const ByteView bytes = StoredPixels(file, *pixels, format, voxels, frames).find(room, host);
+    Bytes buffer;
+    const ByteView bytes = StoredPixels(file, *pixels, format, voxels, frames).find(buffer, host);
     const bool isBigEndian = file.start.syntax.isBigEndian && format.bits > 8;
     checkStoredBits(bytes, format, isBigEndian);
     return plainValues(bytes, valueFormatOf(format, isBigEndian), {factor, 0}, voxels);

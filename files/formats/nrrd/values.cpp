@@ -108,7 +108,7 @@ std::vector<float> unpackedValues(ByteView data, std::int64_t skip, const ValueF
                       " bytes, skipped ones included");
     }
     Bytes bytes(whole);
-    unpackInto(bytes.room(), data, deflate);
+    unpackInto(bytes.buffer(), data, deflate);
     return plainValues(part(bytes.view(), static_cast<std::uint64_t>(skip)), format, scaling,
                        count);
 }

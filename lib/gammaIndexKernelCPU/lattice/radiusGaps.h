@@ -28,7 +28,7 @@ std::int64_t wholeSquaredRadius(const ShellLattice& shell);
  *
  * Where the radius is not a whole number of steps, the loop bounds end nearer than the radius: with
  * M whole steps, k <= sqrt(M^2 - i^2 - j^2) + 0.5, hence i^2 + j^2 + k^2 <= M^2 + M + 1, and the
- * same for j where k is 0. The last one has room for the rounding of squares, for radii up to
+ * same for j where k is 0. The last one has a margin for the rounding of squares, for radii up to
  * largestProvenRadius.
  */
 float wholeRim(const ShellLattice& shell);

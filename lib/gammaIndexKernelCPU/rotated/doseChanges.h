@@ -81,7 +81,7 @@ private:
 
 /**
  * Finds how much the dose changes in each cell of the region; false if doses there are not finite
- * or too large. Reads behind a row's end, where the map has room.
+ * or too large. Reads behind a row's end, where the map is padded.
  */
 bool DoseChanges::find(const Region& region, float sampleDose)
 {

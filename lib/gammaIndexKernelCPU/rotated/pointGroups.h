@@ -29,7 +29,7 @@ struct RotatedPoints : SearchCriteria {
     std::int32_t groupCount;
     std::vector<float> point[3];  ///< mm, groupSize per group
     std::vector<float> centre[3]; ///< mm, of a group's box along the axes of the grids, per group;
-                                  ///< some room behind the last one
+                                  ///< padded behind the last one
     std::vector<float> corner[3]; ///< mm, its lower corner
     std::vector<float> extent;    ///< its size, as a share of the largest box, per group
     std::vector<float> nearest;   ///< mm^2, per group: no point of it is nearer

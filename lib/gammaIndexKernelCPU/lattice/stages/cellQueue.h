@@ -37,7 +37,7 @@ public:
         boxes_.takeUp(firstX, firstY, alongZ);
     }
 
-    /** Makes room for cells: so many for each voxel, at most cellsAtOnce. */
+    /** Reserves memory for cells: so many for each voxel, at most cellsAtOnce. */
     void makeRoom(int cells)
     {
         if (count_ + cells * VoxelTable::maxCount > maxListed) {
