@@ -12,6 +12,8 @@
 #include "gammaIndexKernelCPU/setup.h"
 #include "gammaIndexKernelCPU/watch.h"
 
+using namespace zarngi::engine;
+
 calculationEnvironment* Env = nullptr;
 libraryStatus libStatus = {0, 0, 0, 0};
 const char* const VERSION_STRING = "4.1";

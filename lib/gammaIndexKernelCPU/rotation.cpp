@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "rotated/rotate.h"
+
 namespace
 {
 
@@ -40,6 +42,6 @@ void generateRandomRotationMatrix(float R[3][3])
 void applyRotation(float R[3][3], vector3d<float>& v)
 {
     vec3dRT result;
-    rotate(R, v.v, result.v);
+    zarngi::engine::rotate(R, v.v, result.v);
     v = result;
 }

@@ -9,17 +9,6 @@
 #include "vector3d.h"
 
 /**
- * R * v, each component summed in the order x, y, z. Compiled anew by each vector path.
- * @param R [row][column].
- */
-static inline void rotate(const float (*R)[3], const float (&v)[3], float (&result)[3])
-{
-    for (int i = 0; i < 3; ++i) {
-        result[i] = ((0.0F + R[i][0] * v[0]) + R[i][1] * v[1]) + R[i][2] * v[2];
-    }
-}
-
-/**
  * Draws a proper rotation from the C library's rand(): its columns u, v and w = u x v are
  * orthonormal (Gram-Schmidt on two drawn directions at least acos(0.99) apart). rand() is never
  * negative, so u lies in the positive octant and the rotations are not spread evenly.
@@ -28,7 +17,7 @@ static inline void rotate(const float (*R)[3], const float (&v)[3], float (&resu
 ZARNGI_API void generateRandomRotationMatrix(float R[3][3]);
 
 /**
- * Replaces v by R * v, as rotate() tells it.
+ * Replaces v by R * v, each component summed in the order x, y, z.
  * @param R [row][column].
  * @param[in,out] v the vector that is turned.
  */

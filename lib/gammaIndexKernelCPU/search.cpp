@@ -9,6 +9,9 @@
 #include "rotation.h"
 #include "watch.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -134,3 +137,5 @@ bool restIsLeft()
 {
     return shellPass != nullptr && shellPass->leavesRest();
 }
+
+} // namespace zarngi::engine

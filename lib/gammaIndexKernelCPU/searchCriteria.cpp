@@ -3,6 +3,9 @@
 #include "engineState.h"
 #include "libZarnGI.h"
 
+namespace zarngi::engine
+{
+
 float SearchCriteria::outerRadius(int ishell) const
 {
     return static_cast<float>(ishell) * dta;
@@ -36,3 +39,5 @@ SearchCriteria readSearchCriteria()
             .stepSize = Env->stepSize,
             .stepsPerDTA = DTA / Env->stepSize};
 }
+
+} // namespace zarngi::engine

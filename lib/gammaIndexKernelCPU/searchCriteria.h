@@ -11,6 +11,9 @@
 #include "libZarnGI.h"
 #include "shellLattice.h"
 
+namespace zarngi::engine
+{
+
 /** Grids and criteria; readSearchCriteria() gives those of the environment. */
 struct SearchCriteria {
     /** The radius at which shell `ishell` (the first is 1) ends, mm. */
@@ -38,5 +41,7 @@ struct SearchCriteria {
 
 /** What the environment and the engine state hold now. */
 SearchCriteria readSearchCriteria();
+
+} // namespace zarngi::engine
 
 #endif

@@ -26,6 +26,9 @@
 #include "watch.h"
 #include "workers.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -244,3 +247,5 @@ void searchShells()
     }
     report::searchEnded();
 }
+
+} // namespace zarngi::engine

@@ -9,6 +9,9 @@
 
 #include "shellLattice.h"
 
+namespace zarngi::engine
+{
+
 /** Radius in steps up to which the rounding of the enumeration is accounted for. */
 constexpr std::int64_t largestProvenRadius = 1024;
 
@@ -54,5 +57,7 @@ private:
     RadiusGap gaps_[maxCount] = {};
     int count_ = 0;
 };
+
+} // namespace zarngi::engine
 
 #endif

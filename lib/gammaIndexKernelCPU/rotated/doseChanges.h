@@ -13,6 +13,9 @@
 #include "lanes/lanes.h"
 #include "rotated/pointGroups.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -221,5 +224,7 @@ Lanes::F DoseChanges::of(std::size_t group) const
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -13,7 +13,10 @@
 #include "lanes/lanes.h"
 #include "rotated/doseChanges.h"
 #include "rotated/pointGroups.h"
-#include "rotation.h"
+#include "rotated/rotate.h"
+
+namespace zarngi::engine
+{
 
 namespace
 {
@@ -276,5 +279,7 @@ void RotatedSearch::consider(const float (&sphPos)[3])
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

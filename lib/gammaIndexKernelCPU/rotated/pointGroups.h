@@ -14,6 +14,9 @@
 #include "lattice/axes.h"
 #include "searchCriteria.h"
 
+namespace zarngi::engine
+{
+
 /** A shell's rotated points, group by group, nearest group first. */
 struct RotatedPoints : SearchCriteria {
     /** Rotates `points` (mm) by Rot. */
@@ -43,5 +46,7 @@ struct RotatedPoints : SearchCriteria {
  * gammasq. Returns false, and does nothing, if some point does not or if a dose is not a number.
  */
 using PointSearch = bool (*)(const RotatedPoints& points, ActiveVoxel& voxel);
+
+} // namespace zarngi::engine
 
 #endif

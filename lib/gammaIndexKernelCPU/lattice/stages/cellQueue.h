@@ -18,6 +18,9 @@
 #include "lattice/stages/cellNumbers.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -144,5 +147,7 @@ void CellQueue::searchBelow(const float* level)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

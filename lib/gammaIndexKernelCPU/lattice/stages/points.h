@@ -16,6 +16,9 @@
 #include "lattice/pass.h"
 #include "lattice/radiusGaps.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -209,5 +212,7 @@ inline unsigned improvements(Lanes::F Gammasq, Lanes::F r2, Lanes::F best, Lanes
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif
