@@ -24,7 +24,7 @@ const Criteria allCriteria[] = {
 
 /** A path and the best of its runs. */
 struct Contender {
-    const VectorPath* path;
+    const zarngi::engine::VectorPath* path;
     double seconds;
     Run run;
 };
@@ -32,7 +32,7 @@ struct Contender {
 std::vector<Contender> contenders()
 {
     std::vector<Contender> list;
-    for (const VectorPath& path : vectorPaths) {
+    for (const zarngi::engine::VectorPath& path : zarngi::engine::vectorPaths) {
         if (path.supported()) {
             list.push_back({&path, 1e9, {}});
         }
@@ -45,12 +45,12 @@ void race(std::vector<Contender>& list, int rounds, int threads)
 {
     for (int round = 0; round < rounds; ++round) {
         for (Contender& contender : list) {
-            forceVectorPath(contender.path);
+            zarngi::engine::forceVectorPath(contender.path);
             contender.run = runLibrary(threads);
             contender.seconds = std::min(contender.seconds, contender.run.seconds);
         }
     }
-    forceVectorPath(nullptr);
+    zarngi::engine::forceVectorPath(nullptr);
 }
 
 /** Prints a row per path; returns whether all give the same result. */

@@ -11,7 +11,7 @@
 #include "cli/commands/infoCommand.h"
 #include "cli/commands/optionNames.h"
 #include "cli/exitCode.h"
-#include "cli/output/temporaryFile.h"
+#include "cli/output/pendingFile.h"
 #include "comparison/failure.h"
 #include "comparison/gammaRun.h"
 #include "comparison/text.h"

@@ -27,7 +27,7 @@ DoseExtremes doseExtremes(const Image& image)
         const int index = rest % geometry.size[i];
         rest /= geometry.size[i];
         extremes.maximumIndex[i] = index;
-        extremes.maximumPosition[i] = geometry.origin[i] + index * geometry.spacing[i];
+        extremes.maximumPosition[i] = geometry.centre(i, index);
     }
     return extremes;
 }

@@ -18,8 +18,7 @@ AxisPlace placeOfCentre(const Geometry& reference, const Geometry& evaluation, s
                         int voxel)
 {
     constexpr double closest = 1e-6; // voxels
-    const double position = reference.origin[axis] + voxel * reference.spacing[axis];
-    AxisPlace place = placeOf(evaluation, axis, position);
+    AxisPlace place = placeOf(evaluation, axis, reference.centre(axis, voxel));
     const double nearest = std::round(place.fraction);
     if (std::fabs(place.fraction - nearest) < closest) {
         place.fraction = nearest;

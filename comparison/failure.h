@@ -33,12 +33,13 @@ private:
 
 /** What is to blame for a failure that is none of the request. */
 enum class FailureKind {
-    pair,       ///< the doses, or what belongs to them, cannot be compared as it is asked for
-    foreign,    ///< a file is none of the kinds that are read
-    refused,    ///< a file is damaged, or holds what is not read
-    system,     ///< the system does not give or take a file
-    memory,     ///< there is not enough
-    interrupted ///< who watches has ended it
+    pair,         ///< the doses, or what belongs to them, cannot be compared as it is asked for
+    foreign,      ///< a file is none of the kinds that are read
+    damaged,      ///< a file is not whole, or breaks the rules of its format
+    notSupported, ///< a file holds what is not read
+    system,       ///< the system does not give or take a file
+    memory,       ///< there is not enough
+    interrupted   ///< who watches has ended it
 };
 
 /** A file or a computation that cannot give a result. */
@@ -128,10 +129,12 @@ inline FailureKind kindOf(const files::FileError& error)
         return FailureKind::system;
     case files::FileError::Kind::outOfMemory:
         return FailureKind::memory;
-    case files::FileError::Kind::refused:
+    case files::FileError::Kind::notSupported:
+        return FailureKind::notSupported;
+    case files::FileError::Kind::damaged:
         break;
     }
-    return FailureKind::refused;
+    return FailureKind::damaged;
 }
 
 /** A failure of a file: "FILE: reason". */

@@ -12,9 +12,6 @@ namespace zarngi
 namespace
 {
 
-/** The library's gamma of a voxel around which no evaluation dose was found is 1e10. */
-constexpr float unreachedGamma = 1e9F;
-
 /** Sorts as much of the values as it needs. */
 double percentile(std::vector<float>& values, double percent)
 {

@@ -16,6 +16,10 @@
 namespace zarngi
 {
 
+/** The library's gamma of a voxel around which no evaluation dose was found, 1e10, is above this.
+ */
+constexpr float unreachedGamma = 1e9F;
+
 /** Gamma values of the tested voxels for which the search found a dose to compare with. */
 struct GammaSpread {
     double minimum;

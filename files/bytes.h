@@ -35,7 +35,7 @@ public:
 
     unsigned char* data() { return bytes_.get(); }
     std::size_t size() const { return size_; }
-    std::span<unsigned char> room() { return {bytes_.get(), size_}; }
+    std::span<unsigned char> buffer() { return {bytes_.get(), size_}; }
     ByteView view() const { return {bytes_.get(), size_}; }
     /** Forgets the bytes behind the first `size` ones. */
     void shorten(std::size_t size) { size_ = std::min(size_, size); }

@@ -19,26 +19,26 @@ namespace files
 /** What became of a raw DEFLATE stream. */
 struct Unpacked {
     enum class Status {
-        ended,  ///< the stream has ended within the room
-        full,   ///< the room is full, the stream goes on
+        ended,  ///< the stream has ended within the buffer
+        full,   ///< the buffer is full, the stream goes on
         damaged ///< no DEFLATE stream, or cut short
     };
 
     Status status = Status::damaged;
     std::size_t taken = 0; ///< bytes of the stream up to its end; of Status::ended only
-    std::size_t made = 0;  ///< bytes in the room; of Status::ended only
+    std::size_t made = 0;  ///< bytes in the buffer; of Status::ended only
 };
 
 /** A host's codec. Its functions are called by several threads at once, and throw bad_alloc only.
  */
 struct Deflate {
     /**
-     * Unpacks a whole stream; what follows behind its end is not looked at. What is in the room of
-     * a stream that has not ended is not used.
+     * Unpacks a whole stream; what follows behind its end is not looked at. What is in the buffer
+     * of a stream that has not ended is not used.
      */
-    Unpacked (*unpack)(ByteView packed, std::span<unsigned char> room);
-    /** Unpacks the beginning of a stream into the room, or less; tells how many bytes it made. */
-    std::size_t (*unpackBeginning)(ByteView packed, std::span<unsigned char> room);
+    Unpacked (*unpack)(ByteView packed, std::span<unsigned char> buffer);
+    /** Unpacks the beginning of a stream into the buffer, or less; tells how many bytes it made. */
+    std::size_t (*unpackBeginning)(ByteView packed, std::span<unsigned char> buffer);
     /** Packs into one stream. */
     Bytes (*pack)(ByteView plain);
 };

@@ -40,7 +40,7 @@ Ends endsOf(const std::vector<float>& doses)
         lowest = std::max(lowest, std::bit_cast<std::uint32_t>(dose));
     }
     if (static_cast<std::uint32_t>(highest) >= infinity || lowest >= (negativeZero | infinity)) {
-        refuse("holds doses that are not finite numbers");
+        refuseDamaged("holds doses that are not finite numbers");
     }
     return {std::bit_cast<float>(highest),
             lowest == negativeZero ? 0 : std::bit_cast<float>(lowest)};

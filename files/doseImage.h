@@ -7,6 +7,8 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +20,9 @@ namespace files
 
 using Vec3 = std::array<double, 3>;
 
+/** Of a grid: the engine numbers its voxels by 32 bits. */
+constexpr std::int64_t mostVoxels = std::numeric_limits<std::int32_t>::max();
+
 /** A grid whose axes are those of the patient: x to the left, y to the back, z to the head. */
 struct Geometry {
     std::array<int, 3> size; ///< voxels per axis
@@ -28,6 +33,22 @@ struct Geometry {
     {
         return static_cast<std::size_t>(size[0]) * static_cast<std::size_t>(size[1]) *
                static_cast<std::size_t>(size[2]);
+    }
+    /** mm, of the voxels with an index along an axis. */
+    double centre(std::size_t axis, double index) const
+    {
+        return origin[axis] + index * spacing[axis];
+    }
+    /** mm, of one voxel. @param voxel among all, x fastest */
+    Vec3 centreOf(std::size_t voxel) const
+    {
+        Vec3 place{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const auto count = static_cast<std::size_t>(size[axis]);
+            place[axis] = centre(axis, static_cast<double>(voxel % count));
+            voxel /= count;
+        }
+        return place;
     }
 };
 

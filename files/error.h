@@ -18,16 +18,20 @@ namespace files
 /** Why there is no result. */
 struct FileError {
     enum class Kind {
-        refused,    ///< the contents: damaged, or not supported
-        foreign,    ///< the contents: of another kind, no file for this reader at all
-        system,     ///< the file cannot be opened, read or written
-        outOfMemory ///< its grid does not fit in memory
+        damaged,      ///< the contents: not whole, or against the rules of their format
+        notSupported, ///< the contents: as they may be, but not read
+        foreign,      ///< the contents: of another kind, no file for this reader at all
+        system,       ///< the file cannot be opened, read or written
+        outOfMemory   ///< its grid does not fit in memory
     };
 
-    Kind kind = Kind::refused;
+    Kind kind = Kind::damaged;
     /** One line that continues "FILE: ", without a full stop: "is cut short". */
     std::string sentence;
     int systemError = 0; ///< errno of Kind::system
+
+    /** Whether a reader knew the file and would not take its contents. */
+    bool isOfContents() const { return kind == Kind::damaged || kind == Kind::notSupported; }
 };
 
 /** A value, or the reason why there is none. */
@@ -61,10 +65,16 @@ private:
     FileError error_;
 };
 
-/** Ends the reading of a file whose contents cannot be taken. */
-[[noreturn]] inline void refuse(std::string sentence)
+/** Ends the reading of a file that is not whole, or breaks the rules of its format. */
+[[noreturn]] inline void refuseDamaged(std::string sentence)
 {
-    throw Refusal({FileError::Kind::refused, std::move(sentence)});
+    throw Refusal({FileError::Kind::damaged, std::move(sentence)});
+}
+
+/** Ends the reading of a file that may be in order, but holds what is not read. */
+[[noreturn]] inline void refuseUnsupported(std::string sentence)
+{
+    throw Refusal({FileError::Kind::notSupported, std::move(sentence)});
 }
 
 /** Ends the reading of a file that is of another kind, such as a photograph. */

@@ -145,10 +145,10 @@ std::optional<FileFormat> identifiedFormat(ByteView file, const Deflate& deflate
     const std::optional<FileFormat> format = identifiedFormat(beginning.view());
     if (format == FileFormat::nrrd || format == FileFormat::metaImage ||
         format == FileFormat::topas || (format && isTable(*format))) {
-        refuse("is packed by gzip as a whole; unpack it first (gunzip)");
+        refuseUnsupported("is packed by gzip as a whole; unpack it first (gunzip)");
     }
     if (!format && beginning.size() < shortest) {
-        refuse("its compressed data is damaged or cut short, or no " + what);
+        refuseDamaged("its compressed data is damaged or cut short, or no " + what);
     }
     return format;
 }

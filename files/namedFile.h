@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace files
 {

@@ -21,17 +21,17 @@ uInt countable(std::size_t bytes)
 }
 
 /** By zlib: libdeflate tells nothing of streams that have not ended. */
-std::size_t unpackBeginning(ByteView packed, std::span<unsigned char> room)
+std::size_t unpackBeginning(ByteView packed, std::span<unsigned char> buffer)
 {
     z_stream stream{};
     if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) {
         throw std::bad_alloc();
     }
     const std::unique_ptr<z_stream, int (*)(z_stream*)> ending(&stream, inflateEnd);
-    const uInt size = countable(room.size());
+    const uInt size = countable(buffer.size());
     stream.next_in = const_cast<Bytef*>(packed.data());
     stream.avail_in = countable(packed.size());
-    stream.next_out = room.data();
+    stream.next_out = buffer.data();
     stream.avail_out = size;
     if (inflate(&stream, Z_SYNC_FLUSH) == Z_MEM_ERROR) {
         throw std::bad_alloc();
@@ -42,27 +42,28 @@ std::size_t unpackBeginning(ByteView packed, std::span<unsigned char> room)
 /** libdeflate takes a stream that is cut within its last bytes for a longer one, too. */
 bool isLonger(ByteView packed, std::size_t size)
 {
-    Bytes room(size + 1);
-    return unpackBeginning(packed, room.room()) == room.size();
+    Bytes buffer(size + 1);
+    return unpackBeginning(packed, buffer.buffer()) == buffer.size();
 }
 
-Unpacked unpack(ByteView packed, std::span<unsigned char> room)
+Unpacked unpack(ByteView packed, std::span<unsigned char> buffer)
 {
     const std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> decompressor(
         libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
     if (!decompressor) {
         throw std::bad_alloc();
     }
-    unsigned char nowhere = 0; // an empty room has no address
-    unsigned char* const out = room.empty() ? &nowhere : room.data();
+    unsigned char nowhere = 0; // an empty buffer has no address
+    unsigned char* const out = buffer.empty() ? &nowhere : buffer.data();
     Unpacked result;
     switch (libdeflate_deflate_decompress_ex(decompressor.get(), packed.data(), packed.size(), out,
-                                             room.size(), &result.taken, &result.made)) {
+                                             buffer.size(), &result.taken, &result.made)) {
     case LIBDEFLATE_SUCCESS:
         result.status = Unpacked::Status::ended;
         return result;
     case LIBDEFLATE_INSUFFICIENT_SPACE:
-        return {isLonger(packed, room.size()) ? Unpacked::Status::full : Unpacked::Status::damaged};
+        return {isLonger(packed, buffer.size()) ? Unpacked::Status::full
+                                                : Unpacked::Status::damaged};
     default:
         return {};
     }

@@ -42,12 +42,12 @@ void checkSizes(const std::array<std::int64_t, 3>& size)
     std::int64_t voxels = 1;
     for (std::size_t i = 0; i < 3; ++i) {
         if (size[i] < 1) {
-            refuse("the grid has " + std::to_string(size[i]) + " voxels along axis " +
-                   axisNames[i]);
+            refuseDamaged("the grid has " + std::to_string(size[i]) + " voxels along axis " +
+                          axisNames[i]);
         }
-        if (size[i] > std::numeric_limits<std::int32_t>::max() / voxels) {
-            refuse("the grid of " + join(size, " x ") +
-                   " voxels is too large (2^31 voxels or more)");
+        if (size[i] > mostVoxels / voxels) {
+            refuseUnsupported("the grid of " + join(size, " x ") +
+                              " voxels is too large (2^31 voxels or more)");
         }
         voxels *= size[i];
     }
@@ -59,7 +59,7 @@ void checkAxes(const std::array<Vec3, 3>& axes)
     for (const Vec3& axis : axes) {
         const int aligned = alignedAxis(axis);
         if (aligned < 0 || used[static_cast<std::size_t>(aligned)]) {
-            refuse("the grid is rotated against the patient's axes; resample it first");
+            refuseUnsupported("the grid is rotated against the patient's axes; resample it first");
         }
         used[static_cast<std::size_t>(aligned)] = true;
     }
@@ -103,21 +103,26 @@ std::vector<float> reorder(const std::vector<float>& values, const Reordering& o
 
 } // namespace
 
+Vec3 cross(const Vec3& a, const Vec3& b)
+{
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
 std::size_t checkGeometry(const StoredGeometry& stored)
 {
     checkSizes(stored.size);
     for (std::size_t i = 0; i < 3; ++i) {
         const double spacing = stored.spacing[i];
         if (!(spacing >= smallestSpacing && spacing <= largestSpacing)) {
-            refuse("the voxel size of " + number(spacing) + " mm along axis " + axisNames[i] +
-                   " is outside " + number(smallestSpacing) + " to " + number(largestSpacing) +
-                   " mm");
+            refuseDamaged("the voxel size of " + number(spacing) + " mm along axis " +
+                          axisNames[i] + " is outside " + number(smallestSpacing) + " to " +
+                          number(largestSpacing) + " mm");
         }
     }
     for (std::size_t i = 0; i < 3; ++i) {
         if (!(std::fabs(stored.origin[i]) <= farthestOrigin)) {
-            refuse("the origin of " + number(stored.origin[i]) + " mm along axis " + axisNames[i] +
-                   " is no sensible position");
+            refuseDamaged("the origin of " + number(stored.origin[i]) + " mm along axis " +
+                          axisNames[i] + " is no sensible position");
         }
     }
     checkAxes(stored.axes);

@@ -12,6 +12,9 @@
 namespace files
 {
 
+/** The vector product. */
+Vec3 cross(const Vec3& a, const Vec3& b);
+
 /** A grid as a file describes it; nothing is known to be sensible yet. */
 struct StoredGeometry {
     std::array<std::int64_t, 3> size{};

@@ -12,9 +12,9 @@ namespace files
 namespace
 {
 
-[[noreturn]] void refuseDamaged()
+[[noreturn]] void refuseStream()
 {
-    refuse("its compressed data is damaged or cut short");
+    refuseDamaged("its compressed data is damaged or cut short");
 }
 
 /** Reads the fields of a frame one after another. */
@@ -26,7 +26,7 @@ public:
     ByteView take(std::size_t count)
     {
         if (bytes_.size() < count) {
-            refuseDamaged();
+            refuseStream();
         }
         const ByteView taken = bytes_.first(count);
         bytes_ = bytes_.subspan(count);
@@ -63,7 +63,7 @@ void skipGzipHeader(Fields& fields)
     const unsigned method = fields.number<std::uint8_t>();
     const unsigned flags = fields.number<std::uint8_t>();
     if (method != deflated || (flags & reserved) != 0) {
-        refuseDamaged();
+        refuseStream();
     }
     fields.take(6); // time, speed and system
     if ((flags & hasExtra) != 0) {
@@ -78,7 +78,7 @@ void skipGzipHeader(Fields& fields)
     if ((flags & hasChecksum) != 0) {
         const ByteView header = start.first(start.size() - fields.left().size());
         if (fields.number<std::uint16_t>() != (crc32(header) & 0xFFFF)) {
-            refuseDamaged();
+            refuseStream();
         }
     }
 }
@@ -90,54 +90,54 @@ void skipZlibHeader(Fields& fields)
     const unsigned flags = fields.number<std::uint8_t>();
     const bool isDeflated = (method & 0x0F) == 8 && method >> 4 <= 7;
     if (!isDeflated || (method << 8 | flags) % 31 != 0 || (flags & hasDictionary) != 0) {
-        refuseDamaged();
+        refuseStream();
     }
 }
 
 /** What a member or stream gave. */
 struct Step {
-    bool hasEnded = false; ///< else the room was too small
+    bool hasEnded = false; ///< else the buffer was too small
     std::size_t made = 0;
 };
 
 /** Unpacks the DEFLATE stream that comes next. */
-Step unpackStream(Fields& fields, std::span<unsigned char> room, const Deflate& deflate)
+Step unpackStream(Fields& fields, std::span<unsigned char> buffer, const Deflate& deflate)
 {
-    const Unpacked result = deflate.unpack(fields.left(), room);
+    const Unpacked result = deflate.unpack(fields.left(), buffer);
     if (result.status == Unpacked::Status::damaged) {
-        refuseDamaged();
+        refuseStream();
     }
     if (result.status == Unpacked::Status::full) {
-        return {false, room.size()};
+        return {false, buffer.size()};
     }
     fields.take(result.taken);
     return {true, result.made};
 }
 
-Step unpackGzipMember(Fields& fields, std::span<unsigned char> room, const Deflate& deflate)
+Step unpackGzipMember(Fields& fields, std::span<unsigned char> buffer, const Deflate& deflate)
 {
     if (!isGzip(fields.left())) {
-        refuseDamaged();
+        refuseStream();
     }
     skipGzipHeader(fields);
-    const Step step = unpackStream(fields, room, deflate);
+    const Step step = unpackStream(fields, buffer, deflate);
     if (step.hasEnded) {
         const auto checksum = fields.number<std::uint32_t>();
         const auto length = fields.number<std::uint32_t>();
-        if (checksum != crc32(room.first(step.made)) ||
+        if (checksum != crc32(buffer.first(step.made)) ||
             length != static_cast<std::uint32_t>(step.made)) {
-            refuseDamaged();
+            refuseStream();
         }
     }
     return step;
 }
 
-Step unpackZlib(Fields& fields, std::span<unsigned char> room, const Deflate& deflate)
+Step unpackZlib(Fields& fields, std::span<unsigned char> buffer, const Deflate& deflate)
 {
     skipZlibHeader(fields);
-    const Step step = unpackStream(fields, room, deflate);
-    if (step.hasEnded && fields.number<std::uint32_t>(true) != adler32(room.first(step.made))) {
-        refuseDamaged();
+    const Step step = unpackStream(fields, buffer, deflate);
+    if (step.hasEnded && fields.number<std::uint32_t>(true) != adler32(buffer.first(step.made))) {
+        refuseStream();
     }
     return step;
 }
@@ -165,21 +165,21 @@ bool mayFollowRaw(ByteView rest, ByteView unpacked)
     return rest.size() <= 1 && isPadding(rest);
 }
 
-/** Unpacks all there is, as far as the room goes. @throws Refusal for what is damaged. */
-Step unpackWhole(std::span<unsigned char> room, ByteView packed, const Deflate& deflate)
+/** Unpacks all there is, as far as the buffer goes. @throws Refusal for what is damaged. */
+Step unpackWhole(std::span<unsigned char> buffer, ByteView packed, const Deflate& deflate)
 {
     Fields fields(packed);
     if (!isGzip(packed)) {
-        const Step step = unpackZlib(fields, room, deflate);
+        const Step step = unpackZlib(fields, buffer, deflate);
         if (step.hasEnded && !fields.left().empty()) {
-            refuse("its compressed data is followed by " + grouped(fields.left().size()) +
-                   " bytes that belong to nothing");
+            refuseDamaged("its compressed data is followed by " + grouped(fields.left().size()) +
+                          " bytes that belong to nothing");
         }
         return step;
     }
     std::size_t made = 0;
     do {
-        const Step step = unpackGzipMember(fields, room.subspan(made), deflate);
+        const Step step = unpackGzipMember(fields, buffer.subspan(made), deflate);
         made += step.made;
         if (!step.hasEnded) {
             return {false, made};
@@ -188,18 +188,18 @@ Step unpackWhole(std::span<unsigned char> room, ByteView packed, const Deflate& 
     return {true, made};
 }
 
-/** A whole member, or as much of it as there is room for; then no other one follows. */
-std::size_t unpackBeginningOfMember(Fields& fields, std::span<unsigned char> room,
+/** A whole member, or as much of it as the buffer takes; then no other one follows. */
+std::size_t unpackBeginningOfMember(Fields& fields, std::span<unsigned char> buffer,
                                     const Deflate& deflate)
 {
     constexpr std::size_t trailer = 8;
     skipGzipHeader(fields);
-    const Unpacked whole = deflate.unpack(fields.left(), room);
+    const Unpacked whole = deflate.unpack(fields.left(), buffer);
     if (whole.status == Unpacked::Status::ended) {
         fields = Fields(part(fields.left(), whole.taken + trailer));
         return whole.made;
     }
-    const std::size_t made = deflate.unpackBeginning(fields.left(), room);
+    const std::size_t made = deflate.unpackBeginning(fields.left(), buffer);
     fields = Fields({});
     return made;
 }
@@ -212,18 +212,18 @@ std::size_t sizeOf(std::uint64_t bytes)
     return static_cast<std::size_t>(bytes);
 }
 
-/** Calls `unpack` with more and more room until it says that all has been unpacked. */
+/** Calls `unpack` with larger and larger buffers until it says that all has been unpacked. */
 template <class Unpack> Bytes unpackGrowing(std::uint64_t first, std::uint64_t most, Unpack unpack)
 {
     for (std::uint64_t size = std::min(first, most);; size = std::min(2 * size, most)) {
         Bytes bytes(sizeOf(size));
-        const Step step = unpack(bytes.room());
+        const Step step = unpack(bytes.buffer());
         if (step.hasEnded) {
             bytes.shorten(step.made);
             return bytes;
         }
         if (size == most) {
-            refuse("unpacks to more than the " + grouped(most) + " bytes that it can need");
+            refuseDamaged("unpacks to more than the " + grouped(most) + " bytes that it can need");
         }
     }
 }
@@ -263,16 +263,16 @@ std::uint64_t mostUnpacked(std::size_t packedBytes)
     return bestCompression * packedBytes;
 }
 
-void unpackInto(std::span<unsigned char> room, ByteView packed, const Deflate& deflate)
+void unpackInto(std::span<unsigned char> buffer, ByteView packed, const Deflate& deflate)
 {
-    const Step step = unpackWhole(room, packed, deflate);
+    const Step step = unpackWhole(buffer, packed, deflate);
     if (!step.hasEnded) {
-        refuse("holds more than its grid, or its header lies: its grid needs " +
-               grouped(room.size()) + " bytes of values");
+        refuseDamaged("holds more than its grid, or its header lies: its grid needs " +
+                      grouped(buffer.size()) + " bytes of values");
     }
-    if (step.made < room.size()) {
-        refuse("is cut short, or its header lies: its grid needs " + grouped(room.size()) +
-               " bytes of values, it unpacks to " + grouped(step.made));
+    if (step.made < buffer.size()) {
+        refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(buffer.size()) +
+                      " bytes of values, it unpacks to " + grouped(step.made));
     }
 }
 
@@ -286,8 +286,8 @@ Bytes unpackAll(ByteView packed, const Deflate& deflate, std::uint64_t most)
             : numberAt<std::uint32_t>(packed.data(), packed.size() - lengthBytes, false);
     const std::uint64_t limit = std::min(most, mostUnpacked(packed.size()));
     const std::uint64_t first = std::max<std::uint64_t>(packed.size(), told);
-    return unpackGrowing(first, limit, [&](std::span<unsigned char> room) {
-        return unpackWhole(room, packed, deflate);
+    return unpackGrowing(first, limit, [&](std::span<unsigned char> buffer) {
+        return unpackWhole(buffer, packed, deflate);
     });
 }
 
@@ -298,7 +298,7 @@ Bytes unpackBeginning(ByteView packed, const Deflate& deflate, std::size_t most)
     try {
         Fields fields(packed);
         while (isGzip(fields.left()) && made < most) {
-            made += unpackBeginningOfMember(fields, bytes.room().subspan(made), deflate);
+            made += unpackBeginningOfMember(fields, bytes.buffer().subspan(made), deflate);
         }
     } catch (const Refusal&) {
         // What comes before the fault stays.
@@ -311,11 +311,11 @@ Bytes unpackRaw(ByteView packed, const Deflate& deflate, std::uint64_t most)
 {
     constexpr std::uint64_t usualRatio = 4;
     const std::uint64_t limit = std::min(most, mostUnpacked(packed.size()));
-    return unpackGrowing(usualRatio * packed.size(), limit, [&](std::span<unsigned char> room) {
+    return unpackGrowing(usualRatio * packed.size(), limit, [&](std::span<unsigned char> buffer) {
         Fields fields(packed);
-        const Step step = unpackStream(fields, room, deflate);
-        if (step.hasEnded && !mayFollowRaw(fields.left(), room.first(step.made))) {
-            refuseDamaged();
+        const Step step = unpackStream(fields, buffer, deflate);
+        if (step.hasEnded && !mayFollowRaw(fields.left(), buffer.first(step.made))) {
+            refuseStream();
         }
         return step;
     });

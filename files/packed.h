@@ -21,11 +21,11 @@ bool isGzip(ByteView bytes);
 std::uint64_t mostUnpacked(std::size_t packedBytes);
 
 /**
- * Unpacks a zlib stream (RFC 1950) or the members of a gzip file, which must fill the room and end
- * with it; zeros may follow the last member, as tools leave them out.
+ * Unpacks a zlib stream (RFC 1950) or the members of a gzip file, which must fill the buffer and
+ * end with it; zeros may follow the last member, as tools leave them out.
  * @throws Refusal when a checksum is wrong, or the data are damaged, too short or too long.
  */
-void unpackInto(std::span<unsigned char> room, ByteView packed, const Deflate& deflate);
+void unpackInto(std::span<unsigned char> buffer, ByteView packed, const Deflate& deflate);
 
 /** The same for data whose length is not known, at most `most` bytes. @throws Refusal */
 Bytes unpackAll(ByteView packed, const Deflate& deflate, std::uint64_t most);

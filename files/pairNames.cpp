@@ -54,7 +54,8 @@ std::string dataOfPair(const std::string& header, const Exists& exists)
 {
     const std::optional<std::string> stem = stemOf(header, {".hdr", ".hdr.gz"});
     if (!stem) {
-        refuse("is the header of a NIfTI pair but not named .hdr, which tells where its data are");
+        refuseUnsupported(
+            "is the header of a NIfTI pair but not named .hdr, which tells where its data are");
     }
     return firstThatIsThere(*stem, {".img", ".img.gz", ".IMG"}, exists).value_or(*stem + ".img");
 }
@@ -62,7 +63,7 @@ std::string dataOfPair(const std::string& header, const Exists& exists)
 std::string pathBeside(const std::string& header, const std::string& name)
 {
     if (name.find('\0') != std::string::npos) {
-        refuse("its data file " + excerpt(name) + " is missing");
+        refuseDamaged("its data file " + excerpt(name) + " is missing");
     }
     return (std::filesystem::path(header).parent_path() / name).string();
 }

@@ -33,7 +33,7 @@ DoseImage readDicom(ByteView bytes, const Host& host)
 DoseImage readBytes(ByteView file, const std::string& name, const FindFile& find, const Host& host)
 {
     if (file.empty()) {
-        refuse("is empty");
+        refuseDamaged("is empty");
     }
     const std::optional<FileFormat> format = identifiedFormat(file, host.deflate, whatItIs);
     if (!format) {

@@ -7,42 +7,16 @@
 #ifndef ZARNGI_FILES_READDOSE_H
 #define ZARNGI_FILES_READDOSE_H
 
-#include <functional>
-#include <optional>
 #include <string>
 
 #include "files/bytes.h"
 #include "files/deflate.h"
 #include "files/doseImage.h"
 #include "files/error.h"
+#include "files/host.h"
 
 namespace files
 {
-
-/** Another file that a header names, by the name that stands there. */
-using FindFile = std::function<Result<Bytes>(const std::string& name)>;
-
-/**
- * Unpacks the pixel data of a whole DICOM file whose transfer syntax is of the JPEG families:
- * frames of rows of values, little endian, as many bytes as are asked for.
- */
-using UnpackPixels = std::function<Result<Bytes>(ByteView file, std::size_t bytes)>;
-
-/** What tables of doses that do not tell their units are in; none: such a table is refused. */
-struct TableUnits {
-    std::optional<double> gray;        ///< of one unit of dose
-    std::optional<double> millimetres; ///< of one unit of length; none: 1, with a warning
-};
-
-/** What a host gives the readers. */
-struct Host {
-    const Deflate& deflate;
-    UnpackPixels unpackPixels{}; ///< empty where the host cannot
-    /** Told of every file that was read for a dose, in whole: the header and what it names. */
-    std::function<void(const std::string& path, ByteView contents)> watch{};
-    TableUnits units{};
-    bool keepsUncertainty = false; ///< of doses whose files tell it; takes memory as they do
-};
 
 /**
  * Reads a dose from the contents of a file: a volume, a plane or points. `find` fetches the files

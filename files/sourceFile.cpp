@@ -58,11 +58,11 @@ SourceFile::~SourceFile()
     close(file_);
 }
 
-std::size_t SourceFile::fill(std::span<unsigned char> room) const
+std::size_t SourceFile::fill(std::span<unsigned char> buffer) const
 {
     std::size_t done = 0;
-    while (done < room.size()) {
-        const ssize_t count = read(file_, room.data() + done, room.size() - done);
+    while (done < buffer.size()) {
+        const ssize_t count = read(file_, buffer.data() + done, buffer.size() - done);
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -80,7 +80,7 @@ std::size_t SourceFile::fill(std::span<unsigned char> room) const
 Bytes SourceFile::readBeginning()
 {
     Bytes beginning(identifyingBytes);
-    beginning.shorten(fill(beginning.room()));
+    beginning.shorten(fill(beginning.buffer()));
     return beginning;
 }
 
@@ -94,7 +94,7 @@ Bytes SourceFile::readRest(Bytes beginning)
     for (Bytes all = std::move(beginning);; size *= 2) {
         Bytes larger(size);
         std::copy_n(all.data(), all.size(), larger.data());
-        const std::size_t filled = all.size() + fill(larger.room().subspan(all.size()));
+        const std::size_t filled = all.size() + fill(larger.buffer().subspan(all.size()));
         larger.shorten(filled);
         if (filled < size) {
             return larger;
@@ -110,7 +110,7 @@ Bytes readDataFile(const std::string& path)
         return source.readRest(source.readBeginning());
     } catch (const Refusal& refusal) {
         const FileError& error = refusal.error();
-        refuse(sentenceAboutData(path, error.systemError == ENOENT ? "" : error.sentence));
+        refuseDamaged(sentenceAboutData(path, error.systemError == ENOENT ? "" : error.sentence));
     }
 }
 

@@ -34,8 +34,8 @@ public:
     Bytes readRest(Bytes beginning);
 
 private:
-    /** Fills the room as far as the file goes; tells how much. */
-    std::size_t fill(std::span<unsigned char> room) const;
+    /** Fills the buffer as far as the file goes; tells how much. */
+    std::size_t fill(std::span<unsigned char> buffer) const;
 
     int file_ = -1;
     std::size_t told_ = 0; ///< bytes, as the file system tells; of a pipe 0

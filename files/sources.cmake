@@ -2,6 +2,7 @@
 set(files_sources
     checksum.cpp
     doseDoubts.cpp
+    encodeVolume.cpp
     fileFormat.cpp
     orientation.cpp
     packed.cpp
@@ -9,7 +10,6 @@ set(files_sources
     readDose.cpp
     storedValues.cpp
     text.cpp
-    writeVolume.cpp
     characters/codedSets.cpp
     characters/gb18030.cpp
     characters/utf8.cpp
@@ -26,7 +26,13 @@ set(files_sources
     formats/dicom/values.cpp
     formats/metaImage.cpp
     formats/nifti.cpp
-    formats/nrrd.cpp
+    formats/nrrd/axes.cpp
+    formats/nrrd/geometry.cpp
+    formats/nrrd/header.cpp
+    formats/nrrd/layers.cpp
+    formats/nrrd/space.cpp
+    formats/nrrd/values.cpp
+    formats/nrrd/volume.cpp
     formats/textHeader.cpp
     formats/volumeFormats.cpp
     measurements/detectorArray.cpp
@@ -70,4 +76,7 @@ set(files_sources
 set(files_native_sources
     namedFile.cpp
     nativeDeflate.cpp
+    output/openFile.cpp
+    output/temporaryFile.cpp
+    output/wholeFile.cpp
     sourceFile.cpp)

@@ -79,8 +79,8 @@ bool isAsInMemory(const ValueFormat& format, const Scaling& scaling)
 
 [[noreturn]] void refuseCount(const char* what, std::uint64_t needed, std::size_t there)
 {
-    refuse(std::string(what) + ", or its header lies: its grid needs " + grouped(needed) +
-           " bytes of values, the file has " + grouped(there));
+    refuseDamaged(std::string(what) + ", or its header lies: its grid needs " + grouped(needed) +
+                  " bytes of values, the file has " + grouped(there));
 }
 
 bool isBlank(char c)
@@ -108,7 +108,7 @@ template <class Number> Number parsed(std::string_view word)
     Number value{};
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
     if (error != std::errc() || end != digits.data() + digits.size()) {
-        refuse("has a value of \"" + excerpt(word) + "\", which is no number of its type");
+        refuseDamaged("has a value of \"" + excerpt(word) + "\", which is no number of its type");
     }
     return value;
 }
@@ -151,7 +151,7 @@ std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const V
         return values;
     }
     Bytes bytes(needed);
-    unpackInto(bytes.room(), packed, deflate);
+    unpackInto(bytes.buffer(), packed, deflate);
     return converted(bytes.view(), format, scaling, count);
 }
 
@@ -159,15 +159,15 @@ std::vector<float> writtenValues(std::string_view text, const ValueFormat& forma
                                  const Scaling& scaling, std::size_t count)
 {
     if (text.size() / 2 + 1 < count) { // a digit and a blank each
-        refuse("is cut short, or its header lies: its grid needs " + grouped(count) +
-               " values, the file has fewer");
+        refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(count) +
+                      " values, the file has fewer");
     }
     std::vector<float> values(count);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string_view word = takeWord(text);
         if (word.empty()) {
-            refuse("is cut short, or its header lies: its grid needs " + grouped(count) +
-                   " values, the file has " + grouped(i));
+            refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(count) +
+                          " values, the file has " + grouped(i));
         }
         values[i] = withType(format, [&](auto type) {
             const auto value = parsed<decltype(type)>(word);
@@ -175,8 +175,8 @@ std::vector<float> writtenValues(std::string_view text, const ValueFormat& forma
         });
     }
     if (!takeWord(text).empty()) {
-        refuse("holds more than its grid, or its header lies: its grid needs " + grouped(count) +
-               " values");
+        refuseDamaged("holds more than its grid, or its header lies: its grid needs " +
+                      grouped(count) + " values");
     }
     return values;
 }

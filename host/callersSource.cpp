@@ -133,7 +133,7 @@ DoseImage imageOf(const zarnGIHost_NamedDose& named)
     setPlaces(dose, named.places);
     if (!std::all_of(dose.image.values.begin(), dose.image.values.end(),
                      [](float value) { return std::isfinite(value); })) {
-        throw zarngi::failureOf(named.name, FileError{FileError::Kind::refused,
+        throw zarngi::failureOf(named.name, FileError{FileError::Kind::damaged,
                                                       "holds doses that are not finite numbers"});
     }
     return dose;
@@ -148,7 +148,7 @@ files::UnpackPixels unpackerOf(const zarnGIHost_Source& source)
         files::Bytes pixels(bytes);
         if (source.unpackPixels(file.data(), file.size(), pixels.data(), bytes, source.context) !=
             ZARNGI_HOST_OK) {
-            return FileError{FileError::Kind::refused, "its pixel data cannot be unpacked"};
+            return FileError{FileError::Kind::damaged, "its pixel data cannot be unpacked"};
         }
         return pixels;
     };

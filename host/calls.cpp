@@ -28,7 +28,8 @@ int report(const FileError& failure, zarnGIHost_Error* error)
         return ZARNGI_HOST_SYSTEM;
     case FileError::Kind::outOfMemory:
         return ZARNGI_HOST_NO_MEMORY;
-    case FileError::Kind::refused:
+    case FileError::Kind::damaged:
+    case FileError::Kind::notSupported:
     case FileError::Kind::foreign:
         break;
     }
@@ -37,7 +38,7 @@ int report(const FileError& failure, zarnGIHost_Error* error)
 
 int refuseArgument(const char* sentence, zarnGIHost_Error* error)
 {
-    report({FileError::Kind::refused, sentence}, error);
+    report({FileError::Kind::damaged, sentence}, error);
     return ZARNGI_HOST_BAD_ARGUMENT;
 }
 
@@ -60,7 +61,7 @@ files::FindFile finder(zarnGIHost_FindFile find, void* context)
         std::size_t size = 0;
         const void* const contents = find == nullptr ? nullptr : find(name.c_str(), context, &size);
         if (contents == nullptr) {
-            return FileError{FileError::Kind::refused, "its data file is missing"};
+            return FileError{FileError::Kind::damaged, "its data file is missing"};
         }
         files::Bytes bytes(size);
         std::memcpy(bytes.data(), contents, size);
@@ -72,8 +73,7 @@ bool isGrid(const int* size, const double* spacing, const double* origin)
 {
     std::int64_t voxels = 1;
     for (int i = 0; i < 3; ++i) {
-        const bool fits =
-            size[i] >= 1 && size[i] <= std::numeric_limits<std::int32_t>::max() / voxels;
+        const bool fits = size[i] >= 1 && size[i] <= files::mostVoxels / voxels;
         if (!fits || !(spacing[i] > 0 && std::isfinite(spacing[i])) || !std::isfinite(origin[i])) {
             return false;
         }

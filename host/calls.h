@@ -8,7 +8,7 @@
 #include "comparison/doseSampling.h"
 #include "files/doseImage.h"
 #include "files/error.h"
-#include "files/readDose.h"
+#include "files/host.h"
 #include "host/libZarnGIHost.h"
 
 namespace host

@@ -58,8 +58,10 @@ int kindOf(const zarngi::InputError& error)
     switch (error.kind()) {
     case FailureKind::foreign:
         return ZARNGI_HOST_REFUSAL_FOREIGN;
-    case FailureKind::refused:
+    case FailureKind::damaged:
         return ZARNGI_HOST_REFUSAL_FILE;
+    case FailureKind::notSupported:
+        return ZARNGI_HOST_REFUSAL_UNSUPPORTED;
     case FailureKind::system:
         return ZARNGI_HOST_REFUSAL_SYSTEM;
     case FailureKind::memory:

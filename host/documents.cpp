@@ -38,7 +38,7 @@ template <class Make> int handText(zarnGIHost_Bytes* out, zarnGIHost_Error* erro
             return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()},
                               out);
         } catch (const zarngi::InputError& failure) {
-            return host::report({files::FileError::Kind::refused, failure.what()}, error);
+            return host::report({files::FileError::Kind::notSupported, failure.what()}, error);
         }
     });
 }

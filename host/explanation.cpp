@@ -199,9 +199,9 @@ int zarnGIHost_explain(const zarnGIHost_ExplanationInput* input, const char* opt
         } catch (const Json::exception&) {
             return host::refuseArgument("the options are not as they are described", error);
         } catch (const zarngi::UsageError& failure) {
-            return host::report({FileError::Kind::refused, failure.reason().text()}, error);
+            return host::report({FileError::Kind::notSupported, failure.reason().text()}, error);
         } catch (const zarngi::InputError& failure) {
-            return host::report({FileError::Kind::refused, failure.what()}, error);
+            return host::report({FileError::Kind::notSupported, failure.what()}, error);
         }
     });
 }

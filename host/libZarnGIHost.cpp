@@ -8,10 +8,11 @@
 #include <memory>
 
 #include "comparison/failedSides.h"
+#include "files/encodeVolume.h"
 #include "files/nativeDeflate.h"
+#include "files/output/wholeFile.h"
 #include "files/readDose.h"
 #include "files/text.h"
-#include "files/writeVolume.h"
 #include "host/calls.h"
 #include "host/doses.h"
 
@@ -33,8 +34,9 @@ using host::report;
 int hand(files::Result<files::DoseImage> result, zarnGIHost_Dose** dose, zarnGIHost_Error* error)
 {
     if (result && !result->hasVolume()) {
-        return report({FileError::Kind::refused, "holds a plane or points, not a volume of doses"},
-                      error);
+        return report(
+            {FileError::Kind::notSupported, "holds a plane or points, not a volume of doses"},
+            error);
     }
     return host::handDose(std::move(result), dose, error);
 }

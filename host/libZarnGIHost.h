@@ -575,11 +575,12 @@ enum zarnGIHost_RefusalKind {
     ZARNGI_HOST_REFUSAL_REQUEST = 1, /**< the request, by itself or for these doses; see `member` */
     ZARNGI_HOST_REFUSAL_PAIR = 2, /**< the doses, or what belongs to them, cannot be compared so */
     ZARNGI_HOST_REFUSAL_FOREIGN = 3,     /**< a file is none of the kinds that are read */
-    ZARNGI_HOST_REFUSAL_FILE = 4,        /**< a file is damaged, or holds what is not read */
+    ZARNGI_HOST_REFUSAL_FILE = 4,        /**< a file is damaged */
     ZARNGI_HOST_REFUSAL_SYSTEM = 5,      /**< the system does not give a file, or a thread */
     ZARNGI_HOST_REFUSAL_MEMORY = 6,      /**< there is not enough */
     ZARNGI_HOST_REFUSAL_INTERRUPTED = 7, /**< the watcher has ended it */
-    ZARNGI_HOST_REFUSAL_ARGUMENT = 8     /**< an argument of the function */
+    ZARNGI_HOST_REFUSAL_ARGUMENT = 8,    /**< an argument of the function */
+    ZARNGI_HOST_REFUSAL_UNSUPPORTED = 9  /**< a file holds what is not read */
 };
 
 /** Bytes of the longest name of a member, with its end. */

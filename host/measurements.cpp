@@ -4,6 +4,7 @@
 #include "comparison/failure.h"
 #include "comparison/measurements/placement.h"
 #include "files/nativeDeflate.h"
+#include "files/readDose.h"
 #include "host/calls.h"
 #include "host/doses.h"
 
@@ -81,9 +82,9 @@ DoseImage placed(const zarnGIHost_Plane& plane, const char* name, const double* 
         zarngi::putInSpace(dose, place);
         return dose;
     } catch (const zarngi::UsageError& failure) {
-        files::refuse(failure.reason().text());
+        files::refuseUnsupported(failure.reason().text());
     } catch (const zarngi::InputError& failure) {
-        files::refuse(failure.what());
+        files::refuseUnsupported(failure.what());
     }
 }
 

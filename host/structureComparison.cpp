@@ -115,9 +115,9 @@ int zarnGIHost_compareStructures(const zarnGIHost_StructureInput* input, const c
         } catch (const Json::exception&) {
             return host::refuseArgument("the options are not as they are described", error);
         } catch (const zarngi::UsageError& failure) {
-            return host::report({FileError::Kind::refused, failure.reason().text()}, error);
+            return host::report({FileError::Kind::notSupported, failure.reason().text()}, error);
         } catch (const zarngi::InputError& failure) {
-            return host::report({FileError::Kind::refused, failure.what()}, error);
+            return host::report({FileError::Kind::notSupported, failure.what()}, error);
         }
     });
 }

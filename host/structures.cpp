@@ -149,8 +149,9 @@ int zarnGIHost_findVoxels(const zarnGIHost_Structures* structures, size_t struct
         const files::Geometry grid = host::geometryOf(size, spacing, origin);
         const auto regions = files::regionsOf(structures->set, grid.spacing[2]);
         if (!regions[structure]) {
-            return report({FileError::Kind::refused, structures->set.structures[structure].refusal},
-                          error);
+            return report(
+                {FileError::Kind::notSupported, structures->set.structures[structure].refusal},
+                error);
         }
         fill(voxels, grid, regions[structure]->pointsIn(files::voxelCentres(grid)));
         return static_cast<int>(ZARNGI_HOST_OK);

@@ -4,6 +4,8 @@
 
 #include "shellLattice.h"
 
+using namespace zarngi::engine;
+
 namespace
 {
 

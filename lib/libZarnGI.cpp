@@ -12,6 +12,8 @@
 #include "gammaIndexKernelCPU/setup.h"
 #include "gammaIndexKernelCPU/watch.h"
 
+using namespace zarngi::engine;
+
 calculationEnvironment* Env = nullptr;
 libraryStatus libStatus = {0, 0, 0, 0};
 const char* const VERSION_STRING = "4.1";
@@ -165,13 +167,13 @@ int checkGrid(const int* nn, const float* hs, const float* x0, const float* map)
 
 using FloatArray = std::unique_ptr<float[]>;
 
-/** A new array, with room behind it for a vector that starts at its last element. */
+/** A new array, with padding behind it for a vector that starts at its last element. */
 FloatArray newArray(std::size_t count)
 {
-    constexpr std::size_t room = 16;
-    FloatArray array(new (std::nothrow) float[count + room]);
+    constexpr std::size_t padding = 16;
+    FloatArray array(new (std::nothrow) float[count + padding]);
     if (array) {
-        std::fill(array.get() + count, array.get() + count + room, 0.0F);
+        std::fill(array.get() + count, array.get() + count + padding, 0.0F);
     }
     return array;
 }

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -67,3 +70,5 @@ LatticeRange ShellLattice::row(std::int64_t i, std::int64_t j) const
     }
     return k;
 }
+
+} // namespace zarngi::engine

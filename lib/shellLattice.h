@@ -7,6 +7,9 @@
 
 #include <cstdint>
 
+namespace zarngi::engine
+{
+
 /** A range of lattice indices, both ends included; empty when first > last. */
 struct LatticeRange {
     std::int64_t first;
@@ -45,5 +48,7 @@ private:
     float rsqmax_;
     bool holdsOrigin_;
 };
+
+} // namespace zarngi::engine
 
 #endif

@@ -10,7 +10,7 @@
 
 #include "comparison/doseImage.h"
 #include "comparison/fileDigest.h"
-#include "files/readDose.h"
+#include "files/host.h"
 #include "files/structures/structureSet.h"
 
 namespace zarngi

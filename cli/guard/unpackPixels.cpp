@@ -41,9 +41,9 @@ private:
     int number_;
 };
 
-files::FileError refusal(const std::string& sentence)
+files::FileError unsupported(const std::string& sentence)
 {
-    return {files::FileError::Kind::refused, sentence};
+    return {files::FileError::Kind::notSupported, sentence};
 }
 
 /** The decoding program: beside this one in a build, in libexec where they are installed. */
@@ -70,12 +70,12 @@ bool writeAll(int file, files::ByteView contents)
     return true;
 }
 
-/** Reads up to the end or as far as the room goes; tells how much. */
-std::size_t readAll(int file, std::span<unsigned char> room)
+/** Reads up to the end or as far as the buffer goes; tells how much. */
+std::size_t readAll(int file, std::span<unsigned char> buffer)
 {
     std::size_t done = 0;
-    while (done < room.size()) {
-        const ssize_t count = read(file, room.data() + done, room.size() - done);
+    while (done < buffer.size()) {
+        const ssize_t count = read(file, buffer.data() + done, buffer.size() - done);
         if (count == 0 || (count < 0 && errno != EINTR)) {
             break;
         }
@@ -127,8 +127,8 @@ files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes
 {
     const std::string program = decoderPath();
     if (access(program.c_str(), X_OK) != 0) {
-        return refusal("holds a dose packed as JPEG, and the program that unpacks it, " + program +
-                       ", is not there");
+        return unsupported("holds a dose packed as JPEG, and the program that unpacks it, " +
+                           program + ", is not there");
     }
     const Descriptor input(memfd_create("zarngi-dicom", MFD_CLOEXEC));
     int ends[2] = {-1, -1};
@@ -141,16 +141,16 @@ files::Result<files::Bytes> unpackPixels(files::ByteView file, std::size_t bytes
     const pid_t process = start(program, input.number(), childEnd.number());
     childEnd.closeNow();
     if (process < 0) {
-        return refusal("holds a dose packed as JPEG, and " + program + " cannot be started");
+        return unsupported("holds a dose packed as JPEG, and " + program + " cannot be started");
     }
     files::Bytes unpacked(bytes + 1); // one more shows that there are too many
-    unpacked.shorten(readAll(pixels.number(), unpacked.room()));
+    unpacked.shorten(readAll(pixels.number(), unpacked.buffer()));
     if (unpacked.size() > bytes) {
         kill(process, SIGKILL);
     }
     const std::string sentence = sentenceOf(waitFor(process), unpacked.size() == bytes);
     if (!sentence.empty()) {
-        return refusal(sentence);
+        return files::FileError{files::FileError::Kind::damaged, sentence};
     }
     return unpacked;
 }

@@ -6,14 +6,17 @@
 
 #include <filesystem>
 
-#include "cli/output/systemCall.h"
 #include "comparison/failure.h"
+#include "files/output/systemCall.h"
 
 namespace zarngi
 {
 
 namespace
 {
+
+using files::checked;
+using files::OpenFile;
 
 /** A second descriptor: the first may be put to another use. */
 OpenFile duplicate(int descriptor)
@@ -55,7 +58,7 @@ void OutputFile::prepare()
         checkPlace();
     }
     if (place_.isFile) {
-        temporary_.emplace(std::filesystem::path(place_.path).parent_path());
+        pending_.emplace(std::filesystem::path(place_.path).parent_path());
     }
 }
 
@@ -79,8 +82,7 @@ OpenFile OutputFile::openPlace()
     if (open_) {
         return std::move(*open_);
     }
-    const std::string& path = place_.isFile ? temporary_->path() : place_.path;
-    return OpenFile(open(path.c_str(), O_WRONLY | O_TRUNC | O_NOCTTY | O_CLOEXEC));
+    return OpenFile(open(place_.path.c_str(), O_WRONLY | O_TRUNC | O_NOCTTY | O_CLOEXEC));
 }
 
 std::string OutputFile::folder() const
@@ -92,13 +94,15 @@ std::string OutputFile::folder() const
 void OutputFile::write(std::string_view contents)
 {
     attempt([&] {
-        const BrokenPipesFail whileWriting;
+        if (place_.isFile) {
+            pending_->write(contents);
+            pending_->renameTo(place_.path);
+            return;
+        }
+        const files::BrokenPipesFail whileWriting;
         OpenFile target = openPlace();
         target.write(contents);
         target.finish();
-        if (place_.isFile) {
-            temporary_->renameTo(place_.path);
-        }
     });
 }
 

@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
-#include "cli/output/openFile.h"
 #include "cli/output/outputPlace.h"
-#include "cli/output/temporaryFile.h"
+#include "cli/output/pendingFile.h"
+#include "files/output/openFile.h"
 
 namespace zarngi
 {
@@ -41,11 +41,11 @@ private:
     [[noreturn]] void fail(const std::string& reason) const;
     void prepare();
     void checkPlace() const;
-    OpenFile openPlace();
+    files::OpenFile openPlace();
 
     OutputPlace place_;
-    std::optional<OpenFile> open_; ///< of a place that was open before the program began
-    std::optional<TemporaryFile> temporary_;
+    std::optional<files::OpenFile> open_; ///< of a place that was open before the program began
+    std::optional<PendingFile> pending_;
 };
 
 } // namespace zarngi

@@ -11,7 +11,6 @@
 
 #include "cli/commands/requestFile.h"
 #include "cli/output/reportTemplate.h"
-#include "cli/output/systemCall.h"
 #include "cli/output/volumeFile.h"
 #include "comparison/csv.h"
 #include "comparison/documents/requestJson.h"
@@ -20,6 +19,7 @@
 #include "comparison/nativePagePacking.h"
 #include "comparison/record.h"
 #include "comparison/reportPage.h"
+#include "files/output/systemCall.h"
 #include "files/text.h"
 
 namespace zarngi
@@ -68,7 +68,7 @@ void printToStandardError()
     std::cout.flush();
     std::fflush(stdout);
     if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) { // it is closed: nobody wants to see it
-        const int nowhere = checked(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        const int nowhere = files::checked(open("/dev/null", O_WRONLY | O_CLOEXEC));
         dup2(nowhere, STDOUT_FILENO);
         close(nowhere);
     }

@@ -1,8 +1,8 @@
 #include "cli/output/volumeFile.h"
 
 #include "comparison/failure.h"
+#include "files/encodeVolume.h"
 #include "files/nativeDeflate.h"
-#include "files/writeVolume.h"
 
 namespace zarngi
 {

@@ -90,7 +90,7 @@ DoseChange ChangeSearch::search(const Parameters& free, const DoseChange& start,
                                 const std::array<double, parameterCount>& edges,
                                 const SimplexSettings& settings)
 {
-    SearchSpace space;
+    SimplexSpace space;
     std::vector<std::size_t> searched;
     for (std::size_t parameter = 0; parameter < parameterCount; ++parameter) {
         if (free[parameter]) {

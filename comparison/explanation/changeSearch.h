@@ -28,7 +28,7 @@ DoseChange rounded(DoseChange change);
 class ChangeSearch
 {
 public:
-    /** @param room from searchRoom(). */
+    /** @param bounded from shiftBounds(). */
     ChangeSearch(Trials& trials, const Vec3& bounds, const WatchExplanation& watch,
                  double allVoxels);
 

@@ -7,6 +7,7 @@
 #include "comparison/explanation/changeSearch.h"
 #include "comparison/explanation/conclusion.h"
 #include "comparison/failure.h"
+#include "comparison/gammaStatistics.h"
 #include "comparison/structures/structureGamma.h"
 #include "libZarnGI.h"
 
@@ -15,9 +16,6 @@ namespace zarngi
 
 namespace
 {
-
-/** gamma of a voxel without an evaluation dose within reach is 1e10. */
-constexpr float unreachedGamma = 1e9F;
 
 /** Voxels that a search needs; more of them would not make it more precise. */
 constexpr std::size_t mostSearched = 20000;
@@ -116,10 +114,10 @@ private:
         for (std::size_t axis = 0; axis < 3; ++axis) {
             bounds[axis] = evaluation_.geometry.size[axis] > 1 ? result_.range : 0;
         }
-        SearchRoom room = searchRoom(reference_.geometry, evaluation_.geometry, all_, bounds,
-                                     result_.criterion.distance);
-        result_.bounds = room.bounds;
-        inside_ = room.inside.empty() ? all_ : std::move(room.inside);
+        ShiftBounds bounded = shiftBounds(reference_.geometry, evaluation_.geometry, all_, bounds,
+                                          result_.criterion.distance);
+        result_.bounds = bounded.bounds;
+        inside_ = bounded.inside.empty() ? all_ : std::move(bounded.inside);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             result_.axes[axis] = evaluation_.geometry.size[axis] == 1 ? AxisSearch::oneVoxel
                                  : result_.bounds[axis] == 0          ? AxisSearch::noRoom
@@ -298,20 +296,15 @@ private:
         std::vector<float> doses;
         const CentreDoses centres(reference_, movedEvaluation(doses));
         Remainder& rest = result_.remainder;
-        const Geometry& grid = reference_.geometry;
-        const auto width = static_cast<std::size_t>(grid.size[0]);
-        const auto height = static_cast<std::size_t>(grid.size[1]);
         for (const std::size_t voxel : all_) {
             if (result_.after.passed[voxel] != ZARNGI_FAILED) {
                 continue;
             }
             centres.count(rest.sides, voxel);
             rest.unreached += result_.after.gamma[voxel] > unreachedGamma ? 1U : 0U;
-            const std::size_t row = voxel / width;
-            const std::array<std::size_t, 3> place{voxel % width, row % height, row / height};
+            const Vec3 centre = reference_.geometry.centreOf(voxel);
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                rest.centre[axis] +=
-                    grid.origin[axis] + static_cast<double>(place[axis]) * grid.spacing[axis];
+                rest.centre[axis] += centre[axis];
             }
         }
         for (double& coordinate : rest.centre) {

@@ -19,11 +19,10 @@ std::vector<bool> staysInside(const Geometry& reference, const Geometry& evaluat
 {
     const double half = evaluation.spacing[axis] / 2;
     const double first = evaluation.origin[axis] - half + bound;
-    const double last = evaluation.origin[axis] +
-                        (evaluation.size[axis] - 1) * evaluation.spacing[axis] + half - bound;
+    const double last = evaluation.centre(axis, evaluation.size[axis] - 1) + half - bound;
     std::vector<bool> inside;
     for (int voxel = 0; voxel < reference.size[axis]; ++voxel) {
-        const double position = reference.origin[axis] + voxel * reference.spacing[axis];
+        const double position = reference.centre(axis, voxel);
         inside.push_back(position >= first && position <= last);
     }
     return inside;
@@ -53,7 +52,7 @@ VoxelList insideOf(const Geometry& reference, const Geometry& evaluation, const 
     return list;
 }
 
-/** Halves the bound of one axis until half of the voxels stay inside; 0: it has no room. */
+/** Halves the bound of one axis until half of the voxels stay inside; 0: it cannot be moved. */
 double boundAlong(const Geometry& reference, const Geometry& evaluation, const VoxelList& voxels,
                   std::size_t axis, double bound, double reach)
 {
@@ -77,8 +76,8 @@ std::uint64_t spread(std::uint64_t number)
 
 } // namespace
 
-SearchRoom searchRoom(const Geometry& reference, const Geometry& evaluation,
-                      const VoxelList& voxels, Vec3 bounds, double reach)
+ShiftBounds shiftBounds(const Geometry& reference, const Geometry& evaluation,
+                        const VoxelList& voxels, Vec3 bounds, double reach)
 {
     const VoxelList overlapping = insideOf(reference, evaluation, voxels, {}, 0);
     if (overlapping.empty()) {

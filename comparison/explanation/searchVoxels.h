@@ -10,8 +10,8 @@
 namespace zarngi
 {
 
-/** The room for shifts, and the voxels that keep their evaluation doses within it. */
-struct SearchRoom {
+/** How far shifts may go, and the voxels that keep their evaluation doses within it. */
+struct ShiftBounds {
     Vec3 bounds{};    ///< mm; 0: none along this axis
     VoxelList inside; ///< those around which the evaluation stays as far as `reach`
 };
@@ -22,8 +22,8 @@ struct SearchRoom {
  * @param bounds mm, wanted; 0: no shift along this axis.
  * @param reach mm around a voxel's centre in which its doses are searched.
  */
-SearchRoom searchRoom(const Geometry& reference, const Geometry& evaluation,
-                      const VoxelList& voxels, Vec3 bounds, double reach);
+ShiftBounds shiftBounds(const Geometry& reference, const Geometry& evaluation,
+                        const VoxelList& voxels, Vec3 bounds, double reach);
 
 /** About so many of the voxels, spread evenly and always the same. */
 VoxelList someOf(const VoxelList& voxels, std::size_t count);

@@ -18,7 +18,7 @@ struct Vertex {
 class Simplex
 {
 public:
-    Simplex(const std::function<double(const Place&)>& function, const SearchSpace& space,
+    Simplex(const std::function<double(const Place&)>& function, const SimplexSpace& space,
             int evaluations)
         : function_(function), space_(space), left_(evaluations)
     {
@@ -158,7 +158,7 @@ private:
     }
 
     const std::function<double(const Place&)>& function_;
-    const SearchSpace& space_;
+    const SimplexSpace& space_;
     int left_;
     std::vector<Vertex> vertices_; ///< the best first
 };
@@ -166,7 +166,7 @@ private:
 } // namespace
 
 Minimum minimiseBySimplex(const std::function<double(const Place&)>& function,
-                          const SearchSpace& space, const SimplexSettings& settings)
+                          const SimplexSpace& space, const SimplexSettings& settings)
 {
     Simplex simplex(function, space, settings.evaluations);
     Vertex best = simplex.evaluate(space.start);

@@ -18,7 +18,7 @@ namespace zarngi
 using Place = std::vector<double>;
 
 /** Where a function is searched, and from where on; all of one length, at least 1. */
-struct SearchSpace {
+struct SimplexSpace {
     Place lower;
     Place upper; ///< above `lower`
     Place start; ///< within
@@ -45,7 +45,7 @@ struct Minimum {
  * @param function is evaluated within the bounds only; what it throws ends the search.
  */
 Minimum minimiseBySimplex(const std::function<double(const Place&)>& function,
-                          const SearchSpace& space, const SimplexSettings& settings);
+                          const SimplexSpace& space, const SimplexSettings& settings);
 
 } // namespace zarngi
 

@@ -17,14 +17,7 @@ Vec3 placeOf(const DoseImage& dose, std::size_t index)
     if (dose.isPoints()) {
         return dose.measurement->points[index];
     }
-    const Geometry& grid = dose.image.geometry;
-    Vec3 place{};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        const auto size = static_cast<std::size_t>(grid.size[axis]);
-        place[axis] = grid.origin[axis] + static_cast<double>(index % size) * grid.spacing[axis];
-        index /= size;
-    }
-    return place;
+    return dose.image.geometry.centreOf(index);
 }
 
 std::optional<double> nearestDose(const DoseImage& dose, const Vec3& at)

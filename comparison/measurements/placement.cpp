@@ -40,11 +40,6 @@ bool isAlongAxes(const PlanePlace& plane)
     return axisAlong(plane.right) >= 0 && axisAlong(plane.up) >= 0;
 }
 
-Vec3 cross(const Vec3& a, const Vec3& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
 /** A plane along the patient's axes, put at its place. */
 void putGrid(DoseImage& dose, const PlanePlace& plane)
 {
@@ -53,7 +48,7 @@ void putGrid(DoseImage& dose, const PlanePlace& plane)
     std::copy(flat.size.begin(), flat.size.end(), stored.size.begin());
     stored.spacing = flat.spacing;
     stored.origin = files::inSpace(plane, flat.origin[0], flat.origin[1]);
-    stored.axes = {plane.right, plane.up, cross(plane.right, plane.up)};
+    stored.axes = {plane.right, plane.up, files::cross(plane.right, plane.up)};
     Measurement& measurement = *dose.measurement;
     const auto turned = [&stored](std::vector<float> values) {
         return files::toPatientAxes(stored, std::move(values));
@@ -78,10 +73,8 @@ void becomePoints(DoseImage& dose)
     std::vector<float> values;
     for (std::size_t i = 0; i < grid.voxels(); ++i) {
         if (measurement.isMeasured.empty() || measurement.isMeasured[i] != 0) {
-            const double x = grid.origin[0] + static_cast<double>(i % width) * grid.spacing[0];
-            const std::size_t row = i / width;
-            measurement.points.push_back(
-                {x, grid.origin[1] + static_cast<double>(row) * grid.spacing[1], 0});
+            measurement.points.push_back({grid.centre(0, static_cast<double>(i % width)),
+                                          grid.centre(1, static_cast<double>(i / width)), 0});
             values.push_back(dose.image.values[i]);
         }
     }

@@ -18,7 +18,7 @@
 #include "comparison/structures/structureLimits.h"
 #include "comparison/sweep/criterionRange.h"
 #include "comparison/verdict.h"
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace zarngi
 {

@@ -6,6 +6,7 @@
 
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
+#include "files/readDose.h"
 #include "files/structures/readStructures.h"
 #include "files/text.h"
 

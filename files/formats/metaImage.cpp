@@ -28,9 +28,9 @@ MetaHeader parseHeader(ByteView file)
         const auto separator = line->find('=');
         if (separator == std::string_view::npos && !stripped(*line).empty()) {
             if (lowerCase(stripped(*line)) == "elementdatafile") {
-                refuse("its header does not tell where its data are");
+                refuseDamaged("its header does not tell where its data are");
             }
-            refuse("its header has a line without \"=\": \"" + excerpt(*line) + "\"");
+            refuseDamaged("its header has a line without \"=\": \"" + excerpt(*line) + "\"");
         }
         if (separator == std::string_view::npos) {
             continue;
@@ -41,7 +41,7 @@ MetaHeader parseHeader(ByteView file)
             return header;
         }
     }
-    refuse("its header has no end (ElementDataFile)");
+    refuseDamaged("its header has no end (ElementDataFile)");
 }
 
 double unitOf(const MetaHeader& header)
@@ -52,7 +52,7 @@ double unitOf(const MetaHeader& header)
     }
     const std::optional<double> millimetres = millimetresOf(*entry);
     if (!millimetres) {
-        refuse("its lengths are in \"" + excerpt(*entry) + "\", not in mm");
+        refuseUnsupported("its lengths are in \"" + excerpt(*entry) + "\", not in mm");
     }
     return *millimetres;
 }
@@ -62,7 +62,7 @@ void setSpacing(StoredGeometry& stored, const MetaHeader& header, std::size_t di
     const std::string* entry = header.find("elementspacing");
     entry = entry == nullptr ? header.find("elementsize") : entry;
     if (entry == nullptr) {
-        refuse("its header tells no voxel size");
+        refuseUnsupported("its header tells no voxel size");
     }
     const std::vector<double> spacing = numbersOf(*entry, "a voxel size", dimensions);
     const double unit = unitOf(header);
@@ -146,7 +146,7 @@ ValueFormat formatOf(const MetaHeader& header, DoseImage& dose)
     const std::string& name = header.need("elementtype");
     const auto type = types.find(lowerCase(name));
     if (type == types.end()) {
-        refuse("has values of the unknown type \"" + excerpt(name) + "\"");
+        refuseUnsupported("has values of the unknown type \"" + excerpt(name) + "\"");
     }
     ValueFormat format = type->second;
     format.isBigEndian = header.isTrue({"binarydatabyteordermsb", "elementbyteordermsb"}, false);
@@ -175,7 +175,7 @@ void checkChannels(const MetaHeader& header)
 {
     const std::string* const entry = header.find("elementnumberofchannels");
     if (entry != nullptr && *entry != "1") {
-        refuse("has " + excerpt(*entry) + " values per voxel instead of one dose");
+        refuseUnsupported("has " + excerpt(*entry) + " values per voxel instead of one dose");
     }
 }
 
@@ -189,7 +189,7 @@ Scaling scalingOf(const MetaHeader& header)
         scaling.intercept = numbersOf(*offset, "an ElementToIntensityFunctionOffset", 1)[0];
     }
     if (scaling.slope == 0) {
-        refuse("its header gives an ElementToIntensityFunctionSlope of 0");
+        refuseDamaged("its header gives an ElementToIntensityFunctionSlope of 0");
     }
     return scaling;
 }
@@ -231,8 +231,9 @@ ValueFormat settled(ValueFormat format, std::size_t bytes, std::size_t count, bo
         const std::uint64_t ifLong = std::uint64_t{8} * count;
         const bool isLong = bytes == ifLong;
         if (mayBeMore && bytes >= ifLong) {
-            refuse("has values of the type MET_LONG, of which both 4 and 8 bytes fit the file; "
-                   "name it MET_INT or MET_LONG_LONG");
+            refuseUnsupported(
+                "has values of the type MET_LONG, of which both 4 and 8 bytes fit the file; "
+                "name it MET_INT or MET_LONG_LONG");
         }
         format.bytes = isLong ? 8 : 4;
     }
@@ -244,14 +245,16 @@ std::vector<float> unpackedValues(const MetaHeader& header, const DataPart& data
                                   std::size_t count, const Deflate& deflate)
 {
     if (data.isAtEnd) {
-        refuse("its compressed data begins at an odd place (HeaderSize = -1), which is not "
-               "supported");
+        refuseUnsupported(
+            "its compressed data begins at an odd place (HeaderSize = -1), which is not "
+            "supported");
     }
     if (const std::string* const entry = header.find("compresseddatasize")) {
         const std::int64_t size = wholeNumbersOf(*entry, "a CompressedDataSize", 1)[0];
         if (size != 0 && size != static_cast<std::int64_t>(data.bytes.size())) {
-            refuse("is cut short, or its header lies: its CompressedDataSize is " +
-                   excerpt(*entry) + ", the file has " + grouped(data.bytes.size()) + " bytes");
+            refuseDamaged("is cut short, or its header lies: its CompressedDataSize is " +
+                          excerpt(*entry) + ", the file has " + grouped(data.bytes.size()) +
+                          " bytes");
         }
     }
     if (format.bytes == lengthNotTold) {
@@ -270,8 +273,9 @@ std::vector<float> valuesOf(const MetaHeader& header, DataPart data, ValueFormat
     if (!header.isTrue({"binarydata"}, true)) {
         format.bytes = format.bytes == lengthNotTold ? 8 : format.bytes;
         if (isPacked || data.isAtEnd) {
-            refuse("its values are written as text and packed or at an odd place, which is not "
-                   "supported");
+            refuseUnsupported(
+                "its values are written as text and packed or at an odd place, which is not "
+                "supported");
         }
         return writtenValues(asText(data.bytes), format, scaling, count);
     }

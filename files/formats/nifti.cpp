@@ -123,7 +123,7 @@ NiftiHeader parseHeader(ByteView bytes)
                        text.substr(std::min(text.size(), magicOfTwo)).starts_with("ni2");
     const std::size_t length = isTwo ? lengthOfTwo : lengthOfOne;
     if (bytes.size() < length) {
-        refuse("its NIfTI header is cut short");
+        refuseDamaged("its NIfTI header is cut short");
     }
     const bool isBigEndian = beginsWith(bytes, length, true);
     const std::string_view magic = text.substr(isTwo ? magicOfTwo : magicOfOne);
@@ -131,7 +131,7 @@ NiftiHeader parseHeader(ByteView bytes)
         isTwo ? std::string_view("\0\r\n\x1A\n", 5) : std::string_view("\0", 1);
     if (!(isBigEndian || beginsWith(bytes, length, false)) ||
         magic.substr(3, ending.size()) != ending) {
-        refuse("its NIfTI header is damaged");
+        refuseDamaged("its NIfTI header is damaged");
     }
     const FieldReader reader(bytes, isBigEndian);
     NiftiHeader header = isTwo ? fieldsOfTwo(reader) : fieldsOfOne(reader);
@@ -151,13 +151,13 @@ ValueFormat formatOf(const NiftiHeader& header)
         {16, {Kind::floatingPoint, 4}},     {64, {Kind::floatingPoint, 8}}};
     const auto found = formats.find(header.datatype);
     if (found == formats.end()) {
-        refuse("its values are of the NIfTI type " + std::to_string(header.datatype) +
-               ", which is no dose");
+        refuseUnsupported("its values are of the NIfTI type " + std::to_string(header.datatype) +
+                          ", which is no dose");
     }
     ValueFormat format = found->second;
     if (header.bitsPerValue != static_cast<int>(8 * format.bytes)) {
-        refuse("its header gives values of " + std::to_string(header.bitsPerValue) +
-               " bits, its NIfTI type has " + std::to_string(8 * format.bytes));
+        refuseDamaged("its header gives values of " + std::to_string(header.bitsPerValue) +
+                      " bits, its NIfTI type has " + std::to_string(8 * format.bytes));
     }
     format.isBigEndian = header.isBigEndian;
     return format;
@@ -167,14 +167,16 @@ std::array<std::int64_t, 3> sizeOf(const NiftiHeader& header)
 {
     const std::int64_t dimensions = header.dim[0];
     if (dimensions < 3 || dimensions > 7) {
-        refuse("is not three-dimensional but " + std::to_string(dimensions) + "-dimensional");
+        refuseUnsupported("is not three-dimensional but " + std::to_string(dimensions) +
+                          "-dimensional");
     }
     for (std::size_t i = 1; static_cast<std::int64_t>(i) <= dimensions; ++i) {
         if (header.dim[i] < 1) {
-            refuse("its header gives a grid size of " + std::to_string(header.dim[i]));
+            refuseDamaged("its header gives a grid size of " + std::to_string(header.dim[i]));
         }
         if (i > 3 && header.dim[i] != 1) {
-            refuse("is not three-dimensional but " + std::to_string(dimensions) + "-dimensional");
+            refuseUnsupported("is not three-dimensional but " + std::to_string(dimensions) +
+                              "-dimensional");
         }
     }
     return {header.dim[1], header.dim[2], header.dim[3]};
@@ -195,8 +197,8 @@ double unitOf(const NiftiHeader& header, DoseImage& dose)
     case 3:
         return 1e-3;
     default:
-        refuse("its lengths are not in mm but in the unknown NIfTI unit " +
-               std::to_string(header.unit & spaceUnits));
+        refuseUnsupported("its lengths are not in mm but in the unknown NIfTI unit " +
+                          std::to_string(header.unit & spaceUnits));
     }
 }
 
@@ -204,7 +206,7 @@ template <class List> void checkLengths(const List& numbers, double unit, const 
 {
     for (const double value : numbers) {
         if (!(std::fabs(value) * unit <= largestLength)) {
-            refuse("its header gives " + std::string(what) + " of " + number(value));
+            refuseDamaged("its header gives " + std::string(what) + " of " + number(value));
         }
     }
 }
@@ -219,8 +221,8 @@ Affine qform(const NiftiHeader& header)
     const double square = b * b + c * c + d * d;
     constexpr double rounding = 1e-5;
     if (!(square <= 1 + rounding)) {
-        refuse("its header gives a quaternion of " + join(header.quaternion, ", ") +
-               ", which is longer than 1");
+        refuseDamaged("its header gives a quaternion of " + join(header.quaternion, ", ") +
+                      ", which is longer than 1");
     }
     // The root of what is left by rounding to single precision would turn the grid by 0.02 degrees.
     constexpr double halfTurn = 1e-7;
@@ -281,7 +283,7 @@ void checkPixdim(const NiftiHeader& header, double unit)
     for (std::size_t i = 1; i <= 3; ++i) {
         const double size = header.pixdim[i];
         if (!(size > 0 && size * unit <= largestLength)) {
-            refuse("its header gives a voxel size of " + number(size));
+            refuseDamaged("its header gives a voxel size of " + number(size));
         }
     }
 }
@@ -294,8 +296,8 @@ void checkSteps(const StoredGeometry& stored, const NiftiHeader& header, double 
         const double apart =
             std::fabs(stored.spacing[i] - told) * static_cast<double>(stored.size[i]);
         if (!(apart <= placeTolerance)) {
-            refuse("its header tells two different voxel sizes: " + number(told) +
-                   " mm (pixdim) and " + number(stored.spacing[i]) + " mm (sform)");
+            refuseDamaged("its header tells two different voxel sizes: " + number(told) +
+                          " mm (pixdim) and " + number(stored.spacing[i]) + " mm (sform)");
         }
     }
 }
@@ -307,7 +309,7 @@ StoredGeometry geometryOf(const NiftiHeader& header, DoseImage& dose)
     const double unit = unitOf(header, dose);
     checkPixdim(header, unit);
     if (!header.hasQform && !header.hasSform) {
-        refuse("its header tells no position (neither qform nor sform)");
+        refuseUnsupported("its header tells no position (neither qform nor sform)");
     }
     if (header.hasQform) {
         checkLengths(header.quaternion, 1, "an orientation or origin");
@@ -324,7 +326,7 @@ StoredGeometry geometryOf(const NiftiHeader& header, DoseImage& dose)
         checkLengths(row, unit, "an orientation or origin");
     }
     if (header.hasQform && !positionsAgree(header.affine, qform(header), header, unit)) {
-        refuse("its header tells two different positions (qform and sform)");
+        refuseUnsupported("its header tells two different positions (qform and sform)");
     }
     setPlace(stored, header.affine, unit);
     checkSteps(stored, header, unit);
@@ -334,12 +336,12 @@ StoredGeometry geometryOf(const NiftiHeader& header, DoseImage& dose)
 std::size_t dataPositionOf(const NiftiHeader& header)
 {
     constexpr std::size_t extensionMark = 4;
-    constexpr double farthest = 1 << 28; // room for any extension
+    constexpr double farthest = 1 << 28; // enough for any extension
     const double first = header.isPair ? 0 : static_cast<double>(header.length + extensionMark);
     const double told = header.dataPosition;
     const double position = told == 0 ? first : told;
     if (!(position >= first && position <= farthest) || position != std::floor(position)) {
-        refuse("its header gives a data position of " + number(told));
+        refuseDamaged("its header gives a data position of " + number(told));
     }
     return static_cast<std::size_t>(position);
 }
@@ -351,7 +353,7 @@ Scaling scalingOf(const NiftiHeader& header)
         return {}; // the values are not scaled
     }
     if (!std::isfinite(header.scaling.intercept)) {
-        refuse("its header gives an intercept of " + number(header.scaling.intercept));
+        refuseDamaged("its header gives an intercept of " + number(header.scaling.intercept));
     }
     return header.scaling;
 }
@@ -369,14 +371,14 @@ std::vector<float> valuesOf(ByteView data, std::size_t position, const NiftiHead
         return plainValues(part(data, position), format, scaling, count);
     }
     if (mostUnpacked(data.size()) < whole) {
-        refuse("is cut short, or its header lies: its grid needs " + grouped(whole) +
-               " bytes, the packed file has " + grouped(data.size()));
+        refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(whole) +
+                      " bytes, the packed file has " + grouped(data.size()));
     }
     if (position == 0) {
         return packedValues(data, deflate, format, scaling, count);
     }
     Bytes bytes(whole);
-    unpackInto(bytes.room(), data, deflate);
+    unpackInto(bytes.buffer(), data, deflate);
     return plainValues(part(bytes.view(), position), format, scaling, count);
 }
 

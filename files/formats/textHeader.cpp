@@ -56,7 +56,7 @@ void TextHeader::add(std::string_view key, std::string_view value)
 {
     const auto [entry, isNew] = entries_.emplace(lowerCase(stripped(key)), stripped(value));
     if (!isNew && entry->second != stripped(value)) {
-        refuse("its header gives \"" + excerpt(entry->first) + "\" twice");
+        refuseDamaged("its header gives \"" + excerpt(entry->first) + "\" twice");
     }
 }
 
@@ -72,8 +72,8 @@ const std::string* TextHeader::findAny(std::initializer_list<std::string_view> k
     for (const std::string_view key : keys) {
         const std::string* const entry = find(key);
         if (entry != nullptr && found != nullptr && *entry != *found) {
-            refuse("its header gives \"" + std::string(*keys.begin()) +
-                   "\" twice, under two names");
+            refuseDamaged("its header gives \"" + std::string(*keys.begin()) +
+                          "\" twice, under two names");
         }
         found = entry == nullptr ? found : entry;
     }
@@ -84,7 +84,7 @@ const std::string& TextHeader::need(std::string_view key) const
 {
     const std::string* const entry = find(key);
     if (entry == nullptr) {
-        refuse("its header has no \"" + std::string(key) + "\"");
+        refuseDamaged("its header has no \"" + std::string(key) + "\"");
     }
     return *entry;
 }
@@ -100,15 +100,15 @@ bool TextHeader::isTrue(std::initializer_list<std::string_view> keys, bool other
     // Readers take any other word for false, "yes" among them.
     const bool isNo = word == "false" || word == "f" || word == "0" || word == "no" || word == "n";
     if (!isYes && !isNo) {
-        refuse("its header gives \"" + std::string(*keys.begin()) + "\" as \"" + excerpt(*entry) +
-               "\" (accepted: True, False)");
+        refuseDamaged("its header gives \"" + std::string(*keys.begin()) + "\" as \"" +
+                      excerpt(*entry) + "\" (accepted: True, False)");
     }
     return isYes;
 }
 
 void refuseEntry(const char* what, std::string_view entry)
 {
-    refuse("its header gives " + std::string(what) + " of \"" + excerpt(entry) + "\"");
+    refuseDamaged("its header gives " + std::string(what) + " of \"" + excerpt(entry) + "\"");
 }
 
 std::vector<double> numbersOf(std::string_view entry, const char* what, std::size_t count)
@@ -143,13 +143,14 @@ std::vector<std::int64_t> wholeNumbersOf(std::string_view entry, const char* wha
 std::array<std::int64_t, 3> volumeSize(const std::vector<std::int64_t>& sizes)
 {
     if (sizes.size() > mostDimensions) {
-        refuse("its header gives " + std::to_string(sizes.size()) + " dimensions");
+        refuseUnsupported("its header gives " + std::to_string(sizes.size()) + " dimensions");
     }
     const bool isVolume =
         sizes.size() >= 3 &&
         std::all_of(sizes.begin() + 3, sizes.end(), [](std::int64_t size) { return size == 1; });
     if (!isVolume) {
-        refuse("is not three-dimensional but " + std::to_string(sizes.size()) + "-dimensional");
+        refuseUnsupported("is not three-dimensional but " + std::to_string(sizes.size()) +
+                          "-dimensional");
     }
     return {sizes[0], sizes[1], sizes[2]};
 }
@@ -157,11 +158,11 @@ std::array<std::int64_t, 3> volumeSize(const std::vector<std::int64_t>& sizes)
 void checkDataFileName(const std::string& name)
 {
     if (name.empty()) {
-        refuse("its header does not tell where its data are");
+        refuseDamaged("its header does not tell where its data are");
     }
     const std::string lower = lowerCase(name);
     if (lower == "list" || lower.starts_with("list ") || name.find('%') != std::string::npos) {
-        refuse("its data are spread over several files; write them into one");
+        refuseUnsupported("its data are spread over several files; write them into one");
     }
 }
 

@@ -5,11 +5,9 @@
 #ifndef ZARNGI_FILES_FORMATS_VOLUMEFORMATS_H
 #define ZARNGI_FILES_FORMATS_VOLUMEFORMATS_H
 
-#include <vector>
-
+#include "files/doseImage.h"
 #include "files/fileFormat.h"
-#include "files/formats/textHeader.h"
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace files
 {
@@ -37,16 +35,6 @@ void completeVolume(FileFormat format, DoseImage& dose);
 
 /** Reads any of them; what the file does not tell is told as a warning. @throws Refusal */
 DoseImage readVolume(FileFormat format, ByteView file, const FindFile& find, const Host& host);
-
-/** The volumes of a NRRD whose axis of the kind "list" counts them, and what else it says. */
-struct NrrdLayers {
-    DoseImage common;                       ///< all but the values
-    std::vector<std::vector<float>> values; ///< of each layer; one without such an axis
-    TextHeader keys;                        ///< of its lines "key:=value"
-};
-
-/** Reads all layers; what the file does not tell is told as a warning. @throws Refusal */
-NrrdLayers readNrrdLayers(ByteView file, const FindFile& find, const Host& host);
 
 } // namespace files
 

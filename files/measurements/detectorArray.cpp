@@ -41,12 +41,12 @@ Section sectionAt(const Lines& lines, Place head)
     const std::string name = trimmed(head->text);
     const Place names = head + 1;
     if (names == lines.end() || !names->text.starts_with("Ycm\tROW")) {
-        refuse("has a section \"" + name + "\" that does not begin with Ycm and ROW");
+        refuseDamaged("has a section \"" + name + "\" that does not begin with Ycm and ROW");
     }
     const Place rows = names + 1;
     const Place end = std::find_if(rows, lines.end(), endsRows);
     if (end == lines.end() || end + 1 == lines.end() || !(end + 1)->text.starts_with("\tXcm\t")) {
-        refuse("is cut short: its section \"" + name + "\" does not end with COL and Xcm");
+        refuseDamaged("is cut short: its section \"" + name + "\" does not end with COL and Xcm");
     }
     return {name, {rows, end}, *(end + 1)};
 }
@@ -60,7 +60,7 @@ std::optional<Section> findSection(const Lines& lines, std::string_view head)
         return {};
     }
     if (std::find_if(found + 1, lines.end(), isIt) != lines.end()) {
-        refuse("has two sections \"" + std::string(head) + "\"");
+        refuseDamaged("has two sections \"" + std::string(head) + "\"");
     }
     return sectionAt(lines, found);
 }
@@ -80,16 +80,17 @@ void checkCount(const Lines& lines, std::string_view key, std::size_t count)
 {
     const std::string told = entryOf(lines, key);
     if (!told.empty() && parseNumber(told) != static_cast<double>(count)) {
-        refuse("tells " + std::string(key) + " " + excerpt(told) + ", but its doses have " +
-               grouped(count));
+        refuseDamaged("tells " + std::string(key) + " " + excerpt(told) + ", but its doses have " +
+                      grouped(count));
     }
 }
 
 void checkIsCalibrated(const Lines& lines)
 {
     if (parseNumber(entryOf(lines, "Dose per Count:")) == 0) {
-        refuse("is a detector array that is not calibrated to dose (Dose per Count is 0); "
-               "calibrate it in its program and export it anew");
+        refuseUnsupported(
+            "is a detector array that is not calibrated to dose (Dose per Count is 0); "
+            "calibrate it in its program and export it anew");
     }
 }
 
@@ -163,8 +164,8 @@ std::vector<Cells> rowsLike(const Section& doses, const Section& section)
     if (!areAlike(columnsOf(section), columns, columns.size()) ||
         !std::equal(rows.begin(), rows.end(), expected.begin(), expected.end(),
                     [](const Cells& a, const Cells& b) { return areAlike(a, b, cellsBefore); })) {
-        refuse("has a section \"" + section.head + "\" of other places than \"" + doses.head +
-               "\"");
+        refuseDamaged("has a section \"" + section.head + "\" of other places than \"" +
+                      doses.head + "\"");
     }
     return rows;
 }
@@ -180,12 +181,12 @@ void setMeasured(DoseMatrix& matrix, const Section& doses, const Section& flags)
         const TextLine& line = flags.rows[i / columns];
         const double flag = numbers.read(rows[i / columns][i % columns + cellsBefore], line);
         if (!(flag >= 0 && flag <= most && flag == std::floor(flag))) {
-            refuse("has a flag of " + number(flag) + " (" + placeOf(line) + ")");
+            refuseDamaged("has a flag of " + number(flag) + " (" + placeOf(line) + ")");
         }
         const bool isDetector = static_cast<unsigned>(flag) % 2 == 1;
         if (!isDetector && matrix.values[i] != 0) {
-            refuse("has a dose where its Data Flags name no detector (" +
-                   placeOf(doses.rows[i / columns]) + ")");
+            refuseDamaged("has a dose where its Data Flags name no detector (" +
+                          placeOf(doses.rows[i / columns]) + ")");
         }
         matrix.isMeasured[i] = isDetector ? 1 : 0;
     }
@@ -229,9 +230,9 @@ void checkProducts(const Section& doses, const Section& counts, const std::strin
             const double tolerance =
                 (digits + factorDigit * std::fabs(count)) / 2 + single * std::fabs(dose);
             if (!(std::fabs(dose - count * factor) <= tolerance)) {
-                refuse("has a dose of \"" + excerpt(rows[i][j]) +
-                       "\", which is not its corrected count times Dose per Count (" +
-                       placeOf(doses.rows[i]) + ")");
+                refuseDamaged("has a dose of \"" + excerpt(rows[i][j]) +
+                              "\", which is not its corrected count times Dose per Count (" +
+                              placeOf(doses.rows[i]) + ")");
             }
         }
     }
@@ -245,7 +246,7 @@ DoseImage readDetectorArray(ByteView file)
     checkIsCalibrated(lines);
     const std::optional<Section> doses = findSection(lines, "Dose Counts");
     if (!doses) {
-        refuse("is a detector array without a section \"Dose Counts\"");
+        refuseUnsupported("is a detector array without a section \"Dose Counts\"");
     }
     DoseMatrix matrix = dosesOf(*doses);
     checkCount(lines, "Rows:", matrix.y.size());

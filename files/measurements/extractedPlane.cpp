@@ -23,7 +23,7 @@ std::optional<std::string> entryOf(const std::vector<TextLine>& head, const std:
         if (line.text.starts_with("*" + key + ":")) {
             const std::string value = trimmed(line.text.substr(key.size() + 2));
             if (entry && *entry != value) {
-                refuse("gives \"" + key + "\" twice");
+                refuseDamaged("gives \"" + key + "\" twice");
             }
             entry = value;
         }
@@ -35,7 +35,7 @@ std::string need(const std::vector<TextLine>& head, const std::string& key)
 {
     const std::optional<std::string> entry = entryOf(head, key);
     if (!entry) {
-        refuse("tells no \"" + key + "\"");
+        refuseDamaged("tells no \"" + key + "\"");
     }
     return *entry;
 }
@@ -47,11 +47,11 @@ ToldUnits unitsOf(const std::vector<TextLine>& head)
     const std::string length = need(head, "Coordinate Units");
     ToldUnits units = unitNamed(dose).value_or(ToldUnits{});
     if (!units.gray) {
-        refuse("has Dose Units of \"" + excerpt(dose) + "\" (accepted: Gy, cGy)");
+        refuseUnsupported("has Dose Units of \"" + excerpt(dose) + "\" (accepted: Gy, cGy)");
     }
     units.millimetres = unitNamed(length).value_or(ToldUnits{}).millimetres;
     if (!units.millimetres) {
-        refuse("has Coordinate Units of \"" + excerpt(length) + "\" (accepted: mm, cm)");
+        refuseUnsupported("has Coordinate Units of \"" + excerpt(length) + "\" (accepted: mm, cm)");
     }
     return units;
 }
@@ -66,7 +66,7 @@ MatrixRules rulesOf(const std::vector<TextLine>& head)
     if (lowerCase(hole) != "none") {
         const double value = parseNumber(hole);
         if (value != value) {
-            refuse("has a Hole Value of \"" + excerpt(hole) + "\", which is no number");
+            refuseDamaged("has a Hole Value of \"" + excerpt(hole) + "\", which is no number");
         }
         rules.isHole = [value](double dose) { return dose == value; };
     }
@@ -82,7 +82,7 @@ DoseImage readExtractedPlane(ByteView file)
         return line.text.starts_with(corner);
     });
     if (top == lines.end()) {
-        refuse("has no line of columns that begins with *Y\\X");
+        refuseDamaged("has no line of columns that begins with *Y\\X");
     }
     const std::vector<TextLine> head(lines.begin(), top);
     MatrixRows matrix(Separator::tab, rulesOf(head));

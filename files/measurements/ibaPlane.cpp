@@ -44,8 +44,8 @@ void addSection(Sections& sections, const std::string& name, std::vector<TextLin
     } else if (name == "<asciiheaderext>") {
         addToHead(sections.device ? *sections.device : sections.device.emplace(), lines);
     } else {
-        refuse("has \"" + excerpt(first.text) + "\" where a section should begin (" +
-               placeOf(first) + ")");
+        refuseDamaged("has \"" + excerpt(first.text) + "\" where a section should begin (" +
+                      placeOf(first) + ")");
     }
 }
 
@@ -53,7 +53,7 @@ Sections sectionsOf(const std::vector<TextLine>& lines)
 {
     const auto tagOf = [](const TextLine& line) { return lowerCase(stripped(line.text)); };
     if (lines.empty() || tagOf(lines.front()) != "<opimrtascii>") {
-        refuse("does not begin with <opimrtascii>");
+        refuseDamaged("does not begin with <opimrtascii>");
     }
     Sections sections;
     auto line = lines.begin() + 1;
@@ -71,10 +71,11 @@ Sections sectionsOf(const std::vector<TextLine>& lines)
         addSection(sections, name, std::move(content), first);
     }
     if (line == lines.end()) {
-        refuse("is cut short or damaged: a section does not end, or </opimrtascii> is missing");
+        refuseDamaged(
+            "is cut short or damaged: a section does not end, or </opimrtascii> is missing");
     }
     if (line + 1 != lines.end()) {
-        refuse("goes on behind </opimrtascii> (" + placeOf(*(line + 1)) + ")");
+        refuseDamaged("goes on behind </opimrtascii> (" + placeOf(*(line + 1)) + ")");
     }
     return sections;
 }
@@ -96,11 +97,13 @@ void checkIsDose(const PlaneHead& head)
     const std::string type = lowerEntry(head, "Data Type");
     const std::string unit = lowerEntry(head, "Data Unit");
     if (contains(type, "count") || unit == "cnt") {
-        refuse("is an IBA plane of counts; calibrate it to dose and export absolute doses");
+        refuseUnsupported(
+            "is an IBA plane of counts; calibrate it to dose and export absolute doses");
     }
     if (type.starts_with("rel") || contains(unit, "%")) {
-        refuse("is an IBA plane of doses relative to one that it does not tell; export absolute "
-               "doses");
+        refuseUnsupported(
+            "is an IBA plane of doses relative to one that it does not tell; export absolute "
+            "doses");
     }
 }
 
@@ -108,22 +111,24 @@ void checkPlane(const Sections& sections)
 {
     const std::string& plane = sections.head.need("Plane");
     if (lowerCase(plane) != "xy") {
-        refuse("is an IBA file of the plane " + excerpt(plane) + "; export its plane XY");
+        refuseUnsupported("is an IBA file of the plane " + excerpt(plane) +
+                          "; export its plane XY");
     }
     const std::size_t bodies = sections.bodies.size();
     const std::size_t told =
         sections.head.find("Number of Bodies") ? sections.head.count("Number of Bodies") : bodies;
     if (told != bodies) {
-        refuse("tells " + grouped(told) + " planes, but holds " + grouped(bodies));
+        refuseDamaged("tells " + grouped(told) + " planes, but holds " + grouped(bodies));
     }
     if (bodies != 1) {
-        refuse("is an IBA file of " + grouped(bodies) + " planes; export one alone");
+        refuseUnsupported("is an IBA file of " + grouped(bodies) + " planes; export one alone");
     }
     const char* const rotation = "Device Rotation";
     if (sections.device && sections.device->find(rotation) &&
         sections.device->number(rotation) != 0) {
-        refuse("is measured by a rotated device (Device Rotation " +
-               number(sections.device->number(rotation)) + "); export it without rotation");
+        refuseUnsupported("is measured by a rotated device (Device Rotation " +
+                          number(sections.device->number(rotation)) +
+                          "); export it without rotation");
     }
 }
 
@@ -138,7 +143,8 @@ Separator separatorTold(const PlaneHead& head)
             return separator;
         }
     }
-    refuse("has a Separator of \"" + excerpt(told) + "\" (accepted: [TAB], comma, semicolon)");
+    refuseUnsupported("has a Separator of \"" + excerpt(told) +
+                      "\" (accepted: [TAB], comma, semicolon)");
 }
 
 double grayTold(const PlaneHead& head, const TableUnits& given)
@@ -146,8 +152,9 @@ double grayTold(const PlaneHead& head, const TableUnits& given)
     const std::string* const unit = head.find("Data Unit");
     if (unit == nullptr) {
         if (!given.gray) {
-            refuse("is an IBA plane that tells no Data Unit: it must be Gy, cGy, mGy or uGy, or "
-                   "the unit of dose be given");
+            refuseUnsupported(
+                "is an IBA plane that tells no Data Unit: it must be Gy, cGy, mGy or uGy, or "
+                "the unit of dose be given");
         }
         return *given.gray;
     }
@@ -162,7 +169,8 @@ double grayTold(const PlaneHead& head, const TableUnits& given)
             return 1 / parts;
         }
     }
-    refuse("has a Data Unit of \"" + excerpt(*unit) + "\" (accepted: Gy, cGy, mGy, uGy)");
+    refuseUnsupported("has a Data Unit of \"" + excerpt(*unit) +
+                      "\" (accepted: Gy, cGy, mGy, uGy)");
 }
 
 /** A dose is number * factor * unit. Where neither stands there, the unit given is of the number.
@@ -174,7 +182,7 @@ double factorTold(const PlaneHead& head)
     }
     const double factor = head.number("Data Factor");
     if (!(factor > 0)) {
-        refuse("has a Data Factor of " + number(factor));
+        refuseDamaged("has a Data Factor of " + number(factor));
     }
     return factor;
 }
@@ -183,7 +191,7 @@ double millimetresTold(const PlaneHead& head)
 {
     const std::string& unit = head.need("Length Unit");
     if (lowerCase(unit) != "mm" && lowerCase(unit) != "cm") {
-        refuse("has a Length Unit of \"" + excerpt(unit) + "\" (accepted: mm, cm)");
+        refuseUnsupported("has a Length Unit of \"" + excerpt(unit) + "\" (accepted: mm, cm)");
     }
     return lowerCase(unit) == "mm" ? 1 : 10;
 }
@@ -205,7 +213,8 @@ DoseMatrix matrixOf(const Sections& sections, MatrixRules rules)
         ++line;
     }
     if (body.end() - line < 2 || !isAxis(*line, "x", head) || !isAxis(*(line + 1), "y", head)) {
-        refuse("has a plane without its lines X and Y, in the unit of length that its head tells");
+        refuseDamaged(
+            "has a plane without its lines X and Y, in the unit of length that its head tells");
     }
     MatrixRows rows(separator, std::move(rules));
     auto columns = cellsOf(line->text, separator);
@@ -215,8 +224,8 @@ DoseMatrix matrixOf(const Sections& sections, MatrixRules rules)
     DoseMatrix matrix = rows.take();
     if (matrix.x.size() != head.count("No. of Columns") ||
         matrix.y.size() != head.count("No. of Rows")) {
-        refuse("has " + grouped(matrix.x.size()) + " columns and " + grouped(matrix.y.size()) +
-               " rows, but tells others");
+        refuseDamaged("has " + grouped(matrix.x.size()) + " columns and " +
+                      grouped(matrix.y.size()) + " rows, but tells others");
     }
     return matrix;
 }

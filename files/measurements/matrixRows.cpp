@@ -56,9 +56,9 @@ void MatrixRows::addRow(const TextLine& line)
     const std::size_t whole = before + columns;
     const bool hasEmptyEnd = cells.size() == whole + 1 && cells.back().empty();
     if (cells.size() != whole && !hasEmptyEnd) {
-        refuse("has " + grouped(columns) + " columns, but " +
-               grouped(cells.size() > before ? cells.size() - before : 0) + " doses in " +
-               placeOf(line));
+        refuseDamaged("has " + grouped(columns) + " columns, but " +
+                      grouped(cells.size() > before ? cells.size() - before : 0) + " doses in " +
+                      placeOf(line));
     }
     matrix_.y.push_back(coordinate(cells[0], line, matrix_.roundingY));
     for (std::size_t i = before; i < whole; ++i) {

@@ -41,7 +41,7 @@ Separator separatorOfRows(const std::vector<TextLine>& lines)
 {
     const std::optional<Separator> separator = separatorOf(lines.back().text);
     if (!separator) {
-        refuse("is no table of doses: its last line is no row of numbers");
+        refuseUnsupported("is no table of doses: its last line is no row of numbers");
     }
     return *separator;
 }
@@ -73,8 +73,8 @@ bool hasNoCorner(const Layout& layout, const std::vector<TextLine>& lines, std::
                          cells > 1 &&
                          cellsOf(lines[layout.head + 1].text, layout.separator).size() == cells + 1;
     if (isShort && cells == 2) {
-        refuse("has two numbers above rows of three (" + placeOf(lines[layout.head]) +
-               "), which may be sizes; write y\\x before those of a matrix");
+        refuseUnsupported("has two numbers above rows of three (" + placeOf(lines[layout.head]) +
+                          "), which may be sizes; write y\\x before those of a matrix");
     }
     return isShort;
 }
@@ -105,8 +105,9 @@ bool beginsTable(Layout& layout, const std::vector<TextLine>& lines, std::size_t
     }
     layout.isMatrix = hasNoCorner(layout, lines, cells.size());
     if (!layout.isMatrix && !layout.noCorner.empty()) {
-        refuse("has \"" + excerpt(layout.noCorner) +
-               "\" where the corner of a matrix is; write y\\x there, or name the columns");
+        refuseUnsupported(
+            "has \"" + excerpt(layout.noCorner) +
+            "\" where the corner of a matrix is; write y\\x there, or name the columns");
     }
     if (!layout.isMatrix) {
         const std::vector<TextLine> head(lines.begin(),
@@ -135,7 +136,7 @@ Layout layoutOf(const std::vector<TextLine>& lines)
         }
         layout.units.add(unitsOfLine(lines[i].text));
     }
-    refuse("is no table of doses: it has no row of numbers");
+    refuseUnsupported("is no table of doses: it has no row of numbers");
 }
 
 /** A word of the head that may be the unit of coordinates is not passed over. */
@@ -143,9 +144,9 @@ void checkNoOtherLength(const std::vector<TextLine>& lines, const Layout& layout
 {
     for (std::size_t i = 0; i < layout.head; ++i) {
         if (const auto word = doubtfulLength(withoutMark(lines[i].text))) {
-            refuse("tells no unit of length, but has \"" + excerpt(*word) +
-                   "\" among the words of its head (" + placeOf(lines[i]) +
-                   "): name the columns as in x (mm), or give the unit");
+            refuseUnsupported("tells no unit of length, but has \"" + excerpt(*word) +
+                              "\" among the words of its head (" + placeOf(lines[i]) +
+                              "): name the columns as in x (mm), or give the unit");
         }
     }
 }
@@ -169,8 +170,9 @@ void complete(Layout& layout, const TableUnits& given, const std::vector<TextLin
         told.gray = given.gray;
     }
     if (!told.gray) {
-        refuse("tells no unit of dose: a column's name, as in dose (Gy), or a line of its own must "
-               "say Gy or cGy, or the unit be given");
+        refuseUnsupported(
+            "tells no unit of dose: a column's name, as in dose (Gy), or a line of its own must "
+            "say Gy or cGy, or the unit be given");
     }
     if (!told.millimetres) {
         told.millimetres = given.millimetres;
@@ -210,8 +212,8 @@ DoseImage readColumns(const std::vector<TextLine>& lines, const Layout& layout)
     for (std::size_t i = layout.head; i < lines.size(); ++i) {
         const Cells cells = cellsOfRow(lines[i].text, layout.separator);
         if (cells.size() != columns.count) {
-            refuse("has " + grouped(columns.count) + " columns, but " + grouped(cells.size()) +
-                   " cells in " + placeOf(lines[i]));
+            refuseDamaged("has " + grouped(columns.count) + " columns, but " +
+                          grouped(cells.size()) + " cells in " + placeOf(lines[i]));
         }
         Vec3 place{};
         for (std::size_t axis = 0; axis < place.size(); ++axis) {

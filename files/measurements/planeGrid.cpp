@@ -27,7 +27,7 @@ constexpr std::array<Vec3, 3> ownAxes{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
 double evenStep(const std::vector<double>& positions, double rounding, const char* what)
 {
     if (positions.size() < 2) {
-        refuse(std::string("has fewer than two ") + what);
+        refuseUnsupported(std::string("has fewer than two ") + what);
     }
     const double step =
         (positions.back() - positions.front()) / static_cast<double>(positions.size() - 1);
@@ -36,8 +36,8 @@ double evenStep(const std::vector<double>& positions, double rounding, const cha
     for (std::size_t i = 0; i < positions.size(); ++i) {
         const double expected = positions.front() + step * static_cast<double>(i);
         if (!(std::fabs(positions[i] - expected) <= tolerance) || step == 0) {
-            refuse(std::string("has ") + what + " that are not evenly spaced (" +
-                   number(positions[i]) + " mm)");
+            refuseUnsupported(std::string("has ") + what + " that are not evenly spaced (" +
+                              number(positions[i]) + " mm)");
         }
     }
     return step;
@@ -52,7 +52,7 @@ void setGaps(Measurement& measurement, std::vector<unsigned char> isMeasured)
 {
     measurement.gaps = gapsOf(isMeasured);
     if (measurement.gaps == isMeasured.size()) {
-        refuse("holds no dose");
+        refuseUnsupported("holds no dose");
     }
     if (measurement.gaps > 0) {
         measurement.isMeasured = std::move(isMeasured);
@@ -196,7 +196,7 @@ DoseImage onRaster(const DosePoints& points, const Raster& raster)
                 raster[0].size +
             raster[0].indexOf(place[0]);
         if (isMeasured[index] != 0) {
-            refuse("has two doses in one place (" + describe(place) + ")");
+            refuseDamaged("has two doses in one place (" + describe(place) + ")");
         }
         isMeasured[index] = 1;
         dose.image.values[index] = points.values[i];
@@ -220,15 +220,15 @@ void checkDifferent(const std::vector<Vec3>& places)
     std::sort(sorted.begin(), sorted.end());
     const auto same = std::adjacent_find(sorted.begin(), sorted.end());
     if (same != sorted.end()) {
-        refuse("has two doses in one place (" + describe(*same) + ")");
+        refuseDamaged("has two doses in one place (" + describe(*same) + ")");
     }
 }
 
 DoseImage scattered(DosePoints points)
 {
     if (points.places.size() > mostPoints) {
-        refuse("has " + grouped(points.places.size()) +
-               " points that form no raster; up to 10 000 are searched one by one");
+        refuseUnsupported("has " + grouped(points.places.size()) +
+                          " points that form no raster; up to 10 000 are searched one by one");
     }
     checkDifferent(points.places);
     DoseImage dose;
@@ -247,7 +247,8 @@ void checkPlaces(const std::vector<Vec3>& places)
     for (const Vec3& place : places) {
         for (const double position : place) {
             if (!(std::fabs(position) <= farthest)) {
-                refuse("has a position of " + number(position) + " mm, which is no sensible one");
+                refuseDamaged("has a position of " + number(position) +
+                              " mm, which is no sensible one");
             }
         }
     }
@@ -282,7 +283,7 @@ DoseImage planeOf(DoseMatrix matrix)
 DoseImage gridOf(DosePoints points)
 {
     if (points.places.empty()) {
-        refuse("holds no dose");
+        refuseUnsupported("holds no dose");
     }
     checkPlaces(points.places);
     const std::optional<Raster> raster = rasterOf(points);

@@ -56,7 +56,7 @@ public:
     TextLine next()
     {
         if (isAtEnd()) {
-            refuse("is cut short: it does not end with END_SCAN_DATA");
+            refuseDamaged("is cut short: it does not end with END_SCAN_DATA");
         }
         const TextLine& line = lines_[at_++];
         return {line.number, stripped(line.text)};
@@ -73,8 +73,8 @@ Reading readingOf(const TextLine& line)
 {
     const std::vector<std::string_view> cells = cellsOf(line.text, Separator::blank);
     if (cells.size() != 2 && cells.size() != 3) {
-        refuse("has " + grouped(cells.size()) + " cells in " + placeOf(line) +
-               " (accepted: position, dose and chamber)");
+        refuseDamaged("has " + grouped(cells.size()) + " cells in " + placeOf(line) +
+                      " (accepted: position, dose and chamber)");
     }
     TableNumbers numbers(Separator::comma); // a comma is no decimal point here
     Reading reading{numbers.read(cells[0], line), numbers.read(cells[1], line), {}};
@@ -82,7 +82,7 @@ Reading readingOf(const TextLine& line)
         constexpr double most = 1e6;
         const double chamber = numbers.read(cells[2].substr(1), line);
         if (!(chamber >= 1 && chamber <= most && chamber == std::floor(chamber))) {
-            refuse("has a chamber \"" + excerpt(cells[2]) + "\" (" + placeOf(line) + ")");
+            refuseDamaged("has a chamber \"" + excerpt(cells[2]) + "\" (" + placeOf(line) + ")");
         }
         reading.chamber = static_cast<std::size_t>(chamber);
     }
@@ -103,8 +103,8 @@ void checkNumber(const TextLine& line, std::string_view word, std::size_t number
 {
     if (!line.text.starts_with(word) ||
         parseNumber(stripped(line.text.substr(word.size()))) != static_cast<double>(number)) {
-        refuse("has \"" + excerpt(line.text) + "\" where " + std::string(word) + " " +
-               std::to_string(number) + " should stand (" + placeOf(line) + ")");
+        refuseDamaged("has \"" + excerpt(line.text) + "\" where " + std::string(word) + " " +
+                      std::to_string(number) + " should stand (" + placeOf(line) + ")");
     }
 }
 
@@ -120,7 +120,7 @@ Scan scanOf(ScanLines& lines, std::size_t number)
         scan.head.add(line, '=');
     }
     if (scan.readings.empty()) {
-        refuse("has no readings" + scan.where());
+        refuseDamaged("has no readings" + scan.where());
     }
     return scan;
 }
@@ -129,7 +129,7 @@ std::vector<Scan> scansOf(const std::vector<TextLine>& text)
 {
     ScanLines lines(text);
     if (lines.next().text != "BEGIN_SCAN_DATA") {
-        refuse("does not begin with BEGIN_SCAN_DATA");
+        refuseDamaged("does not begin with BEGIN_SCAN_DATA");
     }
     PlaneHead head;
     std::vector<Scan> scans;
@@ -142,14 +142,14 @@ std::vector<Scan> scansOf(const std::vector<TextLine>& text)
         scans.push_back(scanOf(lines, scans.size() + 1));
     }
     if (!lines.isAtEnd()) {
-        refuse("goes on behind END_SCAN_DATA (" + placeOf(lines.next()) + ")");
+        refuseDamaged("goes on behind END_SCAN_DATA (" + placeOf(lines.next()) + ")");
     }
     const std::string& format = head.need("FORMAT");
     if (!format.starts_with("CC-Export V1.")) {
-        refuse("has a FORMAT of \"" + excerpt(format) + "\" (accepted: CC-Export V1.9)");
+        refuseUnsupported("has a FORMAT of \"" + excerpt(format) + "\" (accepted: CC-Export V1.9)");
     }
     if (scans.empty()) {
-        refuse("holds no scan");
+        refuseDamaged("holds no scan");
     }
     return scans;
 }
@@ -169,17 +169,18 @@ void checkIsArray(const std::vector<Scan>& scans)
         return;
     }
     if (chambers > 0) {
-        refuse("names chambers of " + grouped(chambers) + " of its " + grouped(readings) +
-               " readings, not of all");
+        refuseDamaged("names chambers of " + grouped(chambers) + " of its " + grouped(readings) +
+                      " readings, not of all");
     }
     const PlaneHead& head = scans.front().head;
     const std::string* const medium = head.find("MEAS_MEDIUM");
     const std::string* const unit = head.find("MEAS_UNIT");
-    refuse(std::string("is a PTW scan ") +
-           (medium != nullptr && lowerCase(*medium) == "water" ? "in a water tank"
-                                                               : "by a single detector") +
-           (unit != nullptr ? ", in " + excerpt(*unit) : "") +
-           "; of such, write places and doses in Gy into a table with columns x, y, z, dose");
+    refuseUnsupported(
+        std::string("is a PTW scan ") +
+        (medium != nullptr && lowerCase(*medium) == "water" ? "in a water tank"
+                                                            : "by a single detector") +
+        (unit != nullptr ? ", in " + excerpt(*unit) : "") +
+        "; of such, write places and doses in Gy into a table with columns x, y, z, dose");
 }
 
 /** What all scans of one measurement have in common. */
@@ -191,8 +192,8 @@ void checkAlike(const std::vector<Scan>& scans)
             const std::string* const entry = scan.head.find(key);
             if ((entry == nullptr) != (first == nullptr) ||
                 (first != nullptr && *entry != *first)) {
-                refuse(std::string("tells another ") + key + scan.where() +
-                       " than in scan 1; export one measurement alone");
+                refuseUnsupported(std::string("tells another ") + key + scan.where() +
+                                  " than in scan 1; export one measurement alone");
             }
         }
     }
@@ -202,8 +203,8 @@ void checkUnit(const PlaneHead& head)
 {
     const std::string& unit = head.need("MEAS_UNIT");
     if (lowerCase(unit) != "gy") {
-        refuse("is measured by a PTW array in " + excerpt(unit) +
-               "; calibrate it to dose and export it in Gy");
+        refuseUnsupported("is measured by a PTW array in " + excerpt(unit) +
+                          "; calibrate it to dose and export it in Gy");
     }
 }
 
@@ -211,7 +212,7 @@ void checkUnit(const PlaneHead& head)
 void checkAxes(const Scan& scan, bool isSecondDiagonal)
 {
     if (scan.head.number("SCAN_ANGLE") != 0) {
-        refuse("has a SCAN_ANGLE other than 0" + scan.where());
+        refuseUnsupported("has a SCAN_ANGLE other than 0" + scan.where());
     }
     const std::array<std::pair<const char*, const char*>, 2> axes{
         {{"CROSSPLANE_AXIS_DIR", "left_right"},
@@ -219,8 +220,8 @@ void checkAxes(const Scan& scan, bool isSecondDiagonal)
     for (const auto& [key, expected] : axes) {
         const std::string& entry = scan.head.need(key);
         if (lowerCase(entry) != expected) {
-            refuse("has " + std::string(key) + " \"" + excerpt(entry) + "\"" + scan.where() +
-                   ", which no array has there");
+            refuseDamaged("has " + std::string(key) + " \"" + excerpt(entry) + "\"" + scan.where() +
+                          ", which no array has there");
         }
     }
 }
@@ -237,7 +238,7 @@ ScanLine diagonalOf(const Scan& scan, double side)
 {
     for (const char* const key : {"SCAN_OFFAXIS_CROSSPLANE", "SCAN_OFFAXIS_INPLANE"}) {
         if (scan.head.find(key) != nullptr && scan.head.number(key) != 0) {
-            refuse("has a diagonal off the middle" + scan.where());
+            refuseUnsupported("has a diagonal off the middle" + scan.where());
         }
     }
     constexpr double share = std::numbers::sqrt2 / 2;
@@ -250,12 +251,12 @@ ScanLine lineOf(const Scan& scan)
     const std::string type = lowerCase(scan.head.need("SCAN_CURVETYPE"));
     const bool isSecond = diagonal == "second_diagonal";
     if (!isSecond && diagonal != "first_diagonal" && diagonal != "not_diagonal") {
-        refuse("has a SCAN_DIAGONAL of \"" + excerpt(scan.head.need("SCAN_DIAGONAL")) + "\"" +
-               scan.where());
+        refuseUnsupported("has a SCAN_DIAGONAL of \"" + excerpt(scan.head.need("SCAN_DIAGONAL")) +
+                          "\"" + scan.where());
     }
     if (type != "crossplane_profile" && type != "inplane_profile") {
-        refuse("has a SCAN_CURVETYPE of \"" + excerpt(scan.head.need("SCAN_CURVETYPE")) + "\"" +
-               scan.where() + " (accepted: CROSSPLANE_PROFILE, INPLANE_PROFILE)");
+        refuseUnsupported("has a SCAN_CURVETYPE of \"" + excerpt(scan.head.need("SCAN_CURVETYPE")) +
+                          "\"" + scan.where() + " (accepted: CROSSPLANE_PROFILE, INPLANE_PROFILE)");
     }
     checkAxes(scan, isSecond);
     if (diagonal != "not_diagonal") {
@@ -299,8 +300,8 @@ std::map<std::size_t, Chamber> chambersOf(const std::vector<Scan>& scans)
             const auto [known, isNew] = chambers.emplace(*reading.chamber, chamber);
             if (!isNew && (known->second.dose != chamber.dose ||
                            !areClose(known->second.place, chamber.place))) {
-                refuse("tells chamber " + std::to_string(*reading.chamber) +
-                       " twice, with two doses or in two places" + scan.where());
+                refuseDamaged("tells chamber " + std::to_string(*reading.chamber) +
+                              " twice, with two doses or in two places" + scan.where());
             }
         }
     }
@@ -330,8 +331,8 @@ void checkSymmetry(const std::map<std::size_t, Chamber>& chambers)
             ++at;
         }
         if (at == places.end() || (*at)[0] > opposite[0] + tolerance) {
-            refuse("has chamber " + std::to_string(number) +
-                   " in a place that has no other one opposite; a position may be damaged");
+            refuseDamaged("has chamber " + std::to_string(number) +
+                          " in a place that has no other one opposite; a position may be damaged");
         }
     }
 }
@@ -340,15 +341,16 @@ DoseImage onKnown(const KnownArray& array, const std::map<std::size_t, Chamber>&
                   DosePoints points)
 {
     if (chambers.size() != array.chambers) {
-        refuse("has " + grouped(chambers.size()) + " chambers, where its array has " +
-               grouped(array.chambers) + "; it may be incomplete, or of several measurements");
+        refuseDamaged("has " + grouped(chambers.size()) + " chambers, where its array has " +
+                      grouped(array.chambers) +
+                      "; it may be incomplete, or of several measurements");
     }
     checkSymmetry(chambers);
     DoseImage dose = gridOf(std::move(points));
     const std::array<int, 3>& size = dose.image.geometry.size;
     const auto side = static_cast<int>(array.side);
     if (dose.isPoints() != (side == 0) || (side != 0 && (size[0] != side || size[1] != side))) {
-        refuse("has chambers in other places than its array; a position may be damaged");
+        refuseDamaged("has chambers in other places than its array; a position may be damaged");
     }
     return dose;
 }

@@ -23,8 +23,8 @@ Cells cellsTold(const PlaneHead& head, const std::string& key, std::size_t count
     const std::string& entry = head.need(key);
     Cells cells = cellsOf(entry, Separator::comma);
     if (cells.size() != count) {
-        refuse("tells a " + key + " of \"" + excerpt(entry) + "\", which are not " +
-               grouped(count) + " entries");
+        refuseDamaged("tells a " + key + " of \"" + excerpt(entry) + "\", which are not " +
+                      grouped(count) + " entries");
     }
     return cells;
 }
@@ -35,7 +35,8 @@ std::array<double, 2> pairTold(const PlaneHead& head, const std::string& key)
     const Cells cells = cellsTold(head, key, pair.size());
     std::transform(cells.begin(), cells.end(), pair.begin(), parseNumber);
     if (!std::isfinite(pair[0]) || !std::isfinite(pair[1])) {
-        refuse("tells a " + key + " of \"" + excerpt(head.need(key)) + "\", which are no numbers");
+        refuseDamaged("tells a " + key + " of \"" + excerpt(head.need(key)) +
+                      "\", which are no numbers");
     }
     return pair;
 }
@@ -46,14 +47,14 @@ double grayTold(const PlaneHead& head)
     constexpr std::size_t count = 4;
     const Cells cells = cellsTold(head, "DoseUnits", count);
     if (lowerCase(cells[3]) != "abs") {
-        refuse("is a plane of relative doses by XiO or Monaco; export absolute doses");
+        refuseUnsupported("is a plane of relative doses by XiO or Monaco; export absolute doses");
     }
     const std::string unit = lowerCase(cells[0]);
     if (unit != "gy" && unit != "cgy") {
-        refuse("has DoseUnits of \"" + excerpt(cells[0]) + "\" (accepted: Gy, cGy)");
+        refuseUnsupported("has DoseUnits of \"" + excerpt(cells[0]) + "\" (accepted: Gy, cGy)");
     }
     if (!lowerCase(cells[2]).ends_with(" " + unit)) {
-        refuse("tells two units of dose");
+        refuseDamaged("tells two units of dose");
     }
     return unit == "gy" ? 1 : 1.0 / 100;
 }
@@ -63,7 +64,8 @@ std::vector<double> positions(double first, double step, double count)
 {
     constexpr double most = 1e5;
     if (!(count >= 2 && count <= most && count == std::floor(count))) {
-        refuse("tells DosePtsxy of " + number(count) + " places along an axis, which is no count");
+        refuseDamaged("tells DosePtsxy of " + number(count) +
+                      " places along an axis, which is no count");
     }
     std::vector<double> list(static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < list.size(); ++i) {
@@ -81,7 +83,7 @@ DoseMatrix gridTold(const PlaneHead& head)
     const std::array<double, 2> size = pairTold(head, "OutputWidLenQAplane");
     const double step = head.number("DoseResmm");
     if (!(step > 0)) {
-        refuse("tells a DoseResmm of " + number(step));
+        refuseDamaged("tells a DoseResmm of " + number(step));
     }
     DoseMatrix matrix;
     matrix.x = positions(first[0], step, counts[0]);
@@ -89,8 +91,9 @@ DoseMatrix gridTold(const PlaneHead& head)
     for (std::size_t axis = 0; axis < 2; ++axis) {
         const double expected = (counts[axis] - 1) * step;
         if (!(std::fabs(size[axis] - expected) <= tolerance)) {
-            refuse("contradicts itself: " + number(counts[axis]) + " places " + number(step) +
-                   " mm apart span " + number(expected) + " mm, not " + number(size[axis]));
+            refuseDamaged("contradicts itself: " + number(counts[axis]) + " places " +
+                          number(step) + " mm apart span " + number(expected) + " mm, not " +
+                          number(size[axis]));
         }
     }
     return matrix;
@@ -103,8 +106,8 @@ void addRow(DoseMatrix& matrix, const TextLine& line, double gray)
         cells.pop_back();
     }
     if (cells.size() != matrix.x.size()) {
-        refuse("tells " + grouped(matrix.x.size()) + " columns, but has " + grouped(cells.size()) +
-               " doses in " + placeOf(line));
+        refuseDamaged("tells " + grouped(matrix.x.size()) + " columns, but has " +
+                      grouped(cells.size()) + " doses in " + placeOf(line));
     }
     TableNumbers numbers(Separator::comma);
     for (const std::string_view cell : cells) {
@@ -122,7 +125,7 @@ DoseImage readQaPlane(ByteView file)
     };
     const auto last = std::find_if(lines.begin(), lines.end(), endsHead);
     if (last == lines.end()) {
-        refuse("is a plane by XiO or Monaco that tells no DoseResmm");
+        refuseDamaged("is a plane by XiO or Monaco that tells no DoseResmm");
     }
     PlaneHead head;
     std::for_each(lines.begin() + 1, last + 1,
@@ -131,8 +134,8 @@ DoseImage readQaPlane(ByteView file)
     DoseMatrix matrix = gridTold(head);
     std::for_each(last + 1, lines.end(), [&](const TextLine& line) { addRow(matrix, line, gray); });
     if (matrix.values.size() != matrix.x.size() * matrix.y.size()) {
-        refuse("tells " + grouped(matrix.y.size()) + " rows, but has " +
-               grouped(matrix.values.size() / matrix.x.size()));
+        refuseDamaged("tells " + grouped(matrix.y.size()) + " rows, but has " +
+                      grouped(matrix.values.size() / matrix.x.size()));
     }
     matrix.isMeasured.assign(matrix.values.size(), 1);
     return planeOf(std::move(matrix));

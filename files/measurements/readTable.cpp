@@ -11,14 +11,16 @@ namespace
 [[noreturn]] void refuseKnown(FileFormat format)
 {
     if (format == FileFormat::iplanPlane) {
-        refuse("is a plane by BrainLAB iPlan, which does not tell which way its axes point; export "
-               "the dose as DICOM RT Dose");
+        refuseUnsupported(
+            "is a plane by BrainLAB iPlan, which does not tell which way its axes point; export "
+            "the dose as DICOM RT Dose");
     }
     if (format == FileFormat::exchangedImage) {
-        refuse("is of the Generic Dosimetry Exchange Format, which does not tell where its image "
-               "lies and which way it points; export a DICOM RT Image in Gy or cGy");
+        refuseUnsupported(
+            "is of the Generic Dosimetry Exchange Format, which does not tell where its image "
+            "lies and which way it points; export a DICOM RT Image in Gy or cGy");
     }
-    refuse("is an IBA plane in binary form (.opd); export it as text (.opg)");
+    refuseUnsupported("is an IBA plane in binary form (.opd); export it as text (.opg)");
 }
 
 DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)

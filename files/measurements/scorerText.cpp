@@ -45,15 +45,17 @@ bool tellsBins(const TextLine& line)
 
 void refuseScorer()
 {
-    refuse("is the text of a simulation's scorer, which tells no positions; let the simulation "
-           "write its dose as DICOM RT Dose, MetaImage or NRRD");
+    refuseUnsupported(
+        "is the text of a simulation's scorer, which tells no positions; let the simulation "
+        "write its dose as DICOM RT Dose, MetaImage or NRRD");
 }
 
 void refuseBins(const TextLine& line)
 {
-    refuse("tells bins (" + placeOf(line) +
-           "), so that its numbers may count them; write the unit beside the coordinates, as in x "
-           "(mm) or y\\x (mm)");
+    refuseUnsupported(
+        "tells bins (" + placeOf(line) +
+        "), so that its numbers may count them; write the unit beside the coordinates, as in x "
+        "(mm) or y\\x (mm)");
 }
 
 } // namespace files

@@ -37,9 +37,10 @@ Cells namesOf(const TextLine& line, Separator separator)
 
 void refuseNames(const Cells& cells)
 {
-    refuse("has columns named \"" +
-           excerpt(join(std::vector<std::string>(cells.begin(), cells.end()), "\", \"")) +
-           "\" (accepted: x, y[, z], dose)");
+    refuseUnsupported(
+        "has columns named \"" +
+        excerpt(join(std::vector<std::string>(cells.begin(), cells.end()), "\", \"")) +
+        "\" (accepted: x, y[, z], dose)");
 }
 
 /** Which of the names is which column; none where x, y or dose is missing. */
@@ -60,7 +61,7 @@ std::optional<Columns> columnsAmong(const Cells& names, const TextLine& line)
         return {};
     }
     if (named != (columns.hasZ() ? 4 : 3)) {
-        refuse("names a column twice (" + placeOf(line) + ")");
+        refuseDamaged("names a column twice (" + placeOf(line) + ")");
     }
     return columns;
 }
@@ -120,12 +121,12 @@ std::optional<Columns> columnsNamed(const TextLine& line, Separator separator)
     }
     for (const std::string_view name : names) {
         if (columnNamed(name) == columns->cells.size()) {
-            refuse("has a column \"" + excerpt(name) + "\" (accepted: x, y, z, dose)");
+            refuseUnsupported("has a column \"" + excerpt(name) + "\" (accepted: x, y, z, dose)");
         }
         const std::optional<ToldUnits> units = unitsOfName(name);
         if (!units) {
-            refuse("has a column \"" + excerpt(name) +
-                   "\" (accepted: x, y, z in mm or cm, dose in Gy or cGy)");
+            refuseUnsupported("has a column \"" + excerpt(name) +
+                              "\" (accepted: x, y, z in mm or cm, dose in Gy or cGy)");
         }
         columns->units.add(*units);
     }
@@ -152,8 +153,8 @@ bool takesUnits(Columns& columns, const TextLine& below, Separator separator)
     }
     for (std::size_t i = 0; i < told.size(); ++i) {
         if (i == *columns.cells[3] ? told[i].millimetres.has_value() : told[i].gray.has_value()) {
-            refuse("has units below its columns (" + placeOf(below) +
-                   ") that are not those of positions and a dose");
+            refuseUnsupported("has units below its columns (" + placeOf(below) +
+                              ") that are not those of positions and a dose");
         }
         columns.units.add(told[i]);
     }
@@ -165,9 +166,10 @@ Columns usualColumns(std::size_t count, const std::vector<TextLine>& head, Separ
     constexpr std::size_t three = 3;
     constexpr std::size_t four = 4;
     if (count != three && count != four) {
-        refuse("is no table of doses: its first row of numbers has " + grouped(count) +
-               " cells (accepted: columns x, y[, z], dose, or a matrix with coordinates along its "
-               "top and left edges)");
+        refuseUnsupported(
+            "is no table of doses: its first row of numbers has " + grouped(count) +
+            " cells (accepted: columns x, y[, z], dose, or a matrix with coordinates along its "
+            "top and left edges)");
     }
     for (auto line = head.rbegin(); line != head.rend(); ++line) {
         const Cells names = namesOf(*line, separator);
@@ -184,8 +186,9 @@ Columns usualColumns(std::size_t count, const std::vector<TextLine>& head, Separ
         return namesInOtherOrder(line.text);
     });
     if (other != head.end()) {
-        refuse("has columns without names below words in another order than x, y, dose (" +
-               placeOf(*other) + "); name the columns in a line with cells like those of the rows");
+        refuseUnsupported(
+            "has columns without names below words in another order than x, y, dose (" +
+            placeOf(*other) + "); name the columns in a line with cells like those of the rows");
     }
     Columns columns;
     columns.count = count;
@@ -210,13 +213,15 @@ void checkAreCoordinates(const DosePoints& points, bool tellsLength)
         mayAllCount = mayAllCount && (positions.size() == 1 || mayCount(positions));
     }
     if (longAxes < 2 || places != count || count < fewest) {
-        refuse("has columns without names, which fill no raster like coordinates: name them, as in "
-               "x (mm), y (mm), dose (Gy), or give a matrix its coordinates along its top and left "
-               "edges");
+        refuseUnsupported(
+            "has columns without names, which fill no raster like coordinates: name them, as in "
+            "x (mm), y (mm), dose (Gy), or give a matrix its coordinates along its top and left "
+            "edges");
     }
     if (mayAllCount && !tellsLength) {
-        refuse("has columns without names that may count rows and columns: name them, as in x "
-               "(mm), y (mm), dose (Gy)");
+        refuseUnsupported(
+            "has columns without names that may count rows and columns: name them, as in x "
+            "(mm), y (mm), dose (Gy)");
     }
 }
 

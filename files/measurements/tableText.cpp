@@ -66,8 +66,8 @@ std::vector<TextLine> textLines(ByteView file)
     Lines lines(file);
     for (std::size_t number = 1; const auto text = lines.next(); ++number) {
         if (!std::all_of(text->begin(), text->end(), isTextCharacter)) {
-            refuse("is no text: line " + std::to_string(number) +
-                   " holds characters that no text has");
+            refuseDamaged("is no text: line " + std::to_string(number) +
+                          " holds characters that no text has");
         }
         if (text->find_first_not_of(" \t\r") != std::string_view::npos) {
             list.push_back({number, *text});
@@ -125,12 +125,13 @@ double TableNumbers::read(std::string_view cell, const TextLine& line)
 {
     const double value = parseNumber(withPoint(cell, separator_));
     if (!std::isfinite(value)) {
-        refuse("has \"" + excerpt(cell) + "\" where a number should be (" + placeOf(line) + ")");
+        refuseDamaged("has \"" + excerpt(cell) + "\" where a number should be (" + placeOf(line) +
+                      ")");
     }
     hasPoint_ = hasPoint_ || cell.find('.') != std::string_view::npos;
     hasComma_ = hasComma_ || cell.find(',') != std::string_view::npos;
     if (hasPoint_ && hasComma_) {
-        refuse("has decimal points and decimal commas (" + placeOf(line) + ")");
+        refuseDamaged("has decimal points and decimal commas (" + placeOf(line) + ")");
     }
     return value;
 }

@@ -111,7 +111,7 @@ Words wordsOf(std::string_view text, const std::string& more = "")
 void set(std::optional<double>& unit, const std::optional<double>& value, const char* what)
 {
     if (unit && value && *unit != *value) {
-        refuse(std::string("tells two units of ") + what);
+        refuseDamaged(std::string("tells two units of ") + what);
     }
     unit = value ? value : unit;
 }
@@ -168,7 +168,8 @@ std::optional<ToldUnits> unitsAlone(const Words& words, std::string_view text)
         return {};
     }
     if (!isAlone || std::any_of(words.begin(), words.end(), isOtherUnit)) {
-        refuse("tells its units as \"" + excerpt(trimmed(text)) + "\" (accepted: Gy, cGy, mm, cm)");
+        refuseUnsupported("tells its units as \"" + excerpt(trimmed(text)) +
+                          "\" (accepted: Gy, cGy, mm, cm)");
     }
     ToldUnits units;
     for (const std::string& word : words) {
@@ -201,9 +202,10 @@ Words wordsOfCorner(std::string_view corner)
 {
     const CornerAxes axes = axesOf(wordsOf(corner, "\\|/"));
     if (axes.isTransposed) {
-        refuse("has \"" + excerpt(corner) +
-               "\" in the corner of its matrix, whose columns are x and whose rows are y: write "
-               "y\\x");
+        refuseUnsupported(
+            "has \"" + excerpt(corner) +
+            "\" in the corner of its matrix, whose columns are x and whose rows are y: write "
+            "y\\x");
     }
     Words words = wordsOf(corner, "\\|");
     if (axes.hasBoth) {

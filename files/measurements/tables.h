@@ -5,8 +5,9 @@
 #ifndef ZARNGI_FILES_MEASUREMENTS_TABLES_H
 #define ZARNGI_FILES_MEASUREMENTS_TABLES_H
 
+#include "files/doseImage.h"
 #include "files/fileFormat.h"
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace files
 {

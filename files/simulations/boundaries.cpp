@@ -41,8 +41,8 @@ void Boundaries::checkRises() const
     const auto fall = std::adjacent_find(places_.begin(), places_.end(),
                                          [](double a, double b) { return !(a < b); });
     if (fall != places_.end()) {
-        refuse(std::string("its boundaries along ") + axis_ + " do not rise (" + number(*fall) +
-               " mm, then " + number(*(fall + 1)) + " mm)");
+        refuseDamaged(std::string("its boundaries along ") + axis_ + " do not rise (" +
+                      number(*fall) + " mm, then " + number(*(fall + 1)) + " mm)");
     }
 }
 
@@ -62,9 +62,10 @@ double Boundaries::spacing() const
     constexpr double endless = 9990; // mm: how cylinders and spheres write what they do not divide
     checkRises();
     if (places_.size() == 2 && places_[0] <= -endless && places_[1] >= endless) {
-        refuse(std::string("holds the dose of a cylinder or a sphere: it has one slab from -999 to "
-                           "999 cm along ") +
-               axis_ + "; score the dose in a grid of voxels");
+        refuseUnsupported(
+            std::string("holds the dose of a cylinder or a sphere: it has one slab from -999 to "
+                        "999 cm along ") +
+            axis_ + "; score the dose in a grid of voxels");
     }
     const double spacing =
         (places_.back() - places_.front()) / static_cast<double>(places_.size() - 1);
@@ -74,9 +75,9 @@ double Boundaries::spacing() const
             std::vector<double> steps(places_.size());
             std::adjacent_difference(places_.begin(), places_.end(), steps.begin());
             const auto [least, most] = std::minmax_element(steps.begin() + 1, steps.end());
-            refuse(std::string("its voxels are uneven along ") + axis_ + " (from " +
-                   number(*least) + " mm to " + number(*most) +
-                   " mm); resample the dose on an even grid first");
+            refuseUnsupported(std::string("its voxels are uneven along ") + axis_ + " (from " +
+                              number(*least) + " mm to " + number(*most) +
+                              " mm); resample the dose on an even grid first");
         }
     }
     return spacing;

@@ -55,8 +55,8 @@ bool NumberWords::takeWord()
     word_ = star == std::string_view::npos ? whole : whole.substr(star + 1);
     value_ = valueOf(word_);
     if (repeated_ == 0 || !std::isfinite(value_)) {
-        refuse("has \"" + excerpt(whole) + "\" where a number should be (word " + grouped(taken_) +
-               ")");
+        refuseDamaged("has \"" + excerpt(whole) + "\" where a number should be (word " +
+                      grouped(taken_) + ")");
     }
     return true;
 }

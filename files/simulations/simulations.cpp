@@ -21,8 +21,8 @@ void checkIsTold(std::size_t voxels, std::size_t bytes)
 {
     constexpr std::size_t mostPerByte = 1000;
     if (voxels / mostPerByte > bytes) {
-        refuse("its grid of " + grouped(voxels) + " voxels is more than " + grouped(bytes) +
-               " bytes can tell");
+        refuseDamaged("its grid of " + grouped(voxels) + " voxels is more than " + grouped(bytes) +
+                      " bytes can tell");
     }
 }
 

@@ -7,8 +7,9 @@
 
 #include <string_view>
 
+#include "files/doseImage.h"
 #include "files/fileFormat.h"
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace files
 {

@@ -22,7 +22,6 @@ namespace
 using Sizes = std::array<std::int64_t, 3>;
 
 constexpr const char* axisNames = "xyz";
-constexpr double mostVoxels = std::numeric_limits<std::int32_t>::max();
 
 /** The three counts of voxels, or nothing where a text begins with something else. */
 std::optional<Sizes> sizesOf(NumberWords& numbers)
@@ -32,7 +31,7 @@ std::optional<Sizes> sizesOf(NumberWords& numbers)
         const std::optional<double> told = numbers.next();
         const bool isCount =
             numbers.word().find_first_not_of("0123456789") == std::string_view::npos;
-        if (!told || !isCount || !(*told >= 1 && *told < mostVoxels)) {
+        if (!told || !isCount || !(*told >= 1 && *told < static_cast<double>(mostVoxels))) {
             return {};
         }
         size = static_cast<std::int64_t>(*told);
@@ -118,7 +117,7 @@ std::uint64_t mostBytes(ByteView beginning)
         for (const std::int64_t size : *sizes) {
             count += static_cast<double>(size + 2); // the count and the boundaries
         }
-        count += 2 * std::min(voxelsOf(*sizes), mostVoxels);
+        count += 2 * std::min(voxelsOf(*sizes), static_cast<double>(mostVoxels));
     }
     return static_cast<std::uint64_t>(perNumber * count);
 }
@@ -133,7 +132,7 @@ StoredGeometry geometryOf(NumberWords& numbers, const Sizes& sizes)
         for (std::int64_t i = 0; i <= sizes[axis]; ++i) {
             const std::optional<double> boundary = numbers.next();
             if (!boundary) {
-                refuse("is cut short within the boundaries of its voxels");
+                refuseDamaged("is cut short within the boundaries of its voxels");
             }
             boundaries.add(*boundary, numbers.word());
         }
@@ -146,9 +145,9 @@ StoredGeometry geometryOf(NumberWords& numbers, const Sizes& sizes)
 [[noreturn]] void refuseCount(const Sizes& sizes, std::uint64_t there)
 {
     const auto doses = static_cast<std::uint64_t>(voxelsOf(sizes));
-    refuse("does not fit its grid of " + join(sizes, " x ") + " voxels: " + grouped(doses) +
-           " doses and as many errors are " + grouped(2 * doses) + " numbers, the file has " +
-           grouped(there));
+    refuseDamaged("does not fit its grid of " + join(sizes, " x ") + " voxels: " + grouped(doses) +
+                  " doses and as many errors are " + grouped(2 * doses) +
+                  " numbers, the file has " + grouped(there));
 }
 
 std::vector<float> dosesOf(NumberWords& numbers, const Sizes& sizes)
@@ -207,7 +206,8 @@ private:
         constexpr double largest = 1 + 1e-6; // that of a single history, rounded
         constexpr double leftOut = 0.999999; // written as 0.9999999; 1 where nothing was scored
         if (!(error >= 0 && error <= largest)) {
-            refuse("has an error of " + number(error) + " (accepted: fractions from 0 to 1)");
+            refuseDamaged("has an error of " + number(error) +
+                          " (accepted: fractions from 0 to 1)");
         }
         const auto dose = static_cast<double>(dose_.image.values[i]);
         leftOut_ += dose == 0 && error > leftOut && error < 1 ? 1 : 0;
@@ -248,7 +248,7 @@ DoseImage readThreeDdose(ByteView file, const Host& host)
     NumberWords numbers(text);
     const std::optional<Sizes> sizes = sizesOf(numbers);
     if (!sizes) {
-        refuse("does not begin with three counts of voxels");
+        refuseDamaged("does not begin with three counts of voxels");
     }
     const StoredGeometry stored = geometryOf(numbers, *sizes);
     checkIsTold(checkGeometry(stored), file.size());

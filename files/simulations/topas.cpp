@@ -73,12 +73,12 @@ double Bins::doseOf(std::span<const double> numbers, const std::string& place) c
     constexpr double agreement = 1e-6; // of the dose: Sum and Mean are added up apart
     const double dose = numbers[statistics_.sum ? *statistics_.sum : *statistics_.mean];
     if (dose < 0 && dose != excluded) {
-        refuse("has a dose of " + number(dose) + " (" + place + ")");
+        refuseDamaged("has a dose of " + number(dose) + " (" + place + ")");
     }
     if (statistics_.sum && statistics_.mean && statistics_.histories && dose != excluded) {
         const double expected = numbers[*statistics_.mean] * numbers[*statistics_.histories];
         if (!(std::fabs(expected - dose) <= agreement * dose)) {
-            refuse("tells a Sum that is not its Mean times its histories (" + place + ")");
+            refuseDamaged("tells a Sum that is not its Mean times its histories (" + place + ")");
         }
     }
     return dose;
@@ -90,8 +90,8 @@ void Bins::setUncertainty(std::size_t bin, std::span<const double> numbers,
     const double histories = numbers[*statistics_.histories];
     const double deviation = numbers[*statistics_.deviation];
     if (!(deviation >= 0) || !(histories >= 0)) {
-        refuse("has a standard deviation of " + number(deviation) + " of " + number(histories) +
-               " histories (" + place + ")");
+        refuseDamaged("has a standard deviation of " + number(deviation) + " of " +
+                      number(histories) + " histories (" + place + ")");
     }
     if (histories > 0) {
         const double root = std::sqrt(histories);
@@ -103,7 +103,7 @@ void Bins::setUncertainty(std::size_t bin, std::span<const double> numbers,
 void Bins::add(std::size_t bin, std::span<const double> numbers, const std::string& place)
 {
     if (isTold_[bin] != 0) {
-        refuse("tells the bin " + nameOf(bin) + " twice (" + place + ")");
+        refuseDamaged("tells the bin " + nameOf(bin) + " twice (" + place + ")");
     }
     isTold_[bin] = 1;
     const double dose = doseOf(numbers, place);
@@ -122,7 +122,7 @@ void Bins::add(std::size_t bin, std::span<const double> numbers, const std::stri
 void Bins::setGaps(DoseImage& dose)
 {
     if (gaps_ == voxels_) {
-        refuse("holds no dose: all bins are outside the structures of a filter");
+        refuseUnsupported("holds no dose: all bins are outside the structures of a filter");
     }
     if (gaps_ > 0) {
         dose.measurement.emplace();
@@ -140,7 +140,8 @@ DoseImage Bins::take(const TopasHead& head)
 {
     for (std::size_t bin = 0; bin < voxels_ && !head.isSparse; ++bin) {
         if (isTold_[bin] == 0) {
-            refuse("is cut short, or bins were left out: it does not tell the bin " + nameOf(bin));
+            refuseDamaged("is cut short, or bins were left out: it does not tell the bin " +
+                          nameOf(bin));
         }
     }
     DoseImage dose;
@@ -159,7 +160,7 @@ void readRow(std::string_view line, const std::string& place, std::vector<double
         const std::string_view cell = stripped(line.substr(start, end - start));
         numbers.push_back(parseNumber(cell));
         if (!std::isfinite(numbers.back())) {
-            refuse("has \"" + excerpt(cell) + "\" where a number should be (" + place + ")");
+            refuseDamaged("has \"" + excerpt(cell) + "\" where a number should be (" + place + ")");
         }
         start = end + 1;
     }
@@ -170,8 +171,8 @@ std::size_t binOf(std::span<const double> indices, const Bins& bins, const std::
 {
     const auto whole = [&place](double index, double count) {
         if (!(index >= 0 && index < count && index == std::floor(index))) {
-            refuse("has an index of " + number(index) + " where there are " + number(count) +
-                   " bins (" + place + ")");
+            refuseDamaged("has an index of " + number(index) + " where there are " + number(count) +
+                          " bins (" + place + ")");
         }
         return static_cast<std::size_t>(index);
     };
@@ -201,9 +202,9 @@ void readText(ByteView file, const TopasHead& head, Bins& bins)
         const std::string place = "line " + std::to_string(line);
         readRow(*text, place, numbers);
         if (numbers.size() != cells) {
-            refuse("has " + grouped(numbers.size()) + " numbers in " + place +
-                   ", where there are " + grouped(indices) + " indices and " +
-                   grouped(head.statistics.count) + " statistics");
+            refuseDamaged("has " + grouped(numbers.size()) + " numbers in " + place +
+                          ", where there are " + grouped(indices) + " indices and " +
+                          grouped(head.statistics.count) + " statistics");
         }
         const std::span<const double> all(numbers);
         bins.add(binOf(all.first(indices), bins, place), all.subspan(indices), place);
@@ -219,7 +220,7 @@ void readBinary(ByteView values, const TopasHead& head, Bins& bins)
             numbers[i] =
                 numberAt<double>(values.data(), sizeof(double) * (bin * numbers.size() + i), false);
             if (!std::isfinite(numbers[i])) {
-                refuse("holds a value that is not a finite number (" + place + ")");
+                refuseDamaged("holds a value that is not a finite number (" + place + ")");
             }
         }
         bins.add(bin, numbers, place);
@@ -249,7 +250,7 @@ void checkLength(const TopasHead& head, std::size_t bytes)
     const std::size_t voxels = checkGeometry(head.grid);
     const std::size_t leastBytes = 2 * (head.statistics.count + 1); // digit and comma or line end
     if (!head.isSparse && bytes / leastBytes < voxels) {
-        refuse("is cut short: it has fewer lines than its " + grouped(voxels) + " bins");
+        refuseDamaged("is cut short: it has fewer lines than its " + grouped(voxels) + " bins");
     }
     checkIsTold(voxels, bytes);
 }
@@ -263,7 +264,7 @@ DoseImage readTopas(ByteView file, const FindFile& find, const Host& host)
     if (head.binaryName.empty()) {
         checkLength(head, file.size() - head.length);
         if (file.back() != '\n') {
-            refuse("is cut short within its last line");
+            refuseDamaged("is cut short within its last line");
         }
     } else {
         companion = valueOf(find(head.binaryName));

@@ -71,7 +71,7 @@ void take(Entries& entries, TopasHead& head, std::string_view line)
         entries.binning = line;
     } else if (line.find(" : ") != std::string_view::npos) {
         if (!entries.scored.empty()) {
-            refuse("tells two quantities of a TOPAS scorer");
+            refuseUnsupported("tells two quantities of a TOPAS scorer");
         }
         entries.scored = line;
     }
@@ -80,16 +80,17 @@ void take(Entries& entries, TopasHead& head, std::string_view line)
 void checkAxes(const std::vector<BinLine>& bins)
 {
     if (bins.empty()) {
-        refuse("is a single value of a TOPAS scorer, without bins; divide its component into bins "
-               "along X, Y and Z");
+        refuseUnsupported(
+            "is a single value of a TOPAS scorer, without bins; divide its component into bins "
+            "along X, Y and Z");
     }
     std::vector<std::string> axes;
     for (const BinLine& line : bins) {
         axes.push_back(line.axis);
     }
     if (axes != std::vector<std::string>{"X", "Y", "Z"}) {
-        refuse("is scored by TOPAS in bins along " + excerpt(join(axes, ", ")) +
-               ", not along X, Y, Z; score the dose in a box");
+        refuseUnsupported("is scored by TOPAS in bins along " + excerpt(join(axes, ", ")) +
+                          ", not along X, Y, Z; score the dose in a box");
     }
 }
 
@@ -126,19 +127,19 @@ TopasStatistics statisticsOf(std::string_view list)
     for (const std::string_view word : cellsOf(list, Separator::blank)) {
         const auto name = names.find(word);
         if (name == names.end()) {
-            refuse("has \"" + excerpt(word) + "\" where TOPAS names a statistic");
+            refuseDamaged("has \"" + excerpt(word) + "\" where TOPAS names a statistic");
         }
         if (name->second != nullptr) {
             std::optional<std::size_t>& column = statistics.*(name->second);
             if (column) {
-                refuse("names " + std::string(word) + " twice");
+                refuseDamaged("names " + std::string(word) + " twice");
             }
             column = statistics.count;
         }
         ++statistics.count;
     }
     if (!statistics.sum && !statistics.mean) {
-        refuse("tells neither the Sum nor the Mean of its doses; have TOPAS report Sum");
+        refuseUnsupported("tells neither the Sum nor the Mean of its doses; have TOPAS report Sum");
     }
     return statistics;
 }
@@ -147,15 +148,15 @@ TopasStatistics statisticsOf(std::string_view list)
 std::string_view listOf(std::string_view scored)
 {
     if (scored.empty()) {
-        refuse("is a head of TOPAS that does not tell what was scored");
+        refuseDamaged("is a head of TOPAS that does not tell what was scored");
     }
     const auto colon = scored.find(" : ");
     const auto words = cellsOf(scored.substr(0, colon), Separator::blank);
     const bool isDose = words.size() == 4 && words[0].starts_with("DoseTo") && words[1] == "(" &&
                         words[2] == "Gy" && words[3] == ")";
     if (!isDose) {
-        refuse("holds " + excerpt(stripped(scored.substr(0, colon))) +
-               ", scored by TOPAS, no dose; score DoseToMedium or DoseToWater, in Gy");
+        refuseUnsupported("holds " + excerpt(stripped(scored.substr(0, colon))) +
+                          ", scored by TOPAS, no dose; score DoseToMedium or DoseToWater, in Gy");
     }
     return scored.substr(colon + 3);
 }
@@ -180,8 +181,8 @@ TopasHead readTopasHead(ByteView file)
     checkAxes(entries.bins);
     const std::string_view list = listOf(entries.scored);
     if (!entries.binning.empty()) {
-        refuse("is binned by more than places (\"" + excerpt(entries.binning) +
-               "\"); have TOPAS score the dose without");
+        refuseUnsupported("is binned by more than places (\"" + excerpt(entries.binning) +
+                          "\"); have TOPAS score the dose without");
     }
     head.grid = gridOf(entries.bins);
     head.statistics = statisticsOf(list);

@@ -8,6 +8,7 @@
 
 #include "files/characters/utf8.h"
 #include "files/error.h"
+#include "files/formats/nrrd/layers.h"
 #include "files/formats/volumeFormats.h"
 #include "files/structures/structureNames.h"
 #include "files/text.h"
@@ -31,8 +32,9 @@ std::vector<std::int32_t> labelsOf(const std::vector<float>& values)
         const float value = values[i];
         if (!(value >= 0 && value <= static_cast<float>(largestLabel)) ||
             value != std::floor(value)) {
-            refuse("is no label mask: it has a value of " + number(static_cast<double>(value), 9) +
-                   " (labels are whole numbers from 0 to " + grouped(largestLabel) + ")");
+            refuseUnsupported(
+                "is no label mask: it has a value of " + number(static_cast<double>(value), 9) +
+                " (labels are whole numbers from 0 to " + grouped(largestLabel) + ")");
         }
         labels[i] = static_cast<std::int32_t>(value);
     }
@@ -51,8 +53,8 @@ std::set<std::int32_t> labelsIn(const LabelGrid& grid)
         found.insert(label);
         last = label;
         if (found.size() > mostLabels) {
-            refuse("is no label mask: it has more than " + grouped(mostLabels) +
-                   " different values");
+            refuseUnsupported("is no label mask: it has more than " + grouped(mostLabels) +
+                              " different values");
         }
     }
     return found;
@@ -234,7 +236,7 @@ StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& 
                     [](const Layer& layer) { return layer.labels.empty(); })) {
         const char* const note = "has no label but 0, which is no structure";
         if (segments.empty() && layers.size() > 1) {
-            refuse(note); // not one to be named after the file
+            refuseUnsupported(note); // not one to be named after the file
         }
         set.warnings.emplace_back(note);
     }

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "files/fileFormat.h"
-#include "files/readDose.h"
+#include "files/host.h"
 #include "files/structures/structureSet.h"
 
 namespace files

@@ -2,6 +2,7 @@
 
 #include "files/fileFormat.h"
 #include "files/namedFile.h"
+#include "files/readDose.h"
 #include "files/structures/labelMask.h"
 #include "files/structures/rtStructureSet.h"
 
@@ -28,7 +29,7 @@ StructureSet readBytes(ByteView file, const std::string& name, const FindFile& f
                        const Host& host)
 {
     if (file.empty()) {
-        refuse("is empty");
+        refuseDamaged("is empty");
     }
     const FileFormat format = formatOf(file, host.deflate);
     return format == FileFormat::dicom ? readRtStructureSet(file, host.deflate)

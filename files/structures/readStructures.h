@@ -10,7 +10,7 @@
 #include <string>
 #include <variant>
 
-#include "files/readDose.h"
+#include "files/host.h"
 #include "files/structures/structureSet.h"
 
 namespace files

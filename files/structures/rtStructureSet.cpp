@@ -73,8 +73,9 @@ void checkIsStructures(const DicomFile& file)
         return;
     }
     if (isObject(file, "1.2.840.10008.5.1.4.1.1.66.4", "SEG")) {
-        refuse("is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
-               "label masks in NRRD, MetaImage and NIfTI)");
+        refuseUnsupported(
+            "is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
+            "label masks in NRRD, MetaImage and NIfTI)");
     }
     refuseForeign("is DICOM but no RT Structure Set (modality " +
                   toldModality(file.values().text(tags::modality)) + ")");
@@ -100,15 +101,15 @@ std::vector<Vec3> verticesOf(const DicomValues& contour)
 {
     DicomNumbers numbers = contour.list(tags::contourData);
     if (numbers.count() % 3 != 0) {
-        refuse("has a contour with " + grouped(numbers.count()) +
-               " coordinates, which are no whole points");
+        refuseDamaged("has a contour with " + grouped(numbers.count()) +
+                      " coordinates, which are no whole points");
     }
     const std::size_t count = numbers.count() / 3;
     if (contour.has(tags::pointCount)) {
         const std::int32_t told = contour.wholeNumber(tags::pointCount);
         if (told != static_cast<std::int64_t>(count)) {
-            refuse("has a contour with " + grouped(count) + " points that tells " +
-                   std::to_string(told));
+            refuseDamaged("has a contour with " + grouped(count) + " points that tells " +
+                          std::to_string(told));
         }
     }
     std::vector<Vec3> vertices(count);
@@ -116,7 +117,8 @@ std::vector<Vec3> verticesOf(const DicomValues& contour)
         for (double& coordinate : vertex) {
             coordinate = numbers.next();
             if (!(std::fabs(coordinate) <= farthestVertex)) {
-                refuse("has a contour with a coordinate of " + number(coordinate, 9) + " mm");
+                refuseDamaged("has a contour with a coordinate of " + number(coordinate, 9) +
+                              " mm");
             }
         }
     }
@@ -129,8 +131,8 @@ void checkFlat(const std::vector<Vec3>& vertices)
         vertices.begin(), vertices.end(), [](const Vec3& a, const Vec3& b) { return a[2] < b[2]; });
     const double height = (*highest)[2] - (*lowest)[2];
     if (height > flatness) {
-        refuse("has a contour that does not lie in a plane of constant z: it is " + number(height) +
-               " mm high");
+        refuseUnsupported("has a contour that does not lie in a plane of constant z: it is " +
+                          number(height) + " mm high");
     }
 }
 
@@ -152,8 +154,8 @@ void takeContour(Structure& structure, const DicomValues& contour)
         checkFlat(vertices);
         structure.contours.push_back({std::move(vertices)});
     } else {
-        refuse(type.empty() ? "has a contour that does not tell its Contour Geometric Type"
-                            : "has a contour of the unknown type \"" + excerpt(type) + "\"");
+        refuseDamaged(type.empty() ? "has a contour that does not tell its Contour Geometric Type"
+                                   : "has a contour of the unknown type \"" + excerpt(type) + "\"");
     }
 }
 
@@ -202,7 +204,7 @@ public:
         commonFrame_ = commonFrameOfReference(file_, texts_);
         forEachItem(file_, tags::rois, [this](const DicomValues& roi) { addRoi(roi); });
         if (set_.structures.empty()) {
-            refuse("is an RT Structure Set without structures");
+            refuseDamaged("is an RT Structure Set without structures");
         }
         forEachItem(file_, tags::roiContours,
                     [this](const DicomValues& item) { addContours(item); });
@@ -226,7 +228,8 @@ private:
                                          ? texts_.text(roi, tags::roiFrameOfReference)
                                          : commonFrame_;
         if (!places_.emplace(structure.number, set_.structures.size()).second) {
-            refuse("has two structures of the ROI Number " + std::to_string(structure.number));
+            refuseDamaged("has two structures of the ROI Number " +
+                          std::to_string(structure.number));
         }
         set_.structures.push_back(std::move(structure));
     }

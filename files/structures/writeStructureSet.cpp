@@ -22,7 +22,7 @@ public:
         constexpr std::size_t longest = 0xFFFE;
         value.append(value.size() % 2, padding);
         if (value.size() > longest) {
-            refuse("has a contour that is too long to be written");
+            refuseUnsupported("has a contour that is too long to be written");
         }
         head(tag, type);
         number(static_cast<std::uint16_t>(value.size()));

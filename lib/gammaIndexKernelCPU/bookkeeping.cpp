@@ -5,6 +5,8 @@
 #include "engineState.h"
 #include "statistics.h"
 
+using namespace zarngi::engine;
+
 int getNumPassed()
 {
     return static_cast<int>(std::count_if(activeVoxels.begin(), activeVoxels.end(),

@@ -10,6 +10,9 @@
 #include "libZarnGI.h"
 #include "vector3d.h"
 
+namespace zarngi::engine
+{
+
 /** One grid description, as the dose readers take it. Points into the environment. */
 struct DoseGrid {
     const float* map;
@@ -48,5 +51,7 @@ inline float doseAt(const DoseGrid& grid, const vec3dRT& position, Reader reader
     }
     return TrilinearInterp(grid.map, position.v, grid.x0, grid.h, grid.n);
 }
+
+} // namespace zarngi::engine
 
 #endif

@@ -5,6 +5,8 @@
 #include "engineState.h"
 #include "gridAxis.h"
 
+using namespace zarngi::engine;
+
 namespace
 {
 

@@ -12,6 +12,8 @@
 #include "statistics.h"
 #include "watch.h"
 
+using namespace zarngi::engine;
+
 namespace
 {
 

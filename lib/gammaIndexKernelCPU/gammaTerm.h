@@ -8,6 +8,9 @@
 #ifndef ZARNGI_GAMMATERM_H
 #define ZARNGI_GAMMATERM_H
 
+namespace zarngi::engine
+{
+
 /** Gy, the dose criterion of a voxel: DD percent of its reference dose (local), or the global one.
  */
 static inline float doseCriterion(bool local, float referenceDose, float dd, float global)
@@ -32,5 +35,7 @@ template <class F> static inline F gammaSquared(F DDterm, F criterion, F distanc
 {
     return ((DDterm * DDterm) / criterion) / criterion + distance;
 }
+
+} // namespace zarngi::engine
 
 #endif

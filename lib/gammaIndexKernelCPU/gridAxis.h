@@ -10,6 +10,9 @@
 #ifndef ZARNGI_GRIDAXIS_H
 #define ZARNGI_GRIDAXIS_H
 
+namespace zarngi::engine
+{
+
 /** How the dose between voxel centres is read. */
 enum class Reader {
     trilinear, ///< interpolation between eight voxel centres
@@ -207,5 +210,7 @@ static inline LinearDose<OneLane> linearDose(const float* map, const int* n, con
     return linearBetween(linearInPlane(map, n, x, y, z.lower), linearInPlane(map, n, x, y, z.upper),
                          z.fraction);
 }
+
+} // namespace zarngi::engine
 
 #endif

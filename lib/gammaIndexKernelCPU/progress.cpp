@@ -3,6 +3,9 @@
 #include "engineState.h"
 #include "report.h"
 
+namespace zarngi::engine
+{
+
 void ProgressBar::showMark()
 {
     report::progressMark();
@@ -23,3 +26,5 @@ void reportIdlePass()
     ProgressBar(activeVoxels.size()).advanceTo((activeVoxels.size() - 1) / step * step);
     report::progressEnd();
 }
+
+} // namespace zarngi::engine

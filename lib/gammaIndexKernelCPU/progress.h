@@ -7,6 +7,9 @@
 
 #include <cstddef>
 
+namespace zarngi::engine
+{
+
 /** Worker 0's progress through the list, one mark per 2.5 %. */
 class ProgressBar
 {
@@ -33,5 +36,7 @@ private:
 
 /** Shows what a pass shows of its progress, for one in which no voxel has anything to search. */
 void reportIdlePass();
+
+} // namespace zarngi::engine
 
 #endif

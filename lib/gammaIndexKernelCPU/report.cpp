@@ -5,6 +5,9 @@
 
 #include "engineState.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -216,3 +219,5 @@ void done()
 }
 
 } // namespace report
+
+} // namespace zarngi::engine

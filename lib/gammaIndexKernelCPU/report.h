@@ -12,6 +12,9 @@
 #include "setup.h"
 #include "statistics.h"
 
+namespace zarngi::engine
+{
+
 namespace report
 {
 
@@ -40,5 +43,7 @@ void passRate(float passRate);
 void done();
 
 } // namespace report
+
+} // namespace zarngi::engine
 
 #endif

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "rotated/rotate.h"
+
 namespace
 {
 
@@ -39,11 +41,7 @@ void generateRandomRotationMatrix(float R[3][3])
 
 void applyRotation(float R[3][3], vector3d<float>& v)
 {
-    vec3dRT vnew;
-    for (int i = 0; i < 3; ++i) {
-        for (int k = 0; k < 3; ++k) {
-            vnew[i] += R[i][k] * v[k];
-        }
-    }
-    v = vnew;
+    vec3dRT result;
+    zarngi::engine::rotate(R, v.v, result.v);
+    v = result;
 }

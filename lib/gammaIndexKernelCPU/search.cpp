@@ -9,6 +9,9 @@
 #include "rotation.h"
 #include "watch.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -126,7 +129,7 @@ void searchVoxels(std::size_t worker, const VoxelGroup& group)
     if (shellPass != nullptr) {
         shellPass->search(worker, group);
     } else {
-        ListedPass(SearchCriteria{}, *evalPoints).search(worker, group);
+        ListedPass(readSearchCriteria(), *evalPoints).search(worker, group);
     }
 }
 
@@ -134,3 +137,5 @@ bool restIsLeft()
 {
     return shellPass != nullptr && shellPass->leavesRest();
 }
+
+} // namespace zarngi::engine

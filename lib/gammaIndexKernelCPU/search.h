@@ -18,6 +18,9 @@
 #include "rotated/pointGroups.h"
 #include "searchCriteria.h"
 
+namespace zarngi::engine
+{
+
 /** The workers of a pass: pthreads_max_num, but no more than voxels under test, and at least 1. */
 std::size_t workerCount();
 
@@ -99,5 +102,7 @@ void searchVoxels(std::size_t worker, const VoxelGroup& group);
 
 /** Whether searchVoxels() has nothing more to do in this pass. */
 bool restIsLeft();
+
+} // namespace zarngi::engine
 
 #endif

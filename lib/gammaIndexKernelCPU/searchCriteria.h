@@ -11,7 +11,10 @@
 #include "libZarnGI.h"
 #include "shellLattice.h"
 
-/** Grids and criteria, taken from the environment and the engine state. */
+namespace zarngi::engine
+{
+
+/** Grids and criteria; readSearchCriteria() gives those of the environment. */
 struct SearchCriteria {
     /** The radius at which shell `ishell` (the first is 1) ends, mm. */
     [[nodiscard]] float outerRadius(int ishell) const;
@@ -20,20 +23,25 @@ struct SearchCriteria {
     /** gamma^2 that no distance term of a shell exceeds. */
     [[nodiscard]] float largestDistanceTermOf(const ShellLattice& shell) const;
 
-    DoseGrid reference = referenceGrid();
-    DoseGrid evaluation = evaluationGrid();
-    const float* boxBegin = Env->xmin_eval; ///< mm, corners of the evaluation box
-    const float* boxEnd = Env->xmax_eval;
-    Reader reader = selectedReader();
-    bool randomRotation = Env->randomRotation; ///< by Rot
-    bool passRateMode = Env->passRateMode;
-    float gammaSearchMax = Env->gammaSearchMax; ///< not positive: none
-    bool localDD = ::localDD;
-    float dta = DTA;                ///< mm
-    float dd = DD;                  ///< %
-    float ddValue = DDvalue;        ///< Gy, criterion unless localDD
-    float stepSize = Env->stepSize; ///< mm
-    float stepsPerDTA = dta / stepSize;
+    DoseGrid reference;
+    DoseGrid evaluation;
+    const float* boxBegin; ///< mm, corners of the evaluation box
+    const float* boxEnd;
+    Reader reader;
+    bool randomRotation; ///< by Rot
+    bool passRateMode;
+    float gammaSearchMax; ///< not positive: none
+    bool localDD;
+    float dta;      ///< mm
+    float dd;       ///< %
+    float ddValue;  ///< Gy, criterion unless localDD
+    float stepSize; ///< mm
+    float stepsPerDTA;
 };
+
+/** What the environment and the engine state hold now. */
+SearchCriteria readSearchCriteria();
+
+} // namespace zarngi::engine
 
 #endif

@@ -12,6 +12,9 @@
 #include "gammaTerm.h"
 #include "shares.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -159,3 +162,5 @@ std::size_t fillActiveVoxels(const DoseLevels& levels)
     });
     return skimmed;
 }
+
+} // namespace zarngi::engine

@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <vector>
 
+namespace zarngi::engine
+{
+
 /** The doses that decide which voxels are tested. */
 struct DoseLevels {
     float maxDose;             ///< Gy, largest reference dose
@@ -42,5 +45,7 @@ void setGlobalDoseDifference(const DoseLevels& levels);
  * @return the number of voxels marked so.
  */
 std::size_t fillActiveVoxels(const DoseLevels& levels);
+
+} // namespace zarngi::engine
 
 #endif

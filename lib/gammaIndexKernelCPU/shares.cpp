@@ -7,6 +7,9 @@
 #include <ctime>
 #include <vector>
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -89,3 +92,5 @@ void forShares(std::size_t threads, std::size_t count,
         work(std::min(number * share, count), std::min((number + 1) * share, count));
     });
 }
+
+} // namespace zarngi::engine

@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <functional>
 
+namespace zarngi::engine
+{
+
 /**
  * Calls work(n) for the numbers n from 0 to count - 1, each on a thread of its own, and returns
  * when all have ended. Where a thread cannot be created, the calling one does its work.
@@ -29,5 +32,7 @@ constexpr std::size_t shareUnit = 4096; ///< shares of a map begin at multiples 
  */
 void forShares(std::size_t threads, std::size_t count,
                const std::function<void(std::size_t, std::size_t)>& work);
+
+} // namespace zarngi::engine
 
 #endif

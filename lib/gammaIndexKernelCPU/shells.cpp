@@ -26,6 +26,9 @@
 #include "watch.h"
 #include "workers.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -214,7 +217,7 @@ private:
 
 void searchShells()
 {
-    const SearchCriteria criteria;
+    const SearchCriteria criteria = readSearchCriteria();
     requireSearchableLattice(criteria);
     const LatticeAxes axes = tabulateLatticeAxes(criteria);
     const int ishellmax = criteria.passRateMode ? 1 : std::max(maxShells(criteria), 1);
@@ -244,3 +247,5 @@ void searchShells()
     }
     report::searchEnded();
 }
+
+} // namespace zarngi::engine

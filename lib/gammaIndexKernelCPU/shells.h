@@ -5,6 +5,9 @@
 #ifndef ZARNGI_SHELLS_H
 #define ZARNGI_SHELLS_H
 
+namespace zarngi::engine
+{
+
 /**
  * Goes outwards shell by shell until every voxel of activeVoxels is final or the shell limit is
  * reached.
@@ -12,5 +15,7 @@
  * @throws std::domain_error or std::length_error when the search lattice cannot be searched.
  */
 void searchShells();
+
+} // namespace zarngi::engine
 
 #endif

@@ -6,6 +6,9 @@
 
 #include "engineState.h"
 
+namespace zarngi::engine
+{
+
 float passRateOf(int passed)
 {
     return static_cast<float>(passed * 100.0 / static_cast<double>(activeVoxels.size()));
@@ -35,3 +38,5 @@ GammaStatistics gammaStatistics()
                                      : std::sqrt((s2 - s1 * s1 / s0) / (s0 - 1));
     return {gmin, gmax, s1 / s0, deviation};
 }
+
+} // namespace zarngi::engine

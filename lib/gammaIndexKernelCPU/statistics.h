@@ -5,6 +5,9 @@
 #ifndef ZARNGI_STATISTICS_H
 #define ZARNGI_STATISTICS_H
 
+namespace zarngi::engine
+{
+
 struct GammaStatistics {
     double gmin;
     double gmax;
@@ -17,5 +20,7 @@ float passRateOf(int passed);
 
 /** One pass over activeVoxels, which must not be empty. */
 GammaStatistics gammaStatistics();
+
+} // namespace zarngi::engine
 
 #endif

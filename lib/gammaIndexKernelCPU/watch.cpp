@@ -7,6 +7,9 @@
 
 #include "engineState.h"
 
+namespace zarngi::engine
+{
+
 namespace watch
 {
 
@@ -82,3 +85,5 @@ void tell()
 }
 
 } // namespace watch
+
+} // namespace zarngi::engine

@@ -14,6 +14,9 @@
 
 #include "libZarnGI.h"
 
+namespace zarngi::engine
+{
+
 namespace watch
 {
 
@@ -49,5 +52,7 @@ inline bool isStopped()
 }
 
 } // namespace watch
+
+} // namespace zarngi::engine
 
 #endif

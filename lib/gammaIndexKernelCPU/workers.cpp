@@ -12,6 +12,8 @@
 #include "shares.h"
 #include "watch.h"
 
+using namespace zarngi::engine;
+
 namespace
 {
 

@@ -256,8 +256,25 @@ TEST(DicomDose, ContentsThatAreRefused)
     EXPECT_TRUE(read(odd.set(0x7FE00010, "OB", "a").file())); // and a byte of padding
     using Kind = files::FileError::Kind;
     EXPECT_EQ(read(Dose().set(0x00080060, "CS", "CT").file()).error().kind, Kind::foreign);
-    EXPECT_EQ(read(Dose().erase(0x7FE00010).file()).error().kind, Kind::refused);
+    EXPECT_EQ(read(Dose().erase(0x7FE00010).file()).error().kind, Kind::damaged);
     EXPECT_EQ(outcome(Dose().set(0x00280103, 1).bits(16, 5, 4).file()), good);
+}
+
+TEST(DicomDose, DamageIsToldFromWhatIsNotRead)
+{
+    using Kind = files::FileError::Kind;
+    const std::vector<std::pair<string, Kind>> table = {
+        {Dose().set(0x30040002, "CS", "").file(), Kind::damaged},
+        {Dose().set(0x30040002, "CS", "PERCENT").file(), Kind::notSupported},
+        {Dose().set(0x30040002, "CS", "GY").file(runLengths), Kind::damaged},
+        {Dose().file("1.2.3"), Kind::notSupported},
+        {Dose().bits(16, 17, 16).file(), Kind::damaged},
+        {Dose().bits(12, 12, 11).file(), Kind::notSupported},
+        {Dose().set(0x3004000C, "DS", "0\\a").file(), Kind::damaged},
+    };
+    for (const auto& [file, kind] : table) {
+        EXPECT_EQ(read(file).error().kind, kind) << outcome(file);
+    }
 }
 
 TEST(DicomDose, EveryCutIsRefused)
@@ -310,7 +327,8 @@ TEST(DicomDose, OtherPackingsAreForTheHost)
             return [&told, less](ByteView whole, std::size_t size) -> Result<Bytes> {
                 told = asText(whole);
                 Bytes bytes(size - less);
-                std::fill(bytes.room().begin(), bytes.room().end(), static_cast<unsigned char>(0));
+                std::fill(bytes.buffer().begin(), bytes.buffer().end(),
+                          static_cast<unsigned char>(0));
                 return bytes;
             };
         };

@@ -45,16 +45,16 @@ Content operator+(Content left, const Content& right)
     return left;
 }
 
-/** What unpacking into a room of the size gives; its sentence where it is refused. */
+/** What unpacking into a buffer of the size gives; its sentence where it is refused. */
 std::string unpacked(const Content& packed, const Content& expected)
 {
-    Content room(expected.size());
+    Content buffer(expected.size());
     try {
-        files::unpackInto(room, packed, files::nativeDeflate());
+        files::unpackInto(buffer, packed, files::nativeDeflate());
     } catch (const files::Refusal& refusal) {
         return refusal.what();
     }
-    return room == expected ? "equal" : "other bytes";
+    return buffer == expected ? "equal" : "other bytes";
 }
 
 TEST(Checksums, AreThoseOfZlibForEveryLength)
@@ -77,18 +77,18 @@ TEST(Packing, IsReadByZlib)
         for (const bool isGzip : {true, false}) {
             const Content packed =
                 isGzip ? gzip(plain) : copyOf(files::packZlib(plain, files::nativeDeflate()));
-            Content room(size + 1);
+            Content buffer(size + 1);
             z_stream stream{};
             inflateInit2(&stream, MAX_WBITS + 32);
             stream.next_in = const_cast<Bytef*>(packed.data());
             stream.avail_in = static_cast<uInt>(packed.size());
-            stream.next_out = room.data();
-            stream.avail_out = static_cast<uInt>(room.size());
+            stream.next_out = buffer.data();
+            stream.avail_out = static_cast<uInt>(buffer.size());
             EXPECT_EQ(inflate(&stream, Z_FINISH), Z_STREAM_END);
             EXPECT_EQ(stream.avail_in, 0U);
             inflateEnd(&stream);
-            room.resize(stream.total_out);
-            EXPECT_EQ(room, plain);
+            buffer.resize(stream.total_out);
+            EXPECT_EQ(buffer, plain);
             EXPECT_EQ(unpacked(packed, plain), "equal");
         }
     }

@@ -33,7 +33,7 @@ void require(bool condition, const char* what, const std::string& text = {})
 files::Result<files::Bytes> findFile(const std::string& name)
 {
     if (name == "absent.raw") {
-        return files::FileError{files::FileError::Kind::refused, "its data file is missing"};
+        return files::FileError{files::FileError::Kind::damaged, "its data file is missing"};
     }
     files::Bytes bytes(companionBytes);
     std::fill_n(bytes.data(), companionBytes, static_cast<unsigned char>('\x3f'));
@@ -45,7 +45,7 @@ files::Result<files::Bytes> unpackPixels(files::ByteView, std::size_t bytes)
 {
     constexpr std::size_t most = 1 << 20;
     if (bytes > most) {
-        return files::FileError{files::FileError::Kind::refused, "cannot be unpacked"};
+        return files::FileError{files::FileError::Kind::damaged, "cannot be unpacked"};
     }
     files::Bytes pixels(bytes);
     std::fill_n(pixels.data(), bytes, static_cast<unsigned char>(1));
@@ -110,8 +110,7 @@ void checkLine(const std::string& text)
 void checkError(const files::FileError& error)
 {
     checkLine(error.sentence);
-    require(error.kind == files::FileError::Kind::refused ||
-                error.kind == files::FileError::Kind::foreign,
+    require(error.isOfContents() || error.kind == files::FileError::Kind::foreign,
             "small files fit in memory, and errors are the readers' own", error.sentence);
 }
 

@@ -224,6 +224,22 @@ struct expected {
     const char* file;
 };
 
+static void expect_refusal(const struct expected* expected, const struct zarnGIHost_Source* source)
+{
+    char* const text = request(expected->changes);
+    struct zarnGIHost_Comparison* comparison = NULL;
+    struct zarnGIHost_Refusal refusal;
+    check(zarnGIHost_compare(text, strlen(text), source, NULL, &comparison, &refusal) ==
+                  expected->status &&
+              comparison == NULL && refusal.kind == expected->kind,
+          refusal.sentence);
+    check(strcmp(refusal.member, expected->member) == 0, refusal.member);
+    check(strcmp(refusal.file, expected->file) == 0, refusal.file);
+    check((refusal.systemError == ENOENT) == (expected->kind == ZARNGI_HOST_REFUSAL_SYSTEM),
+          "errno");
+    free(text);
+}
+
 static void refuse(void)
 {
     static const struct expected all[] = {
@@ -254,18 +270,44 @@ static void refuse(void)
          "absent"}};
     const struct zarnGIHost_Source source = in_memory();
     for (size_t i = 0; i < sizeof all / sizeof *all; ++i) {
-        char* const text = request(all[i].changes);
-        struct zarnGIHost_Comparison* comparison = NULL;
-        struct zarnGIHost_Refusal refusal;
-        check(zarnGIHost_compare(text, strlen(text), &source, NULL, &comparison, &refusal) ==
-                      all[i].status &&
-                  comparison == NULL && refusal.kind == all[i].kind,
-              refusal.sentence);
-        check(strcmp(refusal.member, all[i].member) == 0, refusal.member);
-        check(strcmp(refusal.file, all[i].file) == 0, refusal.file);
-        check((refusal.systemError == ENOENT) == (all[i].kind == ZARNGI_HOST_REFUSAL_SYSTEM),
-              "errno");
-        free(text);
+        expect_refusal(&all[i], &source);
+    }
+}
+
+static const void* contents_of(const char* name, void* context, size_t* size)
+{
+    static const char cut[] = "NRRD0004\ntype: float\n";
+    static const char too_new[] = "NRRD0009\n\n";
+    static const char photograph[] = "\xFF\xD8\xFF\xE0";
+    (void)context;
+    const int is_cut = strcmp(name, "cut") == 0;
+    const int is_too_new = strcmp(name, "too new") == 0;
+    *size = is_cut ? sizeof cut - 1 : is_too_new ? sizeof too_new - 1 : sizeof photograph - 1;
+    return is_cut ? cut : is_too_new ? too_new : photograph;
+}
+
+static void refuse_files(void)
+{
+    static const struct expected all[] = {
+        {{{"\"file\": null", "\"file\": \"cut\""}, {"\"file\": null", "\"file\": \"e\""}},
+         ZARNGI_HOST_REFUSED,
+         ZARNGI_HOST_REFUSAL_FILE,
+         "",
+         "cut"},
+        {{{"\"file\": null", "\"file\": \"too new\""}, {"\"file\": null", "\"file\": \"e\""}},
+         ZARNGI_HOST_REFUSED,
+         ZARNGI_HOST_REFUSAL_UNSUPPORTED,
+         "",
+         "too new"},
+        {{{"\"file\": null", "\"file\": \"photo\""}, {"\"file\": null", "\"file\": \"e\""}},
+         ZARNGI_HOST_REFUSED,
+         ZARNGI_HOST_REFUSAL_FOREIGN,
+         "",
+         "photo"}};
+    struct zarnGIHost_Source source = in_memory();
+    source.find = contents_of;
+    for (size_t i = 0; i < sizeof all / sizeof *all; ++i) {
+        expect_refusal(&all[i], &source);
     }
 }
 
@@ -401,6 +443,7 @@ int main(void)
     compare_from_everywhere();
     tell_in_documents();
     refuse();
+    refuse_files();
     refuse_arguments();
     follow();
     compare_by_several_threads();

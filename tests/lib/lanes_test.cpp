@@ -17,6 +17,8 @@
 #include "lanes/wasm.h"
 #endif
 
+using namespace zarngi::engine;
+
 namespace
 {
 

@@ -10,6 +10,8 @@
 #include "paths/vectorPath.h"
 #include "support/eachPath.h"
 
+using namespace zarngi::engine;
+
 namespace
 {
 

@@ -74,7 +74,7 @@ def test_source_distribution_is_complete_and_installs(environment, tmp_path):
     (archive,) = tmp_path.glob("zarngi-*.tar.gz")
     with tarfile.open(archive) as contents:
         names = [name.partition("/")[2] for name in contents.getnames()]
-    expected = {"lib/libZarnGI.h", "host/libZarnGIHost.h", "files/formats/nrrd.cpp"}
+    expected = {"lib/libZarnGI.h", "host/libZarnGIHost.h", "files/formats/nrrd/header.cpp"}
     assert {f"native/{name}" for name in expected} <= set(names)
     assert {"zarngi/py.typed", "zarngi/io/_host.py"} <= set(names)
     assert not [name for name in names if name.endswith((".so", ".pyc"))]

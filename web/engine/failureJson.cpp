@@ -26,6 +26,16 @@ Json partsOf(const zarngi::Sentence& sentence)
     return parts;
 }
 
+Json failure(const char* kind, const zarngi::Refusal& error)
+{
+    return {{"error", error.what()},
+            {"kind", kind},
+            {"parts", partsOf(error.sentence())},
+            {"file", error.sentence().subject()}};
+}
+
+} // namespace
+
 const char* kindName(zarngi::FailureKind kind)
 {
     switch (kind) {
@@ -37,23 +47,15 @@ const char* kindName(zarngi::FailureKind kind)
         return "memory";
     case zarngi::FailureKind::interrupted:
         return "interrupted";
-    case zarngi::FailureKind::refused:
-        return "refused";
+    case zarngi::FailureKind::damaged:
+        return "damaged";
+    case zarngi::FailureKind::notSupported:
+        return "notSupported";
     case zarngi::FailureKind::pair:
         break;
     }
     return "pair";
 }
-
-Json failure(const char* kind, const zarngi::Refusal& error)
-{
-    return {{"error", error.what()},
-            {"kind", kind},
-            {"parts", partsOf(error.sentence())},
-            {"file", error.sentence().subject()}};
-}
-
-} // namespace
 
 nlohmann::ordered_json failureJson(const zarngi::UsageError& error)
 {

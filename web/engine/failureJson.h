@@ -12,6 +12,9 @@
 namespace engine
 {
 
+/** As `kind` of the messages tells it. */
+const char* kindName(zarngi::FailureKind kind);
+
 nlohmann::ordered_json failureJson(const zarngi::UsageError& error);
 nlohmann::ordered_json failureJson(const zarngi::InputError& error);
 

@@ -9,7 +9,7 @@ const windowBits = -15;
 const finish = 4;
 const streamEnd = 1;
 
-/** Status of a stream: whole and ended, goes on when the room is full, damaged or cut short. */
+/** Status of a stream: whole and ended, goes on when the buffer is full, damaged or cut short. */
 const ended = 0;
 const full = 1;
 const damaged = 2;
@@ -29,7 +29,7 @@ export interface FileSource {
 export type ProgressListener = (criterion: string, shell: number, shellLimit: number, share: number) => void;
 
 export interface Host extends FileSource {
-    inflate(packed: Uint8Array, room: Uint8Array): [number, number, number];
+    inflate(packed: Uint8Array, buffer: Uint8Array): [number, number, number];
     deflate(plain: Uint8Array): Uint8Array;
     base64(bytes: Uint8Array, text: Uint8Array): void;
     progress: ProgressListener;
@@ -46,14 +46,14 @@ export function makeHost(files: FileSource, progress: ProgressListener): Host {
     };
 }
 
-/** Unpacks a raw DEFLATE stream into the room: status, bytes taken, bytes made. */
-function inflate(packed: Uint8Array, room: Uint8Array): [number, number, number] {
+/** Unpacks a raw DEFLATE stream into the buffer: status, bytes taken, bytes made. */
+function inflate(packed: Uint8Array, buffer: Uint8Array): [number, number, number] {
     const stream = new ZStream();
     stream.input = packed;
     stream.avail_in = packed.length;
     stream.next_in = 0;
-    // An empty room could not tell a stream that has ended from one that goes on.
-    stream.output = room.length > 0 ? room : new Uint8Array(1);
+    // An empty buffer could not tell a stream that has ended from one that goes on.
+    stream.output = buffer.length > 0 ? buffer : new Uint8Array(1);
     stream.avail_out = stream.output.length;
     stream.next_out = 0;
     zlib.inflateInit2(stream, windowBits);
@@ -61,12 +61,12 @@ function inflate(packed: Uint8Array, room: Uint8Array): [number, number, number]
     const made = stream.next_out;
     const taken = stream.next_in;
     const status =
-        code === streamEnd && made <= room.length ? ended : goesOn(stream, made > room.length) ? full : damaged;
+        code === streamEnd && made <= buffer.length ? ended : goesOn(stream, made > buffer.length) ? full : damaged;
     zlib.inflateEnd(stream);
-    return [status, taken, Math.min(made, room.length)];
+    return [status, taken, Math.min(made, buffer.length)];
 }
 
-/** Whether a stream that has filled its room has at least one byte more. */
+/** Whether a stream that has filled its buffer has at least one byte more. */
 function goesOn(stream: ZStream, hasMore: boolean): boolean {
     if (hasMore || stream.avail_out > 0) {
         return hasMore;

@@ -10,9 +10,9 @@
 
 // Streams: [status (0 ended, 1 full, 2 damaged), bytes taken, bytes made].
 EM_JS(void, scriptInflate,
-      (const void* packed, size_t size, void* room, size_t roomSize, uint32_t* result), {
+      (const void* packed, size_t size, void* buffer, size_t bufferSize, uint32_t* result), {
           const answer = Module.host.inflate(HEAPU8.subarray(packed, packed + size),
-                                             HEAPU8.subarray(room, room + roomSize));
+                                             HEAPU8.subarray(buffer, buffer + bufferSize));
           HEAPU32.set(answer, result >> 2);
       });
 
@@ -37,8 +37,8 @@ EM_JS(int, scriptHasFile, (const char* path),
 
 EM_JS(size_t, scriptMadeSize, (), { return Module.made.length; });
 
-EM_JS(void, scriptTakeMade, (void* room), {
-    HEAPU8.set(Module.made, room);
+EM_JS(void, scriptTakeMade, (void* buffer), {
+    HEAPU8.set(Module.made, buffer);
     Module.made = null;
 });
 
@@ -55,16 +55,16 @@ namespace
 
 enum ScriptStatus : std::uint32_t { ended, full, damaged };
 
-std::array<std::uint32_t, 3> inflated(files::ByteView packed, std::span<unsigned char> room)
+std::array<std::uint32_t, 3> inflated(files::ByteView packed, std::span<unsigned char> buffer)
 {
     std::array<std::uint32_t, 3> answer{};
-    scriptInflate(packed.data(), packed.size(), room.data(), room.size(), answer.data());
+    scriptInflate(packed.data(), packed.size(), buffer.data(), buffer.size(), answer.data());
     return answer;
 }
 
-files::Unpacked unpack(files::ByteView packed, std::span<unsigned char> room)
+files::Unpacked unpack(files::ByteView packed, std::span<unsigned char> buffer)
 {
-    const auto [status, taken, made] = inflated(packed, room);
+    const auto [status, taken, made] = inflated(packed, buffer);
     using Status = files::Unpacked::Status;
     return {status == ended  ? Status::ended
             : status == full ? Status::full
@@ -72,9 +72,9 @@ files::Unpacked unpack(files::ByteView packed, std::span<unsigned char> room)
             taken, made};
 }
 
-std::size_t unpackBeginning(files::ByteView packed, std::span<unsigned char> room)
+std::size_t unpackBeginning(files::ByteView packed, std::span<unsigned char> buffer)
 {
-    return inflated(packed, room)[2];
+    return inflated(packed, buffer)[2];
 }
 
 files::Bytes takenFromScript(std::size_t size)

@@ -16,6 +16,7 @@
 #include "files/pairNames.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
+#include "web/engine/failureJson.h"
 #include "web/engine/hostScript.h"
 
 namespace engine
@@ -38,7 +39,8 @@ files::Bytes dataBeside(const std::string& header, const std::string& name, std:
     files::Result<files::Bytes> data = contentsOf(path);
     if (!data) {
         const bool isMissing = data.error().systemError == ENOENT;
-        files::refuse(files::sentenceAboutData(path, isMissing ? "" : data.error().sentence));
+        files::refuseDamaged(
+            files::sentenceAboutData(path, isMissing ? "" : data.error().sentence));
     }
     return std::move(*data);
 }
@@ -145,7 +147,7 @@ Json facts(const files::StructureSet& set)
 /** Segmentations in several layers are masks and nothing else. */
 std::optional<files::StructureSet> masksAlone(OpenFile& file, const files::FileError& noDose)
 {
-    if (noDose.kind != files::FileError::Kind::refused) {
+    if (!noDose.isOfContents()) {
         return {};
     }
     files::Result<files::StructureSet> set = file.structures();
@@ -182,7 +184,9 @@ Json refusalJson(const std::string& path, const files::FileError& error, bool is
 {
     const bool isForeign = error.kind == files::FileError::Kind::foreign;
     return described(path, isForeign ? "foreign" : "refused",
-                     {{"sentence", error.sentence}, {"isDicom", isDicom}});
+                     {{"failure", kindName(zarngi::kindOf(error))},
+                      {"sentence", error.sentence},
+                      {"isDicom", isDicom}});
 }
 
 } // namespace

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "files/doseImage.h"
-#include "files/readDose.h"
+#include "files/host.h"
 #include "files/structures/structureSet.h"
 #include "web/engine/keptValues.h"
 
@@ -23,7 +23,8 @@ class KeptFiles
 public:
     /**
      * What a file is: `kind` is "dose", "structures", "mask" (which is a dose as well), "foreign"
-     * (none of these) or "refused" with the `sentence`; and what tells it from others.
+     * (none of these) or "refused" with the `sentence` and the kind of `failure`; and what tells it
+     * from others.
      */
     nlohmann::ordered_json identify(const std::string& path);
 

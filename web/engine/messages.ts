@@ -31,7 +31,7 @@ export type FileFacts = { path: string } & (
     | ({ kind: 'dose' } & DoseFacts)
     | ({ kind: 'mask'; mask: StructureFacts } & DoseFacts)
     | ({ kind: 'structures' } & StructureFacts)
-    | { kind: 'foreign' | 'refused'; sentence: string; isDicom: boolean }
+    | { kind: 'foreign' | 'refused'; failure: FailureKind; sentence: string; isDicom: boolean }
 );
 
 export interface ComparisonAnswer {
@@ -64,11 +64,11 @@ export type StructurePart = 'voxels' | 'contours';
 export type SentencePart = { text: string } | { member: string } | { file: string };
 
 /**
- * request: of what is asked; pair: of doses that cannot be compared like that; foreign, refused, system:
- * of a file; internal: a fault of this page.
+ * request: of what is asked; pair: of doses that cannot be compared like that; foreign, damaged,
+ * notSupported, system: of a file; internal: a fault of this page.
  */
 export type FailureKind =
-    | 'request' | 'pair' | 'foreign' | 'refused' | 'system' | 'memory' | 'interrupted' | 'internal';
+    | 'request' | 'pair' | 'foreign' | 'damaged' | 'notSupported' | 'system' | 'memory' | 'interrupted' | 'internal';
 
 export interface EngineError {
     /** The sentence in plain words, made of the parts. */

@@ -19,7 +19,7 @@
 #include "comparison/statisticsJson.h"
 #include "comparison/structures/structureElements.h"
 #include "files/structures/writeStructureSet.h"
-#include "files/writeVolume.h"
+#include "files/encodeVolume.h"
 #include "web/engine/hostScript.h"
 
 namespace engine

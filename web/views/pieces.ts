@@ -1,6 +1,6 @@
 /** Long work in pieces, so that the page answers while it is done. */
 
-/** ms; a page that answers within 50 ms leaves room for drawing. */
+/** ms; a page that answers within 50 ms leaves time for drawing. */
 const longest = 10;
 
 const channel = new MessageChannel();

@@ -36,11 +36,6 @@ struct Frames {
     double direction; ///< +1: along the normal of the first one, -1: against it
 };
 
-Vec3 cross(const Vec3& a, const Vec3& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
 constexpr double offsetTolerance = 0.01; // mm
 
 /** The distance from frame to frame (mm), which may be negative. */
@@ -50,8 +45,9 @@ double evenStep(const std::vector<double>& offsets)
     for (std::size_t i = 0; i < offsets.size(); ++i) {
         const double expected = offsets[0] + step * static_cast<double>(i);
         if (std::fabs(offsets[i] - expected) > offsetTolerance) {
-            refuse("has frames that are not evenly spaced (frame " + std::to_string(i + 1) +
-                   " lies " + number(offsets[i] - expected) + " mm off)");
+            refuseUnsupported("has frames that are not evenly spaced (frame " +
+                              std::to_string(i + 1) + " lies " + number(offsets[i] - expected) +
+                              " mm off)");
         }
     }
     return step;
@@ -72,8 +68,9 @@ Frames framesOf(const DicomValues& values, std::size_t count, double positionZ, 
     const std::vector<double> offsets = values.numbers(tags::frameOffsets, count);
     const bool isAbsolute = offsets[0] != 0;
     if (isAbsolute && std::fabs(offsets[0] - positionZ) > offsetTolerance) {
-        refuse("has a Grid Frame Offset Vector that begins neither with 0 nor with the position of "
-               "the first frame");
+        refuseDamaged(
+            "has a Grid Frame Offset Vector that begins neither with 0 nor with the position of "
+            "the first frame");
     }
     if (count == 1) {
         return {thicknessOf(values), 1};
@@ -118,17 +115,18 @@ void checkIsDose(const DicomFile& file)
         refuseForeign("is DICOM but no RT Dose (modality " + toldModality(modality) + ")");
     }
     if (file.data.find(dicomTags::pixelData) == nullptr) {
-        refuse("is an RT Dose without a dose grid");
+        refuseUnsupported("is an RT Dose without a dose grid");
     }
 }
 
 DoseUnit unitOf(const DicomValues& values)
 {
     const std::string units = values.text(tags::doseUnits);
+    if (units.empty()) {
+        refuseDamaged("has no Dose Units");
+    }
     if (units != "GY" && units != "RELATIVE") {
-        refuse(units.empty()
-                   ? "has no Dose Units"
-                   : "has Dose Units of \"" + excerpt(units) + "\" (accepted: GY, RELATIVE)");
+        refuseUnsupported("has Dose Units of \"" + excerpt(units) + "\" (accepted: GY, RELATIVE)");
     }
     return units == "RELATIVE" ? DoseUnit::relative : DoseUnit::gray;
 }
@@ -137,7 +135,7 @@ double scalingOf(const DicomValues& values)
 {
     const double scaling = values.number(tags::doseGridScaling);
     if (!(scaling > 0)) {
-        refuse("has a Dose Grid Scaling of " + number(scaling));
+        refuseDamaged("has a Dose Grid Scaling of " + number(scaling));
     }
     return scaling;
 }

@@ -5,8 +5,9 @@
 #ifndef ZARNGI_FILES_FORMATS_DICOM_DOSE_H
 #define ZARNGI_FILES_FORMATS_DICOM_DOSE_H
 
+#include "files/doseImage.h"
 #include "files/formats/dicom/file.h"
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace files
 {

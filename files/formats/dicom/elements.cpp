@@ -32,7 +32,7 @@ bool hasLongLength(std::string_view type)
         "OB", "OD", "OF", "OL", "OV", "OW", "SQ", "SV", "UC", "UN", "UR", "UT", "UV"};
     const bool isLong = std::find(longTypes.begin(), longTypes.end(), type) != longTypes.end();
     if (!isLong && std::find(shortTypes.begin(), shortTypes.end(), type) == shortTypes.end()) {
-        refuse("is damaged: DICOM has no elements of type \"" + excerpt(type) + "\"");
+        refuseDamaged("is damaged: DICOM has no elements of type \"" + excerpt(type) + "\"");
     }
     return isLong;
 }
@@ -73,7 +73,7 @@ public:
                 return;
             }
             if (head.tag == itemTag) {
-                refuse("is damaged: an item of DICOM lies outside a sequence");
+                refuseDamaged("is damaged: an item of DICOM lies outside a sequence");
             }
             const ByteView value = takeValue(head, syntax, depth);
             if (depth == 0) {
@@ -106,7 +106,7 @@ private:
     {
         constexpr std::size_t most = 1 << 20; // keeps empty elements from filling the memory
         if (elements_.size() == most) {
-            refuse("is damaged: it has more than " + grouped(most) + " elements of DICOM");
+            refuseDamaged("is damaged: it has more than " + grouped(most) + " elements of DICOM");
         }
         elements_.push_back(element);
     }
@@ -115,7 +115,7 @@ private:
     {
         constexpr int deepest = 32;
         if (depth >= deepest) {
-            refuse("is damaged: its sequences of DICOM are too deep");
+            refuseDamaged("is damaged: its sequences of DICOM are too deep");
         }
         if (head.isOpen()) {
             return takeOpenValue(head, syntax, depth);
@@ -132,7 +132,7 @@ private:
         const bool mayBeOpen =
             head.type.empty() || head.type == "SQ" || head.type == "UN" || head.tag == pixelDataTag;
         if (!mayBeOpen) {
-            refuse("is damaged: an element of DICOM has no length");
+            refuseDamaged("is damaged: an element of DICOM has no length");
         }
         const std::size_t start = position_;
         if (head.tag == pixelDataTag) {
@@ -175,7 +175,7 @@ private:
             return {};
         }
         if (item.tag != itemTag) {
-            refuse("is damaged: a sequence of DICOM has no end");
+            refuseDamaged("is damaged: a sequence of DICOM has no end");
         }
         return item;
     }
@@ -210,7 +210,7 @@ private:
     {
         while (const std::optional<Head> item = readItem(syntax, Extent::open)) {
             if (item->isOpen()) {
-                refuse("is damaged: a piece of its compressed dose has no length");
+                refuseDamaged("is damaged: a piece of its compressed dose has no length");
             }
             takeBytes(item->length, item->tag);
         }
@@ -224,7 +224,7 @@ private:
             head.length = takeNumber<std::uint32_t>(syntax);
             const bool isMark = head.tag == itemEndTag || head.tag == sequenceEndTag;
             if (isMark && head.length != 0) {
-                refuse("is damaged: a mark of DICOM has a length");
+                refuseDamaged("is damaged: a mark of DICOM has a length");
             }
             return head;
         }
@@ -255,8 +255,8 @@ private:
     {
         if (end_ - position_ < count) {
             const std::string what = tag == pixelDataTag ? " of dose" : "";
-            refuse("is cut short: " + grouped(count) + " bytes" + what + " should follow, " +
-                   grouped(end_ - position_) + " do");
+            refuseDamaged("is cut short: " + grouped(count) + " bytes" + what + " should follow, " +
+                          grouped(end_ - position_) + " do");
         }
         position_ += count;
         return bytes_.subspan(position_ - count, count);
@@ -309,7 +309,7 @@ const DicomElement* DicomDataSet::find(const DicomTag& tag) const
         return nullptr;
     }
     if (first + 1 != elements_.end() && (first + 1)->tag == tag.number) {
-        refuse("gives " + std::string(tag.name) + " twice");
+        refuseDamaged("gives " + std::string(tag.name) + " twice");
     }
     return &*first;
 }

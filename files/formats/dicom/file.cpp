@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "files/doseImage.h"
 #include "files/error.h"
 #include "files/packed.h"
 
@@ -24,18 +25,19 @@ bool isDeflated(const DicomStart& start)
 
 std::uint64_t gridBytes(const DicomValues& values)
 {
-    constexpr std::uint64_t mostVoxels = std::numeric_limits<std::int32_t>::max();
     const std::uint64_t plane =
         std::uint64_t{values.integer(dicomTags::rows)} * values.integer(dicomTags::columns);
     const std::uint64_t frames = dicomFrameCount(values);
     const std::uint64_t bytes = values.integer(dicomTags::bitsAllocated) / 8;
-    return plane > mostVoxels / frames ? 0 : plane * frames * bytes; // else refused when it is read
+    return plane > std::uint64_t{mostVoxels} / frames
+               ? 0
+               : plane * frames * bytes; // else refused when it is read
 }
 
 Bytes beginningOfDeflated(ByteView packed, const Deflate& deflate, std::size_t most)
 {
     Bytes bytes(most);
-    bytes.shorten(deflate.unpackBeginning(packed, bytes.room()));
+    bytes.shorten(deflate.unpackBeginning(packed, bytes.buffer()));
     return bytes;
 }
 

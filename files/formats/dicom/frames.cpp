@@ -11,18 +11,18 @@ namespace files
 namespace
 {
 
-ByteView joined(std::span<const ByteView> pieces, Bytes& room)
+ByteView joined(std::span<const ByteView> pieces, Bytes& buffer)
 {
     std::size_t size = 0;
     for (const ByteView piece : pieces) {
         size += piece.size();
     }
-    room = Bytes(size);
-    unsigned char* end = room.data();
+    buffer = Bytes(size);
+    unsigned char* end = buffer.data();
     for (const ByteView piece : pieces) {
         end = std::copy(piece.begin(), piece.end(), end);
     }
-    return room.view();
+    return buffer.view();
 }
 
 } // namespace
@@ -35,26 +35,27 @@ DicomFrames::DicomFrames(const DicomElement& pixels, std::size_t count)
         pieces_.erase(pieces_.begin());
     }
     if (pieces_.size() < count) {
-        refuse("is cut short: " + grouped(pieces_.size()) + " pieces of packed dose for " +
-               grouped(count) + " frames");
+        refuseDamaged("is cut short: " + grouped(pieces_.size()) + " pieces of packed dose for " +
+                      grouped(count) + " frames");
     }
     if (!table_.empty() && table_.size() != sizeof(std::uint32_t) * count) {
-        refuse("has a table of packed frames of " + grouped(table_.size()) + " bytes for " +
-               grouped(count) + " frames");
+        refuseDamaged("has a table of packed frames of " + grouped(table_.size()) + " bytes for " +
+                      grouped(count) + " frames");
     }
     if (table_.empty() && count > 1 && pieces_.size() != count) {
-        refuse("has " + grouped(pieces_.size()) + " pieces of packed dose for " + grouped(count) +
-               " frames, and no table that tells which belong together");
+        refuseUnsupported("has " + grouped(pieces_.size()) + " pieces of packed dose for " +
+                          grouped(count) +
+                          " frames, and no table that tells which belong together");
     }
 }
 
-ByteView DicomFrames::next(Bytes& room)
+ByteView DicomFrames::next(Bytes& buffer)
 {
     const std::size_t end = endOfNext();
     const std::span<const ByteView> own(pieces_.data() + piece_, end - piece_);
     piece_ = end;
     ++frame_;
-    return own.size() == 1 ? own[0] : joined(own, room);
+    return own.size() == 1 ? own[0] : joined(own, buffer);
 }
 
 /** Where a frame begins: bytes from the head of the first piece on. */
@@ -78,7 +79,7 @@ std::size_t DicomFrames::endOfNext() const
         position += headBytes + pieces_[end++].size();
     }
     if (told(0) != 0 || end == piece_ || (!isLast && position != goal)) {
-        refuse("is damaged: the table of its packed frames names places between its pieces");
+        refuseDamaged("is damaged: the table of its packed frames names places between its pieces");
     }
     return end;
 }

@@ -25,10 +25,10 @@ public:
 
     /**
      * The next of the `count` frames, as it lies in the file if that is in one piece, else put
-     * together in `room`.
+     * together in `buffer`.
      * @throws Refusal when the table of positions is wrong.
      */
-    ByteView next(Bytes& room);
+    ByteView next(Bytes& buffer);
 
 private:
     std::uint64_t told(std::size_t frame) const;

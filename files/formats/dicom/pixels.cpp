@@ -66,12 +66,14 @@ const Family* familyOf(const std::string& transferSyntax)
 {
     const Family* const family = familyOf(transferSyntax);
     if (family == nullptr) {
-        refuse("holds a dose packed in the transfer syntax \"" + excerpt(transferSyntax) +
-               "\", which is not supported; store it without compression first");
+        refuseUnsupported("holds a dose packed in the transfer syntax \"" +
+                          excerpt(transferSyntax) +
+                          "\", which is not supported; store it without compression first");
     }
-    refuse("holds a dose packed as " + std::string(family->name) +
-           ", which only the command-line program unpacks; store it without compression first" +
-           family->tools);
+    refuseUnsupported(
+        "holds a dose packed as " + std::string(family->name) +
+        ", which only the command-line program unpacks; store it without compression first" +
+        family->tools);
 }
 
 /** The doses of a file, as bytes. */
@@ -85,8 +87,8 @@ public:
     {
     }
 
-    /** The bytes of all values; they lie in the file, or unpacked in `room`. */
-    ByteView find(Bytes& room, const Host& host) const
+    /** The bytes of all values; they lie in the file, or unpacked in `buffer`. */
+    ByteView find(Bytes& buffer, const Host& host) const
     {
         const std::string& syntax = file_.start.transferSyntax;
         const Packing packing = packingOf(syntax);
@@ -100,8 +102,8 @@ public:
         if (packing == Packing::other && (!host.unpackPixels || familyOf(syntax) == nullptr)) {
             refusePacking(syntax);
         }
-        room = packing == Packing::other ? unpackedBy(host) : unpackedRunLengths();
-        return room.view();
+        buffer = packing == Packing::other ? unpackedBy(host) : unpackedRunLengths();
+        return buffer.view();
     }
 
 private:
@@ -109,7 +111,7 @@ private:
     {
         const std::string_view type = pixels_.type;
         if (!type.empty() && type != "OW" && type != "OB" && type != "UN") {
-            refuse("has a dose grid of type \"" + excerpt(type) + "\"");
+            refuseDamaged("has a dose grid of type \"" + excerpt(type) + "\"");
         }
     }
 
@@ -117,15 +119,17 @@ private:
     {
         const std::string& syntax = file_.start.transferSyntax;
         if (packing == Packing::none && pixels_.isOpen) {
-            refuse(syntax.empty() ? "holds a packed dose, and no transfer syntax that tells how"
-                                  : "is damaged: its dose is in pieces, its transfer syntax has "
-                                    "none");
+            refuseDamaged(syntax.empty()
+                              ? "holds a packed dose, and no transfer syntax that tells how"
+                              : "is damaged: its dose is in pieces, its transfer syntax has "
+                                "none");
         }
         if (packing != Packing::none && !pixels_.isOpen) {
-            refuse(packing == Packing::runLengths || familyOf(syntax) != nullptr
-                       ? "is damaged: its packed dose is not in pieces"
-                       : "is written in the transfer syntax \"" + excerpt(syntax) +
-                             "\", which is not supported");
+            if (packing == Packing::runLengths || familyOf(syntax) != nullptr) {
+                refuseDamaged("is damaged: its packed dose is not in pieces");
+            }
+            refuseUnsupported("is written in the transfer syntax \"" + excerpt(syntax) +
+                              "\", which is not supported");
         }
     }
 
@@ -135,9 +139,10 @@ private:
         const bool isCertain = (format_.bits == 8 && pixels_.type == "OB") ||
                                (format_.bits == 16 && pixels_.type == "OW");
         if (file_.start.syntax.isBigEndian && !isCertain) {
-            refuse("has values of " + std::to_string(format_.bits) + " bits as " +
-                   std::string(pixels_.type) +
-                   " in big endian, whose order is ambiguous; store them in little endian first");
+            refuseUnsupported(
+                "has values of " + std::to_string(format_.bits) + " bits as " +
+                std::string(pixels_.type) +
+                " in big endian, whose order is ambiguous; store them in little endian first");
         }
     }
 
@@ -145,11 +150,12 @@ private:
     {
         const std::size_t length = pixels_.value.size();
         if (length < needed_) {
-            refuse("is cut short: " + grouped(length) + " bytes of dose, not " + grouped(needed_));
+            refuseDamaged("is cut short: " + grouped(length) + " bytes of dose, not " +
+                          grouped(needed_));
         }
         if (length > needed_ + needed_ % 2) { // one byte may make the length even
-            refuse("holds more than its grid: " + grouped(length) + " bytes of dose, not " +
-                   grouped(needed_));
+            refuseDamaged("holds more than its grid: " + grouped(length) + " bytes of dose, not " +
+                          grouped(needed_));
         }
     }
 
@@ -168,8 +174,8 @@ private:
             throw Refusal(unpacked.error());
         }
         if (unpacked->size() != needed_) {
-            refuse("has a dose grid that unpacks to " + grouped(unpacked->size()) + " bytes, not " +
-                   grouped(needed_));
+            refuseDamaged("has a dose grid that unpacks to " + grouped(unpacked->size()) +
+                          " bytes, not " + grouped(needed_));
         }
         return std::move(*unpacked);
     }
@@ -178,15 +184,15 @@ private:
     {
         DicomFrames packed(pixels_, frames_);
         if (mostUnpackedRle(pixels_.value.size()) < needed_) {
-            refuse("is cut short: " + grouped(pixels_.value.size()) +
-                   " bytes of packed dose cannot hold " + grouped(needed_));
+            refuseDamaged("is cut short: " + grouped(pixels_.value.size()) +
+                          " bytes of packed dose cannot hold " + grouped(needed_));
         }
         Bytes values(roomFor());
         const std::size_t frameBytes = values.size() / frames_;
         for (std::size_t frame = 0; frame < frames_; ++frame) {
-            Bytes room;
-            unpackRleFrame(packed.next(room), format_.bits / 8,
-                           values.room().subspan(frame * frameBytes, frameBytes));
+            Bytes buffer;
+            unpackRleFrame(packed.next(buffer), format_.bits / 8,
+                           values.buffer().subspan(frame * frameBytes, frameBytes));
         }
         return values;
     }
@@ -231,8 +237,8 @@ void checkStoredBits(ByteView bytes, const DicomPixelFormat& format, bool isBigE
                          : format.bits == 16 ? areWithin(std::uint16_t{}, std::int16_t{})
                                              : areWithin(std::uint32_t{}, std::int32_t{}));
     if (!isGood) {
-        refuse("has values that need more than the " + std::to_string(format.bitsStored) +
-               " bits it tells");
+        refuseDamaged("has values that need more than the " + std::to_string(format.bitsStored) +
+                      " bits it tells");
     }
 }
 
@@ -242,13 +248,13 @@ unsigned bitsStoredOf(const DicomValues& values, unsigned bits)
     const unsigned stored =
         values.has(dicomTags::bitsStored) ? values.integer(dicomTags::bitsStored) : bits;
     if (stored < 1 || stored > bits) {
-        refuse("has " + std::to_string(stored) + " Bits Stored in " + std::to_string(bits));
+        refuseDamaged("has " + std::to_string(stored) + " Bits Stored in " + std::to_string(bits));
     }
     const unsigned highest =
         values.has(dicomTags::highBit) ? values.integer(dicomTags::highBit) : stored - 1;
     if (highest != stored - 1) {
-        refuse("has a High Bit of " + std::to_string(highest) + " with " + std::to_string(stored) +
-               " Bits Stored");
+        refuseDamaged("has a High Bit of " + std::to_string(highest) + " with " +
+                      std::to_string(stored) + " Bits Stored");
     }
     return stored;
 }
@@ -258,15 +264,15 @@ unsigned bitsStoredOf(const DicomValues& values, unsigned bits)
 DicomPixelFormat dicomPixelFormat(const DicomValues& values)
 {
     if (values.integer(dicomTags::samplesPerPixel) != 1) {
-        refuse("has more than one sample per pixel");
+        refuseUnsupported("has more than one sample per pixel");
     }
     const unsigned bits = values.integer(dicomTags::bitsAllocated);
     const unsigned representation = values.integer(dicomTags::pixelRepresentation);
     if (bits != 8 && bits != 16 && bits != 32) {
-        refuse("has values of " + std::to_string(bits) + " bits");
+        refuseUnsupported("has values of " + std::to_string(bits) + " bits");
     }
     if (representation > 1) {
-        refuse("has a Pixel Representation of " + std::to_string(representation));
+        refuseDamaged("has a Pixel Representation of " + std::to_string(representation));
     }
     return {bits, bitsStoredOf(values, bits), representation == 1};
 }
@@ -277,10 +283,10 @@ std::vector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& fo
 {
     const DicomElement* const pixels = file.data.find(dicomTags::pixelData);
     if (pixels == nullptr) {
-        refuse("has no " + std::string(dicomTags::pixelData.name));
+        refuseDamaged("has no " + std::string(dicomTags::pixelData.name));
     }
-    Bytes room;
-    const ByteView bytes = StoredPixels(file, *pixels, format, voxels, frames).find(room, host);
+    Bytes buffer;
+    const ByteView bytes = StoredPixels(file, *pixels, format, voxels, frames).find(buffer, host);
     const bool isBigEndian = file.start.syntax.isBigEndian && format.bits > 8;
     checkStoredBits(bytes, format, isBigEndian);
     return plainValues(bytes, valueFormatOf(format, isBigEndian), {factor, 0}, voxels);

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "files/formats/dicom/file.h"
-#include "files/readDose.h"
+#include "files/host.h"
 
 namespace files
 {

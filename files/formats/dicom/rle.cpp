@@ -24,12 +24,12 @@ struct Plane {
 
 [[noreturn]] void refuseCut()
 {
-    refuse("is cut short: a frame packed by run lengths holds fewer values than the grid");
+    refuseDamaged("is cut short: a frame packed by run lengths holds fewer values than the grid");
 }
 
 [[noreturn]] void refuseLong()
 {
-    refuse("holds more than its grid: a frame packed by run lengths has more values");
+    refuseDamaged("holds more than its grid: a frame packed by run lengths has more values");
 }
 
 /** Whether nothing but padding comes behind the last value. */
@@ -82,15 +82,16 @@ Borders bordersOf(ByteView frame, unsigned count)
     }
     const auto told = numberAt<std::uint32_t>(frame.data(), 0, false);
     if (told != count) {
-        refuse("is damaged: a frame packed by run lengths has " + grouped(told) +
-               " segments instead of " + std::to_string(count));
+        refuseDamaged("is damaged: a frame packed by run lengths has " + grouped(told) +
+                      " segments instead of " + std::to_string(count));
     }
     Borders borders{};
     for (std::size_t i = 0; i < count; ++i) {
         borders[i] = numberAt<std::uint32_t>(frame.data(), 4 * (i + 1), false);
         const bool isInOrder = i == 0 ? borders[0] == headerBytes : borders[i] > borders[i - 1];
         if (!isInOrder) {
-            refuse("is damaged: the segments of a frame packed by run lengths are out of order");
+            refuseDamaged(
+                "is damaged: the segments of a frame packed by run lengths are out of order");
         }
         if (borders[i] > frame.size()) {
             refuseCut();

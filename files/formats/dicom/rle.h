@@ -20,7 +20,7 @@ std::uint64_t mostUnpackedRle(std::uint64_t packedBytes);
  * Unpacks one frame of values of one sample.
  * @param frame its header and as many segments as a value has bytes, most significant first.
  * @param bytesPerValue 1 to 15.
- * @param values room for all values of the frame, which become little endian.
+ * @param values memory for all values of the frame, which become little endian.
  * @throws Refusal when the frame is damaged, or holds fewer or more values.
  */
 void unpackRleFrame(ByteView frame, unsigned bytesPerValue, std::span<unsigned char> values);

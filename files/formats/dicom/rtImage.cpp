@@ -40,10 +40,11 @@ double unitOf(const DicomValues& values)
     const std::string type = values.text(tags::rescaleType);
     const std::string lower = lowerCase(type);
     if (lower != "gy" && lower != "cgy") {
-        refuse(type.empty() ? "is an RT Image that does not say that it holds doses (no Rescale "
-                              "Type)"
-                            : "is an RT Image with a Rescale Type of \"" + excerpt(type) +
-                                  "\" (accepted: GY, CGY)");
+        refuseUnsupported(type.empty()
+                              ? "is an RT Image that does not say that it holds doses (no Rescale "
+                                "Type)"
+                              : "is an RT Image with a Rescale Type of \"" + excerpt(type) +
+                                    "\" (accepted: GY, CGY)");
     }
     return lower == "gy" ? 1 : 100;
 }
@@ -60,7 +61,7 @@ StoredGeometry geometryOf(const DicomValues& values, DoseImage& dose)
         stored.axes[0] = {cosines[0], cosines[1], cosines[2]};
         stored.axes[1] = {cosines[3], cosines[4], cosines[5]};
         if (std::fabs(cosines[2]) > 0 || std::fabs(cosines[5]) > 0) {
-            refuse("has an RT Image Orientation out of the plane of the image");
+            refuseUnsupported("has an RT Image Orientation out of the plane of the image");
         }
     }
     if (values.has(tags::position)) {
@@ -111,11 +112,11 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
     const DicomValues values = file.values();
     const double unit = unitOf(values);
     if (file.data.find(dicomTags::pixelData) == nullptr) {
-        refuse("is an RT Image without an image");
+        refuseDamaged("is an RT Image without an image");
     }
     if (dicomFrameCount(values) != 1) {
-        refuse("is an RT Image of " + grouped(dicomFrameCount(values)) +
-               " frames; a plane has one");
+        refuseUnsupported("is an RT Image of " + grouped(dicomFrameCount(values)) +
+                          " frames; a plane has one");
     }
     DoseImage dose;
     dose.format = "DICOM RT Image";
@@ -126,7 +127,7 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
     const double intercept =
         values.has(tags::rescaleIntercept) ? values.number(tags::rescaleIntercept) : 0;
     if (slope == 0) {
-        refuse("has a Rescale Slope of 0");
+        refuseDamaged("has a Rescale Slope of 0");
     }
     const StoredGeometry stored = geometryOf(values, dose);
     const std::size_t voxels = checkGeometry(stored);

@@ -50,7 +50,7 @@ double DicomNumbers::next()
     rest_.remove_prefix(std::min(end + 1, rest_.size()));
     const double value = parseNumber(piece);
     if (!std::isfinite(value)) {
-        refuse("has a " + std::string(tag_.name) + " with \"" + excerpt(piece) + "\" in it");
+        refuseDamaged("has a " + std::string(tag_.name) + " with \"" + excerpt(piece) + "\" in it");
     }
     return value;
 }
@@ -75,11 +75,11 @@ std::vector<double> DicomValues::numbers(const DicomTag& tag, std::size_t count)
 {
     DicomNumbers there = list(tag);
     if (there.count() == 0) {
-        refuse("has no " + std::string(tag.name));
+        refuseDamaged("has no " + std::string(tag.name));
     }
     if (there.count() != count) {
-        refuse("has a " + std::string(tag.name) + " of " + std::to_string(there.count()) +
-               " numbers instead of " + std::to_string(count));
+        refuseDamaged("has a " + std::string(tag.name) + " of " + std::to_string(there.count()) +
+                      " numbers instead of " + std::to_string(count));
     }
     std::vector<double> numbers(count);
     std::generate(numbers.begin(), numbers.end(), [&there] { return there.next(); });
@@ -91,7 +91,7 @@ std::int32_t DicomValues::wholeNumber(const DicomTag& tag) const
     using Limits = std::numeric_limits<std::int32_t>;
     const double value = number(tag);
     if (!(value >= Limits::min() && value <= Limits::max()) || value != std::floor(value)) {
-        refuse("has a " + std::string(tag.name) + " of " + files::number(value));
+        refuseDamaged("has a " + std::string(tag.name) + " of " + files::number(value));
     }
     return static_cast<std::int32_t>(value);
 }
@@ -100,7 +100,7 @@ unsigned DicomValues::integer(const DicomTag& tag) const
 {
     const ByteView value = bytes(tag);
     if (value.size() != sizeof(std::uint16_t)) {
-        refuse("has no " + std::string(tag.name));
+        refuseDamaged("has no " + std::string(tag.name));
     }
     return numberAt<std::uint16_t>(value.data(), 0, isBigEndian);
 }
@@ -113,7 +113,7 @@ std::size_t dicomFrameCount(const DicomValues& values)
     const double count = values.number(dicomTags::numberOfFrames);
     const bool isCount = count >= 1 && count <= std::numeric_limits<std::int32_t>::max();
     if (!isCount || count != std::floor(count)) {
-        refuse("has a Number of Frames of " + number(count));
+        refuseDamaged("has a Number of Frames of " + number(count));
     }
     return static_cast<std::size_t>(count);
 }

@@ -8,6 +8,9 @@
 #include "lanes/intrinsics.h"
 #include "lanes/sse2.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -146,5 +149,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -8,6 +8,9 @@
 #include "lanes/intrinsics.h"
 #include "lanes/sse2.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -147,5 +150,7 @@ struct Avx512Lanes {
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -11,35 +11,53 @@
 // A path asks for the portable vectors by this macro, for the others by what it is compiled for.
 #if defined(__wasm_simd128__)
 #include "lanes/wasm.h"
+namespace zarngi::engine
+{
 namespace
 {
 using Lanes = WasmLanes;
 }
+} // namespace zarngi::engine
 #elif defined(ZARNGI_PORTABLE_LANES) || !defined(__x86_64__)
 #include "lanes/portable.h"
+namespace zarngi::engine
+{
 namespace
 {
 using Lanes = PortableLanes;
 }
+} // namespace zarngi::engine
 #elif defined(__AVX512F__)
 #include "lanes/avx512.h"
+namespace zarngi::engine
+{
 namespace
 {
 using Lanes = Avx512Lanes;
 }
+} // namespace zarngi::engine
 #elif defined(__AVX2__)
 #include "lanes/avx2.h"
+namespace zarngi::engine
+{
 namespace
 {
 using Lanes = Avx2Lanes;
 }
+} // namespace zarngi::engine
 #else
 #include "lanes/sse2.h"
+namespace zarngi::engine
+{
 namespace
 {
 using Lanes = Sse2Lanes;
 }
+} // namespace zarngi::engine
 #endif
+
+namespace zarngi::engine
+{
 
 namespace
 {
@@ -84,5 +102,7 @@ inline int leastLane(const float* values, unsigned open)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -13,6 +13,9 @@
 
 #include "lanes/throughMemory.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -140,5 +143,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

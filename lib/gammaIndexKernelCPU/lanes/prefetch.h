@@ -5,6 +5,9 @@
 #ifndef ZARNGI_LANES_PREFETCH_H
 #define ZARNGI_LANES_PREFETCH_H
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -22,5 +25,7 @@ inline void prefetchForWriting(const void* address)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

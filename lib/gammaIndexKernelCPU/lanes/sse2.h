@@ -9,6 +9,9 @@
 
 #include "lanes/throughMemory.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -100,5 +103,7 @@ struct Sse2Lanes : ThroughMemory<Sse2Lanes> {
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

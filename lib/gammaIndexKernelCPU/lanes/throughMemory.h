@@ -7,6 +7,9 @@
 
 #include <cstddef>
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -48,5 +51,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -10,6 +10,9 @@
 
 #include "lanes/portable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -96,5 +99,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -7,6 +7,9 @@
 #include "engineState.h"
 #include "shellLattice.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -207,3 +210,5 @@ void closeVoxelsOutOfReach(const SearchCriteria& criteria, const LatticeAxes& ax
         voxel.stopSearching = !reachable;
     }
 }
+
+} // namespace zarngi::engine

@@ -15,6 +15,9 @@
 #include "gridAxis.h"
 #include "searchCriteria.h"
 
+namespace zarngi::engine
+{
+
 /** A range of lattice indices on one axis, both ends included; empty when first > last. */
 struct LatticeInterval {
     std::int32_t first;
@@ -59,5 +62,7 @@ double nearestOpenVoxel(const SearchCriteria& criteria, const LatticeAxes& axes,
  * can lie inside the evaluation box: no later shell could change it.
  */
 void closeVoxelsOutOfReach(const SearchCriteria& criteria, const LatticeAxes& axes, float rmax);
+
+} // namespace zarngi::engine
 
 #endif

@@ -3,6 +3,9 @@
 #include <cmath>
 #include <vector>
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -37,3 +40,5 @@ CellGeometry::CellGeometry(const SearchCriteria& criteria, const LatticeAxes& ax
             criteria.evaluation.n[a] > 1 ? criteria.stepSize / criteria.evaluation.h[a] : 0.0F;
     }
 }
+
+} // namespace zarngi::engine

@@ -8,6 +8,9 @@
 #include "lattice/axes.h"
 #include "searchCriteria.h"
 
+namespace zarngi::engine
+{
+
 /** The size of cells and how well it is known: the same in all passes. */
 struct CellGeometry {
     CellGeometry(const SearchCriteria& criteria, const LatticeAxes& axes);
@@ -19,5 +22,7 @@ struct CellGeometry {
     float slack[2];     ///< steps, rounding of positions
     bool edgesAreKnown; ///< no two lattice points are within the slack of one place
 };
+
+} // namespace zarngi::engine
 
 #endif

@@ -7,6 +7,9 @@
 #include "gammaTerm.h"
 #include "lattice/pass.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -153,3 +156,5 @@ bool isFinal(const SearchPass& pass, const std::int32_t (&index)[3], float gamma
     }
     return found;
 }
+
+} // namespace zarngi::engine

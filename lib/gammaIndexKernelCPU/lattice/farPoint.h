@@ -10,6 +10,9 @@
 #include "searchCriteria.h"
 #include "shellLattice.h"
 
+namespace zarngi::engine
+{
+
 struct SearchPass;
 
 /**
@@ -40,5 +43,7 @@ FarPoint findFarPoint(const SearchCriteria& criteria, const ShellLattice& shell,
  * `index` is that of the voxel on each axis of the reference grid.
  */
 bool isFinal(const SearchPass& pass, const std::int32_t (&index)[3], float gammasq);
+
+} // namespace zarngi::engine
 
 #endif

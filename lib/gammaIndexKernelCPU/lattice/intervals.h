@@ -12,6 +12,9 @@
 
 #include "lattice/axes.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -56,5 +59,7 @@ inline float squareOf(std::int32_t i)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

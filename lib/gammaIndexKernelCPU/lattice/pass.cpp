@@ -4,6 +4,9 @@
 #include <bit>
 #include <cmath>
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -73,3 +76,5 @@ bool SearchPass::isEnumerated(std::int64_t i, std::int64_t j, std::int64_t k) co
     }
     return false;
 }
+
+} // namespace zarngi::engine

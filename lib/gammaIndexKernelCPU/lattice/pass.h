@@ -15,6 +15,9 @@
 #include "searchCriteria.h"
 #include "shellLattice.h"
 
+namespace zarngi::engine
+{
+
 /** What one pass over a shell of the unrotated lattice reads. */
 struct SearchPass : SearchCriteria {
     /**
@@ -50,5 +53,7 @@ struct SearchPass : SearchCriteria {
     std::int64_t wholeSquared; ///< up to this squared radius no point but those in gaps is left out
     bool isRagged; ///< beyond that, this shell leaves out some: outerIndex^2 is wholeSquared then
 };
+
+} // namespace zarngi::engine
 
 #endif

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+namespace zarngi::engine
+{
+
 std::int64_t wholeSquaredRadius(const ShellLattice& shell)
 {
     constexpr std::int64_t largest = largestProvenRadius * largestProvenRadius;
@@ -36,3 +39,5 @@ void RadiusGaps::add(const ShellLattice& shell)
         gaps_[maxCount - 1].upTo = gap.upTo;
     }
 }
+
+} // namespace zarngi::engine

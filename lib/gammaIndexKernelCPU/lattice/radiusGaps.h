@@ -9,6 +9,9 @@
 
 #include "shellLattice.h"
 
+namespace zarngi::engine
+{
+
 /** Radius in steps up to which the rounding of the enumeration is accounted for. */
 constexpr std::int64_t largestProvenRadius = 1024;
 
@@ -28,7 +31,7 @@ std::int64_t wholeSquaredRadius(const ShellLattice& shell);
  *
  * Where the radius is not a whole number of steps, the loop bounds end nearer than the radius: with
  * M whole steps, k <= sqrt(M^2 - i^2 - j^2) + 0.5, hence i^2 + j^2 + k^2 <= M^2 + M + 1, and the
- * same for j where k is 0. The last one has room for the rounding of squares, for radii up to
+ * same for j where k is 0. The last one has a margin for the rounding of squares, for radii up to
  * largestProvenRadius.
  */
 float wholeRim(const ShellLattice& shell);
@@ -54,5 +57,7 @@ private:
     RadiusGap gaps_[maxCount] = {};
     int count_ = 0;
 };
+
+} // namespace zarngi::engine
 
 #endif

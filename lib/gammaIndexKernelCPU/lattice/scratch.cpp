@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -34,3 +37,5 @@ SearchScratch::SearchScratch(const SearchPass& pass, const SearchMemory& memory)
         }
     }
 }
+
+} // namespace zarngi::engine

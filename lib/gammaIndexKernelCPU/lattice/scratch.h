@@ -12,6 +12,9 @@
 
 #include "lattice/pass.h"
 
+namespace zarngi::engine
+{
+
 /** Lattice points on one axis whose dose is interpolated between the same voxel centres. */
 struct CellRun {
     std::int32_t first;
@@ -105,5 +108,7 @@ private:
     std::vector<CellRun> cellRuns_;
     std::vector<VoxelRun> voxelRuns_[3];
 };
+
+} // namespace zarngi::engine
 
 #endif

@@ -12,6 +12,9 @@
 #include "lattice/pass.h"
 #include "lattice/scratch.h"
 
+namespace zarngi::engine
+{
+
 /** Up to this many voxels are searched at once. */
 constexpr int maxVoxels = 32;
 
@@ -24,5 +27,7 @@ struct VoxelGroup {
 /** Searches the pass's shell around some voxels: lowers their gammasq, marks those that are final.
  */
 using LatticeSearch = void (*)(const SearchPass&, SearchScratch&, const VoxelGroup&);
+
+} // namespace zarngi::engine
 
 #endif

@@ -2,6 +2,9 @@
 #include "paths/vectorPath.h"
 #include "rotated/groupSearch.h"
 
+namespace zarngi::engine
+{
+
 void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
 {
     searchGroup(pass, scratch, group);
@@ -11,3 +14,5 @@ bool pointSearchAvx2(const RotatedPoints& points, ActiveVoxel& voxel)
 {
     return RotatedSearch(points, voxel).run();
 }
+
+} // namespace zarngi::engine

@@ -5,6 +5,9 @@
 #include "paths/vectorPath.h"
 #include "rotated/groupSearch.h"
 
+namespace zarngi::engine
+{
+
 void latticeSearchPortable(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group)
 {
     searchGroup(pass, scratch, group);
@@ -14,3 +17,5 @@ bool pointSearchPortable(const RotatedPoints& points, ActiveVoxel& voxel)
 {
     return RotatedSearch(points, voxel).run();
 }
+
+} // namespace zarngi::engine

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -38,3 +41,5 @@ void forceVectorPath(const VectorPath* path)
 {
     forcedPath = path;
 }
+
+} // namespace zarngi::engine

@@ -8,6 +8,9 @@
 #include "lattice/voxelGroup.h"
 #include "rotated/pointGroups.h"
 
+namespace zarngi::engine
+{
+
 /** The searches of one set of instructions. */
 struct VectorPath {
     const char* name;
@@ -43,5 +46,7 @@ void latticeSearchAvx2(const SearchPass& pass, SearchScratch& scratch, const Vox
 bool pointSearchAvx2(const RotatedPoints& points, ActiveVoxel& voxel);
 void latticeSearchAvx512(const SearchPass& pass, SearchScratch& scratch, const VoxelGroup& group);
 bool pointSearchAvx512(const RotatedPoints& points, ActiveVoxel& voxel);
+
+} // namespace zarngi::engine
 
 #endif

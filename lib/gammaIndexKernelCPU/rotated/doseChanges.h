@@ -13,6 +13,9 @@
 #include "lanes/lanes.h"
 #include "rotated/pointGroups.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -81,7 +84,7 @@ private:
 
 /**
  * Finds how much the dose changes in each cell of the region; false if doses there are not finite
- * or too large. Reads behind a row's end, where the map has room.
+ * or too large. Reads behind a row's end, where the map is padded.
  */
 bool DoseChanges::find(const Region& region, float sampleDose)
 {
@@ -221,5 +224,7 @@ Lanes::F DoseChanges::of(std::size_t group) const
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

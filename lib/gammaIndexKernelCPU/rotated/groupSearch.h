@@ -13,6 +13,10 @@
 #include "lanes/lanes.h"
 #include "rotated/doseChanges.h"
 #include "rotated/pointGroups.h"
+#include "rotated/rotate.h"
+
+namespace zarngi::engine
+{
 
 namespace
 {
@@ -161,13 +165,8 @@ void RotatedSearch::tryCandidate()
     if (squared > points_.wholeSquared) {
         return;
     }
-    // In the order of operations of applyRotation.
     float rotated[3];
-    for (int i = 0; i < 3; ++i) {
-        rotated[i] =
-            ((0.0F + points_.rotation[i][0] * sphPos[0]) + points_.rotation[i][1] * sphPos[1]) +
-            points_.rotation[i][2] * sphPos[2];
-    }
+    rotate(points_.rotation, sphPos, rotated);
     consider(rotated);
 }
 
@@ -280,5 +279,7 @@ void RotatedSearch::consider(const float (&sphPos)[3])
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -8,6 +8,9 @@
 #include "lattice/radiusGaps.h"
 #include "rotation.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -113,3 +116,5 @@ RotatedPoints::RotatedPoints(const SearchCriteria& criteria, const std::vector<v
         }
     }
 }
+
+} // namespace zarngi::engine

@@ -14,6 +14,9 @@
 #include "lattice/axes.h"
 #include "searchCriteria.h"
 
+namespace zarngi::engine
+{
+
 /** A shell's rotated points, group by group, nearest group first. */
 struct RotatedPoints : SearchCriteria {
     /** Rotates `points` (mm) by Rot. */
@@ -29,7 +32,7 @@ struct RotatedPoints : SearchCriteria {
     std::int32_t groupCount;
     std::vector<float> point[3];  ///< mm, groupSize per group
     std::vector<float> centre[3]; ///< mm, of a group's box along the axes of the grids, per group;
-                                  ///< some room behind the last one
+                                  ///< padded behind the last one
     std::vector<float> corner[3]; ///< mm, its lower corner
     std::vector<float> extent;    ///< its size, as a share of the largest box, per group
     std::vector<float> nearest;   ///< mm^2, per group: no point of it is nearer
@@ -43,5 +46,7 @@ struct RotatedPoints : SearchCriteria {
  * gammasq. Returns false, and does nothing, if some point does not or if a dose is not a number.
  */
 using PointSearch = bool (*)(const RotatedPoints& points, ActiveVoxel& voxel);
+
+} // namespace zarngi::engine
 
 #endif

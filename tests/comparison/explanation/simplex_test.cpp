@@ -11,7 +11,7 @@ namespace
 using zarngi::minimiseBySimplex;
 using zarngi::Minimum;
 using zarngi::Place;
-using zarngi::SearchSpace;
+using zarngi::SimplexSpace;
 
 using Function = std::function<double(const Place&)>;
 
@@ -55,10 +55,10 @@ double capped(const Place& x)
 struct Problem {
     const char* name;
     Function function;
-    SearchSpace space;
+    SimplexSpace space;
 };
 
-SearchSpace spaceOf(std::size_t dimensions, double bound, double step)
+SimplexSpace spaceOf(std::size_t dimensions, double bound, double step)
 {
     return {Place(dimensions, -bound), Place(dimensions, bound), Place(dimensions, 0),
             Place(dimensions, step)};
@@ -122,7 +122,7 @@ TEST(Simplex, NeedsFewEvaluationsForTheToleranceOfAnExplanation)
 TEST(Simplex, EvaluatesWithinTheBoundsAndItsAllowance)
 {
     int calls = 0;
-    const SearchSpace space = spaceOf(3, 0.6, 0.5);
+    const SimplexSpace space = spaceOf(3, 0.6, 0.5);
     const auto counted = [&](const Place& place) {
         ++calls;
         for (std::size_t i = 0; i < place.size(); ++i) {

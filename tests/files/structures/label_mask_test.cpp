@@ -48,7 +48,7 @@ string layers(const string& values, const string& keys,
 Result<StructureSet> read(const string& bytes, const string& name = "folder/PTV 57.nii.gz")
 {
     const auto find = [](const string&) -> Result<files::Bytes> {
-        return files::FileError{files::FileError::Kind::refused, "its data file is missing"};
+        return files::FileError{files::FileError::Kind::damaged, "its data file is missing"};
     };
     return files::readStructures(
         {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()}, name, find,

@@ -89,7 +89,7 @@ string file(const string& data, const string& transferSyntax = explicitLittle)
 Result<StructureSet> read(const string& bytes)
 {
     const auto find = [](const string&) -> Result<files::Bytes> {
-        return files::FileError{files::FileError::Kind::refused, "its data file is missing"};
+        return files::FileError{files::FileError::Kind::damaged, "its data file is missing"};
     };
     return files::readStructures(view(bytes), "set.dcm", find, {nativeDeflate()});
 }

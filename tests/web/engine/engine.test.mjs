@@ -265,6 +265,7 @@ describe('what is kept of files', () => {
     const contents = {
         'mask.mha': () => metaImage((i) => i % 3),
         'short.mha': () => metaImage((i) => i + 0.5, 5000),
+        'new.nrrd': () => Buffer.from('NRRD0009\n\n'),
         'photo.jpg': () => Buffer.from([0xff, 0xd8, 0xff, 0xe0, ...Array(2000).fill(7)]),
         ...Object.fromEntries(names.map((name, n) => [name, () => metaImage((i) => 1.5 + n + (i % 7))])),
     };
@@ -285,12 +286,14 @@ describe('what is kept of files', () => {
         const { bytes } = held.call({ call: 'example', part: 'structures' });
         const structures = Buffer.from(held.output(bytes));
         contents['set.dcm'] = () => structures;
-        const kinds = { 'mask.mha': 'mask', 'short.mha': 'refused', 'photo.jpg': 'foreign', 'set.dcm': 'structures', [names[0]]: 'dose' };
+        const kinds = { 'mask.mha': 'mask', 'short.mha': 'refused', 'new.nrrd': 'refused', 'photo.jpg': 'foreign', 'set.dcm': 'structures', [names[0]]: 'dose' };
         for (const [path, kind] of Object.entries(kinds)) {
             assert.equal(identify(path).kind, kind, path);
             assert.equal(reads[path], 1, path);
         }
         assert.equal(identify('photo.jpg').isDicom, false);
+        assert.equal(identify('short.mha').failure, 'damaged');
+        assert.equal(identify('new.nrrd').failure, 'notSupported');
         assert.equal(identify('mask.mha').mask.names.length, 2);
     });
 

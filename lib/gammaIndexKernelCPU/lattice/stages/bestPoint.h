@@ -9,6 +9,9 @@
 
 #include "lattice/scratch.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -28,5 +31,7 @@ struct BestPoint {
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

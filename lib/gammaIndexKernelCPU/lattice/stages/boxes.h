@@ -21,6 +21,9 @@
 #include "lattice/stages/columns.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -189,5 +192,7 @@ void BoxSearch::shrinkAgain(int at)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -16,6 +16,9 @@
 #include "lattice/stages/cellNumbers.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -167,5 +170,7 @@ void CellChunk::placeAlongY(CellSpan cells)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -18,6 +18,9 @@
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -170,5 +173,7 @@ inline CellDoses ChunkCells::dosesIn(const CellPlace& place) const
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

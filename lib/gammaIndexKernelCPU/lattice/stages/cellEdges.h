@@ -17,6 +17,9 @@
 #include "lattice/pass.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -88,5 +91,7 @@ inline CellPoints pointsBetween(const SearchPass& pass, int axis, Lanes::F begin
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

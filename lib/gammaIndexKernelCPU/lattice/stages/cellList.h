@@ -10,6 +10,9 @@
 #include "lanes/lanes.h"
 #include "lattice/scratch.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -48,5 +51,7 @@ struct CellList {
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -11,6 +11,9 @@
 #include "lattice/stages/cellEdges.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -79,5 +82,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -13,6 +13,9 @@
 #include "lattice/stages/cellList.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -272,5 +275,7 @@ __attribute__((always_inline)) inline unsigned CellPlane::shrink(PointBox& box,
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -18,6 +18,9 @@
 #include "lattice/stages/cellNumbers.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -37,7 +40,7 @@ public:
         boxes_.takeUp(firstX, firstY, alongZ);
     }
 
-    /** Makes room for cells: so many for each voxel, at most cellsAtOnce. */
+    /** Reserves memory for cells: so many for each voxel, at most cellsAtOnce. */
     void makeRoom(int cells)
     {
         if (count_ + cells * VoxelTable::maxCount > maxListed) {
@@ -144,5 +147,7 @@ void CellQueue::searchBelow(const float* level)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

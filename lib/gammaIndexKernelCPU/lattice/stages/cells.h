@@ -23,6 +23,9 @@
 #include "lattice/stages/voxelStart.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -229,5 +232,7 @@ inline void CellSearch::listOpenCells(const Row& least, const Row& most, int y, 
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -16,6 +16,9 @@
 #include "lattice/scratch.h"
 #include "lattice/stages/voxelStart.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -57,5 +60,7 @@ inline void prepareWindow(const SearchPass& pass, const VoxelStart& voxel, AxisW
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

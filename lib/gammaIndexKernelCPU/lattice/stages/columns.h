@@ -20,6 +20,9 @@
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -327,5 +330,7 @@ void ColumnSearch::finish()
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

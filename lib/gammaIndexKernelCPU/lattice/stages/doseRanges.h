@@ -17,6 +17,9 @@
 #include "lattice/scratch.h"
 #include "lattice/stages/cellChunk.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -96,5 +99,7 @@ template <class Row> inline void DoseRanges::find(std::int32_t row, Row& least, 
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -18,6 +18,9 @@
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelStart.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -292,5 +295,7 @@ void FirstCandidates::leastNear(F (&p)[3], const LinearField& field, bool nearRi
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -24,6 +24,9 @@
 #include "lattice/stages/wholeVoxels.h"
 #include "lattice/voxelGroup.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -169,5 +172,7 @@ inline void searchGroup(const SearchPass& pass, SearchScratch& scratch, const Vo
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -17,6 +17,9 @@
 #include "lattice/stages/voxelStart.h"
 #include "lattice/voxelGroup.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -209,5 +212,7 @@ void NearbyDoses::widenRanges(std::int32_t length, std::int32_t width)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -20,6 +20,9 @@
 #include "lattice/stages/singlePoints.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -189,5 +192,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -13,6 +13,9 @@
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelTable.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -151,5 +154,7 @@ void PointList::consider(int count)
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

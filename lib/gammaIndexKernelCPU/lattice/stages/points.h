@@ -16,6 +16,9 @@
 #include "lattice/pass.h"
 #include "lattice/radiusGaps.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -97,7 +100,7 @@ inline Lanes::F latticeRim(const SearchPass& pass, Lanes::F squared)
     if (!pass.isRagged) {
         return rim;
     }
-    // sqrt(M^2 - squared) + 0.5, rounded down, with room for the rounding of the squares.
+    // sqrt(M^2 - squared) + 0.5, rounded down, with a margin for the rounding of the squares.
     const F whole = Lanes::all(static_cast<float>(pass.wholeSquared) * (1 + 0x1p-21F));
     const F rest = Lanes::max(whole - squared, zero);
     return Lanes::min(rim, rounded(Lanes::sqrt(rest + hundredth) + Lanes::all(0.001F)));
@@ -209,5 +212,7 @@ inline unsigned improvements(Lanes::F Gammasq, Lanes::F r2, Lanes::F best, Lanes
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -14,6 +14,9 @@
 #include "lattice/pass.h"
 #include "lattice/stages/voxelStart.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -65,5 +68,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

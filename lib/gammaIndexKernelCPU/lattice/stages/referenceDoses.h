@@ -13,6 +13,9 @@
 #include "lattice/stages/points.h"
 #include "lattice/stages/voxelStart.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -66,5 +69,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -21,6 +21,9 @@
 #include "lattice/stages/bestPoint.h"
 #include "lattice/stages/voxelStart.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -93,5 +96,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

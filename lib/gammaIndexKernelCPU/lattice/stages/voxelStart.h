@@ -18,6 +18,9 @@
 #include "lattice/pass.h"
 #include "lattice/stages/bestPoint.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -217,5 +220,7 @@ private:
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -16,6 +16,9 @@
 #include "lattice/stages/reach.h"
 #include "lattice/stages/voxelStart.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -143,5 +146,7 @@ struct VoxelTable {
 };
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

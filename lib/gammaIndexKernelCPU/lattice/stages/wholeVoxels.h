@@ -19,6 +19,9 @@
 #include "lattice/stages/singlePoints.h"
 #include "lattice/stages/voxelStart.h"
 
+namespace zarngi::engine
+{
+
 namespace
 {
 
@@ -185,5 +188,7 @@ void WholeVoxels::considerEach(const VoxelRun& x, const VoxelRun& y, const Voxel
 }
 
 } // namespace
+
+} // namespace zarngi::engine
 
 #endif

@@ -1,15 +1,10 @@
-#include "cli/output/temporaryFile.h"
+#include "cli/output/pendingFile.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-
-#include "cli/output/systemCall.h"
 
 namespace zarngi
 {
@@ -77,39 +72,26 @@ extern "C" void removePendingAndEnd(int signal)
     std::raise(signal);
 }
 
-/** The permissions that the user wants new files to have. */
-mode_t usualPermissions()
-{
-    const mode_t mask = umask(0);
-    umask(mask);
-    return 0666 & ~mask;
-}
-
 } // namespace
 
-TemporaryFile::TemporaryFile(const std::filesystem::path& folder)
-    : path_((folder / ".zarngi-XXXXXX").string())
+PendingFile::PendingFile(const std::filesystem::path& folder)
 {
     const SignalsHeld untilItIsPending;
-    const int file = checked(mkstemp(path_.data()));
-    setPending(path_);
-    close(file);
+    file_.emplace(folder);
+    setPending(file_->path());
 }
 
-TemporaryFile::~TemporaryFile()
+PendingFile::~PendingFile()
 {
-    if (!isKept_) {
-        unlink(path_.c_str());
-        clearPending(path_);
-    }
+    const std::string path = file_->path();
+    file_.reset();
+    clearPending(path);
 }
 
-void TemporaryFile::renameTo(const std::string& path)
+void PendingFile::renameTo(const std::string& path)
 {
-    checked(chmod(path_.c_str(), usualPermissions()));
-    checked(std::rename(path_.c_str(), path.c_str()));
-    isKept_ = true;
-    clearPending(path_);
+    file_->renameTo(path);
+    clearPending(file_->path());
 }
 
 void removeTemporaryFilesOnSignals()

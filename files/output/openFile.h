@@ -2,13 +2,13 @@
  * @file openFile.h
  * Writing to a file descriptor until everything is there.
  */
-#ifndef ZARNGI_CLI_OUTPUT_OPENFILE_H
-#define ZARNGI_CLI_OUTPUT_OPENFILE_H
+#ifndef ZARNGI_FILES_OUTPUT_OPENFILE_H
+#define ZARNGI_FILES_OUTPUT_OPENFILE_H
 
 #include <csignal>
 #include <string_view>
 
-namespace zarngi
+namespace files
 {
 
 /** A file, device or pipe that is open for writing, and closed in the end. */
@@ -45,6 +45,6 @@ private:
     };
 };
 
-} // namespace zarngi
+} // namespace files
 
 #endif

@@ -1,12 +1,11 @@
 /**
- * @file writeVolume.h
- * The writers of volumes: a grid of values in, the bytes of a file out.
+ * @file encodeVolume.h
+ * A grid of values in, the bytes of a volume's file out.
  */
-#ifndef ZARNGI_FILES_WRITEVOLUME_H
-#define ZARNGI_FILES_WRITEVOLUME_H
+#ifndef ZARNGI_FILES_ENCODEVOLUME_H
+#define ZARNGI_FILES_ENCODEVOLUME_H
 
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "files/bytes.h"
@@ -39,9 +38,6 @@ Result<Bytes> encodeVolume(VolumeFormat volumeFormat, const Geometry& geometry,
 
 /** The file of an image of floats. */
 Result<Bytes> encodeImage(VolumeFormat volumeFormat, const Image& image, const Deflate& deflate);
-
-/** Writes a file under a temporary name beside `path`, then gives it that name. */
-Result<bool> writeWhole(const std::string& path, ByteView contents);
 
 } // namespace files
 

@@ -1,13 +1,10 @@
-#include "files/writeVolume.h"
+#include "files/encodeVolume.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <charconv>
-#include <cstdio>
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
 #include <cstring>
-#include <random>
 
 #include "files/packed.h"
 #include "files/text.h"
@@ -142,8 +139,8 @@ Bytes encodeNifti(const Geometry& geometry, const ValueFormat& format, ByteView 
     constexpr int largestSize = 32767;
     for (const int size : geometry.size) {
         if (size > largestSize) {
-            refuse("cannot be NIfTI: the grid has " + std::to_string(size) +
-                   " voxels along an axis, NIfTI-1 up to 32767");
+            refuseUnsupported("cannot be NIfTI: the grid has " + std::to_string(size) +
+                              " voxels along an axis, NIfTI-1 up to 32767");
         }
     }
     Bytes bytes(dataPosition + values.size());
@@ -183,42 +180,6 @@ Bytes encode(VolumeFormat volumeFormat, const Geometry& geometry, const ValueFor
     return packGzip(encodeNifti(geometry, format, values).view(), deflate);
 }
 
-[[noreturn]] void refuseToWrite()
-{
-    throw Refusal({FileError::Kind::system,
-                   std::string("cannot be written: ") + std::strerror(errno), errno});
-}
-
-/**
- * Creates a file of a new name in a folder, with the permissions of any new file; -1 and errno if
- * not. Asking for the process's mask, as mkstemp() makes necessary, would change it for a moment,
- * and another thread may be creating a file just then.
- */
-int createIn(const std::string& folder, std::string& path)
-{
-    std::random_device random;
-    for (;;) {
-        path = folder + ".zarngi-" + std::to_string(random());
-        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (file >= 0 || errno != EEXIST) {
-            return file;
-        }
-    }
-}
-
-/** Writes all bytes and waits until they are on the disk: some tell only then that it is full. */
-bool writeAll(int file, ByteView contents)
-{
-    while (!contents.empty()) {
-        const ssize_t count = write(file, contents.data(), contents.size());
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        contents = contents.subspan(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
-    return fsync(file) == 0;
-}
-
 } // namespace
 
 std::optional<VolumeFormat> volumeFormatOf(std::string_view name)
@@ -250,27 +211,6 @@ Result<Bytes> encodeImage(VolumeFormat volumeFormat, const Image& image, const D
     const auto* const bytes = reinterpret_cast<const unsigned char*>(image.values.data());
     return encodeVolume(volumeFormat, image.geometry, ValueFormat{},
                         {bytes, image.values.size() * sizeof(float)}, deflate);
-}
-
-Result<bool> writeWhole(const std::string& path, ByteView contents)
-{
-    return resultOf([&] {
-        const auto nameStart = path.find_last_of('/') + 1; // 0 where there is no folder
-        std::string temporary;
-        const int file = createIn(path.substr(0, nameStart), temporary);
-        if (file < 0) {
-            refuseToWrite();
-        }
-        bool isWritten = writeAll(file, contents);
-        isWritten = close(file) == 0 && isWritten;
-        if (!isWritten || std::rename(temporary.c_str(), path.c_str()) != 0) {
-            const int error = errno;
-            unlink(temporary.c_str());
-            errno = error;
-            refuseToWrite();
-        }
-        return true;
-    });
 }
 
 } // namespace files

@@ -2,13 +2,13 @@
  * @file systemCall.h
  * Failures of the operating system as exceptions, which keep the reason that errno told.
  */
-#ifndef ZARNGI_CLI_OUTPUT_SYSTEMCALL_H
-#define ZARNGI_CLI_OUTPUT_SYSTEMCALL_H
+#ifndef ZARNGI_FILES_OUTPUT_SYSTEMCALL_H
+#define ZARNGI_FILES_OUTPUT_SYSTEMCALL_H
 
 #include <cerrno>
 #include <system_error>
 
-namespace zarngi
+namespace files
 {
 
 /** The result of a system call. @throws std::system_error when it is negative */
@@ -20,6 +20,6 @@ inline int checked(int result)
     return result;
 }
 
-} // namespace zarngi
+} // namespace files
 
 #endif

@@ -1,18 +1,20 @@
 /**
  * @file temporaryFile.h
- * Files that vanish unless they are kept, however the program ends.
+ * Files that vanish unless they are kept.
  */
-#ifndef ZARNGI_CLI_OUTPUT_TEMPORARYFILE_H
-#define ZARNGI_CLI_OUTPUT_TEMPORARYFILE_H
+#ifndef ZARNGI_FILES_OUTPUT_TEMPORARYFILE_H
+#define ZARNGI_FILES_OUTPUT_TEMPORARYFILE_H
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
-namespace zarngi
+#include "files/output/openFile.h"
+
+namespace files
 {
 
-/** A new file of this process alone in a folder; removed in the end, also when a signal ends the
- * program. */
+/** A new file in a folder, with the permissions of any new file; removed in the end. */
 class TemporaryFile
 {
 public:
@@ -24,17 +26,18 @@ public:
 
     const std::string& path() const { return path_; }
 
+    /** Gives it its contents, and waits until the disk has them. @throws std::system_error */
+    void write(std::string_view contents);
+
     /** Keeps it under another name, replacing what is there. @throws std::system_error */
     void renameTo(const std::string& path);
 
 private:
     std::string path_;
+    OpenFile file_;
     bool isKept_ = false;
 };
 
-/** Makes the signals that end a program (Ctrl-C, a closed pipe) remove temporary files first. */
-void removeTemporaryFilesOnSignals();
-
-} // namespace zarngi
+} // namespace files
 
 #endif

@@ -1,4 +1,4 @@
-#include "cli/output/openFile.h"
+#include "files/output/openFile.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -7,9 +7,9 @@
 
 #include <utility>
 
-#include "cli/output/systemCall.h"
+#include "files/output/systemCall.h"
 
-namespace zarngi
+namespace files
 {
 
 namespace
@@ -79,4 +79,4 @@ BrokenPipesFail::~BrokenPipesFail()
     sigaction(SIGPIPE, &previous_, nullptr);
 }
 
-} // namespace zarngi
+} // namespace files
