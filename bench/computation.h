@@ -50,7 +50,7 @@ struct Run {
 /** Computes by the library; its standard output is dropped. */
 Run runLibrary(int threads);
 
-/** The same without fetching the map. */
+/** Seconds of a computation by the library, without fetching the map. */
 double secondsOfLibrary(int threads);
 
 /**

@@ -37,7 +37,7 @@ private:
     double period_;
 };
 
-/** A number from -1 to 1 that looks random, the same for the same index everywhere. */
+/** A number from -1 to 1 that looks random and depends on the index alone. */
 double noise(std::uint32_t index)
 {
     std::uint32_t h = index * 2654435761U;

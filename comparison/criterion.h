@@ -20,7 +20,7 @@ struct Criterion {
     /** As the field writes it: "3%/2mm", "2%L/2mm". */
     std::string label() const;
 
-    /** The same for file names: "3G-2mm", "2L-2mm". */
+    /** As names of files hold it: "3G-2mm", "2L-2mm". */
     std::string fileLabel() const;
 };
 

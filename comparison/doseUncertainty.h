@@ -19,7 +19,7 @@ struct UncertaintySummary {
     std::size_t known = 0;     ///< doses whose standard uncertainty the file tells
     std::size_t highDoses = 0; ///< those of them that are above half the maximum
     double median = 0;         ///< of the high doses, % of each; the lower one of two
-    double largest = 0;        ///< likewise
+    double largest = 0;        ///< of the high doses, % of each
 };
 
 /** Of a dose that was read with its uncertainty. */

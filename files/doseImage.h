@@ -62,7 +62,7 @@ struct Image {
 struct PlanePlace {
     Vec3 at{};    ///< mm, of the plane's point 0, 0
     Vec3 right{}; ///< unit vector along which the plane's x grows
-    Vec3 up{};    ///< likewise its y
+    Vec3 up{};    ///< unit vector along which the plane's y grows
 };
 
 /** What sets planes, and doses that were measured at places, apart from volumes. */
@@ -120,7 +120,8 @@ struct DoseImage {
     bool tellsUnit = true;        ///< of dose; else the values count as Gy
     /** What was taken for granted, each a line that continues "FILE: ". */
     std::vector<std::string> warnings;
-    /** Likewise, of its values as doses; readDose() makes warnings of them, labels have none. */
+    /** What makes its values doubtful as doses, each a line that continues "FILE: "; readDose()
+     * makes warnings of them, labels have none. */
     std::vector<std::string> doubts;
     std::optional<DicomIdentity> dicom;
     std::optional<Measurement> measurement; ///< none: a volume

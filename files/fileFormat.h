@@ -51,7 +51,7 @@ constexpr std::size_t identifyingBytes = 1 << 16;
 std::optional<FileFormat> identifiedFormat(ByteView beginning);
 
 /**
- * The same for a file that may be packed by gzip as a whole, where its format allows that.
+ * What a whole file begins like. It may be packed by gzip, where its format allows that.
  * @param what it should be, for the sentence of a refusal: "dose file".
  * @throws Refusal when it is packed and its format does not allow that, or cannot be told.
  */

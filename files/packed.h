@@ -27,7 +27,10 @@ std::uint64_t mostUnpacked(std::size_t packedBytes);
  */
 void unpackInto(std::span<unsigned char> buffer, ByteView packed, const Deflate& deflate);
 
-/** The same for data whose length is not known, at most `most` bytes. @throws Refusal */
+/**
+ * Unpacks what unpackInto() takes where its length is not known, to at most `most` bytes.
+ * @throws Refusal when a checksum is wrong, or the data are damaged, too short or too long.
+ */
 Bytes unpackAll(ByteView packed, const Deflate& deflate, std::uint64_t most);
 
 /** The first `most` bytes, or fewer where the data end or are damaged; nothing is verified. */

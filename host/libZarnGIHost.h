@@ -96,7 +96,7 @@ typedef const void* (*zarnGIHost_FindFile)(const char* name, void* context, size
  * @param find     fetches the files that it names; null: there are none.
  * @param context  handed to `find`.
  * @param dose     [out] as of zarnGIHost_readDose().
- * @param error    [out] likewise.
+ * @param error    [out] as of zarnGIHost_readDose().
  * @return as zarnGIHost_readDose().
  */
 ZARNGI_HOST_API int zarnGIHost_readDoseFromMemory(const void* contents, size_t size,
@@ -199,7 +199,7 @@ struct zarnGIHost_TableUnits {
  * @param path  the file.
  * @param units of tables; may be null.
  * @param dose  [out] as of zarnGIHost_readDose().
- * @param error [out] likewise.
+ * @param error [out] as of zarnGIHost_readDose().
  * @return as zarnGIHost_readDose().
  */
 ZARNGI_HOST_API int zarnGIHost_readAnyDose(const char* path,
@@ -208,7 +208,7 @@ ZARNGI_HOST_API int zarnGIHost_readAnyDose(const char* path,
                                            struct zarnGIHost_Error* error);
 
 /**
- * The same from the contents of a file in memory.
+ * Reads what zarnGIHost_readAnyDose() reads from the contents of a file in memory.
  *
  * @param contents the file.
  * @param size     its bytes.
@@ -216,7 +216,7 @@ ZARNGI_HOST_API int zarnGIHost_readAnyDose(const char* path,
  * @param context  handed to `find`.
  * @param units    of tables; may be null.
  * @param dose     [out] as of zarnGIHost_readDose().
- * @param error    [out] likewise.
+ * @param error    [out] as of zarnGIHost_readDose().
  * @return as zarnGIHost_readDose().
  */
 ZARNGI_HOST_API int zarnGIHost_readAnyDoseFromMemory(const void* contents, size_t size,
@@ -255,7 +255,7 @@ ZARNGI_HOST_API int zarnGIHost_getPlaces(const struct zarnGIHost_Dose* dose,
 struct zarnGIHost_Plane {
     int size[2];                     /**< places along x and y; of points their number and 1 */
     double spacing[2];               /**< mm, above 0; of points not read */
-    double origin[2];                /**< mm, of the first place; likewise */
+    double origin[2];                /**< mm, of the first place; of points not read */
     const float* doses;              /**< Gy, x fastest */
     const unsigned char* isMeasured; /**< 1 or 0 of each place; null: all have a dose */
     const double* points;            /**< x, y of each point, mm; null: the doses lie on the grid */
@@ -283,7 +283,7 @@ enum zarnGIHost_Unit {
     ZARNGI_HOST_GRAY = 0,
     ZARNGI_HOST_RELATIVE = 1,         /**< to a value that the file does not tell */
     ZARNGI_HOST_GRAY_PER_HISTORY = 2, /**< of a simulation: Gy by a factor alone */
-    ZARNGI_HOST_GRAY_OF_RUN = 3       /**< of all histories of a simulation: likewise */
+    ZARNGI_HOST_GRAY_OF_RUN = 3       /**< of all histories of a simulation: Gy by a factor alone */
 };
 
 /**
@@ -364,7 +364,7 @@ ZARNGI_HOST_API int zarnGIHost_writeVolume(const char* path, const struct zarnGI
  * it is that at their centres, outside of them there is none: such a voxel counts as neither.
  *
  * @param reference  doses of the type ZARNGI_HOST_FLOAT.
- * @param evaluation likewise.
+ * @param evaluation doses of the type ZARNGI_HOST_FLOAT.
  * @param passed     for each voxel of the reference 1, 0, or 255: not tested.
  * @param hot        [out] voxels.
  * @param cold       [out] voxels.
@@ -402,7 +402,7 @@ ZARNGI_HOST_API int zarnGIHost_readStructures(const char* path,
  * @param find       as of zarnGIHost_readDoseFromMemory().
  * @param context    handed to `find`.
  * @param structures [out] as of zarnGIHost_readStructures().
- * @param error      [out] likewise.
+ * @param error      [out] as of zarnGIHost_readStructures().
  * @return as zarnGIHost_readDose().
  */
 ZARNGI_HOST_API int zarnGIHost_readStructuresFromMemory(const void* contents, size_t size,
@@ -478,7 +478,7 @@ struct zarnGIHost_StructureInput {
     const struct zarnGIHost_Structures* const* sets; /**< one or more files or masks */
     size_t count;                                    /**< of them */
     struct zarnGIHost_Volume reference;              /**< doses of the type ZARNGI_HOST_FLOAT */
-    struct zarnGIHost_Volume evaluation;             /**< likewise */
+    struct zarnGIHost_Volume evaluation;             /**< doses of the type ZARNGI_HOST_FLOAT */
     const float* gamma;          /**< of each reference voxel, -1: not tested; null: no gamma */
     const unsigned char* passed; /**< of each reference voxel 1, 0, or 255: not tested */
 };
@@ -524,7 +524,7 @@ struct zarnGIHost_GammaEngine {
      * Computes.
      * @param trial  the criterion.
      * @param gamma  [out] for each voxel of the reference; -1: not tested.
-     * @param passed [out] likewise 1, 0, or 255: not tested.
+     * @param passed [out] for each voxel of the reference 1, 0, or 255: not tested.
      */
     int (*compute)(const struct zarnGIHost_Trial* trial, float* gamma, unsigned char* passed,
                    void* context);
@@ -536,7 +536,7 @@ struct zarnGIHost_GammaEngine {
 /** What is explained. */
 struct zarnGIHost_ExplanationInput {
     struct zarnGIHost_Volume reference;  /**< doses of the type ZARNGI_HOST_FLOAT */
-    struct zarnGIHost_Volume evaluation; /**< likewise */
+    struct zarnGIHost_Volume evaluation; /**< doses of the type ZARNGI_HOST_FLOAT */
     const unsigned char* within; /**< of each reference voxel not 0: explained; null: all are */
     /** Files or masks; in their structures is counted what remains. Null: in none. */
     const struct zarnGIHost_Structures* const* sets;
@@ -637,7 +637,7 @@ typedef int (*zarnGIHost_UnpackPixels)(const void* file, size_t size, void* pixe
 struct zarnGIHost_Source {
     const struct zarnGIHost_NamedDose* doses;            /**< these stand for files */
     size_t doseCount;                                    /**< of them */
-    const struct zarnGIHost_NamedStructures* structures; /**< likewise */
+    const struct zarnGIHost_NamedStructures* structures; /**< these stand for files */
     size_t structureCount;                               /**< of them */
     zarnGIHost_FindFile find; /**< gives the contents of all other files; null: they are read */
     zarnGIHost_UnpackPixels unpackPixels; /**< null: such files are refused */

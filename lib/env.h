@@ -47,8 +47,8 @@ typedef struct calculationEnvironment {
     float passrate;             /**< %, result: tested voxels that passed; -1: no result */
     bool gammaindex2D;   /**< true: doses are interpolated within planes of constant z only */
     bool gammaindex2D_z; /**< announces a 2D analysis in slices of constant z (report line only) */
-    bool gammaindex2D_y; /**< the same for slices of constant y */
-    bool gammaindex2D_x; /**< the same for slices of constant x */
+    bool gammaindex2D_y; /**< announces a 2D analysis in slices of constant y (report line) */
+    bool gammaindex2D_x; /**< announces a 2D analysis in slices of constant x (report line) */
     bool lNoInterpolation; /**< true: dose of the containing voxel, no interpolation */
     int numSamplesEval;    /**< kept for the host; no result depends on it */
     float stepSize;        /**< mm, spacing of the search lattice; negative: not set */

@@ -155,10 +155,13 @@ void addMeasurements(CLI::App& command, CompareOptions& options)
     };
     text("--plane", options.plane, "PLANE", "axial, coronal, sagittal or gantry:ANGLE");
     text("--at", options.at, "X,Y,Z", "Where the plane's point 0, 0 lies in the patient (mm)");
-    text("--reference-scale", options.referenceScale, "N", "Its doses times this; also 1/33");
-    text("--evaluation-scale", options.evaluationScale, "N", "Likewise");
-    files("--reference-add", options.referenceAdded, "Add this dose, on the same grid");
-    files("--evaluation-add", options.evaluationAdded, "Likewise");
+    text("--reference-scale", options.referenceScale, "N",
+         "Doses of the reference times this; also 1/33");
+    text("--evaluation-scale", options.evaluationScale, "N",
+         "Doses of the evaluation times this; also 1/33");
+    files("--reference-add", options.referenceAdded, "Add this dose to the reference, on its grid");
+    files("--evaluation-add", options.evaluationAdded,
+          "Add this dose to the evaluation, on its grid");
     addTableUnits(command, options.units);
     command
         .add_flag("--allow-error-doses", options.allowErrorDoses,
@@ -366,8 +369,9 @@ void addTableUnits(CLI::App& command, UnitOptions& options)
             ->check(CLI::IsMember(std::move(accepted)))
             ->group("Planes, points and sums");
     };
-    unit("--dose-unit", options.dose, "UNIT", {"Gy", "cGy"}, "Of tables that tell none");
-    unit("--length-unit", options.length, "UNIT", {"mm", "cm"}, "Likewise (mm)");
+    unit("--dose-unit", options.dose, "UNIT", {"Gy", "cGy"}, "Of doses in tables that tell none");
+    unit("--length-unit", options.length, "UNIT", {"mm", "cm"},
+         "Of lengths in tables that tell none (mm)");
 }
 
 void addCompareOptions(CLI::App& command, CompareOptions& options)

@@ -25,7 +25,10 @@ files::StructureSet readStructures(const std::string& path, FileDigests* digests
 
 using Contents = std::variant<DoseImage, files::StructureSet>;
 
-/** Reads a dose file, with its uncertainty, or an RT Structure Set. @throws InputError likewise. */
+/**
+ * Reads a dose file, with its uncertainty, or an RT Structure Set.
+ * @throws InputError whose text begins with the path.
+ */
 Contents readDoseOrStructures(const std::string& path, FileDigests* digests,
                               const files::TableUnits& units);
 

@@ -25,7 +25,10 @@ nlohmann::ordered_json requestJson(const Request& request);
  */
 Request requestOf(const nlohmann::ordered_json& document);
 
-/** The same from a text: a request, or a record, which holds one. @throws UsageError */
+/**
+ * The request of a text, which is that of a request, or of a record, which holds one.
+ * @throws UsageError where requestOf() does, and for a text that is no JSON
+ */
 Request requestOfText(std::string_view text);
 
 } // namespace zarngi

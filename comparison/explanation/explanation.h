@@ -88,7 +88,7 @@ struct Explanation {
     Interval factorWithin;
     Conclusion conclusion = Conclusion::neither;
     Remainder remainder; ///< after shift and factor
-    GammaMaps after;     ///< likewise, on the reference grid
+    GammaMaps after;     ///< after shift and factor, on the reference grid
     double cost = 0;     ///< computations of all the voxels that would take as long
     int computations = 0;
     double seconds = 0;

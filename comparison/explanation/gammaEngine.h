@@ -33,7 +33,7 @@ public:
     /** Replaces the reference; its doses may change after the call. */
     virtual void setReference(const DoseView& doses) = 0;
 
-    /** Replaces the evaluation; likewise. */
+    /** Replaces the evaluation; its doses may change after the call. */
     virtual void setEvaluation(const DoseView& doses) = 0;
 
     /**

@@ -46,8 +46,8 @@ public:
     void testWhole(const VoxelList& voxels);
 
     /**
-     * Likewise, with the parts of the grids around the voxels only, which is faster; a gamma may
-     * differ in its last bits.
+     * From now on the computations test these voxels only, of the parts of the grids around them.
+     * This is faster than testWhole(); a gamma may differ in its last bits.
      * @param reach mm, along each axis: largest shift and distance searched.
      */
     void testPart(const VoxelList& voxels, const Vec3& reach);
@@ -58,7 +58,7 @@ public:
     /** Mean of min(gamma, 2)^2 over the voxels, of the last computation. */
     double badness() const;
 
-    /** The same, voxel by voxel. */
+    /** min(gamma, 2)^2 of each voxel, of the last computation. */
     std::vector<double> badnesses() const;
 
     /** %, of the last computation. */

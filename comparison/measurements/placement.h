@@ -47,7 +47,7 @@ enum class SearchSpace {
     volume,        ///< the grid of the reference in three dimensions
     plane,         ///< grids of one layer, in their plane: its x and y, z is 0
     points,        ///< each place for itself, in three dimensions
-    pointsInPlane, ///< likewise, in the plane of the evaluation
+    pointsInPlane, ///< each place for itself, in the plane of the evaluation
 };
 
 bool arePoints(SearchSpace space);

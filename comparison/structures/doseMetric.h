@@ -25,7 +25,7 @@ struct DoseMetric {
     bool isVolume() const { return kind == Kind::volumeAtDose || kind == Kind::volumeAtPercent; }
     /** As it is usually written: "D95", "D2cc", "V20Gy", "V95%". */
     std::string label() const;
-    /** The same with all digits. */
+    /** The label with all digits of its value. */
     std::string text() const;
 
     friend bool operator==(const DoseMetric&, const DoseMetric&) = default;

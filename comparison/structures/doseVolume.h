@@ -30,8 +30,9 @@ struct DoseVolume {
     double maximum = 0;
     /**
      * In the order of the settings, Gy or % of the volume. The dose that x % reach is the
-     * (100 - x)th percentile, linear between order statistics; a dose to a volume likewise by its
-     * share, none where there is less volume. Volumes count points at or above the dose.
+     * (100 - x)th percentile, linear between order statistics. A dose to a volume is that of its
+     * share of the structure; there is none where the structure is smaller. Volumes count points at
+     * or above the dose.
      */
     std::vector<std::optional<double>> metrics;
     std::size_t withoutDose = 0; ///< sub-points outside the faces of the dose grid

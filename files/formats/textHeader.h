@@ -63,7 +63,10 @@ private:
  */
 std::vector<double> numbersOf(std::string_view entry, const char* what, std::size_t count = 0);
 
-/** The same for whole numbers of a magnitude below 9e15. @throws Refusal */
+/**
+ * Reads an entry as numbersOf() does, of whole numbers of a magnitude below 9e15.
+ * @throws Refusal
+ */
 std::vector<std::int64_t> wholeNumbersOf(std::string_view entry, const char* what,
                                          std::size_t count = 0);
 

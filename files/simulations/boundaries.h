@@ -25,7 +25,7 @@ public:
      */
     double spacing() const;
 
-    /** The centre of the first voxel, mm. @throws Refusal likewise */
+    /** The centre of the first voxel, mm. @throws Refusal where spacing() does. */
     double firstCentre() const;
 
 private:

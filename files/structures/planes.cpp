@@ -60,7 +60,7 @@ Loop rotated(Loop loop)
     return loop;
 }
 
-/** The same for all loops with the same vertices in the same cyclic order, either way round. */
+/** One loop that stands for all with its vertices in their cyclic order, either way round. */
 Loop canonical(const Loop& loop)
 {
     return std::min(rotated(loop), rotated(Loop(loop.rbegin(), loop.rend())));

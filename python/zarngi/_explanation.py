@@ -75,7 +75,7 @@ class Explanation:
         For x, y and z the range of shifts (mm) that keep the rate within 0.1 percentage points of
         the best; None where the axis was not searched.
     factor_within : tuple of float
-        Likewise of the factor.
+        The factors that keep the rate within 0.1 percentage points of the best.
     axes : tuple of str
         For x, y and z "searched", "not determined", "one voxel" or "no room".
     gamma : numpy.ndarray of float32

@@ -29,7 +29,7 @@ class Sweep:
     rates : numpy.ndarray of float64, shape (len(dd), len(dta))
         %, of all tested voxels.
     structures : mapping of str to numpy.ndarray
-        Likewise within structures; NaN where nothing was tested.
+        %, of the tested voxels of each structure; NaN where nothing was tested.
     """
 
     dd: tuple[float, ...]

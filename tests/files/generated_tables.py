@@ -48,7 +48,7 @@ def written(value, comma):
 
 
 class Maker:
-    """One table by chance; the same for the same seed."""
+    """One table by chance, which the seed determines."""
 
     def __init__(self, seed):
         self.chance = chance = random.Random(seed)

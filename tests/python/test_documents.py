@@ -1,4 +1,4 @@
-"""What the docstrings show is what happens; tests/docs does the same for the pages."""
+"""What the docstrings show is what happens; tests/docs holds the pages to it."""
 
 import doctest
 import importlib

@@ -86,6 +86,8 @@ def test_source_distribution_is_complete_and_installs(environment, tmp_path):
         variables={"CMAKE_TOOLCHAIN_FILE": str(toolchain)},
     )  # fmt: skip
     assert_works(environment, tmp_path)
+    terms = {path.name for path in environment.parents[1].rglob("zarngi-*.dist-info/**/*") if path.is_file()}
+    assert {"LICENSE", "copyright", "Apache-2.0.txt"} <= terms
 
 
 def test_installed_by_cmake(tmp_path):

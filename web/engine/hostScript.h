@@ -31,7 +31,7 @@ bool exists(const std::string& path);
 /** Tells the script how far the search for a criterion is. */
 void tellProgress(const zarngi::Criterion& criterion, const zarngi::SearchProgress& progress);
 
-/** The same for work that has no shells. @param share that is done, 0 to 1 */
+/** Tells the script how far other work is. @param share that is done, 0 to 1 */
 void tellWork(const std::string& title, double share);
 
 } // namespace engine

@@ -103,7 +103,7 @@ export function usualRequest(): RequestDocument {
     };
 }
 
-/** The same request of other files, or of none. */
+/** A copy of the request that asks for other files, or for none. */
 export function withFiles(
     request: RequestDocument,
     reference: string | null = null,

@@ -42,7 +42,10 @@ export interface ComparisonData {
      * more than 10^decimals, a passed one does not: the verdict decides where rounding would not tell.
      */
     gamma(criterion: number): Promise<StoredVolume>;
-    /** Likewise of the evaluation after the change that the explanation of the record tells. */
+    /**
+     * Gamma of the evaluation after the change that the explanation of the record tells, stored as
+     * gamma() has it.
+     */
     gammaAfter?(): Promise<StoredVolume>;
     /** Of a structure, by its index in the record; asked for once each if the record has structures. */
     structure?(index: number): Promise<StructureShape>;

@@ -70,7 +70,7 @@ DicomStart readDicomStart(ByteView file);
  */
 DicomDataSet readDicomElements(ByteView dataSet, const DicomSyntax& syntax);
 
-/** The same for the beginning of a data set: the elements that are whole, without an error. */
+/** Reads the elements that are whole in the beginning of a data set; the rest is no error. */
 DicomDataSet readWholeDicomElements(ByteView beginning, const DicomSyntax& syntax);
 
 /**

@@ -34,7 +34,7 @@ struct DicomFile {
  */
 DicomFile openDicomFile(ByteView file, const Deflate& deflate);
 
-/** The same for a file without a grid, which unpacks to at most `most` bytes. @throws Refusal */
+/** Opens a file without a grid, which unpacks to at most `most` bytes. @throws Refusal */
 DicomFile openDicomFile(ByteView file, const Deflate& deflate, std::uint64_t most);
 
 /**

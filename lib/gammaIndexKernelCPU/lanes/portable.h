@@ -75,7 +75,7 @@ struct PortableLanes : ThroughMemory<PortableLanes> {
     }
     /** a * b + c, for bounds only: the intermediate rounding is left to the path. */
     static F mulAdd(F a, F b, F c) { return a * b + c; }
-    /** c - a * b, likewise. */
+    /** c - a * b, for bounds only: the intermediate rounding is left to the path. */
     static F mulSub(F a, F b, F c) { return c - a * b; }
     /** 1 / a and 1 / sqrt(a) with relative errors below 2^-11, which the path and the CPU choose.
      */

@@ -49,7 +49,7 @@ def read(
     dose_unit : {"Gy", "cGy"}, optional
         Of tables that do not tell theirs, which are refused otherwise.
     length_unit : {"mm", "cm"}, optional
-        Likewise; by default mm, with a warning.
+        Of tables that do not tell theirs; by default mm, with a warning.
 
     Returns
     -------

@@ -74,7 +74,7 @@ Runs evaluated(const std::string& text, const std::vector<StructureName>& names)
                     });
 }
 
-/** The same for the bits of a condition. */
+/** The points whose number fulfils a condition, as runs. */
 template <class Condition> Runs where(const Condition& condition)
 {
     Runs runs;

@@ -10,6 +10,7 @@ import { bundled, startEngine } from './nodeEngine.mjs';
 
 const { ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
 const folder = mkdtempSync(join(tmpdir(), 'zarngi-engine-test-'));
+const skip = !existsSync(data) && 'no dose files in ../shared/data';
 const heardOf = [];
 let engine, usualRequest, withFiles;
 
@@ -102,7 +103,7 @@ const rows = {
     },
 };
 
-describe('gives what the program gives', { skip: !existsSync(data) && `no dose files in ${data}` }, () => {
+describe('gives what the program gives', { skip }, () => {
     for (const [name, request] of Object.entries(rows)) {
         test(name, () => {
             const record = compare(request);
@@ -133,7 +134,7 @@ describe('gives what the program gives', { skip: !existsSync(data) && `no dose f
     });
 });
 
-test('a comparison that fails leaves none', { skip: !existsSync(data) }, () => {
+test('a comparison that fails leaves none', { skip }, () => {
     compare({ ...headNeck, criteria: ['3%/3mm'] });
     assert.throws(() => compare({ ...headNeck, criteria: ['3%/3mm'], evaluation: '/absent.nrrd' }));
     assert.throws(() => engine.call({ call: 'rates', criterion: '3%/3mm' }), {
@@ -153,7 +154,7 @@ function failureOf(call) {
 
 const partsText = ({ parts }) => parts.map((part) => part.text ?? part.member ?? part.file).join('');
 
-describe('a comparison that cannot be made is refused at its member or file', { skip: !existsSync(data) }, () => {
+describe('a comparison that cannot be made is refused at its member or file', { skip }, () => {
     const limits = (change) => ({ tolerance: [], action: [], failBelow: [], ...change });
     const refusals = [
         { change: { criteria: ['3%/3mm', '3%/'] }, kind: 'request', member: 'criteria[1]' },

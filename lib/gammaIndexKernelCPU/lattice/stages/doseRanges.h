@@ -33,7 +33,7 @@ template <std::size_t vectors> struct KeptRow {
     [[nodiscard]] Lanes::F at(Lanes::I places) const { return Lanes::spreadFrom(doses, places); }
 };
 
-/** The same, in memory. */
+/** Doses of a row of cells in memory, where there may be too many for registers. */
 struct StoredRow {
     // Voxels with fewer cells than others are asked for some beyond theirs.
     alignas(64) float doses[2 * CellChunk::maxCells];

@@ -145,7 +145,7 @@ struct VoxelStart {
         const float limit = pass.passRateMode ? cap : smaller(bestValue, cap);
         return isTame ? limit * pass.thresholdPerLimit : __builtin_inff();
     }
-    /** The same with the best point of the record. */
+    /** f that a point must not exceed to matter, with the best point of the record. */
     [[nodiscard]] float threshold(const SearchPass& pass) const
     {
         return thresholdWith(pass, best.gammasq);

@@ -114,7 +114,7 @@ struct VoxelTable {
         return Lanes::spread(threshold, voxels) * margin + error * (r + r + error);
     }
 
-    /** The same for the columns of one voxel in a range along z. */
+    /** What allowed() gives, the largest one for the columns of one voxel in a range along z. */
     [[nodiscard]] float allowedAlong(int v, float error, LatticeInterval range) const
     {
         const auto k = static_cast<float>(larger(-range.first, range.last));
