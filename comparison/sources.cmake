@@ -9,11 +9,21 @@ set(comparison_sources
     composition/presentStructures.cpp
     composition/searches.cpp
     criterion.cpp
-    csv.cpp
+    documents/csv.cpp
     documents/disclosure.cpp
+    documents/doseJson.cpp
+    documents/explanationJson.cpp
+    documents/measurementJson.cpp
+    documents/record.cpp
+    documents/reportPage.cpp
+    documents/reportVolume.cpp
     documents/requestJson.cpp
+    documents/statisticsJson.cpp
+    documents/structureElements.cpp
+    documents/structureJson.cpp
+    documents/structureSetJson.cpp
+    documents/sweepJson.cpp
     doseExtremes.cpp
-    doseJson.cpp
     doseSampling.cpp
     doseSource.cpp
     doseUncertainty.cpp
@@ -22,7 +32,6 @@ set(comparison_sources
     explanation/changeSearch.cpp
     explanation/conclusion.cpp
     explanation/explanation.cpp
-    explanation/explanationJson.cpp
     explanation/gridBox.cpp
     explanation/runEngine.cpp
     explanation/searchVoxels.cpp
@@ -32,18 +41,13 @@ set(comparison_sources
     gammaRun.cpp
     gammaStatistics.cpp
     measurements/doseSum.cpp
-    measurements/measurementJson.cpp
     measurements/normalisation.cpp
     measurements/placement.cpp
     measurements/pointSearch.cpp
-    record.cpp
-    reportPage.cpp
-    reportVolume.cpp
     request/member.cpp
     request/request.cpp
     request/values.cpp
     sentence.cpp
-    statisticsJson.cpp
     structures/doseMetric.cpp
     structures/doseOrder.cpp
     structures/doseSamples.cpp
@@ -51,23 +55,19 @@ set(comparison_sources
     structures/namePattern.cpp
     structures/structureCatalogue.cpp
     structures/structureComparison.cpp
-    structures/structureElements.cpp
     structures/structureExpression.cpp
     structures/structureGamma.cpp
-    structures/structureJson.cpp
     structures/structureLimits.cpp
     structures/structureNotes.cpp
     structures/structureSelection.cpp
-    structures/structureSetJson.cpp
     structures/subPoints.cpp
     structures/wildcard.cpp
     sweep/criterionRange.cpp
-    sweep/sweep.cpp
-    sweep/sweepJson.cpp)
+    sweep/sweep.cpp)
 
 # What takes threads, files of a disk and the codecs of native hosts.
 set(comparison_native_sources
+    documents/nativePagePacking.cpp
     fileDigest.cpp
-    nativePagePacking.cpp
     parallel.cpp
     sources/diskSource.cpp)

@@ -6,13 +6,13 @@
 #include <string_view>
 #include <vector>
 
-#include "comparison/csv.h"
+#include "comparison/documents/csv.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/nativePagePacking.h"
+#include "comparison/documents/record.h"
+#include "comparison/documents/reportPage.h"
 #include "comparison/documents/requestJson.h"
-#include "comparison/doseJson.h"
 #include "comparison/failure.h"
-#include "comparison/nativePagePacking.h"
-#include "comparison/record.h"
-#include "comparison/reportPage.h"
 #include "host/calls.h"
 #include "host/comparison.h"
 

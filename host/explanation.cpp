@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "comparison/doseJson.h"
-#include "comparison/explanation/explanationJson.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/explanationJson.h"
 #include "comparison/failure.h"
 #include "comparison/structures/structureSelection.h"
 #include "host/calls.h"

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "comparison/comparison.h"
-#include "comparison/doseJson.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/structureJson.h"
 #include "comparison/failure.h"
-#include "comparison/structures/structureJson.h"
 #include "host/calls.h"
 #include "host/structures.h"
 

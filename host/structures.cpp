@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "comparison/structures/structureSetJson.h"
+#include "comparison/documents/structureSetJson.h"
 #include "files/nativeDeflate.h"
 #include "files/structures/readStructures.h"
 #include "files/structures/region.h"

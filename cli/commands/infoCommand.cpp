@@ -9,10 +9,10 @@
 #include "cli/commands/structuresInfo.h"
 #include "cli/output/places.h"
 #include "cli/output/units.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/measurementJson.h"
 #include "comparison/doseExtremes.h"
-#include "comparison/doseJson.h"
 #include "comparison/doseUncertainty.h"
-#include "comparison/measurements/measurementJson.h"
 #include "comparison/request/values.h"
 #include "comparison/text.h"
 

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "comparison/documents/doseJson.h"
 #include "comparison/documents/requestJson.h"
-#include "comparison/doseJson.h"
 #include "comparison/failure.h"
 
 namespace zarngi

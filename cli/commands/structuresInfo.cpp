@@ -7,9 +7,9 @@
 #include <set>
 
 #include "cli/output/columns.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/structureSetJson.h"
 #include "comparison/doseImage.h"
-#include "comparison/doseJson.h"
-#include "comparison/structures/structureSetJson.h"
 #include "comparison/text.h"
 
 namespace zarngi

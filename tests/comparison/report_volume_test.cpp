@@ -9,9 +9,9 @@
 #include <string_view>
 
 #include "comparison/comparison.h"
-#include "comparison/nativePagePacking.h"
-#include "comparison/reportPage.h"
-#include "comparison/reportVolume.h"
+#include "comparison/documents/nativePagePacking.h"
+#include "comparison/documents/reportPage.h"
+#include "comparison/documents/reportVolume.h"
 
 namespace
 {

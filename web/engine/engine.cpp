@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "comparison/doseJson.h"
+#include "comparison/documents/doseJson.h"
 #include "web/engine/failureJson.h"
 #include "web/engine/session.h"
 

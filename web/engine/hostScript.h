@@ -9,8 +9,8 @@
 #include <string>
 
 #include "comparison/criterion.h"
+#include "comparison/documents/pagePacking.h"
 #include "comparison/gammaRun.h"
-#include "comparison/pagePacking.h"
 #include "files/bytes.h"
 #include "files/deflate.h"
 #include "files/error.h"

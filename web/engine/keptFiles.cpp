@@ -8,10 +8,10 @@
 #include <optional>
 #include <utility>
 
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/measurementJson.h"
 #include "comparison/doseExtremes.h"
-#include "comparison/doseJson.h"
 #include "comparison/failure.h"
-#include "comparison/measurements/measurementJson.h"
 #include "files/fileFormat.h"
 #include "files/pairNames.h"
 #include "files/readDose.h"

@@ -7,19 +7,19 @@
 #include <utility>
 
 #include "comparison/compare.h"
-#include "comparison/csv.h"
+#include "comparison/documents/csv.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/record.h"
+#include "comparison/documents/reportPage.h"
+#include "comparison/documents/reportVolume.h"
 #include "comparison/documents/requestJson.h"
-#include "comparison/doseJson.h"
+#include "comparison/documents/statisticsJson.h"
+#include "comparison/documents/structureElements.h"
 #include "comparison/example/syntheticDose.h"
 #include "comparison/example/syntheticStructures.h"
 #include "comparison/failure.h"
-#include "comparison/record.h"
-#include "comparison/reportPage.h"
-#include "comparison/reportVolume.h"
-#include "comparison/statisticsJson.h"
-#include "comparison/structures/structureElements.h"
-#include "files/structures/writeStructureSet.h"
 #include "files/encodeVolume.h"
+#include "files/structures/writeStructureSet.h"
 #include "web/engine/hostScript.h"
 
 namespace engine

@@ -21,11 +21,17 @@ export function makeInputs(folder) {
     runPython('inputs.py', folder);
 }
 
-/** The page; `complaints` collects console messages, exceptions, and requests but for its own blobs. */
-export async function openPage(browser, options = {}) {
+/**
+ * The page; `complaints` collects console messages, exceptions, and requests but for its own blobs.
+ * @param before runs in the page before its own scripts
+ */
+export async function openPage(browser, options = {}, before = undefined) {
     const context = await browser.newContext({ viewport: { width: 1400, height: 1000 }, ...options });
     context.setDefaultTimeout(patience);
     const page = await context.newPage();
+    if (before) {
+        await page.addInitScript(before);
+    }
     const url = pathToFileURL(pagePath).href;
     const complaints = [];
     page.on('console', (message) => complaints.push(`console: ${message.text()}`));

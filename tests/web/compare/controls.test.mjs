@@ -15,10 +15,30 @@ const structures = 'structures.dcm';
 
 before(() => makeInputs(folder));
 
-async function openPair(options) {
-    const opened = await openPage(place.browser, options);
+async function openPair(options, before) {
+    const opened = await openPage(place.browser, options, before);
     await comparing(opened.page, () => drop(opened.page, ...[...names, structures].map((n) => join(folder, n))));
     return opened;
+}
+
+/**
+ * Has the engine's sentences arrive as numbers where the page is told so: what it marks must not hang on their
+ * words.
+ */
+function numberSentences() {
+    const own = Object.getOwnPropertyDescriptor(Worker.prototype, 'onmessage');
+    const numbered = (failure) => ({
+        ...failure, error: '1', parts: failure.parts.map((part) => ('text' in part ? { text: ' 1 ' } : part)),
+    });
+    Object.defineProperty(Worker.prototype, 'onmessage', {
+        set(listen) {
+            own.set.call(this, (event) => {
+                const { failure } = event.data;
+                listen(window.sentencesAreNumbers && failure
+                    ? { data: { ...event.data, failure: numbered(failure) } } : event);
+            });
+        },
+    });
 }
 
 /** A field inside one of the folded parts. */
@@ -30,7 +50,7 @@ async function unfolded(page, id) {
 describe('controls', () => {
     let page, complaints;
     before(async () => {
-        ({ page, complaints } = await openPair());
+        ({ page, complaints } = await openPair({}, numberSentences));
     });
     after(async () => {
         await page?.context().close();
@@ -104,6 +124,19 @@ describe('controls', () => {
             assert.equal(await page.locator('#criteria-rows').innerText(), before);
         });
     }
+
+    test('what is marked does not hang on words', async () => {
+        await page.evaluate(() => (window.sentencesAreNumbers = true));
+        for (const { id, value } of mistakes) {
+            await page.evaluate(() => (document.getElementById('problem').textContent = ''));
+            await change(id, value);
+            await waitUntil(page, `the problem with ${id}`, () => document.getElementById('problem').innerText !== '');
+            assert.match(await page.locator('#problem').innerText(), /^[\w γ-]*( ?1 ?[\w γ-]*)+$/);
+            const invalid = await page.locator('[aria-invalid=true]').evaluateAll((fields) => fields.map((f) => f.id));
+            assert.deepEqual(invalid, [id]);
+        }
+        await page.evaluate(() => (window.sentencesAreNumbers = false));
+    });
 
     test('a mistake that is mended is told no longer', async () => {
         await undo();

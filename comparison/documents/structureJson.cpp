@@ -1,4 +1,4 @@
-#include "comparison/structures/structureJson.h"
+#include "comparison/documents/structureJson.h"
 
 #include <nlohmann/json.hpp>
 
@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdio>
 
-#include "comparison/doseJson.h"
-#include "comparison/statisticsJson.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/statisticsJson.h"
 
 namespace zarngi
 {

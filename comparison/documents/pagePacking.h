@@ -2,8 +2,8 @@
  * @file pagePacking.h
  * How a host packs the binary data of a page: hosts have different means, the page reads them all.
  */
-#ifndef ZARNGI_COMPARISON_PAGEPACKING_H
-#define ZARNGI_COMPARISON_PAGEPACKING_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_PAGEPACKING_H
+#define ZARNGI_COMPARISON_DOCUMENTS_PAGEPACKING_H
 
 #include <string>
 

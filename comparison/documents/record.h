@@ -2,8 +2,8 @@
  * @file record.h
  * A comparison as a JSON document; its members are described in docs/json.md.
  */
-#ifndef ZARNGI_COMPARISON_RECORD_H
-#define ZARNGI_COMPARISON_RECORD_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_RECORD_H
+#define ZARNGI_COMPARISON_DOCUMENTS_RECORD_H
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -2,15 +2,15 @@
  * @file reportVolume.h
  * Volumes as the report page carries them: 16-bit numbers, compressed, in base64.
  */
-#ifndef ZARNGI_COMPARISON_REPORTVOLUME_H
-#define ZARNGI_COMPARISON_REPORTVOLUME_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_REPORTVOLUME_H
+#define ZARNGI_COMPARISON_DOCUMENTS_REPORTVOLUME_H
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "comparison/pagePacking.h"
+#include "comparison/documents/pagePacking.h"
 
 namespace zarngi
 {

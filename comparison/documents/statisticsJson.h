@@ -2,8 +2,8 @@
  * @file statisticsJson.h
  * Counts and statistics of gamma as members of JSON documents.
  */
-#ifndef ZARNGI_COMPARISON_STATISTICSJSON_H
-#define ZARNGI_COMPARISON_STATISTICSJSON_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_STATISTICSJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_STATISTICSJSON_H
 
 #include <nlohmann/json_fwd.hpp>
 

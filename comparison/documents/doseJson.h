@@ -2,8 +2,8 @@
  * @file doseJson.h
  * A dose file as part of JSON documents.
  */
-#ifndef ZARNGI_COMPARISON_DOSEJSON_H
-#define ZARNGI_COMPARISON_DOSEJSON_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_DOSEJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_DOSEJSON_H
 
 #include <nlohmann/json_fwd.hpp>
 

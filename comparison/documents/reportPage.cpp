@@ -1,4 +1,4 @@
-#include "comparison/reportPage.h"
+#include "comparison/documents/reportPage.h"
 
 #include <nlohmann/json.hpp>
 
@@ -9,10 +9,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "comparison/doseJson.h"
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/reportVolume.h"
+#include "comparison/documents/structureElements.h"
 #include "comparison/parallel.h"
-#include "comparison/reportVolume.h"
-#include "comparison/structures/structureElements.h"
 
 namespace zarngi
 {

@@ -1,4 +1,4 @@
-#include "comparison/statisticsJson.h"
+#include "comparison/documents/statisticsJson.h"
 
 #include <nlohmann/json.hpp>
 

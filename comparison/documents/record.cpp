@@ -1,17 +1,17 @@
-#include "comparison/record.h"
+#include "comparison/documents/record.h"
 
 #include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <ctime>
 
+#include "comparison/documents/doseJson.h"
+#include "comparison/documents/explanationJson.h"
+#include "comparison/documents/measurementJson.h"
 #include "comparison/documents/requestJson.h"
-#include "comparison/doseJson.h"
-#include "comparison/explanation/explanationJson.h"
-#include "comparison/measurements/measurementJson.h"
-#include "comparison/statisticsJson.h"
-#include "comparison/structures/structureJson.h"
-#include "comparison/sweep/sweepJson.h"
+#include "comparison/documents/statisticsJson.h"
+#include "comparison/documents/structureJson.h"
+#include "comparison/documents/sweepJson.h"
 
 namespace zarngi
 {

@@ -1,4 +1,4 @@
-#include "comparison/csv.h"
+#include "comparison/documents/csv.h"
 
 #include <optional>
 #include <vector>

@@ -1,11 +1,11 @@
-#include "comparison/structures/structureElements.h"
+#include "comparison/documents/structureElements.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cmath>
 
-#include "comparison/reportVolume.h"
+#include "comparison/documents/reportVolume.h"
 
 namespace zarngi
 {

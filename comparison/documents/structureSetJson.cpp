@@ -1,4 +1,4 @@
-#include "comparison/structures/structureSetJson.h"
+#include "comparison/documents/structureSetJson.h"
 
 #include <nlohmann/json.hpp>
 

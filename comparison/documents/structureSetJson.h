@@ -2,8 +2,8 @@
  * @file structureSetJson.h
  * What a file of structures holds, for people and as a JSON document.
  */
-#ifndef ZARNGI_COMPARISON_STRUCTURES_STRUCTURESETJSON_H
-#define ZARNGI_COMPARISON_STRUCTURES_STRUCTURESETJSON_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_STRUCTURESETJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_STRUCTURESETJSON_H
 
 #include <nlohmann/json_fwd.hpp>
 

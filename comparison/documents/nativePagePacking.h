@@ -2,10 +2,10 @@
  * @file nativePagePacking.h
  * The packing of native hosts.
  */
-#ifndef ZARNGI_COMPARISON_NATIVEPAGEPACKING_H
-#define ZARNGI_COMPARISON_NATIVEPAGEPACKING_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_NATIVEPAGEPACKING_H
+#define ZARNGI_COMPARISON_DOCUMENTS_NATIVEPAGEPACKING_H
 
-#include "comparison/pagePacking.h"
+#include "comparison/documents/pagePacking.h"
 
 namespace zarngi
 {

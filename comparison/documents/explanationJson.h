@@ -2,8 +2,8 @@
  * @file explanationJson.h
  * An explanation as part of JSON documents; docs/json.md describes the members.
  */
-#ifndef ZARNGI_COMPARISON_EXPLANATION_EXPLANATIONJSON_H
-#define ZARNGI_COMPARISON_EXPLANATION_EXPLANATIONJSON_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_EXPLANATIONJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_EXPLANATIONJSON_H
 
 #include <nlohmann/json_fwd.hpp>
 

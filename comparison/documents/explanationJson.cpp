@@ -1,4 +1,4 @@
-#include "comparison/explanation/explanationJson.h"
+#include "comparison/documents/explanationJson.h"
 
 #include <nlohmann/json.hpp>
 

@@ -2,8 +2,8 @@
  * @file measurementJson.h
  * Planes, points and how they were compared, as parts of JSON documents.
  */
-#ifndef ZARNGI_COMPARISON_MEASUREMENTS_MEASUREMENTJSON_H
-#define ZARNGI_COMPARISON_MEASUREMENTS_MEASUREMENTJSON_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_MEASUREMENTJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_MEASUREMENTJSON_H
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -2,8 +2,8 @@
  * @file reportPage.h
  * The HTML report of a comparison; web/README.md describes how the page carries its data.
  */
-#ifndef ZARNGI_COMPARISON_REPORTPAGE_H
-#define ZARNGI_COMPARISON_REPORTPAGE_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
+#define ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "comparison/comparison.h"
-#include "comparison/pagePacking.h"
+#include "comparison/documents/pagePacking.h"
 
 namespace zarngi
 {

@@ -1,4 +1,4 @@
-#include "comparison/sweep/sweepJson.h"
+#include "comparison/documents/sweepJson.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,4 +1,4 @@
-#include "comparison/doseJson.h"
+#include "comparison/documents/doseJson.h"
 
 #include <nlohmann/json.hpp>
 
@@ -38,9 +38,8 @@ Json digestJson(const FileDigest* digest)
 nlohmann::ordered_json fileJson(const std::string& path, const std::string& dataPath,
                                 const std::string& format, const Disclosure& disclosure)
 {
-    Json file = {{"name", disclosure.nameOf(path)},
-                 {"path", disclosure.pathOf(path)},
-                 {"format", format}};
+    Json file = {
+        {"name", disclosure.nameOf(path)}, {"path", disclosure.pathOf(path)}, {"format", format}};
     file.update(digestJson(disclosure.digestOf(path)));
     if (dataPath != path) {
         file["data"] = {{"name", disclosure.nameOf(dataPath)},

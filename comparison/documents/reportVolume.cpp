@@ -1,4 +1,4 @@
-#include "comparison/reportVolume.h"
+#include "comparison/documents/reportVolume.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,8 +2,8 @@
  * @file structureJson.h
  * Structures as part of a comparison's JSON document; docs/json.md describes the members.
  */
-#ifndef ZARNGI_COMPARISON_STRUCTURES_STRUCTUREJSON_H
-#define ZARNGI_COMPARISON_STRUCTURES_STRUCTUREJSON_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREJSON_H
 
 #include <nlohmann/json_fwd.hpp>
 

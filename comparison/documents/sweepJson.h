@@ -2,8 +2,8 @@
  * @file sweepJson.h
  * Pass rates by criterion as part of JSON documents; docs/json.md describes the members.
  */
-#ifndef ZARNGI_COMPARISON_SWEEP_SWEEPJSON_H
-#define ZARNGI_COMPARISON_SWEEP_SWEEPJSON_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_SWEEPJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_SWEEPJSON_H
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -1,8 +1,8 @@
-#include "comparison/measurements/measurementJson.h"
+#include "comparison/documents/measurementJson.h"
 
 #include <nlohmann/json.hpp>
 
-#include "comparison/doseJson.h"
+#include "comparison/documents/doseJson.h"
 #include "comparison/doseSampling.h"
 
 namespace zarngi

@@ -2,8 +2,8 @@
  * @file structureElements.h
  * Structures as the report page carries them; web/README.md describes the elements.
  */
-#ifndef ZARNGI_COMPARISON_STRUCTURES_STRUCTUREELEMENTS_H
-#define ZARNGI_COMPARISON_STRUCTURES_STRUCTUREELEMENTS_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREELEMENTS_H
+#define ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREELEMENTS_H
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "comparison/pagePacking.h"
+#include "comparison/documents/pagePacking.h"
 #include "comparison/structures/structureComparison.h"
 
 namespace zarngi

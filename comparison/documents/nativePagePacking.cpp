@@ -1,4 +1,4 @@
-#include "comparison/nativePagePacking.h"
+#include "comparison/documents/nativePagePacking.h"
 
 #include <openssl/evp.h>
 

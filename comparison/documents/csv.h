@@ -2,8 +2,8 @@
  * @file csv.h
  * A comparison as a table for spreadsheets.
  */
-#ifndef ZARNGI_COMPARISON_CSV_H
-#define ZARNGI_COMPARISON_CSV_H
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_CSV_H
+#define ZARNGI_COMPARISON_DOCUMENTS_CSV_H
 
 #include <optional>
 #include <string>
