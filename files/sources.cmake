@@ -75,6 +75,7 @@ set(files_sources
 # What takes files of a disk and the codec of native hosts.
 set(files_native_sources
     namedFile.cpp
+    nativeDecimal.cpp
     nativeDeflate.cpp
     output/openFile.cpp
     output/temporaryFile.cpp

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <type_traits>
 
+#include "files/decimal.h"
 #include "files/error.h"
 #include "files/packed.h"
 #include "files/text.h"
@@ -99,6 +100,16 @@ std::string_view takeWord(std::string_view& text)
     return word;
 }
 
+template <class Number> std::from_chars_result fromText(std::string_view text, Number& value)
+{
+    const char* const end = text.data() + text.size();
+    if constexpr (std::is_floating_point_v<Number>) {
+        return fromDecimal(text.data(), end, value);
+    } else {
+        return std::from_chars(text.data(), end, value);
+    }
+}
+
 template <class Number> Number parsed(std::string_view word)
 {
     std::string_view digits = word;
@@ -106,7 +117,7 @@ template <class Number> Number parsed(std::string_view word)
         digits.remove_prefix(1);
     }
     Number value{};
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    const auto [end, error] = fromText(digits, value);
     if (error != std::errc() || end != digits.data() + digits.size()) {
         refuseDamaged("has a value of \"" + excerpt(word) + "\", which is no number of its type");
     }

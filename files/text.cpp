@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "files/characters/utf8.h"
+#include "files/decimal.h"
 
 namespace files
 {
@@ -34,7 +35,7 @@ std::string number(double value, int digits)
 std::string exactNumber(double value)
 {
     std::array<char, 64> buffer{};
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr;
+    const auto end = toDecimal(buffer.data(), buffer.data() + buffer.size(), value).ptr;
     return {buffer.data(), end};
 }
 
@@ -89,7 +90,7 @@ double parseNumber(std::string_view text)
         text.remove_prefix(1);
     }
     double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const auto [end, error] = fromDecimal(text.data(), text.data() + text.size(), value);
     const bool whole = error == std::errc() && end == text.data() + text.size();
     return whole ? value : std::numeric_limits<double>::quiet_NaN();
 }

@@ -1,10 +1,10 @@
 #include "files/formats/dicom/values.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <limits>
 
+#include "files/decimal.h"
 #include "files/error.h"
 #include "files/text.h"
 
@@ -40,7 +40,7 @@ double DicomNumbers::next()
     // As most numbers are written: a separator right behind the last digit.
     double plain = 0;
     const char* const stop = rest_.data() + rest_.size();
-    const auto [behind, error] = std::from_chars(rest_.data(), stop, plain);
+    const auto [behind, error] = fromDecimal(rest_.data(), stop, plain);
     if (error == std::errc() && std::isfinite(plain) && behind != stop && *behind == '\\') {
         rest_.remove_prefix(static_cast<std::size_t>(behind + 1 - rest_.data()));
         return plain;

@@ -8,7 +8,6 @@
 
 #ifdef __cplusplus
 
-#include <charconv>
 #include <cstddef>
 #include <memory>
 #include <type_traits>
@@ -32,14 +31,6 @@ template <class Array> unique_ptr<Array> make_unique_for_overwrite(size_t size)
 {
     return unique_ptr<Array>(new remove_extent_t<Array>[size]);
 }
-#endif
-
-#ifndef __cpp_lib_to_chars
-/** As the general format of the standard: rounded to nearest, without a plus sign. */
-from_chars_result from_chars(const char* first, const char* last, double& value);
-from_chars_result from_chars(const char* first, const char* last, float& value);
-/** The fewest digits that give the value back, in the shorter one of both notations. */
-to_chars_result to_chars(char* first, char* last, double value);
 #endif
 
 } // namespace std

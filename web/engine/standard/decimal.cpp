@@ -1,6 +1,4 @@
-#include "web/engine/standard/gaps.h"
-
-#ifndef __cpp_lib_to_chars
+#include "files/decimal.h"
 
 #include <algorithm>
 #include <array>
@@ -13,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace
 {
@@ -230,20 +229,20 @@ std::string shortestText(double value)
 
 } // namespace
 
-namespace std // NOLINT(cert-dcl58-cpp): see the header
+namespace files
 {
 
-from_chars_result from_chars(const char* first, const char* last, double& value)
-{
-    return fromChars(first, last, value);
-}
-
-from_chars_result from_chars(const char* first, const char* last, float& value)
+std::from_chars_result fromDecimal(const char* first, const char* last, double& value)
 {
     return fromChars(first, last, value);
 }
 
-to_chars_result to_chars(char* first, char* last, double value)
+std::from_chars_result fromDecimal(const char* first, const char* last, float& value)
+{
+    return fromChars(first, last, value);
+}
+
+std::to_chars_result toDecimal(char* first, char* last, double value)
 {
     const std::string text = shortestText(value);
     if (static_cast<std::size_t>(last - first) < text.size()) {
@@ -252,6 +251,4 @@ to_chars_result to_chars(char* first, char* last, double value)
     return {std::copy(text.begin(), text.end(), first), std::errc()};
 }
 
-} // namespace std
-
-#endif
+} // namespace files
