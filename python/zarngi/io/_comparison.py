@@ -24,7 +24,8 @@ _PATH_SIZE = 4096
 
 #: enum zarnGIHost_RefusalKind, less what is raised as an exception of Python's own.
 _KINDS = {1: "request", 2: "pair", 7: "interrupted"}
-_FILES = (3, 4)
+#: Foreign, damaged, not supported.
+_FILES = (3, 4, 9)
 _SYSTEM = 5
 _MEMORY = 6
 
