@@ -20,8 +20,18 @@ import numpy as np
 import zarngi
 from zarngi import _library
 
+LIBRARY = _library._library
+for name in ("setDD", "setDTA", "setDCO", "setGammaSearchMax"):
+    getattr(LIBRARY, f"zarnGI_{name}").argtypes = [ctypes.c_float]
+
 DATA = Path(__file__).resolve().parents[2] / "shared" / "data"
 FLOAT_P = ctypes.POINTER(ctypes.c_float)
+
+
+def call(name: str, *arguments: object) -> None:
+    """A function of libZarnGI."""
+    if getattr(LIBRARY, f"zarnGI_{name}")(*arguments) != 0:
+        raise RuntimeError(name)
 
 
 def plain_calls(
@@ -31,7 +41,7 @@ def plain_calls(
 
     def hand_over(setter: str, grid: zarngi.DoseGrid) -> None:
         corner = [o - h / 2 for o, h in zip(grid.origin, grid.spacing)]
-        _library.call(
+        call(
             setter,
             (ctypes.c_int * 3)(*grid.shape[::-1]),
             (ctypes.c_float * 3)(*grid.spacing),
@@ -39,7 +49,7 @@ def plain_calls(
             grid.dose.ctypes.data_as(FLOAT_P),
         )
 
-    _library.call("init")
+    call("init")
     hand_over("setRef", reference)
     hand_over("setEval", evaluation)
     for name, value in (
@@ -49,13 +59,13 @@ def plain_calls(
         ("setGammaSearchMax", 3.0),
         ("setNumThreads", threads),
     ):
-        _library.call(name, value)
-    _library.call("startComputation")
+        call(name, value)
+    call("startComputation")
     gamma = np.empty(reference.shape, np.float32)
-    _library.call("getGammaIndex3DMap", gamma.ctypes.data_as(FLOAT_P))
+    call("getGammaIndex3DMap", gamma.ctypes.data_as(FLOAT_P))
     rate = ctypes.c_float()
-    _library.call("getGammaIndexPassRate", ctypes.byref(rate))
-    _library.call("reset")
+    call("getGammaIndexPassRate", ctypes.byref(rate))
+    call("reset")
     return gamma
 
 

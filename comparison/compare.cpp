@@ -108,7 +108,7 @@ Comparison compare(const Request& request, DoseSource& source, const Watchers& w
     }
     Searches searches(comparison);
     std::vector<CriterionResult> results;
-    for (const CriterionRequest& asked : comparison.request.criteria) {
+    for (const CriterionRequest& asked : comparison.request.searchedCriteria()) {
         results.push_back(searches.result(asked, watchers.search ? watchers.search(asked.criterion)
                                                                  : WatchSearch()));
     }

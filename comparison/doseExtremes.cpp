@@ -1,28 +1,58 @@
 #include "comparison/doseExtremes.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <span>
+#include <utility>
 
 namespace zarngi
 {
 
+namespace
+{
+
+/**
+ * The first of the smallest and the first of the largest doses. Side by side in lanes, which have
+ * nothing to wait for, and then looked up.
+ */
+std::pair<const float*, const float*> endsOf(std::span<const float> doses)
+{
+    constexpr std::size_t lanes = 32;
+    std::array<float, lanes> least{};
+    std::array<float, lanes> most{};
+    least.fill(doses.front());
+    most.fill(doses.front());
+    std::size_t i = 0;
+    for (; i + lanes <= doses.size(); i += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const float dose = doses[i + lane];
+            least[lane] = dose < least[lane] ? dose : least[lane];
+            most[lane] = dose > most[lane] ? dose : most[lane];
+        }
+    }
+    const auto rest =
+        std::minmax_element(doses.begin() + static_cast<std::ptrdiff_t>(i), doses.end());
+    float smallest = *std::min_element(least.begin(), least.end());
+    float largest = *std::max_element(most.begin(), most.end());
+    if (i < doses.size()) {
+        smallest = std::min(smallest, *rest.first);
+        largest = std::max(largest, *rest.second);
+    }
+    const float* const end = doses.data() + doses.size();
+    return {std::find(doses.data(), end, smallest), std::find(doses.data(), end, largest)};
+}
+
+} // namespace
+
 DoseExtremes doseExtremes(const Image& image)
 {
     const Geometry& geometry = image.geometry;
-    float smallest = image.values.front();
-    float largest = smallest;
-    std::size_t firstLargest = 0;
-    for (std::size_t i = 1; i < image.values.size(); ++i) {
-        const float dose = image.values[i];
-        smallest = std::min(smallest, dose);
-        if (dose > largest) {
-            largest = dose;
-            firstLargest = i;
-        }
-    }
+    const auto [smallest, largest] = endsOf({image.values.data(), image.values.size()});
     DoseExtremes extremes{};
-    extremes.minimum = static_cast<double>(smallest);
-    extremes.maximum = static_cast<double>(largest);
-    auto rest = static_cast<int>(firstLargest);
+    extremes.minimum = static_cast<double>(*smallest);
+    extremes.maximum = static_cast<double>(*largest);
+    auto rest = static_cast<int>(largest - image.values.begin());
     for (std::size_t i = 0; i < 3; ++i) {
         const int index = rest % geometry.size[i];
         rest /= geometry.size[i];

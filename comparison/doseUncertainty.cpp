@@ -13,7 +13,7 @@ namespace zarngi
 
 UncertaintySummary uncertaintyOf(const DoseImage& dose)
 {
-    const std::vector<float>& doses = dose.image.values;
+    const files::Values& doses = dose.image.values;
     const double half = static_cast<double>(*std::max_element(doses.begin(), doses.end())) / 2;
     UncertaintySummary summary;
     std::vector<double> percents;

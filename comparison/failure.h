@@ -51,10 +51,19 @@ public:
     {
     }
 
+    /** @param member what mends it */
+    InputError(MemberPlace member, Sentence sentence)
+        : Refusal(std::move(sentence)), kind_(FailureKind::pair), member_(member.name())
+    {
+    }
+
     FailureKind kind() const { return kind_; }
+    /** What mends it, as of UsageError; empty: nothing that is known. */
+    const std::string& member() const { return member_; }
 
 private:
     FailureKind kind_;
+    std::string member_;
 };
 
 /** A computation whose memory could not be had. */

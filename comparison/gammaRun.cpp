@@ -15,6 +15,9 @@ namespace zarngi
 namespace
 {
 
+constexpr float unbounded = -1; // of the environment, as at first
+constexpr float notTested = -1;
+
 std::string reasonOf(int code)
 {
     switch (code) {
@@ -67,7 +70,11 @@ void setParameters(const GammaSettings& settings, const Criterion& criterion)
     require(zarnGI_setDD(static_cast<float>(criterion.doseDifference)), label);
     require(zarnGI_setDDCriterium(criterion.isLocal ? ZARNGI_DD_LOCAL : ZARNGI_DD_GLOBAL), label);
     require(zarnGI_setDCO(static_cast<float>(settings.cutOff)), label);
-    require(zarnGI_setGammaSearchMax(static_cast<float>(settings.maxGamma)), label);
+    if (std::isfinite(settings.maxGamma)) {
+        require(zarnGI_setGammaSearchMax(static_cast<float>(settings.maxGamma)), label);
+    } else {
+        Env->gammaSearchMax = unbounded;
+    }
     require(zarnGI_setComputationMode(settings.passRateOnly ? ZARNGI_MODE_PASS_RATE
                                                             : ZARNGI_MODE_GAMMA_MAP),
             label);
@@ -80,6 +87,20 @@ void setParameters(const GammaSettings& settings, const Criterion& criterion)
     }
     Env->gammaindex2D = settings.slices;
     Env->gammaindex2D_z = settings.slices && settings.verbose > 0;
+}
+
+/** Of a reference without a dose above 0, which the library takes for no normalisation. */
+bool hasNothingAbove(const GammaSettings& settings)
+{
+    return settings.normalisation && !(*settings.normalisation > 0);
+}
+
+GammaMap untested(std::size_t voxels)
+{
+    GammaMap map;
+    map.values.assign(voxels, notTested);
+    map.passed.assign(voxels, ZARNGI_NOT_TESTED);
+    return map;
 }
 
 bool isTested(float gamma)
@@ -148,6 +169,9 @@ GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& crite
 GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criterion,
                           const WatchSearch& watch)
 {
+    if (hasNothingAbove(settings)) {
+        return untested(referenceVoxels_);
+    }
     setParameters(settings, criterion);
     Watcher watcher{watch};
     require(zarnGI_setProgress(watch ? tellWatcher : nullptr, &watcher), "the library");
@@ -161,19 +185,19 @@ GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criter
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     GammaMap map;
     map.seconds = duration.count();
-    map.values.resize(referenceVoxels_);
-    require(zarnGI_getGammaIndex3DMap(map.values.data()), criterion.label());
-    map.passed.resize(referenceVoxels_);
-    require(zarnGI_getPassed3DMap(map.passed.data()), criterion.label());
     float passRate = 0;
     require(zarnGI_getGammaIndexPassRate(&passRate), criterion.label());
     map.passRate = static_cast<double>(passRate);
+    // What zarnGI_getGammaIndex3DMap() copies, into memory that is written once.
+    map.values.assign(Env->gamma, Env->gamma + referenceVoxels_);
+    map.passed.resize(referenceVoxels_);
+    require(zarnGI_getPassed3DMap(map.passed.data()), criterion.label());
     return map;
 }
 
 void checkTested(const GammaMap& map, const GammaSettings& settings)
 {
-    if (std::none_of(map.values.begin(), map.values.end(), isTested)) {
+    if (!settings.mayTestNothing && std::none_of(map.values.begin(), map.values.end(), isTested)) {
         throw InputError("nothing to compare: no reference voxel lies above the cut-off of " +
                          number(settings.cutOff) + " %");
     }

@@ -20,14 +20,15 @@ namespace zarngi
 struct GammaSettings {
     double cutOff = 10;                  ///< %, DCO
     std::optional<double> normalisation; ///< Gy; none: the reference maximum
-    double maxGamma = 3;
-    std::optional<double> step; ///< mm; none: a tenth of the distance to agreement
+    double maxGamma = 3;                 ///< infinite: until all is final
+    std::optional<double> step;          ///< mm; none: a tenth of the distance to agreement
     bool passRateOnly = false;
     bool nearest = false; ///< doses of the containing voxel, no interpolation
     bool rotate = false;
     bool slices = false; ///< interpolation within planes of constant z
     int threads = 1;
     int verbose = 0;
+    bool mayTestNothing = false; ///< else that is no result
 };
 
 /** What one computation gives. */
@@ -82,7 +83,7 @@ private:
     std::size_t referenceVoxels_ = 0;
 };
 
-/** @throws InputError when no voxel of the map was tested. */
+/** @throws InputError when no voxel of the map was tested, and one had to be. */
 void checkTested(const GammaMap& map, const GammaSettings& settings);
 
 /** The version of the project, which the program has as well. */

@@ -1,7 +1,9 @@
 #include "comparison/gammaStatistics.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <numeric>
 
 #include "libZarnGI.h"
@@ -12,13 +14,17 @@ namespace zarngi
 namespace
 {
 
-/** Sorts as much of the values as it needs. */
-double percentile(std::vector<float>& values, double percent)
+/**
+ * Sorts as much of the values as it needs.
+ * @param sorted before it, all values are smaller or equal; moved to the percentile
+ */
+double percentile(std::vector<float>& values, std::size_t& sorted, double percent)
 {
     const double rank = percent / 100 * static_cast<double>(values.size() - 1);
     const auto below = static_cast<std::size_t>(rank);
     const auto position = values.begin() + static_cast<std::ptrdiff_t>(below);
-    std::nth_element(values.begin(), position, values.end());
+    std::nth_element(values.begin() + static_cast<std::ptrdiff_t>(sorted), position, values.end());
+    sorted = below;
     const auto lower = static_cast<double>(*position);
     if (position + 1 == values.end()) {
         return lower;
@@ -35,8 +41,9 @@ GammaSpread spreadOf(std::vector<float>& values)
     spread.maximum = static_cast<double>(*maximum);
     spread.mean =
         std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
-    spread.percentile95 = percentile(values, 95);
-    spread.percentile99 = percentile(values, 99);
+    std::size_t sorted = 0;
+    spread.percentile95 = percentile(values, sorted, 95);
+    spread.percentile99 = percentile(values, sorted, 99);
     return spread;
 }
 
@@ -56,17 +63,40 @@ Histogram histogramOf(const std::vector<float>& gammas, double maxGamma)
     return histogram;
 }
 
-/**
- * Failed voxels with a gamma of exactly 1: the library decides on gamma squared, before the root is
- * rounded.
- */
-std::size_t failedAtOne(std::span<const float> gammas, std::span<const unsigned char> passed)
-{
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < gammas.size(); ++i) {
-        count += passed[i] == ZARNGI_FAILED && gammas[i] <= 1 ? 1U : 0U;
+/** What there is to count. */
+struct TestedGammas {
+    std::vector<float> gammas;
+    std::size_t passed = 0;
+    /** Failed voxels with a gamma of exactly 1: the library decides on gamma squared, before the
+     * root is rounded. */
+    std::size_t failedAtOne = 0;
+
+    void add(float gamma, unsigned char verdict)
+    {
+        if (gamma >= 0) {
+            gammas.push_back(gamma);
+        }
+        passed += verdict == ZARNGI_PASSED ? 1U : 0U;
+        failedAtOne += verdict == ZARNGI_FAILED && gamma <= 1 ? 1U : 0U;
     }
-    return count;
+};
+
+/** Whole pieces that are not tested, as most are, are passed over. */
+TestedGammas testedOf(std::span<const float> gammas, std::span<const unsigned char> passed)
+{
+    std::array<unsigned char, 64> untested{};
+    untested.fill(ZARNGI_NOT_TESTED);
+    TestedGammas tested;
+    for (std::size_t start = 0; start < gammas.size(); start += untested.size()) {
+        const std::size_t count = std::min(untested.size(), gammas.size() - start);
+        if (std::memcmp(passed.data() + start, untested.data(), count) == 0) {
+            continue;
+        }
+        for (std::size_t i = start; i < start + count; ++i) {
+            tested.add(gammas[i], passed[i]);
+        }
+    }
+    return tested;
 }
 
 /** Moves failed voxels whose gamma was rounded to 1 to the first bin of failed ones. */
@@ -82,13 +112,10 @@ GammaStatistics gammaStatistics(std::span<const float> gammas,
                                 std::span<const unsigned char> passed,
                                 const GammaSettings& settings)
 {
-    std::vector<float> tested;
-    std::copy_if(gammas.begin(), gammas.end(), std::back_inserter(tested),
-                 [](float gamma) { return gamma >= 0; });
+    auto [tested, passes, failedAtOne] = testedOf(gammas, passed);
     GammaStatistics statistics;
     statistics.tested = tested.size();
-    statistics.passed =
-        static_cast<std::size_t>(std::count(passed.begin(), passed.end(), ZARNGI_PASSED));
+    statistics.passed = passes;
     statistics.failed = statistics.tested - statistics.passed;
     if (statistics.tested > 0) {
         statistics.passRate =
@@ -98,7 +125,7 @@ GammaStatistics gammaStatistics(std::span<const float> gammas,
         return statistics;
     }
     statistics.histogram = histogramOf(tested, settings.maxGamma);
-    moveAcrossOne(*statistics.histogram, failedAtOne(gammas, passed));
+    moveAcrossOne(*statistics.histogram, failedAtOne);
     statistics.unreached =
         std::erase_if(tested, [](float gamma) { return gamma > unreachedGamma; });
     if (!tested.empty()) {

@@ -52,6 +52,7 @@ set(comparison_sources
     structures/doseOrder.cpp
     structures/doseSamples.cpp
     structures/doseVolume.cpp
+    structures/maskRuns.cpp
     structures/namePattern.cpp
     structures/structureCatalogue.cpp
     structures/structureComparison.cpp

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string_view>
 
 #include "files/error.h"
@@ -31,7 +32,7 @@ struct Ends {
  * the pattern of their bits, those below 0 fall with it, infinity and what is not a number have the
  * largest exponent.
  */
-Ends endsOf(const std::vector<float>& doses)
+Ends endsOf(std::span<const float> doses)
 {
     std::int32_t highest = 0;
     std::uint32_t lowest = negativeZero;
@@ -47,13 +48,13 @@ Ends endsOf(const std::vector<float>& doses)
 }
 
 template <class Condition>
-std::size_t countOf(const std::vector<float>& doses, const Condition& condition)
+std::size_t countOf(std::span<const float> doses, const Condition& condition)
 {
     return static_cast<std::size_t>(std::count_if(doses.begin(), doses.end(), condition));
 }
 
 /** How many doses are at or above a hundredth of the maximum, as far as to be above `most`. */
-std::size_t countNear(const std::vector<float>& doses, float maximum, std::size_t most)
+std::size_t countNear(std::span<const float> doses, float maximum, std::size_t most)
 {
     constexpr std::ptrdiff_t part = 4096; // looked at without a way out, so several at once
     std::size_t count = 0;
@@ -109,7 +110,7 @@ std::string doseText(float dose, const DoseImage& image)
 
 void warnOfValues(DoseImage& dose, const Ends& ends)
 {
-    const std::vector<float>& doses = dose.image.values;
+    std::span<const float> doses = dose.image.values;
     if (ends.lowest < 0 && !dose.isError()) {
         const std::size_t count = countOf(doses, [](float value) { return value < 0; });
         dose.warnings.push_back("holds " + grouped(count) + (count == 1 ? " value" : " values") +
@@ -141,7 +142,7 @@ std::optional<std::string> wordAgainstDoses(const std::string& name)
     return end == ends.end() ? std::nullopt : std::optional<std::string>(*end);
 }
 
-std::optional<FarDoses> farDoses(const std::vector<float>& doses, float maximum)
+std::optional<FarDoses> farDoses(std::span<const float> doses, float maximum)
 {
     // As many positive doses as a thousandth of them lie above the place of the percentile. Of most
     // grids, more are near the maximum than a thousandth of all places, which is known early.

@@ -6,6 +6,7 @@
 #define ZARNGI_FILES_DOSEDOUBTS_H
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,7 @@ struct FarDoses {
  * @param doses finite ones; places without a dose hold 0.
  * @param maximum the largest of them; 0 where none is positive.
  */
-std::optional<FarDoses> farDoses(const std::vector<float>& doses, float maximum);
+std::optional<FarDoses> farDoses(std::span<const float> doses, float maximum);
 
 /**
  * Refuses values that are not finite, and makes warnings of what speaks against the others.

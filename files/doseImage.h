@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "files/doseUnit.h"
+#include "files/values.h"
 
 namespace files
 {
@@ -55,7 +56,7 @@ struct Geometry {
 /** Values on a grid, x fastest. */
 struct Image {
     Geometry geometry;
-    std::vector<float> values;
+    Values values;
 };
 
 /** Where a plane lies in the patient. */

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cmath>
+#include <cstdint>
+#include <span>
 
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
@@ -58,9 +61,9 @@ bool arePlaces(const zarnGIHost_Places& places, const zarnGIHost_Volume& volume)
 /** The grid with its own numbers where those of the caller mean nothing. */
 zarnGIHost_Volume withGrid(zarnGIHost_Volume volume, const zarnGIHost_Places& places)
 {
-    const int first = places.kind == ZARNGI_HOST_POINTS                           ? 0
-                      : places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0 ? 2
-                                                                                  : 3;
+    const bool isFlat = places.kind == ZARNGI_HOST_PLANE && places.isInSpace == 0;
+    const bool isLine = isFlat && volume.size[1] == 1 && volume.spacing[1] == 0;
+    const int first = places.kind == ZARNGI_HOST_POINTS ? 0 : isLine ? 1 : isFlat ? 2 : 3;
     for (int i = first; i < 3; ++i) {
         volume.spacing[i] = first == 0 ? 1 : files::planeThickness;
         volume.origin[i] = 0;
@@ -86,7 +89,7 @@ const char* problemOf(const zarnGIHost_NamedDose& dose)
 void setGaps(DoseImage& dose, const unsigned char* isMeasured)
 {
     Measurement& measurement = *dose.measurement;
-    std::vector<float>& values = dose.image.values;
+    std::vector<float>& values = dose.image.values.own();
     measurement.isMeasured.assign(isMeasured, isMeasured + values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         measurement.isMeasured[i] = isMeasured[i] != 0 ? 1 : 0;
@@ -117,12 +120,30 @@ void setPlaces(DoseImage& dose, const zarnGIHost_Places& places)
     }
 }
 
-DoseImage imageOf(const zarnGIHost_NamedDose& named)
+/** In pieces whose exponents are looked at together: grids are large. */
+bool areFinite(std::span<const float> values)
+{
+    constexpr std::uint32_t exponent = 0x7f800000;
+    constexpr std::size_t piece = 4096;
+    for (std::size_t start = 0; start < values.size(); start += piece) {
+        std::uint32_t largest = 0;
+        for (const float value : values.subspan(start, std::min(piece, values.size() - start))) {
+            largest = std::max(largest, std::bit_cast<std::uint32_t>(value) & exponent);
+        }
+        if (largest == exponent) {
+            return false;
+        }
+    }
+    return true;
+}
+
+DoseImage imageOf(const zarnGIHost_NamedDose& named, bool isLent)
 {
     const zarngi::DoseView doses = dosesOf(withGrid(named.volume, named.places));
     DoseImage dose;
     dose.image.geometry = doses.geometry;
-    dose.image.values.assign(doses.values.begin(), doses.values.end());
+    dose.image.values = isLent ? files::Values::lent(doses.values)
+                               : files::Values({doses.values.begin(), doses.values.end()});
     dose.path = named.name;
     dose.dataPath = named.name;
     dose.format = arrayFormat;
@@ -131,8 +152,7 @@ DoseImage imageOf(const zarnGIHost_NamedDose& named)
         dose.dicom.emplace().frameOfReference = named.frameOfReference;
     }
     setPlaces(dose, named.places);
-    if (!std::all_of(dose.image.values.begin(), dose.image.values.end(),
-                     [](float value) { return std::isfinite(value); })) {
+    if (!areFinite({dose.image.values.data(), dose.image.values.size()})) {
         throw zarngi::failureOf(named.name, FileError{FileError::Kind::damaged,
                                                       "holds doses that are not finite numbers"});
     }
@@ -185,8 +205,15 @@ const char* problemOf(const zarnGIHost_Source& source)
                                                                 : "there are no such threads";
 }
 
-CallersSource::CallersSource(const zarnGIHost_Source& source)
-    : source_(source), disk_(unpackerOf(source), true, !files::areExcerptsShown()),
+std::size_t dosesUnder(const zarnGIHost_Source& source, const std::string& name)
+{
+    const auto* const named = namedOf(source.doses, source.doseCount, name);
+    return named != nullptr ? geometryOf(named->volume).voxels() : 0;
+}
+
+CallersSource::CallersSource(const zarnGIHost_Source& source, bool areLent)
+    : source_(source), areLent_(areLent),
+      disk_(unpackerOf(source), true, !files::areExcerptsShown()),
       isDiscreet_(!files::areExcerptsShown())
 {
 }
@@ -221,7 +248,7 @@ template <class Read> auto CallersSource::found(const std::string& name, const R
 DoseImage CallersSource::dose(const std::string& name, const files::TableUnits& units)
 {
     if (const auto* const named = namedOf(source_.doses, source_.doseCount, name)) {
-        return imageOf(*named);
+        return imageOf(*named, areLent_);
     }
     if (source_.find == nullptr) {
         return disk_.dose(name, units);

@@ -17,12 +17,18 @@ namespace host
 /** Why what a caller gives cannot be taken, or null. */
 const char* problemOf(const zarnGIHost_Source& source);
 
+/** How many doses are in memory under a name; 0: none. */
+std::size_t dosesUnder(const zarnGIHost_Source& source, const std::string& name);
+
 /** By name: what is in memory, then what the caller finds, then files on disk. */
 class CallersSource : public zarngi::DoseSource
 {
 public:
-    /** @param source without a problem; stays where it is. */
-    explicit CallersSource(const zarnGIHost_Source& source);
+    /**
+     * @param source without a problem; stays where it is.
+     * @param areLent its doses are not copied.
+     */
+    CallersSource(const zarnGIHost_Source& source, bool areLent);
 
     zarngi::DoseImage dose(const std::string& name, const files::TableUnits& units) override;
     files::StructureSet structures(const std::string& name) override;
@@ -37,6 +43,7 @@ private:
     template <class Read> auto found(const std::string& name, const Read& read);
 
     const zarnGIHost_Source& source_;
+    bool areLent_;
     zarngi::DiskSource disk_;
     zarngi::FileDigests digests_; ///< of what the caller found
     bool isDiscreet_;             ///< as zarnGIHost_setExcerpts() said for the calling thread

@@ -1,7 +1,10 @@
 #include "host/comparison.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstddef>
+#include <limits>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -83,6 +86,22 @@ int refuseFile(zarnGIHost_Refusal* refusal, const zarngi::FileFailure& failure)
     return refuse(refusal, kindOf(failure), failure.error().sentence);
 }
 
+/** What may be about one of the files, which is told apart from the sentence. */
+int refusePair(zarnGIHost_Refusal* refusal, const zarngi::InputError& error,
+               const zarngi::Wording& wording)
+{
+    std::string sentence = error.sentence().text(wording);
+    const std::string file = error.sentence().subject();
+    const std::string start = file + ": ";
+    if (!file.empty() && sentence.starts_with(start)) {
+        sentence.erase(0, start.size());
+        if (refusal != nullptr) {
+            copyText(file, refusal->file);
+        }
+    }
+    return refuse(refusal, kindOf(error), sentence, error.member());
+}
+
 /**
  * Runs a comparison: no exception leaves it.
  * @param wording of what refuses it, which the call may set
@@ -98,7 +117,7 @@ int guarded(zarnGIHost_Refusal* refusal, const zarngi::Wording& wording, const C
     } catch (const zarngi::FileFailure& error) {
         return refuseFile(refusal, error);
     } catch (const zarngi::InputError& error) {
-        return refuse(refusal, kindOf(error), error.sentence().text(wording));
+        return refusePair(refusal, error, wording);
     } catch (const std::bad_alloc&) {
         return refuse(refusal, ZARNGI_HOST_REFUSAL_MEMORY, "not enough memory");
     } catch (const std::length_error&) { // more than a vector holds
@@ -134,8 +153,8 @@ class Following
 {
 public:
     Following(const zarnGIHost_Watcher& watcher, const zarngi::Request& request)
-        : watcher_(watcher),
-          tasks_(request.criteria.size() + request.sweeps.size() + (request.explanation ? 1 : 0))
+        : watcher_(watcher), tasks_(request.searchedCriteria().size() + request.sweeps.size() +
+                                    (request.explanation ? 1 : 0))
     {
     }
 
@@ -197,15 +216,57 @@ private:
     double share_ = 0;
 };
 
+/** What a document does not ask for. */
+void addOptions(zarngi::Request& request, const zarnGIHost_Options& options,
+                const zarnGIHost_Source& source)
+{
+    request.hasOnlyFindings = options.hasOnlyFindings != 0;
+    request.settings.verbose = options.verbose;
+    request.settings.mayTestNothing = options.mayTestNothing != 0;
+    if (options.isUnbounded != 0) {
+        request.settings.maxGamma = std::numeric_limits<double>::infinity();
+    }
+    if (options.explained != nullptr && request.explanation) {
+        const std::size_t voxels = host::dosesUnder(source, request.reference.file);
+        if (voxels == 0) {
+            throw zarngi::UsageError({zarngi::Member::reference},
+                                     "what alone is explained is told of doses in memory");
+        }
+        request.explanation->voxels = zarngi::NamedVoxels{
+            options.explainedName, {options.explained, options.explained + voxels}};
+    }
+}
+
+/** How the caller's sentences call the members of a request. */
+zarngi::Wording wordingOf(const char* words)
+{
+    const auto table = nlohmann::json::parse(words != nullptr ? words : "{}", nullptr, false);
+    return {[table](zarngi::Member member) {
+                const std::string name = zarngi::memberName(member);
+                const auto word = table.find(name);
+                return word != table.end() && word->is_string() ? word->get<std::string>() : name;
+            },
+            zarngi::plainWording().file};
+}
+
+const char* problemOf(const zarnGIHost_Options& options)
+{
+    return options.explained != nullptr && options.explainedName == nullptr
+               ? "a required pointer is null"
+               : nullptr;
+}
+
 /** @param wording becomes that of roles where nothing of files is to be told */
 zarngi::Comparison compared(std::string_view document, const zarnGIHost_Source& source,
-                            const zarnGIHost_Watcher& watcher, zarngi::Wording& wording)
+                            const zarnGIHost_Watcher& watcher, const zarnGIHost_Options& options,
+                            zarngi::Wording& wording)
 {
     zarngi::Request request = zarngi::requestOfText(document);
     request.settings.threads = source.threads != 0 ? source.threads : zarngi::processorCount();
-    host::CallersSource from(source);
+    addOptions(request, options, source);
+    host::CallersSource from(source, options.areLent != 0);
     if (from.isDiscreet()) {
-        wording = zarngi::wordingByRoles(request);
+        wording.file = zarngi::wordingByRoles(request).file;
     }
     Following following(watcher, request);
     zarngi::Watchers watchers = following.watchers();
@@ -226,6 +287,13 @@ int zarnGIHost_compare(const char* request, size_t size, const zarnGIHost_Source
                        const zarnGIHost_Watcher* watcher, zarnGIHost_Comparison** comparison,
                        zarnGIHost_Refusal* refusal)
 {
+    return zarnGIHost_compareWith(request, size, source, watcher, nullptr, comparison, refusal);
+}
+
+int zarnGIHost_compareWith(const char* request, size_t size, const zarnGIHost_Source* source,
+                           const zarnGIHost_Watcher* watcher, const zarnGIHost_Options* options,
+                           zarnGIHost_Comparison** comparison, zarnGIHost_Refusal* refusal)
+{
     if (refusal != nullptr) {
         *refusal = {};
     }
@@ -234,17 +302,24 @@ int zarnGIHost_compare(const char* request, size_t size, const zarnGIHost_Source
     }
     const zarnGIHost_Source from = source != nullptr ? *source : zarnGIHost_Source{};
     const zarnGIHost_Watcher told = watcher != nullptr ? *watcher : zarnGIHost_Watcher{};
-    const char* const problem = request == nullptr || comparison == nullptr
-                                    ? "a required pointer is null"
-                                : Turn::isMine() ? "a watcher of a comparison starts another one"
-                                                 : host::problemOf(from);
+    const zarnGIHost_Options wanted = options != nullptr ? *options : zarnGIHost_Options{};
+    const char* problem = host::problemOf(from);
+    problem = problem != nullptr ? problem : problemOf(wanted);
+    if (request == nullptr || comparison == nullptr) {
+        problem = "a required pointer is null";
+    } else if (Turn::isMine()) {
+        problem = "a watcher of a comparison starts another one";
+    }
     if (problem != nullptr) {
         return refuse(refusal, ZARNGI_HOST_REFUSAL_ARGUMENT, problem);
     }
     zarngi::Wording wording = zarngi::plainWording();
     return guarded(refusal, wording, [&] {
-        *comparison = new zarnGIHost_Comparison{std::make_shared<const zarngi::Comparison>(
-            compared({request, size}, from, told, wording))};
+        wording = wordingOf(wanted.words);
+        auto made = std::make_shared<zarngi::Comparison>(
+            compared({request, size}, from, told, wanted, wording));
+        zarngi::Comparison* const own = made.get();
+        *comparison = new zarnGIHost_Comparison{std::move(made), own};
         return static_cast<int>(ZARNGI_HOST_OK);
     });
 }

@@ -12,6 +12,7 @@
 
 struct zarnGIHost_Comparison {
     std::shared_ptr<const zarngi::Comparison> value; ///< not its own while the watcher looks at it
+    zarngi::Comparison* own = nullptr;               ///< the same where it is
 };
 
 #endif

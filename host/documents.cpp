@@ -43,24 +43,47 @@ template <class Make> int handText(zarnGIHost_Bytes* out, zarnGIHost_Error* erro
     });
 }
 
-/** Describes a map on the grid of the reference. @return a status */
-template <class Value>
-int handMap(const zarnGIHost_Comparison* comparison, std::size_t criterion,
-            std::vector<Value> zarngi::CriterionResult::*values, int type, zarnGIHost_Volume* map)
+/** Describes values on the grid of the reference. @return a status */
+int describe(const zarngi::Comparison& comparison, const void* values, int type,
+             zarnGIHost_Volume* map)
 {
-    if (comparison == nullptr || map == nullptr || criterion >= comparison->value->results.size()) {
-        return ZARNGI_HOST_BAD_ARGUMENT;
-    }
-    const zarngi::Geometry& grid = comparison->value->reference.image.geometry;
+    const zarngi::Geometry& grid = comparison.reference.image.geometry;
     std::copy(grid.size.begin(), grid.size.end(), map->size);
     std::copy(grid.spacing.begin(), grid.spacing.end(), map->spacing);
     std::copy(grid.origin.begin(), grid.origin.end(), map->origin);
     map->type = type;
-    map->values = (comparison->value->results[criterion].*values).data();
+    map->values = values;
     return ZARNGI_HOST_OK;
 }
 
+bool hasMaps(const zarngi::CriterionResult& result)
+{
+    return !result.gamma.empty();
+}
+
+bool hasMaps(const zarnGIHost_Comparison* comparison, std::size_t criterion)
+{
+    return comparison != nullptr && criterion < comparison->value->results.size() &&
+           hasMaps(comparison->value->results[criterion]);
+}
+
+/** Describes a map of a criterion. @return a status */
+template <class Value>
+int handMap(const zarnGIHost_Comparison* comparison, std::size_t criterion,
+            std::vector<Value> zarngi::CriterionResult::*values, int type, zarnGIHost_Volume* map)
+{
+    if (map == nullptr || !hasMaps(comparison, criterion)) {
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+    const zarngi::Comparison& shown = *comparison->value;
+    return describe(shown, (shown.results[criterion].*values).data(), type, map);
+}
+
 } // namespace
+
+struct zarnGIHost_Map {
+    std::vector<float> values;
+};
 
 int zarnGIHost_defaultRequest(zarnGIHost_Bytes* json, zarnGIHost_Error* error)
 {
@@ -104,8 +127,9 @@ int zarnGIHost_getPage(const zarnGIHost_Comparison* comparison, const char* page
         return refuseArgument("the page has no place for its data", error);
     }
     const zarngi::Comparison& shown = *comparison->value;
-    if (shown.results.empty()) {
-        return refuseArgument("the search has not been made", error);
+    if (shown.results.empty() || !std::all_of(shown.results.begin(), shown.results.end(),
+                                              [](const auto& one) { return hasMaps(one); })) {
+        return refuseArgument("the search has not been made, or a map was taken", error);
     }
     return handText(page, error, [&] {
         return reportPage(shown, comparisonJson(shown, aliasOf(alias)), text,
@@ -123,4 +147,33 @@ int zarnGIHost_getPassed(const zarnGIHost_Comparison* comparison, size_t criteri
                          zarnGIHost_Volume* map)
 {
     return handMap(comparison, criterion, &zarngi::CriterionResult::passed, ZARNGI_HOST_UINT8, map);
+}
+
+int zarnGIHost_getExplainedGamma(const zarnGIHost_Comparison* comparison, zarnGIHost_Volume* map)
+{
+    if (comparison == nullptr || map == nullptr || !comparison->value->explanation) {
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+    const zarngi::Comparison& shown = *comparison->value;
+    return describe(shown, shown.explanation->after.gamma.data(), ZARNGI_HOST_FLOAT, map);
+}
+
+int zarnGIHost_takeGamma(zarnGIHost_Comparison* comparison, size_t criterion, zarnGIHost_Map** map,
+                         zarnGIHost_Volume* described)
+{
+    if (map == nullptr || described == nullptr || !hasMaps(comparison, criterion) ||
+        comparison->own == nullptr) {
+        return ZARNGI_HOST_BAD_ARGUMENT;
+    }
+    return host::guarded(nullptr, [&] {
+        std::vector<float>& gamma = comparison->own->results[criterion].gamma;
+        *map = new zarnGIHost_Map{std::move(gamma)};
+        gamma.clear();
+        return describe(*comparison->value, (*map)->values.data(), ZARNGI_HOST_FLOAT, described);
+    });
+}
+
+void zarnGIHost_freeMap(zarnGIHost_Map* map)
+{
+    delete map;
 }

@@ -9,6 +9,7 @@
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/explanationJson.h"
 #include "comparison/failure.h"
+#include "comparison/structures/maskRuns.h"
 #include "comparison/structures/structureSelection.h"
 #include "host/calls.h"
 #include "host/structures.h"
@@ -102,23 +103,6 @@ bool isSensible(const zarngi::ExplanationRequest& request)
            request.maxGamma > 0 && request.step.value_or(1) > 0 && request.range.value_or(1) > 0;
 }
 
-files::Runs runsOf(const zarngi::Geometry& grid, const unsigned char* mask)
-{
-    files::Runs runs;
-    for (int z = 0; z < grid.size[2]; ++z) {
-        for (int y = 0; y < grid.size[1]; ++y, mask += grid.size[0]) {
-            const auto* const end = mask + grid.size[0];
-            const auto isSet = [](unsigned char value) { return value != 0; };
-            for (const auto* x = std::find_if(mask, end, isSet); x != end;) {
-                const auto* const behind = std::find_if_not(x, end, isSet);
-                runs.push_back({z, y, static_cast<int>(x - mask), static_cast<int>(behind - mask)});
-                x = std::find_if(behind, end, isSet);
-            }
-        }
-    }
-    return runs;
-}
-
 /** The structures that are shown, as `zarngi compare` counts in them what remains. */
 void addStructures(Work& work, const Json& json, const zarnGIHost_ExplanationInput& input)
 {
@@ -142,7 +126,8 @@ std::unique_ptr<Work> workOf(const char* options, const zarnGIHost_ExplanationIn
     auto work = std::make_unique<Work>();
     work->request = requestOf(json);
     if (input.within != nullptr) {
-        work->within = runsOf(host::geometryOf(input.reference), input.within);
+        const zarngi::Geometry grid = host::geometryOf(input.reference);
+        work->within = zarngi::runsOf(grid, {input.within, grid.voxels()});
         work->request.within =
             zarngi::NamedPart{json.at("within").get<std::string>(), &work->within};
     }

@@ -592,10 +592,11 @@ enum zarnGIHost_RefusalKind {
 struct zarnGIHost_Refusal {
     int kind;        /**< of enum zarnGIHost_RefusalKind */
     int systemError; /**< errno of a file that the system does not give, else 0 */
-    /** What is to be mended, as it stands in the request: "criteria[1]", "structures.within"; empty
-     * where it is none of its members. */
+    /** What is to be mended, or would mend it, as it stands in the request: "criteria[1]",
+     * "structures.within"; empty where it is none of its members. */
     char member[ZARNGI_HOST_MEMBER_SIZE];
-    /** The file that cannot be read, as the request names it; else empty. */
+    /** The file that cannot be read, or that cannot be compared so, as the request names it; else
+     * empty. */
     char file[ZARNGI_HOST_PATH_SIZE];
     /** One line without a full stop; it continues "FILE: " where `file` tells one. */
     char sentence[ZARNGI_HOST_SENTENCE_SIZE];
@@ -604,11 +605,12 @@ struct zarnGIHost_Refusal {
 /** Doses in memory that stand for a file. */
 struct zarnGIHost_NamedDose {
     const char* name;                /**< of the file, as the request has it */
-    struct zarnGIHost_Volume volume; /**< values of the type ZARNGI_HOST_FLOAT; copied */
+    struct zarnGIHost_Volume volume; /**< values of the type ZARNGI_HOST_FLOAT; see `areLent` */
     /**
      * Where they lie: all 0 for a volume. Else as zarnGIHost_getPlaces() tells it, but `gaps`,
-     * which are counted. Of a plane that is not in space, spacing and origin along z are not read;
-     * of points, those of the volume are not, and its size is their number, 1 and 1.
+     * which are counted. Of a plane that is not in space, spacing and origin along z are not read,
+     * nor those along y where it has one row and a spacing of 0 there: it is a line. Of points,
+     * those of the volume are not, and its size is their number, 1 and 1.
      */
     struct zarnGIHost_Places places;
     int unit;                     /**< of the doses, of enum zarnGIHost_Unit */
@@ -695,6 +697,45 @@ ZARNGI_HOST_API int zarnGIHost_compare(const char* request, size_t size,
                                        struct zarnGIHost_Comparison** comparison,
                                        struct zarnGIHost_Refusal* refusal);
 
+/** What a caller wants of a comparison that no document asks for. All 0: nothing. */
+struct zarnGIHost_Options {
+    /** 1: the doses of the source are looked at, not copied, and stay as they are until the
+     * comparison is freed; 0: they are copied. */
+    int areLent;
+    int verbose;        /**< reports of libZarnGI on standard output, 0 to 5 */
+    int isUnbounded;    /**< 1: the search ends when all is final, at no largest gamma */
+    int mayTestNothing; /**< 1: a result without a tested voxel is one; 0: it is refused */
+    /** 1: the criteria are not searched: there is only what explains the first one, or the rates by
+     * criterion, and documents without criteria. */
+    int hasOnlyFindings;
+    /** What alone is explained: for each voxel of the reference not 0; null: what the request says.
+     */
+    const unsigned char* explained;
+    const char* explainedName; /**< what sentences call it; null where it is not there */
+    /** A JSON object, UTF-8, from names of members, "structures.within", to what sentences call
+     * them; null, or where there is none: by their names. */
+    const char* words;
+};
+
+/**
+ * As zarnGIHost_compare(), which it is without options.
+ *
+ * @param request    as of zarnGIHost_compare().
+ * @param size       likewise.
+ * @param source     likewise.
+ * @param watcher    likewise.
+ * @param options    what else is wanted; may be null.
+ * @param comparison [out] as of zarnGIHost_compare().
+ * @param refusal    [out] likewise.
+ * @return as zarnGIHost_compare().
+ */
+ZARNGI_HOST_API int zarnGIHost_compareWith(const char* request, size_t size,
+                                           const struct zarnGIHost_Source* source,
+                                           const struct zarnGIHost_Watcher* watcher,
+                                           const struct zarnGIHost_Options* options,
+                                           struct zarnGIHost_Comparison** comparison,
+                                           struct zarnGIHost_Refusal* refusal);
+
 /**
  * A request with all members, without files, as `zarngi compare` takes it where nothing is asked.
  * @param json  [out] UTF-8; the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned.
@@ -741,7 +782,7 @@ ZARNGI_HOST_API int zarnGIHost_getCsv(const struct zarnGIHost_Comparison* compar
  * returned.
  * @param error        [out] why there is none; may be null.
  * @return ZARNGI_HOST_OK, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT (no such template, or
- *         the search has not been made).
+ *         the search has not been made, or a map was taken).
  */
 ZARNGI_HOST_API int zarnGIHost_getPage(const struct zarnGIHost_Comparison* comparison,
                                        const char* pageTemplate, size_t size, const char* alias,
@@ -769,6 +810,38 @@ ZARNGI_HOST_API int zarnGIHost_getGamma(const struct zarnGIHost_Comparison* comp
  */
 ZARNGI_HOST_API int zarnGIHost_getPassed(const struct zarnGIHost_Comparison* comparison,
                                          size_t criterion, struct zarnGIHost_Volume* map);
+
+/**
+ * The gamma map after the change that explains the failed voxels.
+ * @param comparison what was compared and explained.
+ * @param map        [out] as of zarnGIHost_getGamma().
+ * @return ZARNGI_HOST_OK, or ZARNGI_HOST_BAD_ARGUMENT where nothing was explained.
+ */
+ZARNGI_HOST_API int zarnGIHost_getExplainedGamma(const struct zarnGIHost_Comparison* comparison,
+                                                 struct zarnGIHost_Volume* map);
+
+/** Values that a caller took; freed with zarnGIHost_freeMap(). */
+struct zarnGIHost_Map;
+
+/**
+ * Takes the gamma map of a criterion out of a comparison, without a copy: the caller may change its
+ * values, and free the comparison before. From then on the comparison has no such map, and makes no
+ * page.
+ * @param comparison what was compared.
+ * @param criterion  its number in the record, from 0 on.
+ * @param map        [out] what the caller frees; null unless ZARNGI_HOST_OK is returned.
+ * @param described  [out] as of zarnGIHost_getGamma(); the values live as long as `map`.
+ * @return as zarnGIHost_getGamma(), or ZARNGI_HOST_NO_MEMORY.
+ */
+ZARNGI_HOST_API int zarnGIHost_takeGamma(struct zarnGIHost_Comparison* comparison, size_t criterion,
+                                         struct zarnGIHost_Map** map,
+                                         struct zarnGIHost_Volume* described);
+
+/**
+ * Frees what zarnGIHost_takeGamma() gave.
+ * @param map the map; null is allowed.
+ */
+ZARNGI_HOST_API void zarnGIHost_freeMap(struct zarnGIHost_Map* map);
 
 /**
  * Frees a comparison and everything that was got from it but bytes.

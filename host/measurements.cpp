@@ -50,7 +50,7 @@ void setGaps(DoseImage& dose, const unsigned char* isMeasured)
     measurement.isMeasured.assign(isMeasured, isMeasured + places);
     for (std::size_t i = 0; i < places; ++i) {
         if (isMeasured[i] == 0) {
-            dose.image.values[i] = 0;
+            dose.image.values.own()[i] = 0;
             ++measurement.gaps;
         }
     }
@@ -62,7 +62,7 @@ DoseImage doseOf(const zarnGIHost_Plane& plane)
     dose.image.geometry = {{plane.size[0], plane.size[1], 1},
                            {plane.spacing[0], plane.spacing[1], files::planeThickness},
                            {plane.origin[0], plane.origin[1], 0}};
-    dose.image.values.assign(plane.doses, plane.doses + dose.image.geometry.voxels());
+    dose.image.values = std::vector<float>(plane.doses, plane.doses + dose.image.geometry.voxels());
     dose.measurement.emplace();
     if (plane.points != nullptr) {
         setPoints(dose, plane.points);

@@ -1,11 +1,17 @@
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "comparison/comparison.h"
+#include "comparison/composition/chosenStructures.h"
+#include "comparison/composition/comparedDoses.h"
+#include "comparison/composition/searches.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/structureJson.h"
 #include "comparison/failure.h"
+#include "comparison/text.h"
 #include "host/calls.h"
 #include "host/structures.h"
 
@@ -15,77 +21,80 @@ using Json = nlohmann::ordered_json;
 namespace
 {
 
-struct Options {
-    std::vector<std::string> shown;
-    std::vector<std::string> excluded;
-    zarngi::DoseVolumeSettings doses;
-    zarngi::GammaSettings gamma;
-    zarngi::Limits limits;
-};
-
-/** @throws UsageError, or Json::exception where a member is missing or of another type */
-Options readOptions(const char* text)
+zarngi::StructureLimits limitsOf(zarngi::Member member, const Json& percent)
 {
-    const Json json = Json::parse(text);
-    Options options;
-    options.shown = json.at("shown").get<std::vector<std::string>>();
-    options.excluded = json.at("excluded").get<std::vector<std::string>>();
-    options.doses.metrics = zarngi::withUsualMetrics(
-        zarngi::parseDoseMetrics(json.at("metrics").get<std::vector<std::string>>()));
-    options.doses.fullDose = json.at("fullDose").get<double>();
-    options.gamma.maxGamma = json.at("maxGamma").get<double>();
-    options.gamma.passRateOnly = json.at("passRateOnly").get<bool>();
-    options.gamma.threads = json.at("threads").get<int>();
-    options.limits = {json.at("tolerance").get<double>(), json.at("action").get<double>()};
-    return options;
+    return {member, {zarngi::exactNumber(percent.get<double>())}};
 }
 
-double largestOf(const zarngi::DoseView& doses)
+/** @throws UsageError, or Json::exception where a member is missing or of another type */
+zarngi::Request requestOf(const char* text)
 {
-    return static_cast<double>(*std::max_element(doses.values.begin(), doses.values.end()));
+    const Json json = Json::parse(text);
+    zarngi::Request request;
+    request.structures.shown = json.at("shown").get<std::vector<std::string>>();
+    request.structures.excluded = json.at("excluded").get<std::vector<std::string>>();
+    request.structures.metrics =
+        zarngi::parseDoseMetrics(json.at("metrics").get<std::vector<std::string>>());
+    request.structures.prescription = json.at("fullDose").get<double>();
+    request.settings.maxGamma = json.at("maxGamma").get<double>();
+    request.settings.passRateOnly = json.at("passRateOnly").get<bool>();
+    request.settings.threads = json.at("threads").get<int>();
+    request.limits.tolerance = limitsOf(zarngi::Member::tolerance, json.at("tolerance"));
+    request.limits.action = limitsOf(zarngi::Member::action, json.at("action"));
+    return request;
+}
+
+/** Doses that the caller keeps. */
+zarngi::DoseImage imageOf(const zarnGIHost_Volume& volume)
+{
+    const zarngi::DoseView doses = host::dosesOf(volume);
+    zarngi::DoseImage dose;
+    dose.image = {doses.geometry, files::Values::lent(doses.values)};
+    return dose;
+}
+
+/** As the composer makes it, but that the search was the caller's. */
+zarngi::Comparison comparisonOf(const zarnGIHost_StructureInput& input,
+                                const zarngi::Request& request)
+{
+    zarngi::GivenDoses given{imageOf(input.reference), imageOf(input.evaluation), {}, {}, {}};
+    zarngi::Comparison comparison{};
+    static_cast<zarngi::ComparedDoses&>(comparison) =
+        zarngi::comparedDoses(std::move(given), request.normalisation);
+    comparison.request = request;
+    comparison.settings = zarngi::searchSettings(request, comparison);
+    comparison.structures =
+        zarngi::chosenStructures(host::catalogueOf(input.sets, input.count, input.reference),
+                                 request, comparison, comparison.warnings)
+            .structures;
+    return comparison;
 }
 
 /** What a criterion found in the rows. */
-Json criterionJson(const zarnGIHost_StructureInput& input, const Options& options,
-                   const zarngi::StructureComparison& structures,
-                   const zarngi::CentreDoses& centres)
+Json criterionJson(const zarnGIHost_StructureInput& input, const zarngi::Comparison& comparison)
 {
-    const zarngi::Geometry grid = host::geometryOf(input.reference);
+    const std::size_t voxels = comparison.reference.image.geometry.voxels();
     zarngi::CriterionResult result;
-    result.gamma.assign(input.gamma, input.gamma + grid.voxels());
-    result.passed.assign(input.passed, input.passed + grid.voxels());
-    const zarngi::TestedVoxels tested{result.gamma, result.passed, centres, grid, options.gamma};
-    for (const zarngi::StructureRow& row : structures.rows) {
-        result.structures.emplace_back(structureGamma(tested, row.voxels, options.limits));
-    }
-    result.outside = structureGamma(tested, structures.outside, options.limits);
+    result.gamma.assign(input.gamma, input.gamma + voxels);
+    result.passed.assign(input.passed, input.passed + voxels);
+    zarngi::judgeStructures(result, comparison,
+                            {host::dosesOf(input.reference), host::dosesOf(input.evaluation)});
     Json criterion = Json::object();
-    addStructures(criterion, result, structures.rows);
+    addStructures(criterion, result, comparison.structures->rows);
     return criterion;
 }
 
-std::string compare(const zarnGIHost_StructureInput& input, Options options)
+std::string compare(const zarnGIHost_StructureInput& input, const zarngi::Request& request)
 {
-    const zarngi::DoseView reference = host::dosesOf(input.reference);
-    const zarngi::DoseView evaluation = host::dosesOf(input.evaluation);
-    options.doses.binWidth =
-        zarngi::curveBinWidth(std::max(largestOf(reference), largestOf(evaluation)));
-    const auto catalogue = host::catalogueOf(input.sets, input.count, input.reference);
-    zarngi::StructureComparison structures =
-        compareStructures(catalogue, selectStructures(*catalogue, options.shown, options.excluded),
-                          reference, evaluation, options.doses, options.gamma.threads);
-    for (zarngi::StructureRow& row : structures.rows) {
-        row.limits = options.limits;
-    }
+    const zarngi::Comparison comparison = comparisonOf(input, request);
     zarngi::FileDigests digests; // which nobody asks for
-    for (const files::StructureSet& set : catalogue->sets()) {
+    for (const files::StructureSet& set : comparison.structures->catalogue->sets()) {
         digests[set.path];
         digests[set.dataPath];
     }
-    Json document = {{"structures", structuresJson(structures, digests)}};
+    Json document = {{"structures", structuresJson(*comparison.structures, digests)}};
     if (input.gamma != nullptr) {
-        const zarngi::CentreDoses centres(reference, evaluation);
-        document["criterion"] = criterionJson(input, options, structures, centres);
+        document["criterion"] = criterionJson(input, comparison);
     }
     return zarngi::toText(document, -1);
 }
@@ -109,7 +118,7 @@ int zarnGIHost_compareStructures(const zarnGIHost_StructureInput* input, const c
     }
     return host::guarded(error, [&] {
         try {
-            const std::string text = compare(*input, readOptions(options));
+            const std::string text = compare(*input, requestOf(options));
             return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()},
                               json);
         } catch (const Json::exception&) {

@@ -130,7 +130,7 @@ Json identityJson(const DicomIdentity& identity, bool showPatient)
 }
 
 /** Of the doses as they are compared: float32, little endian, x fastest. */
-std::string digestOfDoses(const std::vector<float>& doses)
+std::string digestOfDoses(std::span<const float> doses)
 {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(doses.data());
     return digestOf(std::span(bytes, doses.size() * sizeof(float))).sha256;

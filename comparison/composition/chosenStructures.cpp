@@ -34,9 +34,11 @@ void checkFrame(const files::StructureSet& set, bool isIgnored, const DoseImage&
 {
     const Frames frames = framesOf(set, reference);
     if (frames == Frames::different && !isIgnored) {
-        throw failureOf(set.path, "its structures lie in another Frame of Reference than " +
-                                      Sentence(FileName{reference.path}) + " (" +
-                                      Member::ignoreFrame + " takes their positions as they are)");
+        throw InputError({Member::ignoreFrame},
+                         Sentence(FileName{set.path}) +
+                             ": its structures lie in another Frame of Reference than " +
+                             FileName{reference.path} + " (" + Member::ignoreFrame +
+                             " takes their positions as they are)");
     }
     const Sentence file(FileName{set.path});
     if (frames == Frames::different) {
@@ -136,9 +138,8 @@ std::shared_ptr<const StructureCatalogue> catalogueOf(const StructureRequest& re
         }
         checkFrame(set, request.ignoreFrame, doses.reference, warnings);
     }
-    return std::make_shared<StructureCatalogue>(std::move(sets),
-                                                doses.reference.image.geometry.spacing[2],
-                                                source.isDiscreet());
+    return std::make_shared<StructureCatalogue>(
+        std::move(sets), doses.reference.image.geometry.spacing[2], source.isDiscreet());
 }
 
 ChosenStructures chosenStructures(std::shared_ptr<const StructureCatalogue> catalogue,

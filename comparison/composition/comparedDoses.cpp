@@ -45,8 +45,9 @@ double smallestStep(const Request& request)
 }
 
 /**
- * Makes planes thinner than a step, so that the lattice has no points but those of the plane inside
- * them. The thickness stays a power of two: half of it, and so the middle at 0, is exact.
+ * Makes planes, and lines in them, thinner than a step, so that the lattice has no points but their
+ * own inside them. The thickness stays a power of two: half of it, and so the middle at 0, is
+ * exact.
  */
 void makeThin(GivenDoses& doses, double step)
 {
@@ -54,7 +55,12 @@ void makeThin(GivenDoses& doses, double step)
         return;
     }
     for (DoseImage* const dose : {&doses.reference, &doses.evaluation}) {
-        dose->image.geometry.spacing[2] = std::exp2(std::floor(std::log2(step)));
+        Geometry& grid = dose->image.geometry;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            if (grid.size[axis] == 1 && grid.spacing[axis] == files::planeThickness) {
+                grid.spacing[axis] = std::exp2(std::floor(std::log2(step)));
+            }
+        }
     }
 }
 

@@ -92,10 +92,11 @@ void checkDoses(const GivenDoses& doses, const Request& request)
     const bool isNormalised = request.normalisation.isGiven();
     checkUnits(doses.reference, doses.evaluation, isNormalised);
     if (areSimulatedApart(doses.reference, doses.evaluation) && !isNormalised) {
-        throw InputError(unitsOf(doses.reference, doses.evaluation) + "; " +
-                         Member::referenceScale + " or " + Member::evaluationScale +
-                         " makes them alike, or " + Member::normalisation +
-                         " gives the dose of 100 % for doses as they are");
+        throw InputError({Member::normalisation},
+                         unitsOf(doses.reference, doses.evaluation) + "; " +
+                             Member::referenceScale + " or " + Member::evaluationScale +
+                             " makes them alike, or " + Member::normalisation +
+                             " gives the dose of 100 % for doses as they are");
     }
 }
 
@@ -116,7 +117,7 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
     }
     if (reference.dicom->frameOfReference != evaluation.dicom->frameOfReference) {
         warnings.emplace_back(
-            "the files have different Frame of Reference UIDs: their positions may not match");
+            "the files have different frames of reference: their positions may not match");
     }
     if (reference.dicom->doseType != evaluation.dicom->doseType) {
         warnings.emplace_back(

@@ -1,9 +1,11 @@
 #include "comparison/composition/findings.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "comparison/explanation/runEngine.h"
 #include "comparison/failure.h"
+#include "comparison/structures/maskRuns.h"
 #include "comparison/structures/namePattern.h"
 #include "comparison/text.h"
 
@@ -97,18 +99,32 @@ std::optional<Explanation> explanationOf(const Comparison& comparison, Searches&
     ExplanationRequest request;
     request.criterion = explainedCriterion(comparison.request);
     request.step = settings.step;
-    request.maxGamma = settings.maxGamma;
+    constexpr double farthest = 10; // of a map that is not bounded
+    request.maxGamma = std::isfinite(settings.maxGamma) ? settings.maxGamma : farthest;
     request.range = wish->range;
-    request.axes = isInPlane(comparison.placed.space) ? ShiftAxes::plane : ShiftAxes::patient;
-    if (!wish->structure.empty()) {
+    request.axes = comparison.placed.hasPatientAxes() ? ShiftAxes::patient : ShiftAxes::plane;
+    files::Runs meant;
+    if (wish->voxels) {
+        meant = runsOf(comparison.reference.image.geometry, wish->voxels->mask);
+        request.within = NamedPart{wish->voxels->name, &meant};
+    } else if (!wish->structure.empty()) {
         const StructureRow& row = explainedRow(*comparison.structures, wish->structure);
         request.within = NamedPart{row.chosen.name, &row.voxels};
     } else {
         request.parts = partsOf(comparison);
     }
-    RunEngine engine(searches.run(), settings, request.criterion.isLocal);
+    const WatchExplanation told =
+        watch ? watch("explaining " + request.criterion.label()) : WatchExplanation();
+    double done = 0;
+    const WatchExplanation watchAll = [&](double share) {
+        done = share;
+        return !told || told(done);
+    };
+    const WatchSearch watchOne = [&](const SearchProgress&) { return !told || told(done); };
+    RunEngine engine(searches.run(), settings, request.criterion.isLocal,
+                     told ? watchOne : WatchSearch());
     return explain(engine, searches.reference(), viewOf(comparison.evaluation.image), request,
-                   watch ? watch("explaining " + request.criterion.label()) : WatchExplanation());
+                   watchAll);
 }
 
 } // namespace zarngi

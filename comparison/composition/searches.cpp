@@ -26,6 +26,8 @@ DoseImage testedReference(const Comparison& comparison)
     return reference;
 }
 
+} // namespace
+
 void judgeStructures(CriterionResult& result, const Comparison& comparison,
                      const CentreDoses& doses)
 {
@@ -44,8 +46,6 @@ void judgeStructures(CriterionResult& result, const Comparison& comparison,
         result.outside = structureGamma(tested, structures.outside, comparison.limits());
     }
 }
-
-} // namespace
 
 Searches::Searches(const Comparison& comparison)
     : comparison_(comparison), part_(testedReference(comparison)),

@@ -10,6 +10,15 @@
 namespace zarngi
 {
 
+/**
+ * Judges each structure that the criterion is for, and what is outside of all.
+ * @param result with its maps
+ * @param comparison with structures, without results
+ * @param doses of the whole reference
+ */
+void judgeStructures(CriterionResult& result, const Comparison& comparison,
+                     const CentreDoses& doses);
+
 /** The doses of a comparison as they are searched: in the library's memory. */
 class Searches
 {

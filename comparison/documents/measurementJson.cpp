@@ -135,7 +135,8 @@ void addMeasurements(nlohmann::ordered_json& document, const Comparison& compari
     if (!arePoints(comparison.placed.space)) {
         return;
     }
-    document["measurements"]["reference"]["doses"] = comparison.reference.image.values;
+    const files::Values& doses = comparison.reference.image.values;
+    document["measurements"]["reference"]["doses"] = std::vector<float>(doses.begin(), doses.end());
     document["measurements"]["reference"]["evaluationDoses"] = evaluationDoses(comparison);
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
         document["criteria"][i]["pointGammas"] = comparison.results[i].gamma;

@@ -56,7 +56,7 @@ int doseDecimals(double largestMagnitude)
     return decimals;
 }
 
-std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decimals)
+std::vector<std::int16_t> storedDoses(std::span<const float> doses, int decimals)
 {
     const double factor = std::pow(10.0, decimals);
     std::vector<std::int16_t> words(doses.size());

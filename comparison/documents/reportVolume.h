@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,7 @@ constexpr int gammaDecimals = 3;
 int doseDecimals(double largestMagnitude);
 
 /** Doses times 10^decimals, rounded. */
-std::vector<std::int16_t> storedDoses(const std::vector<float>& doses, int decimals);
+std::vector<std::int16_t> storedDoses(std::span<const float> doses, int decimals);
 
 /**
  * Gamma in thousandths, -1 where not tested. A failed voxel never shows a passing gamma: it stores

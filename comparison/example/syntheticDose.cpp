@@ -99,8 +99,8 @@ double deviate(std::uint64_t seed, std::uint64_t voxel)
 
 Image syntheticDose(const Geometry& geometry, const Disturbance& disturbance)
 {
-    Image image{geometry, {}};
-    image.values.reserve(geometry.voxels());
+    std::vector<float> values;
+    values.reserve(geometry.voxels());
     Vec3 point{};
     const auto place = [&](std::size_t axis, int index) {
         point[axis] =
@@ -114,13 +114,13 @@ Image syntheticDose(const Geometry& geometry, const Disturbance& disturbance)
                 place(0, ix);
                 double dose = doseAt(point) * disturbance.output;
                 if (disturbance.noise > 0 && dose > 0) {
-                    dose *= 1 + disturbance.noise * deviate(disturbance.seed, image.values.size());
+                    dose *= 1 + disturbance.noise * deviate(disturbance.seed, values.size());
                 }
-                image.values.push_back(static_cast<float>(dose));
+                values.push_back(static_cast<float>(dose));
             }
         }
     }
-    return image;
+    return {geometry, std::move(values)};
 }
 
 Geometry demoGeometry()

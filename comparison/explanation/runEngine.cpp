@@ -1,12 +1,13 @@
 #include "comparison/explanation/runEngine.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zarngi
 {
 
-RunEngine::RunEngine(GammaRun& run, const GammaSettings& settings, bool isLocal)
-    : run_(run), settings_(settings), isLocal_(isLocal)
+RunEngine::RunEngine(GammaRun& run, const GammaSettings& settings, bool isLocal, WatchSearch watch)
+    : run_(run), settings_(settings), isLocal_(isLocal), watch_(std::move(watch))
 {
     settings_.passRateOnly = false;
     settings_.verbose = 0;
@@ -28,7 +29,7 @@ void RunEngine::compute(const TrialCriterion& criterion, std::span<float> gamma,
     settings_.step = criterion.step;
     settings_.maxGamma = criterion.maxGamma;
     const GammaMap map =
-        run_.search(settings_, {criterion.doseDifference, criterion.distance, isLocal_});
+        run_.search(settings_, {criterion.doseDifference, criterion.distance, isLocal_}, watch_);
     std::copy(map.values.begin(), map.values.end(), gamma.begin());
     std::copy(map.passed.begin(), map.passed.end(), passed.begin());
 }

@@ -17,8 +17,9 @@ public:
     /**
      * @param settings with a normalisation dose; those that a computation sets count no more.
      * @param isLocal whether dose differences are relative to the voxel's own dose.
+     * @param watch told of each search; may be empty.
      */
-    RunEngine(GammaRun& run, const GammaSettings& settings, bool isLocal);
+    RunEngine(GammaRun& run, const GammaSettings& settings, bool isLocal, WatchSearch watch);
 
     void setReference(const DoseView& doses) override;
     void setEvaluation(const DoseView& doses) override;
@@ -29,6 +30,7 @@ private:
     GammaRun& run_;
     GammaSettings settings_;
     bool isLocal_;
+    WatchSearch watch_;
 };
 
 } // namespace zarngi

@@ -107,7 +107,7 @@ void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& 
     for (DoseImage& addend : others) {
         checkAddend(dose, addend);
         addGaps(dose, addend);
-        const std::vector<float>& values = addend.image.values;
+        const files::Values& values = addend.image.values;
         for (std::size_t i = 0; i < sums.size(); ++i) {
             sums[i] += static_cast<double>(values[i]);
         }
@@ -116,10 +116,11 @@ void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& 
     const std::vector<unsigned char>* const measured =
         dose.measurement && !dose.measurement->isMeasured.empty() ? &dose.measurement->isMeasured
                                                                   : nullptr;
+    std::vector<float>& values = dose.image.values.own();
     for (std::size_t i = 0; i < sums.size(); ++i) {
         const bool isGap = measured != nullptr && (*measured)[i] == 0;
         const auto value = static_cast<float>(sums[i] * factor.value);
-        dose.image.values[i] = isGap ? 0 : value;
+        values[i] = isGap ? 0 : value;
         if (!std::isfinite(value)) {
             throw failureOf(dose.path, "holds doses that are too large to be added or scaled");
         }

@@ -162,6 +162,7 @@ void flattenBoth(DoseImage& reference, DoseImage& evaluation, PlacedDoses& place
     flatten(reference, normal);
     flatten(evaluation, normal);
     placed.space = SearchSpace::plane;
+    placed.areAxial = normal == 2;
 }
 
 bool hasOneLayer(const DoseImage& dose)

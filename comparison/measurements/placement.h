@@ -59,6 +59,10 @@ struct PlacedDoses {
     std::optional<files::PlanePlace> place; ///< where a plane was put, and its name
     std::string placeName;                  ///< "coronal", "gantry:30", "that of its file"
     std::vector<std::string> warnings;
+    bool areAxial = false; ///< planes in space whose x and y are those of the patient
+
+    /** Whether x, y and z are those of the patient, as far as they are searched. */
+    bool hasPatientAxes() const { return !isInPlane(space) || areAxial; }
 };
 
 /**

@@ -128,6 +128,11 @@ std::vector<Criterion> Request::criteriaToCompute() const
     return list;
 }
 
+std::vector<CriterionRequest> Request::searchedCriteria() const
+{
+    return hasOnlyFindings ? std::vector<CriterionRequest>() : criteria;
+}
+
 std::vector<std::string> Request::files() const
 {
     std::vector<std::string> paths{reference.file, evaluation.file};

@@ -61,9 +61,16 @@ struct LimitRequest {
     Limits general() const;
 };
 
+/** Voxels of the reference that a caller names. */
+struct NamedVoxels {
+    std::string name;
+    std::vector<unsigned char> mask; ///< for each voxel not 0: it is one of them
+};
+
 struct ExplanationWish {
-    std::optional<double> range{}; ///< mm, 1 to 100; none: as docs/explain.md tells
-    std::string structure;         ///< a pattern of one; empty: all tested voxels
+    std::optional<double> range{};       ///< mm, 1 to 100; none: as docs/explain.md tells
+    std::string structure;               ///< a pattern of one; empty: all tested voxels
+    std::optional<NamedVoxels> voxels{}; ///< instead of a structure; in no document
 };
 
 /** What a department calls a request that it uses again; may be empty. */
@@ -86,11 +93,13 @@ struct Request {
     bool allowErrorDoses = false; ///< differences between doses are compared as doses
     std::optional<ExplanationWish> explanation;
     std::vector<CriterionRange> sweeps;
-    std::string commandLine; ///< that asked; may be empty; kept in the outputs
+    bool hasOnlyFindings = false; ///< the criteria themselves are not searched; in no document
+    std::string commandLine;      ///< that asked; may be empty; kept in the outputs
     /** SHA-256 of the files() when this was asked before; empty, or as many, some of them empty. */
     std::vector<std::string> formerDigests;
 
     std::vector<Criterion> criteriaToCompute() const;
+    std::vector<CriterionRequest> searchedCriteria() const;
     /** All that are read. */
     std::vector<std::string> files() const;
 };

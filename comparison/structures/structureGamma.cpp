@@ -61,13 +61,13 @@ files::Runs voxelsOutside(const Geometry& grid, const std::vector<const files::R
 
 Image onlyWithin(const Image& image, const files::Runs& voxels)
 {
-    Image part{image.geometry, std::vector<float>(image.values.size())};
+    std::vector<float> values(image.values.size());
     for (const files::Run& run : voxels) {
         const std::size_t first = firstVoxel(image.geometry, run);
         std::copy_n(image.values.begin() + static_cast<std::ptrdiff_t>(first), lengthOf(run),
-                    part.values.begin() + static_cast<std::ptrdiff_t>(first));
+                    values.begin() + static_cast<std::ptrdiff_t>(first));
     }
-    return part;
+    return {image.geometry, std::move(values)};
 }
 
 } // namespace zarngi

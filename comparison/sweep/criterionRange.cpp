@@ -23,12 +23,12 @@ struct Notation {
     }
 };
 
-/** "1:5", "1:0.5:3" or "2"; the numbers are judged as parts of criteria afterwards. */
-std::vector<double> valuesOf(const std::string& range, const Notation& whole)
+/** "1:5", "1:0.5:3" or "2". */
+std::vector<double> valuesOfOne(const std::string& range, const Notation& whole)
 {
     const std::vector<std::string> parts = split(range, ':');
     const UsageError form =
-        whole.refusal("is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1:5mm");
+        whole.refusal("is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1,1.5,3mm");
     if (parts.empty() || parts.size() > 3) {
         throw form;
     }
@@ -37,6 +37,9 @@ std::vector<double> valuesOf(const std::string& range, const Notation& whole)
     const double step = parts.size() == 3 ? parseNumber(parts[1]) : 1;
     if (!std::isfinite(first) || !std::isfinite(last) || !std::isfinite(step)) {
         throw form;
+    }
+    if (parts.size() == 1) {
+        return {first};
     }
     if (last < first || step <= 0) {
         throw whole.refusal("does not rise from its first value to its last one");
@@ -54,6 +57,22 @@ std::vector<double> valuesOf(const std::string& range, const Notation& whole)
     return values;
 }
 
+/** "1:3,5"; the numbers are judged as parts of criteria afterwards. */
+std::vector<double> valuesOf(const std::string& ranges, const Notation& whole)
+{
+    std::vector<double> values;
+    const bool isComplete = !ranges.empty() && ranges.back() != ',';
+    for (const std::string& range : isComplete ? split(ranges, ',') : std::vector{ranges}) {
+        for (const double value : valuesOfOne(range, whole)) {
+            if (!values.empty() && value <= values.back()) {
+                throw whole.refusal("does not rise from its first value to its last one");
+            }
+            values.push_back(value);
+        }
+    }
+    return values;
+}
+
 } // namespace
 
 CriterionRange parseCriterionRange(const std::string& text, const MemberPlace& place)
@@ -63,9 +82,9 @@ CriterionRange parseCriterionRange(const std::string& text, const MemberPlace& p
     std::string dose = trimmed(text.substr(0, slash));
     std::string distance = slash == std::string::npos ? "" : trimmed(text.substr(slash + 1));
     // What stands behind the numbers, and that they are in range, is judged with a criterion.
-    const auto endOfNumbers = dose.find_first_not_of("0123456789.:eE+- ");
+    const auto endOfNumbers = dose.find_first_not_of("0123456789.,:eE+- ");
     const std::string doseUnit = endOfNumbers == std::string::npos ? "" : dose.substr(endOfNumbers);
-    const auto endOfDistances = distance.find_first_not_of("0123456789.:eE+- ");
+    const auto endOfDistances = distance.find_first_not_of("0123456789.,:eE+- ");
     const std::string distanceUnit =
         endOfDistances == std::string::npos ? "" : distance.substr(endOfDistances);
     CriterionRange range;
@@ -83,7 +102,7 @@ CriterionRange parseCriterionRange(const std::string& text, const MemberPlace& p
                                            number(length, 9) + distanceUnit)
                                 .isLocal;
         } catch (const UsageError&) {
-            throw whole.refusal("is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1:5mm");
+            throw whole.refusal("is not of the form 1:5%/1:5mm, 1:0.5:3%/2mm or 1:5%L/1,1.5,3mm");
         }
     }
     return range;

@@ -62,12 +62,15 @@ Sweep sweep(GammaRun& run, const GammaSettings& settings, const CriterionRange& 
     }
     const std::size_t count = range.doseDifferences.size() * range.distances.size();
     for (std::size_t i = 0; i < count; ++i) {
-        if (watch && !watch(static_cast<double>(i) / static_cast<double>(count))) {
+        const double done = static_cast<double>(i) / static_cast<double>(count);
+        if (watch && !watch(done)) {
             throw InputError("the sweep was interrupted", FailureKind::interrupted);
         }
+        const WatchSearch watchOne =
+            watch ? [&](const SearchProgress&) { return watch(done); } : WatchSearch();
         const Criterion criterion{range.doseDifferences[i / range.distances.size()],
                                   range.distances[i % range.distances.size()], range.isLocal};
-        const GammaMap map = run.compute(silent, criterion);
+        const GammaMap map = run.compute(silent, criterion, watchOne);
         SweepCount all = countOf(map.passed.data(), map.passed.size());
         all.passRate = map.passRate;
         result.parts.front().counts.push_back(all);

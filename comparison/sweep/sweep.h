@@ -37,7 +37,7 @@ struct Sweep {
     double seconds = 0;
 };
 
-/** Is told the part of the criteria that are done; false ends the sweep. */
+/** Is told the part of the criteria that are done, in each search again; false ends the sweep. */
 using WatchSweep = std::function<bool(double)>;
 
 /**

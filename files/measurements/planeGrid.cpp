@@ -187,7 +187,7 @@ DoseImage onRaster(const DosePoints& points, const Raster& raster)
     checkGrid(geometry);
     DoseImage dose;
     dose.image.geometry = geometry;
-    dose.image.values.resize(geometry.voxels());
+    std::vector<float> values(geometry.voxels());
     std::vector<unsigned char> isMeasured(geometry.voxels());
     for (std::size_t i = 0; i < points.places.size(); ++i) {
         const Vec3& place = points.places[i];
@@ -199,8 +199,9 @@ DoseImage onRaster(const DosePoints& points, const Raster& raster)
             refuseDamaged("has two doses in one place (" + describe(place) + ")");
         }
         isMeasured[index] = 1;
-        dose.image.values[index] = points.values[i];
+        values[index] = points.values[i];
     }
+    dose.image.values = std::move(values);
     const auto flat = std::find_if(raster.begin(), raster.end(),
                                    [](const RasterAxis& axis) { return axis.step == 0; });
     Measurement& measurement = dose.measurement.emplace();

@@ -8,17 +8,20 @@ True
 """
 
 from ._compare import Comparison, compare, default_request
+from ._criteria import Criteria
 from ._demo import demo_pair
-from ._dose_volume import DoseVolume, dvh
+from ._dose_volume import DoseVolume
 from ._explanation import Change, Explanation
 from ._gamma import NothingTestedError, gamma_index
 from ._grid import DoseGrid
 from ._points import DosePoints
-from ._result import Criteria, GammaResult
+from ._read import read, read_bytes
+from ._result import GammaResult
 from ._structure_result import StructureResult, StructureResults
-from ._structures import Structure, StructureSet, read_structures
+from ._structures import Structure, StructureSet, dvh, read_structures
 from ._sweep import Sweep, sweep
-from .io import FormatError, FormatWarning, RequestError, read, read_bytes, write
+from ._write import write
+from .io import FormatError, FormatWarning, RequestError
 
 #: Of the project; that of the interface of libZarnGI is apart.
 __version__ = "4.4.0"

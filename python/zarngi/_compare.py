@@ -6,8 +6,7 @@ import copy
 import json
 import os
 import warnings
-from collections.abc import Callable, Mapping, Sequence
-from contextlib import nullcontext
+from collections.abc import Mapping, Sequence
 from importlib import resources
 from pathlib import Path
 from typing import Any
@@ -15,19 +14,17 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-from . import _checks, _library
-from ._cpus import MAX_THREADS, available_cpus
+from . import _given
+from ._given import Given, request_in
 from ._grid import DoseGrid
-from ._interruption import EndedError, Progress, Reins
+from ._interruption import Progress
 from ._points import DosePoints
 from ._structures import Chosen, Structure, StructureSet, StructuresLike
-from .io import _comparison, _host, _structures
+from .io import _comparison
+from .io._comparison import Refused
 from .io._errors import FormatWarning
 
 _PathLike = str | os.PathLike[str]
-
-# enum zarnGIHost_Kind
-_VOLUME, _PLANE, _POINTS = range(3)
 
 _TEMPLATE = "report.html"
 
@@ -104,7 +101,7 @@ def default_request() -> dict[str, Any]:
     >>> [criterion["label"] for criterion in comparison.record["criteria"]]
     ['3%/3mm', '2%/2mm']
     """
-    return _comparison.default_request()
+    return _given.default_request()
 
 
 def compare(
@@ -153,96 +150,40 @@ def compare(
     FormatWarning
         What the record tells under "warnings".
     """
-    document = _document(request)
-    given = _Given(document)
-    given.take_dose("reference", reference)
-    given.take_dose("evaluation", evaluation)
-    given.take_structures(structures, reference)
-    count = available_cpus() if threads is None else threads
-    made = _run(given, _checks.integer("threads", count, 1, MAX_THREADS), progress)
+    given = Given(_document(request))
+    for role, dose in (("reference", reference), ("evaluation", evaluation)):
+        if isinstance(dose, (DoseGrid, DosePoints)):
+            given.take_dose(role, dose, f"<{role}>")
+        elif dose is not None:
+            given.section(role)["file"] = os.fspath(dose)
+    if structures is not None:
+        _take_structures(given, structures, reference)
+    try:
+        made = given.compared(threads, progress, never_direct=True)
+    except Refused as refused:
+        raise refused.refusal.error() from None
     comparison = Comparison(made)
     for sentence in comparison.record["warnings"]:
         warnings.warn(sentence, FormatWarning, stacklevel=2)
     return comparison
 
 
-def _run(given: _Given, threads: int, progress: Progress | None) -> _comparison.Comparison:
-    quotes = nullcontext if _host.are_excerpts_shown() else _host.without_excerpts
-    text = json.dumps(given.document).encode()
-
-    def work(reins: Reins) -> _comparison.Comparison:
-        with quotes():
-            return _comparison.compare(text, given.doses, given.sets, threads, _follow(reins))
-
-    with _library.exclusive_use():
-        return _library.interruptibly(work, progress)
-
-
-def _follow(reins: Reins) -> Callable[[float], bool]:
-    def told(done: float) -> bool:
-        try:
-            reins.tell(done)
-        except EndedError:
-            return False
-        return True
-
-    return told
-
-
-class _Given:
-    """A document, and what stands for the files that it names."""
-
-    def __init__(self, document: Any) -> None:
-        self.document = document
-        self.doses: list[_comparison.Dose] = []
-        self.sets: dict[str, _structures.Structures] = {}
-
-    def take_dose(self, role: str, dose: DoseGrid | DosePoints | _PathLike | None) -> None:
-        """Put a dose, or its file, where the request names one."""
-        if dose is None:
-            return
-        name = f"<{role}>"
-        if isinstance(dose, DoseGrid):
-            self.doses.append(_grid(name, dose))
-        elif isinstance(dose, DosePoints):
-            self.doses.append(_points(name, dose))
-        else:
-            name = os.fspath(dose)
-        self._section(role)["file"] = name
-
-    def take_structures(
-        self,
-        structures: StructuresLike | _PathLike | Sequence[_PathLike] | None,
-        reference: object,
-    ) -> None:
-        """Put structures, or their files, where the request names some."""
-        if structures is None:
-            return
-        section = self._section("structures")
-        if isinstance(structures, (StructureSet, Structure, Mapping)):
-            chosen = _chosen(structures, reference)
-            self.sets = {f"<structures {i}>": one for i, one in enumerate(chosen.sources, 1)}
-            section["files"] = list(self.sets)
-            section["show"] = [*section.get("show", ()), *chosen.shown]
-            section["exclude"] = [*section.get("exclude", ()), *chosen.excluded]
-        elif isinstance(structures, (str, os.PathLike)):
-            section["files"] = [os.fspath(structures)]
-        else:
-            section["files"] = [os.fspath(path) for path in structures]
-
-    def _section(self, name: str) -> dict[str, Any]:
-        request = _request_of(self.document)
-        section = request.get(name) if isinstance(request, dict) else None
-        return section if isinstance(section, dict) else {}  # the library refuses what it is
-
-
-def _chosen(structures: StructuresLike, reference: object) -> Chosen:
-    if not isinstance(reference, DoseGrid) and isinstance(structures, Mapping):
-        raise TypeError(
-            "structures is a mapping, whose masks lie on the grid of the reference; accepted with "
-            "a reference that is a zarngi.DoseGrid"
-        )
-    return Chosen(structures, reference)  # type: ignore[arg-type]
+def _take_structures(
+    given: Given,
+    structures: StructuresLike | _PathLike | Sequence[_PathLike],
+    reference: object,
+) -> None:
+    if isinstance(structures, (StructureSet, Structure, Mapping)):
+        if not isinstance(reference, DoseGrid) and isinstance(structures, Mapping):
+            raise TypeError(
+                "structures is a mapping, whose masks lie on the grid of the reference; accepted "
+                "with a reference that is a zarngi.DoseGrid"
+            )
+        given.take_structures(Chosen(structures, reference), "<structures {}>")  # type: ignore[arg-type]
+    elif isinstance(structures, (str, os.PathLike)):
+        given.section("structures")["files"] = [os.fspath(structures)]
+    else:
+        given.section("structures")["files"] = [os.fspath(path) for path in structures]
 
 
 def _document(request: Mapping[str, Any] | _PathLike) -> Any:
@@ -253,7 +194,7 @@ def _document(request: Mapping[str, Any] | _PathLike) -> Any:
         return _values(request)
     path = Path(request)
     document = _values(path.read_text(encoding="utf-8"))
-    _relocate(_request_of(document), path.parent)
+    _relocate(request_in(document), path.parent)
     return document
 
 
@@ -262,12 +203,6 @@ def _values(text: str) -> Any:
         return json.loads(text)
     except ValueError:
         return text
-
-
-def _request_of(document: Any) -> Any:
-    """The request, which may be that of a record."""
-    is_record = isinstance(document, dict) and document.get("format") == "zarngi-report"
-    return document.get("request") if is_record else document
 
 
 def _relocate(request: Any, folder: Path) -> None:
@@ -281,49 +216,6 @@ def _relocate(request: Any, folder: Path) -> None:
                 section[member] = str(folder / files)
             elif isinstance(files, list):
                 section[member] = [str(folder / f) if isinstance(f, str) else f for f in files]
-
-
-def _grid(name: str, grid: DoseGrid) -> _comparison.Dose:
-    """A grid as the library takes it."""
-    dimensions = len(grid.spacing)
-    if dimensions == 1:
-        raise ValueError(f"{name} is a grid of one dimension; accepted: two or three")
-    dose = np.ascontiguousarray(grid.dose, np.float32)
-    measured = None if grid.measured is None else np.ascontiguousarray(grid.measured, np.uint8)
-    is_plane = dimensions == 2 or grid.plane_normal is not None
-    return _comparison.Dose(
-        name,
-        (dose.reshape((1,) * (3 - dose.ndim) + dose.shape), *_three(grid)),
-        _PLANE if is_plane else _VOLUME,
-        dimensions == 3,
-        "xyz".index(grid.plane_normal) if grid.plane_normal is not None else -1,
-        measured,
-        None,
-        grid.frame_of_reference,
-    )
-
-
-def _three(grid: DoseGrid) -> tuple[Sequence[float], Sequence[float]]:
-    """Spacing and origin; along an axis that a plane does not have they mean nothing."""
-    absent = 3 - len(grid.spacing)
-    return (*grid.spacing, *(1.0,) * absent), (*grid.origin, *(0.0,) * absent)
-
-
-def _points(name: str, points: DosePoints) -> _comparison.Dose:
-    count = len(points.dose)
-    positions = np.zeros((count, 3))
-    positions[:, : points.dimensions] = points.positions
-    dose = np.ascontiguousarray(points.dose, np.float32).reshape(1, 1, count)
-    return _comparison.Dose(
-        name,
-        (dose, (1.0, 1.0, 1.0), (0.0, 0.0, 0.0)),
-        _POINTS,
-        points.dimensions == 3,
-        -1,
-        None,
-        positions,
-        points.frame_of_reference,
-    )
 
 
 def _template(path: _PathLike | None) -> bytes:

@@ -8,6 +8,11 @@ from dataclasses import dataclass
 _FORM = re.compile(r"([0-9.e+-]+)%([gl]?)/([0-9.e+-]+)mm")
 
 
+def _written(criterion: Criterion | Criteria, of_normalisation: str) -> str:
+    kind = "L" if criterion.local else of_normalisation
+    return f"{criterion.dd:g}%{kind}/{criterion.dta:g}mm"
+
+
 @dataclass(frozen=True, order=True)
 class Criterion:
     """Dose difference and distance to agreement.
@@ -27,7 +32,54 @@ class Criterion:
     local: bool = False
 
     def __str__(self) -> str:
-        return f"{self.dd:g}%{'L' if self.local else ''}/{self.dta:g}mm"
+        return _written(self, "")
+
+
+@dataclass(frozen=True)
+class Criteria:
+    """The criteria and options of a comparison, as given to `gamma_index`.
+
+    Attributes
+    ----------
+    dd : float
+        Dose difference in %.
+    dta : float
+        Distance to agreement in mm.
+    dose_cutoff : float
+        Dose cut-off in % of the normalisation dose.
+    local : bool
+        Whether `dd` refers to the voxel's own dose instead of the normalisation dose.
+    normalisation : float or None
+        Normalisation dose in Gy; None: the largest reference dose.
+    max_gamma : float or None
+        Largest gamma searched for; None: not bounded.
+    step : float or None
+        Spacing of the search lattice in mm; None: a tenth of `dta`.
+    interpolate, slices, random_rotation : bool
+        As in `gamma_index`.
+    mode : str
+        "map" or "pass_rate".
+    """
+
+    dd: float
+    dta: float
+    dose_cutoff: float
+    local: bool
+    normalisation: float | None
+    max_gamma: float | None
+    step: float | None
+    interpolate: bool
+    mode: str
+    slices: bool
+    random_rotation: bool
+
+    def __str__(self) -> str:
+        return _written(self, "G")
+
+    @property
+    def notation(self) -> str:
+        """Dose difference and distance as a request has them, to the last bit."""
+        return f"{self.dd!r}%{'L' if self.local else ''}/{self.dta!r}mm"
 
 
 def parse_criterion(text: str) -> Criterion:

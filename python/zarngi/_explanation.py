@@ -2,24 +2,21 @@
 
 from __future__ import annotations
 
-import ctypes
-from collections.abc import Callable, Mapping, Sequence
+from collections.abc import Mapping
 from dataclasses import dataclass, field
-from typing import TYPE_CHECKING, Any
+from typing import Any
 
 import numpy as np
 import numpy.typing as npt
 
-from . import _checks, _library
-from ._cpus import MAX_THREADS, available_cpus
+from . import _checks
+from ._criteria import Criteria
+from ._given import Given, error_of, options_of, request_of
 from ._grid import DoseGrid
-from ._planes import common_normal, library_grids
-from ._structures import Structure
-from .io import _explanation as _binding
-from .io import _structures
-
-if TYPE_CHECKING:
-    from ._result import Criteria, GammaResult
+from ._interruption import Progress
+from ._points import DosePoints
+from ._structures import Chosen, Structure
+from .io._comparison import Refused
 
 
 @dataclass(frozen=True)
@@ -133,120 +130,60 @@ def _explanation(record: Mapping[str, Any], gamma: npt.NDArray[np.float32]) -> E
     )
 
 
-class _Engine:
-    """Computes for the search, inside `exclusive_use`."""
-
-    def __init__(self, criteria: Criteria, normalisation: float, threads: int) -> None:
-        set_ = _library.call
-        set_("setDCO", criteria.dose_cutoff)
-        set_("setGlobalNormalization", normalisation)
-        set_("setDDCriterium", 2 if criteria.local else 1)
-        set_("setComputationMode", 1)
-        set_("setInterpolation", criteria.interpolate)
-        set_("setNumThreads", threads)
-        _library.environment().gammaindex2D = criteria.slices
-
-    def set_reference(self, doses: Any) -> None:
-        self._hand_over("setRef", doses)
-
-    def set_evaluation(self, doses: Any) -> None:
-        self._hand_over("setEval", doses)
-
-    def compute(self, trial: Any, gamma: Any, passed: Any) -> None:
-        set_ = _library.call
-        set_("setDD", trial.doseDifference)
-        set_("setDTA", trial.distance)
-        tenth = np.float32(trial.distance) / np.float32(10)
-        set_("setStepSize", trial.step if trial.step > 0 else float(tenth))
-        set_("setGammaSearchMax", trial.maxGamma)
-        set_("startComputation")
-        set_("getGammaIndex3DMap", gamma)
-        set_("getPassed3DMap", passed)
-
-    def _hand_over(self, setter: str, doses: Any) -> None:
-        spacing = np.array(doses.spacing)
-        sizes = spacing.astype(np.float32)
-        # As of `library_grid`.
-        corner = (np.array(doses.origin) - spacing / 2).astype(np.float32)
-        pointer = ctypes.POINTER(ctypes.c_float)
-        _library.call(
-            setter,
-            doses.size,
-            sizes.ctypes.data_as(pointer),
-            corner.ctypes.data_as(pointer),
-            ctypes.cast(doses.values, pointer),
-        )
-
-
-def _within(
-    result: GammaResult, structure: Structure | npt.ArrayLike | None
-) -> npt.NDArray[np.uint8] | None:
-    if structure is None:
-        return None
+def _mask(
+    structure: Structure | npt.ArrayLike, reference: DoseGrid
+) -> tuple[npt.NDArray[np.uint8], str]:
+    """The voxels of what alone is explained, and its name."""
     if isinstance(structure, Structure):
-        mask = structure.mask(result.reference)
-    else:
-        mask = np.asarray(structure)
-        if mask.dtype != np.bool_:
-            raise TypeError(f"structure is of type {mask.dtype}; accepted: bool arrays")
-        if mask.shape != result.reference.shape:
-            raise ValueError(
-                f"structure has shape {mask.shape}; accepted: {result.reference.shape}"
-            )
-    return np.ascontiguousarray(mask, np.uint8)
+        return np.ascontiguousarray(structure.mask(reference), np.uint8), structure.name
+    mask = np.asarray(structure)
+    if mask.dtype != np.bool_:
+        raise TypeError(f"structure is of type {mask.dtype}; accepted: bool arrays")
+    if mask.shape != reference.shape:
+        raise ValueError(f"structure has shape {mask.shape}; accepted: {reference.shape}")
+    return np.ascontiguousarray(mask, np.uint8), "the part"
 
 
-def explain_result(
-    result: GammaResult,
+def explain(
+    doses: tuple[DoseGrid | DosePoints, DoseGrid],
+    criteria: Criteria,
+    chosen: Chosen | None,
     range: float | None,
     structure: Structure | npt.ArrayLike | None,
     threads: int | None,
-    progress: Callable[[float], object] | None,
+    progress: Progress | None,
 ) -> Explanation:
     """See `GammaResult.explain`."""
-    criteria = result.criteria
-    if not isinstance(result.reference, DoseGrid):
-        raise ValueError("reference holds single points; accepted: results of grids")
-    if criteria.random_rotation:
-        raise ValueError(
-            "random_rotation=True turns the lattice anew in each computation; accepted: results "
-            "without it"
-        )
+    reference, evaluation = doses
     reach = _checks.positive_or_none("range", range, "mm")
-    if reach is not None and not 1 <= reach <= 100:
-        raise _checks.refuse("range", range, "1 to 100 (mm)")
-    threads = available_cpus() if threads is None else threads
-    threads = _checks.integer("threads", threads, 1, MAX_THREADS)
-    lattice = criteria.dta / 10 if criteria.step is None else criteria.step
-    normal = common_normal(result.reference, result.evaluation)
-    reference, evaluation = library_grids(result.reference, result.evaluation, normal, lattice)
-    normalisation = criteria.normalisation or float(reference.dose.max())
-    farthest = 10  # gamma of the map afterwards where the search is not bounded
-    options = {
-        "doseDifference": criteria.dd,
-        "distance": criteria.dta,
-        "local": criteria.local,
-        "step": criteria.step,
-        "maxGamma": farthest if criteria.max_gamma is None else criteria.max_gamma,
-        "range": reach,
-        "inPlane": len(result.reference.spacing) < 3,
-    }
-    within = _within(result, structure)
-    sources: Sequence[_structures.Structures] = ()
-    if within is not None:
-        options["within"] = structure.name if isinstance(structure, Structure) else "the part"
-    elif result.structures is not None and result.structures.chosen is not None:
-        chosen = result.structures.chosen
-        sources = chosen.sources
-        options |= {"shown": chosen.shown, "excluded": chosen.excluded}
-
-    given = _binding.Given(reference.volume, evaluation.volume, within, sources)
-    with _library.exclusive_use():
-        engine = _Engine(criteria, normalisation, threads)
-        record, gamma = _library.interruptibly(
-            lambda reins: _binding.explain(given, options, engine, reins.tell), progress
-        )
+    given = Given(request_of(criteria) | {"explain": {"range": reach, "structure": None}})
+    given.take_dose("reference", reference, "reference")
+    given.take_dose("evaluation", evaluation, "evaluation")
+    explained = None
+    if structure is not None and isinstance(reference, DoseGrid):
+        explained = _mask(structure, reference)
+    elif chosen is not None:
+        given.take_structures(chosen, "structures[{}]")
+        given.section("structures")["ignoreFrame"] = True  # as it was when they were compared
+    options = options_of(
+        is_unbounded=criteria.max_gamma is None, has_only_findings=True, explained=explained
+    )
+    try:
+        made = given.compared(threads, progress, options, never_direct=True)
+    except Refused as refused:
+        named = {"reference": reference, "evaluation": evaluation}
+        raise error_of(refused, named, _MEANT) from None
     if progress is not None:
         progress(1.0)
+    gamma = made.explained_gamma()
     gamma[gamma < 0] = np.nan
-    return _explanation(record, gamma.reshape(result.reference.shape))
+    return _explanation(made.record()["explanation"], gamma.reshape(reference.shape))
+
+
+_MEANT = {
+    ("request", "rotate"): (
+        "random_rotation=True turns the lattice anew in each computation; accepted: results "
+        "without it"
+    ),
+    ("request", "explain"): "reference holds single points; accepted: results of grids",
+}

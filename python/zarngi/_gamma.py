@@ -2,28 +2,24 @@
 
 from __future__ import annotations
 
-import ctypes
 import sys
-import time
 import warnings
-from collections.abc import Sequence
-from dataclasses import dataclass, replace
+from collections.abc import Mapping, Sequence
+from dataclasses import dataclass
 from typing import Any, Literal
 
-import numpy as np
-import numpy.typing as npt
-
-from . import _checks, _library
-from ._cpus import MAX_THREADS, available_cpus
-from ._dose_volume import options_of
-from ._grid import DoseGrid, LibraryGrid, library_grid
-from ._planes import common_normal, library_grids, warn_if_apart
-from ._point_search import count_sides, library_points, search
+from . import _checks
+from ._criteria import Criteria
+from ._given import Given, error_of, options_of, request_of
+from ._grid import DoseGrid
+from ._interruption import Progress
 from ._points import DosePoints
-from ._result import Counts, Criteria, GammaResult
+from ._result import Counts, GammaResult
 from ._structure_result import StructureResults
 from ._structures import Chosen, StructuresLike, require_volume
-from .io import _host, _structures
+from .io import _comparison
+from .io._comparison import Refused
+from .io._errors import FormatWarning
 
 
 class NothingTestedError(ValueError):
@@ -145,9 +141,161 @@ def gamma_index(
     >>> result.pass_rate == 100 * result.passed / result.tested
     True
     """
-    _check_grids(reference, evaluation)
-    _check_units(reference, evaluation, normalisation)
-    criteria = Criteria(
+    asked = Asked.of(
+        reference,
+        evaluation,
+        dd=dd,
+        dta=dta,
+        dose_cutoff=dose_cutoff,
+        local=local,
+        normalisation=normalisation,
+        max_gamma=max_gamma,
+        step=step,
+        interpolate=interpolate,
+        mode=mode,
+        slices=slices,
+        random_rotation=random_rotation,
+        threads=threads,
+        verbose=verbose,
+        on_empty=on_empty,
+        structures=structures,
+        dvh_metrics=dvh_metrics,
+        prescription=prescription,
+        ignore_frame=ignore_frame,
+    )
+    made, record = asked.compared(stacklevel=3)
+    (found,) = record["criteria"]
+    asked.check_tested(found["tested"])
+    parts = None
+    if asked.chosen is not None:
+        document = {"structures": record["structures"], "criterion": found}
+        parts = StructureResults(document, asked.chosen)
+    return GammaResult.from_library(
+        made.take_gamma(0).reshape(reference.shape),
+        Counts(found["passed"], found["hot"], found["cold"]),
+        found["seconds"],
+        asked.criteria,
+        reference,
+        evaluation,
+        parts,
+    )
+
+
+@dataclass(frozen=True)
+class Asked:
+    """The arguments of `gamma_index`, checked, and the request that they make."""
+
+    reference: DoseGrid | DosePoints
+    evaluation: DoseGrid
+    criteria: Criteria
+    chosen: Chosen | None
+    threads: int | None
+    verbose: int
+    may_be_empty: bool
+    given: Given
+
+    @classmethod
+    def of(
+        cls,
+        reference: DoseGrid | DosePoints,
+        evaluation: DoseGrid,
+        *,
+        threads: Any,
+        verbose: Any,
+        on_empty: Any,
+        structures: StructuresLike | None,
+        dvh_metrics: Sequence[str] | str,
+        prescription: Any,
+        ignore_frame: Any,
+        **criteria: Any,
+    ) -> Asked:
+        """What `gamma_index` is asked for, whose arguments these are."""
+        _check_doses(reference, evaluation)
+        checked = _criteria(**criteria)
+        _checks.integer("verbose", verbose, 0, 5)
+        _checks.choice("on_empty", on_empty, ("raise", "flag"))
+        _checks.boolean("ignore_frame", ignore_frame)
+        full_dose = _checks.positive_or_none("prescription", prescription, "Gy")
+        given = Given(request_of(checked))
+        given.take_dose("reference", reference, "reference")
+        given.take_dose("evaluation", evaluation, "evaluation")
+        chosen = None
+        if structures is not None:
+            chosen = _choose(structures, reference, evaluation)
+            given.take_structures(chosen, "structures[{}]")
+            metrics = [dvh_metrics] if isinstance(dvh_metrics, str) else list(dvh_metrics)
+            given.section("structures").update(
+                metrics=metrics, prescription=full_dose, ignoreFrame=ignore_frame
+            )
+        return cls(
+            reference, evaluation, checked, chosen, threads, verbose, on_empty == "flag", given
+        )
+
+    def compared(
+        self, progress: Progress | None = None, *, stacklevel: int, **options: Any
+    ) -> tuple[_comparison.Comparison, Mapping[str, Any]]:
+        """What comes out, with its record, whose warnings are told."""
+        if self.verbose > 0 and sys.stdout is not None:
+            sys.stdout.flush()
+        is_unbounded = self.criteria.max_gamma is None
+        wanted = options_of(is_unbounded=is_unbounded, verbose=self.verbose, **options)
+        try:
+            made = self.given.compared(self.threads, progress, wanted)
+        except Refused as refused:
+            doses = {"reference": self.reference, "evaluation": self.evaluation}
+            raise error_of(refused, doses, self._meant()) from None
+        record = made.record()
+        for sentence in record["warnings"]:
+            warnings.warn(sentence, FormatWarning, stacklevel=stacklevel)
+        return made, record
+
+    def check_tested(self, tested: int) -> None:
+        """Refuse that nothing was tested, unless it is to be flagged."""
+        if tested > 0 or self.may_be_empty:
+            return
+        criteria = self.criteria
+        largest = float(self.reference.dose.max())
+        dose = largest if criteria.normalisation is None else criteria.normalisation
+        raise NothingTestedError(
+            f"no reference voxel lies above dose_cutoff={criteria.dose_cutoff:g} (% of the "
+            f"normalisation dose {dose:g} Gy: {criteria.dose_cutoff * dose / 100:g} Gy); the "
+            f"largest reference dose is {largest:g} Gy"
+        )
+
+    def _meant(self) -> dict[tuple[str, str], str]:
+        unit = self.reference.unit if isinstance(self.reference, DoseGrid) else "Gy"
+        return {
+            ("request", "rotate"): (
+                "random_rotation=True turns the search out of the plane of a 2D array or the line "
+                "of a 1D array, and that of each point differently; accepted: False, or volumes"
+            ),
+            ("pair", "normalisation"): (
+                f"reference has the unit {unit} and evaluation {self.evaluation.unit}; accepted: "
+                "equal units (a DoseGrid of grid.dose * factor is in Gy), or normalisation, the "
+                "dose of 100 %, for doses as they are"
+            ),
+            ("pair", "structures.ignoreFrame"): (
+                "the structures lie in another frame of reference than the reference dose; "
+                "ignore_frame=True takes their positions as they are"
+            ),
+        }
+
+
+def _criteria(
+    *,
+    dd: Any,
+    dta: Any,
+    dose_cutoff: Any,
+    local: Any,
+    normalisation: Any,
+    max_gamma: Any,
+    step: Any,
+    interpolate: Any,
+    mode: Any,
+    slices: Any,
+    random_rotation: Any,
+) -> Criteria:
+    return Criteria(
         dd=_checks.positive("dd", dd, "%"),
         dta=_checks.positive("dta", dta, "mm"),
         dose_cutoff=_checks.positive("dose_cutoff", dose_cutoff, "%"),
@@ -160,55 +308,10 @@ def gamma_index(
         slices=_checks.boolean("slices", slices),
         random_rotation=_checks.boolean("random_rotation", random_rotation),
     )
-    if criteria.random_rotation and isinstance(reference, DosePoints):
-        raise ValueError(
-            "random_rotation=True turns the search of each point differently; accepted: False, or "
-            "grids"
-        )
-    normal = None
-    if isinstance(reference, DoseGrid):
-        normal = common_normal(reference, evaluation)
-    if criteria.random_rotation and (len(evaluation.spacing) < 3 or normal is not None):
-        raise ValueError(
-            "random_rotation=True turns the search out of the plane of a 2D array or the line of a "
-            "1D array; accepted: False, or volumes"
-        )
-    threads = available_cpus() if threads is None else threads
-    threads = _checks.integer("threads", threads, 1, MAX_THREADS)
-    verbose = _checks.integer("verbose", verbose, 0, 5)
-    _checks.choice("on_empty", on_empty, ("raise", "flag"))
-
-    chosen = _choose(structures, reference, evaluation, ignore_frame)
-    full_dose = _checks.positive_or_none("prescription", prescription, "Gy")
-    lattice = criteria.dta / 10 if criteria.step is None else criteria.step
-    if isinstance(reference, DosePoints):
-        output, hot, cold = _search_points(reference, evaluation, criteria, lattice, verbose)
-    else:
-        if normal is not None:
-            warn_if_apart(reference, evaluation, normal)
-        grids = library_grids(reference, evaluation, normal, lattice)
-        output = _compute(*grids, criteria, threads, verbose)
-        hot, cold = _host.count_failed_sides(grids[0].volume, grids[1].volume, output.passed)
-    parts = None
-    if chosen is not None:
-        full_dose = full_dose or criteria.normalisation or float(grids[0].dose.max())
-        options = options_of(chosen, dvh_metrics, full_dose, threads)
-        parts = _compare_structures(chosen, grids, output, criteria, options)
-    result = GammaResult.from_library(
-        output.gamma.reshape(reference.shape),
-        Counts(int(np.count_nonzero(output.passed == 1)), hot, cold),
-        output.seconds,
-        criteria,
-        reference,
-        evaluation,
-        parts,
-    )
-    if result.empty and on_empty == "raise":
-        raise NothingTestedError(_nothing_tested(reference, criteria))
-    return result
 
 
-def _check_grids(reference: DoseGrid | DosePoints, evaluation: DoseGrid) -> None:
+def _check_doses(reference: DoseGrid | DosePoints, evaluation: DoseGrid) -> None:
+    """That the two are of types and dimensions that go together."""
     if not isinstance(reference, (DoseGrid, DosePoints)):
         raise TypeError(
             f"reference is of type {type(reference).__name__}; accepted: zarngi.DoseGrid, "
@@ -224,171 +327,26 @@ def _check_grids(reference: DoseGrid | DosePoints, evaluation: DoseGrid) -> None
             "evaluation has places that are not measured, between which there is no dose; accepted: "
             "as the reference"
         )
-    dimensions = (
-        reference.dimensions if isinstance(reference, DosePoints) else len(reference.spacing)
-    )
+    are_points = isinstance(reference, DosePoints)
+    dimensions = reference.dimensions if are_points else len(reference.spacing)
     if dimensions != len(evaluation.spacing):
         raise ValueError(
             f"reference has {dimensions} dimensions and evaluation has "
             f"{len(evaluation.spacing)}; accepted: equal numbers (a slice or line gets a place in "
             "space by three values of spacing and origin)"
         )
-    frames = {reference.frame_of_reference, evaluation.frame_of_reference} - {None}
-    if len(frames) > 1:
-        warnings.warn(
-            "reference and evaluation have different frames of reference; their coordinates may "
-            "not mean the same places",
-            stacklevel=3,
-        )
-
-
-def _check_units(
-    reference: DoseGrid | DosePoints, evaluation: DoseGrid, normalisation: float | None
-) -> None:
-    unit = reference.unit if isinstance(reference, DoseGrid) else "Gy"
-    if unit != evaluation.unit and normalisation is None:
-        raise ValueError(
-            f"reference has the unit {unit} and evaluation {evaluation.unit}; accepted: equal units "
-            "(a DoseGrid of grid.dose * factor is in Gy), or normalisation, the dose of 100 %, for "
-            "doses as they are"
-        )
-
-
-def _choose(
-    structures: StructuresLike | None,
-    reference: DoseGrid | DosePoints,
-    evaluation: DoseGrid,
-    ignore_frame: bool,
-) -> Chosen | None:
-    _checks.boolean("ignore_frame", ignore_frame)
-    if structures is None:
-        return None
-    if isinstance(reference, DosePoints):
-        raise ValueError("structures need grids of three dimensions; accepted: no DosePoints")
-    require_volume("reference", reference)
-    require_volume("evaluation", evaluation)
-    chosen = Chosen(structures, reference)
-    chosen.check_frame(reference, ignore_frame)
-    return chosen
-
-
-def _compare_structures(
-    chosen: Chosen,
-    grids: tuple[LibraryGrid, LibraryGrid],
-    output: _Output,
-    criteria: Criteria,
-    options: dict[str, Any],
-) -> StructureResults:
-    # Without a bound the histogram ends where single bins tell nothing more.
-    options["maxGamma"] = 10 if criteria.max_gamma is None else criteria.max_gamma
-    options["passRateOnly"] = criteria.mode == "pass_rate"
-    return StructureResults(
-        _structures.compare(
-            chosen.sources, grids[0].volume, grids[1].volume, options, output.gamma, output.passed
-        ),
-        chosen,
-    )
-
-
-@dataclass
-class _Output:
-    gamma: npt.NDArray[np.float32]  # flat, -1 where not tested
-    passed: npt.NDArray[np.uint8]  # flat; 1, 0, or 255: not tested
-    seconds: float
-
-
-def _floats(array: npt.NDArray[np.float32]) -> Any:
-    return array.ctypes.data_as(ctypes.POINTER(ctypes.c_float))
-
-
-def _hand_over(setter: str, grid: LibraryGrid) -> None:
-    counts = grid.counts.ctypes.data_as(ctypes.POINTER(ctypes.c_int))
-    _library.call(setter, counts, _floats(grid.sizes), _floats(grid.corner), _floats(grid.dose))
-
-
-def _set_options(criteria: Criteria, threads: int, verbose: int) -> None:
-    set_ = _library.call
-    set_("setDD", criteria.dd)
-    set_("setDTA", criteria.dta)
-    set_("setDCO", criteria.dose_cutoff)
-    if criteria.step is not None:
-        set_("setStepSize", criteria.step)
-    if criteria.normalisation is not None:
-        set_("setGlobalNormalization", criteria.normalisation)
-    if criteria.max_gamma is not None:
-        set_("setGammaSearchMax", criteria.max_gamma)
-    set_("setDDCriterium", 2 if criteria.local else 1)
-    set_("setComputationMode", 2 if criteria.mode == "pass_rate" else 1)
-    set_("setInterpolation", criteria.interpolate)
-    set_("setRandomRotation", criteria.random_rotation)
-    set_("setNumThreads", threads)
-    set_("setVerbose", verbose)
-    if criteria.slices:
-        environment = _library.environment()
-        environment.gammaindex2D = True
-        # This flag only announces the analysis, and does so at every verbosity.
-        environment.gammaindex2D_z = verbose > 0
-
-
-def _compute(
-    reference: LibraryGrid, evaluation: LibraryGrid, criteria: Criteria, threads: int, verbose: int
-) -> _Output:
-    gamma = np.empty(reference.dose.size, np.float32)
-    passed = np.empty(reference.dose.size, np.uint8)
-    if verbose > 0 and sys.stdout is not None:
-        sys.stdout.flush()
-    with _library.exclusive_use():
-        _hand_over("setRef", reference)
-        _hand_over("setEval", evaluation)
-        _set_options(criteria, threads, verbose)
-        start = time.perf_counter()
-        _library.compute(reference.dose.size)
-        seconds = time.perf_counter() - start
-        _library.call("getGammaIndex3DMap", _floats(gamma))
-        _library.call("getPassed3DMap", passed.ctypes.data_as(ctypes.POINTER(ctypes.c_ubyte)))
-    return _Output(gamma, passed, seconds)
-
-
-def _search_points(
-    points: DosePoints, evaluation: DoseGrid, criteria: Criteria, lattice: float, verbose: int
-) -> tuple[_Output, int, int]:
-    """The points one by one; what the percentages refer to is that of all of them."""
-    if evaluation.plane_normal is not None:
+    if are_points and evaluation.plane_normal is not None:
         raise ValueError(
             "evaluation is a plane in space; accepted: a volume, or a grid of two dimensions for "
             "points of a plane"
         )
-    singles = library_points(points)
-    grid = library_grid("evaluation", evaluation, lattice)
-    if criteria.normalisation is None:
-        largest = float(np.asarray(points.dose, np.float32).max())
-        criteria = replace(criteria, normalisation=largest)
-    if criteria.normalisation is not None and criteria.normalisation <= 0:
-        empty = np.full(len(singles), -1, np.float32)
-        return _Output(empty, np.full(len(singles), 255, np.uint8), 0.0), 0, 0
-    with _library.exclusive_use():
-        _hand_over("setEval", grid)
-        _set_options(criteria, 1, verbose)
-        start = time.perf_counter()
-
-        def search_one(point: LibraryGrid, _index: int) -> tuple[float, int]:
-            gamma, passed = np.empty(1, np.float32), np.empty(1, np.uint8)
-            _hand_over("setRef", point)
-            _library.call("startComputation")
-            _library.call("getGammaIndex3DMap", _floats(gamma))
-            _library.call("getPassed3DMap", passed.ctypes.data_as(ctypes.POINTER(ctypes.c_ubyte)))
-            return gamma[0], passed[0]
-
-        gamma, passed = search(singles, search_one)
-        seconds = time.perf_counter() - start
-    return _Output(gamma, passed, seconds), *count_sides(singles, grid, passed)
 
 
-def _nothing_tested(reference: DoseGrid | DosePoints, criteria: Criteria) -> str:
-    largest = float(reference.dose.max())
-    dose = largest if criteria.normalisation is None else criteria.normalisation
-    return (
-        f"no reference voxel lies above dose_cutoff={criteria.dose_cutoff:g} (% of the "
-        f"normalisation dose {dose:g} Gy: {criteria.dose_cutoff * dose / 100:g} Gy); the largest "
-        f"reference dose is {largest:g} Gy"
-    )
+def _choose(
+    structures: StructuresLike, reference: DoseGrid | DosePoints, evaluation: DoseGrid
+) -> Chosen:
+    if isinstance(reference, DosePoints):
+        raise ValueError("structures need grids of three dimensions; accepted: no DosePoints")
+    require_volume("reference", reference)
+    require_volume("evaluation", evaluation)
+    return Chosen(structures, reference)

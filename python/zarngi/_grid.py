@@ -2,30 +2,22 @@
 
 from __future__ import annotations
 
-import math
 from collections.abc import Sequence
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any, Literal
+from typing import Any, Literal, get_args
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _checks
-
-if TYPE_CHECKING:
-    from ._points import DosePoints
+from ._points import DosePoints, place
+from .io import _dicom, _host, _measurements
+from .io._host import DoseUnit
 
 _VOXEL_LIMIT = 2**31
 
-#: What doses are in.
-DoseUnit = Literal["Gy", "Gy/history", "Gy/run"]
-_UNITS: tuple[DoseUnit, ...] = ("Gy", "Gy/history", "Gy/run")
-
 #: Coordinates count as evenly spaced when none is farther than this part of a step from its place.
 EVENNESS = 1e-3
-
-#: mm; spacing of what has no extent, as the command-line program has it (files::planeThickness).
-PLANE_THICKNESS = 0.0078125
 
 
 def even_spacing(name: str, positions: npt.ArrayLike) -> float:
@@ -126,7 +118,7 @@ class DoseGrid:
         object.__setattr__(self, "origin", _checks.coordinates("origin", self.origin, counts))
         object.__setattr__(self, "uncertainty", _uncertainty(self.uncertainty, dose))
         _check_normal(self.plane_normal, dose, counts)
-        _checks.choice("unit", self.unit, _UNITS)
+        _checks.choice("unit", self.unit, get_args(DoseUnit))
 
     @classmethod
     def from_axes(
@@ -210,12 +202,11 @@ class DoseGrid:
         FormatError
             As of `read`; the message begins with ``<dataset>``.
         """
-        # Here, because these modules need this one.
-        from .io import _dicom, _host, _read
-
         name = "<dataset>"
         dose = _host.read_memory(name, _dicom.encoded(dataset), {})
-        grid = _read.dose_grid(name, dose, allow_relative, allow_error_doses)
+        grid = doses_of(
+            _measurements.accepted(name, dose, allow_relative, allow_error_doses, stacklevel=3)
+        )
         assert isinstance(grid, DoseGrid)  # as DICOM holds no points
         return grid
 
@@ -242,9 +233,17 @@ class DoseGrid:
         ValueError
             When the grid is no plane, or `plane` none of these.
         """
-        from ._points import placed_grid
-
-        return placed_grid(self, plane, at)
+        if len(self.spacing) != 2:
+            raise ValueError(
+                f"the grid has {len(self.spacing)} dimensions; accepted: 2, a plane without a place"
+            )
+        dose = np.ascontiguousarray(self.dose, np.float32)
+        measured = None if self.measured is None else np.ascontiguousarray(self.measured, np.uint8)
+        return doses_of(
+            _measurements.placed_plane(
+                dose, measured, self.spacing, self.origin, plane, place(at)
+            )
+        )
 
     @property
     def shape(self) -> tuple[int, ...]:
@@ -333,78 +332,17 @@ def _value_count(dose: npt.NDArray[Any], origin: Any) -> int:
     return count
 
 
-@dataclass(frozen=True)
-class LibraryGrid:
-    """A grid as the library takes it: x, y, z; lower corner; single precision.
-
-    Spacing and origin, the centre of the first voxel, are kept in double precision as well.
-    """
-
-    counts: npt.NDArray[np.intc]
-    spacing: npt.NDArray[np.float64]
-    origin: npt.NDArray[np.float64]
-    sizes: npt.NDArray[np.float32]
-    corner: npt.NDArray[np.float32]
-    dose: npt.NDArray[np.float32]
-
-    @property
-    def volume(self) -> tuple[npt.NDArray[np.float32], list[float], list[float]]:
-        """Dose, shape (nz, ny, nx), with spacing and origin."""
-        return self.dose.reshape(self.counts[::-1]), self.spacing.tolist(), self.origin.tolist()
-
-
-def library_grid(name: str, grid: DoseGrid, step: float) -> LibraryGrid:
-    """`grid` in the library's terms; its dose is copied only if it is not float32 and contiguous.
-
-    Parameters
-    ----------
-    name : str
-        The parameter's name, for messages.
-    grid : DoseGrid
-        The grid.
-    step : float
-        Spacing of the search lattice in mm.
-
-    Raises
-    ------
-    ValueError
-        When a dose is not finite in single precision.
-    """
-    missing = 3 - len(grid.spacing)
-    spacing = np.array(grid.spacing + (_thin(step),) * missing)
-    origin = np.array(grid.origin + (0.0,) * missing)
-    # The corner is formed in double precision and rounded once. The command-line program does the
-    # same; it is what makes both give the same bits.
-    corner = (origin - spacing / 2).astype(np.float32)
-    with np.errstate(over="ignore"):
-        dose = np.ascontiguousarray(grid.dose, dtype=np.float32)
-    if grid.measured is not None:
-        dose = np.where(grid.measured, dose, np.float32(0))  # below every cut-off
-    _require_finite(name, dose)
-    counts = np.array(grid.shape[::-1] + (1,) * missing, dtype=np.intc)
-    return LibraryGrid(counts, spacing, origin, spacing.astype(np.float32), corner, dose)
-
-
-def _thin(step: float) -> float:
-    """Voxel size along an axis that a slice or line does not have.
-
-    Less than two steps, so that the lattice has only the points of the plane itself inside the
-    voxel. A power of two, so that the voxel's centre is exactly 0 in single precision: elsewhere
-    along the axis the library does not interpolate.
-    """
-    return 2.0 ** math.floor(math.log2(step))
-
-
-def _require_finite(name: str, dose: npt.NDArray[np.float32]) -> None:
-    # A finite sum has finite terms, and takes a single pass without an array of flags.
-    with np.errstate(over="ignore", invalid="ignore"):
-        if np.isfinite(dose.sum()):
-            return
-    bad = np.argwhere(~np.isfinite(dose))
-    if len(bad) == 0:
-        return
-    where = ", ".join(str(i) for i in bad[0])
-    raise ValueError(
-        f"{name}.dose holds {len(bad)} values that are not finite in single precision, the first "
-        f"at [{where}]; accepted: finite doses (Gy)"
+def doses_of(told: _measurements.Distribution) -> DoseGrid | DosePoints:
+    """The grid or the points that the library tells."""
+    if told.points is not None:
+        return DosePoints.of(told)
+    return DoseGrid(
+        told.values,
+        told.spacing,
+        told.origin,
+        told.frame_of_reference,
+        told.measured,
+        told.normal,
+        told.unit,
+        told.uncertainty,
     )

@@ -18,10 +18,6 @@ Result = TypeVar("Result")
 Progress = Callable[[float], object]
 
 
-class EndedError(Exception):
-    """Work was to be told of whose caller has gone on; nobody but its own thread sees this."""
-
-
 class Reins:
     """What the caller holds of the work."""
 
@@ -30,15 +26,7 @@ class Reins:
         self._ended = threading.Event()
 
     def tell(self, done: float) -> None:
-        """Tell the caller the part that is done.
-
-        Raises
-        ------
-        EndedError
-            When the work is to end.
-        """
-        if self._ended.is_set():
-            raise EndedError
+        """Tell the caller the part that is done."""
         self._told.put(done)
 
     @property

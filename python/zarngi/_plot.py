@@ -12,12 +12,14 @@ import numpy.typing as npt
 from . import _checks
 from ._grid import DoseGrid
 from ._optional import need
-from ._result import UNREACHED, GammaResult
 from ._structures import Structure
+from .io._comparison import UNREACHED
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
     from matplotlib.figure import Figure
+
+    from ._result import GammaResult
 
 _AXIS_NAMES = ("z", "y", "x")  # by dimension of a three-dimensional dose array
 _DOSE_COLOURS = "viridis"

@@ -3,15 +3,24 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any
+from typing import Any
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _checks
+from .io import _measurements
 
-if TYPE_CHECKING:
-    from ._grid import DoseGrid
+
+def place(at: tuple[float, float, float]) -> tuple[float, ...]:
+    """A place in the patient, mm.
+
+    Raises
+    ------
+    ValueError
+        When it is none.
+    """
+    return _checks.coordinates("at", at, 3)
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -59,6 +68,12 @@ class DosePoints:
         object.__setattr__(self, "positions", positions)
         object.__setattr__(self, "dose", dose)
 
+    @classmethod
+    def of(cls, told: _measurements.Distribution) -> DosePoints:
+        """The points that the library tells."""
+        assert told.points is not None
+        return cls(told.points, told.values, told.frame_of_reference)
+
     @property
     def shape(self) -> tuple[int, ...]:
         """Shape of `dose`: (n,)."""
@@ -82,16 +97,11 @@ class DosePoints:
         DosePoints
             With positions of three coordinates.
         """
-        # Here, because these modules need this one.
-        from .io import _measurements
-
         if self.dimensions != 2:
             raise ValueError("the points have places in space already; accepted: positions (x, y)")
         positions = np.ascontiguousarray(self.positions)
         dose = np.ascontiguousarray(self.dose, np.float32)
-        placed = _measurements.placed_points(positions, dose, plane, _place(at))
-        assert isinstance(placed, DosePoints)
-        return placed
+        return DosePoints.of(_measurements.placed_points(positions, dose, plane, place(at)))
 
     def __repr__(self) -> str:
         where = "space" if self.dimensions == 3 else "a plane"
@@ -99,18 +109,3 @@ class DosePoints:
             f"DosePoints({len(self.dose)} points in {where}, "
             f"{self.dose.min():g} to {self.dose.max():g} Gy)"
         )
-
-
-def placed_grid(grid: DoseGrid, plane: str, at: tuple[float, float, float]) -> DoseGrid | DosePoints:
-    """What `DoseGrid.placed` gives."""
-    from .io import _measurements
-
-    if len(grid.spacing) != 2:
-        raise ValueError(
-            f"the grid has {len(grid.spacing)} dimensions; accepted: 2, a plane without a place"
-        )
-    return _measurements.placed_plane(grid, plane, _place(at))
-
-
-def _place(at: tuple[float, float, float]) -> tuple[float, ...]:
-    return _checks.coordinates("at", at, 3)

@@ -11,60 +11,18 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _checks
+from ._criteria import Criteria
+from ._explanation import Explanation, explain
 from ._grid import DoseGrid
+from ._plot import plot_result
 from ._points import DosePoints
 from ._structure_result import StructureResults
+from .io._comparison import UNREACHED
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
 
-    from ._explanation import Explanation
     from ._structures import Structure
-
-#: The library's gamma of a voxel for which no search point lay in the evaluation grid.
-UNREACHED = np.float32(1e10)
-
-
-@dataclass(frozen=True)
-class Criteria:
-    """The criteria and options of a comparison, as given to `gamma_index`.
-
-    Attributes
-    ----------
-    dd : float
-        Dose difference in %.
-    dta : float
-        Distance to agreement in mm.
-    dose_cutoff : float
-        Dose cut-off in % of the normalisation dose.
-    local : bool
-        Whether `dd` refers to the voxel's own dose instead of the normalisation dose.
-    normalisation : float or None
-        Normalisation dose in Gy; None: the largest reference dose.
-    max_gamma : float or None
-        Largest gamma searched for; None: not bounded.
-    step : float or None
-        Spacing of the search lattice in mm; None: a tenth of `dta`.
-    interpolate, slices, random_rotation : bool
-        As in `gamma_index`.
-    mode : str
-        "map" or "pass_rate".
-    """
-
-    dd: float
-    dta: float
-    dose_cutoff: float
-    local: bool
-    normalisation: float | None
-    max_gamma: float | None
-    step: float | None
-    interpolate: bool
-    mode: str
-    slices: bool
-    random_rotation: bool
-
-    def __str__(self) -> str:
-        return f"{self.dd:g}%{'L' if self.local else 'G'}/{self.dta:g}mm"
 
 
 @dataclass(frozen=True)
@@ -291,9 +249,9 @@ class GammaResult:
             When a parameter is out of range, no voxel of the structure is tested, the lattice was
             turned at random, or the reference holds single points.
         """
-        from ._explanation import explain_result
-
-        return explain_result(self, range, structure, threads, progress)
+        chosen = None if self.structures is None else self.structures.chosen
+        doses = self.reference, self.evaluation
+        return explain(doses, self.criteria, chosen, range, structure, threads, progress)
 
     def plot(
         self,
@@ -331,8 +289,6 @@ class GammaResult:
         ImportError
             When matplotlib is missing.
         """
-        from ._plot import plot_result
-
         return plot_result(self, axis, index, figure, structures)
 
     def __repr__(self) -> str:

@@ -11,8 +11,12 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
+from . import _checks
+from ._dose_volume import DoseVolume
+from ._given import Given, default_request, error_of, options_of
 from ._grid import DoseGrid
 from .io import _structures as _binding
+from .io._comparison import Refused
 from .io._errors import FormatWarning
 
 
@@ -68,8 +72,6 @@ class Structure:
 
     def dvh(self, dose: DoseGrid, **options: Any) -> Any:
         """Its dose-volume histogram in a dose, as `zarngi.dvh` gives it."""
-        from ._dose_volume import dvh
-
         return dvh(dose, self, **options)
 
     def __repr__(self) -> str:
@@ -174,7 +176,6 @@ class Chosen:
     def __init__(self, structures: StructuresLike, grid: DoseGrid) -> None:
         self.shown: list[str] = []
         self.excluded: list[str] = []
-        self.frames: set[str | None] = set()
         self.sources: list[_binding.Structures] = []
         self._names_of_files: set[str] = set()
         if isinstance(structures, StructureSet):
@@ -194,7 +195,6 @@ class Chosen:
         self.sources.append(chosen._source)
         self.shown += chosen._shown
         self.excluded += chosen._excluded
-        self.frames |= {structure.frame_of_reference for structure in chosen.values()}
 
     def _add_mapping(
         self, structures: Mapping[str, Structure | npt.ArrayLike], grid: DoseGrid
@@ -218,20 +218,9 @@ class Chosen:
             raise ValueError(f"structures[{name!r}] cannot be named so; accepted: names without =")
         is_renamed = name != structure.name
         self.shown.append(f'{name}="{structure.name}"' if is_renamed else name)
-        self.frames.add(structure.frame_of_reference)
         self._names_of_files |= {s["name"] for s in structure._source.description["structures"]}
         if all(source is not structure._source for source in self.sources):
             self.sources.append(structure._source)
-
-    def check_frame(self, grid: DoseGrid, ignore: bool) -> None:
-        """Refuse structures of another frame of reference than the reference's."""
-        known = self.frames - {None}
-        if grid.frame_of_reference is None or known <= {grid.frame_of_reference}:
-            return
-        sentence = "the structures lie in another frame of reference than the reference dose"
-        if not ignore:
-            raise ValueError(f"{sentence}; ignore_frame=True takes their positions as they are")
-        warnings.warn(f"{sentence}: their positions may not match", stacklevel=4)
 
 
 def _mask(name: str, values: npt.ArrayLike, grid: DoseGrid) -> npt.NDArray[np.bool_]:
@@ -261,3 +250,56 @@ def require_space(name: str, grid: DoseGrid) -> None:
             f"{name} has {len(grid.spacing)} dimensions; structures need three values of spacing "
             "and origin"
         )
+
+
+def dvh(
+    dose: DoseGrid,
+    structures: StructuresLike,
+    *,
+    metrics: Sequence[str] | str = (),
+    prescription: float | None = None,
+) -> Any:
+    """Dose-volume histograms of structures in a dose.
+
+    Parameters
+    ----------
+    dose : DoseGrid
+        Of three dimensions.
+    structures : StructureSet, Structure, or mapping of names to structures or boolean arrays
+        Boolean arrays have the shape of the dose.
+    metrics : str or sequence of str
+        More figures like "D99", "D2cc", "V20Gy" and "V95%".
+    prescription : float, optional
+        Gy, what the percentages of "V95%" refer to; by default the largest dose.
+
+    Returns
+    -------
+    DoseVolume, or dict of str to DoseVolume
+        One for a `Structure`, else by name; None where a structure has no point in the grid.
+
+    Raises
+    ------
+    ValueError, TypeError
+        When an argument is out of range or of the wrong type.
+    """
+    require_volume("dose", dose)
+    given = Given(default_request())
+    given.take_dose("reference", dose, "dose")
+    given.take_dose("evaluation", dose, "dose")
+    given.take_structures(Chosen(structures, dose), "structures[{}]")
+    given.section("structures").update(
+        metrics=[metrics] if isinstance(metrics, str) else list(metrics),
+        prescription=_checks.positive_or_none("prescription", prescription, "Gy"),
+        ignoreFrame=True,
+    )
+    try:
+        made = given.compared(None, None, options_of(has_only_findings=True))
+    except Refused as refused:
+        raise error_of(refused, {"dose": dose}) from None
+    record = made.record()["structures"]
+    width = record["dvhBinWidth"]
+    found = {
+        row["name"]: DoseVolume.from_record(row["dvh"] and row["dvh"]["reference"], width)
+        for row in record["list"]
+    }
+    return next(iter(found.values())) if isinstance(structures, Structure) else found

@@ -10,7 +10,7 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _checks
-from ._gamma import gamma_index
+from ._gamma import Asked, gamma_index
 from ._grid import DoseGrid
 from ._optional import need
 from ._structures import Structure
@@ -104,18 +104,30 @@ def sweep(
     True
     """
     differences, distances = _values("dd", dd, "%"), _values("dta", dta, "mm")
-    rates = np.empty((len(differences), len(distances)))
-    parts = {name: np.empty_like(rates) for name in structures or ()}
-    for i, difference in enumerate(differences):
-        for j, distance in enumerate(distances):
-            if progress is not None:
-                progress((i * len(distances) + j) / rates.size)
-            result = gamma_index(
-                reference, evaluation, dd=difference, dta=distance, structures=structures, **options
-            )
-            rates[i, j] = result.pass_rate
-            for name in parts:
-                parts[name][i, j] = result.structures[name].pass_rate
+    rows, columns = sorted(set(differences)), sorted(set(distances))
+    arguments = {**(gamma_index.__kwdefaults__ or {}), **options, "structures": structures}
+    asked = Asked.of(reference, evaluation, **arguments | {"dd": rows[0], "dta": columns[0]})
+    kind = "L" if asked.criteria.local else ""
+    asked.given.document["sweeps"] = [f"{_listed(rows)}%{kind}/{_listed(columns)}mm"]
+    _, record = asked.compared(progress, stacklevel=3, has_only_findings=True)
     if progress is not None:
         progress(1.0)
-    return Sweep(differences, distances, bool(options.get("local", False)), rates, parts)
+    everything, *parts = record["sweeps"][0]["parts"]
+    asked.check_tested(everything["tested"])
+    places = np.ix_([rows.index(value) for value in differences],
+                    [columns.index(value) for value in distances])
+    rates = {
+        part["structure"]: _rates(part["passed"], part["tested"])[places]
+        for part in (everything, *parts)
+    }
+    return Sweep(differences, distances, asked.criteria.local, rates.pop(None), rates)
+
+
+def _listed(values: Sequence[float]) -> str:
+    return ",".join(map(repr, values))
+
+
+def _rates(passed: Sequence[Sequence[int]], tested: int) -> npt.NDArray[np.float64]:
+    """%, NaN where nothing was tested."""
+    counts = np.asarray(passed, np.float64)
+    return 100 * counts / tested if tested else np.full_like(counts, np.nan)

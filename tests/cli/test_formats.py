@@ -151,7 +151,7 @@ class Warnings(ProgramTest):
         self.assertEqual(result.returncode, 0)
         lines = result.stderr.splitlines()
         self.assertEqual(len(lines), 2)
-        self.assertIn("warning: the files have different Frame of Reference UIDs", lines[0])
+        self.assertIn("warning: the files have different frames of reference", lines[0])
         self.assertIn("PHYSICAL and EFFECTIVE", lines[1])
         self.assertEqual(run("compare", a, a).stderr, "")
 

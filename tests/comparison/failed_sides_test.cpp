@@ -60,7 +60,7 @@ TEST(DoseSampling, IsTrilinear)
     for (const int z : {30, 34}) {
         for (const int y : {20, 23}) {
             for (const int x : {10, 12}) {
-                image.values.push_back(static_cast<float>(x * y - 2 * z * x + y * z));
+                image.values.own().push_back(static_cast<float>(x * y - 2 * z * x + y * z));
             }
         }
     }

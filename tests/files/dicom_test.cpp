@@ -101,7 +101,7 @@ string outcome(const string& file, const Host& host = {nativeDeflate()})
 {
     const Result<DoseImage> dose = read(file, host);
     string text;
-    for (const float value : dose ? dose->image.values : std::vector<float>()) {
+    for (const float value : dose ? dose->image.values : files::Values()) {
         text += std::to_string(static_cast<int>(value * 2)) + " ";
     }
     return dose ? text : dose.error().sentence;

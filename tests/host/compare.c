@@ -397,6 +397,126 @@ static void follow(void)
     free(text);
 }
 
+static struct zarnGIHost_Comparison* compared_with(const char* text,
+                                                   const struct zarnGIHost_Options* options)
+{
+    const struct zarnGIHost_Source source = in_memory();
+    struct zarnGIHost_Comparison* comparison = NULL;
+    struct zarnGIHost_Refusal refusal;
+    check(zarnGIHost_compareWith(text, strlen(text), &source, NULL, options, &comparison,
+                                 &refusal) == ZARNGI_HOST_OK,
+          refusal.sentence);
+    return comparison;
+}
+
+static void lend_and_take(void)
+{
+    char* const text = request(two_criteria);
+    const struct zarnGIHost_Options lent = {.areLent = 1};
+    struct zarnGIHost_Comparison* const copied = compared_with(text, NULL);
+    struct zarnGIHost_Comparison* const looked_at = compared_with(text, &lent);
+    check(have_equal_maps(copied, looked_at, 0) && have_equal_maps(copied, looked_at, 1), "lent");
+    struct zarnGIHost_Volume described;
+    struct zarnGIHost_Volume kept;
+    struct zarnGIHost_Map* map = NULL;
+    check(zarnGIHost_getGamma(copied, 1, &kept) == ZARNGI_HOST_OK &&
+              zarnGIHost_takeGamma(looked_at, 1, &map, &described) == ZARNGI_HOST_OK,
+          "a map to take");
+    check(zarnGIHost_getGamma(looked_at, 1, &described) == ZARNGI_HOST_BAD_ARGUMENT &&
+              zarnGIHost_takeGamma(looked_at, 1, &map, &kept) == ZARNGI_HOST_BAD_ARGUMENT,
+          "a map that was taken");
+    struct zarnGIHost_Bytes page = {NULL, 0};
+    static const char page_template[] = "<html><!--ZARNGI-DATA--></html>";
+    check(zarnGIHost_getPage(looked_at, page_template, strlen(page_template), NULL, &page, NULL) ==
+              ZARNGI_HOST_BAD_ARGUMENT,
+          "a page without a map");
+    zarnGIHost_freeComparison(looked_at);
+    check(memcmp(described.values, kept.values, VOXELS * sizeof(float)) == 0, "it lives on");
+    zarnGIHost_freeMap(map);
+    zarnGIHost_freeMap(NULL);
+    zarnGIHost_freeComparison(copied);
+    free(text);
+}
+
+/* A cut-off above all doses, and a gamma that no search is bounded by. */
+static void compare_without_bounds(void)
+{
+    static const char* const high[][2] = {
+        IN_MEMORY, {"\"cutOff\": 10.0", "\"cutOff\": 200.0"}, {NULL, NULL}};
+    static const char* const strict[][2] = {
+        IN_MEMORY, {"\"3%/2mm\"", "\"0.1%/0.2mm\""}, {NULL, NULL}};
+    const struct zarnGIHost_Options empty = {.mayTestNothing = 1};
+    const struct zarnGIHost_Options unbounded = {.isUnbounded = 1};
+    char* text = request(high);
+    struct zarnGIHost_Comparison* comparison = compared_with(text, &empty);
+    struct zarnGIHost_Volume map;
+    check(zarnGIHost_getGamma(comparison, 0, &map) == ZARNGI_HOST_OK &&
+              ((const float*)map.values)[0] == -1,
+          "nothing tested");
+    zarnGIHost_freeComparison(comparison);
+    free(text);
+    text = request(strict);
+    comparison = compared_with(text, &unbounded);
+    float largest = 0;
+    check(zarnGIHost_getGamma(comparison, 0, &map) == ZARNGI_HOST_OK, "a map");
+    for (int i = 0; i < VOXELS; ++i) {
+        largest = fmaxf(largest, ((const float*)map.values)[i]);
+    }
+    check(largest > 4, "gamma beyond the usual bound");
+    zarnGIHost_freeComparison(comparison);
+    free(text);
+}
+
+static void explain_alone(void)
+{
+    static const char* const changes[][2] = {
+        IN_MEMORY,
+        {"\"explain\": null", "\"explain\": {\"range\": null, \"structure\": null}"},
+        {NULL, NULL}};
+    const struct zarnGIHost_Options options = {
+        .hasOnlyFindings = 1, .explained = mask, .explainedName = "the left half"};
+    char* const text = request(changes);
+    struct zarnGIHost_Comparison* const comparison = compared_with(text, &options);
+    struct zarnGIHost_Volume map;
+    struct zarnGIHost_Bytes bytes = {NULL, 0};
+    check(zarnGIHost_getGamma(comparison, 0, &map) == ZARNGI_HOST_BAD_ARGUMENT, "no search");
+    check(zarnGIHost_getExplainedGamma(comparison, &map) == ZARNGI_HOST_OK, "a map afterwards");
+    for (int i = 0; i < VOXELS; ++i) {
+        check(mask[i] || ((const float*)map.values)[i] == -1, "voxels of the part alone");
+    }
+    check(zarnGIHost_getRecord(comparison, NULL, &bytes, NULL) == ZARNGI_HOST_OK &&
+              holds(&bytes, "\"structure\": \"the left half\""),
+          "a record of an explanation");
+    zarnGIHost_freeComparison(comparison);
+    free(text);
+}
+
+/* Sentences have the caller's words for members; what refuses a pair tells what mends it. */
+static void refuse_in_words(void)
+{
+    static const char* const wrong[][2] = {
+        IN_MEMORY, {"\"step\": null", "\"step\": \"x\""}, {NULL, NULL}};
+    const struct zarnGIHost_Options options = {.words = "{\"step\": \"the lattice\"}"};
+    struct zarnGIHost_Comparison* comparison = NULL;
+    struct zarnGIHost_Refusal refusal;
+    struct zarnGIHost_Source source = in_memory();
+    char* text = request(wrong);
+    check(zarnGIHost_compareWith(text, strlen(text), &source, NULL, &options, &comparison,
+                                 &refusal) == ZARNGI_HOST_REFUSED &&
+              strncmp(refusal.sentence, "the lattice: ", 13) == 0 &&
+              strcmp(refusal.member, "step") == 0,
+          refusal.sentence);
+    free(text);
+    text = request(two_criteria);
+    doses[1].unit = ZARNGI_HOST_GRAY_PER_HISTORY;
+    check(zarnGIHost_compare(text, strlen(text), &source, NULL, &comparison, &refusal) ==
+                  ZARNGI_HOST_REFUSED &&
+              refusal.kind == ZARNGI_HOST_REFUSAL_PAIR &&
+              strcmp(refusal.member, "normalisation") == 0,
+          refusal.sentence);
+    free(text);
+}
+
 static void* compare_often(void* text)
 {
     struct zarnGIHost_Comparison* first = NULL;
@@ -446,6 +566,10 @@ int main(void)
     refuse_files();
     refuse_arguments();
     follow();
+    lend_and_take();
+    compare_without_bounds();
+    explain_alone();
+    refuse_in_words();
     compare_by_several_threads();
     check(rmdir(folder) == 0, "nothing left in the folder");
     return failures == 0 ? 0 : 1;

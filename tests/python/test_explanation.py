@@ -11,7 +11,7 @@ import numpy as np
 import pytest
 import zarngi
 from documents import read_document  # tests/cli
-from zarngi import _library
+from zarngi.io import _comparison
 
 
 def grid(shift=(0.0, 0.0, 0.0), factor=1.0, spacing=2.0, size=(52, 48, 44)):
@@ -143,16 +143,16 @@ def test_control_c_ends_it(moved, monkeypatch, work):
     """In the middle of a search, or between those of an explanation."""
     main = threading.main_thread().ident
     failed, shares = [], []
-    call = _library.call
+    compare = _comparison.compare
     timer = threading.Timer(0.05, signal.pthread_kill, (main, signal.SIGINT))
 
-    def recording(name, *arguments):
-        if name == "startComputation" and work is not explanation:
+    def recording(*arguments):
+        if work is not explanation:
             timer.start()
         try:
-            call(name, *arguments)
-        except (MemoryError, RuntimeError):  # a search that was ended has no results
-            failed.append(name)
+            return compare(*arguments)
+        except _comparison.Refused as refused:
+            failed.append(refused.refusal.kind)
             raise
 
     def tell(share):
@@ -160,10 +160,10 @@ def test_control_c_ends_it(moved, monkeypatch, work):
         if len(shares) == 5:
             signal.pthread_kill(main, signal.SIGINT)
 
-    monkeypatch.setattr(_library, "call", recording)
+    monkeypatch.setattr(_comparison, "compare", recording)
     with pytest.raises(KeyboardInterrupt):
         work(moved, progress=tell)
-    assert work is explanation or failed == ["startComputation"]
+    assert failed == ["interrupted"]
     assert work is not explanation or len(shares) < 15
     monkeypatch.undo()
     assert zarngi.gamma_index(*moved, structures=None).tested > 0
@@ -237,21 +237,17 @@ def test_refuses_points(moved):
         zarngi.gamma_index(points, moved[1]).explain()
 
 
-def test_an_interruption_leaves_the_library_usable(moved, monkeypatch):
+def test_an_interruption_leaves_the_library_usable(moved):
     result = zarngi.gamma_index(*moved)
-    calls = []
-    call = _library.call
+    shares = []
 
-    def interrupting(name, *arguments):
-        calls.append(name)
-        if calls.count("startComputation") == 5:
+    def interrupting(share):
+        shares.append(share)
+        if len(shares) == 5:
             raise KeyboardInterrupt
-        call(name, *arguments)
 
-    monkeypatch.setattr(_library, "call", interrupting)
     with pytest.raises(KeyboardInterrupt):
-        result.explain()
-    monkeypatch.undo()
+        result.explain(progress=interrupting)
     assert zarngi.gamma_index(*moved).pass_rate == result.pass_rate
 
 

@@ -28,7 +28,8 @@ import numpy as np
 import pydicom
 import pytest
 import zarngi
-from zarngi.io import _host, _write
+from zarngi import _write
+from zarngi.io import _host
 
 SPACING, ORIGIN = (2.0, 2.5, 3.0), (-7.5, 12.25, -40.0)
 DOSE = np.random.default_rng(1).random((4, 3, 5), dtype=np.float32) * 60

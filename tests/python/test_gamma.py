@@ -6,7 +6,9 @@ import numpy as np
 import pytest
 import zarngi
 from conftest import small_grid
-from zarngi import _cpus, _gamma, _library
+from environment import environment
+from zarngi import _cpus, _given, _library
+from zarngi.io import _comparison
 
 FINAL = {"dd": 2, "dta": 2, "dose_cutoff": 5}
 
@@ -16,19 +18,18 @@ def bits(result):
 
 
 def environment_during(monkeypatch, pair, **options):
-    """The fields of the library's environment when the computation starts."""
+    """The fields of the library's environment while it computes."""
     seen = {}
-    call = _library.call
 
-    def spy(name, *arguments):
-        if name == "startComputation":
-            environment = _library.environment()
-            for field, _ in environment._fields_:
-                value = getattr(environment, field)
-                seen[field] = list(value) if hasattr(value, "_length_") else value
-        call(name, *arguments)
+    def told(_done):
+        now = environment()
+        for field, _ in now._fields_:
+            value = getattr(now, field)
+            seen[field] = list(value) if hasattr(value, "_length_") else value
+        return True
 
-    monkeypatch.setattr(_library, "call", spy)
+    monkeypatch.setattr(_given, "_FEW_VOXELS", 0)
+    monkeypatch.setattr(_given, "_follow", lambda _reins: told)
     zarngi.gamma_index(*pair, **options)
     return seen
 
@@ -158,17 +159,16 @@ def test_whole_numbers_are_doses_too(pair, dtype):
 
 
 def test_no_copy_of_a_dose_that_is_ready(monkeypatch, pair):
-    addresses = []
-    monkeypatch.setattr(
-        _gamma,
-        "_hand_over",
-        lambda setter, grid, original=_gamma._hand_over: (
-            addresses.append(grid.dose.ctypes.data),
-            original(setter, grid),
-        ),
-    )
+    lent = []
+    compare = _comparison.compare
+
+    def spy(text, doses, sets, threads, follow, options):
+        lent.extend(dose.grid[0].ctypes.data for dose in doses if options.are_lent)
+        return compare(text, doses, sets, threads, follow, options)
+
+    monkeypatch.setattr(_comparison, "compare", spy)
     zarngi.gamma_index(*pair)
-    assert addresses == [g.dose.ctypes.data for g in pair]
+    assert lent == [g.dose.ctypes.data for g in pair]
 
 
 def test_untested_voxels_are_nan_and_the_others_counted(pair):
@@ -384,9 +384,9 @@ RESET = {
 
 
 def assert_reset():
-    environment = _library.environment()
-    assert {name: getattr(environment, name) for name in RESET} == RESET
-    assert not environment.map_ref and not environment.map_eval and not environment.gamma
+    now = environment()
+    assert {name: getattr(now, name) for name in RESET} == RESET
+    assert not now.map_ref and not now.map_eval and not now.gamma
 
 
 def test_environment_is_left_reset(pair, capfd):
@@ -405,16 +405,13 @@ def test_environment_is_left_reset(pair, capfd):
 
 
 def test_environment_is_left_reset_after_a_failure(monkeypatch, pair):
-    call = _library.call
-
-    def failing(name, *arguments):
-        if name == "startComputation":
-            raise KeyboardInterrupt
-        call(name, *arguments)
+    def failing(*_arguments):
+        environment().DTA = 7
+        raise KeyboardInterrupt
 
     expected = zarngi.gamma_index(*pair, **FINAL)
     with monkeypatch.context() as patch:
-        patch.setattr(_library, "call", failing)
+        patch.setattr(_comparison, "compare", failing)
         with pytest.raises(KeyboardInterrupt):
             zarngi.gamma_index(*pair, dd=1)
         assert_reset()
@@ -423,15 +420,14 @@ def test_environment_is_left_reset_after_a_failure(monkeypatch, pair):
 
 def test_state_left_by_others_does_no_harm(pair):
     expected = zarngi.gamma_index(*pair, **FINAL)
-    _library.call("setGlobalNormalization", 5.0)
-    _library.environment().gammaindex2D = True
+    environment().global_normalisation = 5.0
+    environment().gammaindex2D = True
     np.testing.assert_array_equal(bits(zarngi.gamma_index(*pair, **FINAL)), bits(expected))
 
 
 @pytest.mark.parametrize(
     ("status", "error", "message"),
     [
-        (-101, MemoryError, "memory ran out"),
         (-29, MemoryError, "memory ran out"),
         (-100, RuntimeError, "busy"),
         (-7, RuntimeError, "unknown failure"),
@@ -440,12 +436,12 @@ def test_state_left_by_others_does_no_harm(pair):
 def test_status_codes_come_with_a_meaning(monkeypatch, status, error, message):
     class Failing:
         @staticmethod
-        def zarnGI_startComputation():  # noqa: N802
+        def zarnGI_init():  # noqa: N802
             return status
 
     monkeypatch.setattr(_library, "_library", Failing)
     with pytest.raises(error, match=message):
-        _library.call("startComputation")
+        _library.call("init")
 
 
 def test_silent_unless_verbose(pair, capfd):

@@ -119,6 +119,30 @@ def test_planar_doses(program, tmp_path, pair):
             np.testing.assert_array_equal(same.gamma, result.gamma)
 
 
+@pytest.mark.parametrize("step", [0.0078125, 0.005, 0.003])
+def test_lattices_finer_than_a_plane_is_thick(program, tmp_path, step):
+    """Whoever asks: the program, a document and `gamma_index`, of planes and of lines."""
+    x = np.arange(-9, 10, 3.0)
+    doses = [40 - x**2 / 5 - y[:, None] for y in (np.arange(0, 10, 2.0), np.arange(0.02, 10, 2.0))]
+    grids = [zarngi.DoseGrid(dose, (3, 2), (-9, 0)) for dose in doses]
+    paths = [tmp_path / "a.txt", tmp_path / "b.txt"]
+    for path, grid in zip(paths, grids):
+        lines = ["\t".join(["y\\x [mm, Gy]", *map(repr, x.tolist())])]
+        lines += ["\t".join(map(repr, [y, *row])) for y, row in zip(range(0, 10, 2), grid.dose.tolist())]
+        path.write_text("\n".join(lines) + "\n")
+    options = {"dd": 0.02, "dta": 0.05, "step": step}
+    result = zarngi.gamma_index(*grids, **options)
+    assert 0 < result.passed < result.tested
+    check_same(result, by_program(program, tmp_path, *paths, "-c", "0.02%/0.05mm", "--step", str(step)))
+    request = zarngi.default_request() | {"criteria": ["0.02%/0.05mm"], "step": step}
+    asked = zarngi.compare(request, reference=grids[0], evaluation=grids[1])
+    np.testing.assert_array_equal(asked.gamma()[0], result.gamma)
+    lines = [zarngi.DoseGrid(dose[2], 3, -9) for dose in doses]
+    flat = [zarngi.DoseGrid(np.tile(dose[2], (2, 1)), (3, 2), (-9, 0)) for dose in doses]
+    along, across = (zarngi.gamma_index(*pair, **options) for pair in (lines, flat))
+    np.testing.assert_array_equal(along.gamma, across.gamma[0])
+
+
 @pytest.mark.parametrize(
     ("normal", "shape", "values", "message"),
     [

@@ -30,9 +30,10 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-template <class Number> std::string bytesOf(const std::vector<Number>& numbers)
+template <class Numbers> std::string bytesOf(const Numbers& numbers)
 {
-    return {reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(Number)};
+    return {reinterpret_cast<const char*>(numbers.data()),
+            numbers.size() * sizeof(*numbers.data())};
 }
 
 zarngi::WatchSearch watchFor(const zarngi::Criterion& criterion)

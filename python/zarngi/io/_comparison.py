@@ -4,47 +4,30 @@ from __future__ import annotations
 
 import ctypes
 import errno
+import json
 import os
 import weakref
 from collections.abc import Callable, Mapping, Sequence
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import Any
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _host, _measurements, _structures
-from ._errors import FormatError
+from ._errors import FormatError, RequestError
 
-# enum zarnGIHost_Unit
-_GRAY = 0
+#: The gamma of a voxel for which no search point lay in the evaluation grid.
+UNREACHED = np.float32(1e10)
 
 _MEMBER_SIZE = 256
 _PATH_SIZE = 4096
 
-#: enum zarnGIHost_RefusalKind, less what is raised as an exception of Python's own.
-_KINDS = {1: "request", 2: "pair", 7: "interrupted"}
-#: Foreign, damaged, not supported.
-_FILES = (3, 4, 9)
-_SYSTEM = 5
-_MEMORY = 6
-
-
-class RequestError(ValueError):
-    """A comparison that cannot be made as it is asked for.
-
-    Attributes
-    ----------
-    member : str or None
-        What is to be mended, as it stands in the request: "criteria[1]", "structures.within".
-    kind : str
-        "request", or "pair" where the doses, or what belongs to them, cannot be compared so.
-    """
-
-    def __init__(self, sentence: str, member: str | None, kind: str) -> None:
-        super().__init__(sentence)
-        self.member = member
-        self.kind = kind
+#: enum zarnGIHost_RefusalKind.
+_KINDS = (
+    "", "request", "pair", "foreign", "file", "system", "memory", "interrupted", "argument",
+    "unsupported",
+)  # fmt: skip
 
 
 @dataclass(frozen=True)
@@ -53,42 +36,53 @@ class Refusal:
 
     Attributes
     ----------
-    kind : int
-        Of enum zarnGIHost_RefusalKind.
+    kind : str
+        "request", "pair", "foreign", "file", "unsupported", "system", "memory", "interrupted" or
+        "argument".
     system_error : int
         The number of the system's error; 0: none.
     member : str
-        What is to be mended, as it stands in the request; empty: nothing of it.
+        What is to be mended, or would mend it, as it stands in the request; empty: nothing of it.
     file : str
         The file that is to blame; empty: none.
     sentence : str
         One line; of a file what continues "FILE: ".
     """
 
-    kind: int
+    kind: str
     system_error: int
     member: str
     file: str
     sentence: str
 
+    def __str__(self) -> str:
+        return f"{self.file}: {self.sentence}" if self.file else self.sentence
+
     @property
     def is_of_request(self) -> bool:
         """Whether the request makes no sense, by itself or for these doses."""
-        return _KINDS.get(self.kind) == "request"
+        return self.kind == "request"
 
     def error(self) -> Exception:
         """What to raise."""
-        whole = f"{self.file}: {self.sentence}" if self.file else self.sentence
-        if self.kind in _FILES:
-            return FormatError(whole)
-        if self.kind == _SYSTEM:
+        if self.kind in ("foreign", "file", "unsupported"):
+            return FormatError(str(self))
+        if self.kind == "system":
             # With a number OSError becomes FileNotFoundError and its like.
             return OSError(self.system_error or errno.EIO, self.sentence, self.file)
-        if self.kind == _MEMORY:
-            return MemoryError(whole)
-        if self.kind in _KINDS:
-            return RequestError(whole, self.member or None, _KINDS[self.kind])
-        return ValueError(whole)
+        if self.kind == "memory":
+            return MemoryError(str(self))
+        if self.kind == "argument":
+            return ValueError(str(self))
+        return RequestError(str(self), self.member or None, self.kind)
+
+
+class Refused(Exception):
+    """Carries why there is no comparison."""
+
+    def __init__(self, refusal: Refusal) -> None:
+        super().__init__(str(refusal))
+        self.refusal = refusal
 
 
 class _Refusal(ctypes.Structure):
@@ -156,19 +150,35 @@ class _Watcher(ctypes.Structure):
     _fields_ = [("prepared", _Prepared), ("progress", _Watch), ("context", ctypes.c_void_p)]
 
 
+class _Options(ctypes.Structure):
+    """Mirror of `zarnGIHost_Options`."""
+
+    _fields_ = [
+        ("areLent", ctypes.c_int),
+        ("verbose", ctypes.c_int),
+        ("isUnbounded", ctypes.c_int),
+        ("mayTestNothing", ctypes.c_int),
+        ("hasOnlyFindings", ctypes.c_int),
+        ("explained", ctypes.c_void_p),
+        ("explainedName", ctypes.c_char_p),
+        ("words", ctypes.c_char_p),
+    ]
+
+
 _BYTES_P = ctypes.POINTER(_host.Bytes)
 _ERROR_P = ctypes.POINTER(_host.Error)
 _MAP = [ctypes.c_void_p, ctypes.c_size_t, ctypes.POINTER(_host.Volume)]
 
 _functions = _host.declare(
     {
-        "compare": (
+        "compareWith": (
             ctypes.c_int,
             [
                 ctypes.c_char_p,
                 ctypes.c_size_t,
                 ctypes.POINTER(_Source),
                 ctypes.POINTER(_Watcher),
+                ctypes.POINTER(_Options),
                 ctypes.POINTER(ctypes.c_void_p),
                 ctypes.POINTER(_Refusal),
             ],
@@ -189,6 +199,17 @@ _functions = _host.declare(
         ),
         "getGamma": (ctypes.c_int, _MAP),
         "getPassed": (ctypes.c_int, _MAP),
+        "getExplainedGamma": (ctypes.c_int, [ctypes.c_void_p, ctypes.POINTER(_host.Volume)]),
+        "takeGamma": (
+            ctypes.c_int,
+            [
+                ctypes.c_void_p,
+                ctypes.c_size_t,
+                ctypes.POINTER(ctypes.c_void_p),
+                ctypes.POINTER(_host.Volume),
+            ],
+        ),
+        "freeMap": (None, [ctypes.c_void_p]),
         "freeComparison": (None, [ctypes.c_void_p]),
     }
 )
@@ -206,6 +227,7 @@ class Dose:
     measured: npt.NDArray[np.uint8] | None = None
     points: npt.NDArray[np.float64] | None = None
     frame_of_reference: str | None = None
+    unit: _host.DoseUnit = "Gy"
 
     def described(self) -> _NamedDose:
         """What the library takes; the arrays have to outlive it."""
@@ -219,20 +241,55 @@ class Dose:
         )
         frame = None if self.frame_of_reference is None else self.frame_of_reference.encode()
         name = _host.path_bytes(self.name)
-        return _NamedDose(name, _host.volume(*self.grid), places, _GRAY, frame)
+        unit = _host.unit_number(self.unit)
+        return _NamedDose(name, _host.volume(*self.grid), places, unit, frame)
+
+
+@dataclass(frozen=True)
+class Options:
+    """As zarnGIHost_Options says; `explained` is a contiguous array and its name."""
+
+    are_lent: bool = False
+    verbose: int = 0
+    is_unbounded: bool = False
+    may_test_nothing: bool = False
+    has_only_findings: bool = False
+    explained: tuple[npt.NDArray[np.uint8], str] | None = None
+    words: Mapping[str, str] = field(default_factory=dict)
+
+    def described(self) -> _Options:
+        """What the library takes; the array has to outlive it."""
+        mask, name = (None, None) if self.explained is None else self.explained
+        return _Options(
+            self.are_lent,
+            self.verbose,
+            self.is_unbounded,
+            self.may_test_nothing,
+            self.has_only_findings,
+            None if mask is None else mask.ctypes.data,
+            None if name is None else name.encode(),
+            json.dumps(self.words).encode(),
+        )
 
 
 class _Map:
-    """A map in the memory of a comparison, which it keeps alive."""
+    """A map in the library's memory, whose owner it keeps alive."""
 
-    def __init__(self, owner: Comparison, volume: Any, code: str) -> None:
+    def __init__(self, owner: object, volume: Any, code: str, *, may_change: bool = False) -> None:
         self._owner = owner
         self.__array_interface__ = {
             "version": 3,
             "shape": tuple(volume.size)[::-1],
             "typestr": np.dtype(code).str,
-            "data": (volume.values, True),
+            "data": (volume.values, not may_change),
         }
+
+
+class _Taken:
+    """A map that was taken out of a comparison, freed when nothing looks at it any longer."""
+
+    def __init__(self, handle: ctypes.c_void_p) -> None:
+        weakref.finalize(self, _functions.freeMap, handle).atexit = False
 
 
 class Comparison:
@@ -273,6 +330,20 @@ class Comparison:
         """1, 0, or 255: not tested; read-only."""
         return self._map(_functions.getPassed, criterion, "u1")
 
+    def explained_gamma(self) -> npt.NDArray[np.float32]:
+        """The map after the change that explains; a copy, -1 where not tested."""
+        volume = _host.Volume()
+        if _functions.getExplainedGamma(self._handle, volume) != 0:
+            raise IndexError("nothing was explained")
+        return np.array(_Map(self, volume, "f4"))
+
+    def take_gamma(self, criterion: int) -> npt.NDArray[np.float32]:
+        """The library's map, which the comparison has no more; -1 where not tested."""
+        handle, volume = ctypes.c_void_p(), _host.Volume()
+        if _functions.takeGamma(self._handle, criterion, handle, volume) != 0:
+            raise IndexError(f"there is no map of a criterion {criterion}")
+        return np.asarray(_Map(_Taken(handle), volume, "f4", may_change=True))
+
     def _map(self, get: Any, criterion: int, code: str) -> npt.NDArray[Any]:
         volume = _host.Volume()
         if criterion < 0 or get(self._handle, criterion, volume) != 0:
@@ -294,18 +365,19 @@ def compare(
     doses: Sequence[Dose],
     structures: Mapping[str, _structures.Structures],
     threads: int,
-    follow: Callable[[float], bool],
+    follow: Callable[[float], bool] | None = None,
+    options: Options = Options(),
 ) -> Comparison:
     """As `attempt`, inside `exclusive_use`.
 
     Raises
     ------
-    RequestError, FormatError, OSError, MemoryError
-        What the refusal means.
+    Refused
+        When there is no comparison.
     """
-    made = attempt(request, doses, structures, threads, follow)
+    made = attempt(request, doses, structures, threads, follow, options=options)
     if isinstance(made, Refusal):
-        raise made.error()
+        raise Refused(made)
     return made
 
 
@@ -314,8 +386,9 @@ def attempt(
     doses: Sequence[Dose],
     structures: Mapping[str, _structures.Structures],
     threads: int,
-    follow: Callable[[float], bool],
+    follow: Callable[[float], bool] | None = None,
     prepared: Callable[[], bool] = lambda: True,
+    options: Options = Options(),
 ) -> Comparison | Refusal:
     """Compare; what the arrays do not name is read from files.
 
@@ -323,10 +396,12 @@ def attempt(
     ----------
     threads : int
         0: one for each processor.
-    follow : callable
+    follow : callable, optional
         Is told the part that is done and returns whether to go on; must not raise.
     prepared : callable
         Is called when everything has been read, and returns whether to go on; must not raise.
+    options : Options
+        What no document asks for. Arrays that are lent have to outlive what is returned.
     """
     named = (_NamedDose * len(doses))(*(dose.described() for dose in doses))
     sets = (_NamedStructures * len(structures))(
@@ -335,17 +410,16 @@ def attempt(
     source = _Source(
         named, len(named), sets, len(sets), _host.FindFile(), None, None, threads
     )
-    watcher = _Watcher(
-        _Prepared(lambda *_: int(not prepared())),
-        _Watch(lambda progress, _: int(not follow(progress[0].done))),
-        None,
-    )
+    watch = _Watch() if follow is None else _Watch(lambda now, _: int(not follow(now[0].done)))
+    watcher = _Watcher(_Prepared(lambda *_: int(not prepared())), watch, None)
     handle, refusal = ctypes.c_void_p(), _Refusal()
-    status = _functions.compare(request, len(request), source, watcher, handle, refusal)
+    status = _functions.compareWith(
+        request, len(request), source, watcher, options.described(), handle, refusal
+    )
     if status == 0:
         return Comparison(handle)
     return Refusal(
-        refusal.kind,
+        _KINDS[refusal.kind],
         refusal.systemError,
         refusal.member.decode(),
         os.fsdecode(refusal.file),

@@ -1,4 +1,4 @@
-"""What reading raises and warns of."""
+"""What reading and comparing raise and warn of."""
 
 
 class FormatError(ValueError):
@@ -7,3 +7,20 @@ class FormatError(ValueError):
 
 class FormatWarning(UserWarning):
     """A file leaves something open, which was taken for granted."""
+
+
+class RequestError(ValueError):
+    """A comparison that cannot be made as it is asked for.
+
+    Attributes
+    ----------
+    member : str or None
+        What is to be mended, as it stands in the request: "criteria[1]", "structures.within".
+    kind : str
+        "request", or "pair" where the doses, or what belongs to them, cannot be compared so.
+    """
+
+    def __init__(self, sentence: str, member: str | None, kind: str) -> None:
+        super().__init__(sentence)
+        self.member = member
+        self.kind = kind

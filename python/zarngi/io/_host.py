@@ -14,13 +14,12 @@ import weakref
 from collections.abc import Iterator, Mapping, Sequence
 from contextlib import contextmanager
 from types import SimpleNamespace
-from typing import Any
+from typing import Any, Literal
 
 import numpy as np
 import numpy.typing as npt
 
 from .. import _library
-from .._grid import DoseUnit
 from ._errors import FormatError
 
 #: The soname, which changes with the layout and the meaning of what is declared here.
@@ -36,7 +35,9 @@ _NO_MEMORY = -3
 _IS_RELATIVE = 0
 _IS_ERROR = 5
 
-#: enum zarnGIHost_Unit, by its numbers, as `DoseGrid.unit` has it; relative doses count as Gy.
+#: What doses are in; relative ones count as Gy.
+DoseUnit = Literal["Gy", "Gy/history", "Gy/run"]
+#: enum zarnGIHost_Unit, by its numbers.
 _UNITS: tuple[DoseUnit, ...] = ("Gy", "Gy", "Gy/history", "Gy/run")
 
 # enum zarnGIHost_Text
@@ -93,8 +94,6 @@ _DOSE = ctypes.c_void_p
 _DOSE_P = ctypes.POINTER(ctypes.c_void_p)
 _ERROR_P = ctypes.POINTER(Error)
 _TRIPLE_P = ctypes.POINTER(ctypes.c_double)
-_VOLUME_P = ctypes.POINTER(Volume)
-_SIZE_P = ctypes.POINTER(ctypes.c_size_t)
 
 _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
     "readAnyDose": (
@@ -124,10 +123,6 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
     "getWarning": (ctypes.c_char_p, [_DOSE, ctypes.c_size_t]),
     "writeVolume": (ctypes.c_int, [ctypes.c_char_p, ctypes.POINTER(Volume), _ERROR_P]),
     "freeBytes": (None, [ctypes.POINTER(Bytes)]),
-    "countFailedSides": (
-        ctypes.c_int,
-        [_VOLUME_P, _VOLUME_P, ctypes.c_void_p, _SIZE_P, _SIZE_P, _ERROR_P],
-    ),
 }
 
 
@@ -146,6 +141,11 @@ def declare(prototypes: dict[str, tuple[Any, list[Any]]]) -> SimpleNamespace:
 
 
 declare(_PROTOTYPES)
+
+
+def unit_number(unit: DoseUnit) -> int:
+    """The number of enum zarnGIHost_Unit."""
+    return _UNITS.index(unit)
 
 
 class _Uncertainty:
@@ -305,26 +305,6 @@ def write_volume(
 
 #: A grid of doses: array of float32, shape (nz, ny, nx); spacing and origin in mm.
 Grid = tuple[npt.NDArray[np.float32], Sequence[float], Sequence[float]]
-
-
-def count_failed_sides(
-    reference: Grid, evaluation: Grid, passed: npt.NDArray[np.uint8]
-) -> tuple[int, int]:
-    """Count the failed voxels with more (hot) and with less dose (cold) than the reference.
-
-    Parameters
-    ----------
-    reference, evaluation : grids
-        Contiguous.
-    passed : numpy.ndarray of uint8
-        Contiguous; for each voxel of the reference 1, 0, or 255: not tested.
-    """
-    hot, cold, error = ctypes.c_size_t(), ctypes.c_size_t(), Error()
-    status = _host.zarnGIHost_countFailedSides(
-        volume(*reference), volume(*evaluation), passed.ctypes.data, hot, cold, error
-    )
-    check(status, error, "the doses")
-    return hot.value, cold.value
 
 
 def volume(

@@ -3,21 +3,41 @@
 from __future__ import annotations
 
 import ctypes
+import warnings
 from collections.abc import Sequence
+from dataclasses import dataclass
 from typing import Any, Literal
 
 import numpy as np
 import numpy.typing as npt
 
-from .._grid import DoseGrid
-from .._points import DosePoints
 from . import _host
+from ._errors import FormatError, FormatWarning
 
 # enum zarnGIHost_Kind
-_PLANE = 1
-_POINTS = 2
+VOLUME, PLANE, POINTS = range(3)
 
 _AXES: tuple[Literal["x"], Literal["y"], Literal["z"]] = ("x", "y", "z")
+
+
+@dataclass(frozen=True)
+class Distribution:
+    """Doses as the library tells them.
+
+    Of points, `points` has their places, shape (n, 3) or (n, 2), and the rest means nothing but the
+    frame of reference; of grids, it is None, and spacing and origin have as many values as the grid
+    has dimensions.
+    """
+
+    values: npt.NDArray[np.float32]
+    frame_of_reference: str | None
+    points: npt.NDArray[np.float64] | None = None
+    spacing: tuple[float, ...] = ()
+    origin: tuple[float, ...] = ()
+    measured: npt.NDArray[np.bool_] | None = None
+    normal: Literal["x", "y", "z"] | None = None
+    unit: _host.DoseUnit = "Gy"
+    uncertainty: npt.NDArray[np.float32] | None = None
 
 
 class Places(ctypes.Structure):
@@ -66,33 +86,34 @@ _functions = _host.declare(
 )
 
 
-def distribution(dose: _host.Dose) -> DoseGrid | DosePoints:
-    """What was read, as the grid or the points that it is."""
+def distribution(dose: _host.Dose) -> Distribution:
+    """What was read; it looks at the library's memory."""
     places = Places()
     _functions.getPlaces(dose.handle, places)
     values = np.asarray(dose)
-    if places.kind == _POINTS:
+    if places.kind == POINTS:
         count = values.size
         raw = (ctypes.c_double * (3 * count)).from_address(places.points)
         positions = np.array(raw, np.float64).reshape(count, 3)
         axes = 3 if places.isInSpace else 2
-        return DosePoints(positions[:, :axes], values.reshape(count), dose.frame_of_reference)
+        return Distribution(values.reshape(count), dose.frame_of_reference, positions[:, :axes])
     measured = None
     if places.isMeasured:
         raw_mask = (ctypes.c_ubyte * values.size).from_address(places.isMeasured)
         measured = np.array(raw_mask, np.uint8).reshape(values.shape).astype(bool)
     axes = 3
     normal: Literal["x", "y", "z"] | None = None
-    if places.kind == _PLANE and places.isInSpace:
+    if places.kind == PLANE and places.isInSpace:
         normal = _AXES[places.normal]
-    elif places.kind == _PLANE:
+    elif places.kind == PLANE:
         axes, values = 2, values[0]
         measured = None if measured is None else measured[0]
-    return DoseGrid(
+    return Distribution(
         values,
+        dose.frame_of_reference,
+        None,
         dose.spacing[:axes],
         dose.origin[:axes],
-        dose.frame_of_reference,
         measured,
         normal,
         dose.unit,
@@ -100,14 +121,48 @@ def distribution(dose: _host.Dose) -> DoseGrid | DosePoints:
     )
 
 
-def placed_plane(grid: DoseGrid, name: str, at: Sequence[float]) -> DoseGrid | DosePoints:
-    """A plane at its place in the patient."""
-    dose = np.ascontiguousarray(grid.dose, np.float32)
-    measured = None if grid.measured is None else np.ascontiguousarray(grid.measured, np.uint8)
+def accepted(
+    name: str, dose: _host.Dose, allow_relative: bool, allow_error_doses: bool, stacklevel: int
+) -> Distribution:
+    """What was read, if it is what the caller takes; tells its warnings.
+
+    Parameters
+    ----------
+    stacklevel : int
+        Of the warnings; 1 is the caller of this function.
+
+    Raises
+    ------
+    FormatError
+        When the doses are relative, or differences between doses, and are not allowed to be.
+    """
+    if dose.is_relative and not allow_relative:
+        raise FormatError(
+            f"{name}: its doses are relative; pass allow_relative=True to read them as such"
+        )
+    if dose.is_error and not allow_error_doses:
+        raise FormatError(
+            f"{name}: holds differences between doses, no doses (Dose Type ERROR); pass "
+            "allow_error_doses=True to read them as such"
+        )
+    for warning in dose.warnings():
+        warnings.warn(f"{name}: {warning}", FormatWarning, stacklevel=stacklevel)
+    return distribution(dose)
+
+
+def placed_plane(
+    dose: npt.NDArray[np.float32],
+    measured: npt.NDArray[np.uint8] | None,
+    spacing: Sequence[float],
+    origin: Sequence[float],
+    name: str,
+    at: Sequence[float],
+) -> Distribution:
+    """A plane, shape (ny, nx), at its place in the patient; contiguous arrays."""
     plane = _Plane(
         (ctypes.c_int * 2)(*dose.shape[::-1]),
-        (ctypes.c_double * 2)(*grid.spacing),
-        (ctypes.c_double * 2)(*grid.origin),
+        (ctypes.c_double * 2)(*spacing),
+        (ctypes.c_double * 2)(*origin),
         dose.ctypes.data,
         None if measured is None else measured.ctypes.data,
         None,
@@ -120,7 +175,7 @@ def placed_points(
     dose: npt.NDArray[np.float32],
     name: str,
     at: Sequence[float],
-) -> DoseGrid | DosePoints:
+) -> Distribution:
     """Points of a plane, shape (n, 2), at their places in the patient; contiguous arrays."""
     plane = _Plane(
         (ctypes.c_int * 2)(dose.size, 1),
@@ -133,7 +188,7 @@ def placed_points(
     return _placed(plane, name, at)
 
 
-def _placed(plane: _Plane, name: str, at: Sequence[float]) -> DoseGrid | DosePoints:
+def _placed(plane: _Plane, name: str, at: Sequence[float]) -> Distribution:
     handle: Any = ctypes.c_void_p()
     error = _host.Error()
     status = _functions.placePlane(

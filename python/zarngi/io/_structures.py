@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import ctypes
-import json
 import weakref
 from collections.abc import Sequence
 from typing import Any
@@ -12,19 +11,6 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _host
-
-
-class _Input(ctypes.Structure):
-    """Mirror of `zarnGIHost_StructureInput`."""
-
-    _fields_ = [
-        ("sets", ctypes.POINTER(ctypes.c_void_p)),
-        ("count", ctypes.c_size_t),
-        ("reference", _host.Volume),
-        ("evaluation", _host.Volume),
-        ("gamma", ctypes.c_void_p),
-        ("passed", ctypes.c_void_p),
-    ]
 
 
 _SET = ctypes.c_void_p
@@ -48,10 +34,6 @@ _functions = _host.declare(
         "findVoxels": (
             ctypes.c_int,
             [_SET, ctypes.c_size_t, _INT_P, _DOUBLE_P, _DOUBLE_P, ctypes.c_void_p, _ERROR_P],
-        ),
-        "compareStructures": (
-            ctypes.c_int,
-            [ctypes.POINTER(_Input), ctypes.c_char_p, _BYTES_P, _ERROR_P],
         ),
     }
 )
@@ -123,34 +105,3 @@ def from_mask(name: str, mask: npt.NDArray[np.bool_], spacing: Any, origin: Any)
     status = _functions.makeStructure(name.encode(), volume, handle, error)
     _host.check(status, error, name)
     return Structures(handle)
-
-
-def compare(
-    sets: Sequence[Structures],
-    reference: _host.Grid,
-    evaluation: _host.Grid,
-    options: dict[str, Any],
-    gamma: npt.NDArray[np.float32] | None = None,
-    passed: npt.NDArray[np.uint8] | None = None,
-) -> dict[str, Any]:
-    """What zarnGIHost_compareStructures() tells; see there for the options.
-
-    Parameters
-    ----------
-    gamma, passed : numpy.ndarray, optional
-        Contiguous; the library's map, -1 where not tested, and 1, 0, or 255 for each voxel.
-    """
-    handles = (ctypes.c_void_p * len(sets))(*(one.handle for one in sets))
-    given = _Input(
-        ctypes.cast(handles, ctypes.POINTER(ctypes.c_void_p)),
-        len(sets),
-        _host.volume(*reference),
-        _host.volume(*evaluation),
-        None if gamma is None else gamma.ctypes.data,
-        None if passed is None else passed.ctypes.data,
-    )
-    text = json.dumps(options).encode()
-    return _host.document(
-        "structures",
-        lambda json_, error: _functions.compareStructures(given, text, json_, error),
-    )

@@ -75,7 +75,7 @@ inline zarngi::DoseImage sampled(const Grid& grid, const Field& field, double no
                     field(origin[0] + i * grid.spacing[0], origin[1] + j * grid.spacing[1],
                           origin[2] + k * grid.spacing[2]);
                 constexpr double uniformToDeviation = 1.7320508;
-                dose.image.values.push_back(
+                dose.image.values.own().push_back(
                     static_cast<float>(value * (1 + noise * uniformToDeviation * random.next())));
             }
         }
@@ -107,7 +107,7 @@ inline zarngi::Explanation explain(const zarngi::DoseImage& reference,
     settings.normalisation = static_cast<double>(
         *std::max_element(reference.image.values.begin(), reference.image.values.end()));
     zarngi::GammaRun run(reference, evaluation);
-    zarngi::RunEngine engine(run, settings, request.criterion.isLocal);
+    zarngi::RunEngine engine(run, settings, request.criterion.isLocal, {});
     return zarngi::explain(engine, zarngi::viewOf(reference.image),
                            zarngi::viewOf(evaluation.image), request, watch);
 }

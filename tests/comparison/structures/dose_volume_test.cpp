@@ -27,7 +27,7 @@ Image ramp(int width)
 {
     Image image{{{width, 2, 2}, {2, 2, 2}, {1, 1, 1}}, {}};
     for (std::size_t i = 0; i < image.geometry.voxels(); ++i) {
-        image.values.push_back(static_cast<float>(1 + 2 * (static_cast<int>(i) % width)));
+        image.values.own().push_back(static_cast<float>(1 + 2 * (static_cast<int>(i) % width)));
     }
     return image;
 }

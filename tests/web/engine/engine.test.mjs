@@ -38,12 +38,13 @@ function output(call) {
 
 /** What the program makes of the same: its record, and the floats of its maps. */
 function byProgram(request, count) {
-    const { reference, evaluation, structures = [], criteria, maxGamma, nearest, measured } = request;
+    const { reference, evaluation, structures = [], criteria, maxGamma, nearest, step, measured } = request;
     const options = [
         ...structures.flatMap((path) => ['--structures', path]),
         ...criteria.flatMap((criterion) => ['-c', criterion]),
         ...(maxGamma ? ['--max-gamma', String(maxGamma)] : []),
         ...(nearest ? ['--nearest'] : []),
+        ...(step ? ['--step', String(step)] : []),
     ];
     const json = join(folder, 'record.json');
     const map = join(folder, 'map.nii');
@@ -100,6 +101,12 @@ const rows = {
         reference: at('arccheck_measured.txt'),
         evaluation: at('arccheck_planned.snc'),
         criteria: ['3%/3mm', '2%/2mm', '3%/2mm', '3%L/3mm', '1%/1mm'],
+    },
+    'a lattice finer than a plane is thick': {
+        reference: at('arccheck_measured.txt'),
+        evaluation: at('arccheck_planned.snc'),
+        criteria: ['3%/0.05mm'],
+        step: 0.005,
     },
 };
 

@@ -10,8 +10,8 @@ from typing import Any, BinaryIO
 import numpy as np
 import numpy.typing as npt
 
-from .._grid import DoseGrid
-from . import _dicom, _host
+from ._grid import DoseGrid
+from .io import _dicom, _host
 
 _DICOM_ENDING = ".dcm"
 _ENDINGS = (".mha", ".nrrd", ".nii", ".nii.gz", _DICOM_ENDING)

@@ -3,16 +3,14 @@
 from __future__ import annotations
 
 import os
-import warnings
 from collections.abc import Mapping
 from pathlib import Path
 from typing import Literal
 
-from .. import _checks
-from .._grid import DoseGrid
-from .._points import DosePoints
-from . import _host, _measurements
-from ._errors import FormatError, FormatWarning
+from . import _checks
+from ._grid import DoseGrid, doses_of
+from ._points import DosePoints
+from .io import _host, _measurements
 
 #: What a bytes-like object is called here; the typing module of Python 3.11 has no name for it.
 BytesLike = bytes | bytearray | memoryview
@@ -143,15 +141,5 @@ def dose_grid(
 
     The warnings point at the caller of the function that calls this one.
     """
-    if dose.is_relative and not allow_relative:
-        raise FormatError(
-            f"{name}: its doses are relative; pass allow_relative=True to read them as such"
-        )
-    if dose.is_error and not allow_error_doses:
-        raise FormatError(
-            f"{name}: holds differences between doses, no doses (Dose Type ERROR); pass "
-            "allow_error_doses=True to read them as such"
-        )
-    for warning in dose.warnings():
-        warnings.warn(f"{name}: {warning}", FormatWarning, stacklevel=3)
-    return _measurements.distribution(dose)
+    told = _measurements.accepted(name, dose, allow_relative, allow_error_doses, stacklevel=4)
+    return doses_of(told)
