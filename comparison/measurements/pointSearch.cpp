@@ -14,7 +14,7 @@ namespace
 DoseView pointOf(const DoseImage& points, std::size_t index)
 {
     return {gridAround(points.measurement->points[index]),
-            std::span(points.image.values).subspan(index, 1)};
+            std::span<const float>(points.image.values).subspan(index, 1)};
 }
 
 /** Rounded to single precision, as the library's. */

@@ -123,7 +123,7 @@ TEST(ReportVolume, DosesUseAllDecimalsThatFit)
         EXPECT_EQ(zarngi::doseDecimals(largest), decimals) << largest;
         EXPECT_LE(std::round(largest * std::pow(10, decimals)), 32767);
     }
-    EXPECT_EQ(zarngi::storedDoses({0, 1.23456F, -2.5F}, 4),
+    EXPECT_EQ(zarngi::storedDoses(std::vector<float>{0, 1.23456F, -2.5F}, 4),
               (std::vector<std::int16_t>{0, 12346, -25000}));
 }
 
