@@ -441,7 +441,7 @@ def test_warnings_are_kept(tmp_path):
                   "-c", "2%/2mm")  # fmt: skip
     warnings = contents(results)["warnings"]
     assert [row[2] for row in warnings] == [
-        "a: the files have different Frame of Reference UIDs: their positions may not match"
+        "a: the files have different frames of reference: their positions may not match"
     ]
 
 
