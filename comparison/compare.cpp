@@ -39,6 +39,11 @@ void compareDigests(const Request& request, const GivenDoses& doses,
             paths.push_back(set.path);
         }
     }
+    for (const auto* const file : {&doses.referenceUncertainty, &doses.evaluationUncertainty}) {
+        if (*file) {
+            paths.push_back((*file)->path);
+        }
+    }
     for (std::size_t i = 0; i < std::min(paths.size(), request.formerDigests.size()); ++i) {
         const std::string& former = request.formerDigests[i];
         const auto digest = digests.find(paths[i]);
@@ -92,6 +97,7 @@ Comparison prepared(Request request, DoseSource& source)
             {},
             {},
             {},
+            {},
             std::move(warnings),
             readSeconds,
             source.isDiscreet()};
@@ -116,6 +122,7 @@ Comparison compare(const Request& request, DoseSource& source, const Watchers& w
     comparison.explanation = explanationOf(comparison, searches, watchers.work);
     comparison.sweeps = std::move(sweeps);
     comparison.results = std::move(results);
+    addNoiseFindings(comparison, searches, watchers.work);
     return comparison;
 }
 

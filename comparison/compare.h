@@ -22,7 +22,7 @@ using WatchWork = std::function<std::function<bool(double)>(const std::string& t
 /** Who is told what; each may be empty. */
 struct Watchers {
     WatchFor search{};
-    WatchWork work{}; ///< explanation and rates by criterion
+    WatchWork work{}; ///< explanation, rates by criterion and without noise
     /** What is going to be computed, before it is: without results. What it throws ends all. */
     std::function<void(const Comparison&)> prepared{};
 };

@@ -17,6 +17,8 @@
 #include "comparison/gammaRun.h"
 #include "comparison/gammaStatistics.h"
 #include "comparison/measurements/placement.h"
+#include "comparison/noise/noiseEstimate.h"
+#include "comparison/noise/noiseFindings.h"
 #include "comparison/request/request.h"
 #include "comparison/sentence.h"
 #include "comparison/structures/structureComparison.h"
@@ -33,6 +35,7 @@ struct CriterionResult {
     double step = 0; ///< mm, spacing of the search lattice
     GammaStatistics statistics;
     Verdict verdict = Verdict::fail;
+    std::optional<NoiseEstimate> withoutNoise;
     double seconds = 0;                ///< of the search
     std::vector<float> gamma;          ///< on the reference grid; -1: not tested
     std::vector<unsigned char> passed; ///< 1, 0, or 255: not tested
@@ -54,6 +57,9 @@ struct ComparedDoses {
     DoseImage evaluation;
     std::vector<DoseImage> referenceAdded; ///< without their values
     std::vector<DoseImage> evaluationAdded;
+    /** Files of uncertainties, without their values. */
+    std::optional<DoseImage> referenceUncertainty;
+    std::optional<DoseImage> evaluationUncertainty;
     PlacedDoses placed;
     DoseExtremes referenceExtremes{}; ///< of all doses, found once: grids are large
     DoseExtremes evaluationExtremes{};
@@ -72,6 +78,7 @@ struct Comparison : ComparedDoses {
     std::vector<CriterionResult> results;
     std::optional<Explanation> explanation; ///< of one of the criteria; changes no result
     std::vector<Sweep> sweeps;
+    std::optional<NoiseFindings> noise; ///< with the estimates of the results; changes none of them
     std::vector<Sentence> warnings;
     double readSeconds = 0;
     bool isDiscreet = false; ///< no sentence quotes what stands in a file

@@ -36,8 +36,15 @@ public:
     /** Of all that was given so far, by the paths under which it was read; documents need them. */
     virtual FileDigests digests() const = 0;
 
+    /** From now on doses come with the uncertainties that their files tell. */
+    void keepUncertainty() { keepsUncertainty_ = true; }
+    bool keepsUncertainty() const { return keepsUncertainty_; }
+
     /** Whether no warning quotes what stands in a file, as anonymous documents need it. */
     virtual bool isDiscreet() const { return false; }
+
+private:
+    bool keepsUncertainty_ = false;
 };
 
 } // namespace zarngi

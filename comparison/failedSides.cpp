@@ -39,12 +39,16 @@ CentreDoses::CentreDoses(const DoseView& reference, const DoseView& evaluation)
     }
 }
 
-void CentreDoses::count(FailedSides& sides, std::size_t voxel) const
+std::array<AxisPlace, 3> CentreDoses::placesOf(std::size_t voxel) const
 {
     const std::size_t row = voxel / places_[0].size();
-    const AxisPlace& x = places_[0][voxel % places_[0].size()];
-    const AxisPlace& y = places_[1][row % places_[1].size()];
-    const AxisPlace& z = places_[2][row / places_[1].size()];
+    return {places_[0][voxel % places_[0].size()], places_[1][row % places_[1].size()],
+            places_[2][row / places_[1].size()]};
+}
+
+void CentreDoses::count(FailedSides& sides, std::size_t voxel) const
+{
+    const auto [x, y, z] = placesOf(voxel);
     if (!x.isInside || !y.isInside || !z.isInside) {
         return;
     }

@@ -31,6 +31,9 @@ public:
     /** Counts a voxel of the reference, which has failed. */
     void count(FailedSides& sides, std::size_t voxel) const;
 
+    /** Where a voxel of the reference lies in the evaluation, for each axis. */
+    std::array<AxisPlace, 3> placesOf(std::size_t voxel) const;
+
 private:
     DoseView reference_;
     DoseView evaluation_;

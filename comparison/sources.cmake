@@ -14,6 +14,7 @@ set(comparison_sources
     documents/doseJson.cpp
     documents/explanationJson.cpp
     documents/measurementJson.cpp
+    documents/noiseJson.cpp
     documents/record.cpp
     documents/reportPage.cpp
     documents/reportVolume.cpp
@@ -44,6 +45,12 @@ set(comparison_sources
     measurements/normalisation.cpp
     measurements/placement.cpp
     measurements/pointSearch.cpp
+    noise/differences.cpp
+    noise/noiseEstimate.cpp
+    noise/noisyDoses.cpp
+    noise/noisyRates.cpp
+    noise/normalNumbers.cpp
+    noise/uncertainty.cpp
     request/member.cpp
     request/request.cpp
     request/values.cpp

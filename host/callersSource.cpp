@@ -251,12 +251,21 @@ DoseImage CallersSource::dose(const std::string& name, const files::TableUnits& 
         return imageOf(*named, areLent_);
     }
     if (source_.find == nullptr) {
+        keepDiskUncertainty();
         return disk_.dose(name, units);
     }
-    const files::Host host{files::nativeDeflate(), unpackerOf(source_), {}, units};
+    const files::Host host{
+        files::nativeDeflate(), unpackerOf(source_), {}, units, keepsUncertainty()};
     return found(name, [&](files::ByteView file, const files::FindFile& find) {
         return files::readDose(file, name, find, host);
     });
+}
+
+void CallersSource::keepDiskUncertainty()
+{
+    if (keepsUncertainty()) {
+        disk_.keepUncertainty();
+    }
 }
 
 files::StructureSet CallersSource::structures(const std::string& name)
@@ -284,6 +293,7 @@ std::pair<DoseImage, DoseImage> CallersSource::doses(const std::string& referenc
     };
     const bool areFiles = source_.find == nullptr && source_.unpackPixels == nullptr &&
                           isFile(reference) && isFile(evaluation);
+    keepDiskUncertainty();
     return areFiles ? disk_.doses(reference, evaluation, units)
                     : DoseSource::doses(reference, evaluation, units);
 }

@@ -39,6 +39,7 @@ public:
     bool isDiscreet() const override { return isDiscreet_; }
 
 private:
+    void keepDiskUncertainty();
     /** What `read` makes of the contents that the caller finds. @throws InputError */
     template <class Read> auto found(const std::string& name, const Read& read);
 

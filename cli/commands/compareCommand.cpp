@@ -52,6 +52,12 @@ std::vector<std::string> inputsOf(const Comparison& comparison)
             files.insert(files.end(), {dose.path, dose.dataPath});
         }
     }
+    for (const auto* const file :
+         {&comparison.referenceUncertainty, &comparison.evaluationUncertainty}) {
+        if (*file) {
+            files.insert(files.end(), {(*file)->path, (*file)->dataPath});
+        }
+    }
     if (comparison.structures) {
         for (const files::StructureSet& set : comparison.structures->catalogue->sets()) {
             files.insert(files.end(), {set.path, set.dataPath});

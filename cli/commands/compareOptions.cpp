@@ -193,6 +193,28 @@ void addExplanation(CLI::App& command, CompareOptions& options)
         ->group("Explanation");
 }
 
+void addNoise(CLI::App& command, CompareOptions& options)
+{
+    constexpr const char* group = "Statistical noise";
+    auto* const noise =
+        command
+            .add_flag("--noise", options.noise, "Estimate the rates of doses without their noise")
+            ->group(group);
+    const auto text = [&](const char* name, std::string& value, const char* type,
+                          const char* what) {
+        command.add_option(name, value, what)->type_name(type)->group(group);
+    };
+    text("--reference-uncertainty", options.referenceUncertainty, "FILE|P%",
+         "Of its doses, where its file tells none: or 2%");
+    text("--evaluation-uncertainty", options.evaluationUncertainty, "FILE|P%", "Likewise");
+    text("--uncertainty-unit", options.uncertaintyUnit, "UNIT",
+         "Of such files: percent, fraction or gray");
+    command.add_option("--noise-seed", options.noiseSeed, "Of the random numbers (1)")
+        ->type_name("N")
+        ->needs(noise)
+        ->group(group);
+}
+
 void addOutput(CLI::App& command, CompareOptions& options)
 {
     const auto file = [&](const char* name, std::string& value, const char* text) {
@@ -232,6 +254,21 @@ template <class Value, class Given> void replaceBy(Value& member, const std::opt
 {
     if (given) {
         member = *given;
+    }
+}
+
+void readUncertainties(Request& request, const CompareOptions& options)
+{
+    if (!options.referenceUncertainty.empty()) {
+        request.reference.uncertainty =
+            parseUncertainty({Member::referenceUncertainty}, options.referenceUncertainty);
+    }
+    if (!options.evaluationUncertainty.empty()) {
+        request.evaluation.uncertainty =
+            parseUncertainty({Member::evaluationUncertainty}, options.evaluationUncertainty);
+    }
+    if (!options.uncertaintyUnit.empty()) {
+        request.uncertaintyUnit = parseUncertaintyUnit(options.uncertaintyUnit);
     }
 }
 
@@ -331,6 +368,12 @@ void readFindings(Request& request, const CompareOptions& options)
         sweeps.push_back(parseCriterionRange(options.sweeps[i], {Member::sweeps, i}));
     }
     replace(request.sweeps, sweeps);
+    if (options.noise) {
+        request.noise.emplace();
+        if (options.noiseSeed) {
+            request.noise->seed = noiseSeed(*options.noiseSeed);
+        }
+    }
 }
 
 void checkFiles(const Request& request)
@@ -354,6 +397,7 @@ Request CompareOptions::request() const
     readSettings(request.settings, *this);
     readLimits(request.limits, *this);
     readStructures(request.structures, *this);
+    readUncertainties(request, *this);
     readFindings(request, *this);
     request.commandLine = commandLine;
     checkFiles(request);
@@ -392,6 +436,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addMeasurements(command, options);
     addLimits(command, options);
     addExplanation(command, options);
+    addNoise(command, options);
     addOutput(command, options);
 }
 

@@ -35,6 +35,9 @@ struct CompareOptions {
     std::vector<std::string> evaluationAdded;
     std::string referenceScale;
     std::string evaluationScale;
+    std::string referenceUncertainty;
+    std::string evaluationUncertainty;
+    std::string uncertaintyUnit;
     std::vector<std::string> criteria;
     std::optional<double> doseDifference; ///< of the one criterion without `criteria`
     std::optional<double> distance;
@@ -69,6 +72,8 @@ struct CompareOptions {
     std::optional<double> explainRange;
     std::string explainStructure;
     std::vector<std::string> sweeps;
+    bool noise = false;
+    std::optional<double> noiseSeed;
     std::string commandLine; ///< as it was typed
     OutputNames outputs;
 

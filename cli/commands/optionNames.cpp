@@ -12,9 +12,11 @@ namespace
 constexpr std::array<const char*, memberCount> names{"REFERENCE",
                                                      "--reference-add",
                                                      "--reference-scale",
+                                                     "--reference-uncertainty",
                                                      "EVALUATION",
                                                      "--evaluation-add",
                                                      "--evaluation-scale",
+                                                     "--evaluation-uncertainty",
                                                      "--criteria",
                                                      "--dco",
                                                      "--norm",
@@ -40,11 +42,14 @@ constexpr std::array<const char*, memberCount> names{"REFERENCE",
                                                      "--at",
                                                      "--dose-unit",
                                                      "--length-unit",
+                                                     "--uncertainty-unit",
                                                      "--allow-error-doses",
                                                      "--explain",
                                                      "--explain-range",
                                                      "--explain-structure",
-                                                     "--sweep"};
+                                                     "--sweep",
+                                                     "--noise",
+                                                     "--noise-seed"};
 
 } // namespace
 

@@ -37,6 +37,9 @@ template <class Change> void changeFiles(Request& request, const Change& change)
         for (std::string& file : dose->added) {
             changeOne(file);
         }
+        if (dose->uncertainty.isFile()) {
+            changeOne(dose->uncertainty.text);
+        }
     }
     for (std::string& file : request.structures.files) {
         changeOne(file);
@@ -71,11 +74,7 @@ Request relocated(Request request, const std::string& folder)
 
 std::string protocolText(Request request, const std::string& path)
 {
-    request.reference.file.clear();
-    request.reference.added.clear();
-    request.evaluation.file.clear();
-    request.evaluation.added.clear();
-    request.structures.files.clear();
+    clearFiles(request);
     if (request.protocol.name.empty()) {
         request.protocol = {fs::path(path).stem().string(), "1"};
     }

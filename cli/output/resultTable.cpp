@@ -5,6 +5,7 @@
 
 #include "cli/output/columns.h"
 #include "cli/output/explanationTable.h"
+#include "cli/output/noiseTable.h"
 #include "cli/output/places.h"
 #include "cli/output/structureTable.h"
 #include "cli/output/units.h"
@@ -179,6 +180,9 @@ std::string describeResults(const Comparison& comparison)
     }
     if (comparison.structures) {
         text += describeStructures(comparison);
+    }
+    if (comparison.noise) {
+        text += describeNoise(comparison);
     }
     for (const Sweep& sweep : comparison.sweeps) {
         text += describeSweep(sweep);

@@ -24,8 +24,31 @@ std::vector<DoseImage> combined(DoseImage& dose, const DoseRequest& request, Dos
     for (const std::string& file : request.added) {
         added.push_back(source.dose(file, units));
     }
+    combineUncertainties(dose, added, request.factor.value);
     combine(dose, added, request.factor);
     return added;
+}
+
+/** The file of the uncertainties of a dose, without its values, where there is one. */
+std::optional<DoseImage> readUncertainties(DoseImage& dose, const DoseRequest& of,
+                                           const Request& request, DoseSource& source)
+{
+    if (!of.uncertainty.isFile()) {
+        return {};
+    }
+    std::optional<DoseImage> file = source.dose(of.uncertainty.text, request.units);
+    setUncertainties(dose, *file, *request.uncertaintyUnit, of.factor.value);
+    return file;
+}
+
+void setPercentages(GivenDoses& doses, const Request& request)
+{
+    if (request.reference.uncertainty.percent) {
+        setUncertainties(doses.reference, *request.reference.uncertainty.percent);
+    }
+    if (request.evaluation.uncertainty.percent) {
+        setUncertainties(doses.evaluation, *request.evaluation.uncertainty.percent);
+    }
 }
 
 /** mm, of the finest lattice that will be searched. */
@@ -80,15 +103,23 @@ void checkSettings(const Request& request, SearchSpace space)
 GivenDoses givenDoses(const Request& request, DoseSource& source, std::vector<Sentence>& warnings)
 {
     GivenDoses doses;
+    if (request.noise) {
+        source.keepUncertainty();
+    }
     std::tie(doses.reference, doses.evaluation) =
         source.doses(request.reference.file, request.evaluation.file, request.units);
     doses.referenceAdded = combined(doses.reference, request.reference, source, request.units);
     doses.evaluationAdded = combined(doses.evaluation, request.evaluation, source, request.units);
+    doses.referenceUncertainty =
+        readUncertainties(doses.reference, request.reference, request, source);
+    doses.evaluationUncertainty =
+        readUncertainties(doses.evaluation, request.evaluation, request, source);
     settleUnits(doses, request);
     checkDoses(doses, request);
     addWarnings(warnings, doses);
     doses.placed = placeDoses(doses.reference, doses.evaluation, request.plane);
     warnings.insert(warnings.end(), doses.placed.warnings.begin(), doses.placed.warnings.end());
+    setPercentages(doses, request);
     checkSettings(request, doses.placed.space);
     makeThin(doses, smallestStep(request));
     return doses;
@@ -104,6 +135,8 @@ ComparedDoses comparedDoses(GivenDoses doses, const NormalisationRequest& reques
             std::move(doses.evaluation),
             std::move(doses.referenceAdded),
             std::move(doses.evaluationAdded),
+            std::move(doses.referenceUncertainty),
+            std::move(doses.evaluationUncertainty),
             std::move(doses.placed),
             ofReference,
             ofEvaluation,

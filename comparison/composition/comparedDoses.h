@@ -5,6 +5,7 @@
 #ifndef ZARNGI_COMPARISON_COMPOSITION_COMPAREDDOSES_H
 #define ZARNGI_COMPARISON_COMPOSITION_COMPAREDDOSES_H
 
+#include <optional>
 #include <vector>
 
 #include "comparison/comparison.h"
@@ -19,6 +20,8 @@ struct GivenDoses {
     DoseImage evaluation;
     std::vector<DoseImage> referenceAdded; ///< without their values
     std::vector<DoseImage> evaluationAdded;
+    std::optional<DoseImage> referenceUncertainty;  ///< likewise, of the file that tells it
+    std::optional<DoseImage> evaluationUncertainty;
     PlacedDoses placed;
 };
 

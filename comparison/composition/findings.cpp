@@ -1,10 +1,13 @@
 #include "comparison/composition/findings.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 #include "comparison/explanation/runEngine.h"
 #include "comparison/failure.h"
+#include "comparison/noise/differences.h"
+#include "comparison/noise/noisyRates.h"
 #include "comparison/structures/maskRuns.h"
 #include "comparison/structures/namePattern.h"
 #include "comparison/text.h"
@@ -55,16 +58,70 @@ GammaSettings fixedSettings(const Comparison& comparison)
     return settings;
 }
 
+void checkUncertainties(const Comparison& comparison)
+{
+    if (comparison.reference.uncertainty.empty() && comparison.evaluation.uncertainty.empty()) {
+        throw InputError(
+            Sentence(Member::noise) + ": neither " + FileName{comparison.reference.path} + " nor " +
+            FileName{comparison.evaluation.path} + " tells the uncertainties of its doses; " +
+            Member::referenceUncertainty + " or " + Member::evaluationUncertainty + " gives them");
+    }
+}
+
+/** Sets the estimates of a result, by the counts in all voxels, in each row, and outside. */
+void setEstimates(CriterionResult& result, std::vector<NoiseCounts> counts)
+{
+    const auto set = [](std::optional<NoiseEstimate>& estimate, NoiseCounts& count,
+                        std::size_t passed) {
+        count.passed = passed;
+        estimate = noiseEstimate(count);
+    };
+    set(result.withoutNoise, counts.front(), result.statistics.passed);
+    for (std::size_t row = 0; row < result.structures.size(); ++row) {
+        if (std::optional<StructureGamma>& gamma = result.structures[row]) {
+            set(gamma->withoutNoise, counts[row + 1], gamma->statistics.passed);
+        }
+    }
+    if (result.outside) {
+        set(result.outside->withoutNoise, counts.back(), result.outside->statistics.passed);
+    }
+}
+
+/** What differences in flat regions say against the uncertainties that were told. */
+std::vector<std::string> noiseNotes(const FlatRegion& flat)
+{
+    constexpr double mostCorrelation = 0.1;
+    constexpr double mostScatter = 1.4;
+    std::vector<std::string> notes;
+    if (flat.correlation && *flat.correlation > mostCorrelation) {
+        notes.emplace_back("the noise of neighbouring voxels is correlated (" +
+                           number(*flat.correlation, 2) +
+                           " where the dose is flat), as smoothing makes it: rates without "
+                           "noise are estimated for independent noise and will be wrong");
+    } else if (flat.scatter && (*flat.scatter > mostScatter || *flat.scatter < 1 / mostScatter)) {
+        notes.emplace_back("where the dose is flat the doses scatter " + number(*flat.scatter, 3) +
+                           " times as much as their uncertainties tell: rates without noise "
+                           "are only as good as the uncertainties");
+    }
+    return notes;
+}
+
 } // namespace
 
 void checkFindings(const Comparison& comparison)
 {
     const Request& request = comparison.request;
-    if (arePoints(comparison.placed.space) && (request.explanation || !request.sweeps.empty())) {
-        const Member member = request.explanation ? Member::explain : Member::sweeps;
+    if (arePoints(comparison.placed.space) &&
+        (request.explanation || !request.sweeps.empty() || request.noise)) {
+        const Member member = request.explanation       ? Member::explain
+                              : !request.sweeps.empty() ? Member::sweeps
+                                                        : Member::noise;
         throw UsageError({member}, Sentence(member) + " is for grids, and " +
                                        FileName{comparison.reference.path} +
                                        " holds single points");
+    }
+    if (request.noise) {
+        checkUncertainties(comparison);
     }
     if (request.explanation && !request.explanation->structure.empty()) {
         const StructureRow& row =
@@ -125,6 +182,44 @@ std::optional<Explanation> explanationOf(const Comparison& comparison, Searches&
                      told ? watchOne : WatchSearch());
     return explain(engine, searches.reference(), viewOf(comparison.evaluation.image), request,
                    watchAll);
+}
+
+void addNoiseFindings(Comparison& comparison, Searches& searches, const WatchWork& watch)
+{
+    if (!comparison.request.noise || comparison.results.empty()) {
+        return;
+    }
+    const auto start = std::chrono::steady_clock::now();
+    const Image& reference = comparison.reference.image;
+    const std::vector<unsigned char>& passed = comparison.results.front().passed;
+    const UncertainPair pair{viewOf(reference),
+                             viewOf(comparison.evaluation.image),
+                             comparison.reference.uncertainty,
+                             comparison.evaluation.uncertainty,
+                             searches.centres(),
+                             passed,
+                             testedBox(reference.geometry, passed)};
+    NoiseFindings findings;
+    findings.seed = comparison.request.noise->seed;
+    findDifferences(findings, pair, comparison.normalisation, partsOf(comparison));
+    findings.notes = noiseNotes(findings.flat);
+    const files::Runs all = runsOf(pair.box);
+    NoisyRequest request{
+        fixedSettings(comparison), comparison.request.criteriaToCompute(), {&all}, findings.seed};
+    for (const NamedPart& part : partsOf(comparison)) {
+        request.parts.push_back(part.voxels);
+    }
+    if (comparison.structures) {
+        request.parts.push_back(&comparison.structures->outside);
+    }
+    const std::vector<std::vector<NoiseCounts>> counts =
+        noisyCounts(searches.run(), pair, request, watch ? watch("without noise") : WatchNoise());
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        setEstimates(comparison.results[i], counts[i]);
+    }
+    const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
+    findings.seconds = duration.count();
+    comparison.noise = std::move(findings);
 }
 
 } // namespace zarngi

@@ -1,6 +1,7 @@
 /**
  * @file findings.h
- * What a comparison finds out beyond its criteria: explanation and rates by criterion.
+ * What a comparison finds out beyond its criteria: explanation, rates by criterion
+ * and without noise.
  */
 #ifndef ZARNGI_COMPARISON_COMPOSITION_FINDINGS_H
 #define ZARNGI_COMPARISON_COMPOSITION_FINDINGS_H
@@ -28,6 +29,13 @@ std::vector<Sweep> sweepsOf(const Comparison& comparison, Searches& searches,
  */
 std::optional<Explanation> explanationOf(const Comparison& comparison, Searches& searches,
                                          const WatchWork& watch);
+
+/**
+ * Estimates the rates without noise, where they are asked for, beside those of the results. It
+ * replaces the grids of the searches.
+ * @throws InputError
+ */
+void addNoiseFindings(Comparison& comparison, Searches& searches, const WatchWork& watch);
 
 } // namespace zarngi
 

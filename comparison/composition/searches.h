@@ -30,6 +30,7 @@ public:
     CriterionResult result(const CriterionRequest& asked, const WatchSearch& watch);
 
     GammaRun& run() { return run_; }
+    const CentreDoses& centres() const { return centres_; }
     DoseView reference() const { return viewOf(searchedReference().image); }
 
 private:

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "comparison/documents/disclosure.h"
+#include "comparison/documents/noiseJson.h"
 #include "comparison/explanation/conclusion.h"
 #include "comparison/text.h"
 
@@ -152,11 +153,31 @@ Cells explanationCells(const Explanation& explanation, const Criterion& criterio
             fixed(explanation.factorAlone.passRate, 6)};
 }
 
+Cells noiseNames()
+{
+    return {"without_noise", "pass_rate_without_noise_percent", "without_noise_lower_percent",
+            "without_noise_upper_percent", "noise_by_dose_difference"};
+}
+
+Cells noiseCells(const std::optional<NoiseEstimate>& estimate)
+{
+    if (!estimate) {
+        return Cells(noiseNames().size());
+    }
+    const bool isTold = estimate->kind == NoiseEstimate::Kind::told;
+    const auto percent = [&](double value) { return isTold ? fixed(value, 6) : std::string(); };
+    return {kindName(estimate->kind), percent(estimate->passRate), percent(estimate->lower),
+            percent(estimate->upper), number(estimate->noise, digits)};
+}
+
 /** The row of a criterion, in a structure or in all voxels. */
 std::string finishedRow(Cells cells, const CriterionResult& result, const std::string& structure,
-                        const Told& told)
+                        const Told& told, const std::optional<NoiseEstimate>& withoutNoise)
 {
     const Comparison& comparison = told.comparison;
+    if (comparison.noise) {
+        append(cells, noiseCells(withoutNoise));
+    }
     if (comparison.explanation) {
         append(cells, explanationCells(*comparison.explanation, result.criterion, structure));
     }
@@ -174,7 +195,7 @@ std::string structureRow(const CriterionResult& result, const StructureGamma& ga
                    number(structure.volume, digits), std::to_string(gamma.statistics.unreached)});
     append(cells, doseCells(structure.reference, metrics));
     append(cells, doseCells(structure.evaluation, metrics));
-    return finishedRow(std::move(cells), result, structure.chosen.name, told);
+    return finishedRow(std::move(cells), result, structure.chosen.name, told, gamma.withoutNoise);
 }
 
 std::string resultRows(const CriterionResult& result, const Told& told)
@@ -182,11 +203,11 @@ std::string resultRows(const CriterionResult& result, const Told& told)
     const Comparison& comparison = told.comparison;
     Cells whole = resultCells(result, result.statistics, verdictName(result.verdict), told);
     if (!comparison.structures) {
-        return finishedRow(std::move(whole), result, "", told);
+        return finishedRow(std::move(whole), result, "", told, result.withoutNoise);
     }
     const StructureComparison& structures = *comparison.structures;
     append(whole, plainCells("", result.statistics, structures.doseVolume.metrics));
-    std::string text = finishedRow(std::move(whole), result, "", told);
+    std::string text = finishedRow(std::move(whole), result, "", told, result.withoutNoise);
     for (std::size_t i = 0; i < structures.rows.size(); ++i) {
         if (result.structures[i]) {
             text += structureRow(result, *result.structures[i], structures.rows[i], told);
@@ -198,7 +219,8 @@ std::string resultRows(const CriterionResult& result, const Told& told)
                                   outside.verdict ? verdictName(*outside.verdict) : "none", told);
         append(cells, plainCells("outside of all structures", outside.statistics,
                                  structures.doseVolume.metrics));
-        text += finishedRow(std::move(cells), result, "outside of all structures", told);
+        text += finishedRow(std::move(cells), result, "outside of all structures", told,
+                            outside.withoutNoise);
     }
     return text;
 }
@@ -264,6 +286,9 @@ std::string comparisonCsv(const Comparison& comparison, const std::optional<std:
                 "failed_cold"};
     if (comparison.structures) {
         append(names, structureNames(comparison.structures->doseVolume.metrics));
+    }
+    if (comparison.noise) {
+        append(names, noiseNames());
     }
     if (comparison.explanation) {
         append(names, explanationNames());

@@ -52,6 +52,13 @@ std::map<std::string, std::string> rolesOf(const Comparison& comparison, const s
     roles.add(comparison.evaluation.path, comparison.evaluation.dataPath, "evaluation");
     addAdded(roles, comparison.referenceAdded, "reference");
     addAdded(roles, comparison.evaluationAdded, "evaluation");
+    for (const auto& [file, role] :
+         {std::pair(&comparison.referenceUncertainty, "reference uncertainty"),
+          std::pair(&comparison.evaluationUncertainty, "evaluation uncertainty")}) {
+        if (*file) {
+            roles.add((*file)->path, (*file)->dataPath, role);
+        }
+    }
     if (comparison.structures) {
         const std::vector<files::StructureSet>& sets = comparison.structures->catalogue->sets();
         for (std::size_t i = 0; i < sets.size(); ++i) {
@@ -121,11 +128,7 @@ Request disclosed(Request request, const Disclosure& disclosure)
     if (!disclosure.isAnonymous()) {
         return request;
     }
-    for (DoseRequest* const dose : {&request.reference, &request.evaluation}) {
-        dose->file.clear();
-        dose->added.clear();
-    }
-    request.structures.files.clear();
+    clearFiles(request);
     request.commandLine.clear();
     return request;
 }

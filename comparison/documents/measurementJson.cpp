@@ -4,6 +4,7 @@
 
 #include "comparison/documents/doseJson.h"
 #include "comparison/doseSampling.h"
+#include "comparison/doseUncertainty.h"
 
 namespace zarngi
 {
@@ -44,6 +45,19 @@ const char* nameOf(SearchSpace space)
 Json placeJson(const files::PlanePlace& place)
 {
     return {{"at", place.at}, {"right", place.right}, {"up", place.up}};
+}
+
+/** Null where a dose has no uncertainties. */
+Json uncertaintyJson(const DoseImage& dose, const std::optional<DoseImage>& file,
+                     const UncertaintyRequest& request, const Disclosure& disclosure)
+{
+    if (dose.uncertainty.empty()) {
+        return nullptr;
+    }
+    Json json = {{"file", file ? fileJson(*file, disclosure) : Json(nullptr)},
+                 {"percent", request.percent ? Json(*request.percent) : Json(nullptr)}};
+    json.update(uncertaintyJson(uncertaintyOf(dose)));
+    return json;
 }
 
 /** What a dose was made of beside its file. */
@@ -121,6 +135,12 @@ void addMeasurements(nlohmann::ordered_json& document, const Comparison& compari
         {"reference", makingJson(comparison.referenceAdded, request.reference.factor, disclosure)},
         {"evaluation",
          makingJson(comparison.evaluationAdded, request.evaluation.factor, disclosure)}};
+    making["reference"]["uncertainty"] =
+        uncertaintyJson(comparison.reference, comparison.referenceUncertainty,
+                        request.reference.uncertainty, disclosure);
+    making["evaluation"]["uncertainty"] =
+        uncertaintyJson(comparison.evaluation, comparison.evaluationUncertainty,
+                        request.evaluation.uncertainty, disclosure);
     document["normalisation"] = normalisationJson(comparison);
     document["searchSpace"] = nameOf(comparison.placed.space);
     if (comparison.placed.place) {

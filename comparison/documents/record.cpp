@@ -8,6 +8,7 @@
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/explanationJson.h"
 #include "comparison/documents/measurementJson.h"
+#include "comparison/documents/noiseJson.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/documents/statisticsJson.h"
 #include "comparison/documents/structureJson.h"
@@ -49,6 +50,9 @@ Json criterionJson(const CriterionResult& result, const Comparison& comparison)
                  {"slices", settings.slices},
                  {"rotation", settings.rotate}};
     json.update(statisticsJson(statistics));
+    if (result.withoutNoise) {
+        json["withoutNoise"] = noiseEstimateJson(*result.withoutNoise);
+    }
     json["seconds"] = result.seconds;
     json["verdict"] = verdictName(result.verdict);
     json["limits"] = {{"tolerance", comparison.limits().tolerance},
@@ -118,6 +122,9 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
     }
     if (comparison.explanation) {
         document["explanation"] = explanationJson(*comparison.explanation);
+    }
+    if (comparison.noise) {
+        document["noise"] = noiseJson(*comparison.noise);
     }
     for (const Sweep& sweep : comparison.sweeps) {
         document["sweeps"].push_back(sweepJson(sweep));

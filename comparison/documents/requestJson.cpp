@@ -35,7 +35,10 @@ Json orNull(const std::string& text)
 
 Json doseJson(const DoseRequest& dose)
 {
-    return {{"file", orNull(dose.file)}, {"add", dose.added}, {"scale", orNull(dose.factor.text)}};
+    return {{"file", orNull(dose.file)},
+            {"add", dose.added},
+            {"scale", orNull(dose.factor.text)},
+            {"uncertainty", orNull(dose.uncertainty.text)}};
 }
 
 Json normalisationJson(const NormalisationRequest& request)
@@ -65,11 +68,19 @@ Json explanationJson(const std::optional<ExplanationWish>& wish)
                 : Json(nullptr);
 }
 
-Json unitsJson(const files::TableUnits& units)
+Json noiseJson(const std::optional<NoiseWish>& wish)
 {
-    return {{"dose", units.gray ? Json(*units.gray == 1 ? "Gy" : "cGy") : Json(nullptr)},
-            {"length",
-             units.millimetres ? Json(*units.millimetres == 1 ? "mm" : "cm") : Json(nullptr)}};
+    return wish ? Json{{"seed", wish->seed}} : Json(nullptr);
+}
+
+Json unitsJson(const Request& request)
+{
+    const files::TableUnits& units = request.units;
+    return {
+        {"dose", units.gray ? Json(*units.gray == 1 ? "Gy" : "cGy") : Json(nullptr)},
+        {"length", units.millimetres ? Json(*units.millimetres == 1 ? "mm" : "cm") : Json(nullptr)},
+        {"uncertainty",
+         request.uncertaintyUnit ? Json(unitName(*request.uncertaintyUnit)) : Json(nullptr)}};
 }
 
 std::vector<std::string> textsOf(const std::vector<CriterionRange>& sweeps)
@@ -220,7 +231,7 @@ private:
     std::vector<std::string> taken_;
 };
 
-DoseRequest readDose(Members members, Member scale)
+DoseRequest readDose(Members members, Member scale, Member uncertainty)
 {
     DoseRequest dose;
     dose.file = members.text("file");
@@ -228,6 +239,9 @@ DoseRequest readDose(Members members, Member scale)
     const std::string factor = members.text("scale");
     if (!factor.empty()) {
         dose.factor = parseFactor({scale}, factor);
+    }
+    if (members.knows(2)) {
+        dose.uncertainty = parseUncertainty({uncertainty}, members.text("uncertainty"));
     }
     members.checkAllTaken();
     return dose;
@@ -296,12 +310,14 @@ PlaneRequest readPlane(Members members)
     return plane;
 }
 
-files::TableUnits readUnits(Members members)
+void readUnits(Request& request, Members members)
 {
     const std::string dose = members.text("dose");
-    const files::TableUnits units = parseUnits(dose, members.text("length"));
+    request.units = parseUnits(dose, members.text("length"));
+    if (members.knows(2)) {
+        request.uncertaintyUnit = parseUncertaintyUnit(members.text("uncertainty"));
+    }
     members.checkAllTaken();
-    return units;
 }
 
 std::optional<ExplanationWish> readExplanation(Members& request)
@@ -317,6 +333,17 @@ std::optional<ExplanationWish> readExplanation(Members& request)
     wish.structure = members.text("structure");
     members.checkAllTaken();
     return wish;
+}
+
+std::optional<NoiseWish> readNoise(Members& request)
+{
+    if (!request.knows(2) || request.member("noise").is_null()) {
+        return {};
+    }
+    Members members = request.object("noise");
+    const std::optional<double> seed = members.number("seed", {Member::noiseSeed});
+    members.checkAllTaken();
+    return NoiseWish{seed ? noiseSeed(*seed) : NoiseWish().seed};
 }
 
 void checkFormat(Members& members)
@@ -366,10 +393,11 @@ nlohmann::ordered_json requestJson(const Request& request)
             {"plane",
              {{"name", plane.plane ? Json(plane.plane->name) : Json(nullptr)},
               {"at", orNull(plane.at)}}},
-            {"units", unitsJson(request.units)},
+            {"units", unitsJson(request)},
             {"allowErrorDoses", request.allowErrorDoses},
             {"explain", explanationJson(request.explanation)},
-            {"sweeps", textsOf(request.sweeps)}};
+            {"sweeps", textsOf(request.sweeps)},
+            {"noise", noiseJson(request.noise)}};
 }
 
 Request requestOf(const nlohmann::ordered_json& document)
@@ -378,8 +406,10 @@ Request requestOf(const nlohmann::ordered_json& document)
     checkFormat(members);
     Request request;
     request.protocol = {members.text("name"), members.text("version")};
-    request.reference = readDose(members.object("reference"), Member::referenceScale);
-    request.evaluation = readDose(members.object("evaluation"), Member::evaluationScale);
+    request.reference =
+        readDose(members.object("reference"), Member::referenceScale, Member::referenceUncertainty);
+    request.evaluation = readDose(members.object("evaluation"), Member::evaluationScale,
+                                  Member::evaluationUncertainty);
     request.criteria = parseCriteria(members.texts("criteria"));
     if (request.criteria.empty()) {
         throw refusalAt("criteria", "is empty");
@@ -389,9 +419,10 @@ Request requestOf(const nlohmann::ordered_json& document)
     request.limits = readLimits(members.object("limits"));
     request.structures = readStructures(members.object("structures"));
     request.plane = readPlane(members.object("plane"));
-    request.units = readUnits(members.object("units"));
+    readUnits(request, members.object("units"));
     request.allowErrorDoses = members.flag("allowErrorDoses");
     request.explanation = readExplanation(members);
+    request.noise = readNoise(members);
     const std::vector<std::string> sweeps = members.texts("sweeps");
     for (std::size_t i = 0; i < sweeps.size(); ++i) {
         request.sweeps.push_back(parseCriterionRange(sweeps[i], {Member::sweeps, i}));
@@ -417,11 +448,19 @@ std::vector<std::string> digestsOf(const Json& record)
             addOne(file);
         }
     };
+    const auto addUncertainty = [&](const std::string& role) {
+        const Json::json_pointer pointer("/doses/" + role + "/uncertainty/file");
+        if (record.contains(pointer) && !record.at(pointer).is_null()) {
+            addOne(record.at(pointer));
+        }
+    };
     add("/files/reference");
     add("/files/evaluation");
     addAll("/doses/reference/added");
     addAll("/doses/evaluation/added");
     addAll("/structures/files");
+    addUncertainty("reference");
+    addUncertainty("evaluation");
     return digests;
 }
 

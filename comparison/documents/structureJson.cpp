@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/noiseJson.h"
 #include "comparison/documents/statisticsJson.h"
 
 namespace zarngi
@@ -134,6 +135,9 @@ Json gammaJson(const Json& name, const StructureGamma& gamma)
 {
     Json json = {{"name", name}};
     json.update(statisticsJson(gamma.statistics));
+    if (gamma.withoutNoise) {
+        json["withoutNoise"] = noiseEstimateJson(*gamma.withoutNoise);
+    }
     json["verdict"] = gamma.verdict ? verdictName(*gamma.verdict) : "none";
     json["histogram"] = histogramJson(gamma.statistics);
     return json;

@@ -35,26 +35,9 @@ bool areOneGrid(const Geometry& a, const Geometry& b)
     return areClose(endOfA, endOfB, samePlace);
 }
 
-bool areAlike(const DoseImage& a, const DoseImage& b)
-{
-    if (a.measurement.has_value() != b.measurement.has_value() ||
-        !areOneGrid(a.image.geometry, b.image.geometry)) {
-        return false;
-    }
-    if (!a.measurement) {
-        return true;
-    }
-    const files::Measurement& one = *a.measurement;
-    const files::Measurement& other = *b.measurement;
-    return one.kind == other.kind && one.isInSpace == other.isInSpace &&
-           std::equal(one.points.begin(), one.points.end(), other.points.begin(),
-                      other.points.end(),
-                      [](const Vec3& p, const Vec3& q) { return areClose(p, q, samePlace); });
-}
-
 void checkAddend(const DoseImage& dose, const DoseImage& addend)
 {
-    if (!areAlike(dose, addend)) {
+    if (!lieAlike(dose, addend)) {
         throw failureOf(addend.path, "lies on another grid than " + Sentence(FileName{dose.path}) +
                                          ", so the doses cannot be added");
     }
@@ -84,6 +67,23 @@ void addGaps(DoseImage& dose, const DoseImage& addend)
 }
 
 } // namespace
+
+bool lieAlike(const DoseImage& a, const DoseImage& b)
+{
+    if (a.measurement.has_value() != b.measurement.has_value() ||
+        !areOneGrid(a.image.geometry, b.image.geometry)) {
+        return false;
+    }
+    if (!a.measurement) {
+        return true;
+    }
+    const files::Measurement& one = *a.measurement;
+    const files::Measurement& other = *b.measurement;
+    return one.kind == other.kind && one.isInSpace == other.isInSpace &&
+           std::equal(one.points.begin(), one.points.end(), other.points.begin(),
+                      other.points.end(),
+                      [](const Vec3& p, const Vec3& q) { return areClose(p, q, samePlace); });
+}
 
 DoseFactor parseFactor(const MemberPlace& place, const std::string& text)
 {

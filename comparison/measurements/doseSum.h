@@ -31,6 +31,9 @@ DoseFactor parseFactor(const MemberPlace& place, const std::string& text);
  */
 void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& factor);
 
+/** Whether both have their doses at the same places, to 0.01 mm. */
+bool lieAlike(const DoseImage& a, const DoseImage& b);
+
 } // namespace zarngi
 
 #endif

@@ -11,9 +11,11 @@ namespace
 constexpr std::array<const char*, memberCount> names{"reference.file",
                                                      "reference.add",
                                                      "reference.scale",
+                                                     "reference.uncertainty",
                                                      "evaluation.file",
                                                      "evaluation.add",
                                                      "evaluation.scale",
+                                                     "evaluation.uncertainty",
                                                      "criteria",
                                                      "cutOff",
                                                      "normalisation",
@@ -39,11 +41,14 @@ constexpr std::array<const char*, memberCount> names{"reference.file",
                                                      "plane.at",
                                                      "units.dose",
                                                      "units.length",
+                                                     "units.uncertainty",
                                                      "allowErrorDoses",
                                                      "explain",
                                                      "explain.range",
                                                      "explain.structure",
-                                                     "sweeps"};
+                                                     "sweeps",
+                                                     "noise",
+                                                     "noise.seed"};
 
 } // namespace
 

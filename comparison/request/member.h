@@ -17,9 +17,11 @@ enum class Member {
     reference,
     referenceAdded,
     referenceScale,
+    referenceUncertainty,
     evaluation,
     evaluationAdded,
     evaluationScale,
+    evaluationUncertainty,
     criteria,
     cutOff,
     normalisation,
@@ -45,14 +47,17 @@ enum class Member {
     planeAt,
     doseUnit,
     lengthUnit,
+    uncertaintyUnit,
     allowErrorDoses,
     explain,
     explainRange,
     explainStructure,
-    sweeps
+    sweeps,
+    noise,
+    noiseSeed
 };
 
-constexpr std::size_t memberCount = static_cast<std::size_t>(Member::sweeps) + 1;
+constexpr std::size_t memberCount = static_cast<std::size_t>(Member::noiseSeed) + 1;
 
 /** Where it stands in the document of a request: "structures.within". */
 const char* memberName(Member member);

@@ -100,6 +100,20 @@ void checkStructures(const Request& request)
     }
 }
 
+/** Files of uncertainties, whose values mean nothing without their unit. */
+void checkUncertainties(const Request& request)
+{
+    const bool isFile =
+        request.reference.uncertainty.isFile() || request.evaluation.uncertainty.isFile();
+    const Member file = request.reference.uncertainty.isFile() ? Member::referenceUncertainty
+                                                               : Member::evaluationUncertainty;
+    if (isFile && !request.uncertaintyUnit) {
+        throw UsageError({Member::uncertaintyUnit},
+                         Sentence(file) + " FILE needs " + Member::uncertaintyUnit +
+                             ": percent or fraction of each dose, or gray");
+    }
+}
+
 } // namespace
 
 Limits LimitRequest::general() const
@@ -140,6 +154,11 @@ std::vector<std::string> Request::files() const
          {&reference.added, &evaluation.added, &structures.files}) {
         paths.insert(paths.end(), more->begin(), more->end());
     }
+    for (const DoseRequest* const dose : {&reference, &evaluation}) {
+        if (dose->uncertainty.isFile()) {
+            paths.push_back(dose->uncertainty.text);
+        }
+    }
     return paths;
 }
 
@@ -171,6 +190,18 @@ std::vector<std::string> textsOf(const std::vector<CriterionRequest>& criteria)
     return texts;
 }
 
+void clearFiles(Request& request)
+{
+    for (DoseRequest* const dose : {&request.reference, &request.evaluation}) {
+        dose->file.clear();
+        dose->added.clear();
+        if (dose->uncertainty.isFile()) {
+            dose->uncertainty = {};
+        }
+    }
+    request.structures.files.clear();
+}
+
 void checkRequest(const Request& request)
 {
     const Limits limits = request.limits.general();
@@ -185,6 +216,13 @@ void checkRequest(const Request& request)
                              " needs one search lattice for all computations, which " +
                              Member::rotate + " does not give");
     }
+    if (request.noise && request.settings.rotate) {
+        throw UsageError({Member::rotate},
+                         Sentence(Member::noise) +
+                             " needs one search lattice for all computations, which " +
+                             Member::rotate + " does not give");
+    }
+    checkUncertainties(request);
     checkStructures(request);
 }
 

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_COMPARISON_REQUEST_REQUEST_H
 #define ZARNGI_COMPARISON_REQUEST_REQUEST_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "comparison/measurements/doseSum.h"
 #include "comparison/measurements/normalisation.h"
 #include "comparison/measurements/placement.h"
+#include "comparison/noise/uncertainty.h"
 #include "comparison/structures/doseMetric.h"
 #include "comparison/structures/structureLimits.h"
 #include "comparison/sweep/criterionRange.h"
@@ -28,6 +30,7 @@ struct DoseRequest {
     std::string file;
     std::vector<std::string> added; ///< files of doses on the same grid
     DoseFactor factor;
+    UncertaintyRequest uncertainty; ///< not given: that of its file
 };
 
 /** A criterion, and the patterns of the structures that it is for; none: for everything. */
@@ -73,6 +76,11 @@ struct ExplanationWish {
     std::optional<NamedVoxels> voxels{}; ///< instead of a structure; in no document
 };
 
+/** That rates without statistical noise are estimated. */
+struct NoiseWish {
+    std::uint32_t seed = 1; ///< of the random numbers
+};
+
 /** What a department calls a request that it uses again; may be empty. */
 struct Protocol {
     std::string name;
@@ -89,10 +97,12 @@ struct Request {
     LimitRequest limits;
     StructureRequest structures;
     PlaneRequest plane;
-    files::TableUnits units;      ///< of tables that tell none
+    files::TableUnits units;                        ///< of tables that tell none
+    std::optional<UncertaintyUnit> uncertaintyUnit; ///< of files of uncertainties
     bool allowErrorDoses = false; ///< differences between doses are compared as doses
     std::optional<ExplanationWish> explanation;
     std::vector<CriterionRange> sweeps;
+    std::optional<NoiseWish> noise;
     bool hasOnlyFindings = false; ///< the criteria themselves are not searched; in no document
     std::string commandLine;      ///< that asked; may be empty; kept in the outputs
     /** SHA-256 of the files() when this was asked before; empty, or as many, some of them empty. */
@@ -113,6 +123,9 @@ std::vector<CriterionRequest> parseCriteria(const std::vector<std::string>& text
 
 /** As a person would write them, one for each pattern. */
 std::vector<std::string> textsOf(const std::vector<CriterionRequest>& criteria);
+
+/** Leaves no file that it names. */
+void clearFiles(Request& request);
 
 /** Combinations that make no sense, whatever the files hold. @throws UsageError */
 void checkRequest(const Request& request);

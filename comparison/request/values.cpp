@@ -1,5 +1,7 @@
 #include "comparison/request/values.h"
 
+#include <cmath>
+
 #include "comparison/failure.h"
 #include "comparison/text.h"
 
@@ -92,6 +94,16 @@ double explanationRange(double millimetres)
                         "\"" + number(millimetres) + "\" is not a number from 1 to 100");
     }
     return millimetres;
+}
+
+std::uint32_t noiseSeed(double value)
+{
+    constexpr double most = 4294967295;
+    if (!(value >= 0 && value <= most && value == std::floor(value))) {
+        throw refusalOf({Member::noiseSeed},
+                        "\"" + number(value) + "\" is not a whole number from 0 to 4294967295");
+    }
+    return static_cast<std::uint32_t>(value);
 }
 
 files::TableUnits parseUnits(const std::string& dose, const std::string& length)

@@ -25,6 +25,9 @@ PlaneRequest parsePlane(const std::string& name, const std::string& at);
 /** mm, 1 to 100. @throws UsageError at Member::explainRange */
 double explanationRange(double millimetres);
 
+/** A whole number from 0 to 2^32 - 1. @throws UsageError at Member::noiseSeed */
+std::uint32_t noiseSeed(double value);
+
 /** "Gy" or "cGy", "mm" or "cm"; an empty text: not given. @throws UsageError */
 files::TableUnits parseUnits(const std::string& dose, const std::string& length);
 

@@ -46,7 +46,7 @@ DiskSource::DiskSource(files::UnpackPixels unpackPixels, bool isDigested, bool i
 
 files::Host DiskSource::host(FileDigests& digests, const files::TableUnits& units) const
 {
-    files::Host host{files::nativeDeflate(), unpackPixels_, {}, units};
+    files::Host host{files::nativeDeflate(), unpackPixels_, {}, units, keepsUncertainty()};
     if (isDigested_) {
         host.watch = [&digests](const std::string& path, files::ByteView contents) {
             digests[path] = digestOf(contents);

@@ -10,6 +10,7 @@
 
 #include "comparison/failedSides.h"
 #include "comparison/gammaStatistics.h"
+#include "comparison/noise/noiseEstimate.h"
 #include "comparison/verdict.h"
 #include "files/structures/runs.h"
 
@@ -20,6 +21,7 @@ namespace zarngi
 struct StructureGamma {
     GammaStatistics statistics;     ///< the pass rate is the quotient of the counts
     std::optional<Verdict> verdict; ///< none where nothing was tested
+    std::optional<NoiseEstimate> withoutNoise;
 };
 
 /** Gamma maps on the reference grid, and what they are judged with. */

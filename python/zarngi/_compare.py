@@ -210,9 +210,9 @@ def _relocate(request: Any, folder: Path) -> None:
     sections = request if isinstance(request, dict) else {}
     for name in ("reference", "evaluation", "structures"):
         section = sections.get(name)
-        for member in ("file", "add", "files"):
+        for member in ("file", "add", "files", "uncertainty"):
             files = section.get(member) if isinstance(section, dict) else None
-            if isinstance(files, str):
+            if isinstance(files, str) and not (member == "uncertainty" and files.endswith("%")):
                 section[member] = str(folder / files)
             elif isinstance(files, list):
                 section[member] = [str(folder / f) if isinstance(f, str) else f for f in files]

@@ -6,6 +6,7 @@ import copy
 import json
 from collections.abc import Callable, Mapping, Sequence
 from contextlib import nullcontext
+from dataclasses import replace
 from functools import cache
 from typing import Any, Protocol
 
@@ -101,6 +102,19 @@ class Given:
         described = _grid(name, dose) if isinstance(dose, DoseGrid) else _points(name, dose)
         self._doses.append(described)
         self.section(role)["file"] = name
+        if isinstance(dose, DoseGrid):
+            self._take_uncertainty(role, dose, f"{name} (uncertainty)")
+
+    def _take_uncertainty(self, role: str, grid: DoseGrid, name: str) -> None:
+        """Those of a grid in memory, where rates without noise are asked for."""
+        request, section = request_in(self.document), self.section(role)
+        is_asked = isinstance(request, dict) and request.get("noise") is not None
+        if not is_asked or grid.uncertainty is None or section.get("uncertainty") is not None:
+            return
+        told = np.nan_to_num(np.asarray(grid.uncertainty, np.float32), nan=0.0)
+        self._doses.append(_grid(name, replace(grid, dose=told, uncertainty=None)))
+        section["uncertainty"] = name
+        self.section("units")["uncertainty"] = "gray"
 
     def take_structures(self, chosen: Parts, name: str) -> None:
         """Put structures where the request names files; `name` has a place for a number."""

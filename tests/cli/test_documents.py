@@ -13,7 +13,8 @@ from test_measurements import cut, write_points
 RETYPED = {str: 3, float: "3", int: "3", bool: "yes", list: {}, dict: [], type(None): True}
 #: What a record may be without, whatever else it holds.
 OPTIONAL = {
-    ("title",), ("plane",), ("sweeps",), ("explanation",), ("data",), ("normal",),
+    ("title",), ("plane",), ("sweeps",), ("explanation",), ("data",), ("normal",), ("withoutNoise",),
+    ("noise",), ("median",), ("largest",),
     ("measurements", "reference", "place"),
 }  # fmt: skip
 
@@ -65,7 +66,8 @@ class Documents(ProgramTest):
             reference, evaluation, "--structures", structures, "--structure", "ring=PTV-Far", "--structure",
             "PTV", "-c", "3%/2mm", "-c", "PTV:1%/1mm", "--evaluation-add", evaluation, "--evaluation-scale",
             "1/2", "--within", "PTV", "--explain", "--explain-range", "2", "--sweep", "1:2%/1:2mm",
-            "--prescription", "2", "--tolerance", "PTV:97", "--fail-below", "1", "--norm-at", "0,0,20",
+            "--prescription", "2", "--tolerance", "PTV:97", "--fail-below", "1", "--norm-at", "0,0,20", "--noise",
+            "--reference-uncertainty", "1%",
         )  # fmt: skip
         yield self.results(points, evaluation, "--plane", "axial", "--at", "0,0,23", "--anonymous", "pair")
 

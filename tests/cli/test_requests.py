@@ -182,6 +182,9 @@ class Requests(ProgramTest):
         self.record(self.reference, self.evaluation, "--save-request", self.folder / "p.json")
         document = json.loads((self.folder / "p.json").read_text())
         document["formatVersion"] = 1
+        del document["noise"], document["units"]["uncertainty"]
+        for role in ("reference", "evaluation"):
+            del document[role]["uncertainty"]
         former = self.folder / "former.json"
         former.write_text(json.dumps(document))
         files = (self.reference, self.evaluation)

@@ -11,7 +11,7 @@ const patience = 350;
 const criterionForm = /^(.*?)([\d.]+\s*%)\s*[LG]?\s*\/(.*)$/i;
 
 /** Members without a field: a request that was loaded keeps them. */
-const carriedMembers = ['limits.failBelow', 'units.dose', 'units.length', 'sweeps'];
+const carriedMembers = ['limits.failBelow', 'units.dose', 'units.length', 'units.uncertainty', 'sweeps'];
 
 type Carried = Pick<RequestDocument, 'units' | 'sweeps'> & { failBelow: string[] };
 
@@ -52,8 +52,8 @@ export class CriteriaForm {
             ...usual,
             name: text('request-name'),
             version: text('request-version'),
-            reference: { ...usual.reference, scale: textOrNull('reference-scale') },
-            evaluation: { ...usual.evaluation, scale: textOrNull('evaluation-scale') },
+            reference: { ...usual.reference, scale: textOrNull('reference-scale'), uncertainty: textOrNull('reference-uncertainty') },
+            evaluation: { ...usual.evaluation, scale: textOrNull('evaluation-scale'), uncertainty: textOrNull('evaluation-uncertainty') },
             criteria: criteria.length > 0 ? criteria : usual.criteria,
             cutOff: numberOr('cut-off', usual.cutOff),
             normalisation: numberOr('normalisation', null),
@@ -81,6 +81,7 @@ export class CriteriaForm {
                 ? { range: numberOr('explain-range', null), structure: textOrNull('explain-structure') }
                 : null,
             sweeps,
+            noise: isChecked('noise') ? { seed: numberOr('noise-seed', 1) } : null,
         };
     }
 

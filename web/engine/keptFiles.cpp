@@ -29,7 +29,7 @@ using Json = nlohmann::ordered_json;
 
 files::Host scriptHost(const files::TableUnits& units = {})
 {
-    return {scriptDeflate(), {}, {}, units};
+    return {scriptDeflate(), {}, {}, units, true};
 }
 
 /** The file that a header names, or the data of a pair for an empty name. @throws files::Refusal */

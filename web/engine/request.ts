@@ -9,6 +9,8 @@ export interface DoseRequest {
     add: string[];
     /** "1.02", "1/33". */
     scale: string | null;
+    /** A path of the page's files, or "2%"; null: those that its file tells. */
+    uncertainty: string | null;
 }
 
 /** Texts where numbers belong are what a person typed: the engine refuses them. */
@@ -56,13 +58,15 @@ export interface RequestDocument {
     limits: { tolerance: string[]; action: string[]; failBelow: string[] };
     /** "axial", "coronal", "sagittal", "gantry:30"; where its point 0, 0 lies, mm. */
     plane: { name: string | null; at: Typed<Position> | null };
-    /** Of tables that tell none. */
-    units: { dose: string | null; length: string | null };
+    /** Of tables that tell none; of files of uncertainties "percent", "fraction" or "gray". */
+    units: { dose: string | null; length: string | null; uncertainty: string | null };
     /** Differences between doses are compared as doses. */
     allowErrorDoses: boolean;
     /** Whether to find the shift and the factor that explain what fails; range in mm. */
     explain: { range: Typed<number> | null; structure: string | null } | null;
     sweeps: string[];
+    /** Whether to estimate the rates of doses without their statistical noise. */
+    noise: { seed: Typed<number> } | null;
 }
 
 /** Without files, and as usual otherwise. */
@@ -72,8 +76,8 @@ export function usualRequest(): RequestDocument {
         formatVersion: 2,
         name: '',
         version: '',
-        reference: { file: null, add: [], scale: null },
-        evaluation: { file: null, add: [], scale: null },
+        reference: { file: null, add: [], scale: null, uncertainty: null },
+        evaluation: { file: null, add: [], scale: null, uncertainty: null },
         criteria: ['3%/2mm'],
         cutOff: 10,
         normalisation: null,
@@ -96,10 +100,11 @@ export function usualRequest(): RequestDocument {
         },
         limits: { tolerance: [], action: [], failBelow: [] },
         plane: { name: null, at: null },
-        units: { dose: null, length: null },
+        units: { dose: null, length: null, uncertainty: null },
         allowErrorDoses: false,
         explain: null,
         sweeps: [],
+        noise: null,
     };
 }
 

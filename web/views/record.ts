@@ -53,6 +53,8 @@ export interface GammaFigures {
     p99: number | null;
     max: number | null;
     verdict: Verdict;
+    /** What doses without their statistical noise would give, where that is asked for. */
+    withoutNoise?: { sentence: string };
     histogram: GammaHistogram | null;
 }
 

@@ -78,6 +78,8 @@ export class Summary {
         byId('verdict-chip').replaceChildren(chip(criterion.verdict));
         byId('verdict-criterion').textContent = describe(criterion);
         byId('verdict-rate').textContent = passRate(criterion);
+        byId('verdict-noise').textContent = criterion.withoutNoise?.sentence ?? '';
+        byId('verdict-noise').hidden = !criterion.withoutNoise;
         byId('verdict-counts').textContent =
             `${whole(criterion.passed)} of ${whole(criterion.tested)} tested voxels passed, ` +
             `${whole(criterion.failed)} failed${sides(criterion)}`;
