@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import argparse
 import os
-import signal
 import sys
 from collections.abc import Callable, Sequence
 from typing import Any, NoReturn
@@ -12,7 +11,7 @@ from typing import Any, NoReturn
 import zarngi
 
 from .._cpus import MAX_THREADS
-from . import commands
+from . import commands, stopping
 from .commands import ExitCode
 from .errors import CohortError
 from .record import READ_TIMEOUT
@@ -195,11 +194,6 @@ def make_parser() -> argparse.ArgumentParser:
     return parser
 
 
-def _on_terminate(*_: object) -> NoReturn:
-    """A batch system that ends a job is heard like Ctrl-C."""
-    raise KeyboardInterrupt
-
-
 def main(arguments: Sequence[str] | None = None) -> int:
     """Run the program.
 
@@ -214,7 +208,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
         An `ExitCode`.
     """
     options = make_parser().parse_args(arguments)
-    signal.signal(signal.SIGTERM, _on_terminate)
+    stopping.listen()
     try:
         return int(options.execute(options))
     except BrokenPipeError:

@@ -13,6 +13,7 @@ import zarngi
 from .. import _checks
 from .._criteria import Criterion
 from .._cpus import MAX_THREADS, available_cpus
+from . import stopping
 from .cluster import DaskCluster
 from .engine import Engine, ThisProcess
 from .errors import WITHOUT_PAGES, CohortError
@@ -147,6 +148,7 @@ def execute(
     counts = Counts(plan.count)
     busy = 0.0
     for outcomes in engine.outcomes(plan.tasks(results, counts), plan.count):
+        stopping.go_on()
         busy += sum(outcome.reading + outcome.searching for outcome in outcomes)
         _settle(results, outcomes, counts)
         if progress is not None:

@@ -32,7 +32,7 @@ DoseImage hill(double shift)
                 const double square = std::pow((grid.origin[0] + 2 * x - shift) / 20, 2) +
                                       std::pow((grid.origin[1] + 2.5 * y) / 18, 2) +
                                       std::pow((grid.origin[2] + 3 * z) / 18, 2);
-                dose.image.values.push_back(static_cast<float>(maximum * std::exp(-square)));
+                dose.image.values.own().push_back(static_cast<float>(maximum * std::exp(-square)));
             }
         }
     }
