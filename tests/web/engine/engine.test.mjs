@@ -203,7 +203,7 @@ describe('the document of a request', () => {
         ...usualRequest(),
         name: 'Lung',
         version: '2',
-        reference: { file: 'a.dcm', add: ['b.dcm'], scale: '1/33' },
+        reference: { file: 'a.dcm', add: ['b.dcm'], scale: '1/33', uncertainty: '2%' },
         criteria: ['3%/2mm', 'PTV*:2%L/1.25mm'],
         cutOff: 12.5,
         normalisationAt: [1, -2.5, 3],
@@ -214,7 +214,8 @@ describe('the document of a request', () => {
         },
         limits: { tolerance: ['95'], action: ['90', 'PTV*:92.5'], failBelow: ['80'] },
         plane: { name: 'coronal', at: [0, 1, 2] },
-        units: { dose: 'cGy', length: 'cm' },
+        units: { dose: 'cGy', length: 'cm', uncertainty: 'percent' },
+        noise: { seed: 7 },
         explain: { range: 7, structure: 'PTV' },
         sweeps: ['1:3%/1:3mm'],
     });
