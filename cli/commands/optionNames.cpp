@@ -44,7 +44,8 @@ constexpr std::array<const char*, memberCount> names{"REFERENCE",
                                                      "--explain",
                                                      "--explain-range",
                                                      "--explain-structure",
-                                                     "--sweep"};
+                                                     "--sweep",
+                                                     "--refuse"};
 
 } // namespace
 

@@ -43,7 +43,8 @@ constexpr std::array<const char*, memberCount> names{"reference.file",
                                                      "explain",
                                                      "explain.range",
                                                      "explain.structure",
-                                                     "sweeps"};
+                                                     "sweeps",
+                                                     "refuse"};
 
 } // namespace
 

@@ -49,10 +49,11 @@ enum class Member {
     explain,
     explainRange,
     explainStructure,
-    sweeps
+    sweeps,
+    refuse
 };
 
-constexpr std::size_t memberCount = static_cast<std::size_t>(Member::sweeps) + 1;
+constexpr std::size_t memberCount = static_cast<std::size_t>(Member::refuse) + 1;
 
 /** Where it stands in the document of a request: "structures.within". */
 const char* memberName(Member member);

@@ -14,6 +14,7 @@
 #include "comparison/measurements/doseSum.h"
 #include "comparison/measurements/normalisation.h"
 #include "comparison/measurements/placement.h"
+#include "comparison/request/gate.h"
 #include "comparison/structures/doseMetric.h"
 #include "comparison/structures/structureLimits.h"
 #include "comparison/sweep/criterionRange.h"
@@ -86,6 +87,9 @@ struct Request {
     bool allowErrorDoses = false; ///< differences between doses are compared as doses
     std::optional<ExplanationWish> explanation;
     std::vector<CriterionRange> sweeps;
+    std::vector<Gate> refuse; ///< warnings that end the comparison
+    /** Whether a host guessed which dose is the reference, and nobody has confirmed it. */
+    bool isReferenceGuessed = false;
     std::string commandLine; ///< that asked; may be empty; kept in the outputs
     /** SHA-256 of the files() when this was asked before; empty, or as many, some of them empty. */
     std::vector<std::string> formerDigests;

@@ -63,6 +63,10 @@ export interface RequestDocument {
     /** Whether to find the shift and the factor that explain what fails; range in mm. */
     explain: { range: Typed<number> | null; structure: string | null } | null;
     sweeps: string[];
+    /** Names of warnings that end the comparison: "identical-doses". */
+    refuse: string[];
+    /** Whether the page guessed which dose is the reference, and nobody has confirmed it. */
+    referenceGuessed: boolean;
 }
 
 /** Without files, and as usual otherwise. */
@@ -100,6 +104,8 @@ export function usualRequest(): RequestDocument {
         allowErrorDoses: false,
         explain: null,
         sweeps: [],
+        refuse: [],
+        referenceGuessed: false,
     };
 }
 
