@@ -50,6 +50,7 @@ export const members: Record<string, MemberWords> = {
     'explain.range': { word: 'Within ±', field: 'explain-range', option: '--explain-range' },
     'explain.structure': { word: 'In the structure', field: 'explain-structure', option: '--explain-structure' },
     sweeps: { word: 'Rates by criterion', option: '--sweep' },
+    refuse: { word: 'Refuse', field: 'refuse', option: '--refuse' },
     name: { word: 'Name', field: 'request-name' },
     version: { word: 'Version', field: 'request-version' },
 };
