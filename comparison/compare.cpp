@@ -9,6 +9,7 @@
 #include "comparison/composition/chosenStructures.h"
 #include "comparison/composition/comparedDoses.h"
 #include "comparison/composition/findings.h"
+#include "comparison/composition/gateChecks.h"
 #include "comparison/composition/presentStructures.h"
 #include "comparison/composition/searches.h"
 
@@ -99,6 +100,7 @@ Comparison prepared(Request request, DoseSource& source)
             {},
             {},
             std::move(warnings),
+            {},
             readSeconds,
             source.isDiscreet()};
 }
@@ -109,6 +111,7 @@ Comparison compare(const Request& request, DoseSource& source, const Watchers& w
 {
     Comparison comparison = prepared(request, source);
     checkFindings(comparison);
+    checkDoseGate(comparison);
     if (watchers.prepared) {
         watchers.prepared(comparison);
     }
@@ -118,6 +121,7 @@ Comparison compare(const Request& request, DoseSource& source, const Watchers& w
         results.push_back(searches.result(asked, watchers.search ? watchers.search(asked.criterion)
                                                                  : WatchSearch()));
     }
+    checkResultGate(comparison, results);
     std::vector<Sweep> sweeps = sweepsOf(comparison, searches, watchers.work);
     comparison.explanation = explanationOf(comparison, searches, watchers.work);
     comparison.sweeps = std::move(sweeps);

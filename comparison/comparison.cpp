@@ -28,6 +28,23 @@ bool hasStructureBelow(const CriterionResult& result, const std::vector<Structur
 
 } // namespace
 
+std::string CriterionResult::label() const
+{
+    return CriterionRequest{criterion, patterns}.label();
+}
+
+const GammaStatistics& CriterionResult::judged() const
+{
+    return judgedRow ? structures[*judgedRow]->statistics : statistics;
+}
+
+const CriterionResult& mostUnreached(const std::vector<CriterionResult>& results)
+{
+    return *std::max_element(results.begin(), results.end(), [](const auto& a, const auto& b) {
+        return a.statistics.unreached < b.statistics.unreached;
+    });
+}
+
 bool Comparison::isBelowLimit() const
 {
     const std::optional<double> failBelow = request.limits.failBelow.general();

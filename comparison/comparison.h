@@ -34,7 +34,7 @@ struct CriterionResult {
     Criterion criterion;
     double step = 0; ///< mm, spacing of the search lattice
     GammaStatistics statistics;
-    Verdict verdict = Verdict::fail;
+    Verdict verdict = Verdict::fail; ///< of structures that it is for, the worst
     std::optional<NoiseEstimate> withoutNoise;
     double seconds = 0;                ///< of the search
     std::vector<float> gamma;          ///< on the reference grid; -1: not tested
@@ -43,6 +43,19 @@ struct CriterionResult {
     /** One for each row of structures; none where the criterion is not for it. */
     std::vector<std::optional<StructureGamma>> structures;
     std::optional<StructureGamma> outside; ///< in none of the rows
+    /** Of the rows that the criterion is for, the one with the worst verdict; none: all voxels. */
+    std::optional<std::size_t> judgedRow;
+
+    /** "3%/2mm", "PTV*:2%/1mm". */
+    std::string label() const;
+    /** Of what the verdict is about: all voxels, or those of a row. */
+    const GammaStatistics& judged() const;
+};
+
+/** What makes the comparison doubtful as a whole. */
+struct GateWarning {
+    Gate name;
+    Sentence sentence;
 };
 
 /** Where alone voxels were tested. */
@@ -69,6 +82,9 @@ struct ComparedDoses {
     const char* doseUnit() const { return files::unitName(reference.unit); }
 };
 
+/** Of several, the one that found no evaluation dose most often. */
+const CriterionResult& mostUnreached(const std::vector<CriterionResult>& results);
+
 struct Comparison : ComparedDoses {
     Request request;
     GammaSettings settings; ///< of the search: with the normalisation where one was asked for
@@ -80,6 +96,7 @@ struct Comparison : ComparedDoses {
     std::vector<Sweep> sweeps;
     std::optional<NoiseFindings> noise; ///< with the estimates of the results; changes none of them
     std::vector<Sentence> warnings;
+    std::vector<GateWarning> gate; ///< beside the others
     double readSeconds = 0;
     bool isDiscreet = false; ///< no sentence quotes what stands in a file
 

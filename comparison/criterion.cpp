@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "comparison/failure.h"
+#include "comparison/request/typedNumber.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -60,8 +61,8 @@ Criterion parseCriterion(const std::string& text, const MemberPlace& place)
         dropTail(dose, "g");
     }
     const bool hasUnits = parts.size() == 2 && dropTail(dose, "%") && dropTail(distance, "mm");
-    criterion.doseDifference = parseNumber(dose);
-    criterion.distance = parseNumber(distance);
+    criterion.doseDifference = parseTyped(dose);
+    criterion.distance = parseTyped(distance);
     if (!hasUnits || !isUsable(criterion.doseDifference) || !isUsable(criterion.distance)) {
         throw refusalOf(place, Sentence("\"") + oneLine(text) +
                                    "\" is not of the form 3%/2mm, 3%G/2mm or 2%L/2mm");

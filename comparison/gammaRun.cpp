@@ -69,7 +69,11 @@ void setParameters(const GammaSettings& settings, const Criterion& criterion)
     require(zarnGI_setStepSize(stepSize(settings, criterion)), label);
     require(zarnGI_setDD(static_cast<float>(criterion.doseDifference)), label);
     require(zarnGI_setDDCriterium(criterion.isLocal ? ZARNGI_DD_LOCAL : ZARNGI_DD_GLOBAL), label);
-    require(zarnGI_setDCO(static_cast<float>(settings.cutOff)), label);
+    if (settings.cutOff > 0) {
+        require(zarnGI_setDCO(static_cast<float>(settings.cutOff)), label);
+    } else {
+        Env->DCO = 0; // which the setter refuses: all voxels with a dose
+    }
     if (std::isfinite(settings.maxGamma)) {
         require(zarnGI_setGammaSearchMax(static_cast<float>(settings.maxGamma)), label);
     } else {

@@ -128,6 +128,9 @@ GammaStatistics gammaStatistics(std::span<const float> gammas,
     moveAcrossOne(*statistics.histogram, failedAtOne);
     statistics.unreached =
         std::erase_if(tested, [](float gamma) { return gamma > unreachedGamma; });
+    const auto limit = static_cast<float>(settings.maxGamma);
+    statistics.beyondLimit = static_cast<std::size_t>(
+        std::count_if(tested.begin(), tested.end(), [=](float gamma) { return gamma > limit; }));
     if (!tested.empty()) {
         statistics.spread = spreadOf(tested);
     }

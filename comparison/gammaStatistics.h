@@ -45,9 +45,13 @@ struct GammaStatistics {
     std::size_t failed = 0;
     FailedSides sides;                  ///< of the failed ones; counted apart
     std::size_t unreached = 0;          ///< failed because no evaluation dose was within reach
+    std::size_t beyondLimit = 0;        ///< gamma above the largest one that was searched for
     double passRate = 0;                ///< %
     std::optional<GammaSpread> spread;  ///< none in pass-rate mode, and when all are unreached
     std::optional<Histogram> histogram; ///< none in pass-rate mode
+
+    /** Failed voxels without an evaluation dose at their centre, or with an equal one there. */
+    std::size_t onNeitherSide() const { return failed - sides.hot - sides.cold - unreached; }
 };
 
 /**

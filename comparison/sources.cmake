@@ -6,8 +6,10 @@ set(comparison_sources
     composition/comparedDoses.cpp
     composition/doseChecks.cpp
     composition/findings.cpp
+    composition/gateChecks.cpp
     composition/presentStructures.cpp
     composition/searches.cpp
+    conditions.cpp
     criterion.cpp
     documents/csv.cpp
     documents/disclosure.cpp
@@ -51,8 +53,10 @@ set(comparison_sources
     noise/noisyRates.cpp
     noise/normalNumbers.cpp
     noise/uncertainty.cpp
+    request/gate.cpp
     request/member.cpp
     request/request.cpp
+    request/typedNumber.cpp
     request/values.cpp
     sentence.cpp
     structures/doseMetric.cpp

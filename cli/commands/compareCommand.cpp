@@ -1,6 +1,7 @@
 #include "cli/commands/compareCommand.h"
 
 #include <iostream>
+#include <span>
 
 #include "cli/commands/optionNames.h"
 #include "cli/guard/unpackPixels.h"
@@ -76,11 +77,21 @@ void checkOutputs(const OutputNames& names, const Comparison& comparison)
     names.checkFiles(inputsOf(comparison), comparison.request.criteriaToCompute());
 }
 
+/** By name, so that --refuse can be told it. */
+void tellGate(std::span<const GateWarning> gate)
+{
+    for (const GateWarning& warning : gate) {
+        std::cerr << "zarngi: warning (" << gateName(warning.name)
+                  << "): " << oneLine(warning.sentence.text(programWording())) << '\n';
+    }
+}
+
 void tell(const Comparison& comparison)
 {
     for (const Sentence& warning : comparison.warnings) {
         std::cerr << "zarngi: warning: " << oneLine(warning.text(programWording())) << '\n';
     }
+    tellGate(comparison.gate);
     std::cout << describeSetup(comparison) << std::flush;
 }
 
@@ -96,12 +107,15 @@ ExitCode compare(const CompareOptions& options)
     DiskSource source(unpackPixels, isDigested, !options.outputs.alias.empty());
     std::optional<Outputs> outputs;
     Watchers watchers = progressOf(request.settings);
+    std::size_t told = 0; // of the gate
     watchers.prepared = [&](const Comparison& prepared) {
         checkOutputs(options.outputs, prepared);
         outputs.emplace(options.outputs, prepared.request.criteriaToCompute());
         tell(prepared);
+        told = prepared.gate.size();
     };
     const Comparison comparison = zarngi::compare(request, source, watchers);
+    tellGate(std::span(comparison.gate).subspan(told));
     std::cout << describeResults(comparison) << std::flush;
     outputs->write(comparison);
     return comparison.isBelowLimit() ? ExitCode::belowLimit : ExitCode::fine;

@@ -7,6 +7,7 @@
 #include "cli/commands/requestFile.h"
 #include "comparison/failure.h"
 #include "comparison/parallel.h"
+#include "comparison/request/typedNumber.h"
 #include "comparison/request/values.h"
 #include "comparison/text.h"
 
@@ -16,14 +17,17 @@ namespace zarngi
 namespace
 {
 
-/** Accepts numbers from above `smallest` up to `largest`. */
+/** Takes numbers from above `smallest` up to `largest`. */
 CLI::Validator numberAbove(double smallest, double largest, const std::string& what)
 {
     return CLI::Validator(
-        [=](const std::string& text) {
-            const double value = parseNumber(text);
-            const bool isAccepted = value > smallest && value <= largest;
-            return isAccepted ? std::string() : "\"" + oneLine(text) + "\" is not " + what;
+        [=](std::string& text) {
+            const double value = parseTyped(text);
+            if (!(value > smallest && value <= largest)) {
+                return "\"" + oneLine(text) + "\" is not " + what;
+            }
+            text = exactNumber(value);
+            return std::string();
         },
         "");
 }
@@ -46,7 +50,7 @@ void addCriteria(CLI::App& command, CompareOptions& options)
                          const char* text) {
         command.add_option(name, value, text)
             ->type_name(unit)
-            ->check(positive())
+            ->transform(positive())
             ->excludes(several)
             ->group("Criteria");
     };
@@ -61,7 +65,7 @@ void addDoseLevels(CLI::App& command, CompareOptions& options)
 {
     command.add_option("--dco", options.cutOff, "Dose cut-off: test voxels above it (10)")
         ->type_name("%")
-        ->check(positive())
+        ->transform(numberAbove(-1e-30, 1e30, "a number from 0"))
         ->group("Criteria");
     auto* const norm =
         command
@@ -81,11 +85,11 @@ void addSearch(CLI::App& command, CompareOptions& options)
     };
     command.add_option("--max-gamma", options.maxGamma, "Largest gamma searched for (3)")
         ->type_name("GAMMA")
-        ->check(positive())
+        ->transform(positive())
         ->group("Search");
     command.add_option("--step", options.step, "Spacing of the search lattice (DTA / 10)")
         ->type_name("MM")
-        ->check(positive())
+        ->transform(positive())
         ->group("Search");
     flag("--pass-rate-only", options.passRateOnly, "Only decide passed or failed: faster");
     flag("--nearest", options.nearest, "Dose of the containing voxel, no interpolation");
@@ -111,6 +115,9 @@ void addLimits(CLI::App& command, CompareOptions& options)
     add("--tolerance", options.tolerance, "Pass rate for a pass (95); 'PTV*:98' for structures");
     add("--action", options.action, "Pass rate that calls for action (90); also 'NAME:90'");
     add("--fail-below", options.failBelow, "Exit with 3 below this pass rate; also 'NAME:95'");
+    addRepeated(command, "--refuse", options.refuse, "NAME",
+                "Refuse where this warning comes up: identical-doses")
+        ->group("Limits");
 }
 
 void addStructures(CLI::App& command, CompareOptions& options)
@@ -131,7 +138,7 @@ void addStructures(CLI::App& command, CompareOptions& options)
         .add_option("--prescription", options.prescription,
                     "Dose of 100 % in V95% (dose that percentages refer to)")
         ->type_name("GY")
-        ->check(positive())
+        ->transform(positive())
         ->group("Structures");
     command
         .add_flag("--ignore-frame", options.ignoreFrame,
@@ -399,6 +406,7 @@ Request CompareOptions::request() const
     readStructures(request.structures, *this);
     readUncertainties(request, *this);
     readFindings(request, *this);
+    replace(request.refuse, parseGates(refuse));
     request.commandLine = commandLine;
     checkFiles(request);
     return request;

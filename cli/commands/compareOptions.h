@@ -64,6 +64,7 @@ struct CompareOptions {
     std::vector<std::string> tolerance;
     std::vector<std::string> action;
     std::vector<std::string> failBelow;
+    std::vector<std::string> refuse;
     std::string plane;
     std::string at;
     UnitOptions units;

@@ -49,7 +49,8 @@ constexpr std::array<const char*, memberCount> names{"REFERENCE",
                                                      "--explain-structure",
                                                      "--sweep",
                                                      "--noise",
-                                                     "--noise-seed"};
+                                                     "--noise-seed",
+                                                     "--refuse"};
 
 } // namespace
 

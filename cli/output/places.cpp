@@ -37,11 +37,6 @@ std::string describePlaces(const DoseImage& dose)
                      : std::string());
 }
 
-const char* placesName(const DoseImage& reference)
-{
-    return reference.isPoints() ? "points" : reference.measurement ? "places" : "voxels";
-}
-
 std::string describePlacing(const PlacedDoses& placed)
 {
     std::string text;

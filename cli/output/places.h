@@ -15,9 +15,6 @@ namespace zarngi
 /** "176 x 88 x 136 voxels of 2.5 x 2.5 x 2.5 mm", "131 x 41 places of 5 x 5 mm, 1386 measured". */
 std::string describePlaces(const DoseImage& dose);
 
-/** What the places of a reference are called: "voxels", "places" or "points". */
-const char* placesName(const DoseImage& reference);
-
 /** A line about how planes and points are compared; empty for volumes. */
 std::string describePlacing(const PlacedDoses& placed);
 

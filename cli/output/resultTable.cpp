@@ -5,10 +5,12 @@
 
 #include "cli/output/columns.h"
 #include "cli/output/explanationTable.h"
+#include "cli/output/gammaFigures.h"
 #include "cli/output/noiseTable.h"
 #include "cli/output/places.h"
 #include "cli/output/structureTable.h"
 #include "cli/output/units.h"
+#include "comparison/conditions.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -51,67 +53,99 @@ std::string describeVerdict(Verdict verdict, const Limits& limits)
     return "fail: below the action limit of " + number(limits.action) + " %";
 }
 
-std::string describeFailed(const GammaStatistics& statistics)
+/** The structure that the verdict is about; empty for all voxels. */
+std::string judgedName(const CriterionResult& result, const Comparison& comparison)
 {
-    const auto& [hot, cold] = statistics.sides;
-    return std::to_string(statistics.failed) + ": " + std::to_string(hot) + " hot, " +
-           std::to_string(cold) + " cold";
+    return result.judgedRow ? oneLine(comparison.structures->rows[*result.judgedRow].chosen.name)
+                            : std::string();
 }
 
-std::string describeSingle(const CriterionResult& result, const Limits& limits, const char* places)
+Limits judgedLimits(const CriterionResult& result, const Comparison& comparison)
 {
-    const GammaStatistics& statistics = result.statistics;
-    std::string text = line("tested", std::to_string(statistics.tested) + " " + places) +
-                       line("passed", std::to_string(statistics.passed)) +
-                       line("failed", describeFailed(statistics)) +
-                       line("pass rate", fixed(statistics.passRate, 6) + " %");
+    return result.judgedRow ? comparison.structures->rows[*result.judgedRow].limits
+                            : comparison.limits();
+}
+
+std::string describeSingle(const CriterionResult& result, const Comparison& comparison)
+{
+    const GammaStatistics& statistics = result.judged();
+    const double limit = comparison.settings.maxGamma;
+    const std::string row = judgedName(result, comparison);
+    std::string text =
+        (row.empty() ? row : line("structure", row)) +
+        line("tested", std::to_string(statistics.tested) + " " + placesName(comparison.reference)) +
+        line("passed", std::to_string(statistics.passed)) + line("failed", failedText(statistics)) +
+        line("pass rate", fixed(statistics.passRate, 6) + " %");
     if (statistics.spread) {
         const GammaSpread& spread = *statistics.spread;
-        text += line("gamma", "minimum " + number(spread.minimum) + ", mean " +
-                                  number(spread.mean) + ", maximum " + number(spread.maximum)) +
-                line("", "95th percentile " + number(spread.percentile95) + ", 99th percentile " +
-                             number(spread.percentile99));
+        text += line("gamma", "minimum " + gammaText(spread.minimum, limit) + ", mean " +
+                                  meanText(statistics) + ", maximum " +
+                                  gammaText(spread.maximum, limit)) +
+                line("", "95th percentile " + gammaText(spread.percentile95, limit) +
+                             ", 99th percentile " + gammaText(spread.percentile99, limit));
     }
-    const std::string verdict = result.patterns.empty() ? describeVerdict(result.verdict, limits)
-                                                        : "that of the structures below";
-    return text + line("verdict", verdict) +
+    const bool hasNothing = !result.patterns.empty() && !result.judgedRow;
+    return text +
+           line("verdict",
+                hasNothing ? "fail: nothing is tested in its structures"
+                           : describeVerdict(result.verdict, judgedLimits(result, comparison))) +
            line("time", fixed(result.seconds, 3) + " s for the search");
 }
 
-std::string describeRow(const CriterionResult& result)
+std::string describeRow(const CriterionResult& result, double limit, std::size_t width)
 {
-    const GammaStatistics& statistics = result.statistics;
-    std::string name = result.criterion.label();
-    name.resize(std::max<std::size_t>(name.size(), 11), ' ');
+    const GammaStatistics& statistics = result.judged();
     std::string row =
-        name + cell(std::to_string(statistics.tested), 9) +
+        leftCell(oneLine(result.label()), width) + cell(std::to_string(statistics.tested), 9) +
         cell(std::to_string(statistics.failed), 9) + cell(std::to_string(statistics.sides.hot), 8) +
         cell(std::to_string(statistics.sides.cold), 8) + cell(fixed(statistics.passRate, 4), 10);
     if (statistics.spread) {
         const GammaSpread& spread = *statistics.spread;
-        for (const double value :
-             {spread.mean, spread.percentile95, spread.percentile99, spread.maximum}) {
-            row += cell(fixed(value, 3), 7);
+        row += meanCell(statistics);
+        for (const double value : {spread.percentile95, spread.percentile99, spread.maximum}) {
+            row += gammaCell(value, limit);
         }
     } else {
         row += std::string(4 * 7, ' ');
     }
-    return row + cell(fixed(result.seconds, 2), 8) + "  " +
-           (result.patterns.empty() ? verdictName(result.verdict) : "below") + "\n";
+    return row + cell(fixed(result.seconds, 2), 8) + "  " + verdictName(result.verdict) + "\n";
+}
+
+std::size_t labelWidth(const Comparison& comparison)
+{
+    std::size_t width = 11;
+    for (const CriterionResult& result : comparison.results) {
+        width = std::max(width, widthOf(oneLine(result.label())));
+    }
+    return width;
+}
+
+/** Which structures stand in the rows of criteria for structures. */
+std::string judgedNote(const Comparison& comparison)
+{
+    std::string text;
+    for (const CriterionResult& result : comparison.results) {
+        const std::string name = judgedName(result, comparison);
+        text += name.empty() ? name : oneLine(result.label()) + ": that of " + name + "\n";
+    }
+    return text;
 }
 
 std::string describeTable(const Comparison& comparison)
 {
-    std::string text =
-        "criterion     tested   failed     hot    cold pass rate   mean    P95    P99"
-        "    max seconds  verdict\n";
+    const std::size_t width = labelWidth(comparison);
+    std::string text = leftCell("criterion", width) +
+                       "   tested   failed     hot    cold pass rate   mean    P95    P99"
+                       "    max seconds  verdict\n";
     for (const CriterionResult& result : comparison.results) {
-        text += describeRow(result);
+        text += describeRow(result, comparison.settings.maxGamma, width);
     }
-    return text + "verdict: pass from " + number(comparison.limits().tolerance) +
-           " %, investigate from " + number(comparison.limits().action) +
+    return text + judgedNote(comparison) + "verdict: pass from " +
+           number(comparison.limits().tolerance) + " %, investigate from " +
+           number(comparison.limits().action) +
            " %, fail below\n"
-           "hot, cold: failed with more, with less dose than the reference\n";
+           "hot, cold: failed with more, with less dose than the reference; other failed ones have "
+           "no evaluation dose there, or an equal one\n";
 }
 
 /** What the dose of 100 % is, where it was asked for otherwise than as a number. */
@@ -170,14 +204,10 @@ std::string describeSetup(const Comparison& comparison)
 std::string describeResults(const Comparison& comparison)
 {
     std::string text = comparison.results.size() == 1
-                           ? describeSingle(comparison.results.front(), comparison.limits(),
-                                            placesName(comparison.reference))
+                           ? describeSingle(comparison.results.front(), comparison)
                            : describeTable(comparison);
-    const std::size_t unreached = comparison.results.front().statistics.unreached;
-    if (unreached > 0) {
-        text += line("note", grouped(unreached) + " tested " + placesName(comparison.reference) +
-                                 " have no evaluation dose within reach; they fail");
-    }
+    const std::string conditions = textOf(conditionsOf(comparison));
+    text += conditions.empty() ? conditions : line("conditions", conditions);
     if (comparison.structures) {
         text += describeStructures(comparison);
     }

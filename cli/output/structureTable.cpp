@@ -1,9 +1,11 @@
 #include "cli/output/structureTable.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "cli/output/columns.h"
+#include "cli/output/gammaFigures.h"
 #include "cli/output/units.h"
 #include "comparison/text.h"
 
@@ -46,7 +48,7 @@ bool isBefore(const GammaRow& a, const GammaRow& b)
     return key(a) < key(b);
 }
 
-std::string describeGamma(const GammaRow& row, std::size_t width)
+std::string describeGamma(const GammaRow& row, double limit, std::size_t width)
 {
     const GammaStatistics& statistics = row.gamma->statistics;
     const std::string name = nameCell(row.name, width);
@@ -59,16 +61,16 @@ std::string describeGamma(const GammaRow& row, std::size_t width)
         cell(std::to_string(statistics.sides.cold), 7) + cell(fixed(statistics.passRate, 2), 10);
     if (statistics.spread) {
         const GammaSpread& spread = *statistics.spread;
-        for (const double value : {spread.mean, spread.percentile99, spread.maximum}) {
-            text += cell(fixed(value, 3), 7);
-        }
+        text += meanCell(statistics) + gammaCell(spread.percentile99, limit) +
+                gammaCell(spread.maximum, limit);
     } else {
         text += std::string(3 * 7, ' ');
     }
     return text + "  " + verdictName(*row.gamma->verdict) + "\n";
 }
 
-std::string describeCriterion(const CriterionResult& result, const StructureComparison& structures)
+std::string describeCriterion(const CriterionResult& result, double limit,
+                              const StructureComparison& structures)
 {
     std::vector<GammaRow> rows;
     for (std::size_t i = 0; i < structures.rows.size(); ++i) {
@@ -81,10 +83,10 @@ std::string describeCriterion(const CriterionResult& result, const StructureComp
         rows.push_back({outsideName, &*result.outside});
     }
     const std::size_t width = nameWidth(structures);
-    std::string text = nameCell(result.criterion.label(), width) +
+    std::string text = nameCell(result.label(), width) +
                        "   tested  failed    hot   cold pass rate   mean    P99    max  verdict\n";
     for (const GammaRow& row : rows) {
-        text += describeGamma(row, width);
+        text += describeGamma(row, limit, width);
     }
     return text;
 }
@@ -175,13 +177,24 @@ std::string describeDoses(const Comparison& comparison)
     return text;
 }
 
+/** A note that several structures share stands once, with their names behind it. */
 std::string describeNotes(const StructureComparison& structures)
 {
-    std::string text;
+    std::vector<std::pair<std::string, std::vector<std::string>>> notes;
     for (const StructureRow& row : structures.rows) {
         for (const std::string& note : row.notes) {
-            text += line("note", oneLine(row.chosen.name + ": " + note));
+            auto place = std::find_if(notes.begin(), notes.end(),
+                                      [&](const auto& known) { return known.first == note; });
+            if (place == notes.end()) {
+                place = notes.insert(place, {note, {}});
+            }
+            place->second.push_back(row.chosen.name);
         }
+    }
+    std::string text;
+    for (const auto& [note, names] : notes) {
+        const std::string list = join(names, ", ");
+        text += line("note", oneLine(names.size() == 1 ? list + ": " + note : note + ": " + list));
     }
     for (const RefusedStructure& refused : structures.refused) {
         text += line("left out", oneLine(refused.name + ": " + refused.reason));
@@ -196,7 +209,7 @@ std::string describeStructures(const Comparison& comparison)
     std::string text;
     for (const CriterionResult& result : comparison.results) {
         text += '\n';
-        text += describeCriterion(result, *comparison.structures);
+        text += describeCriterion(result, comparison.settings.maxGamma, *comparison.structures);
     }
     return text + describeDoses(comparison) + describeNotes(*comparison.structures);
 }

@@ -26,6 +26,27 @@ DoseImage testedReference(const Comparison& comparison)
     return reference;
 }
 
+/** Worse: its verdict, then its rate; nothing tested is no verdict. */
+bool isWorse(const StructureGamma& gamma, const StructureGamma& other)
+{
+    return gamma.verdict != other.verdict ? gamma.verdict > other.verdict
+                                          : gamma.statistics.passRate < other.statistics.passRate;
+}
+
+/** Judges a criterion for structures by them: where nothing is tested in them, it fails. */
+void judgeByStructures(CriterionResult& result)
+{
+    for (std::size_t i = 0; i < result.structures.size(); ++i) {
+        const std::optional<StructureGamma>& gamma = result.structures[i];
+        if (gamma && gamma->verdict &&
+            (!result.judgedRow || isWorse(*gamma, *result.structures[*result.judgedRow]))) {
+            result.judgedRow = i;
+        }
+    }
+    result.verdict =
+        result.judgedRow ? *result.structures[*result.judgedRow]->verdict : Verdict::fail;
+}
+
 } // namespace
 
 void judgeStructures(CriterionResult& result, const Comparison& comparison,
@@ -42,7 +63,9 @@ void judgeStructures(CriterionResult& result, const Comparison& comparison,
             result.structures[i] = structureGamma(tested, row.voxels, row.limits);
         }
     });
-    if (result.patterns.empty()) {
+    if (!result.patterns.empty()) {
+        judgeByStructures(result);
+    } else {
         result.outside = structureGamma(tested, structures.outside, comparison.limits());
     }
 }

@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "comparison/conditions.h"
 #include "comparison/documents/disclosure.h"
 #include "comparison/documents/noiseJson.h"
 #include "comparison/explanation/conclusion.h"
@@ -63,7 +64,7 @@ Cells resultCells(const CriterionResult& result, const GammaStatistics& statisti
     };
     return {told.disclosure.pathOf(told.comparison.reference.path),
             told.disclosure.pathOf(told.comparison.evaluation.path),
-            result.criterion.label(),
+            result.label(),
             number(result.criterion.doseDifference),
             number(result.criterion.distance),
             result.criterion.isLocal ? "local" : "global",
@@ -181,6 +182,7 @@ std::string finishedRow(Cells cells, const CriterionResult& result, const std::s
     if (comparison.explanation) {
         append(cells, explanationCells(*comparison.explanation, result.criterion, structure));
     }
+    cells.push_back(textOf(conditionsOf(comparison)));
     return row(cells);
 }
 
@@ -249,7 +251,8 @@ std::string sweepRows(const Sweep& sweep, const Told& told, std::size_t columns)
             if (comparison.structures) {
                 cells.push_back(part.name);
             }
-            cells.resize(columns);
+            cells.resize(columns - 1);
+            cells.push_back(textOf(conditionsOf(comparison)));
             text += row(cells);
         }
     }
@@ -293,6 +296,7 @@ std::string comparisonCsv(const Comparison& comparison, const std::optional<std:
     if (comparison.explanation) {
         append(names, explanationNames());
     }
+    names.emplace_back("conditions");
     std::string text = row(names);
     for (const CriterionResult& result : comparison.results) {
         text += resultRows(result, told);

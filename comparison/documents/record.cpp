@@ -5,6 +5,7 @@
 #include <chrono>
 #include <ctime>
 
+#include "comparison/conditions.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/explanationJson.h"
 #include "comparison/documents/measurementJson.h"
@@ -64,6 +65,15 @@ Json criterionJson(const CriterionResult& result, const Comparison& comparison)
     return json;
 }
 
+Json conditionsJson(const Comparison& comparison)
+{
+    Json list = Json::array();
+    for (const Condition& condition : conditionsOf(comparison)) {
+        list.push_back({{"name", conditionName(condition.kind)}, {"text", condition.text}});
+    }
+    return list;
+}
+
 double searchSeconds(const Comparison& comparison)
 {
     double seconds = 0;
@@ -98,10 +108,12 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
         {"doseUnit", comparison.doseUnit()},
         {"threads", comparison.settings.threads},
         {"failBelow", failBelow ? Json(*failBelow) : Json(nullptr)},
+        {"conditions", conditionsJson(comparison)},
         {"criteria", Json::array()},
         {"timings",
          {{"readSeconds", comparison.readSeconds}, {"searchSeconds", searchSeconds(comparison)}}},
-        {"warnings", Json::array()}};
+        {"warnings", Json::array()},
+        {"gate", Json::array()}};
     const Wording wording{plainWording().member,
                           [&](const std::string& path) { return disclosure.pathOf(path); }};
     for (const Sentence& warning : comparison.warnings) {
@@ -109,6 +121,10 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
     }
     if (alias) {
         document["title"] = *alias;
+    }
+    for (const GateWarning& warning : comparison.gate) {
+        document["gate"].push_back(
+            {{"name", gateName(warning.name)}, {"text", warning.sentence.text(wording)}});
     }
     for (const CriterionResult& result : comparison.results) {
         document["criteria"].push_back(criterionJson(result, comparison));

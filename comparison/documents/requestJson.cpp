@@ -189,6 +189,14 @@ public:
         return *value;
     }
 
+    /** %, 0 or more: at 0, all voxels with a dose are tested. */
+    double cutOff()
+    {
+        const MemberPlace place{Member::cutOff};
+        const std::optional<double> value = number("cutOff", place);
+        return value == 0.0 ? 0.0 : needed("cutOff", place);
+    }
+
     /** mm; empty for null. A text is told as number() tells one. */
     std::vector<double> position(const char* name, const MemberPlace& place, std::size_t least)
     {
@@ -265,7 +273,7 @@ NormalisationRequest readNormalisation(Members& members)
 GammaSettings readSettings(Members& members)
 {
     GammaSettings settings;
-    settings.cutOff = members.needed("cutOff", {Member::cutOff});
+    settings.cutOff = members.cutOff();
     settings.maxGamma = members.needed("maxGamma", {Member::maxGamma});
     settings.step = members.positive("step", {Member::step});
     settings.passRateOnly = members.flag("passRateOnly");
@@ -397,7 +405,9 @@ nlohmann::ordered_json requestJson(const Request& request)
             {"allowErrorDoses", request.allowErrorDoses},
             {"explain", explanationJson(request.explanation)},
             {"sweeps", textsOf(request.sweeps)},
-            {"noise", noiseJson(request.noise)}};
+            {"noise", noiseJson(request.noise)},
+            {"refuse", textsOf(request.refuse)},
+            {"referenceGuessed", request.isReferenceGuessed}};
 }
 
 Request requestOf(const nlohmann::ordered_json& document)
@@ -426,6 +436,10 @@ Request requestOf(const nlohmann::ordered_json& document)
     const std::vector<std::string> sweeps = members.texts("sweeps");
     for (std::size_t i = 0; i < sweeps.size(); ++i) {
         request.sweeps.push_back(parseCriterionRange(sweeps[i], {Member::sweeps, i}));
+    }
+    if (members.knows(2)) {
+        request.refuse = parseGates(members.texts("refuse"));
+        request.isReferenceGuessed = members.flag("referenceGuessed");
     }
     members.checkAllTaken();
     return request;

@@ -25,6 +25,7 @@ nlohmann::ordered_json statisticsJson(const GammaStatistics& statistics)
             {"hot", statistics.sides.hot},
             {"cold", statistics.sides.cold},
             {"unreached", statistics.unreached},
+            {"beyondLimit", statistics.beyondLimit},
             {"passRate", statistics.tested > 0 ? Json(statistics.passRate) : Json(nullptr)},
             {"min", orNull(statistics.spread, &GammaSpread::minimum)},
             {"mean", orNull(statistics.spread, &GammaSpread::mean)},

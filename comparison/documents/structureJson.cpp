@@ -173,6 +173,8 @@ void addStructures(nlohmann::ordered_json& criterion, const CriterionResult& res
                    const std::vector<StructureRow>& rows)
 {
     criterion["for"] = result.patterns;
+    criterion["judged"] =
+        result.judgedRow ? Json(rows[*result.judgedRow].chosen.name) : Json(nullptr);
     criterion["structures"] = Json::array();
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const std::optional<StructureGamma>& gamma = result.structures[i];

@@ -53,6 +53,10 @@ std::string remainderText(const Explanation& explanation)
     if (rest.unreached > 0) {
         text += ", " + grouped(rest.unreached) + " outside of the moved evaluation";
     }
+    const std::size_t others = failed - rest.sides.hot - rest.sides.cold - rest.unreached;
+    if (others > 0) {
+        text += ", " + grouped(others) + " on neither side";
+    }
     return text + ").";
 }
 

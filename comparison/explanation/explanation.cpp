@@ -49,8 +49,8 @@ public:
         ChangeSearch search(trials_, result_.bounds, watch_, static_cast<double>(all_.size()));
         findAxes(search);
         findChanges(search);
-        findRanges(search);
         confirm(search);
+        findRanges(search);
         result_.conclusion = conclusionOf(result_);
         result_.cost = trials_.voxelsComputed() / static_cast<double>(all_.size());
         result_.computations = trials_.computations();
@@ -259,7 +259,10 @@ private:
         result_.factorWithin = {1 + percent.lower / 100, 1 + percent.upper / 100};
     }
 
-    /** The rates of all voxels; that of the best change comes last, with its map. */
+    /**
+     * The rates of all voxels; that of the best change comes last, with its map. What was searched
+     * for is badness in some voxels: among all, either change alone may leave fewer that fail.
+     */
     void confirm(ChangeSearch& search)
     {
         trials_.testWhole(all_);
@@ -267,10 +270,21 @@ private:
         result_.shiftAlone = resultOf(result_.shiftAlone.change);
         search.compute(result_.factorAlone.change);
         result_.factorAlone = resultOf(result_.factorAlone.change);
-        search.compute(result_.both.change, 1, request_.maxGamma);
-        result_.both = resultOf(result_.both.change);
+        confirmBoth(search);
+        for (const ChangeResult* const alone : {&result_.shiftAlone, &result_.factorAlone}) {
+            if (alone->failed < result_.both.failed) { // both hold it, too
+                result_.both.change = alone->change;
+                confirmBoth(search);
+            }
+        }
         result_.after = trials_.maps();
         findRemainder();
+    }
+
+    void confirmBoth(ChangeSearch& search)
+    {
+        search.compute(result_.both.change, 1, request_.maxGamma);
+        result_.both = resultOf(result_.both.change);
     }
 
     DoseView movedEvaluation(std::vector<float>& doses) const

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "comparison/failure.h"
+#include "comparison/request/typedNumber.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -88,8 +89,8 @@ bool lieAlike(const DoseImage& a, const DoseImage& b)
 DoseFactor parseFactor(const MemberPlace& place, const std::string& text)
 {
     const std::size_t slash = std::min(text.find('/'), text.size());
-    const double numerator = parseNumber(text.substr(0, slash));
-    const double denominator = slash < text.size() ? parseNumber(text.substr(slash + 1)) : 1;
+    const double numerator = parseTyped(text.substr(0, slash));
+    const double denominator = slash < text.size() ? parseTyped(text.substr(slash + 1)) : 1;
     const double value = numerator / denominator;
     if (!(numerator > 0 && denominator > 0 && value >= 1e-30 && value <= 1e30)) {
         throw refusalOf(place, Sentence("\"") + oneLine(text) +

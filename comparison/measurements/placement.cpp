@@ -233,6 +233,11 @@ void putInSpace(DoseImage& dose, const PlanePlace& plane)
     putPoints(dose, plane);
 }
 
+const char* placesName(const DoseImage& reference)
+{
+    return reference.isPoints() ? "points" : reference.measurement ? "places" : "voxels";
+}
+
 bool arePoints(SearchSpace space)
 {
     return space == SearchSpace::points || space == SearchSpace::pointsInPlane;

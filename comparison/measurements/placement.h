@@ -53,6 +53,9 @@ enum class SearchSpace {
 bool arePoints(SearchSpace space);
 bool isInPlane(SearchSpace space);
 
+/** What the places of a reference are called: "voxels", "places", "points". */
+const char* placesName(const DoseImage& reference);
+
 /** Two doses where they are compared. */
 struct PlacedDoses {
     SearchSpace space = SearchSpace::volume;

@@ -48,7 +48,8 @@ constexpr std::array<const char*, memberCount> names{"reference.file",
                                                      "explain.structure",
                                                      "sweeps",
                                                      "noise",
-                                                     "noise.seed"};
+                                                     "noise.seed",
+                                                     "refuse"};
 
 } // namespace
 

@@ -54,10 +54,11 @@ enum class Member {
     explainStructure,
     sweeps,
     noise,
-    noiseSeed
+    noiseSeed,
+    refuse
 };
 
-constexpr std::size_t memberCount = static_cast<std::size_t>(Member::noiseSeed) + 1;
+constexpr std::size_t memberCount = static_cast<std::size_t>(Member::refuse) + 1;
 
 /** Where it stands in the document of a request: "structures.within". */
 const char* memberName(Member member);

@@ -16,6 +16,7 @@
 #include "comparison/measurements/normalisation.h"
 #include "comparison/measurements/placement.h"
 #include "comparison/noise/uncertainty.h"
+#include "comparison/request/gate.h"
 #include "comparison/structures/doseMetric.h"
 #include "comparison/structures/structureLimits.h"
 #include "comparison/sweep/criterionRange.h"
@@ -104,7 +105,10 @@ struct Request {
     std::vector<CriterionRange> sweeps;
     std::optional<NoiseWish> noise;
     bool hasOnlyFindings = false; ///< the criteria themselves are not searched; in no document
-    std::string commandLine;      ///< that asked; may be empty; kept in the outputs
+    std::vector<Gate> refuse;     ///< warnings that end the comparison
+    /** Whether a host guessed which dose is the reference, and nobody has confirmed it. */
+    bool isReferenceGuessed = false;
+    std::string commandLine; ///< that asked; may be empty; kept in the outputs
     /** SHA-256 of the files() when this was asked before; empty, or as many, some of them empty. */
     std::vector<std::string> formerDigests;
 

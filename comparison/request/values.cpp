@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "comparison/failure.h"
+#include "comparison/request/typedNumber.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -40,7 +41,7 @@ double factorOf(Member member, const std::string& text, const char* usual, const
 
 double parsePositive(const MemberPlace& place, const std::string& text)
 {
-    const double value = parseNumber(trimmed(text));
+    const double value = parseTyped(trimmed(text));
     if (!isUsable(value)) {
         throw noPositive(place, text);
     }
@@ -60,7 +61,7 @@ NormalisationRequest parseNormalisation(const std::string& text)
     NormalisationRequest request;
     request.isEvaluation = text == ofEvaluation;
     if (!request.isEvaluation) {
-        request.dose = parseNumber(text);
+        request.dose = parseTyped(text);
         if (!isUsable(*request.dose)) {
             throw refusalOf({Member::normalisation},
                             Sentence("\"") + oneLine(text) +

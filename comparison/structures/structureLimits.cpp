@@ -1,6 +1,7 @@
 #include "comparison/structures/structureLimits.h"
 
 #include "comparison/failure.h"
+#include "comparison/request/typedNumber.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -22,7 +23,7 @@ StructureLimits::StructureLimits(Member member, const std::vector<std::string>& 
         const std::string& text = texts[i];
         const MemberPlace place{member, i};
         const ForStructures split = splitAtLastColon(text);
-        const double percent = parseNumber(split.text);
+        const double percent = parseTyped(split.text);
         if (!(percent >= 0 && percent <= 100)) {
             throw refusalOf(place, Sentence("\"") + oneLine(split.text) +
                                        "\" is not a percentage from 0 to 100");

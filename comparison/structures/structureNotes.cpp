@@ -61,6 +61,16 @@ Notes notesOf(std::size_t place, const StructureCatalogue& catalogue,
     return notes;
 }
 
+/** Whether it has an inside: a structure of points has none, which its notes tell. */
+bool hasVolume(const StructureRow& row, const StructureCatalogue& catalogue)
+{
+    if (!row.chosen.place) {
+        return true;
+    }
+    const files::Structure& structure = catalogue.structure(*row.chosen.place);
+    return structure.region || !structure.contours.empty();
+}
+
 } // namespace
 
 std::vector<std::string> structureNotes(const StructureRow& row, std::size_t subPoints,
@@ -77,7 +87,7 @@ std::vector<std::string> structureNotes(const StructureRow& row, std::size_t sub
             }
         }
     }
-    if (row.voxels.empty()) {
+    if (row.voxels.empty() && hasVolume(row, catalogue)) {
         notes.emplace_back("holds no voxel of the dose grid");
     }
     if (subPoints > 0) {

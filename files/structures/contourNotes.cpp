@@ -20,20 +20,17 @@ void addKind(std::string& list, std::size_t count, const char* one, const char* 
 std::vector<std::string> contourNotes(const Structure& structure)
 {
     const ContoursLeftOut& leftOut = structure.leftOut;
-    std::vector<std::string> notes;
-    if (!structure.region && structure.contours.empty() && structure.refusal.empty()) {
-        notes.emplace_back(leftOut.count() == 0 ? "has no contours, and so no volume"
-                                                : "has no closed contours, and so no volume");
-    }
     std::string list;
     addKind(list, leftOut.points, "point", "points");
     addKind(list, leftOut.open, "open contour", "open contours");
     addKind(list, leftOut.few, "contour of fewer than three vertices",
             "contours of fewer than three vertices");
-    if (!list.empty()) {
-        notes.push_back(list + " left out, without an inside");
+    if (!structure.region && structure.contours.empty() && structure.refusal.empty()) {
+        return {list.empty() ? "has no contours, and so no volume"
+                             : "has no closed contours (" + list + " left out), and so no volume"};
     }
-    return notes;
+    return list.empty() ? std::vector<std::string>()
+                        : std::vector{list + " left out, without an inside"};
 }
 
 } // namespace files

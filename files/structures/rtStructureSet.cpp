@@ -26,6 +26,7 @@ constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
 constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
 constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
 constexpr DicomTag modality{0x00080060, "Modality"};
+constexpr DicomTag patientId{0x00100020, "Patient ID"};
 constexpr DicomTag frameOfReference{0x00200052, "Frame of Reference UID"};
 constexpr DicomTag setLabel{0x30060002, "Structure Set Label"};
 constexpr DicomTag framesOfReference{0x30060010, "Referenced Frame of Reference Sequence"};
@@ -201,6 +202,7 @@ public:
         set_.canTellFrame = true;
         set_.label = texts_.text(file_, tags::setLabel);
         set_.sopInstance = texts_.text(file_, tags::sopInstance);
+        set_.patientId = texts_.text(file_, tags::patientId);
         commonFrame_ = commonFrameOfReference(file_, texts_);
         forEachItem(file_, tags::rois, [this](const DicomValues& roi) { addRoi(roi); });
         if (set_.structures.empty()) {

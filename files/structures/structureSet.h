@@ -66,6 +66,7 @@ struct StructureSet {
     std::string format;   ///< "DICOM RT Structure Set", "NRRD", "MetaImage" or "NIfTI"
     std::string label;    ///< of the set; empty where it is not told
     std::string sopInstance;
+    std::string patientId;     ///< only to be compared; empty where it is not told
     bool canTellFrame = false; ///< whether files of this kind name the frame of their positions
     std::vector<Structure> structures;
     /** What was taken for granted, each a line that continues "FILE: ". */

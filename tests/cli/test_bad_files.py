@@ -74,7 +74,7 @@ class NothingToCompare(ProgramTest):
         self.assertEqual(criterion["passRate"], 0)
         self.assertEqual(criterion["unreached"], criterion["tested"])
         self.assertIsNone(criterion["mean"])
-        self.assertIn("no evaluation dose within reach", run("compare", a, b).stdout)
+        self.assertIn("without evaluation dose in reach", run("compare", a, b).stdout)
 
 
 if __name__ == "__main__":

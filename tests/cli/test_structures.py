@@ -134,7 +134,7 @@ class Structures(ProgramTest):
         for name, text in (
             ("Far", "lies wholly outside of the dose grid"),
             ("Far", "holds no voxel of the dose grid"),
-            ("Point", "has no closed contours, and so no volume"),
+            ("Point", "has no closed contours"),
             ("Point", "1 point left out"),
             ("Body", "is cut by the edge of the dose grid"),
             ("Body", "planes below or above the dose grid"),

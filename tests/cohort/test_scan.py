@@ -179,7 +179,7 @@ def test_program_writes_a_manifest_that_it_reads(tmp_path):
     done = zarngi_cohort("scan", "--reference-from", tmp_path / "in/tps", "--evaluation-from",
                          tmp_path / "in/qa", "-o", manifest)  # fmt: skip
     assert (done.returncode, done.stdout) == (0, "")
-    assert done.stderr == f"{lonely}: has no partner\n1 pairs, 1 left out\n"
+    assert done.stderr == f"{lonely}: has no partner\n1 pair, 1 left out\n"
     assert ",../in/tps/a.dcm,../in/qa/a.dcm," in manifest.read_text()
     (pair,) = Manifest(manifest)
     assert zarngi.read(pair.reference).shape[0] == 2

@@ -51,6 +51,21 @@ TEST(Statistics, VoxelsWithoutADoseToCompareWithFailButHaveNoGamma)
     EXPECT_FALSE(gammaStatistics(mapOf({1e10F}, {no}), {}).spread);
 }
 
+TEST(Statistics, GammaBeyondTheLimitOfTheSearchIsCounted)
+{
+    zarngi::GammaSettings settings;
+    settings.maxGamma =
+        1.3; // no float: gamma at the limit, which the search knows as one, is within
+    auto result = gammaStatistics(
+        mapOf({0.5F, 1.3F, 1.31F, 9, 1e10F, -1}, {yes, no, no, no, no, none}), settings);
+    EXPECT_EQ(result.beyondLimit, 2U);
+    EXPECT_EQ(result.unreached, 1U);
+    result.sides = {1, 1};
+    EXPECT_EQ(result.onNeitherSide(), 1U); // of four that failed
+    settings.passRateOnly = true;
+    EXPECT_EQ(gammaStatistics(mapOf({2}, {no}), settings).beyondLimit, 0U);
+}
+
 TEST(Statistics, FailureByTheLastBitIsAFailure)
 {
     // The square root of the gamma squared next above 1 is 1 in single precision.

@@ -1,7 +1,7 @@
 import uPlot from 'uplot';
 import { axis, Chart, drawRule, scaled, type Rule } from '../views/chart';
 import { byId, el, token } from '../views/dom';
-import { fixed, whole } from '../views/format';
+import { counted, fixed, whole } from '../views/format';
 import type { Limits } from './data';
 import type { Selection } from './selection';
 
@@ -67,7 +67,7 @@ export class Control {
 
     private showText(limits: Limits): void {
         const count = limits.beyond.filter((b) => b !== '').length;
-        const parts = [`${limits.group || 'All pairs'} by ${limits.criterion}: ${whole(limits.pair.length)} pairs`];
+        const parts = [`${limits.group || 'All pairs'} by ${limits.criterion}: ${counted(limits.pair.length, 'pair')}`];
         parts.push(count === 0 ? 'none beyond the limits' : `${whole(count)} beyond the limits`);
         if (!limits.hasEnough) {
             parts.push('fewer than 20 pairs: these limits are a first guess');

@@ -1,7 +1,7 @@
 import uPlot from 'uplot';
 import { axis, bar, Chart, countAxis, countScale, drawRule, scaled } from '../views/chart';
 import { byId, token } from '../views/dom';
-import { fixed, plain } from '../views/format';
+import { counted, fixed, plain } from '../views/format';
 import type { Selection } from './selection';
 import { axisStart } from './statistics';
 
@@ -37,7 +37,7 @@ export class Distribution {
         this.chart.create([this.edges, ...columns] as uPlot.AlignedData, width, tall);
         byId('distribution').setAttribute(
             'aria-label',
-            `Histogram of the pass rates of ${rates.length} pairs, from ${plain(start)} to 100 %`,
+            `Histogram of the pass rates of ${counted(rates.length, 'pair')}, from ${plain(start)} to 100 %`,
         );
     }
 

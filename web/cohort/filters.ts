@@ -1,5 +1,5 @@
 import { byId, el } from '../views/dom';
-import { whole } from '../views/format';
+import { counted, whole } from '../views/format';
 import type { Selection, Verdict } from './selection';
 
 const verdicts: [Verdict, string][] = [
@@ -63,8 +63,8 @@ export class Filters {
         if (this.find.value !== choice.find) {
             this.find.value = choice.find;
         }
-        const total = whole(record.pairs.id.length);
-        byId('shown').textContent = `${whole(shown.length)} of ${total} pairs shown`;
+        const total = record.pairs.id.length;
+        byId('shown').textContent = `${whole(shown.length)} of ${counted(total, 'pair')} shown`;
     }
 }
 

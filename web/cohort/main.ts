@@ -3,6 +3,7 @@ import '../views/style.css';
 import './style.css';
 import { withChartSize } from '../views/chart';
 import { byId, el } from '../views/dom';
+import { counted } from '../views/format';
 import { applyTheme, setUpTheme } from '../views/theme';
 import { Control } from './control';
 import { readCohort, type CohortRecord } from './data';
@@ -39,7 +40,7 @@ function showHead(record: CohortRecord): void {
     const failed = record.pairs.error.filter((error) => error !== null).length;
     const dates = record.pairs.date.filter((date) => date !== '').sort();
     const when = dates.length ? `, ${dates[0].slice(0, 10)} to ${dates[dates.length - 1].slice(0, 10)}` : '';
-    byId('subtitle').textContent = `${length} pairs, ${failed} of them failed${when}`;
+    byId('subtitle').textContent = `${counted(length, 'pair')}, ${failed} of them failed${when}`;
     const { tolerance, action } = record.thresholds;
     byId('footer').textContent =
         `${record.program.name} ${record.program.version}. Tolerance limit ${tolerance} %, action limit ${action} %; ` +

@@ -1,5 +1,5 @@
 import { byId, el } from '../views/dom';
-import { fixed, none, plain, rate, whole } from '../views/format';
+import { counted, fixed, none, plain, rate, whole } from '../views/format';
 import type { Series } from './data';
 import type { Selection, Verdict } from './selection';
 import { spreadOf } from './statistics';
@@ -32,7 +32,7 @@ export class Overview {
         byId('mean-rate').textContent = spread ? rate(spread.mean, this.limits) : none;
         const { criterion, structure } = this.selection.choice;
         const where = structure ? ` in ${structure}` : '';
-        byId('mean-text').textContent = `mean of ${whole(spread?.count ?? 0)} pairs by ${criterion}${where}`;
+        byId('mean-text').textContent = `mean of ${counted(spread?.count ?? 0, 'pair')} by ${criterion}${where}`;
         const entries: [string, number | undefined][] = [
             ['Median', spread?.quartiles[1]],
             ['Quartiles', undefined],

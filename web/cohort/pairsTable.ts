@@ -1,5 +1,5 @@
 import { byId, el } from '../views/dom';
-import { fixed, none, rate, whole } from '../views/format';
+import { counted, fixed, none, rate, whole } from '../views/format';
 import type { Column, Selection } from './selection';
 
 const rowHeight = 28;
@@ -80,7 +80,7 @@ export class PairsTable {
         const rows = shown.slice(first, last).map((pair, i) => this.rowOf(pair, first + i));
         this.body.replaceChildren(...rows);
         const text = this.isPrinting && last < shown.length ? `the first ${last} of ` : '';
-        byId('pairs-text').textContent = `${text}${whole(shown.length)} pairs`;
+        byId('pairs-text').textContent = `${text}${counted(shown.length, 'pair')}`;
     }
 
     private rowOf(pair: number, place: number): HTMLElement {

@@ -21,6 +21,8 @@ const soonDone = 1000;
 export interface Listener {
     /** Null: nothing is shown now. */
     shown(current: Current | null): void;
+    /** What is shown is not what is asked: it ended before it was there. */
+    stale(isStale: boolean): void;
     /** Null: what was told before is over. */
     problem(failure: EngineError | null): void;
     idle(): void;
@@ -31,6 +33,7 @@ export class Comparisons {
     /** The one before, whose view of things the next one takes over. */
     private before: Shown | null = null;
     private wanted: RequestDocument | null = null;
+    private asked: RequestDocument | null = null;
     private started: number | null = null;
     /** Ends what is under way for the next one. */
     private end = 0;
@@ -55,12 +58,17 @@ export class Comparisons {
             this.clear();
         }
         this.isDropped = !request;
+        this.asked = request;
         this.wanted = request;
         if (this.started !== null) {
             this.giveWay(request ? this.started + soonDone - performance.now() : 0);
         } else if (request) {
             void this.run();
         }
+    }
+
+    again(): void {
+        this.ask(this.asked);
     }
 
     stop(): void {
@@ -117,6 +125,7 @@ export class Comparisons {
             const place = (shown: Shown): void => {
                 this.replaceMarkup(controller);
                 this.current = { ...shown, request };
+                this.listener.stale(false);
                 this.listener.shown(this.current);
                 placed();
             };
@@ -152,6 +161,7 @@ export class Comparisons {
             this.listener.shown(null);
         }
         this.listener.problem(null);
+        this.listener.stale(false);
         state('start');
     }
 
@@ -165,6 +175,7 @@ export class Comparisons {
             this.client.stop(); // its memory does not shrink otherwise
         }
         state(isStopped ? 'stopped' : 'failed');
+        this.listener.stale(true);
         this.listener.problem(failureOf(error).told);
     }
 }

@@ -2,7 +2,7 @@
 
 import type { EngineError } from '../engine/messages';
 import { usualRequest, withFiles, type RequestDocument } from '../engine/request';
-import { byId } from '../views/dom';
+import { byId, el } from '../views/dom';
 import { isChecked, lines, listed, numberOr, position, text, textOrNull, write } from './fields';
 import { isSame, members, valueAt, wordsOf } from './members';
 
@@ -12,6 +12,9 @@ const criterionForm = /^(.*?)([\d.]+\s*%)\s*[LG]?\s*\/(.*)$/i;
 
 /** Members without a field: a request that was loaded keeps them. */
 const carriedMembers = ['limits.failBelow', 'units.dose', 'units.length', 'units.uncertainty', 'sweeps'];
+
+/** Fields whose values are those of certain doses. */
+const ofDoses = ['reference-scale', 'evaluation-scale', 'normalisation-at', 'plane-at'];
 
 type Carried = Pick<RequestDocument, 'units' | 'sweeps'> & { failBelow: string[] };
 
@@ -36,7 +39,7 @@ export class CriteriaForm {
                 this.makeLocal(this.locality.value);
             }
             this.takeChange(event.target as HTMLElement);
-            this.showLocality();
+            this.showAll();
             clearTimeout(this.timer);
             this.timer = window.setTimeout(this.changed, patience);
         });
@@ -73,6 +76,7 @@ export class CriteriaForm {
                 ifPresent: isChecked('if-present'),
             },
             limits: { tolerance: listed('tolerance'), action: listed('action'), failBelow },
+            refuse: listed('refuse'),
             plane: { name: textOrNull('plane'), at: position('plane-at') },
             units,
             allowErrorDoses: isChecked('error-doses'),
@@ -122,6 +126,17 @@ export class CriteriaForm {
         this.showAll();
     }
 
+    /**
+     * What belongs to doses that are replaced by others: factors and places.
+     * @returns whether there was anything
+     */
+    forgetDoses(): boolean {
+        const filled = ofDoses.filter((field) => text(field) !== '');
+        filled.forEach((field) => write(field, ''));
+        this.showAll();
+        return filled.length > 0;
+    }
+
     /** Puts a criterion in the place of the one at an index, and computes anew. */
     replace(index: number, criterion: string): void {
         const all = this.asked().criteria;
@@ -167,7 +182,26 @@ export class CriteriaForm {
             const isThere = Array.isArray(value) ? value.length > 0 : value !== null;
             return isThere ? [`${members[member].word}: ${[value].flat().join('; ')}`] : [];
         });
+        this.showCounts(asked);
         byId('carried').textContent = told.length === 0 ? '' : `From the request that was loaded, too: ${told.join(', ')}.`;
+    }
+
+    /** How many settings of a section are not as usual, which a closed one would hide. */
+    private showCounts(asked: RequestDocument): void {
+        const usual = usualRequest();
+        for (const section of this.form.querySelectorAll('details')) {
+            const count = Object.entries(members).filter(
+                ([member, { field }]) =>
+                    field !== undefined &&
+                    section.contains(byId(field)) &&
+                    !isSame(valueAt(asked, member) ?? null, valueAt(usual, member) ?? null),
+            ).length;
+            const summary = section.querySelector('summary')!;
+            summary.querySelector('.count')?.remove();
+            if (count > 0) {
+                summary.append(el('span', { class: 'count' }, count === 1 ? '1 setting not as usual' : `${count} settings not as usual`));
+            }
+        }
     }
 
     private showLocality(): void {

@@ -7,6 +7,9 @@ type TextField = HTMLInputElement | HTMLTextAreaElement;
 
 const decimal = /^[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?$/i;
 
+/** Not where three digits follow it, as where it groups thousands: the engine says what is wrong then. */
+const decimalComma = /^([+-]?\d+),(\d{1,2}|\d{4,})$/;
+
 export function text(id: string): string {
     return byId<TextField>(id).value.trim();
 }
@@ -51,7 +54,8 @@ export function write(id: string, value: unknown, between = '; '): void {
 }
 
 function numberOf(typed: string): number | null {
-    const value = decimal.test(typed) ? Number(typed) : NaN;
+    const pointed = typed.replace(decimalComma, '$1.$2');
+    const value = decimal.test(pointed) ? Number(pointed) : NaN;
     return Number.isFinite(value) ? value : null;
 }
 

@@ -20,6 +20,8 @@ export interface FileListener {
     idle(): void;
     /** Takes a request that came among the files. */
     request(file: File): Promise<void>;
+    /** Other doses take the place of both. */
+    replaced(): void;
     /** Nothing of what was before is to stay. */
     startOver(): void;
 }
@@ -100,13 +102,18 @@ export class FileSection {
         const choose = (): void => {
             this.roles.reference = this.reference.value || null;
             this.roles.evaluation = this.evaluation.value || null;
+            this.roles.guess = null;
             this.tell();
         };
         this.reference.addEventListener('change', choose);
         this.evaluation.addEventListener('change', choose);
         byId('swap').addEventListener('click', () => {
             const { reference, evaluation } = this.roles;
-            this.roles = { ...this.roles, reference: evaluation, evaluation: reference };
+            this.roles = { ...this.roles, reference: evaluation, evaluation: reference, guess: null };
+            this.tell();
+        });
+        byId('confirm-roles').addEventListener('click', () => {
+            this.roles.guess = null;
             this.tell();
         });
     }
@@ -153,6 +160,9 @@ export class FileSection {
     private async giveRoles(found: FileFacts[]): Promise<void> {
         const doses = found.filter((f) => f.kind === 'dose');
         if (doses.length >= 2) {
+            if (this.roles.reference && this.roles.evaluation) {
+                this.listener.replaced();
+            }
             await this.pool.keepOnly(new Set(found.map((f) => f.path)));
             this.roles = noRoles();
         }
@@ -168,6 +178,7 @@ export class FileSection {
         const dose = found.find((f) => f.kind === 'dose') ?? found.find((f) => f.kind === 'mask');
         if (dose) {
             this.roles[role] = dose.path;
+            this.roles.guess = null;
         }
     }
 
@@ -220,6 +231,9 @@ export class FileSection {
         }
         byId<HTMLButtonElement>('swap').disabled = !this.roles.reference || !this.roles.evaluation;
         byId('choose-hint').textContent = this.hint(doses.length);
+        const { guess, reference } = this.roles;
+        byId('guess').hidden = guess === null;
+        byId('guess-reason').textContent = guess === null ? '' : `${reference} was taken for the reference ${guess}: swap the doses where it is not.`;
         const files = [...doses, ...sets.filter((s) => s.kind === 'structures')];
         byId('file-rows').replaceChildren(...files.flatMap((f) => this.rowsOf(f)));
         byId('left-out').textContent = leftOutText(this.pool.unused());

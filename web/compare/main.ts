@@ -22,11 +22,12 @@ function start(): void {
     const kept = new KeptSettings();
     let roles: Roles | null = null;
     const ask = (): void => {
-        const { reference, evaluation, structures } = roles ?? {};
+        const { reference, evaluation, structures, guess } = roles ?? {};
         const isComplete = reference && evaluation && structures;
         const asked = form.asked();
         kept.keep(asked);
-        comparisons.ask(isComplete ? withFiles(asked, reference, evaluation, [...structures]) : null);
+        const request = isComplete ? withFiles(asked, reference, evaluation, [...structures]) : null;
+        comparisons.ask(request && { ...request, referenceGuessed: typeof guess === 'string' });
     };
     kept.restore(() => kept.keep(form.asked()));
     const form = new CriteriaForm(ask);
@@ -38,6 +39,11 @@ function start(): void {
         },
         idle: () => void rates.fill(),
         request: (file: File) => requests.load(file),
+        replaced(): void {
+            if (form.forgetDoses()) {
+                requests.tellForgotten();
+            }
+        },
         startOver(): void {
             form.reset();
             requests.clear();
@@ -56,6 +62,11 @@ function start(): void {
             saving.show(current);
             rates.show(current);
         },
+        stale(isStale: boolean): void {
+            document.documentElement.classList.toggle('stale', isStale);
+            byId('again').hidden = !isStale;
+            saving.allow(!isStale);
+        },
         problem(failure: EngineError | null): void {
             const isOfFile = files.tellProblem(failure);
             form.markProblem(failure);
@@ -65,6 +76,7 @@ function start(): void {
         },
         idle: () => void rates.fill(),
     });
+    byId('compute-again').addEventListener('click', () => comparisons.again());
     document.documentElement.dataset.state = 'start';
 }
 

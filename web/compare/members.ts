@@ -55,6 +55,7 @@ export const members: Record<string, MemberWords> = {
     sweeps: { word: 'Rates by criterion', option: '--sweep' },
     noise: { word: 'Statistical noise', field: 'noise', option: '--noise' },
     'noise.seed': { word: 'Seed', field: 'noise-seed', option: '--noise-seed' },
+    refuse: { word: 'Refuse', field: 'refuse', option: '--refuse' },
     name: { word: 'Name', field: 'request-name' },
     version: { word: 'Version', field: 'request-version' },
 };

@@ -4,6 +4,7 @@ import type { EngineClient } from '../engine/client';
 import type { RatesAnswer } from '../engine/messages';
 import type { RequestDocument } from '../engine/request';
 import { byId, el } from '../views/dom';
+import { nameOfCriterion } from '../views/judged';
 import { legendOf, limitsOf, SweepMap, type SweepRate } from '../views/sweepMap';
 import type { Current } from './comparisons';
 
@@ -101,11 +102,13 @@ export class RatesCard {
     private take(row: number, column: number): void {
         const { current } = this;
         const label = this.label(row, column);
-        const index = current?.record.criteria.findIndex((c) => c.label === label) ?? -1;
+        const structure = current?.record.structures?.list[this.part.selectedIndex - 1];
+        const asked = structure ? `${structure.name}:${label}` : label;
+        const index = current?.record.criteria.findIndex((c) => nameOfCriterion(c) === asked) ?? -1;
         if (index >= 0) {
             byId(`criterion-${index}`).click();
         } else if (current) {
-            this.choose(current.state.criterion, label);
+            this.choose(current.state.criterion, asked);
         }
     }
 
@@ -130,7 +133,7 @@ export class RatesCard {
 
 /** What rates depend on, beside the criterion. */
 function baseOf(request: RequestDocument): string {
-    const { criteria, limits, name, version, explain, sweeps, structures, ...base } = request;
+    const { criteria, limits, name, version, explain, sweeps, structures, refuse, referenceGuessed, ...base } = request;
     const { metrics, prescription, ...parts } = structures;
     return JSON.stringify({ ...base, parts });
 }

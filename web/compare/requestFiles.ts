@@ -37,6 +37,11 @@ export class RequestFiles {
         });
     }
 
+    /** Of doses that others took the place of. */
+    tellForgotten(): void {
+        this.tell('Other doses: the factors and places that belonged to those before are set back.', null);
+    }
+
     clear(): void {
         this.tell('', null);
     }

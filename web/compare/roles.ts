@@ -7,10 +7,12 @@ export interface Roles {
     evaluation: string | null;
     /** In the order they came. */
     structures: Set<string>;
+    /** Why one dose was taken for the reference, as long as nobody has confirmed it; null: it is told. */
+    guess: string | null;
 }
 
 export function noRoles(): Roles {
-    return { reference: null, evaluation: null, structures: new Set() };
+    return { reference: null, evaluation: null, structures: new Set(), guess: null };
 }
 
 /** Roles of files that came together, beside those that are given already. */
@@ -18,7 +20,7 @@ export function initialRoles(known: Roles, found: FileFacts[]): Roles {
     const roles = { ...known, structures: new Set(known.structures) };
     found.filter((f) => f.kind === 'structures').forEach((f) => roles.structures.add(f.path));
     const masks = found.filter((f) => f.kind === 'mask').map((f) => f.path);
-    let doses = pairOf(found);
+    let { paths: doses, guess } = pairOf(found);
     const missing = (roles.reference ? 0 : 1) + (roles.evaluation ? 0 : 1);
     if (doses.length + masks.length === missing && doses.length < missing) {
         doses = [...doses, ...masks]; // without other doses these are meant
@@ -35,20 +37,36 @@ export function initialRoles(known: Roles, found: FileFacts[]): Roles {
             roles.evaluation = path;
         }
     }
+    roles.guess = missing === 2 && roles.reference && roles.evaluation ? guess : roles.guess;
     return roles;
 }
 
-/** Of many doses the two of whole plans, if there are just two; all otherwise. The reference first. */
-function pairOf(found: FileFacts[]): string[] {
+interface Pair {
+    /** The reference first. */
+    paths: string[];
+    /** Null: only one of them can be the reference. */
+    guess: string | null;
+}
+
+/** Of many doses the two of whole plans, if there are just two; all otherwise, in the order they came. */
+function pairOf(found: FileFacts[]): Pair {
     const doses = found.filter((f) => f.kind === 'dose');
     const plans = doses.filter((f) => f.dicom?.summationType === 'PLAN');
-    const paths = (doses.length > 2 && plans.length === 2 ? plans : doses).map((f) => f.path).sort();
+    const paths = (doses.length > 2 && plans.length === 2 ? plans : doses).map((f) => f.path);
     const [measured] = doses.filter((f) => f.kind === 'dose' && onlyReference(f));
     if (paths.length === 2 && measured) {
-        return paths[0] === measured.path ? paths : paths.reverse();
+        return { paths: paths[0] === measured.path ? paths : paths.reverse(), guess: null };
     }
     const isReference = (path: string): boolean => /ref|plan/i.test(path.replace(/.*\//, ''));
-    return paths.length === 2 && isReference(paths[1]) && !isReference(paths[0]) ? paths.reverse() : paths;
+    const named = paths.filter(isReference);
+    if (paths.length === 2 && named.length === 1) {
+        return { paths: named[0] === paths[0] ? paths : paths.reverse(), guess: 'by the names of the files' };
+    }
+    // A folder has no order of its own: that of names is the same wherever it is dropped.
+    const areOfFolder = paths.every((path) => path.includes('/'));
+    return areOfFolder
+        ? { paths: paths.sort(), guess: 'since its name is the first one' }
+        : { paths, guess: 'since it came first' };
 }
 
 /** Between places with gaps, and between points, there is no dose to search. */

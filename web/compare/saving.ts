@@ -19,12 +19,14 @@ export function saveFile(name: string, type: string, contents: ArrayBuffer): voi
 
 export class Saving {
     private current: Current | null = null;
+    private isSaved = true;
     private readonly format = byId<HTMLSelectElement>('map-format');
 
     constructor(private readonly client: EngineClient) {
         this.on('save-page', 'gamma-report.html', 'text/html', ({ request }) => client.page(request, template));
         this.on('save-json', 'gamma.json', 'application/json', ({ request }) => client.record(request));
         this.on('save-csv', 'gamma.csv', 'text/csv', ({ request }) => client.csv(request));
+        this.askBeforeClosing();
         byId('save-map').addEventListener('click', () => {
             if (this.current) {
                 void this.saveMap(this.current);
@@ -32,10 +34,31 @@ export class Saving {
         });
     }
 
+    /** What is shown, and may be saved. */
     show(current: Current | null): void {
+        this.isSaved = current === null || current === this.current;
         this.current = current;
         byId('save').hidden = !current;
         byId('saved').textContent = '';
+    }
+
+    /** Nobody saves or prints what is not what is asked. */
+    allow(isAllowed: boolean): void {
+        byId('save').hidden = !isAllowed || !this.current;
+        document.querySelectorAll<HTMLButtonElement>('#print').forEach((button) => {
+            button.disabled = !isAllowed;
+        });
+    }
+
+    /** Closing the page loses what was computed and not saved. */
+    private askBeforeClosing(): void {
+        window.addEventListener('beforeunload', (event) => {
+            if (!this.isSaved) {
+                event.preventDefault();
+                event.returnValue = true; // older browsers ask for this
+            }
+        });
+        window.addEventListener('afterprint', () => (this.isSaved = true));
     }
 
     private on(id: string, name: string, type: string, make: (current: Current) => Promise<ArrayBuffer>): void {
@@ -59,6 +82,7 @@ export class Saving {
         try {
             saveFile(name, type, await contents);
             status.textContent = `${name} is made`;
+            this.isSaved = true;
         } catch (error) {
             status.textContent = error instanceof Error ? `${name}: ${error.message}` : String(error);
         }

@@ -67,6 +67,10 @@ export interface RequestDocument {
     sweeps: string[];
     /** Whether to estimate the rates of doses without their statistical noise. */
     noise: { seed: Typed<number> } | null;
+    /** Names of warnings that end the comparison: "identical-doses". */
+    refuse: string[];
+    /** Whether the page guessed which dose is the reference, and nobody has confirmed it. */
+    referenceGuessed: boolean;
 }
 
 /** Without files, and as usual otherwise. */
@@ -105,6 +109,8 @@ export function usualRequest(): RequestDocument {
         explain: null,
         sweeps: [],
         noise: null,
+        refuse: [],
+        referenceGuessed: false,
     };
 }
 

@@ -132,9 +132,11 @@ export class Chart {
         this.plot = new uPlot({ ...this.options(), ...area }, data, this.host);
     }
 
-    setData(data: uPlot.AlignedData): void {
+    /** @param told with the plot, which has the data then */
+    setData(data: uPlot.AlignedData, told?: (plot: uPlot) => void): void {
         if (this.plot) {
             this.plot.setData(data);
+            told?.(this.plot);
         } else {
             this.create(data);
         }

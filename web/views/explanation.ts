@@ -4,6 +4,7 @@ import { notTested } from './comparison';
 import { byId, el } from './dom';
 import { fixed, rate, signed, unbroken, whole } from './format';
 import { Frame } from './frame';
+import { placesName } from './judged';
 import type { Model } from './model';
 import type { ChangeRecord, ExplanationRecord } from './record';
 import type { Changes, State, Store } from './store';
@@ -79,7 +80,7 @@ export class ExplanationCard {
                 el('td', {}, whole(failed)),
                 el('td', {}, el('strong', {}, rate(passRate, [100, tolerance, action]))),
             );
-        byId('explanation-tested').textContent = `${whole(tested)} tested voxels`;
+        byId('explanation-tested').textContent = `${whole(tested)} tested ${placesName(this.model.record)}`;
         return [
             row('As it is', null, before.passRate, before.failed),
             row('Shift and factor', best, best.passRate, best.failed),

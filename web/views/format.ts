@@ -25,6 +25,11 @@ export function whole(value: number): string {
     return value < 0 ? minus + grouped : grouped;
 }
 
+/** "1 pair", "7 pairs". */
+export function counted(count: number, what: string): string {
+    return `${whole(count)} ${what}${count === 1 ? '' : 's'}`;
+}
+
 /** Shortest decimal notation: 3, 2.5, 0.3. */
 export function plain(value: number): string {
     return String(Number(value.toPrecision(6))).replace('-', minus);

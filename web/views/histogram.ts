@@ -2,6 +2,7 @@ import uPlot from 'uplot';
 import { axis, bar, Chart, countAxis, countScale, drawRule, scaled } from './chart';
 import { byId, token } from './dom';
 import { fixed, plain } from './format';
+import { nameOfCriterion, placesName } from './judged';
 import type { ComparisonRecord, Criterion, PartResult } from './record';
 import { nameOf, resultOf } from './structureList';
 import type { Changes, State, Store } from './store';
@@ -45,12 +46,12 @@ export class Histogram {
         if (shown.some((key) => changes.has(key))) {
             this.bins = this.makeBins();
             this.chart.create(this.data());
-            const { label } = this.record.criteria[state.criterion];
+            const name = nameOfCriterion(this.record.criteria[state.criterion]);
             const { passed, tested } = this.result();
             const part = this.partName();
             byId('histogram').setAttribute(
                 'aria-label',
-                `Histogram of gamma for ${label}${part}: ${passed} of ${tested} tested voxels at or below 1`,
+                `Histogram of gamma for ${name}${part}: ${passed} of ${tested} tested ${placesName(this.record)} at or below 1`,
             );
             byId('histogram-part').textContent = part;
         }

@@ -2,7 +2,8 @@ import { css, layerScale } from './colour';
 import { byId, el, token } from './dom';
 import { fixed, none, signed, whole } from './format';
 import { pointsOf, projections, type MeasuredPoint, type Projection } from './pointList';
-import type { ComparisonRecord } from './record';
+import { gammaText } from './judged';
+import type { ComparisonRecord, Criterion } from './record';
 import type { State, Store } from './store';
 
 const tallest = 560;
@@ -104,9 +105,9 @@ class PointPicture {
 }
 
 /** Of a point without a dose within reach the computation gives 1e10. */
-function gammaText(gamma: number): string {
+function pointText(gamma: number, criterion: Criterion): string {
     const unreached = 1e9;
-    return gamma < 0 ? none : gamma > unreached ? 'no dose within reach' : fixed(gamma, 3);
+    return gamma < 0 ? none : gamma > unreached ? 'no dose within reach' : gammaText(gamma, criterion);
 }
 
 /** Points as points, with a table of them: the worst first. */
@@ -170,7 +171,8 @@ export class PointView {
     private row(i: number): HTMLElement {
         const { position, reference, evaluation, gamma, passed } = this.points[i];
         const isTested = gamma >= 0;
-        const norm = this.record.criteria[this.store.state.criterion].normalisationDose;
+        const criterion = this.record.criteria[this.store.state.criterion];
+        const norm = criterion.normalisationDose;
         const difference = evaluation === null ? null : (100 * (evaluation - reference)) / norm;
         const verdict = !isTested ? 'not tested' : passed ? '✓ passed' : '✕ failed';
         const row = el(
@@ -181,7 +183,7 @@ export class PointView {
             el('td', {}, fixed(reference, 4)),
             el('td', {}, fixed(evaluation, 4)),
             el('td', {}, difference === null ? none : signed(difference, 2)),
-            el('td', {}, gammaText(gamma)),
+            el('td', {}, pointText(gamma, criterion)),
             el('td', { class: 'word' }, verdict),
         );
         row.addEventListener('click', () => this.choose(i));

@@ -50,7 +50,7 @@ export class Profiles {
         if (remade) {
             this.charts[i].create(this.data(a));
         } else {
-            this.charts[i].setData(this.data(a));
+            this.charts[i].setData(this.data(a), (u) => this.showCross(u, a));
         }
         this.titles[i].textContent = this.title(a, state.cross);
     }

@@ -2,6 +2,7 @@ import { axisEnds, axisNames } from './axes';
 import { gammaOverflow, notTested } from './comparison';
 import { byId, el } from './dom';
 import { fixed, none, signed } from './format';
+import { gammaText, nameOfCriterion } from './judged';
 import type { Model } from './model';
 import type { Triple } from './record';
 import type { State, Store } from './store';
@@ -125,7 +126,7 @@ export class Readout {
     private gammaRows(): Row[] {
         return this.model.record.criteria.map((criterion, i) => ({
             id: `gamma-${i}`,
-            label: `γ ${criterion.label}`,
+            label: `γ ${nameOfCriterion(criterion)}`,
             unit: '',
             text: (_, index) => this.gammaText(i, index),
             judgement: (index) => this.judge(i, index),
@@ -141,7 +142,7 @@ export class Readout {
         if (stored === notTested) {
             return 'not tested';
         }
-        const text = fixed(gamma.value(index), gamma.decimals);
+        const text = gammaText(gamma.value(index), this.model.record.criteria[criterion], gamma.decimals);
         return stored === gammaOverflow ? `≥ ${text}` : text;
     }
 

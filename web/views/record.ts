@@ -28,6 +28,11 @@ export interface GridRecord {
     maximum?: { dose: number; position: Triple } | null;
 }
 
+export interface NamedText {
+    name: string;
+    text: string;
+}
+
 /** At or above the tolerance limit, between the limits, below the action limit, nothing tested. */
 export type Verdict = 'pass' | 'investigate' | 'fail' | 'none';
 
@@ -46,6 +51,10 @@ export interface GammaFigures {
     /** Failed voxels with more dose than the reference, and with less. */
     hot?: number | null;
     cold?: number | null;
+    /** Failed voxels without an evaluation dose in reach. */
+    unreached?: number | null;
+    /** Voxels with a gamma above the largest one searched for. */
+    beyondLimit?: number | null;
     /** %. */
     passRate: number | null;
     mean: number | null;
@@ -132,6 +141,10 @@ export interface Criterion extends GammaFigures {
      * everything above it. The width divides 1, so that the bins up to gamma 1 sum to `passed`.
      */
     histogram: GammaHistogram;
+    /** Patterns of the structures that it is for; none: for everything. */
+    for?: string[] | null;
+    /** The structure whose verdict it has; null: all tested voxels. */
+    judged?: string | null;
     /** One for each structure of the record, in its order. */
     structures?: (PartResult | null)[] | null;
     outsideStructures?: PartResult | null;
@@ -218,4 +231,8 @@ export interface ComparisonRecord {
     plane?: { name: string; at: Triple; right: Triple; up: Triple } | null;
     /** Shown above the results. */
     warnings?: string[] | null;
+    /** What is not as usual and changes results, or may. Absent: not told. */
+    conditions?: NamedText[] | null;
+    /** What makes the comparison doubtful as a whole. Absent: not told. */
+    gate?: NamedText[] | null;
 }

@@ -1,6 +1,7 @@
 import { notTested } from './comparison';
 import { byId, el } from './dom';
 import { fixed, none, rate, whole } from './format';
+import { gammaText, meanText } from './judged';
 import type { Model } from './model';
 import type { Criterion, PartResult, StructureRecord, Triple, Verdict } from './record';
 import type { Changes, State, Store } from './store';
@@ -149,6 +150,7 @@ export class StructureList {
         const name = structure?.name ?? 'Outside all structures';
         const button = el('button', { type: 'button', class: 'plain', 'aria-pressed': 'false' }, name);
         const { tolerance, action } = (structure ?? this.model.record.criteria[0]).limits;
+        const criterion = this.model.record.criteria[this.store.state.criterion];
         const isTested = result.tested > 0;
         const cell = (text: string, key: string) => el('td', { 'data-value': key }, text);
         const row = el(
@@ -162,8 +164,8 @@ export class StructureList {
             isTested
                 ? cell(rate(result.passRate, [100, tolerance, action]), 'passRate')
                 : el('td', { 'data-value': 'passRate', class: 'muted' }, 'nothing tested'),
-            cell(fixed(result.mean, 3), 'mean'),
-            cell(fixed(result.max, 3), 'max'),
+            cell(meanText(result), 'mean'),
+            cell(gammaText(result.max, criterion), 'max'),
             el('td', { class: 'word', 'data-value': 'verdict' }, isTested ? chip(result.verdict) : null),
         );
         row.addEventListener('click', (event) => {
@@ -207,7 +209,14 @@ export class StructureList {
     }
 
     private tellNotes(): void {
-        const notes = this.structures.flatMap((s) => s.notes.map((note) => `${s.name} ${note}.`));
+        const names = new Map<string, string[]>();
+        this.structures.forEach((s) =>
+            s.notes.forEach((note) => names.set(note, [...(names.get(note) ?? []), s.name])),
+        );
+        // What several share stands once, with their names behind it.
+        const notes = [...names].map(([note, of]) =>
+            of.length === 1 ? `${of[0]} ${note}.` : `${of.length} structures: each ${note}: ${of.join(', ')}.`,
+        );
         const refused = this.model.record.structures?.refused ?? [];
         const lines = [...refused.map((r) => `${r.name} is left out: it ${r.reason}.`), ...notes];
         byId('structure-notes').replaceChildren(...lines.map((line) => el('li', {}, line)));

@@ -1,13 +1,14 @@
 import { longAxes } from './axes';
 import { byId, el } from './dom';
 import { bytes, fixed, none, plain, rate, unbroken, whole } from './format';
-import type { ComparisonRecord, Criterion, Role, Verdict } from './record';
+import { gammaText, judgedBy, meanText, nameOfCriterion, placesName, sidesText, type Judged } from './judged';
+import type { ComparisonRecord, Criterion, NamedText, Role, Verdict } from './record';
 import type { State, Store } from './store';
 
 interface VerdictText {
     mark: string;
     short: string;
-    long(criterion: Criterion): string;
+    long(limits: Judged['limits']): string;
 }
 
 /** Words and marks, so that no verdict rests on its colour. */
@@ -15,19 +16,19 @@ const verdicts: Record<Verdict, VerdictText> = {
     pass: {
         mark: '✓',
         short: 'Pass',
-        long: (c) => `At or above the tolerance limit of ${plain(c.limits.tolerance)} %`,
+        long: (c) => `At or above the tolerance limit of ${plain(c.tolerance)} %`,
     },
     investigate: {
         mark: '!',
         short: 'Investigate',
         long: (c) =>
-            `Between the action limit of ${plain(c.limits.action)} % and the tolerance limit of ` +
-            `${plain(c.limits.tolerance)} %`,
+            `Between the action limit of ${plain(c.action)} % and the tolerance limit of ` +
+            `${plain(c.tolerance)} %`,
     },
     fail: {
         mark: '✕',
         short: 'Fail',
-        long: (c) => `Below the action limit of ${plain(c.limits.action)} %`,
+        long: (c) => `Below the action limit of ${plain(c.action)} %`,
     },
     none: {
         mark: none,
@@ -36,9 +37,8 @@ const verdicts: Record<Verdict, VerdictText> = {
     },
 };
 
-export function passRate(criterion: Criterion): string {
-    const { tolerance, action } = criterion.limits;
-    return rate(criterion.passRate, [100, tolerance, action]);
+export function passRate({ figures, limits }: Judged): string {
+    return rate(figures.passRate, [100, limits.tolerance, limits.action]);
 }
 
 export function verdictWord(verdict: Verdict): string {
@@ -66,6 +66,8 @@ export class Summary {
         byId('files').replaceChildren(...fileLines(record));
         byId('criteria-rows').replaceChildren(...record.criteria.map((c, i) => this.row(c, i)));
         byId('provenance').replaceChildren(...provenance(record));
+        showConditions(record.conditions ?? []);
+        showGate(record.gate ?? []);
         showWarnings(record.warnings ?? []);
         store.subscribe((state) => this.update(state));
         this.update(store.state);
@@ -73,20 +75,23 @@ export class Summary {
 
     private update(state: State): void {
         const criterion = this.record.criteria[state.criterion];
+        const judged = judgedBy(criterion, this.record);
+        const { figures, limits, structure } = judged;
         const verdict = byId('verdict');
         verdict.className = `verdict ${criterion.verdict}`;
         byId('verdict-chip').replaceChildren(chip(criterion.verdict));
         byId('verdict-criterion').textContent = describe(criterion);
-        byId('verdict-rate').textContent = passRate(criterion);
+        byId('verdict-rate').textContent = passRate(judged);
         byId('verdict-noise').textContent = criterion.withoutNoise?.sentence ?? '';
         byId('verdict-noise').hidden = !criterion.withoutNoise;
         byId('verdict-counts').textContent =
-            `${whole(criterion.passed)} of ${whole(criterion.tested)} tested voxels passed, ` +
-            `${whole(criterion.failed)} failed${sides(criterion)}`;
-        byId('verdict-text').textContent = unbroken(verdicts[criterion.verdict].long(criterion));
-        byId('verdict-gauge').replaceChildren(...gauge(criterion));
+            `${structure === null ? '' : `${structure}: `}${whole(figures.passed)} of ` +
+            `${whole(figures.tested)} tested ${placesName(this.record)} passed, ` +
+            `${whole(figures.failed)} failed${sidesText(figures)}`;
+        byId('verdict-text').textContent = unbroken(verdicts[criterion.verdict].long(limits));
+        byId('verdict-gauge').replaceChildren(...gauge(judged));
         document.querySelectorAll('.criterion-label').forEach((e) => {
-            e.textContent = criterion.label;
+            e.textContent = nameOfCriterion(criterion);
         });
         byId<HTMLInputElement>(`criterion-${state.criterion}`).checked = true;
         document.querySelectorAll<HTMLElement>('#criteria-rows tr').forEach((line, i) => {
@@ -99,27 +104,30 @@ export class Summary {
             type: 'radio',
             name: 'criterion',
             id: `criterion-${i}`,
-            'aria-label': `Show ${criterion.label}`,
+            'aria-label': `Show ${nameOfCriterion(criterion)}`,
         });
         const choose = (): void => this.store.update({ criterion: i });
         input.addEventListener('change', choose);
+        const judged = judgedBy(criterion, this.record);
+        const { figures, structure } = judged;
+        const of = structure === null ? null : el('span', { class: 'muted' }, ` in ${structure}`);
         const number = (value: string, name: string) => el('td', { 'data-value': name }, value);
         const row = el(
             'tr',
             { 'data-criterion': i },
-            el('th', { scope: 'row' }, el('label', {}, input, ` ${criterion.label}`)),
+            el('th', { scope: 'row' }, el('label', {}, input, ` ${nameOfCriterion(criterion)}`, of)),
             el('td', { class: 'word' }, criterion.local ? 'local' : 'global'),
-            number(whole(criterion.tested), 'tested'),
-            number(whole(criterion.failed), 'failed'),
+            number(whole(figures.tested), 'tested'),
+            number(whole(figures.failed), 'failed'),
             el(
                 'td',
                 { class: 'rate', 'data-value': 'passRate' },
-                el('strong', {}, passRate(criterion)),
+                el('strong', {}, passRate(judged)),
             ),
-            number(fixed(criterion.mean, 3), 'mean'),
-            number(fixed(criterion.p95, 3), 'p95'),
-            number(fixed(criterion.p99, 3), 'p99'),
-            number(fixed(criterion.max, 3), 'max'),
+            number(meanText(figures), 'mean'),
+            number(gammaText(figures.p95, criterion), 'p95'),
+            number(gammaText(figures.p99, criterion), 'p99'),
+            number(gammaText(figures.max, criterion), 'max'),
             number(fixed(criterion.seconds, 2), 'seconds'),
             el('td', { class: 'word', 'data-value': 'verdict' }, chip(criterion.verdict)),
         );
@@ -128,20 +136,16 @@ export class Summary {
     }
 }
 
-/** How many of the failed voxels have too much dose, and too little. */
-function sides({ hot, cold }: Criterion): string {
-    return hot == null || cold == null ? '' : `: ${whole(hot)} hot, ${whole(cold)} cold`;
-}
-
 function describe(c: Criterion): string {
     const kind = c.local ? 'local' : 'global';
-    return unbroken(`${plain(c.doseDifference)} % ${kind} / ${plain(c.distance)} mm`);
+    const patterns = c.for?.length ? `${c.for.join(', ')}: ` : '';
+    return patterns + unbroken(`${plain(c.doseDifference)} % ${kind} / ${plain(c.distance)} mm`);
 }
 
 /** A bar from 80 % (or lower, where the rate is) to 100 % with both limits. */
-function gauge(criterion: Criterion): HTMLElement[] {
-    const { tolerance, action } = criterion.limits;
-    const passRate = criterion.passRate ?? 0;
+function gauge({ figures, limits }: Judged): HTMLElement[] {
+    const { tolerance, action } = limits;
+    const passRate = figures.passRate ?? 0;
     const lowest = Math.min(80, 2 * action - 100, passRate - 5);
     const low = Math.max(0, Math.floor(lowest / 10) * 10);
     const place = (value: number): string => `${(100 * (value - low)) / (100 - low)}%`;
@@ -199,12 +203,25 @@ function provenance(record: ComparisonRecord): HTMLElement[] {
         criterion.gammaSearchMax ? `gamma searched up to ${plain(criterion.gammaSearchMax)}` : null,
         criterion.interpolation === false ? 'doses not interpolated' : 'doses interpolated',
     ].filter(Boolean);
-    byId('settings').textContent = unbroken(`${settings.join(', ')} (${criterion.label}).`);
+    byId('settings').textContent = unbroken(`${settings.join(', ')} (${nameOfCriterion(criterion)}).`);
     byId('made-by').textContent =
         `${record.program.name} ${record.program.version}, ${when(record.created)}. ` +
         'Limits after AAPM TG-218.';
     byId('command').textContent = record.command ?? '';
     return rows;
+}
+
+/** In the verdict, so that no rate is read without them. */
+function showConditions(conditions: NamedText[]): void {
+    const line = byId('conditions');
+    line.hidden = conditions.length === 0;
+    line.replaceChildren(el('strong', {}, 'Not as usual: '), conditions.map((c) => c.text).join('; '));
+}
+
+function showGate(warnings: NamedText[]): void {
+    const list = byId('gate');
+    list.hidden = warnings.length === 0;
+    list.replaceChildren(...warnings.map(({ name, text }) => el('li', { 'data-name': name }, text)));
 }
 
 function when(created: string): string {

@@ -3,6 +3,7 @@ import { axisNames, longAxes } from './axes';
 import type { Cluster } from './clusters';
 import { byId, el } from './dom';
 import { fixed, none, plain, signed, whole } from './format';
+import { gammaText, nameOfCriterion } from './judged';
 import type { Model } from './model';
 import type { Criterion } from './record';
 import type { Changes, State, Store } from './store';
@@ -42,7 +43,7 @@ export class Tables {
         const agree = tested === criterion.tested && failed === criterion.failed;
         if (!agree && !this.checked.has(index)) {
             showWarnings([
-                `${criterion.label}: the gamma map in this page counts ${whole(failed)} failing of ` +
+                `${nameOfCriterion(criterion)}: the gamma map in this page counts ${whole(failed)} failing of ` +
                     `${whole(tested)} tested voxels, the computation ${whole(criterion.failed)} of ` +
                     `${whole(criterion.tested)}.`,
             ]);
@@ -87,7 +88,7 @@ export class Tables {
             el('td', {}, sides.length < 3 ? none : fixed(volume, 2)),
             el('td', {}, sides.join(' × ')),
             ...position.map((p) => el('td', {}, fixed(p, 1))),
-            el('td', {}, fixed(cluster.maxGamma, 2)),
+            el('td', {}, gammaText(cluster.maxGamma, criterion, 2)),
             el('td', {}, signed(percent, 1)),
         );
         row.addEventListener('click', () => this.store.update({ cross: cluster.peak }));
@@ -100,7 +101,7 @@ function bandRow(band: DoseBand): HTMLElement {
     const passRate = (100 * (band.tested - band.failed)) / band.tested;
     const bar = el('div', { class: 'band-bar', 'aria-hidden': 'true' });
     const fill = el('div', {});
-    fill.style.width = `${passRate || 0}%`;
+    fill.style.width = `${passRate}%`;
     bar.append(fill);
     return el(
         'tr',
@@ -109,7 +110,7 @@ function bandRow(band: DoseBand): HTMLElement {
         el('td', {}, whole(band.tested)),
         el('td', {}, whole(band.failed)),
         el('td', {}, fixed(passRate, 2)),
-        el('td', { class: 'bar-cell' }, bar),
+        el('td', { class: 'bar-cell' }, band.tested > 0 ? bar : null),
         el('td', {}, fixed(band.meanGamma, 3)),
     );
 }

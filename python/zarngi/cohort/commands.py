@@ -23,6 +23,7 @@ from .results import Results
 from .run import Plan, Summary, execute, prepare_pages
 from .scan import Naming
 from .scan import scan as find_pairs
+from .sentences import counted
 from .settings import Settings, protocol_of
 from .table import csv_lines
 from .wholefile import write_whole
@@ -52,7 +53,7 @@ def scan(options: argparse.Namespace) -> int:
     for line in found.left_out:
         print(line, file=sys.stderr)
     write_manifest(options.output, found.pairs)
-    print(f"{len(found.pairs)} pairs, {len(found.left_out)} left out", file=sys.stderr)
+    print(f"{counted(len(found.pairs))}, {len(found.left_out)} left out", file=sys.stderr)
     return ExitCode.FINE
 
 
@@ -138,7 +139,7 @@ def _available_memory() -> int | None:
 def _tell(summary: Summary, results: Results) -> None:
     """The summary, on standard output."""
     kept = f", {summary.kept} done before" if summary.kept else ""
-    print(f"{summary.total} pairs: {summary.computed} computed{kept}, {summary.failed} failed")
+    print(f"{counted(summary.total)}: {summary.computed} computed{kept}, {summary.failed} failed")
     if summary.computed:
         rate = summary.computed / summary.seconds
         workers = "1 worker" if summary.workers == 1 else f"{summary.workers} workers"
@@ -150,7 +151,7 @@ def _tell(summary: Summary, results: Results) -> None:
         "SELECT criterion, count(*), avg(pass_rate), min(pass_rate) FROM results"
         " WHERE structure = '' GROUP BY criterion ORDER BY min(place), criterion"
     ):
-        print(f"{criterion}: {pairs} pairs, mean pass rate {mean:.2f} %, lowest {least:.2f} %")
+        print(f"{criterion}: {counted(pairs)}, mean pass rate {mean:.2f} %, lowest {least:.2f} %")
     for kind, table in (("failed", "failures"), ("warning", "warnings")):
         _tell_sentences(results, kind, table)
 
@@ -175,7 +176,7 @@ def _tell_sentences(results: Results, kind: str, table: str) -> None:
 def merge(options: argparse.Namespace) -> int:
     """Put results files together."""
     count = merge_files(options.sources, options.output)
-    print(f"{count} pairs", file=sys.stderr)
+    print(counted(count), file=sys.stderr)
     return ExitCode.FINE
 
 

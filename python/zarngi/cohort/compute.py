@@ -97,6 +97,8 @@ def _compute(task: Task, threads: int) -> Outcome:
         record = made.record(alias="")
         for text in record["warnings"]:
             work.warn(text)
+        for doubt in record["gate"]:
+            work.warn(f"({doubt['name']}) {doubt['text']}")
         rows = tuple(_rows(record, has_structures))
         if has_structures:
             _warn_of_structures(work, record)

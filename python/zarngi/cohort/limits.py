@@ -15,6 +15,7 @@ from typing import Any
 from .errors import CohortError
 from .record import FIGURES
 from .results import Results
+from .sentences import counted
 
 #: 3 / d2, d2 = 1.128: from the mean moving range to three standard deviations.
 INDIVIDUALS = 2.660
@@ -55,7 +56,7 @@ class Limits:
     mean_range : float
         Mean moving range.
     lower, upper : float
-        Process limits: centre -+ 2.660 * mean moving range.
+        Process limits: centre -+ 2.660 * mean moving range, within 0 and 100.
     range_limit : float
         Upper limit of the moving range: 3.267 * mean moving range.
     action : float
@@ -146,8 +147,8 @@ def limits_of(
         centre,
         sigma,
         mean_range,
-        centre - INDIVIDUALS * mean_range,
-        centre + INDIVIDUALS * mean_range,
+        max(centre - INDIVIDUALS * mean_range, 0.0),
+        min(centre + INDIVIDUALS * mean_range, 100.0),
         RANGES * mean_range,
         action_limit(centre, sigma),
     )
@@ -202,7 +203,7 @@ def report_lines(found: Limits) -> list[str]:
     whose = " ".join(part for part in (found.group, found.criterion, found.structure) if part)
     beyond = [(point, found.beyond(point)) for point in found.points]
     lines = [
-        f"{whose}: {len(found.points)} pairs",
+        f"{whose}: {counted(len(found.points))}",
         f"  centre line      {found.centre:8.3f} %   standard deviation {found.sigma:.3f} %",
         f"  process limits   {found.lower:8.3f} % to {found.upper:.3f} %"
         f"   (mean moving range {found.mean_range:.3f} %)",

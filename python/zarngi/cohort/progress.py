@@ -7,6 +7,8 @@ import time
 from dataclasses import dataclass, field
 from typing import TextIO
 
+from .sentences import counted
+
 _EVERY = 0.2  # s
 
 
@@ -78,7 +80,7 @@ class ProgressLine:
     @staticmethod
     def text(counts: Counts) -> str:
         """The line."""
-        parts = [f"{counts.total - counts.left} of {counts.total} pairs"]
+        parts = [f"{counts.total - counts.left} of {counted(counts.total)}"]
         if counts.computed and counts.seconds > 0:
             rate = counts.computed / counts.seconds
             parts.append(f"{rate:.3g} pairs/s")

@@ -21,6 +21,11 @@ def sentence(pair: Pair, text: str, role: str | None = None) -> str:
     return f"{pair.id}: {line}" if role is None else f"{pair.id}: {role}: {line}"
 
 
+def counted(pairs: int) -> str:
+    """How many pairs: "1 pair", "7 pairs"."""
+    return f"{pairs} pair" if pairs == 1 else f"{pairs} pairs"
+
+
 def reason_of(error: BaseException) -> str:
     """What an error says beside the file that it names."""
     if isinstance(error, OSError) and error.strerror:

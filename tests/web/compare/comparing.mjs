@@ -113,11 +113,13 @@ export async function recordByCommand(folder, { command }) {
 
 /** A record without what depends on when, where and by what it was made. */
 export function timeless(record) {
-    const differing = ['created', 'command', 'program', 'path', 'threads', 'seconds'];
+    const differing = ['created', 'command', 'program', 'path', 'threads', 'seconds', 'referenceGuessed'];
     // A request names files as seen from where its document lies.
     const areFiles = (key, value) =>
         [value].flat().every((one) => typeof one === 'string') && (key === 'file' || key === 'files');
-    return JSON.parse(JSON.stringify(record, (key, value) =>
+    // Only a page guesses which dose is the reference.
+    const gate = record.gate.filter(({ name }) => name !== 'guessed-reference');
+    return JSON.parse(JSON.stringify({ ...record, gate }, (key, value) =>
         differing.includes(key) || key.endsWith('Seconds') || areFiles(key, value) ? undefined : value,
     ));
 }

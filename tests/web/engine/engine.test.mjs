@@ -218,6 +218,8 @@ describe('the document of a request', () => {
         noise: { seed: 7 },
         explain: { range: 7, structure: 'PTV' },
         sweeps: ['1:3%/1:3mm'],
+        refuse: ['identical-doses', 'unreached'],
+        referenceGuessed: true,
     });
 
     test('comes back as it was, alone and out of a record', () => {
