@@ -28,7 +28,8 @@ bool areIdentical(const Comparison& comparison)
     const Image& reference = comparison.reference.image;
     const Image& evaluation = comparison.evaluation.image;
     return reference.geometry.size == evaluation.geometry.size &&
-           reference.values == evaluation.values;
+           std::equal(reference.values.begin(), reference.values.end(), evaluation.values.begin(),
+                      evaluation.values.end());
 }
 
 bool isOneFile(const Comparison& comparison)
