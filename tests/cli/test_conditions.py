@@ -16,7 +16,7 @@ OK, BAD_INPUT, WRONG_USAGE = 0, 1, 2
 HEIGHTS = [11, 14, 17, 20, 23, 26, 29]
 
 
-class Conditions(ProgramTest):
+class Pair(ProgramTest):
     def setUp(self):
         super().setUp()
         self.dose, self.other = doses.pair()
@@ -26,6 +26,8 @@ class Conditions(ProgramTest):
             self.folder / "s.dcm", {"PTV": box((-6, 8), (-5, 5), HEIGHTS)}, frame="1.2.3.4"
         )
 
+
+class Conditions(Pair):
     def told(self, reference, evaluation, *arguments):
         """By name."""
         conditions = self.results(reference, evaluation, *arguments)["conditions"]
@@ -42,8 +44,8 @@ class Conditions(ProgramTest):
             (["--evaluation-add", self.evaluation, "--refuse", "maxima-ratio"],
              {"evaluation-sum": "evaluation summed from 2 files"}),
             (["--slices", "--nearest"],
-             {"slices": "interpolated within slices only",
-              "nearest": "doses of the nearest voxel, not interpolated"}),
+             {"nearest": "doses of the nearest voxel, not interpolated",
+              "slices": "interpolated within slices only"}),
             (["--max-gamma", "2"], {"search-limit": "gamma searched up to 2"}),
             (["--norm", "1.5"], {"normalisation": "percentages of 1.5 Gy (given)"}),
             (["--pass-rate-only"], {"pass-rate-only": "pass rate only"}),
@@ -74,7 +76,7 @@ class Conditions(ProgramTest):
             self.assertEqual({row["conditions"] for row in csv.DictReader(file)}, {"cut-off 5 %"})
 
 
-class Gate(Conditions):
+class Gate(Pair):
     def gate(self, reference, evaluation, *arguments):
         return [doubt["name"] for doubt in self.results(reference, evaluation, *arguments)["gate"]]
 
@@ -162,7 +164,7 @@ class Gate(Conditions):
         self.assert_refused(result, BAD_INPUT, "(--refuse maxima-ratio)")
 
 
-class Judged(Conditions):
+class Judged(Pair):
     def test_structures_judge_their_criterion(self):
         """By the worst of them, as the rates of the structures are told elsewhere."""
         contours = {"PTV1": box((-6, 8), (-5, 5), HEIGHTS), "PTV2": box((-18, -12), (-8, 8), HEIGHTS)}
