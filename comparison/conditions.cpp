@@ -1,6 +1,7 @@
 #include "comparison/conditions.h"
 
 #include <array>
+#include <cmath>
 
 #include "comparison/text.h"
 
@@ -88,7 +89,9 @@ void addSettings(Conditions& conditions, const Comparison& comparison)
     conditions.add(comparison.request.normalisation.isGiven(), ConditionKind::normalisation,
                    normalisationText(comparison));
     conditions.add(settings.maxGamma != usual.maxGamma, ConditionKind::searchLimit,
-                   "gamma searched up to " + number(settings.maxGamma));
+                   std::isfinite(settings.maxGamma)
+                       ? "gamma searched up to " + number(settings.maxGamma)
+                       : "gamma searched without a limit");
     conditions.add(settings.step.has_value(), ConditionKind::step,
                    "search step " + number(settings.step.value_or(0)) + " mm");
     conditions.add(settings.passRateOnly, ConditionKind::passRateOnly, "pass rate only");

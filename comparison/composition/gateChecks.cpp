@@ -187,6 +187,9 @@ void checkDoseGate(Comparison& comparison)
 
 void checkResultGate(Comparison& comparison, const std::vector<CriterionResult>& results)
 {
+    if (results.empty()) { // nothing but findings was asked for
+        return;
+    }
     constexpr double most = 0.01;
     const CriterionResult& worst = mostUnreached(results);
     const std::size_t tested = worst.statistics.tested;
