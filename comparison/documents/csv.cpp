@@ -83,7 +83,8 @@ Cells resultCells(const CriterionResult& result, const GammaStatistics& statisti
             fixed(result.seconds, 3),
             verdict,
             std::to_string(statistics.sides.hot),
-            std::to_string(statistics.sides.cold)};
+            std::to_string(statistics.sides.cold),
+            textOf(conditionsOf(comparison))};
 }
 
 void append(Cells& cells, const Cells& more)
@@ -182,7 +183,6 @@ std::string finishedRow(Cells cells, const CriterionResult& result, const std::s
     if (comparison.explanation) {
         append(cells, explanationCells(*comparison.explanation, result.criterion, structure));
     }
-    cells.push_back(textOf(conditionsOf(comparison)));
     return row(cells);
 }
 
@@ -244,15 +244,14 @@ std::string sweepRows(const Sweep& sweep, const Told& told, std::size_t columns)
             statistics.failed = statistics.tested - statistics.passed;
             statistics.passRate = part.counts[i].passRate;
             Cells cells = resultCells(result, statistics, "", told);
-            constexpr std::size_t seconds = 18; // and all behind it but the structure's name
-            for (std::size_t c = seconds; c < cells.size(); ++c) {
+            constexpr std::size_t seconds = 18; // and all behind it but the conditions
+            for (std::size_t c = seconds; c + 1 < cells.size(); ++c) {
                 cells[c].clear();
             }
             if (comparison.structures) {
                 cells.push_back(part.name);
             }
-            cells.resize(columns - 1);
-            cells.push_back(textOf(conditionsOf(comparison)));
+            cells.resize(columns);
             text += row(cells);
         }
     }
@@ -286,7 +285,8 @@ std::string comparisonCsv(const Comparison& comparison, const std::optional<std:
                 "seconds",
                 "verdict",
                 "failed_hot",
-                "failed_cold"};
+                "failed_cold",
+                "conditions"};
     if (comparison.structures) {
         append(names, structureNames(comparison.structures->doseVolume.metrics));
     }
@@ -296,7 +296,6 @@ std::string comparisonCsv(const Comparison& comparison, const std::optional<std:
     if (comparison.explanation) {
         append(names, explanationNames());
     }
-    names.emplace_back("conditions");
     std::string text = row(names);
     for (const CriterionResult& result : comparison.results) {
         text += resultRows(result, told);

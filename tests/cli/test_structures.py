@@ -181,7 +181,7 @@ class Structures(ProgramTest):
         self.assertEqual(list(rows[0])[: len(head)], head)
         self.assertNotIn("structure", head)
         self.assertEqual(
-            [row["structure"] for row in rows if row["criterion"] == "2%/1mm"],
+            [row["structure"] for row in rows if row["criterion"] == "PTV*:2%/1mm"],
             ["", "PTV_High", "PTV_Low"],
         )
         self.assertEqual(rows[0]["structure"], "")
