@@ -7,6 +7,7 @@
 
 #include "cli/commands/compareCommand.h"
 #include "cli/commands/demoCommand.h"
+#include "cli/commands/dvhCommand.h"
 #include "cli/commands/helpFormatter.h"
 #include "cli/commands/infoCommand.h"
 #include "cli/commands/optionNames.h"
@@ -36,10 +37,13 @@ struct CommandLine {
     CLI::App app{"Gamma-index comparison of three-dimensional dose distributions", "zarngi"};
     CLI::App* compareCommand =
         app.add_subcommand("compare", "Compare two dose files with the gamma test");
+    CLI::App* dvhCommand =
+        app.add_subcommand("dvh", "Tell doses in structures, and whether goals are met");
     CLI::App* infoCommand = app.add_subcommand("info", "Tell what a file holds");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
     zarngi::CompareOptions compare;
+    zarngi::CompareOptions dvh; ///< of the reference alone
     zarngi::InfoOptions info;
     std::string demoFolder = "zarngi-demo";
 
@@ -47,10 +51,12 @@ struct CommandLine {
     {
         app.set_version_flag("--version", "zarngi " + zarngi::projectVersion());
         app.require_subcommand(1);
-        for (CLI::App* const command : {&app, compareCommand, infoCommand, demoCommand}) {
+        for (CLI::App* const command :
+             {&app, compareCommand, dvhCommand, infoCommand, demoCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
         }
         zarngi::addCompareOptions(*compareCommand, compare);
+        zarngi::addDvhOptions(*dvhCommand, dvh);
         infoCommand->add_option("FILE", info.file, "Dose file, or RT Structure Set")
             ->type_name("")
             ->required();
@@ -66,6 +72,9 @@ struct CommandLine {
     {
         if (compareCommand->parsed()) {
             return zarngi::compare(compare);
+        }
+        if (dvhCommand->parsed()) {
+            return zarngi::dvh(dvh);
         }
         return infoCommand->parsed() ? zarngi::info(info) : zarngi::demo(demoFolder);
     }
@@ -129,6 +138,7 @@ int runProgram(int argc, char** argv)
                     ExitCode::wrongUsage);
     }
     commandLine.compare.commandLine = joined(argc, argv);
+    commandLine.dvh.commandLine = commandLine.compare.commandLine;
     return runCommand(commandLine);
 }
 

@@ -55,39 +55,22 @@ void compareDigests(const Request& request, const GivenDoses& doses,
     }
 }
 
-/** Structures are read; what is asked of them is narrowed to those that are there, if it may be. */
-std::shared_ptr<const StructureCatalogue> readCatalogue(Request& request, DoseSource& source,
-                                                        const GivenDoses& doses,
-                                                        std::vector<Sentence>& warnings)
-{
-    std::shared_ptr<const StructureCatalogue> catalogue =
-        catalogueOf(request.structures, source, doses, warnings);
-    if (catalogue && request.structures.ifPresent) {
-        request = presentPart(std::move(request), catalogue.get(), warnings);
-        if (request.structures.files.empty()) {
-            catalogue = nullptr;
-        }
-    }
-    return catalogue;
-}
-
 /** Everything but the results. */
 Comparison prepared(Request request, DoseSource& source)
 {
     const auto start = std::chrono::steady_clock::now();
     std::vector<Sentence> warnings;
-    if (request.structures.ifPresent && request.structures.files.empty()) {
-        request = presentPart(std::move(request), nullptr, warnings);
-    }
+    leaveOutStructures(request, warnings);
     checkRequest(request);
     GivenDoses given = givenDoses(request, source, warnings);
     std::shared_ptr<const StructureCatalogue> catalogue =
-        readCatalogue(request, source, given, warnings);
+        presentCatalogue(request, source, {&given.reference, &given.evaluation}, warnings);
     FileDigests digests = source.digests();
     compareDigests(request, given, catalogue.get(), digests, warnings);
     const double readSeconds = secondsSince(start);
     ComparedDoses doses = comparedDoses(std::move(given), request.normalisation);
-    ChosenStructures chosen = chosenStructures(std::move(catalogue), request, doses, warnings);
+    ChosenStructures chosen =
+        chosenStructures(std::move(catalogue), request, pairOf(doses), warnings);
     GammaSettings settings = searchSettings(request, doses);
     return {std::move(doses),
             std::move(request),
@@ -95,6 +78,7 @@ Comparison prepared(Request request, DoseSource& source)
             std::move(digests),
             std::move(chosen.within),
             std::move(chosen.structures),
+            std::move(chosen.goals),
             {},
             {},
             {},

@@ -48,6 +48,9 @@ const CriterionResult& mostUnreached(const std::vector<CriterionResult>& results
 bool Comparison::isBelowLimit() const
 {
     const std::optional<double> failBelow = request.limits.failBelow.general();
+    if (hasMissed(goals)) {
+        return true;
+    }
     return std::any_of(results.begin(), results.end(), [&](const CriterionResult& result) {
         const bool isForAll = result.patterns.empty();
         if (isForAll && failBelow && isBelow(result.statistics, *failBelow)) {

@@ -16,6 +16,7 @@
 #include "comparison/fileDigest.h"
 #include "comparison/gammaRun.h"
 #include "comparison/gammaStatistics.h"
+#include "comparison/goals/goalResult.h"
 #include "comparison/measurements/placement.h"
 #include "comparison/noise/noiseEstimate.h"
 #include "comparison/noise/noiseFindings.h"
@@ -91,6 +92,7 @@ struct Comparison : ComparedDoses {
     FileDigests digests;    ///< of the files that were read, where a document is wanted
     std::optional<TestedPart> within;
     std::optional<StructureComparison> structures;
+    std::vector<GoalResult> goals;
     std::vector<CriterionResult> results;
     std::optional<Explanation> explanation; ///< of one of the criteria; changes no result
     std::vector<Sweep> sweeps;
@@ -106,8 +108,8 @@ struct Comparison : ComparedDoses {
     Limits limits() const { return request.limits.general(); }
     /**
      * Whether a pass rate is below the limit that the user set: of all tested voxels, of a
-     * structure with a limit of its own, and of one with a criterion of its own. There, nothing
-     * tested is below as well.
+     * structure with a limit of its own, and of one with a criterion of its own; or a goal is not
+     * met. There, nothing tested is below as well, and what is not determined is not met.
      */
     bool isBelowLimit() const;
 };

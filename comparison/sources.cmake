@@ -12,9 +12,12 @@ set(comparison_sources
     conditions.cpp
     criterion.cpp
     documents/csv.cpp
+    documents/csvCells.cpp
     documents/disclosure.cpp
     documents/doseJson.cpp
+    documents/evaluationDocuments.cpp
     documents/explanationJson.cpp
+    documents/goalJson.cpp
     documents/measurementJson.cpp
     documents/noiseJson.cpp
     documents/record.cpp
@@ -26,6 +29,7 @@ set(comparison_sources
     documents/structureJson.cpp
     documents/structureSetJson.cpp
     documents/sweepJson.cpp
+    doseEvaluation.cpp
     doseExtremes.cpp
     doseSampling.cpp
     doseSource.cpp
@@ -43,6 +47,9 @@ set(comparison_sources
     failedSides.cpp
     gammaRun.cpp
     gammaStatistics.cpp
+    goals/goal.cpp
+    goals/goalFigures.cpp
+    goals/goalResult.cpp
     measurements/doseSum.cpp
     measurements/normalisation.cpp
     measurements/placement.cpp
@@ -63,6 +70,7 @@ set(comparison_sources
     structures/doseOrder.cpp
     structures/doseSamples.cpp
     structures/doseVolume.cpp
+    structures/isodoseVolume.cpp
     structures/maskRuns.cpp
     structures/namePattern.cpp
     structures/structureCatalogue.cpp

@@ -65,7 +65,7 @@ zarngi::Comparison comparisonOf(const zarnGIHost_StructureInput& input,
     comparison.settings = zarngi::searchSettings(request, comparison);
     comparison.structures =
         zarngi::chosenStructures(host::catalogueOf(input.sets, input.count, input.reference),
-                                 request, comparison, comparison.warnings)
+                                 request, zarngi::pairOf(comparison), comparison.warnings)
             .structures;
     return comparison;
 }

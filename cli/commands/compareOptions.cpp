@@ -120,36 +120,6 @@ void addLimits(CLI::App& command, CompareOptions& options)
         ->group("Limits");
 }
 
-void addStructures(CLI::App& command, CompareOptions& options)
-{
-    const auto several = [&](const char* name, std::vector<std::string>& values, const char* type,
-                             const char* text) {
-        addRepeated(command, name, values, type, text)->group("Structures");
-    };
-    several("--structures", options.structures, "FILE", "DICOM RT Structure Set or label mask");
-    several("--structure", options.shown, "NAME",
-            "Show these only: 'PTV*', 'ring=PTV57-PTV67' (|, &, -)");
-    several("--exclude", options.excluded, "NAME", "Show all but these");
-    command.add_option("--within", options.within, "Test voxels of these structures only: faster")
-        ->type_name("NAME")
-        ->group("Structures");
-    several("--dvh", options.metrics, "LIST", "More dose-volume figures: D99,D1cc,V20Gy,V95%");
-    command
-        .add_option("--prescription", options.prescription,
-                    "Dose of 100 % in V95% (dose that percentages refer to)")
-        ->type_name("GY")
-        ->transform(positive())
-        ->group("Structures");
-    command
-        .add_flag("--ignore-frame", options.ignoreFrame,
-                  "Take structures of another frame as they lie")
-        ->group("Structures");
-    command
-        .add_flag("--if-present", options.ifPresent,
-                  "Leave out names that no structure has, and tell")
-        ->group("Structures");
-}
-
 void addMeasurements(CLI::App& command, CompareOptions& options)
 {
     constexpr const char* group = "Planes, points and sums";
@@ -403,12 +373,59 @@ Request CompareOptions::request() const
     readDoses(request, *this);
     readSettings(request.settings, *this);
     readLimits(request.limits, *this);
+    replace(request.goals, parseGoals(goals));
     readStructures(request.structures, *this);
     readUncertainties(request, *this);
     readFindings(request, *this);
     replace(request.refuse, parseGates(refuse));
     request.commandLine = commandLine;
     checkFiles(request);
+    return request;
+}
+
+void addStructureOptions(CLI::App& command, CompareOptions& options)
+{
+    const auto several = [&](const char* name, std::vector<std::string>& values, const char* type,
+                             const char* text) {
+        addRepeated(command, name, values, type, text)->group("Structures");
+    };
+    several("--structures", options.structures, "FILE", "DICOM RT Structure Set or label mask");
+    several("--structure", options.shown, "NAME",
+            "Show these only: 'PTV*', 'ring=PTV57-PTV67' (|, &, -)");
+    several("--exclude", options.excluded, "NAME", "Show all but these");
+    several("--dvh", options.metrics, "LIST", "More dose-volume figures: D99,D1cc,V20Gy,V95%");
+    command
+        .add_option("--prescription", options.prescription,
+                    "Dose of 100 % in V95% (dose that percentages refer to)")
+        ->type_name("GY")
+        ->transform(positive())
+        ->group("Structures");
+    command
+        .add_flag("--ignore-frame", options.ignoreFrame,
+                  "Take structures of another frame as they lie")
+        ->group("Structures");
+    command
+        .add_flag("--if-present", options.ifPresent,
+                  "Leave out names that no structure has, and tell")
+        ->group("Structures");
+}
+
+void addGoalOption(CLI::App& command, CompareOptions& options)
+{
+    addRepeated(command, "--goal", options.goals, "GOAL",
+                "Exit with 3 unless met: 'PTV*: D95% >= 57 Gy'")
+        ->group("Limits");
+}
+
+Request CompareOptions::requestOfOneDose() const
+{
+    Request request;
+    request.reference.file = reference;
+    readStructures(request.structures, *this);
+    request.goals = parseGoals(goals);
+    request.allowErrorDoses = allowErrorDoses;
+    request.settings.threads = processorCount();
+    request.commandLine = commandLine;
     return request;
 }
 
@@ -440,9 +457,13 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addCriteria(command, options);
     addDoseLevels(command, options);
     addSearch(command, options);
-    addStructures(command, options);
+    addStructureOptions(command, options);
+    command.add_option("--within", options.within, "Test voxels of these structures only: faster")
+        ->type_name("NAME")
+        ->group("Structures");
     addMeasurements(command, options);
     addLimits(command, options);
+    addGoalOption(command, options);
     addExplanation(command, options);
     addNoise(command, options);
     addOutput(command, options);

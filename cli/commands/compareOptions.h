@@ -65,6 +65,7 @@ struct CompareOptions {
     std::vector<std::string> action;
     std::vector<std::string> failBelow;
     std::vector<std::string> refuse;
+    std::vector<std::string> goals;
     std::string plane;
     std::string at;
     UnitOptions units;
@@ -80,10 +81,18 @@ struct CompareOptions {
 
     /** What is asked for. @throws UsageError, InputError */
     Request request() const;
+    /** What is asked of the reference alone. @throws UsageError */
+    Request requestOfOneDose() const;
 };
 
 /** Adds the arguments to a command; the options must outlive the parsing. */
 void addCompareOptions(CLI::App& command, CompareOptions& options);
+
+/** Adds what is said of structures, apart from where voxels are tested. */
+void addStructureOptions(CLI::App& command, CompareOptions& options);
+
+/** Adds --goal. */
+void addGoalOption(CLI::App& command, CompareOptions& options);
 
 /** Adds --dose-unit and --length-unit. */
 void addTableUnits(CLI::App& command, UnitOptions& options);

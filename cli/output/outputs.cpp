@@ -14,6 +14,7 @@
 #include "cli/output/volumeFile.h"
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/evaluationDocuments.h"
 #include "comparison/documents/nativePagePacking.h"
 #include "comparison/documents/record.h"
 #include "comparison/documents/reportPage.h"
@@ -200,6 +201,16 @@ void Outputs::write(const Comparison& comparison)
     }
     if (request_) {
         request_->write(protocolText(comparison.request, request_->name()));
+    }
+}
+
+void Outputs::write(const DoseEvaluation& evaluation)
+{
+    if (json_) {
+        json_->write(toText(evaluationJson(evaluation), 2) + "\n");
+    }
+    if (csv_) {
+        csv_->write(evaluationCsv(evaluation));
     }
 }
 

@@ -1,6 +1,6 @@
 /**
  * @file outputs.h
- * The files that a comparison writes.
+ * The files that a comparison, or the evaluation of one dose, writes.
  */
 #ifndef ZARNGI_CLI_OUTPUT_OUTPUTS_H
 #define ZARNGI_CLI_OUTPUT_OUTPUTS_H
@@ -14,6 +14,7 @@
 
 #include "cli/output/outputFile.h"
 #include "comparison/comparison.h"
+#include "comparison/doseEvaluation.h"
 
 namespace zarngi
 {
@@ -60,6 +61,8 @@ public:
 
     /** Writes and names all files. @throws InputError */
     void write(const Comparison& comparison);
+    /** Document and table of one dose. @throws InputError */
+    void write(const DoseEvaluation& evaluation);
 
 private:
     bool useStandardOutput() const;

@@ -6,6 +6,7 @@
 #include "cli/output/columns.h"
 #include "cli/output/explanationTable.h"
 #include "cli/output/gammaFigures.h"
+#include "cli/output/goalTable.h"
 #include "cli/output/noiseTable.h"
 #include "cli/output/places.h"
 #include "cli/output/structureTable.h"
@@ -210,6 +211,9 @@ std::string describeResults(const Comparison& comparison)
     text += conditions.empty() ? conditions : line("conditions", conditions);
     if (comparison.structures) {
         text += describeStructures(comparison);
+    }
+    if (!comparison.goals.empty()) {
+        text += describeGoals(comparison.request.goals, comparison.goals, true);
     }
     if (comparison.noise) {
         text += describeNoise(comparison);

@@ -114,15 +114,16 @@ std::string headCell(const std::string& text)
 }
 
 /** Which metrics stand beside each other: those asked for, else D95 and D2. */
-std::vector<std::vector<std::size_t>> metricBlocks(const std::vector<DoseMetric>& metrics)
+std::vector<std::vector<std::size_t>> metricBlocks(const std::vector<DoseMetric>& asked)
 {
     constexpr std::size_t standardOnes = 5;
     constexpr std::size_t mostBesides = 3;
-    if (metrics.size() == standardOnes) {
+    const std::size_t end = withUsualMetrics(asked).size(); // behind them, those of goals
+    if (end == standardOnes) {
         return {{1, 3}};
     }
     std::vector<std::vector<std::size_t>> blocks;
-    for (std::size_t i = standardOnes; i < metrics.size(); ++i) {
+    for (std::size_t i = standardOnes; i < end; ++i) {
         if (blocks.empty() || blocks.back().size() == mostBesides) {
             blocks.emplace_back();
         }
@@ -154,16 +155,16 @@ std::string describeDoses(const StructureRow& row, const std::vector<std::size_t
     return text + "\n";
 }
 
-std::string describeDoses(const Comparison& comparison)
+} // namespace
+
+std::string describeDoses(const StructureComparison& structures,
+                          const std::vector<DoseMetric>& asked, DoseUnit doseUnit)
 {
-    const StructureComparison& structures = *comparison.structures;
     const std::vector<DoseMetric>& metrics = structures.doseVolume.metrics;
     const std::size_t width = nameWidth(structures);
-    const std::string unit = comparison.reference.unit == DoseUnit::relative
-                                 ? ""
-                                 : unitBehind(comparison.reference.unit);
-    std::string text = "\nreference doses, and by how much those of the evaluation are above\n";
-    for (const std::vector<std::size_t>& block : metricBlocks(metrics)) {
+    const std::string unit = doseUnit == DoseUnit::relative ? "" : unitBehind(doseUnit);
+    std::string text;
+    for (const std::vector<std::size_t>& block : metricBlocks(asked)) {
         std::string head = nameCell("structure", width) + cell("cc", 9) + headCell("mean" + unit);
         for (const std::size_t metric : block) {
             head += headCell(metrics[metric].label() + (metrics[metric].isVolume() ? " %" : unit));
@@ -202,8 +203,6 @@ std::string describeNotes(const StructureComparison& structures)
     return text.empty() ? text : '\n' + text;
 }
 
-} // namespace
-
 std::string describeStructures(const Comparison& comparison)
 {
     std::string text;
@@ -211,7 +210,10 @@ std::string describeStructures(const Comparison& comparison)
         text += '\n';
         text += describeCriterion(result, comparison.settings.maxGamma, *comparison.structures);
     }
-    return text + describeDoses(comparison) + describeNotes(*comparison.structures);
+    return text + "\nreference doses, and by how much those of the evaluation are above\n" +
+           describeDoses(*comparison.structures, comparison.request.structures.metrics,
+                         comparison.reference.unit) +
+           describeNotes(*comparison.structures);
 }
 
 } // namespace zarngi

@@ -52,22 +52,43 @@ void checkFrame(const files::StructureSet& set, bool isIgnored, const DoseImage&
     }
 }
 
-DoseVolumeSettings doseVolumeSettings(const StructureRequest& request, const ComparedDoses& doses)
+[[noreturn]] void refuseGray(const MemberPlace& place, const std::string& what,
+                             const DoseImage& dose)
 {
-    DoseVolumeSettings settings;
-    settings.metrics = withUsualMetrics(request.metrics);
-    settings.fullDose = request.prescription.value_or(doses.normalisation);
-    settings.binWidth =
-        curveBinWidth(std::max(doses.referenceExtremes.maximum, doses.evaluationExtremes.maximum));
-    for (const DoseMetric& metric : settings.metrics) {
-        if (metric.kind == DoseMetric::Kind::volumeAtDose &&
-            doses.reference.unit != DoseUnit::gray) {
-            const bool isRelative = doses.reference.unit == DoseUnit::relative;
-            throw refusalOf({Member::metrics},
-                            metric.label() + " asks for a dose in Gy, but the files hold " +
-                                (isRelative ? "relative doses" : "doses of a simulation"));
+    const bool isRelative = dose.unit == DoseUnit::relative;
+    throw refusalOf(place, what + " asks for a dose in Gy, but the files hold " +
+                               (isRelative ? "relative doses" : "doses of a simulation"));
+}
+
+/** Figures in Gy are asked for doses in Gy alone. */
+void checkUnits(const Request& request, const DoseImage& dose)
+{
+    if (dose.unit == DoseUnit::gray) {
+        return;
+    }
+    for (const DoseMetric& metric : request.structures.metrics) {
+        if (metric.kind == DoseMetric::Kind::volumeAtDose) {
+            refuseGray({Member::metrics}, metric.label(), dose);
         }
     }
+    for (std::size_t i = 0; i < request.goals.size(); ++i) {
+        if (request.goals[i].needsGray()) {
+            refuseGray({Member::goals, i}, '"' + oneLine(request.goals[i].text) + '"', dose);
+        }
+    }
+}
+
+DoseVolumeSettings doseVolumeSettings(const Request& request, const DosesInStructures& doses)
+{
+    const StructureRequest& structures = request.structures;
+    checkUnits(request, doses.reference);
+    DoseVolumeSettings settings;
+    std::vector<DoseMetric> metrics = structures.metrics;
+    const std::vector<DoseMetric> ofGoals = metricsOf(request.goals);
+    metrics.insert(metrics.end(), ofGoals.begin(), ofGoals.end());
+    settings.metrics = withUsualMetrics(metrics);
+    settings.fullDose = structures.prescription.value_or(doses.normalisation);
+    settings.binWidth = curveBinWidth(doses.largest);
     return settings;
 }
 
@@ -106,9 +127,9 @@ TestedPart testedPart(const std::string& text, const StructureCatalogue& catalog
 }
 
 /** That structures have something to lie in. */
-void checkAreVolumes(const GivenDoses& doses)
+void checkAreVolumes(const std::vector<const DoseImage*>& doses)
 {
-    for (const DoseImage* dose : {&doses.reference, &doses.evaluation}) {
+    for (const DoseImage* const dose : doses) {
         if (!dose->hasVolume()) {
             throw UsageError({Member::structureFiles},
                              Sentence(Member::structureFiles) + " is for volumes, and " +
@@ -118,10 +139,36 @@ void checkAreVolumes(const GivenDoses& doses)
     }
 }
 
+/** One dose has no difference. */
+void refuseDifferences(const std::vector<Goal>& goals)
+{
+    for (std::size_t i = 0; i < goals.size(); ++i) {
+        if (goals[i].isOfDifference()) {
+            throw refusalOf({Member::goals, i}, Sentence("\"") + oneLine(goals[i].text) +
+                                                    "\" is for two doses, and there is one");
+        }
+    }
+}
+
+/** Judged before anything is searched, so that what matches nothing is told now. */
+std::vector<GoalResult> judgedGoals(const std::vector<Goal>& goals,
+                                    const StructureComparison& structures,
+                                    const DosesInStructures& doses)
+{
+    if (!doses.isPair()) {
+        refuseDifferences(goals);
+    }
+    return judgeGoals(goals,
+                      {structures, viewOf(doses.reference.image), viewOf(doses.evaluation.image),
+                       files::unitName(doses.reference.unit)},
+                      doses.isPair());
+}
+
 } // namespace
 
 std::shared_ptr<const StructureCatalogue> catalogueOf(const StructureRequest& request,
-                                                      DoseSource& source, const GivenDoses& doses,
+                                                      DoseSource& source,
+                                                      const std::vector<const DoseImage*>& doses,
                                                       std::vector<Sentence>& warnings)
 {
     if (request.files.empty()) {
@@ -136,14 +183,20 @@ std::shared_ptr<const StructureCatalogue> catalogueOf(const StructureRequest& re
         for (const std::string& warning : set.warnings) {
             warnings.push_back(Sentence(FileName{set.path}) + ": " + warning);
         }
-        checkFrame(set, request.ignoreFrame, doses.reference, warnings);
+        checkFrame(set, request.ignoreFrame, *doses.front(), warnings);
     }
     return std::make_shared<StructureCatalogue>(
-        std::move(sets), doses.reference.image.geometry.spacing[2], source.isDiscreet());
+        std::move(sets), doses.front()->image.geometry.spacing[2], source.isDiscreet());
+}
+
+DosesInStructures pairOf(const ComparedDoses& doses)
+{
+    return {doses.reference, doses.evaluation, doses.normalisation,
+            std::max(doses.referenceExtremes.maximum, doses.evaluationExtremes.maximum)};
 }
 
 ChosenStructures chosenStructures(std::shared_ptr<const StructureCatalogue> catalogue,
-                                  const Request& request, const ComparedDoses& doses,
+                                  const Request& request, const DosesInStructures& doses,
                                   std::vector<Sentence>& warnings)
 {
     if (!catalogue) {
@@ -162,12 +215,13 @@ ChosenStructures chosenStructures(std::shared_ptr<const StructureCatalogue> cata
     }
     chosen.structures = compareStructures(
         std::move(catalogue), selection, viewOf(reference), viewOf(doses.evaluation.image),
-        doseVolumeSettings(wanted, doses), request.settings.threads);
+        doseVolumeSettings(request, doses), request.settings.threads);
     chosen.structures->prescription = wanted.prescription;
     setLimits(*chosen.structures, request.limits);
     for (const CriterionRequest& asked : request.criteria) {
         rowsOf(asked.patterns, *chosen.structures); // tells now what matches nothing
     }
+    chosen.goals = judgedGoals(request.goals, *chosen.structures, doses);
     return chosen;
 }
 

@@ -21,18 +21,6 @@ std::vector<const DoseImage*> allOf(const GivenDoses& doses)
     return all;
 }
 
-void checkAreDoses(const GivenDoses& doses)
-{
-    for (const DoseImage* const dose : allOf(doses)) {
-        if (dose->isError()) {
-            throw failureOf(dose->path,
-                            Sentence("holds differences between doses, no doses (Dose Type "
-                                     "ERROR); ") +
-                                Member::allowErrorDoses + " compares them as doses");
-        }
-    }
-}
-
 void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool isNormalised)
 {
     for (const DoseImage* dose : {&reference, &evaluation}) {
@@ -75,6 +63,22 @@ Sentence unitsOf(const DoseImage& reference, const DoseImage& evaluation)
 
 } // namespace
 
+void checkIsDose(const DoseImage& dose)
+{
+    if (dose.isError()) {
+        throw failureOf(dose.path, Sentence("holds differences between doses, no doses (Dose Type "
+                                            "ERROR); ") +
+                                       Member::allowErrorDoses + " compares them as doses");
+    }
+}
+
+void addWarnings(std::vector<Sentence>& warnings, const DoseImage& dose)
+{
+    for (const std::string& warning : dose.warnings) {
+        warnings.push_back(Sentence(FileName{dose.path}) + ": " + warning);
+    }
+}
+
 void settleUnits(GivenDoses& doses, const Request& request)
 {
     const DoseUnit reference =
@@ -86,8 +90,10 @@ void settleUnits(GivenDoses& doses, const Request& request)
 
 void checkDoses(const GivenDoses& doses, const Request& request)
 {
-    if (!request.allowErrorDoses) {
-        checkAreDoses(doses);
+    for (const DoseImage* const dose : allOf(doses)) {
+        if (!request.allowErrorDoses) {
+            checkIsDose(*dose);
+        }
     }
     const bool isNormalised = request.normalisation.isGiven();
     checkUnits(doses.reference, doses.evaluation, isNormalised);
@@ -105,9 +111,7 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
     const DoseImage& reference = doses.reference;
     const DoseImage& evaluation = doses.evaluation;
     for (const DoseImage* const dose : allOf(doses)) {
-        for (const std::string& warning : dose->warnings) {
-            warnings.push_back(Sentence(FileName{dose->path}) + ": " + warning);
-        }
+        addWarnings(warnings, *dose);
     }
     if (areSimulatedApart(reference, evaluation)) {
         warnings.push_back(unitsOf(reference, evaluation) + "; they are compared as they are");

@@ -21,6 +21,12 @@ void settleUnits(GivenDoses& doses, const Request& request);
  */
 void checkDoses(const GivenDoses& doses, const Request& request);
 
+/** That it holds no differences. @throws InputError */
+void checkIsDose(const DoseImage& dose);
+
+/** What was told of a file when it was read. */
+void addWarnings(std::vector<Sentence>& warnings, const DoseImage& dose);
+
 /** The warnings of all files of doses, and those about the pair. */
 void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses);
 

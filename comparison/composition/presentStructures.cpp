@@ -4,6 +4,7 @@
 #include <set>
 #include <string>
 
+#include "comparison/composition/chosenStructures.h"
 #include "comparison/failure.h"
 #include "comparison/text.h"
 
@@ -81,6 +82,20 @@ void keepPresentNames(StructureRequest& structures, Presence& presence)
     }
 }
 
+/** Goals, less those of structures that are not there, and all of them where none is shown. */
+void keepPresentGoals(Request& request, Presence& presence, std::vector<Sentence>& warnings)
+{
+    std::erase_if(request.goals, [&](const Goal& goal) { return !presence.isThere(goal.pattern); });
+    if (!request.structures.files.empty()) {
+        return;
+    }
+    for (const Goal& goal : request.goals) {
+        warnings.emplace_back("no structure is shown, so \"" + oneLine(goal.text) +
+                              "\" is left out");
+    }
+    request.goals.clear();
+}
+
 } // namespace
 
 Request presentPart(Request request, const StructureCatalogue* catalogue,
@@ -99,11 +114,34 @@ Request presentPart(Request request, const StructureCatalogue* catalogue,
         limits->keepOwn(isThere);
     }
     keepPresentNames(request.structures, presence);
+    keepPresentGoals(request, presence, warnings);
     for (const std::string& pattern : presence.missing()) {
         warnings.emplace_back("no structure is called \"" + oneLine(pattern) +
                               "\", so it is left out");
     }
     return request;
+}
+
+void leaveOutStructures(Request& request, std::vector<Sentence>& warnings)
+{
+    if (request.structures.ifPresent && request.structures.files.empty()) {
+        request = presentPart(std::move(request), nullptr, warnings);
+    }
+}
+
+std::shared_ptr<const StructureCatalogue>
+presentCatalogue(Request& request, DoseSource& source, const std::vector<const DoseImage*>& doses,
+                 std::vector<Sentence>& warnings)
+{
+    std::shared_ptr<const StructureCatalogue> catalogue =
+        catalogueOf(request.structures, source, doses, warnings);
+    if (catalogue && request.structures.ifPresent) {
+        request = presentPart(std::move(request), catalogue.get(), warnings);
+        if (request.structures.files.empty()) {
+            catalogue = nullptr;
+        }
+    }
+    return catalogue;
 }
 
 } // namespace zarngi

@@ -5,8 +5,10 @@
 #ifndef ZARNGI_COMPARISON_COMPOSITION_PRESENTSTRUCTURES_H
 #define ZARNGI_COMPARISON_COMPOSITION_PRESENTSTRUCTURES_H
 
+#include <memory>
 #include <vector>
 
+#include "comparison/doseSource.h"
 #include "comparison/request/request.h"
 #include "comparison/sentence.h"
 #include "comparison/structures/structureCatalogue.h"
@@ -23,6 +25,18 @@ namespace zarngi
  */
 Request presentPart(Request request, const StructureCatalogue* catalogue,
                     std::vector<Sentence>& warnings);
+
+/** presentPart() for a request that may name structures, where there are no files of them. */
+void leaveOutStructures(Request& request, std::vector<Sentence>& warnings);
+
+/**
+ * The structures of all files that are asked for; null where none are. What is asked of them is
+ * narrowed to those that are there, if it may be.
+ * @throws UsageError, InputError as catalogueOf() and presentPart()
+ */
+std::shared_ptr<const StructureCatalogue>
+presentCatalogue(Request& request, DoseSource& source, const std::vector<const DoseImage*>& doses,
+                 std::vector<Sentence>& warnings);
 
 } // namespace zarngi
 

@@ -1,9 +1,11 @@
 #include "comparison/documents/csv.h"
 
+#include <algorithm>
 #include <optional>
 #include <vector>
 
 #include "comparison/conditions.h"
+#include "comparison/documents/csvCells.h"
 #include "comparison/documents/disclosure.h"
 #include "comparison/documents/noiseJson.h"
 #include "comparison/explanation/conclusion.h"
@@ -14,39 +16,6 @@ namespace zarngi
 
 namespace
 {
-
-constexpr const char* lineEnd = "\r\n";
-
-std::string quoted(const std::string& text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string result(1, '"');
-    for (const char c : text) {
-        result.append(c == '"' ? 2 : 1, c);
-    }
-    return result += '"';
-}
-
-std::string row(const std::vector<std::string>& cells)
-{
-    std::string text;
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-        text += i == 0 ? "" : ",";
-        text += quoted(cells[i]);
-    }
-    return text += lineEnd;
-}
-
-using Cells = std::vector<std::string>;
-
-constexpr int digits = 9; // as many as a float holds
-
-std::string cellOf(const std::optional<double>& value)
-{
-    return value ? number(*value, digits) : std::string();
-}
 
 /** What the table is of. */
 struct Told {
@@ -60,7 +29,7 @@ Cells resultCells(const CriterionResult& result, const GammaStatistics& statisti
 {
     const Comparison& comparison = told.comparison;
     const auto gamma = [&statistics](double GammaSpread::*member) {
-        return statistics.spread ? number((*statistics.spread).*member, digits) : std::string();
+        return statistics.spread ? number((*statistics.spread).*member, csvDigits) : std::string();
     };
     return {told.disclosure.pathOf(told.comparison.reference.path),
             told.disclosure.pathOf(told.comparison.evaluation.path),
@@ -69,8 +38,8 @@ Cells resultCells(const CriterionResult& result, const GammaStatistics& statisti
             number(result.criterion.distance),
             result.criterion.isLocal ? "local" : "global",
             number(comparison.settings.cutOff),
-            number(comparison.cutOffDose(), digits),
-            number(comparison.normalisation, digits),
+            number(comparison.cutOffDose(), csvDigits),
+            number(comparison.normalisation, csvDigits),
             std::to_string(statistics.tested),
             std::to_string(statistics.passed),
             std::to_string(statistics.failed),
@@ -87,32 +56,11 @@ Cells resultCells(const CriterionResult& result, const GammaStatistics& statisti
             textOf(conditionsOf(comparison))};
 }
 
-void append(Cells& cells, const Cells& more)
-{
-    cells.insert(cells.end(), more.begin(), more.end());
-}
-
 Cells structureNames(const std::vector<DoseMetric>& metrics)
 {
     Cells cells{"structure", "structure_voxels", "structure_volume_cc", "unreached"};
-    for (const std::string dose : {"reference", "evaluation"}) {
-        append(cells, {dose + "_dose_min", dose + "_dose_mean", dose + "_dose_max"});
-        for (const DoseMetric& metric : metrics) {
-            cells.push_back(dose + "_" + metric.label());
-        }
-    }
-    return cells;
-}
-
-Cells doseCells(const std::optional<DoseVolume>& dose, std::size_t metrics)
-{
-    if (!dose) {
-        return Cells(3 + metrics);
-    }
-    Cells cells{cellOf(dose->minimum), cellOf(dose->mean), cellOf(dose->maximum)};
-    for (const std::optional<double>& value : dose->metrics) {
-        cells.push_back(cellOf(value));
-    }
+    append(cells, doseNames("reference", metrics));
+    append(cells, doseNames("evaluation", metrics));
     return cells;
 }
 
@@ -145,14 +93,10 @@ Cells explanationCells(const Explanation& explanation, const Criterion& criterio
         return Cells(explanationNames().size());
     }
     const DoseChange& change = explanation.both.change;
-    return {conclusionName(explanation.conclusion),
-            number(change.shift[0], digits),
-            number(change.shift[1], digits),
-            number(change.shift[2], digits),
-            number(change.factor, digits),
-            fixed(explanation.both.passRate, 6),
-            fixed(explanation.shiftAlone.passRate, 6),
-            fixed(explanation.factorAlone.passRate, 6)};
+    return {conclusionName(explanation.conclusion),    number(change.shift[0], csvDigits),
+            number(change.shift[1], csvDigits),        number(change.shift[2], csvDigits),
+            number(change.factor, csvDigits),          fixed(explanation.both.passRate, 6),
+            fixed(explanation.shiftAlone.passRate, 6), fixed(explanation.factorAlone.passRate, 6)};
 }
 
 Cells noiseNames()
@@ -169,7 +113,7 @@ Cells noiseCells(const std::optional<NoiseEstimate>& estimate)
     const bool isTold = estimate->kind == NoiseEstimate::Kind::told;
     const auto percent = [&](double value) { return isTold ? fixed(value, 6) : std::string(); };
     return {kindName(estimate->kind), percent(estimate->passRate), percent(estimate->lower),
-            percent(estimate->upper), number(estimate->noise, digits)};
+            percent(estimate->upper), number(estimate->noise, csvDigits)};
 }
 
 /** The row of a criterion, in a structure or in all voxels. */
@@ -183,7 +127,10 @@ std::string finishedRow(Cells cells, const CriterionResult& result, const std::s
     if (comparison.explanation) {
         append(cells, explanationCells(*comparison.explanation, result.criterion, structure));
     }
-    return row(cells);
+    if (!comparison.goals.empty()) {
+        append(cells, Cells(goalNames(true).size()));
+    }
+    return csvRow(cells);
 }
 
 std::string structureRow(const CriterionResult& result, const StructureGamma& gamma,
@@ -193,8 +140,9 @@ std::string structureRow(const CriterionResult& result, const StructureGamma& ga
     const std::size_t metrics = comparison.structures->doseVolume.metrics.size();
     Cells cells = resultCells(result, gamma.statistics,
                               gamma.verdict ? verdictName(*gamma.verdict) : "none", told);
-    append(cells, {structure.chosen.name, std::to_string(files::pointCount(structure.voxels)),
-                   number(structure.volume, digits), std::to_string(gamma.statistics.unreached)});
+    append(cells,
+           {structure.chosen.name, std::to_string(files::pointCount(structure.voxels)),
+            number(structure.volume, csvDigits), std::to_string(gamma.statistics.unreached)});
     append(cells, doseCells(structure.reference, metrics));
     append(cells, doseCells(structure.evaluation, metrics));
     return finishedRow(std::move(cells), result, structure.chosen.name, told, gamma.withoutNoise);
@@ -227,6 +175,24 @@ std::string resultRows(const CriterionResult& result, const Told& told)
     return text;
 }
 
+/** A goal in a structure: of the other columns, those that tell of what it is. */
+std::string goalRow(const GoalResult& result, const Told& told, const Cells& names)
+{
+    const Comparison& comparison = told.comparison;
+    Cells cells{told.disclosure.pathOf(comparison.reference.path),
+                told.disclosure.pathOf(comparison.evaluation.path)};
+    const Cells own = goalCells(comparison.request.goals[result.goal], result, true);
+    cells.resize(names.size() - own.size());
+    const auto cellOf = [&](const char* name) -> std::string& {
+        const auto place = std::find(names.begin(), names.end(), name) - names.begin();
+        return cells[static_cast<std::size_t>(place)];
+    };
+    cellOf("structure") = result.structure;
+    cellOf("conditions") = textOf(conditionsOf(comparison));
+    append(cells, own);
+    return csvRow(cells);
+}
+
 /** Rates by criterion: the columns up to the rate, and the structure where there are some. */
 std::string sweepRows(const Sweep& sweep, const Told& told, std::size_t columns)
 {
@@ -252,7 +218,7 @@ std::string sweepRows(const Sweep& sweep, const Told& told, std::size_t columns)
                 cells.push_back(part.name);
             }
             cells.resize(columns);
-            text += row(cells);
+            text += csvRow(cells);
         }
     }
     return text;
@@ -296,12 +262,18 @@ std::string comparisonCsv(const Comparison& comparison, const std::optional<std:
     if (comparison.explanation) {
         append(names, explanationNames());
     }
-    std::string text = row(names);
+    if (!comparison.goals.empty()) {
+        append(names, goalNames(true));
+    }
+    std::string text = csvRow(names);
     for (const CriterionResult& result : comparison.results) {
         text += resultRows(result, told);
     }
     for (const Sweep& sweep : comparison.sweeps) {
         text += sweepRows(sweep, told, names.size());
+    }
+    for (const GoalResult& result : comparison.goals) {
+        text += goalRow(result, told, names);
     }
     return text;
 }

@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
+#include <chrono>
+#include <ctime>
 #include <utility>
 
 namespace zarngi
@@ -72,6 +75,16 @@ nlohmann::ordered_json gridJson(const DoseImage& dose, const DoseExtremes& extre
             {"origin", geometry.origin},
             {"minimum", extremes.minimum},
             {"maximum", {{"dose", extremes.maximum}, {"position", extremes.maximumPosition}}}};
+}
+
+std::string nowInUtc()
+{
+    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    std::array<char, 32> text{};
+    std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc);
+    return text.data();
 }
 
 std::string toText(const nlohmann::ordered_json& document, int indent)

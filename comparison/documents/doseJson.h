@@ -26,6 +26,9 @@ nlohmann::ordered_json fileJson(const DoseImage& dose, const Disclosure& disclos
 /** Its spacing is null across a plane whose file tells no thickness. */
 nlohmann::ordered_json gridJson(const DoseImage& dose, const DoseExtremes& extremes);
 
+/** "2026-01-31T12:00:00Z": when a document is made. */
+std::string nowInUtc();
+
 /** The document as text; numbers that are not finite are null, stray bytes are replaced. */
 std::string toText(const nlohmann::ordered_json& document, int indent);
 

@@ -2,12 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include <chrono>
-#include <ctime>
-
 #include "comparison/conditions.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/explanationJson.h"
+#include "comparison/documents/goalJson.h"
 #include "comparison/documents/measurementJson.h"
 #include "comparison/documents/noiseJson.h"
 #include "comparison/documents/requestJson.h"
@@ -22,16 +20,6 @@ namespace
 {
 
 using Json = nlohmann::ordered_json;
-
-std::string nowInUtc()
-{
-    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc);
-    return text.data();
-}
 
 Json criterionJson(const CriterionResult& result, const Comparison& comparison)
 {
@@ -135,6 +123,9 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
         document["within"] =
             comparison.within ? Json(comparison.within->structures) : Json(nullptr);
         document["timings"]["structureSeconds"] = comparison.structures->seconds;
+    }
+    if (!comparison.goals.empty()) {
+        document["goals"] = goalsJson(comparison.request.goals, comparison.goals);
     }
     if (comparison.explanation) {
         document["explanation"] = explanationJson(*comparison.explanation);

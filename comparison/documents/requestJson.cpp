@@ -398,6 +398,7 @@ nlohmann::ordered_json requestJson(const Request& request)
              {{"tolerance", request.limits.tolerance.texts()},
               {"action", request.limits.action.texts()},
               {"failBelow", request.limits.failBelow.texts()}}},
+            {"goals", textsOf(request.goals)},
             {"plane",
              {{"name", plane.plane ? Json(plane.plane->name) : Json(nullptr)},
               {"at", orNull(plane.at)}}},
@@ -427,6 +428,9 @@ Request requestOf(const nlohmann::ordered_json& document)
     request.normalisation = readNormalisation(members);
     request.settings = readSettings(members);
     request.limits = readLimits(members.object("limits"));
+    if (members.knows(2)) {
+        request.goals = parseGoals(members.texts("goals"));
+    }
     request.structures = readStructures(members.object("structures"));
     request.plane = readPlane(members.object("plane"));
     readUnits(request, members.object("units"));

@@ -43,6 +43,7 @@ enum class Member {
     tolerance,
     action,
     failBelow,
+    goals,
     plane,
     planeAt,
     doseUnit,

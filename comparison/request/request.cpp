@@ -59,13 +59,14 @@ std::optional<StructureNeed> structureNeedOf(const Request& request)
     const bool hasPattern =
         std::any_of(request.criteria.begin(), request.criteria.end(),
                     [](const CriterionRequest& asked) { return !asked.patterns.empty(); });
-    const std::array<StructureNeed, 11> needs{
+    const std::array<StructureNeed, 12> needs{
         {{!structures.shown.empty(), Member::shown, ""},
          {!structures.excluded.empty(), Member::excluded, ""},
          {!structures.within.empty(), Member::within, ""},
          {!structures.metrics.empty(), Member::metrics, ""},
          {structures.prescription.has_value(), Member::prescription, ""},
          {structures.ignoreFrame, Member::ignoreFrame, ""},
+         {!request.goals.empty(), Member::goals, ""},
          {request.explanation && !request.explanation->structure.empty(), Member::explainStructure,
           ""},
          {hasPattern, Member::criteria, forOne},
@@ -97,6 +98,17 @@ void checkStructures(const Request& request)
     if (files.empty() && need) {
         throw UsageError({need->member},
                          Sentence(need->member) + need->what + " needs " + Member::structureFiles);
+    }
+}
+
+void checkGoals(const Request& request)
+{
+    for (std::size_t i = 0; i < request.goals.size(); ++i) {
+        const Goal& goal = request.goals[i];
+        if (goal.needsPrescription() && !request.structures.prescription) {
+            throw refusalOf({Member::goals, i}, Sentence("\"") + oneLine(goal.text) + "\" needs " +
+                                                    Member::prescription);
+        }
     }
 }
 
@@ -224,6 +236,7 @@ void checkRequest(const Request& request)
     }
     checkUncertainties(request);
     checkStructures(request);
+    checkGoals(request);
 }
 
 } // namespace zarngi

@@ -12,6 +12,7 @@
 
 #include "comparison/criterion.h"
 #include "comparison/gammaRun.h"
+#include "comparison/goals/goal.h"
 #include "comparison/measurements/doseSum.h"
 #include "comparison/measurements/normalisation.h"
 #include "comparison/measurements/placement.h"
@@ -96,6 +97,7 @@ struct Request {
     NormalisationRequest normalisation;
     GammaSettings settings; ///< without a normalisation, which the doses may decide
     LimitRequest limits;
+    std::vector<Goal> goals;
     StructureRequest structures;
     PlaneRequest plane;
     files::TableUnits units;                        ///< of tables that tell none

@@ -20,12 +20,14 @@ struct Form {
     char letter;
     std::string_view unit;
     Kind kind;
+    double perUnit = 1;
 };
 
 /** A unit stands before those that it ends with. */
-constexpr std::array<Form, 5> forms{{{'d', "cc", Kind::doseToVolume},
+constexpr std::array<Form, 6> forms{{{'d', "cc", Kind::doseToVolume},
                                      {'d', "%", Kind::doseToShare},
                                      {'d', "", Kind::doseToShare},
+                                     {'v', "cgy", Kind::volumeAtDose, 100},
                                      {'v', "gy", Kind::volumeAtDose},
                                      {'v', "%", Kind::volumeAtPercent}}};
 
@@ -82,7 +84,7 @@ std::string DoseMetric::text() const
     return notation(*this, exactNumber(value));
 }
 
-DoseMetric parseDoseMetric(const std::string& text)
+std::optional<DoseMetric> doseMetricOf(const std::string& text)
 {
     const std::string plain = withoutBlanks(text);
     for (const Form& form : forms) {
@@ -91,10 +93,18 @@ DoseMetric parseDoseMetric(const std::string& text)
         }
         const std::string_view value =
             std::string_view(plain).substr(1, plain.size() - 1 - form.unit.size());
-        const DoseMetric metric{form.kind, parseNumber(value)};
+        const DoseMetric metric{form.kind, parseNumber(value) / form.perUnit};
         if (isAccepted(metric)) {
             return metric;
         }
+    }
+    return {};
+}
+
+DoseMetric parseDoseMetric(const std::string& text)
+{
+    if (const std::optional<DoseMetric> metric = doseMetricOf(text)) {
+        return *metric;
     }
     throw refusalOf({Member::metrics},
                     Sentence("\"") + oneLine(text) +

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_COMPARISON_STRUCTURES_DOSEMETRIC_H
 #define ZARNGI_COMPARISON_STRUCTURES_DOSEMETRIC_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,10 +32,10 @@ struct DoseMetric {
     friend bool operator==(const DoseMetric&, const DoseMetric&) = default;
 };
 
-/**
- * Reads D95 (or D95%), D2cc, V20Gy or V95%; case and blanks do not matter.
- * @throws UsageError at Member::metrics
- */
+/** Reads D95 (or D95%), D2cc, V20Gy, V2000cGy or V95%; case and blanks do not matter. */
+std::optional<DoseMetric> doseMetricOf(const std::string& text);
+
+/** @throws UsageError at Member::metrics */
 DoseMetric parseDoseMetric(const std::string& text);
 
 /**

@@ -82,10 +82,10 @@ std::optional<DoseVolume> doseVolume(const DoseView& dose, const SubPoints& poin
     result.maximum = *maximum;
     result.mean = std::accumulate(samples.doses.begin(), samples.doses.end(), 0.0) / count;
     result.withoutDose = samples.withoutDose;
-    const double volume = count / static_cast<double>(points.count()) * points.volume();
+    result.volume = count / static_cast<double>(points.count()) * points.volume();
     std::vector<Question> questions;
     for (const DoseMetric& metric : settings.metrics) {
-        questions.push_back(questionOf(metric, volume, settings.fullDose));
+        questions.push_back(questionOf(metric, result.volume, settings.fullDose));
     }
     DoseOrder order(samples.doses, settings.binWidth, result.maximum);
     result.metrics = answers(order, questions, samples.doses.size());

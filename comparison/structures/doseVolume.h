@@ -25,6 +25,7 @@ struct DoseVolumeSettings {
 
 /** Doses in Gy (or the unit of relative doses), over the sub-points that have a dose. */
 struct DoseVolume {
+    double volume = 0; ///< cc, of the points that have a dose
     double minimum = 0;
     double mean = 0;
     double maximum = 0;

@@ -56,7 +56,7 @@ def checked(document):
     """The document, which must be as the schema says and hold nothing that it does not tell."""
     problem = problem_of(document)
     assert problem is None, problem
-    kind = "request" if document["format"] == "zarngi-request" else "record"
+    kind = {"zarngi-request": "request", "zarngi-dvh": "dvh"}.get(document["format"], "record")
     assert not [*strangers(document, SCHEMA["$defs"][kind])]
     return document
 

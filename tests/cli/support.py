@@ -11,7 +11,7 @@ from documents import checked, read_document
 
 PROGRAM = os.environ["ZARNGI"]
 DATA = Path(os.environ["ZARNGI_TEST_DATA"])
-#: Options of `compare` that write what the schema describes.
+#: Options that write what the schema describes.
 DOCUMENTS = ("--json", "--save-request")
 
 
@@ -24,13 +24,13 @@ def run(*arguments, **options):
         check=False,
         **options,
     )
-    if arguments[:1] == ("compare",) and result.returncode == 0:
+    if arguments[:1] in (("compare",), ("dvh",)) and result.returncode == 0:
         check_documents(result, arguments, Path(options.get("cwd") or "."))
     return result
 
 
 def check_documents(result, arguments, folder):
-    """Those that a comparison wrote into files and to standard output."""
+    """Those that a command wrote into files and to standard output."""
     for option, place in zip(arguments, arguments[1:]):
         if option in DOCUMENTS and place == "-":
             checked(json.loads(result.stdout))

@@ -13,7 +13,7 @@ from test_measurements import cut, write_points
 RETYPED = {str: 3, float: "3", int: "3", bool: "yes", list: {}, dict: [], type(None): True}
 #: What a record may be without, whatever else it holds.
 OPTIONAL = {
-    ("title",), ("plane",), ("sweeps",), ("explanation",), ("data",), ("normal",), ("withoutNoise",),
+    ("title",), ("plane",), ("sweeps",), ("goals",), ("explanation",), ("data",), ("normal",), ("withoutNoise",),
     ("noise",), ("median",), ("largest",),
     ("measurements", "reference", "place"),
 }  # fmt: skip
@@ -68,6 +68,7 @@ class Documents(ProgramTest):
             "1/2", "--within", "PTV", "--explain", "--explain-range", "2", "--sweep", "1:2%/1:2mm",
             "--prescription", "2", "--tolerance", "PTV:97", "--fail-below", "1", "--norm-at", "0,0,20", "--noise",
             "--reference-uncertainty", "1%",
+            "--goal", "PTV: D95% >= 0 Gy", "--goal", "PTV: Dmean within 100 %",
         )  # fmt: skip
         yield self.results(points, evaluation, "--plane", "axial", "--at", "0,0,23", "--anonymous", "pair")
 

@@ -292,13 +292,17 @@ def test_a_protocol_is_asked_of_every_pair(study, tmp_path):
     protocol = zarngi.default_request()
     protocol |= {"criteria": ["2%/1mm", "label 2:3%/2mm"], "cutOff": 20}
     protocol["limits"]["tolerance"] = ["label 1:99"]
+    protocol["goals"] = ["label 1: Dmean >= 0 Gy", "label 2: Dmax < 0.001 Gy"]
     path = tmp_path / "protocol.json"
     path.write_text(json.dumps(protocol))
     rows = [{"id": "with", "reference": "r2.nrrd", "evaluation": "e2.nrrd", "structures": "mask.nrrd"},
             {"id": "without", "reference": "r2.nrrd", "evaluation": "e2.nrrd", "structures": ""}]  # fmt: skip
     write_rows(manifest, rows)
     run = ("run", manifest, "-o", results, "--request", path)
-    assert zarngi_cohort(*run).returncode == 0
+    done = zarngi_cohort(*run)
+    assert done.returncode == 0
+    assert "warning: with: goal not met in label 2: label 2: Dmax < 0.001 Gy" in done.stdout
+    assert "goal not met in label 1" not in done.stdout
 
     def told():
         return [(row[0], row[2], row[3]) for row in contents(results)["results"]]

@@ -9,7 +9,7 @@ from pages import PROJECT, read_page
 DEFINITIONS = SCHEMA["$defs"]
 #: What the tables of docs/json.md describe, in their order; one more is of what a file holds.
 TABLES = ("record", "file", "grid", "criterion", "explanation", "noise", "sweep", "measurement", "structures",
-          "structure", "doses", "part")  # fmt: skip
+          "structure", "doses", "goal", "part", "dvh")  # fmt: skip
 #: Of these a table says "see ...".
 ELSEWHERE = {f"#/$defs/{name}" for name in (*TABLES, "request", "doseFigures")}
 #: Of the schema, in the order in which the table of requests tells several.

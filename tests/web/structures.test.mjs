@@ -28,6 +28,7 @@ function programPath() {
     execFileSync(program, [
         'compare', file('head_neck_day1.nrrd'), file('head_neck_day2.nrrd'),
         '--structures', file('head_neck_structures.dcm'), '-c', '3%/3mm', '-c', '2%/2mm', '--report', path,
+        '--goal', 'PTV1: D95% >= 55 Gy', '--goal', 'CTV: Dmean within 3 %',
     ]);
     return path;
 }
@@ -157,6 +158,32 @@ for (const { name, make, skip } of pages) {
             await row(part).locator('button').click();
             await settle(page);
             assert.ok((await page.locator('#histogram').getAttribute('aria-label')).includes(`${report.criteria[0].label}: `));
+        });
+
+        test('goals stand beside the verdict and in a table', async () => {
+            const { goals = [] } = report;
+            const rows = await page.locator('#goal-rows tr').all();
+            assert.equal(rows.length, goals.length);
+            assert.equal(await page.locator('#verdict-goals').isVisible(), goals.length > 0);
+            for (const [i, goal] of goals.entries()) {
+                const [asked, reference, evaluation] = await rows[i].locator('td').allInnerTexts();
+                assert.ok(asked.startsWith(goal.figure), asked);
+                assert.ok(Math.abs(numberOf(reference) - goal.reference.value) <= 0.00501, reference);
+                assert.ok(Math.abs(numberOf(evaluation) - goal.evaluation.value) <= 0.00501, evaluation);
+                assert.equal(await rows[i].getAttribute('data-verdict'), goal.verdict);
+            }
+        });
+
+        test('the table of all figures has targets first', async () => {
+            const names = await page.locator('#figure-rows th').allInnerTexts();
+            const { list } = report.structures;
+            assert.deepEqual([...names].sort(), list.map(({ name }) => name).sort());
+            const isTarget = names.map((name) => list.find((s) => s.name === name).type === 'PTV' || /[PCG]TV/.test(name));
+            assert.ok(isTarget[0]);
+            assert.equal(isTarget.lastIndexOf(true), isTarget.filter(Boolean).length - 1);
+            const mean = await page.locator('#figure-rows tr').first().locator('td').nth(2).innerText();
+            const first = list.find(({ name }) => name === names[0]);
+            assert.ok(Math.abs(numberOf(mean.split('\n')[0]) - first.dvh.reference.mean) <= 0.00501, mean);
         });
 
         test('outlines lie along the edge of the voxels, and go', async () => {

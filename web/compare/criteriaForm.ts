@@ -16,6 +16,9 @@ const carriedMembers = ['limits.failBelow', 'units.dose', 'units.length', 'units
 /** Fields whose values are those of certain doses. */
 const ofDoses = ['reference-scale', 'evaluation-scale', 'normalisation-at', 'plane-at'];
 
+/** Members whose texts stand in lines of their own. */
+const linedMembers = ['criteria', 'goals'];
+
 type Carried = Pick<RequestDocument, 'units' | 'sweeps'> & { failBelow: string[] };
 
 function noneCarried(): Carried {
@@ -76,6 +79,7 @@ export class CriteriaForm {
                 ifPresent: isChecked('if-present'),
             },
             limits: { tolerance: listed('tolerance'), action: listed('action'), failBelow },
+            goals: lines('goals'),
             refuse: listed('refuse'),
             plane: { name: textOrNull('plane'), at: position('plane-at') },
             units,
@@ -105,7 +109,7 @@ export class CriteriaForm {
         for (const [member, { field }] of Object.entries(members)) {
             const value = valueAt(request, member);
             if (field && !member.endsWith('.file')) {
-                write(field, value, member === 'criteria' ? '\n' : '; ');
+                write(field, value, linedMembers.includes(member) ? '\n' : '; ');
                 if (!isSame(value ?? null, valueAt(usual, member) ?? null)) {
                     byId(field).closest('details')?.setAttribute('open', '');
                 }

@@ -28,6 +28,7 @@ export const members: Record<string, MemberWords> = {
     'limits.tolerance': { word: 'Tolerance', field: 'tolerance', option: '--tolerance' },
     'limits.action': { word: 'Action', field: 'action', option: '--action' },
     'limits.failBelow': { word: 'Fail below', option: '--fail-below' },
+    goals: { word: 'Goals', field: 'goals', option: '--goal' },
     'structures.files': { word: 'Structures', option: '--structures' },
     'structures.show': { word: 'Show only', field: 'shown', option: '--structure' },
     'structures.exclude': { word: 'All but', field: 'excluded', option: '--exclude' },

@@ -56,6 +56,8 @@ export interface RequestDocument {
     };
     /** "95", "PTV*:98". */
     limits: { tolerance: string[]; action: string[]; failBelow: string[] };
+    /** "PTV*: D95% >= 57 Gy". */
+    goals: string[];
     /** "axial", "coronal", "sagittal", "gantry:30"; where its point 0, 0 lies, mm. */
     plane: { name: string | null; at: Typed<Position> | null };
     /** Of tables that tell none; of files of uncertainties "percent", "fraction" or "gray". */
@@ -103,6 +105,7 @@ export function usualRequest(): RequestDocument {
             ifPresent: false,
         },
         limits: { tolerance: [], action: [], failBelow: [] },
+        goals: [],
         plane: { name: null, at: null },
         units: { dose: null, length: null, uncertainty: null },
         allowErrorDoses: false,

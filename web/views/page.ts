@@ -6,6 +6,8 @@ import { carriedOver, type Shown } from './carriedOver';
 import { byId, el } from './dom';
 import { DoseVolume } from './doseVolume';
 import { ExplanationCard } from './explanation';
+import { showFigures } from './figureTable';
+import { showGoals } from './goals';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
 import { inPieces, pause } from './pieces';
@@ -20,6 +22,7 @@ import { StructureList } from './structureList';
 import { Summary } from './summary';
 import { showSweeps } from './sweeps';
 import { Tables } from './tables';
+import { targetsFirst } from './targets';
 import { setUpTheme } from './theme';
 import { Viewer } from './viewer';
 
@@ -43,11 +46,11 @@ function initialState(record: ComparisonRecord): State {
     };
 }
 
-/** Not the outline of the body, and not so many that they hide what is beneath. */
+/** Targets first; not the outline of the body, and not so many that they hide what is beneath. */
 function outlinedAtFirst(record: ComparisonRecord): number[] {
     const most = 10;
     const list = record.structures?.list ?? [];
-    const inner = list.flatMap(({ type, voxels }, i) => (type !== 'EXTERNAL' && voxels > 0 ? [i] : []));
+    const inner = targetsFirst(list).filter((i) => list[i].type !== 'EXTERNAL' && list[i].voxels > 0);
     return inner.slice(0, most);
 }
 
@@ -90,6 +93,8 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
         }
         setUpTheme(store);
         new Summary(record, store);
+        showGoals(record);
+        showFigures(record);
         byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
         byId('page').hidden = false;
     };

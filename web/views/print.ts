@@ -14,7 +14,7 @@ const chartSize = { text: 8, zoom: 3 };
 
 /** Of all that goes on the first sheet. */
 function heightOfSheet(main: HTMLElement): number {
-    const later = [byId('structures'), byId('dose-volume')].filter((section) => !section.hidden);
+    const later = ['structures', 'dose-volume', 'figure-card'].map((id) => byId(id)).filter((section) => !section.hidden);
     return later.reduce((height, section) => height - section.offsetHeight, main.scrollHeight);
 }
 

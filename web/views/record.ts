@@ -114,6 +114,36 @@ export interface StructuresRecord {
     refused?: { name: string; reason: string }[] | null;
 }
 
+export type GoalVerdict = 'pass' | 'fail' | 'none';
+
+/** A figure of one dose, or the difference of both. */
+export interface GoalPart {
+    value: number | null;
+    /** To the limit, above 0 within it; null: none is set. */
+    margin: number | null;
+    verdict: GoalVerdict;
+}
+
+/** What is asked of a structure, and whether it is so. */
+export interface GoalRecord {
+    structure: string;
+    /** "D95%", "Dmean", "HI". */
+    figure: string;
+    /** "<", "<=", ">", ">=", "within". */
+    relation: string;
+    limit: number;
+    /** Of both figures. */
+    unit: string;
+    /** Of the limit, the margins and the difference. */
+    limitUnit: string;
+    reference: GoalPart;
+    evaluation: GoalPart;
+    difference: GoalPart;
+    verdict: GoalVerdict;
+    /** Why a figure is not determined, continues the structure's name. */
+    note: string | null;
+}
+
 /** A criterion and what came out; numbers of gamma and of rates are null when nothing was tested. */
 export interface Criterion extends GammaFigures {
     /** As the user wrote it: "3%/2mm". */
@@ -221,6 +251,7 @@ export interface ComparisonRecord {
     /** At least one. */
     criteria: Criterion[];
     structures?: StructuresRecord | null;
+    goals?: GoalRecord[] | null;
     explanation?: ExplanationRecord | null;
     sweeps?: SweepRecord[] | null;
     /** Absent: both are volumes; null where one is. */

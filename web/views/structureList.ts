@@ -6,6 +6,7 @@ import type { Model } from './model';
 import type { Criterion, PartResult, StructureRecord, Triple, Verdict } from './record';
 import type { Changes, State, Store } from './store';
 import { chip } from './summary';
+import { targetsFirst } from './targets';
 
 type Column = 'name' | 'volume' | 'tested' | 'failed' | 'passRate' | 'mean' | 'max' | 'verdict';
 
@@ -114,7 +115,7 @@ export class StructureList {
     }
 
     private outline(structures: number[]): void {
-        this.store.update({ structures: [...structures].sort((a, b) => a - b) });
+        this.store.update({ structures: targetsFirst(this.structures).filter((i) => structures.includes(i)) });
     }
 
     private sortBy(column: Column): void {

@@ -102,6 +102,7 @@ def _compute(task: Task, threads: int) -> Outcome:
         rows = tuple(_rows(record, has_structures))
         if has_structures:
             _warn_of_structures(work, record)
+            _warn_of_goals(work, record)
         files = _digested(work, made, record)
         page = _page(work, made, rows)
     except PairFailed as failed:
@@ -154,6 +155,14 @@ def _warn_of_structures(work: Work, record: dict[str, Any]) -> None:
     for structure in record.get("structures", {}).get("list", ()):
         for note in structure["notes"]:
             work.warn(f"{structure['name']}: {note}", "structures")
+
+
+def _warn_of_goals(work: Work, record: dict[str, Any]) -> None:
+    """What is not met, without figures: the same goal of many pairs is counted."""
+    for goal in record.get("goals", ()):
+        if goal["verdict"] != "pass":
+            kind = "not met" if goal["verdict"] == "fail" else "not determined"
+            work.warn(f"goal {kind} in {goal['structure']}: {goal['text']}")
 
 
 def _digested(

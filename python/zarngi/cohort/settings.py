@@ -181,5 +181,6 @@ def _names_structures(text: str) -> bool:
     request = json.loads(text)
     structures, limits = request["structures"], request["limits"]
     texts = [*request["criteria"], *(text for member in limits.values() for text in member)]
-    names = (*structures["show"], *structures["exclude"], structures["within"])
+    goals = request.get("goals", ())  # none in a document of version 1
+    names = (*structures["show"], *structures["exclude"], structures["within"], *goals)
     return any(names) or any(":" in text for text in texts)

@@ -213,6 +213,7 @@ describe('the document of a request', () => {
             prescription: 50.4, ignoreFrame: true, ifPresent: true,
         },
         limits: { tolerance: ['95'], action: ['90', 'PTV*:92.5'], failBelow: ['80'] },
+        goals: ['PTV*: D95% >= 57 Gy', 'PTV*: Dmean within 2 %'],
         plane: { name: 'coronal', at: [0, 1, 2] },
         units: { dose: 'cGy', length: 'cm', uncertainty: 'percent' },
         noise: { seed: 7 },

@@ -1,0 +1,62 @@
+import { byId, el } from './dom';
+import { fixed, none, signed } from './format';
+import type { ComparisonRecord, StructureDoses, StructureRecord } from './record';
+import { targetsFirst } from './targets';
+
+const decimals = 2;
+
+interface Column {
+    name: string;
+    of(doses: Pick<StructureDoses, 'min' | 'mean' | 'max' | 'metrics'>): number | null;
+}
+
+function columnsOf(list: StructureRecord[]): Column[] {
+    const metrics = Object.keys(list.find(({ dvh }) => dvh)?.dvh?.reference.metrics ?? {});
+    return [
+        { name: 'Min', of: ({ min }) => min },
+        { name: 'Mean', of: ({ mean }) => mean },
+        { name: 'Max', of: ({ max }) => max },
+        ...metrics.map((name) => ({
+            name: name.startsWith('V') ? `${name} / %` : name,
+            of: (doses: Pick<StructureDoses, 'metrics'>) => doses.metrics[name] ?? null,
+        })),
+    ];
+}
+
+/** The reference's figure, below it by how much that of the evaluation is above. */
+function cellOf(structure: StructureRecord, { of }: Column): HTMLElement {
+    const { dvh } = structure;
+    const difference = dvh?.difference ? of(dvh.difference) : null;
+    return el(
+        'td',
+        {},
+        dvh ? fixed(of(dvh.reference), decimals) : none,
+        el('div', { class: 'muted' }, difference === null ? none : signed(difference, decimals)),
+    );
+}
+
+/** All figures of all structures, targets first. */
+export function showFigures({ structures }: ComparisonRecord): void {
+    if (!structures) {
+        return;
+    }
+    const { list } = structures;
+    const columns = columnsOf(list);
+    const heads = ['Volume / cm³', ...columns.map(({ name }) => name)];
+    byId('figure-card').hidden = false;
+    byId('figure-head').replaceChildren(
+        el('th', { scope: 'col', class: 'word' }, 'Structure'),
+        ...heads.map((name) => el('th', { scope: 'col' }, name)),
+    );
+    byId('figure-rows').replaceChildren(
+        ...targetsFirst(list).map((place) =>
+            el(
+                'tr',
+                {},
+                el('th', { scope: 'row', class: 'word' }, list[place].name),
+                el('td', {}, fixed(list[place].volume, decimals)),
+                ...columns.map((column) => cellOf(list[place], column)),
+            ),
+        ),
+    );
+}
