@@ -57,7 +57,9 @@ zarngi::DoseImage imageOf(const zarnGIHost_Volume& volume)
 zarngi::Comparison comparisonOf(const zarnGIHost_StructureInput& input,
                                 const zarngi::Request& request)
 {
-    zarngi::GivenDoses given{imageOf(input.reference), imageOf(input.evaluation), {}, {}, {}};
+    zarngi::GivenDoses given{};
+    given.reference = imageOf(input.reference);
+    given.evaluation = imageOf(input.evaluation);
     zarngi::Comparison comparison{};
     static_cast<zarngi::ComparedDoses&>(comparison) =
         zarngi::comparedDoses(std::move(given), request.normalisation);

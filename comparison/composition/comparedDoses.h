@@ -20,7 +20,8 @@ struct GivenDoses {
     DoseImage evaluation;
     std::vector<DoseImage> referenceAdded; ///< without their values
     std::vector<DoseImage> evaluationAdded;
-    std::optional<DoseImage> referenceUncertainty;  ///< likewise, of the file that tells it
+    std::optional<DoseImage>
+        referenceUncertainty; ///< without its values, too; of the file that tells it
     std::optional<DoseImage> evaluationUncertainty;
     PlacedDoses placed;
 };

@@ -37,7 +37,7 @@ def study(tmp_path):
 
 def computed(done):
     """How many pairs the summary says were computed."""
-    return int(done.stdout.split(" pairs: ")[1].split(" computed")[0])
+    return int(re.split(" pairs?: ", done.stdout)[1].split(" computed")[0])
 
 
 def test_results_are_those_of_gamma_index(study):
@@ -317,6 +317,14 @@ def test_a_protocol_is_asked_of_every_pair(study, tmp_path):
     assert computed(zarngi_cohort(*run, "--dco", 30)) == 2
     assert computed(zarngi_cohort(*run, "--dco", 30, "-c", "3%/3mm")) == 2
     assert {row[1] for row in told()} == {"3%/3mm"}
+    former = {**protocol, "formatVersion": 1, "structures": {**protocol["structures"]}}
+    for name, place in (("ifPresent", former["structures"]), ("noise", former), ("refuse", former)):
+        del place[name]
+    former = {name: value for name, value in former.items() if name not in ("goals", "referenceGuessed")}
+    for role in ("reference", "evaluation", "units"):
+        former[role] = {name: value for name, value in former[role].items() if name != "uncertainty"}
+    path.write_text(json.dumps(former))
+    assert computed(zarngi_cohort(*run)) == 2 and len(told()) == 5
     for wrong, member in ((protocol | {"cutOff": "ten"}, "ten"), (protocol | {"patient": 1}, "patient"),
                           ([], "is no object")):  # fmt: skip
         path.write_text(json.dumps(wrong))
@@ -444,7 +452,7 @@ def test_warnings_are_kept(tmp_path):
     zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", results, "-c", "3%/2mm",
                   "-c", "2%/2mm")  # fmt: skip
     warnings = contents(results)["warnings"]
-    assert [row[2] for row in warnings] == [
+    assert [row[2] for row in warnings if "(" not in row[2]] == [
         "a: the files have different frames of reference: their positions may not match"
     ]
 
@@ -461,7 +469,7 @@ def test_rare_sentences_are_told_before_common_ones_and_these_once(tmp_path):
     rows = [{"id": str(i), "reference": "r.nrrd", "evaluation": f"{i}.nrrd"} for i in range(12)]
     done = zarngi_cohort("run", write_rows(tmp_path / "m.csv", rows), "-o", tmp_path / "r.sqlite")
     told = [line for line in done.stdout.splitlines() if line.startswith("warning: ")]
-    assert told[0] == ("warning: 11: evaluation: holds 1 value below 0, which no dose is, down to -1 Gy")
+    assert told[0] == "warning: 11: (negative-doses) the evaluation holds doses below 0, down to -1 Gy"
     assert told[1:] == [f"warning: 12 pairs: {role}: tells no unit of dose; its values are taken for Gy"
                         for role in ("evaluation", "reference")]  # fmt: skip
 
@@ -533,7 +541,8 @@ def test_structures(tmp_path):
     def left_out(pair, name):
         return f'{pair}: no structure is called "{name}", so it is left out'
 
-    assert sorted(row[2] for row in contents(tmp_path / "r.sqlite")["warnings"]) == [
+    warnings = contents(tmp_path / "r.sqlite")["warnings"]
+    assert sorted(row[2] for row in warnings if "(unreached)" not in row[2]) == [
         f"a: evaluation: {unit}", left_out("a", "Rectum"), f"a: reference: {unit}",
         f"b: evaluation: {unit}", left_out("b", "Rectum"), left_out("b", list(found)[1]),
         f"b: reference: {unit}",

@@ -65,7 +65,16 @@ def protocol_of(request: str | os.PathLike[str] | Mapping[str, Any]) -> str:
     refusal = _comparison.attempt(_with_files(text, "", "", "structures"), (), {}, 1, lambda _: False)
     if isinstance(refusal, _comparison.Refusal) and refusal.is_of_request:
         raise CohortError(f"{name}: {refusal.sentence}")
-    return text
+    return json.dumps(_of_this_version(document))
+
+
+def _of_this_version(document: dict[str, Any]) -> dict[str, Any]:
+    """A request of the first version with the members that came later, as they usually are."""
+    usual = _comparison.default_request()
+    for name, value in usual.items():
+        if isinstance(value, dict) and isinstance(document.get(name), dict):
+            document[name] = {**value, **document[name]}
+    return {**usual, **document, "formatVersion": usual["formatVersion"]}
 
 
 def _with_files(protocol: str, reference: str, evaluation: str, structures: str) -> bytes:

@@ -181,7 +181,7 @@ describe('controls', () => {
         await page.locator('#rates-part').selectOption('PTV1');
         await isRate(field(0, 1).innerText(), (await rateOf('1%/2mm')).structures[0].passRate);
         await comparing(page, () => field(0, 2).click());
-        assert.deepEqual(await criteriaShown(page), ['1%/1mm', '1%/3mm']);
+        assert.deepEqual(await criteriaShown(page), ['1%/1mm', 'PTV1:1%/3mm\nin PTV1']);
         await page.locator('#rates-local').check();
         await waitUntil(page, 'rates by criterion', () => !document.querySelector('.sweep .pending'));
         await isRate(field(0, 0).innerText(), (await rateOf('1%L/1mm')).structures[0].passRate);
@@ -312,7 +312,7 @@ describe('a request as a file', () => {
         { change: { cutOf: 10 }, sentence: /cutOf is not known/ },
         { change: { maxGamma: undefined }, sentence: /maxGamma is missing/ },
         { change: { rotate: true }, sentence: /Rotated lattice: this page has no field/ },
-        { change: { reference: { file: 'a.dcm', add: ['b.dcm'], scale: null } }, sentence: /Doses added to the reference: / },
+        { change: { reference: { file: 'a.dcm', add: ['b.dcm'], scale: null, uncertainty: null } }, sentence: /Doses added to the reference: / },
         { change: { criteria: ['x'] }, sentence: /Criteria: "x" / },
         { change: { format: 'zarngi-report' }, sentence: /is missing in this record/ },
     ];
