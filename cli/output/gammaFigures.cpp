@@ -25,7 +25,9 @@ std::string meanText(const GammaStatistics& statistics)
 
 std::string gammaCell(double gamma, double limit)
 {
-    return cell(gamma > limit ? ">" + number(limit, 4) : fixed(gamma, 3), columnWidth);
+    std::string beyond = ">";
+    beyond += number(limit, 4);
+    return cell(gamma > limit ? beyond : fixed(gamma, 3), columnWidth);
 }
 
 std::string meanCell(const GammaStatistics& statistics)

@@ -82,8 +82,8 @@ std::string describeGoals(const std::vector<Goal>& goals, const std::vector<Goal
     const auto met = std::count_if(results.begin(), results.end(), [](const GoalResult& result) {
         return result.verdict == GoalVerdict::pass;
     });
-    std::string text = "\n" + line("goals", std::to_string(met) + " of " +
-                                                std::to_string(results.size()) + " met");
+    std::string text = "\n";
+    text += line("goals", std::to_string(met) + " of " + std::to_string(results.size()) + " met");
     text += names.cells("structure", "goal");
     for (const char* const head : {"reference", "evaluation", "difference"}) {
         text += hasPair ? cell(head, numberWidth) : "";

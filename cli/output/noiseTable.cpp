@@ -75,8 +75,9 @@ std::string describeNoise(const Comparison& comparison)
     for (const CriterionResult& result : comparison.results) {
         text += describeEstimates(result, comparison);
     }
-    text += "\n" + leftCell("differences", nameWidth) +
-            "   voxels    mean      sd  beyond 2  beyond 3 times the uncertainty (%)\n";
+    text += '\n';
+    text += leftCell("differences", nameWidth);
+    text += "   voxels    mean      sd  beyond 2  beyond 3 times the uncertainty (%)\n";
     for (const NoiseDifferences& told : findings.differences) {
         text += describeDifferences(told);
     }

@@ -99,7 +99,7 @@ class Documents(ProgramTest):
     def test_requests_alone(self):
         request = next(self.records())["request"]
         checked(request)
-        for member, value in (("normalisation", 60), ("normalisation", "maximum"), ("cutOff", 0), ("cutOff", 1e31),
+        for member, value in (("normalisation", 60), ("normalisation", "maximum"), ("cutOff", -1), ("cutOff", 1e31),
                               ("criteria", []), ("normalisationAt", [1]), ("format", "zarngi-report"),
                               ("plane", {"name": "oblique", "at": None}), ("units", {"dose": "Gy", "length": "m"}),
                               ("explain", {"range": 101, "structure": None}), ("formatVersion", 3)):  # fmt: skip

@@ -93,7 +93,7 @@ class Goals(ProgramTest):
                 self.assertEqual(result.returncode, status, result.stdout)
                 self.assertIn(told, result.stdout)
                 table = result.stdout.partition("\ngoals ")[2].splitlines()
-                self.assertTrue(table and all(len(line) < 90 for line in table), table)
+                self.assertTrue(table and all(len(line) < 90 for line in table if not line.startswith("note")), table)
                 verdicts = {goal["verdict"] for goal in record["goals"]}
                 self.assertEqual(verdicts == {"pass"}, status == OK)
 

@@ -25,6 +25,8 @@ def told(record):
     for file in [*doses, *structures.get("files", [])]:
         for member in OF_FILES:
             file.pop(member, None)
+    # An array is in Gy; of a file that is assumed.
+    record["conditions"] = [one for one in record["conditions"] if one["name"] != "assumed-dose-unit"]
     for criterion in record["criteria"]:
         criterion.pop("seconds")
     for part in (record.get("explanation") or {}, *record.get("sweeps", [])):
