@@ -471,7 +471,7 @@ def test_rare_sentences_are_told_before_common_ones_and_these_once(tmp_path):
     told = [line for line in done.stdout.splitlines() if line.startswith("warning: ")]
     assert told[:2] == ["warning: 11: (negative-doses) the evaluation holds doses below 0, down to -1 Gy",
                         "warning: 11: evaluation: holds 1 value below 0, which no dose is, down to -1 Gy"]  # fmt: skip
-    assert told[2:] == [f"warning: 12 pairs: {role}: tells no unit of dose; its values are taken for Gy"
+    assert [line for line in told[2:] if "(unreached)" not in line] == [f"warning: 12 pairs: {role}: tells no unit of dose; its values are taken for Gy"
                         for role in ("evaluation", "reference")]  # fmt: skip
 
 
