@@ -1,5 +1,5 @@
-// The sentences of a program that is nothing but numbers: what is marked, which kind a refusal is of and how
-// the program ends must not hang on their words.
+// The sentences of a program that is nothing but numbers: what is marked, which kind a refusal is
+// of and how the program ends must not hang on their words.
 #include <functional>
 
 #include "comparison/sentence.h"
