@@ -42,7 +42,9 @@ public:
     void add(bool isSo, ConditionKind kind, const std::string& text)
     {
         if (isSo) {
-            list_.push_back({kind, text});
+            Condition& added = list_.emplace_back();
+            added.kind = kind;
+            added.text = text;
         }
     }
     std::vector<Condition> take() { return std::move(list_); }

@@ -42,7 +42,7 @@ enum class ConditionKind {
 const char* conditionName(ConditionKind kind);
 
 struct Condition {
-    ConditionKind kind;
+    ConditionKind kind = ConditionKind::referenceSum;
     std::string text; ///< "evaluation times 1.05": names no file
 };
 
