@@ -5,8 +5,9 @@
 
 Runs the program that $ZARNGI names, else `zarngi`. The pairs: `head-neck` (../shared/data: day 1, and
 half-way to day 2), `fields` (two crossed fields, the evaluation moved and flattened), `arcs` (a dose
-around a ring, scaled and turned) and `targets` (two spheres in a bath, moved and blurred; computed when all but
-one condition of the rule stood). Noise has the standard
+around a ring, scaled and turned), `targets` (two spheres in a bath, moved and blurred; computed when all but
+one condition of the rule stood) and `horseshoe` (around an organ, moved and scaled; computed after all of the rule
+stood). Noise has the standard
 deviation s * maximum * sqrt(dose / maximum), independent from voxel to voxel.
 """
 
@@ -84,7 +85,19 @@ def targets():
     return dose(0, 1, 2.5), dose(1.1, 0.975, 2.8), 2.5
 
 
-PAIRS = {"head-neck": head_neck, "fields": fields, "arcs": arcs, "targets": targets}
+def horseshoe():
+    z, y, x = axes(2.2, 48, 62, 62)
+
+    def dose(offset, factor, gap):
+        radius, angle = numpy.hypot(x, y - offset), numpy.arctan2(y - offset, x)
+        arm = edge(radius - 34, 11, 2.8) * (1 - gap * numpy.exp(-(((angle + 1.57) / 0.6) ** 2)))
+        scatter = 0.22 * numpy.exp(-(radius / 55) ** 2)
+        return 66 * factor * (arm + scatter) * edge(z - offset, 36, 3.2)
+
+    return dose(0, 1, 0.92), dose(-0.9, 1.012, 0.9), 2.2
+
+
+PAIRS = {"head-neck": head_neck, "fields": fields, "arcs": arcs, "targets": targets, "horseshoe": horseshoe}
 
 
 def write(path, values, spacing):

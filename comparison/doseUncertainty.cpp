@@ -1,7 +1,5 @@
 #include "comparison/doseUncertainty.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -45,16 +43,6 @@ std::string describeUncertainty(const UncertaintySummary& summary)
                ? known
                : known + "; above half the maximum median " + number(summary.median, 3) +
                      " %, largest " + number(summary.largest, 3) + " %";
-}
-
-nlohmann::ordered_json uncertaintyJson(const UncertaintySummary& summary)
-{
-    nlohmann::ordered_json json = {{"known", summary.known}, {"highDoses", summary.highDoses}};
-    if (summary.highDoses > 0) {
-        json["median"] = summary.median;
-        json["largest"] = summary.largest;
-    }
-    return json;
 }
 
 } // namespace zarngi

@@ -5,8 +5,6 @@
 #ifndef ZARNGI_COMPARISON_DOSEUNCERTAINTY_H
 #define ZARNGI_COMPARISON_DOSEUNCERTAINTY_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <cstddef>
 #include <string>
 
@@ -27,8 +25,6 @@ UncertaintySummary uncertaintyOf(const DoseImage& dose);
 
 /** As a line of text. */
 std::string describeUncertainty(const UncertaintySummary& summary);
-
-nlohmann::ordered_json uncertaintyJson(const UncertaintySummary& summary);
 
 } // namespace zarngi
 

@@ -16,21 +16,6 @@ Sentence& Sentence::operator+=(const Sentence& more)
     return *this;
 }
 
-std::string Sentence::text(const Wording& wording) const
-{
-    std::string text;
-    for (const auto& part : parts_) {
-        if (const auto* const plain = std::get_if<std::string>(&part)) {
-            text += *plain;
-        } else if (const auto* const member = std::get_if<Member>(&part)) {
-            text += wording.member(*member);
-        } else {
-            text += wording.file(std::get<FileName>(part).path);
-        }
-    }
-    return text;
-}
-
 std::string Sentence::subject() const
 {
     const FileName* const file = parts_.empty() ? nullptr : std::get_if<FileName>(&parts_.front());

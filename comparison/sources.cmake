@@ -66,6 +66,7 @@ set(comparison_sources
     request/typedNumber.cpp
     request/values.cpp
     sentence.cpp
+    sentenceText.cpp
     structures/doseMetric.cpp
     structures/doseOrder.cpp
     structures/doseSamples.cpp
@@ -83,7 +84,8 @@ set(comparison_sources
     structures/subPoints.cpp
     structures/wildcard.cpp
     sweep/criterionRange.cpp
-    sweep/sweep.cpp)
+    sweep/sweep.cpp
+    uncertainPair.cpp)
 
 # What takes threads, files of a disk and the codecs of native hosts.
 set(comparison_native_sources

@@ -39,6 +39,7 @@ struct Host {
     std::function<void(const std::string& path, ByteView contents)> watch{};
     TableUnits units{};
     bool keepsUncertainty = false; ///< of doses whose files tell it; takes memory as they do
+    bool quotesFiles = true;       ///< in what is told of them; else "..." stands in that place
 };
 
 } // namespace files

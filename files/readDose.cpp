@@ -1,4 +1,5 @@
 #include "files/readDose.h"
+#include "files/toldResult.h"
 
 #include "files/doseDoubts.h"
 #include "files/fileFormat.h"
@@ -67,12 +68,12 @@ void checkMayBeDose(ByteView beginning, const Deflate& deflate)
 Result<DoseImage> readDose(ByteView file, const std::string& name, const FindFile& find,
                            const Host& host)
 {
-    return resultOf([&] { return readBytes(file, name, find, host); });
+    return toldResultOf(host, [&] { return readBytes(file, name, find, host); });
 }
 
 Result<DoseImage> readDoseFile(const std::string& path, const Host& host)
 {
-    return resultOf([&] { return readPath(path, host); });
+    return toldResultOf(host, [&] { return readPath(path, host); });
 }
 
 } // namespace files

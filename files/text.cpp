@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstdio>
 #include <limits>
-#include <utility>
 
 #include "files/characters/utf8.h"
 #include "files/decimal.h"
@@ -23,7 +22,25 @@ template <class... Arguments> std::string formatted(const char* format, Argument
     return buffer.data();
 }
 
-thread_local bool excerptsAreShown = true;
+/** Around excerpts, in which no control character stands. */
+constexpr char excerptBegin = '\x02';
+constexpr char excerptEnd = '\x03';
+
+std::string printable(std::string_view text)
+{
+    constexpr std::size_t longest = 60;
+    std::string result;
+    for (std::size_t count = 0; !text.empty(); ++count) {
+        if (count == longest) {
+            return result + "...";
+        }
+        const DecodedCharacter character = firstOfUtf8(text);
+        const bool isShown = character.isValid && !isControl(character.value);
+        result += isShown ? text.substr(0, character.bytes) : "?";
+        text.remove_prefix(character.bytes);
+    }
+    return result;
+}
 
 } // namespace
 
@@ -112,31 +129,22 @@ std::string oneLine(std::string_view text)
 
 std::string excerpt(std::string_view text)
 {
-    constexpr std::size_t longest = 60;
-    if (!excerptsAreShown) {
-        return "...";
-    }
-    std::string result;
-    for (std::size_t count = 0; !text.empty(); ++count) {
-        if (count == longest) {
-            return result + "...";
+    return excerptBegin + printable(text) + excerptEnd;
+}
+
+std::string told(std::string_view message, bool quotes)
+{
+    std::string plain;
+    bool isInExcerpt = false;
+    for (const char c : message) {
+        if (c == excerptBegin || c == excerptEnd) {
+            isInExcerpt = c == excerptBegin;
+            plain += isInExcerpt && !quotes ? "..." : "";
+        } else if (quotes || !isInExcerpt) {
+            plain += c;
         }
-        const DecodedCharacter character = firstOfUtf8(text);
-        const bool isShown = character.isValid && !isControl(character.value);
-        result += isShown ? text.substr(0, character.bytes) : "?";
-        text.remove_prefix(character.bytes);
     }
-    return result;
-}
-
-bool areExcerptsShown()
-{
-    return excerptsAreShown;
-}
-
-bool setExcerpts(bool areShown)
-{
-    return std::exchange(excerptsAreShown, areShown);
+    return plain;
 }
 
 } // namespace files

@@ -42,18 +42,18 @@ double parseNumber(std::string_view text);
 std::string oneLine(std::string_view text);
 
 /**
- * A text out of a file for a message: characters of UTF-8, "?" for all else, not too long; "..."
- * where setExcerpts() says so. All that a message tells of a file in the file's own words comes
+ * A text out of a file for a message: characters of UTF-8, "?" for all else, not too long, between
+ * marks that told() takes out. All that a message tells of a file in the file's own words comes
  * from here.
  */
 std::string excerpt(std::string_view text);
 
 /**
- * Whether excerpts on this thread show what stands in the file, as at first: a name may stand where
- * a number should be, and some messages are kept where no name may be. Gives what was set before.
+ * A message as it leaves the readers.
+ * @param quotes whether its excerpts are shown, or "..." in their place: a name may stand where a
+ *               number should be, and some messages are kept where no name may be
  */
-bool setExcerpts(bool areShown);
-bool areExcerptsShown();
+std::string told(std::string_view message, bool quotes);
 
 inline std::string asText(const std::string& text)
 {

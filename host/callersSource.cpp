@@ -212,9 +212,8 @@ std::size_t dosesUnder(const zarnGIHost_Source& source, const std::string& name)
 }
 
 CallersSource::CallersSource(const zarnGIHost_Source& source, bool areLent)
-    : source_(source), areLent_(areLent),
-      disk_(unpackerOf(source), true, !files::areExcerptsShown()),
-      isDiscreet_(!files::areExcerptsShown())
+    : source_(source), areLent_(areLent), disk_(unpackerOf(source), true, !areExcerptsShown()),
+      isDiscreet_(!areExcerptsShown())
 {
 }
 
@@ -254,8 +253,8 @@ DoseImage CallersSource::dose(const std::string& name, const files::TableUnits& 
         keepDiskUncertainty();
         return disk_.dose(name, units);
     }
-    const files::Host host{
-        files::nativeDeflate(), unpackerOf(source_), {}, units, keepsUncertainty()};
+    const files::Host host{files::nativeDeflate(), unpackerOf(source_), {}, units,
+                           keepsUncertainty(),     !isDiscreet_};
     return found(name, [&](files::ByteView file, const files::FindFile& find) {
         return files::readDose(file, name, find, host);
     });
@@ -278,8 +277,9 @@ files::StructureSet CallersSource::structures(const std::string& name)
     if (source_.find == nullptr) {
         return disk_.structures(name);
     }
+    const files::Host host{.deflate = files::nativeDeflate(), .quotesFiles = !isDiscreet_};
     return found(name, [&](files::ByteView file, const files::FindFile& find) {
-        return files::readStructures(file, name, find, {files::nativeDeflate()});
+        return files::readStructures(file, name, find, host);
     });
 }
 

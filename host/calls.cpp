@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "files/nativeDeflate.h"
 
@@ -13,6 +14,23 @@ namespace host
 {
 
 using files::FileError;
+
+namespace
+{
+
+thread_local bool excerptsAreShown = true;
+
+} // namespace
+
+bool areExcerptsShown()
+{
+    return excerptsAreShown;
+}
+
+bool setExcerpts(bool areShown)
+{
+    return std::exchange(excerptsAreShown, areShown);
+}
 
 int report(const FileError& failure, zarnGIHost_Error* error)
 {
@@ -46,6 +64,7 @@ files::Host readerHost(const zarnGIHost_TableUnits* units)
 {
     files::Host host{files::nativeDeflate()};
     host.keepsUncertainty = true;
+    host.quotesFiles = excerptsAreShown;
     if (units != nullptr && units->gray > 0) {
         host.units.gray = units->gray;
     }

@@ -30,6 +30,12 @@ template <class Call> int guarded(zarnGIHost_Error* error, const Call& call) noe
     }
 }
 
+/** As zarnGIHost_setExcerpts() says for the calling thread. */
+bool areExcerptsShown();
+
+/** @return what was so before */
+bool setExcerpts(bool areShown);
+
 /** What the readers are given; uncertainties are kept, for callers that ask for them later. */
 files::Host readerHost(const zarnGIHost_TableUnits* units = nullptr);
 

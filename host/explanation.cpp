@@ -15,7 +15,6 @@
 #include "host/structures.h"
 
 using files::FileError;
-using Json = nlohmann::ordered_json;
 
 namespace
 {
@@ -71,31 +70,12 @@ private:
     const zarnGIHost_GammaEngine& engine_;
 };
 
-std::optional<double> numberOrNone(const Json& value)
-{
-    return value.is_null() ? std::nullopt : std::optional<double>(value.get<double>());
-}
-
 /** What is explained and in which parts, whose voxels it holds. */
 struct Work {
     zarngi::ExplanationRequest request;
     files::Runs within;
     std::vector<files::Runs> structures;
 };
-
-/** @throws Json::exception where a member is missing or of another type */
-zarngi::ExplanationRequest requestOf(const Json& json)
-{
-    zarngi::ExplanationRequest request;
-    request.criterion = {json.at("doseDifference").get<double>(), json.at("distance").get<double>(),
-                         json.at("local").get<bool>()};
-    request.step = numberOrNone(json.at("step"));
-    request.maxGamma = json.at("maxGamma").get<double>();
-    request.range = numberOrNone(json.at("range"));
-    const bool isInPlane = json.value("inPlane", false);
-    request.axes = isInPlane ? zarngi::ShiftAxes::plane : zarngi::ShiftAxes::patient;
-    return request;
-}
 
 bool isSensible(const zarngi::ExplanationRequest& request)
 {
@@ -104,12 +84,12 @@ bool isSensible(const zarngi::ExplanationRequest& request)
 }
 
 /** The structures that are shown, as `zarngi compare` counts in them what remains. */
-void addStructures(Work& work, const Json& json, const zarnGIHost_ExplanationInput& input)
+void addStructures(Work& work, const zarngi::ExplanationOptions& options,
+                   const zarnGIHost_ExplanationInput& input)
 {
     const auto catalogue = host::catalogueOf(input.sets, input.count, input.reference);
     const zarngi::StructureSelection selection =
-        zarngi::selectStructures(*catalogue, json.at("shown").get<std::vector<std::string>>(),
-                                 json.at("excluded").get<std::vector<std::string>>());
+        zarngi::selectStructures(*catalogue, options.shown, options.excluded);
     const files::Raster centres = files::voxelCentres(host::geometryOf(input.reference));
     for (const zarngi::ChosenStructure& chosen : selection.shown) {
         work.structures.push_back(pointsIn(chosen.points, *catalogue, centres));
@@ -119,20 +99,19 @@ void addStructures(Work& work, const Json& json, const zarnGIHost_ExplanationInp
     }
 }
 
-/** @throws Json::exception, UsageError */
-std::unique_ptr<Work> workOf(const char* options, const zarnGIHost_ExplanationInput& input)
+/** @throws UsageError */
+std::unique_ptr<Work> workOf(const zarngi::ExplanationOptions& options,
+                             const zarnGIHost_ExplanationInput& input)
 {
-    const Json json = Json::parse(options);
     auto work = std::make_unique<Work>();
-    work->request = requestOf(json);
+    work->request = options.request;
     if (input.within != nullptr) {
         const zarngi::Geometry grid = host::geometryOf(input.reference);
         work->within = zarngi::runsOf(grid, {input.within, grid.voxels()});
-        work->request.within =
-            zarngi::NamedPart{json.at("within").get<std::string>(), &work->within};
+        work->request.within = zarngi::NamedPart{options.within, &work->within};
     }
     if (input.count > 0) {
-        addStructures(*work, json, input);
+        addStructures(*work, options, input);
     }
     return work;
 }
@@ -167,7 +146,11 @@ int zarnGIHost_explain(const zarnGIHost_ExplanationInput* input, const char* opt
     }
     return host::guarded(error, [&] {
         try {
-            const std::unique_ptr<Work> work = workOf(options, *input);
+            const auto asked = zarngi::explanationOptionsOf(options);
+            if (!asked) {
+                return host::refuseArgument("the options are not as they are described", error);
+            }
+            const std::unique_ptr<Work> work = workOf(*asked, *input);
             if (!isSensible(work->request)) {
                 return host::refuseArgument("an option is out of its range", error);
             }
@@ -181,8 +164,6 @@ int zarnGIHost_explain(const zarnGIHost_ExplanationInput* input, const char* opt
             const std::string text = zarngi::toText(explanationJson(explanation), -1);
             return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()},
                               json);
-        } catch (const Json::exception&) {
-            return host::refuseArgument("the options are not as they are described", error);
         } catch (const zarngi::UsageError& failure) {
             return host::report({FileError::Kind::notSupported, failure.reason().text()}, error);
         } catch (const zarngi::InputError& failure) {

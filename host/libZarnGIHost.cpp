@@ -89,7 +89,7 @@ int encodeFor(const char* name, const zarnGIHost_Volume* volume, zarnGIHost_Erro
 
 int zarnGIHost_setExcerpts(int areShown)
 {
-    return files::setExcerpts(areShown != 0) ? 1 : 0;
+    return host::setExcerpts(areShown != 0) ? 1 : 0;
 }
 
 int zarnGIHost_readDose(const char* path, zarnGIHost_Dose** dose, zarnGIHost_Error* error)

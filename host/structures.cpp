@@ -69,7 +69,7 @@ int zarnGIHost_readStructures(const char* path, zarnGIHost_Structures** structur
     }
     *structures = nullptr;
     return guarded(error, [&] {
-        return hand(files::readStructuresFile(path, {files::nativeDeflate()}), structures, error);
+        return hand(files::readStructuresFile(path, host::readerHost()), structures, error);
     });
 }
 
@@ -83,9 +83,9 @@ int zarnGIHost_readStructuresFromMemory(const void* contents, size_t size, const
     *structures = nullptr;
     return guarded(error, [&] {
         const files::ByteView file(static_cast<const unsigned char*>(contents), size);
-        return hand(files::readStructures(file, name, host::finder(find, context),
-                                          {files::nativeDeflate()}),
-                    structures, error);
+        return hand(
+            files::readStructures(file, name, host::finder(find, context), host::readerHost()),
+            structures, error);
     });
 }
 

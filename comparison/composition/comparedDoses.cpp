@@ -116,7 +116,7 @@ GivenDoses givenDoses(const Request& request, DoseSource& source, std::vector<Se
         readUncertainties(doses.evaluation, request.evaluation, request, source);
     settleUnits(doses, request);
     checkDoses(doses, request);
-    addWarnings(warnings, doses);
+    addWarnings(warnings, doses, !source.isDiscreet());
     doses.placed = placeDoses(doses.reference, doses.evaluation, request.plane);
     warnings.insert(warnings.end(), doses.placed.warnings.begin(), doses.placed.warnings.end());
     setPercentages(doses, request);

@@ -106,7 +106,7 @@ void checkDoses(const GivenDoses& doses, const Request& request)
     }
 }
 
-void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
+void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses, bool quotesFiles)
 {
     const DoseImage& reference = doses.reference;
     const DoseImage& evaluation = doses.evaluation;
@@ -124,9 +124,10 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
             "the files have different frames of reference: their positions may not match");
     }
     if (reference.dicom->doseType != evaluation.dicom->doseType) {
-        warnings.emplace_back(
+        warnings.emplace_back(files::told(
             "the files hold different types of dose: " + excerpt(reference.dicom->doseType) +
-            " and " + excerpt(evaluation.dicom->doseType));
+                " and " + excerpt(evaluation.dicom->doseType),
+            quotesFiles));
     }
 }
 

@@ -27,8 +27,11 @@ void checkIsDose(const DoseImage& dose);
 /** What was told of a file when it was read. */
 void addWarnings(std::vector<Sentence>& warnings, const DoseImage& dose);
 
-/** The warnings of all files of doses, and those about the pair. */
-void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses);
+/**
+ * The warnings of all files of doses, and those about the pair.
+ * @param quotesFiles as of files::Host
+ */
+void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses, bool quotesFiles);
 
 } // namespace zarngi
 

@@ -11,6 +11,7 @@
 #include "comparison/structures/maskRuns.h"
 #include "comparison/structures/namePattern.h"
 #include "comparison/text.h"
+#include "comparison/uncertainPair.h"
 
 namespace zarngi
 {
@@ -190,15 +191,7 @@ void addNoiseFindings(Comparison& comparison, Searches& searches, const WatchWor
         return;
     }
     const auto start = std::chrono::steady_clock::now();
-    const Image& reference = comparison.reference.image;
-    const std::vector<unsigned char>& passed = comparison.results.front().passed;
-    const UncertainPair pair{viewOf(reference),
-                             viewOf(comparison.evaluation.image),
-                             comparison.reference.uncertainty,
-                             comparison.evaluation.uncertainty,
-                             searches.centres(),
-                             passed,
-                             testedBox(reference.geometry, passed)};
+    const UncertainPair pair = uncertainPairOf(comparison, searches.centres());
     NoiseFindings findings;
     findings.seed = comparison.request.noise->seed;
     findDifferences(findings, pair, comparison.normalisation, partsOf(comparison));

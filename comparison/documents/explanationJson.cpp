@@ -46,6 +46,11 @@ double rounded(double value, double decimals)
     return std::round(value * decimals) / decimals + 0.0;
 }
 
+std::optional<double> numberOrNone(const Json& value)
+{
+    return value.is_null() ? std::nullopt : std::optional<double>(value.get<double>());
+}
+
 Json rangesJson(const Explanation& explanation)
 {
     Json shift = Json::array();
@@ -103,6 +108,27 @@ nlohmann::ordered_json explanationJson(const Explanation& explanation)
             {"computations", explanation.computations},
             {"cost", explanation.cost},
             {"seconds", explanation.seconds}};
+}
+
+std::optional<ExplanationOptions> explanationOptionsOf(const std::string& document)
+{
+    try {
+        const Json json = Json::parse(document);
+        ExplanationOptions options;
+        options.request.criterion = {json.at("doseDifference").get<double>(),
+                                     json.at("distance").get<double>(),
+                                     json.at("local").get<bool>()};
+        options.request.step = numberOrNone(json.at("step"));
+        options.request.maxGamma = json.at("maxGamma").get<double>();
+        options.request.range = numberOrNone(json.at("range"));
+        options.request.axes = json.value("inPlane", false) ? ShiftAxes::plane : ShiftAxes::patient;
+        options.within = json.value("within", std::string());
+        options.shown = json.value("shown", std::vector<std::string>());
+        options.excluded = json.value("excluded", std::vector<std::string>());
+        return options;
+    } catch (const Json::exception&) {
+        return std::nullopt;
+    }
 }
 
 } // namespace zarngi

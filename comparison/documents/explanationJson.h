@@ -7,12 +7,27 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "comparison/explanation/explanation.h"
 
 namespace zarngi
 {
 
 nlohmann::ordered_json explanationJson(const Explanation& explanation);
+
+/** What is to be explained, of doses that are there already. */
+struct ExplanationOptions {
+    ExplanationRequest request;        ///< its parts are not filled in
+    std::string within;                ///< what the tested part is called; empty: not told
+    std::vector<std::string> shown;    ///< expressions for structures, as of `--structures`
+    std::vector<std::string> excluded; ///< patterns of structures that are left out
+};
+
+/** None where the text is no such document, a member is missing or of another type. */
+std::optional<ExplanationOptions> explanationOptionsOf(const std::string& document);
 
 } // namespace zarngi
 

@@ -48,8 +48,8 @@ Json placeJson(const files::PlanePlace& place)
 }
 
 /** Null where a dose has no uncertainties. */
-Json uncertaintyJson(const DoseImage& dose, const std::optional<DoseImage>& file,
-                     const UncertaintyRequest& request, const Disclosure& disclosure)
+Json givenUncertaintyJson(const DoseImage& dose, const std::optional<DoseImage>& file,
+                          const UncertaintyRequest& request, const Disclosure& disclosure)
 {
     if (dose.uncertainty.empty()) {
         return nullptr;
@@ -103,6 +103,16 @@ Json evaluationDoses(const Comparison& comparison)
 
 } // namespace
 
+Json uncertaintyJson(const UncertaintySummary& summary)
+{
+    Json json = {{"known", summary.known}, {"highDoses", summary.highDoses}};
+    if (summary.highDoses > 0) {
+        json["median"] = summary.median;
+        json["largest"] = summary.largest;
+    }
+    return json;
+}
+
 nlohmann::ordered_json measurementJson(const DoseImage& dose)
 {
     if (!dose.measurement) {
@@ -136,11 +146,11 @@ void addMeasurements(nlohmann::ordered_json& document, const Comparison& compari
         {"evaluation",
          makingJson(comparison.evaluationAdded, request.evaluation.factor, disclosure)}};
     making["reference"]["uncertainty"] =
-        uncertaintyJson(comparison.reference, comparison.referenceUncertainty,
-                        request.reference.uncertainty, disclosure);
+        givenUncertaintyJson(comparison.reference, comparison.referenceUncertainty,
+                             request.reference.uncertainty, disclosure);
     making["evaluation"]["uncertainty"] =
-        uncertaintyJson(comparison.evaluation, comparison.evaluationUncertainty,
-                        request.evaluation.uncertainty, disclosure);
+        givenUncertaintyJson(comparison.evaluation, comparison.evaluationUncertainty,
+                             request.evaluation.uncertainty, disclosure);
     document["normalisation"] = normalisationJson(comparison);
     document["searchSpace"] = nameOf(comparison.placed.space);
     if (comparison.placed.place) {

@@ -9,12 +9,16 @@
 
 #include "comparison/comparison.h"
 #include "comparison/documents/disclosure.h"
+#include "comparison/doseUncertainty.h"
 
 namespace zarngi
 {
 
 /** What a file of measured places holds; null: a volume. */
 nlohmann::ordered_json measurementJson(const DoseImage& dose);
+
+/** How certain the doses of a file are. */
+nlohmann::ordered_json uncertaintyJson(const UncertaintySummary& summary);
 
 /** Adds to the record of a comparison what it has of measurements, sums, factors and places. */
 void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison,

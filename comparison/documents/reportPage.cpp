@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "comparison/documents/reportVolume.h"
 #include "comparison/documents/structureElements.h"
 #include "comparison/parallel.h"
+#include "comparison/uncertainPair.h"
 
 namespace zarngi
 {
@@ -22,8 +22,6 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-/** Stands for a dose that there is not. */
-constexpr std::int16_t notStored = std::numeric_limits<std::int16_t>::min();
 constexpr std::string_view marker = "<!--ZARNGI-DATA-->";
 
 double largestMagnitude(const DoseExtremes& extremes)
@@ -41,6 +39,7 @@ struct Volume {
 
 /** Of the map after the change that an explanation found. */
 constexpr const char* gammaAfterName = "gamma-after";
+constexpr const char* inUncertaintiesName = "difference-in-uncertainties";
 
 std::string gammaName(std::size_t index)
 {
@@ -68,6 +67,10 @@ std::vector<Volume> volumesOf(const Comparison& comparison)
         const GammaMaps& after = comparison.explanation->after;
         volumes.push_back({gammaAfterName, "gamma", "reference", gammaDecimals,
                            [&after] { return storedGammas(after.gamma, after.passed); }});
+    }
+    if (comparison.noise) {
+        volumes.push_back({inUncertaintiesName, "difference", "reference", uncertaintyDecimals,
+                           [&comparison] { return pageDifferences(comparison); }});
     }
     return volumes;
 }
@@ -140,6 +143,13 @@ std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals)
     return words;
 }
 
+std::vector<std::int16_t> pageDifferences(const Comparison& comparison)
+{
+    const CentreDoses centres(viewOf(comparison.reference.image),
+                              viewOf(comparison.evaluation.image));
+    return storedDifferences(differencesInUncertainties(uncertainPairOf(comparison, centres)));
+}
+
 bool isPageTemplate(std::string_view text)
 {
     return text.find(marker) != std::string_view::npos;
@@ -160,6 +170,9 @@ std::string reportPage(const Comparison& comparison, const Json& record,
     }
     if (comparison.explanation) {
         document["explanation"]["gammaVolume"] = gammaAfterName;
+    }
+    if (comparison.noise) {
+        document["noise"]["differenceVolume"] = inUncertaintiesName;
     }
     std::vector<PageElement> elements = elementsOf(volumes, packing);
     if (comparison.structures) {

@@ -24,6 +24,10 @@ int pageDoseDecimals(const Comparison& comparison);
 /** Doses as the page stores them; a mark where there is no detector. */
 std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals);
 
+/** Differences in units of their uncertainty as the page stores them, of a comparison with noise.
+ */
+std::vector<std::int16_t> pageDifferences(const Comparison& comparison);
+
 /** Whether a page has a place for its data. */
 bool isPageTemplate(std::string_view text);
 

@@ -80,6 +80,17 @@ std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
     return words;
 }
 
+std::vector<std::int16_t> storedDifferences(std::span<const float> differences)
+{
+    constexpr double factor = 1000; // 10^uncertaintyDecimals
+    std::vector<std::int16_t> words(differences.size());
+    std::transform(differences.begin(), differences.end(), words.begin(), [](float difference) {
+        return std::isnan(difference) ? notStored
+                                      : stored(static_cast<double>(difference) * factor);
+    });
+    return words;
+}
+
 std::string encodedNumbers(const std::vector<std::int16_t>& stored, const PagePacking& packing)
 {
     return encoded(stored, packing);

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
@@ -18,6 +19,12 @@ namespace zarngi
 
 /** Decimals of a gamma value in the page. */
 constexpr int gammaDecimals = 3;
+
+/** Decimals of a difference in units of its uncertainty. */
+constexpr int uncertaintyDecimals = 3;
+
+/** Stands for a value that there is not. */
+constexpr std::int16_t notStored = std::numeric_limits<std::int16_t>::min();
 
 /** The most decimals with which a dose of this magnitude still fits 16 bits. */
 int doseDecimals(double largestMagnitude);
@@ -32,6 +39,9 @@ std::vector<std::int16_t> storedDoses(std::span<const float> doses, int decimals
  */
 std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
                                        const std::vector<unsigned char>& passed);
+
+/** In thousandths; `notStored` for what is not a number. */
+std::vector<std::int16_t> storedDifferences(std::span<const float> differences);
 
 /** The lowest bytes of all numbers, then the next..., compressed by zlib, in base64. */
 std::string encodedNumbers(const std::vector<std::int16_t>& stored, const PagePacking& packing);

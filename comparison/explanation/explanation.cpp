@@ -259,10 +259,7 @@ private:
         result_.factorWithin = {1 + percent.lower / 100, 1 + percent.upper / 100};
     }
 
-    /**
-     * The rates of all voxels; that of the best change comes last, with its map. What was searched
-     * for is badness in some voxels: among all, either change alone may leave fewer that fail.
-     */
+    /** The rates of all voxels; that of the best change comes last, with its map. */
     void confirm(ChangeSearch& search)
     {
         trials_.testWhole(all_);
@@ -271,14 +268,25 @@ private:
         search.compute(result_.factorAlone.change);
         result_.factorAlone = resultOf(result_.factorAlone.change);
         confirmBoth(search);
+        if (conclusionOf(result_) == Conclusion::neither) {
+            takeFewerFailures(search);
+        }
+        result_.after = trials_.maps();
+        findRemainder();
+    }
+
+    /**
+     * What was searched for is badness in some voxels, which finds the change most precisely. Where
+     * nothing explains the failures, either change alone may leave fewer of them among all voxels.
+     */
+    void takeFewerFailures(ChangeSearch& search)
+    {
         for (const ChangeResult* const alone : {&result_.shiftAlone, &result_.factorAlone}) {
             if (alone->failed < result_.both.failed) { // both hold it, too
                 result_.both.change = alone->change;
                 confirmBoth(search);
             }
         }
-        result_.after = trials_.maps();
-        findRemainder();
     }
 
     void confirmBoth(ChangeSearch& search)

@@ -261,6 +261,15 @@ files::Runs runsOf(const GridBox& box)
     return runs;
 }
 
+std::vector<float> differencesInUncertainties(const UncertainPair& pair)
+{
+    std::vector<float> differences(pair.passed.size(), none);
+    forEachVoxel(
+        pair.reference.geometry, pair.box, runsOf(pair.box),
+        [&](std::size_t voxel, std::size_t) { differences[voxel] = differenceAt(pair, voxel); });
+    return differences;
+}
+
 void findDifferences(NoiseFindings& findings, const UncertainPair& pair, double normalisation,
                      const std::vector<NamedPart>& parts)
 {

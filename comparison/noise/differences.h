@@ -39,6 +39,12 @@ struct UncertainPair {
 void findDifferences(NoiseFindings& findings, const UncertainPair& pair, double normalisation,
                      const std::vector<NamedPart>& parts);
 
+/**
+ * (evaluation - reference) / their combined uncertainty for each voxel of the reference; not a
+ * number where none is known, or nothing was tested.
+ */
+std::vector<float> differencesInUncertainties(const UncertainPair& pair);
+
 /** Calls visit(number of a voxel in the grid, number in the box) for those of some runs in the box.
  */
 template <class Visit>

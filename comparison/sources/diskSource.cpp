@@ -16,19 +16,6 @@ namespace zarngi
 namespace
 {
 
-/** Excerpts of files in the sentences of this thread, as long as this lives. */
-class Excerpts
-{
-public:
-    explicit Excerpts(bool areShown) : before_(files::setExcerpts(areShown)) {}
-    ~Excerpts() { files::setExcerpts(before_); }
-    Excerpts(const Excerpts&) = delete;
-    Excerpts& operator=(const Excerpts&) = delete;
-
-private:
-    bool before_;
-};
-
 template <class Value> Value valueOf(files::Result<Value> result, const std::string& path)
 {
     if (!result) {
@@ -46,7 +33,8 @@ DiskSource::DiskSource(files::UnpackPixels unpackPixels, bool isDigested, bool i
 
 files::Host DiskSource::host(FileDigests& digests, const files::TableUnits& units) const
 {
-    files::Host host{files::nativeDeflate(), unpackPixels_, {}, units, keepsUncertainty()};
+    files::Host host{files::nativeDeflate(), unpackPixels_, {}, units,
+                     keepsUncertainty(),     !isDiscreet_};
     if (isDigested_) {
         host.watch = [&digests](const std::string& path, files::ByteView contents) {
             digests[path] = digestOf(contents);
@@ -58,7 +46,6 @@ files::Host DiskSource::host(FileDigests& digests, const files::TableUnits& unit
 DoseImage DiskSource::dose(const std::string& name, const files::TableUnits& units,
                            FileDigests& digests) const
 {
-    const Excerpts excerpts(!isDiscreet_);
     return valueOf(files::readDoseFile(name, host(digests, units)), name);
 }
 
@@ -77,11 +64,7 @@ std::pair<DoseImage, DoseImage> DiskSource::doses(const std::string& reference,
     const std::launch when =
         isFile ? std::launch::async | std::launch::deferred : std::launch::deferred;
     FileDigests ofEvaluation;
-    const bool areExcerptsShown = files::areExcerptsShown();
-    auto second = std::async(when, [&] {
-        files::setExcerpts(areExcerptsShown); // of this thread, which works for the other
-        return dose(evaluation, units, ofEvaluation);
-    });
+    auto second = std::async(when, [&] { return dose(evaluation, units, ofEvaluation); });
     DoseImage first = dose(reference, units, digests_);
     std::pair<DoseImage, DoseImage> both{std::move(first), second.get()};
     digests_.merge(ofEvaluation);
@@ -90,7 +73,6 @@ std::pair<DoseImage, DoseImage> DiskSource::doses(const std::string& reference,
 
 files::StructureSet DiskSource::structures(const std::string& name)
 {
-    const Excerpts excerpts(!isDiscreet_);
     return valueOf(files::readStructuresFile(name, host(digests_)), name);
 }
 

@@ -5,6 +5,7 @@
 #include "files/readDose.h"
 #include "files/structures/labelMask.h"
 #include "files/structures/rtStructureSet.h"
+#include "files/toldResult.h"
 
 namespace files
 {
@@ -63,18 +64,18 @@ std::variant<DoseImage, StructureSet> readAnyPath(const std::string& path, const
 Result<StructureSet> readStructures(ByteView file, const std::string& name, const FindFile& find,
                                     const Host& host)
 {
-    return resultOf([&] { return readBytes(file, name, find, host); });
+    return toldResultOf(host, [&] { return readBytes(file, name, find, host); });
 }
 
 Result<StructureSet> readStructuresFile(const std::string& path, const Host& host)
 {
-    return resultOf([&] { return readPath(path, host); });
+    return toldResultOf(host, [&] { return readPath(path, host); });
 }
 
 Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std::string& path,
                                                                        const Host& host)
 {
-    return resultOf([&] { return readAnyPath(path, host); });
+    return toldResultOf(host, [&] { return readAnyPath(path, host); });
 }
 
 bool isStructureSet(ByteView file, const Deflate& deflate)

@@ -7,12 +7,13 @@
 True
 """
 
+from ._asked import NothingTestedError
 from ._compare import Comparison, compare, default_request
 from ._criteria import Criteria
 from ._demo import demo_pair
 from ._dose_volume import DoseVolume
 from ._explanation import Change, Explanation
-from ._gamma import NothingTestedError, gamma_index
+from ._gamma import gamma_index
 from ._grid import DoseGrid
 from ._points import DosePoints
 from ._read import read, read_bytes

@@ -10,7 +10,8 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _checks
-from ._gamma import Asked, gamma_index
+from ._asked import Asked
+from ._gamma import gamma_index
 from ._grid import DoseGrid
 from ._optional import need
 from ._structures import Structure

@@ -11,19 +11,24 @@ const patience = 350;
 const criterionForm = /^(.*?)([\d.]+\s*%)\s*[LG]?\s*\/(.*)$/i;
 
 /** Members without a field: a request that was loaded keeps them. */
-const carriedMembers = ['limits.failBelow', 'units.dose', 'units.length', 'units.uncertainty', 'sweeps'];
+const carriedMembers = ['limits.failBelow', 'sweeps'];
 
 /** Fields whose values are those of certain doses. */
-const ofDoses = ['reference-scale', 'evaluation-scale', 'normalisation-at', 'plane-at'];
+const ofDoses = [
+    'reference-scale', 'evaluation-scale', 'reference-uncertainty', 'evaluation-uncertainty', 'normalisation-at', 'plane-at',
+];
+
+/** Of tables that tell none. */
+const unitFields = ['dose-unit', 'length-unit'];
 
 /** Members whose texts stand in lines of their own. */
 const linedMembers = ['criteria', 'goals'];
 
-type Carried = Pick<RequestDocument, 'units' | 'sweeps'> & { failBelow: string[] };
+type Carried = Pick<RequestDocument, 'sweeps'> & { failBelow: string[] };
 
 function noneCarried(): Carried {
-    const { units, sweeps, limits } = usualRequest();
-    return { units, sweeps, failBelow: limits.failBelow };
+    const { sweeps, limits } = usualRequest();
+    return { sweeps, failBelow: limits.failBelow };
 }
 
 export class CriteriaForm {
@@ -35,7 +40,11 @@ export class CriteriaForm {
     private isAsLoaded = false;
     private timer = 0;
 
-    constructor(private readonly changed: () => void) {
+    /** @param unitsChanged told when tables that tell no unit are others now */
+    constructor(
+        private readonly changed: () => void,
+        private readonly unitsChanged: () => void,
+    ) {
         this.form.addEventListener('submit', (event) => event.preventDefault());
         this.form.addEventListener('input', (event) => {
             if (event.target === this.locality) {
@@ -46,13 +55,14 @@ export class CriteriaForm {
             clearTimeout(this.timer);
             this.timer = window.setTimeout(this.changed, patience);
         });
+        unitFields.forEach((field) => byId(field).addEventListener('change', () => this.unitsChanged()));
         this.showAll();
     }
 
     /** Of no files. */
     asked(): RequestDocument {
         const usual = usualRequest();
-        const { units, sweeps, failBelow } = this.carried;
+        const { sweeps, failBelow } = this.carried;
         const criteria = lines('criteria');
         return {
             ...usual,
@@ -82,7 +92,11 @@ export class CriteriaForm {
             goals: lines('goals'),
             refuse: listed('refuse'),
             plane: { name: textOrNull('plane'), at: position('plane-at') },
-            units,
+            units: {
+                dose: textOrNull('dose-unit'),
+                length: textOrNull('length-unit'),
+                uncertainty: textOrNull('uncertainty-unit'),
+            },
             allowErrorDoses: isChecked('error-doses'),
             // Its fields count for nothing unless it is wanted.
             explain: isChecked('explain')
@@ -103,8 +117,8 @@ export class CriteriaForm {
             return unmet;
         }
         this.reset();
-        const { units, sweeps, limits } = request;
-        this.carried = { units, sweeps, failBelow: limits.failBelow };
+        const { sweeps, limits } = request;
+        this.carried = { sweeps, failBelow: limits.failBelow };
         const usual = usualRequest();
         for (const [member, { field }] of Object.entries(members)) {
             const value = valueAt(request, member);
@@ -117,6 +131,7 @@ export class CriteriaForm {
         }
         this.isAsLoaded = true;
         this.showAll();
+        this.unitsChanged();
         this.changed();
         return null;
     }
@@ -150,6 +165,13 @@ export class CriteriaForm {
         this.showLocality();
         clearTimeout(this.timer);
         this.changed();
+    }
+
+    /** Writes what was chosen elsewhere into a field; computes nothing. */
+    give(field: string, value: string): void {
+        write(field, value);
+        this.takeChange(byId(field));
+        this.showAll();
     }
 
     /** Marks the field of the member that a failure is about; null: none. */

@@ -3,7 +3,7 @@
 import type { Position, Typed } from '../engine/request';
 import { byId } from '../views/dom';
 
-type TextField = HTMLInputElement | HTMLTextAreaElement;
+type TextField = HTMLInputElement | HTMLTextAreaElement | HTMLSelectElement;
 
 const decimal = /^[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?$/i;
 

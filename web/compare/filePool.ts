@@ -2,6 +2,7 @@
 
 import type { EngineClient } from '../engine/client';
 import type { DoseFacts, FileFacts, StructureFacts } from '../engine/messages';
+import type { TableUnits } from '../engine/request';
 import type { NamedFile } from './dropped';
 
 export type DoseFile = FileFacts & DoseFacts;
@@ -14,7 +15,11 @@ export class FilePool {
     private readonly files = new Map<string, File>();
     private batches = 0;
 
-    constructor(private readonly client: EngineClient) {}
+    /** @param units of tables that tell none, as they are given now */
+    constructor(
+        private readonly client: EngineClient,
+        private readonly units: () => TableUnits,
+    ) {}
 
     /** Takes files in; gives what each is. @param told of files that are read, and of how many */
     async add(batch: NamedFile[], told: (done: number, of: number) => void): Promise<FileFacts[]> {
@@ -25,11 +30,21 @@ export class FilePool {
         }
         // What was refused may have lacked a file that is there now.
         const refused = this.all().flatMap((f) => (f.kind === 'refused' ? [f.path] : []));
-        const paths = new Set([...refused, ...named.map(({ path }) => path)]);
+        return this.identify(new Set([...refused, ...named.map(({ path }) => path)]), told);
+    }
+
+    /** What files are that may be others by the units of tables, which have changed. */
+    async readAgain(told: (done: number, of: number) => void): Promise<FileFacts[]> {
+        const isTable = (f: FileFacts): boolean =>
+            f.kind === 'refused' || (f.kind === 'dose' && f.measurement !== null && !f.dicom);
+        return this.identify(new Set(this.all().filter(isTable).map((f) => f.path)), told);
+    }
+
+    private async identify(paths: Set<string>, told: (done: number, of: number) => void): Promise<FileFacts[]> {
         const found: FileFacts[] = [];
         for (const path of paths) {
             told(found.length, paths.size);
-            found.push(await this.client.identify(path));
+            found.push(await this.client.identify(path, this.units()));
             this.facts.set(path, found[found.length - 1]);
         }
         return found;

@@ -1,5 +1,6 @@
 /** Files are dropped or chosen, told apart, and given their roles. */
 
+import type { TableUnits } from '../engine/request';
 import { byId, el } from '../views/dom';
 import type { EngineClient } from '../engine/client';
 import type { EngineError, ExamplePart, FileFacts } from '../engine/messages';
@@ -11,7 +12,7 @@ import { initialRoles, noRoles, type Roles } from './roles';
 
 export type { Roles } from './roles';
 
-type Role = 'reference' | 'evaluation' | 'structures';
+type Role = 'reference' | 'evaluation' | 'structures' | 'reference-uncertainty' | 'evaluation-uncertainty';
 
 export interface FileListener {
     /** Told of the roles whenever they are others; incomplete ones too. */
@@ -20,6 +21,10 @@ export interface FileListener {
     idle(): void;
     /** Takes a request that came among the files. */
     request(file: File): Promise<void>;
+    /** Of tables that tell none. */
+    units(): TableUnits;
+    /** A file was chosen for the uncertainties of a dose. */
+    uncertainty(field: 'reference-uncertainty' | 'evaluation-uncertainty', path: string): void;
     /** Other doses take the place of both. */
     replaced(): void;
     /** Nothing of what was before is to stay. */
@@ -39,7 +44,7 @@ export class FileSection {
         private readonly client: EngineClient,
         private readonly listener: FileListener,
     ) {
-        this.pool = new FilePool(client);
+        this.pool = new FilePool(client, () => listener.units());
         this.listenToInputs();
         this.listenToDrops();
         this.listenToRoles();
@@ -62,6 +67,8 @@ export class FileSection {
         const inputs: [string, Role | null][] = [
             ['any-files', null], ['folder', null], ['reference-file', 'reference'],
             ['evaluation-file', 'evaluation'], ['structures-file', 'structures'],
+            ['reference-uncertainty-file', 'reference-uncertainty'],
+            ['evaluation-uncertainty-file', 'evaluation-uncertainty'],
         ];
         for (const [id, role] of inputs) {
             const input = byId<HTMLInputElement>(id);
@@ -144,9 +151,7 @@ export class FileSection {
         if (batch.length === 0) {
             return;
         }
-        const found = await this.pool.add(batch, (done, of) => {
-            byId('reading').textContent = of > 1 ? `Reading file ${done + 1} of ${of}` : 'Reading the file';
-        });
+        const found = await this.pool.add(batch, tellReading);
         byId('reading').textContent = '';
         if (role) {
             this.giveRole(role, found);
@@ -155,6 +160,34 @@ export class FileSection {
         }
         this.tell();
         this.showProblems(this.problemsOf(found, role !== null));
+    }
+
+    /** Other units of tables: what was refused for want of them may be a dose now. */
+    readAgain(): void {
+        this.enqueue(async () => {
+            const found = await this.pool.readAgain(tellReading);
+            byId('reading').textContent = '';
+            if (found.length > 0) {
+                this.forgetRefused();
+                this.roles = initialRoles(this.roles, found.filter((f) => !this.hasRole(f.path)));
+                this.tell();
+                this.showProblems(this.problemsOf(found, false));
+            }
+        });
+    }
+
+    private hasRole(path: string): boolean {
+        return path === this.roles.reference || path === this.roles.evaluation;
+    }
+
+    /** A dose that is none any more, since its unit is not told now, has no role. */
+    private forgetRefused(): void {
+        for (const role of ['reference', 'evaluation'] as const) {
+            const path = this.roles[role];
+            if (path !== null && this.pool.of(path)?.kind === 'refused') {
+                this.roles[role] = null;
+            }
+        }
     }
 
     private async giveRoles(found: FileFacts[]): Promise<void> {
@@ -176,7 +209,12 @@ export class FileSection {
             return;
         }
         const dose = found.find((f) => f.kind === 'dose') ?? found.find((f) => f.kind === 'mask');
-        if (dose) {
+        if (!dose) {
+            return;
+        }
+        if (role === 'reference-uncertainty' || role === 'evaluation-uncertainty') {
+            this.listener.uncertainty(role, dose.path);
+        } else {
             this.roles[role] = dose.path;
             this.roles.guess = null;
         }
@@ -229,6 +267,7 @@ export class FileSection {
             const empty = el('option', { value: '', selected: path === null }, 'Choose a dose');
             select.replaceChildren(...(path === null ? [empty] : []), ...options);
         }
+        byId('dose-names').replaceChildren(...doses.map((d) => el('option', { value: d.path })));
         byId<HTMLButtonElement>('swap').disabled = !this.roles.reference || !this.roles.evaluation;
         byId('choose-hint').textContent = this.hint(doses.length);
         const { guess, reference } = this.roles;
@@ -272,6 +311,10 @@ export class FileSection {
         });
         return el('label', {}, box, ' structures');
     }
+}
+
+function tellReading(done: number, of: number): void {
+    byId('reading').textContent = of > 1 ? `Reading file ${done + 1} of ${of}` : 'Reading the file';
 }
 
 /** The one that stands among files by itself; those of a folder belong to something else. */

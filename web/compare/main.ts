@@ -30,7 +30,7 @@ function start(): void {
         comparisons.ask(request && { ...request, referenceGuessed: typeof guess === 'string' });
     };
     kept.restore(() => kept.keep(form.asked()));
-    const form = new CriteriaForm(ask);
+    const form = new CriteriaForm(ask, () => files.readAgain());
     const requests = new RequestFiles(client, form);
     const files = new FileSection(client, {
         changed(changed: Roles): void {
@@ -39,6 +39,8 @@ function start(): void {
         },
         idle: () => void rates.fill(),
         request: (file: File) => requests.load(file),
+        units: () => form.asked().units,
+        uncertainty: (field, path) => form.give(field, path),
         replaced(): void {
             if (form.forgetDoses()) {
                 requests.tellForgotten();

@@ -37,6 +37,10 @@ export function initialRoles(known: Roles, found: FileFacts[]): Roles {
             roles.evaluation = path;
         }
     }
+    const isMeasured = found.some((f) => f.kind === 'dose' && f.path === roles.evaluation && onlyReference(f));
+    if (missing === 1 && isMeasured) {
+        [roles.reference, roles.evaluation] = [roles.evaluation, roles.reference];
+    }
     roles.guess = missing === 2 && roles.reference && roles.evaluation ? guess : roles.guess;
     return roles;
 }

@@ -6,7 +6,7 @@ import type {
     VolumeName,
 } from './messages';
 import type { Call, Reply } from './protocol';
-import type { RequestDocument } from './request';
+import type { RequestDocument, TableUnits } from './request';
 import type { StoredVolume } from '../views/comparison';
 
 /** What a request that was stopped ends with. */
@@ -57,8 +57,10 @@ export class EngineClient {
         await this.send({ call: 'file', path, file });
     }
 
-    async identify(path: string): Promise<FileFacts> {
-        return (await this.send({ call: 'identify', path })).answer as FileFacts;
+    /** @param units of tables that tell none */
+    async identify(path: string, units: TableUnits): Promise<FileFacts> {
+        const call = { call: 'identify' as const, path, doseUnit: units.dose, lengthUnit: units.length };
+        return (await this.send(call)).answer as FileFacts;
     }
 
     /**

@@ -13,7 +13,12 @@ export class EngineData implements ComparisonData {
         private readonly gammas: StoredVolume[],
         private readonly structures: StructureShape[],
         private readonly after: StoredVolume | null,
-    ) {}
+        differences: StoredVolume | null,
+    ) {
+        this.inUncertainties = differences ? async () => differences : undefined;
+    }
+
+    readonly inUncertainties?: () => Promise<StoredVolume>;
 
     /** Rejects as the client's calls do. */
     static async load(record: ComparisonRecord, request: RequestDocument, client: EngineClient): Promise<EngineData> {
@@ -32,7 +37,8 @@ export class EngineData implements ComparisonData {
             structures.push({ runs: runs ?? new Int32Array(0), contours });
         }
         const after = record.explanation ? await client.volume(request, 'gammaAfter') : null;
-        return new EngineData(record, doses, gammas, structures, after);
+        const differences = record.noise ? await client.volume(request, 'inUncertainties') : null;
+        return new EngineData(record, doses, gammas, structures, after, differences);
     }
 
     async dose(role: Role): Promise<StoredVolume> {

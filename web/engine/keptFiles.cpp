@@ -107,6 +107,11 @@ private:
     files::Bytes contents_;
 };
 
+bool hasUnits(const files::TableUnits& units)
+{
+    return units.gray || units.millimetres;
+}
+
 bool holdsWholeNumbers(const files::DoseImage& dose)
 {
     return !dose.dicom &&
@@ -191,11 +196,11 @@ Json refusalJson(const std::string& path, const files::FileError& error, bool is
 
 } // namespace
 
-nlohmann::ordered_json KeptFiles::identify(const std::string& path)
+nlohmann::ordered_json KeptFiles::identify(const std::string& path, const files::TableUnits& units)
 {
     forget(path);
     try {
-        return identified(path);
+        return identified(path, units);
     } catch (const files::Refusal& refusal) {
         return refusalJson(path, refusal.error());
     } catch (const std::bad_alloc&) {
@@ -204,20 +209,22 @@ nlohmann::ordered_json KeptFiles::identify(const std::string& path)
     }
 }
 
-nlohmann::ordered_json KeptFiles::identified(const std::string& path)
+nlohmann::ordered_json KeptFiles::identified(const std::string& path,
+                                             const files::TableUnits& units)
 {
     OpenFile file(path);
     if (file.isStructureSet()) {
         const auto& set = sets_.add(path, files::valueOf(file.structures()));
         return described(path, "structures", facts(set));
     }
-    files::Result<files::DoseImage> read = file.dose();
+    files::Result<files::DoseImage> read = file.dose(units);
     if (!read) {
         std::optional<files::StructureSet> set = masksAlone(file, read.error());
         return set ? described(path, "structures", facts(sets_.add(path, std::move(*set))))
                    : refusalJson(path, read.error(), file.isDicom());
     }
-    const files::DoseImage& dose = doses_.add(path, std::move(*read));
+    // What is kept hangs on nothing but its file.
+    const files::DoseImage& dose = hasUnits(units) ? *read : doses_.add(path, std::move(*read));
     Json json = described(path, "dose", facts(dose));
     if (holdsWholeNumbers(dose)) {
         if (auto mask = file.structures()) {
@@ -230,7 +237,7 @@ nlohmann::ordered_json KeptFiles::identified(const std::string& path)
 
 files::DoseImage KeptFiles::dose(const std::string& path, const files::TableUnits& units)
 {
-    if (units.gray || units.millimetres) { // tables are small
+    if (hasUnits(units)) { // tables are small
         return readFrom(path, [&](OpenFile& file) { return file.dose(units); });
     }
     return kept(doses_, path, [](OpenFile& file) { return file.dose(); });

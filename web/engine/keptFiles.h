@@ -25,8 +25,9 @@ public:
      * What a file is: `kind` is "dose", "structures", "mask" (which is a dose as well), "foreign"
      * (none of these) or "refused" with the `sentence` and the kind of `failure`; and what tells it
      * from others.
+     * @param units of a table that tells none
      */
-    nlohmann::ordered_json identify(const std::string& path);
+    nlohmann::ordered_json identify(const std::string& path, const files::TableUnits& units = {});
 
     /** @param units of a table that tells none. @throws zarngi::InputError */
     files::DoseImage dose(const std::string& path, const files::TableUnits& units);
@@ -40,7 +41,7 @@ public:
     void forget(const std::string& path);
 
 private:
-    nlohmann::ordered_json identified(const std::string& path);
+    nlohmann::ordered_json identified(const std::string& path, const files::TableUnits& units);
 
     KeptValues<files::DoseImage> doses_;
     KeptValues<files::StructureSet> sets_;

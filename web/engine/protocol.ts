@@ -5,7 +5,7 @@ import type { RequestDocument } from './request';
 
 export type Call =
     | { call: 'file'; path: string; file: File | null }
-    | { call: 'identify'; path: string }
+    | { call: 'identify'; path: string; doseUnit: string | null; lengthUnit: string | null }
     | { call: 'request'; text: string }
     | { call: 'compare'; request: RequestDocument; command: string }
     | { call: 'rates'; criterion: string }

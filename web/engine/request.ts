@@ -16,6 +16,12 @@ export interface DoseRequest {
 /** Texts where numbers belong are what a person typed: the engine refuses them. */
 export type Typed<Value> = Value | string;
 
+/** What doses and lengths of tables that tell none are in. */
+export interface TableUnits {
+    dose: string | null;
+    length: string | null;
+}
+
 export interface RequestDocument {
     format: 'zarngi-request';
     formatVersion: 2;
@@ -61,7 +67,7 @@ export interface RequestDocument {
     /** "axial", "coronal", "sagittal", "gantry:30"; where its point 0, 0 lies, mm. */
     plane: { name: string | null; at: Typed<Position> | null };
     /** Of tables that tell none; of files of uncertainties "percent", "fraction" or "gray". */
-    units: { dose: string | null; length: string | null; uncertainty: string | null };
+    units: TableUnits & { uncertainty: string | null };
     /** Differences between doses are compared as doses. */
     allowErrorDoses: boolean;
     /** Whether to find the shift and the factor that explain what fails; range in mm. */
@@ -136,5 +142,11 @@ export function withFiles(
 export function filesOf({ reference, evaluation, structures }: RequestDocument): string[] {
     const doses = [reference, evaluation];
     const single = doses.flatMap(({ file }) => (file === null ? [] : [file]));
-    return [...single, ...doses.flatMap(({ add }) => add), ...structures.files];
+    const uncertainties = doses.flatMap(({ uncertainty }) => (isFile(uncertainty) ? [uncertainty] : []));
+    return [...single, ...doses.flatMap(({ add }) => add), ...structures.files, ...uncertainties];
+}
+
+/** Uncertainties are those of a file, unless they are a percentage of each dose. */
+function isFile(uncertainty: string | null): uncertainty is string {
+    return uncertainty !== null && !uncertainty.trimEnd().endsWith('%');
 }

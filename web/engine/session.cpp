@@ -18,6 +18,7 @@
 #include "comparison/example/syntheticDose.h"
 #include "comparison/example/syntheticStructures.h"
 #include "comparison/failure.h"
+#include "comparison/request/values.h"
 #include "files/encodeVolume.h"
 #include "files/structures/writeStructureSet.h"
 #include "web/engine/hostScript.h"
@@ -100,6 +101,21 @@ zarngi::FileDigests digestsOf(const Json& json)
     return digests;
 }
 
+/** Those that a person has given so far; one that means nothing counts for none. */
+files::TableUnits unitsOf(const Json& call)
+{
+    const auto text = [&call](const char* name) {
+        const auto found = call.find(name);
+        return found != call.end() && found->is_string() ? found->get<std::string>()
+                                                         : std::string();
+    };
+    try {
+        return zarngi::parseUnits(text("doseUnit"), text("lengthUnit"));
+    } catch (const zarngi::UsageError&) {
+        return {};
+    }
+}
+
 /** Null where nothing was tested. */
 Json rateJson(const zarngi::GammaStatistics& statistics)
 {
@@ -113,7 +129,7 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
     const std::string what = call.at("call");
     output_.clear();
     if (what == "identify") {
-        return files_.identify(call.at("path"));
+        return files_.identify(call.at("path"), unitsOf(call));
     }
     if (what == "forget") {
         files_.forget(call.at("path"));
@@ -204,6 +220,10 @@ nlohmann::ordered_json Session::volume(const Json& call)
         const zarngi::GammaMaps& after = comparison_.explanation.value().after;
         return withOutput(bytesOf(zarngi::storedGammas(after.gamma, after.passed)),
                           {{"decimals", zarngi::gammaDecimals}});
+    }
+    if (name == "inUncertainties") {
+        return withOutput(bytesOf(zarngi::pageDifferences(comparison_)),
+                          {{"decimals", zarngi::uncertaintyDecimals}});
     }
     const zarngi::DoseImage& dose =
         name == "reference" ? comparison_.reference : comparison_.evaluation;

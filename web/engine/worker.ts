@@ -7,7 +7,7 @@ import { makeHost } from './host';
 import type { ComparisonAnswer, FileFacts } from './messages';
 import { missing, PageFiles } from './pageFiles';
 import type { Call, Reply, Request } from './protocol';
-import { filesOf, type RequestDocument } from './request';
+import { filesOf, type RequestDocument, type TableUnits } from './request';
 
 interface Digest {
     bytes: number;
@@ -49,10 +49,10 @@ function changeFile(path: string, file: File | null, known: Engine): void {
     }
 }
 
-function dataPathOf(path: string, known: Engine): string {
+function dataPathOf(path: string, units: TableUnits, known: Engine): string {
     let found = facts.get(path);
     if (!found) {
-        found = known.call<FileFacts>({ call: 'identify', path });
+        found = known.call<FileFacts>({ call: 'identify', path, doseUnit: units.dose, lengthUnit: units.length });
         facts.set(path, found);
     }
     return 'dataPath' in found ? found.dataPath : path;
@@ -73,7 +73,7 @@ async function digestFor(path: string): Promise<Digest> {
 async function digestsFor(request: RequestDocument, known: Engine): Promise<object> {
     const wanted: Record<string, object> = {};
     for (const path of filesOf(request)) {
-        for (const part of new Set([path, dataPathOf(path, known)])) {
+        for (const part of new Set([path, dataPathOf(path, request.units, known)])) {
             wanted[part] = digests.get(part) ?? (await digestFor(part));
         }
     }

@@ -19,6 +19,10 @@ export class PageData implements ComparisonData {
         ? () => this.read(this.record.explanation?.gammaVolume ?? '', 'reference')
         : undefined;
 
+    readonly inUncertainties = this.record.noise
+        ? () => this.read(this.record.noise?.differenceVolume ?? '', 'reference')
+        : undefined;
+
     async structure(index: number): Promise<StructureShape> {
         const structure = this.record.structures?.list[index];
         if (!structure) {

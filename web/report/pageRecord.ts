@@ -1,10 +1,10 @@
 import type {
-    ComparisonRecord, Criterion, ExplanationRecord, Role, StructureRecord, StructuresRecord,
+    ComparisonRecord, Criterion, ExplanationRecord, NoiseRecord, Role, StructureRecord, StructuresRecord,
 } from '../views/record';
 
 export interface VolumeRecord {
     name: string;
-    kind: 'dose' | 'gamma';
+    kind: 'dose' | 'gamma' | 'difference';
     grid: Role;
     type: string;
     decimals: number;
@@ -24,6 +24,7 @@ export interface PageRecord extends ComparisonRecord {
     criteria: (Criterion & { gammaVolume: string })[];
     structures?: (StructuresRecord & { list: (StructureRecord & StructureElements)[] }) | null;
     explanation?: (ExplanationRecord & { gammaVolume: string }) | null;
+    noise?: (NoiseRecord & { differenceVolume: string }) | null;
     volumes: VolumeRecord[];
 }
 

@@ -1,6 +1,6 @@
 import { Grid } from './grid';
 import type { ComparisonRecord, Triple } from './record';
-import type { State } from './store';
+import type { Layer, State } from './store';
 
 /** A comparison that was shown, and how. */
 export interface Shown {
@@ -10,8 +10,10 @@ export interface Shown {
 
 /** What of the state still makes sense for another comparison: it is looked at in the same way. */
 export function carriedOver({ record: from, state }: Shown, to: ComparisonRecord): Partial<State> {
-    const { layer, differenceWindow, gammaWindow, isodoses, crosshair, smooth, wholeGrid, gammaVolume } = state;
-    const options = { layer, differenceWindow, gammaWindow, isodoses, crosshair, smooth, wholeGrid, gammaVolume };
+    const { differenceWindow, gammaWindow, uncertaintyWindow, isodoses, crosshair, smooth, wholeGrid, gammaVolume } = state;
+    const windows = { differenceWindow, gammaWindow, uncertaintyWindow };
+    const layer: Layer = state.layer === 'uncertainties' && !to.noise ? 'difference' : state.layer;
+    const options = { layer, ...windows, isodoses, crosshair, smooth, wholeGrid, gammaVolume };
     const hasSameDoses = fingerprint(from) === fingerprint(to);
     return {
         ...options,

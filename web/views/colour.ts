@@ -79,13 +79,15 @@ export function greyScale(high: number): Scale {
     return linear(greyRamp, 0, high);
 }
 
-/** Doses in dose units, differences in percent of the normalisation dose. */
+/** Doses in dose units, differences in percent of the normalisation dose or in uncertainties. */
 export function layerScale(layer: Layer, state: State): Scale {
     switch (layer) {
         case 'gamma':
             return gammaScale(state.gammaWindow.high);
         case 'difference':
             return linear(differenceRamp, state.differenceWindow.low, state.differenceWindow.high);
+        case 'uncertainties':
+            return linear(differenceRamp, state.uncertaintyWindow.low, state.uncertaintyWindow.high);
         default:
             return linear(doseRamp, state.doseWindow.low, state.doseWindow.high);
     }

@@ -47,6 +47,11 @@ export interface ComparisonData {
      * gamma() has it.
      */
     gammaAfter?(): Promise<StoredVolume>;
+    /**
+     * Differences between the doses in units of their combined uncertainty, on the reference grid;
+     * notFinite where none is known. There if the record tells the noise.
+     */
+    inUncertainties?(): Promise<StoredVolume>;
     /** Of a structure, by its index in the record; asked for once each if the record has structures. */
     structure?(index: number): Promise<StructureShape>;
 }

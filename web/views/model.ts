@@ -22,6 +22,8 @@ export class Model {
     evaluationSource!: Volume;
     /** The evaluation on the reference grid: itself, or interpolated. */
     evaluation!: Field;
+    /** Differences in units of their uncertainty; null: the uncertainties were not asked for. */
+    inUncertainties: Volume | null = null;
     /** Where voxels were tested for the first criterion, with a margin. */
     focus!: Box;
     readonly shapes: StructureShapes;
@@ -47,6 +49,8 @@ export class Model {
         this.evaluation = this.sameGrid
             ? this.evaluationSource
             : await ResampledField.of(this.evaluationSource, this.grid);
+        const differences = await this.data.inUncertainties?.();
+        this.inUncertainties = differences ? new Volume(this.grid, differences) : null;
     }
 
     async loadGamma(criterion: number): Promise<void> {

@@ -10,6 +10,7 @@ import { showFigures } from './figureTable';
 import { showGoals } from './goals';
 import { Histogram } from './histogram';
 import { hottestVoxel, Model } from './model';
+import { showNoise } from './noiseCard';
 import { inPieces, pause } from './pieces';
 import { setUpPrint } from './print';
 import { pointsOf } from './pointList';
@@ -35,6 +36,7 @@ function initialState(record: ComparisonRecord): State {
         doseWindow: { low: 0, high: record.criteria[0].normalisationDose },
         differenceWindow: { low: -10, high: 10 },
         gammaWindow: { low: 0, high: 2 },
+        uncertaintyWindow: { low: -3, high: 3 },
         isodoses: true,
         crosshair: true,
         smooth: false,
@@ -95,6 +97,7 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
         new Summary(record, store);
         showGoals(record);
         showFigures(record);
+        showNoise(record);
         byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
         byId('page').hidden = false;
     };

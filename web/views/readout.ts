@@ -120,6 +120,28 @@ export class Readout {
                 unit: '% of norm.',
                 text: (_, index) => signed((100 * model.difference(index)) / normalisation(), 2),
             },
+            ...this.uncertaintyRows(),
+        ];
+    }
+
+    private uncertaintyRows(): Row[] {
+        const { inUncertainties } = this.model;
+        if (!inUncertainties) {
+            return [];
+        }
+        // The largest and the smallest number stand for all beyond them, too.
+        const isBeyond = (index: number): boolean => Math.abs(inUncertainties.data[index]) === 32767;
+        const text = (index: number): string => {
+            const value = inUncertainties.value(index);
+            return Number.isNaN(value) ? none : (isBeyond(index) ? 'beyond ' : '') + signed(value, 2);
+        };
+        return [
+            {
+                id: 'uncertainties',
+                label: '',
+                unit: 'u',
+                text: (_, index) => text(index),
+            },
         ];
     }
 

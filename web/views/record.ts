@@ -236,6 +236,28 @@ export interface SweepRecord {
     parts: { structure: string | null; passRates: (number | null)[][] }[];
 }
 
+/** Differences in units of their combined uncertainty; null where no voxel's is known. */
+export interface NoiseDifferences {
+    /** Null: all tested voxels, or those of a dose band. */
+    structure: string | null;
+    /** Of a dose band, % of the normalisation dose. */
+    doses: [number, number] | null;
+    voxels: number;
+    mean: number | null;
+    deviation: number | null;
+    /** Shares, 0 to 1. */
+    beyondTwo: number | null;
+    beyondThree: number | null;
+}
+
+export interface NoiseRecord {
+    differences: NoiseDifferences[];
+    /** Where the dose gradient is low. */
+    flat: { voxels: number; chiSquare: number | null; scatter: number | null; correlation: number | null };
+    /** What speaks against the uncertainties. */
+    notes: string[];
+}
+
 export interface ComparisonRecord {
     program: { name: string; version: string };
     /** ISO 8601, UTC. */
@@ -254,6 +276,7 @@ export interface ComparisonRecord {
     goals?: GoalRecord[] | null;
     explanation?: ExplanationRecord | null;
     sweeps?: SweepRecord[] | null;
+    noise?: NoiseRecord | null;
     /** Absent: both are volumes; null where one is. */
     measurements?: Record<Role, MeasurementRecord | null> | null;
     /** "plane": in the plane of the first two axes; "points...": the reference is a list of points. */

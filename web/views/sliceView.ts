@@ -166,6 +166,13 @@ export class SliceView {
                 const percent = 100 / criterion.normalisationDose;
                 return (index) => scale.colour(model.difference(index) * percent);
             }
+            case 'uncertainties': {
+                const grey = greyScale(criterion.normalisationDose);
+                return (index) => {
+                    const value = model.inUncertainties?.value(index) ?? NaN;
+                    return Number.isNaN(value) ? grey.colour(model.reference.value(index)) : scale.colour(value);
+                };
+            }
             case 'gamma': {
                 const gamma = model.gamma(state.criterion);
                 const grey = greyScale(criterion.normalisationDose);

@@ -1,8 +1,9 @@
 import { pause } from './pieces';
 import type { Triple } from './record';
 
-export type Layer = 'reference' | 'evaluation' | 'difference' | 'gamma';
-export const layers: Layer[] = ['reference', 'evaluation', 'difference', 'gamma'];
+/** uncertainties: the difference in units of its uncertainty, where that is known. */
+export type Layer = 'reference' | 'evaluation' | 'difference' | 'gamma' | 'uncertainties';
+export const layers: Layer[] = ['reference', 'evaluation', 'difference', 'gamma', 'uncertainties'];
 
 export interface Window {
     low: number;
@@ -20,6 +21,7 @@ export interface State {
     doseWindow: Window;
     differenceWindow: Window;
     gammaWindow: Window;
+    uncertaintyWindow: Window;
     isodoses: boolean;
     crosshair: boolean;
     smooth: boolean;

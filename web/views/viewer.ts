@@ -15,7 +15,7 @@ const onPaper = { gap: 14, trimmings: 22 };
 const tallestViews = 600;
 const narrowPage = 760;
 const drawn: (keyof State)[] = [
-    'criterion', 'layer', 'cross', 'doseWindow', 'differenceWindow', 'gammaWindow', 'isodoses',
+    'criterion', 'layer', 'cross', 'doseWindow', 'differenceWindow', 'gammaWindow', 'uncertaintyWindow', 'isodoses',
     'crosshair', 'smooth', 'wholeGrid', 'structures', 'appearance',
 ];
 
@@ -24,6 +24,7 @@ const layerNames: Record<Layer, string> = {
     evaluation: 'Evaluation',
     difference: 'Difference',
     gamma: 'Gamma',
+    uncertainties: 'Difference / u',
 };
 
 /** The three slice views with their tool bar and colour scale. */
@@ -101,22 +102,28 @@ export class Viewer {
         });
     }
 
+    /** All for which there is something to show. */
+    private layers(): Layer[] {
+        return layers.filter((layer) => layer !== 'uncertainties' || this.model.inUncertainties !== null);
+    }
+
     private buildLayers(): void {
         const host = byId('layers');
-        for (const [i, layer] of layers.entries()) {
+        for (const [i, layer] of this.layers().entries()) {
             const input = el('input', { type: 'radio', name: 'layer', id: `layer-${layer}`, value: layer });
             input.addEventListener('change', () => this.store.update({ layer }));
             host.append(
                 el('label', { title: `Key ${i + 1}` }, input, el('span', {}, layerNames[layer])),
             );
         }
+        byId('last-layer').textContent = String(this.layers().length);
         document.addEventListener('keydown', (event) => this.press(event), { signal: this.store.ended });
     }
 
     private press(event: KeyboardEvent): void {
         const typed = 'input:is([type=number], [type=text], [type=search]), textarea, select';
         const inField = event.target instanceof HTMLElement && event.target.matches(typed);
-        const layer = layers[Number(event.key) - 1];
+        const layer = this.layers()[Number(event.key) - 1];
         if (layer && !inField && !event.ctrlKey && !event.metaKey && !event.altKey) {
             this.store.update({ layer });
         }
@@ -203,6 +210,7 @@ export class Viewer {
                 return mark;
             }),
         );
-        byId('scale-unit').textContent = `${layerNames[state.layer]} / ${unit}`;
+        const name = layerNames[state.layer];
+        byId('scale-unit').textContent = name.endsWith(` / ${unit}`) ? name : `${name} / ${unit}`;
     }
 }

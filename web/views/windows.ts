@@ -7,7 +7,7 @@ export interface Preset {
     window: Window;
 }
 
-type WindowKey = 'doseWindow' | 'differenceWindow' | 'gammaWindow';
+type WindowKey = 'doseWindow' | 'differenceWindow' | 'gammaWindow' | 'uncertaintyWindow';
 
 export function windowKey(layer: Layer): WindowKey {
     switch (layer) {
@@ -15,6 +15,8 @@ export function windowKey(layer: Layer): WindowKey {
             return 'gammaWindow';
         case 'difference':
             return 'differenceWindow';
+        case 'uncertainties':
+            return 'uncertaintyWindow';
         default:
             return 'doseWindow';
     }
@@ -26,6 +28,8 @@ export function layerUnit(layer: Layer, record: ComparisonRecord): string {
             return 'γ';
         case 'difference':
             return '% of norm.';
+        case 'uncertainties':
+            return 'u';
         default:
             return record.doseUnit;
     }
@@ -39,6 +43,11 @@ export function presets(layer: Layer, criterion: Criterion, maximumDose: number)
             return [2, 5, 10, 20, 100].map((p) => ({
                 name: `±${p} %`,
                 window: { low: -p, high: p },
+            }));
+        case 'uncertainties':
+            return [2, 3, 5, 10].map((u) => ({
+                name: `±${u} u`,
+                window: { low: -u, high: u },
             }));
         default:
             return dosePresets(criterion.normalisationDose, maximumDose);

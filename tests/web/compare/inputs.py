@@ -1,5 +1,6 @@
 """Makes the files that the tests of the comparing page drop and choose: inputs.py FOLDER."""
 
+import dataclasses
 import pathlib
 import sys
 
@@ -43,6 +44,11 @@ def write_structures(path):
     )
 
 
+def write_uncertainty(path, dose):
+    """Two hundredths of each dose, in gray."""
+    doses.write_nrrd(path, dataclasses.replace(dose, values=dose.values * numpy.float32(0.02)))
+
+
 def write_mask(path, dose):
     labels = numpy.zeros(dose.values.shape)
     labels[3:8, 4:10, 5:11] = 1
@@ -59,6 +65,8 @@ def write_pairs(folder):
         doses.write_dicom(folder / f"{name}.dcm", dose)
     write_structures(folder / "structures.dcm")
     write_mask(folder / "mask.nrrd", reference)
+    write_uncertainty(folder / "uncertainty.nrrd", reference)
+    (folder / "points.csv").write_text("x,y,z,dose\n0,0,20,1.5\n3,0,20,1.4\n0,3,20,1.6\n")
     (folder / "notes.txt").write_text("no dose at all")
     damaged = (folder / "reference.nrrd").read_bytes()
     (folder / "damaged.nrrd").write_bytes(damaged[: len(damaged) * 2 // 3])
