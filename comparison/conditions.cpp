@@ -149,7 +149,7 @@ void addAssumptions(Conditions& conditions, const Comparison& comparison)
         [](const DoseImage& dose) { return !dose.tellsOrientation; });
     const files::TableUnits& units = comparison.request.units;
     conditions.add(units.gray.has_value(), ConditionKind::givenDoseUnit,
-                   std::string("tables without a unit in ") + (units.gray == 1 ? "Gy" : "cGy"));
+                   std::string("doses without a unit in ") + (units.gray == 1 ? "Gy" : "cGy"));
     conditions.add(units.millimetres.has_value(), ConditionKind::givenLengthUnit,
                    std::string("tables without a unit of length in ") +
                        (units.millimetres == 1 ? "mm" : "cm"));

@@ -84,6 +84,7 @@ struct Measurement {
     std::vector<unsigned char> isMeasured; ///< 1 or 0 for each place of a grid; empty: all are
     std::size_t gaps = 0;                  ///< places of the grid without a dose; they hold 0
     std::optional<PlanePlace> place;       ///< of a plane that is not in space, if its file tells
+    double sourceDistance = 0; ///< mm from the source to the plane of a portal image; 0: not told
 };
 
 /** mm, of planes that tell none. A power of two: half of it, and so the middle at 0, is exact. */

@@ -15,6 +15,7 @@ set(files_sources
     characters/utf8.cpp
     formats/dicom/characterSets.cpp
     formats/dicom/dose.cpp
+    formats/dicom/elementWriter.cpp
     formats/dicom/elements.cpp
     formats/dicom/file.cpp
     formats/dicom/frames.cpp

@@ -30,9 +30,10 @@ using files::Measurement;
 constexpr const char* arrayFormat = "array";
 
 /** By the numbers of enum zarnGIHost_Unit. */
-constexpr std::array<files::DoseUnit, 4> doseUnits{files::DoseUnit::gray, files::DoseUnit::relative,
-                                                   files::DoseUnit::grayPerHistory,
-                                                   files::DoseUnit::grayOfRun};
+/** By the numbers of enum zarnGIHost_Unit. */
+constexpr std::array<files::DoseUnit, 5> doseUnits{
+    files::DoseUnit::gray, files::DoseUnit::relative, files::DoseUnit::grayPerHistory,
+    files::DoseUnit::grayOfRun, files::DoseUnit::calibrated};
 
 bool isOneLayer(const zarnGIHost_Volume& volume, int normal)
 {

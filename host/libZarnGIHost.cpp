@@ -203,6 +203,8 @@ int zarnGIHost_getUnit(const zarnGIHost_Dose* dose)
         return ZARNGI_HOST_GRAY_PER_HISTORY;
     case files::DoseUnit::grayOfRun:
         return ZARNGI_HOST_GRAY_OF_RUN;
+    case files::DoseUnit::calibrated:
+        return ZARNGI_HOST_CALIBRATED;
     case files::DoseUnit::gray:
         break;
     }

@@ -283,7 +283,8 @@ enum zarnGIHost_Unit {
     ZARNGI_HOST_GRAY = 0,
     ZARNGI_HOST_RELATIVE = 1,         /**< to a value that the file does not tell */
     ZARNGI_HOST_GRAY_PER_HISTORY = 2, /**< of a simulation: Gy by a factor alone */
-    ZARNGI_HOST_GRAY_OF_RUN = 3       /**< of all histories of a simulation: Gy by a factor alone */
+    ZARNGI_HOST_GRAY_OF_RUN = 3,      /**< of all histories of a simulation: Gy by a factor alone */
+    ZARNGI_HOST_CALIBRATED = 4        /**< CU of a portal imager: Gy by a factor alone */
 };
 
 /**

@@ -55,9 +55,10 @@ void checkFrame(const files::StructureSet& set, bool isIgnored, const DoseImage&
 [[noreturn]] void refuseGray(const MemberPlace& place, const std::string& what,
                              const DoseImage& dose)
 {
-    const bool isRelative = dose.unit == DoseUnit::relative;
-    throw refusalOf(place, what + " asks for a dose in Gy, but the files hold " +
-                               (isRelative ? "relative doses" : "doses of a simulation"));
+    const char* const held = dose.unit == DoseUnit::relative     ? "relative doses"
+                             : dose.unit == DoseUnit::calibrated ? "doses in CU"
+                                                                 : "doses of a simulation";
+    throw refusalOf(place, what + " asks for a dose in Gy, but the files hold " + held);
 }
 
 /** Figures in Gy are asked for doses in Gy alone. */

@@ -1,5 +1,7 @@
 #include "comparison/composition/doseChecks.h"
 
+#include <cmath>
+
 #include "comparison/failure.h"
 #include "comparison/text.h"
 
@@ -38,19 +40,19 @@ void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool is
     }
 }
 
-/** The unit of a simulated dose that a factor makes one in gray, or in what the other is in. */
+/** The unit of a dose that a factor makes one in gray, or in what the other is in. */
 DoseUnit settledUnit(const DoseImage& dose, const DoseRequest& request, const DoseImage& other,
                      const DoseRequest& ofOther)
 {
-    const bool isMade = !request.factor.text.empty() && files::isSimulated(dose.unit);
+    const bool isMade = !request.factor.text.empty() && files::needsFactor(dose.unit);
     return !isMade ? dose.unit : ofOther.factor.text.empty() ? other.unit : DoseUnit::gray;
 }
 
-/** Whether a simulated dose is beside one in another unit. */
-bool areSimulatedApart(const DoseImage& reference, const DoseImage& evaluation)
+/** Whether a dose that needs a factor is beside one in another unit. */
+bool areUnitsApart(const DoseImage& reference, const DoseImage& evaluation)
 {
     return reference.unit != evaluation.unit &&
-           (files::isSimulated(reference.unit) || files::isSimulated(evaluation.unit));
+           (files::needsFactor(reference.unit) || files::needsFactor(evaluation.unit));
 }
 
 /** "the files hold doses in Gy/history (FILE) and in Gy (FILE)" */
@@ -88,6 +90,29 @@ void settleUnits(GivenDoses& doses, const Request& request)
     doses.reference.unit = reference;
 }
 
+namespace
+{
+
+/** Planes at other distances from the source show the same beam in other sizes. */
+void addDistanceWarning(std::vector<Sentence>& warnings, const DoseImage& reference,
+                        const DoseImage& evaluation)
+{
+    constexpr double sameDistance = 0.05; // mm
+    const auto distanceOf = [](const DoseImage& dose) {
+        return dose.measurement ? dose.measurement->sourceDistance : 0;
+    };
+    const double ofReference = distanceOf(reference);
+    const double ofEvaluation = distanceOf(evaluation);
+    if (ofReference > 0 && ofEvaluation > 0 &&
+        std::fabs(ofReference - ofEvaluation) > sameDistance) {
+        warnings.emplace_back("the planes lie " + number(ofReference) + " and " +
+                              number(ofEvaluation) +
+                              " mm from the source: their positions do not match");
+    }
+}
+
+} // namespace
+
 void checkDoses(const GivenDoses& doses, const Request& request)
 {
     for (const DoseImage* const dose : allOf(doses)) {
@@ -97,7 +122,7 @@ void checkDoses(const GivenDoses& doses, const Request& request)
     }
     const bool isNormalised = request.normalisation.isGiven();
     checkUnits(doses.reference, doses.evaluation, isNormalised);
-    if (areSimulatedApart(doses.reference, doses.evaluation) && !isNormalised) {
+    if (areUnitsApart(doses.reference, doses.evaluation) && !isNormalised) {
         throw InputError({Member::normalisation},
                          unitsOf(doses.reference, doses.evaluation) + "; " +
                              Member::referenceScale + " or " + Member::evaluationScale +
@@ -113,9 +138,10 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses, bool 
     for (const DoseImage* const dose : allOf(doses)) {
         addWarnings(warnings, *dose);
     }
-    if (areSimulatedApart(reference, evaluation)) {
+    if (areUnitsApart(reference, evaluation)) {
         warnings.push_back(unitsOf(reference, evaluation) + "; they are compared as they are");
     }
+    addDistanceWarning(warnings, reference, evaluation);
     if (!reference.dicom || !evaluation.dicom || reference.format != evaluation.format) {
         return;
     }

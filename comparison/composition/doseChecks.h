@@ -12,7 +12,8 @@
 namespace zarngi
 {
 
-/** Tells what simulated doses are in after their factors, which make gray of them. */
+/** Tells what doses of simulations and portal images are in after their factors, which make gray.
+ */
 void settleUnits(GivenDoses& doses, const Request& request);
 
 /**

@@ -1,9 +1,8 @@
 #include "files/structures/writeStructureSet.h"
 
-#include <algorithm>
-#include <cstdint>
 #include <string>
 
+#include "files/formats/dicom/elementWriter.h"
 #include "files/text.h"
 
 namespace files
@@ -11,70 +10,6 @@ namespace files
 
 namespace
 {
-
-/** Elements one after the other, in explicit little endian. */
-class ElementWriter
-{
-public:
-    /** A text element. @param padding makes its length even. */
-    void text(std::uint32_t tag, const char* type, std::string value, char padding = ' ')
-    {
-        constexpr std::size_t longest = 0xFFFE;
-        value.append(value.size() % 2, padding);
-        if (value.size() > longest) {
-            refuseUnsupported("has a contour that is too long to be written");
-        }
-        head(tag, type);
-        number(static_cast<std::uint16_t>(value.size()));
-        bytes_ += value;
-    }
-
-    void uid(std::uint32_t tag, const std::string& value) { text(tag, "UI", value, '\0'); }
-
-    /** An element of one of the types with a long length; items of a sequence stand in it. */
-    void block(std::uint32_t tag, const char* type, const std::string& value)
-    {
-        head(tag, type);
-        number(std::uint16_t{0});
-        number(static_cast<std::uint32_t>(value.size()));
-        bytes_ += value;
-    }
-
-    void item(const std::string& value)
-    {
-        constexpr std::uint32_t tag = 0xFFFEE000;
-        number(static_cast<std::uint16_t>(tag >> 16));
-        number(static_cast<std::uint16_t>(tag & 0xFFFF));
-        number(static_cast<std::uint32_t>(value.size()));
-        bytes_ += value;
-    }
-
-    void length(std::uint32_t tag, std::size_t value)
-    {
-        head(tag, "UL");
-        number(std::uint16_t{4});
-        number(static_cast<std::uint32_t>(value));
-    }
-
-    const std::string& bytes() const { return bytes_; }
-
-private:
-    template <class Number> void number(Number value)
-    {
-        for (std::size_t i = 0; i < sizeof(Number); ++i) {
-            bytes_ += static_cast<char>(value >> (8 * i) & 0xFF);
-        }
-    }
-
-    void head(std::uint32_t tag, const char* type)
-    {
-        number(static_cast<std::uint16_t>(tag >> 16));
-        number(static_cast<std::uint16_t>(tag & 0xFFFF));
-        bytes_ += type;
-    }
-
-    std::string bytes_;
-};
 
 constexpr const char* structureSetClass = "1.2.840.10008.5.1.4.1.1.481.3";
 
@@ -148,19 +83,6 @@ std::string itemsOf(const std::vector<Structure>& structures, const ItemOf& item
     return items.bytes();
 }
 
-std::string metaInformation(const StructureSet& set)
-{
-    ElementWriter rest;
-    rest.block(0x00020001, "OB", std::string("\0\1", 2));
-    rest.uid(0x00020002, structureSetClass);
-    rest.uid(0x00020003, set.sopInstance);
-    rest.uid(0x00020010, "1.2.840.10008.1.2.1"); // explicit little endian
-    rest.uid(0x00020012, "2.25.271828182845904523536");
-    ElementWriter meta;
-    meta.length(0x00020000, rest.bytes().size());
-    return meta.bytes() + rest.bytes();
-}
-
 std::string dataSet(const StructureSet& set)
 {
     ElementWriter data;
@@ -181,13 +103,7 @@ std::string dataSet(const StructureSet& set)
 
 Result<Bytes> encodeStructureSet(const StructureSet& set)
 {
-    return resultOf([&] {
-        const std::string file =
-            std::string(128, '\0') + "DICM" + metaInformation(set) + dataSet(set);
-        Bytes bytes(file.size());
-        std::copy(file.begin(), file.end(), bytes.data());
-        return bytes;
-    });
+    return resultOf([&] { return dicomFileOf(structureSetClass, set.sopInstance, dataSet(set)); });
 }
 
 } // namespace files

@@ -23,6 +23,8 @@ from .io._errors import FormatWarning
 class NothingTestedError(ValueError):
     """No reference voxel lies above the dose cut-off, so there is no pass rate."""
 
+    __module__ = "zarngi"  # where it is told to come from
+
 
 @dataclass(frozen=True)
 class Asked:

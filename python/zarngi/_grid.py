@@ -69,9 +69,9 @@ class DoseGrid:
     plane_normal : {"x", "y", "z"}, optional
         The axis across a plane in space, along which the grid has one layer; by default the grid is
         a volume. Files of planar doses give such planes.
-    unit : {"Gy", "Gy/history", "Gy/run"}
+    unit : {"Gy", "Gy/history", "Gy/run", "CU"}
         What the doses are in. Those of simulations are doses per history, or of all histories of the
-        run: a grid of ``grid.dose * factor`` is in Gy. Grids in different units are compared only
+        run, those of portal images may be in calibrated units (CU): a grid of ``grid.dose * factor`` is in Gy. Grids in different units are compared only
         when the dose of 100 % is given.
     uncertainty : array_like, shape of `dose`, optional
         Standard uncertainty of each dose, in the same unit; NaN where none is known, as where there

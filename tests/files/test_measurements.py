@@ -12,6 +12,7 @@ import pytest
 import zarngi
 
 import generated_tables
+import variants_dicom
 import variants_measurements
 import variants_planes
 from answers import ENGINE, PROGRAM, digest, page_answer
@@ -62,6 +63,7 @@ def check_plane(told, dose, plane):
     assert (dose.shape, dose.spacing, dose.origin) == (
         plane.values.shape, plane.spacing, plane.origin)
     np.testing.assert_array_equal(dose.dose, plane.values)
+    assert told["doseUnit"] == dose.unit == plane.unit
     if plane.measured is None:
         assert dose.measured is None
     else:
@@ -228,6 +230,48 @@ def test_place_of_an_image(tmp_path, changes, is_placed):
     first = record["measurements"]["reference"]["points"][0]
     expected = [1 - 15 * np.cos(np.pi / 6), -2.5 - 15 * 0.5, 3 - 2]
     np.testing.assert_allclose(first, expected, atol=1e-6)
+
+
+def compared(*arguments):
+    run = subprocess.run([PROGRAM, "compare", *map(str, arguments), "--json", "-"],
+                         capture_output=True, text=True, check=False)
+    return json.loads(run.stdout) if run.returncode == 0 else run.stderr
+
+
+def test_portal_images_meet_gray_by_a_factor_alone(tmp_path):
+    names = {"portal": {"RescaleType": "CU"}, "predicted": {"RescaleType": "cu", "RTImageSID": 1500},
+             "planned": {}, "nearer": {"RescaleType": "CU", "RTImageSID": 1000}}
+    paths = {name: tmp_path / f"{name}.dcm" for name in names}
+    for name, path in paths.items():
+        path.write_bytes(dicom_image(**names[name]))
+    alike = compared(paths["portal"], paths["predicted"])
+    assert alike["doseUnit"] == "CU" and alike["criteria"][0]["passRate"] == 100
+    assert not any("from the source" in warning for warning in alike["warnings"])
+    refused = compared(paths["portal"], paths["planned"])
+    assert f"doses in CU ({paths['portal']}) and in Gy ({paths['planned']})" in refused
+    record = compared(paths["portal"], paths["planned"], "--reference-scale", 1)
+    assert record["doseUnit"] == "Gy" and record["criteria"][0]["passRate"] == 100
+    apart = compared(paths["nearer"], paths["predicted"])
+    assert any("the planes lie 1000 and 1500 mm from the source" in one for one in apart["warnings"])
+
+
+def test_planar_doses_without_frames_or_units(tmp_path):
+    """As a planning system writes planes; and a dose that is read in the unit that is given alone."""
+    stored = variants_dicom.STORED[:1]
+    whole = {"NumberOfFrames": 0, "GridFrameOffsetVector": None}
+    path = tmp_path / "plane.dcm"
+    path.write_bytes(variants_dicom.dose(stored=stored, **whole))
+    plane = zarngi.read(path)
+    path.write_bytes(variants_dicom.dose(stored=stored, **(whole | {"NumberOfFrames": 1})))
+    np.testing.assert_array_equal(plane.dose, zarngi.read(path).dose)
+    assert plane.plane_normal == zarngi.read(path).plane_normal is not None
+    path.write_bytes(variants_dicom.dose(stored=stored, **whole, DoseUnits=None))
+    for unit, part in (("Gy", 1), ("cGy", 100)):
+        given = zarngi.read(path, dose_unit=unit)
+        np.testing.assert_allclose(given.dose, plane.dose / part, rtol=1e-6)
+    path.write_bytes(variants_dicom.dose(stored=stored, NumberOfFrames=0))
+    with pytest.raises(zarngi.FormatError, match="Number of Frames of 0"):
+        zarngi.read(path)
 
 
 def test_tables_come_through_pipes(tmp_path):

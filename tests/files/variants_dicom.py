@@ -410,10 +410,11 @@ MISSING = {
 
 def element_rows():
     for keyword, name in MISSING.items():
-        yield refused(f"no {name}", dose(**{keyword: None}), f"has no {name}")
+        remedy = ": the unit of its doses must be given" if keyword == "DoseUnits" else ""
+        yield refused(f"no {name}", dose(**{keyword: None}), f"has no {name}{remedy}")
         if keyword not in ("Rows", "Columns", "BitsAllocated", "PixelRepresentation",
                            "SamplesPerPixel"):
-            yield refused(f"an empty {name}", dose(**{keyword: ""}), f"has no {name}")
+            yield refused(f"an empty {name}", dose(**{keyword: ""}), f"has no {name}{remedy}")
     for keyword in ("SliceThickness", "BitsStored", "HighBit", "PhotometricInterpretation",
                     "FrameIncrementPointer", "PatientName", "FrameOfReferenceUID", "DoseType",
                     "DoseSummationType", "SOPInstanceUID"):

@@ -25,6 +25,7 @@ class Plane:
     origin: tuple = (-15.0, -2.0)
     measured: np.ndarray | None = None
     warnings: tuple = ()
+    unit: str = "Gy"
 
 
 @dataclasses.dataclass(frozen=True)
@@ -438,7 +439,8 @@ def dicom_rows():
     yield Row("RT Image without unit", dicom_image(RescaleType=None),
               "is an RT Image that does not say that it holds doses (no Rescale Type)")
     yield Row("RT Image of another unit", dicom_image(RescaleType="US"),
-              'is an RT Image with a Rescale Type of "US" (accepted: GY, CGY)')
+              'is an RT Image with a Rescale Type of "US" (accepted: GY, CGY, CU)')
+    yield Row("portal image in calibrated units", dicom_image(RescaleType="CU"), Plane(unit="CU"))
     yield Row("RT Image of two frames",
               dicom_image(np.repeat((PLANE * 64).astype(int)[np.newaxis], 2, 0), NumberOfFrames=2),
               "is an RT Image of 2 frames; a plane has one")

@@ -33,11 +33,11 @@ export class FilePool {
         return this.identify(new Set([...refused, ...named.map(({ path }) => path)]), told);
     }
 
-    /** What files are that may be others by the units of tables, which have changed. */
+    /** What files are that may be others by units that they do not tell, which have changed. */
     async readAgain(told: (done: number, of: number) => void): Promise<FileFacts[]> {
-        const isTable = (f: FileFacts): boolean =>
-            f.kind === 'refused' || (f.kind === 'dose' && f.measurement !== null && !f.dicom);
-        return this.identify(new Set(this.all().filter(isTable).map((f) => f.path)), told);
+        const hasUnit = (f: FileFacts): boolean =>
+            f.kind === 'refused' || (f.kind === 'dose' && (f.measurement !== null || f.dicom !== undefined));
+        return this.identify(new Set(this.all().filter(hasUnit).map((f) => f.path)), told);
     }
 
     private async identify(paths: Set<string>, told: (done: number, of: number) => void): Promise<FileFacts[]> {

@@ -81,9 +81,18 @@ Frames framesOf(const DicomValues& values, std::size_t count, double positionZ, 
     return {std::fabs(step), step * sign < 0 ? -1.0 : 1.0};
 }
 
+/** A planning system writes planes with a Number of Frames of 0. */
+std::size_t frameCountOf(const DicomValues& values)
+{
+    const bool isPlane = values.has(dicomTags::numberOfFrames) &&
+                         values.number(dicomTags::numberOfFrames) == 0 &&
+                         !values.has(tags::frameOffsets);
+    return isPlane ? 1 : dicomFrameCount(values);
+}
+
 StoredGeometry geometryOf(const DicomValues& values)
 {
-    const std::size_t frameCount = dicomFrameCount(values);
+    const std::size_t frameCount = frameCountOf(values);
     const auto position = values.numbers(tags::imagePosition, 3);
     const auto cosines = values.numbers(tags::imageOrientation, 6);
     const auto spacing = values.numbers(tags::pixelSpacing, 2);
@@ -119,11 +128,14 @@ void checkIsDose(const DicomFile& file)
     }
 }
 
-DoseUnit unitOf(const DicomValues& values)
+DoseUnit unitOf(const DicomValues& values, const TableUnits& given)
 {
     const std::string units = values.text(tags::doseUnits);
+    if (units.empty() && given.gray) {
+        return DoseUnit::gray;
+    }
     if (units.empty()) {
-        refuseDamaged("has no Dose Units");
+        refuseDamaged("has no Dose Units: the unit of its doses must be given");
     }
     if (units != "GY" && units != "RELATIVE") {
         refuseUnsupported("has Dose Units of \"" + excerpt(units) + "\" (accepted: GY, RELATIVE)");
@@ -131,13 +143,14 @@ DoseUnit unitOf(const DicomValues& values)
     return units == "RELATIVE" ? DoseUnit::relative : DoseUnit::gray;
 }
 
-double scalingOf(const DicomValues& values)
+/** From stored values to what the unit of the dose is. */
+double scalingOf(const DicomValues& values, const TableUnits& given)
 {
     const double scaling = values.number(tags::doseGridScaling);
     if (!(scaling > 0)) {
         refuseDamaged("has a Dose Grid Scaling of " + number(scaling));
     }
-    return scaling;
+    return values.text(tags::doseUnits).empty() ? scaling * given.gray.value_or(1) : scaling;
 }
 
 } // namespace
@@ -148,14 +161,14 @@ DoseImage readDicomDose(const DicomFile& file, const Host& host)
     checkIsDose(file);
     DoseImage dose;
     dose.format = formatName(FileFormat::dicom);
-    dose.unit = unitOf(values);
+    dose.unit = unitOf(values, host.units);
     DicomTexts texts(values);
     dose.dicom = dicomIdentity(values, texts);
     dose.warnings = texts.warnings();
     if (dose.isError()) {
         dose.doubts.emplace_back("is of the Dose Type ERROR: it holds differences between doses");
     }
-    const double scaling = scalingOf(values);
+    const double scaling = scalingOf(values, host.units);
     const DicomPixelFormat format = dicomPixelFormat(values);
     const StoredGeometry stored = geometryOf(values);
     const std::size_t voxels = checkGeometry(stored);

@@ -34,19 +34,32 @@ constexpr DicomTag couchAngle{0x300A0122, "Patient Support Angle"};
 constexpr DicomTag isocentre{0x300A012C, "Isocenter Position"};
 } // namespace tags
 
-/** Gy of one unit. */
-double unitOf(const DicomValues& values)
+struct Units {
+    DoseUnit unit;
+    double perUnit; ///< of the stored values
+};
+
+Units unitsOf(const DicomValues& values)
 {
     const std::string type = values.text(tags::rescaleType);
     const std::string lower = lowerCase(type);
+    if (lower == "cu") {
+        return {DoseUnit::calibrated, 1};
+    }
     if (lower != "gy" && lower != "cgy") {
         refuseUnsupported(type.empty()
                               ? "is an RT Image that does not say that it holds doses (no Rescale "
                                 "Type)"
                               : "is an RT Image with a Rescale Type of \"" + excerpt(type) +
-                                    "\" (accepted: GY, CGY)");
+                                    "\" (accepted: GY, CGY, CU)");
     }
-    return lower == "gy" ? 1 : 100;
+    return {DoseUnit::gray, lower == "gy" ? 1.0 : 100.0};
+}
+
+/** From the source to the plane of the image, mm; 0: not told. */
+double distanceOf(const DicomValues& values)
+{
+    return values.has(tags::sourceToImage) ? values.number(tags::sourceToImage) : 0;
 }
 
 StoredGeometry geometryOf(const DicomValues& values, DoseImage& dose)
@@ -110,7 +123,7 @@ bool isDicomRtImage(const DicomFile& file)
 DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
 {
     const DicomValues values = file.values();
-    const double unit = unitOf(values);
+    const Units units = unitsOf(values);
     if (file.data.find(dicomTags::pixelData) == nullptr) {
         refuseDamaged("is an RT Image without an image");
     }
@@ -120,6 +133,7 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
     }
     DoseImage dose;
     dose.format = "DICOM RT Image";
+    dose.unit = units.unit;
     DicomTexts texts(values);
     dose.dicom = dicomIdentity(values, texts);
     dose.warnings = texts.warnings();
@@ -135,10 +149,12 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
     // rounded.
     std::vector<float> doses = dicomPixels(file, dicomPixelFormat(values), voxels, 1, 1, host);
     std::transform(doses.begin(), doses.end(), doses.begin(), [=](float value) {
-        return static_cast<float>((static_cast<double>(value) * slope + intercept) / unit);
+        return static_cast<float>((static_cast<double>(value) * slope + intercept) / units.perUnit);
     });
     dose.image = toPatientAxes(stored, std::move(doses));
-    dose.measurement.emplace().place = placeOf(values);
+    Measurement& plane = dose.measurement.emplace();
+    plane.place = placeOf(values);
+    plane.sourceDistance = distanceOf(values);
     return dose;
 }
 

@@ -15,8 +15,8 @@ namespace files
 bool isDicomRtImage(const DicomFile& file);
 
 /**
- * Reads an RT Image whose Rescale Type is Gy or cGy: a plane of the image receptor, x to the right
- * and y up as seen from the source. Its place is known where the file tells the isocentre and the
+ * Reads an RT Image whose Rescale Type is Gy, cGy or CU: a plane of the image receptor, x to the
+ * right and y up as seen from the source. Its place is known where the file tells the isocentre and the
  * gantry angle of a head-first supine patient on a couch that is not turned, and the image plane is
  * that of the isocentre.
  * @throws Refusal

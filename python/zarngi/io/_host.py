@@ -36,9 +36,9 @@ _IS_RELATIVE = 0
 _IS_ERROR = 5
 
 #: What doses are in; relative ones count as Gy.
-DoseUnit = Literal["Gy", "Gy/history", "Gy/run"]
+DoseUnit = Literal["Gy", "Gy/history", "Gy/run", "CU"]
 #: enum zarnGIHost_Unit, by its numbers.
-_UNITS: tuple[DoseUnit, ...] = ("Gy", "Gy", "Gy/history", "Gy/run")
+_UNITS: tuple[DoseUnit, ...] = ("Gy", "Gy", "Gy/history", "Gy/run", "CU")
 
 # enum zarnGIHost_Text
 _DATA_PATH = 1
