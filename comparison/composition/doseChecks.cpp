@@ -9,18 +9,6 @@ namespace zarngi
 namespace
 {
 
-/** Of all files: the two, and what is added to them. */
-std::vector<const DoseImage*> allOf(const GivenDoses& doses)
-{
-    std::vector<const DoseImage*> all{&doses.reference, &doses.evaluation};
-    for (const auto* const added : {&doses.referenceAdded, &doses.evaluationAdded}) {
-        for (const DoseImage& dose : *added) {
-            all.push_back(&dose);
-        }
-    }
-    return all;
-}
-
 void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool isNormalised)
 {
     for (const DoseImage* dose : {&reference, &evaluation}) {
@@ -90,7 +78,7 @@ void settleUnits(GivenDoses& doses, const Request& request)
 
 void checkDoses(const GivenDoses& doses, const Request& request)
 {
-    for (const DoseImage* const dose : allOf(doses)) {
+    for (const DoseImage* const dose : doses.all()) {
         if (!request.allowErrorDoses) {
             checkIsDose(*dose);
         }
@@ -110,7 +98,7 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses)
 {
     const DoseImage& reference = doses.reference;
     const DoseImage& evaluation = doses.evaluation;
-    for (const DoseImage* const dose : allOf(doses)) {
+    for (const DoseImage* const dose : doses.all()) {
         addWarnings(warnings, *dose);
     }
     if (areSimulatedApart(reference, evaluation)) {

@@ -6,6 +6,7 @@
 
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
+#include "files/plans/readPlan.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
 #include "files/text.h"
@@ -92,6 +93,12 @@ files::StructureSet DiskSource::structures(const std::string& name)
 {
     const Excerpts excerpts(!isDiscreet_);
     return valueOf(files::readStructuresFile(name, host(digests_)), name);
+}
+
+files::Plan DiskSource::plan(const std::string& name)
+{
+    const Excerpts excerpts(!isDiscreet_);
+    return valueOf(files::readPlanFile(name, host(digests_)), name);
 }
 
 } // namespace zarngi

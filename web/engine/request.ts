@@ -1,3 +1,5 @@
+import type { HeaderField } from '../views/record';
+
 /** The document of a request: what is asked of a comparison. All its members are always there. */
 
 export type Position = number[];
@@ -15,6 +17,9 @@ export interface DoseRequest {
 
 /** Texts where numbers belong are what a person typed: the engine refuses them. */
 export type Typed<Value> = Value | string;
+
+/** By the names of the record's header; what is not there is not given. */
+export type HeaderTexts = Partial<Record<HeaderField, string>>;
 
 export interface RequestDocument {
     format: 'zarngi-request';
@@ -73,6 +78,11 @@ export interface RequestDocument {
     refuse: string[];
     /** Whether the page guessed which dose is the reference, and nobody has confirmed it. */
     referenceGuessed: boolean;
+    /** Files of the plans that the doses were computed from. */
+    plans: string[];
+    /** Whether documents hold what the files say about patient and plan. */
+    identify: boolean;
+    header: HeaderTexts;
 }
 
 /** Without files, and as usual otherwise. */
@@ -114,6 +124,9 @@ export function usualRequest(): RequestDocument {
         noise: null,
         refuse: [],
         referenceGuessed: false,
+        plans: [],
+        identify: false,
+        header: {},
     };
 }
 
@@ -123,18 +136,20 @@ export function withFiles(
     reference: string | null = null,
     evaluation: string | null = null,
     structures: string[] = [],
+    plans: string[] = [],
 ): RequestDocument {
     return {
         ...request,
         reference: { ...request.reference, file: reference, add: [] },
         evaluation: { ...request.evaluation, file: evaluation, add: [] },
         structures: { ...request.structures, files: structures },
+        plans,
     };
 }
 
 /** All that a request names; each may stand there more than once. */
-export function filesOf({ reference, evaluation, structures }: RequestDocument): string[] {
+export function filesOf({ reference, evaluation, structures, plans }: RequestDocument): string[] {
     const doses = [reference, evaluation];
     const single = doses.flatMap(({ file }) => (file === null ? [] : [file]));
-    return [...single, ...doses.flatMap(({ add }) => add), ...structures.files];
+    return [...single, ...doses.flatMap(({ add }) => add), ...structures.files, ...plans];
 }
