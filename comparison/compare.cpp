@@ -8,6 +8,7 @@
 
 #include "comparison/composition/chosenStructures.h"
 #include "comparison/composition/comparedDoses.h"
+#include "comparison/composition/comparedPlans.h"
 #include "comparison/composition/findings.h"
 #include "comparison/composition/gateChecks.h"
 #include "comparison/composition/presentStructures.h"
@@ -26,8 +27,8 @@ double secondsSince(std::chrono::steady_clock::time_point start)
 
 /** Warns of files that are others than when the same was asked before. */
 void compareDigests(const Request& request, const GivenDoses& doses,
-                    const StructureCatalogue* catalogue, const FileDigests& digests,
-                    std::vector<Sentence>& warnings)
+                    const StructureCatalogue* catalogue, const std::vector<ComparedPlan>& plans,
+                    const FileDigests& digests, std::vector<Sentence>& warnings)
 {
     std::vector<std::string> paths{doses.reference.path, doses.evaluation.path};
     for (const auto* const added : {&doses.referenceAdded, &doses.evaluationAdded}) {
@@ -44,6 +45,9 @@ void compareDigests(const Request& request, const GivenDoses& doses,
         if (*file) {
             paths.push_back((*file)->path);
         }
+    }
+    for (const ComparedPlan& compared : plans) {
+        paths.push_back(compared.plan.path);
     }
     for (std::size_t i = 0; i < std::min(paths.size(), request.formerDigests.size()); ++i) {
         const std::string& former = request.formerDigests[i];
@@ -65,8 +69,9 @@ Comparison prepared(Request request, DoseSource& source)
     GivenDoses given = givenDoses(request, source, warnings);
     std::shared_ptr<const StructureCatalogue> catalogue =
         presentCatalogue(request, source, {&given.reference, &given.evaluation}, warnings);
+    std::vector<ComparedPlan> plans = comparedPlans(request, source, given, warnings);
     FileDigests digests = source.digests();
-    compareDigests(request, given, catalogue.get(), digests, warnings);
+    compareDigests(request, given, catalogue.get(), plans, digests, warnings);
     const double readSeconds = secondsSince(start);
     ComparedDoses doses = comparedDoses(std::move(given), request.normalisation);
     ChosenStructures chosen =
@@ -86,7 +91,8 @@ Comparison prepared(Request request, DoseSource& source)
             std::move(warnings),
             {},
             readSeconds,
-            source.isDiscreet()};
+            source.isDiscreet(),
+            std::move(plans)};
 }
 
 } // namespace

@@ -45,6 +45,17 @@ const CriterionResult& mostUnreached(const std::vector<CriterionResult>& results
     });
 }
 
+std::vector<const DoseImage*> GivenDoses::all() const
+{
+    std::vector<const DoseImage*> all{&reference, &evaluation};
+    for (const auto* const added : {&referenceAdded, &evaluationAdded}) {
+        for (const DoseImage& dose : *added) {
+            all.push_back(&dose);
+        }
+    }
+    return all;
+}
+
 bool Comparison::isBelowLimit() const
 {
     const std::optional<double> failBelow = request.limits.failBelow.general();

@@ -26,6 +26,7 @@
 #include "comparison/structures/structureGamma.h"
 #include "comparison/sweep/sweep.h"
 #include "comparison/verdict.h"
+#include "files/plans/plan.h"
 
 namespace zarngi
 {
@@ -65,8 +66,8 @@ struct TestedPart {
     files::Runs voxels;     ///< of the reference grid
 };
 
-/** The doses of a comparison as they are searched. */
-struct ComparedDoses {
+/** Doses at their place. */
+struct GivenDoses {
     DoseImage reference; ///< where it is compared
     DoseImage evaluation;
     std::vector<DoseImage> referenceAdded; ///< without their values
@@ -75,6 +76,13 @@ struct ComparedDoses {
     std::optional<DoseImage> referenceUncertainty;
     std::optional<DoseImage> evaluationUncertainty;
     PlacedDoses placed;
+
+    /** Of all files: the two, and what is added to them. */
+    std::vector<const DoseImage*> all() const;
+};
+
+/** The doses of a comparison as they are searched. */
+struct ComparedDoses : GivenDoses {
     DoseExtremes referenceExtremes{}; ///< of all doses, found once: grids are large
     DoseExtremes evaluationExtremes{};
     /** Gy (or the unit of relative doses): what DCO and a global dose difference refer to. */
@@ -85,6 +93,11 @@ struct ComparedDoses {
 
 /** Of several, the one that found no evaluation dose most often. */
 const CriterionResult& mostUnreached(const std::vector<CriterionResult>& results);
+
+struct ComparedPlan {
+    files::Plan plan;
+    bool isOfDoses = false; ///< else it is of another patient or dose: nothing of it is told
+};
 
 struct Comparison : ComparedDoses {
     Request request;
@@ -101,6 +114,7 @@ struct Comparison : ComparedDoses {
     std::vector<GateWarning> gate; ///< beside the others
     double readSeconds = 0;
     bool isDiscreet = false; ///< no sentence quotes what stands in a file
+    std::vector<ComparedPlan> plans;
 
     /** Gy (or the unit of relative doses): only voxels above it were tested. */
     double cutOffDose() const { return settings.cutOff / 100 * normalisation; }

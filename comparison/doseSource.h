@@ -1,7 +1,7 @@
 /**
  * @file doseSource.h
- * Where the doses and structures of a comparison come from: files on disk, files that a page keeps,
- * arrays in memory.
+ * Where the doses, structures and plans of a comparison come from: files on disk, files that a page
+ * keeps, arrays in memory.
  */
 #ifndef ZARNGI_COMPARISON_DOSESOURCE_H
 #define ZARNGI_COMPARISON_DOSESOURCE_H
@@ -12,6 +12,7 @@
 #include "comparison/doseImage.h"
 #include "comparison/fileDigest.h"
 #include "files/host.h"
+#include "files/plans/plan.h"
 #include "files/structures/structureSet.h"
 
 namespace zarngi
@@ -27,6 +28,7 @@ public:
     /** @param units of tables that tell none */
     virtual DoseImage dose(const std::string& name, const files::TableUnits& units) = 0;
     virtual files::StructureSet structures(const std::string& name) = 0;
+    virtual files::Plan plan(const std::string& name) = 0;
 
     /** Both doses, the reference first; a source may read them at once. */
     virtual std::pair<DoseImage, DoseImage> doses(const std::string& reference,

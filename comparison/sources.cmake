@@ -4,6 +4,7 @@ set(comparison_sources
     comparison.cpp
     composition/chosenStructures.cpp
     composition/comparedDoses.cpp
+    composition/comparedPlans.cpp
     composition/doseChecks.cpp
     composition/findings.cpp
     composition/gateChecks.cpp
@@ -18,6 +19,7 @@ set(comparison_sources
     documents/evaluationDocuments.cpp
     documents/explanationJson.cpp
     documents/goalJson.cpp
+    documents/headerJson.cpp
     documents/measurementJson.cpp
     documents/noiseJson.cpp
     documents/record.cpp
@@ -61,6 +63,7 @@ set(comparison_sources
     noise/normalNumbers.cpp
     noise/uncertainty.cpp
     request/gate.cpp
+    request/header.cpp
     request/member.cpp
     request/request.cpp
     request/typedNumber.cpp

@@ -90,6 +90,12 @@ struct Measurement {
 /** mm, of planes that tell none. A power of two: half of it, and so the middle at 0, is exact. */
 constexpr double planeThickness = 0.0078125;
 
+/** A plan that a DICOM file refers to. */
+struct ReferencedPlan {
+    std::string sopInstance;
+    std::vector<std::int32_t> beams; ///< by their numbers; none: all of them
+};
+
 /** What a DICOM file says about itself; a text is empty where the file does not say it. */
 struct DicomIdentity {
     std::string modality;
@@ -104,6 +110,7 @@ struct DicomIdentity {
     std::string patientName;
     std::string patientId;
     std::string patientBirthDate;
+    std::vector<ReferencedPlan> plans; ///< that the dose was computed from
 };
 
 /** A dose distribution read from a file. */

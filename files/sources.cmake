@@ -53,6 +53,8 @@ set(files_sources
     measurements/tableColumns.cpp
     measurements/tableText.cpp
     measurements/tableUnits.cpp
+    plans/readPlan.cpp
+    plans/rtPlan.cpp
     simulations/boundaries.cpp
     simulations/numberWords.cpp
     simulations/simulations.cpp

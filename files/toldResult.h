@@ -12,6 +12,7 @@
 #include "files/doseImage.h"
 #include "files/error.h"
 #include "files/host.h"
+#include "files/plans/plan.h"
 #include "files/structures/structureSet.h"
 #include "files/text.h"
 
@@ -37,6 +38,11 @@ inline void tell(StructureSet& set, bool quotes)
     for (Structure& structure : set.structures) {
         structure.refusal = told(structure.refusal, quotes);
     }
+}
+
+inline void tell(Plan& plan, bool quotes)
+{
+    tellAll(plan.warnings, quotes);
 }
 
 inline void tell(std::variant<DoseImage, StructureSet>& contents, bool quotes)

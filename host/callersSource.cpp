@@ -10,6 +10,7 @@
 
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
+#include "files/plans/readPlan.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
 #include "files/text.h"
@@ -281,6 +282,17 @@ files::StructureSet CallersSource::structures(const std::string& name)
     const files::Host host{.deflate = files::nativeDeflate(), .quotesFiles = !isDiscreet_};
     return found(name, [&](files::ByteView file, const files::FindFile& find) {
         return files::readStructures(file, name, find, host);
+    });
+}
+
+files::Plan CallersSource::plan(const std::string& name)
+{
+    if (source_.find == nullptr) {
+        return disk_.plan(name);
+    }
+    const files::Host host{.deflate = files::nativeDeflate(), .quotesFiles = !isDiscreet_};
+    return found(name, [&](files::ByteView file, const files::FindFile& /*find*/) {
+        return files::readPlan(file, host);
     });
 }
 

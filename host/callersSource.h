@@ -1,6 +1,6 @@
 /**
  * @file callersSource.h
- * Doses and structures of a comparison as a caller of the C interface gives them.
+ * Doses, structures and plans of a comparison as a caller of the C interface gives them.
  */
 #ifndef ZARNGI_HOST_CALLERSSOURCE_H
 #define ZARNGI_HOST_CALLERSSOURCE_H
@@ -32,6 +32,7 @@ public:
 
     zarngi::DoseImage dose(const std::string& name, const files::TableUnits& units) override;
     files::StructureSet structures(const std::string& name) override;
+    files::Plan plan(const std::string& name) override;
     std::pair<zarngi::DoseImage, zarngi::DoseImage> doses(const std::string& reference,
                                                           const std::string& evaluation,
                                                           const files::TableUnits& units) override;

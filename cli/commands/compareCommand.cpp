@@ -64,6 +64,9 @@ std::vector<std::string> inputsOf(const Comparison& comparison)
             files.insert(files.end(), {set.path, set.dataPath});
         }
     }
+    for (const ComparedPlan& compared : comparison.plans) {
+        files.push_back(compared.plan.path);
+    }
     return files;
 }
 

@@ -120,6 +120,19 @@ void addLimits(CLI::App& command, CompareOptions& options)
         ->group("Limits");
 }
 
+void addHeader(CLI::App& command, CompareOptions& options)
+{
+    constexpr const char* group = "Patient and plan";
+    addRepeated(command, "--plan", options.plans, "FILE", "RT Plan or RT Ion Plan of the doses")
+        ->group(group);
+    command
+        .add_flag("--identify", options.identify, "Outputs tell what files say of patient and plan")
+        ->group(group);
+    addRepeated(command, "--header", options.header, "KEY=TEXT",
+                "Text for the header: 'comment=...', 'patientId=...'")
+        ->group(group);
+}
+
 void addMeasurements(CLI::App& command, CompareOptions& options)
 {
     constexpr const char* group = "Planes, points and sums";
@@ -206,6 +219,7 @@ void addOutput(CLI::App& command, CompareOptions& options)
         .add_option("--anonymous", options.outputs.alias,
                     "Tell nothing of files in outputs, call them so")
         ->type_name("NAME")
+        ->excludes("--identify")
         ->group("Output");
     file("--gamma-map", options.outputs.gammaMap, "Gamma of every voxel (.mha, .nrrd, .nii.gz)");
     command.add_option("--verbose", options.verbose, "Reports of the search, 0 to 5 (0)")
@@ -378,6 +392,9 @@ Request CompareOptions::request() const
     readUncertainties(request, *this);
     readFindings(request, *this);
     replace(request.refuse, parseGates(refuse));
+    replace(request.plans, plans);
+    replace(request.identify, identify);
+    request.header.replaceBy(parseHeader(header));
     request.commandLine = commandLine;
     checkFiles(request);
     return request;
@@ -464,6 +481,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addMeasurements(command, options);
     addLimits(command, options);
     addGoalOption(command, options);
+    addHeader(command, options);
     addExplanation(command, options);
     addNoise(command, options);
     addOutput(command, options);

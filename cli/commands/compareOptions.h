@@ -76,6 +76,9 @@ struct CompareOptions {
     std::vector<std::string> sweeps;
     bool noise = false;
     std::optional<double> noiseSeed;
+    std::vector<std::string> plans;
+    bool identify = false;
+    std::vector<std::string> header;
     std::string commandLine; ///< as it was typed
     OutputNames outputs;
 

@@ -51,7 +51,10 @@ constexpr std::array<const char*, memberCount> names{"REFERENCE",
                                                      "--sweep",
                                                      "--noise",
                                                      "--noise-seed",
-                                                     "--refuse"};
+                                                     "--refuse",
+                                                     "--plan",
+                                                     "--identify",
+                                                     "--header"};
 
 } // namespace
 

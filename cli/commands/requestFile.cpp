@@ -41,8 +41,10 @@ template <class Change> void changeFiles(Request& request, const Change& change)
             changeOne(dose->uncertainty.text);
         }
     }
-    for (std::string& file : request.structures.files) {
-        changeOne(file);
+    for (std::vector<std::string>* const list : {&request.structures.files, &request.plans}) {
+        for (std::string& file : *list) {
+            changeOne(file);
+        }
     }
 }
 
@@ -75,6 +77,7 @@ Request relocated(Request request, const std::string& folder)
 std::string protocolText(Request request, const std::string& path)
 {
     clearFiles(request);
+    request.header = request.header.ofEveryPatient();
     if (request.protocol.name.empty()) {
         request.protocol = {fs::path(path).stem().string(), "1"};
     }

@@ -131,16 +131,7 @@ ComparedDoses comparedDoses(GivenDoses doses, const NormalisationRequest& reques
     const DoseExtremes ofEvaluation = extremesOf(doses.evaluation);
     const std::optional<double> asked =
         normalisationDose(request, doses.reference, ofEvaluation, doses.placed.space);
-    return {std::move(doses.reference),
-            std::move(doses.evaluation),
-            std::move(doses.referenceAdded),
-            std::move(doses.evaluationAdded),
-            std::move(doses.referenceUncertainty),
-            std::move(doses.evaluationUncertainty),
-            std::move(doses.placed),
-            ofReference,
-            ofEvaluation,
-            asked.value_or(ofReference.maximum)};
+    return {std::move(doses), ofReference, ofEvaluation, asked.value_or(ofReference.maximum)};
 }
 
 GammaSettings searchSettings(const Request& request, const ComparedDoses& doses)

@@ -14,18 +14,6 @@
 namespace zarngi
 {
 
-/** Doses at their place. */
-struct GivenDoses {
-    DoseImage reference;
-    DoseImage evaluation;
-    std::vector<DoseImage> referenceAdded; ///< without their values
-    std::vector<DoseImage> evaluationAdded;
-    std::optional<DoseImage>
-        referenceUncertainty; ///< without its values, too; of the file that tells it
-    std::optional<DoseImage> evaluationUncertainty;
-    PlacedDoses placed;
-};
-
 /**
  * Reads, adds and scales both doses and puts them where they are compared.
  * @param warnings gets those of the files and of the pair.

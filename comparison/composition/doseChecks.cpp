@@ -11,18 +11,6 @@ namespace zarngi
 namespace
 {
 
-/** Of all files: the two, and what is added to them. */
-std::vector<const DoseImage*> allOf(const GivenDoses& doses)
-{
-    std::vector<const DoseImage*> all{&doses.reference, &doses.evaluation};
-    for (const auto* const added : {&doses.referenceAdded, &doses.evaluationAdded}) {
-        for (const DoseImage& dose : *added) {
-            all.push_back(&dose);
-        }
-    }
-    return all;
-}
-
 void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool isNormalised)
 {
     for (const DoseImage* dose : {&reference, &evaluation}) {
@@ -115,7 +103,7 @@ void addDistanceWarning(std::vector<Sentence>& warnings, const DoseImage& refere
 
 void checkDoses(const GivenDoses& doses, const Request& request)
 {
-    for (const DoseImage* const dose : allOf(doses)) {
+    for (const DoseImage* const dose : doses.all()) {
         if (!request.allowErrorDoses) {
             checkIsDose(*dose);
         }
@@ -135,7 +123,7 @@ void addWarnings(std::vector<Sentence>& warnings, const GivenDoses& doses, bool 
 {
     const DoseImage& reference = doses.reference;
     const DoseImage& evaluation = doses.evaluation;
-    for (const DoseImage* const dose : allOf(doses)) {
+    for (const DoseImage* const dose : doses.all()) {
         addWarnings(warnings, *dose);
     }
     if (areUnitsApart(reference, evaluation)) {

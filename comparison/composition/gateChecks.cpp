@@ -60,15 +60,10 @@ void checkIdentity(Comparison& comparison)
 std::vector<std::string> patientsOf(const Comparison& comparison)
 {
     std::vector<std::string> patients;
-    const auto add = [&](const DoseImage& dose) {
-        if (dose.dicom && !dose.dicom->patientId.empty()) {
-            patients.push_back(dose.dicom->patientId);
+    for (const DoseImage* const dose : comparison.all()) {
+        if (dose->dicom && !dose->dicom->patientId.empty()) {
+            patients.push_back(dose->dicom->patientId);
         }
-    };
-    add(comparison.reference);
-    add(comparison.evaluation);
-    for (const auto* const added : {&comparison.referenceAdded, &comparison.evaluationAdded}) {
-        std::for_each(added->begin(), added->end(), add);
     }
     return patients;
 }

@@ -38,6 +38,12 @@ std::string addedRole(const std::string& role, std::size_t place)
     return role + " + " + std::to_string(place + 1);
 }
 
+/** "plan", or "plan 2" of several. */
+std::string planRole(std::size_t place, std::size_t count)
+{
+    return count > 1 ? "plan " + std::to_string(place + 1) : "plan";
+}
+
 void addAdded(Roles& roles, const std::vector<DoseImage>& doses, const std::string& role)
 {
     for (std::size_t i = 0; i < doses.size(); ++i) {
@@ -65,6 +71,9 @@ std::map<std::string, std::string> rolesOf(const Comparison& comparison, const s
             roles.add(sets[i].path, sets[i].dataPath, structuresRole(i, sets.size()));
         }
     }
+    for (std::size_t i = 0; i < comparison.plans.size(); ++i) {
+        roles.add(comparison.plans[i].plan.path, planRole(i, comparison.plans.size()));
+    }
     return roles.take();
 }
 
@@ -83,13 +92,17 @@ std::map<std::string, std::string> rolesOf(const Request& request)
     for (std::size_t i = 0; i < structures.size(); ++i) {
         roles.add(structures[i], structuresRole(i, structures.size()));
     }
+    for (std::size_t i = 0; i < request.plans.size(); ++i) {
+        roles.add(request.plans[i], planRole(i, request.plans.size()));
+    }
     return roles.take();
 }
 
 } // namespace
 
 Disclosure::Disclosure(const Comparison& comparison, const std::optional<std::string>& alias)
-    : digests_(comparison.digests), alias_(alias)
+    : digests_(comparison.digests), isIdentified_(comparison.request.identify && !alias),
+      alias_(alias)
 {
     if (!alias_) {
         return;
@@ -129,6 +142,7 @@ Request disclosed(Request request, const Disclosure& disclosure)
         return request;
     }
     clearFiles(request);
+    request.identify = false;
     request.commandLine.clear();
     return request;
 }

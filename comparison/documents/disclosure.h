@@ -1,7 +1,7 @@
 /**
  * @file disclosure.h
- * What documents tell of the files of a comparison: everything, or nothing that a file or its name
- * says about a patient.
+ * What documents tell of the files of a comparison: everything; their names alone; or nothing that
+ * a file or its name says about a patient.
  */
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_DISCLOSURE_H
 #define ZARNGI_COMPARISON_DOCUMENTS_DISCLOSURE_H
@@ -23,14 +23,17 @@ public:
     /** Everything. */
     Disclosure(const FileDigests& digests) : digests_(digests) {}
     /**
-     * Everything, or nothing: names, paths, UIDs, descriptions and the command line. Then the files
+     * The names of files, and where the request asks for it what they say about patient and plan;
+     * or nothing: names, paths, UIDs, descriptions and the command line. Then the files
      * are called after the pair and their role: "pair-7 reference".
-     * @param alias of the pair; empty: files are called by their roles alone; none: everything.
+     * @param alias of the pair; empty: files are called by their roles alone; none: they are named.
      * @throws InputError where the files were read for documents that name them: then sentences
      *         quote what stands in files, and names of structures hold those of files
      */
     Disclosure(const Comparison& comparison, const std::optional<std::string>& alias);
 
+    /** Whether documents hold what files say about patient and plan, UIDs and descriptions. */
+    bool isIdentified() const { return isIdentified_; }
     bool isAnonymous() const { return alias_.has_value(); }
     const std::optional<std::string>& alias() const { return alias_; }
     /** Null of what is no file: doses that a host handed over. */
@@ -45,6 +48,7 @@ public:
 
 private:
     const FileDigests& digests_;
+    bool isIdentified_ = true;
     std::optional<std::string> alias_;
     std::map<std::string, std::string> roles_;
 };

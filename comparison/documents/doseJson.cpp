@@ -55,7 +55,7 @@ nlohmann::ordered_json fileJson(const std::string& path, const std::string& data
 nlohmann::ordered_json fileJson(const DoseImage& dose, const Disclosure& disclosure)
 {
     Json file = fileJson(dose.path, dose.dataPath, dose.format, disclosure);
-    if (dose.dicom && !disclosure.isAnonymous()) {
+    if (dose.dicom && disclosure.isIdentified()) {
         file["description"] = description(*dose.dicom);
         file["frameOfReference"] = dose.dicom->frameOfReference;
         file["sopInstance"] = dose.dicom->sopInstance;

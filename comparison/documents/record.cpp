@@ -6,6 +6,7 @@
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/explanationJson.h"
 #include "comparison/documents/goalJson.h"
+#include "comparison/documents/headerJson.h"
 #include "comparison/documents/measurementJson.h"
 #include "comparison/documents/noiseJson.h"
 #include "comparison/documents/requestJson.h"
@@ -62,6 +63,16 @@ Json conditionsJson(const Comparison& comparison)
     return list;
 }
 
+void addPlans(Json& told, const Comparison& comparison, const Disclosure& disclosure)
+{
+    for (const ComparedPlan& compared : comparison.plans) {
+        const files::Plan& plan = compared.plan;
+        Json file = fileJson(plan.path, plan.dataPath, plan.format, disclosure);
+        file["isOfDoses"] = compared.isOfDoses;
+        told["plans"].push_back(std::move(file));
+    }
+}
+
 double searchSeconds(const Comparison& comparison)
 {
     double seconds = 0;
@@ -86,6 +97,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
         {"created", nowInUtc()},
         {"command", request.commandLine},
         {"request", requestJson(request)},
+        {"header", headerJson(comparison, disclosure)},
         {"files",
          {{"reference", fileJson(comparison.reference, disclosure)},
           {"evaluation", fileJson(comparison.evaluation, disclosure)}}},
@@ -102,6 +114,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
          {{"readSeconds", comparison.readSeconds}, {"searchSeconds", searchSeconds(comparison)}}},
         {"warnings", Json::array()},
         {"gate", Json::array()}};
+    addPlans(document["files"], comparison, disclosure);
     const Wording wording{plainWording().member,
                           [&](const std::string& path) { return disclosure.pathOf(path); }};
     for (const Sentence& warning : comparison.warnings) {

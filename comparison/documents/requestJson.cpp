@@ -83,6 +83,18 @@ Json unitsJson(const Request& request)
          request.uncertaintyUnit ? Json(unitName(*request.uncertaintyUnit)) : Json(nullptr)}};
 }
 
+/** The fields that are given. */
+Json headerTexts(const Header& header)
+{
+    Json json = Json::object();
+    for (const HeaderField field : headerFields()) {
+        if (!header[field].empty()) {
+            json[headerFieldName(field)] = header[field];
+        }
+    }
+    return json;
+}
+
 std::vector<std::string> textsOf(const std::vector<CriterionRange>& sweeps)
 {
     std::vector<std::string> texts;
@@ -354,6 +366,25 @@ std::optional<NoiseWish> readNoise(Members& request)
     return NoiseWish{seed ? noiseSeed(*seed) : NoiseWish().seed};
 }
 
+Header readHeader(const Json& object)
+{
+    if (!object.is_object()) {
+        throw refusalAt("header", "is no object");
+    }
+    Header header;
+    for (const auto& [name, value] : object.items()) {
+        const std::optional<HeaderField> field = headerFieldOf(name);
+        if (!field) {
+            throw refusalAt("header." + oneLine(name), "is not known to this version");
+        }
+        if (!value.is_string()) {
+            throw refusalAt("header." + name, "is no text");
+        }
+        header[*field] = oneLine(value.get<std::string>());
+    }
+    return header;
+}
+
 void checkFormat(Members& members)
 {
     if (members.text("format") != formatName) {
@@ -408,7 +439,10 @@ nlohmann::ordered_json requestJson(const Request& request)
             {"sweeps", textsOf(request.sweeps)},
             {"noise", noiseJson(request.noise)},
             {"refuse", textsOf(request.refuse)},
-            {"referenceGuessed", request.isReferenceGuessed}};
+            {"referenceGuessed", request.isReferenceGuessed},
+            {"plans", request.plans},
+            {"identify", request.identify},
+            {"header", headerTexts(request.header)}};
 }
 
 Request requestOf(const nlohmann::ordered_json& document)
@@ -444,6 +478,9 @@ Request requestOf(const nlohmann::ordered_json& document)
     if (members.knows(2)) {
         request.refuse = parseGates(members.texts("refuse"));
         request.isReferenceGuessed = members.flag("referenceGuessed");
+        request.plans = members.texts("plans");
+        request.identify = members.flag("identify");
+        request.header = readHeader(members.member("header"));
     }
     members.checkAllTaken();
     return request;
@@ -479,6 +516,7 @@ std::vector<std::string> digestsOf(const Json& record)
     addAll("/structures/files");
     addUncertainty("reference");
     addUncertainty("evaluation");
+    addAll("/files/plans");
     return digests;
 }
 

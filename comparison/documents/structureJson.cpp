@@ -155,8 +155,8 @@ nlohmann::ordered_json structuresJson(const StructureComparison& structures,
                  {"refused", Json::array()}};
     for (const files::StructureSet& set : structures.catalogue->sets()) {
         Json file = fileJson(set.path, set.dataPath, set.format, disclosure);
-        file["label"] = disclosure.isAnonymous() ? "" : set.label;
-        file["sopInstance"] = disclosure.isAnonymous() ? "" : set.sopInstance;
+        file["label"] = disclosure.isIdentified() ? set.label : "";
+        file["sopInstance"] = disclosure.isIdentified() ? set.sopInstance : "";
         file["structures"] = set.structures.size();
         json["files"].push_back(std::move(file));
     }

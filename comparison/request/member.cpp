@@ -50,7 +50,10 @@ constexpr std::array<const char*, memberCount> names{"reference.file",
                                                      "sweeps",
                                                      "noise",
                                                      "noise.seed",
-                                                     "refuse"};
+                                                     "refuse",
+                                                     "plans",
+                                                     "identify",
+                                                     "header"};
 
 } // namespace
 

@@ -56,10 +56,13 @@ enum class Member {
     sweeps,
     noise,
     noiseSeed,
-    refuse
+    refuse,
+    plans,
+    identify,
+    header
 };
 
-constexpr std::size_t memberCount = static_cast<std::size_t>(Member::refuse) + 1;
+constexpr std::size_t memberCount = static_cast<std::size_t>(Member::header) + 1;
 
 /** Where it stands in the document of a request: "structures.within". */
 const char* memberName(Member member);

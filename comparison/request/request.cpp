@@ -171,6 +171,7 @@ std::vector<std::string> Request::files() const
             paths.push_back(dose->uncertainty.text);
         }
     }
+    paths.insert(paths.end(), plans.begin(), plans.end());
     return paths;
 }
 
@@ -212,6 +213,7 @@ void clearFiles(Request& request)
         }
     }
     request.structures.files.clear();
+    request.plans.clear();
 }
 
 void checkRequest(const Request& request)

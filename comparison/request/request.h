@@ -18,6 +18,7 @@
 #include "comparison/measurements/placement.h"
 #include "comparison/noise/uncertainty.h"
 #include "comparison/request/gate.h"
+#include "comparison/request/header.h"
 #include "comparison/structures/doseMetric.h"
 #include "comparison/structures/structureLimits.h"
 #include "comparison/sweep/criterionRange.h"
@@ -110,7 +111,10 @@ struct Request {
     std::vector<Gate> refuse;     ///< warnings that end the comparison
     /** Whether a host guessed which dose is the reference, and nobody has confirmed it. */
     bool isReferenceGuessed = false;
-    std::string commandLine; ///< that asked; may be empty; kept in the outputs
+    std::vector<std::string> plans; ///< files of the plans that the doses were computed from
+    bool identify = false;          ///< outputs hold what the files say about patient and plan
+    Header header;                  ///< what the user gave of it, in place of what files say
+    std::string commandLine;        ///< that asked; may be empty; kept in the outputs
     /** SHA-256 of the files() when this was asked before; empty, or as many, some of them empty. */
     std::vector<std::string> formerDigests;
 

@@ -6,6 +6,7 @@
 
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
+#include "files/plans/readPlan.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
 #include "files/text.h"
@@ -74,6 +75,11 @@ std::pair<DoseImage, DoseImage> DiskSource::doses(const std::string& reference,
 files::StructureSet DiskSource::structures(const std::string& name)
 {
     return valueOf(files::readStructuresFile(name, host(digests_)), name);
+}
+
+files::Plan DiskSource::plan(const std::string& name)
+{
+    return valueOf(files::readPlanFile(name, host(digests_)), name);
 }
 
 } // namespace zarngi

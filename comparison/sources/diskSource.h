@@ -1,6 +1,6 @@
 /**
  * @file diskSource.h
- * Doses and structures from files on disk.
+ * Doses, structures and plans from files on disk.
  */
 #ifndef ZARNGI_COMPARISON_SOURCES_DISKSOURCE_H
 #define ZARNGI_COMPARISON_SOURCES_DISKSOURCE_H
@@ -22,6 +22,7 @@ public:
 
     DoseImage dose(const std::string& name, const files::TableUnits& units) override;
     files::StructureSet structures(const std::string& name) override;
+    files::Plan plan(const std::string& name) override;
     std::pair<DoseImage, DoseImage> doses(const std::string& reference,
                                           const std::string& evaluation,
                                           const files::TableUnits& units) override;

@@ -22,12 +22,6 @@ namespace
 
 namespace tags
 {
-constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
-constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
-constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
-constexpr DicomTag modality{0x00080060, "Modality"};
-constexpr DicomTag patientId{0x00100020, "Patient ID"};
-constexpr DicomTag frameOfReference{0x00200052, "Frame of Reference UID"};
 constexpr DicomTag setLabel{0x30060002, "Structure Set Label"};
 constexpr DicomTag framesOfReference{0x30060010, "Referenced Frame of Reference Sequence"};
 constexpr DicomTag rois{0x30060020, "Structure Set ROI Sequence"};
@@ -54,18 +48,9 @@ constexpr double farthestVertex = 1e6; // mm
  */
 constexpr double flatness = 0.1 + 1e-9; // mm
 
-/** Whether the file says by its classes or its modality that it is such an object. */
-bool isObject(const DicomFile& file, std::string_view storage, std::string_view modality)
-{
-    const DicomValues values = file.values();
-    return values.text(tags::sopClass) == storage ||
-           file.metaValues().text(tags::metaSopClass) == storage ||
-           values.text(tags::modality) == modality;
-}
-
 bool isStructures(const DicomFile& file)
 {
-    return isObject(file, "1.2.840.10008.5.1.4.1.1.481.3", "RTSTRUCT");
+    return isDicomObject(file, "1.2.840.10008.5.1.4.1.1.481.3", "RTSTRUCT");
 }
 
 void checkIsStructures(const DicomFile& file)
@@ -73,28 +58,13 @@ void checkIsStructures(const DicomFile& file)
     if (isStructures(file)) {
         return;
     }
-    if (isObject(file, "1.2.840.10008.5.1.4.1.1.66.4", "SEG")) {
+    if (isDicomObject(file, "1.2.840.10008.5.1.4.1.1.66.4", "SEG")) {
         refuseUnsupported(
             "is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
             "label masks in NRRD, MetaImage and NIfTI)");
     }
     refuseForeign("is DICOM but no RT Structure Set (modality " +
-                  toldModality(file.values().text(tags::modality)) + ")");
-}
-
-/** Calls `use` with the elements of each item of a sequence, which may be missing. */
-template <class Use>
-void forEachItem(const DicomValues& values, const DicomTag& sequence, const Use& use)
-{
-    const DicomElement* const element = values.data.find(sequence);
-    if (element == nullptr) {
-        return;
-    }
-    const DicomSyntax syntax = element->itemSyntax;
-    for (const ByteView content : dicomItems(*element)) {
-        const DicomDataSet item = readDicomElements(content, syntax);
-        use(DicomValues{item, syntax.isBigEndian});
-    }
+                  toldModality(file.values().text(dicomTags::modality)) + ")");
 }
 
 /** The vertices of a closed contour. @throws Refusal */
@@ -180,12 +150,12 @@ std::optional<std::array<std::uint8_t, 3>> colourOf(const DicomValues& values)
 /** Where a file tells it once for all: itself, or in its only frame. */
 std::string commonFrameOfReference(const DicomValues& values, DicomTexts& texts)
 {
-    if (values.has(tags::frameOfReference)) {
-        return texts.text(values, tags::frameOfReference);
+    if (values.has(dicomTags::frameOfReference)) {
+        return texts.text(values, dicomTags::frameOfReference);
     }
     std::vector<std::string> frames;
-    forEachItem(values, tags::framesOfReference, [&](const DicomValues& frame) {
-        frames.push_back(texts.text(frame, tags::frameOfReference));
+    forEachDicomItem(values, tags::framesOfReference, [&](const DicomValues& frame) {
+        frames.push_back(texts.text(frame, dicomTags::frameOfReference));
     });
     return frames.size() == 1 ? frames[0] : std::string();
 }
@@ -201,17 +171,17 @@ public:
         set_.format = "DICOM RT Structure Set";
         set_.canTellFrame = true;
         set_.label = texts_.text(file_, tags::setLabel);
-        set_.sopInstance = texts_.text(file_, tags::sopInstance);
-        set_.patientId = texts_.text(file_, tags::patientId);
+        set_.sopInstance = texts_.text(file_, dicomTags::sopInstance);
+        set_.patientId = texts_.text(file_, dicomTags::patientId);
         commonFrame_ = commonFrameOfReference(file_, texts_);
-        forEachItem(file_, tags::rois, [this](const DicomValues& roi) { addRoi(roi); });
+        forEachDicomItem(file_, tags::rois, [this](const DicomValues& roi) { addRoi(roi); });
         if (set_.structures.empty()) {
             refuseDamaged("is an RT Structure Set without structures");
         }
-        forEachItem(file_, tags::roiContours,
-                    [this](const DicomValues& item) { addContours(item); });
-        forEachItem(file_, tags::observations,
-                    [this](const DicomValues& item) { addObservation(item); });
+        forEachDicomItem(file_, tags::roiContours,
+                         [this](const DicomValues& item) { addContours(item); });
+        forEachDicomItem(file_, tags::observations,
+                         [this](const DicomValues& item) { addObservation(item); });
         warn();
         makeNamesUnique(set_.structures);
         return std::move(set_);
@@ -257,7 +227,7 @@ private:
             withoutColour_ += structure->colour ? 0U : 1U;
         }
         std::size_t count = 0;
-        forEachItem(item, tags::contours, [&](const DicomValues& contour) {
+        forEachDicomItem(item, tags::contours, [&](const DicomValues& contour) {
             ++count;
             if (structure->refusal.empty()) {
                 tryContour(*structure, contour, count);

@@ -5,6 +5,7 @@ import unittest
 
 import doses
 from documents import VALIDATOR, checked, problem_of
+from plan_files import write_plan
 from structure_files import box, write_structure_set
 from support import ProgramTest
 from test_measurements import cut, write_points
@@ -16,6 +17,7 @@ OPTIONAL = {
     ("title",), ("plane",), ("sweeps",), ("goals",), ("explanation",), ("data",), ("normal",), ("withoutNoise",),
     ("noise",), ("median",), ("largest",),
     ("measurements", "reference", "place"),
+    ("files", "plans"), ("request", "header", "comment"),
 }  # fmt: skip
 
 
@@ -62,6 +64,7 @@ class Documents(ProgramTest):
         structures = write_structure_set(self.folder / "s.dcm", contours, frame="1.2.3.4")
         x, y, values, _ = cut(dose, "axial", 5)
         points = write_points(self.folder / "points.csv", [(x[4], y[4]), (x[5], y[5])], [values[4, 4], values[5, 5]])
+        plan = write_plan(self.folder / "p.dcm")
         yield self.results(
             reference, evaluation, "--structures", structures, "--structure", "ring=PTV-Far", "--structure",
             "PTV", "-c", "3%/2mm", "-c", "PTV:1%/1mm", "--evaluation-add", evaluation, "--evaluation-scale",
@@ -69,6 +72,7 @@ class Documents(ProgramTest):
             "--prescription", "2", "--tolerance", "PTV:97", "--fail-below", "1", "--norm-at", "0,0,20", "--noise",
             "--reference-uncertainty", "1%",
             "--goal", "PTV: D95% >= 0 Gy", "--goal", "PTV: Dmean within 100 %",
+            "--plan", plan, "--identify", "--header", "comment=seen",
         )  # fmt: skip
         yield self.results(points, evaluation, "--plane", "axial", "--at", "0,0,23", "--anonymous", "pair")
 

@@ -115,7 +115,7 @@ class Outputs(ProgramTest):
                          ["a.nrrd", "b.dcm", "g-1L-1mm.nii.gz", "g-3G-2mm.nii.gz"])
 
     def test_json(self):
-        document = self.results(self.reference, self.evaluation, *CRITERIA)
+        document = self.results(self.reference, self.evaluation, *CRITERIA, "--identify")
         self.assertEqual(document["program"], {"name": "zarngi", "version": "4.4.0"})
         self.assertRegex(document["created"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
         self.assertIn("compare", document["command"])

@@ -8,7 +8,7 @@ from pages import PROJECT, read_page
 
 DEFINITIONS = SCHEMA["$defs"]
 #: What the tables of docs/json.md describe, in their order; one more is of what a file holds.
-TABLES = ("record", "file", "grid", "criterion", "explanation", "noise", "sweep", "measurement", "structures",
+TABLES = ("record", "file", "header", "grid", "criterion", "explanation", "noise", "sweep", "measurement", "structures",
           "structure", "doses", "goal", "part", "dvh")  # fmt: skip
 #: Of these a table says "see ...".
 ELSEWHERE = {f"#/$defs/{name}" for name in (*TABLES, "request", "doseFigures")}

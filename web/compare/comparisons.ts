@@ -8,6 +8,7 @@ import type { RequestDocument } from '../engine/request';
 import type { Shown } from '../views/carriedOver';
 import { byId } from '../views/dom';
 import { showComparison } from '../views/page';
+import { showHeaderOfFiles } from './headerForm';
 import type { ProgressLine } from './progressLine';
 
 /** A comparison on the page. */
@@ -106,7 +107,8 @@ export class Comparisons {
     }
 
     private async compute(request: RequestDocument): Promise<void> {
-        const { record } = await this.client.compare(request, (p: Progress) => this.progress.tell(p));
+        const { record, headerOfFiles } = await this.client.compare(request, (p: Progress) => this.progress.tell(p));
+        showHeaderOfFiles(headerOfFiles);
         if (this.wanted) {
             return;
         }
@@ -160,6 +162,7 @@ export class Comparisons {
             this.replaceMarkup(null);
             this.listener.shown(null);
         }
+        showHeaderOfFiles(null);
         this.listener.problem(null);
         this.listener.stale(false);
         state('start');

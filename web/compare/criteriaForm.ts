@@ -4,11 +4,15 @@ import type { EngineError } from '../engine/messages';
 import { usualRequest, withFiles, type RequestDocument } from '../engine/request';
 import { byId, el } from '../views/dom';
 import { isChecked, lines, listed, numberOr, position, text, textOrNull, write } from './fields';
+import { headerTyped, lastingPart, makeHeaderFields, writeHeader } from './headerForm';
 import { isSame, members, valueAt, wordsOf } from './members';
 
 /** ms without another key before what was typed counts. */
 const patience = 350;
 const criterionForm = /^(.*?)([\d.]+\s*%)\s*[LG]?\s*\/(.*)$/i;
+
+/** Members that fields of their own take, or that are of the page's files. */
+const takenApart = ['structures.files', 'plans', 'header'];
 
 /** Members without a field: a request that was loaded keeps them. */
 const carriedMembers = ['limits.failBelow', 'sweeps'];
@@ -45,6 +49,7 @@ export class CriteriaForm {
         private readonly changed: () => void,
         private readonly unitsChanged: () => void,
     ) {
+        makeHeaderFields();
         this.form.addEventListener('submit', (event) => event.preventDefault());
         this.form.addEventListener('input', (event) => {
             if (event.target === this.locality) {
@@ -104,6 +109,9 @@ export class CriteriaForm {
                 : null,
             sweeps,
             noise: isChecked('noise') ? { seed: numberOr('noise-seed', 1) } : null,
+            plans: [],
+            identify: isChecked('identify'),
+            header: headerTyped(),
         };
     }
 
@@ -128,6 +136,10 @@ export class CriteriaForm {
                     byId(field).closest('details')?.setAttribute('open', '');
                 }
             }
+        }
+        writeHeader(request.header);
+        if (Object.keys(request.header).length > 0) {
+            byId('header-details').setAttribute('open', '');
         }
         this.isAsLoaded = true;
         this.showAll();
@@ -154,6 +166,11 @@ export class CriteriaForm {
         filled.forEach((field) => write(field, ''));
         this.showAll();
         return filled.length > 0;
+    }
+
+    /** What was typed of a patient is none of another one's; computes nothing. */
+    forgetPatient(): void {
+        writeHeader(lastingPart(headerTyped()));
     }
 
     /** Puts a criterion in the place of the one at an index, and computes anew. */
@@ -241,7 +258,7 @@ function unmetMember(request: RequestDocument): string | null {
     const usual = withFiles(usualRequest());
     const isUnmet = (member: string): boolean =>
         members[member].field === undefined &&
-        member !== 'structures.files' &&
+        !takenApart.includes(member) &&
         !carriedMembers.includes(member) &&
         !isSame(valueAt(request, member), valueAt(usual, member));
     return Object.keys(members).find(isUnmet) ?? null;

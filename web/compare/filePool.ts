@@ -70,6 +70,10 @@ export class FilePool {
         return this.all().filter((f): f is StructureFile | Mask => f.kind === 'structures' || f.kind === 'mask');
     }
 
+    plans(): FileFacts[] {
+        return this.all().filter((f) => f.kind === 'plan');
+    }
+
     /** What is none of these, and no data file of a header. */
     unused(): Unused[] {
         const data = new Set(this.all().flatMap((f) => ('dataPath' in f ? [f.dataPath] : [])));

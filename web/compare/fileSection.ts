@@ -56,7 +56,7 @@ export class FileSection {
 
     /** Shows a failure beside the file that it is about; false where there is none. */
     tellProblem(failure: EngineError | null): boolean {
-        const paths = [this.roles.reference, this.roles.evaluation, ...this.roles.structures];
+        const paths = [this.roles.reference, this.roles.evaluation, ...this.roles.structures, ...this.roles.plans];
         const isOfFile = failure !== null && paths.includes(failure.file);
         this.problem = isOfFile ? { path: failure.file, sentence: sentenceOf(failure) } : null;
         this.render();
@@ -273,7 +273,7 @@ export class FileSection {
         const { guess, reference } = this.roles;
         byId('guess').hidden = guess === null;
         byId('guess-reason').textContent = guess === null ? '' : `${reference} was taken for the reference ${guess}: swap the doses where it is not.`;
-        const files = [...doses, ...sets.filter((s) => s.kind === 'structures')];
+        const files = [...doses, ...sets.filter((s) => s.kind === 'structures'), ...this.pool.plans()];
         byId('file-rows').replaceChildren(...files.flatMap((f) => this.rowsOf(f)));
         byId('left-out').textContent = leftOutText(this.pool.unused());
     }
@@ -295,21 +295,23 @@ export class FileSection {
         return isMeant ? [row, el('tr', {}, problem)] : [row];
     }
 
-    /** The choice to use a file as structures, where it can be. */
+    /** The choice to use a file as structures or as a plan, where it can be. */
     private boxOf(file: FileFacts): HTMLElement | null {
-        if (file.kind !== 'structures' && file.kind !== 'mask') {
+        if (file.kind !== 'structures' && file.kind !== 'mask' && file.kind !== 'plan') {
             return null;
         }
-        const box = el('input', { type: 'checkbox', checked: this.roles.structures.has(file.path), 'data-path': file.path });
+        const name = file.kind === 'plan' ? 'plan' : 'structures';
+        const used = file.kind === 'plan' ? this.roles.plans : this.roles.structures;
+        const box = el('input', { type: 'checkbox', checked: used.has(file.path), 'data-path': file.path });
         box.addEventListener('change', () => {
             if (box.checked) {
-                this.roles.structures.add(file.path);
+                used.add(file.path);
             } else {
-                this.roles.structures.delete(file.path);
+                used.delete(file.path);
             }
             this.tell();
         });
-        return el('label', {}, box, ' structures');
+        return el('label', {}, box, ` ${name}`);
     }
 }
 

@@ -9,6 +9,7 @@ const kinds: Record<FileFacts['kind'], string> = {
     dose: 'dose',
     mask: 'label mask',
     structures: 'structures',
+    plan: 'plan',
     foreign: '',
     refused: '',
 };
@@ -39,6 +40,9 @@ export function descriptionOf(file: FileFacts): string {
         const { label, names } = file.kind === 'mask' ? file.mask : file;
         const count = names.length === 1 ? '1 structure' : `${names.length} structures`;
         return [label, count].filter(Boolean).join(', ');
+    }
+    if (file.kind === 'plan') {
+        return file.label;
     }
     if (file.kind === 'dose' && file.dicom) {
         const { summationType, doseType, planLabel } = file.dicom;

@@ -17,16 +17,22 @@ import { Saving } from './saving';
 import { missingFeature } from './support';
 import './style.css'; // after that of the views, parts of which it hides
 
+/** Whether the doses are others than before, in whatever order. */
+function areOthers(now: Roles, before: Roles | null): boolean {
+    const doses = (roles: Roles | null): string => [roles?.reference, roles?.evaluation].map(String).sort().join('\n');
+    return before !== null && before.reference !== null && before.evaluation !== null && doses(now) !== doses(before);
+}
+
 function start(): void {
     const client = new EngineClient(() => new EngineWorker(), commandOf);
     const kept = new KeptSettings();
     let roles: Roles | null = null;
     const ask = (): void => {
-        const { reference, evaluation, structures, guess } = roles ?? {};
-        const isComplete = reference && evaluation && structures;
+        const { reference, evaluation, structures, plans, guess } = roles ?? {};
+        const isComplete = reference && evaluation && structures && plans;
         const asked = form.asked();
         kept.keep(asked);
-        const request = isComplete ? withFiles(asked, reference, evaluation, [...structures]) : null;
+        const request = isComplete ? withFiles(asked, reference, evaluation, [...structures], [...plans]) : null;
         comparisons.ask(request && { ...request, referenceGuessed: typeof guess === 'string' });
     };
     kept.restore(() => kept.keep(form.asked()));
@@ -34,7 +40,10 @@ function start(): void {
     const requests = new RequestFiles(client, form);
     const files = new FileSection(client, {
         changed(changed: Roles): void {
-            roles = changed;
+            if (areOthers(changed, roles)) {
+                form.forgetPatient();
+            }
+            roles = { ...changed };
             ask();
         },
         idle: () => void rates.fill(),

@@ -57,6 +57,9 @@ export const members: Record<string, MemberWords> = {
     noise: { word: 'Statistical noise', field: 'noise', option: '--noise' },
     'noise.seed': { word: 'Seed', field: 'noise-seed', option: '--noise-seed' },
     refuse: { word: 'Refuse', field: 'refuse', option: '--refuse' },
+    plans: { word: 'Plans', option: '--plan' },
+    identify: { word: 'Tell patient and plan', field: 'identify', option: '--identify' },
+    header: { word: 'Header', option: '--header' },
     name: { word: 'Name', field: 'request-name' },
     version: { word: 'Version', field: 'request-version' },
 };
@@ -100,6 +103,9 @@ export function commandOf(request: RequestDocument): string {
 function optionWords(option: string, value: unknown): string[] {
     if (value === null || value === undefined || value === false) {
         return [];
+    }
+    if (option === '--header') {
+        return Object.entries(value as object).flatMap(([key, text]) => [option, `${key}=${text}`]);
     }
     if (value === true || (typeof value === 'object' && !Array.isArray(value))) {
         return [option];

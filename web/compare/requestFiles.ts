@@ -6,6 +6,7 @@ import type { EngineError } from '../engine/messages';
 import { filesOf, type RequestDocument } from '../engine/request';
 import { byId } from '../views/dom';
 import type { CriteriaForm } from './criteriaForm';
+import { lastingPart } from './headerForm';
 import { members, sentenceOf } from './members';
 import { saveFile } from './saving';
 
@@ -48,7 +49,8 @@ export class RequestFiles {
 
     private async save(): Promise<void> {
         await this.telling('', async () => {
-            const asked = this.form.asked();
+            const all = this.form.asked();
+            const asked = { ...all, header: lastingPart(all.header) };
             const { saved } = await this.client.request(JSON.stringify(asked));
             const name = `${asked.name.replace(/[^\p{L}\p{N}.-]+/gu, '-') || 'request'}.json`;
             saveFile(name, 'application/json', saved);

@@ -9,16 +9,18 @@ export interface Roles {
     structures: Set<string>;
     /** Why one dose was taken for the reference, as long as nobody has confirmed it; null: it is told. */
     guess: string | null;
+    plans: Set<string>;
 }
 
 export function noRoles(): Roles {
-    return { reference: null, evaluation: null, structures: new Set(), guess: null };
+    return { reference: null, evaluation: null, structures: new Set(), guess: null, plans: new Set() };
 }
 
 /** Roles of files that came together, beside those that are given already. */
 export function initialRoles(known: Roles, found: FileFacts[]): Roles {
-    const roles = { ...known, structures: new Set(known.structures) };
+    const roles = { ...known, structures: new Set(known.structures), plans: new Set(known.plans) };
     found.filter((f) => f.kind === 'structures').forEach((f) => roles.structures.add(f.path));
+    found.filter((f) => f.kind === 'plan').forEach((f) => roles.plans.add(f.path));
     const masks = found.filter((f) => f.kind === 'mask').map((f) => f.path);
     let { paths: doses, guess } = pairOf(found);
     const missing = (roles.reference ? 0 : 1) + (roles.evaluation ? 0 : 1);

@@ -17,6 +17,13 @@ export function saveFile(name: string, type: string, contents: ArrayBuffer): voi
     setTimeout(() => URL.revokeObjectURL(url), kept);
 }
 
+/** A name that tells plan and date, where these are told: "HN-60-2026-11-26-gamma.json". */
+function named(name: string, { request, record }: Pick<Current, 'request' | 'record'>): string {
+    const told = request.identify ? [record.header?.plan, record.header?.date] : [];
+    const words = told.flatMap((text) => text?.replace(/[^\p{L}\p{N}.]+/gu, '-').replace(/^-|-$/g, '') || []);
+    return [...words, name].join('-');
+}
+
 export class Saving {
     private current: Current | null = null;
     private isSaved = true;
@@ -64,14 +71,14 @@ export class Saving {
     private on(id: string, name: string, type: string, make: (current: Current) => Promise<ArrayBuffer>): void {
         byId(id).addEventListener('click', () => {
             if (this.current) {
-                void this.save(name, type, make(this.current));
+                void this.save(named(name, this.current), type, make(this.current));
             }
         });
     }
 
     private saveMap({ request, record, state }: Current): Promise<void> {
         const { label } = record.criteria[state.criterion];
-        const name = `gamma-${label.replace(/[^\w%.]+/g, '-')}${this.format.value}`;
+        const name = named(`gamma-${label.replace(/[^\w%.]+/g, '-')}${this.format.value}`, { request, record });
         const type = 'application/octet-stream';
         return this.save(name, type, this.client.gammaMap(request, state.criterion, name));
     }

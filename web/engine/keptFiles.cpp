@@ -14,6 +14,7 @@
 #include "comparison/failure.h"
 #include "files/fileFormat.h"
 #include "files/pairNames.h"
+#include "files/plans/readPlan.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
 #include "web/engine/failureJson.h"
@@ -78,6 +79,13 @@ public:
     files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
     {
         return withPaths(files::readDose(contents_.view(), path_, finder(), scriptHost(units)));
+    }
+
+    bool isPlan() const { return files::isPlan(contents_.view(), scriptDeflate()); }
+
+    files::Result<files::Plan> plan() const
+    {
+        return withPaths(files::readPlan(contents_.view(), scriptHost()));
     }
 
     files::Result<files::StructureSet> structures()
@@ -149,6 +157,14 @@ Json facts(const files::StructureSet& set)
             {"warnings", set.warnings}};
 }
 
+Json facts(const files::Plan& plan)
+{
+    return {{"dataPath", plan.dataPath},
+            {"format", plan.format},
+            {"label", plan.label},
+            {"warnings", plan.warnings}};
+}
+
 /** Segmentations in several layers are masks and nothing else. */
 std::optional<files::StructureSet> masksAlone(OpenFile& file, const files::FileError& noDose)
 {
@@ -217,6 +233,9 @@ nlohmann::ordered_json KeptFiles::identified(const std::string& path,
         const auto& set = sets_.add(path, files::valueOf(file.structures()));
         return described(path, "structures", facts(set));
     }
+    if (file.isPlan()) {
+        return described(path, "plan", facts(files::valueOf(file.plan())));
+    }
     files::Result<files::DoseImage> read = file.dose(units);
     if (!read) {
         std::optional<files::StructureSet> set = masksAlone(file, read.error());
@@ -246,6 +265,11 @@ files::DoseImage KeptFiles::dose(const std::string& path, const files::TableUnit
 const files::StructureSet& KeptFiles::structures(const std::string& path)
 {
     return kept(sets_, path, [](OpenFile& file) { return file.structures(); });
+}
+
+files::Plan KeptFiles::plan(const std::string& path)
+{
+    return readFrom(path, [](OpenFile& file) { return file.plan(); });
 }
 
 void KeptFiles::use(const std::set<std::string>& paths)

@@ -12,6 +12,7 @@
 
 #include "files/doseImage.h"
 #include "files/host.h"
+#include "files/plans/plan.h"
 #include "files/structures/structureSet.h"
 #include "web/engine/keptValues.h"
 
@@ -22,7 +23,7 @@ class KeptFiles
 {
 public:
     /**
-     * What a file is: `kind` is "dose", "structures", "mask" (which is a dose as well), "foreign"
+     * What a file is: `kind` is "dose", "structures", "plan", "mask" (a dose as well), "foreign"
      * (none of these) or "refused" with the `sentence` and the kind of `failure`; and what tells it
      * from others.
      * @param units of a table that tells none
@@ -33,6 +34,9 @@ public:
     files::DoseImage dose(const std::string& path, const files::TableUnits& units);
     /** Valid until the next call. @throws zarngi::InputError */
     const files::StructureSet& structures(const std::string& path);
+
+    /** @throws zarngi::InputError */
+    static files::Plan plan(const std::string& path);
 
     /** The files of a comparison: their values are kept until those of another one are used. */
     void use(const std::set<std::string>& paths);

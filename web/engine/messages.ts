@@ -3,7 +3,7 @@
  * ("folder/file.dcm", or a bare name); all sentences are those of the command-line program.
  */
 
-import type { ComparisonRecord, GridRecord } from '../views/record';
+import type { ComparisonRecord, GridRecord, HeaderRecord } from '../views/record';
 import type { RequestDocument } from './request';
 
 export interface DoseFacts {
@@ -26,16 +26,26 @@ export interface StructureFacts {
     warnings: string[];
 }
 
+export interface PlanFacts {
+    dataPath: string;
+    format: string;
+    label: string;
+    warnings: string[];
+}
+
 /** What a file is. A mask is a dose of whole numbers, too; foreign files are none of these. */
 export type FileFacts = { path: string } & (
     | ({ kind: 'dose' } & DoseFacts)
     | ({ kind: 'mask'; mask: StructureFacts } & DoseFacts)
     | ({ kind: 'structures' } & StructureFacts)
+    | ({ kind: 'plan' } & PlanFacts)
     | { kind: 'foreign' | 'refused'; failure: FailureKind; sentence: string; isDicom: boolean }
 );
 
 export interface ComparisonAnswer {
     record: ComparisonRecord;
+    /** What the files say of patient and plan: what `identify` adds. */
+    headerOfFiles: HeaderRecord;
     /** Whether a pass rate is below a limit of `failBelow`. */
     isBelowLimit: boolean;
 }

@@ -1,3 +1,5 @@
+import type { HeaderField } from '../views/record';
+
 /** The document of a request: what is asked of a comparison. All its members are always there. */
 
 export type Position = number[];
@@ -21,6 +23,9 @@ export interface TableUnits {
     dose: string | null;
     length: string | null;
 }
+
+/** By the names of the record's header; what is not there is not given. */
+export type HeaderTexts = Partial<Record<HeaderField, string>>;
 
 export interface RequestDocument {
     format: 'zarngi-request';
@@ -79,6 +84,11 @@ export interface RequestDocument {
     refuse: string[];
     /** Whether the page guessed which dose is the reference, and nobody has confirmed it. */
     referenceGuessed: boolean;
+    /** Files of the plans that the doses were computed from. */
+    plans: string[];
+    /** Whether documents hold what the files say about patient and plan. */
+    identify: boolean;
+    header: HeaderTexts;
 }
 
 /** Without files, and as usual otherwise. */
@@ -120,6 +130,9 @@ export function usualRequest(): RequestDocument {
         noise: null,
         refuse: [],
         referenceGuessed: false,
+        plans: [],
+        identify: false,
+        header: {},
     };
 }
 
@@ -129,21 +142,23 @@ export function withFiles(
     reference: string | null = null,
     evaluation: string | null = null,
     structures: string[] = [],
+    plans: string[] = [],
 ): RequestDocument {
     return {
         ...request,
         reference: { ...request.reference, file: reference, add: [] },
         evaluation: { ...request.evaluation, file: evaluation, add: [] },
         structures: { ...request.structures, files: structures },
+        plans,
     };
 }
 
 /** All that a request names; each may stand there more than once. */
-export function filesOf({ reference, evaluation, structures }: RequestDocument): string[] {
+export function filesOf({ reference, evaluation, structures, plans }: RequestDocument): string[] {
     const doses = [reference, evaluation];
     const single = doses.flatMap(({ file }) => (file === null ? [] : [file]));
     const uncertainties = doses.flatMap(({ uncertainty }) => (isFile(uncertainty) ? [uncertainty] : []));
-    return [...single, ...doses.flatMap(({ add }) => add), ...structures.files, ...uncertainties];
+    return [...single, ...doses.flatMap(({ add }) => add), ...structures.files, ...uncertainties, ...plans];
 }
 
 /** Uncertainties are those of a file, unless they are a percentage of each dose. */

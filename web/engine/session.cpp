@@ -9,6 +9,7 @@
 #include "comparison/compare.h"
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/headerJson.h"
 #include "comparison/documents/record.h"
 #include "comparison/documents/reportPage.h"
 #include "comparison/documents/reportVolume.h"
@@ -85,6 +86,8 @@ public:
         return files_.structures(name);
     }
 
+    files::Plan plan(const std::string& name) override { return KeptFiles::plan(name); }
+
     zarngi::FileDigests digests() const override { return digests_; }
 
 private:
@@ -114,6 +117,14 @@ files::TableUnits unitsOf(const Json& call)
     } catch (const zarngi::UsageError&) {
         return {};
     }
+}
+
+/** What decides the results of a call: all but what documents tell beside them. */
+Json decisiveOf(const Json& call, zarngi::Request request)
+{
+    request.header = {};
+    request.identify = false;
+    return {zarngi::requestJson(request), call.at("digests")};
 }
 
 /** Null where nothing was tested. */
@@ -178,6 +189,22 @@ nlohmann::ordered_json Session::compare(const Json& call)
 {
     zarngi::Request request = zarngi::requestOf(call.at("request"));
     request.commandLine = call.at("command");
+    Json decisive = decisiveOf(call, request);
+    if (comparison_.results.empty() || decisive != decisive_) {
+        compute(request, call);
+        decisive_ = std::move(decisive);
+    }
+    comparison_.request.header = request.header;
+    comparison_.request.identify = request.identify;
+    comparison_.request.commandLine = request.commandLine;
+    record_ = zarngi::comparisonJson(comparison_);
+    return {{"record", record_},
+            {"isBelowLimit", comparison_.isBelowLimit()},
+            {"headerOfFiles", zarngi::headerJson(zarngi::headerOfFiles(comparison_))}};
+}
+
+void Session::compute(const zarngi::Request& request, const Json& call)
+{
     comparison_ = {}; // memory for two comparisons at once may not be there
     const std::vector<std::string> paths = request.files();
     files_.use({paths.begin(), paths.end()});
@@ -185,8 +212,6 @@ nlohmann::ordered_json Session::compare(const Json& call)
     zarngi::Comparison comparison = zarngi::compare(request, source, {watchFor, watchWork, {}});
     comparison.readSeconds = call.at("readSeconds");
     comparison_ = std::move(comparison);
-    record_ = zarngi::comparisonJson(comparison_);
-    return {{"record", record_}, {"isBelowLimit", comparison_.isBelowLimit()}};
 }
 
 nlohmann::ordered_json Session::rates(const Json& call)

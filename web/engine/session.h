@@ -33,6 +33,7 @@ private:
 
     Json request(const Json& call);
     Json compare(const Json& call);
+    void compute(const zarngi::Request& request, const Json& call);
     Json rates(const Json& call);
     Json values(const Json& call);
     Json volume(const Json& call);
@@ -43,6 +44,7 @@ private:
 
     KeptFiles files_;
     zarngi::Comparison comparison_;
+    Json decisive_; ///< what decides its results
     Json record_;
     std::string output_;
 };

@@ -14,9 +14,20 @@ export interface FileRecord {
     bytes?: number | null;
     /** Lower-case hexadecimal. */
     sha256?: string | null;
-    /** Plan label, summation type; never patient data. */
+    /** Plan label, summation type; only where it was asked for. */
     description?: string | null;
 }
+
+/** In the order in which they are shown. */
+export const headerFields = [
+    'patientName', 'patientId', 'plan', 'beams', 'machine', 'prescription', 'fractions', 'isocentre', 'date',
+    'approval', 'series', 'comment', 'performedBy', 'reviewedBy',
+] as const;
+
+export type HeaderField = (typeof headerFields)[number];
+
+/** Whose plan it is: what the user gave, and what files say where that was asked for. */
+export type HeaderRecord = Record<HeaderField, string | null>;
 
 export interface GridRecord {
     /** Voxels. */
@@ -265,6 +276,8 @@ export interface ComparisonRecord {
     command?: string | null;
     /** Heading of the page. */
     title?: string | null;
+    /** Absent: the record is of a version before 4.4. */
+    header?: HeaderRecord | null;
     files: Record<Role, FileRecord>;
     grids: Record<Role, GridRecord>;
     /** What growing x, y, z mean: "LPS" is left, posterior, superior. Absent: axes are x, y, z. */

@@ -1,5 +1,6 @@
 import { longAxes } from './axes';
 import { byId, el } from './dom';
+import { showHeader } from './headerCard';
 import { bytes, fixed, none, plain, rate, unbroken, whole } from './format';
 import { gammaText, judgedBy, meanText, nameOfCriterion, placesName, sidesText, type Judged } from './judged';
 import type { ComparisonRecord, Criterion, NamedText, Role, Verdict } from './record';
@@ -68,6 +69,7 @@ export class Summary {
         byId('provenance').replaceChildren(...provenance(record));
         showConditions(record.conditions ?? []);
         showGate(record.gate ?? []);
+        showHeader(record.header);
         showWarnings(record.warnings ?? []);
         store.subscribe((state) => this.update(state));
         this.update(store.state);

@@ -19,8 +19,6 @@ namespace
 
 namespace tags
 {
-constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
-constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
 constexpr DicomTag sliceThickness{0x00180050, "Slice Thickness"};
 constexpr DicomTag imagePosition{0x00200032, "Image Position (Patient)"};
 constexpr DicomTag imageOrientation{0x00200037, "Image Orientation (Patient)"};
@@ -115,13 +113,9 @@ StoredGeometry geometryOf(const DicomValues& values)
 void checkIsDose(const DicomFile& file)
 {
     constexpr std::string_view doseStorage = "1.2.840.10008.5.1.4.1.1.481.2";
-    const DicomValues values = file.values();
-    const std::string modality = values.text(dicomTags::modality);
-    const bool isDose = values.text(tags::sopClass) == doseStorage ||
-                        file.metaValues().text(tags::metaSopClass) == doseStorage ||
-                        modality == "RTDOSE";
-    if (!isDose) {
-        refuseForeign("is DICOM but no RT Dose (modality " + toldModality(modality) + ")");
+    if (!isDicomObject(file, doseStorage, "RTDOSE")) {
+        refuseForeign("is DICOM but no RT Dose (modality " +
+                      toldModality(file.values().text(dicomTags::modality)) + ")");
     }
     if (file.data.find(dicomTags::pixelData) == nullptr) {
         refuseUnsupported("is an RT Dose without a dose grid");

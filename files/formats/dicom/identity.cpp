@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "files/error.h"
 #include "files/text.h"
 
 namespace files
@@ -13,19 +14,57 @@ namespace tags
 {
 namespace
 {
+constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
+constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
 constexpr DicomTag manufacturer{0x00080070, "Manufacturer"};
-constexpr DicomTag seriesDescription{0x0008103E, "Series Description"};
-constexpr DicomTag patientName{0x00100010, "Patient's Name"};
-constexpr DicomTag patientId{0x00100020, "Patient ID"};
 constexpr DicomTag patientBirthDate{0x00100030, "Patient's Birth Date"};
-constexpr DicomTag frameOfReference{0x00200052, "Frame of Reference UID"};
 constexpr DicomTag doseType{0x30040004, "Dose Type"};
 constexpr DicomTag doseComment{0x30040006, "Dose Comment"};
 constexpr DicomTag summationType{0x3004000A, "Dose Summation Type"};
-constexpr DicomTag planLabel{0x300A0002, "RT Plan Label"};
-constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
+constexpr DicomTag referencedPlans{0x300C0002, "Referenced RT Plan Sequence"};
+constexpr DicomTag referencedFractionGroups{0x300C0020, "Referenced Fraction Group Sequence"};
+constexpr DicomTag referencedInstance{0x00081155, "Referenced SOP Instance UID"};
 } // namespace
 } // namespace tags
+
+namespace
+{
+
+/** The plan, and the beams of it that alone are meant. @throws Refusal */
+ReferencedPlan referencedPlan(const DicomValues& item)
+{
+    ReferencedPlan plan;
+    plan.sopInstance = item.text(tags::referencedInstance);
+    forEachDicomItem(item, tags::referencedFractionGroups, [&](const DicomValues& group) {
+        forEachDicomItem(group, dicomTags::referencedBeams, [&](const DicomValues& beam) {
+            plan.beams.push_back(beam.wholeNumber(dicomTags::referencedBeam));
+        });
+    });
+    return plan;
+}
+
+/** None where they cannot be read: doses do not depend on them. */
+std::vector<ReferencedPlan> referencedPlans(const DicomValues& values)
+{
+    const auto plans = resultOf([&] {
+        std::vector<ReferencedPlan> list;
+        forEachDicomItem(values, tags::referencedPlans, [&list](const DicomValues& item) {
+            list.push_back(referencedPlan(item));
+        });
+        return list;
+    });
+    return plans ? *plans : std::vector<ReferencedPlan>();
+}
+
+} // namespace
+
+bool isDicomObject(const DicomFile& file, std::string_view storage, std::string_view modality)
+{
+    const DicomValues values = file.values();
+    return values.text(tags::sopClass) == storage ||
+           file.metaValues().text(tags::metaSopClass) == storage ||
+           values.text(dicomTags::modality) == modality;
+}
 
 DicomIdentity dicomIdentity(const DicomValues& values, DicomTexts& texts)
 {
@@ -34,15 +73,16 @@ DicomIdentity dicomIdentity(const DicomValues& values, DicomTexts& texts)
     identity.modality = text(dicomTags::modality);
     identity.summationType = text(tags::summationType);
     identity.doseType = text(tags::doseType);
-    identity.planLabel = text(tags::planLabel);
-    identity.seriesDescription = text(tags::seriesDescription);
+    identity.planLabel = text(dicomTags::planLabel);
+    identity.seriesDescription = text(dicomTags::seriesDescription);
     identity.doseComment = text(tags::doseComment);
     identity.manufacturer = text(tags::manufacturer);
-    identity.frameOfReference = text(tags::frameOfReference);
-    identity.sopInstance = text(tags::sopInstance);
-    identity.patientName = texts.text(values, tags::patientName, DicomTextKind::personName);
-    identity.patientId = text(tags::patientId);
+    identity.frameOfReference = text(dicomTags::frameOfReference);
+    identity.sopInstance = text(dicomTags::sopInstance);
+    identity.patientName = texts.text(values, dicomTags::patientName, DicomTextKind::personName);
+    identity.patientId = text(dicomTags::patientId);
     identity.patientBirthDate = text(tags::patientBirthDate);
+    identity.plans = referencedPlans(values);
     return identity;
 }
 

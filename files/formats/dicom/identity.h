@@ -6,8 +6,10 @@
 #define ZARNGI_FILES_FORMATS_DICOM_IDENTITY_H
 
 #include <string>
+#include <string_view>
 
 #include "files/doseImage.h"
+#include "files/formats/dicom/file.h"
 #include "files/formats/dicom/texts.h"
 #include "files/formats/dicom/values.h"
 
@@ -16,8 +18,19 @@ namespace files
 
 namespace dicomTags
 {
+inline constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
 inline constexpr DicomTag modality{0x00080060, "Modality"};
-}
+inline constexpr DicomTag seriesDescription{0x0008103E, "Series Description"};
+inline constexpr DicomTag patientName{0x00100010, "Patient's Name"};
+inline constexpr DicomTag patientId{0x00100020, "Patient ID"};
+inline constexpr DicomTag frameOfReference{0x00200052, "Frame of Reference UID"};
+inline constexpr DicomTag planLabel{0x300A0002, "RT Plan Label"};
+inline constexpr DicomTag referencedBeams{0x300C0004, "Referenced Beam Sequence"};
+inline constexpr DicomTag referencedBeam{0x300C0006, "Referenced Beam Number"};
+} // namespace dicomTags
+
+/** Whether the file says by its classes or its modality that it is such an object. */
+bool isDicomObject(const DicomFile& file, std::string_view storage, std::string_view modality);
 
 DicomIdentity dicomIdentity(const DicomValues& values, DicomTexts& texts);
 

@@ -18,8 +18,6 @@ namespace
 
 namespace tags
 {
-constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
-constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
 constexpr DicomTag patientPosition{0x00185100, "Patient Position"};
 constexpr DicomTag rescaleIntercept{0x00281052, "Rescale Intercept"};
 constexpr DicomTag rescaleSlope{0x00281053, "Rescale Slope"};
@@ -114,10 +112,7 @@ std::optional<PlanePlace> placeOf(const DicomValues& values)
 bool isDicomRtImage(const DicomFile& file)
 {
     constexpr std::string_view imageStorage = "1.2.840.10008.5.1.4.1.1.481.1";
-    const DicomValues values = file.values();
-    return values.text(tags::sopClass) == imageStorage ||
-           file.metaValues().text(tags::metaSopClass) == imageStorage ||
-           values.text(dicomTags::modality) == "RTIMAGE";
+    return isDicomObject(file, imageStorage, "RTIMAGE");
 }
 
 DoseImage readDicomRtImage(const DicomFile& file, const Host& host)

@@ -68,6 +68,21 @@ struct DicomValues {
     ByteView bytes(const DicomTag& tag) const;
 };
 
+/** Calls `use` with the elements of each item of a sequence, which may be missing. */
+template <class Use>
+void forEachDicomItem(const DicomValues& values, const DicomTag& sequence, const Use& use)
+{
+    const DicomElement* const element = values.data.find(sequence);
+    if (element == nullptr) {
+        return;
+    }
+    const DicomSyntax syntax = element->itemSyntax;
+    for (const ByteView content : dicomItems(*element)) {
+        const DicomDataSet item = readDicomElements(content, syntax);
+        use(DicomValues{item, syntax.isBigEndian});
+    }
+}
+
 /** The elements that describe the stored values. */
 namespace dicomTags
 {

@@ -79,6 +79,8 @@ describe('controls', () => {
         { id: 'ignore-frame', native: ['--ignore-frame'] },
         { id: 'if-present', native: ['--if-present'] },
         { id: 'error-doses', native: ['--allow-error-doses'] },
+        { id: 'identify', native: ['--identify'] },
+        { id: 'header-comment', value: 'seen', native: ['--header', 'comment=seen'] },
     ];
     /** Fields as they were go into the next comparison: no event tells of them. */
     let undo = async () => {};

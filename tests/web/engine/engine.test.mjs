@@ -221,6 +221,9 @@ describe('the document of a request', () => {
         sweeps: ['1:3%/1:3mm'],
         refuse: ['identical-doses', 'unreached'],
         referenceGuessed: true,
+        plans: ['p.dcm'],
+        identify: true,
+        header: { comment: 'seen', machine: 'LINAC 1' },
     });
 
     test('comes back as it was, alone and out of a record', () => {

@@ -1,0 +1,27 @@
+/**
+ * @file headerJson.h
+ * The header of a document: what the user gave, and what the files say where that is asked for.
+ */
+#ifndef ZARNGI_COMPARISON_DOCUMENTS_HEADERJSON_H
+#define ZARNGI_COMPARISON_DOCUMENTS_HEADERJSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "comparison/comparison.h"
+#include "comparison/documents/disclosure.h"
+
+namespace zarngi
+{
+
+/** What doses and plans say of patient and plan, where nothing was given. */
+Header headerOfFiles(const Comparison& comparison);
+
+/** All fields; null where there is nothing to tell. */
+nlohmann::ordered_json headerJson(const Header& header);
+
+/** What a document tells. */
+nlohmann::ordered_json headerJson(const Comparison& comparison, const Disclosure& disclosure);
+
+} // namespace zarngi
+
+#endif

@@ -1,0 +1,158 @@
+"""Whose plan it is: what outputs tell of it when asked, and that they tell nothing of it else."""
+
+import json
+import unittest
+
+import pydicom
+
+import doses
+from documents import checked
+from plan_files import refer, write_plan
+from structure_files import box, write_structure_set
+from support import ProgramTest, run
+
+STRUCTURES = {"PTV": box((-6, 8), (-5, 5), [11, 14, 17, 20, 23, 26, 29])}
+PLANTED = "Mustermann"
+PLAN = "1.2.77.1"
+
+
+class Identity(ProgramTest):
+    def setUp(self):
+        super().setUp()
+        self.doses = [
+            refer(doses.write_dicom(self.folder / name, dose, doses.DicomStyle()), PLAN)
+            for name, dose in zip(("a.dcm", "b.dcm"), doses.pair())
+        ]
+        self.record = self.folder / "r.json"
+
+    def compared(self, *more, warned=0):
+        result = run("compare", *self.doses, "--json", self.record, *more)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(result.stderr.count("\n"), warned, result.stderr)
+        self.warnings = result.stderr
+        return checked(json.loads(self.record.read_text()))
+
+    def test_the_header(self):
+        header = self.compared("--plan", write_plan(self.folder / "p.dcm"), "--identify")["header"]
+        self.assertEqual(header, {
+            "patientName": "Secret, Patient", "patientId": "secret-id", "plan": "HN 60 (left)",
+            "beams": "1 arc, 2 back", "machine": "LINAC 1", "prescription": "60 Gy (PTV)", "fractions": "30",
+            "isocentre": "0, -10.5, 20 mm", "date": "2026-11-26",
+            "approval": "APPROVED, 2026-11-27, Physicist, Ada", "series": "plans", "comment": None,
+            "performedBy": None, "reviewedBy": None,
+        })  # fmt: skip
+
+    def test_beams_of_the_doses_and_sums_of_plans(self):
+        plan = write_plan(self.folder / "p.dcm")
+        for path in self.doses:
+            refer(path, PLAN, beams=[2])
+        self.assertEqual(self.compared("--plan", plan, "--identify")["header"]["beams"], "2 back")
+        boost = write_plan(self.folder / "boost.dcm", "1.2.77.2", RTPlanLabel="boost", RTPlanName="")
+        refer(self.doses[1], "1.2.77.2")
+        header = self.compared("--plan", plan, "--plan", boost, "--identify")["header"]
+        self.assertEqual(header["plan"], "HN 60 (left) + boost")
+        self.assertTrue(header["beams"].startswith("plan sum: 2 back"), header["beams"])
+
+    def test_what_is_given_stands_in_place_of_what_files_say(self):
+        plan = ["--plan", write_plan(self.folder / "p.dcm")]
+        given = ["--header", "plan=other", "--header", "comment=a=b", "--header", "plan=last"]
+        self.assertEqual(self.compared(*plan, *given, "--identify")["header"]["plan"], "last")
+        for more in ((), ("--anonymous", "pair-7")):
+            header = self.compared(*plan, *given, *more)["header"]
+            told = {key: text for key, text in header.items() if text is not None}
+            self.assertEqual(told, {"plan": "last", "comment": "a=b"})
+
+    def test_what_is_asked_is_asked_again(self):
+        plan = write_plan(self.folder / "p.dcm")
+        first = self.compared("--plan", plan, "--identify", "--header", "comment=seen")
+        again = self.folder / "again.json"
+        write_plan(plan, RTPlanLabel="changed")
+        result = run("compare", "--request", self.record, "--json", again)
+        self.assertIn("p.dcm: is another file than that of the record", result.stderr)
+        header = json.loads(again.read_text())["header"]
+        self.assertEqual(header, {**first["header"], "plan": "changed (left)"})
+
+    def test_a_protocol_is_of_no_patient(self):
+        protocol = self.folder / "department.json"
+        given = [f"--header={key}={PLANTED}" for key in ("patientName", "patientId", "plan", "comment")]
+        plan = write_plan(self.folder / f"{PLANTED}.dcm")
+        self.compared("--plan", plan, *given, "--header", "machine=LINAC 2", "--save-request", protocol)
+        self.assertNotIn(PLANTED, protocol.read_text())
+        self.assertEqual(json.loads(protocol.read_text())["header"], {"machine": "LINAC 2"})
+
+    def test_a_plan_of_other_doses_is_told_and_left_out(self):
+        untold = doses.write_nrrd(self.folder / "c.nrrd", doses.blob())
+        for plan, warning, isTheirs in (
+            ({"patient": "another"}, "p.dcm: is a plan of another patient than", False),
+            ({"uid": "1.2.77.9"}, "p.dcm: is not the plan that the doses refer to", False),
+        ):
+            path = write_plan(self.folder / "p.dcm", RTPlanLabel=PLANTED, **plan)
+            record = self.compared("--plan", path, "--identify", warned=1)
+            self.assertIn(warning, self.warnings)
+            self.assertEqual(record["files"]["plans"][0]["isOfDoses"], isTheirs)
+            self.assertNotIn(PLANTED, json.dumps(record["header"]))
+        self.doses = [untold, untold]
+        record = self.compared("--plan", path, "--identify", warned=1)
+        self.assertIn("no dose tells its plan", self.warnings)
+        self.assertEqual(record["header"]["plan"], f"{PLANTED} (left)")
+
+    def test_refused_files_of_plans(self):
+        plan = write_plan(self.folder / "p.dcm")
+        whole = plan.read_bytes()
+        contents = {
+            "cut": (whole[:-20], 1, "p.dcm: "),
+            "empty": (b"", 1, "is empty"),
+            "number": (whole.replace(b"-10.5", b"-10,5"), 1, "Isocenter Position"),
+            "dose": (self.doses[0].read_bytes(), 1, "is DICOM but no RT Plan (modality RTDOSE)"),
+            "text": (b"a text", 1, "is not a treatment plan"),
+        }
+        for name, (data, code, sentence) in contents.items():
+            with self.subTest(name):
+                self.assertTrue(data != whole)
+                plan.write_bytes(data)
+                result = run("compare", *self.doses, "--plan", plan, "--json", self.record)
+                self.assert_refused(result, code, "p.dcm: ", sentence)
+                self.assertFalse(self.record.exists())
+
+    def test_refused_options(self):
+        for more in (["--header", "comment"], ["--header", "patient=Doe"]):
+            self.assert_refused(run("compare", *self.doses, *more), 2, "--header", "patientName, patientId")
+        both = run("compare", *self.doses, "--identify", "--anonymous", "pair-7")
+        self.assertEqual(both.returncode, 2)
+
+    def test_outputs_hold_nothing_that_files_say_unless_asked(self):
+        plan = write_plan(self.folder / "p.dcm")
+        structures = write_structure_set(self.folder / "s.dcm", STRUCTURES, "1.2.3.4")
+        for path in (*self.doses, plan, structures):
+            self.plant(path)
+        uids = [PLAN, "1.2.3.4", *(str(pydicom.dcmread(p).SOPInstanceUID) for p in (*self.doses, structures))]
+        outputs = {"--json": "r.json", "--csv": "r.csv", "--report": "r.html"}
+        arguments = ["--plan", plan, "--structures", structures, "--explain", "--ignore-frame"]
+        for option, name in outputs.items():
+            arguments += [option, self.folder / name]
+
+        def told(*more):
+            result = run("compare", *self.doses, *arguments, *more)
+            self.assertEqual(result.returncode, 0, result.stderr)
+            texts = [result.stdout, result.stderr, *((self.folder / n).read_text() for n in outputs.values())]
+            return [secret for secret in (PLANTED, "secret-id", *uids) for text in texts if secret in text]
+
+        self.assertEqual(told(), [])
+        self.assertEqual(told("--anonymous", "pair-7"), [])
+        self.assertIn(PLANTED, told("--identify"))
+        self.assertIn(uids[-1], told("--identify"))
+
+    def plant(self, path):
+        """A name where files have texts."""
+        data = pydicom.dcmread(path)
+        for keyword in ("PatientName", "SeriesDescription", "StudyDescription", "DoseComment", "RTPlanLabel",
+                        "RTPlanName", "RTPlanDescription", "StructureSetLabel", "StructureSetName",
+                        "ReviewerName", "Manufacturer"):  # fmt: skip
+            setattr(data, keyword, PLANTED)
+        for beam in data.get("BeamSequence", []):
+            beam.BeamName = beam.TreatmentMachineName = PLANTED
+        data.save_as(path)
+
+
+if __name__ == "__main__":
+    unittest.main()
