@@ -4,6 +4,8 @@
 #include <iostream>
 #include <memory>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "cli/commands/compareCommand.h"
 #include "cli/commands/demoCommand.h"
@@ -16,6 +18,7 @@
 #include "comparison/failure.h"
 #include "comparison/gammaRun.h"
 #include "comparison/text.h"
+#include "platform/console.h"
 
 namespace
 {
@@ -54,6 +57,7 @@ struct CommandLine {
         for (CLI::App* const command :
              {&app, compareCommand, dvhCommand, infoCommand, demoCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
+            command->allow_windows_style_options(false); // "/a" is a path
         }
         zarngi::addCompareOptions(*compareCommand, compare);
         zarngi::addDvhOptions(*dvhCommand, dvh);
@@ -81,11 +85,10 @@ struct CommandLine {
 };
 
 /** The command line as it was given; words with blanks in quotes. */
-std::string joined(int argc, char** argv)
+std::string joined(const std::vector<std::string>& words)
 {
     std::string text = "zarngi";
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
+    for (const std::string& word : words) {
         const bool isPlain = !word.empty() && word.find_first_of(" \t\"'") == std::string::npos;
         text += isPlain ? " " + word : " '" + word + "'";
     }
@@ -124,20 +127,20 @@ std::string reasonOf(const CLI::ParseError& error, const CLI::App& app, const st
     return error.what();
 }
 
-int runProgram(int argc, char** argv)
+int runProgram(const std::vector<std::string>& words)
 {
     zarngi::removeTemporaryFilesOnSignals();
     CommandLine commandLine;
     try {
-        commandLine.app.parse(argc, argv);
+        commandLine.app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::Success& request) {
         return commandLine.app.exit(request);
     } catch (const CLI::ParseError& error) {
-        const std::string word = argc > 1 ? argv[1] : "";
+        const std::string word = words.empty() ? "" : words.front();
         return tell(reasonOf(error, commandLine.app, word) + " (zarngi --help tells more)",
                     ExitCode::wrongUsage);
     }
-    commandLine.compare.commandLine = joined(argc, argv);
+    commandLine.compare.commandLine = joined(words);
     commandLine.dvh.commandLine = commandLine.compare.commandLine;
     return runCommand(commandLine);
 }
@@ -147,7 +150,8 @@ int runProgram(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
-        return runProgram(argc, argv);
+        const platform::PlainStreams streams;
+        return runProgram(platform::arguments(argc, argv));
     } catch (...) {
         std::fputs("zarngi: not enough memory\n", stderr);
         return static_cast<int>(ExitCode::badInput);

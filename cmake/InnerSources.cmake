@@ -24,7 +24,7 @@ function(zarngi_inner_sources target)
     target_compile_options(${target} PRIVATE -ffp-contract=off)
     if(target STREQUAL zarngi_files)
         zarngi_standard_headers(${target})
-    else()
+    elseif(NOT target STREQUAL zarngi_platform) # which stands below them, and is small
         target_precompile_headers(${target} REUSE_FROM zarngi_files)
     endif()
 endfunction()

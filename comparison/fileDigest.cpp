@@ -1,10 +1,6 @@
 #include "comparison/fileDigest.h"
 
-// Its functions of this level need a few objects of the archive, those above it need most of them.
-#define OPENSSL_API_COMPAT 0x10100000L
-#include <openssl/sha.h>
-
-#include <array>
+#include "platform/digest.h"
 
 namespace zarngi
 {
@@ -27,12 +23,7 @@ std::string hexadecimal(std::span<const unsigned char> bytes)
 
 FileDigest digestOf(std::span<const unsigned char> contents)
 {
-    std::array<unsigned char, SHA256_DIGEST_LENGTH> hash{};
-    SHA256_CTX state;
-    SHA256_Init(&state);
-    SHA256_Update(&state, contents.data(), contents.size());
-    SHA256_Final(hash.data(), &state);
-    return {contents.size(), hexadecimal(hash)};
+    return {contents.size(), hexadecimal(platform::sha256Of(contents))};
 }
 
 } // namespace zarngi

@@ -11,6 +11,7 @@
 
 #include "files/error.h"
 #include "files/text.h"
+#include "platform/paths.h"
 
 namespace files
 {
@@ -94,11 +95,11 @@ std::string lastWord(std::string_view text)
 /** A file's name without folder and ending. */
 std::string stemOf(const std::string& name)
 {
-    std::filesystem::path file = std::filesystem::path(name).filename();
-    if (lowerCase(file.extension().string()) == ".gz") {
+    std::filesystem::path file = platform::pathOf(name).filename();
+    if (lowerCase(platform::textOf(file.extension())) == ".gz") {
         file = file.stem();
     }
-    return file.stem().string();
+    return platform::textOf(file.stem());
 }
 
 std::string doseText(float dose, const DoseImage& image)

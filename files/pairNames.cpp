@@ -1,10 +1,10 @@
 #include "files/pairNames.h"
 
-#include <filesystem>
 #include <initializer_list>
 
 #include "files/error.h"
 #include "files/text.h"
+#include "platform/paths.h"
 
 namespace files
 {
@@ -39,7 +39,7 @@ std::optional<std::string> firstThatIsThere(const std::string& stem,
 /** As much of a path as a sentence shows. */
 std::string nameOf(const std::string& path)
 {
-    return excerpt(std::filesystem::path(path).filename().string());
+    return excerpt(platform::nameOf(path));
 }
 
 } // namespace
@@ -65,7 +65,7 @@ std::string pathBeside(const std::string& header, const std::string& name)
     if (name.find('\0') != std::string::npos) {
         refuseDamaged("its data file " + excerpt(name) + " is missing");
     }
-    return (std::filesystem::path(header).parent_path() / name).string();
+    return platform::textOf(platform::pathOf(header).parent_path() / platform::pathOf(name));
 }
 
 std::string sentenceAboutData(const std::string& path, const std::string& reason)

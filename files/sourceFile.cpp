@@ -1,16 +1,14 @@
 #include "files/sourceFile.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
+#include <system_error>
 
 #include "files/error.h"
 #include "files/fileFormat.h"
 #include "files/pairNames.h"
+#include "platform/paths.h"
+#include "platform/systemError.h"
 
 namespace files
 {
@@ -23,56 +21,49 @@ namespace
     throw Refusal({FileError::Kind::system, sentence, error});
 }
 
+platform::InputFile opened(const std::string& path)
+{
+    try {
+        return platform::InputFile(path);
+    } catch (const std::system_error& error) {
+        const int number = error.code().value();
+        refuseSystem(number == ENOENT ? "no such file"
+                                      : "cannot be opened: " + platform::reasonOf(error.code()),
+                     number);
+    }
+}
+
 bool exists(const std::string& path)
 {
     std::error_code error;
-    return std::filesystem::exists(path, error);
+    return std::filesystem::exists(platform::pathOf(path), error);
 }
 
 } // namespace
 
-SourceFile::SourceFile(const std::string& path, const std::string& what)
+SourceFile::SourceFile(const std::string& path, const std::string& what) : file_(opened(path))
 {
-    file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    if (file_ < 0) {
-        const int error = errno;
-        refuseSystem(error == ENOENT ? "no such file"
-                                     : std::string("cannot be opened: ") + std::strerror(error),
-                     error);
+    using Kind = platform::InputFile::Kind;
+    const bool isFolder = file_.kind() == Kind::folder;
+    if (isFolder || file_.kind() == Kind::device) {
+        refuseSystem((isFolder ? "is a folder, not a " : "is a device, not a ") + what,
+                     isFolder ? EISDIR : EINVAL);
     }
-    struct stat status {
-    };
-    fstat(file_, &status);
-    if (S_ISREG(status.st_mode)) {
-        told_ = static_cast<std::size_t>(status.st_size);
-    } else if (!S_ISFIFO(status.st_mode)) {
-        close(file_);
-        refuseSystem((S_ISDIR(status.st_mode) ? "is a folder, not a " : "is a device, not a ") +
-                         what,
-                     S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    }
-}
-
-SourceFile::~SourceFile()
-{
-    close(file_);
 }
 
 std::size_t SourceFile::fill(std::span<unsigned char> buffer) const
 {
     std::size_t done = 0;
-    while (done < buffer.size()) {
-        const ssize_t count = read(file_, buffer.data() + done, buffer.size() - done);
-        if (count < 0 && errno == EINTR) {
-            continue;
+    try {
+        while (done < buffer.size()) {
+            const std::size_t count = file_.read(buffer.subspan(done));
+            if (count == 0) {
+                break;
+            }
+            done += count;
         }
-        if (count < 0) {
-            refuseSystem(std::string("cannot be read: ") + std::strerror(errno), errno);
-        }
-        if (count == 0) {
-            break;
-        }
-        done += static_cast<std::size_t>(count);
+    } catch (const std::system_error& error) {
+        refuseSystem("cannot be read: " + platform::reasonOf(error.code()), error.code().value());
     }
     return done;
 }
@@ -90,7 +81,7 @@ Bytes SourceFile::readRest(Bytes beginning)
         return beginning;
     }
     // One byte more than the file has shows its end.
-    std::size_t size = std::max(told_ + 1, 2 * beginning.size());
+    std::size_t size = std::max(file_.size() + 1, 2 * beginning.size());
     for (Bytes all = std::move(beginning);; size *= 2) {
         Bytes larger(size);
         std::copy_n(all.data(), all.size(), larger.data());

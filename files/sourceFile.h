@@ -9,6 +9,7 @@
 #include <string>
 
 #include "files/bytes.h"
+#include "platform/inputFile.h"
 
 namespace files
 {
@@ -22,9 +23,6 @@ public:
      * @throws Refusal of the kind system when it cannot be opened.
      */
     explicit SourceFile(const std::string& path, const std::string& what = "dose file");
-    ~SourceFile();
-    SourceFile(const SourceFile&) = delete;
-    SourceFile& operator=(const SourceFile&) = delete;
 
     /** Enough bytes to tell what the file is, or all where there are fewer. @throws Refusal */
     Bytes readBeginning();
@@ -37,8 +35,7 @@ private:
     /** Fills the buffer as far as the file goes; tells how much. */
     std::size_t fill(std::span<unsigned char> buffer) const;
 
-    int file_ = -1;
-    std::size_t told_ = 0; ///< bytes, as the file system tells; of a pipe 0
+    platform::InputFile file_;
 };
 
 /** The whole of a data file that a header names. @throws Refusal that names it */

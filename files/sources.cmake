@@ -80,7 +80,5 @@ set(files_native_sources
     namedFile.cpp
     nativeDecimal.cpp
     nativeDeflate.cpp
-    output/openFile.cpp
-    output/temporaryFile.cpp
     output/wholeFile.cpp
     sourceFile.cpp)

@@ -29,6 +29,13 @@ set(library_sources
     gammaIndexKernelCPU/watch.cpp
     gammaIndexKernelCPU/workers.cpp)
 
+# The pseudo-random numbers of a rotation: the system's, where these are those of Linux.
+if(WIN32)
+    list(APPEND library_sources gammaIndexKernelCPU/randomNumbers/ownSequence.cpp)
+else()
+    list(APPEND library_sources gammaIndexKernelCPU/randomNumbers/system.cpp)
+endif()
+
 # The vector paths of one kind of processor.
 set(library_x86_sources
     gammaIndexKernelCPU/paths/sse2.cpp

@@ -10,6 +10,8 @@
 #include "comparison/example/syntheticStructures.h"
 #include "comparison/text.h"
 #include "files/structures/writeStructureSet.h"
+#include "platform/paths.h"
+#include "platform/systemError.h"
 
 namespace zarngi
 {
@@ -19,20 +21,20 @@ namespace
 
 std::string writeDose(const std::filesystem::path& path, const Disturbance& disturbance)
 {
-    OutputFile file(path.string());
+    OutputFile file(platform::textOf(path));
     writeImage(file, syntheticDose(demoGeometry(), disturbance));
-    return path.string();
+    return platform::textOf(path);
 }
 
 std::string writeStructures(const std::filesystem::path& path)
 {
     const auto bytes = files::encodeStructureSet(syntheticStructures());
     if (!bytes) {
-        throw failureOf(path.string(), bytes.error());
+        throw failureOf(platform::textOf(path), bytes.error());
     }
-    OutputFile file(path.string());
+    OutputFile file(platform::textOf(path));
     file.write(files::asText(bytes->view()));
-    return path.string();
+    return platform::textOf(path);
 }
 
 } // namespace
@@ -40,11 +42,11 @@ std::string writeStructures(const std::filesystem::path& path)
 ExitCode demo(const std::string& folder)
 {
     std::error_code error;
-    std::filesystem::create_directories(folder, error);
+    const std::filesystem::path place = platform::pathOf(folder);
+    std::filesystem::create_directories(place, error);
     if (error) {
-        throw InputError(folder + ": the folder cannot be made: " + error.message());
+        throw InputError(folder + ": the folder cannot be made: " + platform::reasonOf(error));
     }
-    const std::filesystem::path place(folder);
     CompareOptions options;
     std::cout << "Two crossing photon fields; the verification is shifted by 1.5 mm, "
                  "1.5 % too high and noisy by 3 %.\n"
@@ -53,10 +55,11 @@ ExitCode demo(const std::string& folder)
     options.evaluation = writeDose(place / "evaluation.mha", fairVerification);
     options.structures = {writeStructures(place / "structures.dcm")};
     options.criteria = {"3%/2mm", "2%/1mm"};
-    options.outputs.json = (place / "result.json").string();
-    options.outputs.report = reportTemplate().empty() ? "" : (place / "report.html").string();
+    options.outputs.json = platform::textOf(place / "result.json");
+    options.outputs.report =
+        reportTemplate().empty() ? "" : platform::textOf(place / "report.html");
     const ExitCode result = compare(options);
-    std::cout << "written to  " << oneLine(place.string())
+    std::cout << "written to  " << oneLine(platform::textOf(place))
               << "/: reference.mha, evaluation.mha, structures.dcm, result.json"
               << (options.outputs.report.empty() ? "\n" : ", report.html\n");
     return result;

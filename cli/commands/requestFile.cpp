@@ -9,6 +9,7 @@
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"
+#include "platform/paths.h"
 
 namespace zarngi
 {
@@ -20,7 +21,7 @@ namespace fs = std::filesystem;
 
 std::string contentsOf(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(platform::pathOf(path), std::ios::binary);
     std::ostringstream text;
     text << file.rdbuf();
     if (!file || !text) {
@@ -55,10 +56,10 @@ Request readRequest(const std::string& path)
     try {
         Request request = requestOfText(contentsOf(path));
         std::error_code none; // a link lies elsewhere than its file
-        const fs::path real = fs::canonical(path, none);
-        const fs::path folder = (none ? fs::path(path) : real).parent_path();
+        const fs::path real = fs::canonical(platform::pathOf(path), none);
+        const fs::path folder = (none ? platform::pathOf(path) : real).parent_path();
         changeFiles(request, [&](const std::string& file) {
-            return (folder / file).lexically_normal().string();
+            return platform::textOf((folder / platform::pathOf(file)).lexically_normal());
         });
         return request;
     } catch (const UsageError& error) {
@@ -69,7 +70,9 @@ Request readRequest(const std::string& path)
 Request relocated(Request request, const std::string& folder)
 {
     changeFiles(request, [&](const std::string& file) {
-        return fs::absolute(file).lexically_normal().lexically_proximate(folder).string();
+        return platform::portableTextOf(fs::absolute(platform::pathOf(file))
+                                            .lexically_normal()
+                                            .lexically_proximate(platform::pathOf(folder)));
     });
     return request;
 }
@@ -79,7 +82,7 @@ std::string protocolText(Request request, const std::string& path)
     clearFiles(request);
     request.header = request.header.ofEveryPatient();
     if (request.protocol.name.empty()) {
-        request.protocol = {fs::path(path).stem().string(), "1"};
+        request.protocol = {platform::textOf(platform::pathOf(path).stem()), "1"};
     }
     return toText(requestJson(request), 2) + "\n";
 }

@@ -3,29 +3,19 @@
 // damaged file does to the decoders reaches further than this process.
 #include <gdcmImageReader.h>
 #include <gdcmTrace.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <iostream>
 #include <vector>
 
 #include "exitCodes.h"
+#include "platform/process.h"
 
 namespace
 {
 
-/** Bounds on what a damaged file can make of this process. */
-void setLimits()
-{
-    constexpr unsigned longest = 60;             // seconds
-    constexpr rlim_t largest = rlim_t{16} << 30; // bytes of address space
-    constexpr rlimit noCoreDump{0, 0};
-    constexpr rlimit memory{largest, largest};
-    setrlimit(RLIMIT_CORE, &noCoreDump);
-    setrlimit(RLIMIT_AS, &memory);
-    alarm(longest);
-}
+constexpr unsigned longest = 60;                       // seconds
+constexpr std::size_t largest = std::size_t{16} << 30; // bytes of address space
 
 int unpack()
 {
@@ -50,7 +40,7 @@ int unpack()
 
 int main()
 {
-    setLimits();
+    platform::limitThisProcess(longest, largest);
     try {
         return unpack();
     } catch (...) {

@@ -1,13 +1,12 @@
 #include "cli/output/dvhTable.h"
 
-#include <filesystem>
-
 #include "cli/output/columns.h"
 #include "cli/output/goalTable.h"
 #include "cli/output/places.h"
 #include "cli/output/structureTable.h"
 #include "cli/output/units.h"
 #include "comparison/text.h"
+#include "platform/paths.h"
 
 namespace zarngi
 {
@@ -17,9 +16,9 @@ std::string describeDvh(const DoseEvaluation& evaluation)
     const DoseImage& dose = evaluation.dose;
     const StructureRequest& asked = evaluation.request.structures;
     std::string text =
-        line("dose", oneLine(std::filesystem::path(dose.path).filename().string()) + " (" +
-                         dose.format + "), " + describePlaces(dose) + ", maximum " +
-                         number(evaluation.extremes.maximum) + unitBehind(dose.unit)) +
+        line("dose", oneLine(platform::nameOf(dose.path)) + " (" + dose.format + "), " +
+                         describePlaces(dose) + ", maximum " + number(evaluation.extremes.maximum) +
+                         unitBehind(dose.unit)) +
         (asked.prescription
              ? line("prescribed", number(*asked.prescription) + unitBehind(dose.unit))
              : std::string()) +

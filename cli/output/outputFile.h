@@ -11,7 +11,7 @@
 
 #include "cli/output/outputPlace.h"
 #include "cli/output/pendingFile.h"
-#include "files/output/openFile.h"
+#include "platform/openFile.h"
 
 namespace zarngi
 {
@@ -41,10 +41,10 @@ private:
     [[noreturn]] void fail(const std::string& reason) const;
     void prepare();
     void checkPlace() const;
-    files::OpenFile openPlace();
+    platform::OpenFile openPlace();
 
     OutputPlace place_;
-    std::optional<files::OpenFile> open_; ///< of a place that was open before the program began
+    std::optional<platform::OpenFile> open_; ///< of a place that was open before the program began
     std::optional<PendingFile> pending_;
 };
 

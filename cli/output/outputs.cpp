@@ -1,8 +1,5 @@
 #include "cli/output/outputs.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -20,8 +17,9 @@
 #include "comparison/documents/reportPage.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"
-#include "files/output/systemCall.h"
 #include "files/text.h"
+#include "platform/console.h"
+#include "platform/paths.h"
 
 namespace zarngi
 {
@@ -29,16 +27,16 @@ namespace zarngi
 namespace
 {
 
-bool contains(const std::vector<FileIdentity>& files, const FileIdentity& file)
+bool contains(const std::vector<platform::FileIdentity>& files, const platform::FileIdentity& file)
 {
     return std::find(files.begin(), files.end(), file) != files.end();
 }
 
-std::vector<FileIdentity> identitiesOf(const std::vector<std::string>& inputs)
+std::vector<platform::FileIdentity> identitiesOf(const std::vector<std::string>& inputs)
 {
-    std::vector<FileIdentity> files;
+    std::vector<platform::FileIdentity> files;
     for (const std::string& input : inputs) {
-        if (const auto file = identityOfInput(input)) {
+        if (const auto file = platform::identityOf(input)) {
             files.push_back(*file);
         }
     }
@@ -46,7 +44,7 @@ std::vector<FileIdentity> identitiesOf(const std::vector<std::string>& inputs)
 }
 
 /** Devices take any number of outputs, one after the other. */
-bool isForOneOutput(const OutputPlace& place, const FileIdentity& file)
+bool isForOneOutput(const OutputPlace& place, const platform::FileIdentity& file)
 {
     return place.isStandardOutput() || !file.isCharacterDevice;
 }
@@ -68,11 +66,7 @@ void printToStandardError()
 {
     std::cout.flush();
     std::fflush(stdout);
-    if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) { // it is closed: nobody wants to see it
-        const int nowhere = files::checked(open("/dev/null", O_WRONLY | O_CLOEXEC));
-        dup2(nowhere, STDOUT_FILENO);
-        close(nowhere);
-    }
+    platform::printToStandardError();
 }
 
 } // namespace
@@ -99,11 +93,11 @@ void OutputNames::checkFormats() const
 void OutputNames::checkFiles(const std::vector<std::string>& inputs,
                              const std::vector<Criterion>& criteria) const
 {
-    const std::vector<FileIdentity> read = identitiesOf(inputs);
+    const std::vector<platform::FileIdentity> read = identitiesOf(inputs);
     std::vector<std::string> names = gammaMaps(criteria);
     names.insert(names.end(), {json, csv, report, request});
     std::erase(names, "");
-    std::vector<FileIdentity> written;
+    std::vector<platform::FileIdentity> written;
     for (const std::string& name : names) {
         const OutputPlace place = placeOf(name);
         const auto file = identityOf(place);
@@ -137,7 +131,7 @@ std::vector<std::string> OutputNames::gammaMaps(const std::vector<Criterion>& cr
 
 std::string gammaMapName(const std::string& name, const Criterion& criterion)
 {
-    const std::size_t nameStart = name.find_last_of('/') + 1; // 0 where there is no folder
+    const std::size_t nameStart = name.size() - platform::nameOf(name).size();
     const std::size_t extension =
         files::lowerCase(name).ends_with(".nii.gz") ? name.size() - 7 : name.find_last_of('.');
     const std::size_t stemEnd = std::max(nameStart, extension);

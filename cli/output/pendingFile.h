@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "files/output/temporaryFile.h"
+#include "platform/temporaryFile.h"
 
 namespace zarngi
 {
@@ -32,7 +32,7 @@ public:
     void renameTo(const std::string& path);
 
 private:
-    std::optional<files::TemporaryFile> file_; ///< made while signals wait
+    std::optional<platform::TemporaryFile> file_; ///< made while signals wait
 };
 
 /** Makes the signals that end a program (Ctrl-C, a closed pipe) remove temporary files first. */

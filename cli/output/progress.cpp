@@ -1,12 +1,9 @@
 #include "cli/output/progress.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <string_view>
 
 #include "comparison/text.h"
+#include "platform/console.h"
 
 namespace zarngi
 {
@@ -14,15 +11,9 @@ namespace zarngi
 namespace
 {
 
-void writeToTerminal(const std::string& text)
-{
-    // A terminal that does not take it is no reason to stop.
-    static_cast<void>(!write(STDERR_FILENO, text.data(), text.size()));
-}
-
 void replaceLine(const std::string& text)
 {
-    writeToTerminal(std::string("\r").append(text).append("\033[K"));
+    platform::writeToTerminal(std::string("\r").append(text).append("\033[K"));
 }
 
 std::string bar(double share)
@@ -53,9 +44,7 @@ std::string progressText(const std::string& title, double share, double seconds)
 
 bool ProgressLine::isWanted()
 {
-    const char* const terminal = std::getenv("TERM");
-    return isatty(STDERR_FILENO) == 1 && terminal != nullptr &&
-           std::string_view(terminal) != "dumb";
+    return platform::isTerminalForProgress();
 }
 
 ProgressLine::ProgressLine(std::string title) : title_(std::move(title))
@@ -64,7 +53,7 @@ ProgressLine::ProgressLine(std::string title) : title_(std::move(title))
 
 ProgressLine::~ProgressLine()
 {
-    writeToTerminal(shown_ == Clock::time_point{} ? "" : "\r\033[K");
+    platform::writeToTerminal(shown_ == Clock::time_point{} ? "" : "\r\033[K");
 }
 
 bool ProgressLine::isDue()

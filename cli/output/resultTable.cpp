@@ -1,7 +1,6 @@
 #include "cli/output/resultTable.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "cli/output/columns.h"
 #include "cli/output/explanationTable.h"
@@ -13,6 +12,7 @@
 #include "cli/output/units.h"
 #include "comparison/conditions.h"
 #include "comparison/text.h"
+#include "platform/paths.h"
 
 namespace zarngi
 {
@@ -22,9 +22,8 @@ namespace
 
 std::string describeGrid(const DoseImage& dose, const DoseExtremes& extremes)
 {
-    return oneLine(std::filesystem::path(dose.path).filename().string()) + " (" + dose.format +
-           "), " + describePlaces(dose) + ", maximum " + number(extremes.maximum) +
-           unitBehind(dose.unit);
+    return oneLine(platform::nameOf(dose.path)) + " (" + dose.format + "), " +
+           describePlaces(dose) + ", maximum " + number(extremes.maximum) + unitBehind(dose.unit);
 }
 
 std::string describeSearch(const Comparison& comparison)
@@ -167,8 +166,7 @@ std::string describeMaking(const Comparison& comparison)
                              const DoseFactor& factor) {
         std::string made;
         for (const DoseImage& dose : added) {
-            made += (made.empty() ? "+ " : " + ") +
-                    oneLine(std::filesystem::path(dose.path).filename().string());
+            made += (made.empty() ? "+ " : " + ") + oneLine(platform::nameOf(dose.path));
         }
         if (!factor.text.empty()) {
             made += (made.empty() ? "times " : ", times ") + factor.text;

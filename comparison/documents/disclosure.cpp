@@ -1,8 +1,7 @@
 #include "comparison/documents/disclosure.h"
 
-#include <filesystem>
-
 #include "comparison/failure.h"
+#include "platform/paths.h"
 
 namespace zarngi
 {
@@ -125,7 +124,7 @@ std::string Disclosure::pathOf(const std::string& path) const
 
 std::string Disclosure::nameOf(const std::string& path) const
 {
-    return isAnonymous() ? pathOf(path) : std::filesystem::path(path).filename().string();
+    return isAnonymous() ? pathOf(path) : platform::nameOf(path);
 }
 
 Wording wordingByRoles(const Request& request)

@@ -10,7 +10,7 @@
 namespace zarngi
 {
 
-/** By means of libdeflate and OpenSSL. */
+/** By means of libdeflate and a library of the system. */
 const PagePacking& nativePagePacking();
 
 } // namespace zarngi

@@ -10,6 +10,7 @@
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
 #include "files/text.h"
+#include "platform/paths.h"
 
 namespace zarngi
 {
@@ -61,7 +62,7 @@ std::pair<DoseImage, DoseImage> DiskSource::doses(const std::string& reference,
                                                   const files::TableUnits& units)
 {
     std::error_code error;
-    const bool isFile = std::filesystem::is_regular_file(evaluation, error);
+    const bool isFile = std::filesystem::is_regular_file(platform::pathOf(evaluation), error);
     const std::launch when =
         isFile ? std::launch::async | std::launch::deferred : std::launch::deferred;
     FileDigests ofEvaluation;

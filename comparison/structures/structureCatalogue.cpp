@@ -1,9 +1,10 @@
 #include "comparison/structures/structureCatalogue.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <set>
 #include <utility>
+
+#include "platform/paths.h"
 
 namespace zarngi
 {
@@ -11,20 +12,15 @@ namespace zarngi
 namespace
 {
 
-std::string fileName(const std::string& path)
-{
-    return std::filesystem::path(path).filename().string();
-}
-
 /** How each file is called behind the names of its structures. */
 std::vector<std::string> fileLabels(const std::vector<files::StructureSet>& sets)
 {
     std::vector<std::string> labels;
     for (const files::StructureSet& set : sets) {
         const auto namesakes = std::count_if(sets.begin(), sets.end(), [&](const auto& other) {
-            return fileName(other.path) == fileName(set.path);
+            return platform::nameOf(other.path) == platform::nameOf(set.path);
         });
-        labels.push_back(namesakes == 1 ? fileName(set.path) : set.path);
+        labels.push_back(namesakes == 1 ? platform::nameOf(set.path) : set.path);
     }
     return labels;
 }

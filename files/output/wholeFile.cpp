@@ -1,9 +1,10 @@
 #include "files/output/wholeFile.h"
 
-#include <filesystem>
 #include <system_error>
 
-#include "files/output/temporaryFile.h"
+#include "platform/paths.h"
+#include "platform/systemError.h"
+#include "platform/temporaryFile.h"
 
 namespace files
 {
@@ -12,11 +13,12 @@ Result<bool> writeWhole(const std::string& path, ByteView contents)
 {
     return resultOf([&] {
         try {
-            TemporaryFile file(std::filesystem::path(path).parent_path());
+            platform::TemporaryFile file(platform::pathOf(path).parent_path());
             file.write(asText(contents));
             file.renameTo(path);
         } catch (const std::system_error& error) {
-            throw Refusal({FileError::Kind::system, "cannot be written: " + error.code().message(),
+            throw Refusal({FileError::Kind::system,
+                           "cannot be written: " + platform::reasonOf(error.code()),
                            error.code().value()});
         }
         return true;

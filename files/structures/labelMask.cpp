@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <set>
 #include <utility>
 
@@ -12,6 +11,7 @@
 #include "files/formats/volumeFormats.h"
 #include "files/structures/structureNames.h"
 #include "files/text.h"
+#include "platform/paths.h"
 
 namespace files
 {
@@ -256,7 +256,7 @@ StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& 
 
 std::string structureNameOf(const std::string& file)
 {
-    std::string name = std::filesystem::path(file).filename().string();
+    std::string name = platform::nameOf(file);
     for (const std::string_view ending :
          {".gz", ".nii", ".nrrd", ".nhdr", ".mha", ".mhd", ".hdr", ".img", ".seg"}) {
         if (lowerCase(name).ends_with(ending) && name.size() > ending.size()) {

@@ -1,18 +1,20 @@
 #include "rotation.h"
 
 #include <cmath>
-#include <cstdlib>
 
+#include "randomNumbers/randomNumbers.h"
 #include "rotated/rotate.h"
 
 namespace
 {
 
+using zarngi::engine::nextRandomNumber;
+
 vec3dRT randomDirection()
 {
-    const auto x = static_cast<float>(std::rand());
-    const auto y = static_cast<float>(std::rand());
-    const auto z = static_cast<float>(std::rand());
+    const auto x = static_cast<float>(nextRandomNumber());
+    const auto y = static_cast<float>(nextRandomNumber());
+    const auto z = static_cast<float>(nextRandomNumber());
     return versor(vec3dRT(x, y, z));
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <ctime>
 #include <limits>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "doseGrid.h"
 #include "engineState.h"
 #include "gammaTerm.h"
+#include "randomNumbers/randomNumbers.h"
 #include "shares.h"
 
 namespace zarngi::engine
@@ -109,9 +109,9 @@ void takeOverCriteria()
 void seedRandomGenerator()
 {
     constexpr int discardedDraws = 100;
-    std::srand(static_cast<unsigned>(std::time(nullptr)));
+    seedRandomNumbers(static_cast<unsigned>(std::time(nullptr)));
     for (int i = 0; i < discardedDraws; ++i) {
-        static_cast<void>(std::rand());
+        static_cast<void>(nextRandomNumber());
     }
 }
 

@@ -3,8 +3,9 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <ctime>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <vector>
 
 namespace zarngi::engine
@@ -15,49 +16,56 @@ namespace
 
 using Work = std::function<void(std::size_t)>;
 
+/** What the workers tell who waits for them. */
+struct Ends {
+    std::mutex mutex;
+    std::condition_variable changed;
+};
+
 /** A joinable thread; its work is done on the calling thread when it cannot be created. */
 struct Worker {
     const Work* work;
     std::size_t number;
+    Ends* ends;
     pthread_t thread;
     bool created;
+    bool ended = false; ///< guarded by the mutex of `ends`
 };
 
 void* start(void* argument)
 {
-    const Worker& worker = *static_cast<const Worker*>(argument);
+    Worker& worker = *static_cast<Worker*>(argument);
     (*worker.work)(worker.number);
+    const std::lock_guard<std::mutex> guard(worker.ends->mutex);
+    worker.ended = true;
+    worker.ends->changed.notify_one();
     return nullptr;
 }
 
-timespec after(long nanoseconds)
+void watchUntilEnded(const Worker& worker, const std::function<void()>& whileWaiting)
 {
-    constexpr long second = 1000000000;
-    timespec time{};
-    clock_gettime(CLOCK_REALTIME, &time);
-    time.tv_nsec += nanoseconds;
-    time.tv_sec += time.tv_nsec / second;
-    time.tv_nsec %= second;
-    return time;
+    constexpr std::chrono::milliseconds patience(10);
+    std::unique_lock<std::mutex> lock(worker.ends->mutex);
+    while (!worker.ends->changed.wait_for(lock, patience, [&] { return worker.ended; })) {
+        lock.unlock();
+        whileWaiting();
+        lock.lock();
+    }
 }
 
-void join(pthread_t thread, const std::function<void()>& whileWaiting)
+void join(const Worker& worker, const std::function<void()>& whileWaiting)
 {
-    constexpr long patience = 10000000; // nanoseconds
     if (whileWaiting) {
-        for (timespec until = after(patience);
-             pthread_timedjoin_np(thread, nullptr, &until) == ETIMEDOUT; until = after(patience)) {
-            whileWaiting();
-        }
-    } else {
-        pthread_join(thread, nullptr);
+        watchUntilEnded(worker, whileWaiting);
     }
+    pthread_join(worker.thread, nullptr);
 }
 
 } // namespace
 
 void runOnThreads(std::size_t count, const Work& work, const std::function<void()>& whileWaiting)
 {
+    Ends ends;
     std::vector<Worker> workers(count);
     pthread_attr_t joinable;
     pthread_attr_init(&joinable);
@@ -66,11 +74,12 @@ void runOnThreads(std::size_t count, const Work& work, const std::function<void(
         Worker& worker = workers[i];
         worker.work = &work;
         worker.number = i;
+        worker.ends = &ends;
         worker.created = pthread_create(&worker.thread, &joinable, start, &worker) == 0;
     }
     for (Worker& worker : workers) {
         if (worker.created) {
-            join(worker.thread, whileWaiting);
+            join(worker, whileWaiting);
         } else {
             start(&worker);
         }

@@ -1,8 +1,4 @@
 // A page opened from disk has no threads: all is done on the one that computes.
-#include <pthread.h>
-
-#include <ctime>
-
 #include "comparison/parallel.h"
 
 namespace zarngi
@@ -16,12 +12,3 @@ void forEachIndex(std::size_t count, int /*threads*/, const std::function<void(s
 }
 
 } // namespace zarngi
-
-extern "C" {
-
-/** Of the library's workers, none of which can be created here; the C library lacks it. */
-int pthread_timedjoin_np(pthread_t thread, void** result, const timespec* /*until*/)
-{
-    return pthread_join(thread, result);
-}
-}

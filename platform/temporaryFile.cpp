@@ -1,14 +1,12 @@
-#include "files/output/temporaryFile.h"
+#include "platform/temporaryFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
+#include <cerrno>
 #include <random>
 
-#include "files/output/systemCall.h"
+#include "platform/paths.h"
+#include "platform/places.h"
 
-namespace files
+namespace platform
 {
 
 namespace
@@ -23,8 +21,8 @@ int createIn(const std::filesystem::path& folder, std::string& path)
 {
     std::random_device random;
     for (;;) {
-        path = (folder / (".zarngi-" + std::to_string(random()))).string();
-        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        path = textOf(folder / (".zarngi-" + std::to_string(random())));
+        const int file = createFile(path);
         if (file >= 0 || errno != EEXIST) {
             return file;
         }
@@ -40,7 +38,7 @@ TemporaryFile::TemporaryFile(const std::filesystem::path& folder) : file_(create
 TemporaryFile::~TemporaryFile()
 {
     if (!isKept_) {
-        unlink(path_.c_str());
+        removeFile(path_.c_str());
     }
 }
 
@@ -52,8 +50,8 @@ void TemporaryFile::write(std::string_view contents)
 
 void TemporaryFile::renameTo(const std::string& path)
 {
-    checked(std::rename(path_.c_str(), path.c_str()));
+    replaceFile(path_, path);
     isKept_ = true;
 }
 
-} // namespace files
+} // namespace platform

@@ -1,15 +1,16 @@
-#include "files/output/openFile.h"
+#include "platform/openFile.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <utility>
 
-#include "files/output/systemCall.h"
+#include "platform/posix/checked.h"
 
-namespace files
+namespace platform
 {
 
 namespace
@@ -25,6 +26,26 @@ void waitUntilWritable(int descriptor)
         checked(-1);
     }
 }
+
+/** While it lives, the signal of a broken pipe is ignored. */
+class BrokenPipesIgnored
+{
+public:
+    BrokenPipesIgnored()
+    {
+        struct sigaction ignored {
+        };
+        ignored.sa_handler = SIG_IGN;
+        sigaction(SIGPIPE, &ignored, &previous_);
+    }
+    ~BrokenPipesIgnored() { sigaction(SIGPIPE, &previous_, nullptr); }
+    BrokenPipesIgnored(const BrokenPipesIgnored&) = delete;
+    BrokenPipesIgnored& operator=(const BrokenPipesIgnored&) = delete;
+
+private:
+    struct sigaction previous_ {
+    };
+};
 
 } // namespace
 
@@ -66,17 +87,31 @@ void OpenFile::finish()
     checked(close(std::exchange(descriptor_, -1)));
 }
 
-BrokenPipesFail::BrokenPipesFail()
+int createFile(const std::string& path)
 {
-    struct sigaction ignored {
-    };
-    ignored.sa_handler = SIG_IGN;
-    sigaction(SIGPIPE, &ignored, &previous_);
+    constexpr mode_t anyNewFile = 0666;
+    return open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, anyNewFile);
 }
 
-BrokenPipesFail::~BrokenPipesFail()
+OpenFile openForWriting(const std::string& path)
 {
-    sigaction(SIGPIPE, &previous_, nullptr);
+    return OpenFile(open(path.c_str(), O_WRONLY | O_TRUNC | O_NOCTTY | O_CLOEXEC));
 }
 
-} // namespace files
+OpenFile duplicate(int descriptor)
+{
+    constexpr int aboveStandardStreams = 3;
+    const int mode = checked(fcntl(descriptor, F_GETFL)) & O_ACCMODE;
+    if (mode == O_RDONLY) {
+        throw std::system_error(EBADF, std::generic_category());
+    }
+    return OpenFile(fcntl(descriptor, F_DUPFD_CLOEXEC, aboveStandardStreams));
+}
+
+void whereBrokenPipesFail(const std::function<void()>& action)
+{
+    const BrokenPipesIgnored whileItRuns;
+    action();
+}
+
+} // namespace platform

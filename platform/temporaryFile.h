@@ -2,16 +2,16 @@
  * @file temporaryFile.h
  * Files that vanish unless they are kept.
  */
-#ifndef ZARNGI_FILES_OUTPUT_TEMPORARYFILE_H
-#define ZARNGI_FILES_OUTPUT_TEMPORARYFILE_H
+#ifndef ZARNGI_PLATFORM_TEMPORARYFILE_H
+#define ZARNGI_PLATFORM_TEMPORARYFILE_H
 
 #include <filesystem>
 #include <string>
 #include <string_view>
 
-#include "files/output/openFile.h"
+#include "platform/openFile.h"
 
-namespace files
+namespace platform
 {
 
 /** A new file in a folder, with the permissions of any new file; removed in the end. */
@@ -38,6 +38,6 @@ private:
     bool isKept_ = false;
 };
 
-} // namespace files
+} // namespace platform
 
 #endif

@@ -1,14 +1,14 @@
 /**
- * @file systemCall.h
- * Failures of the operating system as exceptions, which keep the reason that errno told.
+ * @file checked.h
+ * Failures of system calls as exceptions, which keep the reason that errno told.
  */
-#ifndef ZARNGI_FILES_OUTPUT_SYSTEMCALL_H
-#define ZARNGI_FILES_OUTPUT_SYSTEMCALL_H
+#ifndef ZARNGI_PLATFORM_POSIX_CHECKED_H
+#define ZARNGI_PLATFORM_POSIX_CHECKED_H
 
 #include <cerrno>
 #include <system_error>
 
-namespace files
+namespace platform
 {
 
 /** The result of a system call. @throws std::system_error when it is negative */
@@ -20,6 +20,6 @@ inline int checked(int result)
     return result;
 }
 
-} // namespace files
+} // namespace platform
 
 #endif

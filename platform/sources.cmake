@@ -1,0 +1,12 @@
+# What systems differ in: paths below this folder.
+set(platform_sources temporaryFile.cpp)
+if(WIN32)
+    set(platform_folder windows)
+    list(APPEND platform_sources windows/wide.cpp)
+else()
+    set(platform_folder posix)
+    list(APPEND platform_sources posix/process.cpp)
+endif()
+foreach(name IN ITEMS console digest endings inputFile openFile places systemError)
+    list(APPEND platform_sources ${platform_folder}/${name}.cpp)
+endforeach()
