@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/commands/compareCommand.h"
+#include "cli/commands/convertCommand.h"
 #include "cli/commands/demoCommand.h"
 #include "cli/commands/dvhCommand.h"
 #include "cli/commands/helpFormatter.h"
@@ -43,11 +44,14 @@ struct CommandLine {
     CLI::App* dvhCommand =
         app.add_subcommand("dvh", "Tell doses in structures, and whether goals are met");
     CLI::App* infoCommand = app.add_subcommand("info", "Tell what a file holds");
+    CLI::App* convertCommand =
+        app.add_subcommand("convert", "Write a dose as a file of another format");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
     zarngi::CompareOptions compare;
     zarngi::CompareOptions dvh; ///< of the reference alone
     zarngi::InfoOptions info;
+    zarngi::ConvertOptions convert;
     std::string demoFolder = "zarngi-demo";
 
     CommandLine()
@@ -55,7 +59,7 @@ struct CommandLine {
         app.set_version_flag("--version", "zarngi " + zarngi::projectVersion());
         app.require_subcommand(1);
         for (CLI::App* const command :
-             {&app, compareCommand, dvhCommand, infoCommand, demoCommand}) {
+             {&app, compareCommand, dvhCommand, infoCommand, convertCommand, demoCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
             command->allow_windows_style_options(false); // "/a" is a path
         }
@@ -68,6 +72,7 @@ struct CommandLine {
         infoCommand->add_flag("--patient", info.showPatient, "Tell patient data as well");
         infoCommand->add_flag("--json", info.asJson, "As a JSON document, for programs");
         zarngi::addTableUnits(*infoCommand, info.units);
+        zarngi::addConvertOptions(*convertCommand, convert);
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")
             ->type_name("");
     }
@@ -79,6 +84,9 @@ struct CommandLine {
         }
         if (dvhCommand->parsed()) {
             return zarngi::dvh(dvh);
+        }
+        if (convertCommand->parsed()) {
+            return zarngi::convert(convert);
         }
         return infoCommand->parsed() ? zarngi::info(info) : zarngi::demo(demoFolder);
     }

@@ -31,6 +31,7 @@ set(comparison_sources
     documents/structureJson.cpp
     documents/structureSetJson.cpp
     documents/sweepJson.cpp
+    doseDifference.cpp
     doseEvaluation.cpp
     doseExtremes.cpp
     doseSampling.cpp

@@ -16,6 +16,7 @@ set(files_sources
     formats/dicom/characterSets.cpp
     formats/dicom/dose.cpp
     formats/dicom/elementWriter.cpp
+    formats/dicom/encodeDose.cpp
     formats/dicom/elements.cpp
     formats/dicom/file.cpp
     formats/dicom/frames.cpp
@@ -23,6 +24,7 @@ set(files_sources
     formats/dicom/pixels.cpp
     formats/dicom/rle.cpp
     formats/dicom/rtImage.cpp
+    formats/dicom/study.cpp
     formats/dicom/texts.cpp
     formats/dicom/values.cpp
     formats/metaImage.cpp

@@ -77,6 +77,14 @@ void checkOutputs(const OutputNames& names, const Comparison& comparison)
         throw UsageError("--gamma-map needs a grid, which points have not; --json tells the gamma "
                          "of each");
     }
+    if (arePoints(comparison.placed.space) && !names.difference.empty()) {
+        throw UsageError("--difference needs a grid, which points have not; --json tells the "
+                         "doses of each");
+    }
+    if (names.haveDicom() && comparison.reference.measurement) {
+        throw UsageError("an RT Dose (.dcm) is written of volumes alone, and " +
+                         comparison.reference.path + " is measured in a plane or at places");
+    }
     names.checkFiles(inputsOf(comparison), comparison.request.criteriaToCompute());
 }
 

@@ -221,7 +221,10 @@ void addOutput(CLI::App& command, CompareOptions& options)
         ->type_name("NAME")
         ->excludes("--identify")
         ->group("Output");
-    file("--gamma-map", options.outputs.gammaMap, "Gamma of every voxel (.mha, .nrrd, .nii.gz)");
+    file("--gamma-map", options.outputs.gammaMap,
+         "Gamma of every voxel (.mha, .nrrd, .nii.gz, .dcm)");
+    file("--difference", options.outputs.difference, "Evaluation less reference, likewise");
+    file("--like", options.outputs.like, "DICOM of the patient and study of such a .dcm");
     command.add_option("--verbose", options.verbose, "Reports of the search, 0 to 5 (0)")
         ->check(CLI::Range(0, 5))
         ->type_name("N")

@@ -3,8 +3,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
+#include <span>
 
 #include "cli/commands/requestFile.h"
 #include "cli/output/reportTemplate.h"
@@ -16,8 +18,11 @@
 #include "comparison/documents/record.h"
 #include "comparison/documents/reportPage.h"
 #include "comparison/documents/requestJson.h"
+#include "comparison/doseDifference.h"
 #include "comparison/failure.h"
+#include "comparison/gammaStatistics.h"
 #include "files/text.h"
+#include "libZarnGI.h"
 #include "platform/console.h"
 #include "platform/paths.h"
 
@@ -54,6 +59,41 @@ bool isPageName(const std::string& name)
     return name.ends_with(".html") || name.ends_with(".htm") || !placeOf(name).isFile;
 }
 
+/** 1 where a voxel was tested. */
+Image testedOf(const Geometry& grid, std::span<const unsigned char> passed)
+{
+    Image mask{grid, {}};
+    auto& values = mask.values.own();
+    values.resize(passed.size());
+    for (std::size_t i = 0; i < passed.size(); ++i) {
+        values[i] = passed[i] == ZARNGI_NOT_TESTED ? 0.0F : 1.0F;
+    }
+    return mask;
+}
+
+/** The largest gamma of a dose that was found. */
+float largestFound(const Image& map)
+{
+    float largest = 0;
+    for (const float gamma : map.values) {
+        largest = gamma < unreachedGamma ? std::max(largest, gamma) : largest;
+    }
+    return largest;
+}
+
+/**
+ * A gamma map as an RT Dose holds it: 0 where nothing was tested, and gamma beyond the limit of the
+ * search, which may be as large as that of a voxel that no dose was found for, as the limit.
+ */
+Image withinLimit(Image map, double limit)
+{
+    const auto largest = std::isfinite(limit) ? static_cast<float>(limit) : largestFound(map);
+    for (float& gamma : map.values.own()) {
+        gamma = std::clamp(gamma, 0.0F, largest);
+    }
+    return map;
+}
+
 void openFile(std::optional<OutputFile>& file, const std::string& name)
 {
     if (!name.empty()) {
@@ -71,16 +111,22 @@ void printToStandardError()
 
 } // namespace
 
-void writeImage(OutputFile& file, const Image& image)
+void writeImage(OutputFile& file, const Image& image, const files::RtDoseFacts& facts)
 {
-    file.write(files::asText(volumeFileOf(file.name(), image).view()));
+    file.write(files::asText(volumeFileOf(file.name(), image, facts).view()));
 }
 
 void OutputNames::checkFormats() const
 {
-    if (!gammaMap.empty() && !isWritableVolumeName(gammaMap)) {
-        throw UsageError("--gamma-map: " + gammaMap +
-                         " does not end in .mha, .nrrd, .nii or .nii.gz");
+    for (const auto& [option, name] :
+         {std::pair("--gamma-map: ", &gammaMap), std::pair("--difference: ", &difference)}) {
+        if (!name->empty() && !isWritableVolumeName(*name)) {
+            throw UsageError(option + *name + " does not end in " + writableEndings);
+        }
+    }
+    if (!like.empty() && !haveDicom()) {
+        throw UsageError("--like is for RT Doses, and none is written (--gamma-map or "
+                         "--difference to a .dcm)");
     }
     if (!report.empty() && !isPageName(report)) {
         throw UsageError("--report: " + report + " does not end in .html");
@@ -95,7 +141,9 @@ void OutputNames::checkFiles(const std::vector<std::string>& inputs,
 {
     const std::vector<platform::FileIdentity> read = identitiesOf(inputs);
     std::vector<std::string> names = gammaMaps(criteria);
-    names.insert(names.end(), {json, csv, report, request});
+    const std::vector<std::string> masks = testedMasks(criteria);
+    names.insert(names.end(), masks.begin(), masks.end());
+    names.insert(names.end(), {difference, json, csv, report, request});
     std::erase(names, "");
     std::vector<platform::FileIdentity> written;
     for (const std::string& name : names) {
@@ -129,6 +177,22 @@ std::vector<std::string> OutputNames::gammaMaps(const std::vector<Criterion>& cr
     return names;
 }
 
+std::vector<std::string> OutputNames::testedMasks(const std::vector<Criterion>& criteria) const
+{
+    std::vector<std::string> names;
+    if (isDicomName(gammaMap)) {
+        for (const std::string& name : gammaMaps(criteria)) {
+            names.push_back(name.substr(0, name.find_last_of('.')) + "-tested.nrrd");
+        }
+    }
+    return names;
+}
+
+bool OutputNames::haveDicom() const
+{
+    return isDicomName(gammaMap) || isDicomName(difference);
+}
+
 std::string gammaMapName(const std::string& name, const Criterion& criterion)
 {
     const std::size_t nameStart = name.size() - platform::nameOf(name).size();
@@ -144,9 +208,14 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
     openFile(csv_, names.csv);
     openFile(report_, names.report);
     openFile(request_, names.request);
+    openFile(difference_, names.difference);
     for (const std::string& name : names.gammaMaps(criteria)) {
         gammaMaps_.emplace_back(name);
     }
+    for (const std::string& name : names.testedMasks(criteria)) {
+        testedMasks_.emplace_back(name);
+    }
+    study_ = studyLike(names.like);
     if (!names.alias.empty()) {
         alias_ = names.alias;
     }
@@ -157,7 +226,8 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
 
 bool Outputs::useStandardOutput() const
 {
-    for (const std::optional<OutputFile>* const file : {&json_, &csv_, &report_, &request_}) {
+    for (const std::optional<OutputFile>* const file :
+         {&json_, &csv_, &report_, &request_, &difference_}) {
         if (*file && (*file)->isStandardOutput()) {
             return true;
         }
@@ -177,11 +247,35 @@ nlohmann::ordered_json Outputs::recordFor(const Comparison& comparison,
     return record;
 }
 
+void Outputs::writeGamma(std::size_t index, const Comparison& comparison)
+{
+    const CriterionResult& result = comparison.results[index];
+    Image map{comparison.reference.image.geometry, result.gamma};
+    OutputFile& file = gammaMaps_[index];
+    if (!isDicomName(file.name())) {
+        writeImage(file, map);
+        return;
+    }
+    files::RtDoseFacts facts;
+    facts.isRelative = true;
+    facts.comment = "gamma " + result.criterion.label();
+    facts.study = study_;
+    writeImage(file, withinLimit(std::move(map), comparison.settings.maxGamma), facts);
+    writeImage(testedMasks_[index], testedOf(comparison.reference.image.geometry, result.passed));
+}
+
 void Outputs::write(const Comparison& comparison)
 {
     for (std::size_t i = 0; i < gammaMaps_.size(); ++i) {
-        writeImage(gammaMaps_[i],
-                   {comparison.reference.image.geometry, comparison.results[i].gamma});
+        writeGamma(i, comparison);
+    }
+    if (difference_) {
+        files::RtDoseFacts facts;
+        facts.isDifference = true;
+        facts.isRelative = comparison.reference.unit != DoseUnit::gray;
+        facts.comment = "evaluation - reference";
+        facts.study = study_;
+        writeImage(*difference_, doseDifference(comparison), facts);
     }
     if (json_) {
         json_->write(toText(recordFor(comparison, *json_), 2) + "\n");

@@ -15,6 +15,7 @@
 #include "cli/output/outputFile.h"
 #include "comparison/comparison.h"
 #include "comparison/doseEvaluation.h"
+#include "files/formats/dicom/encodeDose.h"
 
 namespace zarngi
 {
@@ -22,6 +23,8 @@ namespace zarngi
 /** Names of the files to write; an empty name: not wanted. */
 struct OutputNames {
     std::string gammaMap;
+    std::string difference;
+    std::string like; ///< a DICOM file, whose patient and study RT Doses get; empty: nobody's
     std::string json;
     std::string csv;
     std::string report;
@@ -41,13 +44,23 @@ struct OutputNames {
 
     /** One per criterion, or none. */
     std::vector<std::string> gammaMaps(const std::vector<Criterion>& criteria) const;
+
+    /** Beside gamma maps that cannot tell which voxels were tested: one per criterion, or none. */
+    std::vector<std::string> testedMasks(const std::vector<Criterion>& criteria) const;
+
+    /** Whether an RT Dose is written. */
+    bool haveDicom() const;
 };
 
 /** The name for one of several gamma maps: "gamma.nii.gz" becomes "gamma-3G-2mm.nii.gz". */
 std::string gammaMapName(const std::string& name, const Criterion& criterion);
 
-/** Writes an image in the format that the file's name tells, and commits. @throws InputError */
-void writeImage(OutputFile& file, const Image& image);
+/**
+ * Writes an image in the format that the file's name tells, and commits.
+ * @param facts of an RT Dose
+ * @throws InputError
+ */
+void writeImage(OutputFile& file, const Image& image, const files::RtDoseFacts& facts = {});
 
 /**
  * The outputs, prepared before the computation and filled after it. An output on standard output
@@ -68,7 +81,12 @@ private:
     bool useStandardOutput() const;
     nlohmann::ordered_json recordFor(const Comparison& comparison, const OutputFile& file) const;
 
-    std::deque<OutputFile> gammaMaps_; ///< one per criterion, or none
+    void writeGamma(std::size_t index, const Comparison& comparison);
+
+    std::deque<OutputFile> gammaMaps_;   ///< one per criterion, or none
+    std::deque<OutputFile> testedMasks_; ///< one per gamma map, or none
+    std::optional<OutputFile> difference_;
+    files::DicomStudy study_; ///< of RT Doses
     std::optional<OutputFile> json_;
     std::optional<OutputFile> csv_;
     std::optional<OutputFile> report_;

@@ -9,15 +9,31 @@
 
 #include "comparison/doseImage.h"
 #include "files/bytes.h"
+#include "files/formats/dicom/encodeDose.h"
 
 namespace zarngi
 {
 
-/** Whether the name ends like a format that can be written: .mha, .nrrd, .nii, .nii.gz. */
+/** What the names of such files may end in. */
+constexpr const char* writableEndings = ".dcm, .mha, .nrrd, .nii or .nii.gz";
+
 bool isWritableVolumeName(const std::string& path);
 
-/** The file of an image, in the format that the name tells. @throws InputError */
-files::Bytes volumeFileOf(const std::string& name, const Image& image);
+/** Whether it names a DICOM RT Dose. */
+bool isDicomName(const std::string& path);
+
+/**
+ * The file of an image, in the format that the name tells.
+ * @param facts of an RT Dose; UIDs that they lack are made of the contents, so that equal doses
+ *              have equal files.
+ * @throws InputError
+ */
+files::Bytes volumeFileOf(const std::string& name, const Image& image,
+                          files::RtDoseFacts facts = {});
+
+/** Whose a file is, for RT Doses that belong beside it; an empty name: nobody's. @throws InputError
+ */
+files::DicomStudy studyLike(const std::string& path);
 
 } // namespace zarngi
 
