@@ -13,6 +13,7 @@
 #include "cli/commands/helpFormatter.h"
 #include "cli/commands/infoCommand.h"
 #include "cli/commands/optionNames.h"
+#include "cli/commands/protocolsCommand.h"
 #include "cli/exitCode.h"
 #include "cli/output/pendingFile.h"
 #include "comparison/failure.h"
@@ -42,12 +43,16 @@ struct CommandLine {
         app.add_subcommand("compare", "Compare two dose files with the gamma test");
     CLI::App* dvhCommand =
         app.add_subcommand("dvh", "Tell doses in structures, and whether goals are met");
+    CLI::App* protocolsCommand =
+        app.add_subcommand("protocols", "List the shipped protocols, or print one");
     CLI::App* infoCommand = app.add_subcommand("info", "Tell what a file holds");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
     zarngi::CompareOptions compare;
     zarngi::CompareOptions dvh; ///< of the reference alone
     zarngi::InfoOptions info;
+    std::string protocol;
+    bool asJson = false; ///< the list of protocols
     std::string demoFolder = "zarngi-demo";
 
     CommandLine()
@@ -55,12 +60,16 @@ struct CommandLine {
         app.set_version_flag("--version", "zarngi " + zarngi::projectVersion());
         app.require_subcommand(1);
         for (CLI::App* const command :
-             {&app, compareCommand, dvhCommand, infoCommand, demoCommand}) {
+             {&app, compareCommand, dvhCommand, protocolsCommand, infoCommand, demoCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
             command->allow_windows_style_options(false); // "/a" is a path
         }
         zarngi::addCompareOptions(*compareCommand, compare);
         zarngi::addDvhOptions(*dvhCommand, dvh);
+        protocolsCommand
+            ->add_option("NAME", protocol, "Print this one, a document as --request takes")
+            ->type_name("");
+        protocolsCommand->add_flag("--json", asJson, "List as a JSON document, for programs");
         infoCommand->add_option("FILE", info.file, "Dose file, or RT Structure Set")
             ->type_name("")
             ->required();
@@ -79,6 +88,9 @@ struct CommandLine {
         }
         if (dvhCommand->parsed()) {
             return zarngi::dvh(dvh);
+        }
+        if (protocolsCommand->parsed()) {
+            return zarngi::protocols(protocol, asJson);
         }
         return infoCommand->parsed() ? zarngi::info(info) : zarngi::demo(demoFolder);
     }
