@@ -204,6 +204,8 @@ class Settings:
         if self.structures is not None:
             document["structures"]["show"] = list(self.structures)
         document["structures"]["ifPresent"] = True
+        # Documents of cohorts tell of no patient, and plans are read for what documents tell.
+        document |= {"plans": [], "identify": False, "header": {}}
         return document
 
 
