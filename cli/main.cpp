@@ -14,6 +14,7 @@
 #include "cli/commands/helpFormatter.h"
 #include "cli/commands/infoCommand.h"
 #include "cli/commands/optionNames.h"
+#include "cli/commands/protocolsCommand.h"
 #include "cli/exitCode.h"
 #include "cli/output/pendingFile.h"
 #include "comparison/failure.h"
@@ -43,6 +44,8 @@ struct CommandLine {
         app.add_subcommand("compare", "Compare two dose files with the gamma test");
     CLI::App* dvhCommand =
         app.add_subcommand("dvh", "Tell doses in structures, and whether goals are met");
+    CLI::App* protocolsCommand =
+        app.add_subcommand("protocols", "List the shipped protocols, or print one");
     CLI::App* infoCommand = app.add_subcommand("info", "Tell what a file holds");
     CLI::App* convertCommand =
         app.add_subcommand("convert", "Write a dose as a file of another format");
@@ -52,6 +55,8 @@ struct CommandLine {
     zarngi::CompareOptions dvh; ///< of the reference alone
     zarngi::InfoOptions info;
     zarngi::ConvertOptions convert;
+    std::string protocol;
+    bool asJson = false; ///< the list of protocols
     std::string demoFolder = "zarngi-demo";
 
     CommandLine()
@@ -59,12 +64,17 @@ struct CommandLine {
         app.set_version_flag("--version", "zarngi " + zarngi::projectVersion());
         app.require_subcommand(1);
         for (CLI::App* const command :
-             {&app, compareCommand, dvhCommand, infoCommand, convertCommand, demoCommand}) {
+             {&app, compareCommand, dvhCommand, protocolsCommand, infoCommand, convertCommand,
+              demoCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
             command->allow_windows_style_options(false); // "/a" is a path
         }
         zarngi::addCompareOptions(*compareCommand, compare);
         zarngi::addDvhOptions(*dvhCommand, dvh);
+        protocolsCommand
+            ->add_option("NAME", protocol, "Print this one, a document as --request takes")
+            ->type_name("");
+        protocolsCommand->add_flag("--json", asJson, "List as a JSON document, for programs");
         infoCommand->add_option("FILE", info.file, "Dose file, or RT Structure Set")
             ->type_name("")
             ->required();
@@ -84,6 +94,9 @@ struct CommandLine {
         }
         if (dvhCommand->parsed()) {
             return zarngi::dvh(dvh);
+        }
+        if (protocolsCommand->parsed()) {
+            return zarngi::protocols(protocol, asJson);
         }
         if (convertCommand->parsed()) {
             return zarngi::convert(convert);

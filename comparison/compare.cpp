@@ -64,6 +64,10 @@ Comparison prepared(Request request, DoseSource& source)
 {
     const auto start = std::chrono::steady_clock::now();
     std::vector<Sentence> warnings;
+    std::optional<Request> asked;
+    if (request.structures.ifPresent && !request.protocol.name.empty()) {
+        asked = request;
+    }
     leaveOutStructures(request, warnings);
     checkRequest(request);
     GivenDoses given = givenDoses(request, source, warnings);
@@ -92,7 +96,8 @@ Comparison prepared(Request request, DoseSource& source)
             {},
             readSeconds,
             source.isDiscreet(),
-            std::move(plans)};
+            std::move(plans),
+            std::move(asked)};
 }
 
 } // namespace

@@ -97,6 +97,7 @@ const CriterionResult& mostUnreached(const std::vector<CriterionResult>& results
 struct ComparedPlan {
     files::Plan plan;
     bool isOfDoses = false; ///< else it is of another patient or dose: nothing of it is told
+    bool isOfOtherPatient = false;
 };
 
 struct Comparison : ComparedDoses {
@@ -115,6 +116,8 @@ struct Comparison : ComparedDoses {
     double readSeconds = 0;
     bool isDiscreet = false; ///< no sentence quotes what stands in a file
     std::vector<ComparedPlan> plans;
+    /** What was asked of a protocol's structures, where not all of them are there. */
+    std::optional<Request> asked;
 
     /** Gy (or the unit of relative doses): only voxels above it were tested. */
     double cutOffDose() const { return settings.cutOff / 100 * normalisation; }

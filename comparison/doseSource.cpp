@@ -11,4 +11,10 @@ std::pair<DoseImage, DoseImage> DoseSource::doses(const std::string& reference,
     return {std::move(first), dose(evaluation, units)};
 }
 
+std::optional<files::Plan> DoseSource::planBeside(const std::string& /*dose*/,
+                                                  const std::string& /*sopInstance*/)
+{
+    return {};
+}
+
 } // namespace zarngi

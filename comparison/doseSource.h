@@ -6,6 +6,7 @@
 #ifndef ZARNGI_COMPARISON_DOSESOURCE_H
 #define ZARNGI_COMPARISON_DOSESOURCE_H
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -29,6 +30,10 @@ public:
     virtual DoseImage dose(const std::string& name, const files::TableUnits& units) = 0;
     virtual files::StructureSet structures(const std::string& name) = 0;
     virtual files::Plan plan(const std::string& name) = 0;
+    /** The plan of a SOP Instance UID in the folder of a dose; none where a source has no folders.
+     */
+    virtual std::optional<files::Plan> planBeside(const std::string& dose,
+                                                  const std::string& sopInstance);
 
     /** Both doses, the reference first; a source may read them at once. */
     virtual std::pair<DoseImage, DoseImage> doses(const std::string& reference,

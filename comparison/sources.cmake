@@ -22,6 +22,7 @@ set(comparison_sources
     documents/headerJson.cpp
     documents/measurementJson.cpp
     documents/noiseJson.cpp
+    documents/protocols.cpp
     documents/record.cpp
     documents/reportPage.cpp
     documents/reportVolume.cpp

@@ -296,6 +296,12 @@ files::Plan CallersSource::plan(const std::string& name)
     });
 }
 
+std::optional<files::Plan> CallersSource::planBeside(const std::string& dose,
+                                                     const std::string& sopInstance)
+{
+    return source_.find == nullptr ? disk_.planBeside(dose, sopInstance) : std::nullopt;
+}
+
 /** Both files at once, unless a function of the caller's is needed, which one thread calls. */
 std::pair<DoseImage, DoseImage> CallersSource::doses(const std::string& reference,
                                                      const std::string& evaluation,

@@ -33,6 +33,8 @@ public:
     zarngi::DoseImage dose(const std::string& name, const files::TableUnits& units) override;
     files::StructureSet structures(const std::string& name) override;
     files::Plan plan(const std::string& name) override;
+    std::optional<files::Plan> planBeside(const std::string& dose,
+                                          const std::string& sopInstance) override;
     std::pair<zarngi::DoseImage, zarngi::DoseImage> doses(const std::string& reference,
                                                           const std::string& evaluation,
                                                           const files::TableUnits& units) override;

@@ -9,6 +9,7 @@
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/nativePagePacking.h"
+#include "comparison/documents/protocols.h"
 #include "comparison/documents/record.h"
 #include "comparison/documents/reportPage.h"
 #include "comparison/documents/requestJson.h"
@@ -37,7 +38,7 @@ template <class Make> int handText(zarnGIHost_Bytes* out, zarnGIHost_Error* erro
             const std::string text = make();
             return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()},
                               out);
-        } catch (const zarngi::InputError& failure) {
+        } catch (const zarngi::Refusal& failure) {
             return host::report({files::FileError::Kind::notSupported, failure.what()}, error);
         }
     });
@@ -92,6 +93,29 @@ int zarnGIHost_defaultRequest(zarnGIHost_Bytes* json, zarnGIHost_Error* error)
     }
     return handText(json, error, [] {
         return zarngi::toText(zarngi::requestJson(zarngi::Request()), 2) + "\n";
+    });
+}
+
+int zarnGIHost_listProtocols(zarnGIHost_Bytes* json, zarnGIHost_Error* error)
+{
+    if (json == nullptr) {
+        return refuseArgument(nullArgument, error);
+    }
+    return handText(json, error, [] { return zarngi::toText(zarngi::protocolsJson(), 2) + "\n"; });
+}
+
+int zarnGIHost_readProtocol(const char* text, size_t size, zarnGIHost_Bytes* json,
+                            zarnGIHost_Error* error)
+{
+    if (text == nullptr || json == nullptr) {
+        return refuseArgument(nullArgument, error);
+    }
+    return handText(json, error, [&] {
+        const std::string_view given(text, size);
+        const bool isDocument = given.find('{') != given.npos;
+        const zarngi::Request request =
+            isDocument ? zarngi::protocolOfText(given, "protocol") : zarngi::shippedProtocol(given);
+        return zarngi::toText(zarngi::requestJson(request), 2) + "\n";
     });
 }
 

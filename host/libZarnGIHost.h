@@ -747,6 +747,30 @@ ZARNGI_HOST_API int zarnGIHost_defaultRequest(struct zarnGIHost_Bytes* json,
                                               struct zarnGIHost_Error* error);
 
 /**
+ * The protocols that are shipped, as `zarngi protocols --json` lists them.
+ * @param json  [out] as of zarnGIHost_defaultRequest().
+ * @param error [out] why there is none; may be null.
+ * @return as zarnGIHost_defaultRequest().
+ */
+ZARNGI_HOST_API int zarnGIHost_listProtocols(struct zarnGIHost_Bytes* json,
+                                             struct zarnGIHost_Error* error);
+
+/**
+ * A protocol as a request to be filled with files: its member sha256 is the digest of what it
+ * holds, by which the record tells whether something was changed.
+ * @param text  UTF-8: the name of a shipped one, or the JSON document of a request or record, whose
+ *              files are left out.
+ * @param size  bytes.
+ * @param json  [out] as of zarnGIHost_defaultRequest().
+ * @param error [out] why there is none; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (it is none, or of a later version),
+ *         ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_readProtocol(const char* text, size_t size,
+                                            struct zarnGIHost_Bytes* json,
+                                            struct zarnGIHost_Error* error);
+
+/**
  * The record of a comparison, as `zarngi compare --json` writes it.
  * @param comparison what was compared.
  * @param alias      null: everything. Else the record tells nothing of the files but formats and

@@ -120,17 +120,16 @@ void addLimits(CLI::App& command, CompareOptions& options)
         ->group("Limits");
 }
 
+constexpr const char* headerGroup = "Patient and plan";
+
 void addHeader(CLI::App& command, CompareOptions& options)
 {
-    constexpr const char* group = "Patient and plan";
     addRepeated(command, "--plan", options.plans, "FILE", "RT Plan or RT Ion Plan of the doses")
-        ->group(group);
-    command
-        .add_flag("--identify", options.identify, "Outputs tell what files say of patient and plan")
-        ->group(group);
+        ->group(headerGroup);
+    addIdentifyOption(command, options);
     addRepeated(command, "--header", options.header, "KEY=TEXT",
                 "Text for the header: 'comment=...', 'patientId=...'")
-        ->group(group);
+        ->group(headerGroup);
 }
 
 void addMeasurements(CLI::App& command, CompareOptions& options)
@@ -385,7 +384,9 @@ void checkFiles(const Request& request)
 
 Request CompareOptions::request() const
 {
-    Request request = requestFile.empty() ? Request() : readRequest(requestFile);
+    Request request = !protocol.empty()      ? readProtocol(protocol)
+                      : !requestFile.empty() ? readRequest(requestFile)
+                                             : Request();
     readCriteria(request, *this);
     readDoses(request, *this);
     readSettings(request.settings, *this);
@@ -437,6 +438,13 @@ void addGoalOption(CLI::App& command, CompareOptions& options)
         ->group("Limits");
 }
 
+void addIdentifyOption(CLI::App& command, CompareOptions& options)
+{
+    command
+        .add_flag("--identify", options.identify, "Outputs tell what files say of patient and plan")
+        ->group(headerGroup);
+}
+
 Request CompareOptions::requestOfOneDose() const
 {
     Request request;
@@ -444,6 +452,7 @@ Request CompareOptions::requestOfOneDose() const
     readStructures(request.structures, *this);
     request.goals = parseGoals(goals);
     request.allowErrorDoses = allowErrorDoses;
+    request.identify = identify;
     request.settings.threads = processorCount();
     request.commandLine = commandLine;
     return request;
@@ -474,6 +483,11 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
         .add_option("--request", options.requestFile,
                     "Ask for what this file (request or record) asks for")
         ->type_name("FILE");
+    command
+        .add_option("--protocol", options.protocol,
+                    "Ask for what this protocol asks for (zarngi protocols)")
+        ->type_name("NAME|FILE")
+        ->excludes("--request");
     addCriteria(command, options);
     addDoseLevels(command, options);
     addSearch(command, options);
@@ -498,7 +512,7 @@ void checkOutputs(const CompareOptions& options, const Request& request)
     }
     outputs.checkFormats();
     std::vector<std::string> inputs = request.files();
-    inputs.push_back(options.requestFile);
+    inputs.insert(inputs.end(), {options.requestFile, options.protocol});
     std::erase(inputs, "");
     outputs.checkFiles(inputs, request.criteriaToCompute());
 }

@@ -29,6 +29,7 @@ struct UnitOptions {
 /** What is asked for as it was given, and where to write it; what is empty was not given. */
 struct CompareOptions {
     std::string requestFile; ///< whose request holds where nothing else is given
+    std::string protocol;    ///< of this name, or in this file, in place of `requestFile`
     std::string reference;
     std::string evaluation;
     std::vector<std::string> referenceAdded;
@@ -96,6 +97,9 @@ void addStructureOptions(CLI::App& command, CompareOptions& options);
 
 /** Adds --goal. */
 void addGoalOption(CLI::App& command, CompareOptions& options);
+
+/** Adds --identify. */
+void addIdentifyOption(CLI::App& command, CompareOptions& options);
 
 /** Adds --dose-unit and --length-unit. */
 void addTableUnits(CLI::App& command, UnitOptions& options);

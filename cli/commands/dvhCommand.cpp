@@ -35,6 +35,7 @@ void addDvhOptions(CLI::App& command, CompareOptions& options)
                      "Take RT Doses of Dose Type ERROR for doses");
     addStructureOptions(command, options);
     addGoalOption(command, options);
+    addIdentifyOption(command, options);
     const auto file = [&](const char* name, std::string& value, const char* text) {
         command.add_option(name, value, text)->type_name("FILE")->group("Output");
     };

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/protocols.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"
 #include "platform/paths.h"
@@ -77,14 +78,24 @@ Request relocated(Request request, const std::string& folder)
     return request;
 }
 
+Request readProtocol(const std::string& nameOrFile)
+{
+    std::error_code none;
+    const fs::path path = platform::pathOf(nameOrFile);
+    if (isShippedProtocol(nameOrFile) || !fs::exists(path, none)) {
+        return shippedProtocol(nameOrFile);
+    }
+    try {
+        return protocolOfText(contentsOf(nameOrFile), platform::textOf(path.stem()));
+    } catch (const UsageError& error) {
+        throw UsageError(error.member(), Sentence(FileName{nameOrFile}) + ": " + error.what());
+    }
+}
+
 std::string protocolText(Request request, const std::string& path)
 {
-    clearFiles(request);
-    request.header = request.header.ofEveryPatient();
-    if (request.protocol.name.empty()) {
-        request.protocol = {platform::textOf(platform::pathOf(path).stem()), "1"};
-    }
-    return toText(requestJson(request), 2) + "\n";
+    nameProtocol(request, platform::textOf(platform::pathOf(path).stem()));
+    return toText(protocolJson(std::move(request)), 2) + "\n";
 }
 
 } // namespace zarngi

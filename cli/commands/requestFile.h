@@ -18,6 +18,12 @@ namespace zarngi
  */
 Request readRequest(const std::string& path);
 
+/**
+ * A shipped protocol, or that in a file, which may be a request or a record.
+ * @throws InputError, UsageError; where it is neither, with the names of those that are shipped
+ */
+Request readProtocol(const std::string& nameOrFile);
+
 /** A request whose files are named as a document in a folder must name them. */
 Request relocated(Request request, const std::string& folder);
 

@@ -11,6 +11,7 @@
 #include "cli/output/structureTable.h"
 #include "cli/output/units.h"
 #include "comparison/conditions.h"
+#include "comparison/documents/protocols.h"
 #include "comparison/text.h"
 #include "platform/paths.h"
 
@@ -38,6 +39,21 @@ std::string describeSearch(const Comparison& comparison)
     text += settings.step ? ", step " + number(*settings.step) + " mm" : ", step DTA/10";
     return text + ", " + std::to_string(settings.threads) +
            (settings.threads == 1 ? " thread" : " threads");
+}
+
+/** "tg-218 1, Patient-specific quality assurance of IMRT, changed" */
+std::string describeProtocol(const UsedProtocol& used)
+{
+    const Protocol& protocol = used.protocol;
+    std::string text = oneLine(protocol.name);
+    if (!protocol.version.empty()) {
+        text.append(1, ' ').append(oneLine(protocol.version));
+    }
+    if (!protocol.title.empty()) {
+        text.append(", ").append(protocol.title);
+    }
+    text += used.isChanged ? ", changed" : "";
+    return text;
 }
 
 std::string describeVerdict(Verdict verdict, const Limits& limits)
@@ -205,6 +221,9 @@ std::string describeResults(const Comparison& comparison)
     std::string text = comparison.results.size() == 1
                            ? describeSingle(comparison.results.front(), comparison)
                            : describeTable(comparison);
+    if (const std::optional<UsedProtocol> used = usedProtocol(comparison)) {
+        text += line("protocol", describeProtocol(*used));
+    }
     const std::string conditions = textOf(conditionsOf(comparison));
     text += conditions.empty() ? conditions : line("conditions", conditions);
     if (comparison.structures) {

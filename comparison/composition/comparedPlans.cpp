@@ -1,6 +1,7 @@
 #include "comparison/composition/comparedPlans.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace zarngi
@@ -8,8 +9,6 @@ namespace zarngi
 
 namespace
 {
-
-constexpr const char* leftOut = "; nothing of it is told. Give the plan of these doses";
 
 /** Of all files of doses that say something of themselves. */
 std::vector<const DoseImage*> describedDoses(const GivenDoses& doses)
@@ -32,18 +31,10 @@ bool refersTo(const DicomIdentity& dose, const files::Plan& plan)
         });
 }
 
-/** Whether a plan is that of the doses, as far as they tell. */
-bool belongs(const files::Plan& plan, const std::vector<const DoseImage*>& doses,
-             std::vector<Sentence>& warnings)
+/** Whether a plan of the right patient is that of the doses, as far as they tell. */
+bool isTheirs(const files::Plan& plan, const std::vector<const DoseImage*>& doses,
+              std::vector<Sentence>& warnings)
 {
-    const Sentence file(FileName{plan.path});
-    for (const DoseImage* const dose : doses) {
-        if (isOfAnotherPatient(plan, *dose->dicom)) {
-            warnings.push_back(file + ": is a plan of another patient than " +
-                               FileName{dose->path} + " (Patient ID)" + leftOut);
-            return false;
-        }
-    }
     bool isPlanTold = false;
     for (const DoseImage* const dose : doses) {
         if (refersTo(*dose->dicom, plan)) {
@@ -51,15 +42,47 @@ bool belongs(const files::Plan& plan, const std::vector<const DoseImage*>& doses
         }
         isPlanTold = isPlanTold || !dose->dicom->plans.empty();
     }
-    if (isPlanTold) {
-        warnings.push_back(file +
-                           ": is not the plan that the doses refer to (Referenced RT Plan "
-                           "Sequence)" +
-                           leftOut);
-        return false;
+    const Sentence file(FileName{plan.path});
+    warnings.push_back(
+        isPlanTold ? file + ": is not the plan that the doses refer to (Referenced RT Plan "
+                            "Sequence), and nothing of it is told; give the plan of these doses"
+                   : file + ": no dose tells its plan, so whether this is theirs is not known");
+    return !isPlanTold;
+}
+
+ComparedPlan comparedPlan(files::Plan plan, const std::vector<const DoseImage*>& doses,
+                          std::vector<Sentence>& warnings)
+{
+    for (const std::string& warning : plan.warnings) {
+        warnings.push_back(Sentence(FileName{plan.path}) + ": " + warning);
     }
-    warnings.push_back(file + ": no dose tells its plan, so whether this is theirs is not known");
-    return true;
+    ComparedPlan compared;
+    compared.isOfOtherPatient = std::any_of(doses.begin(), doses.end(), [&](const DoseImage* dose) {
+        return isOfAnotherPatient(plan, *dose->dicom);
+    });
+    compared.isOfDoses = !compared.isOfOtherPatient && isTheirs(plan, doses, warnings);
+    compared.plan = std::move(plan);
+    return compared;
+}
+
+/** The plans that doses refer to, from the folders in which these lie. */
+std::vector<files::Plan> plansBeside(const std::vector<const DoseImage*>& doses, DoseSource& source)
+{
+    std::vector<files::Plan> plans;
+    std::vector<std::string> wanted;
+    for (const DoseImage* const dose : doses) {
+        for (const files::ReferencedPlan& referenced : dose->dicom->plans) {
+            const std::string& plan = referenced.sopInstance;
+            if (plan.empty() || std::find(wanted.begin(), wanted.end(), plan) != wanted.end()) {
+                continue;
+            }
+            wanted.push_back(plan);
+            if (std::optional<files::Plan> found = source.planBeside(dose->path, plan)) {
+                plans.push_back(std::move(*found));
+            }
+        }
+    }
+    return plans;
 }
 
 } // namespace
@@ -68,16 +91,18 @@ std::vector<ComparedPlan> comparedPlans(const Request& request, DoseSource& sour
                                         const GivenDoses& doses, std::vector<Sentence>& warnings)
 {
     const std::vector<const DoseImage*> described = describedDoses(doses);
-    std::vector<ComparedPlan> plans;
+    std::vector<files::Plan> plans;
     for (const std::string& name : request.plans) {
-        files::Plan plan = source.plan(name);
-        for (const std::string& warning : plan.warnings) {
-            warnings.push_back(Sentence(FileName{plan.path}) + ": " + warning);
-        }
-        const bool isTheirs = belongs(plan, described, warnings);
-        plans.push_back({std::move(plan), isTheirs});
+        plans.push_back(source.plan(name));
     }
-    return plans;
+    if (plans.empty() && request.identify) {
+        plans = plansBeside(described, source);
+    }
+    std::vector<ComparedPlan> compared;
+    for (files::Plan& plan : plans) {
+        compared.push_back(comparedPlan(std::move(plan), described, warnings));
+    }
+    return compared;
 }
 
 } // namespace zarngi

@@ -15,7 +15,8 @@ namespace zarngi
 {
 
 /**
- * Reads the plans that are asked for.
+ * Reads the plans that are asked for; where none is, and outputs tell of patient and plan, those
+ * that the doses refer to, if they lie beside them.
  * @param warnings gets those of the files, and which plan is not that of the doses.
  * @throws InputError for a file that is no plan, or a damaged one
  */

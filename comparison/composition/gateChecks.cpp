@@ -75,6 +75,14 @@ void checkPatients(Comparison& comparison)
     if (std::any_of(patients.begin(), patients.end(), isOther)) {
         warn(comparison, Gate::otherPatient, "the doses have different Patient IDs");
     }
+    for (const ComparedPlan& compared : comparison.plans) {
+        if (compared.isOfOtherPatient) {
+            warn(comparison, Gate::otherPatientPlan,
+                 Sentence(FileName{compared.plan.path}) +
+                     ": is a plan of another patient than the doses (Patient ID), and nothing of "
+                     "it is told; give the plan of these doses");
+        }
+    }
     if (!comparison.structures || patients.empty()) {
         return;
     }

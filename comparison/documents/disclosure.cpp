@@ -142,6 +142,7 @@ Request disclosed(Request request, const Disclosure& disclosure)
     }
     clearFiles(request);
     request.identify = false;
+    request.header = {};
     request.commandLine.clear();
     return request;
 }

@@ -20,8 +20,11 @@ namespace zarngi
 class Disclosure
 {
 public:
-    /** Everything. */
-    Disclosure(const FileDigests& digests) : digests_(digests) {}
+    /** The names of files, and what they say about patient and plan where that is asked for. */
+    Disclosure(const FileDigests& digests, bool isIdentified = true)
+        : digests_(digests), isIdentified_(isIdentified)
+    {
+    }
     /**
      * The names of files, and where the request asks for it what they say about patient and plan;
      * or nothing: names, paths, UIDs, descriptions and the command line. Then the files

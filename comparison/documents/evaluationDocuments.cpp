@@ -15,7 +15,7 @@ namespace zarngi
 nlohmann::ordered_json evaluationJson(const DoseEvaluation& evaluation)
 {
     using Json = nlohmann::ordered_json;
-    const Disclosure disclosure(evaluation.digests);
+    const Disclosure disclosure(evaluation.digests, evaluation.request.identify);
     Json document = {{"format", "zarngi-dvh"},
                      {"formatVersion", 1},
                      {"program", {{"name", "zarngi"}, {"version", projectVersion()}}},

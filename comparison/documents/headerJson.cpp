@@ -78,7 +78,7 @@ std::string planTitle(const Plan& plan)
 /** Whether a dose is of all beams of a plan, or of this one. */
 bool isOfBeam(const Comparison& comparison, const Plan& plan, const PlanBeam& beam)
 {
-    bool isTold = false;
+    bool isNamed = false;
     for (const DoseImage* const dose : comparison.all()) {
         for (const files::ReferencedPlan& referenced :
              dose->dicom ? dose->dicom->plans : std::vector<files::ReferencedPlan>()) {
@@ -90,10 +90,10 @@ bool isOfBeam(const Comparison& comparison, const Plan& plan, const PlanBeam& be
                 std::find(beams.begin(), beams.end(), beam.number) != beams.end()) {
                 return true;
             }
-            isTold = true;
+            isNamed = true;
         }
     }
-    return !isTold;
+    return !isNamed;
 }
 
 std::string positionText(const Vec3& place)
@@ -108,10 +108,16 @@ struct BeamTexts {
     Texts isocentres{"; "};
 };
 
+/** Whether documents tell of a beam: one that treats, and that a dose is of. */
+bool isTold(const Comparison& comparison, const Plan& plan, const PlanBeam& beam)
+{
+    return beam.isTreatment && isOfBeam(comparison, plan, beam);
+}
+
 void addBeams(BeamTexts& texts, const Comparison& comparison, const Plan& plan)
 {
     for (const PlanBeam& beam : plan.beams) {
-        if (!beam.isTreatment || !isOfBeam(comparison, plan, beam)) {
+        if (!isTold(comparison, plan, beam)) {
             continue;
         }
         texts.names.add(std::to_string(beam.number) + (beam.name.empty() ? "" : " ") + beam.name);
@@ -120,6 +126,16 @@ void addBeams(BeamTexts& texts, const Comparison& comparison, const Plan& plan)
             texts.isocentres.add(positionText(place));
         }
     }
+}
+
+/** Whether a plan tells places in the space of the doses. */
+bool isInSpaceOf(const Comparison& comparison, const Plan& plan)
+{
+    const std::optional<DicomIdentity>& dose = comparison.reference.dicom;
+    const bool isOther = dose && !dose->frameOfReference.empty() &&
+                         !plan.frameOfReference.empty() &&
+                         dose->frameOfReference != plan.frameOfReference;
+    return !isOther && !isInPlane(comparison.placed.space);
 }
 
 std::string approvalOf(const Plan& plan)
@@ -211,10 +227,31 @@ Header headerOfFiles(const Comparison& comparison)
     return header;
 }
 
+std::vector<Vec3> isocentresOf(const Comparison& comparison)
+{
+    std::vector<Vec3> places;
+    for (const ComparedPlan& compared : comparison.plans) {
+        if (!compared.isOfDoses || !isInSpaceOf(comparison, compared.plan)) {
+            continue;
+        }
+        for (const PlanBeam& beam : compared.plan.beams) {
+            for (const Vec3& place : beam.isocentres) {
+                const bool isThere = std::find(places.begin(), places.end(), place) != places.end();
+                if (!isThere && isTold(comparison, compared.plan, beam)) {
+                    places.push_back(place);
+                }
+            }
+        }
+    }
+    return places;
+}
+
 nlohmann::ordered_json headerJson(const Comparison& comparison, const Disclosure& disclosure)
 {
     Header header = disclosure.isIdentified() ? headerOfFiles(comparison) : Header();
-    header.replaceBy(comparison.request.header);
+    if (!disclosure.isAnonymous()) {
+        header.replaceBy(comparison.request.header);
+    }
     return headerJson(header);
 }
 

@@ -7,6 +7,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <vector>
+
 #include "comparison/comparison.h"
 #include "comparison/documents/disclosure.h"
 
@@ -15,6 +17,9 @@ namespace zarngi
 
 /** What doses and plans say of patient and plan, where nothing was given. */
 Header headerOfFiles(const Comparison& comparison);
+
+/** mm, each once: of the beams that documents tell of, in the space of the doses. */
+std::vector<Vec3> isocentresOf(const Comparison& comparison);
 
 /** All fields; null where there is nothing to tell. */
 nlohmann::ordered_json headerJson(const Header& header);

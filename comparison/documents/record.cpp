@@ -9,6 +9,7 @@
 #include "comparison/documents/headerJson.h"
 #include "comparison/documents/measurementJson.h"
 #include "comparison/documents/noiseJson.h"
+#include "comparison/documents/protocols.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/documents/statisticsJson.h"
 #include "comparison/documents/structureJson.h"
@@ -97,6 +98,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
         {"created", nowInUtc()},
         {"command", request.commandLine},
         {"request", requestJson(request)},
+        {"protocol", usedProtocolJson(comparison)},
         {"header", headerJson(comparison, disclosure)},
         {"files",
          {{"reference", fileJson(comparison.reference, disclosure)},
@@ -104,6 +106,7 @@ nlohmann::ordered_json comparisonJson(const Comparison& comparison,
         {"grids",
          {{"reference", gridJson(comparison.reference, comparison.referenceExtremes)},
           {"evaluation", gridJson(comparison.evaluation, comparison.evaluationExtremes)}}},
+        {"isocentres", disclosure.isIdentified() ? isocentresOf(comparison) : std::vector<Vec3>()},
         {"orientation", isInPlane(comparison.placed.space) ? Json(nullptr) : Json("LPS")},
         {"doseUnit", comparison.doseUnit()},
         {"threads", comparison.settings.threads},

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "comparison/documents/protocols.h"
 #include "comparison/failure.h"
 #include "comparison/request/values.h"
 #include "comparison/text.h"
@@ -20,7 +21,7 @@ namespace
 using Json = nlohmann::ordered_json;
 
 constexpr const char* formatName = "zarngi-request";
-constexpr int formatVersion = 2;
+constexpr int formatVersion = 3;
 constexpr int firstVersion = 1;
 
 template <class Value> Json orNull(const std::optional<Value>& value)
@@ -385,6 +386,25 @@ Header readHeader(const Json& object)
     return header;
 }
 
+bool isDigest(const std::string& text)
+{
+    return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == text.npos;
+}
+
+Protocol readProtocol(Members& members)
+{
+    Protocol protocol{members.text("name"), members.text("version")};
+    if (members.knows(3)) {
+        protocol.title = oneLine(members.text("title"));
+        protocol.source = oneLine(members.text("source"));
+        protocol.sha256 = members.text("sha256");
+        if (!protocol.sha256.empty() && !isDigest(protocol.sha256)) {
+            throw refusalAt("sha256", "is no SHA-256");
+        }
+    }
+    return protocol;
+}
+
 void checkFormat(Members& members)
 {
     if (members.text("format") != formatName) {
@@ -411,6 +431,9 @@ nlohmann::ordered_json requestJson(const Request& request)
             {"formatVersion", formatVersion},
             {"name", request.protocol.name},
             {"version", request.protocol.version},
+            {"title", request.protocol.title},
+            {"source", request.protocol.source},
+            {"sha256", request.protocol.sha256},
             {"reference", doseJson(request.reference)},
             {"evaluation", doseJson(request.evaluation)},
             {"criteria", textsOf(request.criteria)},
@@ -450,7 +473,7 @@ Request requestOf(const nlohmann::ordered_json& document)
     Members members(document, "");
     checkFormat(members);
     Request request;
-    request.protocol = {members.text("name"), members.text("version")};
+    request.protocol = readProtocol(members);
     request.reference =
         readDose(members.object("reference"), Member::referenceScale, Member::referenceUncertainty);
     request.evaluation = readDose(members.object("evaluation"), Member::evaluationScale,
@@ -478,11 +501,16 @@ Request requestOf(const nlohmann::ordered_json& document)
     if (members.knows(2)) {
         request.refuse = parseGates(members.texts("refuse"));
         request.isReferenceGuessed = members.flag("referenceGuessed");
+    }
+    if (members.knows(3)) {
         request.plans = members.texts("plans");
         request.identify = members.flag("identify");
         request.header = readHeader(members.member("header"));
     }
     members.checkAllTaken();
+    if (!request.protocol.name.empty() && request.protocol.sha256.empty()) {
+        request.protocol.sha256 = protocolDigest(request);
+    }
     return request;
 }
 

@@ -14,8 +14,9 @@ namespace
 
 /** In the order of Gate. */
 constexpr std::array<const char*, static_cast<std::size_t>(Gate::guessedReference) + 1> names{
-    "identical-doses", "other-patient",  "other-patient-structures", "maxima-ratio",
-    "unreached",       "little-overlap", "negative-doses",           "guessed-reference"};
+    "identical-doses",    "other-patient",  "other-patient-structures",
+    "other-patient-plan", "maxima-ratio",   "unreached",
+    "little-overlap",     "negative-doses", "guessed-reference"};
 
 Gate parseGate(const std::string& text, const MemberPlace& place)
 {

@@ -16,6 +16,7 @@ enum class Gate {
     identicalDoses,
     otherPatient,
     otherPatientStructures,
+    otherPatientPlan,
     maximaRatio,
     unreached,
     littleOverlap,

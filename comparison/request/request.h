@@ -84,10 +84,13 @@ struct NoiseWish {
     std::uint32_t seed = 1; ///< of the random numbers
 };
 
-/** What a department calls a request that it uses again; may be empty. */
+/** What a request that is used again tells of itself; texts may be empty. */
 struct Protocol {
     std::string name;
     std::string version;
+    std::string title{};  ///< what it is for
+    std::string source{}; ///< who has agreed on it
+    std::string sha256{}; ///< of the protocol that the request came from, as protocolDigest() gives
 };
 
 struct Request {

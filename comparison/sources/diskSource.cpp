@@ -1,8 +1,11 @@
 #include "comparison/sources/diskSource.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <utility>
+#include <vector>
 
 #include "comparison/failure.h"
 #include "files/nativeDeflate.h"
@@ -24,6 +27,34 @@ template <class Value> Value valueOf(files::Result<Value> result, const std::str
         throw failureOf(path, result.error());
     }
     return std::move(*result);
+}
+
+/** By their names; links and pipes are none of them. */
+std::vector<std::string> filesBeside(const std::string& path)
+{
+    namespace fs = std::filesystem;
+    std::vector<std::string> files;
+    std::error_code error;
+    const fs::path folder = platform::pathOf(path).parent_path();
+    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end;
+         !error && entry != end; entry.increment(error)) {
+        std::error_code none;
+        if (entry->symlink_status(none).type() == fs::file_type::regular) {
+            files.push_back(platform::textOf(folder / entry->path().filename()));
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+bool beginsLikePlan(const std::string& path)
+{
+    constexpr std::size_t beginning = 1 << 16;
+    std::vector<char> bytes(beginning);
+    std::ifstream file(platform::pathOf(path), std::ios::binary);
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
+    return files::isPlan({data, static_cast<std::size_t>(file.gcount())}, files::nativeDeflate());
 }
 
 } // namespace
@@ -81,6 +112,24 @@ files::StructureSet DiskSource::structures(const std::string& name)
 files::Plan DiskSource::plan(const std::string& name)
 {
     return valueOf(files::readPlanFile(name, host(digests_)), name);
+}
+
+/** Files that cannot be read are passed over: nobody has named them. */
+std::optional<files::Plan> DiskSource::planBeside(const std::string& dose,
+                                                  const std::string& sopInstance)
+{
+    for (const std::string& path : filesBeside(dose)) {
+        if (!beginsLikePlan(path)) {
+            continue;
+        }
+        FileDigests digests;
+        files::Result<files::Plan> plan = files::readPlanFile(path, host(digests));
+        if (plan && plan->sopInstance == sopInstance) {
+            digests_.merge(digests);
+            return std::move(*plan);
+        }
+    }
+    return {};
 }
 
 } // namespace zarngi

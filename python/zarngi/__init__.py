@@ -8,7 +8,7 @@ True
 """
 
 from ._asked import NothingTestedError
-from ._compare import Comparison, compare, default_request
+from ._compare import Comparison, compare, default_request, protocol, protocols
 from ._criteria import Criteria
 from ._demo import demo_pair
 from ._dose_volume import DoseVolume
@@ -50,6 +50,8 @@ __all__ = [
     "demo_pair",
     "dvh",
     "gamma_index",
+    "protocol",
+    "protocols",
     "read",
     "read_bytes",
     "read_structures",

@@ -104,9 +104,33 @@ def default_request() -> dict[str, Any]:
     return _given.default_request()
 
 
+def protocols() -> list[dict[str, Any]]:
+    """The protocols that are shipped: `name`, `version`, `title`, `source` and `sha256` of each.
+
+    Examples
+    --------
+    >>> import zarngi
+    >>> [one["name"] for one in zarngi.protocols()]
+    ['head-neck', 'prostate', 'tg-119', 'tg-218']
+    """
+    return _comparison.protocols()
+
+
+def protocol(name: Mapping[str, Any] | _PathLike) -> dict[str, Any]:
+    """The request of a protocol, as `compare` takes it; without files.
+
+    Parameters
+    ----------
+    name : str, os.PathLike or mapping
+        That of one that is shipped, a file with a request or a record, or its document.
+    """
+    return _given.protocol_request(name)
+
+
 def compare(
-    request: Mapping[str, Any] | _PathLike,
+    request: Mapping[str, Any] | _PathLike | None = None,
     *,
+    protocol: Mapping[str, Any] | _PathLike | None = None,
     reference: DoseGrid | DosePoints | _PathLike | None = None,
     evaluation: DoseGrid | DosePoints | _PathLike | None = None,
     structures: StructuresLike | _PathLike | Sequence[_PathLike] | None = None,
@@ -121,6 +145,8 @@ def compare(
         A request as `default_request` gives it, whose members are all there; the path of a JSON
         document with one, relative to which are the files that it names; or its text. A record of
         `zarngi compare --json` holds one as well.
+    protocol : str, os.PathLike or mapping, optional
+        Instead of a request: what `protocol` takes, for the doses given beside it.
     reference, evaluation : DoseGrid, DosePoints, str or os.PathLike, optional
         Doses, or files of them, instead of those that the request names.
     structures : path or sequence of paths, StructureSet, Structure, or mapping, optional
@@ -150,7 +176,9 @@ def compare(
     FormatWarning
         What the record tells under "warnings".
     """
-    given = Given(_document(request))
+    if (request is None) == (protocol is None):
+        raise TypeError("compare takes a request or a protocol")
+    given = Given(_given.protocol_request(protocol) if request is None else _document(request))
     for role, dose in (("reference", reference), ("evaluation", evaluation)):
         if isinstance(dose, (DoseGrid, DosePoints)):
             given.take_dose(role, dose, f"<{role}>")
@@ -216,6 +244,9 @@ def _relocate(request: Any, folder: Path) -> None:
                 section[member] = str(folder / files)
             elif isinstance(files, list):
                 section[member] = [str(folder / f) if isinstance(f, str) else f for f in files]
+    plans = sections.get("plans")
+    if isinstance(plans, list):
+        sections["plans"] = [str(folder / f) if isinstance(f, str) else f for f in plans]
 
 
 def _template(path: _PathLike | None) -> bytes:

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import copy
 import json
+import os
 from collections.abc import Callable, Mapping, Sequence
 from contextlib import nullcontext
 from dataclasses import replace
@@ -49,6 +50,29 @@ def request_in(document: Any) -> Any:
     """The request of a document, which may be a record that holds one."""
     is_record = isinstance(document, dict) and document.get("format") == "zarngi-report"
     return document.get("request") if is_record else document
+
+
+def protocol_request(protocol: str | os.PathLike[str] | Mapping[str, Any]) -> dict[str, Any]:
+    """The request of a protocol, which names no files: a shipped one, a document or its file.
+
+    Raises
+    ------
+    ValueError
+        When it is none, with the names of those that are shipped where it is no file either.
+    OSError
+        When the file cannot be read.
+    """
+    if isinstance(protocol, Mapping):
+        return _comparison.protocol(json.dumps(dict(protocol)), "protocol")
+    name = os.fspath(protocol)
+    is_shipped = any(one["name"] == name for one in _comparison.protocols())
+    if is_shipped or not os.path.exists(name):
+        return _comparison.protocol(name, "protocol")
+    with open(name, encoding="utf-8", errors="replace") as file:
+        text = file.read()
+    if "{" not in text:
+        raise ValueError(f"{name}: this is no JSON document")
+    return _comparison.protocol(text, name)
 
 
 @cache

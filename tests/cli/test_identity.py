@@ -1,6 +1,7 @@
 """Whose plan it is: what outputs tell of it when asked, and that they tell nothing of it else."""
 
 import json
+import os
 import unittest
 
 import pydicom
@@ -42,6 +43,43 @@ class Identity(ProgramTest):
             "performedBy": None, "reviewedBy": None,
         })  # fmt: skip
 
+    def test_isocentres(self):
+        plan = write_plan(self.folder / "p.dcm")
+        self.assertEqual(self.compared("--plan", plan, "--identify")["isocentres"], [[0, -10.5, 20]])
+        elsewhere = write_plan(plan, FrameOfReferenceUID="1.2.99")
+        self.assertEqual(self.compared("--plan", elsewhere, "--identify")["isocentres"], [])
+
+    def test_plans_beside_the_doses(self):
+        """Looked for where outputs tell of them, and told by nothing but what the doses refer to."""
+        write_plan(self.folder / "other.dcm", "1.2.77.9", RTPlanLabel=PLANTED)
+        (self.folder / "cut.dcm").write_bytes(write_plan(self.folder / "p.dcm").read_bytes()[:-20])
+        os.mkfifo(self.folder / "pipe.dcm")
+        record = self.compared("--identify")
+        self.assertEqual(record["header"]["plan"], "HN 60 (left)")
+        self.assertEqual([plan["name"] for plan in record["files"]["plans"]], ["p.dcm"])
+        self.assertEqual(record["request"]["plans"], [])
+        self.assertNotIn("plans", self.compared()["files"])
+        (self.folder / "p.dcm").unlink()
+        self.assertNotIn("plans", self.compared("--identify")["files"])
+
+    def test_a_plan_of_another_patient_is_refused_where_that_is_asked(self):
+        plan = write_plan(self.folder / "p.dcm", patient="another")
+        self.assertEqual(self.compared("--plan", plan, warned=1)["gate"][0]["name"], "other-patient-plan")
+        self.record.unlink()
+        refused = run("compare", *self.doses, "--plan", plan, "--refuse", "other-patient-plan", "--json", self.record)
+        self.assert_refused(refused, 1, "p.dcm: is a plan of another patient", "--refuse other-patient-plan")
+        self.assertFalse(self.record.exists())
+
+    def test_one_dose_alone(self):
+        plan = write_plan(self.folder / "p.dcm")
+        structures = write_structure_set(self.folder / "s.dcm", STRUCTURES, "1.2.3.4")
+        for path in (*self.doses, plan, structures):
+            self.plant(path)
+        for more, isTold in (([], False), (["--identify"], True)):
+            result = run("dvh", self.doses[0], "--structures", structures, "--ignore-frame", "--json", self.record, *more)
+            self.assertEqual(result.returncode, 0, result.stderr)
+            self.assertEqual(PLANTED in self.record.read_text(), isTold)
+
     def test_beams_of_the_doses_and_sums_of_plans(self):
         plan = write_plan(self.folder / "p.dcm")
         for path in self.doses:
@@ -57,10 +95,12 @@ class Identity(ProgramTest):
         plan = ["--plan", write_plan(self.folder / "p.dcm")]
         given = ["--header", "plan=other", "--header", "comment=a=b", "--header", "plan=last"]
         self.assertEqual(self.compared(*plan, *given, "--identify")["header"]["plan"], "last")
-        for more in ((), ("--anonymous", "pair-7")):
-            header = self.compared(*plan, *given, *more)["header"]
-            told = {key: text for key, text in header.items() if text is not None}
-            self.assertEqual(told, {"plan": "last", "comment": "a=b"})
+        for more, wanted in (((), {"plan": "last", "comment": "a=b"}), (("--anonymous", "pair-7"), {})):
+            record = self.compared(*plan, *given, *more)
+            told = {key: text for key, text in record["header"].items() if text is not None}
+            self.assertEqual(told, wanted)
+            self.assertEqual(record["request"]["header"], wanted)
+            self.assertEqual(record["isocentres"], [])
 
     def test_what_is_asked_is_asked_again(self):
         plan = write_plan(self.folder / "p.dcm")
@@ -81,9 +121,9 @@ class Identity(ProgramTest):
         self.assertEqual(json.loads(protocol.read_text())["header"], {"machine": "LINAC 2"})
 
     def test_a_plan_of_other_doses_is_told_and_left_out(self):
-        untold = doses.write_nrrd(self.folder / "c.nrrd", doses.blob())
+        untold = [doses.write_nrrd(self.folder / f"{i}.nrrd", dose) for i, dose in enumerate(doses.pair())]
         for plan, warning, isTheirs in (
-            ({"patient": "another"}, "p.dcm: is a plan of another patient than", False),
+            ({"patient": "another"}, "p.dcm: is a plan of another patient than the doses", False),
             ({"uid": "1.2.77.9"}, "p.dcm: is not the plan that the doses refer to", False),
         ):
             path = write_plan(self.folder / "p.dcm", RTPlanLabel=PLANTED, **plan)
@@ -91,7 +131,7 @@ class Identity(ProgramTest):
             self.assertIn(warning, self.warnings)
             self.assertEqual(record["files"]["plans"][0]["isOfDoses"], isTheirs)
             self.assertNotIn(PLANTED, json.dumps(record["header"]))
-        self.doses = [untold, untold]
+        self.doses = untold
         record = self.compared("--plan", path, "--identify", warned=1)
         self.assertIn("no dose tells its plan", self.warnings)
         self.assertEqual(record["header"]["plan"], f"{PLANTED} (left)")

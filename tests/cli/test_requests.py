@@ -121,8 +121,11 @@ class Requests(ProgramTest):
         plain = self.record(self.reference, self.evaluation, *asked)
         used = self.record("--request", protocol, self.reference, self.evaluation)
         self.assertEqual(used["criteria"][0]["gammaSearchMax"], 3)
+        self.assertFalse(used["protocol"]["changed"])
         for record in (plain, used):
-            del record["request"]["name"], record["request"]["version"]
+            del record["protocol"]
+            for member in ("name", "version", "sha256"):
+                del record["request"][member]
         self.assertEqual(settled(used), settled(plain))
         other = self.record("--request", protocol, self.reference, self.evaluation, "--dco", "30")
         self.assertEqual(other["criteria"][0]["label"], "2%/2mm")
@@ -178,22 +181,27 @@ class Requests(ProgramTest):
             result = run("compare", *files, "--structures", self.structures, "--if-present", *more)
             self.assert_refused(result, 2, refused)
 
-    def test_documents_of_the_first_version(self):
+    def test_documents_of_former_versions(self):
         self.record(self.reference, self.evaluation, "--save-request", self.folder / "p.json")
         document = json.loads((self.folder / "p.json").read_text())
+        for member in ("plans", "identify", "header", "title", "source", "sha256"):
+            del document[member]
+        former = self.folder / "former.json"
+        former.write_text(json.dumps({**document, "formatVersion": 2}))
+        again = self.record(self.reference, self.evaluation, "--request", former)
+        self.assertEqual(again["request"]["formatVersion"], 3)
         document["formatVersion"] = 1
         del document["noise"], document["units"]["uncertainty"]
         for role in ("reference", "evaluation"):
             del document[role]["uncertainty"]
-        former = self.folder / "former.json"
         former.write_text(json.dumps(document))
         files = (self.reference, self.evaluation)
         self.assert_refused(run("compare", "--request", former, *files), 2, "structures.ifPresent is not known")
         del document["structures"]["ifPresent"]
-        for member in ("refuse", "referenceGuessed", "goals", "plans", "identify", "header"):
+        for member in ("refuse", "referenceGuessed", "goals"):
             del document[member]
         former.write_text(json.dumps(document))
-        self.assertEqual(self.record(*files, "--request", former)["request"]["formatVersion"], 2)
+        self.assertEqual(self.record(*files, "--request", former)["request"]["formatVersion"], 3)
 
     def test_what_cannot_be_asked_again(self):
         record = self.record(self.reference, self.evaluation, "--rotate")

@@ -19,11 +19,13 @@ def complaints(path):
     copy.PixelData = copy.PixelData[: len(copy.PixelData) // 2]
     copy.save_as(path.with_name("copy-for-judge"))
     checked = subprocess.run(["dciodvfy", path.with_name("copy-for-judge")], capture_output=True, text=True,
-                             check=True)  # fmt: skip
+                             check=False)
     path.with_name("copy-for-judge").unlink()
     told = (checked.stdout + checked.stderr).splitlines()
     assert "RTDose" in told, told
-    return [line for line in told if line.startswith("Error")]
+    # It does not know yet that differences are signed.
+    known = "Unrecognized enumerated value <0x1> for value 1 of attribute <Pixel Representation>"
+    return [line for line in told if line.startswith("Error") and known not in line]
 
 
 class RtDose(ProgramTest):

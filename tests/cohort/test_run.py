@@ -23,6 +23,10 @@ from conftest import (
 from processes import ended, open_for_writing, running, wait_for
 
 
+#: Members of requests that came with the third version.
+LATER = ("plans", "identify", "header", "title", "source", "sha256")
+
+
 @pytest.fixture
 def study(tmp_path):
     """Three pairs of one's own, the second of which cannot be read; and where results go."""
@@ -320,7 +324,7 @@ def test_a_protocol_is_asked_of_every_pair(study, tmp_path):
     former = {**protocol, "formatVersion": 1, "structures": {**protocol["structures"]}}
     for name, place in (("ifPresent", former["structures"]), ("noise", former), ("refuse", former)):
         del place[name]
-    former = {name: value for name, value in former.items() if name not in ("goals", "referenceGuessed")}
+    former = {name: value for name, value in former.items() if name not in ("goals", "referenceGuessed", *LATER)}
     for role in ("reference", "evaluation", "units"):
         former[role] = {name: value for name, value in former[role].items() if name != "uncertainty"}
     path.write_text(json.dumps(former))
@@ -331,6 +335,20 @@ def test_a_protocol_is_asked_of_every_pair(study, tmp_path):
         refused = zarngi_cohort(*run)
         assert refused.returncode == 1 and member in refused.stderr and "protocol.json: " in refused.stderr
     assert zarngi_cohort("run", manifest, "-o", results, "--request", "gone.json").returncode == 1
+
+
+def test_protocols(study):
+    manifest, results = study
+    run = ("run", manifest, "-o", results)
+    zarngi_cohort(*run, "--protocol", "tg-119")
+    assert {row[2] for row in contents(results)["results"]} == {"3%/3mm"}
+    own = manifest.parent / "own.json"
+    own.write_text(json.dumps({**zarngi.protocol("tg-119"), "name": "Ours", "criteria": ["2%/2mm"]}))
+    zarngi_cohort(*run, "--protocol", own)
+    assert {row[2] for row in contents(results)["results"]} == {"2%/2mm"}
+    unknown = zarngi_cohort(*run, "--protocol", "tg-217")
+    assert unknown.returncode == 1 and "head-neck, prostate, tg-119, tg-218" in unknown.stderr
+    assert zarngi_cohort(*run, "--protocol", "tg-119", "--request", own).returncode == 2
 
 
 def test_pages_below_a_rate(study):

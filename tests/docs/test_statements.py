@@ -20,7 +20,7 @@ FIGURES = {
     "maximum gamma": "max",
 }
 #: Folders whose files the architecture page tells; of the first three, all sources.
-ROOMS = ("lib", "files", "host", "cli", "comparison")
+ROOMS = ("lib", "files", "host", "cli", "comparison", "platform")
 HEAD_NECK = "../shared/data/head_neck_day1.nrrd ../shared/data/head_neck_day2.nrrd"
 
 

@@ -553,6 +553,44 @@ static void compare_by_several_threads(void)
     }
 }
 
+/* Whether a text of the library holds another one; frees it. */
+static int told(struct zarnGIHost_Bytes* bytes, const char* text)
+{
+    char* const whole = calloc(1, bytes->size + 1);
+    memcpy(whole, bytes->data, bytes->size);
+    const int isThere = strstr(whole, text) != NULL;
+    free(whole);
+    zarnGIHost_freeBytes(bytes);
+    return isThere;
+}
+
+static void read_protocols(void)
+{
+    struct zarnGIHost_Bytes bytes = {NULL, 0};
+    struct zarnGIHost_Error error;
+    check(zarnGIHost_listProtocols(&bytes, NULL) == ZARNGI_HOST_OK, "protocols are listed");
+    check(told(&bytes, "\"tg-218\""), "the list names one");
+    check(zarnGIHost_readProtocol("tg-218", 6, &bytes, NULL) == ZARNGI_HOST_OK, "a shipped one");
+    char* const text = calloc(1, bytes.size + 1);
+    memcpy(text, bytes.data, bytes.size);
+    check(zarnGIHost_readProtocol(text, strlen(text), &bytes, &error) == ZARNGI_HOST_OK,
+          "its document is one");
+    check(told(&bytes, text), "the same one");
+    char* const version = strstr(text, "\"formatVersion\": ");
+    check(version != NULL, "a version");
+    memcpy(version, "\"formatVersion\": 9", 18);
+    check(zarnGIHost_readProtocol(text, strlen(text), &bytes, &error) == ZARNGI_HOST_REFUSED &&
+              strstr(error.sentence, "tg-218") != NULL,
+          "one of a later version is refused with those that are shipped");
+    free(text);
+    check(zarnGIHost_readProtocol("tg-217", 6, &bytes, &error) == ZARNGI_HOST_REFUSED &&
+              strstr(error.sentence, "tg-218") != NULL,
+          "an unknown name is refused with those that are known");
+    check(zarnGIHost_readProtocol(NULL, 0, &bytes, &error) == ZARNGI_HOST_BAD_ARGUMENT &&
+              zarnGIHost_listProtocols(NULL, &error) == ZARNGI_HOST_BAD_ARGUMENT,
+          "null pointers are refused");
+}
+
 int main(void)
 {
     char folder[] = "/tmp/zarngi-host-XXXXXX";
@@ -571,6 +609,7 @@ int main(void)
     explain_alone();
     refuse_in_words();
     compare_by_several_threads();
+    read_protocols();
     check(rmdir(folder) == 0, "nothing left in the folder");
     return failures == 0 ? 0 : 1;
 }

@@ -221,3 +221,32 @@ def test_one_library():
     ran = subprocess.run([sys.executable, "-c", program], check=True, capture_output=True, text=True)
     (library,) = ran.stdout.split()
     assert library.endswith("zarngi/lib/libZarnGI.so")
+
+
+def test_protocols(tmp_path, pair):
+    doses = {"reference": pair[0], "evaluation": pair[1]}
+    whole = zarngi.protocol("tg-218")
+    (digest,) = (one["sha256"] for one in zarngi.protocols() if one["name"] == "tg-218")
+    path = tmp_path / "own.json"
+    path.write_text(json.dumps(whole))
+    for protocol in ("tg-218", whole, path):
+        told = zarngi.compare(protocol=protocol, **doses).record["protocol"]
+        assert (told["name"], told["sha256"], told["changed"]) == ("tg-218", digest, False)
+    told = zarngi.compare({**whole, "cutOff": 20}, **doses).record["protocol"]
+    assert (told["sha256"], told["changed"]) == (digest, True)
+    with pytest.warns(zarngi.FormatWarning, match="Rectum"):
+        assert "goals" not in zarngi.compare(protocol="prostate", **doses).record
+
+
+def test_refused_protocols(tmp_path, pair):
+    path = tmp_path / "own.json"
+    for wrong, sentence in (("tg-217", "head-neck, prostate, tg-119, tg-218"), ({"format": "none"}, "format"),
+                            ({**zarngi.protocol("tg-218"), "formatVersion": 4}, "1 to 3.*tg-218")):  # fmt: skip
+        with pytest.raises(ValueError, match=sentence):
+            zarngi.compare(protocol=wrong, reference=pair[0], evaluation=pair[1])
+    path.write_text("no document")
+    with pytest.raises(ValueError, match="own.json: this is no JSON document"):
+        zarngi.protocol(path)
+    for given in ({}, {"request": zarngi.default_request(), "protocol": "tg-218"}):
+        with pytest.raises(TypeError, match="a request or a protocol"):
+            zarngi.compare(reference=pair[0], evaluation=pair[1], **given)

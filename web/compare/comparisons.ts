@@ -107,7 +107,8 @@ export class Comparisons {
     }
 
     private async compute(request: RequestDocument): Promise<void> {
-        const { record, headerOfFiles } = await this.client.compare(request, (p: Progress) => this.progress.tell(p));
+        const { record, headerOfFiles, isocentres } = await this.client.compare(request, (p: Progress) => this.progress.tell(p));
+        record.isocentres = isocentres; // for the screen: documents tell them only where that is asked for
         showHeaderOfFiles(headerOfFiles);
         if (this.wanted) {
             return;

@@ -11,8 +11,8 @@ import { isSame, members, valueAt, wordsOf } from './members';
 const patience = 350;
 const criterionForm = /^(.*?)([\d.]+\s*%)\s*[LG]?\s*\/(.*)$/i;
 
-/** Members that fields of their own take, or that are of the page's files. */
-const takenApart = ['structures.files', 'plans', 'header'];
+/** Members that fields of their own take, that are of the page's files, or of the protocol itself. */
+const takenApart = ['structures.files', 'plans', 'header', 'title', 'source', 'sha256'];
 
 /** Members without a field: a request that was loaded keeps them. */
 const carriedMembers = ['limits.failBelow', 'sweeps'];
@@ -28,20 +28,17 @@ const unitFields = ['dose-unit', 'length-unit'];
 /** Members whose texts stand in lines of their own. */
 const linedMembers = ['criteria', 'goals'];
 
-type Carried = Pick<RequestDocument, 'sweeps'> & { failBelow: string[] };
+type Carried = Pick<RequestDocument, 'sweeps' | 'title' | 'source' | 'sha256'> & { failBelow: string[] };
 
-function noneCarried(): Carried {
-    const { sweeps, limits } = usualRequest();
-    return { sweeps, failBelow: limits.failBelow };
+function carriedOf({ sweeps, title, source, sha256, limits }: RequestDocument): Carried {
+    return { sweeps, title, source, sha256, failBelow: limits.failBelow };
 }
 
 export class CriteriaForm {
     private readonly form = byId<HTMLFormElement>('criteria-form');
     private readonly criteria = byId<HTMLTextAreaElement>('criteria');
     private readonly locality = byId<HTMLSelectElement>('locality');
-    private carried = noneCarried();
-    /** Whether what stands there is a request as it was loaded, with its name. */
-    private isAsLoaded = false;
+    private carried = carriedOf(usualRequest());
     private timer = 0;
 
     /** @param unitsChanged told when tables that tell no unit are others now */
@@ -55,7 +52,7 @@ export class CriteriaForm {
             if (event.target === this.locality) {
                 this.makeLocal(this.locality.value);
             }
-            this.takeChange(event.target as HTMLElement);
+            this.takeName(event.target as HTMLElement);
             this.showAll();
             clearTimeout(this.timer);
             this.timer = window.setTimeout(this.changed, patience);
@@ -67,10 +64,11 @@ export class CriteriaForm {
     /** Of no files. */
     asked(): RequestDocument {
         const usual = usualRequest();
-        const { sweeps, failBelow } = this.carried;
+        const { failBelow, ...carried } = this.carried;
         const criteria = lines('criteria');
         return {
             ...usual,
+            ...carried,
             name: text('request-name'),
             version: text('request-version'),
             reference: { ...usual.reference, scale: textOrNull('reference-scale'), uncertainty: textOrNull('reference-uncertainty') },
@@ -107,7 +105,6 @@ export class CriteriaForm {
             explain: isChecked('explain')
                 ? { range: numberOr('explain-range', null), structure: textOrNull('explain-structure') }
                 : null,
-            sweeps,
             noise: isChecked('noise') ? { seed: numberOr('noise-seed', 1) } : null,
             plans: [],
             identify: isChecked('identify'),
@@ -125,8 +122,7 @@ export class CriteriaForm {
             return unmet;
         }
         this.reset();
-        const { sweeps, limits } = request;
-        this.carried = { sweeps, failBelow: limits.failBelow };
+        this.carried = carriedOf(request);
         const usual = usualRequest();
         for (const [member, { field }] of Object.entries(members)) {
             const value = valueAt(request, member);
@@ -141,7 +137,6 @@ export class CriteriaForm {
         if (Object.keys(request.header).length > 0) {
             byId('header-details').setAttribute('open', '');
         }
-        this.isAsLoaded = true;
         this.showAll();
         this.unitsChanged();
         this.changed();
@@ -152,8 +147,7 @@ export class CriteriaForm {
     reset(): void {
         clearTimeout(this.timer);
         this.form.reset();
-        this.carried = noneCarried();
-        this.isAsLoaded = false;
+        this.carried = carriedOf(usualRequest());
         this.showAll();
     }
 
@@ -178,7 +172,6 @@ export class CriteriaForm {
         const all = this.asked().criteria;
         all[index] = criterion;
         this.criteria.value = all.join('\n');
-        this.takeChange(this.criteria);
         this.showLocality();
         clearTimeout(this.timer);
         this.changed();
@@ -208,13 +201,11 @@ export class CriteriaForm {
         this.criteria.value = rewritten.join('\n');
     }
 
-    /** The name and version of a request are none of another one. */
-    private takeChange(field: HTMLElement): void {
-        if (this.isAsLoaded && !field.id.startsWith('request-')) {
-            write('request-name', '');
-            write('request-version', '');
+    /** Under another name or version it is a protocol of its own. */
+    private takeName(field: HTMLElement): void {
+        if (field.id === 'request-name' || field.id === 'request-version') {
+            this.carried = { ...this.carried, title: '', source: '', sha256: '' };
         }
-        this.isAsLoaded = false;
     }
 
     private showAll(): void {

@@ -57,7 +57,7 @@ function start(): void {
         },
         startOver(): void {
             form.reset();
-            requests.clear();
+            requests.startOver();
         },
     });
     const saving = new Saving(client);

@@ -62,6 +62,9 @@ export const members: Record<string, MemberWords> = {
     header: { word: 'Header', option: '--header' },
     name: { word: 'Name', field: 'request-name' },
     version: { word: 'Version', field: 'request-version' },
+    title: { word: 'Title' },
+    source: { word: 'Source' },
+    sha256: { word: 'Protocol' },
 };
 
 /** "criteria[1]" is one of `criteria`. */

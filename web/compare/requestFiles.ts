@@ -3,14 +3,16 @@
 import type { EngineClient } from '../engine/client';
 import { EngineFailure } from '../engine/engine';
 import type { EngineError } from '../engine/messages';
-import { filesOf, type RequestDocument } from '../engine/request';
-import { byId } from '../views/dom';
+import { filesOf, usualRequest, type RequestDocument } from '../engine/request';
+import { byId, el } from '../views/dom';
 import type { CriteriaForm } from './criteriaForm';
 import { lastingPart } from './headerForm';
 import { members, sentenceOf } from './members';
 import { saveFile } from './saving';
 
 export class RequestFiles {
+    private readonly choice = byId<HTMLSelectElement>('protocol-choice');
+
     constructor(
         private readonly client: EngineClient,
         private readonly form: CriteriaForm,
@@ -24,6 +26,8 @@ export class RequestFiles {
             input.value = ''; // so that the same file can be chosen again
         });
         byId('save-request').addEventListener('click', () => void this.save());
+        this.choice.addEventListener('change', () => void this.choose(this.choice.value));
+        void this.offerProtocols();
     }
 
     /** Never rejects: what is wrong is told. */
@@ -34,7 +38,23 @@ export class RequestFiles {
             if (unmet !== null) {
                 throw new EngineFailure(unmetFailure(unmet));
             }
+            this.choice.value = '';
             this.tell(`${file.name} is loaded. ${filesText(request)}`, null);
+        });
+    }
+
+    /** Those that are shipped; a page that does without them when the engine does not start says so elsewhere. */
+    private async offerProtocols(): Promise<void> {
+        const all = await this.client.protocols().catch(() => []);
+        this.choice.append(...all.map(({ name, title, source }) => el('option', { value: name, title: source }, `${name}: ${title}`)));
+    }
+
+    /** An empty name: everything as usual. */
+    private async choose(name: string): Promise<void> {
+        await this.telling('', async () => {
+            const request = name === '' ? usualRequest() : await this.client.protocol(name);
+            this.form.fill(request);
+            this.tell(name === '' ? '' : `${request.title} (${request.source}).`, null);
         });
     }
 
@@ -47,15 +67,30 @@ export class RequestFiles {
         this.tell('', null);
     }
 
+    startOver(): void {
+        this.choice.value = '';
+        this.clear();
+    }
+
     private async save(): Promise<void> {
         await this.telling('', async () => {
             const all = this.form.asked();
             const asked = { ...all, header: lastingPart(all.header) };
-            const { saved } = await this.client.request(JSON.stringify(asked));
-            const name = `${asked.name.replace(/[^\p{L}\p{N}.-]+/gu, '-') || 'request'}.json`;
+            const { saved, name: called } = await this.toSave(asked);
+            const name = `${called.replace(/[^\p{L}\p{N}.-]+/gu, '-') || 'request'}.json`;
             saveFile(name, 'application/json', saved);
             this.tell(`${name} is made, without files.`, null);
         });
+    }
+
+    /** What was changed is no longer what the protocol asks, and so has not its name. */
+    private async toSave(asked: RequestDocument): Promise<{ saved: ArrayBuffer; name: string }> {
+        const { saved, isChanged } = await this.client.request(JSON.stringify(asked));
+        if (!isChanged) {
+            return { saved, name: asked.name };
+        }
+        const nameless = { ...asked, name: '', version: '', title: '', source: '', sha256: '' };
+        return { saved: (await this.client.request(JSON.stringify(nameless))).saved, name: '' };
     }
 
     private async telling(before: string, work: () => Promise<void>): Promise<void> {

@@ -20,7 +20,7 @@ export function noRoles(): Roles {
 export function initialRoles(known: Roles, found: FileFacts[]): Roles {
     const roles = { ...known, structures: new Set(known.structures), plans: new Set(known.plans) };
     found.filter((f) => f.kind === 'structures').forEach((f) => roles.structures.add(f.path));
-    found.filter((f) => f.kind === 'plan').forEach((f) => roles.plans.add(f.path));
+    plansOf(found).forEach((path) => roles.plans.add(path));
     const masks = found.filter((f) => f.kind === 'mask').map((f) => f.path);
     let { paths: doses, guess } = pairOf(found);
     const missing = (roles.reference ? 0 : 1) + (roles.evaluation ? 0 : 1);
@@ -45,6 +45,14 @@ export function initialRoles(known: Roles, found: FileFacts[]): Roles {
     }
     roles.guess = missing === 2 && roles.reference && roles.evaluation ? guess : roles.guess;
     return roles;
+}
+
+/** Of several those that the doses refer to, if they refer to any; one that comes alone is meant. */
+function plansOf(found: FileFacts[]): string[] {
+    const told = new Set(found.flatMap((f) => (f.kind === 'dose' ? (f.dicom?.plans ?? []) : [])));
+    const plans = found.flatMap((f) => (f.kind === 'plan' ? [f] : []));
+    const meant = plans.filter((plan) => told.has(plan.sopInstance));
+    return (meant.length > 0 ? meant : plans).map(({ path }) => path);
 }
 
 interface Pair {

@@ -2,8 +2,8 @@
 
 import { EngineFailure } from './engine';
 import type {
-    ComparisonAnswer, ExamplePart, FileFacts, Progress, RatesAnswer, RequestAnswer, StructurePart,
-    VolumeName,
+    ComparisonAnswer, ExamplePart, FileFacts, Progress, ProtocolFacts, RatesAnswer, RequestAnswer,
+    StructurePart, VolumeName,
 } from './messages';
 import type { Call, Reply } from './protocol';
 import type { RequestDocument, TableUnits } from './request';
@@ -70,6 +70,17 @@ export class EngineClient {
     async request(text: string): Promise<RequestAnswer & { saved: ArrayBuffer }> {
         const { answer, output } = await this.send({ call: 'request', text });
         return { ...(answer as RequestAnswer), saved: output! };
+    }
+
+    /** Those that are shipped. */
+    async protocols(): Promise<ProtocolFacts[]> {
+        const { answer } = await this.send({ call: 'protocols' });
+        return (answer as { protocols: ProtocolFacts[] }).protocols;
+    }
+
+    async protocol(name: string): Promise<RequestDocument> {
+        const { answer } = await this.send({ call: 'protocol', name });
+        return (answer as { request: RequestDocument }).request;
     }
 
     /** Rejects with an EngineFailure, or Stopped. */

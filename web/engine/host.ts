@@ -1,5 +1,7 @@
 /** The script's side of hostScript.h: what the engine is handed. */
 
+import { sha256 } from '@noble/hashes/sha2.js';
+import { bytesToHex } from '@noble/hashes/utils.js';
 import { deflateRaw } from 'pako';
 import * as zlib from 'pako/lib/zlib/inflate.js';
 import ZStream from 'pako/lib/zlib/zstream.js';
@@ -32,6 +34,8 @@ export interface Host extends FileSource {
     inflate(packed: Uint8Array, buffer: Uint8Array): [number, number, number];
     deflate(plain: Uint8Array): Uint8Array;
     base64(bytes: Uint8Array, text: Uint8Array): void;
+    /** The digits of a digest. */
+    sha256(bytes: Uint8Array, text: Uint8Array): void;
     progress: ProgressListener;
 }
 
@@ -42,6 +46,7 @@ export function makeHost(files: FileSource, progress: ProgressListener): Host {
         inflate,
         deflate: (plain) => deflateRaw(plain, { level: usualLevel }),
         base64,
+        sha256: (bytes, text) => void new TextEncoder().encodeInto(bytesToHex(sha256(bytes)), text.subarray(0, 64)),
         progress,
     };
 }

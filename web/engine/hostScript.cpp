@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "comparison/fileDigest.h"
+
 // clang-format off: the bodies are JavaScript.
 
 // Streams: [status (0 ended, 1 full, 2 damaged), bytes taken, bytes made].
@@ -24,6 +26,9 @@ EM_JS(size_t, scriptDeflatedSize, (const void* plain, size_t size), {
 
 EM_JS(void, scriptBase64, (const void* bytes, size_t size, void* text),
       { Module.host.base64(HEAPU8.subarray(bytes, bytes + size), HEAPU8.subarray(text)); });
+
+EM_JS(void, scriptSha256, (const void* bytes, size_t size, void* text),
+      { Module.host.sha256(HEAPU8.subarray(bytes, bytes + size), HEAPU8.subarray(text)); });
 
 // Bytes, or -1 where there is no such file, -2 where it cannot be read: the reason is what is made.
 EM_JS(double, scriptFileSize, (const char* path), {
@@ -46,6 +51,18 @@ EM_JS(void, scriptProgress, (const char* label, int shell, int limit, double sha
       { Module.host.progress(UTF8ToString(label), shell, limit, share); });
 
 // clang-format on
+
+namespace zarngi
+{
+
+FileDigest digestOf(std::span<const unsigned char> contents)
+{
+    std::string text(64, '\0');
+    scriptSha256(contents.data(), contents.size(), text.data());
+    return {contents.size(), text};
+}
+
+} // namespace zarngi
 
 namespace engine
 {

@@ -1,7 +1,7 @@
 /**
  * @file hostScript.h
- * What the engine is handed by the script around it: DEFLATE and base64, the contents of files, and
- * who is told of a search. host.ts is the script's side.
+ * What the engine is handed by the script around it: DEFLATE, base64 and SHA-256, the contents of
+ * files, and who is told of a search. host.ts is the script's side.
  */
 #ifndef ZARNGI_WEB_ENGINE_HOSTSCRIPT_H
 #define ZARNGI_WEB_ENGINE_HOSTSCRIPT_H

@@ -139,7 +139,11 @@ Json facts(const files::DoseImage& dose)
         json["dicom"] = {{"summationType", dose.dicom->summationType},
                          {"doseType", dose.dicom->doseType},
                          {"planLabel", dose.dicom->planLabel},
-                         {"frameOfReference", dose.dicom->frameOfReference}};
+                         {"frameOfReference", dose.dicom->frameOfReference},
+                         {"plans", Json::array()}};
+        for (const files::ReferencedPlan& plan : dose.dicom->plans) {
+            json["dicom"]["plans"].push_back(plan.sopInstance);
+        }
     }
     return json;
 }
@@ -162,6 +166,7 @@ Json facts(const files::Plan& plan)
     return {{"dataPath", plan.dataPath},
             {"format", plan.format},
             {"label", plan.label},
+            {"sopInstance", plan.sopInstance},
             {"warnings", plan.warnings}};
 }
 

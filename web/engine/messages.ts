@@ -3,7 +3,7 @@
  * ("folder/file.dcm", or a bare name); all sentences are those of the command-line program.
  */
 
-import type { ComparisonRecord, GridRecord, HeaderRecord } from '../views/record';
+import type { ComparisonRecord, GridRecord, HeaderRecord, Triple } from '../views/record';
 import type { RequestDocument } from './request';
 
 export interface DoseFacts {
@@ -15,7 +15,7 @@ export interface DoseFacts {
     /** Null: a volume. */
     measurement: { kind: 'grid' | 'plane' | 'points'; places: number; measured: number } | null;
     warnings: string[];
-    dicom?: { summationType: string; doseType: string; planLabel: string; frameOfReference: string };
+    dicom?: { summationType: string; doseType: string; planLabel: string; frameOfReference: string; plans: string[] };
 }
 
 export interface StructureFacts {
@@ -30,6 +30,7 @@ export interface PlanFacts {
     dataPath: string;
     format: string;
     label: string;
+    sopInstance: string;
     warnings: string[];
 }
 
@@ -42,10 +43,21 @@ export type FileFacts = { path: string } & (
     | { kind: 'foreign' | 'refused'; failure: FailureKind; sentence: string; isDicom: boolean }
 );
 
+/** A shipped one. */
+export interface ProtocolFacts {
+    name: string;
+    version: string;
+    title: string;
+    source: string;
+    sha256: string;
+}
+
 export interface ComparisonAnswer {
     record: ComparisonRecord;
     /** What the files say of patient and plan: what `identify` adds. */
     headerOfFiles: HeaderRecord;
+    /** mm, of the beams of the plans. */
+    isocentres: Triple[];
     /** Whether a pass rate is below a limit of `failBelow`. */
     isBelowLimit: boolean;
 }
@@ -96,4 +108,6 @@ export interface EngineError {
 
 export interface RequestAnswer {
     request: RequestDocument;
+    /** Whether it is not as the protocol that it came from. */
+    isChanged: boolean;
 }

@@ -7,6 +7,8 @@ export type Call =
     | { call: 'file'; path: string; file: File | null }
     | { call: 'identify'; path: string; doseUnit: string | null; lengthUnit: string | null }
     | { call: 'request'; text: string }
+    | { call: 'protocols' }
+    | { call: 'protocol'; name: string }
     | { call: 'compare'; request: RequestDocument; command: string }
     | { call: 'rates'; criterion: string }
     | { call: 'volume'; volume: VolumeName; criterion?: number }

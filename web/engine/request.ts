@@ -29,9 +29,14 @@ export type HeaderTexts = Partial<Record<HeaderField, string>>;
 
 export interface RequestDocument {
     format: 'zarngi-request';
-    formatVersion: 2;
+    formatVersion: 3;
     name: string;
     version: string;
+    /** What it is for, and who has agreed on it. */
+    title: string;
+    source: string;
+    /** Of the protocol that it came from; empty: of none, or of itself where it has a name. */
+    sha256: string;
     reference: DoseRequest;
     evaluation: DoseRequest;
     /** "3%/2mm", "2%L/2mm", "PTV*:2%/1mm"; at least one. */
@@ -95,9 +100,12 @@ export interface RequestDocument {
 export function usualRequest(): RequestDocument {
     return {
         format: 'zarngi-request',
-        formatVersion: 2,
+        formatVersion: 3,
         name: '',
         version: '',
+        title: '',
+        source: '',
+        sha256: '',
         reference: { file: null, add: [], scale: null, uncertainty: null },
         evaluation: { file: null, add: [], scale: null, uncertainty: null },
         criteria: ['3%/2mm'],

@@ -10,6 +10,7 @@
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/headerJson.h"
+#include "comparison/documents/protocols.h"
 #include "comparison/documents/record.h"
 #include "comparison/documents/reportPage.h"
 #include "comparison/documents/reportVolume.h"
@@ -152,6 +153,13 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
     if (what == "request") {
         return request(call);
     }
+    if (what == "protocols") {
+        return {{"protocols", zarngi::protocolsJson()}};
+    }
+    if (what == "protocol") {
+        return {{"request",
+                 zarngi::requestJson(zarngi::shippedProtocol(call.at("name").get<std::string>()))}};
+    }
     if (what == "compare") {
         return compare(call);
     }
@@ -181,8 +189,14 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
 nlohmann::ordered_json Session::request(const Json& call)
 {
     const std::string text = call.at("text");
-    const Json document = zarngi::requestJson(zarngi::requestOfText(text));
-    return withOutput(zarngi::toText(document, 2) + "\n", {{"request", document}});
+    const zarngi::Request request = zarngi::requestOfText(text);
+    zarngi::Request saved = request;
+    saved.protocol.sha256.clear(); // that of what it holds
+    return withOutput(
+        zarngi::toText(zarngi::requestJson(saved), 2) + "\n",
+        {{"request", zarngi::requestJson(request)},
+         {"isChanged", !request.protocol.sha256.empty() &&
+                           request.protocol.sha256 != zarngi::protocolDigest(request)}});
 }
 
 nlohmann::ordered_json Session::compare(const Json& call)
@@ -200,6 +214,7 @@ nlohmann::ordered_json Session::compare(const Json& call)
     record_ = zarngi::comparisonJson(comparison_);
     return {{"record", record_},
             {"isBelowLimit", comparison_.isBelowLimit()},
+            {"isocentres", zarngi::isocentresOf(comparison_)},
             {"headerOfFiles", zarngi::headerJson(zarngi::headerOfFiles(comparison_))}};
 }
 

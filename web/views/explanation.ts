@@ -54,6 +54,7 @@ export class ExplanationCard {
         byId('explanation-sentence').textContent = unbroken(explanation.sentence);
         byId('explanation-rows').replaceChildren(...this.rows());
         byId('explanation-ranges').textContent = unbroken(this.ranges());
+        this.showIsocentre();
         const notes = byId('explanation-notes');
         notes.replaceChildren(...explanation.notes.map((note) => el('li', {}, note)));
         notes.hidden = explanation.notes.length === 0;
@@ -99,6 +100,21 @@ export class ExplanationCard {
             'The pass rate stays within 0.1 percentage points of the best for ' +
             `${[...along, `dose ${factors} %`].join(', ')}.`
         );
+    }
+
+    /** Where the evaluation has what is planned at the isocentre; of several there is no one place. */
+    private showIsocentre(): void {
+        const [place, ...others] = this.model.record.isocentres ?? [];
+        const told = byId('explanation-isocentre');
+        told.hidden = !place || others.length > 0;
+        if (place) {
+            const { shift } = this.record.best;
+            const text = (at: number[]): string => at.map((mm) => fixed(mm, 1)).join(', ');
+            const found = place.map((mm, axis) => mm - shift[axis]);
+            told.textContent = unbroken(
+                `Told from the isocentre: what the reference has at ${text(place)} mm, the evaluation has at ${text(found)} mm (x, y, z).`,
+            );
+        }
     }
 
     /** The shift as it is seen in a slice, with the distance to agreement as a circle. */

@@ -82,6 +82,19 @@ function labelLines(context: Context, frame: Frame, lines: Line[], level: number
     drawText(context, String(level), frame.across(longest[at]), frame.down(longest[at + 1]), 'center', 10);
 }
 
+/** A circle with a point in it, as treatment machines mark it. */
+export function drawIsocentre(context: Context, [x, y]: [number, number]): void {
+    const radius = 6;
+    const path = new Path2D();
+    path.arc(x, y, radius, 0, 2 * Math.PI);
+    path.moveTo(x + 1.2, y);
+    path.arc(x, y, 1.2, 0, 2 * Math.PI);
+    context.save();
+    outline(context, path, []);
+    context.restore();
+    drawText(context, 'iso', x + radius + 3, y, 'left', 10);
+}
+
 export function drawCrosshair(context: Context, frame: Frame, cross: Triple): void {
     const x = frame.across(frame.column(cross));
     const y = frame.down(frame.row(cross));

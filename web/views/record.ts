@@ -29,6 +29,16 @@ export type HeaderField = (typeof headerFields)[number];
 /** Whose plan it is: what the user gave, and what files say where that was asked for. */
 export type HeaderRecord = Record<HeaderField, string | null>;
 
+export interface ProtocolRecord {
+    name: string;
+    version: string;
+    title: string;
+    source: string;
+    sha256: string;
+    /** Whether something that was asked is not as the protocol has it. */
+    changed: boolean;
+}
+
 export interface GridRecord {
     /** Voxels. */
     size: Triple;
@@ -276,8 +286,12 @@ export interface ComparisonRecord {
     command?: string | null;
     /** Heading of the page. */
     title?: string | null;
-    /** Absent: the record is of a version before 4.4. */
+    /** Absent: the record is of a version before 4.5. */
     header?: HeaderRecord | null;
+    /** mm, of the beams of the plans. */
+    isocentres?: Triple[];
+    /** By which protocol was compared; null: by none. */
+    protocol?: ProtocolRecord | null;
     files: Record<Role, FileRecord>;
     grids: Record<Role, GridRecord>;
     /** What growing x, y, z mean: "LPS" is left, posterior, superior. Absent: axes are x, y, z. */

@@ -6,7 +6,7 @@ import { fixed } from './format';
 import { Frame, type Box } from './frame';
 import type { Model } from './model';
 import { drawOutline, outlinePath } from './outlines';
-import { drawCrosshair, drawEnds, drawIsodoses, drawRuler } from './overlay';
+import { drawCrosshair, drawEnds, drawIsocentre, drawIsodoses, drawRuler } from './overlay';
 import type { Triple } from './record';
 import type { State, Store } from './store';
 
@@ -91,6 +91,18 @@ export class SliceView {
         this.drawOverlay(context, state, slice);
     }
 
+    /** Those within the slice. */
+    private drawIsocentres(context: CanvasRenderingContext2D, slice: number): void {
+        const { grid, record } = this.model;
+        const { normal, horizontal, vertical } = this.plane;
+        for (const place of record.isocentres ?? []) {
+            const index = (place[normal] - grid.origin[normal]) / grid.spacing[normal];
+            if (Math.abs(index - slice) <= 0.5) {
+                drawIsocentre(context, this.frame.place(place[horizontal], place[vertical]));
+            }
+        }
+    }
+
     private drawOverlay(context: CanvasRenderingContext2D, state: State, slice: number): void {
         const { reference, evaluation, record } = this.model;
         if (state.isodoses) {
@@ -99,6 +111,7 @@ export class SliceView {
             drawIsodoses(context, this.frame, slice, { reference: solid, evaluation, normalisation });
         }
         this.drawStructures(context, state, slice);
+        this.drawIsocentres(context, slice);
         if (state.crosshair) {
             drawCrosshair(context, this.frame, state.cross);
         }

@@ -3,7 +3,7 @@ import { byId, el } from './dom';
 import { showHeader } from './headerCard';
 import { bytes, fixed, none, plain, rate, unbroken, whole } from './format';
 import { gammaText, judgedBy, meanText, nameOfCriterion, placesName, sidesText, type Judged } from './judged';
-import type { ComparisonRecord, Criterion, NamedText, Role, Verdict } from './record';
+import type { ComparisonRecord, Criterion, NamedText, ProtocolRecord, Role, Verdict } from './record';
 import type { State, Store } from './store';
 
 interface VerdictText {
@@ -67,6 +67,7 @@ export class Summary {
         byId('files').replaceChildren(...fileLines(record));
         byId('criteria-rows').replaceChildren(...record.criteria.map((c, i) => this.row(c, i)));
         byId('provenance').replaceChildren(...provenance(record));
+        showProtocol(record.protocol ?? null);
         showConditions(record.conditions ?? []);
         showGate(record.gate ?? []);
         showHeader(record.header);
@@ -211,6 +212,17 @@ function provenance(record: ComparisonRecord): HTMLElement[] {
         'Limits after AAPM TG-218.';
     byId('command').textContent = record.command ?? '';
     return rows;
+}
+
+function showProtocol(protocol: ProtocolRecord | null): void {
+    const line = byId('protocol');
+    line.hidden = protocol === null;
+    if (protocol) {
+        const { name, version, title, sha256, changed } = protocol;
+        const words = [name, version && ` ${version}`, title && `, ${title}`].filter(Boolean).join('');
+        line.title = `SHA-256 ${sha256}`;
+        line.replaceChildren(el('strong', {}, 'Protocol: '), words, changed ? el('strong', {}, ', changed') : '');
+    }
 }
 
 /** In the verdict, so that no rate is read without them. */

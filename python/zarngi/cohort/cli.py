@@ -103,9 +103,13 @@ def _add_run(parser: argparse.ArgumentParser) -> None:
     add = parser.add_argument
     add("manifest", metavar="MANIFEST", help="CSV with id, reference, evaluation")
     add("-o", "--output", required=True, metavar="SQLITE", help="the results file")
-    comparison = parser.add_argument_group("comparison").add_argument
-    comparison("--request", metavar="FILE", help="what a protocol asks, or a record: a JSON document "
-               "of zarngi; options take precedence")  # fmt: skip
+    group = parser.add_argument_group("comparison")
+    comparison = group.add_argument
+    asked = group.add_mutually_exclusive_group().add_argument
+    asked("--protocol", metavar="NAME|FILE", help="what a shipped protocol asks (zarngi protocols), or "
+          "one in a file; options take precedence")  # fmt: skip
+    asked("--request", metavar="FILE", help="what a request or a record asks: a JSON document "
+          "of zarngi; options take precedence")  # fmt: skip
     comparison("-c", "--criteria", action="append", metavar="DD/DTA", type=_checked(parse_criteria),
                help="like 3%%/2mm or 2%%L/2mm; may be repeated (3%%/2mm)")  # fmt: skip
     comparison("--dco", type=_positive, metavar="%", help="dose cut-off (10)")

@@ -24,7 +24,7 @@ from .run import Plan, Summary, execute, prepare_pages
 from .scan import Naming
 from .scan import scan as find_pairs
 from .sentences import counted
-from .settings import Settings, protocol_of
+from .settings import Settings, asked_of
 from .table import csv_lines
 from .wholefile import write_whole
 
@@ -95,7 +95,7 @@ def _settings(options: argparse.Namespace) -> Settings:
         mode="pass_rate" if options.pass_rate_only else "map",
         slices=options.slices,
         structures=_structures(options.structures),
-        protocol=None if options.request is None else protocol_of(options.request),
+        protocol=asked_of(options.request, options.protocol),
     )
     return fields.changed(criteria=tuple(dict.fromkeys(given)))
 

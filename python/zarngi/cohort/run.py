@@ -24,7 +24,7 @@ from .pages import template
 from .progress import Counts
 from .record import READ_TIMEOUT, Outcome, Pages, Task
 from .results import Known, Results
-from .settings import Settings, parse_criteria, protocol_of
+from .settings import Settings, asked_of, parse_criteria
 from .table import load_open
 
 
@@ -199,6 +199,7 @@ def run(
     *,
     criteria: str | Criterion | Iterable[str | Criterion] | None = None,
     request: str | os.PathLike[str] | Mapping[str, Any] | None = None,
+    protocol: str | os.PathLike[str] | Mapping[str, Any] | None = None,
     client: Any = None,
     threads: int | None = None,
     memory: int | None = None,
@@ -228,6 +229,8 @@ def run(
     request : path, or mapping, optional
         A protocol: a document as `zarngi compare --save-request` writes it, or a record, for what
         the other arguments leave open. Names of structures that a pair does not have are left out.
+    protocol : str, path or mapping, optional
+        Instead of a request: the name of a shipped protocol, or one that `zarngi.protocol` takes.
     client : distributed.Client, optional
         Its workers compute; without it this process does.
     threads : int, optional
@@ -273,7 +276,7 @@ def run(
     """
     settings = Settings(
         criteria=() if criteria is None else parse_criteria(criteria),
-        protocol=None if request is None else protocol_of(request),
+        protocol=asked_of(request, protocol),
         **options,
     )
     threads = available_cpus() if threads is None else threads

@@ -11,6 +11,7 @@ from typing import Any
 
 from .. import _checks
 from .._criteria import Criterion, parse_criterion
+from .._given import protocol_request
 from ..io import _comparison
 from .errors import CohortError
 
@@ -68,6 +69,32 @@ def protocol_of(request: str | os.PathLike[str] | Mapping[str, Any]) -> str:
     return json.dumps(_of_this_version(document))
 
 
+def asked_of(
+    request: str | os.PathLike[str] | Mapping[str, Any] | None,
+    protocol: str | os.PathLike[str] | Mapping[str, Any] | None,
+) -> str | None:
+    """What is asked by a request or a protocol; None: by neither."""
+    if request is not None and protocol is not None:
+        raise TypeError("run takes a request or a protocol, not both")
+    if protocol is not None:
+        return shared_protocol(protocol)
+    return None if request is None else protocol_of(request)
+
+
+def shared_protocol(protocol: str | os.PathLike[str] | Mapping[str, Any]) -> str:
+    """As `protocol_of`, of a protocol that is shipped, a document, or its file.
+
+    Raises
+    ------
+    CohortError
+        When it is none.
+    """
+    try:
+        return json.dumps(protocol_request(protocol))
+    except ValueError as error:
+        raise CohortError(str(error)) from None
+
+
 def _of_this_version(document: dict[str, Any]) -> dict[str, Any]:
     """A request of the first version with the members that came later, as they usually are."""
     usual = _comparison.default_request()
@@ -114,7 +141,7 @@ class Settings:
         Names of structures to tell apart, as `StructureSet.select` takes them; empty: all; None:
         the protocol's. Those that a pair does not have are left out of it.
     protocol : str or None
-        As `protocol_of` gives it; None: what `zarngi.default_request` asks, by 3%/2mm.
+        As `protocol_of` or `shared_protocol` gives it; None: what `zarngi.default_request` asks, by 3%/2mm.
     """
 
     criteria: tuple[Criterion, ...] = ()
@@ -177,6 +204,8 @@ class Settings:
         if self.structures is not None:
             document["structures"]["show"] = list(self.structures)
         document["structures"]["ifPresent"] = True
+        # Documents of cohorts tell of no patient, and plans are read for what documents tell.
+        document |= {"plans": [], "identify": False, "header": {}}
         return document
 
 

@@ -9,6 +9,7 @@ import os
 import weakref
 from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass, field
+from functools import partial
 from typing import Any
 
 import numpy as np
@@ -184,6 +185,8 @@ _functions = _host.declare(
             ],
         ),
         "defaultRequest": (ctypes.c_int, [_BYTES_P, _ERROR_P]),
+        "listProtocols": (ctypes.c_int, [_BYTES_P, _ERROR_P]),
+        "readProtocol": (ctypes.c_int, [ctypes.c_char_p, ctypes.c_size_t, _BYTES_P, _ERROR_P]),
         "getRecord": (ctypes.c_int, [ctypes.c_void_p, ctypes.c_char_p, _BYTES_P, _ERROR_P]),
         "getCsv": (ctypes.c_int, [ctypes.c_void_p, ctypes.c_char_p, _BYTES_P, _ERROR_P]),
         "getPage": (
@@ -358,6 +361,25 @@ def _name(alias: str | None) -> bytes | None:
 def default_request() -> dict[str, Any]:
     """What zarnGIHost_defaultRequest() gives."""
     return _host.document("the request", _functions.defaultRequest)
+
+
+def protocols() -> list[dict[str, Any]]:
+    """What zarnGIHost_listProtocols() gives."""
+    listed: list[dict[str, Any]] = json.loads(_host.text("protocols", _functions.listProtocols))
+    return listed
+
+
+def protocol(text: str, name: str) -> dict[str, Any]:
+    """What zarnGIHost_readProtocol() gives.
+
+    Raises
+    ------
+    ValueError
+        When it is none; the sentence begins with the name.
+    """
+    given = text.encode("utf-8", "surrogateescape")
+    read = partial(_functions.readProtocol, given, len(given))
+    return _host.document(name, read)
 
 
 def compare(

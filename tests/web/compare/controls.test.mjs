@@ -296,6 +296,20 @@ describe('a request as a file', () => {
         });
     }
 
+    test('of a shipped protocol is the program\'s --protocol, and says where it was changed', async () => {
+        const asked = ['--structures', structures, '--protocol', 'tg-218'];
+        await comparing(page, () => page.locator('#protocol-choice').selectOption('tg-218'));
+        assert.match(await page.locator('#request-status').innerText(), /AAPM TG-218/);
+        assert.deepEqual(await recordOf(), timeless(await recordByProgram(folder, names, ...asked)));
+        assert.match(await page.locator('#protocol').innerText(), /^Protocol: tg-218 1, [^,]*$/);
+        await comparing(page, () => page.locator('#cut-off').fill('16'));
+        const changed = await recordOf();
+        assert.deepEqual(changed, timeless(await recordByProgram(folder, names, ...asked, '--dco', '16')));
+        assert.equal(changed.protocol.changed, true);
+        assert.match(await page.locator('#protocol').innerText(), /, changed$/);
+        assert.equal(JSON.parse((await saved(page, 'save-request')).bytes).name, '');
+    });
+
     test('loses its name when it is changed', async () => {
         await comparing(page, () => page.locator('#load-request').setInputFiles(requestFile(protocol)));
         await comparing(page, () => page.locator('#cut-off').fill('16'));
@@ -334,6 +348,47 @@ describe('a request as a file', () => {
         await page.locator('#save-request').click();
         await page.locator('#request-problem', { hasText: 'Search step: "thin"' }).waitFor();
         assert.equal(await page.locator('#step').getAttribute('aria-invalid'), 'true');
+    });
+
+    test('all this without a message or a request', () => assert.deepEqual(complaints, []));
+});
+
+describe('a plan that is dropped', () => {
+    let page, complaints;
+    const plan = 'plan.dcm';
+    const recordOf = async () => {
+        const { name, bytes } = await saved(page, 'save-json');
+        return { name, record: timeless(JSON.parse(bytes)) };
+    };
+    const native = async (...more) => timeless(await recordByProgram(folder, names, '-c', '3%/2mm', '-c', '2%/2mm', '--plan', plan, ...more));
+    const withoutPlans = ({ request: { plans, ...request }, ...record }) => ({ ...record, request });
+    before(async () => {
+        ({ page, complaints } = await openPage(place.browser));
+        await comparing(page, () => drop(page, ...[...names, plan].map((n) => join(folder, n))));
+    });
+    after(async () => {
+        await page?.context().close();
+    });
+
+    test('tells nothing of it before the switch is on, which shows what it adds', async () => {
+        const { name, record } = await recordOf();
+        assert.ok(!name.includes('HN'), name);
+        assert.deepEqual(withoutPlans(record), withoutPlans(await native()));
+        assert.ok(!(await page.locator('#plan-header').isVisible()));
+        const grey = await (await unfolded(page, 'header-plan')).getAttribute('placeholder');
+        assert.equal(grey, 'HN 60 (left)');
+        assert.deepEqual(record.isocentres, []);
+    });
+
+    test('is told in page, record and names of files while it is on', async () => {
+        await comparing(page, async () => (await unfolded(page, 'identify')).check());
+        const { name, record } = await recordOf();
+        assert.match(name, /^HN-60-left-2026-11-26-/);
+        assert.deepEqual(withoutPlans(record), withoutPlans(await native('--identify')));
+        assert.deepEqual(record.isocentres, [[0, -10.5, 20]]);
+        assert.match(await page.locator('#header-fields').innerText(), /HN 60 \(left\)/);
+        await comparing(page, () => page.locator('#header-plan').fill('typed'));
+        assert.equal((await recordOf()).record.header.plan, 'typed');
     });
 
     test('all this without a message or a request', () => assert.deepEqual(complaints, []));

@@ -203,6 +203,9 @@ describe('the document of a request', () => {
         ...usualRequest(),
         name: 'Lung',
         version: '2',
+        title: 'Lung, 60 Gy',
+        source: 'our department',
+        sha256: 'a'.repeat(64),
         reference: { file: 'a.dcm', add: ['b.dcm'], scale: '1/33', uncertainty: '2%' },
         criteria: ['3%/2mm', 'PTV*:2%L/1.25mm'],
         cutOff: 12.5,
@@ -233,7 +236,20 @@ describe('the document of a request', () => {
         const files = { reference: file, evaluation: file };
         assert.deepEqual(read({ format: 'zarngi-report', formatVersion: 1, files, request: whole() }), whole());
         const { bytes } = engine.call({ call: 'request', text: JSON.stringify(whole()) });
-        assert.deepEqual(JSON.parse(Buffer.from(engine.output(bytes)).toString()), whole());
+        assert.deepEqual(JSON.parse(Buffer.from(engine.output(bytes)).toString()), { ...whole(), sha256: '' });
+    });
+
+    test('of a shipped protocol knows whether it is changed', () => {
+        const { protocols } = engine.call({ call: 'protocols' });
+        assert.deepEqual(protocols.map(({ name }) => name), ['head-neck', 'prostate', 'tg-119', 'tg-218']);
+        for (const { name, sha256 } of protocols) {
+            const { request } = engine.call({ call: 'protocol', name });
+            assert.equal(request.sha256, sha256);
+            for (const [change, isChanged] of [[{}, false], [{ cutOff: 11 }, true], [{ identify: true, header: { comment: 'x' } }, false]]) {
+                const text = JSON.stringify({ ...request, ...change });
+                assert.equal(engine.call({ call: 'request', text }).isChanged, isChanged, name);
+            }
+        }
     });
 
     test('is refused where a member is missing, has another name or another type', () => {
@@ -248,7 +264,9 @@ describe('the document of a request', () => {
             retyped: (object, name) => (object[name] = object[name] === null || typeof object[name] !== 'object' ? { value: 1 } : 7),
         };
         for (const { path, name } of places) {
-            for (const [what, change] of Object.entries(changes)) {
+            // Of the header each field may be left out, and any other name is none of its fields.
+            const kinds = Object.entries(changes).filter(([what]) => path !== 'header' || what === 'retyped');
+            for (const [what, change] of kinds) {
                 const document = whole();
                 change(path.split('.').filter(Boolean).reduce((object, part) => object[part], document), name);
                 const { kind, member } = failureOf(() => read(document));
