@@ -208,13 +208,18 @@ def ideal_distance(name, prisms):
 
 
 def table():
-    print("| solid | slices mm | volume | mean | D | V | volume of the solid | its doses |")
-    print("|---|---|---|---|---|---|---|---|")
+    """The largest errors of each solid, over slice distances, grids and gradients."""
+    worst = {name: [0.0] * 7 for name in SOLIDS}
     with tempfile.TemporaryDirectory(prefix="zarngi-prisms-") as folder:
         for name, spacing, error, prisms in errors(Path(folder)):
             volume, dose = ideal_distance(name, prisms)
-            print(f"| {name} | {spacing:g} | {error.volume:.2f} % | {error.mean:.2f} % | {error.dose:.2f} % | "
-                  f"{error.share:.2f} | {volume:+.2f} % | {dose:.2f} % |")  # fmt: skip
+            found = (error.volume, error.volume_cc, error.mean, error.dose, error.share, abs(volume), dose)
+            worst[name] = [max(pair) for pair in zip(worst[name], found)]
+    print("| solid | volume | mean | D99 to D1 | V | volume of the solid | its doses |")
+    print("|---|---|---|---|---|---|---|")
+    for name, (volume, cc, mean, dose, share, ideal, ideal_dose) in worst.items():
+        print(f"| {name} | {volume:.1f} %, {cc:.3f} cc | {mean:.2f} % | {dose:.2f} % | {share:.1f} | "
+              f"{ideal:.1f} % | {ideal_dose:.1f} % |")  # fmt: skip
 
 
 if __name__ == "__main__":
