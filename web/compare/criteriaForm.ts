@@ -180,7 +180,6 @@ export class CriteriaForm {
     /** Writes what was chosen elsewhere into a field; computes nothing. */
     give(field: string, value: string): void {
         write(field, value);
-        this.takeChange(byId(field));
         this.showAll();
     }
 
