@@ -13,6 +13,7 @@
 #include "cli/commands/helpFormatter.h"
 #include "cli/commands/infoCommand.h"
 #include "cli/commands/optionNames.h"
+#include "cli/commands/selfTestCommand.h"
 #include "cli/exitCode.h"
 #include "cli/output/pendingFile.h"
 #include "comparison/failure.h"
@@ -45,17 +46,20 @@ struct CommandLine {
     CLI::App* infoCommand = app.add_subcommand("info", "Tell what a file holds");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
+    CLI::App* selfTestCommand =
+        app.add_subcommand("selftest", "Test whether this installation computes what it should");
     zarngi::CompareOptions compare;
     zarngi::CompareOptions dvh; ///< of the reference alone
     zarngi::InfoOptions info;
     std::string demoFolder = "zarngi-demo";
+    std::string selfTestRecord;
 
     CommandLine()
     {
         app.set_version_flag("--version", "zarngi " + zarngi::projectVersion());
         app.require_subcommand(1);
         for (CLI::App* const command :
-             {&app, compareCommand, dvhCommand, infoCommand, demoCommand}) {
+             {&app, compareCommand, dvhCommand, infoCommand, demoCommand, selfTestCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
             command->allow_windows_style_options(false); // "/a" is a path
         }
@@ -70,6 +74,8 @@ struct CommandLine {
         zarngi::addTableUnits(*infoCommand, info.units);
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")
             ->type_name("");
+        selfTestCommand->add_option("--json", selfTestRecord, "The record, for programs")
+            ->type_name("FILE");
     }
 
     ExitCode run() const
@@ -79,6 +85,9 @@ struct CommandLine {
         }
         if (dvhCommand->parsed()) {
             return zarngi::dvh(dvh);
+        }
+        if (selfTestCommand->parsed()) {
+            return zarngi::selfTestCommand(selfTestRecord);
         }
         return infoCommand->parsed() ? zarngi::info(info) : zarngi::demo(demoFolder);
     }
