@@ -3,7 +3,7 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo page test quick-test docs package check-package check-arm64 fuzz sanitize coverage format lint clean
+.PHONY: help demo page test quick-test docs package check-package windows check-windows check-arm64 fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
@@ -13,6 +13,8 @@ help:
 	@echo "make docs        the reference of the headers, in build/docs/html"
 	@echo "make package     source archive and Debian packages in dist/"
 	@echo "make check-package  the same twice, compared byte by byte, unpacked and used"
+	@echo "make windows     program and libraries for 64-bit Windows, a zip in dist/"
+	@echo "make check-windows  the same, run under Wine: the same results, bit by bit"
 	@echo "make check-arm64 the library on 64-bit ARM, emulated: the same bits, and its package"
 	@echo "make fuzz        a minute of random calls of the library and of random dose files"
 	@echo "make sanitize    the tests under the address, undefined and thread sanitizers"
@@ -56,6 +58,15 @@ check-package:
 	scripts/install-deps.sh package
 	scripts/check-reproducible.sh dist $(JOBS)
 	tests/packages/check.sh dist
+
+windows:
+	scripts/install-deps.sh windows
+	scripts/windows.sh dist $(JOBS)
+
+check-windows:
+	scripts/install-deps.sh check-windows
+	scripts/windows.sh dist $(JOBS)
+	tests/windows/check.sh dist $(JOBS)
 
 check-arm64:
 	scripts/install-deps.sh arm64

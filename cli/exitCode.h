@@ -9,7 +9,7 @@ namespace zarngi
 {
 
 /** Exit codes of the program, as its manual page lists them. */
-enum class ExitCode { fine = 0, badInput = 1, wrongUsage = 2, belowLimit = 3 };
+enum class ExitCode { fine = 0, badInput = 1, wrongUsage = 2, belowLimit = 3, selfTestFailed = 5 };
 
 } // namespace zarngi
 

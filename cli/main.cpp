@@ -15,6 +15,7 @@
 #include "cli/commands/infoCommand.h"
 #include "cli/commands/optionNames.h"
 #include "cli/commands/protocolsCommand.h"
+#include "cli/commands/selfTestCommand.h"
 #include "cli/exitCode.h"
 #include "cli/output/pendingFile.h"
 #include "comparison/failure.h"
@@ -51,6 +52,8 @@ struct CommandLine {
         app.add_subcommand("convert", "Write a dose as a file of another format");
     CLI::App* demoCommand =
         app.add_subcommand("demo", "Write a synthetic pair of dose files and compare it");
+    CLI::App* selfTestCommand =
+        app.add_subcommand("selftest", "Test whether this installation computes what it should");
     zarngi::CompareOptions compare;
     zarngi::CompareOptions dvh; ///< of the reference alone
     zarngi::InfoOptions info;
@@ -58,6 +61,7 @@ struct CommandLine {
     std::string protocol;
     bool asJson = false; ///< the list of protocols
     std::string demoFolder = "zarngi-demo";
+    std::string selfTestRecord;
 
     CommandLine()
     {
@@ -65,7 +69,7 @@ struct CommandLine {
         app.require_subcommand(1);
         for (CLI::App* const command :
              {&app, compareCommand, dvhCommand, protocolsCommand, infoCommand, convertCommand,
-              demoCommand}) {
+              demoCommand, selfTestCommand}) {
             command->formatter(std::make_shared<zarngi::HelpFormatter>());
             command->allow_windows_style_options(false); // "/a" is a path
         }
@@ -85,6 +89,8 @@ struct CommandLine {
         zarngi::addConvertOptions(*convertCommand, convert);
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")
             ->type_name("");
+        selfTestCommand->add_option("--json", selfTestRecord, "The record, for programs")
+            ->type_name("FILE");
     }
 
     ExitCode run() const
@@ -100,6 +106,9 @@ struct CommandLine {
         }
         if (convertCommand->parsed()) {
             return zarngi::convert(convert);
+        }
+        if (selfTestCommand->parsed()) {
+            return zarngi::selfTestCommand(selfTestRecord);
         }
         return infoCommand->parsed() ? zarngi::info(info) : zarngi::demo(demoFolder);
     }

@@ -1,5 +1,5 @@
 # zarngi_windows_resources(TARGET DESCRIPTION [SOURCE...]): what Windows shows as the properties of a
-# program or library, and other resources. Does nothing for other systems.
+# program or library, and other resources; for a library a .def file. Does nothing for other systems.
 if(WIN32)
     enable_language(RC)
 endif()
@@ -14,6 +14,10 @@ function(zarngi_windows_resources target description)
     else()
         set(FILE_TYPE VFT_DLL)
         set(FILE_NAME lib${target}.dll)
+        # What it brings, for compilers that do not read GCC's import libraries.
+        set(definition ${CMAKE_CURRENT_BINARY_DIR}/lib${target}.def)
+        target_link_options(${target} PRIVATE -Wl,--output-def,${definition})
+        install(FILES ${definition} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
     endif()
     set(FILE_DESCRIPTION ${description})
     string(REPLACE "." "," FILE_VERSION "${PROJECT_VERSION}.0")

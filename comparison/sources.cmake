@@ -95,6 +95,15 @@ set(comparison_sources
 # What takes threads, files of a disk and the codecs of native hosts.
 set(comparison_native_sources
     documents/nativePagePacking.cpp
+    documents/selfTestJson.cpp
     fileDigest.cpp
     parallel.cpp
+    selfTest/definition.cpp
+    selfTest/fileCases.cpp
+    selfTest/gammaCases.cpp
+    selfTest/grid.cpp
+    selfTest/randomProblem.cpp
+    selfTest/searchCases.cpp
+    selfTest/selfTest.cpp
+    selfTest/structureCases.cpp
     sources/diskSource.cpp)

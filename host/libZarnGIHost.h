@@ -21,7 +21,13 @@ extern "C" {
 #endif
 
 /** Makes a function visible outside of the library. */
+#if defined(_WIN32) && defined(ZARNGI_BUILDS_HOST_LIBRARY)
+#define ZARNGI_HOST_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define ZARNGI_HOST_API __declspec(dllimport)
+#else
 #define ZARNGI_HOST_API __attribute__((visibility("default")))
+#endif
 
 /** What the functions return. */
 enum zarnGIHost_Status {

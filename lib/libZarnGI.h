@@ -39,7 +39,12 @@
 
 #include "env.h"
 
-#if defined(__GNUC__)
+/** Makes a function or variable visible outside of the library. */
+#if defined(_WIN32) && defined(ZARNGI_BUILDS_LIBRARY)
+#define ZARNGI_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define ZARNGI_API __declspec(dllimport)
+#elif defined(__GNUC__)
 #define ZARNGI_API __attribute__((visibility("default")))
 #else
 #define ZARNGI_API
@@ -399,6 +404,23 @@ typedef int (*zarnGI_progressCallback)(const zarnGI_progress* progress, void* co
  * @return ZARNGI_OK; ZARNGI_NULL_POINTER when the environment cannot be had.
  */
 ZARNGI_API int zarnGI_setProgress(zarnGI_progressCallback callback, void* context);
+
+/**
+ * Tells for which sets of instructions the search is compiled, the slowest first. All give the same
+ * bits; the fastest one that this processor runs is used.
+ * @param number of the set, from 0 on.
+ * @param[out] name a text that stays: "AVX2".
+ * @param[out] isSupported 1 where this processor runs it, else 0.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE when there is none of that number; ZARNGI_NULL_POINTER.
+ */
+ZARNGI_API int zarnGI_getVectorPath(int number, const char** name, int* isSupported);
+
+/**
+ * Makes searches use one set of instructions, to test it. zarnGI_reset() leaves it as it is.
+ * @param number of a set that this processor runs; -1: the fastest one, as without this call.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE.
+ */
+ZARNGI_API int zarnGI_setVectorPath(int number);
 
 /** @} */
 

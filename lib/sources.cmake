@@ -3,6 +3,7 @@ set(library_sources
     generatePointsInShell.cpp
     libZarnGI.cpp
     shellLattice.cpp
+    vectorPaths.cpp
     gammaIndexKernelCPU/bookkeeping.cpp
     gammaIndexKernelCPU/doseReaders.cpp
     gammaIndexKernelCPU/driver.cpp

@@ -24,9 +24,6 @@ struct ProcessEnd {
 /** Whether a program is there that this user may start. */
 bool isProgram(const std::string& path);
 
-/** The folder in which the program that runs lies. */
-std::string folderOfProgram();
-
 /**
  * Runs a program with the input on its standard input, until it has ended; what it says to standard
  * error is lost. One that fills the whole output is ended at once: there has to be room for more

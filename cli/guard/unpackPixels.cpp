@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/jpeg/exitCodes.h"
+#include "platform/machine.h"
 #include "platform/process.h"
 
 namespace zarngi
@@ -21,7 +22,8 @@ files::FileError unsupported(const std::string& sentence)
 std::string decoderPath()
 {
     std::error_code error;
-    const std::filesystem::path folder = platform::folderOfProgram();
+    const std::filesystem::path folder =
+        std::filesystem::path(platform::programFile()).parent_path();
     const std::filesystem::path beside = folder / "zarngi-jpeg";
     return std::filesystem::exists(beside, error)
                ? beside.string()

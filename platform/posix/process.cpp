@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
 #include <new>
 
 namespace platform
@@ -103,12 +102,6 @@ ProcessEnd endOf(pid_t process, std::size_t received)
 bool isProgram(const std::string& path)
 {
     return access(path.c_str(), X_OK) == 0;
-}
-
-std::string folderOfProgram()
-{
-    std::error_code error;
-    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path().string();
 }
 
 std::optional<ProcessEnd> runProgram(const std::string& path, std::span<const unsigned char> input,

@@ -15,6 +15,8 @@ NOT_RUN = {
     "make docs": "installs packages; the test docs.reference does the rest",
     "make package": BUILDS,
     "make check-package": BUILDS,
+    "make windows": BUILDS,
+    "make check-windows": "builds for another system, and runs that under Wine for minutes",
     "make check-arm64": "builds the library for another processor, and tests it for minutes",
     "apt-get install ./dist/*.deb": "changes the machine; tests/packages/check_clean_root.sh",
     "make format": "changes the sources",

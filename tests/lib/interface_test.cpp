@@ -318,6 +318,26 @@ TEST_F(Parameters, OnlyTheFirstDTASetsTheStepSize)
     EXPECT_EQ(stepSize(), 0.5F);
 }
 
+TEST_F(Parameters, VectorPathsAreListedAndTaken)
+{
+    constexpr int fastest = -1;
+    const char* name = nullptr;
+    int isSupported = 0;
+    ASSERT_EQ(zarnGI_getVectorPath(0, &name, &isSupported), ZARNGI_OK);
+    EXPECT_STREQ(name, "portable");
+    EXPECT_EQ(isSupported, 1);
+    int count = 0;
+    for (; zarnGI_getVectorPath(count, &name, &isSupported) == ZARNGI_OK; ++count) {
+        EXPECT_EQ(zarnGI_setVectorPath(count), isSupported == 1 ? ZARNGI_OK : ZARNGI_OUT_OF_RANGE);
+    }
+    EXPECT_EQ(zarnGI_getVectorPath(-1, &name, &isSupported), ZARNGI_OUT_OF_RANGE);
+    EXPECT_EQ(zarnGI_getVectorPath(0, nullptr, &isSupported), ZARNGI_NULL_POINTER);
+    EXPECT_EQ(zarnGI_getVectorPath(0, &name, nullptr), ZARNGI_NULL_POINTER);
+    EXPECT_EQ(zarnGI_setVectorPath(count), ZARNGI_OUT_OF_RANGE);
+    EXPECT_EQ(zarnGI_setVectorPath(fastest - 1), ZARNGI_OUT_OF_RANGE);
+    EXPECT_EQ(zarnGI_setVectorPath(fastest), ZARNGI_OK);
+}
+
 TEST_F(Parameters, SettingThemTouchesNoStatusFlag)
 {
     prepareComputation();

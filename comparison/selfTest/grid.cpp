@@ -1,8 +1,11 @@
-#include "grid.h"
+#include "comparison/selfTest/grid.h"
 
 #include <cstring>
 
 #include "libZarnGI.h"
+
+namespace zarngi::definition
+{
 
 Grid makeGrid(std::array<int, 3> nn, std::array<float, 3> hs, std::array<float, 3> x0,
               const std::function<float(int, int, int)>& dose)
@@ -37,3 +40,5 @@ bool sameBits(const std::vector<float>& a, const std::vector<float>& b)
 {
     return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
 }
+
+} // namespace zarngi::definition

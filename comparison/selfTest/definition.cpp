@@ -1,4 +1,4 @@
-#include "definition.h"
+#include "comparison/selfTest/definition.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,6 +6,9 @@
 
 #include "gammaIndexKernelCPU.h"
 #include "generatePointsInShell.h"
+
+namespace zarngi::definition
+{
 
 namespace
 {
@@ -234,3 +237,5 @@ std::vector<float> mapByDefinition(const std::vector<DefinedVoxel>& voxels)
     }
     return gamma;
 }
+
+} // namespace zarngi::definition

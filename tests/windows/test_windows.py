@@ -1,0 +1,260 @@
+"""The program for Windows, under Wine: what it writes is what the one built here writes."""
+
+import json
+import os
+import subprocess
+import time
+import unittest
+from pathlib import Path
+
+from support import DATA, ProgramTest
+from test_real_data import ROWS
+
+WINDOWS = os.environ["ZARNGI_WINDOWS"]
+HERE = os.environ["ZARNGI"]
+FOLDER = Path(os.environ["ZARNGI_WINDOWS_FOLDER"])
+#: Members that tell when, where and by which words a record was made.
+OF_THE_RUN = ("created", "commandLine", "seconds", "path")
+
+#: Options of comparisons whose records have to be equal.
+COMPARISONS = (
+    ["-c", "3%/2mm"],
+    ["-c", "2%/1mm", "-c", "3%L/2mm", "--dco", "5"],
+    ["-c", "2%/2mm", "--nearest"],
+    ["-c", "2%/2mm", "--pass-rate-only"],
+    ["-c", "3%/2mm", "--explain"],
+    ["-c", "2%/1mm", "--structures", "structures.dcm", "--structure", "P*", "--dvh", "D95,V50%"],
+)
+
+
+def run(program, *arguments, text=False, **options):
+    return subprocess.run(
+        [program, *map(str, arguments)],
+        capture_output=True, text=text, timeout=300, check=False, **options,
+    )
+
+
+def without_the_run(value):
+    """A document without what differs from run to run."""
+    if isinstance(value, dict):
+        return {name: without_the_run(part) for name, part in value.items() if name not in OF_THE_RUN}
+    return [without_the_run(part) for part in value] if isinstance(value, list) else value
+
+
+def on_drive(path):
+    """A path of this system as a Windows program calls it."""
+    return "Z:" + str(path).replace("/", "\\")
+
+
+class BitsTest(ProgramTest):
+    def both(self, *arguments, **options):
+        """Standard output and written files of both programs, in folders of their own."""
+        results = []
+        for name, program in (("here", HERE), ("there", WINDOWS)):
+            folder = self.folder / name
+            folder.mkdir(exist_ok=True)
+            result = run(program, *arguments, cwd=folder, **options)
+            results.append((result, folder))
+        (here, _), (there, _) = results
+        self.assertEqual(there.returncode, here.returncode, there.stderr)
+        return results
+
+    def assert_same_files(self, here, there):
+        names = sorted(path.name for path in here.iterdir())
+        self.assertEqual(sorted(path.name for path in there.iterdir()), names)
+        for name in names:
+            mine, other = (folder / name for folder in (here, there))
+            if name.endswith(".json"):
+                self.assertEqual(without_the_run(json.loads(other.read_text())),
+                                 without_the_run(json.loads(mine.read_text())), name)
+            elif not name.endswith(".html"):  # which holds the record, and packed maps
+                self.assertEqual(other.read_bytes(), mine.read_bytes(), name)
+
+    def test_demo(self):
+        (here, mine), (there, other) = self.both("demo", "d")
+        self.assertEqual(there.stdout.replace(b"d\\", b"d/"), here.stdout)
+        self.assert_same_files(mine / "d", other / "d")
+        for arguments in COMPARISONS:
+            with self.subTest(arguments=arguments):
+                (here, _), (there, _) = self.both(
+                    "compare", "d/reference.mha", "d/evaluation.mha",
+                    *[a.replace("structures.dcm", "d/structures.dcm") for a in arguments],
+                    "--json", "r.json", "--csv", "r.csv", "--gamma-map", "g.nii.gz")
+                self.assertEqual(there.stdout, here.stdout)
+                self.assertEqual(there.stderr, here.stderr)
+                for name in ("r.json", "r.csv", "g.nii.gz"):
+                    self.assertTrue((other / name).exists(), name)
+                for folder in (mine, other):
+                    (folder / "files").mkdir(exist_ok=True)
+                    for path in folder.iterdir():
+                        if path.is_file():
+                            path.rename(folder / "files" / path.name)
+                self.assert_same_files(mine / "files", other / "files")
+
+    @unittest.skipUnless(DATA.is_dir(), f"no measured dose distributions in {DATA}")
+    def test_measured_doses(self):
+        for reference, evaluation, arguments, *_ in ROWS:
+            with self.subTest(reference=reference, arguments=arguments):
+                (here, mine), (there, other) = self.both(
+                    "compare", DATA / reference, DATA / evaluation, *arguments,
+                    "--json", "r.json", *([] if "arccheck" in reference else ["--gamma-map", "g.mha"]))
+                self.assertEqual(there.stdout, here.stdout)
+                self.assert_same_files(mine, other)
+
+    def test_a_document_on_standard_output_has_its_own_line_ends(self):
+        run(HERE, "demo", "d", cwd=self.folder)
+        result = run(WINDOWS, "compare", "d/reference.mha", "d/evaluation.mha", "-c", "3%/2mm",
+                     "--json", "-", cwd=self.folder)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertNotIn(b"\r", result.stdout + result.stderr)
+        json.loads(result.stdout)
+        self.assertIn(b"3%/2mm", result.stderr)
+
+
+class PlacesTest(ProgramTest):
+    def setUp(self):
+        super().setUp()
+        run(HERE, "demo", "d", cwd=self.folder)
+        self.doses = self.folder / "d"
+
+    def compare(self, reference, *outputs, **options):
+        return run(WINDOWS, "compare", reference, self.doses / "evaluation.mha", "-c", "3%/2mm",
+                   *outputs, text=True, cwd=self.folder, **options)
+
+    def test_names_in_any_letters(self):
+        content = (self.doses / "reference.mha").read_bytes()
+        for name in ("with blank.mha", "Köpfe.mha", "Доза.mha", "剂量.mha", "a'b&c%d.mha", "long" * 50 + ".mha"):
+            with self.subTest(name):
+                place = self.folder / "Füße 剂" / name
+                place.parent.mkdir(exist_ok=True)
+                place.write_bytes(content)
+                output = place.with_suffix(".json")
+                result = self.compare(place, "--json", output)
+                self.assertEqual(result.returncode, 0, result.stderr)
+                self.assertIn(name, result.stdout)
+                document = json.loads(output.read_text(encoding="utf-8"))
+                self.assertEqual(document["reference"]["name"], name)
+
+    def test_paths_of_every_form(self):
+        reference = self.doses / "reference.mha"
+        for path in (on_drive(reference), "d\\reference.mha", ".\\d/reference.mha", reference,
+                     "\\\\?\\" + on_drive(reference)):
+            with self.subTest(str(path)):
+                result = self.compare(path)
+                self.assertEqual(result.returncode, 0, result.stderr)
+
+    def test_a_path_longer_than_the_system_once_took(self):
+        folder = self.folder
+        for _ in range(6):
+            folder /= "f" * 60
+        folder.mkdir(parents=True)
+        reference = folder / "reference.mha"
+        reference.write_bytes((self.doses / "reference.mha").read_bytes())
+        result = self.compare(on_drive(reference), "--json", on_drive(folder / "r.json"))
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertTrue((folder / "r.json").exists())
+
+    def test_wildcards_are_left_to_the_program(self):
+        result = self.compare(self.doses / "reference.mha", "--structures",
+                              self.doses / "structures.dcm", "--structure", "*")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertIn("PTV", result.stdout)
+
+    def test_an_input_is_not_overwritten_under_another_name(self):
+        for name in ("D\\REFERENCE.MHA", on_drive(self.doses / "reference.mha")):
+            with self.subTest(name):
+                result = self.compare("d\\reference.mha", "--gamma-map", name)
+                self.assert_refused(result, 2, "would overwrite an input file")
+
+    def test_two_outputs_are_not_one_new_file(self):
+        result = self.compare("d\\reference.mha", "--json", "new.json", "--csv", "NEW.JSON")
+        self.assert_refused(result, 2, "is named for two outputs")
+
+    def test_where_nothing_can_be_written(self):
+        for name in ("Z:\\proc\\r.json", "missing\\r.json", "d"):
+            with self.subTest(name):
+                result = self.compare("d\\reference.mha", "--json", name)
+                self.assert_refused(result, 1, name + ": cannot be written: ")
+        self.assertEqual(self.files(), ["d"])
+
+    def test_what_cannot_be_read(self):
+        for name, reason in (("none.mha", "no such file"), ("d", "is a folder, not a dose file"),
+                             ("NUL", "is a device, not a dose file")):
+            with self.subTest(name):
+                self.assert_refused(self.compare(name), 1, f"{name}: {reason}")
+
+    def test_output_to_the_null_device(self):
+        result = self.compare("d\\reference.mha", "--json", "NUL")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(self.files(), ["d"])
+
+    def test_a_file_that_another_program_has_open(self):
+        place = self.folder / "r.json"
+        other = subprocess.Popen(["wine", "cmd", "/c", f"pause > {on_drive(place)}"],
+                                 stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
+        try:
+            for _ in range(100):
+                if place.exists():
+                    break
+                time.sleep(0.1)
+            result = self.compare("d\\reference.mha", "--json", "r.json")
+            self.assert_refused(result, 1, "r.json: cannot be written: it is open in another program")
+        finally:
+            other.communicate(b"\n", timeout=60)
+        self.assertEqual(self.files(), ["d", "r.json"])
+
+    def test_exit_status(self):
+        for arguments, status in (
+            (["--fail-below", "99.9"], 3), (["--no-such-option"], 2), (["-c", "nonsense"], 2),
+        ):
+            with self.subTest(arguments=arguments):
+                self.assertEqual(self.compare("d\\reference.mha", *arguments).returncode, status)
+
+    def test_no_progress_in_a_pipe(self):
+        result = self.compare("d\\reference.mha")
+        self.assertNotIn("\x1b", result.stderr)
+        self.assertNotIn("\r", result.stdout + result.stderr)
+
+    def test_pixels_packed_as_jpeg_are_refused_by_name(self):
+        jpegs = sorted((DATA / "formats").glob("*jpeg*")) if DATA.is_dir() else []
+        if not jpegs:
+            self.skipTest("no dose file with pixel data packed as JPEG")
+        self.assert_refused(self.compare(jpegs[0]), 1, "stored without compression")
+
+
+class FolderTest(unittest.TestCase):
+    def test_contents(self):
+        names = {path.relative_to(FOLDER).as_posix() for path in FOLDER.rglob("*") if path.is_file()}
+        for name in ("zarngi.exe", "libZarnGI.dll", "libZarnGIHost.dll", "README.txt",
+                     "lib/libZarnGI.dll.a", "lib/libZarnGI.def", "lib/libZarnGIHost.dll.a",
+                     "lib/libZarnGIHost.def", "include/zarngi/libZarnGI.h",
+                     "include/zarngi/libZarnGIHost.h", "examples/c/compare_doses.c",
+                     "lib/cmake/ZarnGI/ZarnGIConfig.cmake", "licences/LICENSE"):
+            self.assertIn(name, names)
+
+    def test_exports_are_those_of_linux(self):
+        """The same list of symbols as of the shared library, whose variables stand with their size."""
+        top = Path(__file__).resolve().parents[2]
+        for library, listed in (("libZarnGI", "lib/abi"), ("libZarnGIHost", "files")):
+            wanted = {line.split()[0] for line in
+                      (top / "tests" / listed / "exported_symbols.txt").read_text().splitlines()}
+            lines = (FOLDER / "lib" / f"{library}.def").read_text().splitlines()
+            found = {line.split()[0] for line in lines if " @" in line}
+            self.assertEqual(found, wanted)
+
+    def test_example(self):
+        """The example in C, compiled against the folder and run."""
+        program = FOLDER.parent / "compare_doses.exe"
+        subprocess.run(
+            ["x86_64-w64-mingw32-gcc-posix", FOLDER / "examples/c/compare_doses.c",
+             "-I", FOLDER / "include/zarngi", "-L", FOLDER / "lib", "-lZarnGI", "-static-libgcc",
+             "-o", program],
+            check=True)
+        self.addCleanup(program.unlink)
+        result = run("wine", program, text=True, env={**os.environ, "WINEPATH": on_drive(FOLDER)})
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertIn("%", result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
