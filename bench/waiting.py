@@ -1,67 +1,127 @@
-"""How long a person waits: whole commands of two builds, in turn, and the ratio of their medians.
+"""What a person waits for, and the memory it takes: whole commands of two builds, in turn.
 
-    waiting.py BEFORE AFTER [--rounds N] [--data FOLDER]
+    waiting.py BEFORE AFTER [--rounds N] [--large-rounds N] [--rows REGEX] [--data FOLDER]
 
 BEFORE and AFTER are build directories (build/release), of which each has the program and the Python
 package. The commands run one after the other, before and after by turns, so that a machine whose
-speed drifts is slow for both.
+speed drifts is slow for both; medians are compared. Beside the time stand the page faults and the
+largest memory of the process. The large pair is that of large_pair.py, in a folder that goes again.
 """
 
 import argparse
 import os
+import re
 import statistics
 import subprocess
 import sys
 import tempfile
 import time
+from dataclasses import dataclass
 from pathlib import Path
 
-READ = (
-    "import statistics, sys, time, zarngi\n"
-    "times = []\n"
-    "for _ in range(15):\n"
-    "    start = time.perf_counter()\n"
-    "    zarngi.read(sys.argv[1])\n"
-    "    times.append(time.perf_counter() - start)\n"
-    "print(statistics.median(times))\n"
-)
+import large_pair
 
-
-def seconds(command, environment=None):
+READ = """
+import statistics, sys, time, zarngi
+times = []
+for _ in range(15):
     start = time.perf_counter()
-    subprocess.run(command, check=True, stdout=subprocess.DEVNULL, env=environment)
-    return time.perf_counter() - start
+    zarngi.read(sys.argv[1])
+    times.append(time.perf_counter() - start)
+print(statistics.median(times))
+"""
+
+#: The second time, as a process that has compared before; what its search takes is told as well.
+COMPARE = """
+import sys, time, zarngi
+pair = [zarngi.read(name) for name in sys.argv[1:3]]
+pair = [zarngi.DoseGrid(grid.dose.copy(), grid.spacing, grid.origin) for grid in pair]
+for _ in range(2):
+    start = time.perf_counter()
+    result = zarngi.gamma_index(*pair, dd=3, dta=3)
+    seconds = time.perf_counter() - start
+print(seconds, result.seconds)
+"""
 
 
-def reading_seconds(build, path):
-    """The median of a reading, in a process that has read before."""
+@dataclass
+class Run:
+    """A process that has ended."""
+
+    output: str
+    seconds: float
+    faults: int
+    megabytes: float
+
+
+def run(command, environment=None):
+    start = time.perf_counter()
+    process = subprocess.Popen(command, stdout=subprocess.PIPE, env=environment, text=True)
+    output = process.stdout.read()
+    process.stdout.close()
+    _, status, used = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        raise subprocess.CalledProcessError(process.returncode, command)
+    return Run(output, time.perf_counter() - start, used.ru_minflt, used.ru_maxrss * 1024 / 1e6)
+
+
+def python(build, script, *arguments):
+    """A script's figures, the first of which is its time; it runs with the package of a build."""
     environment = {**os.environ, "PYTHONPATH": str(build / "python")}
-    output = subprocess.run(["/usr/bin/python3", "-c", READ, path], check=True, env=environment,
-                            capture_output=True, text=True).stdout
-    return float(output)
+    made = run(["/usr/bin/python3", "-c", script, *map(str, arguments)], environment)
+    made.seconds = float(made.output.split()[0])
+    return made
 
 
-def rows(data, scratch):
+def rows(data, large, scratch):
     """What is waited for: a name and a function of a build directory."""
-    pair = [str(data / "head_neck_day1.nrrd"), str(data / "head_neck_day2.nrrd")]
-    compare = ["compare", *pair, "-c", "3%/3mm"]
-    record = [*compare, "--report", str(scratch / "r.html"), "--json", str(scratch / "r.json")]
+    pair = [data / "head_neck_day1.nrrd", data / "head_neck_day2.nrrd"]
+    record = ["--report", scratch / "r.html", "--json", scratch / "r.json"]
 
     def program(*arguments):
-        return lambda build: seconds([str(build / "cli/zarngi"), *arguments])
+        return lambda build: run([str(build / "cli/zarngi"), *map(str, arguments)])
+
+    def comparing(files, *more):
+        return program("compare", *files, "-c", "3%/3mm", *more)
 
     def reading(name):
-        return lambda build: reading_seconds(build, str(data / name))
+        return lambda build: python(build, READ, data / name)
 
     return {
         "zarngi --version": program("--version"),
-        "zarngi compare, head-neck, 3%/3mm": program(*compare),
-        "the same with --report --json": program(*record),
+        "zarngi compare, head-neck, 3%/3mm": comparing(pair),
+        "the same with --report --json": comparing(pair, *record),
         "zarngi info, head-neck": program("info", pair[0]),
-        "zarngi info, proton plan": program("info", str(data / "proton_ramp_plan.dcm")),
+        "zarngi info, proton plan": program("info", data / "proton_ramp_plan.dcm"),
         "zarngi.read, head-neck": reading("head_neck_day1.nrrd"),
         "zarngi.read, proton plan": reading("proton_ramp_plan.dcm"),
+        "zarngi compare, large pair": comparing(large),
+        "zarngi.gamma_index, large pair": lambda build: python(build, COMPARE, *large),
     }
+
+
+def line(name, before, after):
+    """A row of the table: medians of both, and the ratio of the times."""
+
+    def medians(runs):
+        return [
+            statistics.median(getattr(run, figure) for run in runs)
+            for figure in ("seconds", "faults", "megabytes")
+        ]
+
+    told = [medians(runs) for runs in (before, after)]
+    ratio = told[1][0] / told[0][0]
+    text = f"{name:36}"
+    for seconds, faults, megabytes in told:
+        text += f"{1e3 * seconds:10.1f} ms{faults:9.0f}{megabytes:7.0f} MB"
+    text += f"{ratio:14.2f}"
+    if name.startswith("zarngi.gamma_index"):
+        search = statistics.median(
+            run.seconds / float(run.output.split()[1]) for run in after
+        )
+        text += f"   ({search:.2f} times its search)"
+    return text
 
 
 def main():
@@ -69,20 +129,28 @@ def main():
     parser.add_argument("before", type=Path)
     parser.add_argument("after", type=Path)
     parser.add_argument("--rounds", type=int, default=15)
+    parser.add_argument("--large-rounds", type=int, default=5, help="of the large pair")
+    parser.add_argument("--rows", default="", help="only rows whose name matches")
     project = Path(__file__).resolve().parents[1]
     parser.add_argument("--data", type=Path, default=project.parent / "shared/data")
     options = parser.parse_args()
     builds = [options.before.resolve(), options.after.resolve()]
-    print(f"{'':36}{'before':>10}{'after':>10}{'after/before':>14}   ({options.rounds} rounds)")
+    head = f"{'time':>13}{'faults':>9}{'peak':>10}"
+    print(f"{'before, after':36}{head}{head}{'after/before':>14}   ({options.rounds} rounds)")
     with tempfile.TemporaryDirectory() as scratch:
-        for name, measure in rows(options.data, Path(scratch)).items():
-            times = ([], [])
-            for _ in range(options.rounds):
-                for build, own in zip(builds, times):
+        large = [Path(scratch) / name for name in large_pair.NAMES]
+        for name, measure in rows(options.data, large, Path(scratch)).items():
+            if not re.search(options.rows, name):
+                continue
+            is_large = name.endswith("large pair")
+            if is_large:
+                large_pair.make(scratch)
+            runs = ([], [])
+            for _ in range(options.large_rounds if is_large else options.rounds):
+                for build, own in zip(builds, runs):
                     own.append(measure(build))
-            before, after = map(statistics.median, times)
-            print(f"{name:36}{1e3 * before:8.1f} ms{1e3 * after:7.1f} ms{after / before:14.2f}")
-            sys.stdout.flush()
+            print(line(name, *runs), flush=True)
+    print(f"load {os.getloadavg()[0]:.1f}", file=sys.stderr)
 
 
 if __name__ == "__main__":

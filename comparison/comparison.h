@@ -38,10 +38,10 @@ struct CriterionResult {
     GammaStatistics statistics;
     Verdict verdict = Verdict::fail; ///< of structures that it is for, the worst
     std::optional<NoiseEstimate> withoutNoise;
-    double seconds = 0;                ///< of the search
-    std::vector<float> gamma;          ///< on the reference grid; -1: not tested
-    std::vector<unsigned char> passed; ///< 1, 0, or 255: not tested
-    std::vector<std::string> patterns; ///< of the structures it is for; none: for everything
+    double seconds = 0;                       ///< of the search
+    files::LargeVector<float> gamma;          ///< on the reference grid; -1: not tested
+    files::LargeVector<unsigned char> passed; ///< 1, 0, or 255: not tested
+    std::vector<std::string> patterns;        ///< of the structures it is for; none: for everything
     /** One for each row of structures; none where the criterion is not for it. */
     std::vector<std::optional<StructureGamma>> structures;
     std::optional<StructureGamma> outside; ///< in none of the rows

@@ -12,11 +12,13 @@ namespace zarngi
 namespace
 {
 
-/**
- * The first of the smallest and the first of the largest doses. Side by side in lanes, which have
- * nothing to wait for, and then looked up.
- */
-std::pair<const float*, const float*> endsOf(std::span<const float> doses)
+struct Range {
+    float least;
+    float most;
+};
+
+/** Side by side in lanes, which have nothing to wait for. */
+Range rangeOf(std::span<const float> doses)
 {
     constexpr std::size_t lanes = 32;
     std::array<float, lanes> least{};
@@ -31,16 +33,35 @@ std::pair<const float*, const float*> endsOf(std::span<const float> doses)
             most[lane] = dose > most[lane] ? dose : most[lane];
         }
     }
-    const auto rest =
-        std::minmax_element(doses.begin() + static_cast<std::ptrdiff_t>(i), doses.end());
-    float smallest = *std::min_element(least.begin(), least.end());
-    float largest = *std::max_element(most.begin(), most.end());
-    if (i < doses.size()) {
-        smallest = std::min(smallest, *rest.first);
-        largest = std::max(largest, *rest.second);
+    Range range{*std::min_element(least.begin(), least.end()),
+                *std::max_element(most.begin(), most.end())};
+    for (; i < doses.size(); ++i) {
+        range = {std::min(range.least, doses[i]), std::max(range.most, doses[i])};
     }
-    const float* const end = doses.data() + doses.size();
-    return {std::find(doses.data(), end, smallest), std::find(doses.data(), end, largest)};
+    return range;
+}
+
+/** The first of the smallest and the first of the largest doses, looked up in their pieces. */
+std::pair<const float*, const float*> endsOf(std::span<const float> doses)
+{
+    constexpr std::size_t length = 4096;
+    Range all{doses.front(), doses.front()};
+    std::span<const float> withLeast = doses;
+    std::span<const float> withMost = doses;
+    for (std::size_t start = 0; start < doses.size(); start += length) {
+        const auto piece = doses.subspan(start, std::min(length, doses.size() - start));
+        const Range range = rangeOf(piece);
+        if (range.least < all.least) {
+            all.least = range.least;
+            withLeast = piece;
+        }
+        if (range.most > all.most) {
+            all.most = range.most;
+            withMost = piece;
+        }
+    }
+    return {std::find(withLeast.data(), withLeast.data() + withLeast.size(), all.least),
+            std::find(withMost.data(), withMost.data() + withMost.size(), all.most)};
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "comparison/failedSides.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "libZarnGI.h"
 
@@ -61,10 +62,15 @@ void CentreDoses::count(FailedSides& sides, std::size_t voxel) const
 FailedSides failedSides(const CentreDoses& doses, std::span<const unsigned char> passed)
 {
     FailedSides sides;
-    for (std::size_t voxel = 0; voxel < passed.size(); ++voxel) {
-        if (passed[voxel] == ZARNGI_FAILED) {
-            doses.count(sides, voxel);
-        }
+    const unsigned char* const begin = passed.data();
+    const unsigned char* const end = begin + passed.size();
+    const auto nextFailed = [end](const unsigned char* from) { // few are: the library's search
+        const void* const found =
+            std::memchr(from, ZARNGI_FAILED, static_cast<std::size_t>(end - from));
+        return found != nullptr ? static_cast<const unsigned char*>(found) : end;
+    };
+    for (const auto* voxel = nextFailed(begin); voxel != end; voxel = nextFailed(voxel + 1)) {
+        doses.count(sides, static_cast<std::size_t>(voxel - begin));
     }
     return sides;
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 
 #include "comparison/failure.h"
 #include "comparison/text.h"
@@ -43,9 +44,8 @@ void require(int code, const std::string& context)
     }
 }
 
-using SetGrid = int (*)(int*, float*, float*, float*);
-
-void setGrid(SetGrid set, const DoseView& dose, const std::string& name)
+/** Hands a grid to one of the library's functions. */
+template <class Hand> void handGrid(const Hand& hand, const DoseView& dose, const std::string& name)
 {
     const Geometry& geometry = dose.geometry;
     std::array<int, 3> size = geometry.size;
@@ -56,10 +56,49 @@ void setGrid(SetGrid set, const DoseView& dose, const std::string& name)
         // Files tell the centre of the first voxel, the library wants its outer corner.
         corner[i] = static_cast<float>(geometry.origin[i] - geometry.spacing[i] / 2);
     }
-    // The interface takes the doses through a plain pointer but copies and never writes them.
+    // The interface takes the doses through a plain pointer but never writes them.
     auto* const doses = const_cast<float*>(dose.values.data());
-    require(set(size.data(), spacing.data(), corner.data(), doses), name);
+    require(hand(size.data(), spacing.data(), corner.data(), doses), name);
 }
+
+constexpr std::size_t margin = ZARNGI_LENT_MARGIN * sizeof(float);
+static_assert(margin <= files::blockMargin);
+
+/** A check of addresses would report what is read of a caller's neighbours in memory. */
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool areAddressesChecked = true;
+#elif defined(__has_feature)
+constexpr bool areAddressesChecked = __has_feature(address_sanitizer);
+#else
+constexpr bool areAddressesChecked = false;
+#endif
+
+/**
+ * Whether the library's margin can be read behind values. Memory can be read by whole pages, and
+ * nothing depends on what stands in the margin: mostly it lies on the page of the last value.
+ */
+bool canBeLent(const files::Values& values)
+{
+    constexpr std::uintptr_t smallestPage = 4096;
+    if (values.hasMargin() || areAddressesChecked) {
+        return values.hasMargin();
+    }
+    const auto end = reinterpret_cast<std::uintptr_t>(values.end());
+    return (end - 1) / smallestPage == (end - 1 + margin) / smallestPage;
+}
+
+/** Memory of the host's in which computations put their gamma maps, as long as this lives. */
+class GammaPlace
+{
+public:
+    GammaPlace(files::LargeVector<float>& map, const std::string& context)
+    {
+        require(zarnGI_lendGammaIndex3DMap(map.data()), context);
+    }
+    ~GammaPlace() { zarnGI_lendGammaIndex3DMap(nullptr); }
+    GammaPlace(const GammaPlace&) = delete;
+    GammaPlace& operator=(const GammaPlace&) = delete;
+};
 
 void setParameters(const GammaSettings& settings, const Criterion& criterion)
 {
@@ -142,8 +181,22 @@ GammaRun::GammaRun(const DoseImage& reference, const DoseImage& evaluation)
     : referenceName_(reference.path), evaluationName_(evaluation.path)
 {
     require(zarnGI_init(), "the library");
-    setReference(viewOf(reference.image));
-    setEvaluation(viewOf(evaluation.image));
+    try {
+        if (canBeLent(reference.image.values)) {
+            handGrid(zarnGI_lendRef, viewOf(reference.image), referenceName_);
+            referenceVoxels_ = reference.image.geometry.voxels();
+        } else {
+            setReference(viewOf(reference.image));
+        }
+        if (canBeLent(evaluation.image.values)) {
+            handGrid(zarnGI_lendEval, viewOf(evaluation.image), evaluationName_);
+        } else {
+            setEvaluation(viewOf(evaluation.image));
+        }
+    } catch (...) {
+        zarnGI_reset(); // what was lent may go
+        throw;
+    }
 }
 
 GammaRun::~GammaRun()
@@ -153,13 +206,13 @@ GammaRun::~GammaRun()
 
 void GammaRun::setReference(const DoseView& doses)
 {
-    setGrid(zarnGI_setRef, doses, referenceName_);
+    handGrid(zarnGI_setRef, doses, referenceName_);
     referenceVoxels_ = doses.geometry.voxels();
 }
 
 void GammaRun::setEvaluation(const DoseView& doses)
 {
-    setGrid(zarnGI_setEval, doses, evaluationName_);
+    handGrid(zarnGI_setEval, doses, evaluationName_);
 }
 
 GammaMap GammaRun::compute(const GammaSettings& settings, const Criterion& criterion,
@@ -177,6 +230,9 @@ GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criter
         return untested(referenceVoxels_);
     }
     setParameters(settings, criterion);
+    GammaMap map;
+    map.values.resize(referenceVoxels_);
+    const GammaPlace place(map.values, criterion.label());
     Watcher watcher{watch};
     require(zarnGI_setProgress(watch ? tellWatcher : nullptr, &watcher), "the library");
     const auto start = std::chrono::steady_clock::now();
@@ -187,13 +243,10 @@ GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criter
     }
     require(status, criterion.label());
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
-    GammaMap map;
     map.seconds = duration.count();
     float passRate = 0;
     require(zarnGI_getGammaIndexPassRate(&passRate), criterion.label());
     map.passRate = static_cast<double>(passRate);
-    // What zarnGI_getGammaIndex3DMap() copies, into memory that is written once.
-    map.values.assign(Env->gamma, Env->gamma + referenceVoxels_);
     map.passed.resize(referenceVoxels_);
     require(zarnGI_getPassed3DMap(map.passed.data()), criterion.label());
     return map;

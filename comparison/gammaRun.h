@@ -33,10 +33,11 @@ struct GammaSettings {
 
 /** What one computation gives. */
 struct GammaMap {
-    std::vector<float> values;         ///< on the reference grid; -1: not tested
-    std::vector<unsigned char> passed; ///< the library's own verdict: 1, 0, or 255: not tested
-    double passRate = 0;               ///< %
-    double seconds = 0;                ///< of the search
+    files::LargeVector<float> values; ///< on the reference grid; -1: not tested
+    files::LargeVector<unsigned char>
+        passed;          ///< the library's own verdict: 1, 0, or 255: not tested
+    double passRate = 0; ///< %
+    double seconds = 0;  ///< of the search
 };
 
 /** The spacing of the search lattice that a computation uses, mm. */
@@ -56,7 +57,11 @@ using WatchSearch = std::function<bool(const SearchProgress&)>;
 class GammaRun
 {
 public:
-    /** @throws InputError when the library refuses a grid. */
+    /**
+     * @param reference, evaluation which are searched where they are, so that they stay as they are
+     *        as long as this lives, or until others are set in their place.
+     * @throws InputError when the library refuses a grid.
+     */
     GammaRun(const DoseImage& reference, const DoseImage& evaluation);
     ~GammaRun();
     GammaRun(const GammaRun&) = delete;
@@ -69,7 +74,7 @@ public:
     GammaMap compute(const GammaSettings& settings, const Criterion& criterion,
                      const WatchSearch& watch = {});
 
-    /** Replaces a grid. @throws InputError when the library refuses it. */
+    /** Replaces a grid by a copy. @throws InputError when the library refuses it. */
     void setReference(const DoseView& doses);
     void setEvaluation(const DoseView& doses);
 

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
-#include <numeric>
+#include <limits>
 
+#include "comparison/gammaOrder.h"
 #include "libZarnGI.h"
 
 namespace zarngi
@@ -14,89 +16,104 @@ namespace zarngi
 namespace
 {
 
-/**
- * Sorts as much of the values as it needs.
- * @param sorted before it, all values are smaller or equal; moved to the percentile
- */
-double percentile(std::vector<float>& values, std::size_t& sorted, double percent)
+constexpr double upperPercent = 95;
+constexpr double highestPercent = 99;
+
+/** What is counted of a map. */
+class TestedGammas
 {
-    const double rank = percent / 100 * static_cast<double>(values.size() - 1);
-    const auto below = static_cast<std::size_t>(rank);
-    const auto position = values.begin() + static_cast<std::ptrdiff_t>(below);
-    std::nth_element(values.begin() + static_cast<std::ptrdiff_t>(sorted), position, values.end());
-    sorted = below;
-    const auto lower = static_cast<double>(*position);
-    if (position + 1 == values.end()) {
-        return lower;
-    }
-    const auto upper = static_cast<double>(*std::min_element(position + 1, values.end()));
-    return lower + (rank - static_cast<double>(below)) * (upper - lower);
-}
-
-GammaSpread spreadOf(std::vector<float>& values)
-{
-    const auto [minimum, maximum] = std::minmax_element(values.begin(), values.end());
-    GammaSpread spread{};
-    spread.minimum = static_cast<double>(*minimum);
-    spread.maximum = static_cast<double>(*maximum);
-    spread.mean =
-        std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
-    std::size_t sorted = 0;
-    spread.percentile95 = percentile(values, sorted, 95);
-    spread.percentile99 = percentile(values, sorted, 99);
-    return spread;
-}
-
-Histogram histogramOf(const std::vector<float>& gammas, double maxGamma)
-{
-    constexpr double shortest = 2; // leaves bins for failed voxels
-    constexpr double longest = 10; // gamma beyond which single bins tell nothing more
-    const double end = std::clamp(std::ceil(maxGamma), shortest, longest);
-    Histogram histogram;
-    histogram.counts.resize(static_cast<std::size_t>(end) * Histogram::binsPerUnit);
-    const auto last = static_cast<double>(histogram.counts.size() - 1);
-    for (const float gamma : gammas) {
-        // A product with a whole number below 2^29 is exact: gamma 1 ends its bin.
-        const double bin = std::ceil(static_cast<double>(gamma) * Histogram::binsPerUnit) - 1;
-        ++histogram.counts[static_cast<std::size_t>(std::clamp(bin, 0.0, last))];
-    }
-    return histogram;
-}
-
-/** What there is to count. */
-struct TestedGammas {
-    std::vector<float> gammas;
-    std::size_t passed = 0;
-    /** Failed voxels with a gamma of exactly 1: the library decides on gamma squared, before the
-     * root is rounded. */
-    std::size_t failedAtOne = 0;
-
-    void add(float gamma, unsigned char verdict)
+public:
+    explicit TestedGammas(double maxGamma)
+        : limit_(static_cast<float>(maxGamma)), histogram_(binsUpTo(maxGamma))
     {
-        if (gamma >= 0) {
-            gammas.push_back(gamma);
-        }
-        passed += verdict == ZARNGI_PASSED ? 1U : 0U;
-        failedAtOne += verdict == ZARNGI_FAILED && gamma <= 1 ? 1U : 0U;
     }
+
+    void add(float gamma)
+    {
+        ++histogram_[binOf(gamma)];
+        if (gamma > unreachedGamma) {
+            ++unreached_;
+            return;
+        }
+        beyondLimit_ += gamma > limit_ ? 1U : 0U;
+        minimum_ = std::min(minimum_, gamma);
+        maximum_ = std::max(maximum_, gamma);
+        sum_ += static_cast<double>(gamma);
+        order_.count(gamma);
+    }
+
+    void tell(GammaStatistics& statistics) const
+    {
+        statistics.histogram = Histogram{histogram_};
+        statistics.unreached = unreached_;
+        statistics.beyondLimit = beyondLimit_;
+    }
+
+    /** Of the reached ones, of which there is one. @param visitAll calls a function for each gamma
+     */
+    template <class VisitAll> GammaSpread spread(const VisitAll& visitAll)
+    {
+        order_.want(upperPercent);
+        order_.want(highestPercent);
+        visitAll([this](float gamma) {
+            if (gamma <= unreachedGamma) {
+                order_.gather(gamma);
+            }
+        });
+        return {static_cast<double>(minimum_), sum_ / static_cast<double>(order_.size()),
+                order_.percentile(upperPercent), order_.percentile(highestPercent),
+                static_cast<double>(maximum_)};
+    }
+    bool areReached() const { return order_.size() > 0; }
+
+private:
+    std::size_t binOf(float gamma) const
+    {
+        // A product with a whole number below 2^29 is exact: gamma 1 ends its bin.
+        const double scaled = std::min(static_cast<double>(gamma) * Histogram::binsPerUnit,
+                                       static_cast<double>(histogram_.size()));
+        const auto bin = static_cast<std::int64_t>(scaled);
+        const bool endsIt = bin > 0 && static_cast<double>(bin) == scaled;
+        return static_cast<std::size_t>(endsIt ? bin - 1 : bin);
+    }
+
+    static std::vector<std::size_t> binsUpTo(double maxGamma)
+    {
+        constexpr double shortest = 2; // leaves bins for failed voxels
+        constexpr double longest = 10; // gamma beyond which single bins tell nothing more
+        const double end = std::clamp(std::ceil(maxGamma), shortest, longest);
+        return std::vector<std::size_t>(static_cast<std::size_t>(end) * Histogram::binsPerUnit);
+    }
+
+    float limit_;
+    std::vector<std::size_t> histogram_;
+    std::size_t unreached_ = 0;
+    std::size_t beyondLimit_ = 0;
+    float minimum_ = std::numeric_limits<float>::infinity();
+    float maximum_ = 0;
+    double sum_ = 0;
+    GammaOrder order_;
 };
 
-/** Whole pieces that are not tested, as most are, are passed over. */
-TestedGammas testedOf(std::span<const float> gammas, std::span<const unsigned char> passed)
+/**
+ * Calls visit(gamma, verdict) for each voxel that is tested, and some that are not: whole pieces of
+ * these, as most are, are passed over.
+ */
+template <class Visit>
+void visitTested(std::span<const float> gammas, std::span<const unsigned char> passed,
+                 const Visit& visit)
 {
     std::array<unsigned char, 64> untested{};
     untested.fill(ZARNGI_NOT_TESTED);
-    TestedGammas tested;
     for (std::size_t start = 0; start < gammas.size(); start += untested.size()) {
         const std::size_t count = std::min(untested.size(), gammas.size() - start);
         if (std::memcmp(passed.data() + start, untested.data(), count) == 0) {
             continue;
         }
         for (std::size_t i = start; i < start + count; ++i) {
-            tested.add(gammas[i], passed[i]);
+            visit(gammas[i], passed[i]);
         }
     }
-    return tested;
 }
 
 /** Moves failed voxels whose gamma was rounded to 1 to the first bin of failed ones. */
@@ -112,10 +129,18 @@ GammaStatistics gammaStatistics(std::span<const float> gammas,
                                 std::span<const unsigned char> passed,
                                 const GammaSettings& settings)
 {
-    auto [tested, passes, failedAtOne] = testedOf(gammas, passed);
     GammaStatistics statistics;
-    statistics.tested = tested.size();
-    statistics.passed = passes;
+    // The library decides on gamma squared, before the root is rounded.
+    std::size_t failedAtOne = 0;
+    TestedGammas tested(settings.maxGamma);
+    visitTested(gammas, passed, [&](float gamma, unsigned char verdict) {
+        statistics.passed += verdict == ZARNGI_PASSED ? 1U : 0U;
+        failedAtOne += verdict == ZARNGI_FAILED && gamma <= 1 ? 1U : 0U;
+        if (gamma >= 0) {
+            ++statistics.tested;
+            tested.add(gamma);
+        }
+    });
     statistics.failed = statistics.tested - statistics.passed;
     if (statistics.tested > 0) {
         statistics.passRate =
@@ -124,15 +149,16 @@ GammaStatistics gammaStatistics(std::span<const float> gammas,
     if (settings.passRateOnly) {
         return statistics;
     }
-    statistics.histogram = histogramOf(tested, settings.maxGamma);
+    tested.tell(statistics);
     moveAcrossOne(*statistics.histogram, failedAtOne);
-    statistics.unreached =
-        std::erase_if(tested, [](float gamma) { return gamma > unreachedGamma; });
-    const auto limit = static_cast<float>(settings.maxGamma);
-    statistics.beyondLimit = static_cast<std::size_t>(
-        std::count_if(tested.begin(), tested.end(), [=](float gamma) { return gamma > limit; }));
-    if (!tested.empty()) {
-        statistics.spread = spreadOf(tested);
+    if (tested.areReached()) {
+        statistics.spread = tested.spread([&](const auto& use) {
+            visitTested(gammas, passed, [&](float gamma, unsigned char) {
+                if (gamma >= 0) {
+                    use(gamma);
+                }
+            });
+        });
     }
     return statistics;
 }

@@ -49,6 +49,7 @@ set(comparison_sources
     explanation/simplex.cpp
     explanation/trial.cpp
     failedSides.cpp
+    gammaOrder.cpp
     gammaRun.cpp
     gammaStatistics.cpp
     goals/goal.cpp

@@ -6,7 +6,7 @@ namespace zarngi
 UncertainPair uncertainPairOf(const Comparison& comparison, const CentreDoses& centres)
 {
     const Image& reference = comparison.reference.image;
-    const std::vector<unsigned char>& passed = comparison.results.front().passed;
+    const std::span<const unsigned char> passed = comparison.results.front().passed;
     return {viewOf(reference),
             viewOf(comparison.evaluation.image),
             comparison.reference.uncertainty,

@@ -12,10 +12,11 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <new>
 #include <span>
 #include <string_view>
+
+#include "files/largeVector.h"
 
 namespace files
 {
@@ -27,18 +28,17 @@ class Bytes
 {
 public:
     Bytes() = default;
+    Bytes(Bytes&&) = default;
+    Bytes& operator=(Bytes&&) = default;
     /** @throws std::bad_alloc, also for more than this machine can address */
-    explicit Bytes(std::uint64_t size) : size_(addressable(size))
-    {
-        bytes_ = std::make_unique_for_overwrite<unsigned char[]>(size_);
-    }
+    explicit Bytes(std::uint64_t size) : bytes_(addressable(size)) {}
 
-    unsigned char* data() { return bytes_.get(); }
-    std::size_t size() const { return size_; }
-    std::span<unsigned char> buffer() { return {bytes_.get(), size_}; }
-    ByteView view() const { return {bytes_.get(), size_}; }
+    unsigned char* data() { return bytes_.data(); }
+    std::size_t size() const { return bytes_.size(); }
+    std::span<unsigned char> buffer() { return bytes_; }
+    ByteView view() const { return bytes_; }
     /** Forgets the bytes behind the first `size` ones. */
-    void shorten(std::size_t size) { size_ = std::min(size_, size); }
+    void shorten(std::size_t size) { bytes_.resize(std::min(bytes_.size(), size)); }
 
 private:
     static std::size_t addressable(std::uint64_t size)
@@ -49,8 +49,7 @@ private:
         return static_cast<std::size_t>(size);
     }
 
-    std::unique_ptr<unsigned char[]> bytes_;
-    std::size_t size_ = 0;
+    LargeVector<unsigned char> bytes_;
 };
 
 inline std::string_view asText(ByteView bytes)

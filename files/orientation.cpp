@@ -83,10 +83,10 @@ struct Reordering {
     }
 };
 
-std::vector<float> reorder(const std::vector<float>& values, const Reordering& order,
+LargeVector<float> reorder(const LargeVector<float>& values, const Reordering& order,
                            const std::array<int, 3>& size)
 {
-    std::vector<float> reordered(values.size());
+    LargeVector<float> reordered(values.size());
     float* out = reordered.data();
     const auto& [x, y, z] = order.walks;
     for (int iz = 0; iz < size[2]; ++iz) {
@@ -146,7 +146,7 @@ void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps)
     }
 }
 
-Image toPatientAxes(const StoredGeometry& stored, std::vector<float> values)
+Image toPatientAxes(const StoredGeometry& stored, LargeVector<float> values)
 {
     Geometry geometry{};
     geometry.origin = stored.origin;

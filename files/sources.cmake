@@ -4,6 +4,7 @@ set(files_sources
     doseDoubts.cpp
     encodeVolume.cpp
     fileFormat.cpp
+    largeVector.cpp
     orientation.cpp
     packed.cpp
     pairNames.cpp

@@ -37,7 +37,7 @@ template <class Number> float scaled(Number value, const Scaling& scaling)
 }
 
 template <class Number, bool isBigEndian, bool isScaled>
-void convert(ByteView bytes, const Scaling& scaling, std::vector<float>& values)
+void convert(ByteView bytes, const Scaling& scaling, LargeVector<float>& values)
 {
     const unsigned char* const start = bytes.data();
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -47,7 +47,7 @@ void convert(ByteView bytes, const Scaling& scaling, std::vector<float>& values)
 }
 
 template <class Number, bool isBigEndian>
-void convertOrdered(ByteView bytes, const Scaling& scaling, std::vector<float>& values)
+void convertOrdered(ByteView bytes, const Scaling& scaling, LargeVector<float>& values)
 {
     if (scaling.isNone()) {
         convert<Number, isBigEndian, false>(bytes, scaling, values);
@@ -56,10 +56,10 @@ void convertOrdered(ByteView bytes, const Scaling& scaling, std::vector<float>& 
     }
 }
 
-std::vector<float> converted(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+LargeVector<float> converted(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
                              std::size_t count)
 {
-    std::vector<float> values(count);
+    LargeVector<float> values(count);
     withType(format, [&](auto type) {
         using Number = decltype(type);
         if (format.isBigEndian) {
@@ -141,14 +141,14 @@ void checkBytes(ByteView bytes, std::uint64_t needed, std::size_t padding)
     }
 }
 
-std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+LargeVector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
                                std::size_t count, std::size_t padding)
 {
     checkBytes(bytes, bytesOf(format, count), padding);
     return converted(bytes, format, scaling, count);
 }
 
-std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
+LargeVector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
                                 const Scaling& scaling, std::size_t count)
 {
     const std::uint64_t needed = bytesOf(format, count);
@@ -156,7 +156,7 @@ std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const V
         refuseCount("is cut short", needed, packed.size());
     }
     if (isAsInMemory(format, scaling)) {
-        std::vector<float> values(count);
+        LargeVector<float> values(count);
         unpackInto({reinterpret_cast<unsigned char*>(values.data()), count * sizeof(float)}, packed,
                    deflate);
         return values;
@@ -166,14 +166,14 @@ std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const V
     return converted(bytes.view(), format, scaling, count);
 }
 
-std::vector<float> writtenValues(std::string_view text, const ValueFormat& format,
+LargeVector<float> writtenValues(std::string_view text, const ValueFormat& format,
                                  const Scaling& scaling, std::size_t count)
 {
     if (text.size() / 2 + 1 < count) { // a digit and a blank each
         refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(count) +
                       " values, the file has fewer");
     }
-    std::vector<float> values(count);
+    LargeVector<float> values(count);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string_view word = takeWord(text);
         if (word.empty()) {

@@ -42,21 +42,21 @@ void checkBytes(ByteView bytes, std::uint64_t needed, std::size_t padding = 0);
  * The `count` values that fill the bytes.
  * @throws Refusal when the bytes are fewer, or more by other than `padding` of them.
  */
-std::vector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+LargeVector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
                                std::size_t count, std::size_t padding = 0);
 
 /**
  * The `count` values in a gzip or zlib stream. @throws Refusal when it is damaged, or holds fewer
  * or more; before memory is allocated for values that cannot be there.
  */
-std::vector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
+LargeVector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,
                                 const Scaling& scaling, std::size_t count);
 
 /**
  * The `count` values written as text with blanks between them.
  * @throws Refusal when they are fewer or more, or one is no number of the format.
  */
-std::vector<float> writtenValues(std::string_view text, const ValueFormat& format,
+LargeVector<float> writtenValues(std::string_view text, const ValueFormat& format,
                                  const Scaling& scaling, std::size_t count);
 
 } // namespace files

@@ -8,7 +8,8 @@
 #include <cstddef>
 #include <span>
 #include <utility>
-#include <vector>
+
+#include "files/largeVector.h"
 
 namespace files
 {
@@ -21,7 +22,7 @@ class Values
 {
 public:
     Values() = default;
-    Values(std::vector<float> own) : own_(std::move(own)) {}
+    Values(LargeVector<float> own) : own_(std::move(own)) {}
 
     /** @param values that stay as they are as long as anything looks at them */
     static Values lent(std::span<const float> values)
@@ -40,7 +41,7 @@ public:
     const float& operator[](std::size_t i) const { return data()[i]; }
 
     /** To be changed; copies what is lent. */
-    std::vector<float>& own()
+    LargeVector<float>& own()
     {
         if (isLent()) {
             own_.assign(lent_.begin(), lent_.end());
@@ -49,12 +50,15 @@ public:
         return own_;
     }
 
-    operator std::vector<float>() && { return std::move(own()); }
+    /** What is behind the last value can be read as far as blockMargin: vectors may begin at it. */
+    bool hasMargin() const { return !isLent(); }
+
+    operator LargeVector<float>() && { return std::move(own()); }
 
 private:
     bool isLent() const { return lent_.data() != nullptr; }
 
-    std::vector<float> own_;
+    LargeVector<float> own_;
     std::span<const float> lent_;
 };
 

@@ -71,7 +71,8 @@ bool hasMaps(const zarnGIHost_Comparison* comparison, std::size_t criterion)
 /** Describes a map of a criterion. @return a status */
 template <class Value>
 int handMap(const zarnGIHost_Comparison* comparison, std::size_t criterion,
-            std::vector<Value> zarngi::CriterionResult::*values, int type, zarnGIHost_Volume* map)
+            files::LargeVector<Value> zarngi::CriterionResult::*values, int type,
+            zarnGIHost_Volume* map)
 {
     if (map == nullptr || !hasMaps(comparison, criterion)) {
         return ZARNGI_HOST_BAD_ARGUMENT;
@@ -83,7 +84,7 @@ int handMap(const zarnGIHost_Comparison* comparison, std::size_t criterion,
 } // namespace
 
 struct zarnGIHost_Map {
-    std::vector<float> values;
+    files::LargeVector<float> values;
 };
 
 int zarnGIHost_defaultRequest(zarnGIHost_Bytes* json, zarnGIHost_Error* error)
@@ -190,7 +191,7 @@ int zarnGIHost_takeGamma(zarnGIHost_Comparison* comparison, size_t criterion, za
         return ZARNGI_HOST_BAD_ARGUMENT;
     }
     return host::guarded(nullptr, [&] {
-        std::vector<float>& gamma = comparison->own->results[criterion].gamma;
+        files::LargeVector<float>& gamma = comparison->own->results[criterion].gamma;
         *map = new zarnGIHost_Map{std::move(gamma)};
         gamma.clear();
         return describe(*comparison->value, (*map)->values.data(), ZARNGI_HOST_FLOAT, described);

@@ -62,7 +62,8 @@ DoseImage doseOf(const zarnGIHost_Plane& plane)
     dose.image.geometry = {{plane.size[0], plane.size[1], 1},
                            {plane.spacing[0], plane.spacing[1], files::planeThickness},
                            {plane.origin[0], plane.origin[1], 0}};
-    dose.image.values = std::vector<float>(plane.doses, plane.doses + dose.image.geometry.voxels());
+    dose.image.values =
+        files::LargeVector<float>(plane.doses, plane.doses + dose.image.geometry.voxels());
     dose.measurement.emplace();
     if (plane.points != nullptr) {
         setPoints(dose, plane.points);

@@ -30,14 +30,14 @@ typedef struct calculationEnvironment {
     int nn_eval[3];     /**< evaluation voxels per axis */
     float hs_ref[3];    /**< mm, reference voxel size per axis */
     float hs_eval[3];   /**< mm, evaluation voxel size per axis */
-    float* map_ref;     /**< Gy, library-owned copy of the reference dose (N_ref values) or null */
-    float* map_eval; /**< Gy, library-owned copy of the evaluation dose (N_eval values) or null */
-    float* gamma;    /**< gamma map on the reference grid (N_ref values) or null; -1: not tested */
-    size_t N_ref;    /**< number of reference voxels */
-    size_t N_eval;   /**< number of evaluation voxels */
-    float DCO;       /**< %, dose cut-off relative to the normalisation dose; negative: not set */
-    float DTA;       /**< mm, distance-to-agreement criterion; negative: not set */
-    float DD;        /**< %, dose-difference criterion; negative: not set */
+    float* map_ref;     /**< Gy, reference dose (N_ref values), a copy or lent, or null */
+    float* map_eval;    /**< Gy, evaluation dose (N_eval values), a copy or lent, or null */
+    float* gamma;  /**< gamma map on the reference grid (N_ref values) or null; -1: not tested */
+    size_t N_ref;  /**< number of reference voxels */
+    size_t N_eval; /**< number of evaluation voxels */
+    float DCO;     /**< %, dose cut-off relative to the normalisation dose; negative: not set */
+    float DTA;     /**< mm, distance-to-agreement criterion; negative: not set */
+    float DD;      /**< %, dose-difference criterion; negative: not set */
     bool passRateMode; /**< true: pass rate only; false: full gamma map */
     bool globalDD;     /**< true: DD relative to the normalisation dose; false: to the local dose */
     float global_normalisation; /**< Gy, normalisation dose; not positive: maximum of map_ref */

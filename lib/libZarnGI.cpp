@@ -11,6 +11,7 @@
 #include "gammaIndexKernelCPU/passedMap.h"
 #include "gammaIndexKernelCPU/setup.h"
 #include "gammaIndexKernelCPU/watch.h"
+#include "largePages.h"
 
 using namespace zarngi::engine;
 
@@ -24,6 +25,16 @@ namespace
 /** Whether the engine's voxels are those of the reference grid and of the last computation. */
 bool voxelsAreCurrent = false;
 
+/** Whether the grids of the environment are the host's memory. */
+bool referenceIsLent = false;
+bool evaluationIsLent = false;
+
+/** The host's memory for gamma maps; null: the library's own. */
+float* lentGamma = nullptr;
+
+/** Whether all of the environment's gamma map has been written. */
+bool gammaHoldsMap = false;
+
 void resetStatus()
 {
     libStatus = {0, 0, 0, 0};
@@ -31,10 +42,22 @@ void resetStatus()
     watch::setCallback(nullptr, nullptr);
 }
 
-void releaseArray(float*& array)
+void releaseGrid(float*& map, bool& isLent)
 {
-    delete[] array;
-    array = nullptr;
+    if (!isLent) {
+        delete[] map;
+    }
+    map = nullptr;
+    isLent = false;
+}
+
+/** Leaves no gamma map; the host's memory for one stays lent. */
+void releaseGamma()
+{
+    if (Env->gamma != lentGamma) {
+        delete[] Env->gamma;
+    }
+    Env->gamma = nullptr;
 }
 
 /** Makes the environment if there is none. Returns a status code. */
@@ -117,7 +140,7 @@ bool isBusy()
 }
 
 /** Whether results can be handed out through `target`. Returns a status code. */
-int checkResults(const void* target)
+int checkResults(const void* target, bool areThere = true)
 {
     if (libStatus.isReadyToGo == 0) {
         return ZARNGI_NOT_READY;
@@ -125,7 +148,7 @@ int checkResults(const void* target)
     if (isBusy()) {
         return ZARNGI_BUSY;
     }
-    if (libStatus.hasFinished == 0) {
+    if (libStatus.hasFinished == 0 || !areThere) {
         return ZARNGI_NO_RESULTS;
     }
     return target == nullptr ? ZARNGI_NULL_POINTER : ZARNGI_OK;
@@ -139,7 +162,20 @@ struct GridFields {
     float* xmax;
     std::size_t* N;
     float** map;
+    bool* isLent;
 };
+
+GridFields referenceFields()
+{
+    return {Env->nn_ref, Env->hs_ref,   Env->xmin_ref,   Env->xmax_ref,
+            &Env->N_ref, &Env->map_ref, &referenceIsLent};
+}
+
+GridFields evaluationFields()
+{
+    return {Env->nn_eval, Env->hs_eval,   Env->xmin_eval,   Env->xmax_eval,
+            &Env->N_eval, &Env->map_eval, &evaluationIsLent};
+}
 
 /** Linear voxel indices are 32-bit signed: a grid holds fewer voxels than this. */
 constexpr std::int64_t voxelLimit = std::int64_t{1} << 31;
@@ -167,19 +203,26 @@ int checkGrid(const int* nn, const float* hs, const float* x0, const float* map)
 
 using FloatArray = std::unique_ptr<float[]>;
 
-/** A new array, with padding behind it for a vector that starts at its last element. */
+/** A new array, with a margin behind it for a vector that starts at its last element. */
 FloatArray newArray(std::size_t count)
 {
-    constexpr std::size_t padding = 16;
-    FloatArray array(new (std::nothrow) float[count + padding]);
+    const std::size_t whole = count + ZARNGI_LENT_MARGIN;
+    FloatArray array(new (std::nothrow) float[whole]);
     if (array) {
-        std::fill(array.get() + count, array.get() + count + padding, 0.0F);
+        zarngi::adviseLargePages(array.get(), whole * sizeof(float));
+        std::fill(array.get() + count, array.get() + whole, 0.0F);
     }
     return array;
 }
 
-void storeGrid(const GridFields& grid, const int* nn, const float* hs, const float* x0,
-               FloatArray map, std::size_t count)
+std::size_t voxelsOf(const int* nn)
+{
+    return static_cast<std::size_t>(nn[0]) * static_cast<std::size_t>(nn[1]) *
+           static_cast<std::size_t>(nn[2]);
+}
+
+void storeGrid(const GridFields& grid, const int* nn, const float* hs, const float* x0, float* map,
+               bool isLent)
 {
     for (int i = 0; i < 3; ++i) {
         grid.nn[i] = nn[i];
@@ -187,34 +230,84 @@ void storeGrid(const GridFields& grid, const int* nn, const float* hs, const flo
         grid.xmin[i] = x0[i];
         grid.xmax[i] = static_cast<float>(nn[i]) * hs[i] + x0[i];
     }
-    *grid.N = count;
-    releaseArray(*grid.map);
-    *grid.map = map.release();
+    *grid.N = voxelsOf(nn);
+    releaseGrid(*grid.map, *grid.isLent);
+    *grid.map = map;
+    *grid.isLent = isLent;
 }
 
-/** Stores a grid; with `gamma` not null also a new gamma map of its shape, all -1. */
-int setGrid(const GridFields& grid, float** gamma, const int* nn, const float* hs, const float* x0,
-            const float* map)
+/** Puts an array, or none, in the place of the gamma map, which the host lends no memory for. */
+void replaceGamma(FloatArray gamma)
+{
+    releaseGamma();
+    lentGamma = nullptr;
+    Env->gamma = gamma.release();
+}
+
+/** Stores a copy of a grid; of the reference also a new gamma map of its shape, all -1. */
+int setGrid(const GridFields& grid, bool isReference, const int* nn, const float* hs,
+            const float* x0, const float* map)
 {
     const int status = checkGrid(nn, hs, x0, map);
     if (status != ZARNGI_OK) {
         return status;
     }
-    const std::size_t count = static_cast<std::size_t>(nn[0]) * static_cast<std::size_t>(nn[1]) *
-                              static_cast<std::size_t>(nn[2]);
+    const std::size_t count = voxelsOf(nn);
     FloatArray mapCopy = newArray(count);
-    FloatArray newGamma = gamma != nullptr ? newArray(count) : nullptr;
-    if (!mapCopy || (gamma != nullptr && !newGamma)) {
+    FloatArray newGamma = isReference ? newArray(count) : nullptr;
+    if (!mapCopy || (isReference && !newGamma)) {
         return ZARNGI_NULL_POINTER;
     }
     std::copy(map, map + count, mapCopy.get());
-    storeGrid(grid, nn, hs, x0, std::move(mapCopy), count);
-    if (gamma != nullptr) {
+    storeGrid(grid, nn, hs, x0, mapCopy.release(), false);
+    if (isReference) {
         std::fill(newGamma.get(), newGamma.get() + count, -1.0F);
-        releaseArray(*gamma);
-        *gamma = newGamma.release();
+        replaceGamma(std::move(newGamma));
+        gammaHoldsMap = true;
+        voxelsAreCurrent = false;
     }
     return ZARNGI_OK;
+}
+
+/** Stores a grid of the host's; of the reference, a computation makes the gamma map. */
+int lendGrid(const GridFields& grid, bool isReference, const int* nn, const float* hs,
+             const float* x0, const float* map)
+{
+    const int status = checkGrid(nn, hs, x0, map);
+    if (status != ZARNGI_OK) {
+        return status;
+    }
+    // Nothing writes to the grids of the environment.
+    storeGrid(grid, nn, hs, x0, const_cast<float*>(map), true);
+    if (isReference) {
+        replaceGamma(nullptr);
+        voxelsAreCurrent = false;
+    }
+    return ZARNGI_OK;
+}
+
+/** Sees to it that the engine can write a gamma map. */
+void prepareGamma()
+{
+    if (lentGamma == nullptr && Env->gamma != nullptr) {
+        return;
+    }
+    gammaHoldsMap = false;
+    Env->gamma = lentGamma != nullptr ? lentGamma : newArray(Env->N_ref).release();
+    if (Env->gamma == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+int computeGammaIndex()
+{
+    prepareGamma();
+    const int result = evaluateGammaIndex();
+    if (!gammaHoldsMap && !testsAnything()) {
+        std::fill(Env->gamma, Env->gamma + Env->N_ref, -1.0F);
+    }
+    gammaHoldsMap = true;
+    return result;
 }
 
 void resetParameters()
@@ -250,9 +343,9 @@ int zarnGI_reset()
 {
     return withEnvironment([] {
         resetStatus();
-        releaseArray(Env->map_ref);
-        releaseArray(Env->map_eval);
-        releaseArray(Env->gamma);
+        releaseGrid(Env->map_ref, referenceIsLent);
+        releaseGrid(Env->map_eval, evaluationIsLent);
+        replaceGamma(nullptr);
         resetParameters();
         seedRandomGenerator();
         return ZARNGI_OK;
@@ -310,7 +403,7 @@ int zarnGI_startComputation()
     }
     try {
         voxelsAreCurrent = false;
-        const int result = evaluateGammaIndex();
+        const int result = computeGammaIndex();
         voxelsAreCurrent = true;
         libStatus.hasFinished = 1;
         return result;
@@ -325,7 +418,7 @@ int zarnGI_startComputation()
 int zarnGI_getGammaIndex3DMap(float* gamma)
 {
     return withEnvironment([&] {
-        const int status = checkResults(gamma);
+        const int status = checkResults(gamma, Env->gamma != nullptr);
         if (status == ZARNGI_OK) {
             std::copy(Env->gamma, Env->gamma + Env->N_ref, gamma);
         }
@@ -346,22 +439,12 @@ int zarnGI_getGammaIndexPassRate(float* passrate)
 
 int zarnGI_setRef(int* nn, float* hs, float* x0, float* map)
 {
-    return withEnvironment([&] {
-        const GridFields grid{Env->nn_ref,   Env->hs_ref, Env->xmin_ref,
-                              Env->xmax_ref, &Env->N_ref, &Env->map_ref};
-        const int status = setGrid(grid, &Env->gamma, nn, hs, x0, map);
-        voxelsAreCurrent = voxelsAreCurrent && status != ZARNGI_OK;
-        return status;
-    });
+    return withEnvironment([&] { return setGrid(referenceFields(), true, nn, hs, x0, map); });
 }
 
 int zarnGI_setEval(int* nn, float* hs, float* x0, float* map)
 {
-    return withEnvironment([&] {
-        const GridFields grid{Env->nn_eval,   Env->hs_eval, Env->xmin_eval,
-                              Env->xmax_eval, &Env->N_eval, &Env->map_eval};
-        return setGrid(grid, nullptr, nn, hs, x0, map);
-    });
+    return withEnvironment([&] { return setGrid(evaluationFields(), false, nn, hs, x0, map); });
 }
 
 int zarnGI_setDTA(float DTA)
@@ -502,9 +585,10 @@ int zarnGI_getPassed3DMap(unsigned char* passed)
         if (status != ZARNGI_OK) {
             return status;
         }
-        std::fill(passed, passed + Env->N_ref, static_cast<unsigned char>(ZARNGI_NOT_TESTED));
         if (voxelsAreCurrent) {
             writePassed(passed);
+        } else {
+            std::fill(passed, passed + Env->N_ref, static_cast<unsigned char>(ZARNGI_NOT_TESTED));
         }
         return status;
     });
@@ -514,6 +598,28 @@ int zarnGI_setProgress(zarnGI_progressCallback callback, void* context)
 {
     return withEnvironment([&] {
         watch::setCallback(callback, context);
+        return ZARNGI_OK;
+    });
+}
+
+int zarnGI_lendRef(const int* nn, const float* hs, const float* x0, const float* map)
+{
+    return withEnvironment([&] { return lendGrid(referenceFields(), true, nn, hs, x0, map); });
+}
+
+int zarnGI_lendEval(const int* nn, const float* hs, const float* x0, const float* map)
+{
+    return withEnvironment([&] { return lendGrid(evaluationFields(), false, nn, hs, x0, map); });
+}
+
+int zarnGI_lendGammaIndex3DMap(float* gamma)
+{
+    return withEnvironment([&] {
+        if (Env->map_ref == nullptr) {
+            return ZARNGI_NO_REFERENCE;
+        }
+        releaseGamma();
+        lentGamma = gamma;
         return ZARNGI_OK;
     });
 }

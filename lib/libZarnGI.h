@@ -422,6 +422,45 @@ ZARNGI_API int zarnGI_getVectorPath(int number, const char** name, int* isSuppor
  */
 ZARNGI_API int zarnGI_setVectorPath(int number);
 
+/** Floats that can be read behind the last dose of a lent grid: vectors may begin at that. */
+enum { ZARNGI_LENT_MARGIN = 16 };
+
+/**
+ * Lends the reference dose grid: it is searched where it is, without a copy, and never written to.
+ * It stays lent until it is replaced by another grid, lent or set, or by the same one lent again,
+ * or until zarnGI_reset(); as long as that it has to stay where it is, and during a computation as
+ * it is. Two comparisons that take turns lend their grids anew at each turn, which costs nothing.
+ *
+ * Replaces an earlier reference grid and its gamma map, lent ones as well: a rejected call leaves
+ * both in place. There is no gamma map then until the next computation makes one.
+ * @param nn, hs, x0 as those of zarnGI_setRef(); they may go when the call returns.
+ * @param map as that of zarnGI_setRef(), with ZARNGI_LENT_MARGIN more floats behind the last dose,
+ *        whatever stands there.
+ * @return the codes of zarnGI_setRef().
+ */
+ZARNGI_API int zarnGI_lendRef(const int* nn, const float* hs, const float* x0, const float* map);
+
+/**
+ * Lends the evaluation dose grid, as zarnGI_lendRef() does the reference. It may be the same
+ * memory.
+ * @param nn, hs, x0, map as those of zarnGI_lendRef().
+ * @return the codes of zarnGI_setRef().
+ */
+ZARNGI_API int zarnGI_lendEval(const int* nn, const float* hs, const float* x0, const float* map);
+
+/**
+ * Lends memory for the gamma maps of the reference grid: each computation that follows writes its
+ * map there, -1 in all voxels when it tests none, and keeps no copy. It stays lent until other
+ * memory is lent in its place, until a reference grid is lent or set, or until zarnGI_reset(). A
+ * map in it is no longer the library's then: zarnGI_getGammaIndex3DMap() returns ZARNGI_NO_RESULTS
+ * until the next computation. After a computation that fails the memory holds anything.
+ * @param gamma as many floats as the reference grid has voxels; null: memory of the library's own,
+ *        which the next computation takes.
+ * @return ZARNGI_OK; ZARNGI_NO_REFERENCE when there is no reference grid; ZARNGI_NULL_POINTER when
+ *         the environment cannot be had.
+ */
+ZARNGI_API int zarnGI_lendGammaIndex3DMap(float* gamma);
+
 /** @} */
 
 #ifdef __cplusplus

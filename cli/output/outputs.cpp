@@ -250,7 +250,7 @@ nlohmann::ordered_json Outputs::recordFor(const Comparison& comparison,
 void Outputs::writeGamma(std::size_t index, const Comparison& comparison)
 {
     const CriterionResult& result = comparison.results[index];
-    Image map{comparison.reference.image.geometry, result.gamma};
+    Image map{comparison.reference.image.geometry, files::Values::lent(result.gamma)};
     OutputFile& file = gammaMaps_[index];
     if (!isDicomName(file.name())) {
         writeImage(file, map);

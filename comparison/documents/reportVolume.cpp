@@ -65,8 +65,8 @@ std::vector<std::int16_t> storedDoses(std::span<const float> doses, int decimals
     return words;
 }
 
-std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
-                                       const std::vector<unsigned char>& passed)
+std::vector<std::int16_t> storedGammas(std::span<const float> gammas,
+                                       std::span<const unsigned char> passed)
 {
     constexpr double factor = 1000; // 10^gammaDecimals
     std::vector<std::int16_t> words(gammas.size());

@@ -37,8 +37,8 @@ std::vector<std::int16_t> storedDoses(std::span<const float> doses, int decimals
  * at least 1001, also where its gamma was rounded to 1.
  * @param passed 1, 0, or 255 for each voxel.
  */
-std::vector<std::int16_t> storedGammas(const std::vector<float>& gammas,
-                                       const std::vector<unsigned char>& passed);
+std::vector<std::int16_t> storedGammas(std::span<const float> gammas,
+                                       std::span<const unsigned char> passed);
 
 /** In thousandths; `notStored` for what is not a number. */
 std::vector<std::int16_t> storedDifferences(std::span<const float> differences);

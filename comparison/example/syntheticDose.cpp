@@ -99,7 +99,7 @@ double deviate(std::uint64_t seed, std::uint64_t voxel)
 
 Image syntheticDose(const Geometry& geometry, const Disturbance& disturbance)
 {
-    std::vector<float> values;
+    files::LargeVector<float> values;
     values.reserve(geometry.voxels());
     Vec3 point{};
     const auto place = [&](std::size_t axis, int index) {

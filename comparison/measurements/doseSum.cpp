@@ -104,7 +104,7 @@ void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& 
     if (others.empty() && factor.value == 1) {
         return;
     }
-    std::vector<double> sums(dose.image.values.begin(), dose.image.values.end());
+    files::LargeVector<double> sums(dose.image.values.begin(), dose.image.values.end());
     for (DoseImage& addend : others) {
         checkAddend(dose, addend);
         addGaps(dose, addend);
@@ -117,7 +117,7 @@ void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& 
     const std::vector<unsigned char>* const measured =
         dose.measurement && !dose.measurement->isMeasured.empty() ? &dose.measurement->isMeasured
                                                                   : nullptr;
-    std::vector<float>& values = dose.image.values.own();
+    files::LargeVector<float>& values = dose.image.values.own();
     for (std::size_t i = 0; i < sums.size(); ++i) {
         const bool isGap = measured != nullptr && (*measured)[i] == 0;
         const auto value = static_cast<float>(sums[i] * factor.value);

@@ -50,11 +50,11 @@ void putGrid(DoseImage& dose, const PlanePlace& plane)
     stored.origin = files::inSpace(plane, flat.origin[0], flat.origin[1]);
     stored.axes = {plane.right, plane.up, files::cross(plane.right, plane.up)};
     Measurement& measurement = *dose.measurement;
-    const auto turned = [&stored](std::vector<float> values) {
+    const auto turned = [&stored](files::LargeVector<float> values) {
         return files::toPatientAxes(stored, std::move(values));
     };
     if (!measurement.isMeasured.empty()) {
-        const std::vector<float> mask =
+        const files::LargeVector<float> mask =
             turned({measurement.isMeasured.begin(), measurement.isMeasured.end()}).values;
         std::transform(mask.begin(), mask.end(), measurement.isMeasured.begin(),
                        [](float value) { return static_cast<unsigned char>(value); });
@@ -70,7 +70,7 @@ void becomePoints(DoseImage& dose)
     Measurement& measurement = *dose.measurement;
     const Geometry& grid = dose.image.geometry;
     const auto width = static_cast<std::size_t>(grid.size[0]);
-    std::vector<float> values;
+    files::LargeVector<float> values;
     for (std::size_t i = 0; i < grid.voxels(); ++i) {
         if (measurement.isMeasured.empty() || measurement.isMeasured[i] != 0) {
             measurement.points.push_back({grid.centre(0, static_cast<double>(i % width)),

@@ -34,11 +34,11 @@ public:
     void run(std::vector<std::vector<NoiseCounts>>& counts)
     {
         for (std::size_t step = 0; step < addedVariances.size(); ++step) {
-            std::vector<std::vector<unsigned char>> first;
+            std::vector<files::LargeVector<unsigned char>> first;
             for (std::size_t repetition = 0; repetition < noiseRepetitions; ++repetition) {
                 setDoses(step, repetition);
                 for (std::size_t i = 0; i < request_.criteria.size(); ++i) {
-                    std::vector<unsigned char> passed = search(request_.criteria[i]);
+                    files::LargeVector<unsigned char> passed = search(request_.criteria[i]);
                     count(counts[i], step, repetition, passed,
                           repetition > 0 ? &first[i] : nullptr);
                     if (repetition == 0) {
@@ -91,7 +91,7 @@ private:
                      });
     }
 
-    std::vector<unsigned char> search(const Criterion& criterion)
+    files::LargeVector<unsigned char> search(const Criterion& criterion)
     {
         const auto all = static_cast<double>(request_.criteria.size() * addedVariances.size() *
                                              noiseRepetitions);
@@ -105,14 +105,15 @@ private:
             throw InputError("the estimate without noise was interrupted",
                              FailureKind::interrupted);
         }
-        std::vector<unsigned char> passed =
+        files::LargeVector<unsigned char> passed =
             run_.search(settings_, criterion, watch_ ? WatchSearch(tell) : WatchSearch()).passed;
         ++done_;
         return passed;
     }
 
     void count(std::vector<NoiseCounts>& counts, std::size_t step, std::size_t repetition,
-               const std::vector<unsigned char>& passed, const std::vector<unsigned char>* other)
+               std::span<const unsigned char> passed,
+               const files::LargeVector<unsigned char>* other)
     {
         for (std::size_t part = 0; part < request_.parts.size(); ++part) {
             std::size_t passedHere = 0;

@@ -61,7 +61,7 @@ files::Runs voxelsOutside(const Geometry& grid, const std::vector<const files::R
 
 Image onlyWithin(const Image& image, const files::Runs& voxels)
 {
-    std::vector<float> values(image.values.size());
+    files::LargeVector<float> values(image.values.size(), 0.0F);
     for (const files::Run& run : voxels) {
         const std::size_t first = firstVoxel(image.geometry, run);
         std::copy_n(image.values.begin() + static_cast<std::ptrdiff_t>(first), lengthOf(run),

@@ -26,8 +26,8 @@ struct StructureGamma {
 
 /** Gamma maps on the reference grid, and what they are judged with. */
 struct TestedVoxels {
-    const std::vector<float>& gamma;
-    const std::vector<unsigned char>& passed;
+    std::span<const float> gamma;
+    std::span<const unsigned char> passed;
     const CentreDoses& doses;
     const Geometry& grid;
     const GammaSettings& settings;

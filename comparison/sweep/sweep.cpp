@@ -30,7 +30,7 @@ void setRate(SweepCount& count)
     }
 }
 
-SweepCount countIn(const std::vector<unsigned char>& passed, const files::Runs& voxels,
+SweepCount countIn(std::span<const unsigned char> passed, const files::Runs& voxels,
                    const Geometry& grid)
 {
     SweepCount sum;

@@ -240,7 +240,7 @@ ValueFormat settled(ValueFormat format, std::size_t bytes, std::size_t count, bo
     return format;
 }
 
-std::vector<float> unpackedValues(const MetaHeader& header, const DataPart& data,
+LargeVector<float> unpackedValues(const MetaHeader& header, const DataPart& data,
                                   const ValueFormat& format, const Scaling& scaling,
                                   std::size_t count, const Deflate& deflate)
 {
@@ -265,7 +265,7 @@ std::vector<float> unpackedValues(const MetaHeader& header, const DataPart& data
     return packedValues(data.bytes, deflate, format, scaling, count);
 }
 
-std::vector<float> valuesOf(const MetaHeader& header, DataPart data, ValueFormat format,
+LargeVector<float> valuesOf(const MetaHeader& header, DataPart data, ValueFormat format,
                             std::size_t count, const Deflate& deflate)
 {
     const Scaling scaling = scalingOf(header);

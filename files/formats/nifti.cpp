@@ -359,7 +359,7 @@ Scaling scalingOf(const NiftiHeader& header)
 }
 
 /** The values behind `position` bytes of a file, packed by gzip or not. */
-std::vector<float> valuesOf(ByteView data, std::size_t position, const NiftiHeader& header,
+LargeVector<float> valuesOf(ByteView data, std::size_t position, const NiftiHeader& header,
                             std::size_t count, const Deflate& deflate)
 {
     const ValueFormat format = formatOf(header);

@@ -59,7 +59,7 @@ void setGaps(Measurement& measurement, std::vector<unsigned char> isMeasured)
     }
 }
 
-template <class Value> void turnRows(std::vector<Value>& values, std::size_t width)
+template <class Values> void turnRows(Values& values, std::size_t width)
 {
     const std::size_t rows = values.size() / width;
     const auto row = [&](std::size_t i) {
@@ -70,7 +70,7 @@ template <class Value> void turnRows(std::vector<Value>& values, std::size_t wid
     }
 }
 
-template <class Value> void turnColumns(std::vector<Value>& values, std::size_t width)
+template <class Values> void turnColumns(Values& values, std::size_t width)
 {
     for (auto row = values.begin(); row != values.end();
          row += static_cast<std::ptrdiff_t>(width)) {
@@ -187,7 +187,7 @@ DoseImage onRaster(const DosePoints& points, const Raster& raster)
     checkGrid(geometry);
     DoseImage dose;
     dose.image.geometry = geometry;
-    std::vector<float> values(geometry.voxels());
+    LargeVector<float> values(geometry.voxels(), 0.0F); // of the gaps
     std::vector<unsigned char> isMeasured(geometry.voxels());
     for (std::size_t i = 0; i < points.places.size(); ++i) {
         const Vec3& place = points.places[i];

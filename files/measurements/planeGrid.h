@@ -16,7 +16,7 @@ namespace files
 struct DoseMatrix {
     std::vector<double> x;                 ///< mm, of the columns
     std::vector<double> y;                 ///< mm, of the rows
-    std::vector<float> values;             ///< Gy, row by row
+    LargeVector<float> values;             ///< Gy, row by row
     std::vector<unsigned char> isMeasured; ///< 1 or 0 of each; what is not measured has the value 0
     double roundingX = 0; ///< mm, by which rounded positions may be off evenly spaced ones
     double roundingY = 0;
@@ -32,7 +32,7 @@ DoseImage planeOf(DoseMatrix matrix);
 struct DosePoints {
     bool isInSpace = false;    ///< else z is 0
     std::vector<Vec3> places;  ///< mm
-    std::vector<float> values; ///< Gy
+    LargeVector<float> values; ///< Gy
     double rounding = 0;       ///< mm, by which rounded places may be off a raster
 };
 

@@ -150,9 +150,9 @@ StoredGeometry geometryOf(NumberWords& numbers, const Sizes& sizes)
                   " numbers, the file has " + grouped(there));
 }
 
-std::vector<float> dosesOf(NumberWords& numbers, const Sizes& sizes)
+LargeVector<float> dosesOf(NumberWords& numbers, const Sizes& sizes)
 {
-    std::vector<float> doses(static_cast<std::size_t>(voxelsOf(sizes)));
+    LargeVector<float> doses(static_cast<std::size_t>(voxelsOf(sizes)));
     for (std::size_t i = 0; i < doses.size(); ++i) {
         const std::optional<double> dose = numbers.next();
         if (!dose) {

@@ -24,7 +24,7 @@ class Bins
 public:
     Bins(const TopasHead& head, bool keepsUncertainty)
         : statistics_(head.statistics), size_(head.grid.size), voxels_(checkGeometry(head.grid)),
-          values_(voxels_), isTold_(voxels_)
+          values_(voxels_, 0.0F), isTold_(voxels_)
     {
         if (keepsUncertainty && statistics_.histories && statistics_.deviation) {
             uncertainty_.assign(voxels_, std::numeric_limits<float>::quiet_NaN());
@@ -49,9 +49,9 @@ private:
     const TopasStatistics& statistics_;
     std::array<std::int64_t, 3> size_;
     std::size_t voxels_;
-    std::vector<float> values_;
+    LargeVector<float> values_;
     std::vector<unsigned char> isTold_;
-    std::vector<float> uncertainty_;
+    LargeVector<float> uncertainty_;
     std::vector<unsigned char> isMeasured_; ///< empty: all bins are
     std::size_t gaps_ = 0;
 };

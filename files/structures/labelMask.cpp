@@ -25,7 +25,7 @@ constexpr std::int32_t largestLabel = (1 << 24) - 1;
 /** Atlases have a few thousand; doses stored as whole numbers have more. */
 constexpr std::size_t mostLabels = 10000;
 
-std::vector<std::int32_t> labelsOf(const std::vector<float>& values)
+std::vector<std::int32_t> labelsOf(const LargeVector<float>& values)
 {
     std::vector<std::int32_t> labels(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -154,7 +154,7 @@ struct Layer {
 std::vector<Layer> takeLayers(NrrdLayers& volumes)
 {
     std::vector<Layer> layers;
-    for (std::vector<float>& values : volumes.values) {
+    for (LargeVector<float>& values : volumes.values) {
         auto grid = std::make_shared<LabelGrid>();
         grid->geometry = volumes.common.image.geometry;
         grid->labels = labelsOf(values);

@@ -1,13 +1,12 @@
 #include "driver.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "bookkeeping.h"
 #include "engineState.h"
 #include "report.h"
+#include "resultMap.h"
 #include "setup.h"
-#include "shares.h"
 #include "shells.h"
 #include "statistics.h"
 #include "watch.h"
@@ -17,21 +16,18 @@ using namespace zarngi::engine;
 namespace
 {
 
+float resultOf(const ActiveVoxel& voxel)
+{
+    if (Env->passRateMode) {
+        return voxel.passed ? 1.0F : 0.0F;
+    }
+    return std::sqrt(voxel.gammasq);
+}
+
 void storeResults(float passRate)
 {
     Env->passrate = passRate;
-    forShares(static_cast<std::size_t>(Env->num_threads), Env->N_ref,
-              [](std::size_t first, std::size_t last) {
-                  std::fill(Env->gamma + first, Env->gamma + last, -1.0F);
-              });
-    for (const ActiveVoxel& voxel : activeVoxels) {
-        float& result = Env->gamma[voxel.ivxl];
-        if (Env->passRateMode) {
-            result = voxel.passed ? 1.0F : 0.0F;
-        } else {
-            result = std::sqrt(voxel.gammasq);
-        }
-    }
+    writeMap(Env->gamma, -1.0F, resultOf);
 }
 
 } // namespace

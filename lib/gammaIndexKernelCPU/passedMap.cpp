@@ -1,15 +1,20 @@
 #include "passedMap.h"
 
-#include "engineState.h"
+#include "resultMap.h"
 
 namespace zarngi::engine
 {
 
 void writePassed(unsigned char* passed)
 {
-    for (const ActiveVoxel& voxel : activeVoxels) {
-        passed[voxel.ivxl] = voxel.passed ? ZARNGI_PASSED : ZARNGI_FAILED;
-    }
+    writeMap(passed, static_cast<unsigned char>(ZARNGI_NOT_TESTED), [](const ActiveVoxel& voxel) {
+        return static_cast<unsigned char>(voxel.passed ? ZARNGI_PASSED : ZARNGI_FAILED);
+    });
+}
+
+bool testsAnything()
+{
+    return !activeVoxels.empty();
 }
 
 } // namespace zarngi::engine

@@ -9,10 +9,14 @@ namespace zarngi::engine
 {
 
 /**
- * Writes ZARNGI_PASSED or ZARNGI_FAILED for each voxel of activeVoxels.
- * @param passed a byte per reference voxel; those of other voxels stay as they are.
+ * Writes ZARNGI_PASSED or ZARNGI_FAILED for each voxel of activeVoxels, ZARNGI_NOT_TESTED for the
+ * others.
+ * @param passed a byte per reference voxel.
  */
 void writePassed(unsigned char* passed);
+
+/** Whether the last computation tested a voxel. */
+bool testsAnything();
 
 } // namespace zarngi::engine
 

@@ -9,6 +9,7 @@
 #include "doseGrid.h"
 #include "engineState.h"
 #include "gammaTerm.h"
+#include "largePages.h"
 #include "randomNumbers/randomNumbers.h"
 #include "shares.h"
 
@@ -88,6 +89,17 @@ template <class Visit> void visitAboveCutoff(const DoseLevels& levels, Visit vis
     }
 }
 
+/** An empty list for so many voxels, whose memory is not written before they are. */
+void makeRoom(std::size_t voxels)
+{
+    activeVoxels.clear();
+    if (voxels > activeVoxels.capacity()) {
+        activeVoxels.shrink_to_fit(); // what is outgrown need not stand beside what follows
+        activeVoxels.reserve(voxels);
+        adviseLargePages(activeVoxels.data(), voxels * sizeof(ActiveVoxel));
+    }
+}
+
 bool agreesAtCentre(int ivxl, float referenceDose)
 {
     const vec3dRT pos = centerPosition(ivxl, Env->xmin_ref, Env->hs_ref, Env->nn_ref);
@@ -146,18 +158,13 @@ void setGlobalDoseDifference(const DoseLevels& levels)
 
 std::size_t fillActiveVoxels(const DoseLevels& levels)
 {
-    activeVoxels.resize(levels.countActiveVoxel);
+    makeRoom(levels.countActiveVoxel);
     std::size_t skimmed = 0;
     std::int32_t k = 0;
     visitAboveCutoff(levels, [&](std::int32_t i) {
-        ActiveVoxel& voxel = activeVoxels[static_cast<std::size_t>(k)];
-        voxel.ivxl = i;
-        voxel.passed = Env->passRateMode && agreesAtCentre(i, Env->map_ref[i]);
-        voxel.stopSearching = false;
-        voxel.ichk = 0;
-        voxel.irefvxl = k;
-        voxel.gammasq = gammasqNotFound;
-        skimmed += voxel.passed ? 1 : 0;
+        const bool passed = Env->passRateMode && agreesAtCentre(i, Env->map_ref[i]);
+        activeVoxels.push_back({i, passed, false, 0, k, gammasqNotFound, 0.0F});
+        skimmed += passed ? 1 : 0;
         ++k;
     });
     return skimmed;

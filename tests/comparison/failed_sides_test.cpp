@@ -16,7 +16,7 @@ constexpr unsigned char no = 0;     // failed
 constexpr unsigned char yes = 1;    // passed
 constexpr unsigned char none = 255; // not tested
 
-Image lineOf(double spacing, double origin, std::vector<float> doses)
+Image lineOf(double spacing, double origin, files::LargeVector<float> doses)
 {
     return {{{static_cast<int>(doses.size()), 1, 1}, {spacing, 1, 1}, {origin, 0, 0}},
             std::move(doses)};
@@ -46,7 +46,7 @@ TEST(FailedSides, TheEvaluationIsInterpolatedAndEndsWithItsFaces)
 
 TEST(FailedSides, CentresThatMeetButForRoundingAreEqual)
 {
-    const std::vector<float> doses = {1, 5, 2, 7, 3, 9, 4, 8};
+    const files::LargeVector<float> doses = {1, 5, 2, 7, 3, 9, 4, 8};
     const std::vector<unsigned char> passed(doses.size(), no);
     const Image reference = lineOf(0.1, 0.3, doses);
     const Image evaluation = lineOf(0.1, 0.1 + 0.2, doses); // off by the last bit

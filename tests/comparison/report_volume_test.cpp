@@ -74,11 +74,11 @@ std::string_view elementOf(const std::string& page, const std::string& id)
     return std::string_view(page).substr(text, page.find('<', text) - text);
 }
 
-std::vector<float> noise(std::size_t count, float from, float to, unsigned seed)
+files::LargeVector<float> noise(std::size_t count, float from, float to, unsigned seed)
 {
     std::mt19937 random(seed);
     std::uniform_real_distribution<float> distribution(from, to);
-    std::vector<float> values(count);
+    files::LargeVector<float> values(count);
     std::generate(values.begin(), values.end(), [&] { return distribution(random); });
     return values;
 }
@@ -98,7 +98,7 @@ TEST(ReportVolume, UnpacksToWhatWentIn)
 
 TEST(ReportVolume, RoundsHalvesAwayFromZero)
 {
-    std::vector<float> doses = noise(100000, -40, 40, 2);
+    files::LargeVector<float> doses = noise(100000, -40, 40, 2);
     for (int i = -10; i < 10; ++i) {
         const float half = static_cast<float>(i) + 0.5F;
         doses.insert(doses.end(),

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <random>
 
 #include "comparison/gammaStatistics.h"
 #include "comparison/verdict.h"
@@ -16,7 +18,7 @@ constexpr unsigned char no = 0;     // failed
 constexpr unsigned char yes = 1;    // passed
 constexpr unsigned char none = 255; // not tested
 
-GammaMap mapOf(std::vector<float> values, std::vector<unsigned char> passed)
+GammaMap mapOf(files::LargeVector<float> values, files::LargeVector<unsigned char> passed)
 {
     GammaMap map;
     map.values = std::move(values);
@@ -75,6 +77,47 @@ TEST(Statistics, FailureByTheLastBitIsAFailure)
     ASSERT_TRUE(result.histogram);
     EXPECT_EQ(result.histogram->counts[19], 1U);
     EXPECT_EQ(result.histogram->counts[20], 1U);
+}
+
+/** Between order statistics of all of them, sorted. */
+double percentileOf(std::vector<float> gammas, double percent)
+{
+    std::sort(gammas.begin(), gammas.end());
+    const double rank = percent / 100 * static_cast<double>(gammas.size() - 1);
+    const auto below = static_cast<std::size_t>(rank);
+    const auto lower = static_cast<double>(gammas[below]);
+    const auto upper = static_cast<double>(gammas[std::min(below + 1, gammas.size() - 1)]);
+    return lower + (rank - static_cast<double>(below)) * (upper - lower);
+}
+
+TEST(Statistics, AreThoseOfTheSortedGammas)
+{
+    std::mt19937 random(5);
+    for (const std::size_t count : {1U, 2U, 20U, 21U, 100U, 101U, 5000U}) {
+        for (const float spread : {0.001F, 0.3F, 5.0F}) {
+            std::lognormal_distribution<float> gamma(-1, spread);
+            GammaMap map;
+            std::vector<float> reached;
+            for (std::size_t i = 0; i < count; ++i) {
+                // Zeros, equal ones, unreached and untested ones among them.
+                const float value = i % 7 == 3 ? 0 : i % 5 == 4 ? 0.25F : gamma(random);
+                reached.push_back(value);
+                for (const float one : {value, i % 3 == 1 ? 1e10F : -1.0F}) {
+                    map.values.push_back(one);
+                    map.passed.push_back(one < 0 ? none : one <= 1 ? yes : no);
+                }
+            }
+            const auto statistics = gammaStatistics(map, {});
+            ASSERT_TRUE(statistics.spread);
+            EXPECT_EQ(statistics.spread->percentile95, percentileOf(reached, 95)) << count;
+            EXPECT_EQ(statistics.spread->percentile99, percentileOf(reached, 99)) << count;
+            EXPECT_EQ(statistics.spread->mean,
+                      std::accumulate(reached.begin(), reached.end(), 0.0) /
+                          static_cast<double>(count));
+            EXPECT_EQ(statistics.spread->maximum,
+                      static_cast<double>(*std::max_element(reached.begin(), reached.end())));
+        }
+    }
 }
 
 TEST(Statistics, PassRateModeHasNoGamma)

@@ -71,9 +71,9 @@ std::map<Position, float> placed(const Image& image)
     return values;
 }
 
-std::vector<float> counted(std::size_t count)
+files::LargeVector<float> counted(std::size_t count)
 {
-    std::vector<float> values(count);
+    files::LargeVector<float> values(count);
     for (std::size_t i = 0; i < count; ++i) {
         values[i] = static_cast<float>(i);
     }

@@ -53,9 +53,40 @@ TEST_P(GridInput, StoresTheDescriptionAndACopy)
     }
 }
 
-TEST_P(GridInput, RejectionNamesTheFirstFaultAndChangesNothing)
+TEST_P(GridInput, AcceptsOneVoxelAndReplacesTheEarlierGrid)
 {
-    ASSERT_EQ(set(numbered({2, 3, 4}, {1, 2, 3}, {4, 5, 6})), ZARNGI_OK);
+    ASSERT_EQ(set(numbered({5, 5, 5}, {1, 1, 1}, {0, 0, 0})), ZARNGI_OK);
+    ASSERT_EQ(set(numbered({1, 1, 1}, {4, 4, 4}, {1, 1, 1})), ZARNGI_OK);
+    EXPECT_EQ(count(), 1U);
+    EXPECT_EQ(xmax()[2], 5);
+    EXPECT_EQ(map()[0], 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothGrids, GridInput, testing::Values(zarnGI_setRef, zarnGI_setEval),
+                         [](const auto& test) {
+                             return test.param == zarnGI_setRef ? "Reference" : "Evaluation";
+                         });
+
+int lendRef(int* nn, float* hs, float* x0, float* map)
+{
+    return zarnGI_lendRef(nn, hs, x0, map);
+}
+
+int lendEval(int* nn, float* hs, float* x0, float* map)
+{
+    return zarnGI_lendEval(nn, hs, x0, map);
+}
+
+/** By all the functions that hand over a grid. */
+class RefusedGridInput : public LibraryTest, public testing::WithParamInterface<SetGrid>
+{
+};
+
+TEST_P(RefusedGridInput, RejectionNamesTheFirstFaultAndChangesNothing)
+{
+    Grid grid = numbered({2, 3, 4}, {1, 2, 3}, {4, 5, 6});
+    ASSERT_EQ(GetParam()(grid.nn.data(), grid.hs.data(), grid.x0.data(), grid.map.data()),
+              ZARNGI_OK);
     std::array<char, sizeof(calculationEnvironment)> before{};
     std::memcpy(before.data(), Env, before.size());
     std::vector<float> dose(64, 5.0F);
@@ -78,7 +109,7 @@ TEST_P(GridInput, RejectionNamesTheFirstFaultAndChangesNothing)
     EXPECT_EQ(std::memcmp(before.data(), Env, before.size()), 0);
 }
 
-TEST_P(GridInput, RejectsTwoToThe31VoxelsAndMore)
+TEST_P(RefusedGridInput, RejectsTwoToThe31VoxelsAndMore)
 {
     constexpr int most = std::numeric_limits<int>::max();
     float dose = 0;
@@ -91,22 +122,12 @@ TEST_P(GridInput, RejectsTwoToThe31VoxelsAndMore)
         EXPECT_EQ(GetParam()(sizes.data(), one.data(), one.data(), &dose), ZARNGI_BAD_GRID_SIZE)
             << sizes[0] << ' ' << sizes[1] << ' ' << sizes[2];
     }
-    EXPECT_EQ(map(), nullptr);
+    EXPECT_EQ(Env->map_ref, nullptr);
+    EXPECT_EQ(Env->map_eval, nullptr);
 }
 
-TEST_P(GridInput, AcceptsOneVoxelAndReplacesTheEarlierGrid)
-{
-    ASSERT_EQ(set(numbered({5, 5, 5}, {1, 1, 1}, {0, 0, 0})), ZARNGI_OK);
-    ASSERT_EQ(set(numbered({1, 1, 1}, {4, 4, 4}, {1, 1, 1})), ZARNGI_OK);
-    EXPECT_EQ(count(), 1U);
-    EXPECT_EQ(xmax()[2], 5);
-    EXPECT_EQ(map()[0], 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(BothGrids, GridInput, testing::Values(zarnGI_setRef, zarnGI_setEval),
-                         [](const auto& test) {
-                             return test.param == zarnGI_setRef ? "Reference" : "Evaluation";
-                         });
+INSTANTIATE_TEST_SUITE_P(AllFunctions, RefusedGridInput,
+                         testing::Values(zarnGI_setRef, zarnGI_setEval, lendRef, lendEval));
 
 using GammaMap = LibraryTest;
 

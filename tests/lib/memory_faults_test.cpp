@@ -2,6 +2,7 @@
 // with them those of the library under test.
 #include <malloc.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cmath>
@@ -207,6 +208,48 @@ TEST_P(MemoryFaults, OfAComputationLeaveTheLibraryUsable)
             heap = heapInUse();
         }
     }
+}
+
+TEST_P(MemoryFaults, OfLentMemoryAreThoseOfTheGammaMapAlone)
+{
+    const Results right = compute();
+    Grid reference = wave(6, 0);
+    reference.map.resize(reference.map.size() + ZARNGI_LENT_MARGIN);
+    const auto lend = [&] {
+        return zarnGI_lendRef(reference.nn.data(), reference.hs.data(), reference.x0.data(),
+                              reference.map.data());
+    };
+    EXPECT_EQ(sweep(lend, [](int) {}), 0);
+    // Without a gamma map of its own the library makes one.
+    const auto computeAnew = [&] {
+        return lend() == ZARNGI_OK ? zarnGI_startComputation() : ZARNGI_NO_REFERENCE;
+    };
+    EXPECT_EQ(withFailure(GetParam(), 0, computeAnew), ZARNGI_NOT_READY);
+    EXPECT_GT(failed.load(), 0);
+    const Results again = compute();
+    EXPECT_TRUE(sameBits(again.gamma, right.gamma));
+}
+
+/** A grid that several threads write the map of, few of whose voxels are tested. */
+TEST_P(MemoryFaults, DoNotKeepAnyoneFromKnowingWhoPassed)
+{
+    const auto dose = [](int x, int y, int) { return x == 3 && y == 5 ? 2.0F : 0.0F; };
+    const Grid grid = makeGrid({90, 90, 90}, {2, 2, 2}, {0, 0, 0}, dose);
+    setRef(grid);
+    setEval(grid);
+    ASSERT_EQ(zarnGI_startComputation(), ZARNGI_OK);
+    std::vector<unsigned char> right(grid.map.size());
+    ASSERT_EQ(zarnGI_getPassed3DMap(right.data()), ZARNGI_OK);
+    EXPECT_EQ(std::count(right.begin(), right.end(), ZARNGI_PASSED), 90);
+    std::vector<unsigned char> passed(grid.map.size());
+    const int allocations = sweep([&] { return zarnGI_getPassed3DMap(passed.data()); },
+                                  [&](int status) {
+                                      EXPECT_EQ(status, ZARNGI_OK);
+                                      EXPECT_EQ(passed, right);
+                                      passed.assign(passed.size(), 7);
+                                  });
+    EXPECT_GT(allocations, 0);
+    EXPECT_EQ(passed, right);
 }
 
 INSTANTIATE_TEST_SUITE_P(Library, MemoryFaults,

@@ -301,9 +301,9 @@ nlohmann::ordered_json Session::document(const Json& call)
     }
     const zarngi::CriterionResult& result =
         comparison_.results.at(call.at("criterion").get<std::size_t>());
-    return withOutput(
-        imageFile(call.at("name"), {comparison_.reference.image.geometry, result.gamma}),
-        {{"label", result.criterion.fileLabel()}});
+    return withOutput(imageFile(call.at("name"), {comparison_.reference.image.geometry,
+                                                  files::Values::lent(result.gamma)}),
+                      {{"label", result.criterion.fileLabel()}});
 }
 
 nlohmann::ordered_json Session::example(const Json& call)

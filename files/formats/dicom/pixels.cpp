@@ -277,7 +277,7 @@ DicomPixelFormat dicomPixelFormat(const DicomValues& values)
     return {bits, bitsStoredOf(values, bits), representation == 1};
 }
 
-std::vector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& format,
+LargeVector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& format,
                                std::size_t voxels, std::size_t frames, double factor,
                                const Host& host)
 {

@@ -29,7 +29,7 @@ DicomPixelFormat dicomPixelFormat(const DicomValues& values);
  * @throws Refusal when there are fewer or more values, when they are damaged, need more bits than
  * their format tells, or are packed in a way that neither this library nor the host knows.
  */
-std::vector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& format,
+LargeVector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& format,
                                std::size_t voxels, std::size_t frames, double factor,
                                const Host& host);
 

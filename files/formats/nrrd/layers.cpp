@@ -13,14 +13,14 @@ namespace
 {
 
 /** The values of one layer, in the order of the other axes. */
-std::vector<float> layerOf(const nrrd::Volume& volume, std::size_t layer)
+LargeVector<float> layerOf(const nrrd::Volume& volume, std::size_t layer)
 {
     const auto layers = static_cast<std::size_t>(volume.axes.layerCount());
     std::size_t run = 1; // values of a layer that lie together
     for (std::size_t i = 0; i < *volume.axes.layers; ++i) {
         run *= static_cast<std::size_t>(volume.axes.sizes[i]);
     }
-    std::vector<float> values(volume.values.size() / layers);
+    LargeVector<float> values(volume.values.size() / layers);
     for (std::size_t i = 0; i < values.size(); i += run) {
         std::copy_n(volume.values.data() + i * layers + layer * run, run, values.data() + i);
     }

@@ -18,7 +18,7 @@ namespace files
 /** The volumes of a NRRD whose axis of the kind "list" counts them, and what else it says. */
 struct NrrdLayers {
     DoseImage common;                       ///< all but the values
-    std::vector<std::vector<float>> values; ///< of each layer; one without such an axis
+    std::vector<LargeVector<float>> values; ///< of each layer; one without such an axis
     TextHeader keys;                        ///< of its lines "key:=value"
 };
 

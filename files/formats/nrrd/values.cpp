@@ -91,7 +91,7 @@ ByteView behindLines(ByteView bytes, std::int64_t count)
 }
 
 /** The values behind so many skipped bytes, which in packed data are bytes of what is packed. */
-std::vector<float> unpackedValues(ByteView data, std::int64_t skip, const ValueFormat& format,
+LargeVector<float> unpackedValues(ByteView data, std::int64_t skip, const ValueFormat& format,
                                   const Scaling& scaling, std::size_t count, const Deflate& deflate)
 {
     if (skip < 0) {
@@ -141,7 +141,7 @@ Scaling scalingOf(const Header& header, DoseImage& dose)
     return {};
 }
 
-std::vector<float> valuesOf(const Header& header, ByteView data, const Scaling& scaling,
+LargeVector<float> valuesOf(const Header& header, ByteView data, const Scaling& scaling,
                             std::size_t count, const Deflate& deflate)
 {
     const std::string encoding = lowerCase(header.need("encoding"));

@@ -23,7 +23,7 @@ struct Volume {
     Axes axes;
     DoseImage dose; ///< without values
     StoredGeometry stored;
-    std::vector<float> values;
+    LargeVector<float> values;
 };
 
 /** Reads the header and all values, those in the file that it names too. @throws Refusal */

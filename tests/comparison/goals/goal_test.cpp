@@ -111,7 +111,7 @@ struct Sample {
 
     explicit Sample(const std::vector<Goal>& goals)
     {
-        std::vector<float> values(reference.geometry.voxels(), 0);
+        files::LargeVector<float> values(reference.geometry.voxels(), 0);
         for (std::size_t i = 0; i < 1000; ++i) { // planes of z = 0, 1 and a half
             values[i] = 60;
         }
