@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "comparison/failure.h"
+#include "comparison/request/typedNumber.h"
 #include "comparison/structures/structureLimits.h"
 #include "comparison/text.h"
 
@@ -158,7 +159,7 @@ Goal parseOne(const std::string& text, const MemberPlace& place)
     const std::optional<GoalUnit> bracket = takeBracket(parts->figure, place);
     const std::optional<GoalUnit> behind = takeUnit(parts->number);
     const std::optional<GoalFigure> figure = figureOf(parts->figure);
-    const double limit = parseNumber(parts->number);
+    const double limit = parseTyped(parts->number);
     constexpr double largest = 1e9;
     if (!figure || !(limit >= 0 && limit <= largest)) {
         throw notOfTheForm(place, text);

@@ -39,6 +39,7 @@ TEST(Goals, AreReadAsTheyAreUsuallyWritten)
              {"PTV: d95 % \u2265 5700 cGy", "PTV", "D95% >= 5700 cGy"},
              {"PTV: D95% > 95 %", "PTV", "D95% > 95 %"},
              {"Rectum: V40Gy < 35 %", "Rectum", "V40Gy < 35 %"},
+             {"Rectum: V40Gy < 12,5 %", "Rectum", "V40Gy < 12.5 %"},
              {"Rectum: V4000cGy[cc] \u2264 12.5", "Rectum", "V40Gy <= 12.5 cc"},
              {"A:B: V95% >= 98 %", "A:B", "V95% >= 98 %"},
              {"Cord: D0.03cc < 45 Gy", "Cord", "D0.03cc < 45 Gy"},
