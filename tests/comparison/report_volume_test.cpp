@@ -131,12 +131,13 @@ TEST(ReportVolume, NoFailedVoxelShowsAPassingGamma)
 {
     const float justFailed = std::nextafter(1.0F, 2.0F);
     const float justPassed = std::nextafter(1.0F, 0.0F);
-    EXPECT_EQ(zarngi::storedGammas(
-                  {-1, 0, 0.4996F, justPassed, 1, justFailed, 1.0004F, 1.0016F, 40, 1e10F},
-                  {255, 1, 1, 1, 1, 0, 0, 0, 0, 0}),
+    EXPECT_EQ(zarngi::storedGammas(std::vector<float>{-1, 0, 0.4996F, justPassed, 1, justFailed,
+                                                      1.0004F, 1.0016F, 40, 1e10F},
+                                   std::vector<unsigned char>{255, 1, 1, 1, 1, 0, 0, 0, 0, 0}),
               (std::vector<std::int16_t>{-1, 0, 500, 1000, 1000, 1001, 1001, 1002, 32767, 32767}));
     // The second of two voxels with a gamma of 1 failed: its gamma was rounded to 1.
-    EXPECT_EQ(zarngi::storedGammas({0.5F, 1, 1, 2}, {1, 1, 0, 0}),
+    EXPECT_EQ(zarngi::storedGammas(std::vector<float>{0.5F, 1, 1, 2},
+                                   std::vector<unsigned char>{1, 1, 0, 0}),
               (std::vector<std::int16_t>{500, 1000, 1001, 2000}));
 }
 
