@@ -198,7 +198,8 @@ class PlacesTest(ProgramTest):
                     break
                 time.sleep(0.1)
             result = self.compare("d\\reference.mha", "--json", "r.json")
-            self.assert_refused(result, 1, "r.json: cannot be written: it is open in another program")
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("r.json: cannot be written: it is open in another program", result.stderr)
         finally:
             other.communicate(b"\n", timeout=60)
         self.assertEqual(self.files(), ["d", "r.json"])
