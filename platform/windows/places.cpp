@@ -16,9 +16,9 @@ namespace
 
 namespace fs = std::filesystem;
 
-HANDLE openedToAsk(const std::string& path, DWORD access)
+HANDLE openedToAsk(const std::string& path, DWORD access, DWORD sharing)
 {
-    return CreateFileW(systemPath(path).c_str(), access, sharedWithAll, nullptr, OPEN_EXISTING,
+    return CreateFileW(systemPath(path).c_str(), access, sharing, nullptr, OPEN_EXISTING,
                        FILE_FLAG_BACKUP_SEMANTICS, nullptr);
 }
 
@@ -88,7 +88,7 @@ int descriptorNamed(const fs::path& /*path*/)
 
 std::optional<FileIdentity> identityOf(const std::string& path)
 {
-    const Handle file(openedToAsk(path, 0));
+    const Handle file(openedToAsk(path, 0, sharedWithAll));
     return file.isThere() ? identityOf(file.get()) : std::nullopt;
 }
 
@@ -132,8 +132,10 @@ void replaceFile(const std::string& path, const std::string& newPath)
         return;
     }
     const int reason = errnoOf(GetLastError());
-    // A file that another program has open is told as one that may not be replaced.
-    const Handle there(openedToAsk(newPath, DELETE));
+    // A file that another program has open is told as one that may not be replaced; who wants it
+    // alone is told more.
+    constexpr DWORD sharedWithNobody = 0;
+    const Handle there(openedToAsk(newPath, DELETE, sharedWithNobody));
     const bool isInUse = !there.isThere() && errnoOf(GetLastError()) == EBUSY;
     throw std::system_error(isInUse ? EBUSY : reason, std::generic_category());
 }

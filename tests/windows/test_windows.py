@@ -14,7 +14,7 @@ WINDOWS = os.environ["ZARNGI_WINDOWS"]
 HERE = os.environ["ZARNGI"]
 FOLDER = Path(os.environ["ZARNGI_WINDOWS_FOLDER"])
 #: Members that tell when, where and by which words a record was made.
-OF_THE_RUN = ("created", "commandLine", "seconds", "path")
+OF_THE_RUN = ("created", "command", "seconds", "timings", "path", "threads")
 
 #: Options of comparisons whose records have to be equal.
 COMPARISONS = (
@@ -133,7 +133,7 @@ class PlacesTest(ProgramTest):
                 self.assertEqual(result.returncode, 0, result.stderr)
                 self.assertIn(name, result.stdout)
                 document = json.loads(output.read_text(encoding="utf-8"))
-                self.assertEqual(document["reference"]["name"], name)
+                self.assertEqual(document["files"]["reference"]["name"], name)
 
     def test_paths_of_every_form(self):
         reference = self.doses / "reference.mha"
@@ -198,7 +198,8 @@ class PlacesTest(ProgramTest):
                     break
                 time.sleep(0.1)
             result = self.compare("d\\reference.mha", "--json", "r.json")
-            self.assert_refused(result, 1, "r.json: cannot be written: it is open in another program")
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("r.json: cannot be written: it is open in another program", result.stderr)
         finally:
             other.communicate(b"\n", timeout=60)
         self.assertEqual(self.files(), ["d", "r.json"])
@@ -209,6 +210,14 @@ class PlacesTest(ProgramTest):
         ):
             with self.subTest(arguments=arguments):
                 self.assertEqual(self.compare("d\\reference.mha", *arguments).returncode, status)
+
+    def test_the_installation_passes_its_own_test(self):
+        result = run(WINDOWS, "selftest", "--json", "record.json", text=True, cwd=self.folder)
+        self.assertEqual(result.returncode, 0, result.stdout)
+        record = json.loads((self.folder / "record.json").read_text())
+        self.assertIs(record["passed"], True)
+        self.assertEqual([file["name"] for file in record["installation"]["files"]],
+                         ["zarngi.exe", "libZarnGI.dll"])
 
     def test_no_progress_in_a_pipe(self):
         result = self.compare("d\\reference.mha")
