@@ -68,7 +68,7 @@ def write_pairs(folder):
     write_mask(folder / "mask.nrrd", reference)
     write_uncertainty(folder / "uncertainty.nrrd", reference)
     (folder / "points.csv").write_text("x,y,z,dose\n0,0,20,1.5\n3,0,20,1.4\n0,3,20,1.6\n")
-    plan_files.write_plan(folder / "plan.dcm", patient="plan-id")
+    plan_files.write_plan(folder / "plan.dcm")
     (folder / "notes.txt").write_text("no dose at all")
     damaged = (folder / "reference.nrrd").read_bytes()
     (folder / "damaged.nrrd").write_bytes(damaged[: len(damaged) * 2 // 3])
