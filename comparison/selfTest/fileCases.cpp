@@ -47,11 +47,10 @@ std::string readText(files::ByteView file, const std::string& name)
 files::Image sample()
 {
     files::Image image{{{5, 4, 3}, {2, 1.5, 3}, {-4, 7.5, 100}}, {}};
-    std::vector<float> values;
+    auto& values = image.values.own();
     for (int i = 0; i < 60; ++i) {
         values.push_back(static_cast<float>(i) * 0.37F + 1 / (1 + static_cast<float>(i)));
     }
-    image.values = values;
     return image;
 }
 
@@ -80,7 +79,7 @@ struct Written {
 /** Files as a person would write them. */
 std::vector<Written> handwritten()
 {
-    const std::vector<float> doses{0.5F, 1.25F, 2, 3};
+    const files::LargeVector<float> doses{0.5F, 1.25F, 2, 3};
     return {{"written.nrrd",
              "NRRD0004\ntype: float\ndimension: 3\nspace: left-posterior-superior\n"
              "sizes: 2 2 1\nspace directions: (2,0,0) (0,3,0) (0,0,4)\nspace origin: (1,-2,3)\n"
