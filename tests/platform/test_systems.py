@@ -8,6 +8,8 @@ SOURCES = Path(__file__).resolve().parents[2]
 FOLDERS = ("lib", "files", "comparison", "host", "cli", "web/engine")
 #: What they bring is told to the linker in the way of each system.
 PUBLIC_HEADERS = {"lib/libZarnGI.h", "host/libZarnGIHost.h"}
+#: The library uses no other folder; it asks Linux for large pages, and does without elsewhere.
+LARGE_PAGES = "lib/largePages.h"
 #: The engine's worker threads; every compiler that builds it has them.
 THREADS = {"pthread.h"}
 STANDARD_C = {
@@ -32,6 +34,8 @@ def sources(folder):
 def is_of_one_system(header, path):
     if header in STANDARD_C | LIBRARIES or header.startswith(("CLI/", "nlohmann/")):
         return False
+    if path == LARGE_PAGES:
+        return header != "sys/mman.h"
     if header.startswith("gdcm"):
         return not path.startswith("cli/jpeg/")
     return not (header in THREADS and path.startswith("lib/"))
@@ -43,7 +47,7 @@ class SystemsTest(unittest.TestCase):
             f"{name}: {match.group().strip()}"
             for folder in FOLDERS
             for name, text in sources(folder)
-            if name not in PUBLIC_HEADERS
+            if name not in PUBLIC_HEADERS | {LARGE_PAGES}
             for match in CONDITION.finditer(text)
         ]
         self.assertEqual(found, [])
