@@ -26,6 +26,6 @@ Grid readRealGrid(const std::string& name)
         // The origin of a file is the centre of its first voxel.
         grid.x0[axis] = static_cast<float>(geometry.origin[axis] - geometry.spacing[axis] / 2);
     }
-    grid.map = std::move(dose->image.values);
+    grid.map.assign(dose->image.values.begin(), dose->image.values.end());
     return grid;
 }
