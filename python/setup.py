@@ -24,7 +24,7 @@ LIBRARIES = {"ZarnGI": "lib/libZarnGI.so", "ZarnGIHost": "host/libZarnGIHost.so"
 #: The pages without data, by the names of their front ends, and where the package has them.
 PAGES = {"cohort": "cohort/page.html", "report": "report.html"}
 #: What CMake needs of the project's tree to build the libraries.
-LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib", "files", "comparison", "host")
+LIBRARY_SOURCES = ("CMakeLists.txt", "cmake", "lib", "platform", "files", "comparison", "host")
 
 
 def native_sources() -> Path:
