@@ -133,7 +133,7 @@ def test_table(tmp_path):
     notes = run.stdout.split("\n\n")[2]
     assert "cannot be taken: has a contour that does not lie in a plane of constant z: it is 3 mm" \
            " high (contour 1)\n" in notes
-    assert "Iso: 1 point left out, without an inside\n" in notes
+    assert "Iso: has no closed contours (1 point left out), and so no volume\n" in notes
     assert "Nobody" not in run.stdout
 
 

@@ -43,7 +43,8 @@ async function showAll() {
 describe('the page of a cohort', () => {
     test('shows the counts and figures of the database', async () => {
         assert.equal(numberOf((await text('#shown')).split(' of ')[0]), count);
-        assert.match(await text('#subtitle'), new RegExp(`${count} pairs, ${wanted.failures} of them failed`));
+        const grouped = String(count).replace(/\B(?=(\d{3})+$)/g, '\\s');
+        assert.match(await text('#subtitle'), new RegExp(`${grouped} pairs, ${wanted.failures} of them failed`));
         near(await text('#mean-rate'), wanted.means['3%/2mm'][0]);
         const shares = await Promise.all(
             ['pass', 'investigate', 'fail', 'none'].map((verdict) => text(`[data-verdict="${verdict}"]`)),
