@@ -13,6 +13,7 @@
 #include "files/formats/dicom/rle.h"
 #include "files/nativeDeflate.h"
 #include "files/packed.h"
+#include "files/toldResult.h"
 #include "tests/files/dicomBytes.h"
 
 namespace
@@ -93,7 +94,8 @@ struct Dose {
 
 Result<DoseImage> read(const string& file, const Host& host = {nativeDeflate()})
 {
-    return resultOf([&] { return readDicomDose(openDicomFile(view(file), host.deflate), host); });
+    return toldResultOf(
+        host, [&] { return readDicomDose(openDicomFile(view(file), host.deflate), host); });
 }
 
 /** The doses times two, or the reason why there are none. */
