@@ -99,15 +99,27 @@ export async function written(folder, inputs, ...options) {
     return Object.fromEntries(endings.map((ending, i) => [ending, readFileSync(paths[i], 'utf8')]));
 }
 
+/** What a command prints, also where a goal is not met, which its exit status tells. */
+async function printed(...command) {
+    try {
+        return await run(...command);
+    } catch (error) {
+        if (error.code !== 3) {
+            throw error;
+        }
+        return error;
+    }
+}
+
 /** The record that the program makes of the same inputs. */
 export async function recordByProgram(folder, inputs, ...options) {
-    const { stdout } = await run(program, ['compare', ...inputs, ...options, '--json', '-'], { cwd: folder });
+    const { stdout } = await printed(program, ['compare', ...inputs, ...options, '--json', '-'], { cwd: folder });
     return JSON.parse(stdout);
 }
 
 /** The record that the command in another one makes. */
 export async function recordByCommand(folder, { command }) {
-    const { stdout } = await run('sh', ['-c', command.replace(/^zarngi/, '"$0" "$@"') + ' --json -', program], { cwd: folder });
+    const { stdout } = await printed('sh', ['-c', command.replace(/^zarngi/, '"$0" "$@"') + ' --json -', program], { cwd: folder });
     return JSON.parse(stdout);
 }
 
