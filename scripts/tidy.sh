@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 build=$1
 jobs=${2:-2}
 shift $(($# < 2 ? $# : 2))
-[ $# -gt 0 ] || set -- lib files comparison host cli web python tests bench examples
+[ $# -gt 0 ] || set -- lib platform files comparison host cli web python tests bench examples
 
 mkdir -p build/tidy
 sed 's/ -Winvalid-pch//; s/ -include [^ ]*cmake_pch\.hxx//' "$build/compile_commands.json" \

@@ -64,7 +64,7 @@ def test_source_distribution_is_complete_and_installs(environment, tmp_path):
     # A copy of the tree, so that nothing is left behind in it. What pip does with a tree is the same
     # from here on: compiling everything once is enough.
     tree = tmp_path / "tree"
-    for name in ("CMakeLists.txt", "cmake", "lib", "files", "comparison", "host", "python"):
+    for name in ("CMakeLists.txt", "cmake", "lib", "platform", "files", "comparison", "host", "python"):
         source = PROJECT / name
         copy = shutil.copytree if source.is_dir() else shutil.copy
         tree.mkdir(exist_ok=True)
