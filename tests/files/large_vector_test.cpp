@@ -57,7 +57,7 @@ TEST(LargeVector, BeginsAtALargePageWhereItFillsOne)
     EXPECT_TRUE(!zarngi::hasLargePages || address % zarngi::largePage == 0);
 }
 
-TEST(LargeVector, RefusesWhatNoMachineHas)
+TEST(LargeVector, AbsurdInputIsRefused)
 {
     constexpr std::uint64_t most = std::numeric_limits<std::size_t>::max();
     EXPECT_THROW(files::Bytes{most}, std::bad_alloc);
