@@ -467,7 +467,8 @@ void addTableUnits(CLI::App& command, UnitOptions& options)
             ->check(CLI::IsMember(std::move(accepted)))
             ->group("Planes, points and sums");
     };
-    unit("--dose-unit", options.dose, "UNIT", {"Gy", "cGy"}, "Of doses in tables that tell none");
+    unit("--dose-unit", options.dose, "UNIT", {"Gy", "cGy"},
+         "Of doses in tables and RT Doses that tell none");
     unit("--length-unit", options.length, "UNIT", {"mm", "cm"},
          "Of lengths in tables that tell none (mm)");
 }

@@ -23,8 +23,10 @@ void checkUnits(const DoseImage& reference, const DoseImage& evaluation, bool is
     }
     const bool isReferenceRelative = reference.unit == DoseUnit::relative;
     if (isReferenceRelative != (evaluation.unit == DoseUnit::relative)) {
-        throw InputError("one file holds relative doses and the other one Gy: " +
-                         Sentence(FileName{reference.path}) + ", " + FileName{evaluation.path});
+        const DoseImage& other = isReferenceRelative ? evaluation : reference;
+        throw InputError(Sentence("one file holds relative doses and the other one ") +
+                         files::unitName(other.unit) + ": " + FileName{reference.path} + ", " +
+                         FileName{evaluation.path});
     }
 }
 

@@ -46,7 +46,7 @@ export const members: Record<string, MemberWords> = {
     'evaluation.add': { word: 'Doses added to the evaluation', option: '--evaluation-add' },
     'evaluation.scale': { word: 'Evaluation times', field: 'evaluation-scale', option: '--evaluation-scale' },
     'evaluation.uncertainty': { word: 'Uncertainty of the evaluation', field: 'evaluation-uncertainty', option: '--evaluation-uncertainty' },
-    'units.dose': { word: 'Dose unit of tables', field: 'dose-unit', option: '--dose-unit' },
+    'units.dose': { word: 'Doses without a unit', field: 'dose-unit', option: '--dose-unit' },
     'units.length': { word: 'Length unit of tables', field: 'length-unit', option: '--length-unit' },
     'units.uncertainty': { word: 'Unit of files of uncertainties', field: 'uncertainty-unit', option: '--uncertainty-unit' },
     allowErrorDoses: { word: 'Differences as doses', field: 'error-doses', option: '--allow-error-doses' },
