@@ -24,7 +24,20 @@ function(zarngi_inner_sources target)
     target_compile_options(${target} PRIVATE -ffp-contract=off)
     if(target STREQUAL zarngi_files)
         zarngi_standard_headers(${target})
-    elseif(NOT target STREQUAL zarngi_platform) # which stands below them, and is small
+    elseif(target MATCHES "^(zarngi_comparison|ZarnGIHost)$") # not what is smaller, or parses options
         target_precompile_headers(${target} REUSE_FROM zarngi_files)
+    endif()
+endfunction()
+
+# zarngi_program_sources(TARGET): those that parse options besides. The parser's templates are parsed
+# once, and optimised no more than they are worth.
+function(zarngi_program_sources target)
+    zarngi_inner_sources(${target})
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
+    if(target STREQUAL zarngi_commands)
+        zarngi_standard_headers(${target})
+        target_precompile_headers(${target} PRIVATE <CLI/CLI.hpp>)
+    else()
+        target_precompile_headers(${target} REUSE_FROM zarngi_commands)
     endif()
 endfunction()

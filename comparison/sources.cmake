@@ -20,6 +20,7 @@ set(comparison_sources
     documents/explanationJson.cpp
     documents/goalJson.cpp
     documents/headerJson.cpp
+    documents/json.cpp
     documents/measurementJson.cpp
     documents/noiseJson.cpp
     documents/protocols.cpp

@@ -1,7 +1,5 @@
 #include "host/comparison.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cstddef>
 #include <limits>
@@ -13,6 +11,7 @@
 
 #include "comparison/compare.h"
 #include "comparison/documents/disclosure.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"
 #include "comparison/parallel.h"
@@ -22,6 +21,7 @@ namespace
 {
 
 using zarngi::FailureKind;
+using zarngi::Json;
 
 template <std::size_t size> void copyText(std::string_view text, char (&place)[size])
 {
@@ -237,14 +237,24 @@ void addOptions(zarngi::Request& request, const zarnGIHost_Options& options,
     }
 }
 
+/** An object of texts; empty for what is none. */
+Json tableOf(const char* words)
+{
+    try {
+        return words != nullptr ? Json::parse(words) : Json::object();
+    } catch (const Json::exception&) {
+        return Json::object();
+    }
+}
+
 /** How the caller's sentences call the members of a request. */
 zarngi::Wording wordingOf(const char* words)
 {
-    const auto table = nlohmann::json::parse(words != nullptr ? words : "{}", nullptr, false);
+    const Json table = tableOf(words);
     return {[table](zarngi::Member member) {
                 const std::string name = zarngi::memberName(member);
-                const auto word = table.find(name);
-                return word != table.end() && word->is_string() ? word->get<std::string>() : name;
+                const Json* const word = table.find(name);
+                return word != nullptr && word->is_string() ? word->get<std::string>() : name;
             },
             zarngi::plainWording().file};
 }

@@ -1,5 +1,3 @@
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <optional>
 #include <string>
@@ -8,6 +6,7 @@
 
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/nativePagePacking.h"
 #include "comparison/documents/protocols.h"
 #include "comparison/documents/record.h"

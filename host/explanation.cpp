@@ -1,5 +1,3 @@
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <memory>
 #include <optional>
@@ -8,6 +6,7 @@
 
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/explanationJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/failure.h"
 #include "comparison/structures/maskRuns.h"
 #include "comparison/structures/structureSelection.h"

@@ -1,5 +1,3 @@
-#include <nlohmann/json.hpp>
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +7,7 @@
 #include "comparison/composition/comparedDoses.h"
 #include "comparison/composition/searches.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/structureJson.h"
 #include "comparison/failure.h"
 #include "comparison/text.h"
@@ -16,7 +15,7 @@
 #include "host/structures.h"
 
 using files::FileError;
-using Json = nlohmann::ordered_json;
+using zarngi::Json;
 
 namespace
 {

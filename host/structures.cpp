@@ -1,8 +1,7 @@
-#include <nlohmann/json.hpp>
-
 #include <memory>
 #include <string>
 
+#include "comparison/documents/json.h"
 #include "comparison/documents/structureSetJson.h"
 #include "files/nativeDeflate.h"
 #include "files/structures/readStructures.h"
@@ -114,9 +113,7 @@ int zarnGIHost_describeStructures(const zarnGIHost_Structures* structures, zarnG
         return refuseArgument(nullArgument, error);
     }
     return guarded(error, [&] {
-        const std::string text =
-            zarngi::structureSetJson(structures->set)
-                .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+        const std::string text = zarngi::structureSetJson(structures->set).dump(-1);
         return host::hand({reinterpret_cast<const unsigned char*>(text.data()), text.size()}, json);
     });
 }

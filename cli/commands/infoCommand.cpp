@@ -1,7 +1,5 @@
 #include "cli/commands/infoCommand.h"
 
-#include <nlohmann/json.hpp>
-
 #include <iostream>
 #include <span>
 
@@ -10,6 +8,7 @@
 #include "cli/output/places.h"
 #include "cli/output/units.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/measurementJson.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseUncertainty.h"
@@ -21,8 +20,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 void print(std::string name, const std::string& text)
 {

@@ -1,11 +1,10 @@
 #include "cli/commands/protocolsCommand.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <iostream>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/protocols.h"
 
 namespace zarngi

@@ -1,12 +1,11 @@
 #include "cli/commands/requestFile.h"
 
-#include <nlohmann/json.hpp>
-
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/protocols.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"

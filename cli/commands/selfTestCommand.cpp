@@ -1,7 +1,5 @@
 #include "cli/commands/selfTestCommand.h"
 
-#include <nlohmann/json.hpp>
-
 #include <iostream>
 #include <map>
 #include <optional>
@@ -9,6 +7,7 @@
 #include "cli/output/outputFile.h"
 #include "cli/output/progress.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/selfTestJson.h"
 #include "comparison/text.h"
 #include "files/sourceFile.h"

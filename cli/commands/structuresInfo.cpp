@@ -1,13 +1,12 @@
 #include "cli/commands/structuresInfo.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <map>
 #include <set>
 
 #include "cli/output/columns.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/structureSetJson.h"
 #include "comparison/doseImage.h"
 #include "comparison/text.h"
@@ -18,7 +17,6 @@ namespace zarngi
 namespace
 {
 
-using Json = nlohmann::ordered_json;
 using files::Structure;
 
 using Row = std::vector<std::string>;
@@ -163,7 +161,7 @@ std::string describeStructures(const files::StructureSet& set)
     return text + (notes.empty() ? "" : "\n") + notes;
 }
 
-nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests)
+Json structuresJson(const files::StructureSet& set, const FileDigests& digests)
 {
     Json document = {{"file", fileJson(set.path, set.dataPath, set.format, digests)}};
     document.update(structureSetJson(set));

@@ -5,10 +5,9 @@
 #ifndef ZARNGI_CLI_COMMANDS_STRUCTURESINFO_H
 #define ZARNGI_CLI_COMMANDS_STRUCTURESINFO_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <string>
 
+#include "comparison/documents/json.h"
 #include "comparison/fileDigest.h"
 #include "files/structures/structureSet.h"
 
@@ -19,7 +18,7 @@ namespace zarngi
 std::string describeStructures(const files::StructureSet& set);
 
 /** The document that docs/json.md describes. */
-nlohmann::ordered_json structuresJson(const files::StructureSet& set, const FileDigests& digests);
+Json structuresJson(const files::StructureSet& set, const FileDigests& digests);
 
 } // namespace zarngi
 

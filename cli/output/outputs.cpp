@@ -1,7 +1,5 @@
 #include "cli/output/outputs.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -14,6 +12,7 @@
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/evaluationDocuments.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/nativePagePacking.h"
 #include "comparison/documents/record.h"
 #include "comparison/documents/reportPage.h"
@@ -237,10 +236,9 @@ bool Outputs::useStandardOutput() const
 }
 
 /** A request in it names files as seen from where it lies. */
-nlohmann::ordered_json Outputs::recordFor(const Comparison& comparison,
-                                          const OutputFile& file) const
+Json Outputs::recordFor(const Comparison& comparison, const OutputFile& file) const
 {
-    nlohmann::ordered_json record = comparisonJson(comparison, alias_);
+    Json record = comparisonJson(comparison, alias_);
     if (!alias_) {
         record["request"] = requestJson(relocated(comparison.request, file.folder()));
     }

@@ -5,8 +5,6 @@
 #ifndef ZARNGI_CLI_OUTPUT_OUTPUTS_H
 #define ZARNGI_CLI_OUTPUT_OUTPUTS_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <deque>
 #include <optional>
 #include <string>
@@ -14,6 +12,7 @@
 
 #include "cli/output/outputFile.h"
 #include "comparison/comparison.h"
+#include "comparison/documents/json.h"
 #include "comparison/doseEvaluation.h"
 #include "files/formats/dicom/encodeDose.h"
 
@@ -79,7 +78,7 @@ public:
 
 private:
     bool useStandardOutput() const;
-    nlohmann::ordered_json recordFor(const Comparison& comparison, const OutputFile& file) const;
+    Json recordFor(const Comparison& comparison, const OutputFile& file) const;
 
     void writeGamma(std::size_t index, const Comparison& comparison);
 

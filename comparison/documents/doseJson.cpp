@@ -1,19 +1,17 @@
 #include "comparison/documents/doseJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include <array>
 #include <chrono>
 #include <cstdio>
 #include <utility>
+
+#include "comparison/documents/json.h"
 
 namespace zarngi
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 /** What the plan calls itself; nothing about the patient. */
 std::string description(const DicomIdentity& identity)
@@ -38,8 +36,8 @@ Json digestJson(const FileDigest* digest)
 
 } // namespace
 
-nlohmann::ordered_json fileJson(const std::string& path, const std::string& dataPath,
-                                const std::string& format, const Disclosure& disclosure)
+Json fileJson(const std::string& path, const std::string& dataPath, const std::string& format,
+              const Disclosure& disclosure)
 {
     Json file = {
         {"name", disclosure.nameOf(path)}, {"path", disclosure.pathOf(path)}, {"format", format}};
@@ -52,7 +50,7 @@ nlohmann::ordered_json fileJson(const std::string& path, const std::string& data
     return file;
 }
 
-nlohmann::ordered_json fileJson(const DoseImage& dose, const Disclosure& disclosure)
+Json fileJson(const DoseImage& dose, const Disclosure& disclosure)
 {
     Json file = fileJson(dose.path, dose.dataPath, dose.format, disclosure);
     if (dose.dicom && disclosure.isIdentified()) {
@@ -63,7 +61,7 @@ nlohmann::ordered_json fileJson(const DoseImage& dose, const Disclosure& disclos
     return file;
 }
 
-nlohmann::ordered_json gridJson(const DoseImage& dose, const DoseExtremes& extremes)
+Json gridJson(const DoseImage& dose, const DoseExtremes& extremes)
 {
     const Geometry& geometry = dose.image.geometry;
     Json spacing = geometry.spacing;
@@ -93,9 +91,9 @@ std::string nowInUtc()
     return text.data();
 }
 
-std::string toText(const nlohmann::ordered_json& document, int indent)
+std::string toText(const Json& document, int indent)
 {
-    return document.dump(indent, ' ', false, Json::error_handler_t::replace);
+    return document.dump(indent);
 }
 
 } // namespace zarngi

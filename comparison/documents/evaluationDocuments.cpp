@@ -1,10 +1,9 @@
 #include "comparison/documents/evaluationDocuments.h"
 
-#include <nlohmann/json.hpp>
-
 #include "comparison/documents/csvCells.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/goalJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/structureJson.h"
 #include "comparison/gammaRun.h"
 #include "comparison/text.h"
@@ -12,9 +11,8 @@
 namespace zarngi
 {
 
-nlohmann::ordered_json evaluationJson(const DoseEvaluation& evaluation)
+Json evaluationJson(const DoseEvaluation& evaluation)
 {
-    using Json = nlohmann::ordered_json;
     const Disclosure disclosure(evaluation.digests, evaluation.request.identify);
     Json document = {{"format", "zarngi-dvh"},
                      {"formatVersion", 1},

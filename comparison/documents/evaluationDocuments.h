@@ -5,17 +5,16 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_EVALUATIONDOCUMENTS_H
 #define ZARNGI_COMPARISON_DOCUMENTS_EVALUATIONDOCUMENTS_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <string>
 
+#include "comparison/documents/json.h"
 #include "comparison/doseEvaluation.h"
 
 namespace zarngi
 {
 
 /** Everything about it. */
-nlohmann::ordered_json evaluationJson(const DoseEvaluation& evaluation);
+Json evaluationJson(const DoseEvaluation& evaluation);
 
 /** A line of names, one for each structure, and one for each goal in a structure. */
 std::string evaluationCsv(const DoseEvaluation& evaluation);

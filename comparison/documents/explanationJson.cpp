@@ -1,9 +1,8 @@
 #include "comparison/documents/explanationJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cmath>
 
+#include "comparison/documents/json.h"
 #include "comparison/explanation/conclusion.h"
 
 namespace zarngi
@@ -11,8 +10,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 Json changeJson(const ChangeResult& result, ShiftAxes axes)
 {
@@ -82,7 +79,7 @@ Json remainderJson(const Explanation& explanation)
 
 } // namespace
 
-nlohmann::ordered_json explanationJson(const Explanation& explanation)
+Json explanationJson(const Explanation& explanation)
 {
     Json axes = Json::array();
     for (const AxisSearch axis : explanation.axes) {

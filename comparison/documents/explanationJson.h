@@ -5,18 +5,17 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_EXPLANATIONJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_EXPLANATIONJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "comparison/documents/json.h"
 #include "comparison/explanation/explanation.h"
 
 namespace zarngi
 {
 
-nlohmann::ordered_json explanationJson(const Explanation& explanation);
+Json explanationJson(const Explanation& explanation);
 
 /** What is to be explained, of doses that are there already. */
 struct ExplanationOptions {

@@ -1,14 +1,12 @@
 #include "comparison/documents/goalJson.h"
 
-#include <nlohmann/json.hpp>
+#include "comparison/documents/json.h"
 
 namespace zarngi
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 Json orNull(const std::optional<double>& value)
 {
@@ -40,8 +38,7 @@ Json goalJson(const Goal& goal, const GoalResult& result)
 
 } // namespace
 
-nlohmann::ordered_json goalsJson(const std::vector<Goal>& goals,
-                                 const std::vector<GoalResult>& results)
+Json goalsJson(const std::vector<Goal>& goals, const std::vector<GoalResult>& results)
 {
     Json list = Json::array();
     for (const GoalResult& result : results) {

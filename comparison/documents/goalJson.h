@@ -5,18 +5,16 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_GOALJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_GOALJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <vector>
 
+#include "comparison/documents/json.h"
 #include "comparison/goals/goalResult.h"
 
 namespace zarngi
 {
 
 /** A list of them, one for each structure that a goal is for. */
-nlohmann::ordered_json goalsJson(const std::vector<Goal>& goals,
-                                 const std::vector<GoalResult>& results);
+Json goalsJson(const std::vector<Goal>& goals, const std::vector<GoalResult>& results);
 
 } // namespace zarngi
 

@@ -1,11 +1,10 @@
 #include "comparison/documents/headerJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <string>
 #include <vector>
 
+#include "comparison/documents/json.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -246,7 +245,7 @@ std::vector<Vec3> isocentresOf(const Comparison& comparison)
     return places;
 }
 
-nlohmann::ordered_json headerJson(const Comparison& comparison, const Disclosure& disclosure)
+Json headerJson(const Comparison& comparison, const Disclosure& disclosure)
 {
     Header header = disclosure.isIdentified() ? headerOfFiles(comparison) : Header();
     if (!disclosure.isAnonymous()) {
@@ -255,13 +254,12 @@ nlohmann::ordered_json headerJson(const Comparison& comparison, const Disclosure
     return headerJson(header);
 }
 
-nlohmann::ordered_json headerJson(const Header& header)
+Json headerJson(const Header& header)
 {
-    nlohmann::ordered_json json = nlohmann::ordered_json::object();
+    Json json = Json::object();
     for (const HeaderField field : headerFields()) {
         const std::string& text = header[field];
-        json[headerFieldName(field)] =
-            text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+        json[headerFieldName(field)] = text.empty() ? Json() : Json(text);
     }
     return json;
 }

@@ -5,12 +5,11 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_HEADERJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_HEADERJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <vector>
 
 #include "comparison/comparison.h"
 #include "comparison/documents/disclosure.h"
+#include "comparison/documents/json.h"
 
 namespace zarngi
 {
@@ -22,10 +21,10 @@ Header headerOfFiles(const Comparison& comparison);
 std::vector<Vec3> isocentresOf(const Comparison& comparison);
 
 /** All fields; null where there is nothing to tell. */
-nlohmann::ordered_json headerJson(const Header& header);
+Json headerJson(const Header& header);
 
 /** What a document tells. */
-nlohmann::ordered_json headerJson(const Comparison& comparison, const Disclosure& disclosure);
+Json headerJson(const Comparison& comparison, const Disclosure& disclosure);
 
 } // namespace zarngi
 

@@ -1,8 +1,7 @@
 #include "comparison/documents/measurementJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/doseSampling.h"
 #include "comparison/doseUncertainty.h"
 
@@ -11,8 +10,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 const char* nameOf(files::Measurement::Kind kind)
 {
@@ -113,7 +110,7 @@ Json uncertaintyJson(const UncertaintySummary& summary)
     return json;
 }
 
-nlohmann::ordered_json measurementJson(const DoseImage& dose)
+Json measurementJson(const DoseImage& dose)
 {
     if (!dose.measurement) {
         return nullptr;
@@ -136,8 +133,7 @@ nlohmann::ordered_json measurementJson(const DoseImage& dose)
     return json;
 }
 
-void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison,
-                     const Disclosure& disclosure)
+void addMeasurements(Json& document, const Comparison& comparison, const Disclosure& disclosure)
 {
     Json& making = document["doses"];
     const Request& request = comparison.request;

@@ -5,24 +5,22 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_MEASUREMENTJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_MEASUREMENTJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "comparison/comparison.h"
 #include "comparison/documents/disclosure.h"
+#include "comparison/documents/json.h"
 #include "comparison/doseUncertainty.h"
 
 namespace zarngi
 {
 
 /** What a file of measured places holds; null: a volume. */
-nlohmann::ordered_json measurementJson(const DoseImage& dose);
+Json measurementJson(const DoseImage& dose);
 
 /** How certain the doses of a file are. */
-nlohmann::ordered_json uncertaintyJson(const UncertaintySummary& summary);
+Json uncertaintyJson(const UncertaintySummary& summary);
 
 /** Adds to the record of a comparison what it has of measurements, sums, factors and places. */
-void addMeasurements(nlohmann::ordered_json& document, const Comparison& comparison,
-                     const Disclosure& disclosure);
+void addMeasurements(Json& document, const Comparison& comparison, const Disclosure& disclosure);
 
 } // namespace zarngi
 

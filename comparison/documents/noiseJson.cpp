@@ -1,7 +1,6 @@
 #include "comparison/documents/noiseJson.h"
 
-#include <nlohmann/json.hpp>
-
+#include "comparison/documents/json.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -9,8 +8,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 Json orNull(const std::optional<double>& value)
 {
@@ -61,7 +58,7 @@ const char* kindName(NoiseEstimate::Kind kind)
     return "too few voxels";
 }
 
-nlohmann::ordered_json noiseEstimateJson(const NoiseEstimate& estimate)
+Json noiseEstimateJson(const NoiseEstimate& estimate)
 {
     const bool isTold = estimate.kind == NoiseEstimate::Kind::told;
     return {{"kind", kindName(estimate.kind)},
@@ -72,7 +69,7 @@ nlohmann::ordered_json noiseEstimateJson(const NoiseEstimate& estimate)
             {"sentence", noiseSentence(estimate)}};
 }
 
-nlohmann::ordered_json noiseJson(const NoiseFindings& findings)
+Json noiseJson(const NoiseFindings& findings)
 {
     Json differences = Json::array();
     for (const NoiseDifferences& told : findings.differences) {

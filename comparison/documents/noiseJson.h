@@ -5,19 +5,18 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_NOISEJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_NOISEJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <string>
 
+#include "comparison/documents/json.h"
 #include "comparison/noise/noiseEstimate.h"
 #include "comparison/noise/noiseFindings.h"
 
 namespace zarngi
 {
 
-nlohmann::ordered_json noiseEstimateJson(const NoiseEstimate& estimate);
+Json noiseEstimateJson(const NoiseEstimate& estimate);
 
-nlohmann::ordered_json noiseJson(const NoiseFindings& findings);
+Json noiseJson(const NoiseFindings& findings);
 
 /** "without statistical noise about 96.8 %, 95.9 to 97.6" */
 std::string noiseSentence(const NoiseEstimate& estimate);

@@ -1,11 +1,10 @@
 #include "comparison/documents/protocols.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <utility>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"
 #include "comparison/fileDigest.h"
@@ -16,8 +15,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 std::vector<ShippedProtocol>::const_iterator shipped(std::string_view name)
 {
@@ -95,13 +92,13 @@ Request protocolPart(Request request)
     return request;
 }
 
-nlohmann::ordered_json protocolJson(Request request)
+Json protocolJson(Request request)
 {
     request.protocol.sha256.clear();
     return requestJson(protocolPart(std::move(request)));
 }
 
-nlohmann::ordered_json protocolsJson()
+Json protocolsJson()
 {
     Json list = Json::array();
     for (const ShippedProtocol& one : shippedProtocols()) {
@@ -137,7 +134,7 @@ std::optional<UsedProtocol> usedProtocol(const Comparison& comparison)
     return UsedProtocol{protocol, protocolDigest(request) != protocol.sha256};
 }
 
-nlohmann::ordered_json usedProtocolJson(const Comparison& comparison)
+Json usedProtocolJson(const Comparison& comparison)
 {
     const std::optional<UsedProtocol> used = usedProtocol(comparison);
     if (!used) {

@@ -5,14 +5,13 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_PROTOCOLS_H
 #define ZARNGI_COMPARISON_DOCUMENTS_PROTOCOLS_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "comparison/comparison.h"
+#include "comparison/documents/json.h"
 #include "comparison/request/request.h"
 
 namespace zarngi
@@ -50,10 +49,10 @@ void nameProtocol(Request& request, const std::string& name);
 Request protocolPart(Request request);
 
 /** As a document to save: its digest is that of what it holds, so it is not told. */
-nlohmann::ordered_json protocolJson(Request request);
+Json protocolJson(Request request);
 
 /** Name, version, title, source and digest of each shipped protocol. */
-nlohmann::ordered_json protocolsJson();
+Json protocolsJson();
 
 /**
  * SHA-256 of the canonical text of a protocol: its document in one line, with all that decides
@@ -71,7 +70,7 @@ struct UsedProtocol {
 std::optional<UsedProtocol> usedProtocol(const Comparison& comparison);
 
 /** For a record; null where there is none. */
-nlohmann::ordered_json usedProtocolJson(const Comparison& comparison);
+Json usedProtocolJson(const Comparison& comparison);
 
 } // namespace zarngi
 

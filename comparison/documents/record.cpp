@@ -1,12 +1,11 @@
 #include "comparison/documents/record.h"
 
-#include <nlohmann/json.hpp>
-
 #include "comparison/conditions.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/explanationJson.h"
 #include "comparison/documents/goalJson.h"
 #include "comparison/documents/headerJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/measurementJson.h"
 #include "comparison/documents/noiseJson.h"
 #include "comparison/documents/protocols.h"
@@ -20,8 +19,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 Json criterionJson(const CriterionResult& result, const Comparison& comparison)
 {
@@ -85,8 +82,7 @@ double searchSeconds(const Comparison& comparison)
 
 } // namespace
 
-nlohmann::ordered_json comparisonJson(const Comparison& comparison,
-                                      const std::optional<std::string>& alias)
+Json comparisonJson(const Comparison& comparison, const std::optional<std::string>& alias)
 {
     const Disclosure disclosure(comparison, alias);
     const Request request = disclosed(comparison.request, disclosure);

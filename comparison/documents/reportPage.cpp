@@ -1,7 +1,5 @@
 #include "comparison/documents/reportPage.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -9,6 +7,7 @@
 #include <vector>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/reportVolume.h"
 #include "comparison/documents/structureElements.h"
 #include "comparison/parallel.h"
@@ -19,8 +18,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::string_view marker = "<!--ZARNGI-DATA-->";
 

@@ -5,14 +5,13 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
 #define ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "comparison/comparison.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/pagePacking.h"
 
 namespace zarngi
@@ -32,7 +31,7 @@ std::vector<std::int16_t> pageDifferences(const Comparison& comparison);
 bool isPageTemplate(std::string_view text);
 
 /** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
-std::string reportPage(const Comparison& comparison, const nlohmann::ordered_json& record,
+std::string reportPage(const Comparison& comparison, const Json& record,
                        std::string_view pageTemplate, const PagePacking& packing);
 
 } // namespace zarngi

@@ -1,12 +1,11 @@
 #include "comparison/documents/requestJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "comparison/documents/json.h"
 #include "comparison/documents/protocols.h"
 #include "comparison/failure.h"
 #include "comparison/request/values.h"
@@ -17,8 +16,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* formatName = "zarngi-request";
 constexpr int formatVersion = 3;
@@ -125,8 +122,8 @@ public:
 
     const Json& member(const char* name)
     {
-        const auto found = object_.find(name);
-        if (found == object_.end()) {
+        const Json* const found = object_.find(name);
+        if (found == nullptr) {
             throw refusalAt(pathOf(name), "is missing");
         }
         taken_.emplace_back(name);
@@ -411,9 +408,8 @@ void checkFormat(Members& members)
         throw refusalAt("format", std::string("is not ") + formatName);
     }
     const Json& version = members.member("formatVersion");
-    const bool isKnown =
-        version.is_number_integer() && version >= firstVersion && version <= formatVersion;
-    if (!isKnown) {
+    const double number = version.is_number_integer() ? version.get<double>() : 0;
+    if (number < firstVersion || number > formatVersion) {
         throw refusalAt("formatVersion", "is not one of " + std::to_string(firstVersion) + " to " +
                                              std::to_string(formatVersion) +
                                              ", which this version of the program reads");
@@ -423,7 +419,7 @@ void checkFormat(Members& members)
 
 } // namespace
 
-nlohmann::ordered_json requestJson(const Request& request)
+Json requestJson(const Request& request)
 {
     const GammaSettings& settings = request.settings;
     const PlaneRequest& plane = request.plane;
@@ -468,7 +464,7 @@ nlohmann::ordered_json requestJson(const Request& request)
             {"header", headerTexts(request.header)}};
 }
 
-Request requestOf(const nlohmann::ordered_json& document)
+Request requestOf(const Json& document)
 {
     Members members(document, "");
     checkFormat(members);
@@ -525,20 +521,20 @@ std::vector<std::string> digestsOf(const Json& record)
         const Json digest = file.value("sha256", Json());
         digests.push_back(digest.is_null() ? std::string() : digest.get<std::string>());
     };
-    const auto add = [&](const char* pointer) { addOne(record.at(Json::json_pointer(pointer))); };
+    const auto add = [&](const char* role) { addOne(record.at("files").at(role)); };
     const auto addAll = [&](const char* pointer) {
-        for (const Json& file : record.value(Json::json_pointer(pointer), Json::array())) {
-            addOne(file);
+        if (const Json* const files = record.follow(pointer)) {
+            std::for_each(files->begin(), files->end(), addOne);
         }
     };
     const auto addUncertainty = [&](const std::string& role) {
-        const Json::json_pointer pointer("/doses/" + role + "/uncertainty/file");
-        if (record.contains(pointer) && !record.at(pointer).is_null()) {
-            addOne(record.at(pointer));
+        const Json* const file = record.follow("/doses/" + role + "/uncertainty/file");
+        if (file != nullptr && !file->is_null()) {
+            addOne(*file);
         }
     };
-    add("/files/reference");
-    add("/files/evaluation");
+    add("reference");
+    add("evaluation");
     addAll("/doses/reference/added");
     addAll("/doses/evaluation/added");
     addAll("/structures/files");
@@ -546,6 +542,15 @@ std::vector<std::string> digestsOf(const Json& record)
     addUncertainty("evaluation");
     addAll("/files/plans");
     return digests;
+}
+
+Json documentOf(std::string_view text)
+{
+    try {
+        return Json::parse(text);
+    } catch (const Json::exception&) {
+        throw refusalAt("format", "is missing: this is no JSON document");
+    }
 }
 
 Request requestOfRecord(const Json& record)
@@ -571,12 +576,8 @@ Request requestOfRecord(const Json& record)
 
 Request requestOfText(std::string_view text)
 {
-    const Json document = Json::parse(text, nullptr, false);
-    if (document.is_discarded()) {
-        throw refusalAt("format", "is missing: this is no JSON document");
-    }
-    const bool isRecord =
-        document.is_object() && document.value("format", Json()) == "zarngi-report";
+    const Json document = documentOf(text);
+    const bool isRecord = document.value("format", Json()) == "zarngi-report";
     return isRecord ? requestOfRecord(document) : requestOf(document);
 }
 

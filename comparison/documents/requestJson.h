@@ -5,17 +5,16 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_REQUESTJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_REQUESTJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <string_view>
 
+#include "comparison/documents/json.h"
 #include "comparison/request/request.h"
 
 namespace zarngi
 {
 
 /** All members; threads and reports, which change no result, are none of them. */
-nlohmann::ordered_json requestJson(const Request& request);
+Json requestJson(const Request& request);
 
 /**
  * The request of a document. Each member must be there: what is left out would be decided in
@@ -23,7 +22,7 @@ nlohmann::ordered_json requestJson(const Request& request);
  * @param document that requestJson() made, or a person wrote.
  * @throws UsageError for a member that is missing, unknown, of another type or out of range
  */
-Request requestOf(const nlohmann::ordered_json& document);
+Request requestOf(const Json& document);
 
 /**
  * The request of a text, which is that of a request, or of a record, which holds one.

@@ -1,8 +1,7 @@
 #include "comparison/documents/selfTestJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/gammaRun.h"
 
 namespace zarngi
@@ -10,8 +9,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 Json installationJson(const Installation& installation)
 {
@@ -27,7 +24,7 @@ Json installationJson(const Installation& installation)
 
 } // namespace
 
-nlohmann::ordered_json selfTestJson(const SelfTest& test, const Installation& installation)
+Json selfTestJson(const SelfTest& test, const Installation& installation)
 {
     Json document = {{"format", "zarngi-selftest"},
                      {"formatVersion", 1},

@@ -5,11 +5,10 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_SELFTESTJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_SELFTESTJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <string>
 #include <vector>
 
+#include "comparison/documents/json.h"
 #include "comparison/fileDigest.h"
 #include "comparison/selfTest/selfTest.h"
 
@@ -27,7 +26,7 @@ struct Installation {
     std::vector<File> files; ///< the program and its libraries, as far as they can be read
 };
 
-nlohmann::ordered_json selfTestJson(const SelfTest& test, const Installation& installation);
+Json selfTestJson(const SelfTest& test, const Installation& installation);
 
 } // namespace zarngi
 

@@ -1,14 +1,12 @@
 #include "comparison/documents/statisticsJson.h"
 
-#include <nlohmann/json.hpp>
+#include "comparison/documents/json.h"
 
 namespace zarngi
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 Json orNull(const std::optional<GammaSpread>& spread, double GammaSpread::*member)
 {
@@ -17,7 +15,7 @@ Json orNull(const std::optional<GammaSpread>& spread, double GammaSpread::*membe
 
 } // namespace
 
-nlohmann::ordered_json statisticsJson(const GammaStatistics& statistics)
+Json statisticsJson(const GammaStatistics& statistics)
 {
     return {{"tested", statistics.tested},
             {"passed", statistics.passed},
@@ -34,7 +32,7 @@ nlohmann::ordered_json statisticsJson(const GammaStatistics& statistics)
             {"max", orNull(statistics.spread, &GammaSpread::maximum)}};
 }
 
-nlohmann::ordered_json histogramJson(const GammaStatistics& statistics)
+Json histogramJson(const GammaStatistics& statistics)
 {
     if (!statistics.histogram) {
         return nullptr;

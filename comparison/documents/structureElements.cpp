@@ -1,10 +1,9 @@
 #include "comparison/documents/structureElements.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cmath>
 
+#include "comparison/documents/json.h"
 #include "comparison/documents/reportVolume.h"
 
 namespace zarngi
@@ -56,7 +55,7 @@ std::vector<std::int32_t> storedContours(const std::vector<files::Contour>& cont
     return numbers;
 }
 
-void addStructureElements(std::vector<PageElement>& elements, nlohmann::ordered_json& list,
+void addStructureElements(std::vector<PageElement>& elements, Json& list,
                           const StructureComparison& structures, const PagePacking& packing)
 {
     for (std::size_t i = 0; i < structures.rows.size(); ++i) {

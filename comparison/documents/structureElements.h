@@ -5,13 +5,12 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREELEMENTS_H
 #define ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREELEMENTS_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "comparison/documents/json.h"
 #include "comparison/documents/pagePacking.h"
 #include "comparison/structures/structureComparison.h"
 
@@ -39,7 +38,7 @@ std::vector<std::int32_t> storedContours(const std::vector<files::Contour>& cont
  * @param packing outlives the elements.
  * @param list the structures of the page's document, which get the elements' names.
  */
-void addStructureElements(std::vector<PageElement>& elements, nlohmann::ordered_json& list,
+void addStructureElements(std::vector<PageElement>& elements, Json& list,
                           const StructureComparison& structures, const PagePacking& packing);
 
 } // namespace zarngi

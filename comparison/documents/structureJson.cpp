@@ -1,12 +1,11 @@
 #include "comparison/documents/structureJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include <array>
 #include <cmath>
 #include <cstdio>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/noiseJson.h"
 #include "comparison/documents/statisticsJson.h"
 
@@ -15,8 +14,6 @@ namespace zarngi
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 template <class Value> Json orNull(const std::optional<Value>& value)
 {
@@ -145,8 +142,7 @@ Json gammaJson(const Json& name, const StructureGamma& gamma)
 
 } // namespace
 
-nlohmann::ordered_json structuresJson(const StructureComparison& structures,
-                                      const Disclosure& disclosure)
+Json structuresJson(const StructureComparison& structures, const Disclosure& disclosure)
 {
     Json json = {{"files", Json::array()},
                  {"prescription", orNull(structures.prescription)},
@@ -169,7 +165,7 @@ nlohmann::ordered_json structuresJson(const StructureComparison& structures,
     return json;
 }
 
-void addStructures(nlohmann::ordered_json& criterion, const CriterionResult& result,
+void addStructures(Json& criterion, const CriterionResult& result,
                    const std::vector<StructureRow>& rows)
 {
     criterion["for"] = result.patterns;

@@ -5,22 +5,20 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_STRUCTUREJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <vector>
 
 #include "comparison/comparison.h"
 #include "comparison/documents/disclosure.h"
+#include "comparison/documents/json.h"
 
 namespace zarngi
 {
 
 /** The structures themselves: where they come from, volumes, doses. */
-nlohmann::ordered_json structuresJson(const StructureComparison& structures,
-                                      const Disclosure& disclosure);
+Json structuresJson(const StructureComparison& structures, const Disclosure& disclosure);
 
 /** Adds what a criterion found in each of them. */
-void addStructures(nlohmann::ordered_json& criterion, const CriterionResult& result,
+void addStructures(Json& criterion, const CriterionResult& result,
                    const std::vector<StructureRow>& rows);
 
 } // namespace zarngi

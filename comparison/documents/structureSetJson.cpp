@@ -1,11 +1,10 @@
 #include "comparison/documents/structureSetJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <array>
 #include <memory>
 
+#include "comparison/documents/json.h"
 #include "files/structures/contourNotes.h"
 #include "files/structures/region.h"
 
@@ -15,7 +14,6 @@ namespace zarngi
 namespace
 {
 
-using Json = nlohmann::ordered_json;
 using files::Region;
 using files::Structure;
 
@@ -110,7 +108,7 @@ std::string colourName(const Structure& structure)
     return name;
 }
 
-nlohmann::ordered_json structureSetJson(const files::StructureSet& set)
+Json structureSetJson(const files::StructureSet& set)
 {
     Json structures = Json::array();
     for (const DescribedStructure& described : describedStructures(set)) {

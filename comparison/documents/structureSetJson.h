@@ -5,13 +5,12 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_STRUCTURESETJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_STRUCTURESETJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "comparison/documents/json.h"
 #include "files/structures/structureSet.h"
 
 namespace zarngi
@@ -33,7 +32,7 @@ std::vector<DescribedStructure> describedStructures(const files::StructureSet& s
 std::string colourName(const files::Structure& structure);
 
 /** Label, instance, structures and warnings; docs/json.md describes the members. */
-nlohmann::ordered_json structureSetJson(const files::StructureSet& set);
+Json structureSetJson(const files::StructureSet& set);
 
 } // namespace zarngi
 

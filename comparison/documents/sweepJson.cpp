@@ -1,14 +1,12 @@
 #include "comparison/documents/sweepJson.h"
 
-#include <nlohmann/json.hpp>
+#include "comparison/documents/json.h"
 
 namespace zarngi
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 /** Rows by dose difference, columns by distance. */
 template <class Value> Json rowsOf(const SweepPart& part, std::size_t columns, const Value& value)
@@ -36,7 +34,7 @@ Json partJson(const SweepPart& part, std::size_t columns)
 
 } // namespace
 
-nlohmann::ordered_json sweepJson(const Sweep& sweep)
+Json sweepJson(const Sweep& sweep)
 {
     Json parts = Json::array();
     for (const SweepPart& part : sweep.parts) {

@@ -5,14 +5,13 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_SWEEPJSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_SWEEPJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "comparison/documents/json.h"
 #include "comparison/sweep/sweep.h"
 
 namespace zarngi
 {
 
-nlohmann::ordered_json sweepJson(const Sweep& sweep);
+Json sweepJson(const Sweep& sweep);
 
 } // namespace zarngi
 

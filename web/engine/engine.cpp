@@ -2,17 +2,17 @@
 #include <emscripten.h>
 
 #include <new>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "web/engine/failureJson.h"
 #include "web/engine/session.h"
 
 namespace
 {
 
-using Json = nlohmann::ordered_json;
+using zarngi::Json;
 
 engine::Session& session()
 {

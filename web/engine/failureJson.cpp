@@ -1,6 +1,6 @@
 #include "web/engine/failureJson.h"
 
-#include <nlohmann/json.hpp>
+#include "comparison/documents/json.h"
 
 namespace engine
 {
@@ -8,7 +8,7 @@ namespace engine
 namespace
 {
 
-using Json = nlohmann::ordered_json;
+using zarngi::Json;
 
 /** Texts, members of the request by their names, and files by their paths. */
 Json partsOf(const zarngi::Sentence& sentence)
@@ -57,19 +57,19 @@ const char* kindName(zarngi::FailureKind kind)
     return "pair";
 }
 
-nlohmann::ordered_json failureJson(const zarngi::UsageError& error)
+Json failureJson(const zarngi::UsageError& error)
 {
     Json json = failure("request", error);
     json["member"] = error.member();
     return json;
 }
 
-nlohmann::ordered_json failureJson(const zarngi::InputError& error)
+Json failureJson(const zarngi::InputError& error)
 {
     return failure(kindName(error.kind()), error);
 }
 
-nlohmann::ordered_json failureJson(const char* kind, const char* sentence)
+Json failureJson(const char* kind, const char* sentence)
 {
     return {{"error", sentence}, {"kind", kind}, {"parts", {{{"text", sentence}}}}, {"file", ""}};
 }

@@ -5,8 +5,7 @@
 #ifndef ZARNGI_WEB_ENGINE_FAILUREJSON_H
 #define ZARNGI_WEB_ENGINE_FAILUREJSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "comparison/documents/json.h"
 #include "comparison/failure.h"
 
 namespace engine
@@ -15,11 +14,11 @@ namespace engine
 /** As `kind` of the messages tells it. */
 const char* kindName(zarngi::FailureKind kind);
 
-nlohmann::ordered_json failureJson(const zarngi::UsageError& error);
-nlohmann::ordered_json failureJson(const zarngi::InputError& error);
+zarngi::Json failureJson(const zarngi::UsageError& error);
+zarngi::Json failureJson(const zarngi::InputError& error);
 
 /** Of which there is a sentence only. @param kind "memory" or "internal" */
-nlohmann::ordered_json failureJson(const char* kind, const char* sentence);
+zarngi::Json failureJson(const char* kind, const char* sentence);
 
 } // namespace engine
 

@@ -1,7 +1,5 @@
 #include "web/engine/keptFiles.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -9,6 +7,7 @@
 #include <utility>
 
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/measurementJson.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/failure.h"
@@ -26,7 +25,7 @@ namespace engine
 namespace
 {
 
-using Json = nlohmann::ordered_json;
+using zarngi::Json;
 
 files::Host scriptHost(const files::TableUnits& units = {})
 {
@@ -217,7 +216,7 @@ Json refusalJson(const std::string& path, const files::FileError& error, bool is
 
 } // namespace
 
-nlohmann::ordered_json KeptFiles::identify(const std::string& path, const files::TableUnits& units)
+Json KeptFiles::identify(const std::string& path, const files::TableUnits& units)
 {
     forget(path);
     try {
@@ -230,8 +229,7 @@ nlohmann::ordered_json KeptFiles::identify(const std::string& path, const files:
     }
 }
 
-nlohmann::ordered_json KeptFiles::identified(const std::string& path,
-                                             const files::TableUnits& units)
+Json KeptFiles::identified(const std::string& path, const files::TableUnits& units)
 {
     OpenFile file(path);
     if (file.isStructureSet()) {

@@ -5,11 +5,10 @@
 #ifndef ZARNGI_WEB_ENGINE_KEPTFILES_H
 #define ZARNGI_WEB_ENGINE_KEPTFILES_H
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <set>
 #include <string>
 
+#include "comparison/documents/json.h"
 #include "files/doseImage.h"
 #include "files/host.h"
 #include "files/plans/plan.h"
@@ -28,7 +27,7 @@ public:
      * from others.
      * @param units of a table that tells none
      */
-    nlohmann::ordered_json identify(const std::string& path, const files::TableUnits& units = {});
+    zarngi::Json identify(const std::string& path, const files::TableUnits& units = {});
 
     /** @param units of a table that tells none. @throws zarngi::InputError */
     files::DoseImage dose(const std::string& path, const files::TableUnits& units);
@@ -45,7 +44,7 @@ public:
     void forget(const std::string& path);
 
 private:
-    nlohmann::ordered_json identified(const std::string& path, const files::TableUnits& units);
+    zarngi::Json identified(const std::string& path, const files::TableUnits& units);
 
     KeptValues<files::DoseImage> doses_;
     KeptValues<files::StructureSet> sets_;

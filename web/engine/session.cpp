@@ -1,7 +1,5 @@
 #include "web/engine/session.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -10,6 +8,7 @@
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/headerJson.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/protocols.h"
 #include "comparison/documents/record.h"
 #include "comparison/documents/reportPage.h"
@@ -31,7 +30,7 @@ namespace engine
 namespace
 {
 
-using Json = nlohmann::ordered_json;
+using zarngi::Json;
 
 template <class Numbers> std::string bytesOf(const Numbers& numbers)
 {
@@ -100,7 +99,8 @@ zarngi::FileDigests digestsOf(const Json& json)
 {
     zarngi::FileDigests digests;
     for (const auto& [path, digest] : json.items()) {
-        digests[path] = {digest.at("bytes").get<std::uintmax_t>(), digest.at("sha256")};
+        digests[path] = {digest.at("bytes").get<std::uintmax_t>(),
+                         digest.at("sha256").get<std::string>()};
     }
     return digests;
 }
@@ -109,9 +109,8 @@ zarngi::FileDigests digestsOf(const Json& json)
 files::TableUnits unitsOf(const Json& call)
 {
     const auto text = [&call](const char* name) {
-        const auto found = call.find(name);
-        return found != call.end() && found->is_string() ? found->get<std::string>()
-                                                         : std::string();
+        const Json* const found = call.find(name);
+        return found != nullptr && found->is_string() ? found->get<std::string>() : std::string();
     };
     try {
         return zarngi::parseUnits(text("doseUnit"), text("lengthUnit"));
@@ -136,7 +135,7 @@ Json rateJson(const zarngi::GammaStatistics& statistics)
 
 } // namespace
 
-nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
+Json Session::answer(const Json& call)
 {
     const std::string what = call.at("call");
     output_.clear();
@@ -186,7 +185,7 @@ nlohmann::ordered_json Session::answer(const nlohmann::ordered_json& call)
 }
 
 /** The request of a text that a person gave, and as a document to save. */
-nlohmann::ordered_json Session::request(const Json& call)
+Json Session::request(const Json& call)
 {
     const std::string text = call.at("text");
     const zarngi::Request request = zarngi::requestOfText(text);
@@ -199,7 +198,7 @@ nlohmann::ordered_json Session::request(const Json& call)
                            request.protocol.sha256 != zarngi::protocolDigest(request)}});
 }
 
-nlohmann::ordered_json Session::compare(const Json& call)
+Json Session::compare(const Json& call)
 {
     zarngi::Request request = zarngi::requestOf(call.at("request"));
     request.commandLine = call.at("command");
@@ -229,7 +228,7 @@ void Session::compute(const zarngi::Request& request, const Json& call)
     comparison_ = std::move(comparison);
 }
 
-nlohmann::ordered_json Session::rates(const Json& call)
+Json Session::rates(const Json& call)
 {
     const zarngi::Criterion criterion = zarngi::parseCriterion(call.at("criterion"));
     // With a map as well: the rate without one may be that of a voxel more.
@@ -242,12 +241,12 @@ nlohmann::ordered_json Session::rates(const Json& call)
 }
 
 /** The doses of a file as they are compared, in single precision. */
-nlohmann::ordered_json Session::values(const Json& call)
+Json Session::values(const Json& call)
 {
     return withOutput(bytesOf(files_.dose(call.at("path"), {}).image.values));
 }
 
-nlohmann::ordered_json Session::volume(const Json& call)
+Json Session::volume(const Json& call)
 {
     const std::string name = call.at("volume");
     if (name == "gamma") {
@@ -271,7 +270,7 @@ nlohmann::ordered_json Session::volume(const Json& call)
     return withOutput(bytesOf(zarngi::pageDoses(dose, decimals)), {{"decimals", decimals}});
 }
 
-nlohmann::ordered_json Session::structure(const Json& call)
+Json Session::structure(const Json& call)
 {
     const zarngi::StructureRow& row =
         comparison_.structures.value().rows.at(call.at("structure").get<std::size_t>());
@@ -286,7 +285,7 @@ nlohmann::ordered_json Session::structure(const Json& call)
                             : withOutput(bytesOf(zarngi::storedContours(contours)));
 }
 
-nlohmann::ordered_json Session::document(const Json& call)
+Json Session::document(const Json& call)
 {
     const std::string name = call.at("document");
     if (name == "record") {
@@ -306,7 +305,7 @@ nlohmann::ordered_json Session::document(const Json& call)
                       {{"label", result.criterion.fileLabel()}});
 }
 
-nlohmann::ordered_json Session::example(const Json& call)
+Json Session::example(const Json& call)
 {
     const std::string part = call.at("part");
     if (part == "structures") {
@@ -321,7 +320,7 @@ nlohmann::ordered_json Session::example(const Json& call)
                       {{"name", name}});
 }
 
-nlohmann::ordered_json Session::withOutput(std::string output, Json answer)
+Json Session::withOutput(std::string output, Json answer)
 {
     output_ = std::move(output);
     answer["bytes"] = output_.size();

@@ -5,12 +5,11 @@
 #ifndef ZARNGI_WEB_ENGINE_SESSION_H
 #define ZARNGI_WEB_ENGINE_SESSION_H
 
-#include <nlohmann/json.hpp>
-
 #include <string>
 #include <vector>
 
 #include "comparison/comparison.h"
+#include "comparison/documents/json.h"
 #include "web/engine/keptFiles.h"
 
 namespace engine
@@ -24,12 +23,12 @@ class Session
 {
 public:
     /** @throws zarngi::InputError, zarngi::UsageError */
-    nlohmann::ordered_json answer(const nlohmann::ordered_json& call);
+    zarngi::Json answer(const zarngi::Json& call);
 
     const std::string& output() const { return output_; }
 
 private:
-    using Json = nlohmann::ordered_json;
+    using Json = zarngi::Json;
 
     Json request(const Json& call);
     Json compare(const Json& call);
