@@ -213,6 +213,10 @@ class Requests(ProgramTest):
         self.assert_refused(run("compare", "--request", path), 2, "of a version before 4.3")
         path.write_text("{")
         self.assert_refused(run("compare", "--request", path), 2, "this is no JSON document")
+        path.write_text("[" * 1_000_000 + "]" * 1_000_000)  # a stack's end is nowhere near
+        self.assert_refused(run("compare", "--request", path), 2, "this is no JSON document")
+        path.write_text('{"format": "zarngi-request", "formatVersion": 18446744073709551615}')
+        self.assert_refused(run("compare", "--request", path), 2, "formatVersion is not one of 1 to 3")
         self.assert_refused(run("compare", "--request", self.folder / "none"), 1, "none: cannot be read")
 
     def test_anonymous_documents_hold_no_planted_name(self):
