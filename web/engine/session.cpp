@@ -95,6 +95,11 @@ private:
     zarngi::FileDigests digests_;
 };
 
+std::string textOf(const Json& call, const char* name)
+{
+    return call.at(name).get<std::string>();
+}
+
 zarngi::FileDigests digestsOf(const Json& json)
 {
     zarngi::FileDigests digests;
@@ -137,13 +142,13 @@ Json rateJson(const zarngi::GammaStatistics& statistics)
 
 Json Session::answer(const Json& call)
 {
-    const std::string what = call.at("call");
+    const std::string what = textOf(call, "call");
     output_.clear();
     if (what == "identify") {
-        return files_.identify(call.at("path"), unitsOf(call));
+        return files_.identify(textOf(call, "path"), unitsOf(call));
     }
     if (what == "forget") {
-        files_.forget(call.at("path"));
+        files_.forget(textOf(call, "path"));
         return Json::object();
     }
     if (what == "values") {
@@ -156,8 +161,7 @@ Json Session::answer(const Json& call)
         return {{"protocols", zarngi::protocolsJson()}};
     }
     if (what == "protocol") {
-        return {{"request",
-                 zarngi::requestJson(zarngi::shippedProtocol(call.at("name").get<std::string>()))}};
+        return {{"request", zarngi::requestJson(zarngi::shippedProtocol(textOf(call, "name")))}};
     }
     if (what == "compare") {
         return compare(call);
@@ -187,7 +191,7 @@ Json Session::answer(const Json& call)
 /** The request of a text that a person gave, and as a document to save. */
 Json Session::request(const Json& call)
 {
-    const std::string text = call.at("text");
+    const std::string text = textOf(call, "text");
     const zarngi::Request request = zarngi::requestOfText(text);
     zarngi::Request saved = request;
     saved.protocol.sha256.clear(); // that of what it holds
@@ -201,7 +205,7 @@ Json Session::request(const Json& call)
 Json Session::compare(const Json& call)
 {
     zarngi::Request request = zarngi::requestOf(call.at("request"));
-    request.commandLine = call.at("command");
+    request.commandLine = textOf(call, "command");
     Json decisive = decisiveOf(call, request);
     if (comparison_.results.empty() || decisive != decisive_) {
         compute(request, call);
@@ -224,13 +228,13 @@ void Session::compute(const zarngi::Request& request, const Json& call)
     files_.use({paths.begin(), paths.end()});
     KeptSource source(files_, digestsOf(call.at("digests")));
     zarngi::Comparison comparison = zarngi::compare(request, source, {watchFor, watchWork, {}});
-    comparison.readSeconds = call.at("readSeconds");
+    comparison.readSeconds = call.at("readSeconds").get<double>();
     comparison_ = std::move(comparison);
 }
 
 Json Session::rates(const Json& call)
 {
-    const zarngi::Criterion criterion = zarngi::parseCriterion(call.at("criterion"));
+    const zarngi::Criterion criterion = zarngi::parseCriterion(textOf(call, "criterion"));
     // With a map as well: the rate without one may be that of a voxel more.
     const zarngi::CriterionResult found = zarngi::comparedBy(criterion, comparison_);
     Json json = {{"passRate", rateJson(found.statistics)}, {"structures", Json::array()}};
@@ -243,12 +247,12 @@ Json Session::rates(const Json& call)
 /** The doses of a file as they are compared, in single precision. */
 Json Session::values(const Json& call)
 {
-    return withOutput(bytesOf(files_.dose(call.at("path"), {}).image.values));
+    return withOutput(bytesOf(files_.dose(textOf(call, "path"), {}).image.values));
 }
 
 Json Session::volume(const Json& call)
 {
-    const std::string name = call.at("volume");
+    const std::string name = textOf(call, "volume");
     if (name == "gamma") {
         const zarngi::CriterionResult& result =
             comparison_.results.at(call.at("criterion").get<std::size_t>());
@@ -287,7 +291,7 @@ Json Session::structure(const Json& call)
 
 Json Session::document(const Json& call)
 {
-    const std::string name = call.at("document");
+    const std::string name = textOf(call, "document");
     if (name == "record") {
         return withOutput(zarngi::toText(record_, 2) + "\n");
     }
@@ -295,19 +299,19 @@ Json Session::document(const Json& call)
         return withOutput(zarngi::comparisonCsv(comparison_));
     }
     if (name == "page") {
-        return withOutput(zarngi::reportPage(
-            comparison_, record_, call.at("template").get<std::string>(), scriptPacking()));
+        return withOutput(
+            zarngi::reportPage(comparison_, record_, textOf(call, "template"), scriptPacking()));
     }
     const zarngi::CriterionResult& result =
         comparison_.results.at(call.at("criterion").get<std::size_t>());
-    return withOutput(imageFile(call.at("name"), {comparison_.reference.image.geometry,
-                                                  files::Values::lent(result.gamma)}),
+    return withOutput(imageFile(textOf(call, "name"), {comparison_.reference.image.geometry,
+                                                       files::Values::lent(result.gamma)}),
                       {{"label", result.criterion.fileLabel()}});
 }
 
 Json Session::example(const Json& call)
 {
-    const std::string part = call.at("part");
+    const std::string part = textOf(call, "part");
     if (part == "structures") {
         const auto bytes = files::encodeStructureSet(zarngi::syntheticStructures());
         return withOutput(std::string(files::asText((*bytes).view())),
