@@ -6,6 +6,7 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_JSON_H
 #define ZARNGI_COMPARISON_DOCUMENTS_JSON_H
 
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -23,8 +24,8 @@ namespace zarngi
 /**
  * null, a boolean, a number, a text, an array or an object, whose members keep their order.
  *
- * Braces make an object of pairs of a text and a value, `{{"tested", 7}, {"note", nullptr}}`, and an
- * array of anything else.
+ * Braces make an object of pairs of a text and a value, `{{"tested", 7}, {"note", nullptr}}`, and
+ * an array of anything else.
  */
 class Json
 {
@@ -41,8 +42,7 @@ public:
     Json() noexcept;
     Json(std::nullptr_t) noexcept;
     Json(std::same_as<bool> auto value) noexcept : value_(value) {}
-    Json(std::integral auto value) noexcept
-        requires(!std::same_as<decltype(value), bool>)
+    Json(std::integral auto value) noexcept requires(!std::same_as<decltype(value), bool>)
     {
         if constexpr (std::signed_integral<decltype(value)>) {
             value_ = std::int64_t{value};
@@ -55,16 +55,15 @@ public:
     Json(std::string_view text);
     Json(std::string text) noexcept;
     Json(std::initializer_list<Json> values);
-    template <class List>
-        requires requires(const List& list) {
-            typename List::value_type;
-            list.begin();
-        } && (!std::convertible_to<const List&, std::string_view>)
-    Json(const List& values) : Json(array())
+    template <class Value, class Allocator>
+    Json(const std::vector<Value, Allocator>& values) : Json(array())
     {
-        for (const auto& value : values) {
-            push_back(value);
-        }
+        addAll(values);
+    }
+    template <class Value, std::size_t size>
+    Json(const std::array<Value, size>& values) : Json(array())
+    {
+        addAll(values);
     }
 
     Json(const Json& other);
@@ -173,6 +172,13 @@ private:
     const std::string& text() const;
     Array& elements();
     const Array& elements() const;
+
+    template <class List> void addAll(const List& values)
+    {
+        for (const auto& value : values) {
+            push_back(value);
+        }
+    }
 
     template <class Value> Value integer() const
     {

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "comparison/comparison.h"
+#include "comparison/documents/json.h"
 #include "comparison/documents/nativePagePacking.h"
 #include "comparison/documents/reportPage.h"
 #include "comparison/documents/reportVolume.h"
@@ -159,10 +160,12 @@ TEST(ReportPage, VolumesInOrderWhateverTheNumberOfThreads)
         expected.emplace_back("gamma-" + std::to_string(i),
                               zarngi::storedGammas(result.gamma, result.passed));
     }
+    zarngi::Json record;
+    record["criteria"] = std::vector(5, zarngi::Json::object());
     for (const int threads : {1, 2, 3, 7, 16}) {
         comparison.settings.threads = threads;
-        const std::string page =
-            zarngi::reportPage(comparison, {}, "<!--ZARNGI-DATA-->", zarngi::nativePagePacking());
+        const std::string page = zarngi::reportPage(comparison, record, "<!--ZARNGI-DATA-->",
+                                                    zarngi::nativePagePacking());
         std::size_t end = 0;
         for (const auto& [name, words] : expected) {
             const std::string mark = "id=\"volume-" + name + "\">";
@@ -200,8 +203,8 @@ TEST(ReportPage, StructuresAsVoxelsAndContours)
         catalogue, zarngi::selectStructures(*catalogue, {"square", "twice = square"}, {}),
         zarngi::viewOf(comparison.reference.image), zarngi::viewOf(comparison.evaluation.image), {},
         2);
-    nlohmann::ordered_json record;
-    record["structures"]["list"] = nlohmann::ordered_json::array({{{"name", "square"}}, {}});
+    zarngi::Json record;
+    record["structures"]["list"] = std::vector(2, zarngi::Json::object());
     const std::string page =
         zarngi::reportPage(comparison, record, "<!--ZARNGI-DATA-->", zarngi::nativePagePacking());
 
