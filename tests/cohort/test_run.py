@@ -21,6 +21,10 @@ from conftest import (
     SLOW, command, contents, page_record, rates, require_pages, small_pair, write_grid, write_rows, zarngi_cohort,
 )  # fmt: skip
 from processes import ended, open_for_writing, running, wait_for
+from zarngi.cohort.record import WITHOUT_NOISE
+from zarngi.cohort.report import page_data
+from zarngi.cohort.results import Results
+from zarngi.cohort.table import rows_of
 
 
 #: Members of requests that came with the third version.
@@ -335,6 +339,50 @@ def test_a_protocol_is_asked_of_every_pair(study, tmp_path):
         refused = zarngi_cohort(*run)
         assert refused.returncode == 1 and member in refused.stderr and "protocol.json: " in refused.stderr
     assert zarngi_cohort("run", manifest, "-o", results, "--request", "gone.json").returncode == 1
+
+
+def test_rates_without_noise(study):
+    """Those of one comparison by the same request; a pair too small for one has none."""
+    manifest, results = study
+    noisy = zarngi.default_request()
+    noisy |= {"criteria": ["3%/2mm"], "noise": {"seed": 1}}
+    noisy["reference"]["uncertainty"] = "1%"
+    zarngi.cohort.run(manifest, results, request=noisy)
+    with Results(results) as stored:
+        rows = {row["id"]: [row[name] for name in WITHOUT_NOISE] for row in rows_of(stored)}
+        (series,) = page_data(stored, "group", "", (95, 90))["series"]
+    assert [list(told) for told in zip(*(series[name] for name in WITHOUT_NOISE))] == [rows["p0"], rows["p2"]]
+    assert rows["p1"] == [None] * 3  # which failed
+    for name in ("p0", "p2"):
+        pair = [manifest.parent / f"{role}{name[1]}.nrrd" for role in "re"]
+        told = zarngi.compare(noisy, reference=pair[0], evaluation=pair[1]).record["criteria"][0]["withoutNoise"]
+        assert rows[name] == [told[member] for member in ("passRate", "lower", "upper")]
+        assert told["kind"] == "told" and told["lower"] < told["upper"]
+    strict = noisy | {"criteria": ["0.5%/2mm"]}
+    table = zarngi.cohort.run(manifest, results, request=strict)
+    assert table["pass_rate"].notna().sum() == 2 and table["without_noise"].isna().all()
+
+
+def test_a_results_file_of_the_first_format(study):
+    """It is read as it is, and brought up to date by the next run, which computes nothing again."""
+    manifest, results = study
+    zarngi_cohort("run", manifest, "-o", results)
+    wanted = contents(results)
+    table = zarngi_cohort("export", results).stdout
+    with sqlite3.connect(results) as database:
+        for name in WITHOUT_NOISE:
+            database.execute(f"ALTER TABLE results DROP COLUMN {name}")
+        database.execute("PRAGMA user_version = 1")
+    before = results.read_bytes()
+    results.chmod(0o444)
+    assert zarngi_cohort("export", results).stdout == table
+    merged = results.with_name("merged.sqlite")
+    assert zarngi_cohort("merge", results, "-o", merged).returncode == 0
+    assert contents(merged) == wanted
+    assert results.read_bytes() == before
+    results.chmod(0o644)
+    assert computed(zarngi_cohort("run", manifest, "-o", results)) == 0
+    assert contents(results) == wanted
 
 
 def test_protocols(study):

@@ -57,6 +57,20 @@ describe('the page of a cohort', () => {
         }
     });
 
+    test('shows rates without noise where pairs have them', async () => {
+        const head = page.locator('#pairs-head .without_noise button');
+        assert.equal(await head.innerText(), 'Without noise / %');
+        await head.click();
+        await settle(page);
+        const cells = page.locator('#pairs-body .row .without_noise');
+        const told = await cells.allInnerTexts();
+        assert.equal(told[0], '99.5');
+        assert.equal(await cells.first().getAttribute('title'), '98.5 to 99.8 %');
+        assert.ok(told.length > 5 && new Set(told.slice(1)).size === 1);
+        await page.locator('#pairs-head .pass_rate button').click();
+        await settle(page);
+    });
+
     test('shows each group and each structure', async () => {
         const groups = page.locator('#group-rows tr');
         assert.equal(await groups.count(), wanted.groups.length);

@@ -31,6 +31,10 @@ export interface Series {
     mean: Rate[];
     p95: Rate[];
     maximum: Rate[];
+    /** The pass rate without statistical noise and its interval, where a pair has one. */
+    without_noise?: Rate[];
+    without_noise_lower?: Rate[];
+    without_noise_upper?: Rate[];
 }
 
 export type Beyond = '' | 'action' | 'process' | 'range';

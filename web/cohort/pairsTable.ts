@@ -18,16 +18,21 @@ const columns: [Column, string][] = [
     ['p95', 'γ 95 %'],
     ['maximum', 'Max γ'],
 ];
+const withoutNoise: [Column, string] = ['without_noise', 'Without noise / %'];
 const chips = { pass: '✓ pass', investigate: '! check', fail: '✕ fail', none: '–' };
 
 /** All pairs shown; only the rows in view are elements. */
 export class PairsTable {
     private readonly host = byId('pairs');
     private readonly body = byId('pairs-body');
+    private readonly columns: [Column, string][];
     private lastMarked: number | null = null;
     private isPrinting = false;
 
     constructor(private readonly selection: Selection) {
+        const isEstimated = selection.record.series.some((one) => one.without_noise !== undefined);
+        this.columns = isEstimated ? [...columns, withoutNoise] : columns;
+        this.host.classList.toggle('estimated', isEstimated);
         this.host.addEventListener('scroll', () => this.drawRows());
         this.host.addEventListener('keydown', (event) => this.onKey(event));
         new ResizeObserver(() => this.drawRows()).observe(this.host);
@@ -53,7 +58,7 @@ export class PairsTable {
 
     private drawHead(): void {
         const { sortBy, descending } = this.selection.choice;
-        const cells = columns.map(([column, name]) => {
+        const cells = this.columns.map(([column, name]) => {
             const isSorted = column === sortBy;
             const title = column === 'group' && this.selection.record.groupedBy !== 'group' ? this.selection.record.groupedBy : name;
             const arrow = isSorted ? (descending ? ' ▾' : ' ▴') : '';
@@ -129,7 +134,20 @@ export class PairsTable {
             cell('tested', count(figure('tested'))),
             cell('failed', count(figure('failed'))),
             ...(['mean', 'p95', 'maximum'] as const).map((c) => cell(c, fixed(figure(c), 3))),
+            ...(this.columns.includes(withoutNoise) ? [this.estimateCell(pair)] : []),
         ];
+    }
+
+    /** The rate without statistical noise, with its interval as its title. */
+    private estimateCell(pair: number): HTMLElement {
+        const [estimate, lower, upper] = (['without_noise', 'without_noise_lower', 'without_noise_upper'] as const).map(
+            (column) => this.selection.figure(pair, column),
+        );
+        const one = cell('without_noise', fixed(estimate, 1));
+        if (estimate !== null) {
+            one.title = `${fixed(lower, 1)} to ${fixed(upper, 1)} %`;
+        }
+        return one;
     }
 
     private scrollTo(pair: number | null): void {

@@ -1,7 +1,7 @@
 import type { CohortRecord, Rate, Series } from './data';
 
 export type Verdict = 'pass' | 'investigate' | 'fail' | 'none';
-export type Column = 'id' | 'group' | 'date' | 'pass_rate' | 'tested' | 'failed' | 'mean' | 'p95' | 'maximum';
+export type Column = 'id' | 'group' | 'date' | 'pass_rate' | 'tested' | 'failed' | 'mean' | 'p95' | 'maximum' | 'without_noise';
 
 export interface Choice {
     criterion: string;
@@ -57,9 +57,9 @@ export class Selection {
         return this.figure(pair, column);
     }
 
-    figure(pair: number, column: Exclude<Column, 'id' | 'group' | 'date'>): Rate {
+    figure(pair: number, column: Exclude<Column, 'id' | 'group' | 'date'> | 'without_noise_lower' | 'without_noise_upper'): Rate {
         const place = this.places[pair];
-        return place < 0 ? null : this.series[column][place];
+        return place < 0 ? null : (this.series[column]?.[place] ?? null);
     }
 
     rate(pair: number): Rate {

@@ -21,10 +21,11 @@ from .work import PairFailed, Work, add_data_file, compared
 #: The library holds one environment for each process, and memory is reckoned with for one pair.
 _one_at_a_time = threading.Lock()
 
-#: Members of a record's criterion, in the order of `record.FIGURES`.
+#: Members of a record's criterion, and of its `withoutNoise`, in the order of `record.FIGURES`.
 _MEMBERS = (
     "tested", "passed", "failed", "hot", "cold", "unreached", "passRate", "mean", "p95", "p99", "max",
 )  # fmt: skip
+_WITHOUT_NOISE = ("passRate", "lower", "upper")
 
 
 def compute(task: Task, threads: int, limit: int | None = None) -> Outcome:
@@ -148,7 +149,11 @@ def _rows(record: dict[str, Any], has_structures: bool) -> Iterator[Row]:
 
 def _figures(found: dict[str, Any]) -> tuple[Any, ...]:
     """As `record.FIGURES`; None for what there is not."""
-    return tuple(found[member] for member in _MEMBERS)
+    estimate = found.get("withoutNoise", {})
+    return (
+        *(found[member] for member in _MEMBERS),
+        *(estimate.get(member) for member in _WITHOUT_NOISE),
+    )
 
 
 def _warn_of_structures(work: Work, record: dict[str, Any]) -> None:

@@ -10,9 +10,12 @@ from .settings import Settings
 
 #: Voxels.
 COUNTS = ("tested", "passed", "failed", "hot", "cold", "unreached")
+#: What the doses without their statistical noise would give, in %, and the ends of its interval; None
+#: where it was not asked for or cannot be told.
+WITHOUT_NOISE = ("without_noise", "without_noise_lower", "without_noise_upper")
 #: Columns of a row of results, behind the criterion and the structure: the pass rate in %, then
 #: gamma over the tested and reached voxels.
-FIGURES = (*COUNTS, "pass_rate", "mean", "p95", "p99", "maximum")
+FIGURES = (*COUNTS, "pass_rate", "mean", "p95", "p99", "maximum", *WITHOUT_NOISE)
 
 
 @dataclass(frozen=True)

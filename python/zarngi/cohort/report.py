@@ -14,7 +14,7 @@ import zarngi
 from .._criteria import parse_criterion
 from .errors import WITHOUT_PAGES, CohortError
 from .limits import Limits, limits
-from .record import FIGURES
+from .record import FIGURES, WITHOUT_NOISE
 from .results import Results
 
 _MARKER = "<!--ZARNGI-DATA-->"
@@ -130,6 +130,8 @@ def _finite(value: Any) -> Any:
 
 
 def _series(criterion: str, structure: str, columns: dict[str, list[Any]]) -> dict[str, Any]:
+    if not any(value is not None for value in columns[WITHOUT_NOISE[0]]):
+        columns = {name: values for name, values in columns.items() if name not in WITHOUT_NOISE}
     parsed = parse_criterion(criterion)
     return {
         "criterion": criterion,

@@ -13,10 +13,11 @@ from typing import Any
 
 from .errors import ResultsError
 from .manifest import Pair
-from .record import FIGURES, FileState, Outcome
+from .record import FIGURES, WITHOUT_NOISE, FileState, Outcome
 
 _APPLICATION = 0x5A474943  # "ZGIC"
-_FORMAT = 1
+_FORMAT = 2
+_FIRST_FORMAT = 1  # of versions before 4.6: without WITHOUT_NOISE
 _PATIENCE = 30.0  # s, for a reader that holds the file
 
 _SCHEMA = """
@@ -51,6 +52,7 @@ CREATE TABLE results (
     structure TEXT NOT NULL,      -- empty: everything tested
     tested INTEGER, passed INTEGER, failed INTEGER, hot INTEGER, cold INTEGER, unreached INTEGER,
     pass_rate REAL, mean REAL, p95 REAL, p99 REAL, maximum REAL,
+    without_noise REAL, without_noise_lower REAL, without_noise_upper REAL,
     PRIMARY KEY (id, place),
     UNIQUE (id, criterion, structure)
 ) WITHOUT ROWID;
@@ -137,8 +139,23 @@ class Results:
                         self._database.execute(statement)
         elif self._pragma("application_id") != _APPLICATION:
             raise ResultsError(f"{self.path}: is no results file of zarngi-cohort")
+        elif self._pragma("user_version") == _FIRST_FORMAT:
+            self._bring_up_to_date(create)
         elif self._pragma("user_version") != _FORMAT:
             raise ResultsError(f"{self.path}: is of another version of zarngi-cohort")
+
+    def _bring_up_to_date(self, is_written: bool) -> None:
+        """A file of the first format; one that is only read stays as it is."""
+        if not is_written:
+            missing = ", ".join(f"NULL AS {name}" for name in WITHOUT_NOISE)
+            self._database.execute(
+                f"CREATE TEMP VIEW results AS SELECT *, {missing} FROM main.results"
+            )
+            return
+        with self.transaction():
+            for name in WITHOUT_NOISE:
+                self._database.execute(f"ALTER TABLE results ADD COLUMN {name} REAL")
+            self._database.execute(f"PRAGMA user_version = {_FORMAT}")
 
     @contextmanager
     def _explained(self) -> Iterator[None]:
