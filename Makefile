@@ -3,7 +3,7 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo page test quick-test docs package check-package windows check-windows check-arm64 fuzz sanitize coverage format lint clean
+.PHONY: help demo page test quick-test docs package check-package windows check-windows wheels check-wheels check-arm64 fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
@@ -15,6 +15,8 @@ help:
 	@echo "make check-package  the same twice, compared byte by byte, unpacked and used"
 	@echo "make windows     program and libraries for 64-bit Windows, a zip in dist/"
 	@echo "make check-windows  the same, run under Wine: the same results, bit by bit"
+	@echo "make wheels      wheels for Python, with libraries and program inside, in dist/"
+	@echo "make check-wheels  the same, compared byte by byte, installed and used"
 	@echo "make check-arm64 the library on 64-bit ARM, emulated: the same bits, and its package"
 	@echo "make fuzz        a minute of random calls of the library and of random dose files"
 	@echo "make sanitize    the tests under the address, undefined and thread sanitizers"
@@ -67,6 +69,14 @@ check-windows:
 	scripts/install-deps.sh check-windows
 	scripts/windows.sh dist $(JOBS)
 	tests/windows/check.sh dist $(JOBS)
+
+wheels:
+	scripts/install-deps.sh wheels
+	scripts/wheels.sh dist $(JOBS)
+
+check-wheels:
+	scripts/install-deps.sh wheels
+	scripts/check-wheels.sh dist $(JOBS)
 
 check-arm64:
 	scripts/install-deps.sh arm64

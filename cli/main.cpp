@@ -61,7 +61,7 @@ struct CommandLine {
     std::string protocol;
     bool asJson = false; ///< the list of protocols
     std::string demoFolder = "zarngi-demo";
-    std::string selfTestRecord;
+    zarngi::OutputNames selfTestRecords;
 
     CommandLine()
     {
@@ -89,7 +89,11 @@ struct CommandLine {
         zarngi::addConvertOptions(*convertCommand, convert);
         demoCommand->add_option("DIR", demoFolder, "Folder for the files (zarngi-demo)")
             ->type_name("");
-        selfTestCommand->add_option("--json", selfTestRecord, "The record, for programs")
+        selfTestCommand->add_option("--json", selfTestRecords.json, "The record, for programs")
+            ->type_name("FILE");
+        selfTestCommand
+            ->add_option("--report", selfTestRecords.report,
+                         "The record as a page to sign and keep")
             ->type_name("FILE");
     }
 
@@ -108,7 +112,7 @@ struct CommandLine {
             return zarngi::convert(convert);
         }
         if (selfTestCommand->parsed()) {
-            return zarngi::selfTestCommand(selfTestRecord);
+            return zarngi::selfTestCommand(selfTestRecords);
         }
         return infoCommand->parsed() ? zarngi::info(info) : zarngi::demo(demoFolder);
     }

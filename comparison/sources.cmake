@@ -28,6 +28,8 @@ set(comparison_sources
     documents/reportPage.cpp
     documents/reportVolume.cpp
     documents/requestJson.cpp
+    documents/selfTestJson.cpp
+    documents/selfTestPage.cpp
     documents/statisticsJson.cpp
     documents/structureElements.cpp
     documents/structureJson.cpp
@@ -72,6 +74,14 @@ set(comparison_sources
     request/request.cpp
     request/typedNumber.cpp
     request/values.cpp
+    selfTest/definition.cpp
+    selfTest/fileCases.cpp
+    selfTest/gammaCases.cpp
+    selfTest/grid.cpp
+    selfTest/randomProblem.cpp
+    selfTest/searchCases.cpp
+    selfTest/selfTest.cpp
+    selfTest/structureCases.cpp
     sentence.cpp
     sentenceText.cpp
     structures/doseMetric.cpp
@@ -97,15 +107,7 @@ set(comparison_sources
 # What takes threads, files of a disk and the codecs of native hosts.
 set(comparison_native_sources
     documents/nativePagePacking.cpp
-    documents/selfTestJson.cpp
     fileDigest.cpp
     parallel.cpp
-    selfTest/definition.cpp
-    selfTest/fileCases.cpp
-    selfTest/gammaCases.cpp
-    selfTest/grid.cpp
-    selfTest/randomProblem.cpp
-    selfTest/searchCases.cpp
-    selfTest/selfTest.cpp
-    selfTest/structureCases.cpp
+    selfTest/installation.cpp
     sources/diskSource.cpp)

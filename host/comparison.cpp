@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +15,7 @@
 #include "comparison/failure.h"
 #include "comparison/parallel.h"
 #include "host/callersSource.h"
+#include "host/turn.h"
 
 namespace
 {
@@ -126,27 +126,6 @@ int guarded(zarnGIHost_Refusal* refusal, const zarngi::Wording& wording, const C
         return refuse(refusal, ZARNGI_HOST_REFUSAL_SYSTEM, error.what());
     }
 }
-
-/** The turn of one comparison: the library holds one environment. */
-class Turn
-{
-public:
-    Turn() : lock_(mutex) { isTaken = true; }
-    ~Turn() { isTaken = false; }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-
-    /** Whether the calling thread has it, which a function of the watcher runs on. */
-    static bool isMine() { return isTaken; }
-
-private:
-    static std::mutex mutex;
-    static thread_local bool isTaken;
-    std::unique_lock<std::mutex> lock_;
-};
-
-std::mutex Turn::mutex;
-thread_local bool Turn::isTaken = false;
 
 /** Hands on to the caller what is told of a comparison. */
 class Following
@@ -280,7 +259,7 @@ zarngi::Comparison compared(std::string_view document, const zarnGIHost_Source& 
     }
     Following following(watcher, request);
     zarngi::Watchers watchers = following.watchers();
-    std::optional<Turn> turn;
+    std::optional<host::Turn> turn;
     // Files that give no answer keep nobody else waiting.
     watchers.prepared = [&, show = watchers.prepared](const zarngi::Comparison& comparison) {
         turn.emplace();
@@ -317,7 +296,7 @@ int zarnGIHost_compareWith(const char* request, size_t size, const zarnGIHost_So
     problem = problem != nullptr ? problem : problemOf(wanted);
     if (request == nullptr || comparison == nullptr) {
         problem = "a required pointer is null";
-    } else if (Turn::isMine()) {
+    } else if (host::Turn::isMine()) {
         problem = "a watcher of a comparison starts another one";
     }
     if (problem != nullptr) {

@@ -7,7 +7,8 @@
  *
  * Every function may be called by several threads at once, on different doses. Nothing is printed,
  * no process is started, no state is kept between calls but that of zarnGIHost_setExcerpts(). A
- * comparison takes over the one environment of libZarnGI; all other functions leave it alone.
+ * comparison, and the acceptance test, takes over the one environment of libZarnGI; all other
+ * functions leave it alone.
  * Lengths are in mm, doses in Gy. Coordinates are those of the patient: x to the left, y to the
  * back, z to the head.
  */
@@ -879,6 +880,37 @@ ZARNGI_HOST_API void zarnGIHost_freeMap(struct zarnGIHost_Map* map);
  * @param comparison the comparison; null is allowed.
  */
 ZARNGI_HOST_API void zarnGIHost_freeComparison(struct zarnGIHost_Comparison* comparison);
+
+/**
+ * Follows an acceptance test, on the calling thread; must not start a comparison.
+ * @param done    the part that is done, 0 to 1.
+ * @param context what was handed over with it.
+ * @return ZARNGI_HOST_OK, or another number to end the test.
+ */
+typedef int (*zarnGIHost_SelfTestWatch)(double done, void* context);
+
+/**
+ * The acceptance test of this installation, as `zarngi selftest` makes it, in ten seconds or so:
+ * random problems on every set of instructions that the processor runs, held bit by bit to the
+ * plain definition of the search, and gamma, files and structures whose results are known. It takes
+ * over the one environment of libZarnGI as a comparison does, and leaves the library to choose
+ * among the sets of instructions.
+ *
+ * @param watch    who follows; may be null.
+ * @param context  handed to it.
+ * @param isPassed [out] 1: all cases passed; 0: this installation must not be used.
+ * @param record   [out] versions, machine, digests of the libraries, and what was wanted and found
+ * of every case: JSON, UTF-8; the caller frees it. May be null.
+ * @param page     [out] the same as a page to print and sign: HTML, UTF-8; the caller frees it. May
+ *                 be null.
+ * @param error    [out] why there is no result; may be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (the watcher ended it), ZARNGI_HOST_NO_MEMORY or
+ *         ZARNGI_HOST_BAD_ARGUMENT. Unless it is ZARNGI_HOST_OK, nothing is given out.
+ */
+ZARNGI_HOST_API int zarnGIHost_selfTest(zarnGIHost_SelfTestWatch watch, void* context,
+                                        int* isPassed, struct zarnGIHost_Bytes* record,
+                                        struct zarnGIHost_Bytes* page,
+                                        struct zarnGIHost_Error* error);
 
 #ifdef __cplusplus
 }

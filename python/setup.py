@@ -1,8 +1,11 @@
 """Builds libZarnGI and libZarnGIHost with CMake and puts them into the package.
 
 Their sources are found beside this directory in the project's tree, or in `native/` in a source
-distribution, which carries a copy of them.
+distribution, which carries a copy of them. Where ZARNGI_BUILT in the environment names a folder, what it
+holds is put into the package instead, and nothing is built: scripts/wheels.sh makes such folders.
 """
+
+from __future__ import annotations
 
 import functools
 import os
@@ -19,8 +22,12 @@ from setuptools.command.sdist import sdist
 from wheel.bdist_wheel import bdist_wheel
 
 HERE = Path(__file__).resolve().parent
+BUILT = os.environ.get("ZARNGI_BUILT")
 #: CMake's targets, and where it puts the library of each.
-LIBRARIES = {"ZarnGI": "lib/libZarnGI.so", "ZarnGIHost": "host/libZarnGIHost.so"}
+LIBRARIES = {"ZarnGI": "lib/libZarnGI.so.4", "ZarnGIHost": "host/libZarnGIHost.so.1"}
+COMMANDS = {"zarngi-cohort": "zarngi.cohort.cli:main"}
+#: Only a folder that is built brings the program.
+PROGRAM = {"zarngi": "zarngi._program:main"}
 #: The pages without data, by the names of their front ends, and where the package has them.
 PAGES = {"cohort": "cohort/page.html", "report": "report.html"}
 #: What CMake needs of the project's tree to build the libraries.
@@ -51,7 +58,7 @@ def build_libraries(build_directory: str) -> None:
     configure += ["-DCMAKE_BUILD_TYPE=Release", "-Wno-dev", "--no-warn-unused-cli"]
     configure += [f"-DZARNGI_BUILD_{option}=OFF" for option in options]
     configure += [f"-DZARNGI_TABLES_PYTHON={sys.executable}"]
-    jobs = str(len(os.sched_getaffinity(0)))
+    jobs = str(os.cpu_count() or 1)
     build = ["cmake", "--build", build_directory, "--parallel", jobs, "--target", *LIBRARIES]
     try:
         for command in (configure, build):
@@ -118,16 +125,20 @@ class BuildLibraries(build_ext):
     """Runs CMake instead of compiling extension modules; ctypes loads the libraries."""
 
     def get_ext_filename(self, fullname: str) -> str:
-        return str(Path(*fullname.split("."))) + ".so"
+        *folders, name = fullname.split(".")
+        return str(Path(*folders, Path(LIBRARIES[name]).name))
 
     def build_extensions(self) -> None:
+        package = Path(self.get_ext_fullpath("zarngi.lib.ZarnGI")).parent.parent
+        if BUILT is not None:
+            shutil.copytree(BUILT, package, dirs_exist_ok=True)
+            return
         native = Path(self.build_temp) / "native"
         build_libraries(str(native))
         for extension, library in zip(self.extensions, LIBRARIES.values()):
             target = Path(self.get_ext_fullpath(extension.name))
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile((native / library).resolve(), target)
-        package = Path(self.get_ext_fullpath("zarngi.lib.any")).parent.parent
         for name, place in PAGES.items():
             page = built_page(name)
             if page is not None:
@@ -167,7 +178,13 @@ scratch = tempfile.TemporaryDirectory(prefix="zarngi-build-")
 setup(
     options={"build": {"build_base": scratch.name}},
     version=project_version(),
-    ext_modules=[Extension(f"zarngi.lib.lib{name}", sources=[]) for name in LIBRARIES],
+    ext_modules=[Extension(f"zarngi.lib.{name}", sources=[]) for name in LIBRARIES],
+    entry_points={
+        "console_scripts": [
+            f"{name} = {place}"
+            for name, place in (COMMANDS if BUILT is None else COMMANDS | PROGRAM).items()
+        ]
+    },
     cmdclass={
         "build_ext": BuildLibraries,
         "sdist": SdistWithLibraries,

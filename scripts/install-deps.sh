@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that are missing: install-deps.sh demo|page|package|test|arm64|windows|check-windows
+# Installs the Debian packages that are missing: install-deps.sh demo|page|package|test|arm64|windows|check-windows|wheels
 # Does nothing, and needs no privileges, when all are there.
 set -eu
 
@@ -24,23 +24,28 @@ test_packages="
     chromium firefox-esr doxygen graphviz"
 
 arm64_packages="
-    g++-aarch64-linux-gnu qemu-user googletest"
+    g++-aarch64-linux-gnu qemu-user"
 
 windows_packages="
-    g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev zip unzip"
+    g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev zip unzip
+    mandoc nsis python3-markdown-it"
 
 check_windows_packages="
     wine wine64"
+
+wheels_packages="
+    file python3-numpy python3-pip python3-pydicom python3-pytest python3-setuptools python3-venv python3-wheel"
 
 case "${1:-}" in
     demo) wanted=$demo_packages ;;
     page) wanted="$demo_packages $page_packages" ;;
     package) wanted="$demo_packages $page_packages $package_packages" ;;
     test) wanted="$demo_packages $page_packages $package_packages $test_packages" ;;
-    arm64) wanted="$demo_packages $package_packages libgtest-dev $arm64_packages" ;;
+    arm64) wanted="$demo_packages $package_packages libgtest-dev googletest $arm64_packages" ;;
     windows) wanted="$demo_packages $page_packages $windows_packages" ;;
     check-windows) wanted="$demo_packages $page_packages $windows_packages $check_windows_packages" ;;
-    *) echo "usage: $0 demo|page|package|test|arm64|windows|check-windows" >&2; exit 2 ;;
+    wheels) wanted="$demo_packages $windows_packages $arm64_packages $wheels_packages" ;;
+    *) echo "usage: $0 demo|page|package|test|arm64|windows|check-windows|wheels" >&2; exit 2 ;;
 esac
 # Any Node.js will do: the report page needs npm and node, not Debian's packages of them. A source
 # archive brings the page along, and only its tests need them.

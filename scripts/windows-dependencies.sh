@@ -5,6 +5,7 @@
 set -eu
 mkdir -p "$1"
 folder=$(cd "$1" && pwd)
+apart=$(cd "$(dirname "$0")" && pwd)/apt-apart.sh
 cross=x86_64-w64-mingw32
 
 installed_version() {
@@ -16,17 +17,12 @@ mark=$folder/libdeflate-$version
 if [ ! -e "$mark" ]; then
     work=$folder/work
     rm -rf "$work"
-    mkdir -p "$work/lists/partial" "$folder/include" "$folder/lib"
-    # A list of sources of our own: what the system has enabled is left as it is.
-    apt-cache policy libdeflate-dev | awk '$2 ~ /^https?:/ { split($3, of, "/")
-        print "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]", $2, of[1], of[2] }' |
-        sort -u >"$work/sources.list"
+    mkdir -p "$work" "$folder/include" "$folder/lib"
     cd "$work"
     for step in update "source --download-only libdeflate=$version"; do
         # The step is meant to be split into words.
         # shellcheck disable=SC2086
-        apt-get -q -o Dir::Etc::SourceList="$work/sources.list" -o Dir::Etc::SourceParts=- \
-            -o Dir::State::Lists="$work/lists" -o APT::Sandbox::User=root $step
+        "$apart" "$work" deb-src libdeflate-dev $step
     done
     dpkg-source --extract libdeflate_*.dsc libdeflate
     for source in libdeflate/lib/*.c libdeflate/lib/x86/*.c; do

@@ -3,37 +3,25 @@
 #include <iostream>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "cli/output/outputFile.h"
 #include "cli/output/progress.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/json.h"
 #include "comparison/documents/selfTestJson.h"
+#include "comparison/documents/selfTestPage.h"
+#include "comparison/parallel.h"
 #include "comparison/text.h"
-#include "files/sourceFile.h"
-#include "libZarnGI.h"
+#include "files/nativeDeflate.h"
 #include "platform/console.h"
 #include "platform/machine.h"
-#include "platform/paths.h"
 
 namespace zarngi
 {
 
 namespace
 {
-
-Installation thisInstallation()
-{
-    Installation installation{platform::systemName(), platform::processorName(), {}};
-    const void* const inLibrary = reinterpret_cast<const void*>(&zarnGI_init);
-    for (const std::string& path : {platform::programFile(), platform::fileOfCode(inLibrary)}) {
-        const auto contents = files::resultOf([&] { return files::readDataFile(path); });
-        if (contents) {
-            installation.files.push_back({platform::nameOf(path), digestOf(contents->view())});
-        }
-    }
-    return installation;
-}
 
 std::string describe(const SelfTest& test)
 {
@@ -63,31 +51,41 @@ std::string describe(const SelfTest& test)
                             : "This installation must not be used: its results are not right.\n");
 }
 
-} // namespace
-
-ExitCode selfTestCommand(const std::string& record)
+SelfTest testedWithProgress()
 {
-    std::optional<OutputFile> file;
-    if (!record.empty()) {
-        file.emplace(record);
-        if (file->isStandardOutput()) {
-            std::cout.flush();
-            platform::printToStandardError();
-        }
-    }
     std::optional<ProgressLine> line;
     if (ProgressLine::isWanted()) {
         line.emplace("self-test");
     }
-    const SelfTest test = selfTest([&](double share) {
+    return selfTest({files::nativeDeflate(), processorCount()}, [&](double share) {
         if (line) {
             line->show(share);
         }
+        return true;
     });
-    line.reset();
+}
+
+} // namespace
+
+ExitCode selfTestCommand(const OutputNames& names)
+{
+    names.checkFiles({}, {});
+    std::optional<OutputFile> record;
+    std::optional<OutputFile> page;
+    for (const auto& [name, file] : {std::pair(&names.json, &record), {&names.report, &page}}) {
+        if (!name->empty() && file->emplace(*name).isStandardOutput()) {
+            std::cout.flush();
+            platform::printToStandardError();
+        }
+    }
+    const SelfTest test = testedWithProgress();
     std::cout << describe(test) << std::flush;
-    if (file) {
-        file->write(toText(selfTestJson(test, thisInstallation()), 2) + "\n");
+    const auto json = selfTestJson(test, thisInstallation({platform::programFile()}));
+    if (record) {
+        record->write(toText(json, 2) + "\n");
+    }
+    if (page) {
+        page->write(selfTestPage(json));
     }
     return test.isPassed() ? ExitCode::fine : ExitCode::selfTestFailed;
 }

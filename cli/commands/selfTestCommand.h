@@ -5,15 +5,17 @@
 #ifndef ZARNGI_CLI_COMMANDS_SELFTESTCOMMAND_H
 #define ZARNGI_CLI_COMMANDS_SELFTESTCOMMAND_H
 
-#include <string>
-
 #include "cli/exitCode.h"
+#include "cli/output/outputs.h"
 
 namespace zarngi
 {
 
-/** @param record file for the record as JSON; empty: none. @throws InputError */
-ExitCode selfTestCommand(const std::string& record);
+/**
+ * @param names of the record: as JSON and as a page
+ * @throws InputError, UsageError
+ */
+ExitCode selfTestCommand(const OutputNames& names);
 
 } // namespace zarngi
 

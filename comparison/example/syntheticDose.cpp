@@ -55,8 +55,10 @@ double fieldDose(double depth, double across, double along, double halfAcross, d
     constexpr double scatterShare = 0.06;
     constexpr double scatterReach = 30; // mm
     const double primary = profile(across, halfAcross, depth) * profile(along, halfAlong, depth);
-    const double beyond = std::hypot(std::fmax(0, std::fabs(across) - halfAcross),
-                                     std::fmax(0, std::fabs(along) - halfAlong));
+    const double beyondAcross = std::fmax(0, std::fabs(across) - halfAcross);
+    const double beyondAlong = std::fmax(0, std::fabs(along) - halfAlong);
+    // A root is the same everywhere; std::hypot differs between systems in its last bit.
+    const double beyond = std::sqrt(beyondAcross * beyondAcross + beyondAlong * beyondAlong);
     const double scatter = std::exp(-beyond / scatterReach);
     return depthDose(depth) * ((1 - scatterShare) * primary + scatterShare * scatter);
 }

@@ -5,7 +5,6 @@
 #ifndef ZARNGI_COMPARISON_SELFTEST_CASES_H
 #define ZARNGI_COMPARISON_SELFTEST_CASES_H
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,14 +25,15 @@ SelfTestCase nearCase(std::string part, std::string name, double wanted, double 
 /**
  * Random problems on every set of instructions that this processor runs, held to the definition of
  * the search bit by bit.
+ * @param threads of the definition
  */
-Cases searchCases(const std::vector<TestedPath>& paths, const std::function<void(double)>& watch);
+Cases searchCases(const std::vector<TestedPath>& paths, int threads, const WatchSelfTest& watch);
 
 /** Gamma where it can be worked by hand. */
 Cases gammaCases();
 
 /** Files that are written here or stand here byte by byte, read. */
-Cases fileCases();
+Cases fileCases(const files::Deflate& deflate);
 
 /** Volumes and doses of structures by closed forms. */
 Cases structureCases();

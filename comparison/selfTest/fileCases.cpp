@@ -6,7 +6,6 @@
 #include "comparison/selfTest/cases.h"
 #include "comparison/text.h"
 #include "files/encodeVolume.h"
-#include "files/nativeDeflate.h"
 #include "files/readDose.h"
 #include "files/structures/readStructures.h"
 #include "files/structures/writeStructureSet.h"
@@ -37,9 +36,9 @@ std::string textOf(const files::Image& image)
            digestOf(std::span(bytes, image.values.size() * sizeof(float))).sha256;
 }
 
-std::string readText(files::ByteView file, const std::string& name)
+std::string readText(files::ByteView file, const std::string& name, const files::Deflate& deflate)
 {
-    const auto dose = files::readDose(file, name, noOtherFile, {files::nativeDeflate()});
+    const auto dose = files::readDose(file, name, noOtherFile, {deflate});
     return dose ? textOf(dose->image) : "refused: it " + dose.error().sentence;
 }
 
@@ -54,7 +53,7 @@ files::Image sample()
     return image;
 }
 
-void addWrittenFiles(Cases& cases)
+void addWrittenFiles(Cases& cases, const files::Deflate& deflate)
 {
     using files::VolumeFormat;
     const files::Image image = sample();
@@ -64,9 +63,9 @@ void addWrittenFiles(Cases& cases)
          {VolumeFormat::nifti, "sample.nii"},
          {VolumeFormat::packedNifti, "sample.nii.gz"}}};
     for (const auto& [format, name] : formats) {
-        const auto bytes = files::encodeImage(format, image, files::nativeDeflate());
+        const auto bytes = files::encodeImage(format, image, deflate);
         cases.push_back(exactCase("files", std::string(name) + ", written and read", textOf(image),
-                                  bytes ? readText(bytes->view(), name) : "not written"));
+                                  bytes ? readText(bytes->view(), name, deflate) : "not written"));
     }
 }
 
@@ -99,14 +98,14 @@ std::string namesOf(const files::StructureSet& set)
     return text;
 }
 
-void addStructures(Cases& cases)
+void addStructures(Cases& cases, const files::Deflate& deflate)
 {
     const files::StructureSet set = syntheticStructures();
     const auto bytes = files::encodeStructureSet(set);
     std::string found = "not written";
     if (bytes) {
-        const auto read = files::readStructures(bytes->view(), "structures.dcm", noOtherFile,
-                                                {files::nativeDeflate()});
+        const auto read =
+            files::readStructures(bytes->view(), "structures.dcm", noOtherFile, {deflate});
         found = read ? namesOf(*read) : "refused: it " + read.error().sentence;
     }
     cases.push_back(
@@ -115,17 +114,17 @@ void addStructures(Cases& cases)
 
 } // namespace
 
-Cases fileCases()
+Cases fileCases(const files::Deflate& deflate)
 {
     Cases cases;
-    addWrittenFiles(cases);
+    addWrittenFiles(cases, deflate);
     for (const Written& file : handwritten()) {
         const auto* const bytes = reinterpret_cast<const unsigned char*>(file.contents.data());
         cases.push_back(exactCase("files", std::string(file.name) + ", as it stands here",
                                   textOf(file.image),
-                                  readText({bytes, file.contents.size()}, file.name)));
+                                  readText({bytes, file.contents.size()}, file.name, deflate)));
     }
-    addStructures(cases);
+    addStructures(cases, deflate);
     return cases;
 }
 

@@ -36,9 +36,9 @@ int handOver(unsigned seed)
     return shells;
 }
 
-void appendDefined(Bits& bits, int shells)
+void appendDefined(Bits& bits, int shells, int threads)
 {
-    const auto voxels = definition::searchByDefinition(shells);
+    const auto voxels = definition::searchByDefinition(shells, static_cast<std::size_t>(threads));
     append<float>(bits, definition::mapByDefinition(voxels));
     std::vector<unsigned char> passed(Env->N_ref, ZARNGI_NOT_TESTED);
     for (const definition::DefinedVoxel& voxel : voxels) {
@@ -66,13 +66,13 @@ std::string digestText(const Bits& bits)
 }
 
 /** The problems of a block: by the definition once, and on each path. */
-Cases casesOfBlock(unsigned block, const std::vector<TestedPath>& paths)
+Cases casesOfBlock(unsigned block, const std::vector<TestedPath>& paths, int threads)
 {
     Bits wanted;
     std::vector<Bits> found(paths.size());
     const unsigned first = block * problemsOfBlock;
     for (unsigned seed = first; seed < first + problemsOfBlock; ++seed) {
-        appendDefined(wanted, handOver(seed));
+        appendDefined(wanted, handOver(seed), threads);
         for (std::size_t i = 0; i < paths.size(); ++i) {
             if (paths[i].isSupported) {
                 zarnGI_setVectorPath(static_cast<int>(i));
@@ -95,14 +95,13 @@ Cases casesOfBlock(unsigned block, const std::vector<TestedPath>& paths)
 
 } // namespace
 
-Cases searchCases(const std::vector<TestedPath>& paths, const std::function<void(double)>& watch)
+Cases searchCases(const std::vector<TestedPath>& paths, int threads, const WatchSelfTest& watch)
 {
     Cases cases;
-    for (unsigned block = 0; block < blocks; ++block) {
-        std::ranges::move(casesOfBlock(block, paths), std::back_inserter(cases));
-        if (watch) {
-            watch(static_cast<double>(block + 1) / blocks);
-        }
+    bool goesOn = true;
+    for (unsigned block = 0; goesOn && block < blocks; ++block) {
+        std::ranges::move(casesOfBlock(block, paths, threads), std::back_inserter(cases));
+        goesOn = watch(static_cast<double>(block + 1) / blocks);
     }
     constexpr int fastest = -1;
     zarnGI_setVectorPath(fastest);

@@ -62,18 +62,23 @@ template <class Part> void add(SelfTest& test, const char* name, const Part& par
 
 bool SelfTest::isPassed() const
 {
-    return !cases.empty() && std::ranges::all_of(cases, &SelfTestCase::isPassed);
+    return isWhole && !cases.empty() && std::ranges::all_of(cases, &SelfTestCase::isPassed);
 }
 
-SelfTest selfTest(const std::function<void(double)>& watch)
+SelfTest selfTest(const SelfTestHost& host, const WatchSelfTest& watch)
 {
     const auto start = std::chrono::steady_clock::now();
     SelfTest test;
     test.paths = vectorPaths();
     add(test, "gamma", selftest::gammaCases);
-    add(test, "files", selftest::fileCases);
+    add(test, "files", [&] { return selftest::fileCases(host.deflate); });
     add(test, "structures", selftest::structureCases);
-    add(test, "search", [&] { return selftest::searchCases(test.paths, watch); });
+    add(test, "search", [&] {
+        return selftest::searchCases(test.paths, host.threads, [&](double done) {
+            test.isWhole = !watch || watch(done);
+            return test.isWhole;
+        });
+    });
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     test.seconds = elapsed.count();
     return test;

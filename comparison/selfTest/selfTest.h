@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "files/deflate.h"
+
 namespace zarngi
 {
 
@@ -34,15 +36,22 @@ struct SelfTest {
     std::vector<TestedPath> paths;
     std::vector<SelfTestCase> cases;
     double seconds = 0;
+    bool isWhole = true; ///< else its watcher ended it
 
     bool isPassed() const;
 };
 
-/**
- * Takes over the one environment of the library; some seconds long.
- * @param watch told the part that is done, 0 to 1; may be empty
- */
-SelfTest selfTest(const std::function<void(double)>& watch = {});
+/** What hosts differ in. */
+struct SelfTestHost {
+    const files::Deflate& deflate;
+    int threads = 1; ///< that find by the definition what is wanted
+};
+
+/** Told the part that is done, 0 to 1; returns whether to go on. */
+using WatchSelfTest = std::function<bool(double)>;
+
+/** Takes over the one environment of the library; some seconds long. @param watch may be empty */
+SelfTest selfTest(const SelfTestHost& host, const WatchSelfTest& watch = {});
 
 } // namespace zarngi
 

@@ -18,6 +18,7 @@ from ._grid import DoseGrid
 from ._points import DosePoints
 from ._read import read, read_bytes
 from ._result import GammaResult
+from ._selftest import SelfTest, selftest
 from ._structure_result import StructureResult, StructureResults
 from ._structures import Structure, StructureSet, dvh, read_structures
 from ._sweep import Sweep, sweep
@@ -40,6 +41,7 @@ __all__ = [
     "GammaResult",
     "NothingTestedError",
     "RequestError",
+    "SelfTest",
     "Structure",
     "StructureResult",
     "StructureResults",
@@ -55,6 +57,7 @@ __all__ = [
     "read",
     "read_bytes",
     "read_structures",
+    "selftest",
     "sweep",
     "write",
 ]

@@ -9,7 +9,7 @@ import warnings
 from collections.abc import Mapping, Sequence
 from importlib import resources
 from pathlib import Path
-from typing import Any
+from typing import Any, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -20,11 +20,12 @@ from ._grid import DoseGrid
 from ._interruption import Progress
 from ._points import DosePoints
 from ._structures import Chosen, Structure, StructureSet, StructuresLike
+from ._wholefile import write_whole
 from .io import _comparison
 from .io._comparison import Refused
 from .io._errors import FormatWarning
 
-_PathLike = str | os.PathLike[str]
+_PathLike = Union[str, "os.PathLike[str]"]
 
 _TEMPLATE = "report.html"
 
@@ -74,14 +75,7 @@ class Comparison:
             The page without data, which the project's build makes; by default that which is
             installed with this package.
         """
-        page = self._comparison.page(_template(template))
-        target = Path(path).resolve()
-        temporary = target.with_name(f".{target.name}.{os.getpid()}")
-        try:
-            temporary.write_bytes(page)
-            os.replace(temporary, target)
-        finally:
-            temporary.unlink(missing_ok=True)
+        write_whole(path, self._comparison.page(_template(template)))
 
     def __repr__(self) -> str:
         rates = (f"{one['label']}: {one['passRate']:.2f} %" for one in self.record["criteria"])

@@ -10,4 +10,6 @@ MAX_THREADS = 1024
 
 def available_cpus() -> int:
     """CPUs that this process may use."""
-    return min(len(os.sched_getaffinity(0)), MAX_THREADS)
+    if hasattr(os, "sched_getaffinity"):
+        return min(len(os.sched_getaffinity(0)), MAX_THREADS)
+    return min(os.cpu_count() or 1, MAX_THREADS)

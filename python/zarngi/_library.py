@@ -8,45 +8,62 @@ environment and leaves a reset one.
 from __future__ import annotations
 
 import ctypes
-import os
+import sys
 import threading
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from pathlib import Path
 
+from ._forks import at_forks
 from ._interruption import Progress, Reins, Result, interruptible
 
-#: The soname, which changes with the layout and the meaning of what is declared here.
-_SYSTEM_LIBRARY = "libZarnGI.so.4"
+#: That of the soname, which changes with the layout and the meaning of what is declared here.
+_VERSION = 4
 
 _OUT_OF_MEMORY = -29
 _MEANINGS = {_OUT_OF_MEMORY: "memory ran out", -100: "the library is busy"}
 
 
-def open_library(name: str, soname: str) -> ctypes.CDLL:
+#: Where the package has libraries and program, if it came with them.
+INSIDE = Path(__file__).parent / "lib"
+
+
+def open_library(name: str, version: int) -> ctypes.CDLL:
     """A library inside the package, or the system's where the package comes without one.
 
     Parameters
     ----------
     name : str
-        Its file inside the package.
-    soname : str
-        What the system's is asked for by.
+        Its name without what systems add.
+    version : int
+        Of the interface.
     """
-    bundled = Path(__file__).parent / "lib" / name
+    file = f"lib{name}.dll" if sys.platform == "win32" else f"lib{name}.so.{version}"
+    bundled = INSIDE / file
     if bundled.exists():
-        return ctypes.CDLL(str(bundled))
+        return _opened(bundled)
     try:
-        return ctypes.CDLL(soname)
+        return ctypes.CDLL(file)
     except OSError as error:
         raise ImportError(
-            f"neither {bundled} nor an installed {soname} was found: install the package "
+            f"neither {bundled} nor an installed {file} was found: install the package "
             "(pip install ./python) instead of importing it from its source directory"
         ) from error
 
 
+def _opened(path: Path) -> ctypes.CDLL:
+    try:
+        return ctypes.CDLL(str(path))
+    except OSError as error:
+        bits = 64 if sys.maxsize > 2**32 else 32
+        raise ImportError(
+            f"{path} cannot be loaded by this Python of {bits} bits ({error}); the wheel has to be "
+            "that of the system and the processor, and Python has to be one of 64 bits"
+        ) from error
+
+
 def _load() -> ctypes.CDLL:
-    library = open_library("libZarnGI.so", _SYSTEM_LIBRARY)
+    library = open_library("ZarnGI", _VERSION)
     for name in ("init", "reset"):
         function = getattr(library, f"zarnGI_{name}")
         function.argtypes = []
@@ -131,7 +148,7 @@ def _after_fork_in_child() -> None:
     _exclusive.lock = threading.RLock()
 
 
-os.register_at_fork(
+at_forks(
     before=_before_fork,
     after_in_parent=_after_fork_in_parent,
     after_in_child=_after_fork_in_child,

@@ -5,15 +5,15 @@ from __future__ import annotations
 import os
 from collections.abc import Mapping
 from pathlib import Path
-from typing import Literal
+from typing import Literal, Union
 
 from . import _checks
 from ._grid import DoseGrid, doses_of
 from ._points import DosePoints
 from .io import _host, _measurements
 
-#: What a bytes-like object is called here; the typing module of Python 3.11 has no name for it.
-BytesLike = bytes | bytearray | memoryview
+#: What a bytes-like object is called here; the typing module of Python has no name for it.
+BytesLike = Union[bytes, bytearray, memoryview]
 
 DoseUnit = Literal["Gy", "cGy"]
 LengthUnit = Literal["mm", "cm"]

@@ -6,7 +6,7 @@ import os
 import warnings
 from collections.abc import Iterator, Mapping, Sequence
 from pathlib import Path
-from typing import Any
+from typing import Any, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -132,7 +132,7 @@ class StructureSet(Mapping[str, Structure]):
 
 
 #: What can be asked for: a file, one structure, or structures and masks by their names.
-StructuresLike = StructureSet | Structure | Mapping[str, "Structure | npt.ArrayLike"]
+StructuresLike = Union[StructureSet, Structure, Mapping[str, "Structure | npt.ArrayLike"]]
 
 
 def read_structures(path: str | os.PathLike[str]) -> StructureSet:

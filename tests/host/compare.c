@@ -591,6 +591,32 @@ static void read_protocols(void)
           "null pointers are refused");
 }
 
+static int stop_soon(double done, void* calls)
+{
+    ++*(int*)calls;
+    return done < 0.2 ? ZARNGI_HOST_OK : 1;
+}
+
+static void test_itself(void)
+{
+    struct zarnGIHost_Bytes record = {NULL, 0};
+    struct zarnGIHost_Bytes page = {NULL, 0};
+    struct zarnGIHost_Error error;
+    int passed = -1;
+    int calls = 0;
+    check(zarnGIHost_selfTest(stop_soon, &calls, &passed, &record, &page, &error) ==
+                  ZARNGI_HOST_REFUSED &&
+              calls > 0 && passed == -1 && record.data == NULL && page.data == NULL,
+          "a self-test that its watcher ends gives nothing");
+    check(zarnGIHost_selfTest(NULL, NULL, &passed, &record, &page, &error) == ZARNGI_HOST_OK &&
+              passed == 1,
+          "a self-test passes");
+    check(told(&record, "\"name\": \"libZarnGIHost.so"), "its record names the library");
+    check(told(&page, "<td>passed</td>"), "its page tells the cases");
+    check(zarnGIHost_selfTest(NULL, NULL, NULL, &record, NULL, &error) == ZARNGI_HOST_BAD_ARGUMENT,
+          "a self-test needs a place for its verdict");
+}
+
 int main(void)
 {
     char folder[] = "/tmp/zarngi-host-XXXXXX";
@@ -610,6 +636,7 @@ int main(void)
     refuse_in_words();
     compare_by_several_threads();
     read_protocols();
+    test_itself();
     check(rmdir(folder) == 0, "nothing left in the folder");
     return failures == 0 ? 0 : 1;
 }

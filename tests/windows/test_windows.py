@@ -2,7 +2,9 @@
 
 import json
 import os
+import re
 import subprocess
+import tempfile
 import time
 import unittest
 from pathlib import Path
@@ -241,6 +243,20 @@ class FolderTest(unittest.TestCase):
                      "lib/cmake/ZarnGI/ZarnGIConfig.cmake", "licences/LICENSE"):
             self.assertIn(name, names)
 
+    def test_links_of_the_documentation_lead_somewhere(self):
+        """To a page, a picture and a heading that are there."""
+        pages = {path.name: path.read_text(encoding="utf-8") for path in (FOLDER / "documentation").glob("*.html")}
+        self.assertIn("SYNOPSIS", pages["manual.html"])
+        self.assertIn("request.html", pages)
+        for name, text in pages.items():
+            for target in re.findall(r'(?:href|src)="([^"]*)"', text):
+                if target.startswith(("http:", "https:")):
+                    continue
+                path, _, place = target.partition("#")
+                self.assertTrue((FOLDER / "documentation" / (path or name)).exists(), f"{name}: {target}")
+                if place:
+                    self.assertIn(f'id="{place}"', pages[path or name], f"{name}: {target}")
+
     def test_exports_are_those_of_linux(self):
         """The same list of symbols as of the shared library, whose variables stand with their size."""
         top = Path(__file__).resolve().parents[2]
@@ -263,6 +279,64 @@ class FolderTest(unittest.TestCase):
         result = run("wine", program, text=True, env={**os.environ, "WINEPATH": on_drive(FOLDER)})
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertIn("%", result.stdout)
+
+    def test_package_for_cmake(self):
+        """The example in C++, found by CMake in the folder alone."""
+        with tempfile.TemporaryDirectory() as build:
+            options = {
+                "CMAKE_SYSTEM_NAME": "Windows", "CMAKE_CXX_COMPILER": "x86_64-w64-mingw32-g++-posix",
+                "CMAKE_PREFIX_PATH": FOLDER, "CMAKE_EXE_LINKER_FLAGS": "-static",
+            }
+            given = [f"-D{name}={value}" for name, value in options.items()]
+            for command in (["-S", FOLDER / "examples/cpp", "-B", build, *given], ["--build", build]):
+                done = run("cmake", *command, text=True)
+                self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+            result = run("wine", Path(build) / "compare_doses.exe", text=True,
+                         env={**os.environ, "WINEPATH": on_drive(FOLDER)})
+            self.assertEqual(result.returncode, 0, result.stderr)
+            self.assertIn("%", result.stdout)
+
+
+class InstallerTest(unittest.TestCase):
+    """Installed for one user, and gone again, with a PATH longer than an installer's strings."""
+
+    PLACE = "C:\\ZarnGI-test"
+    KEY = "HKCU\\Environment"
+
+    def wine(self, *command):
+        result = run("wine", *command, text=True)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        return result.stdout
+
+    def path(self):
+        told = self.wine("reg", "query", self.KEY, "/v", "Path")
+        return re.search(r"Path\s+(REG_\w+)\s+(.*)", told).groups()
+
+    def test_installer(self):
+        long = ";".join(f"%USERPROFILE%\\folder {i:03} of a program" for i in range(90))
+        self.assertGreater(len(long), 3000)
+        self.wine("reg", "add", self.KEY, "/v", "Path", "/t", "REG_EXPAND_SZ", "/d", long, "/f")
+        self.wine(FOLDER.parent / f"{FOLDER.name}-setup.exe", "/S", f"/D={self.PLACE}")
+        there = Path(os.environ["WINEPREFIX"]) / "drive_c" / "ZarnGI-test"
+        files = {path.relative_to(FOLDER) for path in FOLDER.rglob("*") if path.is_file()}
+        own = {Path("uninstall.exe"), Path("zarngi-path.exe")}
+        self.assertEqual({path.relative_to(there) for path in there.rglob("*") if path.is_file()}, files | own)
+        for name in files:
+            self.assertEqual((there / name).read_bytes(), (FOLDER / name).read_bytes(), name)
+        self.assertEqual(self.path(), ("REG_EXPAND_SZ", f"{long};{self.PLACE}"))
+        self.wine(f"{self.PLACE}\\zarngi-path.exe", "add", self.PLACE.lower() + "\\")
+        self.assertEqual(self.path()[1], f"{long};{self.PLACE}", "it stands there once")
+        self.assertIn("zarngi", self.wine(f"{self.PLACE}\\zarngi.exe", "--version"))
+        shortcuts = Path(os.environ["WINEPREFIX"]).rglob("Start Menu/Programs/ZarnGI/*.lnk")
+        self.assertTrue(list(shortcuts))
+
+        (there / "mine.txt").write_text("a person's")
+        self.wine(f"{self.PLACE}\\uninstall.exe", "/S", f"_?={self.PLACE}")
+        self.assertEqual(self.path(), ("REG_EXPAND_SZ", long))
+        left = {path.name for path in there.rglob("*")}
+        self.assertLessEqual(left, {"mine.txt", "uninstall.exe"})  # which runs, and cannot remove itself
+        self.assertIn("mine.txt", left)
+        self.assertNotEqual(run("wine", "reg", "query", "HKCU\\Software\\ZarnGI").returncode, 0)
 
 
 if __name__ == "__main__":

@@ -14,6 +14,7 @@ import { ProgressLine } from './progressLine';
 import { RatesCard } from './ratesCard';
 import { RequestFiles } from './requestFiles';
 import { Saving } from './saving';
+import { setUpSelfTest } from './selfTest';
 import { missingFeature } from './support';
 import './style.css'; // after that of the views, parts of which it hides
 
@@ -88,6 +89,7 @@ function start(): void {
         idle: () => void rates.fill(),
     });
     byId('compute-again').addEventListener('click', () => comparisons.again());
+    setUpSelfTest(() => new EngineClient(() => new EngineWorker(), commandOf));
     document.documentElement.dataset.state = 'start';
 }
 

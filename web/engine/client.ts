@@ -3,7 +3,7 @@
 import { EngineFailure } from './engine';
 import type {
     ComparisonAnswer, ExamplePart, FileFacts, Progress, ProtocolFacts, RatesAnswer, RequestAnswer,
-    StructurePart, VolumeName,
+    SelfTestRecord, StructurePart, VolumeName,
 } from './messages';
 import type { Call, Reply } from './protocol';
 import type { RequestDocument, TableUnits } from './request';
@@ -146,6 +146,18 @@ export class EngineClient {
     async example(part: ExamplePart): Promise<File> {
         const { answer, output } = await this.send({ call: 'example', part });
         return new File([output!], (answer as { name: string }).name);
+    }
+
+    /** The acceptance test, with its record as a page; takes half a minute. */
+    async selfTest(progress: (progress: Progress) => void): Promise<{ record: SelfTestRecord; page: ArrayBuffer }> {
+        const { answer, output } = await this.send({ call: 'selfTest' }, progress);
+        return { record: (answer as { record: SelfTestRecord }).record, page: output! };
+    }
+
+    /** Ends the worker for good: what waits is rejected with Stopped. */
+    close(): void {
+        this.worker.terminate();
+        this.waiting.forEach(({ reject }) => reject(new Stopped()));
     }
 
     /** Ends what is under way: all that waits is rejected with Stopped. The files are kept. */

@@ -77,6 +77,13 @@ export interface Progress {
     share: number;
 }
 
+/** What was wanted and found of every case, and where. */
+export interface SelfTestRecord {
+    passed: boolean;
+    seconds: number;
+    cases: { part: string; name: string; wanted: string; found: string; passed: boolean }[];
+}
+
 export type ExamplePart = 'reference' | 'evaluation' | 'structures';
 /**
  * gammaAfter: with what explains the failed voxels. inUncertainties: differences in units of their

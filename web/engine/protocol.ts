@@ -16,7 +16,8 @@ export type Call =
     | { call: 'document'; document: 'record' | 'csv' }
     | { call: 'document'; document: 'page'; template: string }
     | { call: 'document'; document: 'gammaMap'; criterion: number; name: string }
-    | { call: 'example'; part: ExamplePart };
+    | { call: 'example'; part: ExamplePart }
+    | { call: 'selfTest' };
 
 export interface Request {
     id: number;

@@ -14,12 +14,15 @@
 #include "comparison/documents/reportPage.h"
 #include "comparison/documents/reportVolume.h"
 #include "comparison/documents/requestJson.h"
+#include "comparison/documents/selfTestJson.h"
+#include "comparison/documents/selfTestPage.h"
 #include "comparison/documents/statisticsJson.h"
 #include "comparison/documents/structureElements.h"
 #include "comparison/example/syntheticDose.h"
 #include "comparison/example/syntheticStructures.h"
 #include "comparison/failure.h"
 #include "comparison/request/values.h"
+#include "comparison/selfTest/selfTest.h"
 #include "files/encodeVolume.h"
 #include "files/structures/writeStructureSet.h"
 #include "web/engine/hostScript.h"
@@ -168,6 +171,9 @@ Json Session::answer(const Json& call)
     }
     if (what == "example") {
         return example(call);
+    }
+    if (what == "selfTest") {
+        return selfTest(call);
     }
     if (comparison_.results.empty()) {
         throw zarngi::UsageError("nothing has been compared yet");
@@ -322,6 +328,19 @@ Json Session::example(const Json& call)
     const std::string name = part + ".mha";
     return withOutput(imageFile(name, zarngi::syntheticDose(zarngi::demoGeometry(), disturbance)),
                       {{"name", name}});
+}
+
+/** Its page; the engine stands for the files of an installation. */
+Json Session::selfTest(const Json& call)
+{
+    const zarngi::SelfTest test = zarngi::selfTest({scriptDeflate()}, watchWork("self-test"));
+    const Json& engine = call.at("engine");
+    const zarngi::Installation installation{
+        textOf(call, "system"),
+        "WebAssembly",
+        {{"engine.wasm", {engine.at("bytes").get<std::uintmax_t>(), textOf(engine, "sha256")}}}};
+    const Json record = zarngi::selfTestJson(test, installation);
+    return withOutput(zarngi::selfTestPage(record), {{"record", record}});
 }
 
 Json Session::withOutput(std::string output, Json answer)

@@ -224,7 +224,7 @@ def _lost_is_told(distributed: Any) -> Iterator[None]:
         yield
     except distributed.KilledWorker:
         raise
-    except TimeoutError as error:
+    except (TimeoutError, distributed.TimeoutError) as error:  # one from Python 3.11 on
         raise _StillWaiting from error
     except (OSError, CancelledError, RuntimeError) as error:
         # A client that has given up on its scheduler is closed, which is a RuntimeError.
@@ -259,7 +259,7 @@ def connected(
         _wait_for(scheduler_file, patience)
     try:
         client = distributed.Client(address=address, scheduler_file=scheduler_file)
-    except (OSError, TimeoutError, ValueError, KeyError) as error:
+    except (OSError, distributed.TimeoutError, ValueError, KeyError) as error:
         place = address or scheduler_file
         raise ClusterError(f"{place}: the scheduler does not answer ({error})") from error
     try:

@@ -7,9 +7,9 @@ import logging
 import sys
 from contextlib import ExitStack
 from enum import IntEnum
-from pathlib import Path
 
 from .._cpus import available_cpus
+from . import memory
 from .cluster import GO_ON, DaskCluster, connected
 from .engine import Engine, ThisProcess
 from .lock import only_writer
@@ -113,7 +113,7 @@ def _below(options: argparse.Namespace) -> float:
 def _engine(options: argparse.Namespace, stack: ExitStack) -> Engine:
     if options.cluster is None and options.scheduler_file is None:
         threads = options.threads or available_cpus()
-        limit = int(options.memory * 1e9) if options.memory else _available_memory()
+        limit = int(options.memory * 1e9) if options.memory else memory.available()
         return ThisProcess(threads, limit)
     # What happens is told here, in one line.
     logging.disable(logging.CRITICAL)
@@ -127,13 +127,6 @@ def _engine(options: argparse.Namespace, stack: ExitStack) -> Engine:
         )
     )
     return DaskCluster(client, options.patience)
-
-
-def _available_memory() -> int | None:
-    for line in Path("/proc/meminfo").read_text().splitlines():
-        if line.startswith("MemAvailable:"):
-            return int(line.split()[1]) * 1024
-    return None
 
 
 def _tell(summary: Summary, results: Results) -> None:

@@ -6,7 +6,9 @@ import time
 from collections.abc import Iterator
 from typing import Protocol
 
+from . import memory
 from .compute import compute
+from .errors import CohortError
 from .record import Outcome, Task
 
 #: Pairs finished within this time (s) are stored together: a disk takes longer to make sure of what
@@ -42,11 +44,18 @@ class ThisProcess:
         Of each search.
     limit : int or None
         Bytes of memory that this process may fill.
+
+    Raises
+    ------
+    CohortError
+        When this process cannot be held to that.
     """
 
     workers = 1
 
     def __init__(self, threads: int, limit: int | None = None) -> None:
+        if limit and not memory.can_be_bounded():
+            raise CohortError("a bound of memory takes psutil on this system (pip install psutil)")
         self._threads = threads
         self._limit = limit
 

@@ -11,6 +11,9 @@ from dataclasses import replace
 from .manifest import Pair
 from .record import FileState
 
+#: Bytes of a file that are in memory at a time.
+_PART = 1 << 20
+
 ROLES = ("reference", "evaluation", "structures")
 
 
@@ -37,10 +40,17 @@ def state_of(role: str, path: str, data_of: str | None = None) -> FileState:
         When there is no such file.
     """
     facts = os.stat(path)
-    name = "" if data_of is None else _name_digest(os.path.relpath(path, os.path.dirname(data_of)))
+    name = "" if data_of is None else _name_digest(_relative(path, os.path.dirname(data_of)))
     if not stat.S_ISREG(facts.st_mode):
         return FileState(role, name, None, None)
     return FileState(role, name, facts.st_size, facts.st_mtime_ns)
+
+
+def _relative(path: str, folder: str) -> str:
+    try:
+        return os.path.relpath(path, folder)
+    except ValueError:  # on another drive
+        return path
 
 
 def with_digest(state: FileState, path: str) -> FileState:
@@ -48,7 +58,10 @@ def with_digest(state: FileState, path: str) -> FileState:
     if state.size is None:
         return state
     with open(path, "rb") as file:
-        return replace(state, sha256=hashlib.file_digest(file, "sha256").hexdigest())
+        digest = hashlib.sha256()
+        while part := file.read(_PART):
+            digest.update(part)
+    return replace(state, sha256=digest.hexdigest())
 
 
 @functools.lru_cache(maxsize=64)

@@ -2,27 +2,60 @@
 
 from __future__ import annotations
 
-import fcntl
 import os
 import socket
 from collections.abc import Iterator
-from contextlib import contextmanager
+from contextlib import contextmanager, suppress
 
 from .errors import ResultsError
+
+#: A place behind all that is written into the file, so that others can read who holds the lock.
+_BEYOND = 1 << 30
+
+try:
+    from fcntl import LOCK_EX, LOCK_NB, lockf
+
+    def _lock(descriptor: int) -> None:
+        lockf(descriptor, LOCK_EX | LOCK_NB)
+
+except ImportError:
+    import msvcrt
+
+    def _lock(descriptor: int) -> None:
+        os.lseek(descriptor, _BEYOND, os.SEEK_SET)
+        msvcrt.locking(descriptor, msvcrt.LK_NBLCK, 1)  # type: ignore[attr-defined]
+        os.lseek(descriptor, 0, os.SEEK_SET)
 
 
 def _opened(path: str) -> int:
     """A descriptor of the locked file `path`, which is still the one of that name."""
     while True:
-        descriptor = os.open(path, os.O_RDWR | os.O_CREAT | os.O_CLOEXEC, 0o666)
+        flags = os.O_RDWR | os.O_CREAT | getattr(os, "O_CLOEXEC", 0)
+        descriptor = os.open(path, flags, 0o666)
         try:
-            fcntl.lockf(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            _lock(descriptor)
             # Whoever held it may have removed it meanwhile.
             if os.path.exists(path) and os.path.samestat(os.fstat(descriptor), os.stat(path)):
                 return descriptor
         except BaseException:
             os.close(descriptor)
             raise
+        os.close(descriptor)
+
+
+def _remove(path: str, descriptor: int) -> None:
+    """Remove the file and close it, in the order that the system allows.
+
+    Removed first where that can be: whoever opens it in between would hold a lock that the next one
+    does not see. Systems that remove no open file keep it for whoever has it open.
+    """
+    try:
+        os.unlink(path)
+    except PermissionError:
+        os.close(descriptor)
+        with suppress(PermissionError, FileNotFoundError):
+            os.unlink(path)
+    else:
         os.close(descriptor)
 
 
@@ -53,5 +86,4 @@ def only_writer(results: str) -> Iterator[None]:
         os.write(descriptor, f"process {os.getpid()} on {socket.gethostname()}".encode())
         yield
     finally:
-        os.unlink(path)
-        os.close(descriptor)
+        _remove(path, descriptor)

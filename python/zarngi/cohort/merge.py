@@ -55,7 +55,7 @@ def _add(merged: Results, results: Results) -> None:
                 raise ResultsError(
                     f'{results.path}: has other results of the pair "{identity}" than a file before'
                 )
-            next(merged.select("DELETE FROM pairs WHERE id = ? RETURNING id", (identity,)))
+            merged.remove(identity)
         for table in TABLES:
             for row in new[table]:
                 merged.insert(table, row)

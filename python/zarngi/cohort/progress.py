@@ -61,6 +61,7 @@ class ProgressLine:
         self._stream = sys.stderr if stream is None else stream
         self._is_shown = self._stream.isatty()
         self._last = 0.0
+        self._width = 0  # of what is shown
 
     def __call__(self, counts: Counts) -> None:
         """Show how far it is."""
@@ -68,14 +69,20 @@ class ProgressLine:
         if not self._is_shown or now - self._last < _EVERY:
             return
         self._last = now
-        self._stream.write(f"\r{self.text(counts)}\x1b[K")
-        self._stream.flush()
+        self._show(self.text(counts))
 
     def end(self) -> None:
         """Remove the line."""
         if self._is_shown:
-            self._stream.write("\r\x1b[K")
+            self._show("")
+            self._stream.write("\r")
             self._stream.flush()
+
+    def _show(self, text: str) -> None:
+        """Blanks over what was longer: not every terminal knows a sequence that erases."""
+        self._stream.write(f"\r{text.ljust(self._width)}")
+        self._stream.flush()
+        self._width = len(text)
 
     @staticmethod
     def text(counts: Counts) -> str:

@@ -10,12 +10,12 @@ Python's, which an interruption cannot leave locked.
 from __future__ import annotations
 
 import atexit
-import os
 import threading
 from collections.abc import Callable
 from queue import Empty, SimpleQueue
 from typing import Generic, TypeVar
 
+from .._forks import at_forks
 from ..io import _host
 
 _Value = TypeVar("_Value")
@@ -114,7 +114,7 @@ class _Reader:
 
 
 _reader = _Reader()
-os.register_at_fork(after_in_child=_reader.leave)
+at_forks(after_in_child=_reader.leave)
 
 
 def within(seconds: float, read: Callable[[], _Value]) -> _Value:

@@ -259,6 +259,10 @@ class Results:
         marks = ", ".join("?" * len(row))
         self._database.execute(f"INSERT INTO {table} VALUES ({marks})", row)
 
+    def remove(self, identity: str) -> None:
+        """Remove a pair and all that belongs to it; inside of a transaction."""
+        self._database.execute("DELETE FROM pairs WHERE id = ?", (identity,))
+
 
 def _description(pair: Pair) -> tuple[str, str, str]:
     return pair.group, pair.date, json.dumps(dict(pair.labels), ensure_ascii=False)

@@ -331,7 +331,7 @@ def _scan_names(folders: Sequence[str], pattern: Sequence[str]) -> Scan:
     found: list[dict[str, list[tuple[str, dict[str, str]]]]] = [{}, {}]
     for folder in folders:
         for path in files_in([folder]):
-            relative = os.path.relpath(path, folder)
+            relative = os.path.relpath(path, folder).replace(os.sep, "/")
             matches = [expression.fullmatch(relative) for expression in expressions]
             if all(matches):
                 raise CohortError(f"{path}: matches both patterns")

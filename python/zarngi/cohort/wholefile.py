@@ -17,7 +17,9 @@ def write_whole(path: str, parts: Iterable[str]) -> None:
         When it cannot be written; nothing is left behind.
     """
     if path == "-":
-        sys.stdout.writelines(parts)
+        # As in a file, whatever the system has for its terminals.
+        for part in parts:
+            sys.stdout.buffer.write(part.encode())
         sys.stdout.flush()
         return
     target = Path(path).resolve()

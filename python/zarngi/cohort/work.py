@@ -8,6 +8,7 @@ from dataclasses import dataclass, field
 from typing import TypeVar
 
 from ..io import _comparison, _host
+from . import memory
 from .files import ROLES, state_of
 from .manifest import Pair
 from .reader import Answer, NoAnswer, within, within_until
@@ -96,13 +97,18 @@ def compared(work: Work, threads: int, structures: str) -> _comparison.Compariso
 
         def prepared() -> bool:
             times.append(time.perf_counter())
-            return answer.has_read()
+            return answer.has_read() and not memory.is_exceeded()
+
+        def goes_on(_: float) -> bool:
+            return answer.is_wanted and not memory.is_exceeded()
 
         made = _comparison.attempt(
-            request, (), {}, threads, lambda _: answer.is_wanted, prepared
+            request, (), {}, threads, goes_on, prepared
         )
         if isinstance(made, _comparison.Refusal):
-            raise _told(made, paths)
+            # Somebody still waits: it was memory that ended it.
+            is_full = made.kind == "interrupted" and answer.is_wanted
+            raise MemoryError if is_full else _told(made, paths)
         return made
 
     work.files.clear()

@@ -1,5 +1,7 @@
 """What reading and comparing raise and warn of."""
 
+from __future__ import annotations
+
 
 class FormatError(ValueError):
     """A file is damaged, or holds something else than a dose grid this package can use."""

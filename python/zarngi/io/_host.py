@@ -22,8 +22,8 @@ import numpy.typing as npt
 from .. import _library
 from ._errors import FormatError
 
-#: The soname, which changes with the layout and the meaning of what is declared here.
-_SYSTEM_LIBRARY = "libZarnGIHost.so.1"
+#: That of the soname, which changes with the layout and the meaning of what is declared here.
+_VERSION = 1
 
 # enum zarnGIHost_Status
 _OK = 0
@@ -126,7 +126,7 @@ _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
 }
 
 
-_host = _library.open_library("libZarnGIHost.so", _SYSTEM_LIBRARY)
+_host = _library.open_library("ZarnGIHost", _VERSION)
 
 
 def declare(prototypes: dict[str, tuple[Any, list[Any]]]) -> SimpleNamespace:
@@ -375,6 +375,11 @@ def text(name: str, make: Any) -> bytes:
     """The text that a function of the library makes, UTF-8."""
     made, error = Bytes(), Error()
     check(make(made, error), error, name, refusal=ValueError)
+    return taken(made)
+
+
+def taken(made: Bytes) -> bytes:
+    """What the library handed out, which is freed there."""
     try:
         return ctypes.string_at(made.data, made.size)
     finally:

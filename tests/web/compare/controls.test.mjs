@@ -480,6 +480,21 @@ test('the built-in example, by keyboard alone, in both themes', async () => {
     await page.context().close();
 });
 
+test('the page tests itself, beside a comparison, and saves the record', { timeout: 300_000 }, async () => {
+    const { page, complaints } = await openPage(place.browser);
+    await page.locator('#about-open').click();
+    await page.locator('#self-test').click();
+    await page.locator('#self-test-save').waitFor({ timeout: 240_000 });
+    assert.match(await page.locator('#self-test-status').innerText(), /^(\d+) of \1 cases passed in \d+ s\. .*should\.$/);
+    const record = JSON.parse((await saved(page, 'self-test-json')).bytes);
+    assert.equal(record.passed, true);
+    assert.match(record.installation.files[0].sha256, /^[0-9a-f]{64}$/);
+    const shown = String((await saved(page, 'self-test-page')).bytes);
+    assert.ok(shown.includes(record.installation.files[0].sha256));
+    assert.deepEqual(complaints, []);
+    await page.context().close();
+});
+
 test('a computation is told of, stopped, and another one made', async () => {
     const { page, complaints } = await openPage(place.browser);
     const pair = names.map((name) => join(folder, name));

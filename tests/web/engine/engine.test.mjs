@@ -349,3 +349,20 @@ describe('what is kept of files', () => {
         assert.deepEqual([reads[reference], reads[evaluation]], [before[reference] + 1, before[evaluation] + 1]);
     });
 });
+
+test('the acceptance test passes with the cases of the program, and tells what it was made of', () => {
+    const call = { call: 'selfTest', system: 'a browser', engine: { bytes: 3, sha256: 'abc' } };
+    const { record, bytes } = engine.call(call);
+    const page = Buffer.from(engine.output(bytes)).toString();
+    const names = (told) => told.cases.map(({ name }) => name.replace(/, by .*/, ''));
+    const json = join(folder, 'selftest.json');
+    execFileSync(program, ['selftest', '--json', json]);
+    const ofProgram = JSON.parse(readFileSync(json, 'utf8'));
+    assert.deepEqual(record.cases.filter(({ passed }) => !passed), []);
+    assert.equal(record.passed, true);
+    assert.deepEqual(new Set(names(record)), new Set(names(ofProgram)));
+    const wanted = (told) => Object.fromEntries(told.cases.map((one) => [one.name.replace(/, by .*/, ''), one.wanted]));
+    assert.deepEqual(wanted(record), wanted(ofProgram));
+    assert.deepEqual(record.installation.files, [{ name: 'engine.wasm', bytes: 3, sha256: 'abc' }]);
+    assert.equal(page.split('<td>passed</td>').length - 1, record.cases.length);
+});
