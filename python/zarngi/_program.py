@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import signal
 import subprocess
 import sys
 
@@ -17,16 +18,9 @@ def main() -> int:
     try:
         if not windows:
             os.execv(path, command)
-        return _status(subprocess.Popen(command))
+        # The program hears Ctrl-C as well, and ends in its own way.
+        signal.signal(signal.SIGINT, lambda *_: None)
+        return subprocess.Popen(command).wait()
     except OSError as error:
         print(f"zarngi: {path}: cannot be run ({error.strerror})", file=sys.stderr)
         return 1
-
-
-def _status(process: subprocess.Popen[bytes]) -> int:
-    """That of a process that hears Ctrl-C as well as this one, and ends in its own way."""
-    while True:
-        try:
-            return process.wait()
-        except KeyboardInterrupt:
-            continue

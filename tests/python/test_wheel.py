@@ -116,7 +116,7 @@ def test_it_uses_its_own_libraries_and_program(python, path, tmp_path):
     assert version.strip() in told
     run("zarngi", "demo", "d", cwd=tmp_path, variables={"PATH": path})
     report = ("compare", "d/reference.mha", "d/evaluation.mha", "-c", "3%/2mm", "--report", "r.html")
-    assert "Pass rate" in run("zarngi", *report, cwd=tmp_path, variables={"PATH": path})
+    assert "verdict     pass" in run("zarngi", *report, cwd=tmp_path, variables={"PATH": path})
     assert (tmp_path / "r.html").stat().st_size > 100_000
 
 
@@ -167,7 +167,7 @@ def test_the_guide_runs_as_it_stands(python, path, tmp_path):
     (tmp_path / "empty").mkdir()
     variables = {
         "PATH": path, "PYTHONPATH": str(PROJECT / "tests" / "cli"), "ZARNGI_BUILD_DIR": str(tmp_path / "empty"),
-        "ZARNGI_LIBDIR": "/usr/lib", "ZARNGI_HAS_REPORT": "1",
+        "ZARNGI_LIBDIR": "/usr/lib", "ZARNGI_HAS_REPORT": "1", "ZARNGI_IS_INSTALLED": "1",
     }  # fmt: skip
     told = run(python, "-m", "pytest", "-q", "-p", "no:cacheprovider", PROJECT / "tests/docs/test_pages.py",
                "-k", "docs/python.md", cwd=tmp_path, variables=variables)  # fmt: skip
