@@ -7,14 +7,13 @@ folder=$(cd "$1" && pwd)
 apart=$(cd "$(dirname "$0")" && pwd)/apt-apart.sh
 
 for package in zlib1g-dev libdeflate-dev libssl-dev; do
-    version=$(dpkg-query --show --showformat='${Version}' $package)
-    mark=$folder/$package-$version
+    mark=$folder/$package
     [ ! -e "$mark" ] || continue
     work=$folder/work
     rm -rf "$work"
     mkdir -p "$work"
     cd "$work"
-    for step in update "download $package:arm64=$version"; do
+    for step in update "download $package:arm64"; do
         # The step is meant to be split into words.
         # shellcheck disable=SC2086
         "$apart" "$work" deb $package -o APT::Architecture=arm64 -o APT::Architectures=arm64 $step
