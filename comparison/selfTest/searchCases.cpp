@@ -1,6 +1,6 @@
-#include <algorithm>
 #include <cstddef>
 #include <span>
+#include <utility>
 
 #include "comparison/fileDigest.h"
 #include "comparison/selfTest/cases.h"
@@ -100,7 +100,9 @@ Cases searchCases(const std::vector<TestedPath>& paths, int threads, const Watch
     Cases cases;
     bool goesOn = true;
     for (unsigned block = 0; goesOn && block < blocks; ++block) {
-        std::ranges::move(casesOfBlock(block, paths, threads), std::back_inserter(cases));
+        for (SelfTestCase& one : casesOfBlock(block, paths, threads)) {
+            cases.push_back(std::move(one));
+        }
         goesOn = watch(static_cast<double>(block + 1) / blocks);
     }
     constexpr int fastest = -1;

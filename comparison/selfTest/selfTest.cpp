@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cmath>
 #include <exception>
-#include <iterator>
 #include <utility>
 
 #include "comparison/selfTest/cases.h"
@@ -52,7 +51,9 @@ std::vector<TestedPath> vectorPaths()
 template <class Part> void add(SelfTest& test, const char* name, const Part& part)
 {
     try {
-        std::ranges::move(part(), std::back_inserter(test.cases));
+        for (SelfTestCase& one : part()) {
+            test.cases.push_back(std::move(one));
+        }
     } catch (const std::exception& failure) {
         test.cases.push_back({name, "all of it", "no failure", failure.what(), false});
     }
@@ -62,7 +63,8 @@ template <class Part> void add(SelfTest& test, const char* name, const Part& par
 
 bool SelfTest::isPassed() const
 {
-    return isWhole && !cases.empty() && std::ranges::all_of(cases, &SelfTestCase::isPassed);
+    return isWhole && !cases.empty() &&
+           std::all_of(cases.begin(), cases.end(), std::mem_fn(&SelfTestCase::isPassed));
 }
 
 SelfTest selfTest(const SelfTestHost& host, const WatchSelfTest& watch)
