@@ -82,6 +82,8 @@ set(files_sources
     structures/region.cpp
     structures/rtStructureSet.cpp
     structures/runs.cpp
+    structures/segmentFrames.cpp
+    structures/segmentation.cpp
     structures/structureNames.cpp
     structures/writeStructureSet.cpp)
 
