@@ -33,6 +33,7 @@ constexpr std::array<const char*, static_cast<std::size_t>(ConditionKind::ignore
     "assumed-orientation",
     "given-dose-unit",
     "given-length-unit",
+    "given-pixel-size",
     "error-doses",
     "ignored-frame"};
 
@@ -153,6 +154,9 @@ void addAssumptions(Conditions& conditions, const Comparison& comparison)
     conditions.add(units.millimetres.has_value(), ConditionKind::givenLengthUnit,
                    std::string("tables without a unit of length in ") +
                        (units.millimetres == 1 ? "mm" : "cm"));
+    conditions.add(units.pixelSize.has_value(), ConditionKind::givenPixelSize,
+                   "pixels of " + number(units.pixelSize.value_or(0)) +
+                       " mm where no coordinates are told");
     if (comparison.request.allowErrorDoses) {
         add(ConditionKind::errorDoses, "differences taken for doses",
             [](const DoseImage& dose) { return dose.isError(); });

@@ -34,6 +34,7 @@ enum class ConditionKind {
     assumedOrientation,
     givenDoseUnit,
     givenLengthUnit,
+    givenPixelSize,
     errorDoses,
     ignoredFrame
 };

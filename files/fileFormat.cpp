@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "files/error.h"
+#include "files/formats/tiff/directory.h"
 #include "files/measurements/identifiedPlane.h"
 #include "files/measurements/identifiedTable.h"
 #include "files/packed.h"
@@ -91,6 +92,8 @@ std::string formatName(FileFormat format)
         return "dosimetry exchange image";
     case FileFormat::table:
         return "table";
+    case FileFormat::tiff:
+        return "TIFF";
     case FileFormat::dicom:
         break;
     }
@@ -112,6 +115,9 @@ std::optional<FileFormat> identifiedFormat(ByteView beginning)
     const std::string_view text = asText(part(beginning, 0, identifyingBytes));
     if (text.starts_with("NRRD0")) {
         return FileFormat::nrrd;
+    }
+    if (startsLikeTiff(text)) {
+        return FileFormat::tiff;
     }
     if (startsLikeNifti(text)) {
         return FileFormat::nifti;

@@ -27,6 +27,7 @@ enum class FileFormat {
     qaPlane, ///< of the planning systems XiO and Monaco
     extractedPlane,
     table,
+    tiff,
     iplanPlane,     ///< this and what follows is refused by name
     exchangedImage, ///< of the Generic Dosimetry Exchange Format
     binaryIbaPlane,

@@ -25,10 +25,13 @@ using FindFile = std::function<Result<Bytes>(const std::string& name)>;
  */
 using UnpackPixels = std::function<Result<Bytes>(ByteView file, std::size_t bytes)>;
 
-/** What tables of doses that do not tell their units are in; none: such a table is refused. */
+/** What tables, images and RT Doses that do not tell their units are in; none: they are refused. */
 struct TableUnits {
     std::optional<double> gray;        ///< of one unit of dose
     std::optional<double> millimetres; ///< of one unit of length; none: 1, with a warning
+    std::optional<double> pixelSize;   ///< mm, of what tells no coordinates
+
+    bool areGiven() const { return gray || millimetres || pixelSize; }
 };
 
 /** What a host gives the readers. */

@@ -40,7 +40,7 @@ DoseImage readBytes(ByteView file, const std::string& name, const FindFile& find
     if (!format) {
         refuseFormat();
     }
-    DoseImage dose = isTable(*format)               ? readTable(*format, file, host.units)
+    DoseImage dose = isTable(*format)               ? readTable(*format, file, host)
                      : isSimulation(*format)        ? readSimulation(*format, file, find, host)
                      : *format == FileFormat::dicom ? readDicom(file, host)
                                                     : readVolume(*format, file, find, host);

@@ -9,6 +9,7 @@ set(files_sources
     packed.cpp
     pairNames.cpp
     readDose.cpp
+    runLengths.cpp
     storedValues.cpp
     text.cpp
     characters/codedSets.cpp
@@ -38,6 +39,9 @@ set(files_sources
     formats/nrrd/values.cpp
     formats/nrrd/volume.cpp
     formats/textHeader.cpp
+    formats/tiff/directory.cpp
+    formats/tiff/lzw.cpp
+    formats/tiff/values.cpp
     formats/volumeFormats.cpp
     measurements/detectorArray.cpp
     measurements/extractedPlane.cpp
@@ -47,6 +51,8 @@ set(files_sources
     measurements/identifiedTable.cpp
     measurements/matrixRows.cpp
     measurements/plainTable.cpp
+    measurements/pixelMatrix.cpp
+    measurements/pixelPlane.cpp
     measurements/planeGrid.cpp
     measurements/planeHead.cpp
     measurements/ptwArray.cpp
@@ -56,6 +62,7 @@ set(files_sources
     measurements/tableColumns.cpp
     measurements/tableText.cpp
     measurements/tableUnits.cpp
+    measurements/tiffPlane.cpp
     plans/readPlan.cpp
     plans/rtPlan.cpp
     simulations/boundaries.cpp
@@ -75,6 +82,8 @@ set(files_sources
     structures/region.cpp
     structures/rtStructureSet.cpp
     structures/runs.cpp
+    structures/segmentFrames.cpp
+    structures/segmentation.cpp
     structures/structureNames.cpp
     structures/writeStructureSet.cpp)
 

@@ -60,17 +60,19 @@ int refuseArgument(const char* sentence, zarnGIHost_Error* error)
     return ZARNGI_HOST_BAD_ARGUMENT;
 }
 
-files::Host readerHost(const zarnGIHost_TableUnits* units)
+files::Host readerHost(const zarnGIHost_Told& told)
 {
     files::Host host{files::nativeDeflate()};
     host.keepsUncertainty = true;
     host.quotesFiles = excerptsAreShown;
-    if (units != nullptr && units->gray > 0) {
-        host.units.gray = units->gray;
-    }
-    if (units != nullptr && units->millimetres > 0) {
-        host.units.millimetres = units->millimetres;
-    }
+    const auto give = [](std::optional<double>& unit, double value) {
+        if (value > 0) {
+            unit = value;
+        }
+    };
+    give(host.units.gray, told.units.gray);
+    give(host.units.millimetres, told.units.millimetres);
+    give(host.units.pixelSize, told.pixelSize);
     return host;
 }
 

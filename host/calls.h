@@ -37,7 +37,7 @@ bool areExcerptsShown();
 bool setExcerpts(bool areShown);
 
 /** What the readers are given; uncertainties are kept, for callers that ask for them later. */
-files::Host readerHost(const zarnGIHost_TableUnits* units = nullptr);
+files::Host readerHost(const zarnGIHost_Told& told = {});
 
 /** The caller's way to the files that a header names. */
 files::FindFile finder(zarnGIHost_FindFile find, void* context);

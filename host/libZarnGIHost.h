@@ -232,6 +232,46 @@ ZARNGI_HOST_API int zarnGIHost_readAnyDoseFromMemory(const void* contents, size_
                                                      struct zarnGIHost_Dose** dose,
                                                      struct zarnGIHost_Error* error);
 
+/** What is told of doses whose files do not tell it. */
+struct zarnGIHost_Told {
+    struct zarnGIHost_TableUnits units; /**< of tables, TIFFs and RT Doses */
+    double pixelSize; /**< mm, of TIFFs and of matrices without coordinates; 0: not
+                           given, and they are refused */
+};
+
+/**
+ * Reads what zarnGIHost_readAnyDose() reads, and planes of pixels beside: TIFFs of one channel
+ * (32-bit floats, or 16-bit whole numbers without sign), and matrices without coordinates. Their
+ * first row is the upper edge, their middle lies at 0, 0, which warnings tell.
+ *
+ * @param path  the file.
+ * @param told  of the file; may be null.
+ * @param dose  [out] as of zarnGIHost_readDose().
+ * @param error [out] as of zarnGIHost_readDose().
+ * @return as zarnGIHost_readDose().
+ */
+ZARNGI_HOST_API int zarnGIHost_readToldDose(const char* path, const struct zarnGIHost_Told* told,
+                                            struct zarnGIHost_Dose** dose,
+                                            struct zarnGIHost_Error* error);
+
+/**
+ * Reads what zarnGIHost_readToldDose() reads from the contents of a file in memory.
+ *
+ * @param contents the file.
+ * @param size     its bytes.
+ * @param find     as of zarnGIHost_readDoseFromMemory().
+ * @param context  handed to `find`.
+ * @param told     of the file; may be null.
+ * @param dose     [out] as of zarnGIHost_readDose().
+ * @param error    [out] as of zarnGIHost_readDose().
+ * @return as zarnGIHost_readDose().
+ */
+ZARNGI_HOST_API int zarnGIHost_readToldDoseFromMemory(const void* contents, size_t size,
+                                                      zarnGIHost_FindFile find, void* context,
+                                                      const struct zarnGIHost_Told* told,
+                                                      struct zarnGIHost_Dose** dose,
+                                                      struct zarnGIHost_Error* error);
+
 /** How the doses of a file lie. */
 enum zarnGIHost_Kind {
     ZARNGI_HOST_VOLUME = 0, /**< on a grid of three dimensions */

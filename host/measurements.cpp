@@ -89,22 +89,48 @@ DoseImage placed(const zarnGIHost_Plane& plane, const char* name, const double* 
     }
 }
 
+zarnGIHost_Told toldOf(const zarnGIHost_TableUnits* units)
+{
+    return {units == nullptr ? zarnGIHost_TableUnits{} : *units, 0};
+}
+
+zarnGIHost_Told orNothing(const zarnGIHost_Told* told)
+{
+    return told == nullptr ? zarnGIHost_Told{} : *told;
+}
+
 } // namespace
 
 int zarnGIHost_readAnyDose(const char* path, const zarnGIHost_TableUnits* units,
                            zarnGIHost_Dose** dose, zarnGIHost_Error* error)
 {
-    if (path == nullptr || dose == nullptr) {
-        return refuseArgument(nullArgument, error);
-    }
-    *dose = nullptr;
-    return guarded(
-        error, [&] { return handDose(files::readDoseFile(path, readerHost(units)), dose, error); });
+    const zarnGIHost_Told told = toldOf(units);
+    return zarnGIHost_readToldDose(path, &told, dose, error);
 }
 
 int zarnGIHost_readAnyDoseFromMemory(const void* contents, size_t size, zarnGIHost_FindFile find,
                                      void* context, const zarnGIHost_TableUnits* units,
                                      zarnGIHost_Dose** dose, zarnGIHost_Error* error)
+{
+    const zarnGIHost_Told told = toldOf(units);
+    return zarnGIHost_readToldDoseFromMemory(contents, size, find, context, &told, dose, error);
+}
+
+int zarnGIHost_readToldDose(const char* path, const zarnGIHost_Told* told, zarnGIHost_Dose** dose,
+                            zarnGIHost_Error* error)
+{
+    if (path == nullptr || dose == nullptr) {
+        return refuseArgument(nullArgument, error);
+    }
+    *dose = nullptr;
+    return guarded(error, [&] {
+        return handDose(files::readDoseFile(path, readerHost(orNothing(told))), dose, error);
+    });
+}
+
+int zarnGIHost_readToldDoseFromMemory(const void* contents, size_t size, zarnGIHost_FindFile find,
+                                      void* context, const zarnGIHost_Told* told,
+                                      zarnGIHost_Dose** dose, zarnGIHost_Error* error)
 {
     if (contents == nullptr || dose == nullptr) {
         return refuseArgument(nullArgument, error);
@@ -112,8 +138,9 @@ int zarnGIHost_readAnyDoseFromMemory(const void* contents, size_t size, zarnGIHo
     *dose = nullptr;
     return guarded(error, [&] {
         const files::ByteView file(static_cast<const unsigned char*>(contents), size);
-        return handDose(files::readDose(file, "", host::finder(find, context), readerHost(units)),
-                        dose, error);
+        return handDose(
+            files::readDose(file, "", host::finder(find, context), readerHost(orNothing(told))),
+            dose, error);
     });
 }
 

@@ -21,6 +21,7 @@ test_packages="
     python3-pytest python3-numpy python3-pandas python3-matplotlib python3-nibabel python3-pydicom
     python3-distributed python3-jsonschema procps
     python3-markdown-it python3-vtk9 teem-apps dicom3tools dcmtk
+    python3-pil python3-tifffile libtiff-tools
     chromium firefox-esr doxygen graphviz"
 
 arm64_packages="

@@ -284,9 +284,10 @@ void readDoses(Request& request, const CompareOptions& options)
     const PlaneRequest plane = parsePlane(options.plane, options.at);
     replaceBy(request.plane.plane, plane.plane);
     replaceBy(request.plane.at, plane.at);
-    const files::TableUnits units = parseUnits(options.units.dose, options.units.length);
+    const files::TableUnits units = options.units.parsed();
     replaceBy(request.units.gray, units.gray);
     replaceBy(request.units.millimetres, units.millimetres);
+    replaceBy(request.units.pixelSize, units.pixelSize);
     replace(request.allowErrorDoses, options.allowErrorDoses);
     if (!options.norm.empty()) {
         request.normalisation = parseNormalisation(options.norm);
@@ -458,6 +459,13 @@ Request CompareOptions::requestOfOneDose() const
     return request;
 }
 
+files::TableUnits UnitOptions::parsed() const
+{
+    files::TableUnits units = parseUnits(dose, length);
+    units.pixelSize = pixelSize;
+    return units;
+}
+
 void addTableUnits(CLI::App& command, UnitOptions& options)
 {
     const auto unit = [&](const char* name, std::string& value, const char* type,
@@ -468,9 +476,15 @@ void addTableUnits(CLI::App& command, UnitOptions& options)
             ->group("Planes, points and sums");
     };
     unit("--dose-unit", options.dose, "UNIT", {"Gy", "cGy"},
-         "Of doses in tables and RT Doses that tell none");
+         "Of doses in tables, TIFFs and RT Doses that tell none");
     unit("--length-unit", options.length, "UNIT", {"mm", "cm"},
          "Of lengths in tables that tell none (mm)");
+    command
+        .add_option("--pixel-size", options.pixelSize,
+                    "Of TIFFs, and of matrices without coordinates")
+        ->type_name("MM")
+        ->transform(positive())
+        ->group("Planes, points and sums");
 }
 
 void addCompareOptions(CLI::App& command, CompareOptions& options)

@@ -20,10 +20,14 @@ class App;
 namespace zarngi
 {
 
-/** What tables that tell no units are in, as given; an empty text: not given. */
+/** What files that tell no units are in, as given; an empty text: not given. */
 struct UnitOptions {
     std::string dose;
     std::string length;
+    std::optional<double> pixelSize; ///< mm
+
+    /** @throws UsageError */
+    files::TableUnits parsed() const;
 };
 
 /** What is asked for as it was given, and where to write it; what is empty was not given. */
@@ -101,7 +105,7 @@ void addGoalOption(CLI::App& command, CompareOptions& options);
 /** Adds --identify. */
 void addIdentifyOption(CLI::App& command, CompareOptions& options);
 
-/** Adds --dose-unit and --length-unit. */
+/** Adds --dose-unit, --length-unit and --pixel-size. */
 void addTableUnits(CLI::App& command, UnitOptions& options);
 
 /** Outputs that make no sense, whatever the files hold. @throws UsageError */

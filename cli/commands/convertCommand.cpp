@@ -69,8 +69,7 @@ files::RtDoseFacts factsOf(const DoseImage& dose, const ConvertOptions& options)
 DoseImage readInput(const ConvertOptions& options)
 {
     DiskSource source(unpackPixels, false);
-    const files::TableUnits units = parseUnits(options.units.dose, options.units.length);
-    DoseImage dose = source.dose(options.input, units);
+    DoseImage dose = source.dose(options.input, options.units.parsed());
     if (!options.allowErrorDoses) {
         checkIsDose(dose);
     }

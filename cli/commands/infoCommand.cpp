@@ -12,7 +12,6 @@
 #include "comparison/documents/measurementJson.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseUncertainty.h"
-#include "comparison/request/values.h"
 #include "comparison/text.h"
 
 namespace zarngi
@@ -178,10 +177,8 @@ ExitCode info(const InfoOptions& options)
     FileDigests digests;
     FileDigests* const wanted = options.asJson ? &digests : nullptr;
     const Contents contents =
-        options.asStructures
-            ? readStructures(options.file, wanted)
-            : readDoseOrStructures(options.file, wanted,
-                                   parseUnits(options.units.dose, options.units.length));
+        options.asStructures ? readStructures(options.file, wanted)
+                             : readDoseOrStructures(options.file, wanted, options.units.parsed());
     std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }

@@ -256,9 +256,14 @@ void Outputs::writeGamma(std::size_t index, const Comparison& comparison)
     }
     files::RtDoseFacts facts;
     facts.isRelative = true;
+    const double limit = comparison.settings.maxGamma;
     facts.comment = "gamma " + result.criterion.label();
+    if (std::isfinite(limit)) {
+        const std::string told = files::number(limit);
+        facts.comment += ", values of " + told + " are " + told + " or above";
+    }
     facts.study = study_;
-    writeImage(file, withinLimit(std::move(map), comparison.settings.maxGamma), facts);
+    writeImage(file, withinLimit(std::move(map), limit), facts);
     writeImage(testedMasks_[index], testedOf(comparison.reference.image.geometry, result.passed));
 }
 

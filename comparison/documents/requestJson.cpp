@@ -74,11 +74,15 @@ Json noiseJson(const std::optional<NoiseWish>& wish)
 Json unitsJson(const Request& request)
 {
     const files::TableUnits& units = request.units;
-    return {
+    Json json = {
         {"dose", units.gray ? Json(*units.gray == 1 ? "Gy" : "cGy") : Json(nullptr)},
         {"length", units.millimetres ? Json(*units.millimetres == 1 ? "mm" : "cm") : Json(nullptr)},
         {"uncertainty",
          request.uncertaintyUnit ? Json(unitName(*request.uncertaintyUnit)) : Json(nullptr)}};
+    if (units.pixelSize) { // digests of protocols stay those of versions that did not know it
+        json["pixelSize"] = *units.pixelSize;
+    }
+    return json;
 }
 
 /** The fields that are given. */
@@ -129,6 +133,8 @@ public:
         taken_.emplace_back(name);
         return *found;
     }
+
+    bool has(const char* name) const { return object_.contains(name); }
 
     Members object(const char* name) { return {member(name), pathOf(name), version_}; }
 
@@ -332,6 +338,9 @@ void readUnits(Request& request, Members members)
 {
     const std::string dose = members.text("dose");
     request.units = parseUnits(dose, members.text("length"));
+    if (members.knows(3) && members.has("pixelSize")) {
+        request.units.pixelSize = members.positive("pixelSize", {Member::pixelSize});
+    }
     if (members.knows(2)) {
         request.uncertaintyUnit = parseUncertaintyUnit(members.text("uncertainty"));
     }

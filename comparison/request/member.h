@@ -48,6 +48,7 @@ enum class Member {
     planeAt,
     doseUnit,
     lengthUnit,
+    pixelSize,
     uncertaintyUnit,
     allowErrorDoses,
     explain,

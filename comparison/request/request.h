@@ -104,7 +104,7 @@ struct Request {
     std::vector<Goal> goals;
     StructureRequest structures;
     PlaneRequest plane;
-    files::TableUnits units;                        ///< of tables that tell none
+    files::TableUnits units;                        ///< of files that tell none
     std::optional<UncertaintyUnit> uncertaintyUnit; ///< of files of uncertainties
     bool allowErrorDoses = false; ///< differences between doses are compared as doses
     std::optional<ExplanationWish> explanation;

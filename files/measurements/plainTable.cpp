@@ -3,6 +3,7 @@
 
 #include "files/error.h"
 #include "files/measurements/matrixRows.h"
+#include "files/measurements/pixelMatrix.h"
 #include "files/measurements/scorerText.h"
 #include "files/measurements/tableColumns.h"
 #include "files/measurements/tableUnits.h"
@@ -23,6 +24,7 @@ struct Layout {
     bool hasCorner =
         false; ///< the line of the columns has a cell above the coordinates of the rows
     std::string_view noCorner; ///< a text where a corner might be
+    bool isOfPixels = false;   ///< a matrix without coordinates
     Columns columns;
     ToldUnits units;
     bool tellsLength = false;    ///< it or who gave it
@@ -79,8 +81,47 @@ bool hasNoCorner(const Layout& layout, const std::vector<TextLine>& lines, std::
     return isShort;
 }
 
+/** No line above the rows of pixels is one of them: most of its cells would be numbers. */
+void checkHoldsNoRow(const std::vector<TextLine>& head, Separator separator, std::size_t columns)
+{
+    for (const TextLine& line : head) {
+        const Cells cells = cellsOfRow(line.text, separator);
+        const auto isOther = [separator](std::string_view cell) {
+            return !isNumber(cell, separator);
+        };
+        const auto others =
+            static_cast<std::size_t>(std::count_if(cells.begin(), cells.end(), isOther));
+        if (!isComment(line.text) && 2 * (cells.size() - others) > columns) {
+            refuseDamaged("has \"" + excerpt(*std::find_if(cells.begin(), cells.end(), isOther)) +
+                          "\" where a number should be (" + placeOf(line) + ")");
+        }
+    }
+}
+
+/** What rows are whose columns nobody names: those of a matrix, or coordinates and a dose. */
+void setRows(Layout& layout, const std::vector<TextLine>& lines, std::size_t cells,
+             const TableUnits& given)
+{
+    const std::vector<TextLine> head(lines.begin(),
+                                     lines.begin() + static_cast<std::ptrdiff_t>(layout.head));
+    layout.isMatrix = hasNoCorner(layout, lines, cells);
+    layout.isOfPixels = !layout.isMatrix && given.pixelSize && cells >= fewestPixelColumns;
+    if (!layout.isMatrix && !layout.isOfPixels && !layout.noCorner.empty()) {
+        refuseUnsupported(
+            "has \"" + excerpt(layout.noCorner) +
+            "\" where the corner of a matrix is; write y\\x there, or name the columns");
+    }
+    if (layout.isOfPixels) {
+        checkHoldsNoRow(head, layout.separator, cells);
+        checkNamesNoColumns(cells, head, layout.separator);
+    } else if (!layout.isMatrix) {
+        layout.columns = usualColumns(cells, head, layout.separator);
+    }
+}
+
 /** Whether a line is the first of the table; sets what it tells. */
-bool beginsTable(Layout& layout, const std::vector<TextLine>& lines, std::size_t index)
+bool beginsTable(Layout& layout, const std::vector<TextLine>& lines, std::size_t index,
+                 const TableUnits& given)
 {
     const TextLine& line = lines[index];
     if (auto named = columnsNamed(line, layout.separator)) {
@@ -103,17 +144,7 @@ bool beginsTable(Layout& layout, const std::vector<TextLine>& lines, std::size_t
     if (!areNumbers(cells, 0, layout.separator)) {
         return false;
     }
-    layout.isMatrix = hasNoCorner(layout, lines, cells.size());
-    if (!layout.isMatrix && !layout.noCorner.empty()) {
-        refuseUnsupported(
-            "has \"" + excerpt(layout.noCorner) +
-            "\" where the corner of a matrix is; write y\\x there, or name the columns");
-    }
-    if (!layout.isMatrix) {
-        const std::vector<TextLine> head(lines.begin(),
-                                         lines.begin() + static_cast<std::ptrdiff_t>(index));
-        layout.columns = usualColumns(cells.size(), head, layout.separator);
-    }
+    setRows(layout, lines, cells.size(), given);
     return true;
 }
 
@@ -126,12 +157,12 @@ ToldUnits unitsOfLine(std::string_view line)
     return unitsAlone(isPercent ? line : withoutMark(line)).value_or(ToldUnits{});
 }
 
-Layout layoutOf(const std::vector<TextLine>& lines)
+Layout layoutOf(const std::vector<TextLine>& lines, const TableUnits& given)
 {
     Layout layout;
     layout.separator = separatorOfRows(lines);
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (beginsTable(layout, lines, i)) {
+        if (beginsTable(layout, lines, i, given)) {
             return layout;
         }
         layout.units.add(unitsOfLine(lines[i].text));
@@ -178,7 +209,7 @@ void complete(Layout& layout, const TableUnits& given, const std::vector<TextLin
         told.millimetres = given.millimetres;
     }
     layout.tellsLength = told.millimetres.has_value();
-    if (!layout.tellsLength) {
+    if (!layout.tellsLength && !layout.isOfPixels) {
         checkNoOtherLength(lines, layout);
         told.millimetres = 1;
         dose.warnings.emplace_back("tells no unit of length; its coordinates are taken for mm");
@@ -201,6 +232,15 @@ DoseImage readMatrix(const std::vector<TextLine>& lines, const Layout& layout)
         matrix.addRow(lines[i]);
     }
     return planeOf(matrix.take());
+}
+
+DoseImage readPixels(const std::vector<TextLine>& lines, const Layout& layout, double pixelSize)
+{
+    PixelMatrix matrix(layout.separator, *layout.units.gray);
+    for (std::size_t i = layout.head; i < lines.size(); ++i) {
+        matrix.addRow(cellsOfRow(lines[i].text, layout.separator), lines[i]);
+    }
+    return matrix.plane(pixelSize);
 }
 
 DoseImage readColumns(const std::vector<TextLine>& lines, const Layout& layout)
@@ -240,11 +280,13 @@ DoseImage readPlainTable(ByteView file, const TableUnits& units)
     if (isTextOfScorer(lines)) {
         refuseScorer();
     }
-    Layout layout = layoutOf(lines);
+    Layout layout = layoutOf(lines, units);
     DoseImage told;
     complete(layout, units, lines, told);
-    DoseImage dose = layout.isMatrix ? readMatrix(lines, layout) : readColumns(lines, layout);
-    dose.warnings = std::move(told.warnings);
+    DoseImage dose = layout.isMatrix     ? readMatrix(lines, layout)
+                     : layout.isOfPixels ? readPixels(lines, layout, *units.pixelSize)
+                                         : readColumns(lines, layout);
+    dose.warnings.insert(dose.warnings.begin(), told.warnings.begin(), told.warnings.end());
     return dose;
 }
 

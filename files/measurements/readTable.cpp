@@ -23,7 +23,7 @@ namespace
     refuseUnsupported("is an IBA plane in binary form (.opd); export it as text (.opg)");
 }
 
-DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)
+DoseImage readAny(FileFormat format, ByteView file, const Host& host)
 {
     switch (format) {
     case FileFormat::detectorArray:
@@ -33,32 +33,34 @@ DoseImage readAny(FileFormat format, ByteView file, const TableUnits& units)
     case FileFormat::ptwArray:
         return readPtwArray(file);
     case FileFormat::ibaPlane:
-        return readIbaPlane(file, units);
+        return readIbaPlane(file, host.units);
     case FileFormat::qaPlane:
         return readQaPlane(file);
+    case FileFormat::tiff:
+        return readTiffPlane(file, host);
     case FileFormat::iplanPlane:
     case FileFormat::exchangedImage:
     case FileFormat::binaryIbaPlane:
         refuseKnown(format);
     default:
-        return readPlainTable(file, units);
+        return readPlainTable(file, host.units);
     }
 }
 
-/** Whether a text has an end of its own, so that a missing end of its last line tells nothing. */
-bool endsInWords(FileFormat format)
+/** Whether it has an end of its own, so that a missing end of its last line tells nothing. */
+bool hasOwnEnd(FileFormat format)
 {
     return format == FileFormat::detectorArray || format == FileFormat::ptwArray ||
-           format == FileFormat::ibaPlane;
+           format == FileFormat::ibaPlane || format == FileFormat::tiff;
 }
 
 } // namespace
 
-DoseImage readTable(FileFormat format, ByteView file, const TableUnits& units)
+DoseImage readTable(FileFormat format, ByteView file, const Host& host)
 {
-    DoseImage dose = readAny(format, file, units);
+    DoseImage dose = readAny(format, file, host);
     dose.format = formatName(format);
-    if (!endsInWords(format) && !file.empty() && file.back() != '\n') {
+    if (!hasOwnEnd(format) && !file.empty() && file.back() != '\n') {
         dose.warnings.emplace_back("does not end with the end of a line; it may be cut short");
     }
     return dose;

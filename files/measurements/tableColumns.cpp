@@ -161,16 +161,8 @@ bool takesUnits(Columns& columns, const TextLine& below, Separator separator)
     return true;
 }
 
-Columns usualColumns(std::size_t count, const std::vector<TextLine>& head, Separator separator)
+void checkNamesNoColumns(std::size_t count, const std::vector<TextLine>& head, Separator separator)
 {
-    constexpr std::size_t three = 3;
-    constexpr std::size_t four = 4;
-    if (count != three && count != four) {
-        refuseUnsupported(
-            "is no table of doses: its first row of numbers has " + grouped(count) +
-            " cells (accepted: columns x, y[, z], dose, or a matrix with coordinates along its "
-            "top and left edges)");
-    }
     for (auto line = head.rbegin(); line != head.rend(); ++line) {
         const Cells names = namesOf(*line, separator);
         const bool isNearest = line == head.rbegin();
@@ -182,6 +174,19 @@ Columns usualColumns(std::size_t count, const std::vector<TextLine>& head, Separ
             break;
         }
     }
+}
+
+Columns usualColumns(std::size_t count, const std::vector<TextLine>& head, Separator separator)
+{
+    constexpr std::size_t three = 3;
+    constexpr std::size_t four = 4;
+    if (count != three && count != four) {
+        refuseUnsupported(
+            "is no table of doses: its first row of numbers has " + grouped(count) +
+            " cells (accepted: columns x, y[, z], dose, a matrix with coordinates along its top "
+            "and left edges, or one of five columns or more whose pixel size is given)");
+    }
+    checkNamesNoColumns(count, head, separator);
     const auto other = std::find_if(head.begin(), head.end(), [](const TextLine& line) {
         return namesInOtherOrder(line.text);
     });

@@ -49,6 +49,9 @@ std::optional<Columns> columnsNamed(const TextLine& line, Separator separator);
  */
 bool takesUnits(Columns& columns, const TextLine& below, Separator separator);
 
+/** @param head the lines above so many columns. @throws Refusal when one of them names these */
+void checkNamesNoColumns(std::size_t count, const std::vector<TextLine>& head, Separator separator);
+
 /**
  * Columns that nobody names: x, y[, z], dose.
  * @param head the lines above. @throws Refusal when they name others.

@@ -1,6 +1,6 @@
 /**
  * @file tables.h
- * The readers of texts that hold measured doses, or planned ones in a plane.
+ * The readers of texts and images that hold measured doses, or planned ones in a plane.
  */
 #ifndef ZARNGI_FILES_MEASUREMENTS_TABLES_H
 #define ZARNGI_FILES_MEASUREMENTS_TABLES_H
@@ -44,14 +44,22 @@ DoseImage readQaPlane(ByteView file);
 DoseImage readExtractedPlane(ByteView file);
 
 /**
- * A matrix with coordinates along its top and left edges, where an empty cell is no detector; or
- * columns x, y[, z], dose. Cells are set apart by tabs, semicolons, commas or blanks.
+ * A matrix with coordinates along its top and left edges, where an empty cell is no detector; one
+ * without them, of which the pixel size is given; or columns x, y[, z], dose. Cells are set apart
+ * by tabs, semicolons, commas or blanks.
  * @throws Refusal
  */
 DoseImage readPlainTable(ByteView file, const TableUnits& units);
 
+/**
+ * A TIFF of one channel: 32-bit floats, or 16-bit whole numbers without sign. Unit and pixel size
+ * must be given; a resolution that differs from it is told, other kinds are refused by name.
+ * @throws Refusal
+ */
+DoseImage readTiffPlane(ByteView file, const Host& host);
+
 /** Any of them, told by the format. @throws Refusal */
-DoseImage readTable(FileFormat format, ByteView file, const TableUnits& units);
+DoseImage readTable(FileFormat format, ByteView file, const Host& host);
 
 } // namespace files
 

@@ -25,7 +25,7 @@ constexpr std::int32_t largestLabel = (1 << 24) - 1;
 /** Atlases have a few thousand; doses stored as whole numbers have more. */
 constexpr std::size_t mostLabels = 10000;
 
-std::vector<std::int32_t> labelsOf(const LargeVector<float>& values)
+std::vector<std::int32_t> labelsOf(std::span<const float> values)
 {
     std::vector<std::int32_t> labels(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -155,9 +155,7 @@ std::vector<Layer> takeLayers(NrrdLayers& volumes)
 {
     std::vector<Layer> layers;
     for (LargeVector<float>& values : volumes.values) {
-        auto grid = std::make_shared<LabelGrid>();
-        grid->geometry = volumes.common.image.geometry;
-        grid->labels = labelsOf(values);
+        auto grid = labelGridOf(volumes.common.image.geometry, values);
         values = {};
         std::set<std::int32_t> labels = labelsIn(*grid);
         layers.push_back({std::move(grid), std::move(labels)});
@@ -222,6 +220,15 @@ void convertNames(StructureSet& set)
 }
 
 } // namespace
+
+std::shared_ptr<const LabelGrid> labelGridOf(const Geometry& geometry,
+                                             std::span<const float> values)
+{
+    auto grid = std::make_shared<LabelGrid>();
+    grid->geometry = geometry;
+    grid->labels = labelsOf(values);
+    return grid;
+}
 
 StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& name,
                            const FindFile& find, const Host& host)

@@ -5,6 +5,8 @@
 #ifndef ZARNGI_FILES_STRUCTURES_LABELMASK_H
 #define ZARNGI_FILES_STRUCTURES_LABELMASK_H
 
+#include <memory>
+#include <span>
 #include <string>
 
 #include "files/fileFormat.h"
@@ -23,6 +25,13 @@ namespace files
  */
 StructureSet readLabelMask(FileFormat format, ByteView file, const std::string& name,
                            const FindFile& find, const Host& host);
+
+/**
+ * The labels of a grid of values.
+ * @throws Refusal for values that are no whole numbers from 0 to 16 777 215.
+ */
+std::shared_ptr<const LabelGrid> labelGridOf(const Geometry& geometry,
+                                             std::span<const float> values);
 
 /** The name of a file without its folder and the endings of its format. */
 std::string structureNameOf(const std::string& file);

@@ -1,10 +1,12 @@
 #include "files/structures/readStructures.h"
 
 #include "files/fileFormat.h"
+#include "files/formats/dicom/file.h"
 #include "files/namedFile.h"
 #include "files/readDose.h"
 #include "files/structures/labelMask.h"
 #include "files/structures/rtStructureSet.h"
+#include "files/structures/segmentation.h"
 #include "files/toldResult.h"
 
 namespace files
@@ -20,10 +22,25 @@ FileFormat formatOf(ByteView file, const Deflate& deflate)
 {
     const std::optional<FileFormat> format = identifiedFormat(file, deflate, whatItIs);
     if (!format || isTable(*format) || isSimulation(*format)) {
-        refuseForeign("is not a file of structures (DICOM RT Structure Set, or a label mask in "
-                      "NRRD, MetaImage or NIfTI)");
+        refuseForeign("is not a file of structures (DICOM RT Structure Set or Segmentation, or a "
+                      "label mask in NRRD, MetaImage or NIfTI)");
     }
     return *format;
+}
+
+/** Whether the beginning of a DICOM file passes a test. */
+bool beginsAs(ByteView file, const Deflate& deflate, bool (*test)(const DicomFile&))
+{
+    constexpr std::size_t beginning = 1 << 16;
+    const auto answer =
+        resultOf([&] { return test(openDicomBeginning(file, deflate, beginning)); });
+    return answer && *answer;
+}
+
+StructureSet readDicom(ByteView file, const Deflate& deflate)
+{
+    return beginsAs(file, deflate, isSegmentation) ? readSegmentation(openDicomFile(file, deflate))
+                                                   : readRtStructureSet(file, deflate);
 }
 
 StructureSet readBytes(ByteView file, const std::string& name, const FindFile& find,
@@ -33,7 +50,7 @@ StructureSet readBytes(ByteView file, const std::string& name, const FindFile& f
         refuseDamaged("is empty");
     }
     const FileFormat format = formatOf(file, host.deflate);
-    return format == FileFormat::dicom ? readRtStructureSet(file, host.deflate)
+    return format == FileFormat::dicom ? readDicom(file, host.deflate)
                                        : readLabelMask(format, file, name, find, host);
 }
 
@@ -54,7 +71,7 @@ std::variant<DoseImage, StructureSet> readAnyPath(const std::string& path, const
     const ByteView contents = file.read(
         "dose file", [&host](ByteView beginning) { checkMayBeDose(beginning, host.deflate); });
     if (isStructureSet(contents, host.deflate)) {
-        return file.withPaths(readRtStructureSet(contents, host.deflate));
+        return file.withPaths(readDicom(contents, host.deflate));
     }
     return file.withPaths(valueOf(readDose(contents, path, file.finder(), host)));
 }
@@ -81,7 +98,8 @@ Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std
 bool isStructureSet(ByteView file, const Deflate& deflate)
 {
     const auto format = resultOf([&] { return identifiedFormat(file, deflate, whatItIs); });
-    return format && *format == FileFormat::dicom && isRtStructureSet(file, deflate);
+    return format && *format == FileFormat::dicom &&
+           (beginsAs(file, deflate, isRtStructureSet) || beginsAs(file, deflate, isSegmentation));
 }
 
 } // namespace files

@@ -1,6 +1,6 @@
 /**
  * @file readStructures.h
- * The one reader of structures: DICOM RT Structure Sets and label masks.
+ * The one reader of structures: DICOM RT Structure Sets and Segmentations, and label masks.
  *
  * Safe to be called by several threads at once; starts no process and keeps no state.
  */
@@ -26,11 +26,11 @@ Result<StructureSet> readStructures(ByteView file, const std::string& name, cons
 /** Reads a file of structures, and the file that it names beside it; a pipe is read to its end. */
 Result<StructureSet> readStructuresFile(const std::string& path, const Host& host);
 
-/** Reads a dose file or, where a file begins like one, an RT Structure Set. */
+/** Reads a dose file or, where a file begins like one, structures of DICOM. */
 Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std::string& path,
                                                                        const Host& host);
 
-/** Whether a file begins like structures that are no label mask: a DICOM RT Structure Set. */
+/** Whether a file begins like structures that are no dose as well: those of DICOM. */
 bool isStructureSet(ByteView file, const Deflate& deflate);
 
 } // namespace files

@@ -48,23 +48,12 @@ constexpr double farthestVertex = 1e6; // mm
  */
 constexpr double flatness = 0.1 + 1e-9; // mm
 
-bool isStructures(const DicomFile& file)
-{
-    return isDicomObject(file, "1.2.840.10008.5.1.4.1.1.481.3", "RTSTRUCT");
-}
-
 void checkIsStructures(const DicomFile& file)
 {
-    if (isStructures(file)) {
-        return;
+    if (!isRtStructureSet(file)) {
+        refuseForeign("is DICOM but no RT Structure Set (modality " +
+                      toldModality(file.values().text(dicomTags::modality)) + ")");
     }
-    if (isDicomObject(file, "1.2.840.10008.5.1.4.1.1.66.4", "SEG")) {
-        refuseUnsupported(
-            "is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
-            "label masks in NRRD, MetaImage and NIfTI)");
-    }
-    refuseForeign("is DICOM but no RT Structure Set (modality " +
-                  toldModality(file.values().text(dicomTags::modality)) + ")");
 }
 
 /** The vertices of a closed contour. @throws Refusal */
@@ -300,12 +289,9 @@ StructureSet readRtStructureSet(ByteView bytes, const Deflate& deflate)
     return SetReader(file.values()).read();
 }
 
-bool isRtStructureSet(ByteView file, const Deflate& deflate)
+bool isRtStructureSet(const DicomFile& file)
 {
-    constexpr std::size_t beginning = 1 << 16;
-    const auto answer =
-        resultOf([&] { return isStructures(openDicomBeginning(file, deflate, beginning)); });
-    return answer && *answer;
+    return isDicomObject(file, "1.2.840.10008.5.1.4.1.1.481.3", "RTSTRUCT");
 }
 
 } // namespace files

@@ -5,8 +5,7 @@
 #ifndef ZARNGI_FILES_STRUCTURES_RTSTRUCTURESET_H
 #define ZARNGI_FILES_STRUCTURES_RTSTRUCTURESET_H
 
-#include "files/bytes.h"
-#include "files/deflate.h"
+#include "files/formats/dicom/file.h"
 #include "files/structures/structureSet.h"
 
 namespace files
@@ -22,8 +21,8 @@ namespace files
  */
 StructureSet readRtStructureSet(ByteView file, const Deflate& deflate);
 
-/** Whether a DICOM file begins like one. */
-bool isRtStructureSet(ByteView file, const Deflate& deflate);
+/** Whether a DICOM file, or the beginning of one, is such a set. */
+bool isRtStructureSet(const DicomFile& file);
 
 } // namespace files
 

@@ -63,7 +63,7 @@ struct Structure {
 struct StructureSet {
     std::string path;     ///< empty where it was read from memory
     std::string dataPath; ///< of a mask's values: another file where the header stands alone
-    std::string format;   ///< "DICOM RT Structure Set", "NRRD", "MetaImage" or "NIfTI"
+    std::string format;   ///< "DICOM RT Structure Set", "DICOM Segmentation", "NRRD" ...
     std::string label;    ///< of the set; empty where it is not told
     std::string sopInstance;
     std::string patientId;     ///< only to be compared; empty where it is not told

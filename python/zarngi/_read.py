@@ -26,6 +26,7 @@ def read(
     allow_error_doses: bool = False,
     dose_unit: DoseUnit | None = None,
     length_unit: LengthUnit | None = None,
+    pixel_size: float | None = None,
 ) -> DoseGrid | DosePoints:
     """Read doses from a file.
 
@@ -33,7 +34,7 @@ def read(
     .img), MetaImage (.mha, .mhd) or NRRD (.nrrd, .nhdr); simulated doses: EGSnrc's .3ddose, packed
     by gzip or not, and scorers of TOPAS (text, or the .binheader of binary values); measured planes
     and points: texts of detector arrays (PTW, Sun Nuclear), IBA planes, planes of XiO and Monaco,
-    extracted planes, tables, DICOM RT Image.
+    extracted planes, tables, TIFFs of one channel of doses, DICOM RT Image.
 
     Parameters
     ----------
@@ -45,9 +46,12 @@ def read(
         Whether to read RT Doses of the Dose Type ERROR, differences between doses, as if they were
         doses.
     dose_unit : {"Gy", "cGy"}, optional
-        Of tables that do not tell theirs, which are refused otherwise.
+        Of tables, TIFFs and RT Doses that do not tell theirs, which are refused otherwise.
     length_unit : {"mm", "cm"}, optional
         Of tables that do not tell theirs; by default mm, with a warning.
+    pixel_size : float, optional
+        mm, of TIFFs and of matrices without coordinates, which are refused otherwise. Their first
+        row is the upper edge, their middle lies at 0, 0, with warnings.
 
     Returns
     -------
@@ -73,8 +77,7 @@ def read(
         or the unit, or speaks against the values being doses.
     """
     name = str(Path(path))
-    units = table_units(dose_unit, length_unit)
-    dose = _host.read_file(name, units)
+    dose = _host.read_file(name, _told(dose_unit, length_unit, pixel_size))
     return dose_grid(name, dose, allow_relative, allow_error_doses)
 
 
@@ -86,6 +89,7 @@ def read_bytes(
     allow_error_doses: bool = False,
     dose_unit: DoseUnit | None = None,
     length_unit: LengthUnit | None = None,
+    pixel_size: float | None = None,
 ) -> DoseGrid | DosePoints:
     """Read doses from the contents of a file in memory.
 
@@ -99,6 +103,8 @@ def read_bytes(
     allow_relative, allow_error_doses : bool
         As of `read`.
     dose_unit, length_unit : str, optional
+        As of `read`.
+    pixel_size : float, optional
         As of `read`.
 
     Returns
@@ -117,21 +123,22 @@ def read_bytes(
         As of `read`.
     """
     name = "<bytes>"
-    units = table_units(dose_unit, length_unit)
-    dose = _host.read_memory(name, data, files or {}, units)
+    told = _told(dose_unit, length_unit, pixel_size)
+    dose = _host.read_memory(name, data, files or {}, told)
     return dose_grid(name, dose, allow_relative, allow_error_doses)
 
 
-def table_units(dose_unit: str | None, length_unit: str | None) -> _host.TableUnits:
-    """Units as the library takes them."""
+def _told(dose_unit: str | None, length_unit: str | None, pixel_size: float | None) -> _host.Told:
+    """What is told of a file as the library takes it."""
     gray = {"Gy": 1.0, "cGy": 1 / 100}
     millimetres = {"mm": 1.0, "cm": 10.0}
-    return _host.TableUnits(
+    units = _host.TableUnits(
         0 if dose_unit is None else gray[_checks.choice("dose_unit", dose_unit, tuple(gray))],
         0
         if length_unit is None
         else millimetres[_checks.choice("length_unit", length_unit, tuple(millimetres))],
     )
+    return _host.Told(units, _checks.positive_or_none("pixel_size", pixel_size, "mm") or 0)
 
 
 def dose_grid(

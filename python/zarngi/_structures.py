@@ -138,8 +138,8 @@ StructuresLike = Union[StructureSet, Structure, Mapping[str, "Structure | npt.Ar
 def read_structures(path: str | os.PathLike[str]) -> StructureSet:
     """Read structures from a file.
 
-    The contents, not the name, tell the format: a DICOM RT Structure Set, or a label mask in NRRD
-    (segmentations of several segments, too), MetaImage or NIfTI.
+    The contents, not the name, tell the format: a DICOM RT Structure Set or Segmentation, or a
+    label mask in NRRD (segmentations of several segments, too), MetaImage or NIfTI.
 
     Parameters
     ----------

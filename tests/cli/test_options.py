@@ -115,7 +115,7 @@ class Manuals(unittest.TestCase):
             return set(result.stdout.split())
 
         self.assertEqual(complete("com"), {"compare"})
-        self.assertEqual(complete("info", "--p"), {"--patient"})
+        self.assertEqual(complete("info", "--p"), {"--patient", "--pixel-size"})
         self.assertEqual(complete("compare", "-c", "2%L"), {"2%L/2mm"})
         told = set(re.findall(r"--[a-z][a-z-]+", run("compare", "--help").stdout))
         self.assertEqual(complete("compare", "--"), told)

@@ -110,7 +110,8 @@ class RtDose(ProgramTest):
         volume = tested * numpy.prod(self.dose.spacing) / 1000
         self.assertAlmostEqual(mask["structures"][0]["volume"], volume, places=6)
         native = pydicom.dcmread(gamma)
-        self.assertEqual((native.DoseUnits, native.DoseComment), ("RELATIVE", "gamma 1%/1mm"))
+        comment = "gamma 1%/1mm, values of 3 are 3 or above"
+        self.assertEqual((native.DoseUnits, native.DoseComment), ("RELATIVE", comment))
         self.assertEqual(complaints(gamma), [])
         values = native.pixel_array * float(native.DoseGridScaling)
         self.assertEqual(values[self.dose.values <= 0.1 * self.dose.values.max()].max(), 0)

@@ -103,15 +103,16 @@ def by_package(path):
     )
 
 
-def page_answer(path):
-    """What the engine of the page, which runs beside, says of a file."""
+def page_answer(path, units=()):
+    """What the engine of the page, which runs beside, says of a file; units as they are given."""
     global page
     if page is None:
         page = subprocess.Popen(
             [os.environ["ZARNGI_NODE"], READ_FILES], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
             text=True, preexec_fn=without_limit,
         )  # fmt: skip
-    page.stdin.write(f"{path}\n")
+    told = dict(zip(("dose", "length", "pixelSize"), units))
+    page.stdin.write(json.dumps({"path": path, "units": told}) + "\n")
     page.stdin.flush()
     return json.loads(page.stdout.readline())
 

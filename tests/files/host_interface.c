@@ -203,6 +203,30 @@ static void read_planes_and_points(void)
     check(zarnGIHost_getPlaces(NULL, &places) == ZARNGI_HOST_BAD_ARGUMENT, "places of nothing");
 }
 
+static void read_pixels(void)
+{
+    static const char table[] = "1 2 5 4 3\n6 7 8 9 1\n";
+    const struct zarnGIHost_Told told = {{0.01, 0}, 2};
+    struct zarnGIHost_Dose* dose = NULL;
+    struct zarnGIHost_Error error;
+    double spacing[3];
+    double origin[3];
+    int size[3];
+    check(zarnGIHost_readToldDoseFromMemory(table, sizeof table - 1, NULL, NULL, NULL, &dose,
+                                            &error) == ZARNGI_HOST_REFUSED &&
+              dose == NULL && strstr(error.sentence, "pixel size") != NULL,
+          "pixels of no size");
+    check(zarnGIHost_readToldDoseFromMemory(table, sizeof table - 1, NULL, NULL, &told, &dose,
+                                            &error) == ZARNGI_HOST_OK &&
+              zarnGIHost_getGrid(dose, size, spacing, origin) == ZARNGI_HOST_OK,
+          "pixels of the size that is told");
+    check(spacing[0] == 2 && origin[0] == -4 && origin[1] == -1 && size[1] == 2 &&
+              zarnGIHost_getDoses(dose)[0] == 0.06F &&
+              zarnGIHost_getFact(dose, ZARNGI_HOST_TELLS_POSITION) == 0,
+          "the first row at the upper edge");
+    zarnGIHost_freeDose(dose);
+}
+
 static void place_planes(void)
 {
     static const float doses[6] = {1, 2, 3, 4, 5, 6};
@@ -296,6 +320,7 @@ int main(void)
     refuse_what_cannot_be();
     quote_or_not();
     read_planes_and_points();
+    read_pixels();
     place_planes();
     read_a_simulation();
     read_by_several_threads();

@@ -13,13 +13,14 @@ import zarngi
 
 import generated_tables
 import variants_dicom
+import variants_film
 import variants_measurements
 import variants_planes
 from answers import ENGINE, PROGRAM, digest, page_answer
 from variants_measurements import PLANE, Plane, Points, dicom_image, matrix, number
 
 CUT = "does not end with the end of a line; it may be cut short"
-ROWS = [*variants_measurements.ROWS, *variants_planes.ROWS]
+ROWS = [*variants_measurements.ROWS, *variants_planes.ROWS, *variants_film.ROWS]
 ROWS_BY_NAME = {row.name: row for row in ROWS}
 
 
@@ -28,8 +29,8 @@ def test_rows_have_names_of_their_own():
 
 
 def by_program(path, units):
-    options = [text for option, unit in zip(("--dose-unit", "--length-unit"), units) if unit
-               for text in (option, unit)]
+    names = ("--dose-unit", "--length-unit", "--pixel-size")
+    options = [text for option, unit in zip(names, units) if unit for text in (option, str(unit))]
     run = subprocess.run([PROGRAM, "info", "--json", path, *options], capture_output=True, text=True,
                          timeout=60, check=False)
     if run.returncode == 0:
@@ -43,7 +44,7 @@ def by_package(path, units):
     with warnings.catch_warnings(record=True) as caught:
         warnings.simplefilter("always")
         try:
-            dose = zarngi.read(path, dose_unit=units[0], length_unit=units[1])
+            dose = zarngi.read(path, **dict(zip(("dose_unit", "length_unit", "pixel_size"), units)))
         except zarngi.FormatError as error:
             assert str(error).startswith(f"{path}: ")
             return str(error)[len(path) + 2 :], ()
@@ -100,12 +101,12 @@ def test_measurement(tmp_path, name):
 
 
 @pytest.mark.skipif(not ENGINE, reason="the engine of the page is not built")
-@pytest.mark.parametrize("name", [row.name for row in ROWS if row.units == (None, None)])
+@pytest.mark.parametrize("name", ROWS_BY_NAME)
 def test_measurement_in_the_page(tmp_path, name):
     row = ROWS_BY_NAME[name]
     path = tmp_path / "measured"
     path.write_bytes(row.contents)
-    told = page_answer(str(path))
+    told = page_answer(str(path), row.units)
     if not isinstance(row.expected, (Plane, Points)):
         assert told["sentence"] == row.expected
         return

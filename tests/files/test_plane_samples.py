@@ -13,7 +13,7 @@ import numpy as np
 import pytest
 import zarngi
 
-from answers import PROGRAM
+from answers import ENGINE, PROGRAM, page_answer
 
 SHARED = Path(__file__).resolve().parents[3] / "shared" / "data"
 SAMPLES = SHARED / "formats"
@@ -116,6 +116,20 @@ def test_figures(name):
         nearest = np.hypot(*(at - np.array(place)).T)
         assert nearest.min() < 1e-3  # the step of rounded coordinates spans them from end to end
         assert doses[nearest.argmin()] == np.float32(figure), place
+
+
+@pytest.mark.skipif(not ENGINE, reason="the engine of the page is not built")
+@pytest.mark.parametrize("name", [*FIGURES, *REFUSED])
+def test_the_page_answers_alike(name):
+    path = SAMPLES / name
+    run = by_program(path)
+    answer = page_answer(str(path))
+    if run.returncode != 0:
+        assert run.stderr == f"zarngi: {path}: {answer['sentence']}\n"
+        return
+    told = json.loads(run.stdout)
+    assert answer["sha256"] == told["dosesSha256"] and answer["format"] == told["file"]["format"]
+    assert answer["grid"] == told["grid"] and answer["warnings"] == told["warnings"]
 
 
 @pytest.mark.parametrize("name", REFUSED)

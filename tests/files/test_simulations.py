@@ -15,7 +15,7 @@ import zarngi
 
 import variants_3ddose
 import variants_topas
-from answers import PROGRAM
+from answers import ENGINE, PROGRAM, page_answer
 from variants import SIZE, VALUES
 
 DATA = Path(__file__).resolve().parents[3] / "shared" / "data" / "formats"
@@ -58,6 +58,35 @@ GRID = Figures(
      (2, 3.75, 8): 4.33e-7},
     (0.03, 0.03),
 )  # fmt: skip
+
+
+def metaimages():
+    """Images of simulations, whose values count as Gy with warnings."""
+    gate = Figures("Gy", (2, 2.5, 3), (-5, -5, -4.5), (6, 5, 4), 0, 0.000345999986, 0.020216,
+                   {(-5, -5, -4.5): 0, (5, -5, -4.5): 6.00000021e-06, (-5, 5, -4.5): 4.09999993e-05,
+                    (-1, 0, 1.5): 0.000222999995, (5, 5, 4.5): 0.000345999986})  # fmt: skip
+    fine = dict.fromkeys(((5, -5, -4.5), (-5, 5, -4.5), (-1, 0, 1.5), (5, 5, 4.5)), 0.0500000007)
+    return {
+        "fred/Phantom.Dose.mhd": Figures(
+            "Gy", (10, 10, 10), (-45, -95, -45), (10, 20, 10), 0, 0.00432784716, 0.253805384,
+            {(5, -5, 5): 0.00432784716, (-15, -35, -5): 0.000476643327, (15, 25, -5): 0.00031023132,
+             (-5, 45, 5): 0.00114862539, (5, -15, -5): 0.00304362504}),
+        "mcsquare/Dose.mhd": Figures(
+            "Gy", (10, 10, 10), (0, 0, 0), (10, 20, 10), 0, 2122555.5, 113459852,
+            {(50, 90, 40): 2122555.5, (40, 100, 40): 924374.75, (20, 110, 50): 132653.812,
+             (50, 60, 40): 1107743.25, (0, 0, 0): 0}),
+        "synthetic/gate-dose.mhd": gate,
+        "synthetic/gate-dose_squared.mhd": dataclasses.replace(
+            gate, most=3.11231671e-10, total=1.29868327e-08,
+            places={(-5, -5, -4.5): 0, (5, -5, -4.5): 9.3591e-14, (-5, 5, -4.5): 4.37017975e-12,
+                    (-1, 0, 1.5): 1.29282968e-10, (5, 5, 4.5): 3.11231671e-10}),
+        "synthetic/gate-dose_uncertainty.mhd": dataclasses.replace(
+            gate, most=0.0500000007, total=5.80000009, places={(-5, -5, -4.5): 0, **fine}),
+        "synthetic/gate9-Dose-Uncertainty.mhd": dataclasses.replace(
+            gate, least=0.0500000007, most=1, total=9.80000009, places={(-5, -5, -4.5): 1, **fine}),
+    }  # fmt: skip
+
+
 FIGURES = {
     "synthetic/even.3ddose": EVEN,
     "synthetic/even.3ddose.gz": EVEN,
@@ -92,6 +121,7 @@ FIGURES = {
         GRID, least=0, total=1.1412e-05,
         places={(-2, -3.75, 0): 2.01e-07, (2, -3.75, 0): 2.03e-07, (-2, 3.75, 0): 2.31e-07,
                 (-2, -3.75, 8): 4.01e-07, (2, 3.75, 8): 4.33e-07}),
+    **metaimages(),
 }  # fmt: skip
 
 
@@ -115,6 +145,15 @@ def test_figures(name):
         index = [round((p - o) / s) for p, o, s in zip(place, grid.origin, grid.spacing)][::-1]
         np.testing.assert_allclose(doses[tuple(index)], dose, rtol=1e-6)
     check_uncertainty(told, grid, wanted)
+
+
+@needs_data
+@pytest.mark.skipif(not ENGINE, reason="the engine of the page is not built")
+@pytest.mark.parametrize("name", FIGURES)
+def test_the_page_answers_alike(name):
+    told, answer = info(DATA / name), page_answer(str(DATA / name))
+    assert answer["sha256"] == told["dosesSha256"] and answer["doseUnit"] == told["doseUnit"]
+    assert answer["grid"] == told["grid"] and answer["warnings"] == told["warnings"]
 
 
 def check_uncertainty(told, grid, wanted):

@@ -13,15 +13,18 @@ from pathlib import Path
 import numpy as np
 import pydicom
 import pytest
+import zarngi
 from pydicom.uid import (
     DeflatedExplicitVRLittleEndian, ExplicitVRBigEndian, ExplicitVRLittleEndian,
     ImplicitVRLittleEndian,
 )
 
+import segmentations
 import variants_dicom
 import variants_structures
 from answers import PROGRAM, by_program
 from structure_sets import contour, file_of, polygon, roi, structure_set
+from variants import ORIGIN, SPACING
 from variants_nrrd import nrrd
 from variants_structures import LABELS, USUAL, Structures, Told, digest, mask, usual
 
@@ -65,8 +68,9 @@ def test_variant(tmp_path, name):
     path = tmp_path / row.file
     path.write_bytes(row.contents)
     assert ask(path, "--structures") == row.expected
-    if isinstance(row.expected, Structures) and row.expected.grid is None:
-        assert ask(path) == row.expected  # a structure set is told without being asked for
+    is_dicom = row.contents[128:132] == b"DICM"
+    if isinstance(row.expected, Structures) and (is_dicom or row.expected.grid is None):
+        assert ask(path) == row.expected  # structures of DICOM are told without being asked for
 
 
 def test_masks_are_told_as_doses_unless_asked_for(tmp_path):
@@ -180,6 +184,49 @@ def test_real_structures_in_another_syntax(tmp_path, real, syntax):
     data.is_little_endian = syntax != ExplicitVRBigEndian
     data.save_as(tmp_path / "set.dcm")
     assert ask(tmp_path / "set.dcm") == by_pydicom(real)
+
+
+def test_segments_as_pydicom_reads_them(tmp_path):
+    """Random voxels of random shapes, most of them in two segments, in an odd number of bits."""
+    random = np.random.default_rng(23)
+    for _ in range(20):
+        shape = random.integers(1, 9, 3)
+        masks = {number: random.random(shape) < 0.4 for number in (3, 8)}
+        masks[3][0, 0, 0] = masks[8][-1, -1, -1] = True
+        path = tmp_path / "segments.dcm"
+        path.write_bytes(segmentations.contents(masks))
+        read = pydicom.dcmread(path)
+        voxels = read.pixel_array.reshape(-1, read.Rows, read.Columns)
+        judged = {number: np.zeros(shape, bool) for number in masks}
+        for groups, frame in zip(read.PerFrameFunctionalGroupsSequence, voxels):
+            z = groups.PlanePositionSequence[0].ImagePositionPatient[2]
+            number = groups.SegmentIdentificationSequence[0].ReferencedSegmentNumber
+            judged[number][round((z - ORIGIN[2]) / SPACING[2])] = frame
+        lap = (judged[3] & judged[8]).any()
+        used = [z for z in range(shape[0]) if any(mask[z].any() for mask in judged.values())]
+        layers = [judged[3] * 3, judged[8] * 8] if lap else [judged[3] * 3 + judged[8] * 8] * 2
+        told = ask(path).told
+        assert [one.sha256 for one in told] == [
+            digest(layer[used[0] : used[-1] + 1].astype("<i4")) for layer in layers]
+
+
+def test_segments_are_what_a_mask_of_the_same_voxels_is(tmp_path):
+    """In a comparison, whose figures of structures follow from them."""
+    reference, evaluation = zarngi.demo_pair()
+    for name, dose in (("a", reference), ("b", evaluation)):
+        zarngi.write(tmp_path / f"{name}.mha", dose.dose, dose)
+    inside = reference.dose > 0.5 * reference.dose.max()
+    zarngi.write(tmp_path / "inside.nrrd", inside.astype(np.uint8), reference)
+    (tmp_path / "inside.dcm").write_bytes(segmentations.contents(
+        {1: inside}, names={1: "inside"}, spacing=reference.spacing, origin=reference.origin))
+    figures = []
+    for file in ("inside.nrrd", "inside.dcm"):
+        run = subprocess.run([PROGRAM, "compare", tmp_path / "a.mha", tmp_path / "b.mha", "--structures",
+                              tmp_path / file, "--json", "-"], capture_output=True, text=True, check=True)
+        record = json.loads(run.stdout)
+        figures.append((record["structures"]["list"], record["criteria"][0]["structures"]))
+    assert figures[0] == figures[1]
+    assert figures[0][1][0]["tested"] > 100
 
 
 # Damaged files.

@@ -42,7 +42,7 @@ class Row:
     name: str
     contents: bytes
     expected: object  # a Plane, Points, or a sentence
-    units: tuple = (None, None)  # of dose and of length, as they are given
+    units: tuple = (None, None)  # of dose and of length, and the pixel size, as they are given
 
 
 def number(value, comma=False):
@@ -218,7 +218,8 @@ def matrix_rows():
               "has decimal points and decimal commas (line 4)")
     yield Row("matrix, thousands", matrix(separator=";").replace(b"-15", b"1,000.5"),
               "is no table of doses: its first row of numbers has 5 cells (accepted: columns x, "
-              "y[, z], dose, or a matrix with coordinates along its top and left edges)")
+              "y[, z], dose, a matrix with coordinates along its top and left edges, or one of five "
+              "columns or more whose pixel size is given)")
     yield Row("matrix, not finite", matrix(values=np.where(PLANE == PLANE[0, 1], np.inf, PLANE)),
               'has "inf" where a number should be (line 3)')
     yield Row("matrix, cut short", matrix()[:-12],
@@ -397,7 +398,8 @@ def column_rows():
               'has columns named "depth", "factor", "value (Gy)" (accepted: x, y[, z], dose)')
     yield Row("five columns", b"# Gy mm\n1 2 3 4 5\n3 4 5 6 7\n",
               "is no table of doses: its first row of numbers has 5 cells (accepted: columns x, "
-              "y[, z], dose, or a matrix with coordinates along its top and left edges)")
+              "y[, z], dose, a matrix with coordinates along its top and left edges, or one of five "
+              "columns or more whose pixel size is given)")
     yield Row("points, a short row", columns() + b"1,2\n",
               "has 3 columns, but 2 cells in line 14")
     yield Row("points, far away", columns("x (mm),y,dose (Gy)", places=[(1e6, 1), (2, 3), (4, 9)],

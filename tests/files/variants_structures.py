@@ -3,8 +3,10 @@
 import dataclasses
 import gzip
 import hashlib
+import io
 
 import numpy as np
+import pydicom
 from pydicom.dataset import Dataset
 from pydicom.sequence import Sequence
 from pydicom.uid import (
@@ -16,6 +18,7 @@ import variants_dicom
 import variants_metaimage
 import variants_nifti
 import variants_nrrd
+import segmentations
 from structure_sets import (
     contour, dataset, decimal, file_of, named, polygon, roi, structure_set,
 )
@@ -25,8 +28,8 @@ from variants import (
 )
 
 FOREIGN = (
-    "is not a file of structures (DICOM RT Structure Set, or a label mask in NRRD, MetaImage or "
-    "NIfTI)"
+    "is not a file of structures (DICOM RT Structure Set or Segmentation, or a label mask in NRRD, "
+    "MetaImage or NIfTI)"
 )
 NO_LABELS = "has no label but 0, which is no structure"
 RANGE = " (labels are whole numbers from 0 to 16 777 215)"
@@ -245,10 +248,6 @@ def reference_rows():
 def foreign_rows():
     yield Variant("a dose", variants_dicom.dose(),
                   "is DICOM but no RT Structure Set (modality RTDOSE)")
-    segmentation = usual(SOPClassUID="1.2.840.10008.5.1.4.1.1.66.4", Modality="SEG")
-    yield Variant("a segmentation", file_of(segmentation),
-                  "is a DICOM Segmentation, which is not read (read are DICOM RT Structure Sets, and "
-                  "label masks in NRRD, MetaImage and NIfTI)")
     yield Variant("text", b"no structures", FOREIGN)
     yield Variant("nothing", b"", "is empty")
     whole = file_of(usual(), DeflatedExplicitVRLittleEndian)
@@ -382,7 +381,122 @@ def segmentation_rows():
                   mask(names=names, colours={200: "#ffffff"}))
 
 
+#: Voxels [z, y, x] by the numbers of segments: two that lie apart, one that shares voxels with both, none.
+SEGMENTS = {1: LABELS == 2, 4: LABELS == 5, 9: LABELS > 2, 10: LABELS < 0}
+NAMES = {1: "Lung", 4: "Heart", 9: "", 10: "Lung"}
+GRID = (list(LABELS.shape[::-1]), list(SPACING), list(ORIGIN))
+
+
+def segments(masks=None, *, frame="1.2.3", warnings=(), grid=GRID):
+    """The structures of a DICOM Segmentation of such voxels."""
+    masks = masks or SEGMENTS
+    apart = digest((masks[1] + 4 * masks[4]).astype("<i4"))
+    told = ((1, "Lung (1)", apart), (4, "Heart", apart), (9, "segment 9", digest((9 * masks[9]).astype("<i4"))),
+            (10, "Lung (10)", apart))
+    return Structures(tuple(Told(name, number, sha256, frame=frame) for number, name, sha256 in told), warnings, grid)
+
+
+def dicom_segmentation_rows():
+    def of(masks=None, **options):
+        return segmentations.contents(masks or SEGMENTS, names=NAMES, **options)
+
+    for name, syntax in (("explicit", ExplicitVRLittleEndian), ("implicit", ImplicitVRLittleEndian),
+                         ("deflated", DeflatedExplicitVRLittleEndian)):
+        yield Variant(f"segments, {name}", of(syntax=syntax), segments())
+        yield Variant(f"segments, {name}, gzip", gzip.compress(of(syntax=syntax)), segments())
+    for number, orientation in enumerate(ORIENTATIONS):
+        yield Variant(f"segments, orientation {number}", of(orientation=orientation), segments())
+    yield Variant("segments, all frames", of(empty_frames=True), segments())
+    yield Variant("segments, another order", of(reverse=True), segments())
+    yield Variant("segments, no frame of reference", of(FrameOfReferenceUID=None), segments(frame=""))
+    between = segmentations.measures(SPACING, between=False)
+    yield Variant("segments, planes tell their distance", of(shared=between), segments())
+    # Every second plane: the step tells that those between hold nothing, else they are as thick.
+    upper = {number: mask & (np.arange(4) % 2 == 0)[:, None, None] for number, mask in SEGMENTS.items()}
+    size = [*GRID[0][:2], 3]
+    yield Variant("segments, planes left out", of(upper), segments(
+        {n: mask[:3] for n, mask in upper.items()}, grid=(size, *GRID[1:])))
+    note = "tells a Slice Thickness of 3 mm, but has frames no nearer than 6 mm; they are taken to fill that"
+    yield Variant("segments, thin planes", of(upper, shared=segmentations.measures(SPACING, between=False)), segments(
+        {n: mask[:3:2] for n, mask in upper.items()}, warnings=(note,),
+        grid=([*GRID[0][:2], 2], [*SPACING[:2], 6.0], GRID[2])))
+    yield from refused_segmentations(of)
+
+
+def refused_segmentations(of):
+    yield Variant("segments, fractions", of(SegmentationType="FRACTIONAL", BitsAllocated=8),
+                  'is a DICOM Segmentation with a Segmentation Type of "FRACTIONAL", whose values are no structures; '
+                  "save it as BINARY")
+    yield Variant("segments, labels", of(SegmentationType="LABELMAP", SOPClassUID="1.2.840.10008.5.1.4.1.1.66.7"),
+                  "is a DICOM Segmentation of labels (LABELMAP), which is not read; save it as BINARY, or as a label "
+                  "mask in NRRD or NIfTI")
+    yield Variant("segments, bytes", of(BitsAllocated=8),
+                  "is a BINARY DICOM Segmentation whose voxels have more than one bit")
+    yield Variant("segments, big endian", of(syntax=ExplicitVRBigEndian),
+                  "is a DICOM Segmentation in big endian, in which the order of its bits is not clear; save it in "
+                  "little endian")
+    yield Variant("segments, none", of(SegmentSequence=Sequence([])), "is a DICOM Segmentation without segments")
+    twice = Sequence([segmentations.segment(n, "A") for n in (4, 4)])
+    yield Variant("segments, one number twice", of(SegmentSequence=twice),
+                  "has a segment of the number 0, or two of one number (4)")
+    few = Sequence([segmentations.segment(n, f"S{n}") for n in (1, 4)])
+    apart = digest((SEGMENTS[1] + 4 * SEGMENTS[4]).astype("<i4"))
+    yield Variant("segments, one is not defined", of(SegmentSequence=few), Structures(
+        tuple(Told(f"S{n}", n, apart, frame="1.2.3") for n in (1, 4)),
+        ("has frames of segments that it does not define (1); they are left out",), GRID))
+    frames = sum(int(mask.any((1, 2)).sum()) for mask in SEGMENTS.values())
+    bytes_of_voxels = -(-frames * LABELS[0].size // 8)
+    for name, data in (("cut", b"\0" * 16), ("long", b"\0" * 30)):
+        yield Variant(f"segments, {name}", of(PixelData=data),
+                      f"is a DICOM Segmentation whose frames need {bytes_of_voxels} bytes, and whose Pixel Data has "
+                      f"{len(data)}")
+    yield Variant("segments, frames untold", of(NumberOfFrames=frames + 1),
+                  f"tells of {frames} frames, and has {frames + 1}")
+    yield Variant("segments, rotated", rewritten(of(), lambda made: turn_frames(made, [0.6, 0.8, 0, -0.8, 0.6, 0])),
+                  ROTATED)
+    tall = segmentations.measures((2, 2.5, 4))
+    yield Variant("segments, another step", of(shared=tall),
+                  "tells a Spacing Between Slices of 4 mm, but has frames 3 mm apart")
+    for name, change, sentence in (
+        ("a place twice", (0, 0, 0), "has two frames of segment 1 in one plane"),
+        ("a frame beside", (0.5, 0, 3), "has frames that do not lie straight above one another in one grid; resample "
+         "it first"),
+        ("uneven frames", (0, 0, 1.5), "tells a Spacing Between Slices of 3 mm, but has frames 1.5 mm apart"),
+        ("a frame far away", (0, 0, 30000), "has frames 30000 mm apart, with most planes between them left out"),
+    ):
+        yield Variant(f"segments, {name}", rewritten(of(), lambda made, by=change: move_frame(made, by)), sentence)
+    for name, keyword, told in (("place", "PlanePositionSequence", "position"),
+                                ("segment", "SegmentIdentificationSequence", "segment")):
+        def drop(made, keyword=keyword):
+            delattr(made.PerFrameFunctionalGroupsSequence[1], keyword)
+        yield Variant(f"segments, no {name}", rewritten(of(), drop), f"has a frame that tells no {told} (frame 2)")
+    flat = {1: LABELS[:1] == 2, 4: LABELS[:1] == 5, 9: LABELS[:1] > 2, 10: LABELS[:1] < 0}
+    yield Variant("segments, a plane", of(flat), segments(flat, grid=([*GRID[0][:2], 1], *GRID[1:])))
+    thin = segmentations.measures(SPACING, between=False, thickness=0)
+    yield Variant("segments, a plane of no thickness", of(flat, shared=thin),
+                  "has frames in one plane alone, and tells neither Spacing Between Slices nor Slice Thickness")
+
+
+def rewritten(contents, change):
+    """A file that pydicom reads, changes and writes."""
+    made = pydicom.dcmread(io.BytesIO(contents))
+    change(made)
+    changed = io.BytesIO()
+    made.save_as(changed)
+    return changed.getvalue()
+
+
+def turn_frames(made, cosines):
+    made.SharedFunctionalGroupsSequence[0].PlaneOrientationSequence[0].ImageOrientationPatient = cosines
+
+
+def move_frame(made, by):
+    """The second frame lies so far from the first one."""
+    first, second = (groups.PlanePositionSequence[0] for groups in made.PerFrameFunctionalGroupsSequence[:2])
+    second.ImagePositionPatient = [f"{a + b:.10g}" for a, b in zip(first.ImagePositionPatient, by)]
+
+
 ROWS = [
     *syntax_rows(), *contour_rows(), *refused_contour_rows(), *reference_rows(), *foreign_rows(),
-    *name_rows(), *mask_rows(), *refused_mask_rows(), *segmentation_rows(),
+    *name_rows(), *mask_rows(), *refused_mask_rows(), *segmentation_rows(), *dicom_segmentation_rows(),
 ]

@@ -9,6 +9,7 @@ from pathlib import Path
 import nibabel
 import numpy
 import pydicom
+from PIL import Image
 from pydicom.dataset import Dataset
 from pydicom.sequence import Sequence
 from pydicom.uid import (
@@ -21,7 +22,9 @@ for room in ("cli", "files"):
     sys.path.insert(0, str(Path(__file__).resolve().parents[1] / room))
 
 import doses  # noqa: E402
+import segmentations  # noqa: E402
 import structure_sets  # noqa: E402
+import variants_film  # noqa: E402
 import variants_measurements  # noqa: E402
 import variants_planes  # noqa: E402
 from doses import DicomStyle  # noqa: E402
@@ -138,6 +141,23 @@ def write_tables(folder):
     (folder / "points.csv").write_bytes(b"# x y z dose [mm, cGy]\n1 2 3 100\n-4.5 6e1 7 90\n")
 
 
+def write_films(folder):
+    """Pixels without coordinates, of an even number of bytes: the fuzzer gives units to such files."""
+    def write(name, contents):
+        (folder / name).write_bytes(contents + b"\n" * (len(contents) % 2))
+
+    write("pixels.txt", variants_film.matrix())
+    short, changes = variants_film.SHORT, {}
+    for name, pack, code in (("plain", bytes, 1), ("deflated", zlib.compress, 8)):
+        changes = {variants_film.COMPRESSION: (short, [code])}
+        write(f"{name}.tif", variants_film.tiff(order=">", pack=pack, changes=changes))
+    changes[variants_film.PREDICTOR] = (short, [3])
+    write("predicted.tif", variants_film.tiff(pack=zlib.compress, changes=changes))
+    for name in ("tiff_lzw", "packbits"):
+        Image.fromarray(variants_film.WHOLE).save(folder / f"{name}.tif", compression=name)
+        write(f"{name}.tif", (folder / f"{name}.tif").read_bytes())
+
+
 def write_simulations(folder):
     """Simulated doses; the fuzzer's own file of 600 bytes is that of the binary one, as any other."""
     (folder / "dose.3ddose").write_bytes(b"2 2 2\n0 1 2\n0 .5 1.0\n-1 0 1\n4*0 1e-3 2 3 4\n4*.9999999 4*.5\n")
@@ -198,6 +218,13 @@ def two_structures():
     return structure_sets.structure_set([roi(1, "A", ring), roi(2, "A", others), roi(3, "", None)])
 
 
+def write_segments(folder):
+    masks = {1: numpy.eye(3, 5, dtype=bool)[None].repeat(3, 0), 2: numpy.arange(45).reshape(3, 3, 5) > 9}
+    (folder / "segments.dcm").write_bytes(segmentations.contents(masks))
+    (folder / "segments-turned.dcm").write_bytes(segmentations.contents(
+        masks, ImplicitVRLittleEndian, orientation=((2, -1), (0, 1), (1, -1)), empty_frames=True))
+
+
 def write_structures(folder, dose):
     for name, syntax in (("implicit", ImplicitVRLittleEndian), ("big", ExplicitVRBigEndian),
                          ("deflated", DeflatedExplicitVRLittleEndian)):
@@ -232,6 +259,8 @@ def main():
                   write_planes):
         write(folder, dose)
     write_tables(folder)
+    write_films(folder)
+    write_segments(folder)
     write_simulations(folder)
     write_planes_of_makers(folder)
 

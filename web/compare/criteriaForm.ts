@@ -22,8 +22,8 @@ const ofDoses = [
     'reference-scale', 'evaluation-scale', 'reference-uncertainty', 'evaluation-uncertainty', 'normalisation-at', 'plane-at',
 ];
 
-/** Of tables that tell none. */
-const unitFields = ['dose-unit', 'length-unit'];
+/** Of files that tell none. */
+const unitFields = ['dose-unit', 'length-unit', 'pixel-size'];
 
 /** Members whose texts stand in lines of their own. */
 const linedMembers = ['criteria', 'goals'];
@@ -99,6 +99,7 @@ export class CriteriaForm {
                 dose: textOrNull('dose-unit'),
                 length: textOrNull('length-unit'),
                 uncertainty: textOrNull('uncertainty-unit'),
+                pixelSize: numberOr('pixel-size', undefined),
             },
             allowErrorDoses: isChecked('error-doses'),
             // Its fields count for nothing unless it is wanted.

@@ -48,6 +48,7 @@ export const members: Record<string, MemberWords> = {
     'evaluation.uncertainty': { word: 'Uncertainty of the evaluation', field: 'evaluation-uncertainty', option: '--evaluation-uncertainty' },
     'units.dose': { word: 'Doses without a unit', field: 'dose-unit', option: '--dose-unit' },
     'units.length': { word: 'Length unit of tables', field: 'length-unit', option: '--length-unit' },
+    'units.pixelSize': { word: 'Pixel size', field: 'pixel-size', option: '--pixel-size' },
     'units.uncertainty': { word: 'Unit of files of uncertainties', field: 'uncertainty-unit', option: '--uncertainty-unit' },
     allowErrorDoses: { word: 'Differences as doses', field: 'error-doses', option: '--allow-error-doses' },
     explain: { word: 'Explanation', field: 'explain', option: '--explain' },

@@ -57,10 +57,9 @@ export class EngineClient {
         await this.send({ call: 'file', path, file });
     }
 
-    /** @param units of tables that tell none */
+    /** @param units of files that tell none */
     async identify(path: string, units: TableUnits): Promise<FileFacts> {
-        const call = { call: 'identify' as const, path, doseUnit: units.dose, lengthUnit: units.length };
-        return (await this.send(call)).answer as FileFacts;
+        return (await this.send({ call: 'identify', path, units })).answer as FileFacts;
     }
 
     /**

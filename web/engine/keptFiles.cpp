@@ -114,11 +114,6 @@ private:
     files::Bytes contents_;
 };
 
-bool hasUnits(const files::TableUnits& units)
-{
-    return units.gray || units.millimetres;
-}
-
 bool holdsWholeNumbers(const files::DoseImage& dose)
 {
     return !dose.dicom &&
@@ -246,7 +241,7 @@ Json KeptFiles::identified(const std::string& path, const files::TableUnits& uni
                    : refusalJson(path, read.error(), file.isDicom());
     }
     // What is kept hangs on nothing but its file.
-    const files::DoseImage& dose = hasUnits(units) ? *read : doses_.add(path, std::move(*read));
+    const files::DoseImage& dose = units.areGiven() ? *read : doses_.add(path, std::move(*read));
     Json json = described(path, "dose", facts(dose));
     if (holdsWholeNumbers(dose)) {
         if (auto mask = file.structures()) {
@@ -259,7 +254,7 @@ Json KeptFiles::identified(const std::string& path, const files::TableUnits& uni
 
 files::DoseImage KeptFiles::dose(const std::string& path, const files::TableUnits& units)
 {
-    if (hasUnits(units)) { // tables are small
+    if (units.areGiven()) { // tables are small
         return readFrom(path, [&](OpenFile& file) { return file.dose(units); });
     }
     return kept(doses_, path, [](OpenFile& file) { return file.dose(); });

@@ -1,11 +1,11 @@
 /** How the messages travel between a page and its worker. */
 
 import type { EngineError, ExamplePart, Progress, StructurePart, VolumeName } from './messages';
-import type { RequestDocument } from './request';
+import type { RequestDocument, TableUnits } from './request';
 
 export type Call =
     | { call: 'file'; path: string; file: File | null }
-    | { call: 'identify'; path: string; doseUnit: string | null; lengthUnit: string | null }
+    | { call: 'identify'; path: string; units: TableUnits }
     | { call: 'request'; text: string }
     | { call: 'protocols' }
     | { call: 'protocol'; name: string }

@@ -18,10 +18,12 @@ export interface DoseRequest {
 /** Texts where numbers belong are what a person typed: the engine refuses them. */
 export type Typed<Value> = Value | string;
 
-/** What doses and lengths of tables that tell none are in. */
+/** What doses and lengths of files that tell none are in. */
 export interface TableUnits {
     dose: string | null;
     length: string | null;
+    /** mm, of what tells no coordinates; may be left out. */
+    pixelSize?: Typed<number> | undefined;
 }
 
 /** By the names of the record's header; what is not there is not given. */

@@ -116,12 +116,17 @@ zarngi::FileDigests digestsOf(const Json& json)
 /** Those that a person has given so far; one that means nothing counts for none. */
 files::TableUnits unitsOf(const Json& call)
 {
-    const auto text = [&call](const char* name) {
-        const Json* const found = call.find(name);
+    const auto text = [&call](const std::string& name) {
+        const Json* const found = call.follow("/units/" + name);
         return found != nullptr && found->is_string() ? found->get<std::string>() : std::string();
     };
     try {
-        return zarngi::parseUnits(text("doseUnit"), text("lengthUnit"));
+        files::TableUnits units = zarngi::parseUnits(text("dose"), text("length"));
+        const Json* const size = call.follow("/units/pixelSize");
+        if (size != nullptr && size->is_number()) {
+            units.pixelSize = zarngi::positive({zarngi::Member::pixelSize}, size->get<double>());
+        }
+        return units;
     } catch (const zarngi::UsageError&) {
         return {};
     }
@@ -253,7 +258,7 @@ Json Session::rates(const Json& call)
 /** The doses of a file as they are compared, in single precision. */
 Json Session::values(const Json& call)
 {
-    return withOutput(bytesOf(files_.dose(textOf(call, "path"), {}).image.values));
+    return withOutput(bytesOf(files_.dose(textOf(call, "path"), unitsOf(call)).image.values));
 }
 
 Json Session::volume(const Json& call)

@@ -52,7 +52,7 @@ function changeFile(path: string, file: File | null, known: Engine): void {
 function dataPathOf(path: string, units: TableUnits, known: Engine): string {
     let found = facts.get(path);
     if (!found) {
-        found = known.call<FileFacts>({ call: 'identify', path, doseUnit: units.dose, lengthUnit: units.length });
+        found = known.call<FileFacts>({ call: 'identify', path, units });
         facts.set(path, found);
     }
     return 'dataPath' in found ? found.dataPath : path;

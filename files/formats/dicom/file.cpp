@@ -28,10 +28,10 @@ std::uint64_t gridBytes(const DicomValues& values)
     const std::uint64_t plane =
         std::uint64_t{values.integer(dicomTags::rows)} * values.integer(dicomTags::columns);
     const std::uint64_t frames = dicomFrameCount(values);
-    const std::uint64_t bytes = values.integer(dicomTags::bitsAllocated) / 8;
+    const std::uint64_t bits = values.integer(dicomTags::bitsAllocated);
     return plane > std::uint64_t{mostVoxels} / frames
                ? 0
-               : plane * frames * bytes; // else refused when it is read
+               : plane * frames * bits / 8; // else refused when it is read
 }
 
 Bytes beginningOfDeflated(ByteView packed, const Deflate& deflate, std::size_t most)

@@ -9,6 +9,7 @@
 #include "files/error.h"
 #include "files/formats/dicom/frames.h"
 #include "files/formats/dicom/rle.h"
+#include "files/runLengths.h"
 #include "files/storedValues.h"
 #include "files/text.h"
 
@@ -183,7 +184,7 @@ private:
     Bytes unpackedRunLengths() const
     {
         DicomFrames packed(pixels_, frames_);
-        if (mostUnpackedRle(pixels_.value.size()) < needed_) {
+        if (mostUnpackedRuns(pixels_.value.size()) < needed_) {
             refuseDamaged("is cut short: " + grouped(pixels_.value.size()) +
                           " bytes of packed dose cannot hold " + grouped(needed_));
         }

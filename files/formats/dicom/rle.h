@@ -5,16 +5,12 @@
 #ifndef ZARNGI_FILES_FORMATS_DICOM_RLE_H
 #define ZARNGI_FILES_FORMATS_DICOM_RLE_H
 
-#include <cstdint>
 #include <span>
 
 #include "files/bytes.h"
 
 namespace files
 {
-
-/** The largest number of bytes that so many packed ones can hold. */
-std::uint64_t mostUnpackedRle(std::uint64_t packedBytes);
 
 /**
  * Unpacks one frame of values of one sample.

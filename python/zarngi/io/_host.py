@@ -83,8 +83,14 @@ class TableUnits(ctypes.Structure):
     _fields_ = [("gray", ctypes.c_double), ("millimetres", ctypes.c_double)]
 
 
-#: Of tables that do not tell their units.
-NO_UNITS = TableUnits(0, 0)
+class Told(ctypes.Structure):
+    """Mirror of `zarnGIHost_Told`."""
+
+    _fields_ = [("units", TableUnits), ("pixelSize", ctypes.c_double)]
+
+
+#: Of files that do not tell their units, where nothing is told either.
+NOTHING_TOLD = Told(TableUnits(0, 0), 0)
 
 FindFile = ctypes.CFUNCTYPE(
     ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p, ctypes.POINTER(ctypes.c_size_t)
@@ -96,18 +102,18 @@ _ERROR_P = ctypes.POINTER(Error)
 _TRIPLE_P = ctypes.POINTER(ctypes.c_double)
 
 _PROTOTYPES: dict[str, tuple[Any, list[Any]]] = {
-    "readAnyDose": (
+    "readToldDose": (
         ctypes.c_int,
-        [ctypes.c_char_p, ctypes.POINTER(TableUnits), _DOSE_P, _ERROR_P],
+        [ctypes.c_char_p, ctypes.POINTER(Told), _DOSE_P, _ERROR_P],
     ),
-    "readAnyDoseFromMemory": (
+    "readToldDoseFromMemory": (
         ctypes.c_int,
         [
             ctypes.c_void_p,
             ctypes.c_size_t,
             FindFile,
             ctypes.c_void_p,
-            ctypes.POINTER(TableUnits),
+            ctypes.POINTER(Told),
             _DOSE_P,
             _ERROR_P,
         ],
@@ -226,7 +232,7 @@ class Dose:
             index += 1
 
 
-def read_file(path: str, units: TableUnits = NO_UNITS) -> Dose:
+def read_file(path: str, told: Told = NOTHING_TOLD) -> Dose:
     """Read a dose file: a volume, a plane or points.
 
     Raises
@@ -237,7 +243,7 @@ def read_file(path: str, units: TableUnits = NO_UNITS) -> Dose:
         When the file cannot be opened or read.
     """
     handle, error = ctypes.c_void_p(), Error()
-    status = _host.zarnGIHost_readAnyDose(path_bytes(path), units, handle, error)
+    status = _host.zarnGIHost_readToldDose(path_bytes(path), told, handle, error)
     check(status, error, path)
     return Dose(handle)
 
@@ -260,7 +266,7 @@ def without_excerpts() -> Iterator[None]:
 
 
 def read_memory(
-    name: str, data: Any, files: Mapping[str, Any], units: TableUnits = NO_UNITS
+    name: str, data: Any, files: Mapping[str, Any], told: Told = NOTHING_TOLD
 ) -> Dose:
     """Read a dose from the contents of a file.
 
@@ -272,13 +278,13 @@ def read_memory(
         The contents.
     files : mapping of str to bytes-like
         The files that a header may name.
-    units : TableUnits
-        Of tables that do not tell theirs.
+    told : Told
+        Of files that do not tell it.
     """
     contents = np.frombuffer(data, np.uint8)
     handle, error = ctypes.c_void_p(), Error()
-    status = _host.zarnGIHost_readAnyDoseFromMemory(
-        contents.ctypes.data, contents.size, _finder(files), None, units, handle, error
+    status = _host.zarnGIHost_readToldDoseFromMemory(
+        contents.ctypes.data, contents.size, _finder(files), None, told, handle, error
     )
     check(status, error, name)
     return Dose(handle)

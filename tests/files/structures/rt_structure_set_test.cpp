@@ -328,14 +328,17 @@ TEST(RtStructureSet, OtherObjectsAreNamed)
               "is DICOM but no RT Structure Set (modality unknown)");
     for (const string& elements : {element(0x00080060, "CS", "SEG"),
                                    element(0x00080016, "UI", "1.2.840.10008.5.1.4.1.1.66.4")}) {
-        EXPECT_TRUE(told(elements).starts_with("is a DICOM Segmentation, which is not read"));
+        EXPECT_TRUE(told(elements).starts_with("is a DICOM Segmentation with a Segmentation Type"));
+        EXPECT_TRUE(files::isStructureSet(view(file(elements)), nativeDeflate()));
     }
     EXPECT_FALSE(
         files::isStructureSet(view(file(element(0x00080060, "CS", "RTDOSE"))), nativeDeflate()));
     EXPECT_FALSE(files::isStructureSet(view("NRRD0004\n"), nativeDeflate()));
     EXPECT_FALSE(files::isStructureSet({}, nativeDeflate()));
-    EXPECT_EQ(outcome("no structures"), "is not a file of structures (DICOM RT Structure Set, or a "
-                                        "label mask in NRRD, MetaImage or NIfTI)");
+    EXPECT_EQ(
+        outcome("no structures"),
+        "is not a file of structures (DICOM RT Structure Set or Segmentation, or a label mask in "
+        "NRRD, MetaImage or NIfTI)");
     EXPECT_EQ(outcome(""), "is empty");
 }
 

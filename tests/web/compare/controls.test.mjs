@@ -78,6 +78,7 @@ describe('controls', () => {
         },
         { id: 'ignore-frame', native: ['--ignore-frame'] },
         { id: 'if-present', native: ['--if-present'] },
+        { id: 'pixel-size', value: '0.35', native: ['--pixel-size', '0.35'] },
         { id: 'error-doses', native: ['--allow-error-doses'] },
         { id: 'identify', native: ['--identify'] },
         { id: 'header-comment', value: 'seen', native: ['--header', 'comment=seen'] },

@@ -84,3 +84,36 @@ test('a table without a unit is compared in the one that is given, and in no oth
     assert.deepEqual(complaints, []);
     await page.context().close();
 });
+
+test('a film is compared in the unit and with the pixels that are given', async () => {
+    const { page, complaints } = await opened(['film.tif', 'evaluation.nrrd']);
+    const problem = (text) => waitUntil(page, text, (told) => document.getElementById('file-problems').innerText.includes(told), text);
+    await problem('the unit of doses and the pixel size must be given');
+    await page.locator('#plane').fill('axial');
+    await page.locator('#plane-at').fill('0,0,20');
+    await page.locator('#dose-unit').selectOption('Gy');
+    await problem('the pixel size must be given');
+    await comparing(page, async () => {
+        await page.locator('#pixel-size').fill('2.5');
+        await page.locator('#pixel-size').press('Tab');
+    });
+    const native = await recordByProgram(folder, ['film.tif', 'evaluation.nrrd'], '-c', '3%/2mm', '-c', '2%/2mm',
+        '--plane', 'axial', '--at', '0,0,20', '--dose-unit', 'Gy', '--pixel-size', '2.5');
+    const record = await recordOf(page);
+    assert.deepEqual(timeless(record), timeless(native));
+    assert.equal(record.request.units.pixelSize, 2.5);
+    assert.deepEqual(complaints, []);
+    await page.context().close();
+});
+
+test('segments of DICOM are structures', async () => {
+    const names = ['reference.nrrd', 'evaluation.nrrd', 'segments.dcm'];
+    const { page, complaints } = await opened(names);
+    await waitUntil(page, 'a comparison', () => document.documentElement.dataset.state === 'complete');
+    const native = await recordByProgram(folder, names.slice(0, 2), '-c', '3%/2mm', '-c', '2%/2mm', '--structures', 'segments.dcm');
+    const record = await recordOf(page);
+    assert.deepEqual(record.structures.list.map(({ name }) => name), ['high', 'half']);
+    assert.deepEqual(timeless(record), timeless(native));
+    assert.deepEqual(complaints, []);
+    await page.context().close();
+});

@@ -9,10 +9,13 @@ import pydicom
 from pydicom.dataset import FileMetaDataset
 from pydicom.uid import CTImageStorage, ExplicitVRLittleEndian, generate_uid
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "cli"))
+for room in ("cli", "files"):
+    sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / room))
 import doses  # noqa: E402
 import plan_files  # noqa: E402
+import segmentations  # noqa: E402
 import structure_files  # noqa: E402
+import variants_film  # noqa: E402
 
 
 def write_slice(path, number):
@@ -56,6 +59,14 @@ def write_mask(path, dose):
     return structure_files.write_label_mask(path, dose, labels)
 
 
+def write_segments(path, dose):
+    """Two of DICOM, of which one lies in the other."""
+    high = dose.values > 0.5 * dose.values.max()
+    masks = {1: high, 2: high & (numpy.arange(high.shape[2]) < 9)}
+    names = {1: "high", 2: "half"}
+    path.write_bytes(segmentations.contents(masks, names=names, spacing=dose.spacing, origin=dose.origin))
+
+
 def write_pairs(folder):
     reference, evaluation = doses.pair()
     for name, dose in (("reference", reference), ("evaluation", evaluation)):
@@ -68,6 +79,8 @@ def write_pairs(folder):
     write_mask(folder / "mask.nrrd", reference)
     write_uncertainty(folder / "uncertainty.nrrd", reference)
     (folder / "points.csv").write_text("x,y,z,dose\n0,0,20,1.5\n3,0,20,1.4\n0,3,20,1.6\n")
+    (folder / "film.tif").write_bytes(variants_film.tiff(reference.values[4]))
+    write_segments(folder / "segments.dcm", reference)
     plan_files.write_plan(folder / "plan.dcm")
     (folder / "notes.txt").write_text("no dose at all")
     damaged = (folder / "reference.nrrd").read_bytes()

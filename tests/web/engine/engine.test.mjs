@@ -218,7 +218,7 @@ describe('the document of a request', () => {
         limits: { tolerance: ['95'], action: ['90', 'PTV*:92.5'], failBelow: ['80'] },
         goals: ['PTV*: D95% >= 57 Gy', 'PTV*: Dmean within 2 %'],
         plane: { name: 'coronal', at: [0, 1, 2] },
-        units: { dose: 'cGy', length: 'cm', uncertainty: 'percent' },
+        units: { dose: 'cGy', length: 'cm', pixelSize: 0.35, uncertainty: 'percent' },
         noise: { seed: 7 },
         explain: { range: 7, structure: 'PTV' },
         sweeps: ['1:3%/1:3mm'],
@@ -265,7 +265,8 @@ describe('the document of a request', () => {
         };
         for (const { path, name } of places) {
             // Of the header each field may be left out, and any other name is none of its fields.
-            const kinds = Object.entries(changes).filter(([what]) => path !== 'header' || what === 'retyped');
+            const mayLack = path === 'header' || name === 'pixelSize';
+            const kinds = Object.entries(changes).filter(([what]) => !mayLack || what === 'retyped');
             for (const [what, change] of kinds) {
                 const document = whole();
                 change(path.split('.').filter(Boolean).reduce((object, part) => object[part], document), name);
