@@ -8,7 +8,6 @@
 #define ZARNGI_FILES_STRUCTURES_READSTRUCTURES_H
 
 #include <string>
-#include <variant>
 
 #include "files/host.h"
 #include "files/structures/structureSet.h"
@@ -25,10 +24,6 @@ Result<StructureSet> readStructures(ByteView file, const std::string& name, cons
 
 /** Reads a file of structures, and the file that it names beside it; a pipe is read to its end. */
 Result<StructureSet> readStructuresFile(const std::string& path, const Host& host);
-
-/** Reads a dose file or, where a file begins like one, an RT Structure Set. */
-Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std::string& path,
-                                                                       const Host& host);
 
 /** Whether a file begins like structures that are no label mask: a DICOM RT Structure Set. */
 bool isStructureSet(ByteView file, const Deflate& deflate);
