@@ -79,7 +79,7 @@ struct CommandLine {
             ->add_option("NAME", protocol, "Print this one, a document as --request takes")
             ->type_name("");
         protocolsCommand->add_flag("--json", asJson, "List as a JSON document, for programs");
-        infoCommand->add_option("FILE", info.file, "Dose file, or RT Structure Set")
+        infoCommand->add_option("FILE", info.file, "Dose file, RT Structure Set or RT Plan")
             ->type_name("")
             ->required();
         infoCommand->add_flag("--structures", info.asStructures, "Tell the labels of a mask");

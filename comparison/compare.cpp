@@ -73,7 +73,7 @@ Comparison prepared(Request request, DoseSource& source)
     GivenDoses given = givenDoses(request, source, warnings);
     std::shared_ptr<const StructureCatalogue> catalogue =
         presentCatalogue(request, source, {&given.reference, &given.evaluation}, warnings);
-    std::vector<ComparedPlan> plans = comparedPlans(request, source, given, warnings);
+    std::vector<ComparedPlan> plans = comparedPlans(request, source, given.all(), warnings);
     FileDigests digests = source.digests();
     compareDigests(request, given, catalogue.get(), plans, digests, warnings);
     const double readSeconds = secondsSince(start);

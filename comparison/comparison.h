@@ -119,6 +119,8 @@ struct Comparison : ComparedDoses {
     /** What was asked of a protocol's structures, where not all of them are there. */
     std::optional<Request> asked;
 
+    /** With all that was asked, as a protocol has it. */
+    const Request& askedRequest() const { return asked ? *asked : request; }
     /** Gy (or the unit of relative doses): only voxels above it were tested. */
     double cutOffDose() const { return settings.cutOff / 100 * normalisation; }
     /** Of all voxels. */

@@ -3,9 +3,12 @@
 #include <utility>
 
 #include "comparison/composition/chosenStructures.h"
+#include "comparison/composition/comparedPlans.h"
 #include "comparison/composition/doseChecks.h"
+#include "comparison/composition/gateChecks.h"
 #include "comparison/composition/presentStructures.h"
 #include "comparison/failure.h"
+#include "comparison/text.h"
 
 namespace zarngi
 {
@@ -22,12 +25,42 @@ namespace
                          : Sentence(Member::shown) + ": none of these structures is there");
 }
 
+/** What is asked of one dose; of a protocol's goals those that are not of two. */
+Request partOfOneDose(const Request& asked, std::vector<Sentence>& warnings)
+{
+    Request request;
+    request.protocol = asked.protocol;
+    request.reference = asked.reference;
+    request.structures = asked.structures;
+    request.structures.within.clear();
+    request.goals = asked.goals;
+    request.units = asked.units;
+    request.allowErrorDoses = asked.allowErrorDoses;
+    request.refuse = asked.refuse;
+    request.plans = asked.plans;
+    request.identify = asked.identify;
+    request.header = asked.header;
+    request.settings.threads = asked.settings.threads;
+    request.commandLine = asked.commandLine;
+    if (asked.protocol.name.empty()) {
+        return request;
+    }
+    std::erase_if(request.goals, [&](const Goal& goal) {
+        if (goal.isOfDifference()) {
+            warnings.push_back(Sentence("\"") + oneLine(goal.text) +
+                               "\" is of two doses, so it is left out");
+        }
+        return goal.isOfDifference();
+    });
+    return request;
+}
+
 } // namespace
 
-DoseEvaluation evaluate(Request request, DoseSource& source)
+DoseEvaluation evaluate(Request asked, DoseSource& source)
 {
-    const Request asked = request;
     DoseEvaluation result;
+    Request request = partOfOneDose(asked, result.warnings);
     checkRequest(request);
     if (request.structures.files.empty()) {
         refuseEmptiness(asked);
@@ -41,6 +74,8 @@ DoseEvaluation evaluate(Request request, DoseSource& source)
     if (!catalogue) {
         refuseEmptiness(asked);
     }
+    result.plans = comparedPlans(request, source, {&result.dose}, result.warnings);
+    checkPatients(result.gate, request.refuse, {{&result.dose}, catalogue.get(), result.plans});
     result.digests = source.digests();
     result.isDiscreet = source.isDiscreet();
     result.extremes = extremesOf(result.dose);
@@ -54,6 +89,7 @@ DoseEvaluation evaluate(Request request, DoseSource& source)
     }
     result.goals = std::move(chosen.goals);
     result.request = std::move(request);
+    result.asked = std::move(asked);
     return result;
 }
 

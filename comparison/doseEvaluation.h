@@ -7,6 +7,7 @@
 
 #include <vector>
 
+#include "comparison/comparison.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseImage.h"
 #include "comparison/doseSource.h"
@@ -21,20 +22,23 @@ namespace zarngi
 
 struct DoseEvaluation {
     Request request; ///< of which it has the reference, the structures and the goals
+    Request asked;   ///< with all that was asked, as a protocol has it
     DoseImage dose;
     DoseExtremes extremes{};
     FileDigests digests;
     StructureComparison structures; ///< without doses of an evaluation
     std::vector<GoalResult> goals;
+    std::vector<ComparedPlan> plans;
     std::vector<Sentence> warnings;
-    bool isDiscreet = false; ///< no sentence quotes what stands in a file
+    std::vector<GateWarning> gate; ///< beside the others
+    bool isDiscreet = false;       ///< no sentence quotes what stands in a file
 };
 
 /**
  * What the reference of a request is in its structures, as the same figures are in a comparison.
  * @throws UsageError for a request that makes no sense, InputError for what cannot be read
  */
-DoseEvaluation evaluate(Request request, DoseSource& source);
+DoseEvaluation evaluate(Request asked, DoseSource& source);
 
 } // namespace zarngi
 

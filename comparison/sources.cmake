@@ -23,6 +23,7 @@ set(comparison_sources
     documents/json.cpp
     documents/measurementJson.cpp
     documents/noiseJson.cpp
+    documents/planJson.cpp
     documents/protocols.cpp
     documents/record.cpp
     documents/reportPage.cpp
@@ -35,6 +36,7 @@ set(comparison_sources
     documents/structureJson.cpp
     documents/structureSetJson.cpp
     documents/sweepJson.cpp
+    documents/warningsJson.cpp
     doseDifference.cpp
     doseEvaluation.cpp
     doseExtremes.cpp

@@ -111,6 +111,7 @@ struct DicomIdentity {
     std::string patientId;
     std::string patientBirthDate;
     std::vector<ReferencedPlan> plans; ///< that the dose was computed from
+    std::vector<std::string> origins;  ///< UIDs of objects that it was derived from
 };
 
 /** A dose distribution read from a file. */

@@ -8,6 +8,7 @@ set(files_sources
     orientation.cpp
     packed.cpp
     pairNames.cpp
+    readAnyFile.cpp
     readDose.cpp
     runLengths.cpp
     storedValues.cpp

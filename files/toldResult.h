@@ -6,7 +6,6 @@
 #define ZARNGI_FILES_TOLDRESULT_H
 
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "files/doseImage.h"
@@ -43,11 +42,6 @@ inline void tell(StructureSet& set, bool quotes)
 inline void tell(Plan& plan, bool quotes)
 {
     tellAll(plan.warnings, quotes);
-}
-
-inline void tell(std::variant<DoseImage, StructureSet>& contents, bool quotes)
-{
-    std::visit([quotes](auto& content) { tell(content, quotes); }, contents);
 }
 
 /** What `make` reads for a host, or the error that it threw, with no mark of an excerpt left. */

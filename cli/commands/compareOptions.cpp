@@ -120,18 +120,6 @@ void addLimits(CLI::App& command, CompareOptions& options)
         ->group("Limits");
 }
 
-constexpr const char* headerGroup = "Patient and plan";
-
-void addHeader(CLI::App& command, CompareOptions& options)
-{
-    addRepeated(command, "--plan", options.plans, "FILE", "RT Plan or RT Ion Plan of the doses")
-        ->group(headerGroup);
-    addIdentifyOption(command, options);
-    addRepeated(command, "--header", options.header, "KEY=TEXT",
-                "Text for the header: 'comment=...', 'patientId=...'")
-        ->group(headerGroup);
-}
-
 void addMeasurements(CLI::App& command, CompareOptions& options)
 {
     constexpr const char* group = "Planes, points and sums";
@@ -439,21 +427,37 @@ void addGoalOption(CLI::App& command, CompareOptions& options)
         ->group("Limits");
 }
 
-void addIdentifyOption(CLI::App& command, CompareOptions& options)
+void addProtocolOption(CLI::App& command, CompareOptions& options)
 {
     command
+        .add_option("--protocol", options.protocol,
+                    "Ask for what this protocol asks for (zarngi protocols)")
+        ->type_name("NAME|FILE");
+}
+
+void addHeaderOptions(CLI::App& command, CompareOptions& options)
+{
+    constexpr const char* group = "Patient and plan";
+    addRepeated(command, "--plan", options.plans, "FILE", "RT Plan or RT Ion Plan of the doses")
+        ->group(group);
+    command
         .add_flag("--identify", options.identify, "Outputs tell what files say of patient and plan")
-        ->group(headerGroup);
+        ->group(group);
+    addRepeated(command, "--header", options.header, "KEY=TEXT",
+                "Text for the header: 'comment=...', 'patientId=...'")
+        ->group(group);
 }
 
 Request CompareOptions::requestOfOneDose() const
 {
-    Request request;
+    Request request = protocol.empty() ? Request() : readProtocol(protocol);
     request.reference.file = reference;
     readStructures(request.structures, *this);
-    request.goals = parseGoals(goals);
-    request.allowErrorDoses = allowErrorDoses;
-    request.identify = identify;
+    replace(request.goals, parseGoals(goals));
+    replace(request.allowErrorDoses, allowErrorDoses);
+    replace(request.plans, plans);
+    replace(request.identify, identify);
+    request.header.replaceBy(parseHeader(header));
     request.settings.threads = processorCount();
     request.commandLine = commandLine;
     return request;
@@ -498,11 +502,8 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
         .add_option("--request", options.requestFile,
                     "Ask for what this file (request or record) asks for")
         ->type_name("FILE");
-    command
-        .add_option("--protocol", options.protocol,
-                    "Ask for what this protocol asks for (zarngi protocols)")
-        ->type_name("NAME|FILE")
-        ->excludes("--request");
+    addProtocolOption(command, options);
+    command.get_option("--protocol")->excludes("--request");
     addCriteria(command, options);
     addDoseLevels(command, options);
     addSearch(command, options);
@@ -513,7 +514,7 @@ void addCompareOptions(CLI::App& command, CompareOptions& options)
     addMeasurements(command, options);
     addLimits(command, options);
     addGoalOption(command, options);
-    addHeader(command, options);
+    addHeaderOptions(command, options);
     addExplanation(command, options);
     addNoise(command, options);
     addOutput(command, options);

@@ -89,7 +89,7 @@ struct CompareOptions {
 
     /** What is asked for. @throws UsageError, InputError */
     Request request() const;
-    /** What is asked of the reference alone. @throws UsageError */
+    /** What is asked of the reference alone. @throws UsageError, InputError */
     Request requestOfOneDose() const;
 };
 
@@ -102,8 +102,11 @@ void addStructureOptions(CLI::App& command, CompareOptions& options);
 /** Adds --goal. */
 void addGoalOption(CLI::App& command, CompareOptions& options);
 
-/** Adds --identify. */
-void addIdentifyOption(CLI::App& command, CompareOptions& options);
+/** Adds --protocol. */
+void addProtocolOption(CLI::App& command, CompareOptions& options);
+
+/** Adds --plan, --identify and --header. */
+void addHeaderOptions(CLI::App& command, CompareOptions& options);
 
 /** Adds --dose-unit, --length-unit and --pixel-size. */
 void addTableUnits(CLI::App& command, UnitOptions& options);

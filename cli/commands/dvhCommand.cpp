@@ -23,6 +23,9 @@ std::vector<std::string> inputsOf(const DoseEvaluation& evaluation)
     for (const files::StructureSet& set : evaluation.structures.catalogue->sets()) {
         files.insert(files.end(), {set.path, set.dataPath});
     }
+    for (const ComparedPlan& compared : evaluation.plans) {
+        files.push_back(compared.plan.path);
+    }
     return files;
 }
 
@@ -35,10 +38,12 @@ void addDvhOptions(CLI::App& command, CompareOptions& options)
                      "Take RT Doses of Dose Type ERROR for doses");
     addStructureOptions(command, options);
     addGoalOption(command, options);
-    addIdentifyOption(command, options);
+    addProtocolOption(command, options);
+    addHeaderOptions(command, options);
     const auto file = [&](const char* name, std::string& value, const char* text) {
         command.add_option(name, value, text)->type_name("FILE")->group("Output");
     };
+    file("--report", options.outputs.report, "Page with goals, figures and histograms (.html)");
     file("--json", options.outputs.json, "Everything about it, for programs");
     file("--csv", options.outputs.csv, "One row per structure and per goal, for spreadsheets");
 }
@@ -46,13 +51,22 @@ void addDvhOptions(CLI::App& command, CompareOptions& options)
 ExitCode dvh(const CompareOptions& options)
 {
     const Request request = options.requestOfOneDose();
-    options.outputs.checkFiles(request.files(), {});
-    DiskSource source(unpackPixels, !options.outputs.json.empty());
+    options.outputs.checkFormats();
+    std::vector<std::string> inputs = request.files();
+    inputs.push_back(options.protocol);
+    std::erase(inputs, "");
+    options.outputs.checkFiles(inputs, {});
+    const bool isDigested = !options.outputs.json.empty() || !options.outputs.report.empty();
+    DiskSource source(unpackPixels, isDigested);
     const DoseEvaluation evaluation = evaluate(request, source);
     options.outputs.checkFiles(inputsOf(evaluation), {});
     Outputs outputs(options.outputs, {});
     for (const Sentence& warning : evaluation.warnings) {
         std::cerr << "zarngi: warning: " << oneLine(warning.text(programWording())) << '\n';
+    }
+    for (const GateWarning& warning : evaluation.gate) {
+        std::cerr << "zarngi: warning (" << gateName(warning.name)
+                  << "): " << oneLine(warning.sentence.text(programWording())) << '\n';
     }
     std::cout << describeDvh(evaluation) << std::flush;
     outputs.write(evaluation);

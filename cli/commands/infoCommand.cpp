@@ -8,8 +8,10 @@
 #include "cli/output/places.h"
 #include "cli/output/units.h"
 #include "comparison/documents/doseJson.h"
+#include "comparison/documents/headerJson.h"
 #include "comparison/documents/json.h"
 #include "comparison/documents/measurementJson.h"
+#include "comparison/documents/planJson.h"
 #include "comparison/doseExtremes.h"
 #include "comparison/doseUncertainty.h"
 #include "comparison/text.h"
@@ -170,15 +172,59 @@ void print(const files::StructureSet& set, const FileDigests& digests, const Inf
                                  : describeStructures(set));
 }
 
+/** Of a plan without what people wrote of it, unless that is asked for. */
+void printText(const files::Plan& plan, bool showPatient)
+{
+    files::Plan told = plan;
+    if (!showPatient) {
+        told.name.clear();
+    }
+    const std::vector<ComparedPlan> plans{{told, true, false}};
+    const Header header = headerOf({{}, plans});
+    print("file", oneLine(plan.path));
+    print("format", plan.format);
+    print("plan label", header[HeaderField::plan]);
+    print("beams", header[HeaderField::beams]);
+    print("machine", header[HeaderField::machine]);
+    print("prescription", header[HeaderField::prescription]);
+    print("fractions", header[HeaderField::fractions]);
+    print("isocentre", header[HeaderField::isocentre]);
+    print("frame of reference", plan.frameOfReference);
+    if (showPatient) {
+        print("description", plan.description);
+        print("series description", plan.seriesDescription);
+        print("date", header[HeaderField::date]);
+        print("approval", header[HeaderField::approval]);
+        print("patient name", plan.patientName);
+        print("patient ID", plan.patientId);
+    }
+    for (const std::string& warning : plan.warnings) {
+        print("warning", warning);
+    }
+}
+
+void print(const files::Plan& plan, const FileDigests& digests, const InfoOptions& options)
+{
+    if (!options.asJson) {
+        printText(plan, options.showPatient);
+        return;
+    }
+    const Json document = {{"file", fileJson(plan.path, plan.dataPath, plan.format, digests)},
+                           {"plan", planJson(plan, options.showPatient)},
+                           {"warnings", plan.warnings}};
+    std::cout << toText(document, 2) << '\n';
+}
+
 } // namespace
 
 ExitCode info(const InfoOptions& options)
 {
     FileDigests digests;
     FileDigests* const wanted = options.asJson ? &digests : nullptr;
-    const Contents contents =
+    const files::AnyContents contents =
         options.asStructures ? readStructures(options.file, wanted)
-                             : readDoseOrStructures(options.file, wanted, options.units.parsed());
+                             : readAnyFile(options.file, wanted,
+                                           parseUnits(options.units.dose, options.units.length));
     std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }

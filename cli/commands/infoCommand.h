@@ -1,6 +1,6 @@
 /**
  * @file infoCommand.h
- * `zarngi info`: what a file of doses or structures holds.
+ * `zarngi info`: what a file of doses, structures or a plan holds.
  */
 #ifndef ZARNGI_CLI_COMMANDS_INFOCOMMAND_H
 #define ZARNGI_CLI_COMMANDS_INFOCOMMAND_H

@@ -35,10 +35,10 @@ files::StructureSet readStructures(const std::string& path, FileDigests* digests
                     {files::nativeDeflate(), unpackPixels});
 }
 
-Contents readDoseOrStructures(const std::string& path, FileDigests* digests,
-                              const files::TableUnits& units)
+files::AnyContents readAnyFile(const std::string& path, FileDigests* digests,
+                               const files::TableUnits& units)
 {
-    return readWith(&files::readDoseOrStructuresFile, path, digests,
+    return readWith(&files::readAnyFile, path, digests,
                     {.deflate = files::nativeDeflate(),
                      .unpackPixels = unpackPixels,
                      .units = units,

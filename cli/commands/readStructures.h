@@ -1,16 +1,15 @@
 /**
  * @file readStructures.h
- * Structures from a file of any supported format.
+ * Structures from a file of any supported format, and what else a file may hold.
  */
 #ifndef ZARNGI_CLI_COMMANDS_READSTRUCTURES_H
 #define ZARNGI_CLI_COMMANDS_READSTRUCTURES_H
 
 #include <string>
-#include <variant>
 
-#include "comparison/doseImage.h"
 #include "comparison/fileDigest.h"
 #include "files/host.h"
+#include "files/readAnyFile.h"
 #include "files/structures/structureSet.h"
 
 namespace zarngi
@@ -23,14 +22,12 @@ namespace zarngi
  */
 files::StructureSet readStructures(const std::string& path, FileDigests* digests);
 
-using Contents = std::variant<DoseImage, files::StructureSet>;
-
 /**
- * Reads a dose file, with its uncertainty, or an RT Structure Set.
+ * Reads a dose file, with its uncertainty, an RT Structure Set, or a plan.
  * @throws InputError whose text begins with the path.
  */
-Contents readDoseOrStructures(const std::string& path, FileDigests* digests,
-                              const files::TableUnits& units);
+files::AnyContents readAnyFile(const std::string& path, FileDigests* digests,
+                               const files::TableUnits& units);
 
 } // namespace zarngi
 

@@ -3,6 +3,7 @@
 #include "cli/output/columns.h"
 #include "cli/output/goalTable.h"
 #include "cli/output/places.h"
+#include "cli/output/resultTable.h"
 #include "cli/output/structureTable.h"
 #include "cli/output/units.h"
 #include "comparison/text.h"
@@ -22,7 +23,8 @@ std::string describeDvh(const DoseEvaluation& evaluation)
         (asked.prescription
              ? line("prescribed", number(*asked.prescription) + unitBehind(dose.unit))
              : std::string()) +
-        "\n" + describeDoses(evaluation.structures, asked.metrics, dose.unit);
+        describeProtocol(evaluation.asked) + "\n" +
+        describeDoses(evaluation.structures, asked.metrics, dose.unit);
     if (!evaluation.goals.empty()) {
         text += describeGoals(evaluation.request.goals, evaluation.goals, false);
     }

@@ -303,6 +303,9 @@ void Outputs::write(const DoseEvaluation& evaluation)
     if (csv_) {
         csv_->write(evaluationCsv(evaluation));
     }
+    if (report_) {
+        report_->write(evaluationPage(evaluationJson(evaluation), reportTemplate()));
+    }
 }
 
 } // namespace zarngi

@@ -73,7 +73,7 @@ public:
 
     /** Writes and names all files. @throws InputError */
     void write(const Comparison& comparison);
-    /** Document and table of one dose. @throws InputError */
+    /** Document, table and page of one dose. @throws InputError */
     void write(const DoseEvaluation& evaluation);
 
 private:

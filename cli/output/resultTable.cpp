@@ -41,21 +41,6 @@ std::string describeSearch(const Comparison& comparison)
            (settings.threads == 1 ? " thread" : " threads");
 }
 
-/** "tg-218 1, Patient-specific quality assurance of IMRT, changed" */
-std::string describeProtocol(const UsedProtocol& used)
-{
-    const Protocol& protocol = used.protocol;
-    std::string text = oneLine(protocol.name);
-    if (!protocol.version.empty()) {
-        text.append(1, ' ').append(oneLine(protocol.version));
-    }
-    if (!protocol.title.empty()) {
-        text.append(", ").append(protocol.title);
-    }
-    text += used.isChanged ? ", changed" : "";
-    return text;
-}
-
 std::string describeVerdict(Verdict verdict, const Limits& limits)
 {
     switch (verdict) {
@@ -216,14 +201,31 @@ std::string describeSetup(const Comparison& comparison)
                               : std::string());
 }
 
+/** "tg-218 1, Patient-specific quality assurance of IMRT, changed" */
+std::string describeProtocol(const Request& asked)
+{
+    const std::optional<UsedProtocol> used = usedProtocol(asked);
+    if (!used) {
+        return {};
+    }
+    const Protocol& protocol = used->protocol;
+    std::string text = oneLine(protocol.name);
+    if (!protocol.version.empty()) {
+        text.append(1, ' ').append(oneLine(protocol.version));
+    }
+    if (!protocol.title.empty()) {
+        text.append(", ").append(protocol.title);
+    }
+    text += used->isChanged ? ", changed" : "";
+    return line("protocol", text);
+}
+
 std::string describeResults(const Comparison& comparison)
 {
     std::string text = comparison.results.size() == 1
                            ? describeSingle(comparison.results.front(), comparison)
                            : describeTable(comparison);
-    if (const std::optional<UsedProtocol> used = usedProtocol(comparison)) {
-        text += line("protocol", describeProtocol(*used));
-    }
+    text += describeProtocol(comparison.askedRequest());
     const std::string conditions = textOf(conditionsOf(comparison));
     text += conditions.empty() ? conditions : line("conditions", conditions);
     if (comparison.structures) {

@@ -18,6 +18,9 @@ std::string describeSetup(const Comparison& comparison);
 /** The results: a block for one criterion, a table with a row each for several. */
 std::string describeResults(const Comparison& comparison);
 
+/** A line of the protocol by which something was asked; empty where there is none. */
+std::string describeProtocol(const Request& asked);
+
 } // namespace zarngi
 
 #endif

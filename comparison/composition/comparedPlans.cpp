@@ -11,11 +11,10 @@ namespace
 {
 
 /** Of all files of doses that say something of themselves. */
-std::vector<const DoseImage*> describedDoses(const GivenDoses& doses)
+std::vector<const DoseImage*> describedDoses(std::vector<const DoseImage*> doses)
 {
-    std::vector<const DoseImage*> all = doses.all();
-    std::erase_if(all, [](const DoseImage* dose) { return !dose->dicom; });
-    return all;
+    std::erase_if(doses, [](const DoseImage* dose) { return !dose->dicom; });
+    return doses;
 }
 
 bool isOfAnotherPatient(const files::Plan& plan, const DicomIdentity& dose)
@@ -88,7 +87,8 @@ std::vector<files::Plan> plansBeside(const std::vector<const DoseImage*>& doses,
 } // namespace
 
 std::vector<ComparedPlan> comparedPlans(const Request& request, DoseSource& source,
-                                        const GivenDoses& doses, std::vector<Sentence>& warnings)
+                                        const std::vector<const DoseImage*>& doses,
+                                        std::vector<Sentence>& warnings)
 {
     const std::vector<const DoseImage*> described = describedDoses(doses);
     std::vector<files::Plan> plans;

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "comparison/comparison.h"
-#include "comparison/composition/comparedDoses.h"
 #include "comparison/doseSource.h"
 
 namespace zarngi
@@ -21,7 +20,8 @@ namespace zarngi
  * @throws InputError for a file that is no plan, or a damaged one
  */
 std::vector<ComparedPlan> comparedPlans(const Request& request, DoseSource& source,
-                                        const GivenDoses& doses, std::vector<Sentence>& warnings);
+                                        const std::vector<const DoseImage*>& doses,
+                                        std::vector<Sentence>& warnings);
 
 } // namespace zarngi
 

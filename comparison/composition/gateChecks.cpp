@@ -12,14 +12,19 @@ namespace zarngi
 namespace
 {
 
-/** @throws InputError where the request refuses it */
-void warn(Comparison& comparison, Gate name, Sentence sentence)
+/** @throws InputError where it is refused */
+void warn(std::vector<GateWarning>& gate, const std::vector<Gate>& refused, Gate name,
+          Sentence sentence)
 {
-    const std::vector<Gate>& refused = comparison.request.refuse;
     if (std::find(refused.begin(), refused.end(), name) != refused.end()) {
         throw InputError(std::move(sentence) + " (" + Member::refuse + " " + gateName(name) + ")");
     }
-    comparison.gate.push_back({name, std::move(sentence)});
+    gate.push_back({name, std::move(sentence)});
+}
+
+void warn(Comparison& comparison, Gate name, Sentence sentence)
+{
+    warn(comparison.gate, comparison.request.refuse, name, std::move(sentence));
 }
 
 /** Doses at one place after the other, whatever the file, or one file twice. */
@@ -56,43 +61,16 @@ void checkIdentity(Comparison& comparison)
     }
 }
 
-/** IDs that files tell; never told. */
-std::vector<std::string> patientsOf(const Comparison& comparison)
+/** IDs that doses tell. */
+std::vector<std::string> patientsOf(const std::vector<const DoseImage*>& doses)
 {
     std::vector<std::string> patients;
-    for (const DoseImage* const dose : comparison.all()) {
+    for (const DoseImage* const dose : doses) {
         if (dose->dicom && !dose->dicom->patientId.empty()) {
             patients.push_back(dose->dicom->patientId);
         }
     }
     return patients;
-}
-
-void checkPatients(Comparison& comparison)
-{
-    const std::vector<std::string> patients = patientsOf(comparison);
-    const auto isOther = [&](const std::string& patient) { return patient != patients.front(); };
-    if (std::any_of(patients.begin(), patients.end(), isOther)) {
-        warn(comparison, Gate::otherPatient, "the doses have different Patient IDs");
-    }
-    for (const ComparedPlan& compared : comparison.plans) {
-        if (compared.isOfOtherPatient) {
-            warn(comparison, Gate::otherPatientPlan,
-                 Sentence(FileName{compared.plan.path}) +
-                     ": is a plan of another patient than the doses (Patient ID), and nothing of "
-                     "it is told; give the plan of these doses");
-        }
-    }
-    if (!comparison.structures || patients.empty()) {
-        return;
-    }
-    for (const files::StructureSet& set : comparison.structures->catalogue->sets()) {
-        if (!set.patientId.empty() && isOther(set.patientId)) {
-            warn(comparison, Gate::otherPatientStructures,
-                 Sentence(FileName{set.path}) + ": its structures have another Patient ID than "
-                                                "the doses");
-        }
-    }
 }
 
 /** A factor of 100 apart, as Gy and cGy are, or % and shares. */
@@ -175,10 +153,41 @@ void checkOverlap(Comparison& comparison)
 
 } // namespace
 
+void checkPatients(std::vector<GateWarning>& gate, const std::vector<Gate>& refused,
+                   const PatientFiles& given)
+{
+    const std::vector<std::string> patients = patientsOf(given.doses);
+    const auto isOther = [&](const std::string& patient) { return patient != patients.front(); };
+    if (std::any_of(patients.begin(), patients.end(), isOther)) {
+        warn(gate, refused, Gate::otherPatient, "the doses have different Patient IDs");
+    }
+    for (const ComparedPlan& compared : given.plans) {
+        if (compared.isOfOtherPatient) {
+            warn(gate, refused, Gate::otherPatientPlan,
+                 Sentence(FileName{compared.plan.path}) +
+                     ": is a plan of another patient than the doses (Patient ID), and nothing of "
+                     "it is told; give the plan of these doses");
+        }
+    }
+    if (given.structures == nullptr || patients.empty()) {
+        return;
+    }
+    for (const files::StructureSet& set : given.structures->sets()) {
+        if (!set.patientId.empty() && isOther(set.patientId)) {
+            warn(gate, refused, Gate::otherPatientStructures,
+                 Sentence(FileName{set.path}) + ": its structures have another Patient ID than "
+                                                "the doses");
+        }
+    }
+}
+
 void checkDoseGate(Comparison& comparison)
 {
     checkIdentity(comparison);
-    checkPatients(comparison);
+    checkPatients(comparison.gate, comparison.request.refuse,
+                  {comparison.all(),
+                   comparison.structures ? comparison.structures->catalogue.get() : nullptr,
+                   comparison.plans});
     checkMaxima(comparison);
     checkNegative(comparison);
     checkOverlap(comparison);

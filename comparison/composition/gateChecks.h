@@ -10,6 +10,17 @@
 namespace zarngi
 {
 
+/** Files whose Patient IDs are compared, and never told. */
+struct PatientFiles {
+    std::vector<const DoseImage*> doses;
+    const StructureCatalogue* structures = nullptr;
+    const std::vector<ComparedPlan>& plans;
+};
+
+/** Adds what says that they are not all of one patient. @throws InputError for what is refused */
+void checkPatients(std::vector<GateWarning>& gate, const std::vector<Gate>& refused,
+                   const PatientFiles& given);
+
 /** Adds what doses and structures tell. @throws InputError for the first that the request refuses
  */
 void checkDoseGate(Comparison& comparison);

@@ -7,6 +7,7 @@
 #include "comparison/conditions.h"
 #include "comparison/documents/csvCells.h"
 #include "comparison/documents/disclosure.h"
+#include "comparison/documents/headerJson.h"
 #include "comparison/documents/noiseJson.h"
 #include "comparison/explanation/conclusion.h"
 #include "comparison/text.h"
@@ -21,6 +22,13 @@ namespace
 struct Told {
     const Comparison& comparison;
     const Disclosure& disclosure;
+    Cells header; ///< of each row, behind its other cells
+
+    std::string row(Cells cells) const
+    {
+        append(cells, header);
+        return csvRow(cells);
+    }
 };
 
 /** The columns of a criterion, filled with what it found in some voxels. */
@@ -130,7 +138,7 @@ std::string finishedRow(Cells cells, const CriterionResult& result, const std::s
     if (!comparison.goals.empty()) {
         append(cells, Cells(goalNames(true).size()));
     }
-    return csvRow(cells);
+    return told.row(std::move(cells));
 }
 
 std::string structureRow(const CriterionResult& result, const StructureGamma& gamma,
@@ -190,7 +198,7 @@ std::string goalRow(const GoalResult& result, const Told& told, const Cells& nam
     cellOf("structure") = result.structure;
     cellOf("conditions") = textOf(conditionsOf(comparison));
     append(cells, own);
-    return csvRow(cells);
+    return told.row(std::move(cells));
 }
 
 /** Rates by criterion: the columns up to the rate, and the structure where there are some. */
@@ -218,7 +226,7 @@ std::string sweepRows(const Sweep& sweep, const Told& told, std::size_t columns)
                 cells.push_back(part.name);
             }
             cells.resize(columns);
-            text += csvRow(cells);
+            text += told.row(std::move(cells));
         }
     }
     return text;
@@ -229,7 +237,8 @@ std::string sweepRows(const Sweep& sweep, const Told& told, std::size_t columns)
 std::string comparisonCsv(const Comparison& comparison, const std::optional<std::string>& alias)
 {
     const Disclosure disclosure(comparison, alias);
-    const Told told{comparison, disclosure};
+    const Header header = toldHeader(headerFilesOf(comparison), comparison.request, disclosure);
+    const Told told{comparison, disclosure, headerCells(header)};
     Cells names{"reference",
                 "evaluation",
                 "criterion",
@@ -265,7 +274,9 @@ std::string comparisonCsv(const Comparison& comparison, const std::optional<std:
     if (!comparison.goals.empty()) {
         append(names, goalNames(true));
     }
-    std::string text = csvRow(names);
+    Cells all = names;
+    append(all, headerNames(header));
+    std::string text = csvRow(all);
     for (const CriterionResult& result : comparison.results) {
         text += resultRows(result, told);
     }

@@ -22,6 +22,17 @@ std::string quoted(const std::string& text)
     return result += '"';
 }
 
+/** "patientName" as "patient_name". */
+std::string inWords(const std::string& name)
+{
+    std::string text;
+    for (const char c : name) {
+        const bool isCapital = c >= 'A' && c <= 'Z';
+        text += isCapital ? std::string{'_', static_cast<char>(c - 'A' + 'a')} : std::string(1, c);
+    }
+    return text;
+}
+
 Cells partCells(const GoalPart& part)
 {
     return {csvCell(part.value), csvCell(part.margin)};
@@ -47,6 +58,29 @@ std::string csvCell(const std::optional<double>& value)
 void append(Cells& cells, const Cells& more)
 {
     cells.insert(cells.end(), more.begin(), more.end());
+}
+
+Cells headerNames(const Header& header)
+{
+    Cells cells;
+    for (const HeaderField field : headerFields()) {
+        if (!header[field].empty()) {
+            std::string name("header_");
+            cells.push_back(name.append(inWords(headerFieldName(field))));
+        }
+    }
+    return cells;
+}
+
+Cells headerCells(const Header& header)
+{
+    Cells cells;
+    for (const HeaderField field : headerFields()) {
+        if (!header[field].empty()) {
+            cells.push_back(header[field]);
+        }
+    }
+    return cells;
 }
 
 Cells doseNames(const std::string& prefix, const std::vector<DoseMetric>& metrics)

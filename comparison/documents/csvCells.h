@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "comparison/goals/goalResult.h"
+#include "comparison/request/header.h"
 #include "comparison/structures/doseVolume.h"
 
 namespace zarngi
@@ -26,6 +27,10 @@ std::string csvRow(const Cells& cells);
 std::string csvCell(const std::optional<double>& value);
 
 void append(Cells& cells, const Cells& more);
+
+/** Names and texts of the fields that a header tells: "header_plan". */
+Cells headerNames(const Header& header);
+Cells headerCells(const Header& header);
 
 /** Names of the figures of a dose: "PREFIX_dose_min" (or "dose_min"), "PREFIX_D95". */
 Cells doseNames(const std::string& prefix, const std::vector<DoseMetric>& metrics);

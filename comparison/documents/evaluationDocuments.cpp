@@ -3,31 +3,52 @@
 #include "comparison/documents/csvCells.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/goalJson.h"
+#include "comparison/documents/headerJson.h"
 #include "comparison/documents/json.h"
+#include "comparison/documents/protocols.h"
 #include "comparison/documents/structureJson.h"
+#include "comparison/documents/warningsJson.h"
 #include "comparison/gammaRun.h"
 #include "comparison/text.h"
 
 namespace zarngi
 {
 
+namespace
+{
+
+Disclosure disclosureOf(const DoseEvaluation& evaluation)
+{
+    return {evaluation.digests, evaluation.request.identify};
+}
+
+Header headerFor(const DoseEvaluation& evaluation, const Disclosure& disclosure)
+{
+    return toldHeader({{&evaluation.dose}, evaluation.plans}, evaluation.request, disclosure);
+}
+
+} // namespace
+
 Json evaluationJson(const DoseEvaluation& evaluation)
 {
-    const Disclosure disclosure(evaluation.digests, evaluation.request.identify);
+    const Disclosure disclosure = disclosureOf(evaluation);
     Json document = {{"format", "zarngi-dvh"},
                      {"formatVersion", 1},
                      {"program", {{"name", "zarngi"}, {"version", projectVersion()}}},
                      {"created", nowInUtc()},
                      {"command", evaluation.request.commandLine},
+                     {"protocol", usedProtocolJson(evaluation.asked)},
+                     {"header", headerJson(headerFor(evaluation, disclosure))},
                      {"file", fileJson(evaluation.dose, disclosure)},
                      {"grid", gridJson(evaluation.dose, evaluation.extremes)},
                      {"orientation", "LPS"},
                      {"doseUnit", files::unitName(evaluation.dose.unit)},
                      {"structures", structuresJson(evaluation.structures, disclosure)},
                      {"goals", goalsJson(evaluation.request.goals, evaluation.goals)},
-                     {"warnings", Json::array()}};
-    for (const Sentence& warning : evaluation.warnings) {
-        document["warnings"].push_back(warning.text());
+                     {"gate", gateJson(evaluation.gate, plainWording())},
+                     {"warnings", warningsJson(evaluation.warnings, plainWording())}};
+    if (!evaluation.plans.empty()) {
+        document["plans"] = plansJson(evaluation.plans, disclosure);
     }
     return document;
 }
@@ -39,18 +60,23 @@ std::string evaluationCsv(const DoseEvaluation& evaluation)
     append(names, doseNames("", metrics));
     const std::size_t figures = names.size();
     append(names, goalNames(false));
-    std::string text = csvRow(names);
+    const Header header = headerFor(evaluation, disclosureOf(evaluation));
+    const auto withHeader = [](Cells cells, const Cells& more) {
+        append(cells, more);
+        return csvRow(cells);
+    };
+    std::string text = withHeader(names, headerNames(header));
     for (const StructureRow& row : evaluation.structures.rows) {
         Cells cells{evaluation.dose.path, row.chosen.name, number(row.volume, csvDigits)};
         append(cells, doseCells(row.reference, metrics.size()));
         cells.resize(names.size());
-        text += csvRow(cells);
+        text += withHeader(std::move(cells), headerCells(header));
     }
     for (const GoalResult& result : evaluation.goals) {
         Cells cells{evaluation.dose.path, result.structure};
         cells.resize(figures);
         append(cells, goalCells(evaluation.request.goals[result.goal], result, false));
-        text += csvRow(cells);
+        text += withHeader(std::move(cells), headerCells(header));
     }
     return text;
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "comparison/documents/doseJson.h"
 #include "comparison/documents/json.h"
 #include "comparison/text.h"
 
@@ -75,10 +76,10 @@ std::string planTitle(const Plan& plan)
 }
 
 /** Whether a dose is of all beams of a plan, or of this one. */
-bool isOfBeam(const Comparison& comparison, const Plan& plan, const PlanBeam& beam)
+bool isOfBeam(const HeaderFiles& files, const Plan& plan, const PlanBeam& beam)
 {
     bool isNamed = false;
-    for (const DoseImage* const dose : comparison.all()) {
+    for (const DoseImage* const dose : files.doses) {
         for (const files::ReferencedPlan& referenced :
              dose->dicom ? dose->dicom->plans : std::vector<files::ReferencedPlan>()) {
             if (referenced.sopInstance != plan.sopInstance) {
@@ -108,15 +109,15 @@ struct BeamTexts {
 };
 
 /** Whether documents tell of a beam: one that treats, and that a dose is of. */
-bool isTold(const Comparison& comparison, const Plan& plan, const PlanBeam& beam)
+bool isTold(const HeaderFiles& files, const Plan& plan, const PlanBeam& beam)
 {
-    return beam.isTreatment && isOfBeam(comparison, plan, beam);
+    return beam.isTreatment && isOfBeam(files, plan, beam);
 }
 
-void addBeams(BeamTexts& texts, const Comparison& comparison, const Plan& plan)
+void addBeams(BeamTexts& texts, const HeaderFiles& files, const Plan& plan)
 {
     for (const PlanBeam& beam : plan.beams) {
-        if (!isTold(comparison, plan, beam)) {
+        if (!isTold(files, plan, beam)) {
             continue;
         }
         texts.names.add(std::to_string(beam.number) + (beam.name.empty() ? "" : " ") + beam.name);
@@ -165,13 +166,13 @@ std::string fractionsOf(const Plan& plan)
     return texts.joined();
 }
 
-void addPlans(Header& header, const Comparison& comparison)
+void addPlans(Header& header, const HeaderFiles& files)
 {
     constexpr std::array fields{HeaderField::plan, HeaderField::prescription,
                                 HeaderField::fractions, HeaderField::date, HeaderField::approval};
     std::vector<Texts> texts(fields.size(), Texts(" + "));
     BeamTexts beams;
-    for (const ComparedPlan& compared : comparison.plans) {
+    for (const ComparedPlan& compared : files.plans) {
         if (!compared.isOfDoses) {
             continue;
         }
@@ -182,7 +183,7 @@ void addPlans(Header& header, const Comparison& comparison)
         for (std::size_t i = 0; i < fields.size(); ++i) {
             texts[i].add(told[i]);
         }
-        addBeams(beams, comparison, plan);
+        addBeams(beams, files, plan);
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
         header[fields[i]] = texts[i].joined();
@@ -194,13 +195,18 @@ void addPlans(Header& header, const Comparison& comparison)
 
 } // namespace
 
-Header headerOfFiles(const Comparison& comparison)
+HeaderFiles headerFilesOf(const Comparison& comparison)
+{
+    return {comparison.all(), comparison.plans};
+}
+
+Header headerOf(const HeaderFiles& files)
 {
     Texts names(" / ");
     Texts numbers(" / ");
     Texts series(" / ");
     Texts labels(" / ");
-    for (const DoseImage* const dose : comparison.all()) {
+    for (const DoseImage* const dose : files.doses) {
         if (dose->dicom) {
             names.add(personOf(dose->dicom->patientName));
             numbers.add(dose->dicom->patientId);
@@ -208,7 +214,7 @@ Header headerOfFiles(const Comparison& comparison)
             labels.add(dose->dicom->planLabel);
         }
     }
-    for (const ComparedPlan& compared : comparison.plans) {
+    for (const ComparedPlan& compared : files.plans) {
         if (compared.isOfDoses) {
             names.add(personOf(compared.plan.patientName));
             numbers.add(compared.plan.patientId);
@@ -216,7 +222,7 @@ Header headerOfFiles(const Comparison& comparison)
         }
     }
     Header header;
-    addPlans(header, comparison);
+    addPlans(header, files);
     header[HeaderField::patientName] = names.joined();
     header[HeaderField::patientId] = numbers.joined();
     header[HeaderField::series] = series.joined();
@@ -228,6 +234,7 @@ Header headerOfFiles(const Comparison& comparison)
 
 std::vector<Vec3> isocentresOf(const Comparison& comparison)
 {
+    const HeaderFiles files = headerFilesOf(comparison);
     std::vector<Vec3> places;
     for (const ComparedPlan& compared : comparison.plans) {
         if (!compared.isOfDoses || !isInSpaceOf(comparison, compared.plan)) {
@@ -236,7 +243,7 @@ std::vector<Vec3> isocentresOf(const Comparison& comparison)
         for (const PlanBeam& beam : compared.plan.beams) {
             for (const Vec3& place : beam.isocentres) {
                 const bool isThere = std::find(places.begin(), places.end(), place) != places.end();
-                if (!isThere && isTold(comparison, compared.plan, beam)) {
+                if (!isThere && isTold(files, compared.plan, beam)) {
                     places.push_back(place);
                 }
             }
@@ -245,13 +252,13 @@ std::vector<Vec3> isocentresOf(const Comparison& comparison)
     return places;
 }
 
-Json headerJson(const Comparison& comparison, const Disclosure& disclosure)
+Header toldHeader(const HeaderFiles& files, const Request& request, const Disclosure& disclosure)
 {
-    Header header = disclosure.isIdentified() ? headerOfFiles(comparison) : Header();
+    Header header = disclosure.isIdentified() ? headerOf(files) : Header();
     if (!disclosure.isAnonymous()) {
-        header.replaceBy(comparison.request.header);
+        header.replaceBy(request.header);
     }
-    return headerJson(header);
+    return header;
 }
 
 Json headerJson(const Header& header)
@@ -262,6 +269,18 @@ Json headerJson(const Header& header)
         json[headerFieldName(field)] = text.empty() ? Json() : Json(text);
     }
     return json;
+}
+
+Json plansJson(const std::vector<ComparedPlan>& plans, const Disclosure& disclosure)
+{
+    Json list = Json::array();
+    for (const ComparedPlan& compared : plans) {
+        const Plan& plan = compared.plan;
+        Json file = fileJson(plan.path, plan.dataPath, plan.format, disclosure);
+        file["isOfDoses"] = compared.isOfDoses;
+        list.push_back(std::move(file));
+    }
+    return list;
 }
 
 } // namespace zarngi

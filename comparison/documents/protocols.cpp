@@ -124,19 +124,18 @@ std::string protocolDigest(Request request)
     return digestOf({bytes, text.size()}).sha256;
 }
 
-std::optional<UsedProtocol> usedProtocol(const Comparison& comparison)
+std::optional<UsedProtocol> usedProtocol(const Request& asked)
 {
-    const Request& request = comparison.asked ? *comparison.asked : comparison.request;
-    const Protocol& protocol = request.protocol;
+    const Protocol& protocol = asked.protocol;
     if (protocol.name.empty() || protocol.sha256.empty()) {
         return {};
     }
-    return UsedProtocol{protocol, protocolDigest(request) != protocol.sha256};
+    return UsedProtocol{protocol, protocolDigest(asked) != protocol.sha256};
 }
 
-Json usedProtocolJson(const Comparison& comparison)
+Json usedProtocolJson(const Request& asked)
 {
-    const std::optional<UsedProtocol> used = usedProtocol(comparison);
+    const std::optional<UsedProtocol> used = usedProtocol(asked);
     if (!used) {
         return nullptr;
     }

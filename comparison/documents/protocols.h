@@ -10,7 +10,6 @@
 #include <string_view>
 #include <vector>
 
-#include "comparison/comparison.h"
 #include "comparison/documents/json.h"
 #include "comparison/request/request.h"
 
@@ -67,10 +66,10 @@ struct UsedProtocol {
 };
 
 /** None where what was asked has no name. */
-std::optional<UsedProtocol> usedProtocol(const Comparison& comparison);
+std::optional<UsedProtocol> usedProtocol(const Request& asked);
 
 /** For a record; null where there is none. */
-Json usedProtocolJson(const Comparison& comparison);
+Json usedProtocolJson(const Request& asked);
 
 } // namespace zarngi
 

@@ -13,6 +13,7 @@
 #include "comparison/documents/statisticsJson.h"
 #include "comparison/documents/structureJson.h"
 #include "comparison/documents/sweepJson.h"
+#include "comparison/documents/warningsJson.h"
 
 namespace zarngi
 {
@@ -61,16 +62,6 @@ Json conditionsJson(const Comparison& comparison)
     return list;
 }
 
-void addPlans(Json& told, const Comparison& comparison, const Disclosure& disclosure)
-{
-    for (const ComparedPlan& compared : comparison.plans) {
-        const files::Plan& plan = compared.plan;
-        Json file = fileJson(plan.path, plan.dataPath, plan.format, disclosure);
-        file["isOfDoses"] = compared.isOfDoses;
-        told["plans"].push_back(std::move(file));
-    }
-}
-
 double searchSeconds(const Comparison& comparison)
 {
     double seconds = 0;
@@ -86,6 +77,8 @@ Json comparisonJson(const Comparison& comparison, const std::optional<std::strin
 {
     const Disclosure disclosure(comparison, alias);
     const Request request = disclosed(comparison.request, disclosure);
+    const Wording wording{plainWording().member,
+                          [&](const std::string& path) { return disclosure.pathOf(path); }};
     const std::optional<double> failBelow = comparison.request.limits.failBelow.general();
     Json document = {
         {"format", "zarngi-report"},
@@ -94,8 +87,9 @@ Json comparisonJson(const Comparison& comparison, const std::optional<std::strin
         {"created", nowInUtc()},
         {"command", request.commandLine},
         {"request", requestJson(request)},
-        {"protocol", usedProtocolJson(comparison)},
-        {"header", headerJson(comparison, disclosure)},
+        {"protocol", usedProtocolJson(comparison.askedRequest())},
+        {"header",
+         headerJson(toldHeader(headerFilesOf(comparison), comparison.request, disclosure))},
         {"files",
          {{"reference", fileJson(comparison.reference, disclosure)},
           {"evaluation", fileJson(comparison.evaluation, disclosure)}}},
@@ -111,20 +105,13 @@ Json comparisonJson(const Comparison& comparison, const std::optional<std::strin
         {"criteria", Json::array()},
         {"timings",
          {{"readSeconds", comparison.readSeconds}, {"searchSeconds", searchSeconds(comparison)}}},
-        {"warnings", Json::array()},
-        {"gate", Json::array()}};
-    addPlans(document["files"], comparison, disclosure);
-    const Wording wording{plainWording().member,
-                          [&](const std::string& path) { return disclosure.pathOf(path); }};
-    for (const Sentence& warning : comparison.warnings) {
-        document["warnings"].push_back(warning.text(wording));
+        {"warnings", warningsJson(comparison.warnings, wording)},
+        {"gate", gateJson(comparison.gate, wording)}};
+    if (!comparison.plans.empty()) {
+        document["files"]["plans"] = plansJson(comparison.plans, disclosure);
     }
     if (alias) {
         document["title"] = *alias;
-    }
-    for (const GateWarning& warning : comparison.gate) {
-        document["gate"].push_back(
-            {{"name", gateName(warning.name)}, {"text", warning.sentence.text(wording)}});
     }
     for (const CriterionResult& result : comparison.results) {
         document["criteria"].push_back(criterionJson(result, comparison));

@@ -120,6 +120,22 @@ std::string embeddable(const Json& document)
     return text;
 }
 
+/** @param elements those of binary data @throws std::runtime_error where there is no place */
+std::string filledPage(std::string_view pageTemplate, const Json& document,
+                       const std::string& elements)
+{
+    const auto position = pageTemplate.find(marker);
+    if (position == std::string_view::npos) {
+        throw std::runtime_error("the report's template has no place for its data");
+    }
+    std::string page(pageTemplate.substr(0, position));
+    page += "<script type=\"application/json\" id=\"zarngi-data\">";
+    page += embeddable(document);
+    page += "</script>\n";
+    page += elements;
+    return page += pageTemplate.substr(position + marker.size());
+}
+
 } // namespace
 
 int pageDoseDecimals(const Comparison& comparison)
@@ -152,13 +168,14 @@ bool isPageTemplate(std::string_view text)
     return text.find(marker) != std::string_view::npos;
 }
 
+std::string evaluationPage(const Json& document, std::string_view pageTemplate)
+{
+    return filledPage(pageTemplate, document, "");
+}
+
 std::string reportPage(const Comparison& comparison, const Json& record,
                        std::string_view pageTemplate, const PagePacking& packing)
 {
-    const auto position = pageTemplate.find(marker);
-    if (position == std::string_view::npos) {
-        throw std::runtime_error("the report's template has no place for its data");
-    }
     Json document = record;
     const std::vector<Volume> volumes = volumesOf(comparison);
     document["volumes"] = listOf(volumes);
@@ -176,10 +193,7 @@ std::string reportPage(const Comparison& comparison, const Json& record,
         addStructureElements(elements, document["structures"]["list"], *comparison.structures,
                              packing);
     }
-    std::string page(pageTemplate.substr(0, position));
-    page += "<script type=\"application/json\" id=\"zarngi-data\">" + embeddable(document) +
-            "</script>\n" + elementsOf(elements, comparison.settings.threads);
-    return page += pageTemplate.substr(position + marker.size());
+    return filledPage(pageTemplate, document, elementsOf(elements, comparison.settings.threads));
 }
 
 } // namespace zarngi

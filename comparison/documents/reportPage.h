@@ -1,6 +1,7 @@
 /**
  * @file reportPage.h
- * The HTML report of a comparison; web/README.md describes how the page carries its data.
+ * The HTML report of a comparison, or of one dose; web/README.md describes how the page carries its
+ * data.
  */
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
 #define ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
@@ -29,6 +30,9 @@ std::vector<std::int16_t> pageDifferences(const Comparison& comparison);
 
 /** Whether a page has a place for its data. */
 bool isPageTemplate(std::string_view text);
+
+/** The page of one dose in structures. @param document its JSON */
+std::string evaluationPage(const Json& document, std::string_view pageTemplate);
 
 /** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
 std::string reportPage(const Comparison& comparison, const Json& record,

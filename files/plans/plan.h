@@ -50,6 +50,8 @@ struct Plan {
     std::vector<PlanPrescription> prescriptions; ///< of targets
     std::vector<std::int32_t> fractions;         ///< of each group that tells them
     std::vector<PlanBeam> beams;
+    /** SOP Instance UIDs of the plans that it verifies, or was derived from. */
+    std::vector<std::string> origins;
     /** What was taken for granted, each a line that continues "FILE: ". */
     std::vector<std::string> warnings;
 };

@@ -20,6 +20,7 @@ namespace tags
 constexpr DicomTag planName{0x300A0003, "RT Plan Name"};
 constexpr DicomTag planDescription{0x300A0004, "RT Plan Description"};
 constexpr DicomTag planDate{0x300A0006, "RT Plan Date"};
+constexpr DicomTag relationship{0x300A0055, "RT Plan Relationship"};
 constexpr DicomTag doseReferences{0x300A0010, "Dose Reference Sequence"};
 constexpr DicomTag doseReferenceDescription{0x300A0016, "Dose Reference Description"};
 constexpr DicomTag doseReferenceType{0x300A0020, "Dose Reference Type"};
@@ -40,8 +41,6 @@ constexpr DicomTag reviewDate{0x300E0004, "Review Date"};
 constexpr DicomTag reviewerName{0x300E0008, "Reviewer Name"};
 } // namespace tags
 
-constexpr std::string_view planStorage = "1.2.840.10008.5.1.4.1.1.481.5";
-constexpr std::string_view ionPlanStorage = "1.2.840.10008.5.1.4.1.1.481.8";
 constexpr std::string_view radiationSetStorage = "1.2.840.10008.5.1.4.1.1.481.12";
 
 /** Packed files unpack to no more. */
@@ -51,8 +50,8 @@ constexpr double farthestIsocentre = 1e6; // mm
 
 bool isPlanObject(const DicomFile& file)
 {
-    return isDicomObject(file, planStorage, "RTPLAN") ||
-           isDicomObject(file, ionPlanStorage, "RTPLAN");
+    return isDicomObject(file, dicomClasses::plan, "RTPLAN") ||
+           isDicomObject(file, dicomClasses::ionPlan, "RTPLAN");
 }
 
 void checkIsPlan(const DicomFile& file)
@@ -80,6 +79,25 @@ Vec3 isocentreOf(const DicomValues& controlPoint)
     return {numbers[0], numbers[1], numbers[2]};
 }
 
+/**
+ * Of the plans that a plan refers to those that it came after; others stand beside it. None where
+ * they cannot be read: nothing that is told of the plan depends on them.
+ */
+std::vector<std::string> originsOf(const DicomValues& file)
+{
+    const auto origins = resultOf([&] {
+        std::vector<std::string> list;
+        forEachDicomItem(file, dicomTags::referencedPlans, [&list](const DicomValues& item) {
+            const std::string relationship = item.text(tags::relationship);
+            if (relationship == "VERIFIED_PLAN" || relationship == "PREDECESSOR") {
+                list.push_back(dicomReference(item).sopInstance);
+            }
+        });
+        return list;
+    });
+    return origins ? *origins : std::vector<std::string>();
+}
+
 /** Puts a plan together; what it says of a patient is nothing but its name and number. */
 class PlanReader
 {
@@ -97,6 +115,7 @@ public:
         for (const DicomTag& sequence : {tags::beams, tags::ionBeams}) {
             forEachDicomItem(file_, sequence, [this](const DicomValues& beam) { addBeam(beam); });
         }
+        plan_.origins = originsOf(file_);
         plan_.warnings = texts_.warnings();
         return std::move(plan_);
     }

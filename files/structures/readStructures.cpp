@@ -3,7 +3,6 @@
 #include "files/fileFormat.h"
 #include "files/formats/dicom/file.h"
 #include "files/namedFile.h"
-#include "files/readDose.h"
 #include "files/structures/labelMask.h"
 #include "files/structures/rtStructureSet.h"
 #include "files/structures/segmentation.h"
@@ -65,17 +64,6 @@ StructureSet readPath(const std::string& path, const Host& host)
     return file.withPaths(readBytes(contents, path, file.finder(), host));
 }
 
-std::variant<DoseImage, StructureSet> readAnyPath(const std::string& path, const Host& host)
-{
-    NamedFile file(path, host);
-    const ByteView contents = file.read(
-        "dose file", [&host](ByteView beginning) { checkMayBeDose(beginning, host.deflate); });
-    if (isStructureSet(contents, host.deflate)) {
-        return file.withPaths(readDicom(contents, host.deflate));
-    }
-    return file.withPaths(valueOf(readDose(contents, path, file.finder(), host)));
-}
-
 } // namespace
 
 Result<StructureSet> readStructures(ByteView file, const std::string& name, const FindFile& find,
@@ -87,12 +75,6 @@ Result<StructureSet> readStructures(ByteView file, const std::string& name, cons
 Result<StructureSet> readStructuresFile(const std::string& path, const Host& host)
 {
     return toldResultOf(host, [&] { return readPath(path, host); });
-}
-
-Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std::string& path,
-                                                                       const Host& host)
-{
-    return toldResultOf(host, [&] { return readAnyPath(path, host); });
 }
 
 bool isStructureSet(ByteView file, const Deflate& deflate)

@@ -8,7 +8,6 @@
 #define ZARNGI_FILES_STRUCTURES_READSTRUCTURES_H
 
 #include <string>
-#include <variant>
 
 #include "files/host.h"
 #include "files/structures/structureSet.h"
@@ -26,11 +25,7 @@ Result<StructureSet> readStructures(ByteView file, const std::string& name, cons
 /** Reads a file of structures, and the file that it names beside it; a pipe is read to its end. */
 Result<StructureSet> readStructuresFile(const std::string& path, const Host& host);
 
-/** Reads a dose file or, where a file begins like one, structures of DICOM. */
-Result<std::variant<DoseImage, StructureSet>> readDoseOrStructuresFile(const std::string& path,
-                                                                       const Host& host);
-
-/** Whether a file begins like structures that are no dose as well: those of DICOM. */
+/** Whether a file begins like structures that are no label mask: those of DICOM. */
 bool isStructureSet(ByteView file, const Deflate& deflate);
 
 } // namespace files

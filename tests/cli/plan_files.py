@@ -57,3 +57,34 @@ def refer(path, uid, beams=()):
     data.ReferencedRTPlanSequence = Sequence([plan])
     data.save_as(path)
     return path
+
+
+def relate(path, uid, relationship):
+    """Makes a plan one that stands in a relationship to another plan."""
+    data = pydicom.dcmread(path)
+    plan = item(ReferencedSOPClassUID=RT_PLAN, ReferencedSOPInstanceUID=uid, RTPlanRelationship=relationship)
+    data.ReferencedRTPlanSequence = Sequence([plan])
+    data.save_as(path)
+    return path
+
+
+def derive(path, origin, sequence="ReferencedInstanceSequence"):
+    """Makes a dose one that was derived from another dose."""
+    data, other = pydicom.dcmread(path), pydicom.dcmread(origin)
+    reference = item(ReferencedSOPClassUID=other.SOPClassUID, ReferencedSOPInstanceUID=other.SOPInstanceUID)
+    setattr(data, sequence, Sequence([reference]))
+    data.save_as(path)
+    return path
+
+
+def plant(path, text):
+    """Writes a text where DICOM files have texts of patient and plan."""
+    data = pydicom.dcmread(path)
+    for keyword in ("PatientName", "SeriesDescription", "StudyDescription", "DoseComment", "RTPlanLabel",
+                    "RTPlanName", "RTPlanDescription", "StructureSetLabel", "StructureSetName",
+                    "ReviewerName", "Manufacturer"):  # fmt: skip
+        setattr(data, keyword, text)
+    for beam in data.get("BeamSequence", []):
+        beam.BeamName = beam.TreatmentMachineName = text
+    data.save_as(path)
+    return path

@@ -3,6 +3,7 @@
 import csv
 import io
 import json
+import re
 import unittest
 
 import doses
@@ -166,6 +167,42 @@ class Goals(ProgramTest):
         self.assertEqual(len(rows), 3 + len(document["goals"]))
         shown = run("dvh", self.reference, "--structures", self.structures, "--json", "-")
         self.assertEqual(checked(json.loads(shown.stdout))["goals"], [])
+
+    def dvh(self, *arguments):
+        result = run("dvh", self.reference, "--structures", self.structures, *arguments, "--json", self.folder / "d.json")
+        self.assertIn(result.returncode, (OK, BELOW_LIMIT), result.stderr)
+        return result, checked(json.loads((self.folder / "d.json").read_text()))
+
+    def test_page_of_one_dose_holds_its_document(self):
+        page = self.folder / "d.html"
+        asked = ("--goal", "PTV*: D95% >= 1 Gy", "--report", page)
+        result = run("dvh", self.reference, "--structures", self.structures, *asked)
+        if "no report page" in result.stderr:
+            self.skipTest("this build has no report page")
+        _, document = self.dvh(*asked)
+        told = json.loads(re.search(r'id="zarngi-data">(.*?)</script>', page.read_text(encoding="utf-8"))[1])
+        self.assertEqual({**told, "created": ""}, {**document, "created": ""})
+        self.assert_refused(run("dvh", self.reference, "--structures", self.structures, "--report", self.folder / "d.pdf"),
+                            WRONG_USAGE, "--report", ".html")  # fmt: skip
+
+    def test_one_dose_by_a_protocol(self):
+        """Goals of one dose, without those of two; other goals change it, and so does another prescription."""
+        protocol = json.loads(run("protocols", "tg-218").stdout)
+        protocol.update(name="own", version="2", goals=["PTV*: D50% >= 1 Gy", "PTV*: D95% within 2 %", "GTV: Dmax < 9 Gy"])
+        protocol["criteria"] = ["PTV*:2%/1mm", "Rectum:3%/3mm"]
+        path = self.folder / "own.json"
+        path.write_text(json.dumps(protocol))
+        result, document = self.dvh("--protocol", path)
+        self.assertEqual(result.returncode, OK)
+        self.assertIn("protocol    own 2, Patient-specific", result.stdout)
+        self.assertIn('"PTV*: D95% within 2 %" is of two doses, so it is left out', result.stderr)
+        self.assertIn('no structure is called "GTV"', result.stderr)
+        self.assertNotIn("Rectum", result.stderr)
+        self.assertEqual({goal["text"] for goal in document["goals"]}, {"PTV*: D50% >= 1 Gy"})
+        self.assertEqual((document["protocol"]["name"], document["protocol"]["changed"]), ("own", False))
+        for more in (("--goal", "PTV*: D50% >= 1 Gy"), ("--prescription", "1")):
+            self.assertTrue(self.dvh("--protocol", path, *more)[1]["protocol"]["changed"], more)
+        self.assertIsNone(self.dvh()[1]["protocol"])
 
     def test_a_request_keeps_goals_as_they_were_written(self):
         goal = "PTV_High:d50%[Gy]  >= 1"

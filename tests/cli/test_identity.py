@@ -1,5 +1,6 @@
 """Whose plan it is: what outputs tell of it when asked, and that they tell nothing of it else."""
 
+import csv
 import json
 import os
 import unittest
@@ -8,7 +9,7 @@ import pydicom
 
 import doses
 from documents import checked
-from plan_files import refer, write_plan
+from plan_files import plant, refer, write_plan
 from structure_files import box, write_structure_set
 from support import ProgramTest, run
 
@@ -74,11 +75,77 @@ class Identity(ProgramTest):
         plan = write_plan(self.folder / "p.dcm")
         structures = write_structure_set(self.folder / "s.dcm", STRUCTURES, "1.2.3.4")
         for path in (*self.doses, plan, structures):
-            self.plant(path)
+            plant(path, PLANTED)
         for more, isTold in (([], False), (["--identify"], True)):
             result = run("dvh", self.doses[0], "--structures", structures, "--ignore-frame", "--json", self.record, *more)
             self.assertEqual(result.returncode, 0, result.stderr)
             self.assertEqual(PLANTED in self.record.read_text(), isTold)
+
+    def test_header_and_patients_of_one_dose(self):
+        plan = write_plan(self.folder / "p.dcm")
+        structures = write_structure_set(self.folder / "s.dcm", STRUCTURES, "1.2.3.4")
+        table = self.folder / "d.csv"
+
+        def told(*more, code=0):
+            result = run("dvh", self.doses[0], "--structures", structures, *more, "--json", self.record, "--csv", table)
+            self.assertEqual(result.returncode, code, result.stderr)
+            return result.stderr, checked(json.loads(self.record.read_text()))
+
+        _, document = told("--identify", "--header", "comment=seen")
+        self.assertEqual((document["header"]["plan"], document["header"]["comment"]), ("HN 60 (left)", "seen"))
+        self.assertEqual([plan["name"] for plan in document["plans"]], ["p.dcm"])
+        self.assertEqual({row["header_plan"] for row in csv.DictReader(table.read_text().splitlines())}, {"HN 60 (left)"})
+        self.assertEqual(set(told()[1]["header"].values()), {None})
+        self.assertNotIn("header_", table.read_text())
+        for path in (plan, structures):
+            data = pydicom.dcmread(path)
+            data.PatientID = "another"
+            data.save_as(path)
+        patient = pydicom.dcmread(self.doses[0])
+        patient.PatientID = "secret-id"
+        patient.save_as(self.doses[0])
+        warned, document = told("--plan", plan)
+        names = ["other-patient-plan", "other-patient-structures"]
+        self.assertEqual([warning["name"] for warning in document["gate"]], names)
+        self.assertEqual([f"({name})" in warned for name in names], [True, True])
+        self.record.unlink()
+        refused = run("dvh", self.doses[0], "--structures", structures, "--protocol", "prostate", "--json", self.record)
+        self.assertEqual(refused.returncode, 1, refused.stderr)
+        self.assertIn("--refuse other-patient-structures", refused.stderr)
+        self.assertFalse(self.record.exists())
+
+    def test_what_a_plan_holds(self):
+        plan = write_plan(self.folder / "p.dcm")
+        plant(plan, PLANTED)
+        data = pydicom.dcmread(plan)
+        data.RTPlanLabel = "HN 60"
+        data.BeamSequence[0].BeamName, data.BeamSequence[0].TreatmentMachineName = "arc", "LINAC 1"
+        for beam in data.BeamSequence[1:]:
+            beam.BeamName = beam.TreatmentMachineName = ""
+        data.save_as(plan)
+        for more, isTold in (([], False), (["--patient"], True)):
+            texts = [run("info", plan, *more).stdout, run("info", "--json", plan, *more).stdout]
+            self.assertEqual([PLANTED in text for text in texts], [isTold, isTold])
+            self.assertEqual(["secret-id" in text for text in texts], [isTold, isTold])
+            for word in ("HN 60", "1 arc, 2", "LINAC 1", "60 Gy (PTV)", "0, -10.5, 20 mm"):
+                self.assertIn(word, texts[0])
+            told = json.loads(texts[1])
+            self.assertEqual(told["file"]["name"], "p.dcm")
+            self.assertEqual(told["plan"]["prescriptions"], [{"dose": 60, "target": "PTV"}])
+            self.assertEqual([beam["isTreatment"] for beam in told["plan"]["beams"]], [True, True, False])
+        self.assert_refused(run("info", "--structures", plan), 1, "p.dcm: ")
+
+    def test_header_in_tables(self):
+        table = self.folder / "t.csv"
+        given = ("--plan", write_plan(self.folder / "p.dcm"), "--identify", "--header", "comment=seen, twice")
+        self.compared(*given, "--sweep", "2:3%/2mm", "--csv", table)
+        rows = list(csv.DictReader(table.read_text().splitlines()))
+        self.assertGreater(len(rows), 1)
+        for row in rows:
+            self.assertEqual((row["header_patient_id"], row["header_comment"]), ("secret-id", "seen, twice"))
+        self.assertTrue(all(None not in row and None not in row.values() for row in rows))
+        self.compared(*given[:2], *given[3:], "--anonymous", "pair-7", "--csv", table)
+        self.assertNotIn("header_", table.read_text())
 
     def test_beams_of_the_doses_and_sums_of_plans(self):
         plan = write_plan(self.folder / "p.dcm")
@@ -164,7 +231,7 @@ class Identity(ProgramTest):
         plan = write_plan(self.folder / "p.dcm")
         structures = write_structure_set(self.folder / "s.dcm", STRUCTURES, "1.2.3.4")
         for path in (*self.doses, plan, structures):
-            self.plant(path)
+            plant(path, PLANTED)
         uids = [PLAN, "1.2.3.4", *(str(pydicom.dcmread(p).SOPInstanceUID) for p in (*self.doses, structures))]
         outputs = {"--json": "r.json", "--csv": "r.csv", "--report": "r.html"}
         arguments = ["--plan", plan, "--structures", structures, "--explain", "--ignore-frame"]
@@ -181,17 +248,6 @@ class Identity(ProgramTest):
         self.assertEqual(told("--anonymous", "pair-7"), [])
         self.assertIn(PLANTED, told("--identify"))
         self.assertIn(uids[-1], told("--identify"))
-
-    def plant(self, path):
-        """A name where files have texts."""
-        data = pydicom.dcmread(path)
-        for keyword in ("PatientName", "SeriesDescription", "StudyDescription", "DoseComment", "RTPlanLabel",
-                        "RTPlanName", "RTPlanDescription", "StructureSetLabel", "StructureSetName",
-                        "ReviewerName", "Manufacturer"):  # fmt: skip
-            setattr(data, keyword, PLANTED)
-        for beam in data.get("BeamSequence", []):
-            beam.BeamName = beam.TreatmentMachineName = PLANTED
-        data.save_as(path)
 
 
 if __name__ == "__main__":

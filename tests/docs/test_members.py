@@ -141,7 +141,7 @@ def uses_of(kind, schema, interfaces):
 
 def test_views_know_the_members_of_records():
     interfaces = interfaces_of((PROJECT / "web/views/record.ts").read_text(encoding="utf-8"))
-    waiting = [(interfaces["ComparisonRecord"], DEFINITIONS["record"])]
+    waiting = [(interfaces["ComparisonRecord"], DEFINITIONS["record"]), (interfaces["EvaluationRecord"], DEFINITIONS["dvh"])]
     seen = []
     while waiting:
         told, schema = waiting.pop()

@@ -109,6 +109,29 @@ TEST(Plan, OfIonsIsReadAsWell)
     EXPECT_EQ(plan->beams[0].isocentres, (std::vector<files::Vec3>{{7, 8, 9}}));
 }
 
+/** A file of a plan that refers to others. */
+string relatedPlan(const std::vector<std::pair<string, string>>& others)
+{
+    std::vector<string> items;
+    for (const auto& [instance, relationship] : others) {
+        items.push_back(element(0x00081155, "UI", instance) +
+                        element(0x300A0055, "CS", relationship));
+    }
+    return file(element(0x00080060, "CS", "RTPLAN") + sequence(0x300C0002, items));
+}
+
+TEST(Plan, CameAfterThoseThatItVerifiesOrWasDerivedFrom)
+{
+    const Result<Plan> plan = read(relatedPlan({{"1.2.1", "PRIOR"},
+                                                {"1.2.2", "ALTERNATIVE"},
+                                                {"1.2.3", "PREDECESSOR"},
+                                                {"1.2.4", "VERIFIED_PLAN"},
+                                                {"1.2.5", "CONCURRENT"},
+                                                {"1.2.6", ""}}));
+    ASSERT_TRUE(plan) << plan.error().sentence;
+    EXPECT_EQ(plan->origins, (std::vector<string>{"1.2.3", "1.2.4"}));
+}
+
 TEST(Plan, DamageIsToldFromWhatIsNotRead)
 {
     using Kind = FileError::Kind;

@@ -1,5 +1,5 @@
 // Drives a report page in a real browser.
-import { mkdtempSync, rmSync } from 'node:fs';
+import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -7,7 +7,8 @@ import { after } from 'node:test';
 import { pathToFileURL } from 'node:url';
 
 const { ZARNGI_WEB_MODULES: modules, ZARNGI_CHROMIUM: executablePath } = process.env;
-const { chromium } = createRequire(join(modules, 'package.json'))('playwright-core');
+const require = createRequire(join(modules, 'package.json'));
+const { chromium } = require('playwright-core');
 
 /** Milliseconds: what takes seconds here may wait for a machine that is ten times slower. */
 export const patience = 300_000;
@@ -87,6 +88,14 @@ export async function settle(page) {
         const wait = () => (document.documentElement.dataset.drawing === undefined ? setTimeout(done) : requestAnimationFrame(wait));
         requestAnimationFrame(() => requestAnimationFrame(wait));
     }));
+}
+
+/** What axe-core finds in the page, of moderate weight or more: a rule and its elements in each line. */
+export async function barriers(page) {
+    await page.evaluate(readFileSync(require.resolve('axe-core/axe.min.js'), 'utf8'));
+    const { violations } = await page.evaluate(() => window.axe.run(document, { resultTypes: ['violations'] }));
+    const weighty = violations.filter(({ impact }) => ['moderate', 'serious', 'critical'].includes(impact));
+    return weighty.map(({ id, nodes }) => `${id}: ${nodes.map(({ target }) => target.join(' ')).join(', ')}`);
 }
 
 /** A shown number: "−12 345.6" is -12345.6. */

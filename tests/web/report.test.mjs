@@ -5,7 +5,7 @@ import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import {
-    coloursOf, crosshair, goTo, launch, lookAt, numberOf, openFile, pointOf, settle, views, workplace,
+    barriers, coloursOf, crosshair, goTo, launch, lookAt, numberOf, openFile, pointOf, settle, views, workplace,
 } from './browser.mjs';
 import { bandsOf, clustersOf, doseAt, indexOf, indexOfLargest, positionOf, voxelOf } from './expected.mjs';
 import { fillTemplate, readPage } from './pageFormat.mjs';
@@ -360,6 +360,7 @@ describe('a page', { concurrency: true }, () => pages.forEach(({ name, make, ski
                 const { colours, parts } = pictures[theme];
                 assert.ok(colours > 200, `${colours} colours`);
                 assert.ok(parts.every((count) => count > 30), `${parts} colours in the slices`);
+                assert.deepEqual(await barriers(page), [], theme);
             }
             assert.ok(pictures.light.corner > 200 && pictures.dark.corner < 60);
             await page.locator('#theme-toggle').click();

@@ -4,7 +4,7 @@ import { Stopped, type EngineClient } from '../engine/client';
 import { EngineFailure } from '../engine/engine';
 import { EngineData } from '../engine/engineData';
 import type { EngineError, Progress } from '../engine/messages';
-import type { RequestDocument } from '../engine/request';
+import type { ComparisonRequest } from '../engine/request';
 import type { Shown } from '../views/carriedOver';
 import { byId } from '../views/dom';
 import { showComparison } from '../views/page';
@@ -13,7 +13,7 @@ import type { ProgressLine } from './progressLine';
 
 /** A comparison on the page. */
 export interface Current extends Shown {
-    readonly request: RequestDocument;
+    readonly request: ComparisonRequest;
 }
 
 /** ms: what runs longer is ended for the next one, which is ready sooner than a new worker otherwise. */
@@ -33,8 +33,8 @@ export class Comparisons {
     private current: Current | null = null;
     /** The one before, whose view of things the next one takes over. */
     private before: Shown | null = null;
-    private wanted: RequestDocument | null = null;
-    private asked: RequestDocument | null = null;
+    private wanted: ComparisonRequest | null = null;
+    private asked: ComparisonRequest | null = null;
     private started: number | null = null;
     /** Ends what is under way for the next one. */
     private end = 0;
@@ -54,7 +54,7 @@ export class Comparisons {
     }
 
     /** Computes this instead of what is under way; null: nothing. */
-    ask(request: RequestDocument | null): void {
+    ask(request: ComparisonRequest | null): void {
         if (!request || !this.current || !hasSameFiles(request, this.current.request)) {
             this.clear();
         }
@@ -106,7 +106,7 @@ export class Comparisons {
         this.listener.idle();
     }
 
-    private async compute(request: RequestDocument): Promise<void> {
+    private async compute(request: ComparisonRequest): Promise<void> {
         const { record, headerOfFiles, isocentres } = await this.client.compare(request, (p: Progress) => this.progress.tell(p));
         record.isocentres = isocentres; // for the screen: documents tell them only where that is asked for
         showHeaderOfFiles(headerOfFiles);
@@ -120,7 +120,7 @@ export class Comparisons {
     }
 
     /** Waits until the comparison is placed; its other maps follow. */
-    private show(request: RequestDocument, data: EngineData): Promise<void> {
+    private show(request: ComparisonRequest, data: EngineData): Promise<void> {
         this.coming?.abort();
         const controller = new AbortController();
         this.coming = controller;
@@ -200,6 +200,6 @@ function state(name: string): void {
     document.documentElement.dataset.state = name;
 }
 
-function hasSameFiles(a: RequestDocument, b: RequestDocument): boolean {
+function hasSameFiles(a: ComparisonRequest, b: ComparisonRequest): boolean {
     return a.reference.file === b.reference.file && a.evaluation.file === b.evaluation.file;
 }

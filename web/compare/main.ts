@@ -27,6 +27,7 @@ function areOthers(now: Roles, before: Roles | null): boolean {
 function start(): void {
     const client = new EngineClient(() => new EngineWorker(), commandOf);
     const kept = new KeptSettings();
+    const anonymous = byId<HTMLInputElement>('anonymous');
     let roles: Roles | null = null;
     const ask = (): void => {
         const { reference, evaluation, structures, plans, guess } = roles ?? {};
@@ -34,7 +35,8 @@ function start(): void {
         const asked = form.asked();
         kept.keep(asked);
         const request = isComplete ? withFiles(asked, reference, evaluation, [...structures], [...plans]) : null;
-        comparisons.ask(request && { ...request, referenceGuessed: typeof guess === 'string' });
+        const told = { referenceGuessed: typeof guess === 'string', anonymous: anonymous.checked };
+        comparisons.ask(request && { ...request, ...told });
     };
     kept.restore(() => kept.keep(form.asked()));
     const form = new CriteriaForm(ask, () => files.readAgain());
@@ -58,6 +60,7 @@ function start(): void {
         },
         startOver(): void {
             form.reset();
+            anonymous.checked = false;
             requests.startOver();
         },
     });
@@ -88,6 +91,7 @@ function start(): void {
         },
         idle: () => void rates.fill(),
     });
+    anonymous.addEventListener('change', ask);
     byId('compute-again').addEventListener('click', () => comparisons.again());
     setUpSelfTest(() => new EngineClient(() => new EngineWorker(), commandOf));
     document.documentElement.dataset.state = 'start';

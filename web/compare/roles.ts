@@ -71,6 +71,10 @@ function pairOf(found: FileFacts[]): Pair {
     if (paths.length === 2 && measured) {
         return { paths: paths[0] === measured.path ? paths : paths.reverse(), guess: null };
     }
+    const first = paths.length === 2 ? firstByRelation(doses.filter((f) => paths.includes(f.path)), found) : null;
+    if (first) {
+        return { paths: [first.path, ...paths.filter((path) => path !== first.path)], guess: first.reason };
+    }
     const isReference = (path: string): boolean => /ref|plan/i.test(path.replace(/.*\//, ''));
     const named = paths.filter(isReference);
     if (paths.length === 2 && named.length === 1) {
@@ -81,6 +85,34 @@ function pairOf(found: FileFacts[]): Pair {
     return areOfFolder
         ? { paths: paths.sort(), guess: 'since its name is the first one' }
         : { paths, guess: 'since it came first' };
+}
+
+type Dose = FileFacts & { kind: 'dose' };
+
+/** The one of two that the other one came after, as files alone tell it; null: neither, or each. */
+function firstByRelation([a, b]: Dose[], found: FileFacts[]): { path: string; reason: string } | null {
+    const [ofA, ofB] = [relation(b, a, found), relation(a, b, found)];
+    if (Boolean(ofA) === Boolean(ofB)) {
+        return null;
+    }
+    return ofA ? { path: a.path, reason: ofA } : { path: b.path, reason: ofB! };
+}
+
+/** Why a dose came after another one; null where no file says so. */
+function relation({ dicom: later }: Dose, { dicom: earlier }: Dose, found: FileFacts[]): string | null {
+    if (!later || !earlier) {
+        return null;
+    }
+    if (later.origins.includes(earlier.sopInstance)) {
+        return 'since the other dose was derived from it';
+    }
+    const own = found.flatMap((f) => (f.kind === 'plan' && later.plans.includes(f.sopInstance) ? f.origins : []));
+    if (own.some((plan) => earlier.plans.includes(plan) && !later.plans.includes(plan))) {
+        return 'since the plan of the other dose verifies its plan or was derived from it';
+    }
+    const isOfOnePlan = later.plans.some((plan) => earlier.plans.includes(plan));
+    const isRecorded = later.summationType === 'RECORD' && earlier.summationType === 'PLAN';
+    return isOfOnePlan && isRecorded ? 'since the other dose is of a record of its treatment' : null;
 }
 
 /** Between places with gaps, and between points, there is no dose to search. */

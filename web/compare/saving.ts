@@ -27,6 +27,8 @@ function named(name: string, { request, record }: Pick<Current, 'request' | 'rec
 export class Saving {
     private current: Current | null = null;
     private isSaved = true;
+    private isAllowed = true;
+    private readonly anonymous = byId<HTMLInputElement>('anonymous');
     private readonly format = byId<HTMLSelectElement>('map-format');
 
     constructor(private readonly client: EngineClient) {
@@ -34,6 +36,7 @@ export class Saving {
         this.on('save-json', 'gamma.json', 'application/json', ({ request }) => client.record(request));
         this.on('save-csv', 'gamma.csv', 'text/csv', ({ request }) => client.csv(request));
         this.askBeforeClosing();
+        this.anonymous.addEventListener('change', () => this.update());
         byId('save-map').addEventListener('click', () => {
             if (this.current) {
                 void this.saveMap(this.current);
@@ -45,15 +48,22 @@ export class Saving {
     show(current: Current | null): void {
         this.isSaved = current === null || current === this.current;
         this.current = current;
-        byId('save').hidden = !current;
         byId('saved').textContent = '';
+        this.update();
     }
 
     /** Nobody saves or prints what is not what is asked. */
     allow(isAllowed: boolean): void {
-        byId('save').hidden = !isAllowed || !this.current;
-        document.querySelectorAll<HTMLButtonElement>('#print').forEach((button) => {
-            button.disabled = !isAllowed;
+        this.isAllowed = isAllowed;
+        this.update();
+    }
+
+    /** Until what is shown tells as much as the switch asks, nothing goes out. */
+    private update(): void {
+        byId('save').hidden = !this.isAllowed || !this.current;
+        const isAsAsked = this.current === null || this.current.request.anonymous === this.anonymous.checked;
+        document.querySelectorAll<HTMLButtonElement>('#print, #save button').forEach((button) => {
+            button.disabled = !this.isAllowed || !isAsAsked;
         });
     }
 

@@ -6,7 +6,7 @@ import type {
     SelfTestRecord, StructurePart, VolumeName,
 } from './messages';
 import type { Call, Reply } from './protocol';
-import type { RequestDocument, TableUnits } from './request';
+import type { ComparisonRequest, RequestDocument, TableUnits } from './request';
 import type { StoredVolume } from '../views/comparison';
 
 /** What a request that was stopped ends with. */
@@ -31,7 +31,7 @@ export class EngineClient {
     private waiting = new Map<number, Waiting>();
     private lastId = 0;
     /** What the worker holds the results of. */
-    private held: RequestDocument | null = null;
+    private held: ComparisonRequest | null = null;
     /** Settles with the work that gives way to any other, and never rejects. */
     private background: Promise<void> | null = null;
 
@@ -84,7 +84,7 @@ export class EngineClient {
 
     /** Rejects with an EngineFailure, or Stopped. */
     async compare(
-        request: RequestDocument,
+        request: ComparisonRequest,
         progress?: (progress: Progress) => void,
     ): Promise<ComparisonAnswer> {
         await this.endBackground();
@@ -95,7 +95,7 @@ export class EngineClient {
      * Pass rates for another criterion, everything else as in a comparison that was made. Ends with
      * Stopped when files or another comparison come meanwhile.
      */
-    async rates(of: RequestDocument, criterion: string): Promise<RatesAnswer> {
+    async rates(of: ComparisonRequest, criterion: string): Promise<RatesAnswer> {
         const asked = this.ask(of, { call: 'rates', criterion });
         const settled = asked.then(
             () => {},
@@ -111,33 +111,33 @@ export class EngineClient {
         }
     }
 
-    async volume(of: RequestDocument, volume: VolumeName, criterion?: number): Promise<StoredVolume> {
+    async volume(of: ComparisonRequest, volume: VolumeName, criterion?: number): Promise<StoredVolume> {
         const { answer, output } = await this.ask(of, { call: 'volume', volume, criterion });
         const { decimals } = answer as { decimals: number };
         return { decimals, values: new Int16Array(output!) };
     }
 
     /** Null where it has no contours. */
-    async structure(of: RequestDocument, structure: number, part: StructurePart): Promise<Int32Array | null> {
+    async structure(of: ComparisonRequest, structure: number, part: StructurePart): Promise<Int32Array | null> {
         const { output } = await this.ask(of, { call: 'structure', structure, part });
         return output ? new Int32Array(output) : null;
     }
 
-    async record(of: RequestDocument): Promise<ArrayBuffer> {
+    async record(of: ComparisonRequest): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'record' })).output!;
     }
 
-    async csv(of: RequestDocument): Promise<ArrayBuffer> {
+    async csv(of: ComparisonRequest): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'csv' })).output!;
     }
 
     /** @param template the page of a comparison without data */
-    async page(of: RequestDocument, template: string): Promise<ArrayBuffer> {
+    async page(of: ComparisonRequest, template: string): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'page', template })).output!;
     }
 
     /** @param name its ending tells the format: .nrrd, .mha, .nii, .nii.gz */
-    async gammaMap(of: RequestDocument, criterion: number, name: string): Promise<ArrayBuffer> {
+    async gammaMap(of: ComparisonRequest, criterion: number, name: string): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'gammaMap', criterion, name })).output!;
     }
 
@@ -174,14 +174,13 @@ export class EngineClient {
     }
 
     private async make(
-        request: RequestDocument,
+        request: ComparisonRequest,
         progress?: (progress: Progress) => void,
     ): Promise<ComparisonAnswer> {
         this.held = null;
-        const { answer } = await this.send(
-            { call: 'compare', request, command: this.commandOf(request) },
-            progress,
-        );
+        const { anonymous, ...document } = request;
+        const call: Call = { call: 'compare', request: document, anonymous, command: this.commandOf(document) };
+        const { answer } = await this.send(call, progress);
         this.held = request;
         return answer as ComparisonAnswer;
     }
@@ -197,7 +196,7 @@ export class EngineClient {
     }
 
     /** Of the results of a comparison, made again where the worker holds others. */
-    private async ask(of: RequestDocument, call: Call): Promise<{ answer: unknown; output?: ArrayBuffer }> {
+    private async ask(of: ComparisonRequest, call: Call): Promise<{ answer: unknown; output?: ArrayBuffer }> {
         // Meanwhile another comparison may have been asked for.
         while (this.held !== of) {
             await this.make(of);

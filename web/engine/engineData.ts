@@ -1,7 +1,7 @@
 /** A comparison of the engine, as the views want it. */
 
 import type { EngineClient } from './client';
-import type { RequestDocument } from './request';
+import type { ComparisonRequest } from './request';
 import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
 import type { ComparisonRecord, Role } from '../views/record';
 
@@ -21,7 +21,7 @@ export class EngineData implements ComparisonData {
     readonly inUncertainties?: () => Promise<StoredVolume>;
 
     /** Rejects as the client's calls do. */
-    static async load(record: ComparisonRecord, request: RequestDocument, client: EngineClient): Promise<EngineData> {
+    static async load(record: ComparisonRecord, request: ComparisonRequest, client: EngineClient): Promise<EngineData> {
         const doses = {
             reference: await client.volume(request, 'reference'),
             evaluation: await client.volume(request, 'evaluation'),

@@ -27,9 +27,9 @@ namespace
 
 using zarngi::Json;
 
-files::Host scriptHost(const files::TableUnits& units = {})
+files::Host scriptHost(bool isDiscreet, const files::TableUnits& units = {})
 {
-    return {scriptDeflate(), {}, {}, units, true};
+    return {scriptDeflate(), {}, {}, units, true, !isDiscreet};
 }
 
 /** The file that a header names, or the data of a pair for an empty name. @throws files::Refusal */
@@ -63,8 +63,10 @@ std::string headerOf(const std::string& path)
 class OpenFile
 {
 public:
-    explicit OpenFile(const std::string& given)
-        : path_(headerOf(given)), dataPath_(path_), contents_(files::valueOf(contentsOf(path_)))
+    /** @param isDiscreet whether nothing that is told of it quotes what stands in it */
+    explicit OpenFile(const std::string& given, bool isDiscreet = false)
+        : path_(headerOf(given)), dataPath_(path_), contents_(files::valueOf(contentsOf(path_))),
+          isDiscreet_(isDiscreet)
     {
     }
 
@@ -77,19 +79,21 @@ public:
 
     files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
     {
-        return withPaths(files::readDose(contents_.view(), path_, finder(), scriptHost(units)));
+        return withPaths(
+            files::readDose(contents_.view(), path_, finder(), scriptHost(isDiscreet_, units)));
     }
 
     bool isPlan() const { return files::isPlan(contents_.view(), scriptDeflate()); }
 
     files::Result<files::Plan> plan() const
     {
-        return withPaths(files::readPlan(contents_.view(), scriptHost()));
+        return withPaths(files::readPlan(contents_.view(), scriptHost(isDiscreet_)));
     }
 
     files::Result<files::StructureSet> structures()
     {
-        return withPaths(files::readStructures(contents_.view(), path_, finder(), scriptHost()));
+        return withPaths(
+            files::readStructures(contents_.view(), path_, finder(), scriptHost(isDiscreet_)));
     }
 
 private:
@@ -112,6 +116,7 @@ private:
     std::string path_;
     std::string dataPath_; ///< of the values, where the header stands alone
     files::Bytes contents_;
+    bool isDiscreet_;
 };
 
 bool holdsWholeNumbers(const files::DoseImage& dose)
@@ -134,6 +139,8 @@ Json facts(const files::DoseImage& dose)
                          {"doseType", dose.dicom->doseType},
                          {"planLabel", dose.dicom->planLabel},
                          {"frameOfReference", dose.dicom->frameOfReference},
+                         {"sopInstance", dose.dicom->sopInstance},
+                         {"origins", dose.dicom->origins},
                          {"plans", Json::array()}};
         for (const files::ReferencedPlan& plan : dose.dicom->plans) {
             json["dicom"]["plans"].push_back(plan.sopInstance);
@@ -157,11 +164,9 @@ Json facts(const files::StructureSet& set)
 
 Json facts(const files::Plan& plan)
 {
-    return {{"dataPath", plan.dataPath},
-            {"format", plan.format},
-            {"label", plan.label},
-            {"sopInstance", plan.sopInstance},
-            {"warnings", plan.warnings}};
+    return {{"dataPath", plan.dataPath}, {"format", plan.format},
+            {"label", plan.label},       {"sopInstance", plan.sopInstance},
+            {"origins", plan.origins},   {"warnings", plan.warnings}};
 }
 
 /** Segmentations in several layers are masks and nothing else. */
@@ -175,10 +180,10 @@ std::optional<files::StructureSet> masksAlone(OpenFile& file, const files::FileE
 }
 
 /** What `read` makes of the file. @throws zarngi::InputError */
-template <class Read> auto readFrom(const std::string& path, const Read& read)
+template <class Read> auto readFrom(const std::string& path, bool isDiscreet, const Read& read)
 {
     try {
-        OpenFile file(path);
+        OpenFile file(path, isDiscreet);
         return files::valueOf(read(file));
     } catch (const files::Refusal& refusal) {
         throw zarngi::failureOf(path, refusal.error());
@@ -187,10 +192,11 @@ template <class Read> auto readFrom(const std::string& path, const Read& read)
 
 /** The value that is kept, or what `read` makes of the file. @throws zarngi::InputError */
 template <class Value, class Read>
-const Value& kept(KeptValues<Value>& values, const std::string& path, const Read& read)
+const Value& kept(KeptValues<Value>& values, const std::string& path, bool isDiscreet,
+                  const Read& read)
 {
     const Value* const value = values.find(path);
-    return value != nullptr ? *value : values.add(path, readFrom(path, read));
+    return value != nullptr ? *value : values.add(path, readFrom(path, isDiscreet, read));
 }
 
 Json described(const std::string& path, const char* kind, Json facts)
@@ -228,7 +234,7 @@ Json KeptFiles::identified(const std::string& path, const files::TableUnits& uni
 {
     OpenFile file(path);
     if (file.isStructureSet()) {
-        const auto& set = sets_.add(path, files::valueOf(file.structures()));
+        const auto& set = quoting_.sets.add(path, files::valueOf(file.structures()));
         return described(path, "structures", facts(set));
     }
     if (file.isPlan()) {
@@ -237,49 +243,64 @@ Json KeptFiles::identified(const std::string& path, const files::TableUnits& uni
     files::Result<files::DoseImage> read = file.dose(units);
     if (!read) {
         std::optional<files::StructureSet> set = masksAlone(file, read.error());
-        return set ? described(path, "structures", facts(sets_.add(path, std::move(*set))))
+        return set ? described(path, "structures", facts(quoting_.sets.add(path, std::move(*set))))
                    : refusalJson(path, read.error(), file.isDicom());
     }
     // What is kept hangs on nothing but its file.
-    const files::DoseImage& dose = units.areGiven() ? *read : doses_.add(path, std::move(*read));
+    const files::DoseImage& dose =
+        units.areGiven() ? *read : quoting_.doses.add(path, std::move(*read));
     Json json = described(path, "dose", facts(dose));
     if (holdsWholeNumbers(dose)) {
         if (auto mask = file.structures()) {
             json["kind"] = "mask";
-            json["mask"] = facts(sets_.add(path, std::move(*mask)));
+            json["mask"] = facts(quoting_.sets.add(path, std::move(*mask)));
         }
     }
     return json;
 }
 
-files::DoseImage KeptFiles::dose(const std::string& path, const files::TableUnits& units)
+files::DoseImage KeptFiles::dose(const std::string& path, const files::TableUnits& units,
+                                 bool isDiscreet)
 {
     if (units.areGiven()) { // tables are small
-        return readFrom(path, [&](OpenFile& file) { return file.dose(units); });
+        return readFrom(path, isDiscreet, [&](OpenFile& file) { return file.dose(units); });
     }
-    return kept(doses_, path, [](OpenFile& file) { return file.dose(); });
+    return kept(of(isDiscreet).doses, path, isDiscreet, [](OpenFile& file) { return file.dose(); });
 }
 
-const files::StructureSet& KeptFiles::structures(const std::string& path)
+const files::StructureSet& KeptFiles::structures(const std::string& path, bool isDiscreet)
 {
-    return kept(sets_, path, [](OpenFile& file) { return file.structures(); });
+    return kept(of(isDiscreet).sets, path, isDiscreet,
+                [](OpenFile& file) { return file.structures(); });
 }
 
-files::Plan KeptFiles::plan(const std::string& path)
+files::Plan KeptFiles::plan(const std::string& path, bool isDiscreet)
 {
-    return readFrom(path, [](OpenFile& file) { return file.plan(); });
+    return readFrom(path, isDiscreet, [](OpenFile& file) { return file.plan(); });
 }
 
-void KeptFiles::use(const std::set<std::string>& paths)
+void KeptFiles::use(const std::set<std::string>& paths, bool isDiscreet)
 {
-    doses_.use(paths);
-    sets_.use(paths);
+    of(isDiscreet).use(paths);
+    of(!isDiscreet).use({});
 }
 
 void KeptFiles::forget(const std::string& path)
 {
-    doses_.forget(path);
-    sets_.forget(path);
+    quoting_.forget(path);
+    discreet_.forget(path);
+}
+
+void KeptFiles::Kept::use(const std::set<std::string>& paths)
+{
+    doses.use(paths);
+    sets.use(paths);
+}
+
+void KeptFiles::Kept::forget(const std::string& path)
+{
+    doses.forget(path);
+    sets.forget(path);
 }
 
 } // namespace engine

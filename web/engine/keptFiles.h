@@ -18,6 +18,10 @@
 namespace engine
 {
 
+/**
+ * What was read is kept twice at most: as screens tell of it, whose messages quote what stands in
+ * files, and as anonymous documents do, discreetly.
+ */
 class KeptFiles
 {
 public:
@@ -30,24 +34,34 @@ public:
     zarngi::Json identify(const std::string& path, const files::TableUnits& units = {});
 
     /** @param units of a table that tells none. @throws zarngi::InputError */
-    files::DoseImage dose(const std::string& path, const files::TableUnits& units);
+    files::DoseImage dose(const std::string& path, const files::TableUnits& units,
+                          bool isDiscreet = false);
     /** Valid until the next call. @throws zarngi::InputError */
-    const files::StructureSet& structures(const std::string& path);
+    const files::StructureSet& structures(const std::string& path, bool isDiscreet);
 
     /** @throws zarngi::InputError */
-    static files::Plan plan(const std::string& path);
+    static files::Plan plan(const std::string& path, bool isDiscreet);
 
     /** The files of a comparison: their values are kept until those of another one are used. */
-    void use(const std::set<std::string>& paths);
+    void use(const std::set<std::string>& paths, bool isDiscreet);
 
     /** A file has changed, or is not there any more. */
     void forget(const std::string& path);
 
 private:
+    struct Kept {
+        KeptValues<files::DoseImage> doses;
+        KeptValues<files::StructureSet> sets;
+
+        void use(const std::set<std::string>& paths);
+        void forget(const std::string& path);
+    };
+
+    Kept& of(bool isDiscreet) { return isDiscreet ? discreet_ : quoting_; }
     zarngi::Json identified(const std::string& path, const files::TableUnits& units);
 
-    KeptValues<files::DoseImage> doses_;
-    KeptValues<files::StructureSet> sets_;
+    Kept quoting_;
+    Kept discreet_;
 };
 
 } // namespace engine

@@ -15,7 +15,16 @@ export interface DoseFacts {
     /** Null: a volume. */
     measurement: { kind: 'grid' | 'plane' | 'points'; places: number; measured: number } | null;
     warnings: string[];
-    dicom?: { summationType: string; doseType: string; planLabel: string; frameOfReference: string; plans: string[] };
+    dicom?: {
+        summationType: string;
+        doseType: string;
+        planLabel: string;
+        frameOfReference: string;
+        /** UIDs, as are those of the plans and of the objects that it was derived from. */
+        sopInstance: string;
+        plans: string[];
+        origins: string[];
+    };
 }
 
 export interface StructureFacts {
@@ -31,6 +40,8 @@ export interface PlanFacts {
     format: string;
     label: string;
     sopInstance: string;
+    /** Of the plans that it verifies, or was derived from. */
+    origins: string[];
     warnings: string[];
 }
 

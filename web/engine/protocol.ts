@@ -9,7 +9,7 @@ export type Call =
     | { call: 'request'; text: string }
     | { call: 'protocols' }
     | { call: 'protocol'; name: string }
-    | { call: 'compare'; request: RequestDocument; command: string }
+    | { call: 'compare'; request: RequestDocument; anonymous: boolean; command: string }
     | { call: 'rates'; criterion: string }
     | { call: 'volume'; volume: VolumeName; criterion?: number }
     | { call: 'structure'; structure: number; part: StructurePart }

@@ -98,6 +98,12 @@ export interface RequestDocument {
     header: HeaderTexts;
 }
 
+/** What is asked of a comparison of the page. */
+export interface ComparisonRequest extends RequestDocument {
+    /** Whether nothing is told of its files, nor of what they or its header say of a patient. */
+    anonymous: boolean;
+}
+
 /** Without files, and as usual otherwise. */
 export function usualRequest(): RequestDocument {
     return {

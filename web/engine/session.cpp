@@ -74,28 +74,33 @@ std::string imageFile(const std::string& name, const zarngi::Image& image)
 class KeptSource : public zarngi::DoseSource
 {
 public:
-    KeptSource(KeptFiles& files, zarngi::FileDigests digests)
-        : files_(files), digests_(std::move(digests))
+    KeptSource(KeptFiles& files, zarngi::FileDigests digests, bool isDiscreet)
+        : files_(files), digests_(std::move(digests)), isDiscreet_(isDiscreet)
     {
     }
 
     zarngi::DoseImage dose(const std::string& name, const files::TableUnits& units) override
     {
-        return files_.dose(name, units);
+        return files_.dose(name, units, isDiscreet_);
     }
 
     files::StructureSet structures(const std::string& name) override
     {
-        return files_.structures(name);
+        return files_.structures(name, isDiscreet_);
     }
 
-    files::Plan plan(const std::string& name) override { return KeptFiles::plan(name); }
+    files::Plan plan(const std::string& name) override
+    {
+        return KeptFiles::plan(name, isDiscreet_);
+    }
 
     zarngi::FileDigests digests() const override { return digests_; }
+    bool isDiscreet() const override { return isDiscreet_; }
 
 private:
     KeptFiles& files_;
     zarngi::FileDigests digests_;
+    bool isDiscreet_;
 };
 
 std::string textOf(const Json& call, const char* name)
@@ -132,12 +137,18 @@ files::TableUnits unitsOf(const Json& call)
     }
 }
 
+/** Whether nothing is told of the files, and of what they or the header say of a patient. */
+bool isAnonymous(const Json& call)
+{
+    return call.value("anonymous", false);
+}
+
 /** What decides the results of a call: all but what documents tell beside them. */
 Json decisiveOf(const Json& call, zarngi::Request request)
 {
     request.header = {};
     request.identify = false;
-    return {zarngi::requestJson(request), call.at("digests")};
+    return {zarngi::requestJson(request), call.at("digests"), isAnonymous(call)};
 }
 
 /** Null where nothing was tested. */
@@ -225,19 +236,21 @@ Json Session::compare(const Json& call)
     comparison_.request.header = request.header;
     comparison_.request.identify = request.identify;
     comparison_.request.commandLine = request.commandLine;
-    record_ = zarngi::comparisonJson(comparison_);
+    alias_ = isAnonymous(call) ? std::optional(std::string()) : std::nullopt;
+    record_ = zarngi::comparisonJson(comparison_, alias_);
     return {{"record", record_},
             {"isBelowLimit", comparison_.isBelowLimit()},
             {"isocentres", zarngi::isocentresOf(comparison_)},
-            {"headerOfFiles", zarngi::headerJson(zarngi::headerOfFiles(comparison_))}};
+            {"headerOfFiles",
+             zarngi::headerJson(zarngi::headerOf(zarngi::headerFilesOf(comparison_)))}};
 }
 
 void Session::compute(const zarngi::Request& request, const Json& call)
 {
     comparison_ = {}; // memory for two comparisons at once may not be there
     const std::vector<std::string> paths = request.files();
-    files_.use({paths.begin(), paths.end()});
-    KeptSource source(files_, digestsOf(call.at("digests")));
+    files_.use({paths.begin(), paths.end()}, isAnonymous(call));
+    KeptSource source(files_, digestsOf(call.at("digests")), isAnonymous(call));
     zarngi::Comparison comparison = zarngi::compare(request, source, {watchFor, watchWork, {}});
     comparison.readSeconds = call.at("readSeconds").get<double>();
     comparison_ = std::move(comparison);
@@ -307,7 +320,7 @@ Json Session::document(const Json& call)
         return withOutput(zarngi::toText(record_, 2) + "\n");
     }
     if (name == "csv") {
-        return withOutput(zarngi::comparisonCsv(comparison_));
+        return withOutput(zarngi::comparisonCsv(comparison_, alias_));
     }
     if (name == "page") {
         return withOutput(

@@ -5,6 +5,7 @@
 #ifndef ZARNGI_WEB_ENGINE_SESSION_H
 #define ZARNGI_WEB_ENGINE_SESSION_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,7 +45,8 @@ private:
 
     KeptFiles files_;
     zarngi::Comparison comparison_;
-    Json decisive_; ///< what decides its results
+    Json decisive_;                    ///< what decides its results
+    std::optional<std::string> alias_; ///< of anonymous documents; none: they name the files
     Json record_;
     std::string output_;
 };

@@ -1,8 +1,15 @@
 import { showComparison, showFailure } from '../views/page';
+import { showEvaluation } from './evaluation';
 import { PageData } from './pageData';
+import { isEvaluation, readDocument } from './pageRecord';
 
 async function start(): Promise<void> {
-    await showComparison(new PageData());
+    const document = readDocument();
+    if (isEvaluation(document)) {
+        showEvaluation(document);
+    } else {
+        await showComparison(new PageData(document));
+    }
 }
 
 start().catch(showFailure);

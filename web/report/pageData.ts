@@ -1,11 +1,22 @@
 import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
 import type { Role } from '../views/record';
-import { readRecord } from './pageRecord';
+import type { PageRecord } from './pageRecord';
 import { readIntegers, readVolume } from './pageVolume';
 
 /** The comparison that a program has written into this page. */
 export class PageData implements ComparisonData {
-    readonly record = readRecord();
+    readonly gammaAfter?: () => Promise<StoredVolume>;
+    readonly inUncertainties?: () => Promise<StoredVolume>;
+
+    constructor(readonly record: PageRecord) {
+        const { explanation, noise } = record;
+        if (explanation) {
+            this.gammaAfter = () => this.read(explanation.gammaVolume, 'reference');
+        }
+        if (noise) {
+            this.inUncertainties = () => this.read(noise.differenceVolume, 'reference');
+        }
+    }
 
     dose(role: Role): Promise<StoredVolume> {
         return this.read(role, role);
@@ -14,14 +25,6 @@ export class PageData implements ComparisonData {
     gamma(criterion: number): Promise<StoredVolume> {
         return this.read(this.record.criteria[criterion].gammaVolume, 'reference');
     }
-
-    readonly gammaAfter = this.record.explanation
-        ? () => this.read(this.record.explanation?.gammaVolume ?? '', 'reference')
-        : undefined;
-
-    readonly inUncertainties = this.record.noise
-        ? () => this.read(this.record.noise?.differenceVolume ?? '', 'reference')
-        : undefined;
 
     async structure(index: number): Promise<StructureShape> {
         const structure = this.record.structures?.list[index];

@@ -1,5 +1,5 @@
 import type {
-    ComparisonRecord, Criterion, ExplanationRecord, NoiseRecord, Role, StructureRecord, StructuresRecord,
+    ComparisonRecord, Criterion, EvaluationRecord, ExplanationRecord, NoiseRecord, Role, StructureRecord, StructuresRecord,
 } from '../views/record';
 
 export interface VolumeRecord {
@@ -19,7 +19,7 @@ export interface StructureElements {
 
 /** The record as the page carries it, with what tells where its volumes are; README.md defines it. */
 export interface PageRecord extends ComparisonRecord {
-    format: string;
+    format: 'zarngi-report';
     formatVersion: number;
     criteria: (Criterion & { gammaVolume: string })[];
     structures?: (StructuresRecord & { list: (StructureRecord & StructureElements)[] }) | null;
@@ -28,18 +28,25 @@ export interface PageRecord extends ComparisonRecord {
     volumes: VolumeRecord[];
 }
 
-/** Reads the record out of the page; throws an Error a reader can act on. */
-export function readRecord(): PageRecord {
+/** The page of one dose carries its document as it is. */
+export type EvaluationDocument = EvaluationRecord & { format: 'zarngi-dvh'; formatVersion: number };
+
+export function isEvaluation(document: PageRecord | EvaluationDocument): document is EvaluationDocument {
+    return document.format === 'zarngi-dvh';
+}
+
+/** Reads the document out of the page; throws an Error a reader can act on. */
+export function readDocument(): PageRecord | EvaluationDocument {
     const element = document.getElementById('zarngi-data');
     if (!element) {
         throw new Error('This page holds no data: it is the empty template of the report.');
     }
-    const record = JSON.parse(element.textContent ?? '') as PageRecord;
-    if (record.format !== 'zarngi-report' || record.formatVersion !== 1) {
+    const found = JSON.parse(element.textContent ?? '') as PageRecord | EvaluationDocument;
+    if (!['zarngi-report', 'zarngi-dvh'].includes(found.format) || found.formatVersion !== 1) {
         throw new Error('The data in this page is of a kind this page does not know.');
     }
-    if (record.criteria.length === 0) {
+    if (!isEvaluation(found) && found.criteria.length === 0) {
         throw new Error('The data in this page holds no criterion.');
     }
-    return record;
+    return found;
 }

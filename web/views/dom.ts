@@ -25,6 +25,13 @@ export function byId<T extends HTMLElement = HTMLElement>(id: string): T {
     return element as T;
 }
 
+/** A mark in the colour of a structure. */
+export function swatch(colour: string): HTMLElement {
+    const mark = el('span', { class: 'swatch', 'aria-hidden': 'true' });
+    mark.style.background = colour;
+    return mark;
+}
+
 /** A colour (or any other token) of the theme in force. */
 export function token(name: string): string {
     return getComputedStyle(document.documentElement).getPropertyValue(name).trim();

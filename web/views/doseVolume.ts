@@ -9,56 +9,47 @@ import type { Changes, State, Store } from './store';
 const height = 320;
 const decimals = 2;
 
-/** Dose-volume histograms of the outlined structures, and the figures of the chosen one. */
-export class DoseVolume {
+/** Dose-volume histograms of structures. */
+export class DoseCurves {
     private readonly chart: Chart;
-    private readonly list: StructureRecord[];
-    private readonly binWidth: number;
     private shown: StructureRecord[] = [];
 
+    /** @param isPair whether there are two doses */
     constructor(
-        private readonly model: Model,
-        store: Store,
+        private readonly doseUnit: string,
+        private readonly binWidth: number,
+        private readonly isPair: boolean,
+        ended?: AbortSignal,
     ) {
-        const { structures } = model.record;
-        this.list = structures?.list ?? [];
-        this.binWidth = structures?.dvhBinWidth ?? 1;
-        byId('dose-volume').hidden = false;
-        this.chart = new Chart(byId('dvh'), () => this.options(), height, store.ended);
-        store.subscribe((state, changes) => this.update(state, changes));
+        this.chart = new Chart(byId('dvh'), () => this.options(), height, ended);
+    }
+
+    show(structures: StructureRecord[]): void {
+        this.shown = structures.filter((s) => s?.dvh);
+        this.chart.create(this.data());
+        const names = this.shown.map((s) => s.name).join(', ') || 'no structure';
+        byId('dvh').setAttribute('aria-label', `Dose-volume histograms of ${names}`);
     }
 
     drawForPrint(width: number, tall: number): void {
         this.chart.create(this.data(), width, tall);
     }
 
-    private update(state: State, changes: Changes): void {
-        if (changes.has('structures') || changes.has('appearance')) {
-            this.shown = state.structures.map((i) => this.list[i]).filter((s) => s?.dvh);
-            this.chart.create(this.data());
-            const names = this.shown.map((s) => s.name).join(', ') || 'no structure';
-            byId('dvh').setAttribute('aria-label', `Dose-volume histograms of ${names}`);
-        }
-        if (changes.has('part') || changes.has('criterion')) {
-            this.tellFigures(state.part === null ? null : (this.list[state.part] ?? null));
-        }
-    }
-
     /** The curves over one axis of doses, in % of the volume. */
     private data(): uPlot.AlignedData {
-        const curves = this.shown.flatMap(({ dvh }) =>
-            dvh ? [dvh.reference.curve, dvh.evaluation?.curve ?? null] : [],
-        );
+        const curves = this.shown.flatMap(({ dvh }) => {
+            const evaluation = this.isPair ? [dvh?.evaluation?.curve ?? null] : [];
+            return dvh ? [dvh.reference.curve, ...evaluation] : [];
+        });
         const bins = Math.max(2, ...curves.map((curve) => curve?.length ?? 0));
         const doses = Array.from({ length: bins }, (_, i) => i * this.binWidth);
         const filled = curves.map((curve) => doses.map((_, i) => curve && 100 * (curve[i] ?? 0)));
         return [doses, ...filled];
     }
 
-    private options(): Omit<uPlot.Options, 'width' | 'height'> {
-        const unit = this.model.record.doseUnit;
-        const curve = (structure: StructureRecord, isReference: boolean): uPlot.Series => ({
-            label: `${structure.name}, ${isReference ? 'reference' : 'evaluation'}`,
+    private series(structure: StructureRecord): uPlot.Series[] {
+        const curve = (label: string, isReference: boolean): uPlot.Series => ({
+            label,
             scale: 'percent',
             stroke: structure.colour,
             width: scaled(isReference ? 1.6 : 1.3),
@@ -66,6 +57,14 @@ export class DoseVolume {
             points: { show: false },
             value: (_, value) => (value === null ? none : `${fixed(value, 1)} %`),
         });
+        const { name } = structure;
+        return this.isPair
+            ? [curve(`${name}, reference`, true), curve(`${name}, evaluation`, false)]
+            : [curve(name, true)];
+    }
+
+    private options(): Omit<uPlot.Options, 'width' | 'height'> {
+        const unit = this.doseUnit;
         return {
             cursor: { drag: { setScale: false }, points: { size: 5 } },
             legend: { markers: { width: 2 } },
@@ -79,9 +78,36 @@ export class DoseVolume {
             ],
             series: [
                 { label: 'Dose', value: (_, value) => (value === null ? none : `${fixed(value, decimals)} ${unit}`) },
-                ...this.shown.flatMap((structure) => [curve(structure, true), curve(structure, false)]),
+                ...this.shown.flatMap((structure) => this.series(structure)),
             ],
         };
+    }
+}
+
+/** Dose-volume histograms of the outlined structures, and the figures of the chosen one. */
+export class DoseVolume {
+    private readonly curves: DoseCurves;
+    private readonly list: StructureRecord[];
+
+    constructor(model: Model, store: Store) {
+        const { structures, doseUnit } = model.record;
+        this.list = structures?.list ?? [];
+        byId('dose-volume').hidden = false;
+        this.curves = new DoseCurves(doseUnit, structures?.dvhBinWidth ?? 1, true, store.ended);
+        store.subscribe((state, changes) => this.update(state, changes));
+    }
+
+    drawForPrint(width: number, tall: number): void {
+        this.curves.drawForPrint(width, tall);
+    }
+
+    private update(state: State, changes: Changes): void {
+        if (changes.has('structures') || changes.has('appearance')) {
+            this.curves.show(state.structures.map((i) => this.list[i]));
+        }
+        if (changes.has('part') || changes.has('criterion')) {
+            this.tellFigures(state.part === null ? null : (this.list[state.part] ?? null));
+        }
     }
 
     private tellFigures(structure: StructureRecord | null): void {

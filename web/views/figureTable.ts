@@ -1,6 +1,6 @@
 import { byId, el } from './dom';
 import { fixed, none, signed } from './format';
-import type { ComparisonRecord, StructureDoses, StructureRecord } from './record';
+import type { StructureDoses, StructureRecord, StructuresRecord } from './record';
 import { targetsFirst } from './targets';
 
 const decimals = 2;
@@ -23,24 +23,27 @@ function columnsOf(list: StructureRecord[]): Column[] {
     ];
 }
 
-/** The reference's figure, below it by how much that of the evaluation is above. */
-function cellOf(structure: StructureRecord, { of }: Column): HTMLElement {
+/** The figure of the one dose, or of the reference, and below it by how much that of the evaluation is above. */
+function cellOf(structure: StructureRecord, { of }: Column, isPair: boolean): HTMLElement {
     const { dvh } = structure;
     const difference = dvh?.difference ? of(dvh.difference) : null;
     return el(
         'td',
         {},
         dvh ? fixed(of(dvh.reference), decimals) : none,
-        el('div', { class: 'muted' }, difference === null ? none : signed(difference, decimals)),
+        isPair ? el('div', { class: 'muted' }, difference === null ? none : signed(difference, decimals)) : null,
     );
 }
 
-/** All figures of all structures, targets first. */
-export function showFigures({ structures }: ComparisonRecord): void {
-    if (!structures) {
-        return;
-    }
-    const { list } = structures;
+/**
+ * All figures of all structures, targets first.
+ * @param before what stands before the name of the structure at a place
+ */
+export function showFigures(
+    { list }: StructuresRecord,
+    isPair: boolean,
+    before: (place: number) => HTMLElement | null = () => null,
+): void {
     const columns = columnsOf(list);
     const heads = ['Volume / cm³', ...columns.map(({ name }) => name)];
     byId('figure-card').hidden = false;
@@ -53,9 +56,9 @@ export function showFigures({ structures }: ComparisonRecord): void {
             el(
                 'tr',
                 {},
-                el('th', { scope: 'row', class: 'word' }, list[place].name),
+                el('th', { scope: 'row', class: 'word' }, before(place), list[place].name),
                 el('td', {}, fixed(list[place].volume, decimals)),
-                ...columns.map((column) => cellOf(list[place], column)),
+                ...columns.map((column) => cellOf(list[place], column, isPair)),
             ),
         ),
     );

@@ -1,6 +1,6 @@
 import { byId, el } from './dom';
 import { fixed, none, plain } from './format';
-import type { ComparisonRecord, GoalRecord } from './record';
+import type { GoalRecord } from './record';
 import { chip } from './summary';
 
 const relations: Record<string, string> = { '<=': '≤', '>=': '≥' };
@@ -24,7 +24,14 @@ function withUnit(text: string, unit: string): string {
     return unit === '' ? text : `${text}\u00a0${unit}`;
 }
 
-function rowOf(goal: GoalRecord): HTMLElement {
+/** What was found: of both doses and their difference, or of the one dose. */
+function foundIn({ reference, evaluation, difference, unit }: GoalRecord, isPair: boolean): HTMLElement[] {
+    return isPair
+        ? [reference, evaluation, difference].map(({ value }) => el('td', {}, shown(value)))
+        : [el('td', {}, withUnit(shown(reference.value), reference.value === null ? '' : unit))];
+}
+
+function rowOf(goal: GoalRecord, isPair: boolean): HTMLElement {
     const { structure, figure, relation, limit, limitUnit, verdict, note } = goal;
     const asked = `${figure} ${relations[relation] ?? relation} ${withUnit(plain(limit), limitUnit)}`;
     const margin = marginOf(goal);
@@ -33,17 +40,15 @@ function rowOf(goal: GoalRecord): HTMLElement {
         { 'data-verdict': verdict },
         el('th', { scope: 'row', class: 'word' }, structure),
         el('td', { class: 'word' }, asked),
-        el('td', {}, shown(goal.reference.value)),
-        el('td', {}, shown(goal.evaluation.value)),
-        el('td', {}, shown(goal.difference.value)),
+        ...foundIn(goal, isPair),
         el('td', {}, margin === null ? none : (margin > 0 ? '+' : '') + shown(margin)),
         el('td', { class: 'word' }, verdict === 'none' ? `Not determined: ${note ?? ''}` : chip(verdict)),
     );
 }
 
 /** "3 of 5 goals met" beside the verdict, and the table of them; nothing where none is set. */
-export function showGoals({ goals }: ComparisonRecord): void {
-    if (!goals) {
+export function showGoals(goals: GoalRecord[], isPair: boolean): void {
+    if (goals.length === 0) {
         return;
     }
     const met = goals.filter(({ verdict }) => verdict === 'pass').length;
@@ -52,5 +57,5 @@ export function showGoals({ goals }: ComparisonRecord): void {
     line.hidden = false;
     line.replaceChildren(chip(met === goals.length ? 'pass' : 'fail'), ` ${sentence}`);
     byId('goal-card').hidden = false;
-    byId('goal-rows').replaceChildren(...goals.map(rowOf));
+    byId('goal-rows').replaceChildren(...goals.map((goal) => rowOf(goal, isPair)));
 }

@@ -30,7 +30,7 @@ export function showHeader(header: HeaderRecord | null | undefined): void {
     );
     byId('signatures').replaceChildren(
         ...signed.map((field) =>
-            el('p', { 'data-field': field, class: header?.[field] ? '' : 'unsigned' }, `${headerLabels[field]}: `, el('span', {}, header?.[field])),
+            el('p', { 'data-field': field, class: header?.[field] ? '' : 'unsigned' }, `${headerLabels[field]}: `, el('span', {}, header?.[field]), el('span', { class: 'date' }, 'Date')),
         ),
     );
     const isEmpty = told.length === 0 && !signed.some((field) => header?.[field]);

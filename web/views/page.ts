@@ -23,7 +23,7 @@ import { StructureList } from './structureList';
 import { Summary } from './summary';
 import { showSweeps } from './sweeps';
 import { Tables } from './tables';
-import { targetsFirst } from './targets';
+import { drawnAtFirst } from './targets';
 import { setUpTheme } from './theme';
 import { Viewer } from './viewer';
 
@@ -41,19 +41,11 @@ function initialState(record: ComparisonRecord): State {
         crosshair: true,
         smooth: false,
         wholeGrid: false,
-        structures: outlinedAtFirst(record),
+        structures: drawnAtFirst(record.structures?.list ?? []),
         part: null,
         gammaVolume: false,
         appearance: 0,
     };
-}
-
-/** Targets first; not the outline of the body, and not so many that they hide what is beneath. */
-function outlinedAtFirst(record: ComparisonRecord): number[] {
-    const most = 10;
-    const list = record.structures?.list ?? [];
-    const inner = targetsFirst(list).filter((i) => list[i].type !== 'EXTERNAL' && list[i].voxels > 0);
-    return inner.slice(0, most);
 }
 
 async function highestDose({ reference, evaluationSource }: Model): Promise<number> {
@@ -95,8 +87,10 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
         }
         setUpTheme(store);
         new Summary(record, store);
-        showGoals(record);
-        showFigures(record);
+        showGoals(record.goals ?? [], true);
+        if (record.structures) {
+            showFigures(record.structures, true);
+        }
         showNoise(record);
         byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
         byId('page').hidden = false;

@@ -279,6 +279,23 @@ export interface NoiseRecord {
     notes: string[];
 }
 
+/** One dose in structures; its figures are those of `reference`. */
+export interface EvaluationRecord {
+    program: { name: string; version: string };
+    created: string;
+    command?: string | null;
+    header?: HeaderRecord | null;
+    protocol?: ProtocolRecord | null;
+    file: FileRecord;
+    grid: GridRecord;
+    doseUnit: string;
+    structures: StructuresRecord;
+    /** Empty: none was set. */
+    goals: GoalRecord[];
+    warnings?: string[] | null;
+    gate?: NamedText[] | null;
+}
+
 export interface ComparisonRecord {
     program: { name: string; version: string };
     /** ISO 8601, UTC. */

@@ -1,10 +1,11 @@
 import { notTested } from './comparison';
-import { byId, el } from './dom';
+import { byId, el, swatch } from './dom';
 import { fixed, none, rate, whole } from './format';
 import { gammaText, meanText } from './judged';
 import type { Model } from './model';
 import type { Criterion, PartResult, StructureRecord, Triple, Verdict } from './record';
 import type { Changes, State, Store } from './store';
+import { showStructureNotes } from './structureNotes';
 import { chip } from './summary';
 import { targetsFirst } from './targets';
 
@@ -84,7 +85,7 @@ export class StructureList {
             const button = head.querySelector('button');
             button?.addEventListener('click', () => this.sortBy(head.dataset.sort as Column));
         });
-        this.tellNotes();
+        showStructureNotes(model.record.structures!);
         store.subscribe((state, changes) => this.update(state, changes));
     }
 
@@ -208,25 +209,4 @@ export class StructureList {
         });
         return best < 0 ? null : grid.voxel(best);
     }
-
-    private tellNotes(): void {
-        const names = new Map<string, string[]>();
-        this.structures.forEach((s) =>
-            s.notes.forEach((note) => names.set(note, [...(names.get(note) ?? []), s.name])),
-        );
-        // What several share stands once, with their names behind it.
-        const notes = [...names].map(([note, of]) =>
-            of.length === 1 ? `${of[0]} ${note}.` : `${of.length} structures: each ${note}: ${of.join(', ')}.`,
-        );
-        const refused = this.model.record.structures?.refused ?? [];
-        const lines = [...refused.map((r) => `${r.name} is left out: it ${r.reason}.`), ...notes];
-        byId('structure-notes').replaceChildren(...lines.map((line) => el('li', {}, line)));
-        byId('structure-notes').hidden = lines.length === 0;
-    }
-}
-
-function swatch(colour: string): HTMLElement {
-    const mark = el('span', { class: 'swatch', 'aria-hidden': 'true' });
-    mark.style.background = colour;
-    return mark;
 }

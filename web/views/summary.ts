@@ -3,7 +3,9 @@ import { byId, el } from './dom';
 import { showHeader } from './headerCard';
 import { bytes, fixed, none, plain, rate, unbroken, whole } from './format';
 import { gammaText, judgedBy, meanText, nameOfCriterion, placesName, sidesText, type Judged } from './judged';
-import type { ComparisonRecord, Criterion, NamedText, ProtocolRecord, Role, Verdict } from './record';
+import type {
+    ComparisonRecord, Criterion, FileRecord, GridRecord, NamedText, ProtocolRecord, Role, Verdict,
+} from './record';
 import type { State, Store } from './store';
 
 interface VerdictText {
@@ -62,8 +64,8 @@ export class Summary {
         private readonly record: ComparisonRecord,
         private readonly store: Store,
     ) {
-        document.title = record.title ?? `Gamma: ${record.files.evaluation.name}`;
-        byId('title').textContent = record.title ?? 'Gamma comparison';
+        document.title = record.title || `Gamma: ${record.files.evaluation.name}`;
+        byId('title').textContent = record.title || 'Gamma comparison';
         byId('files').replaceChildren(...fileLines(record));
         byId('criteria-rows').replaceChildren(...record.criteria.map((c, i) => this.row(c, i)));
         byId('provenance').replaceChildren(...provenance(record));
@@ -169,36 +171,64 @@ function gauge({ figures, limits }: Judged): HTMLElement[] {
 function fileLines(record: ComparisonRecord): HTMLElement[] {
     return (['reference', 'evaluation'] as Role[]).flatMap((role) => {
         const file = record.files[role];
-        const details = [file.format, file.description].filter(Boolean).join(', ');
         return [
             el('dt', { class: role }, role === 'reference' ? 'Reference' : 'Evaluation'),
-            el('dd', {}, file.name, details ? el('span', { class: 'muted' }, ` ${details}`) : null),
+            el('dd', {}, file.name, fileDetails(file)),
         ];
     });
+}
+
+/** What stands behind the name of a file; null: nothing. */
+export function fileDetails({ format, description }: FileRecord): HTMLElement | null {
+    const details = [format, description].filter(Boolean).join(', ');
+    return details ? el('span', { class: 'muted' }, ` ${details}`) : null;
+}
+
+interface Placed {
+    file: FileRecord;
+    grid: GridRecord;
+    doseUnit: string;
+    /** Along which there are several places; absent: all. */
+    axes?: number[];
+    /** How many; absent: it is a grid. */
+    points?: number;
+}
+
+/** A dose in the table at the foot: its file, where it lies, its maximum. */
+export function gridRow(name: string, { file, grid, doseUnit, axes = [0, 1, 2], points }: Placed): HTMLElement {
+    const { maximum } = grid;
+    const isGrid = points === undefined;
+    return el(
+        'tr',
+        {},
+        el('th', { scope: 'row' }, name),
+        el('td', { class: 'path' }, file.path ?? file.name),
+        el('td', {}, points === undefined ? axes.map((a) => grid.size[a]).join(' × ') : whole(points)),
+        el('td', {}, isGrid ? axes.flatMap((a) => grid.spacing[a] ?? []).map(plain).join(' × ') : none),
+        el('td', {}, isGrid ? grid.origin.map((o) => fixed(o, 2)).join(', ') : none),
+        el('td', {}, maximum ? `${plain(maximum.dose)} ${doseUnit}` : none),
+        el('td', {}, file.bytes ? bytes(file.bytes) : none),
+        el('td', { class: 'digest', title: file.sha256 ?? '' }, file.sha256?.slice(0, 16) ?? none),
+    );
+}
+
+/** By which program, and when. */
+export function made({ program, created }: Pick<ComparisonRecord, 'program' | 'created'>): string {
+    return `${program.name} ${program.version}, ${when(created)}.`;
 }
 
 function provenance(record: ComparisonRecord): HTMLElement[] {
     const unit = record.doseUnit;
     const criterion = record.criteria[0];
-    const rows = (['reference', 'evaluation'] as Role[]).map((role) => {
-        const file = record.files[role];
-        const grid = record.grids[role];
-        const maximum = grid.maximum;
-        const points = record.measurements?.[role]?.points;
-        const axes = longAxes(record, role);
-        return el(
-            'tr',
-            {},
-            el('th', { scope: 'row' }, role === 'reference' ? 'Reference' : 'Evaluation'),
-            el('td', { class: 'path' }, file.path ?? file.name),
-            el('td', {}, points ? whole(points.length) : axes.map((a) => grid.size[a]).join(' × ')),
-            el('td', {}, points ? none : axes.flatMap((a) => grid.spacing[a] ?? []).map(plain).join(' × ')),
-            el('td', {}, points ? none : grid.origin.map((o) => fixed(o, 2)).join(', ')),
-            el('td', {}, maximum ? `${plain(maximum.dose)} ${unit}` : none),
-            el('td', {}, file.bytes ? bytes(file.bytes) : none),
-            el('td', { class: 'digest', title: file.sha256 ?? '' }, file.sha256?.slice(0, 16) ?? none),
-        );
-    });
+    const rows = (['reference', 'evaluation'] as Role[]).map((role) =>
+        gridRow(role === 'reference' ? 'Reference' : 'Evaluation', {
+            file: record.files[role],
+            grid: record.grids[role],
+            doseUnit: unit,
+            axes: longAxes(record, role),
+            points: record.measurements?.[role]?.points?.length,
+        }),
+    );
     const settings = [
         `Normalisation ${plain(criterion.normalisationDose)} ${unit}`,
         `cut-off ${plain(criterion.cutoffPercent)} % (${plain(criterion.cutoffDose)} ${unit})`,
@@ -207,14 +237,12 @@ function provenance(record: ComparisonRecord): HTMLElement[] {
         criterion.interpolation === false ? 'doses not interpolated' : 'doses interpolated',
     ].filter(Boolean);
     byId('settings').textContent = unbroken(`${settings.join(', ')} (${nameOfCriterion(criterion)}).`);
-    byId('made-by').textContent =
-        `${record.program.name} ${record.program.version}, ${when(record.created)}. ` +
-        'Limits after AAPM TG-218.';
+    byId('made-by').textContent = `${made(record)} Limits after AAPM TG-218.`;
     byId('command').textContent = record.command ?? '';
     return rows;
 }
 
-function showProtocol(protocol: ProtocolRecord | null): void {
+export function showProtocol(protocol: ProtocolRecord | null): void {
     const line = byId('protocol');
     line.hidden = protocol === null;
     if (protocol) {
@@ -232,7 +260,7 @@ function showConditions(conditions: NamedText[]): void {
     line.replaceChildren(el('strong', {}, 'Not as usual: '), conditions.map((c) => c.text).join('; '));
 }
 
-function showGate(warnings: NamedText[]): void {
+export function showGate(warnings: NamedText[]): void {
     const list = byId('gate');
     list.hidden = warnings.length === 0;
     list.replaceChildren(...warnings.map(({ name, text }) => el('li', { 'data-name': name }, text)));

@@ -13,3 +13,10 @@ export function targetsFirst(list: StructureRecord[]): number[] {
     const places = list.map((_, place) => place);
     return [...places.filter((i) => isTarget(list[i])), ...places.filter((i) => !isTarget(list[i]))];
 }
+
+/** Targets first; not the outline of the body, and not so many that they hide one another. */
+export function drawnAtFirst(list: StructureRecord[]): number[] {
+    const most = 10;
+    const inner = targetsFirst(list).filter((i) => list[i].type !== 'EXTERNAL' && list[i].voxels > 0);
+    return inner.slice(0, most);
+}

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "files/formats/dicom/elementWriter.h"
+#include "files/formats/dicom/identity.h"
 #include "files/text.h"
 
 namespace files
@@ -16,7 +17,6 @@ namespace
 {
 
 constexpr const char* doseClass = "1.2.840.10008.5.1.4.1.1.481.2";
-constexpr const char* planClass = "1.2.840.10008.5.1.4.1.1.481.5";
 
 double largestMagnitude(const Values& values)
 {
@@ -131,7 +131,8 @@ void writeGrid(ElementWriter& data, const Geometry& geometry, bool isSigned)
 std::string planItem(const DicomStudy& study)
 {
     ElementWriter item;
-    item.uid(0x00081150, study.planClass.empty() ? planClass : study.planClass);
+    item.uid(0x00081150,
+             study.planClass.empty() ? std::string(dicomClasses::plan) : study.planClass);
     item.uid(0x00081155, study.plan);
     ElementWriter items;
     items.item(item.bytes());

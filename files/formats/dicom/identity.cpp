@@ -15,15 +15,15 @@ namespace tags
 namespace
 {
 constexpr DicomTag metaSopClass{0x00020002, "Media Storage SOP Class UID"};
-constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
 constexpr DicomTag manufacturer{0x00080070, "Manufacturer"};
-constexpr DicomTag patientBirthDate{0x00100030, "Patient's Birth Date"};
 constexpr DicomTag doseType{0x30040004, "Dose Type"};
 constexpr DicomTag doseComment{0x30040006, "Dose Comment"};
 constexpr DicomTag summationType{0x3004000A, "Dose Summation Type"};
-constexpr DicomTag referencedPlans{0x300C0002, "Referenced RT Plan Sequence"};
-constexpr DicomTag referencedFractionGroups{0x300C0020, "Referenced Fraction Group Sequence"};
+constexpr DicomTag referencedInstances{0x0008114A, "Referenced Instance Sequence"};
+constexpr DicomTag referencedClass{0x00081150, "Referenced SOP Class UID"};
 constexpr DicomTag referencedInstance{0x00081155, "Referenced SOP Instance UID"};
+constexpr DicomTag referencedFractionGroups{0x300C0020, "Referenced Fraction Group Sequence"};
+constexpr DicomTag referencedDoses{0x300C0080, "Referenced Dose Sequence"};
 } // namespace
 } // namespace tags
 
@@ -34,7 +34,7 @@ namespace
 ReferencedPlan referencedPlan(const DicomValues& item)
 {
     ReferencedPlan plan;
-    plan.sopInstance = item.text(tags::referencedInstance);
+    plan.sopInstance = dicomReference(item).sopInstance;
     forEachDicomItem(item, tags::referencedFractionGroups, [&](const DicomValues& group) {
         forEachDicomItem(group, dicomTags::referencedBeams, [&](const DicomValues& beam) {
             plan.beams.push_back(beam.wholeNumber(dicomTags::referencedBeam));
@@ -48,7 +48,7 @@ std::vector<ReferencedPlan> referencedPlans(const DicomValues& values)
 {
     const auto plans = resultOf([&] {
         std::vector<ReferencedPlan> list;
-        forEachDicomItem(values, tags::referencedPlans, [&list](const DicomValues& item) {
+        forEachDicomItem(values, dicomTags::referencedPlans, [&list](const DicomValues& item) {
             list.push_back(referencedPlan(item));
         });
         return list;
@@ -56,12 +56,32 @@ std::vector<ReferencedPlan> referencedPlans(const DicomValues& values)
     return plans ? *plans : std::vector<ReferencedPlan>();
 }
 
+/** The objects that a dose was derived from, among them doses; none where they cannot be read. */
+std::vector<std::string> originsOf(const DicomValues& values)
+{
+    const auto origins = resultOf([&] {
+        std::vector<std::string> list;
+        for (const DicomTag& sequence : {tags::referencedInstances, tags::referencedDoses}) {
+            forEachDicomItem(values, sequence, [&list](const DicomValues& item) {
+                list.push_back(dicomReference(item).sopInstance);
+            });
+        }
+        return list;
+    });
+    return origins ? *origins : std::vector<std::string>();
+}
+
 } // namespace
+
+DicomReference dicomReference(const DicomValues& item)
+{
+    return {item.text(tags::referencedClass), item.text(tags::referencedInstance)};
+}
 
 bool isDicomObject(const DicomFile& file, std::string_view storage, std::string_view modality)
 {
     const DicomValues values = file.values();
-    return values.text(tags::sopClass) == storage ||
+    return values.text(dicomTags::sopClass) == storage ||
            file.metaValues().text(tags::metaSopClass) == storage ||
            values.text(dicomTags::modality) == modality;
 }
@@ -81,8 +101,9 @@ DicomIdentity dicomIdentity(const DicomValues& values, DicomTexts& texts)
     identity.sopInstance = text(dicomTags::sopInstance);
     identity.patientName = texts.text(values, dicomTags::patientName, DicomTextKind::personName);
     identity.patientId = text(dicomTags::patientId);
-    identity.patientBirthDate = text(tags::patientBirthDate);
+    identity.patientBirthDate = text(dicomTags::patientBirthDate);
     identity.plans = referencedPlans(values);
+    identity.origins = originsOf(values);
     return identity;
 }
 

@@ -1,9 +1,10 @@
 #include "files/formats/dicom/study.h"
 
-#include <string_view>
+#include <utility>
 
 #include "files/fileFormat.h"
 #include "files/formats/dicom/file.h"
+#include "files/formats/dicom/identity.h"
 #include "files/formats/dicom/texts.h"
 #include "files/namedFile.h"
 #include "files/toldResult.h"
@@ -16,40 +17,29 @@ namespace
 
 namespace tags
 {
-constexpr DicomTag sopClass{0x00080016, "SOP Class UID"};
-constexpr DicomTag sopInstance{0x00080018, "SOP Instance UID"};
 constexpr DicomTag studyDate{0x00080020, "Study Date"};
 constexpr DicomTag studyTime{0x00080030, "Study Time"};
 constexpr DicomTag accessionNumber{0x00080050, "Accession Number"};
 constexpr DicomTag referringPhysician{0x00080090, "Referring Physician's Name"};
-constexpr DicomTag referencedClass{0x00081150, "Referenced SOP Class UID"};
-constexpr DicomTag referencedInstance{0x00081155, "Referenced SOP Instance UID"};
-constexpr DicomTag patientName{0x00100010, "Patient's Name"};
-constexpr DicomTag patientId{0x00100020, "Patient ID"};
-constexpr DicomTag patientBirthDate{0x00100030, "Patient's Birth Date"};
 constexpr DicomTag patientSex{0x00100040, "Patient's Sex"};
 constexpr DicomTag studyInstance{0x0020000D, "Study Instance UID"};
 constexpr DicomTag studyId{0x00200010, "Study ID"};
-constexpr DicomTag frameOfReference{0x00200052, "Frame of Reference UID"};
 constexpr DicomTag positionReference{0x00201040, "Position Reference Indicator"};
-constexpr DicomTag referencedPlans{0x300C0002, "Referenced RT Plan Sequence"};
 } // namespace tags
-
-constexpr std::string_view planClass = "1.2.840.10008.5.1.4.1.1.481.5";
-constexpr std::string_view ionPlanClass = "1.2.840.10008.5.1.4.1.1.481.8";
 
 void takePlan(DicomStudy& study, const DicomValues& values)
 {
-    const std::string sopClass = values.text(tags::sopClass);
-    if (sopClass == planClass || sopClass == ionPlanClass) {
-        study.plan = values.text(tags::sopInstance);
+    const std::string sopClass = values.text(dicomTags::sopClass);
+    if (sopClass == dicomClasses::plan || sopClass == dicomClasses::ionPlan) {
+        study.plan = values.text(dicomTags::sopInstance);
         study.planClass = sopClass;
         return;
     }
-    forEachDicomItem(values, tags::referencedPlans, [&study](const DicomValues& item) {
+    forEachDicomItem(values, dicomTags::referencedPlans, [&study](const DicomValues& item) {
         if (study.plan.empty()) {
-            study.plan = item.text(tags::referencedInstance);
-            study.planClass = item.text(tags::referencedClass);
+            DicomReference plan = dicomReference(item);
+            study.plan = std::move(plan.sopInstance);
+            study.planClass = std::move(plan.sopClass);
         }
     });
 }
@@ -62,18 +52,18 @@ DicomStudy studyOf(const DicomFile& file)
     const auto person = [&](const DicomTag& tag) {
         return texts.text(values, tag, DicomTextKind::personName);
     };
-    study.patientName = person(tags::patientName);
+    study.patientName = person(dicomTags::patientName);
     study.referringPhysician = person(tags::referringPhysician);
-    study.patientId = texts.text(values, tags::patientId);
+    study.patientId = texts.text(values, dicomTags::patientId);
     study.id = texts.text(values, tags::studyId);
     study.accessionNumber = texts.text(values, tags::accessionNumber);
     study.positionReference = texts.text(values, tags::positionReference);
-    study.patientBirthDate = values.text(tags::patientBirthDate);
+    study.patientBirthDate = values.text(dicomTags::patientBirthDate);
     study.patientSex = values.text(tags::patientSex);
     study.instance = values.text(tags::studyInstance);
     study.date = values.text(tags::studyDate);
     study.time = values.text(tags::studyTime);
-    study.frameOfReference = values.text(tags::frameOfReference);
+    study.frameOfReference = values.text(dicomTags::frameOfReference);
     takePlan(study, values);
     return study;
 }

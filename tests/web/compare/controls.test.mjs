@@ -395,6 +395,37 @@ describe('a plan that is dropped', () => {
     test('all this without a message or a request', () => assert.deepEqual(complaints, []));
 });
 
+test('without names nothing that goes out tells of files and patient', async () => {
+    const { page, complaints } = await openPage(place.browser);
+    await comparing(page, () => drop(page, join(folder, 'planted')));
+    await comparing(page, async () => (await unfolded(page, 'identify')).check());
+    await comparing(page, () => page.locator('#header-comment').fill('Mustermann'));
+    const planted = () => page.locator('#page').evaluate((main) => /Mustermann|secret-id/i.test(document.title + main.outerHTML));
+    const told = async () => {
+        const texts = [];
+        for (const id of ['save-page', 'save-json', 'save-csv']) {
+            const { name, bytes } = await saved(page, id);
+            texts.push(name + bytes.toString());
+        }
+        return texts.map((text) => /Mustermann|secret-id|1\.2\.77\.1/i.test(text));
+    };
+    assert.deepEqual([await planted(), ...(await told())], [true, true, true, true]);
+    const rates = await page.locator('#verdict-rate').innerText();
+
+    await comparing(page, async () => {
+        await page.locator('#anonymous').check();
+        assert.ok(await page.locator('#save-json').isDisabled(), 'what is shown still tells of the files');
+    });
+    assert.deepEqual([await planted(), ...(await told())], [false, false, false, false]);
+    assert.equal(await page.locator('#verdict-rate').innerText(), rates);
+    assert.match(await page.locator('#files').innerText(), /reference[^]*evaluation/);
+
+    await comparing(page, () => page.locator('#anonymous').uncheck());
+    assert.ok(await planted());
+    assert.deepEqual(complaints, []);
+    await page.context().close();
+});
+
 test('the browser keeps criteria, cut-off and limits between visits, and nothing else', async () => {
     const { page, complaints } = await openPage(place.browser);
     const fill = async (id, value) => (await unfolded(page, id)).fill(value);

@@ -106,8 +106,62 @@ def write_mixed(folder):
     (folder / "plan.pdf").write_bytes(b"%PDF-1.4")
 
 
+def write_related(folder):
+    """Pairs of which the second came before the first, as nothing but their elements tells; and some of neither."""
+
+    def pair(name, plans=("1.2.77.2", "1.2.77.1"), summations=("PLAN", "PLAN")):
+        (folder / name).mkdir(parents=True)
+        paths = [folder / name / "first.dcm", folder / name / "second.dcm"]
+        for path, dose, plan, summation in zip(paths, doses.pair(), plans, summations):
+            doses.write_dicom(path, dose, doses.DicomStyle(elements={"DoseSummationType": summation}))
+            plan_files.refer(path, plan)
+        return paths
+
+    for relationship in ("VERIFIED_PLAN", "PREDECESSOR", "ALTERNATIVE"):
+        pair(relationship)
+        plan = plan_files.write_plan(folder / relationship / "x.dcm", "1.2.77.2")
+        plan_files.relate(plan, "1.2.77.1", relationship)
+    for name in ("ReferencedInstanceSequence", "ReferencedDoseSequence"):
+        plan_files.derive(*pair(name), name)
+    first, second = pair("each-other")
+    plan_files.derive(first, second)
+    plan_files.derive(second, first)
+    pair("recorded", ("1.2.77.1", "1.2.77.1"), ("RECORD", "PLAN"))
+    pair("recorded-of-another", summations=("RECORD", "PLAN"))
+
+
+def write_planted(folder):
+    """A pair with plan and structures whose names and elements hold a name."""
+    folder.mkdir()
+    name = "Mustermann"
+    for role, dose in zip(("reference", "evaluation"), doses.pair()):
+        path = doses.write_dicom(folder / f"{name}-{role}.dcm", dose)
+        plan_files.plant(plan_files.refer(path, "1.2.77.1"), name)
+    plan_files.plant(plan_files.write_plan(folder / f"{name}-plan.dcm"), name)
+    plan_files.plant(write_structures(folder / f"{name}-structures.dcm"), name)
+    write_mask(folder / f"{name}-mask.nrrd", doses.pair()[0])
+
+
+def write_patient(folder, number):
+    """What a planning system exports of a patient: a plan and its dose, a recomputed dose, structures."""
+    folder.mkdir(parents=True)
+    plan, patient = f"1.2.77.{number}", f"patient-{number}"
+    shift = 0.5 * number
+    for name, dose in (("RD.planned.dcm", doses.blob()), ("RD.recomputed.dcm", doses.blob(shift, scale=1.01))):
+        style = doses.DicomStyle(elements={"DoseSummationType": "PLAN", "PatientID": patient})
+        plan_files.refer(doses.write_dicom(folder / name, dose, style), plan)
+    plan_files.write_plan(folder / "RP.dcm", plan, patient, RTPlanLabel=f"HN {number}")
+    data = pydicom.dcmread(write_structures(folder / "RS.dcm"))
+    data.PatientID = patient
+    data.save_as(folder / "RS.dcm")
+
+
 if __name__ == "__main__":
     target = pathlib.Path(sys.argv[1])
     target.mkdir(parents=True, exist_ok=True)
     write_pairs(target)
     write_mixed(target / "mixed")
+    write_related(target / "related")
+    write_planted(target / "planted")
+    write_patient(target / "patients" / "first", 1)
+    write_patient(target / "patients" / "second", 2)
