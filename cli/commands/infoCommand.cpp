@@ -223,8 +223,7 @@ ExitCode info(const InfoOptions& options)
     FileDigests* const wanted = options.asJson ? &digests : nullptr;
     const files::AnyContents contents =
         options.asStructures ? readStructures(options.file, wanted)
-                             : readAnyFile(options.file, wanted,
-                                           parseUnits(options.units.dose, options.units.length));
+                             : readAnyFile(options.file, wanted, options.units.parsed());
     std::visit([&](const auto& value) { print(value, digests, options); }, contents);
     return ExitCode::fine;
 }
