@@ -51,7 +51,7 @@ describe('a day', () => {
     test('criteria one after another, local, for structures', async () => {
         for (const criteria of ['1%/1mm', '2%L/2mm', 'PTV*:2%/1mm']) {
             await comparing(page, () => page.locator('#criteria').fill(criteria));
-            assert.deepEqual(await criteriaShown(page).then((all) => all.map((one) => one.split(' ')[0])), [criteria]);
+            assert.deepEqual(await criteriaShown(page).then((all) => all.map((one) => one.split(/\s/)[0])), [criteria]);
         }
         assert.deepEqual(await recordShown(), await byProgram('first', 'planned', 'recomputed', '-c', 'PTV*:2%/1mm'));
     });
@@ -95,7 +95,7 @@ describe('a day', () => {
         assert.ok((await gate()).includes('identical-doses'));
         for (const [name, sentence] of [['damaged.nrrd', /damaged\.nrrd: /], ['notes.txt', /notes\.txt: /]]) {
             await drop(page, join(folder, name));
-            await page.locator('#file-problems p').waitFor();
+            await page.locator('#file-problems p', { hasText: name }).waitFor();
             assert.match(await text('file-problems'), sentence);
         }
         assert.ok((await gate()).includes('identical-doses'), 'what was shown is still shown');
