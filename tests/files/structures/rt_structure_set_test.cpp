@@ -320,7 +320,6 @@ TEST(RtStructureSet, FrameOfReferenceOfTheFile)
 
 TEST(RtStructureSet, OtherObjectsAreNamed)
 {
-    const Writer w;
     const auto told = [](const string& elements) { return outcome(file(elements)); };
     EXPECT_EQ(told(element(0x00080060, "CS", "RTDOSE")),
               "is DICOM but no RT Structure Set (modality RTDOSE)");
