@@ -93,10 +93,11 @@ test('a film is compared in the unit and with the pixels that are given', async 
     await page.locator('#plane-at').fill('0,0,20');
     await page.locator('#dose-unit').selectOption('Gy');
     await problem('the pixel size must be given');
-    await comparing(page, async () => {
-        await page.locator('#pixel-size').fill('2.5');
-        await page.locator('#pixel-size').press('Tab');
-    });
+    await page.locator('#pixel-size').fill('2.5');
+    await page.locator('#pixel-size').press('Tab');
+    // It was the second that could be read, and nothing can be searched in it.
+    await waitUntil(page, 'the refusal', () => document.documentElement.dataset.state === 'failed');
+    await comparing(page, () => page.locator('#swap').click());
     const native = await recordByProgram(folder, ['film.tif', 'evaluation.nrrd'], '-c', '3%/2mm', '-c', '2%/2mm',
         '--plane', 'axial', '--at', '0,0,20', '--dose-unit', 'Gy', '--pixel-size', '2.5');
     const record = await recordOf(page);
