@@ -11,7 +11,7 @@ export LC_ALL=C
 for package in "$packages"/*.deb; do
     dpkg-deb --extract "$package" "$root"
 done
-libdir=$(dirname "$(find "$root/usr/lib" -name libZarnGI.so.4)")
+libdir=$(dirname "$(find "$root/usr/lib" -name libZarnGI.so.4 -not -path '*/dist-packages/*')")
 
 # The dependencies without versions, then mode and name of each file, as in contents/.
 described() {
