@@ -71,7 +71,9 @@ inline const string sequenceEnd = head(0xFFFEE0DD, "", 0);
 
 inline string preamble()
 {
-    return string(128, '\0') + "DICM";
+    string bytes(128, '\0');
+    bytes.append("DICM");
+    return bytes;
 }
 
 inline string meta(const string& transferSyntax)
