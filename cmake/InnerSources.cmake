@@ -29,15 +29,10 @@ function(zarngi_inner_sources target)
     endif()
 endfunction()
 
-# zarngi_program_sources(TARGET): those that parse options besides. The parser's templates are parsed
-# once, and optimised no more than they are worth.
+# zarngi_program_sources(TARGET): those of programs. Few of them see the parser of options, whose
+# templates cost each that sees them seconds and are optimised no more than they are worth.
 function(zarngi_program_sources target)
     zarngi_inner_sources(${target})
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
-    if(target STREQUAL zarngi_commands)
-        zarngi_standard_headers(${target})
-        target_precompile_headers(${target} PRIVATE <CLI/CLI.hpp>)
-    else()
-        target_precompile_headers(${target} REUSE_FROM zarngi_commands)
-    endif()
+    target_precompile_headers(${target} REUSE_FROM zarngi_files)
 endfunction()
