@@ -298,13 +298,13 @@ void Outputs::write(const Comparison& comparison)
 void Outputs::write(const DoseEvaluation& evaluation)
 {
     if (json_) {
-        json_->write(toText(evaluationJson(evaluation), 2) + "\n");
+        json_->write(toText(evaluationJson(evaluation, alias_), 2) + "\n");
     }
     if (csv_) {
-        csv_->write(evaluationCsv(evaluation));
+        csv_->write(evaluationCsv(evaluation, alias_));
     }
     if (report_) {
-        report_->write(evaluationPage(evaluationJson(evaluation), reportTemplate()));
+        report_->write(evaluationPage(evaluationJson(evaluation, alias_), reportTemplate()));
     }
 }
 

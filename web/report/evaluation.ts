@@ -46,7 +46,8 @@ class Curves {
 
 function showHead(record: EvaluationRecord): void {
     const { file, grid, doseUnit, command } = record;
-    document.title = `Doses: ${file.name}`;
+    document.title = record.title || `Doses: ${file.name}`;
+    byId('title').textContent = record.title || 'Dose in structures';
     byId('files').replaceChildren(el('dt', {}, 'Dose'), el('dd', {}, file.name, fileDetails(file)));
     byId('provenance').replaceChildren(gridRow('Dose', { file, grid, doseUnit }));
     byId('made-by').textContent = made(record);
