@@ -30,7 +30,8 @@ public:
      * The names of files, and where the request asks for it what they say about patient and plan;
      * or nothing: names, paths, UIDs, descriptions and the command line. Then the files
      * are called after the pair and their role: "pair-7 reference", or "pair-7 dose" of one alone.
-     * @param alias of the pair, or of the dose; empty: files are called by their roles alone; none: they are named.
+     * @param alias of the pair, or of the dose; empty: files are called by their roles alone; none:
+     * they are named.
      * @throws InputError where the files were read for documents that name them: then sentences
      *         quote what stands in files, and names of structures hold those of files
      */
