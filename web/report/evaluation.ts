@@ -83,7 +83,7 @@ export function showEvaluation(record: EvaluationRecord): void {
     const curves = new Curves(record);
     showHead(record);
     showGoals(record.goals, false);
-    showFigures(record.structures, false, (place) => curves.box(place));
+    showFigures(record.structures, record.doseUnit, false, (place) => curves.box(place));
     showStructureNotes(record.structures);
     byId('page').hidden = false;
     setUpTheme({ redraw: () => curves.draw() });

@@ -89,7 +89,7 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
         new Summary(record, store);
         showGoals(record.goals ?? [], true);
         if (record.structures) {
-            showFigures(record.structures, true);
+            showFigures(record.structures, record.doseUnit, true);
         }
         showNoise(record);
         byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
