@@ -191,8 +191,10 @@ describe('the page of a cohort', () => {
     test('asks for nothing, complains of nothing and keeps nobody out, in both themes', async () => {
         assert.deepEqual(await barriers(page), []);
         await page.locator('#theme-toggle').click();
+        await page.setViewportSize({ width: 400, height: 900 });
         await settle(page);
         assert.deepEqual(await barriers(page), []);
+        assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), 400);
         assert.deepEqual(complaints, []);
     });
 

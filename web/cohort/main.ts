@@ -4,6 +4,7 @@ import './style.css';
 import { withChartSize } from '../views/chart';
 import { byId, el } from '../views/dom';
 import { counted } from '../views/format';
+import { setUpScrolling } from '../views/scrolling';
 import { applyTheme, setUpTheme } from '../views/theme';
 import { Control } from './control';
 import { readCohort, type CohortRecord } from './data';
@@ -96,6 +97,7 @@ function start(): void {
     setUpPrint(selection, { distribution, control, table });
     redrawOnResize(selection);
     setUpTheme(selection);
+    setUpScrolling();
     document.documentElement.dataset.state = 'complete';
 }
 

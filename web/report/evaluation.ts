@@ -7,6 +7,7 @@ import { showFigures } from '../views/figureTable';
 import { showGoals } from '../views/goals';
 import { showHeader } from '../views/headerCard';
 import type { EvaluationRecord } from '../views/record';
+import { setUpScrolling } from '../views/scrolling';
 import { showStructureNotes } from '../views/structureNotes';
 import { fileDetails, gridRow, made, showGate, showProtocol, showWarnings } from '../views/summary';
 import { drawnAtFirst } from '../views/targets';
@@ -86,6 +87,7 @@ export function showEvaluation(record: EvaluationRecord): void {
     showFigures(record.structures, record.doseUnit, false, (place) => curves.box(place));
     showStructureNotes(record.structures);
     byId('page').hidden = false;
+    setUpScrolling();
     setUpTheme({ redraw: () => curves.draw() });
     window.addEventListener('resize', () => curves.draw());
     setUpPrint(curves);
