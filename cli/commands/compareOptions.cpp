@@ -202,12 +202,7 @@ void addOutput(CLI::App& command, CompareOptions& options)
          "What is asked for, to be used again: --request");
     file("--json", options.outputs.json, "Everything about the comparison, for programs");
     file("--csv", options.outputs.csv, "One row per criterion, for spreadsheets");
-    command
-        .add_option("--anonymous", options.outputs.alias,
-                    "Tell nothing of files in outputs, call them so")
-        ->type_name("NAME")
-        ->excludes("--identify")
-        ->group("Output");
+    addAnonymousOption(command, options);
     file("--gamma-map", options.outputs.gammaMap,
          "Gamma of every voxel (.mha, .nrrd, .nii.gz, .dcm)");
     file("--difference", options.outputs.difference, "Evaluation less reference, likewise");
@@ -446,6 +441,16 @@ void addHeaderOptions(CLI::App& command, CompareOptions& options)
     addRepeated(command, "--header", options.header, "KEY=TEXT",
                 "Text for the header: 'comment=...', 'patientId=...'")
         ->group(group);
+}
+
+void addAnonymousOption(CLI::App& command, CompareOptions& options)
+{
+    command
+        .add_option("--anonymous", options.outputs.alias,
+                    "Tell nothing of files in outputs, call them so")
+        ->type_name("NAME")
+        ->excludes("--identify")
+        ->group("Output");
 }
 
 Request CompareOptions::requestOfOneDose() const

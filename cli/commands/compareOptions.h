@@ -108,6 +108,9 @@ void addProtocolOption(CLI::App& command, CompareOptions& options);
 /** Adds --plan, --identify and --header. */
 void addHeaderOptions(CLI::App& command, CompareOptions& options);
 
+/** Adds --anonymous, which excludes --identify. */
+void addAnonymousOption(CLI::App& command, CompareOptions& options);
+
 /** Adds --dose-unit, --length-unit and --pixel-size. */
 void addTableUnits(CLI::App& command, UnitOptions& options);
 

@@ -46,6 +46,7 @@ void addDvhOptions(CLI::App& command, CompareOptions& options)
     file("--report", options.outputs.report, "Page with goals, figures and histograms (.html)");
     file("--json", options.outputs.json, "Everything about it, for programs");
     file("--csv", options.outputs.csv, "One row per structure and per goal, for spreadsheets");
+    addAnonymousOption(command, options);
 }
 
 ExitCode dvh(const CompareOptions& options)
@@ -57,7 +58,7 @@ ExitCode dvh(const CompareOptions& options)
     std::erase(inputs, "");
     options.outputs.checkFiles(inputs, {});
     const bool isDigested = !options.outputs.json.empty() || !options.outputs.report.empty();
-    DiskSource source(unpackPixels, isDigested);
+    DiskSource source(unpackPixels, isDigested, !options.outputs.alias.empty());
     const DoseEvaluation evaluation = evaluate(request, source);
     options.outputs.checkFiles(inputsOf(evaluation), {});
     Outputs outputs(options.outputs, {});

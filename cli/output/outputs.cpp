@@ -100,6 +100,16 @@ void openFile(std::optional<OutputFile>& file, const std::string& name)
     }
 }
 
+/** "gamma.nii.gz" as "gamma-LABEL.nii.gz". */
+std::string nameWith(const std::string& name, const std::string& label)
+{
+    const std::size_t nameStart = name.size() - platform::nameOf(name).size();
+    const std::size_t extension =
+        files::lowerCase(name).ends_with(".nii.gz") ? name.size() - 7 : name.find_last_of('.');
+    const std::size_t stemEnd = std::max(nameStart, extension);
+    return name.substr(0, stemEnd) + "-" + label + name.substr(stemEnd);
+}
+
 /** What is printed, by the library too, makes way for a document on standard output. */
 void printToStandardError()
 {
@@ -171,7 +181,11 @@ std::vector<std::string> OutputNames::gammaMaps(const std::vector<Criterion>& cr
         return names;
     }
     for (const Criterion& criterion : criteria) {
-        names.push_back(criteria.size() == 1 ? gammaMap : gammaMapName(gammaMap, criterion));
+        std::string name = criteria.size() == 1 ? gammaMap : gammaMapName(gammaMap, criterion);
+        if (std::find(names.begin(), names.end(), name) != names.end()) {
+            name = nameWith(name, "again"); // the same for everything and for structures
+        }
+        names.push_back(std::move(name));
     }
     return names;
 }
@@ -194,11 +208,7 @@ bool OutputNames::haveDicom() const
 
 std::string gammaMapName(const std::string& name, const Criterion& criterion)
 {
-    const std::size_t nameStart = name.size() - platform::nameOf(name).size();
-    const std::size_t extension =
-        files::lowerCase(name).ends_with(".nii.gz") ? name.size() - 7 : name.find_last_of('.');
-    const std::size_t stemEnd = std::max(nameStart, extension);
-    return name.substr(0, stemEnd) + "-" + criterion.fileLabel() + name.substr(stemEnd);
+    return nameWith(name, criterion.fileLabel());
 }
 
 Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteria)
@@ -298,13 +308,13 @@ void Outputs::write(const Comparison& comparison)
 void Outputs::write(const DoseEvaluation& evaluation)
 {
     if (json_) {
-        json_->write(toText(evaluationJson(evaluation), 2) + "\n");
+        json_->write(toText(evaluationJson(evaluation, alias_), 2) + "\n");
     }
     if (csv_) {
-        csv_->write(evaluationCsv(evaluation));
+        csv_->write(evaluationCsv(evaluation, alias_));
     }
     if (report_) {
-        report_->write(evaluationPage(evaluationJson(evaluation), reportTemplate()));
+        report_->write(evaluationPage(evaluationJson(evaluation, alias_), reportTemplate()));
     }
 }
 

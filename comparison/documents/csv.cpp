@@ -93,11 +93,22 @@ Cells explanationNames()
             "pass_rate_factor_alone_percent"};
 }
 
+/** Whether it was explained: the first one for everything, or else the first. */
+bool isExplained(const CriterionResult& result, const Comparison& comparison)
+{
+    const bool isOneForAll =
+        std::any_of(comparison.results.begin(), comparison.results.end(),
+                    [](const CriterionResult& one) { return one.patterns.empty(); });
+    return comparison.explanation->criterion.label() == result.criterion.label() &&
+           result.patterns.empty() == isOneForAll;
+}
+
 /** @param structure empty: all voxels. */
-Cells explanationCells(const Explanation& explanation, const Criterion& criterion,
+Cells explanationCells(const Comparison& comparison, const CriterionResult& result,
                        const std::string& structure)
 {
-    if (explanation.criterion.label() != criterion.label() || explanation.within != structure) {
+    const Explanation& explanation = *comparison.explanation;
+    if (!isExplained(result, comparison) || explanation.within != structure) {
         return Cells(explanationNames().size());
     }
     const DoseChange& change = explanation.both.change;
@@ -133,7 +144,7 @@ std::string finishedRow(Cells cells, const CriterionResult& result, const std::s
         append(cells, noiseCells(withoutNoise));
     }
     if (comparison.explanation) {
-        append(cells, explanationCells(*comparison.explanation, result.criterion, structure));
+        append(cells, explanationCells(comparison, result, structure));
     }
     if (!comparison.goals.empty()) {
         append(cells, Cells(goalNames(true).size()));

@@ -50,6 +50,21 @@ void addAdded(Roles& roles, const std::vector<DoseImage>& doses, const std::stri
     }
 }
 
+void addStructures(Roles& roles, const StructureComparison& structures)
+{
+    const std::vector<files::StructureSet>& sets = structures.catalogue->sets();
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+        roles.add(sets[i].path, sets[i].dataPath, structuresRole(i, sets.size()));
+    }
+}
+
+void addPlans(Roles& roles, const std::vector<ComparedPlan>& plans)
+{
+    for (std::size_t i = 0; i < plans.size(); ++i) {
+        roles.add(plans[i].plan.path, planRole(i, plans.size()));
+    }
+}
+
 std::map<std::string, std::string> rolesOf(const Comparison& comparison, const std::string& alias)
 {
     Roles roles(alias);
@@ -65,14 +80,19 @@ std::map<std::string, std::string> rolesOf(const Comparison& comparison, const s
         }
     }
     if (comparison.structures) {
-        const std::vector<files::StructureSet>& sets = comparison.structures->catalogue->sets();
-        for (std::size_t i = 0; i < sets.size(); ++i) {
-            roles.add(sets[i].path, sets[i].dataPath, structuresRole(i, sets.size()));
-        }
+        addStructures(roles, *comparison.structures);
     }
-    for (std::size_t i = 0; i < comparison.plans.size(); ++i) {
-        roles.add(comparison.plans[i].plan.path, planRole(i, comparison.plans.size()));
-    }
+    addPlans(roles, comparison.plans);
+    return roles.take();
+}
+
+std::map<std::string, std::string> rolesOf(const DoseEvaluation& evaluation,
+                                           const std::string& alias)
+{
+    Roles roles(alias);
+    roles.add(evaluation.dose.path, evaluation.dose.dataPath, "dose");
+    addStructures(roles, evaluation.structures);
+    addPlans(roles, evaluation.plans);
     return roles.take();
 }
 
@@ -99,18 +119,30 @@ std::map<std::string, std::string> rolesOf(const Request& request)
 
 } // namespace
 
-Disclosure::Disclosure(const Comparison& comparison, const std::optional<std::string>& alias)
-    : digests_(comparison.digests), isIdentified_(comparison.request.identify && !alias),
-      alias_(alias)
+template <class Result>
+Disclosure Disclosure::of(const Result& result, const std::optional<std::string>& alias)
 {
-    if (!alias_) {
-        return;
+    Disclosure disclosure(result.digests, result.request.identify && !alias);
+    if (!alias) {
+        return disclosure;
     }
-    if (!comparison.isDiscreet) {
+    if (!result.isDiscreet) {
         throw InputError(
             "the files were read for documents that name them, not for anonymous ones");
     }
-    roles_ = rolesOf(comparison, *alias_);
+    disclosure.alias_ = alias;
+    disclosure.roles_ = rolesOf(result, *alias);
+    return disclosure;
+}
+
+Disclosure::Disclosure(const Comparison& comparison, const std::optional<std::string>& alias)
+    : Disclosure(of(comparison, alias))
+{
+}
+
+Disclosure::Disclosure(const DoseEvaluation& evaluation, const std::optional<std::string>& alias)
+    : Disclosure(of(evaluation, alias))
+{
 }
 
 std::string Disclosure::pathOf(const std::string& path) const
@@ -125,6 +157,11 @@ std::string Disclosure::pathOf(const std::string& path) const
 std::string Disclosure::nameOf(const std::string& path) const
 {
     return isAnonymous() ? pathOf(path) : platform::nameOf(path);
+}
+
+Wording Disclosure::wording() const
+{
+    return {plainWording().member, [this](const std::string& path) { return pathOf(path); }};
 }
 
 Wording wordingByRoles(const Request& request)

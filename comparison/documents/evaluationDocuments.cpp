@@ -17,11 +17,6 @@ namespace zarngi
 namespace
 {
 
-Disclosure disclosureOf(const DoseEvaluation& evaluation)
-{
-    return {evaluation.digests, evaluation.request.identify};
-}
-
 Header headerFor(const DoseEvaluation& evaluation, const Disclosure& disclosure)
 {
     return toldHeader({{&evaluation.dose}, evaluation.plans}, evaluation.request, disclosure);
@@ -29,14 +24,15 @@ Header headerFor(const DoseEvaluation& evaluation, const Disclosure& disclosure)
 
 } // namespace
 
-Json evaluationJson(const DoseEvaluation& evaluation)
+Json evaluationJson(const DoseEvaluation& evaluation, const std::optional<std::string>& alias)
 {
-    const Disclosure disclosure = disclosureOf(evaluation);
+    const Disclosure disclosure(evaluation, alias);
+    const Wording wording = disclosure.wording();
     Json document = {{"format", "zarngi-dvh"},
                      {"formatVersion", 1},
                      {"program", {{"name", "zarngi"}, {"version", projectVersion()}}},
                      {"created", nowInUtc()},
-                     {"command", evaluation.request.commandLine},
+                     {"command", disclosed(evaluation.request, disclosure).commandLine},
                      {"protocol", usedProtocolJson(evaluation.asked)},
                      {"header", headerJson(headerFor(evaluation, disclosure))},
                      {"file", fileJson(evaluation.dose, disclosure)},
@@ -45,35 +41,40 @@ Json evaluationJson(const DoseEvaluation& evaluation)
                      {"doseUnit", files::unitName(evaluation.dose.unit)},
                      {"structures", structuresJson(evaluation.structures, disclosure)},
                      {"goals", goalsJson(evaluation.request.goals, evaluation.goals)},
-                     {"gate", gateJson(evaluation.gate, plainWording())},
-                     {"warnings", warningsJson(evaluation.warnings, plainWording())}};
+                     {"gate", gateJson(evaluation.gate, wording)},
+                     {"warnings", warningsJson(evaluation.warnings, wording)}};
     if (!evaluation.plans.empty()) {
         document["plans"] = plansJson(evaluation.plans, disclosure);
+    }
+    if (alias) {
+        document["title"] = *alias;
     }
     return document;
 }
 
-std::string evaluationCsv(const DoseEvaluation& evaluation)
+std::string evaluationCsv(const DoseEvaluation& evaluation, const std::optional<std::string>& alias)
 {
+    const Disclosure disclosure(evaluation, alias);
+    const std::string dose = disclosure.pathOf(evaluation.dose.path);
     const std::vector<DoseMetric>& metrics = evaluation.structures.doseVolume.metrics;
     Cells names{"dose", "structure", "structure_volume_cc"};
     append(names, doseNames("", metrics));
     const std::size_t figures = names.size();
     append(names, goalNames(false));
-    const Header header = headerFor(evaluation, disclosureOf(evaluation));
+    const Header header = headerFor(evaluation, disclosure);
     const auto withHeader = [](Cells cells, const Cells& more) {
         append(cells, more);
         return csvRow(cells);
     };
     std::string text = withHeader(names, headerNames(header));
     for (const StructureRow& row : evaluation.structures.rows) {
-        Cells cells{evaluation.dose.path, row.chosen.name, number(row.volume, csvDigits)};
+        Cells cells{dose, row.chosen.name, number(row.volume, csvDigits)};
         append(cells, doseCells(row.reference, metrics.size()));
         cells.resize(names.size());
         text += withHeader(std::move(cells), headerCells(header));
     }
     for (const GoalResult& result : evaluation.goals) {
-        Cells cells{evaluation.dose.path, result.structure};
+        Cells cells{dose, result.structure};
         cells.resize(figures);
         append(cells, goalCells(evaluation.request.goals[result.goal], result, false));
         text += withHeader(std::move(cells), headerCells(header));

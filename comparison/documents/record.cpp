@@ -77,8 +77,7 @@ Json comparisonJson(const Comparison& comparison, const std::optional<std::strin
 {
     const Disclosure disclosure(comparison, alias);
     const Request request = disclosed(comparison.request, disclosure);
-    const Wording wording{plainWording().member,
-                          [&](const std::string& path) { return disclosure.pathOf(path); }};
+    const Wording wording = disclosure.wording();
     const std::optional<double> failBelow = comparison.request.limits.failBelow.general();
     Json document = {
         {"format", "zarngi-report"},

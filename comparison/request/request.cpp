@@ -29,17 +29,14 @@ void add(std::vector<CriterionRequest>& requests, CriterionRequest request,
          const MemberPlace& place)
 {
     for (CriterionRequest& earlier : requests) {
-        if (earlier.criterion.label() != request.criterion.label()) {
-            continue;
+        if (earlier.criterion.label() != request.criterion.label() ||
+            earlier.patterns.empty() != request.patterns.empty()) {
+            continue; // one for everything has another verdict than one for structures
         }
-        if (earlier.patterns.empty() && request.patterns.empty()) {
+        if (request.patterns.empty()) {
             throw refusalOf(place, request.criterion.label() + " is given twice");
         }
-        if (earlier.patterns.empty() || request.patterns.empty()) {
-            earlier.patterns.clear(); // everything holds them, too
-        } else {
-            earlier.patterns.push_back(request.patterns.front());
-        }
+        earlier.patterns.push_back(request.patterns.front());
         return;
     }
     requests.push_back(std::move(request));

@@ -78,8 +78,15 @@ class Comparison:
         write_whole(path, self._comparison.page(_template(template)))
 
     def __repr__(self) -> str:
-        rates = (f"{one['label']}: {one['passRate']:.2f} %" for one in self.record["criteria"])
-        return f"Comparison({', '.join(rates)})"
+        return f"Comparison({', '.join(map(_rate, self.record['criteria']))})"
+
+
+def _rate(criterion: dict[str, Any]) -> str:
+    """What a criterion is judged by: that of structures by the worst of them."""
+    prefix = ",".join(criterion.get("for", ()))
+    name = f"{prefix}:{criterion['label']}" if prefix else criterion["label"]
+    judged = (one for one in criterion.get("structures", ()) if one and one["name"] == criterion["judged"])
+    return f"{name}: {next(judged, criterion)['passRate']:.2f} %"
 
 
 def default_request() -> dict[str, Any]:

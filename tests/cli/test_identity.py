@@ -5,12 +5,13 @@ import json
 import os
 import unittest
 
+import numpy
 import pydicom
 
 import doses
 from documents import checked
 from plan_files import plant, refer, write_plan
-from structure_files import box, write_structure_set
+from structure_files import box, write_label_mask, write_structure_set
 from support import ProgramTest, run
 
 STRUCTURES = {"PTV": box((-6, 8), (-5, 5), [11, 14, 17, 20, 23, 26, 29])}
@@ -80,6 +81,43 @@ class Identity(ProgramTest):
             result = run("dvh", self.doses[0], "--structures", structures, "--ignore-frame", "--json", self.record, *more)
             self.assertEqual(result.returncode, 0, result.stderr)
             self.assertEqual(PLANTED in self.record.read_text(), isTold)
+
+    def test_one_dose_in_anonymous_documents(self):
+        """Neither what files say nor what they are called; the figures are those of the open ones."""
+        folder = self.folder / PLANTED
+        folder.mkdir()
+        dose, plan, structures, mask = (folder / f"{PLANTED}-{name}" for name in ("d.dcm", "p.dcm", "s.dcm", "m.nrrd"))
+        refer(doses.write_dicom(dose, doses.pair()[0], doses.DicomStyle()), PLAN)
+        write_plan(plan, patient=PLANTED)
+        write_structure_set(structures, STRUCTURES, "1.2.3.4")
+        for path in (dose, plan, structures):
+            plant(path, PLANTED)
+        values = doses.pair()[0].values
+        write_label_mask(mask, doses.pair()[0], (values > values.mean()).astype(numpy.uint8))
+        uids = ["secret-id", PLAN, "1.2.3.4", *(str(pydicom.dcmread(p).SOPInstanceUID) for p in (dose, structures))]
+        outputs = {"--json": self.folder / "r.json", "--csv": self.folder / "r.csv", "--report": self.folder / "r.html"}
+        given = [dose, "--plan", plan, "--ignore-frame", "--goal", "PTV: Dmax >= 1 Gy", "--header", f"comment={PLANTED}"]
+        given += ["--structures", structures, "--structures", mask]
+
+        def told(*more):
+            result = run("dvh", *given, *(part for output in outputs.items() for part in output), *more)
+            self.assertEqual(result.returncode, 0, result.stderr)
+            document = checked(json.loads(outputs["--json"].read_text()))
+            return document, [path.read_text() for path in outputs.values()]
+
+        opened, texts = told()
+        self.assertTrue(all(PLANTED in text for text in texts))
+        self.assertEqual([uid for uid in uids for text in texts if uid in text], [])
+        closed, texts = told("--anonymous", "pair-7")
+        self.assertEqual([secret for secret in (PLANTED, *uids) for text in texts if secret in text], [])
+        self.assertTrue(all("pair-7 dose" in text for text in texts))
+        self.assertEqual((closed["title"], closed["command"]), ("pair-7", ""))
+        self.assertEqual([file["name"] for file in closed["plans"]], ["pair-7 plan"])
+        self.assertTrue(any("pair-7 plan: is a plan of another patient" in doubt["text"] for doubt in closed["gate"]))
+        self.assertEqual([goal["reference"] for goal in closed["goals"]], [goal["reference"] for goal in opened["goals"]])
+        rows = [[row["dvh"] for row in document["structures"]["list"]] for document in (opened, closed)]
+        self.assertEqual(*rows)
+        self.assertEqual(run("dvh", *given, "--identify", "--anonymous", "pair-7").returncode, 2)
 
     def test_header_and_patients_of_one_dose(self):
         plan = write_plan(self.folder / "p.dcm")

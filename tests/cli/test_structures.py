@@ -227,6 +227,22 @@ class Structures(ProgramTest):
         )
         self.assertIsNone(some["outsideStructures"])
 
+    def test_a_criterion_for_everything_and_for_structures(self):
+        """Each has its verdict, in either order, and a map of its own."""
+        path = self.folder / "gamma.nrrd"
+        for asked in (["2%/1mm", "PTV*:2%/1mm"], ["PTV*:2%/1mm", "2%/1mm"]):
+            options = [part for one in asked for part in ("-c", one)]
+            document = self.document(*options, "--explain", "--gamma-map", path)
+            self.assertEqual(document["request"]["criteria"], asked)
+            some, everything = sorted(document["criteria"], key=lambda one: not one["for"])
+            self.assertEqual((some["for"], everything["for"]), (["PTV*"], []))
+            rates = [row["passRate"] for row in some["structures"] if row]
+            self.assertIn(some["judged"], ("PTV_High", "PTV_Low"))
+            self.assertEqual(min(rates), next(r["passRate"] for r in some["structures"] if r and r["name"] == some["judged"]))
+            self.assertIsNone(everything["judged"])
+            maps = [gammas(self.folder / f"gamma-2G-1mm{more}.nrrd") for more in ("", "-again")]
+            self.assertTrue((maps[0] == maps[1]).all())
+
     def test_within_gives_the_same_gammas(self):
         maps = {}
         for key, arguments in (("whole", []), ("part", ["--within", "PTV_Low - PTV_High"])):

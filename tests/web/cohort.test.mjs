@@ -5,7 +5,7 @@ import { readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { before, describe, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { numberOf, openFile, settle, workplace } from './browser.mjs';
+import { barriers, numberOf, openFile, settle, workplace } from './browser.mjs';
 
 const place = await workplace('cohort');
 const { folder } = place;
@@ -44,7 +44,7 @@ describe('the page of a cohort', () => {
     test('shows the counts and figures of the database', async () => {
         assert.equal(numberOf((await text('#shown')).split(' of ')[0]), count);
         const grouped = String(count).replace(/\B(?=(\d{3})+$)/g, '\\s');
-        assert.match(await text('#subtitle'), new RegExp(`${grouped} pairs, ${wanted.failures} of them failed`));
+        assert.match(await text('#subtitle'), new RegExp(`${grouped} pairs, ${wanted.failures} of them not computed`));
         near(await text('#mean-rate'), wanted.means['3%/2mm'][0]);
         const shares = await Promise.all(
             ['pass', 'investigate', 'fail', 'none'].map((verdict) => text(`[data-verdict="${verdict}"]`)),
@@ -188,9 +188,13 @@ describe('the page of a cohort', () => {
         assert.ok((await page.pdf({ preferCSSPageSize: true })).length > 20_000);
     });
 
-    test('asks for nothing and complains of nothing, in both themes', async () => {
+    test('asks for nothing, complains of nothing and keeps nobody out, in both themes', async () => {
+        assert.deepEqual(await barriers(page), []);
         await page.locator('#theme-toggle').click();
+        await page.setViewportSize({ width: 400, height: 900 });
         await settle(page);
+        assert.deepEqual(await barriers(page), []);
+        assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), 400);
         assert.deepEqual(complaints, []);
     });
 

@@ -91,6 +91,12 @@ describe('one dose in structures', { skip: !program && 'no program' }, () => {
             assert.ok(colours > 30 && corner > 200 === (theme === 'light'), `${colours} colours, ${corner}`);
             assert.deepEqual(await barriers(page), []);
         }
+        const size = page.viewportSize();
+        await page.setViewportSize({ width: 400, height: 900 });
+        await settle(page);
+        assert.deepEqual(await barriers(page), []);
+        assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), 400);
+        await page.setViewportSize(size);
     });
 
     test('nothing was complained about, nothing was asked of the network', () => assert.deepEqual(complaints, []));

@@ -4,6 +4,7 @@ import './style.css';
 import { withChartSize } from '../views/chart';
 import { byId, el } from '../views/dom';
 import { counted } from '../views/format';
+import { setUpScrolling } from '../views/scrolling';
 import { applyTheme, setUpTheme } from '../views/theme';
 import { Control } from './control';
 import { readCohort, type CohortRecord } from './data';
@@ -40,7 +41,7 @@ function showHead(record: CohortRecord): void {
     const failed = record.pairs.error.filter((error) => error !== null).length;
     const dates = record.pairs.date.filter((date) => date !== '').sort();
     const when = dates.length ? `, ${dates[0].slice(0, 10)} to ${dates[dates.length - 1].slice(0, 10)}` : '';
-    byId('subtitle').textContent = `${counted(length, 'pair')}, ${failed} of them failed${when}`;
+    byId('subtitle').textContent = `${counted(length, 'pair')}, ${failed} of them not computed${when}`;
     const { tolerance, action } = record.thresholds;
     byId('footer').textContent =
         `${record.program.name} ${record.program.version}. Tolerance limit ${tolerance} %, action limit ${action} %; ` +
@@ -96,6 +97,7 @@ function start(): void {
     setUpPrint(selection, { distribution, control, table });
     redrawOnResize(selection);
     setUpTheme(selection);
+    setUpScrolling();
     document.documentElement.dataset.state = 'complete';
 }
 

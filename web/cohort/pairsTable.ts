@@ -107,7 +107,7 @@ export class PairsTable {
         } else {
             row.append(...this.figureCells(pair));
         }
-        row.append(cell('verdict-cell', el('span', { class: `chip ${verdict}` }, error === null ? chips[verdict] : 'failed')));
+        row.append(cell('verdict-cell', el('span', { class: `chip ${verdict}` }, error === null ? chips[verdict] : 'no result')));
         row.addEventListener('click', () => {
             this.lastMarked = pair; // it is in view already
             selection.update({ marked: pair });

@@ -7,6 +7,7 @@ import { showFigures } from '../views/figureTable';
 import { showGoals } from '../views/goals';
 import { showHeader } from '../views/headerCard';
 import type { EvaluationRecord } from '../views/record';
+import { setUpScrolling } from '../views/scrolling';
 import { showStructureNotes } from '../views/structureNotes';
 import { fileDetails, gridRow, made, showGate, showProtocol, showWarnings } from '../views/summary';
 import { drawnAtFirst } from '../views/targets';
@@ -46,7 +47,8 @@ class Curves {
 
 function showHead(record: EvaluationRecord): void {
     const { file, grid, doseUnit, command } = record;
-    document.title = `Doses: ${file.name}`;
+    document.title = record.title || `Doses: ${file.name}`;
+    byId('title').textContent = record.title || 'Dose in structures';
     byId('files').replaceChildren(el('dt', {}, 'Dose'), el('dd', {}, file.name, fileDetails(file)));
     byId('provenance').replaceChildren(gridRow('Dose', { file, grid, doseUnit }));
     byId('made-by').textContent = made(record);
@@ -82,9 +84,10 @@ export function showEvaluation(record: EvaluationRecord): void {
     const curves = new Curves(record);
     showHead(record);
     showGoals(record.goals, false);
-    showFigures(record.structures, false, (place) => curves.box(place));
+    showFigures(record.structures, record.doseUnit, false, (place) => curves.box(place));
     showStructureNotes(record.structures);
     byId('page').hidden = false;
+    setUpScrolling();
     setUpTheme({ redraw: () => curves.draw() });
     window.addEventListener('resize', () => curves.draw());
     setUpPrint(curves);

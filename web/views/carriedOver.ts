@@ -1,4 +1,5 @@
 import { Grid } from './grid';
+import { nameOfCriterion } from './judged';
 import type { ComparisonRecord, Triple } from './record';
 import type { Layer, State } from './store';
 
@@ -29,8 +30,8 @@ function fingerprint({ files }: ComparisonRecord): string {
 
 /** By its name, else by its place if there are as many, else the first. */
 function sameCriterion(from: ComparisonRecord, to: ComparisonRecord, shown: number): number {
-    const { label } = from.criteria[shown];
-    const found = to.criteria.findIndex((c) => c.label === label);
+    const name = nameOfCriterion(from.criteria[shown]);
+    const found = to.criteria.findIndex((c) => nameOfCriterion(c) === name);
     return Math.max(found, found < 0 && from.criteria.length === to.criteria.length ? shown : 0);
 }
 

@@ -4,7 +4,7 @@ import { notTested } from './comparison';
 import { byId, el } from './dom';
 import { fixed, rate, signed, unbroken, whole } from './format';
 import { Frame } from './frame';
-import { placesName } from './judged';
+import { nameOfCriterion, placesName } from './judged';
 import type { Model } from './model';
 import type { ChangeRecord, ExplanationRecord } from './record';
 import type { Changes, State, Store } from './store';
@@ -45,10 +45,9 @@ export class ExplanationCard {
         explanation: ExplanationRecord,
     ) {
         this.record = explanation;
-        this.criterion = Math.max(
-            0,
-            model.record.criteria.findIndex((c) => c.label === explanation.criterion),
-        );
+        const { criteria } = model.record;
+        const names = [criteria.map(nameOfCriterion), criteria.map(({ label }) => label)];
+        this.criterion = names.map((all) => all.indexOf(explanation.criterion)).find((place) => place >= 0) ?? 0;
         const part = explanation.structure ? ` in ${explanation.structure}` : '';
         byId('explanation-criterion').textContent = `${explanation.criterion}${part}`;
         byId('explanation-sentence').textContent = unbroken(explanation.sentence);

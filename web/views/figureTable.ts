@@ -41,12 +41,14 @@ function cellOf(structure: StructureRecord, { of }: Column, isPair: boolean): HT
  */
 export function showFigures(
     { list }: StructuresRecord,
+    doseUnit: string,
     isPair: boolean,
     before: (place: number) => HTMLElement | null = () => null,
 ): void {
     const columns = columnsOf(list);
     const heads = ['Volume / cm³', ...columns.map(({ name }) => name)];
     byId('figure-card').hidden = false;
+    byId('figure-unit').textContent = ` / ${doseUnit}`;
     byId('figure-head').replaceChildren(
         el('th', { scope: 'col', class: 'word' }, 'Structure'),
         ...heads.map((name) => el('th', { scope: 'col' }, name)),

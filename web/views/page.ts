@@ -18,6 +18,7 @@ import { PointView } from './pointView';
 import { Profiles } from './profiles';
 import { Readout } from './readout';
 import type { ComparisonRecord } from './record';
+import { setUpScrolling } from './scrolling';
 import { Store, type State } from './store';
 import { StructureList } from './structureList';
 import { Summary } from './summary';
@@ -89,11 +90,12 @@ export async function showComparison(data: ComparisonData, replacing?: Replacing
         new Summary(record, store);
         showGoals(record.goals ?? [], true);
         if (record.structures) {
-            showFigures(record.structures, true);
+            showFigures(record.structures, record.doseUnit, true);
         }
         showNoise(record);
         byId('page').classList.toggle('flat', record.measurements?.reference?.kind === 'plane');
         byId('page').hidden = false;
+        setUpScrolling(replacing?.ended);
     };
     if (!replacing) {
         await begin();

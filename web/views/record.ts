@@ -284,6 +284,8 @@ export interface EvaluationRecord {
     program: { name: string; version: string };
     created: string;
     command?: string | null;
+    /** Heading of the page. */
+    title?: string | null;
     header?: HeaderRecord | null;
     protocol?: ProtocolRecord | null;
     file: FileRecord;

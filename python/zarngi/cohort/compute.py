@@ -138,12 +138,15 @@ def _compared(work: Work, threads: int, has_structures: bool) -> _comparison.Com
 
 
 def _rows(record: dict[str, Any], has_structures: bool) -> Iterator[Row]:
+    """A structure has the same figures by a criterion for everything and by the same for itself."""
+    told = set()
     for criterion in record["criteria"]:
         label = criterion["label"]
         if not criterion.get("for"):
             yield Row(label, "", _figures(criterion))
         for found in criterion.get("structures", ()) if has_structures else ():
-            if found is not None:
+            if found is not None and (label, found["name"]) not in told:
+                told.add((label, found["name"]))
                 yield Row(label, found["name"], _figures(found))
 
 
