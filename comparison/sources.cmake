@@ -11,6 +11,8 @@ set(comparison_sources
     composition/presentStructures.cpp
     composition/searches.cpp
     conditions.cpp
+    conversion/conversion.cpp
+    conversion/volumeFile.cpp
     criterion.cpp
     documents/csv.cpp
     documents/csvCells.cpp
@@ -112,4 +114,5 @@ set(comparison_native_sources
     fileDigest.cpp
     parallel.cpp
     selfTest/installation.cpp
-    sources/diskSource.cpp)
+    sources/diskSource.cpp
+    sources/inputFiles.cpp)

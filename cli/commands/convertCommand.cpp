@@ -3,18 +3,16 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
-#include <vector>
+#include <utility>
 
 #include "cli/commands/optionNames.h"
 #include "cli/guard/unpackPixels.h"
 #include "cli/output/outputs.h"
-#include "cli/output/volumeFile.h"
-#include "comparison/composition/doseChecks.h"
-#include "comparison/failure.h"
-#include "comparison/measurements/doseSum.h"
-#include "comparison/request/values.h"
+#include "comparison/conversion/conversion.h"
+#include "comparison/conversion/volumeFile.h"
 #include "comparison/sources/diskSource.h"
 #include "comparison/text.h"
+#include "files/nativeDeflate.h"
 
 namespace zarngi
 {
@@ -22,64 +20,22 @@ namespace zarngi
 namespace
 {
 
-void checkIsVolume(const DoseImage& dose)
+ConversionRequest requestOf(const ConvertOptions& options)
 {
-    if (dose.measurement) {
-        const bool arePoints = dose.measurement->kind == files::Measurement::Kind::points;
-        const bool isPlane = dose.measurement->kind == files::Measurement::Kind::plane;
-        throw InputError(dose.path +
-                         (arePoints ? ": holds single points"
-                          : isPlane ? ": holds a plane"
-                                    : ": has places without a dose") +
-                         "; a volume is converted");
-    }
+    ConversionRequest request;
+    request.output = options.output;
+    request.like = options.like;
+    request.scale = options.scale;
+    request.allowErrorDoses = options.allowErrorDoses;
+    request.words = {"--like", "--scale"};
+    return request;
 }
 
-DoseFactor factorOf(const std::string& text)
+void tellWarnings(const Conversion& conversion)
 {
-    if (text.empty()) {
-        return {};
-    }
-    try {
-        return parseFactor({Member::evaluationScale}, text);
-    } catch (const UsageError& error) {
-        throw UsageError("--scale: " + error.reason());
-    }
-}
-
-/** A factor makes gray of what a simulation counts in. */
-bool isGray(const DoseImage& dose, const ConvertOptions& options)
-{
-    return dose.unit == DoseUnit::gray ||
-           (dose.unit != DoseUnit::relative && !options.scale.empty());
-}
-
-files::RtDoseFacts factsOf(const DoseImage& dose, const ConvertOptions& options)
-{
-    files::RtDoseFacts facts;
-    facts.isRelative = !isGray(dose, options);
-    facts.isDifference = dose.isError();
-    facts.comment = facts.isRelative && dose.unit != DoseUnit::relative
-                        ? std::string("in ") + files::unitName(dose.unit)
-                        : std::string();
-    facts.study = studyLike(options.like);
-    return facts;
-}
-
-DoseImage readInput(const ConvertOptions& options)
-{
-    DiskSource source(unpackPixels, false);
-    DoseImage dose = source.dose(options.input, options.units.parsed());
-    if (!options.allowErrorDoses) {
-        checkIsDose(dose);
-    }
-    checkIsVolume(dose);
-    std::vector<Sentence> warnings;
-    addWarnings(warnings, dose);
-    for (const Sentence& warning : warnings) {
+    for (const Sentence& warning : conversion.warnings()) {
         std::cerr << "zarngi: warning: " << oneLine(warning.text(programWording())) << '\n';
     }
-    return dose;
 }
 
 } // namespace
@@ -105,23 +61,19 @@ void addConvertOptions(CLI::App& command, ConvertOptions& options)
 
 ExitCode convert(const ConvertOptions& options)
 {
-    if (!isWritableVolumeName(options.output)) {
-        throw UsageError(options.output + ": does not end in " + writableEndings);
-    }
-    if (!options.like.empty() && !isDicomName(options.output)) {
-        throw UsageError("--like is for RT Doses, and " + options.output + " is none (.dcm)");
-    }
-    const DoseFactor factor = factorOf(options.scale);
+    Conversion conversion(requestOf(options));
     OutputNames names;
     names.difference = options.output;
     names.checkFiles({options.input, options.like}, {});
-    DoseImage dose = readInput(options);
-    names.checkFiles({dose.path, dose.dataPath}, {});
-    const files::RtDoseFacts facts = factsOf(dose, options);
+    DiskSource source(unpackPixels, false);
+    conversion.setDose(source.dose(options.input, options.units.parsed()));
+    tellWarnings(conversion);
+    names.checkFiles({conversion.dose().path, conversion.dose().dataPath}, {});
+    if (!options.like.empty()) {
+        conversion.setStudy(source.study(options.like));
+    }
     OutputFile output(options.output);
-    std::vector<DoseImage> others;
-    combine(dose, others, factor);
-    output.write(files::asText(volumeFileOf(output.name(), dose.image, facts).view()));
+    output.write(files::asText(std::move(conversion).file(files::nativeDeflate()).view()));
     return ExitCode::fine;
 }
 

@@ -8,7 +8,7 @@
 
 #include "cli/commands/requestFile.h"
 #include "cli/output/reportTemplate.h"
-#include "cli/output/volumeFile.h"
+#include "comparison/conversion/volumeFile.h"
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/evaluationDocuments.h"
@@ -20,6 +20,9 @@
 #include "comparison/doseDifference.h"
 #include "comparison/failure.h"
 #include "comparison/gammaStatistics.h"
+#include "comparison/sources/diskSource.h"
+#include "comparison/sources/inputFiles.h"
+#include "files/nativeDeflate.h"
 #include "files/text.h"
 #include "libZarnGI.h"
 #include "platform/console.h"
@@ -34,17 +37,6 @@ namespace
 bool contains(const std::vector<platform::FileIdentity>& files, const platform::FileIdentity& file)
 {
     return std::find(files.begin(), files.end(), file) != files.end();
-}
-
-std::vector<platform::FileIdentity> identitiesOf(const std::vector<std::string>& inputs)
-{
-    std::vector<platform::FileIdentity> files;
-    for (const std::string& input : inputs) {
-        if (const auto file = platform::identityOf(input)) {
-            files.push_back(*file);
-        }
-    }
-    return files;
 }
 
 /** Devices take any number of outputs, one after the other. */
@@ -122,7 +114,8 @@ void printToStandardError()
 
 void writeImage(OutputFile& file, const Image& image, const files::RtDoseFacts& facts)
 {
-    file.write(files::asText(volumeFileOf(file.name(), image, facts).view()));
+    file.write(
+        files::asText(volumeFileOf(file.name(), image, facts, files::nativeDeflate()).view()));
 }
 
 void OutputNames::checkFormats() const
@@ -148,7 +141,7 @@ void OutputNames::checkFormats() const
 void OutputNames::checkFiles(const std::vector<std::string>& inputs,
                              const std::vector<Criterion>& criteria) const
 {
-    const std::vector<platform::FileIdentity> read = identitiesOf(inputs);
+    const InputFiles read(inputs);
     std::vector<std::string> names = gammaMaps(criteria);
     const std::vector<std::string> masks = testedMasks(criteria);
     names.insert(names.end(), masks.begin(), masks.end());
@@ -161,9 +154,7 @@ void OutputNames::checkFiles(const std::vector<std::string>& inputs,
         if (!file) { // creating it tells why
             continue;
         }
-        if (contains(read, *file)) {
-            throw UsageError(place.name + " would overwrite an input file");
-        }
+        read.checkIsNone(*file, place.name);
         if (!isForOneOutput(place, *file)) {
             continue;
         }
@@ -224,7 +215,9 @@ Outputs::Outputs(const OutputNames& names, const std::vector<Criterion>& criteri
     for (const std::string& name : names.testedMasks(criteria)) {
         testedMasks_.emplace_back(name);
     }
-    study_ = studyLike(names.like);
+    if (!names.like.empty()) {
+        study_ = DiskSource({}, false).study(names.like);
+    }
     if (!names.alias.empty()) {
         alias_ = names.alias;
     }

@@ -114,6 +114,11 @@ files::Plan DiskSource::plan(const std::string& name)
     return valueOf(files::readPlanFile(name, host(digests_)), name);
 }
 
+files::DicomStudy DiskSource::study(const std::string& name)
+{
+    return valueOf(files::readStudyFile(name, host(digests_)), name);
+}
+
 /** Files that cannot be read are passed over: nobody has named them. */
 std::optional<files::Plan> DiskSource::planBeside(const std::string& dose,
                                                   const std::string& sopInstance)

@@ -6,6 +6,7 @@
 #define ZARNGI_COMPARISON_SOURCES_DISKSOURCE_H
 
 #include "comparison/doseSource.h"
+#include "files/formats/dicom/study.h"
 
 namespace zarngi
 {
@@ -30,6 +31,8 @@ public:
                                           const files::TableUnits& units) override;
     FileDigests digests() const override { return digests_; }
     bool isDiscreet() const override { return isDiscreet_; }
+    /** Whose a DICOM file is, for RT Doses that belong beside it. @throws InputError */
+    files::DicomStudy study(const std::string& name);
 
 private:
     /** What the readers get, whose digests go into a map. */

@@ -68,6 +68,16 @@ DicomStudy studyOf(const DicomFile& file)
     return study;
 }
 
+constexpr const char* whatItIs = "DICOM file";
+
+DicomStudy readBytes(ByteView file, const Deflate& deflate)
+{
+    if (identifiedFormat(file, deflate, whatItIs) != FileFormat::dicom) {
+        refuseForeign("is no DICOM file");
+    }
+    return studyOf(openDicomFile(file, deflate));
+}
+
 } // namespace
 
 /** It has no messages. */
@@ -75,16 +85,16 @@ static void tell(DicomStudy& /*study*/, bool /*quotes*/)
 {
 }
 
+Result<DicomStudy> readStudy(ByteView file, const Host& host)
+{
+    return toldResultOf(host, [&] { return readBytes(file, host.deflate); });
+}
+
 Result<DicomStudy> readStudyFile(const std::string& path, const Host& host)
 {
     return toldResultOf(host, [&] {
         NamedFile file(path, host);
-        constexpr const char* whatItIs = "DICOM file";
-        const ByteView contents = file.read(whatItIs, [](ByteView) {});
-        if (identifiedFormat(contents, host.deflate, whatItIs) != FileFormat::dicom) {
-            refuseForeign("is no DICOM file");
-        }
-        return studyOf(openDicomFile(contents, host.deflate));
+        return readBytes(file.read(whatItIs, [](ByteView) {}), host.deflate);
     });
 }
 

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "files/bytes.h"
 #include "files/error.h"
 #include "files/host.h"
 
@@ -29,7 +30,15 @@ struct DicomStudy {
     std::string positionReference;
     std::string plan; ///< UID of the RT Plan, which the file refers to, or is
     std::string planClass;
+
+    bool namesPatient() const
+    {
+        return !patientName.empty() || !patientId.empty() || !patientBirthDate.empty();
+    }
 };
+
+/** From the contents of any DICOM file. */
+Result<DicomStudy> readStudy(ByteView file, const Host& host);
 
 /** Of any DICOM file. */
 Result<DicomStudy> readStudyFile(const std::string& path, const Host& host);

@@ -1,14 +1,15 @@
 /**
  * @file volumeFile.h
- * Images that the program writes.
+ * Images as the bytes of files.
  */
-#ifndef ZARNGI_CLI_OUTPUT_VOLUMEFILE_H
-#define ZARNGI_CLI_OUTPUT_VOLUMEFILE_H
+#ifndef ZARNGI_COMPARISON_CONVERSION_VOLUMEFILE_H
+#define ZARNGI_COMPARISON_CONVERSION_VOLUMEFILE_H
 
 #include <string>
 
 #include "comparison/doseImage.h"
 #include "files/bytes.h"
+#include "files/deflate.h"
 #include "files/formats/dicom/encodeDose.h"
 
 namespace zarngi
@@ -28,12 +29,8 @@ bool isDicomName(const std::string& path);
  *              have equal files.
  * @throws InputError
  */
-files::Bytes volumeFileOf(const std::string& name, const Image& image,
-                          files::RtDoseFacts facts = {});
-
-/** Whose a file is, for RT Doses that belong beside it; an empty name: nobody's. @throws InputError
- */
-files::DicomStudy studyLike(const std::string& path);
+files::Bytes volumeFileOf(const std::string& name, const Image& image, files::RtDoseFacts facts,
+                          const files::Deflate& deflate);
 
 } // namespace zarngi
 

@@ -1,13 +1,13 @@
-#include "cli/output/volumeFile.h"
+#include "comparison/conversion/volumeFile.h"
 
 #include <string_view>
+#include <utility>
 
 #include "comparison/comparison.h"
 #include "comparison/failure.h"
 #include "comparison/fileDigest.h"
 #include "comparison/gammaRun.h"
 #include "files/encodeVolume.h"
-#include "files/nativeDeflate.h"
 #include "files/text.h"
 
 namespace zarngi
@@ -81,6 +81,12 @@ files::Result<files::Bytes> rtDoseOf(const Image& image, files::RtDoseFacts fact
     return files::encodeRtDose(image, facts);
 }
 
+/** A format that cannot hold doses is no fault of a file. */
+FailureKind kindOfUnwritten(const files::FileError& error)
+{
+    return kindOf(error) == FailureKind::memory ? FailureKind::memory : FailureKind::pair;
+}
+
 } // namespace
 
 bool isDicomName(const std::string& path)
@@ -93,31 +99,19 @@ bool isWritableVolumeName(const std::string& path)
     return isDicomName(path) || files::volumeFormatOf(path).has_value();
 }
 
-files::Bytes volumeFileOf(const std::string& name, const Image& image, files::RtDoseFacts facts)
+files::Bytes volumeFileOf(const std::string& name, const Image& image, files::RtDoseFacts facts,
+                          const files::Deflate& deflate)
 {
     if (!isWritableVolumeName(name)) {
         throw InputError(name + ": does not end in " + writableEndings);
     }
     files::Result<files::Bytes> file =
-        isDicomName(name)
-            ? rtDoseOf(image, std::move(facts))
-            : files::encodeImage(*files::volumeFormatOf(name), image, files::nativeDeflate());
+        isDicomName(name) ? rtDoseOf(image, std::move(facts))
+                          : files::encodeImage(*files::volumeFormatOf(name), image, deflate);
     if (!file) {
-        throw InputError(name + ": " + file.error().sentence);
+        throw failureOf(name, Sentence(file.error().sentence), kindOfUnwritten(file.error()));
     }
     return std::move(*file);
-}
-
-files::DicomStudy studyLike(const std::string& path)
-{
-    if (path.empty()) {
-        return {};
-    }
-    const auto study = files::readStudyFile(path, {files::nativeDeflate()});
-    if (!study) {
-        throw failureOf(path, study.error());
-    }
-    return *study;
 }
 
 } // namespace zarngi
