@@ -10,122 +10,19 @@
 
 #include "comparison/compare.h"
 #include "comparison/documents/disclosure.h"
-#include "comparison/documents/json.h"
 #include "comparison/documents/requestJson.h"
 #include "comparison/failure.h"
 #include "comparison/parallel.h"
 #include "host/callersSource.h"
+#include "host/refusals.h"
 #include "host/turn.h"
 
 namespace
 {
 
+using host::guarded;
+using host::refuse;
 using zarngi::FailureKind;
-using zarngi::Json;
-
-template <std::size_t size> void copyText(std::string_view text, char (&place)[size])
-{
-    const std::size_t length = std::min(text.size(), size - 1);
-    std::copy_n(text.data(), length, place);
-    place[length] = '\0';
-}
-
-int statusOf(int kind)
-{
-    switch (kind) {
-    case ZARNGI_HOST_REFUSAL_SYSTEM:
-        return ZARNGI_HOST_SYSTEM;
-    case ZARNGI_HOST_REFUSAL_MEMORY:
-        return ZARNGI_HOST_NO_MEMORY;
-    case ZARNGI_HOST_REFUSAL_ARGUMENT:
-        return ZARNGI_HOST_BAD_ARGUMENT;
-    default:
-        return ZARNGI_HOST_REFUSED;
-    }
-}
-
-/** Tells a refusal to the caller, without memory of its own; its status. */
-int refuse(zarnGIHost_Refusal* refusal, int kind, std::string_view sentence,
-           std::string_view member = {})
-{
-    if (refusal != nullptr) {
-        refusal->kind = kind;
-        copyText(sentence, refusal->sentence);
-        copyText(member, refusal->member);
-    }
-    return statusOf(kind);
-}
-
-int kindOf(const zarngi::InputError& error)
-{
-    switch (error.kind()) {
-    case FailureKind::foreign:
-        return ZARNGI_HOST_REFUSAL_FOREIGN;
-    case FailureKind::damaged:
-        return ZARNGI_HOST_REFUSAL_FILE;
-    case FailureKind::notSupported:
-        return ZARNGI_HOST_REFUSAL_UNSUPPORTED;
-    case FailureKind::system:
-        return ZARNGI_HOST_REFUSAL_SYSTEM;
-    case FailureKind::memory:
-        return ZARNGI_HOST_REFUSAL_MEMORY;
-    case FailureKind::interrupted:
-        return ZARNGI_HOST_REFUSAL_INTERRUPTED;
-    case FailureKind::pair:
-        break;
-    }
-    return ZARNGI_HOST_REFUSAL_PAIR;
-}
-
-int refuseFile(zarnGIHost_Refusal* refusal, const zarngi::FileFailure& failure)
-{
-    if (refusal != nullptr) {
-        refusal->systemError = failure.error().systemError;
-        copyText(failure.path(), refusal->file);
-    }
-    return refuse(refusal, kindOf(failure), failure.error().sentence);
-}
-
-/** What may be about one of the files, which is told apart from the sentence. */
-int refusePair(zarnGIHost_Refusal* refusal, const zarngi::InputError& error,
-               const zarngi::Wording& wording)
-{
-    std::string sentence = error.sentence().text(wording);
-    const std::string file = error.sentence().subject();
-    const std::string start = file + ": ";
-    if (!file.empty() && sentence.starts_with(start)) {
-        sentence.erase(0, start.size());
-        if (refusal != nullptr) {
-            copyText(file, refusal->file);
-        }
-    }
-    return refuse(refusal, kindOf(error), sentence, error.member());
-}
-
-/**
- * Runs a comparison: no exception leaves it.
- * @param wording of what refuses it, which the call may set
- */
-template <class Call>
-int guarded(zarnGIHost_Refusal* refusal, const zarngi::Wording& wording, const Call& call) noexcept
-{
-    try {
-        return call();
-    } catch (const zarngi::UsageError& error) {
-        return refuse(refusal, ZARNGI_HOST_REFUSAL_REQUEST, error.sentence().text(wording),
-                      error.member());
-    } catch (const zarngi::FileFailure& error) {
-        return refuseFile(refusal, error);
-    } catch (const zarngi::InputError& error) {
-        return refusePair(refusal, error, wording);
-    } catch (const std::bad_alloc&) {
-        return refuse(refusal, ZARNGI_HOST_REFUSAL_MEMORY, "not enough memory");
-    } catch (const std::length_error&) { // more than a vector holds
-        return refuse(refusal, ZARNGI_HOST_REFUSAL_MEMORY, "not enough memory");
-    } catch (const std::exception& error) {
-        return refuse(refusal, ZARNGI_HOST_REFUSAL_SYSTEM, error.what());
-    }
-}
 
 /** Hands on to the caller what is told of a comparison. */
 class Following
@@ -216,28 +113,6 @@ void addOptions(zarngi::Request& request, const zarnGIHost_Options& options,
     }
 }
 
-/** An object of texts; empty for what is none. */
-Json tableOf(const char* words)
-{
-    try {
-        return words != nullptr ? Json::parse(words) : Json::object();
-    } catch (const Json::exception&) {
-        return Json::object();
-    }
-}
-
-/** How the caller's sentences call the members of a request. */
-zarngi::Wording wordingOf(const char* words)
-{
-    const Json table = tableOf(words);
-    return {[table](zarngi::Member member) {
-                const std::string name = zarngi::memberName(member);
-                const Json* const word = table.find(name);
-                return word != nullptr && word->is_string() ? word->get<std::string>() : name;
-            },
-            zarngi::plainWording().file};
-}
-
 const char* problemOf(const zarnGIHost_Options& options)
 {
     return options.explained != nullptr && options.explainedName == nullptr
@@ -304,7 +179,7 @@ int zarnGIHost_compareWith(const char* request, size_t size, const zarnGIHost_So
     }
     zarngi::Wording wording = zarngi::plainWording();
     return guarded(refusal, wording, [&] {
-        wording = wordingOf(wanted.words);
+        wording = host::wordingOf(wanted.words);
         auto made = std::make_shared<zarngi::Comparison>(
             compared({request, size}, from, told, wanted, wording));
         zarngi::Comparison* const own = made.get();

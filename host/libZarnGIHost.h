@@ -617,7 +617,7 @@ ZARNGI_HOST_API int zarnGIHost_explain(const struct zarnGIHost_ExplanationInput*
                                        struct zarnGIHost_Bytes* json,
                                        struct zarnGIHost_Error* error);
 
-/** What refuses a comparison. */
+/** What refuses a comparison or a conversion. */
 enum zarnGIHost_RefusalKind {
     ZARNGI_HOST_REFUSAL_NONE = 0,
     ZARNGI_HOST_REFUSAL_REQUEST = 1, /**< the request, by itself or for these doses; see `member` */
@@ -636,7 +636,7 @@ enum zarnGIHost_RefusalKind {
 /** Bytes of the longest name of a file, with its end. */
 #define ZARNGI_HOST_PATH_SIZE 4096
 
-/** Why there is no comparison. */
+/** Why there is no comparison, or no conversion. */
 struct zarnGIHost_Refusal {
     int kind;        /**< of enum zarnGIHost_RefusalKind */
     int systemError; /**< errno of a file that the system does not give, else 0 */
@@ -920,6 +920,36 @@ ZARNGI_HOST_API void zarnGIHost_freeMap(struct zarnGIHost_Map* map);
  * @param comparison the comparison; null is allowed.
  */
 ZARNGI_HOST_API void zarnGIHost_freeComparison(struct zarnGIHost_Comparison* comparison);
+
+/** A dose that is to be a file of another format. What is null or 0 is not asked for. */
+struct zarnGIHost_Conversion {
+    const char* input;           /**< a file that zarnGIHost_readToldDose() reads: a volume */
+    const char* output;          /**< the file to write; its ending tells the format: .dcm (DICOM RT
+                                    Dose), .mha, .nrrd, .nii or .nii.gz */
+    const char* like;            /**< a DICOM file whose patient, study, frame of reference and plan
+                                    an RT Dose gets; null: nobody's, with UIDs made of its contents */
+    const char* scale;           /**< what doses are multiplied by: "1.5" or "1/33" */
+    int allowErrorDoses;         /**< 1: RT Doses of the Dose Type ERROR are taken, too */
+    struct zarnGIHost_Told told; /**< of an input that does not tell it */
+    /** As of zarnGIHost_Options; "like", "scale" and "allowErrorDoses" are the names. */
+    const char* words;
+};
+
+/**
+ * Writes a dose as a file of another format, as `zarngi convert` does and with the same bytes:
+ * under a temporary name beside its own, renamed when it is whole. No input is overwritten.
+ *
+ * @param conversion what is wanted.
+ * @param warnings   [out] what was told of the dose when it was read: a JSON array of lines, UTF-8;
+ *                   the caller frees it. Unchanged unless ZARNGI_HOST_OK is returned. May be null.
+ * @param refusal    [out] why there is no file; its member is "output", "like", "scale" or empty.
+ *                   May be null.
+ * @return ZARNGI_HOST_OK, ZARNGI_HOST_REFUSED (no volume of doses, or one that the format cannot
+ *         hold), ZARNGI_HOST_SYSTEM, ZARNGI_HOST_NO_MEMORY or ZARNGI_HOST_BAD_ARGUMENT.
+ */
+ZARNGI_HOST_API int zarnGIHost_convert(const struct zarnGIHost_Conversion* conversion,
+                                       struct zarnGIHost_Bytes* warnings,
+                                       struct zarnGIHost_Refusal* refusal);
 
 /**
  * Follows an acceptance test, on the calling thread; must not start a comparison.

@@ -9,6 +9,7 @@ True
 
 from ._asked import NothingTestedError
 from ._compare import Comparison, compare, default_request, protocol, protocols
+from ._convert import convert
 from ._criteria import Criteria
 from ._demo import demo_pair
 from ._dose_volume import DoseVolume
@@ -48,6 +49,7 @@ __all__ = [
     "StructureSet",
     "Sweep",
     "compare",
+    "convert",
     "default_request",
     "demo_pair",
     "dvh",

@@ -77,7 +77,7 @@ def read(
         or the unit, or speaks against the values being doses.
     """
     name = str(Path(path))
-    dose = _host.read_file(name, _told(dose_unit, length_unit, pixel_size))
+    dose = _host.read_file(name, told_of(dose_unit, length_unit, pixel_size))
     return dose_grid(name, dose, allow_relative, allow_error_doses)
 
 
@@ -123,12 +123,12 @@ def read_bytes(
         As of `read`.
     """
     name = "<bytes>"
-    told = _told(dose_unit, length_unit, pixel_size)
+    told = told_of(dose_unit, length_unit, pixel_size)
     dose = _host.read_memory(name, data, files or {}, told)
     return dose_grid(name, dose, allow_relative, allow_error_doses)
 
 
-def _told(dose_unit: str | None, length_unit: str | None, pixel_size: float | None) -> _host.Told:
+def told_of(dose_unit: str | None, length_unit: str | None, pixel_size: float | None) -> _host.Told:
     """What is told of a file as the library takes it."""
     gray = {"Gy": 1.0, "cGy": 1 / 100}
     millimetres = {"mm": 1.0, "cm": 10.0}

@@ -86,7 +86,7 @@ class Refused(Exception):
         self.refusal = refusal
 
 
-class _Refusal(ctypes.Structure):
+class RefusalRecord(ctypes.Structure):
     """Mirror of `zarnGIHost_Refusal`."""
 
     _fields_ = [
@@ -96,6 +96,16 @@ class _Refusal(ctypes.Structure):
         ("file", ctypes.c_char * _PATH_SIZE),
         ("sentence", ctypes.c_char * _host.SENTENCE_SIZE),
     ]
+
+    def told(self) -> Refusal:
+        """What it says."""
+        return Refusal(
+            _KINDS[self.kind],
+            self.systemError,
+            self.member.decode(),
+            os.fsdecode(self.file),
+            self.sentence.decode("utf-8", "replace"),
+        )
 
 
 class _NamedDose(ctypes.Structure):
@@ -181,7 +191,7 @@ _functions = _host.declare(
                 ctypes.POINTER(_Watcher),
                 ctypes.POINTER(_Options),
                 ctypes.POINTER(ctypes.c_void_p),
-                ctypes.POINTER(_Refusal),
+                ctypes.POINTER(RefusalRecord),
             ],
         ),
         "defaultRequest": (ctypes.c_int, [_BYTES_P, _ERROR_P]),
@@ -434,16 +444,10 @@ def attempt(
     )
     watch = _Watch() if follow is None else _Watch(lambda now, _: int(not follow(now[0].done)))
     watcher = _Watcher(_Prepared(lambda *_: int(not prepared())), watch, None)
-    handle, refusal = ctypes.c_void_p(), _Refusal()
+    handle, refusal = ctypes.c_void_p(), RefusalRecord()
     status = _functions.compareWith(
         request, len(request), source, watcher, options.described(), handle, refusal
     )
     if status == 0:
         return Comparison(handle)
-    return Refusal(
-        _KINDS[refusal.kind],
-        refusal.systemError,
-        refusal.member.decode(),
-        os.fsdecode(refusal.file),
-        refusal.sentence.decode("utf-8", "replace"),
-    )
+    return refusal.told()
