@@ -99,6 +99,21 @@ def test_what_is_not_clear_is_listed(tmp_path):
     assert len(found.left_out) == 4
 
 
+SEGMENTATION = "1.2.840.10008.5.1.4.1.1.66.4"
+
+
+def test_segmentations_join_where_there_is_no_structure_set(tmp_path):
+    write_dose(tmp_path / "tps/a.dcm")
+    write_dose(tmp_path / "qa/a.dcm")
+    about = {"PatientID": "DOE", "FrameOfReferenceUID": FRAME}
+    write_other(tmp_path / "tps/parts.dcm", SEGMENTATION, SegmentationType="FRACTIONAL", **about)
+    assert scanned(tmp_path).pairs[0].structures == ""
+    segments = write_other(tmp_path / "tps/seg.dcm", SEGMENTATION, SegmentationType="BINARY", **about)
+    assert scanned(tmp_path).pairs[0].structures == str(segments)
+    structures = write_structures(tmp_path / "tps/rs.dcm")
+    assert scanned(tmp_path).pairs[0].structures == str(structures)
+
+
 def test_structures_machine_and_date(tmp_path):
     for folder in ("tps", "qa"):
         write_dose(tmp_path / folder / "a.dcm")

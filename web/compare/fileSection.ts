@@ -4,6 +4,7 @@ import type { TableUnits } from '../engine/request';
 import { byId, el } from '../views/dom';
 import type { EngineClient } from '../engine/client';
 import type { EngineError, ExamplePart, FileFacts } from '../engine/messages';
+import { Conversion } from './conversion';
 import { chosen, dropped, type NamedFile } from './dropped';
 import { FilePool } from './filePool';
 import { descriptionOf, fileRow, leftOutText, optionText } from './fileTable';
@@ -33,6 +34,7 @@ export interface FileListener {
 
 export class FileSection {
     private readonly pool: FilePool;
+    private readonly conversion: Conversion;
     private roles: Roles = noRoles();
     private problem: { path: string; sentence: string } | null = null;
     private readonly reference = byId<HTMLSelectElement>('reference-choice');
@@ -45,6 +47,7 @@ export class FileSection {
         private readonly listener: FileListener,
     ) {
         this.pool = new FilePool(client, () => listener.units());
+        this.conversion = new Conversion(client, () => listener.units());
         this.listenToInputs();
         this.listenToDrops();
         this.listenToRoles();
@@ -276,6 +279,7 @@ export class FileSection {
         const files = [...doses, ...sets.filter((s) => s.kind === 'structures'), ...this.pool.plans()];
         byId('file-rows').replaceChildren(...files.flatMap((f) => this.rowsOf(f)));
         byId('left-out').textContent = leftOutText(this.pool.unused());
+        this.conversion.show(doses, this.pool.plans());
     }
 
     private hint(doses: number): string {

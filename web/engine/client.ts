@@ -2,8 +2,8 @@
 
 import { EngineFailure } from './engine';
 import type {
-    ComparisonAnswer, ExamplePart, FileFacts, Progress, ProtocolFacts, RatesAnswer, RequestAnswer,
-    SelfTestRecord, StructurePart, VolumeName,
+    ComparisonAnswer, ConversionAsked, ExamplePart, FileFacts, Progress, ProtocolFacts, RatesAnswer,
+    RequestAnswer, SelfTestRecord, StructurePart, VolumeName,
 } from './messages';
 import type { Call, Reply } from './protocol';
 import type { ComparisonRequest, RequestDocument, TableUnits } from './request';
@@ -139,6 +139,13 @@ export class EngineClient {
     /** @param name its ending tells the format: .nrrd, .mha, .nii, .nii.gz */
     async gammaMap(of: ComparisonRequest, criterion: number, name: string): Promise<ArrayBuffer> {
         return (await this.ask(of, { call: 'document', document: 'gammaMap', criterion, name })).output!;
+    }
+
+    /** A dose in another format, and whether that file names a patient. Rejects with an EngineFailure, or Stopped. */
+    async convert(asked: ConversionAsked): Promise<{ file: ArrayBuffer; namesPatient: boolean }> {
+        await this.endBackground();
+        const { answer, output } = await this.send({ call: 'convert', ...asked });
+        return { file: output!, namesPatient: (answer as { namesPatient: boolean }).namesPatient };
     }
 
     /** A file of the built-in example. */

@@ -90,6 +90,11 @@ public:
         return withPaths(files::readPlan(contents_.view(), scriptHost(isDiscreet_)));
     }
 
+    files::Result<files::DicomStudy> study() const
+    {
+        return files::readStudy(contents_.view(), scriptHost(isDiscreet_));
+    }
+
     files::Result<files::StructureSet> structures()
     {
         return withPaths(
@@ -277,6 +282,11 @@ const files::StructureSet& KeptFiles::structures(const std::string& path, bool i
 files::Plan KeptFiles::plan(const std::string& path, bool isDiscreet)
 {
     return readFrom(path, isDiscreet, [](OpenFile& file) { return file.plan(); });
+}
+
+files::DicomStudy KeptFiles::study(const std::string& path)
+{
+    return readFrom(path, false, [](OpenFile& file) { return file.study(); });
 }
 
 void KeptFiles::use(const std::set<std::string>& paths, bool isDiscreet)

@@ -10,6 +10,7 @@
 
 #include "comparison/documents/json.h"
 #include "files/doseImage.h"
+#include "files/formats/dicom/study.h"
 #include "files/host.h"
 #include "files/plans/plan.h"
 #include "files/structures/structureSet.h"
@@ -41,6 +42,9 @@ public:
 
     /** @throws zarngi::InputError */
     static files::Plan plan(const std::string& path, bool isDiscreet);
+
+    /** Whose a DICOM file is. @throws zarngi::InputError */
+    static files::DicomStudy study(const std::string& path);
 
     /** The files of a comparison: their values are kept until those of another one are used. */
     void use(const std::set<std::string>& paths, bool isDiscreet);

@@ -4,7 +4,7 @@
  */
 
 import type { ComparisonRecord, GridRecord, HeaderRecord, Triple } from '../views/record';
-import type { RequestDocument } from './request';
+import type { RequestDocument, TableUnits } from './request';
 
 export interface DoseFacts {
     /** Of the values: another file where a header stands alone. */
@@ -86,6 +86,20 @@ export interface Progress {
     shellLimit: number;
     /** Of this shell, or of the work, 0 to 1. */
     share: number;
+}
+
+/** A dose that is to be a file of another format. */
+export interface ConversionAsked {
+    path: string;
+    /** Of the file to make: its ending tells the format (.dcm, .nrrd, .mha, .nii, .nii.gz). */
+    name: string;
+    /** A DICOM file whose patient and study an RT Dose gets; empty: nobody's. */
+    like: string;
+    /** A number or a fraction; empty: 1. */
+    scale: string;
+    allowErrorDoses: boolean;
+    /** Of a dose that tells none. */
+    units: TableUnits;
 }
 
 /** What was wanted and found of every case, and where. */

@@ -1,6 +1,6 @@
 /** How the messages travel between a page and its worker. */
 
-import type { EngineError, ExamplePart, Progress, StructurePart, VolumeName } from './messages';
+import type { ConversionAsked, EngineError, ExamplePart, Progress, StructurePart, VolumeName } from './messages';
 import type { RequestDocument, TableUnits } from './request';
 
 export type Call =
@@ -17,6 +17,7 @@ export type Call =
     | { call: 'document'; document: 'page'; template: string }
     | { call: 'document'; document: 'gammaMap'; criterion: number; name: string }
     | { call: 'example'; part: ExamplePart }
+    | ({ call: 'convert' } & ConversionAsked)
     | { call: 'selfTest' };
 
 export interface Request {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "comparison/compare.h"
+#include "comparison/conversion/conversion.h"
 #include "comparison/documents/csv.h"
 #include "comparison/documents/doseJson.h"
 #include "comparison/documents/headerJson.h"
@@ -185,6 +186,9 @@ Json Session::answer(const Json& call)
     if (what == "compare") {
         return compare(call);
     }
+    if (what == "convert") {
+        return convert(call);
+    }
     if (what == "example") {
         return example(call);
     }
@@ -331,6 +335,25 @@ Json Session::document(const Json& call)
     return withOutput(imageFile(textOf(call, "name"), {comparison_.reference.image.geometry,
                                                        files::Values::lent(result.gamma)}),
                       {{"label", result.criterion.fileLabel()}});
+}
+
+/** A dose as a file of another format, and whether that names a patient. */
+Json Session::convert(const Json& call)
+{
+    zarngi::ConversionRequest request;
+    request.output = textOf(call, "name");
+    request.like = textOf(call, "like");
+    request.scale = textOf(call, "scale");
+    request.allowErrorDoses = call.at("allowErrorDoses").get<bool>();
+    request.words = {"Patient", "Times"};
+    zarngi::Conversion conversion(request);
+    conversion.setDose(files_.dose(textOf(call, "path"), unitsOf(call)));
+    if (!request.like.empty()) {
+        conversion.setStudy(KeptFiles::study(request.like));
+    }
+    const bool namesPatient = conversion.namesPatient();
+    const files::Bytes file = std::move(conversion).file(scriptDeflate());
+    return withOutput(std::string(files::asText(file.view())), {{"namesPatient", namesPatient}});
 }
 
 Json Session::example(const Json& call)

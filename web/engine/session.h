@@ -39,6 +39,7 @@ private:
     Json volume(const Json& call);
     Json structure(const Json& call);
     Json document(const Json& call);
+    Json convert(const Json& call);
     Json example(const Json& call);
     Json selfTest(const Json& call);
     Json withOutput(std::string output, Json answer = Json::object());

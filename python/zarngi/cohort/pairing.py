@@ -46,11 +46,12 @@ class DoseFile:
 
 @dataclass(frozen=True)
 class StructureFile:
-    """What joins an RT Structure Set to a pair."""
+    """What joins an RT Structure Set, or a segmentation, to a pair."""
 
     path: str
     patient: str
     frames: frozenset[str]
+    is_segmentation: bool = False
 
 
 def _by_key(doses: Iterable[DoseFile]) -> dict[tuple[str, ...], list[DoseFile]]:
@@ -103,13 +104,15 @@ def join_structures(
 ) -> str:
     """The one structure set of a dose's patient and frame of reference; none if there are several.
 
-    Several are told in `left_out`, once.
+    Several are told in `left_out`, once. Segmentations count where there is no structure set.
     """
-    found = [
-        file.path
+    told = [
+        file
         for file in files
         if dose.frame and dose.frame in file.frames and file.patient == dose.patient
     ]
+    sets = [file for file in told if not file.is_segmentation]
+    found = [file.path for file in sets or told]
     if len(found) > 1:
         line = f"more than one structure set of a frame of reference: {', '.join(found)}"
         if line not in left_out:

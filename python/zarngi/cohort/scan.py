@@ -20,6 +20,7 @@ from .pairing import DoseFile, StructureFile, join_structures, paired
 
 _DOSE = "1.2.840.10008.5.1.4.1.1.481.2"
 _STRUCTURES = "1.2.840.10008.5.1.4.1.1.481.3"
+_SEGMENTATION = "1.2.840.10008.5.1.4.1.1.66.4"
 _PLANS = {"1.2.840.10008.5.1.4.1.1.481.5", "1.2.840.10008.5.1.4.1.1.481.8"}
 
 _TAGS = [
@@ -30,6 +31,7 @@ _TAGS = [
     "ReferencedFrameOfReferenceSequence",
     "ReferencedRTPlanSequence",
     "DoseSummationType",
+    "SegmentationType",
     "InstanceCreationDate",
     "ContentDate",
     "SeriesDate",
@@ -237,10 +239,9 @@ class _Found:
         kind = str(dataset.get("SOPClassUID", ""))
         if kind == _DOSE:
             self.doses.append(_dose_file(path, dataset))
-        elif kind == _STRUCTURES:
-            self.structures.append(
-                StructureFile(path, str(dataset.get("PatientID", "")), _frames(dataset))
-            )
+        elif kind == _STRUCTURES or (kind == _SEGMENTATION and _is_binary(dataset)):
+            patient, frames = str(dataset.get("PatientID", "")), _frames(dataset)
+            self.structures.append(StructureFile(path, patient, frames, kind == _SEGMENTATION))
         elif kind in _PLANS:
             self.machines[str(dataset.SOPInstanceUID)] = _machine(dataset)
         elif not kind:
@@ -295,6 +296,11 @@ def _date(dataset: Any) -> str:
 def _frames(dataset: Any) -> frozenset[str]:
     frames = [dataset, *(dataset.get("ReferencedFrameOfReferenceSequence") or [])]
     return frozenset(str(frame.get("FrameOfReferenceUID", "")) for frame in frames) - {""}
+
+
+def _is_binary(dataset: Any) -> bool:
+    """Whether it is a segmentation of the type that is read."""
+    return str(dataset.get("SegmentationType", "")) == "BINARY"
 
 
 def _machine(dataset: Any) -> str:

@@ -351,6 +351,40 @@ describe('what is kept of files', () => {
     });
 });
 
+describe('a dose in another format', () => {
+    const asked = { call: 'convert', like: '', scale: '', allowErrorDoses: false, units: {} };
+    const place = (name) => join(folder, name);
+    before(() => execFileSync(program, ['demo', folder]));
+
+    for (const [name, words] of [
+        ['made.dcm', {}], ['made.dcm', { scale: '1/33' }], ['made.nii', {}],
+        ['made.dcm', { like: join(folder, 'structures.dcm') }],
+    ]) {
+        test(`has the bytes of the program: ${name} ${Object.keys(words)}`, () => {
+            const bytes = output({ ...asked, path: place('reference.mha'), name, ...words });
+            const options = Object.entries(words).flatMap(([word, value]) => [`--${word}`, value]);
+            execFileSync(program, ['convert', place('reference.mha'), place(name), ...options], { stdio: 'ignore' });
+            assert.equal(sha256(bytes), sha256(readFileSync(place(name))));
+        });
+    }
+
+    test('is told to name a patient where it does', () => {
+        const convert = (like) => engine.call({ ...asked, path: place('reference.mha'), name: 'made.dcm', like });
+        assert.equal(convert('').namesPatient, false);
+        assert.equal(convert(place('structures.dcm')).namesPatient, true);
+    });
+
+    test('is refused in one sentence where it cannot be', () => {
+        for (const [words, sentence] of [
+            [{ name: 'made.txt' }, /^made\.txt: does not end in \.dcm, /],
+            [{ name: 'made.dcm', like: place('reference.mha') }, /reference\.mha: is no DICOM file$/],
+            [{ name: 'made.mha', path: place('structures.dcm') }, /structures\.dcm: /],
+        ]) {
+            assert.throws(() => engine.call({ ...asked, path: place('reference.mha'), ...words }), { message: sentence });
+        }
+    });
+});
+
 test('the acceptance test passes with the cases of the program, and tells what it was made of', () => {
     const call = { call: 'selfTest', system: 'a browser', engine: { bytes: 3, sha256: 'abc' } };
     const { record, bytes } = engine.call(call);
