@@ -70,7 +70,7 @@ export class Conversion {
 
     /** Whether a file that names a patient is to leave the page. */
     private isAgreed(name: string, like: string): Promise<boolean> {
-        byId('names-patient-text').textContent = `${name} tells whose it is: name and ID of the patient of ${like}.`;
+        byId('names-patient-text').textContent = `${name} tells whose it is: name, ID and date of birth of the patient of ${like}.`;
         this.question.returnValue = '';
         this.question.showModal();
         return new Promise((answer) => {

@@ -368,12 +368,6 @@ describe('a dose in another format', () => {
         });
     }
 
-    test('is told to name a patient where it does', () => {
-        const convert = (like) => engine.call({ ...asked, path: place('reference.mha'), name: 'made.dcm', like });
-        assert.equal(convert('').namesPatient, false);
-        assert.equal(convert(place('structures.dcm')).namesPatient, true);
-    });
-
     test('is refused in one sentence where it cannot be', () => {
         for (const [words, sentence] of [
             [{ name: 'made.txt' }, /^made\.txt: does not end in \.dcm, /],
