@@ -13,7 +13,8 @@ MODULES = ["zarngi"] + [module.name for module in pkgutil.walk_packages(zarngi._
 
 
 @pytest.mark.parametrize("name", MODULES)
-def test_examples_in_docstrings(name):
+def test_examples_in_docstrings(name, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)  # some write files
     assert doctest.testmod(importlib.import_module(name), optionflags=OPTIONS).failed == 0
 
 
