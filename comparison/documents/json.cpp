@@ -122,10 +122,18 @@ Parsed Json::Text::written(const Object& object)
 }
 
 Json::Json() noexcept = default;
-Json::Json(std::nullptr_t) noexcept {}
-Json::Json(const char* text) : value_(std::string(text)) {}
-Json::Json(std::string_view text) : value_(std::string(text)) {}
-Json::Json(std::string text) noexcept : value_(std::move(text)) {}
+Json::Json(std::nullptr_t) noexcept
+{
+}
+Json::Json(const char* text) : value_(std::string(text))
+{
+}
+Json::Json(std::string_view text) : value_(std::string(text))
+{
+}
+Json::Json(std::string text) noexcept : value_(std::move(text))
+{
+}
 
 Json::Json(std::initializer_list<Json> values)
 {
@@ -346,9 +354,9 @@ void Json::update(const Json& other)
 std::size_t Json::erase(std::string_view name)
 {
     auto* const object = std::get_if<Object>(&value_);
-    return object == nullptr ? 0 : std::erase_if(*object, [&](const Member& member) {
-        return member.name == name;
-    });
+    return object == nullptr
+               ? 0
+               : std::erase_if(*object, [&](const Member& member) { return member.name == name; });
 }
 
 bool Json::operator==(const Json& other) const noexcept

@@ -21,6 +21,9 @@
 namespace zarngi
 {
 
+template <class Value>
+concept WholeNumber = std::integral<Value> && !std::same_as<Value, bool>;
+
 /**
  * null, a boolean, a number, a text, an array or an object, whose members keep their order.
  *
@@ -41,16 +44,9 @@ public:
 
     Json() noexcept;
     Json(std::nullptr_t) noexcept;
-    Json(std::same_as<bool> auto value) noexcept : value_(value) {}
-    Json(std::integral auto value) noexcept requires(!std::same_as<decltype(value), bool>)
-    {
-        if constexpr (std::signed_integral<decltype(value)>) {
-            value_ = std::int64_t{value};
-        } else {
-            value_ = std::uint64_t{value};
-        }
-    }
-    Json(std::floating_point auto value) noexcept : value_(double{value}) {}
+    template <std::same_as<bool> Value> Json(Value value) noexcept;
+    template <WholeNumber Value> Json(Value value) noexcept;
+    template <std::floating_point Value> Json(Value value) noexcept;
     Json(const char* text);
     Json(std::string_view text);
     Json(std::string text) noexcept;
@@ -216,6 +212,24 @@ struct Json::Member {
 
     bool operator==(const Member& other) const noexcept = default;
 };
+
+// Behind what a value may consist of, whose destructors they use.
+template <std::same_as<bool> Value> Json::Json(Value value) noexcept : value_(value)
+{
+}
+
+template <WholeNumber Value> Json::Json(Value value) noexcept
+{
+    if constexpr (std::signed_integral<Value>) {
+        value_ = std::int64_t{value};
+    } else {
+        value_ = std::uint64_t{value};
+    }
+}
+
+template <std::floating_point Value> Json::Json(Value value) noexcept : value_(double{value})
+{
+}
 
 } // namespace zarngi
 
