@@ -67,6 +67,7 @@ TEST_P(Progress, IsToldOnTheHostsThreadAndChangesNothing)
 {
     setSlowPair(GetParam());
     zarnGI_setGammaSearchMax(4);
+    zarnGI_setStepSize(0.015F); // to the end, and slowly enough where nothing slows it down
     std::vector<float> plain(4096);
     std::vector<float> watched(4096);
     ASSERT_EQ(zarnGI_startComputation(), ZARNGI_OK);
