@@ -25,13 +25,13 @@ chmod +x "$build/zarngi"
 export ZARNGI_WINDOWS="$build/zarngi" ZARNGI_WINDOWS_FOLDER="$folder" PYTHONDONTWRITEBYTECODE=1
 export ZARNGI_TEST_DATA="$top/../shared/data"
 export ZARNGI="$top/build/release/cli/zarngi" PYTHONPATH="$top/tests/cli"
-(cd tests/windows && python3 -m unittest -v test_windows)
+(cd tests/windows && /usr/bin/python3 -m unittest -v test_windows)
 
 echo "== the tests of the program, through Wine"
 # conditions and noise: minutes of random numbers, the same arithmetic as in the bits above.
 # faults, output_places, jpeg: signals, limits, devices and decoders of Linux.
 # numbered: another program. requests, bad_files, outputs: name places of Linux (/dev, links, fifos).
 for suite in ${ZARNGI_WINDOWS_SUITES:-formats goals measurements structures explain real_data}; do
-    (cd tests/cli && ZARNGI="$build/zarngi" python3 -m unittest "test_$suite")
+    (cd tests/cli && ZARNGI="$build/zarngi" /usr/bin/python3 -m unittest "test_$suite")
 done
 wineserver --kill || true
