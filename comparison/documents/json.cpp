@@ -351,14 +351,6 @@ void Json::update(const Json& other)
     }
 }
 
-std::size_t Json::erase(std::string_view name)
-{
-    auto* const object = std::get_if<Object>(&value_);
-    return object == nullptr
-               ? 0
-               : std::erase_if(*object, [&](const Member& member) { return member.name == name; });
-}
-
 bool Json::operator==(const Json& other) const noexcept
 {
     return std::visit(

@@ -124,8 +124,6 @@ public:
 
     /** Takes the members of another object, in place of those of the same names. */
     void update(const Json& other);
-    /** Takes a member away; returns how many there were. */
-    std::size_t erase(std::string_view name);
 
     /**
      * bool, a number, std::string, or a std::vector of these.
