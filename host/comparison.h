@@ -11,8 +11,8 @@
 #include "host/libZarnGIHost.h"
 
 struct zarnGIHost_Comparison {
-    std::shared_ptr<const zarngi::Comparison> value; ///< not its own while the watcher looks at it
-    zarngi::Comparison* own = nullptr;               ///< the same where it is
+    std::shared_ptr<const zarngi::Comparison> value; ///< the host's while the watcher looks at it
+    zarngi::Comparison* own = nullptr;               ///< what value holds, once it may be changed
 };
 
 #endif

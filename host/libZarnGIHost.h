@@ -769,12 +769,12 @@ struct zarnGIHost_Options {
  * As zarnGIHost_compare(), which it is without options.
  *
  * @param request    as of zarnGIHost_compare().
- * @param size       likewise.
- * @param source     likewise.
- * @param watcher    likewise.
+ * @param size       as of zarnGIHost_compare().
+ * @param source     as of zarnGIHost_compare().
+ * @param watcher    as of zarnGIHost_compare().
  * @param options    what else is wanted; may be null.
  * @param comparison [out] as of zarnGIHost_compare().
- * @param refusal    [out] likewise.
+ * @param refusal    [out] as of zarnGIHost_compare().
  * @return as zarnGIHost_compare().
  */
 ZARNGI_HOST_API int zarnGIHost_compareWith(const char* request, size_t size,

@@ -182,11 +182,12 @@ void addNoise(CLI::App& command, CompareOptions& options)
         command.add_option(name, value, what)->type_name(type)->group(group);
     };
     text("--reference-uncertainty", options.referenceUncertainty, "FILE|P%",
-         "Of its doses, where its file tells none: or 2%");
-    text("--evaluation-uncertainty", options.evaluationUncertainty, "FILE|P%", "Likewise");
+         "Of the reference, where its file tells none");
+    text("--evaluation-uncertainty", options.evaluationUncertainty, "FILE|P%",
+         "Of the evaluation, where its file tells none");
     text("--uncertainty-unit", options.uncertaintyUnit, "UNIT",
-         "Of such files: percent, fraction or gray");
-    command.add_option("--noise-seed", options.noiseSeed, "Of the random numbers (1)")
+         "Of uncertainty files: percent, fraction or gray");
+    command.add_option("--noise-seed", options.noiseSeed, "Of the random numbers of --noise (1)")
         ->type_name("N")
         ->needs(noise)
         ->group(group);
@@ -205,7 +206,8 @@ void addOutput(CLI::App& command, CompareOptions& options)
     addAnonymousOption(command, options);
     file("--gamma-map", options.outputs.gammaMap,
          "Gamma of every voxel (.mha, .nrrd, .nii.gz, .dcm)");
-    file("--difference", options.outputs.difference, "Evaluation less reference, likewise");
+    file("--difference", options.outputs.difference,
+         "Evaluation less reference (formats of --gamma-map)");
     file("--like", options.outputs.like, "DICOM of the patient and study of such a .dcm");
     command.add_option("--verbose", options.verbose, "Reports of the search, 0 to 5 (0)")
         ->check(CLI::Range(0, 5))

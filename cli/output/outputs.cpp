@@ -174,7 +174,7 @@ std::vector<std::string> OutputNames::gammaMaps(const std::vector<Criterion>& cr
     for (const Criterion& criterion : criteria) {
         std::string name = criteria.size() == 1 ? gammaMap : gammaMapName(gammaMap, criterion);
         if (std::find(names.begin(), names.end(), name) != names.end()) {
-            name = nameWith(name, "again"); // the same for everything and for structures
+            name = nameWith(name, "again"); // asked for everything and for structures
         }
         names.push_back(std::move(name));
     }

@@ -17,13 +17,13 @@ namespace zarngi
 /** Differences between evaluation and reference in units of their combined uncertainty. */
 struct NoiseDifferences {
     std::string name;        ///< of a structure; empty: of all tested voxels, or of a dose band
-    double lowerPercent = 0; ///< of a dose band, % of the normalisation dose
-    double upperPercent = 0; ///< likewise; 0: no band
+    double lowerPercent = 0; ///< where a dose band begins, % of the normalisation dose
+    double upperPercent = 0; ///< where a dose band ends, %; 0: no band
     std::size_t voxels = 0;  ///< tested ones whose uncertainty is known
     double mean = 0;
     double deviation = 0;
-    double beyondTwo = 0;   ///< share, 0 to 1; 0.046 of noise alone
-    double beyondThree = 0; ///< likewise; 0.0027
+    double beyondTwo = 0;   ///< share beyond 2, 0 to 1; 0.046 of noise alone
+    double beyondThree = 0; ///< share beyond 3, 0 to 1; 0.0027 of noise alone
 };
 
 /** Where doses change little, the differences show the noise itself. */

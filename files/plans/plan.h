@@ -33,7 +33,7 @@ struct PlanPrescription {
 /** A treatment plan; a text is empty where the file does not say it. */
 struct Plan {
     std::string path;     ///< empty where it was read from memory
-    std::string dataPath; ///< the same
+    std::string dataPath; ///< equal to path: a plan is one file
     std::string format;   ///< "DICOM RT Plan" or "DICOM RT Ion Plan"
     std::string sopInstance;
     std::string frameOfReference;

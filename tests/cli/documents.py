@@ -6,8 +6,9 @@ from pathlib import Path
 
 import jsonschema
 
-PROJECT = Path(__file__).resolve().parents[2]
-SCHEMA = json.loads((PROJECT / "comparison/documents/zarngi.schema.json").read_text(encoding="utf-8"))
+sys.path.append(str(Path(__file__).resolve().parents[2] / "scripts"))
+from member_tables import SCHEMA, entry_of, members_of
+
 VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
 
 
@@ -15,29 +16,6 @@ def problem_of(document):
     """What the schema has against a request or a record; nothing: None."""
     worst = jsonschema.exceptions.best_match(VALIDATOR.iter_errors(document))
     return worst and f"{worst.json_path}: {worst.message}"
-
-
-def target_of(schema):
-    """What a schema refers to."""
-    return SCHEMA["$defs"][schema["$ref"].rpartition("/")[2]]
-
-
-def parts_of(schema):
-    """What a schema consists of: itself, what it refers to, all of it and its alternatives."""
-    targets = [target_of(schema)] if "$ref" in schema else []
-    for part in (*targets, *schema.get("allOf", ()), *schema.get("anyOf", ())):
-        yield from parts_of(part)
-    yield schema
-
-
-def members_of(schema):
-    """The schemas of an object's members by their names."""
-    return {name: member for part in parts_of(schema) for name, member in part.get("properties", {}).items()}
-
-
-def entry_of(schema):
-    """The schema of an array's entries."""
-    return next((part["items"] for part in parts_of(schema) if "items" in part), {})
 
 
 def strangers(value, schema, path="$"):

@@ -3,104 +3,33 @@
 import re
 
 import pytest
-from documents import SCHEMA, entry_of, members_of, parts_of, target_of  # tests/cli
+from documents import SCHEMA  # tests/cli
+from member_tables import BLOCK, PAGES, Table, entry_of, headings, members_of, parts_of, types_of, updated  # scripts
 from pages import PROJECT, read_page
 
 DEFINITIONS = SCHEMA["$defs"]
-#: What the tables of docs/json.md describe, in their order; one more is of what a file holds.
-TABLES = ("record", "file", "header", "grid", "criterion", "explanation", "noise", "sweep", "measurement", "structures",
-          "structure", "doses", "goal", "part", "dvh")  # fmt: skip
-#: Of these a table says "see ...".
-ELSEWHERE = {f"#/$defs/{name}" for name in (*TABLES, "request", "doseFigures")}
-#: Of the schema, in the order in which the table of requests tells several.
-TYPES = ("number", "string", "array", "object", "integer", "boolean", "null")
 
 
-def raw_tables(name):
-    """Rows of cells with their marks."""
-    lines = (PROJECT / name).read_text(encoding="utf-8").splitlines()
-    tables, previous = [], ""
-    for line in lines:
-        if line.startswith("| ---"):
-            tables.append([])
-        elif line.startswith("|") and previous.startswith("|"):
-            tables[-1].append([cell.strip() for cell in line.strip("|").split(" | ")])
-        previous = line
-    return tables
+@pytest.mark.parametrize("page", PAGES)
+def test_tables_are_made_from_the_schema(page):
+    """What to do where they differ: run scripts/member_tables.py."""
+    assert read_page(page).text == updated(page)
 
 
-def named(cell):
-    return re.findall(r"`([\w.]+)`", cell)
+@pytest.mark.parametrize("name", headings())
+def test_members_have_a_meaning_and_say_when_they_are_absent(name):
+    table = Table("", headings())
+    for part in parts_of(DEFINITIONS[name]):
+        for member, schema in part.get("properties", {}).items():
+            if member not in part.get("required", ()):
+                assert "only" in table.meaning(schema), member
+    assert all(meaning for _, _, meaning in table.rows(DEFINITIONS[name]))
 
 
-def told_within(schema):
-    """Names of the members within a member that no table of their own describes."""
-    if "$ref" in schema:
-        return set() if schema["$ref"] in ELSEWHERE else told_within(target_of(schema))
-    members = schema.get("properties", {})
-    entries = [schema["items"]] if "items" in schema else []
-    parts = (*members.values(), *schema.get("allOf", ()), *schema.get("anyOf", ()), *entries)
-    return set(members).union(*map(told_within, parts))
-
-
-def values_of(schema):
-    """Texts that alone a member may be."""
-    parts = list(parts_of(schema))
-    values = [value for part in parts for value in (*part.get("enum", ()), part.get("const"))]
-    return {value for value in values if isinstance(value, str)}
-
-
-def types_of(schema):
-    found = [part["type"] for part in parts_of(schema) if "type" in part]
-    return {kind for types in found for kind in ([types] if isinstance(types, str) else types)}
-
-
-@pytest.mark.parametrize(("table", "name"), zip(raw_tables("docs/json.md")[:-1], TABLES, strict=True))
-def test_tables_of_the_record(table, name):
-    members = members_of(DEFINITIONS[name])
-    rows = {member: row for row in table for member in named(row[0])}
-    assert set(rows) == set(members)
-    for member, (_, kind, meaning) in rows.items():
-        schema = members[member]
-        assert ("null" not in types_of(schema)) or "null" in kind + meaning, member
-        within = told_within(schema)
-        assert within <= set(named(meaning)), member
-        if within:
-            assert set(named(meaning)) <= within | set(members) | {"null"}, member
-        if values_of(schema):
-            assert set(re.findall(r'`"([^"]+)"`', meaning)) == values_of(schema), member
-
-
-def flattened(schema, path=""):
-    """Members by dotted names; objects that must be there have no row of their own."""
-    for name, member in members_of(schema).items():
-        if not members_of(member) or "null" in types_of(member):
-            yield path + name, member
-        yield from flattened(member, f"{path}{name}.")
-
-
-def type_text(schema):
-    """As the table of requests tells it."""
-    entries = "text" if types_of(entry_of(schema)) == {"string"} else "numbers"
-    names = {"string": "text", "array": f"array of {entries}"}
-    *others, last = [names.get(kind, kind) for kind in sorted(types_of(schema), key=TYPES.index)]
-    return f"{', '.join(others)} or {last}" if others else last
-
-
-def test_table_of_the_request():
-    (table,) = raw_tables("docs/request.md")
-    rows = {member: row for row in table for member in named(row[0])}
-    members = dict(flattened(DEFINITIONS["request"]))
-    assert set(rows) == set(members)
-    for member, (_, kind, meaning) in rows.items():
-        schema = members[member]
-        assert kind == type_text(schema), member
-        assert all(f'`"{value}"`' in meaning for value in values_of(schema)), member
-        for part in parts_of(schema):
-            if part.get("exclusiveMinimum"):
-                assert "above 0" in meaning, member
-            elif "minimum" in part:
-                assert f"{part['minimum']} to {part['maximum']}" in meaning, member
+def test_tables_are_of_all_documents():
+    found = [block[2] for page in PAGES for block in BLOCK.finditer(read_page(page).text)]
+    assert {"request", "record", "dvh"} <= set(found)
+    assert len(found) == len(set(found))
 
 
 def interfaces_of(source):

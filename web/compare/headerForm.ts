@@ -5,7 +5,7 @@ import { byId, el } from '../views/dom';
 import { headerLabels } from '../views/headerCard';
 import { headerFields, type HeaderField, type HeaderRecord } from '../views/record';
 
-/** The same from patient to patient. */
+/** Fields that are kept from patient to patient. */
 const lasting: readonly HeaderField[] = ['machine', 'performedBy', 'reviewedBy'];
 
 const idOf = (field: HeaderField): string => `header-${field}`;
