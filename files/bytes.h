@@ -12,9 +12,11 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <new>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "files/largeVector.h"
 
@@ -23,22 +25,42 @@ namespace files
 
 using ByteView = std::span<const unsigned char>;
 
+/** Gives back a block of so many bytes. */
+struct BlockGiver {
+    std::size_t taken = 0;
+
+    void operator()(unsigned char* block) const noexcept { giveBlock(block, taken); }
+};
+
 /** A block of bytes, not set to anything when it is made. */
 class Bytes
 {
 public:
     Bytes() = default;
-    Bytes(Bytes&&) = default;
-    Bytes& operator=(Bytes&&) = default;
+    Bytes(Bytes&& other) noexcept { *this = std::move(other); }
+    Bytes& operator=(Bytes&& other) noexcept
+    {
+        size_ = std::exchange(other.size_, 0);
+        block_ = std::move(other.block_);
+        return *this;
+    }
+    ~Bytes() = default;
+    Bytes(const Bytes&) = delete;
+    Bytes& operator=(const Bytes&) = delete;
     /** @throws std::bad_alloc, also for more than this machine can address */
-    explicit Bytes(std::uint64_t size) : bytes_(addressable(size)) {}
+    explicit Bytes(std::uint64_t size) : size_(addressable(size))
+    {
+        if (size_ > 0) {
+            block_ = {static_cast<unsigned char*>(takeBlock(size_)), BlockGiver{size_}};
+        }
+    }
 
-    unsigned char* data() { return bytes_.data(); }
-    std::size_t size() const { return bytes_.size(); }
-    std::span<unsigned char> buffer() { return bytes_; }
-    ByteView view() const { return bytes_; }
+    unsigned char* data() { return block_.get(); }
+    std::size_t size() const { return size_; }
+    std::span<unsigned char> buffer() { return {block_.get(), size_}; }
+    ByteView view() const { return {block_.get(), size_}; }
     /** Forgets the bytes behind the first `size` ones. */
-    void shorten(std::size_t size) { bytes_.resize(std::min(bytes_.size(), size)); }
+    void shorten(std::size_t size) { size_ = std::min(size_, size); }
 
 private:
     static std::size_t addressable(std::uint64_t size)
@@ -49,7 +71,8 @@ private:
         return static_cast<std::size_t>(size);
     }
 
-    LargeVector<unsigned char> bytes_;
+    std::unique_ptr<unsigned char[], BlockGiver> block_;
+    std::size_t size_ = 0;
 };
 
 inline std::string_view asText(ByteView bytes)
