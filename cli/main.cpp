@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/commands/commandOptions.h"
 #include "cli/commands/compareCommand.h"
 #include "cli/commands/convertCommand.h"
 #include "cli/commands/demoCommand.h"

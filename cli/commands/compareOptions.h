@@ -1,6 +1,6 @@
 /**
  * @file compareOptions.h
- * The command line of a comparison.
+ * What a command line asks for, as a request.
  */
 #ifndef ZARNGI_CLI_COMMANDS_COMPAREOPTIONS_H
 #define ZARNGI_CLI_COMMANDS_COMPAREOPTIONS_H
@@ -11,11 +11,6 @@
 
 #include "cli/output/outputs.h"
 #include "comparison/request/request.h"
-
-namespace CLI
-{
-class App;
-}
 
 namespace zarngi
 {
@@ -92,27 +87,6 @@ struct CompareOptions {
     /** What is asked of the reference alone. @throws UsageError, InputError */
     Request requestOfOneDose() const;
 };
-
-/** Adds the arguments to a command; the options must outlive the parsing. */
-void addCompareOptions(CLI::App& command, CompareOptions& options);
-
-/** Adds what is said of structures, apart from where voxels are tested. */
-void addStructureOptions(CLI::App& command, CompareOptions& options);
-
-/** Adds --goal. */
-void addGoalOption(CLI::App& command, CompareOptions& options);
-
-/** Adds --protocol. */
-void addProtocolOption(CLI::App& command, CompareOptions& options);
-
-/** Adds --plan, --identify and --header. */
-void addHeaderOptions(CLI::App& command, CompareOptions& options);
-
-/** Adds --anonymous, which excludes --identify. */
-void addAnonymousOption(CLI::App& command, CompareOptions& options);
-
-/** Adds --dose-unit, --length-unit and --pixel-size. */
-void addTableUnits(CLI::App& command, UnitOptions& options);
 
 /** Outputs that make no sense, whatever the files hold. @throws UsageError */
 void checkOutputs(const CompareOptions& options, const Request& request);

@@ -1,7 +1,5 @@
 #include "cli/commands/convertCommand.h"
 
-#include <CLI/CLI.hpp>
-
 #include <iostream>
 #include <utility>
 
@@ -9,7 +7,6 @@
 #include "cli/guard/unpackPixels.h"
 #include "cli/output/outputs.h"
 #include "comparison/conversion/conversion.h"
-#include "comparison/conversion/volumeFile.h"
 #include "comparison/sources/diskSource.h"
 #include "comparison/text.h"
 #include "files/nativeDeflate.h"
@@ -39,25 +36,6 @@ void tellWarnings(const Conversion& conversion)
 }
 
 } // namespace
-
-void addConvertOptions(CLI::App& command, ConvertOptions& options)
-{
-    command.add_option("INPUT", options.input, "Dose file")->type_name("")->required();
-    command
-        .add_option("OUTPUT", options.output,
-                    std::string("File to write, which ends in ") + writableEndings)
-        ->type_name("")
-        ->required();
-    command
-        .add_option("--like", options.like,
-                    "DICOM file whose patient, study, frame and plan an RT Dose gets")
-        ->type_name("FILE");
-    command.add_option("--scale", options.scale, "Multiply doses by a number or a fraction")
-        ->type_name("F");
-    command.add_flag("--allow-error-doses", options.allowErrorDoses,
-                     "Take RT Doses of Dose Type ERROR, too");
-    addTableUnits(command, options.units);
-}
 
 ExitCode convert(const ConvertOptions& options)
 {

@@ -10,11 +10,6 @@
 #include "cli/commands/compareOptions.h"
 #include "cli/exitCode.h"
 
-namespace CLI
-{
-class App;
-}
-
 namespace zarngi
 {
 
@@ -26,8 +21,6 @@ struct ConvertOptions {
     bool allowErrorDoses = false;
     UnitOptions units; ///< of doses that tell none
 };
-
-void addConvertOptions(CLI::App& command, ConvertOptions& options);
 
 /** @throws UsageError, InputError */
 ExitCode convert(const ConvertOptions& options);

@@ -1,8 +1,8 @@
 #include "cli/commands/dvhCommand.h"
 
-#include <CLI/CLI.hpp>
-
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include "cli/commands/optionNames.h"
 #include "cli/guard/unpackPixels.h"
@@ -30,24 +30,6 @@ std::vector<std::string> inputsOf(const DoseEvaluation& evaluation)
 }
 
 } // namespace
-
-void addDvhOptions(CLI::App& command, CompareOptions& options)
-{
-    command.add_option("DOSE", options.reference, "Dose file")->type_name("")->required();
-    command.add_flag("--allow-error-doses", options.allowErrorDoses,
-                     "Take RT Doses of Dose Type ERROR for doses");
-    addStructureOptions(command, options);
-    addGoalOption(command, options);
-    addProtocolOption(command, options);
-    addHeaderOptions(command, options);
-    const auto file = [&](const char* name, std::string& value, const char* text) {
-        command.add_option(name, value, text)->type_name("FILE")->group("Output");
-    };
-    file("--report", options.outputs.report, "Page with goals, figures and histograms (.html)");
-    file("--json", options.outputs.json, "Everything about it, for programs");
-    file("--csv", options.outputs.csv, "One row per structure and per goal, for spreadsheets");
-    addAnonymousOption(command, options);
-}
 
 ExitCode dvh(const CompareOptions& options)
 {

@@ -12,9 +12,6 @@
 namespace zarngi
 {
 
-/** Adds the arguments to the command; the options must outlive the parsing. */
-void addDvhOptions(CLI::App& command, CompareOptions& options);
-
 /** @param options whose reference is the dose. @throws InputError, UsageError */
 ExitCode dvh(const CompareOptions& options);
 
