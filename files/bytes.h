@@ -56,6 +56,7 @@ public:
     }
 
     unsigned char* data() { return block_.get(); }
+    const unsigned char* data() const { return block_.get(); }
     std::size_t size() const { return size_; }
     std::span<unsigned char> buffer() { return {block_.get(), size_}; }
     ByteView view() const { return {block_.get(), size_}; }

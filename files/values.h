@@ -1,11 +1,12 @@
 /**
  * @file values.h
- * The values of a grid: its own, or lent by whoever keeps them in memory.
+ * The values of a grid: its own, shared by copies, or lent by whoever keeps them in memory.
  */
 #ifndef ZARNGI_FILES_VALUES_H
 #define ZARNGI_FILES_VALUES_H
 
 #include <cstddef>
+#include <memory>
 #include <span>
 #include <utility>
 
@@ -15,14 +16,15 @@ namespace files
 {
 
 /**
- * Grids are large, and a caller's array is not copied to be looked at. Copies of lent values look
- * at the same memory, until they are to be changed.
+ * Grids are large: a caller's array is not copied to be looked at, and copies of values share their
+ * memory until one of them is to be changed.
  */
 class Values
 {
 public:
     Values() = default;
-    Values(LargeVector<float> own) : own_(std::move(own)) {}
+    /** @throws std::bad_alloc */
+    Values(LargeVector<float> own) : own_(std::make_shared<LargeVector<float>>(std::move(own))) {}
 
     /** @param values that stay as they are as long as anything looks at them */
     static Values lent(std::span<const float> values)
@@ -32,33 +34,31 @@ public:
         return lent;
     }
 
-    const float* data() const { return isLent() ? lent_.data() : own_.data(); }
-    std::size_t size() const { return isLent() ? lent_.size() : own_.size(); }
+    const float* data() const { return own_ ? own_->data() : lent_.data(); }
+    std::size_t size() const { return own_ ? own_->size() : lent_.size(); }
     bool empty() const { return size() == 0; }
     const float* begin() const { return data(); }
     const float* end() const { return data() + size(); }
     const float& front() const { return *data(); }
     const float& operator[](std::size_t i) const { return data()[i]; }
 
-    /** To be changed; copies what is lent. */
+    /** To be changed, by one thread; copies what is lent or shared. @throws std::bad_alloc */
     LargeVector<float>& own()
     {
-        if (isLent()) {
-            own_.assign(lent_.begin(), lent_.end());
+        if (!own_ || own_.use_count() > 1) {
+            own_ = std::make_shared<LargeVector<float>>(begin(), end());
             lent_ = {};
         }
-        return own_;
+        return *own_;
     }
 
     /** What is behind the last value can be read as far as blockMargin: vectors may begin at it. */
-    bool hasMargin() const { return !isLent(); }
+    bool hasMargin() const { return own_ != nullptr; }
 
     operator LargeVector<float>() && { return std::move(own()); }
 
 private:
-    bool isLent() const { return lent_.data() != nullptr; }
-
-    LargeVector<float> own_;
+    std::shared_ptr<LargeVector<float>> own_;
     std::span<const float> lent_;
 };
 

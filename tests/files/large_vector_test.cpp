@@ -77,4 +77,23 @@ TEST(Values, ThatAreLentAreCopiedOnceTheyAreToBeChanged)
     EXPECT_EQ(given[1], 2);
 }
 
+TEST(Values, ThatAreCopiedShareTheirMemoryUntilTheyAreChanged)
+{
+    files::Values values(files::LargeVector<float>{1, 2, 3});
+    const float* const first = values.data();
+    files::Values copy = values;
+    EXPECT_EQ(copy.data(), first);
+    EXPECT_TRUE(copy.hasMargin());
+    copy.own()[1] = 5;
+    EXPECT_EQ(values[1], 2);
+    EXPECT_EQ(copy[1], 5);
+    values.own()[0] = 7; // alone again: in place
+    EXPECT_EQ(values.data(), first);
+    const files::Values other = values;
+    const files::LargeVector<float> taken = std::move(values);
+    EXPECT_EQ(taken[0], 7);
+    EXPECT_EQ(other.data(), first);
+    EXPECT_EQ(other[0], 7);
+}
+
 } // namespace

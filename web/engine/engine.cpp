@@ -48,7 +48,7 @@ EMSCRIPTEN_KEEPALIVE const char* zarngi_call(const char* call)
 }
 
 /** The binary part of the last answer. */
-EMSCRIPTEN_KEEPALIVE const char* zarngi_output()
+EMSCRIPTEN_KEEPALIVE const unsigned char* zarngi_output()
 {
     return session().output().data();
 }

@@ -36,12 +36,6 @@ namespace
 
 using zarngi::Json;
 
-template <class Numbers> std::string bytesOf(const Numbers& numbers)
-{
-    return {reinterpret_cast<const char*>(numbers.data()),
-            numbers.size() * sizeof(*numbers.data())};
-}
-
 zarngi::WatchSearch watchFor(const zarngi::Criterion& criterion)
 {
     return [criterion](const zarngi::SearchProgress& progress) {
@@ -58,17 +52,17 @@ std::function<bool(double)> watchWork(const std::string& title)
     };
 }
 
-std::string imageFile(const std::string& name, const zarngi::Image& image)
+files::Bytes imageFile(const std::string& name, const zarngi::Image& image)
 {
     const auto format = files::volumeFormatOf(name);
     if (!format) {
         throw zarngi::InputError(name + ": does not end in .mha, .nrrd, .nii or .nii.gz");
     }
-    const files::Result<files::Bytes> file = files::encodeImage(*format, image, scriptDeflate());
+    files::Result<files::Bytes> file = files::encodeImage(*format, image, scriptDeflate());
     if (!file) {
         throw zarngi::InputError(name + ": " + file.error().sentence);
     }
-    return std::string(files::asText((*file).view()));
+    return std::move(*file);
 }
 
 /** The files that the page keeps, of which it tells the digests. */
@@ -163,7 +157,7 @@ Json rateJson(const zarngi::GammaStatistics& statistics)
 Json Session::answer(const Json& call)
 {
     const std::string what = textOf(call, "call");
-    output_.clear();
+    output_ = {};
     if (what == "identify") {
         return files_.identify(textOf(call, "path"), unitsOf(call));
     }
@@ -209,7 +203,7 @@ Json Session::answer(const Json& call)
     }
     if (what == "gammas") {
         return withOutput(
-            bytesOf(comparison_.results.at(call.at("criterion").get<std::size_t>()).gamma));
+            Output::lent(comparison_.results.at(call.at("criterion").get<std::size_t>()).gamma));
     }
     return document(call);
 }
@@ -275,7 +269,7 @@ Json Session::rates(const Json& call)
 /** The doses of a file as they are compared, in single precision. */
 Json Session::values(const Json& call)
 {
-    return withOutput(bytesOf(files_.dose(textOf(call, "path"), unitsOf(call)).image.values));
+    return withOutput(files_.dose(textOf(call, "path"), unitsOf(call)).image.values);
 }
 
 Json Session::volume(const Json& call)
@@ -284,22 +278,22 @@ Json Session::volume(const Json& call)
     if (name == "gamma") {
         const zarngi::CriterionResult& result =
             comparison_.results.at(call.at("criterion").get<std::size_t>());
-        return withOutput(bytesOf(zarngi::storedGammas(result.gamma, result.passed)),
+        return withOutput(zarngi::storedGammas(result.gamma, result.passed),
                           {{"decimals", zarngi::gammaDecimals}});
     }
     if (name == "gammaAfter") {
         const zarngi::GammaMaps& after = comparison_.explanation.value().after;
-        return withOutput(bytesOf(zarngi::storedGammas(after.gamma, after.passed)),
+        return withOutput(zarngi::storedGammas(after.gamma, after.passed),
                           {{"decimals", zarngi::gammaDecimals}});
     }
     if (name == "inUncertainties") {
-        return withOutput(bytesOf(zarngi::pageDifferences(comparison_)),
+        return withOutput(zarngi::pageDifferences(comparison_),
                           {{"decimals", zarngi::uncertaintyDecimals}});
     }
     const zarngi::DoseImage& dose =
         name == "reference" ? comparison_.reference : comparison_.evaluation;
     const int decimals = zarngi::pageDoseDecimals(comparison_);
-    return withOutput(bytesOf(zarngi::pageDoses(dose, decimals)), {{"decimals", decimals}});
+    return withOutput(zarngi::pageDoses(dose, decimals), {{"decimals", decimals}});
 }
 
 Json Session::structure(const Json& call)
@@ -307,14 +301,14 @@ Json Session::structure(const Json& call)
     const zarngi::StructureRow& row =
         comparison_.structures.value().rows.at(call.at("structure").get<std::size_t>());
     if (call.at("part") == "voxels") {
-        return withOutput(bytesOf(zarngi::storedRuns(row.voxels)));
+        return withOutput(zarngi::storedRuns(row.voxels));
     }
     if (!row.chosen.place) {
         return {{"bytes", nullptr}};
     }
     const auto& contours = comparison_.structures->catalogue->structure(*row.chosen.place).contours;
     return contours.empty() ? Json{{"bytes", nullptr}}
-                            : withOutput(bytesOf(zarngi::storedContours(contours)));
+                            : withOutput(zarngi::storedContours(contours));
 }
 
 Json Session::document(const Json& call)
@@ -352,17 +346,16 @@ Json Session::convert(const Json& call)
         conversion.setStudy(KeptFiles::study(request.like));
     }
     const bool namesPatient = conversion.namesPatient();
-    const files::Bytes file = std::move(conversion).file(scriptDeflate());
-    return withOutput(std::string(files::asText(file.view())), {{"namesPatient", namesPatient}});
+    return withOutput(std::move(conversion).file(scriptDeflate()),
+                      {{"namesPatient", namesPatient}});
 }
 
 Json Session::example(const Json& call)
 {
     const std::string part = textOf(call, "part");
     if (part == "structures") {
-        const auto bytes = files::encodeStructureSet(zarngi::syntheticStructures());
-        return withOutput(std::string(files::asText((*bytes).view())),
-                          {{"name", "structures.dcm"}});
+        auto bytes = files::encodeStructureSet(zarngi::syntheticStructures());
+        return withOutput(std::move(*bytes), {{"name", "structures.dcm"}});
     }
     const zarngi::Disturbance disturbance =
         part == "reference" ? zarngi::undisturbed : zarngi::fairVerification;
@@ -384,10 +377,10 @@ Json Session::selfTest(const Json& call)
     return withOutput(zarngi::selfTestPage(record), {{"record", record}});
 }
 
-Json Session::withOutput(std::string output, Json answer)
+Json Session::withOutput(Output output, Json answer)
 {
     output_ = std::move(output);
-    answer["bytes"] = output_.size();
+    answer["bytes"] = output_.bytes().size();
     return answer;
 }
 

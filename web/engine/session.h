@@ -12,6 +12,7 @@
 #include "comparison/comparison.h"
 #include "comparison/documents/json.h"
 #include "web/engine/keptFiles.h"
+#include "web/engine/output.h"
 
 namespace engine
 {
@@ -26,7 +27,7 @@ public:
     /** @throws zarngi::InputError, zarngi::UsageError */
     zarngi::Json answer(const zarngi::Json& call);
 
-    const std::string& output() const { return output_; }
+    files::ByteView output() const { return output_.bytes(); }
 
 private:
     using Json = zarngi::Json;
@@ -42,14 +43,14 @@ private:
     Json convert(const Json& call);
     Json example(const Json& call);
     Json selfTest(const Json& call);
-    Json withOutput(std::string output, Json answer = Json::object());
+    Json withOutput(Output output, Json answer = Json::object());
 
     KeptFiles files_;
     zarngi::Comparison comparison_;
     Json decisive_;                    ///< what decides its results
     std::optional<std::string> alias_; ///< of anonymous documents; none: they name the files
     Json record_;
-    std::string output_;
+    Output output_;
 };
 
 } // namespace engine
