@@ -43,6 +43,15 @@ def read_document(path):
     return checked(json.loads(Path(path).read_text(encoding="utf-8")))
 
 
+def verdict(path):
+    """On the document of a file, in a line."""
+    try:
+        read_document(path)
+    except (AssertionError, OSError, ValueError) as error:
+        return repr(error)
+    return "right"
+
+
 if __name__ == "__main__":
-    for name in sys.argv[1:]:
-        read_document(name)
+    for line in sys.stdin:
+        print(verdict(line.rstrip("\n")), flush=True)

@@ -1,6 +1,7 @@
 """A folder that looks like the project after a build, in which the pages' commands run."""
 
 import os
+import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -37,6 +38,11 @@ project(excerpt LANGUAGES CXX)
 add_executable(compare_doses ${PROJECT_SOURCE_DIR}/../../examples/cpp/compare_doses.cpp)
 %s
 """
+
+#: Commands that take nothing of the folder that they run in, and the folder that they make there: what
+#: they give on one page they give on each.
+ALIKE = {"zarngi selftest": None, "zarngi demo": "zarngi-demo"}
+given = {}
 
 
 def link_project(folder):
@@ -84,17 +90,30 @@ class Workshop:
             "CMAKE_PREFIX_PATH": str(library.parent),
         }
 
-    def run(self, command, **options):
+    def run(self, command, cwd=None):
         """Standard output of a command that must succeed and has nothing to complain of."""
         done = subprocess.run(
-            command, cwd=self.folder, env=self.environment, capture_output=True, text=True,
-            timeout=60, check=False, **options,
+            command, cwd=cwd or self.folder, env=self.environment, capture_output=True, text=True,
+            timeout=60, check=False,
         )  # fmt: skip
         assert done.returncode == 0, f"{command}\n{done.stdout}{done.stderr}"
         return done.stdout
 
     def run_shell(self, command):
+        if command in ALIKE:
+            return self.run_once(command, ALIKE[command])
         return self.run(["bash", "-e", "-o", "pipefail", "-c", command])
+
+    def run_once(self, command, made):
+        """The output of the first page's run, and a copy of what it made."""
+        if command not in given:
+            place = self.folder.parent / "alone"
+            place.mkdir(exist_ok=True)
+            given[command] = self.run(command.split(), cwd=place), place
+        output, place = given[command]
+        if made:
+            shutil.copytree(place / made, self.folder / made, dirs_exist_ok=True)
+        return output
 
     def run_program(self, text):
         """A Python program, given two dose files."""

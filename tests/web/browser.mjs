@@ -53,9 +53,9 @@ export async function waited(page, what, wait) {
     }
 }
 
-/** Waits until something holds in the page. */
+/** Waits until something holds in the page. To look with each frame would have it draw frames all the time. */
 export function waitUntil(page, what, condition, argument) {
-    return waited(page, what, page.waitForFunction(condition, argument));
+    return waited(page, what, page.waitForFunction(condition, argument, { polling: 50 }));
 }
 
 /** Opens a file; `complaints` collects console errors, exceptions and requests beyond the file. */

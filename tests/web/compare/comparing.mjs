@@ -1,7 +1,10 @@
 // Drives the page that compares, opened from disk as a person would.
-import { execFile, execFileSync } from 'node:child_process';
+import assert from 'node:assert/strict';
+import { execFile, execFileSync, spawn } from 'node:child_process';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
+import { createInterface } from 'node:readline';
+import { after } from 'node:test';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 import { promisify } from 'node:util';
 import { gunzipSync } from 'node:zlib';
@@ -11,14 +14,26 @@ export const { ZARNGI_PAGE: pagePath, ZARNGI: program, ZARNGI_DATA: data } = pro
 
 export const run = promisify(execFile);
 
-function runPython(script, ...args) {
-    const env = { ...process.env, PYTHONDONTWRITEBYTECODE: '1' };
-    const path = fileURLToPath(new URL(script, import.meta.url));
-    execFileSync(process.env.ZARNGI_PYTHON ?? '/usr/bin/python3', [path, ...args], { env });
-}
+const python = process.env.ZARNGI_PYTHON ?? '/usr/bin/python3';
+const env = { ...process.env, PYTHONDONTWRITEBYTECODE: '1' };
+const scriptPath = (name) => fileURLToPath(new URL(name, import.meta.url));
 
 export function makeInputs(folder) {
-    runPython('inputs.py', folder);
+    execFileSync(python, [scriptPath('inputs.py'), folder], { env });
+}
+
+/** A process that holds documents to their schema, and its answers. */
+let judge, verdicts;
+after(() => judge?.stdin.end());
+
+async function assertKeepsSchema(path) {
+    if (!judge) {
+        judge = spawn(python, [scriptPath('../../cli/documents.py')], { env, stdio: ['pipe', 'pipe', 'inherit'] });
+        verdicts = createInterface({ input: judge.stdout })[Symbol.asyncIterator]();
+    }
+    judge.stdin.write(`${path}\n`);
+    const { value: verdict } = await verdicts.next();
+    assert.equal(verdict, 'right');
 }
 
 /**
@@ -76,7 +91,7 @@ export async function saved(page, id) {
         Promise.all([page.waitForEvent('download'), page.locator(`#${id}`).click()]));
     const path = await download.path();
     if (['save-json', 'save-request'].includes(id)) {
-        runPython('../../cli/documents.py', path);
+        await assertKeepsSchema(path);
     }
     return { name: download.suggestedFilename(), bytes: readFileSync(path) };
 }
