@@ -3,7 +3,7 @@
     waiting.py BEFORE AFTER [--rounds N] [--large-rounds N] [--rows REGEX] [--data FOLDER]
 
 BEFORE and AFTER are build directories (build/release), of which each has the program and the Python
-package. The commands run one after the other, before and after by turns, so that a machine whose
+package; or folders that `make windows` made, whose program is run by Wine and which have no package. The commands run one after the other, before and after by turns, so that a machine whose
 speed drifts is slow for both; medians are compared. Beside the time stand the page faults and the
 largest memory of the process. The large pair is that of large_pair.py, in a folder that goes again.
 """
@@ -66,6 +66,12 @@ def run(command, environment=None):
     return Run(output, time.perf_counter() - start, used.ru_minflt, used.ru_maxrss * 1024 / 1e6)
 
 
+def program_of(build):
+    """The words that start the program of a build."""
+    for_windows = build / "zarngi.exe"
+    return ["wine", str(for_windows)] if for_windows.exists() else [str(build / "cli/zarngi")]
+
+
 def python(build, script, *arguments):
     """A script's figures, the first of which is its time; it runs with the package of a build."""
     environment = {**os.environ, "PYTHONPATH": str(build / "python")}
@@ -80,7 +86,7 @@ def rows(data, large, scratch):
     record = ["--report", scratch / "r.html", "--json", scratch / "r.json"]
 
     def program(*arguments):
-        return lambda build: run([str(build / "cli/zarngi"), *map(str, arguments)])
+        return lambda build: run([*program_of(build), *map(str, arguments)])
 
     def comparing(files, *more):
         return program("compare", *files, "-c", "3%/3mm", *more)
@@ -135,12 +141,14 @@ def main():
     parser.add_argument("--data", type=Path, default=project.parent / "shared/data")
     options = parser.parse_args()
     builds = [options.before.resolve(), options.after.resolve()]
+    have_package = all((build / "python").exists() for build in builds)
     head = f"{'time':>13}{'faults':>9}{'peak':>10}"
     print(f"{'before, after':36}{head}{head}{'after/before':>14}   ({options.rounds} rounds)")
     with tempfile.TemporaryDirectory() as scratch:
         large = [Path(scratch) / name for name in large_pair.NAMES]
         for name, measure in rows(options.data, large, Path(scratch)).items():
-            if not re.search(options.rows, name):
+            needs_package = name.startswith("zarngi.")
+            if not re.search(options.rows, name) or (needs_package and not have_package):
                 continue
             is_large = name.endswith("large pair")
             if is_large:

@@ -10,12 +10,17 @@ import time
 import unittest
 from pathlib import Path
 
+import doses
 from support import DATA, ProgramTest
 from test_real_data import ROWS
 
 WINDOWS = os.environ["ZARNGI_WINDOWS"]
+ON_SSE2_ALONE = os.environ["ZARNGI_WINDOWS_SSE2"]
 HERE = os.environ["ZARNGI"]
 FOLDER = Path(os.environ["ZARNGI_WINDOWS_FOLDER"])
+SETUP = FOLDER.parent / f"{FOLDER.name}-setup.exe"
+#: Of the data table, all of them unless fewer are asked for.
+MEASURED = ROWS[: int(os.environ.get("ZARNGI_WINDOWS_ROWS", len(ROWS)))]
 #: Members that tell when, where and by which words a record was made.
 OF_THE_RUN = ("created", "command", "seconds", "timings", "path", "threads")
 
@@ -70,10 +75,10 @@ def on_drive(path):
 
 
 class BitsTest(ProgramTest):
-    def both(self, *arguments, **options):
+    def both(self, *arguments, windows=WINDOWS, **options):
         """Standard output and written files of both programs, in folders of their own."""
         results = []
-        for name, program in (("here", HERE), ("there", WINDOWS)):
+        for name, program in (("here", HERE), ("there", windows)):
             folder = self.folder / name
             folder.mkdir(exist_ok=True)
             result = run(program, *arguments, cwd=folder, **options)
@@ -116,9 +121,15 @@ class BitsTest(ProgramTest):
                             path.rename(folder / "files" / path.name)
                 self.assert_same_files(mine / "files", other / "files")
 
+    def test_the_oldest_processors(self):
+        files = [doses.write_mha(self.folder / f"{name}.mha", dose) for name, dose in zip("ab", doses.pair())]
+        (_, mine), (_, other) = self.both("compare", *files, "-c", "2%/1mm", "--json", "r.json",
+                                          "--gamma-map", "g.nii.gz", windows=ON_SSE2_ALONE)
+        self.assert_same_files(mine, other)
+
     @unittest.skipUnless(DATA.is_dir(), f"no measured dose distributions in {DATA}")
     def test_measured_doses(self):
-        for reference, evaluation, arguments, *_ in ROWS:
+        for reference, evaluation, arguments, *_ in MEASURED:
             with self.subTest(reference=reference, arguments=arguments):
                 (here, mine), (there, other) = self.both(
                     "compare", DATA / reference, DATA / evaluation, *arguments,
@@ -331,6 +342,18 @@ class InstallerTest(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stderr)
         return result.stdout
 
+    def set_windows(self, version, program):
+        """Which Windows Wine passes for with a program."""
+        key = f"HKCU\\Software\\Wine\\AppDefaults\\{program}"
+        self.wine("reg", "add", key, "/v", "Version", "/d", version, "/f")
+        self.addCleanup(self.wine, "reg", "delete", key, "/f")
+
+    def test_an_old_windows_is_refused(self):
+        self.set_windows("win81", SETUP.name)
+        place = Path(os.environ["WINEPREFIX"]) / "drive_c" / "ZarnGI-refused"
+        result = run("wine", SETUP, "/S", "/D=C:\\ZarnGI-refused")
+        self.assertEqual((result.returncode, place.exists()), (2, False))
+
     def path(self):
         told = self.wine("reg", "query", self.KEY, "/v", "Path")
         return re.search(r"Path\s+(REG_\w+)\s+(.*)", told).groups()
@@ -339,7 +362,7 @@ class InstallerTest(unittest.TestCase):
         long = ";".join(f"%USERPROFILE%\\folder {i:03} of a program" for i in range(90))
         self.assertGreater(len(long), 3000)
         self.wine("reg", "add", self.KEY, "/v", "Path", "/t", "REG_EXPAND_SZ", "/d", long, "/f")
-        self.wine(FOLDER.parent / f"{FOLDER.name}-setup.exe", "/S", f"/D={self.PLACE}")
+        self.wine(SETUP, "/S", f"/D={self.PLACE}")
         there = Path(os.environ["WINEPREFIX"]) / "drive_c" / "ZarnGI-test"
         files = {path.relative_to(FOLDER) for path in FOLDER.rglob("*") if path.is_file()}
         own = {Path("uninstall.exe"), Path("zarngi-path.exe")}
