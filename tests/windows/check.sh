@@ -19,6 +19,12 @@ cmake --build --preset release --parallel "$jobs" --target zarngi >/dev/null
 export WINEPREFIX="$build/prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree=;mshtml="
 unset DISPLAY
 [ -e "$WINEPREFIX/system.reg" ] || wineboot --init >/dev/null 2>&1
+# As long as a program waits, Wine need not start its services anew for each of hundreds.
+rm -f "$build/waits"
+mkfifo "$build/waits"
+wine cmd /c pause <"$build/waits" >/dev/null 2>&1 &
+exec 9>"$build/waits"
+trap 'wineserver --kill || true' EXIT
 wine reg add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null
 version=$(sed -n 's/^project(ZarnGI VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 folder=$output/zarngi-$version-windows-x64
@@ -33,7 +39,6 @@ export ZARNGI_WINDOWS_SSE2="$build/zarngi-sse2"
 export ZARNGI_WINDOWS_BUILD="$top/build/windows"
 export ZARNGI_TEST_DATA="$top/../shared/data"
 export ZARNGI="$top/build/release/cli/zarngi" PYTHONPATH="$top/tests/cli"
-trap 'wineserver --kill || true' EXIT
 
 # tests MODULE_OR_TEST...
 tests() {
