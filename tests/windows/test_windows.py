@@ -377,8 +377,9 @@ class InstallerTest(unittest.TestCase):
         long = ";".join(f"%USERPROFILE%\\folder {i:03} of a program" for i in range(90))
         self.assertGreater(len(long), 3000)
         self.wine("reg", "add", self.KEY, "/v", "Path", "/t", "REG_EXPAND_SZ", "/d", long, "/f")
-        self.wine(SETUP, "/S", f"/D={self.PLACE}")
         there = Path(os.environ["WINEPREFIX"]) / "drive_c" / "ZarnGI-test"
+        shutil.rmtree(there, ignore_errors=True)  # a person's file stays from a run before
+        self.wine(SETUP, "/S", f"/D={self.PLACE}")
         files = {path.relative_to(FOLDER) for path in FOLDER.rglob("*") if path.is_file()}
         own = {Path("uninstall.exe"), Path("zarngi-path.exe")}
         self.assertEqual({path.relative_to(there) for path in there.rglob("*") if path.is_file()}, files | own)
