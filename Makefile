@@ -3,7 +3,7 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CTEST_ARGS ?=
 
-.PHONY: help demo page test quick-test docs package check-package windows check-windows wheels check-wheels check-arm64 fuzz sanitize coverage format lint clean
+.PHONY: help demo page test quick-test docs package check-package windows check-windows check-windows-quick wheels check-wheels check-arm64 fuzz sanitize coverage format lint clean
 
 help:
 	@echo "make demo        build zarngi and compare a synthetic pair of dose distributions"
@@ -15,6 +15,7 @@ help:
 	@echo "make check-package  the same twice, compared byte by byte, unpacked and used"
 	@echo "make windows     program and libraries for 64-bit Windows, a zip in dist/"
 	@echo "make check-windows  the same, run under Wine: the same results, bit by bit"
+	@echo "make check-windows-quick  the same in short: self-test and ten comparisons"
 	@echo "make wheels      wheels for Python, with libraries and program inside, in dist/"
 	@echo "make check-wheels  the same, compared byte by byte, installed and used"
 	@echo "make check-arm64 the library on 64-bit ARM, emulated: the same bits, and its package"
@@ -69,6 +70,11 @@ check-windows:
 	scripts/install-deps.sh check-windows
 	scripts/windows.sh dist $(JOBS)
 	tests/windows/check.sh dist $(JOBS)
+
+check-windows-quick:
+	scripts/install-deps.sh check-windows
+	scripts/windows.sh dist $(JOBS)
+	tests/windows/check.sh dist $(JOBS) quick
 
 wheels:
 	scripts/install-deps.sh wheels

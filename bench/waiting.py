@@ -3,9 +3,9 @@
     waiting.py BEFORE AFTER [--rounds N] [--large-rounds N] [--rows REGEX] [--data FOLDER]
 
 BEFORE and AFTER are build directories (build/release), of which each has the program and the Python
-package. The commands run one after the other, before and after by turns, so that a machine whose
-speed drifts is slow for both; medians are compared. Beside the time stand the page faults and the
-largest memory of the process. The large pair is that of large_pair.py, in a folder that goes again.
+package; or folders that `make windows` made, whose program is run by Wine and which have no package. The commands run one after the other, before and after by turns, so that a machine whose
+speed drifts is slow for both; medians are compared. Beside the time stand the processor time, which
+says more where other work goes on, the page faults and the largest memory of the process. The large pair is that of large_pair.py, in a folder that goes again.
 """
 
 import argparse
@@ -50,6 +50,7 @@ class Run:
 
     output: str
     seconds: float
+    processor: float
     faults: int
     megabytes: float
 
@@ -63,7 +64,15 @@ def run(command, environment=None):
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
         raise subprocess.CalledProcessError(process.returncode, command)
-    return Run(output, time.perf_counter() - start, used.ru_minflt, used.ru_maxrss * 1024 / 1e6)
+    seconds = time.perf_counter() - start
+    processor = used.ru_utime + used.ru_stime
+    return Run(output, seconds, processor, used.ru_minflt, used.ru_maxrss * 1024 / 1e6)
+
+
+def program_of(build):
+    """The words that start the program of a build."""
+    for_windows = build / "zarngi.exe"
+    return ["wine", str(for_windows)] if for_windows.exists() else [str(build / "cli/zarngi")]
 
 
 def python(build, script, *arguments):
@@ -80,7 +89,7 @@ def rows(data, large, scratch):
     record = ["--report", scratch / "r.html", "--json", scratch / "r.json"]
 
     def program(*arguments):
-        return lambda build: run([str(build / "cli/zarngi"), *map(str, arguments)])
+        return lambda build: run([*program_of(build), *map(str, arguments)])
 
     def comparing(files, *more):
         return program("compare", *files, "-c", "3%/3mm", *more)
@@ -102,20 +111,19 @@ def rows(data, large, scratch):
 
 
 def line(name, before, after):
-    """A row of the table: medians of both, and the ratio of the times."""
+    """A row of the table: medians of both, and the ratios of the times."""
 
     def medians(runs):
         return [
             statistics.median(getattr(run, figure) for run in runs)
-            for figure in ("seconds", "faults", "megabytes")
+            for figure in ("seconds", "processor", "faults", "megabytes")
         ]
 
     told = [medians(runs) for runs in (before, after)]
-    ratio = told[1][0] / told[0][0]
     text = f"{name:36}"
-    for seconds, faults, megabytes in told:
-        text += f"{1e3 * seconds:10.1f} ms{faults:9.0f}{megabytes:7.0f} MB"
-    text += f"{ratio:14.2f}"
+    for seconds, processor, faults, megabytes in told:
+        text += f"{1e3 * seconds:10.1f}{1e3 * processor:10.1f} ms{faults:9.0f}{megabytes:7.0f} MB"
+    text += "".join(f"{after / before:10.2f}" for before, after in list(zip(*told))[:2])
     if name.startswith("zarngi.gamma_index"):
         search = statistics.median(
             run.seconds / float(run.output.split()[1]) for run in after
@@ -135,12 +143,15 @@ def main():
     parser.add_argument("--data", type=Path, default=project.parent / "shared/data")
     options = parser.parse_args()
     builds = [options.before.resolve(), options.after.resolve()]
-    head = f"{'time':>13}{'faults':>9}{'peak':>10}"
-    print(f"{'before, after':36}{head}{head}{'after/before':>14}   ({options.rounds} rounds)")
+    have_package = all((build / "python").exists() for build in builds)
+    head = f"{'time':>10}{'processor':>13}{'faults':>9}{'peak':>10}"
+    ratios = f"{'after/before: time':>20}, processor"
+    print(f"{'before, after':36}{head}{head}{ratios}   ({options.rounds} rounds)")
     with tempfile.TemporaryDirectory() as scratch:
         large = [Path(scratch) / name for name in large_pair.NAMES]
         for name, measure in rows(options.data, large, Path(scratch)).items():
-            if not re.search(options.rows, name):
+            needs_package = name.startswith("zarngi.")
+            if not re.search(options.rows, name) or (needs_package and not have_package):
                 continue
             is_large = name.endswith("large pair")
             if is_large:

@@ -19,6 +19,9 @@ list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/headers)
 set(ZLIB_LIBRARY /usr/${cross}/lib/libz.a CACHE FILEPATH "zlib, linked in")
 
 set(link_flags "-static -Wl,--no-insert-timestamp -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va")
+# What is needed is Windows 10: an older system reads it in the header and does not start the program.
+string(APPEND link_flags " -Wl,--major-os-version=10,--minor-os-version=0")
+string(APPEND link_flags " -Wl,--major-subsystem-version=10,--minor-subsystem-version=0")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${link_flags}")
 # As much stack as on Linux.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags} -Wl,--stack,8388608")

@@ -70,8 +70,17 @@ Bytes encodeMetaImage(const Geometry& geometry, const ValueFormat& format, ByteV
     return concatenated(header, packed.view());
 }
 
+std::string sampleUnits(std::string_view unit)
+{
+    std::string field;
+    if (!unit.empty()) {
+        field.append("\nsample units: ").append(unit);
+    }
+    return field;
+}
+
 Bytes encodeNrrd(const Geometry& geometry, const ValueFormat& format, ByteView values,
-                 const Deflate& deflate)
+                 const Deflate& deflate, std::string_view unit)
 {
     static constexpr TypeNames names = {{"uint8", "uint16", "uint32", "uint64"},
                                         {"int8", "int16", "int32", "int64"},
@@ -81,9 +90,9 @@ Bytes encodeNrrd(const Geometry& geometry, const ValueFormat& format, ByteView v
         std::string("NRRD0004\ntype: ") + nameOf(format, names) +
         "\ndimension: 3\nspace: left-posterior-superior\nsizes: " + join(geometry.size, " ") +
         "\nspace directions: (" + exactNumber(x) + ",0,0) (0," + exactNumber(y) + ",0) (0,0," +
-        exactNumber(z) +
-        ")\nkinds: domain domain domain\nendian: little\nencoding: gzip\nspace origin: (" +
-        joined(geometry.origin, ",", exactNumber) + ")\n\n";
+        exactNumber(z) + ")\nkinds: domain domain domain\nendian: little\nencoding: gzip" +
+        sampleUnits(unit) + "\nspace origin: (" + joined(geometry.origin, ",", exactNumber) +
+        ")\n\n";
     return concatenated(header, packGzip(values, deflate).view());
 }
 
@@ -165,13 +174,13 @@ Bytes encodeNifti(const Geometry& geometry, const ValueFormat& format, ByteView 
 }
 
 Bytes encode(VolumeFormat volumeFormat, const Geometry& geometry, const ValueFormat& format,
-             ByteView values, const Deflate& deflate)
+             ByteView values, const Deflate& deflate, std::string_view unit)
 {
     switch (volumeFormat) {
     case VolumeFormat::metaImage:
         return encodeMetaImage(geometry, format, values, deflate);
     case VolumeFormat::nrrd:
-        return encodeNrrd(geometry, format, values, deflate);
+        return encodeNrrd(geometry, format, values, deflate, unit);
     case VolumeFormat::nifti:
         return encodeNifti(geometry, format, values);
     case VolumeFormat::packedNifti:
@@ -203,14 +212,16 @@ std::optional<VolumeFormat> volumeFormatOf(std::string_view name)
 Result<Bytes> encodeVolume(VolumeFormat volumeFormat, const Geometry& geometry,
                            const ValueFormat& format, ByteView values, const Deflate& deflate)
 {
-    return resultOf([&] { return encode(volumeFormat, geometry, format, values, deflate); });
+    return resultOf([&] { return encode(volumeFormat, geometry, format, values, deflate, {}); });
 }
 
-Result<Bytes> encodeImage(VolumeFormat volumeFormat, const Image& image, const Deflate& deflate)
+Result<Bytes> encodeImage(VolumeFormat volumeFormat, const Image& image, const Deflate& deflate,
+                          std::string_view unit)
 {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(image.values.data());
-    return encodeVolume(volumeFormat, image.geometry, ValueFormat{},
-                        {bytes, image.values.size() * sizeof(float)}, deflate);
+    const ByteView values(bytes, image.values.size() * sizeof(float));
+    return resultOf(
+        [&] { return encode(volumeFormat, image.geometry, {}, values, deflate, unit); });
 }
 
 } // namespace files

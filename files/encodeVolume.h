@@ -36,8 +36,12 @@ std::optional<VolumeFormat> volumeFormatOf(std::string_view name);
 Result<Bytes> encodeVolume(VolumeFormat volumeFormat, const Geometry& geometry,
                            const ValueFormat& format, ByteView values, const Deflate& deflate);
 
-/** The file of an image of floats. */
-Result<Bytes> encodeImage(VolumeFormat volumeFormat, const Image& image, const Deflate& deflate);
+/**
+ * The file of an image of floats.
+ * @param unit of the values, which NRRD tells and no other of these formats; empty: they have none.
+ */
+Result<Bytes> encodeImage(VolumeFormat volumeFormat, const Image& image, const Deflate& deflate,
+                          std::string_view unit = {});
 
 } // namespace files
 

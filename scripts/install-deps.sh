@@ -32,7 +32,7 @@ windows_packages="
     mandoc nsis python3-markdown-it"
 
 check_windows_packages="
-    wine wine64"
+    wine wine64 qemu-user python3-jsonschema python3-nibabel python3-numpy python3-pydicom"
 
 wheels_packages="
     file python3-numpy python3-pip python3-pydicom python3-pytest python3-setuptools python3-venv python3-wheel"

@@ -74,16 +74,26 @@ std::vector<Sentence> Conversion::warnings() const
     return warnings;
 }
 
+DoseUnit Conversion::unit() const
+{
+    const bool isMadeGray = files::needsFactor(dose_.unit) && !request_.scale.empty();
+    return isMadeGray ? DoseUnit::gray : dose_.unit;
+}
+
+const char* Conversion::toldUnit() const
+{
+    const bool isAssumed = !dose_.tellsUnit && unit() == dose_.unit;
+    return isAssumed || dose_.isError() ? "" : files::unitName(unit());
+}
+
 files::RtDoseFacts Conversion::facts() const
 {
-    const bool isRelative = dose_.unit == DoseUnit::relative;
-    // A factor makes gray of what a simulation counts in.
-    const bool isGray = dose_.unit == DoseUnit::gray || (!isRelative && !request_.scale.empty());
+    const DoseUnit unit = this->unit();
     files::RtDoseFacts facts;
-    facts.isRelative = !isGray;
+    facts.isRelative = unit != DoseUnit::gray;
     facts.isDifference = dose_.isError();
-    if (!isGray && !isRelative) {
-        facts.comment = std::string("in ") + files::unitName(dose_.unit);
+    if (files::needsFactor(unit)) {
+        facts.comment = std::string("in ") + files::unitName(unit);
     }
     facts.study = study_;
     return facts;
@@ -93,7 +103,7 @@ files::Bytes Conversion::file(const files::Deflate& deflate) &&
 {
     std::vector<DoseImage> others;
     combine(dose_, others, factor_);
-    return volumeFileOf(request_.output, dose_.image, facts(), deflate);
+    return volumeFileOf(request_.output, dose_.image, facts(), deflate, toldUnit());
 }
 
 } // namespace zarngi

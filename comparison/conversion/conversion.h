@@ -55,6 +55,10 @@ public:
     files::Bytes file(const files::Deflate& deflate) &&;
 
 private:
+    /** Of what is written: gray where a factor makes gray of what a simulation counts in. */
+    DoseUnit unit() const;
+    /** Empty where the file told none, and for differences, which are no doses. */
+    const char* toldUnit() const;
     files::RtDoseFacts facts() const;
 
     ConversionRequest request_;

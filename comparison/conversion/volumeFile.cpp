@@ -100,14 +100,14 @@ bool isWritableVolumeName(const std::string& path)
 }
 
 files::Bytes volumeFileOf(const std::string& name, const Image& image, files::RtDoseFacts facts,
-                          const files::Deflate& deflate)
+                          const files::Deflate& deflate, std::string_view unit)
 {
     if (!isWritableVolumeName(name)) {
         throw InputError(name + ": does not end in " + writableEndings);
     }
     files::Result<files::Bytes> file =
         isDicomName(name) ? rtDoseOf(image, std::move(facts))
-                          : files::encodeImage(*files::volumeFormatOf(name), image, deflate);
+                          : files::encodeImage(*files::volumeFormatOf(name), image, deflate, unit);
     if (!file) {
         throw failureOf(name, Sentence(file.error().sentence), kindOfUnwritten(file.error()));
     }

@@ -6,6 +6,7 @@
 #define ZARNGI_COMPARISON_CONVERSION_VOLUMEFILE_H
 
 #include <string>
+#include <string_view>
 
 #include "comparison/doseImage.h"
 #include "files/bytes.h"
@@ -27,10 +28,11 @@ bool isDicomName(const std::string& path);
  * The file of an image, in the format that the name tells.
  * @param facts of an RT Dose; UIDs that they lack are made of the contents, so that equal doses
  *              have equal files.
+ * @param unit as of files::encodeImage().
  * @throws InputError
  */
 files::Bytes volumeFileOf(const std::string& name, const Image& image, files::RtDoseFacts facts,
-                          const files::Deflate& deflate);
+                          const files::Deflate& deflate, std::string_view unit = {});
 
 } // namespace zarngi
 

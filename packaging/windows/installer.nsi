@@ -1,6 +1,8 @@
 ; The installer for this user, without administrator's rights. scripts/windows.sh gives VERSION, FOLDER (what is
 ; installed), TOOLS (with zarngi-path.exe), REMOVAL (what takes every file away again) and OUTPUT.
 Target amd64-unicode
+!include LogicLib.nsh
+!include WinVer.nsh
 Name "ZarnGI ${VERSION}"
 OutFile "${OUTPUT}"
 InstallDir "$LOCALAPPDATA\Programs\ZarnGI"
@@ -26,6 +28,16 @@ Page directory
 Page instfiles
 UninstPage uninstConfirm
 UninstPage instfiles
+
+; An older system refuses the program by the version in its header. One of 32 bits does not start this installer.
+Function .onInit
+    ${IfNot} ${AtLeastWin10}
+        MessageBox MB_OK|MB_ICONSTOP "ZarnGI ${VERSION} needs Windows 10 or 11 of 64 bits, and this Windows is older: \
+nothing was installed; install it on a newer one." /SD IDOK
+        SetErrorLevel 2
+        Quit
+    ${EndIf}
+FunctionEnd
 
 Section "Program, page and libraries"
     SectionIn RO

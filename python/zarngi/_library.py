@@ -8,6 +8,8 @@ environment and leaves a reset one.
 from __future__ import annotations
 
 import ctypes
+import platform
+import struct
 import sys
 import threading
 from collections.abc import Callable, Iterator
@@ -27,6 +29,9 @@ _MEANINGS = {_OUT_OF_MEMORY: "memory ran out", -100: "the library is busy"}
 #: Where the package has libraries and program, if it came with them.
 INSIDE = Path(__file__).parent / "lib"
 
+#: Major and minor number of the first Windows that the libraries are made for.
+_FIRST_WINDOWS = (10, 0)
+
 
 def open_library(name: str, version: int) -> ctypes.CDLL:
     """A library inside the package, or the system's where the package comes without one.
@@ -37,7 +42,13 @@ def open_library(name: str, version: int) -> ctypes.CDLL:
         Its name without what systems add.
     version : int
         Of the interface.
+
+    Raises
+    ------
+    ImportError
+        When there is none that this Python on this system can load.
     """
+    _refuse_old_windows()
     file = f"lib{name}.dll" if sys.platform == "win32" else f"lib{name}.so.{version}"
     bundled = INSIDE / file
     if bundled.exists():
@@ -46,19 +57,31 @@ def open_library(name: str, version: int) -> ctypes.CDLL:
         return ctypes.CDLL(file)
     except OSError as error:
         raise ImportError(
-            f"neither {bundled} nor an installed {file} was found: install the package "
-            "(pip install ./python) instead of importing it from its source directory"
+            f"neither {bundled} nor an installed {file} was found: install the wheel for this "
+            "system and processor, or the package (pip install ./python), instead of importing it "
+            "from its source directory"
         ) from error
+
+
+def _refuse_old_windows() -> None:
+    if sys.platform != "win32":
+        return
+    major, minor = sys.getwindowsversion()[:2]
+    if (major, minor) < _FIRST_WINDOWS:
+        raise ImportError(
+            f"zarngi needs Windows 10 or 11, and this is Windows {major}.{minor}: use it on a "
+            "newer one"
+        )
 
 
 def _opened(path: Path) -> ctypes.CDLL:
     try:
         return ctypes.CDLL(str(path))
     except OSError as error:
-        bits = 64 if sys.maxsize > 2**32 else 32
         raise ImportError(
-            f"{path} cannot be loaded by this Python of {bits} bits ({error}); the wheel has to be "
-            "that of the system and the processor, and Python has to be one of 64 bits"
+            f"{path} cannot be loaded by this Python of {8 * struct.calcsize('P')} bits on a "
+            f"processor {platform.machine()} ({error}): install the wheel for this system and "
+            "processor, into a Python of 64 bits"
         ) from error
 
 

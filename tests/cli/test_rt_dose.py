@@ -70,10 +70,25 @@ class RtDose(ProgramTest):
         self.assertEqual(record["criteria"][0]["passRate"], 100)
 
     def test_a_factor_and_every_format(self):
-        for ending in (".dcm", ".mha", ".nrrd", ".nii.gz"):
+        for ending, tells_unit in ((".dcm", True), (".mha", False), (".nrrd", True), (".nii.gz", False)):
             made = self.convert(self.reference, "--scale", "1/4", output="made" + ending)
             told = json.loads(run("info", "--json", made).stdout)
             self.assertAlmostEqual(told["grid"]["maximum"]["dose"], self.dose.values.max() / 4, places=7)
+            self.assertEqual(told["tellsUnit"], tells_unit, ending)
+
+    def test_nrrd_tells_the_unit_that_the_file_told(self):
+        relative = doses.DicomStyle(elements={"DoseUnits": "RELATIVE"})
+        absent = "tells no unit of dose; its values are taken for Gy"
+        for source, warnings in (
+            (doses.write_dicom(self.folder / "gray.dcm", self.dose), []),
+            (doses.write_dicom(self.folder / "relative.dcm", self.dose, relative),
+             ['its sample units are "relative", taken for Gy']),
+            (doses.write_mha(self.folder / "untold.mha", self.dose), [absent]),
+        ):
+            with self.subTest(source.name):
+                made = self.convert(source, output="made.nrrd")
+                told = json.loads(run("info", "--json", made).stdout)
+                self.assertEqual((told["warnings"], told["tellsUnit"]), (warnings, not warnings))
 
     def test_a_turned_dose_lies_where_it_lay(self):
         style = doses.DicomStyle(position="FFS", descending=True)
