@@ -3,9 +3,11 @@
     waiting.py BEFORE AFTER [--rounds N] [--large-rounds N] [--rows REGEX] [--data FOLDER]
 
 BEFORE and AFTER are build directories (build/release), of which each has the program and the Python
-package; or folders that `make windows` made, whose program is run by Wine and which have no package. The commands run one after the other, before and after by turns, so that a machine whose
-speed drifts is slow for both; medians are compared. Beside the time stand the processor time, which
-says more where other work goes on, the page faults and the largest memory of the process. The large pair is that of large_pair.py, in a folder that goes again.
+package; or folders that `make windows` made, whose program is run by Wine and which have no package.
+The commands run one after the other, before and after by turns, so that a machine whose speed drifts
+is slow for both; medians are compared. Beside the time stand the processor time, which says more where
+other work goes on, the page faults and the largest memory of the process. The large pair is that of
+large_pair.py, in a folder that goes again.
 """
 
 import argparse

@@ -1,7 +1,7 @@
 // The large blocks of files/largeVector.h where memory, once grown, is never given back: a block
 // that was given back serves the next one of about its size, lest what is small breaks it up.
-#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <new>
 #include <utility>
 
