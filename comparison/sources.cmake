@@ -116,3 +116,21 @@ set(comparison_native_sources
     selfTest/installation.cpp
     sources/diskSource.cpp
     sources/inputFiles.cpp)
+
+# What goes neither through the points of a dose nor through those of a structure.
+set(comparison_of_little_work ${comparison_sources})
+list(FILTER comparison_of_little_work INCLUDE REGEX "^(composition|documents|goals|request)/")
+list(REMOVE_ITEM comparison_of_little_work documents/reportVolume.cpp)
+list(APPEND comparison_of_little_work
+    compare.cpp
+    conditions.cpp
+    criterion.cpp
+    selfTest/fileCases.cpp
+    selfTest/structureCases.cpp
+    sentence.cpp
+    structures/namePattern.cpp
+    structures/structureCatalogue.cpp
+    structures/structureExpression.cpp
+    structures/structureLimits.cpp
+    structures/structureNotes.cpp
+    structures/structureSelection.cpp)

@@ -95,3 +95,38 @@ set(files_native_sources
     nativeDeflate.cpp
     output/wholeFile.cpp
     sourceFile.cpp)
+
+# Heads, names and small files, beside the values of volumes, structures and long tables.
+set(files_of_little_work
+    fileFormat.cpp
+    orientation.cpp
+    pairNames.cpp
+    readAnyFile.cpp
+    formats/dicom/characterSets.cpp
+    formats/dicom/elements.cpp
+    formats/dicom/elementWriter.cpp
+    formats/dicom/file.cpp
+    formats/dicom/identity.cpp
+    formats/dicom/rtImage.cpp
+    formats/dicom/study.cpp
+    formats/dicom/texts.cpp
+    formats/nrrd/axes.cpp
+    formats/nrrd/geometry.cpp
+    formats/nrrd/header.cpp
+    formats/nrrd/space.cpp
+    formats/textHeader.cpp
+    measurements/detectorArray.cpp
+    measurements/gantryPlane.cpp
+    measurements/ibaPlane.cpp
+    measurements/identifiedPlane.cpp
+    measurements/identifiedTable.cpp
+    measurements/planeHead.cpp
+    measurements/ptwArray.cpp
+    measurements/qaPlane.cpp
+    plans/readPlan.cpp
+    plans/rtPlan.cpp
+    simulations/topasHead.cpp
+    structures/contourNotes.cpp
+    structures/readStructures.cpp
+    structures/segmentation.cpp
+    structures/structureNames.cpp)
