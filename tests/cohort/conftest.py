@@ -76,6 +76,22 @@ def serial(cohort, tmp_path_factory):
     return contents(path)
 
 
+@pytest.fixture(scope="module")
+def scheduler(tmp_path_factory):
+    from processes import Cluster  # which takes its commands from here
+
+    started = Cluster(tmp_path_factory.mktemp("cluster"))
+    yield started
+    started.end()
+
+
+@pytest.fixture
+def cluster(scheduler):
+    """The scheduler, to which the test adds workers of its own."""
+    yield scheduler
+    scheduler.end_workers()
+
+
 def command(*arguments):
     return [sys.executable, "-m", "zarngi.cohort.cli", *map(str, arguments)]
 

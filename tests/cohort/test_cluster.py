@@ -8,7 +8,7 @@ import pytest
 import zarngi.cohort
 from conftest import SLOW, contents, rates, rates_of, small_pair, write_grid, write_rows, zarngi_cohort
 from processes import (
-    Cluster, children, ended, kill, open_for_writing, running, wait_for, wait_until_done,
+    children, ended, kill, open_for_writing, running, wait_for, wait_until_done,
 )  # fmt: skip
 
 from zarngi.cohort.cluster import DaskCluster
@@ -17,20 +17,6 @@ from zarngi.cohort.record import Task
 from zarngi.cohort.settings import Settings
 
 distributed = pytest.importorskip("distributed")
-
-
-@pytest.fixture(scope="module")
-def scheduler(tmp_path_factory):
-    started = Cluster(tmp_path_factory.mktemp("cluster"))
-    yield started
-    started.end()
-
-
-@pytest.fixture
-def cluster(scheduler):
-    """The scheduler, to which the test adds workers of its own."""
-    yield scheduler
-    scheduler.end_workers()
 
 
 def test_the_same_table_by_every_way(cohort, serial, cluster, tmp_path):

@@ -8,25 +8,11 @@ import time
 
 import pytest
 from conftest import SLOW, command, contents, count_done, zarngi_cohort
-from processes import Cluster, ended, kill, running, wait_until_done, worker_of
+from processes import ended, kill, running, wait_until_done, worker_of
 
 pytest.importorskip("distributed")
 
 GO_ON = "what is finished is kept, and the same command goes on"
-
-
-@pytest.fixture(scope="module")
-def scheduler(tmp_path_factory):
-    started = Cluster(tmp_path_factory.mktemp("cluster"))
-    yield started
-    started.end()
-
-
-@pytest.fixture
-def cluster(scheduler):
-    """The scheduler, to which the test adds workers of its own."""
-    yield scheduler
-    scheduler.end_workers()
 
 
 @pytest.fixture

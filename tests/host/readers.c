@@ -7,17 +7,8 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "check.h"
 #include "libZarnGIHost.h"
-
-static int failures = 0;
-
-static void check(int condition, const char* what)
-{
-    if (!condition) {
-        fprintf(stderr, "failed: %s\n", what);
-        ++failures;
-    }
-}
 
 #define VOXELS 24
 
