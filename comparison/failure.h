@@ -8,7 +8,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 #include "comparison/sentence.h"
 #include "files/error.h"
@@ -16,14 +15,15 @@
 namespace zarngi
 {
 
-/** What ends a comparison; what() is its sentence in plain words. */
+/**
+ * What ends a comparison; what() is its sentence in plain words. Nothing of it and of its kinds is
+ * inline, the destructors neither: each source that throws would hold all of it.
+ */
 class Refusal : public std::runtime_error
 {
 public:
-    explicit Refusal(Sentence sentence)
-        : std::runtime_error(sentence.text()), sentence_(std::move(sentence))
-    {
-    }
+    explicit Refusal(Sentence sentence);
+    ~Refusal() override;
 
     const Sentence& sentence() const { return sentence_; }
 
@@ -46,16 +46,10 @@ enum class FailureKind {
 class InputError : public Refusal
 {
 public:
-    explicit InputError(Sentence sentence, FailureKind kind = FailureKind::pair)
-        : Refusal(std::move(sentence)), kind_(kind)
-    {
-    }
-
+    explicit InputError(Sentence sentence, FailureKind kind = FailureKind::pair);
     /** @param member what mends it */
-    InputError(MemberPlace member, Sentence sentence)
-        : Refusal(std::move(sentence)), kind_(FailureKind::pair), member_(member.name())
-    {
-    }
+    InputError(MemberPlace member, Sentence sentence);
+    ~InputError() override;
 
     FailureKind kind() const { return kind_; }
     /** What mends it, as of UsageError; empty: nothing that is known. */
@@ -70,9 +64,8 @@ private:
 class MemoryError : public InputError
 {
 public:
-    explicit MemoryError(Sentence sentence) : InputError(std::move(sentence), FailureKind::memory)
-    {
-    }
+    explicit MemoryError(Sentence sentence);
+    ~MemoryError() override;
 };
 
 /** A file that cannot be read. */
@@ -80,6 +73,7 @@ class FileFailure : public InputError
 {
 public:
     FileFailure(std::string path, files::FileError error);
+    ~FileFailure() override;
 
     const std::string& path() const { return path_; }
     /** What continues "FILE: ". */
@@ -95,23 +89,13 @@ class UsageError : public Refusal
 {
 public:
     /** Of a host's own options, which are no members. */
-    explicit UsageError(Sentence sentence) : Refusal(std::move(sentence)) {}
-    UsageError(MemberPlace place, Sentence sentence) : UsageError(place.name(), std::move(sentence))
-    {
-    }
+    explicit UsageError(Sentence sentence);
+    UsageError(MemberPlace place, Sentence sentence);
     /** @param member its path in the document of a request */
-    UsageError(std::string member, Sentence sentence)
-        : Refusal(std::move(sentence)), member_(std::move(member))
-    {
-    }
-
+    UsageError(std::string member, Sentence sentence);
+    ~UsageError() override;
     /** A refusal of a member's value: "MEMBER: reason". */
-    static UsageError of(MemberPlace place, Sentence reason)
-    {
-        UsageError error(place, Sentence(place.member) + ": " + reason);
-        error.reason_ = std::move(reason);
-        return error;
-    }
+    static UsageError of(MemberPlace place, Sentence reason);
 
     /** What is to be mended: "criteria[1]", "structures.within"; empty: no member. */
     const std::string& member() const { return member_; }
@@ -123,46 +107,15 @@ private:
     std::optional<Sentence> reason_;
 };
 
-inline UsageError refusalOf(MemberPlace place, const Sentence& reason)
-{
-    return UsageError::of(place, reason);
-}
+UsageError refusalOf(MemberPlace place, const Sentence& reason);
 
 /** The kind of what a reader says. */
-inline FailureKind kindOf(const files::FileError& error)
-{
-    switch (error.kind) {
-    case files::FileError::Kind::foreign:
-        return FailureKind::foreign;
-    case files::FileError::Kind::system:
-        return FailureKind::system;
-    case files::FileError::Kind::outOfMemory:
-        return FailureKind::memory;
-    case files::FileError::Kind::notSupported:
-        return FailureKind::notSupported;
-    case files::FileError::Kind::damaged:
-        break;
-    }
-    return FailureKind::damaged;
-}
+FailureKind kindOf(const files::FileError& error);
 
 /** A failure of a file: "FILE: reason". */
-inline InputError failureOf(const std::string& path, const Sentence& reason,
-                            FailureKind kind = FailureKind::pair)
-{
-    return InputError(Sentence(FileName{path}) + ": " + reason, kind);
-}
-
-inline FileFailure failureOf(const std::string& path, const files::FileError& error)
-{
-    return {path, error};
-}
-
-inline FileFailure::FileFailure(std::string path, files::FileError error)
-    : InputError(Sentence(FileName{path}) + ": " + error.sentence, kindOf(error)),
-      path_(std::move(path)), error_(std::move(error))
-{
-}
+InputError failureOf(const std::string& path, const Sentence& reason,
+                     FailureKind kind = FailureKind::pair);
+FileFailure failureOf(const std::string& path, const files::FileError& error);
 
 } // namespace zarngi
 

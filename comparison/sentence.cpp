@@ -1,5 +1,7 @@
 #include "comparison/sentence.h"
 
+#include <utility>
+
 namespace zarngi
 {
 
@@ -10,10 +12,41 @@ const Wording& plainWording()
     return wording;
 }
 
+Sentence::Sentence() = default;
+Sentence::Sentence(const Sentence& other) = default;
+Sentence::Sentence(Sentence&& other) noexcept = default;
+Sentence& Sentence::operator=(const Sentence& other) = default;
+Sentence& Sentence::operator=(Sentence&& other) noexcept = default;
+Sentence::~Sentence() = default;
+
+Sentence::Sentence(std::string text)
+{
+    parts_.emplace_back(std::move(text));
+}
+
+Sentence::Sentence(const char* text) : Sentence(std::string(text))
+{
+}
+
+Sentence::Sentence(Member member)
+{
+    parts_.emplace_back(member);
+}
+
+Sentence::Sentence(FileName file)
+{
+    parts_.emplace_back(std::move(file));
+}
+
 Sentence& Sentence::operator+=(const Sentence& more)
 {
     parts_.insert(parts_.end(), more.parts_.begin(), more.parts_.end());
     return *this;
+}
+
+Sentence operator+(Sentence first, const Sentence& second)
+{
+    return first += second;
 }
 
 std::string Sentence::subject() const

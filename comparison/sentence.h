@@ -29,15 +29,23 @@ struct Wording {
 /** Members as the document of a request calls them, files by their paths. */
 const Wording& plainWording();
 
-/** A line without a full stop, made of text, members of the request, and files. */
+/**
+ * A line without a full stop, made of text, members of the request, and files. Nothing of it is
+ * inline: nearly every source makes some, and would compile all of it again.
+ */
 class Sentence
 {
 public:
-    Sentence() = default;
-    Sentence(std::string text) { parts_.emplace_back(std::move(text)); }
-    Sentence(const char* text) : Sentence(std::string(text)) {}
-    Sentence(Member member) { parts_.emplace_back(member); }
-    Sentence(FileName file) { parts_.emplace_back(std::move(file)); }
+    Sentence();
+    Sentence(std::string text);
+    Sentence(const char* text);
+    Sentence(Member member);
+    Sentence(FileName file);
+    Sentence(const Sentence& other);
+    Sentence(Sentence&& other) noexcept;
+    Sentence& operator=(const Sentence& other);
+    Sentence& operator=(Sentence&& other) noexcept;
+    ~Sentence();
 
     Sentence& operator+=(const Sentence& more);
 
@@ -50,10 +58,7 @@ private:
     std::vector<std::variant<std::string, Member, FileName>> parts_;
 };
 
-inline Sentence operator+(Sentence first, const Sentence& second)
-{
-    return first += second;
-}
+Sentence operator+(Sentence first, const Sentence& second);
 
 } // namespace zarngi
 

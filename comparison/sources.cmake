@@ -56,6 +56,7 @@ set(comparison_sources
     explanation/simplex.cpp
     explanation/trial.cpp
     failedSides.cpp
+    failure.cpp
     gammaOrder.cpp
     gammaRun.cpp
     gammaStatistics.cpp
@@ -125,6 +126,7 @@ list(APPEND comparison_of_little_work
     compare.cpp
     conditions.cpp
     criterion.cpp
+    failure.cpp
     selfTest/fileCases.cpp
     selfTest/structureCases.cpp
     sentence.cpp

@@ -136,6 +136,14 @@ struct DoseImage {
     std::optional<DicomIdentity> dicom;
     std::optional<Measurement> measurement; ///< none: a volume
 
+    // Not inline: many sources would compile moves and ends of all that it holds.
+    DoseImage();
+    DoseImage(const DoseImage& other);
+    DoseImage(DoseImage&& other) noexcept;
+    DoseImage& operator=(const DoseImage& other);
+    DoseImage& operator=(DoseImage&& other) noexcept;
+    ~DoseImage();
+
     bool isPlane() const { return isOfKind(Measurement::Kind::plane); }
     bool isPoints() const { return isOfKind(Measurement::Kind::points); }
     /** Whether it holds differences between doses, as DICOM's Dose Type tells. */

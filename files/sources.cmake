@@ -2,6 +2,7 @@
 set(files_sources
     checksum.cpp
     doseDoubts.cpp
+    doseImage.cpp
     encodeVolume.cpp
     fileFormat.cpp
     largeVector.cpp
@@ -98,6 +99,7 @@ set(files_native_sources
 
 # Heads, names and small files, beside the values of volumes, structures and long tables.
 set(files_of_little_work
+    doseImage.cpp
     fileFormat.cpp
     orientation.cpp
     pairNames.cpp

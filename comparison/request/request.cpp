@@ -142,6 +142,13 @@ std::string CriterionRequest::label() const
     return text + (text.empty() ? "" : ":") + criterion.label();
 }
 
+Request::Request() = default;
+Request::Request(const Request& other) = default;
+Request::Request(Request&& other) noexcept = default;
+Request& Request::operator=(const Request& other) = default;
+Request& Request::operator=(Request&& other) noexcept = default;
+Request::~Request() = default;
+
 std::vector<Criterion> Request::criteriaToCompute() const
 {
     std::vector<Criterion> list;

@@ -121,6 +121,14 @@ struct Request {
     /** SHA-256 of the files() when this was asked before; empty, or as many, some of them empty. */
     std::vector<std::string> formerDigests;
 
+    // Not inline: many sources would compile copies of all that it holds.
+    Request();
+    Request(const Request& other);
+    Request(Request&& other) noexcept;
+    Request& operator=(const Request& other);
+    Request& operator=(Request&& other) noexcept;
+    ~Request();
+
     std::vector<Criterion> criteriaToCompute() const;
     std::vector<CriterionRequest> searchedCriteria() const;
     /** All that are read. */
