@@ -6,8 +6,6 @@
 #define ZARNGI_FILES_ERROR_H
 
 #include <exception>
-#include <new>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
@@ -52,13 +50,17 @@ private:
     std::variant<Value, FileError> content_;
 };
 
-/** How an error travels inside this library; resultOf() turns it into a value at its border. */
+/**
+ * How an error travels inside this library; resultOf() turns it into a value at its border. Nothing
+ * of it is inline: each source that refuses something would compile all of it again.
+ */
 class Refusal : public std::exception
 {
 public:
-    explicit Refusal(FileError error) : error_(std::move(error)) {}
+    explicit Refusal(FileError error);
+    ~Refusal() override;
 
-    const char* what() const noexcept override { return error_.sentence.c_str(); }
+    const char* what() const noexcept override;
     const FileError& error() const { return error_; }
 
 private:
@@ -66,22 +68,13 @@ private:
 };
 
 /** Ends the reading of a file that is not whole, or breaks the rules of its format. */
-[[noreturn]] inline void refuseDamaged(std::string sentence)
-{
-    throw Refusal({FileError::Kind::damaged, std::move(sentence)});
-}
+[[noreturn]] void refuseDamaged(std::string sentence);
 
 /** Ends the reading of a file that may be in order, but holds what is not read. */
-[[noreturn]] inline void refuseUnsupported(std::string sentence)
-{
-    throw Refusal({FileError::Kind::notSupported, std::move(sentence)});
-}
+[[noreturn]] void refuseUnsupported(std::string sentence);
 
 /** Ends the reading of a file that is of another kind, such as a photograph. */
-[[noreturn]] inline void refuseForeign(std::string sentence)
-{
-    throw Refusal({FileError::Kind::foreign, std::move(sentence)});
-}
+[[noreturn]] void refuseForeign(std::string sentence);
 
 /** The value of a result. @throws Refusal with its error */
 template <class Value> Value valueOf(Result<Value> result)
@@ -92,19 +85,16 @@ template <class Value> Value valueOf(Result<Value> result)
     return std::move(*result);
 }
 
+/** The error of the exception that is being handled; one that is not of std::exception goes on. */
+FileError caughtError();
+
 /** What `make` returns, or the error that it threw. */
 template <class Make> auto resultOf(const Make& make) -> Result<decltype(make())>
 {
     try {
         return make();
-    } catch (const Refusal& refusal) {
-        return refusal.error();
-    } catch (const std::bad_alloc&) {
-        return FileError{FileError::Kind::outOfMemory, "does not fit in memory"};
-    } catch (const std::length_error&) { // more than a vector holds on 32-bit machines
-        return FileError{FileError::Kind::outOfMemory, "does not fit in memory"};
-    } catch (const std::exception& error) {
-        return FileError{FileError::Kind::system, std::string("cannot be read: ") + error.what()};
+    } catch (...) {
+        return caughtError();
     }
 }
 

@@ -1,6 +1,7 @@
 #include "files/packed.h"
 
 #include <limits>
+#include <new>
 
 #include "files/checksum.h"
 #include "files/error.h"

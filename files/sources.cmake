@@ -4,6 +4,7 @@ set(files_sources
     doseDoubts.cpp
     doseImage.cpp
     encodeVolume.cpp
+    error.cpp
     fileFormat.cpp
     largeVector.cpp
     orientation.cpp
@@ -100,6 +101,7 @@ set(files_native_sources
 # Heads, names and small files, beside the values of volumes, structures and long tables.
 set(files_of_little_work
     doseImage.cpp
+    error.cpp
     fileFormat.cpp
     orientation.cpp
     pairNames.cpp
