@@ -201,7 +201,7 @@ std::vector<std::string> textsOf(const std::vector<CriterionRequest>& criteria)
             texts.push_back(text);
         }
         for (const std::string& pattern : asked.patterns) {
-            texts.push_back(pattern + ":" + text);
+            texts.push_back(std::string(pattern).append(":").append(text));
         }
     }
     return texts;
