@@ -121,7 +121,10 @@ set(comparison_native_sources
 # What goes neither through the points of a dose nor through those of a structure.
 set(comparison_of_little_work ${comparison_sources})
 list(FILTER comparison_of_little_work INCLUDE REGEX "^(composition|documents|goals|request)/")
-list(REMOVE_ITEM comparison_of_little_work documents/reportVolume.cpp)
+list(REMOVE_ITEM comparison_of_little_work
+    composition/gateChecks.cpp
+    documents/reportPage.cpp
+    documents/reportVolume.cpp)
 list(APPEND comparison_of_little_work
     compare.cpp
     conditions.cpp

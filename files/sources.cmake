@@ -103,7 +103,6 @@ set(files_of_little_work
     doseImage.cpp
     error.cpp
     fileFormat.cpp
-    orientation.cpp
     pairNames.cpp
     readAnyFile.cpp
     formats/dicom/characterSets.cpp
@@ -132,5 +131,4 @@ set(files_of_little_work
     simulations/topasHead.cpp
     structures/contourNotes.cpp
     structures/readStructures.cpp
-    structures/segmentation.cpp
     structures/structureNames.cpp)
