@@ -202,6 +202,11 @@ GammaRun::GammaRun(const DoseImage& reference, const DoseImage& evaluation)
 GammaRun::~GammaRun()
 {
     zarnGI_reset();
+    // Smaller ones serve the next comparison.
+    constexpr std::size_t mostKept = std::size_t{1} << 22;
+    if (referenceVoxels_ > mostKept) {
+        zarnGI_releaseRecords();
+    }
 }
 
 void GammaRun::setReference(const DoseView& doses)

@@ -25,6 +25,9 @@ namespace
 /** Whether the engine's voxels are those of the reference grid and of the last computation. */
 bool voxelsAreCurrent = false;
 
+/** Whether what tells who passed was given back. */
+bool recordsAreReleased = false;
+
 /** Whether the grids of the environment are the host's memory. */
 bool referenceIsLent = false;
 bool evaluationIsLent = false;
@@ -39,6 +42,7 @@ void resetStatus()
 {
     libStatus = {0, 0, 0, 0};
     voxelsAreCurrent = false;
+    recordsAreReleased = false;
     watch::setCallback(nullptr, nullptr);
 }
 
@@ -403,6 +407,7 @@ int zarnGI_startComputation()
     }
     try {
         voxelsAreCurrent = false;
+        recordsAreReleased = false;
         const int result = computeGammaIndex();
         voxelsAreCurrent = true;
         libStatus.hasFinished = 1;
@@ -581,7 +586,7 @@ int zarnGI_getRandomRotation(bool* TF)
 int zarnGI_getPassed3DMap(unsigned char* passed)
 {
     return withEnvironment([&] {
-        const int status = checkResults(passed);
+        const int status = checkResults(passed, !recordsAreReleased);
         if (status != ZARNGI_OK) {
             return status;
         }
@@ -620,6 +625,18 @@ int zarnGI_lendGammaIndex3DMap(float* gamma)
         }
         releaseGamma();
         lentGamma = gamma;
+        return ZARNGI_OK;
+    });
+}
+
+int zarnGI_releaseRecords()
+{
+    return withEnvironment([] {
+        if (isBusy()) {
+            return ZARNGI_BUSY;
+        }
+        zarngi::engine::releaseActiveVoxels();
+        recordsAreReleased = true;
         return ZARNGI_OK;
     });
 }

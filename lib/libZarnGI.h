@@ -461,6 +461,14 @@ ZARNGI_API int zarnGI_lendEval(const int* nn, const float* hs, const float* x0, 
  */
 ZARNGI_API int zarnGI_lendGammaIndex3DMap(float* gamma);
 
+/**
+ * Gives back the memory of the last computation's records, 24 bytes for each tested voxel, which
+ * the next one would use again. The gamma map and the pass rate stay; zarnGI_getPassed3DMap()
+ * returns ZARNGI_NO_RESULTS until the next computation.
+ * @return ZARNGI_OK; ZARNGI_BUSY; ZARNGI_NULL_POINTER when the environment cannot be had.
+ */
+ZARNGI_API int zarnGI_releaseRecords(void);
+
 /** @} */
 
 #ifdef __cplusplus

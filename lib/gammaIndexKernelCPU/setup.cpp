@@ -170,4 +170,9 @@ std::size_t fillActiveVoxels(const DoseLevels& levels)
     return skimmed;
 }
 
+void releaseActiveVoxels()
+{
+    std::vector<ActiveVoxel>().swap(activeVoxels);
+}
+
 } // namespace zarngi::engine

@@ -46,6 +46,9 @@ void setGlobalDoseDifference(const DoseLevels& levels);
  */
 std::size_t fillActiveVoxels(const DoseLevels& levels);
 
+/** Empties activeVoxels and gives its memory back. */
+void releaseActiveVoxels();
+
 } // namespace zarngi::engine
 
 #endif

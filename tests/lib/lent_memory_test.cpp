@@ -264,4 +264,30 @@ TEST_F(LentGammaMap, IsLentForOneReferenceGrid)
     EXPECT_EQ(zarnGI_lendGammaIndex3DMap(nullptr), ZARNGI_NO_REFERENCE);
 }
 
+using Records = LentMemory;
+
+TEST_F(Records, AreGivenBackWithWhoPassedAlone)
+{
+    const Results expected = resultOf(wave(9, 0), wave(9, 0.4F));
+    std::vector<unsigned char> passed(729);
+    ASSERT_EQ(zarnGI_getPassed3DMap(passed.data()), ZARNGI_OK);
+    const std::vector<unsigned char> before = passed;
+    ASSERT_GT(activeVoxels.capacity(), 0U);
+    ASSERT_EQ(zarnGI_releaseRecords(), ZARNGI_OK);
+    EXPECT_EQ(activeVoxels.capacity(), 0U);
+
+    EXPECT_EQ(zarnGI_getPassed3DMap(passed.data()), ZARNGI_NO_RESULTS);
+    EXPECT_EQ(passed, before);
+    std::vector<float> gamma(729);
+    EXPECT_EQ(zarnGI_getGammaIndex3DMap(gamma.data()), ZARNGI_OK);
+    EXPECT_TRUE(sameBits(gamma, expected.gamma));
+    float passRate = 0;
+    EXPECT_EQ(zarnGI_getGammaIndexPassRate(&passRate), ZARNGI_OK);
+    EXPECT_EQ(passRate, expected.passRate);
+
+    expectSame(compute(), expected);
+    EXPECT_EQ(zarnGI_getPassed3DMap(passed.data()), ZARNGI_OK);
+    EXPECT_EQ(passed, before);
+}
+
 } // namespace

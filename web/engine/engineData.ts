@@ -3,6 +3,8 @@
 import type { EngineClient } from './client';
 import type { ComparisonRequest } from './request';
 import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
+import { GammaMap } from '../views/gammaMap';
+import { Grid } from '../views/grid';
 import type { ComparisonRecord, Role } from '../views/record';
 
 /** Holds all that the views may ask for, so that the engine is free for the next comparison. */
@@ -10,9 +12,9 @@ export class EngineData implements ComparisonData {
     private constructor(
         readonly record: ComparisonRecord,
         private readonly doses: Record<Role, StoredVolume>,
-        private readonly gammas: StoredVolume[],
+        private readonly gammas: GammaMap[],
         private readonly structures: StructureShape[],
-        private readonly after: StoredVolume | null,
+        private readonly after: GammaMap | null,
         differences: StoredVolume | null,
     ) {
         this.inUncertainties = differences ? async () => differences : undefined;
@@ -26,9 +28,10 @@ export class EngineData implements ComparisonData {
             reference: await client.volume(request, 'reference'),
             evaluation: await client.volume(request, 'evaluation'),
         };
-        const gammas: StoredVolume[] = [];
+        const grid = new Grid(record.grids.reference);
+        const gammas: GammaMap[] = [];
         for (const i of record.criteria.keys()) {
-            gammas.push(await client.volume(request, 'gamma', i));
+            gammas.push(await GammaMap.of(grid, await client.volume(request, 'gamma', i)));
         }
         const structures: StructureShape[] = [];
         for (const i of record.structures?.list.keys() ?? []) {
@@ -36,7 +39,7 @@ export class EngineData implements ComparisonData {
             const contours = await client.structure(request, i, 'contours');
             structures.push({ runs: runs ?? new Int32Array(0), contours });
         }
-        const after = record.explanation ? await client.volume(request, 'gammaAfter') : null;
+        const after = record.explanation ? await GammaMap.of(grid, await client.volume(request, 'gammaAfter')) : null;
         const differences = record.noise ? await client.volume(request, 'inUncertainties') : null;
         return new EngineData(record, doses, gammas, structures, after, differences);
     }
@@ -45,11 +48,11 @@ export class EngineData implements ComparisonData {
         return this.doses[role];
     }
 
-    async gamma(criterion: number): Promise<StoredVolume> {
+    async gamma(criterion: number): Promise<GammaMap> {
         return this.gammas[criterion];
     }
 
-    async gammaAfter(): Promise<StoredVolume> {
+    async gammaAfter(): Promise<GammaMap> {
         if (!this.after) {
             throw new Error('Nothing was explained in this comparison.');
         }

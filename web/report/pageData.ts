@@ -1,17 +1,19 @@
 import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
+import { GammaMap } from '../views/gammaMap';
+import { Grid } from '../views/grid';
 import type { Role } from '../views/record';
 import type { PageRecord } from './pageRecord';
 import { readIntegers, readVolume } from './pageVolume';
 
 /** The comparison that a program has written into this page. */
 export class PageData implements ComparisonData {
-    readonly gammaAfter?: () => Promise<StoredVolume>;
+    readonly gammaAfter?: () => Promise<GammaMap>;
     readonly inUncertainties?: () => Promise<StoredVolume>;
 
     constructor(readonly record: PageRecord) {
         const { explanation, noise } = record;
         if (explanation) {
-            this.gammaAfter = () => this.read(explanation.gammaVolume, 'reference');
+            this.gammaAfter = () => this.readGamma(explanation.gammaVolume);
         }
         if (noise) {
             this.inUncertainties = () => this.read(noise.differenceVolume, 'reference');
@@ -22,8 +24,8 @@ export class PageData implements ComparisonData {
         return this.read(role, role);
     }
 
-    gamma(criterion: number): Promise<StoredVolume> {
-        return this.read(this.record.criteria[criterion].gammaVolume, 'reference');
+    gamma(criterion: number): Promise<GammaMap> {
+        return this.readGamma(this.record.criteria[criterion].gammaVolume);
     }
 
     async structure(index: number): Promise<StructureShape> {
@@ -36,6 +38,10 @@ export class PageData implements ComparisonData {
             runs: await readIntegers(voxelsElement),
             contours: contoursElement ? await readIntegers(contoursElement) : null,
         };
+    }
+
+    private async readGamma(name: string): Promise<GammaMap> {
+        return GammaMap.of(new Grid(this.record.grids.reference), await this.read(name, 'reference'));
     }
 
     private async read(name: string, grid: Role): Promise<StoredVolume> {

@@ -1,9 +1,7 @@
 import { findClusters, type Cluster } from './clusters';
-import { notTested } from './comparison';
+import type { GammaMap } from './gammaMap';
 import type { Model } from './model';
 import type { Criterion } from './record';
-import { inPieces } from './pieces';
-import type { Volume } from './volume';
 
 /** What the page works out from a gamma map. */
 export interface Analysis {
@@ -41,13 +39,11 @@ export interface MapCounts {
 }
 
 /** Counts the voxels of a gamma map, to hold them against the results of the computation. */
-async function countVoxels({ data, perUnit }: Volume): Promise<MapCounts> {
+async function countVoxels(gamma: GammaMap): Promise<MapCounts> {
     const counts = { tested: 0, failed: 0 };
-    await inPieces(data.length, (from, to) => {
-        for (let i = from; i < to; ++i) {
-            counts.tested += data[i] !== notTested ? 1 : 0;
-            counts.failed += data[i] > perUnit ? 1 : 0;
-        }
+    await gamma.visitTested((_, stored) => {
+        ++counts.tested;
+        counts.failed += stored > gamma.perUnit ? 1 : 0;
     });
     return counts;
 }
@@ -69,7 +65,7 @@ const lastBandFrom = 110;
  * as the cut-off is excluded. Ends are rounded as the stored doses are, so that rounding does not
  * carry a dose of 100 % into the band above it.
  */
-async function doseBands(model: Model, criterion: Criterion, gamma: Volume): Promise<DoseBand[]> {
+async function doseBands(model: Model, criterion: Criterion, gamma: GammaMap): Promise<DoseBand[]> {
     const { data, perUnit } = model.reference;
     const percent = criterion.normalisationDose / 100;
     const first = Math.min(Math.floor(criterion.cutoffPercent / bandWidth), lastBandFrom / bandWidth);
@@ -79,21 +75,15 @@ async function doseBands(model: Model, criterion: Criterion, gamma: Volume): Pro
     }
     const ends = starts.slice(1).map((end) => Math.round(end * percent * perUnit));
     const sums = starts.map(() => ({ tested: 0, failed: 0, gamma: 0 }));
-    await inPieces(data.length, (from, to) => {
-        for (let i = from; i < to; ++i) {
-            const stored = gamma.data[i];
-            if (stored === notTested) {
-                continue;
-            }
-            let band = 0;
-            while (band < ends.length && data[i] > ends[band]) {
-                ++band;
-            }
-            const sum = sums[band];
-            ++sum.tested;
-            sum.failed += stored > gamma.perUnit ? 1 : 0;
-            sum.gamma += stored / gamma.perUnit;
+    await gamma.visitTested((index, stored) => {
+        let band = 0;
+        while (band < ends.length && data[index] > ends[band]) {
+            ++band;
         }
+        const sum = sums[band];
+        ++sum.tested;
+        sum.failed += stored > gamma.perUnit ? 1 : 0;
+        sum.gamma += stored / gamma.perUnit;
     });
     const bands = sums.map((sum, i) => ({
         from: Math.max(starts[i], criterion.cutoffPercent),

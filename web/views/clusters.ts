@@ -1,7 +1,7 @@
+import type { GammaMap } from './gammaMap';
 import type { Model } from './model';
-import { inPieces, Pieces } from './pieces';
+import { Pieces } from './pieces';
 import type { Triple } from './record';
-import type { Volume } from './volume';
 
 /** A connected region of failing voxels; voxels that share a face are connected. */
 export interface Cluster {
@@ -17,39 +17,39 @@ export interface Cluster {
 }
 
 /** All clusters of failing voxels, the largest first. */
-export async function findClusters(model: Model, gamma: Volume): Promise<Cluster[]> {
+export async function findClusters(model: Model, gamma: GammaMap): Promise<Cluster[]> {
     const pieces = new Pieces();
-    const open = new Uint8Array(gamma.data.length);
-    await inPieces(open.length, (begin, end) => {
-        for (let i = begin; i < end; ++i) {
-            open[i] = gamma.data[i] > gamma.perUnit ? 1 : 0;
-        }
+    const open = new Uint8Array(gamma.places);
+    await gamma.visitTested((_, stored, place) => {
+        open[place] = stored > gamma.perUnit ? 1 : 0;
     });
     const clusters: Cluster[] = [];
     for (let seed = open.indexOf(1); seed >= 0; seed = open.indexOf(1, seed + 1)) {
-        const members = await collect(model, open, seed, pieces);
+        const members = await collect(gamma, open, gamma.indexAt(seed), pieces);
         clusters.push(await describe(model, gamma, members, pieces));
     }
     return clusters.sort((a, b) => b.voxels - a.voxels || b.maxGamma - a.maxGamma);
 }
 
 /** Takes the voxels connected with `seed` out of `open`. */
-async function collect(model: Model, open: Uint8Array, seed: number, pieces: Pieces): Promise<number[]> {
-    const { size, stride } = model.grid;
-    const members = [seed];
-    open[seed] = 0;
+async function collect(gamma: GammaMap, open: Uint8Array, seed: number, pieces: Pieces): Promise<number[]> {
+    const { grid } = gamma;
+    const { size, stride } = grid;
+    const members: number[] = [];
     const take = (index: number): void => {
-        if (open[index]) {
-            open[index] = 0;
+        const place = gamma.place(index);
+        if (place >= 0 && open[place]) {
+            open[place] = 0;
             members.push(index);
         }
     };
+    take(seed);
     for (let next = 0; next < members.length; ++next) {
         if (pieces.isDue()) {
             await pieces.rest();
         }
         const index = members[next];
-        const voxel = model.grid.voxel(index);
+        const voxel = grid.voxel(index);
         for (let a = 0; a < 3; ++a) {
             if (voxel[a] > 0) {
                 take(index - stride[a]);
@@ -64,13 +64,14 @@ async function collect(model: Model, open: Uint8Array, seed: number, pieces: Pie
 
 async function describe(
     model: Model,
-    gamma: Volume,
+    gamma: GammaMap,
     members: number[],
     pieces: Pieces,
 ): Promise<Cluster> {
     const from: Triple = [Infinity, Infinity, Infinity];
     const to: Triple = [-1, -1, -1];
     let peak = members[0];
+    let highest = gamma.stored(peak);
     let difference = 0;
     let compared = 0;
     for (const index of members) {
@@ -83,9 +84,10 @@ async function describe(
             to[a] = Math.max(to[a], voxel[a]);
         }
         // Of equal peaks the first in the map counts, whatever way the search took.
-        const isHigher = gamma.data[index] > gamma.data[peak];
-        if (isHigher || (gamma.data[index] === gamma.data[peak] && index < peak)) {
+        const stored = gamma.stored(index);
+        if (stored > highest || (stored === highest && index < peak)) {
             peak = index;
+            highest = stored;
         }
         const d = model.difference(index);
         if (!Number.isNaN(d)) {

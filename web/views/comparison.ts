@@ -1,5 +1,6 @@
 /** How the views get what they show. A page hands them one of these, wherever it has its data from. */
 
+import type { GammaMap } from './gammaMap';
 import type { ComparisonRecord, Role } from './record';
 
 /** Whole numbers times a power of ten, one for each voxel of a grid, x fastest. */
@@ -41,12 +42,12 @@ export interface ComparisonData {
      * Gamma of a criterion, by its index in the record, on the reference grid. A failed voxel stores
      * more than 10^decimals, a passed one does not: the verdict decides where rounding would not tell.
      */
-    gamma(criterion: number): Promise<StoredVolume>;
+    gamma(criterion: number): Promise<GammaMap>;
     /**
      * Gamma of the evaluation after the change that the explanation of the record tells, stored as
      * gamma() has it.
      */
-    gammaAfter?(): Promise<StoredVolume>;
+    gammaAfter?(): Promise<GammaMap>;
     /**
      * Differences between the doses in units of their combined uncertainty, on the reference grid;
      * notFinite where none is known. There if the record tells the noise.

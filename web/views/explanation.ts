@@ -1,14 +1,13 @@
 import { axisEnds, axisNames, planes, shownPlanes, type Plane } from './axes';
 import { layerScale } from './colour';
-import { notTested } from './comparison';
 import { byId, el } from './dom';
 import { fixed, rate, signed, unbroken, whole } from './format';
 import { Frame } from './frame';
+import type { GammaMap } from './gammaMap';
 import { nameOfCriterion, placesName } from './judged';
 import type { Model } from './model';
 import type { ChangeRecord, ExplanationRecord } from './record';
 import type { Changes, State, Store } from './store';
-import type { Volume } from './volume';
 
 /** CSS pixels. */
 const arrowSize = 150;
@@ -36,7 +35,7 @@ export class ExplanationCard {
     private readonly button = byId<HTMLButtonElement>('explanation-show');
     private readonly record: ExplanationRecord;
     private readonly criterion: number;
-    private after: Volume | null = null;
+    private after: GammaMap | null = null;
     private isDrawn = false;
 
     constructor(
@@ -215,7 +214,7 @@ export class ExplanationCard {
         );
     }
 
-    private map(plane: Plane, gamma: Volume, state: State, name: string): HTMLElement {
+    private map(plane: Plane, gamma: GammaMap, state: State, name: string): HTMLElement {
         const frame = new Frame(this.model.grid, plane, this.model.focus);
         const canvas = el('canvas', { role: 'img', 'aria-label': name });
         canvas.width = frame.columns;
@@ -231,8 +230,7 @@ export class ExplanationCard {
             const colours = layerScale('gamma', state);
             let pixel = 0;
             frame.visit(state.cross[plane.normal], (index) => {
-                const isTested = gamma.data[index] !== notTested;
-                pixels[pixel++] = isTested ? colours.colour(gamma.value(index)) : 0;
+                pixels[pixel++] = gamma.isTested(index) ? colours.colour(gamma.value(index)) : 0;
             });
             context.putImageData(picture, 0, 0);
         }

@@ -1,5 +1,6 @@
-import { notTested, type ComparisonData } from './comparison';
+import type { ComparisonData } from './comparison';
 import { wholeGrid, widened, type Box } from './frame';
+import type { GammaMap } from './gammaMap';
 import { Grid } from './grid';
 import { inPieces } from './pieces';
 import type { ComparisonRecord, Triple } from './record';
@@ -27,7 +28,7 @@ export class Model {
     /** Where voxels were tested for the first criterion, with a margin. */
     focus!: Box;
     readonly shapes: StructureShapes;
-    private readonly gammas = new Map<number, Volume>();
+    private readonly gammas = new Map<number, GammaMap>();
 
     constructor(private readonly data: ComparisonData) {
         this.record = data.record;
@@ -55,7 +56,7 @@ export class Model {
 
     async loadGamma(criterion: number): Promise<void> {
         if (!this.gammas.has(criterion)) {
-            const gamma = new Volume(this.grid, await this.data.gamma(criterion));
+            const gamma = await this.data.gamma(criterion);
             this.focus ??= widened(await testedBox(gamma), this.grid, focusMargin);
             this.gammas.set(criterion, gamma);
         }
@@ -66,12 +67,12 @@ export class Model {
     }
 
     /** The gamma map after the change of the explanation. */
-    async loadAfter(): Promise<Volume | null> {
-        return this.data.gammaAfter ? new Volume(this.grid, await this.data.gammaAfter()) : null;
+    async loadAfter(): Promise<GammaMap | null> {
+        return (await this.data.gammaAfter?.()) ?? null;
     }
 
     /** The gamma map of a criterion, if it is there already. */
-    gamma(criterion: number): Volume | undefined {
+    gamma(criterion: number): GammaMap | undefined {
         return this.gammas.get(criterion);
     }
 
@@ -98,25 +99,18 @@ export async function hottestVoxel(model: Model): Promise<Triple> {
 }
 
 /** The smallest box around the tested voxels; the whole grid when there are none. */
-async function testedBox(gamma: Volume): Promise<Box> {
-    const { grid, data } = gamma;
+async function testedBox(gamma: GammaMap): Promise<Box> {
+    const { grid } = gamma;
     const from: Triple = [Infinity, Infinity, Infinity];
     const to: Triple = [-1, -1, -1];
-    let index = 0;
-    const visit = (k: number): void => {
-        for (let j = 0; j < grid.size[1]; ++j) {
-            for (let i = 0; i < grid.size[0]; ++i) {
-                if (data[index++] !== notTested) {
-                    from[0] = Math.min(from[0], i);
-                    from[1] = Math.min(from[1], j);
-                    from[2] = Math.min(from[2], k);
-                    to[0] = Math.max(to[0], i);
-                    to[1] = Math.max(to[1], j);
-                    to[2] = k;
-                }
-            }
-        }
-    };
-    await inPieces(grid.size[2], visit, 1);
+    await gamma.visitRows((first, last) => {
+        const [i, j, k] = grid.voxel(first);
+        from[0] = Math.min(from[0], i);
+        from[1] = Math.min(from[1], j);
+        from[2] = Math.min(from[2], k);
+        to[0] = Math.max(to[0], i + last - first);
+        to[1] = Math.max(to[1], j);
+        to[2] = k;
+    });
     return to[2] < 0 ? wholeGrid(grid) : { from, to };
 }

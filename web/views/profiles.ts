@@ -1,7 +1,6 @@
 import uPlot from 'uplot';
 import { axisEnds, axisNames, longAxes, moved } from './axes';
 import { axis, Chart, drawRule, scaled } from './chart';
-import { notTested } from './comparison';
 import { byId, el, token } from './dom';
 import { fixed } from './format';
 import { wholeGrid } from './frame';
@@ -111,8 +110,7 @@ export class Profiles {
             x.push(grid.coordinate(a, i));
             reference.push(finite(model.reference.value(index)));
             same.push(finite(model.evaluation.value(index)));
-            const tested = gamma && gamma.data[index] !== notTested;
-            gammas.push(tested ? gamma.value(index) : null);
+            gammas.push(gamma?.isTested(index) ? gamma.value(index) : null);
         }
         if (model.sameGrid) {
             return [x, reference, same, gammas];

@@ -160,7 +160,7 @@ export class Readout {
         if (!gamma) {
             return '…';
         }
-        const stored = gamma.data[index];
+        const stored = gamma.stored(index);
         if (stored === notTested) {
             return 'not tested';
         }
@@ -170,9 +170,9 @@ export class Readout {
 
     private judge(criterion: number, index: number): string {
         const gamma = this.model.gamma(criterion);
-        if (!gamma || gamma.data[index] === notTested) {
+        if (!gamma?.isTested(index)) {
             return 'untested';
         }
-        return gamma.data[index] > gamma.perUnit ? 'failed' : 'passed';
+        return gamma.hasFailed(index) ? 'failed' : 'passed';
     }
 }

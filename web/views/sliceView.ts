@@ -1,6 +1,5 @@
 import { axisEnds, axisNames, moved, type AxisEnds, type Plane } from './axes';
 import { greyScale, layerScale } from './colour';
-import { notTested } from './comparison';
 import { el } from './dom';
 import { fixed } from './format';
 import { Frame, type Box } from './frame';
@@ -192,9 +191,9 @@ export class SliceView {
                 // Between detectors the planned dose is seen.
                 const beneath = model.hasGaps ? model.evaluation : model.reference;
                 return (index) =>
-                    !gamma || gamma.data[index] === notTested
-                        ? grey.colour(beneath.value(index))
-                        : scale.colour(gamma.value(index));
+                    gamma?.isTested(index)
+                        ? scale.colour(gamma.value(index))
+                        : grey.colour(beneath.value(index));
             }
         }
     }

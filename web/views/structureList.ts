@@ -201,10 +201,12 @@ export class StructureList {
         const { grid, shapes } = this.model;
         const gamma = this.model.gamma(this.store.state.criterion);
         let best = -1;
+        let highest = notTested;
         shapes.visitPart(grid, part, (index) => {
-            const stored = gamma?.data[index] ?? notTested;
-            if (stored !== notTested && (best < 0 || stored > (gamma?.data[best] ?? 0))) {
+            const stored = gamma?.stored(index) ?? notTested;
+            if (stored > highest) {
                 best = index;
+                highest = stored;
             }
         });
         return best < 0 ? null : grid.voxel(best);

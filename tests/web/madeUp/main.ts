@@ -1,5 +1,7 @@
 /** A page that makes its comparison up where it runs: nothing of it is in the document. */
 import { gammaOverflow, notTested, type ComparisonData, type StoredVolume } from '../views/comparison';
+import { GammaMap } from '../views/gammaMap';
+import { Grid } from '../views/grid';
 import { showComparison, showFailure } from '../views/page';
 import type { ComparisonRecord, Criterion, GridRecord, Role, Triple } from '../views/record';
 
@@ -34,6 +36,10 @@ function filled(decimals: number, value: (...voxel: Triple) => number): StoredVo
     return { decimals, values: values.map((_, i) => value(...place(i))) };
 }
 
+function gammas(value: (...voxel: Triple) => number): Promise<GammaMap> {
+    return GammaMap.of(new Grid(grid), filled(3, value));
+}
+
 const failing: Record<string, number> = { '3,2,1': 1500, '4,2,1': 1200, '1,4,3': gammaOverflow };
 
 class MadeUp implements ComparisonData {
@@ -45,16 +51,16 @@ class MadeUp implements ComparisonData {
         return filled(2, (i, j, k) => 1000 + 100 * i + 10 * j + k + more);
     }
 
-    async gamma(criterion: number): Promise<StoredVolume> {
+    async gamma(criterion: number): Promise<GammaMap> {
         note(`gamma ${criterion}`);
         if (criterion === 0) {
-            return filled(3, (i, j, k) => (k === 0 ? notTested : failing[`${i},${j},${k}`] ?? 500));
+            return gammas((i, j, k) => (k === 0 ? notTested : failing[`${i},${j},${k}`] ?? 500));
         }
         await new Promise((goOn) => addEventListener('go-on', goOn, { once: true }));
         if (location.hash === '#unable') {
             throw new Error('The second gamma map cannot be made up.');
         }
-        return filled(3, (_i, _j, k) => (k === 0 ? notTested : 250));
+        return gammas((_i, _j, k) => (k === 0 ? notTested : 250));
     }
 }
 
