@@ -115,6 +115,9 @@ Comparison compare(const Request& request, DoseSource& source, const Watchers& w
     for (const CriterionRequest& asked : comparison.request.searchedCriteria()) {
         results.push_back(searches.result(asked, watchers.search ? watchers.search(asked.criterion)
                                                                  : WatchSearch()));
+        if (watchers.found) {
+            watchers.found(comparison, results.back());
+        }
     }
     checkResultGate(comparison, results);
     std::vector<Sweep> sweeps = sweepsOf(comparison, searches, watchers.work);

@@ -25,6 +25,11 @@ struct Watchers {
     WatchWork work{}; ///< explanation, rates by criterion and without noise
     /** What is going to be computed, before it is: without results. What it throws ends all. */
     std::function<void(const Comparison&)> prepared{};
+    /**
+     * A result when it is there, whose maps may be taken from it: without noise that is estimated,
+     * only documents ask for them.
+     */
+    std::function<void(const Comparison&, CriterionResult&)> found{};
 };
 
 /**

@@ -44,7 +44,7 @@ std::string gammaName(std::size_t index)
 }
 
 /** None of points: their doses stand in the record. */
-std::vector<Volume> volumesOf(const Comparison& comparison)
+std::vector<Volume> volumesOf(const Comparison& comparison, const StoredGammasOf& gammasOf)
 {
     if (arePoints(comparison.placed.space)) {
         return {};
@@ -56,9 +56,9 @@ std::vector<Volume> volumesOf(const Comparison& comparison)
     std::vector<Volume> volumes = {
         {"reference", "dose", "reference", decimals, stored(comparison.reference)},
         {"evaluation", "dose", "evaluation", decimals, stored(comparison.evaluation)}};
-    for (const CriterionResult& result : comparison.results) {
-        volumes.push_back({gammaName(volumes.size() - 2), "gamma", "reference", gammaDecimals,
-                           [&result] { return storedGammas(result.gamma, result.passed); }});
+    for (std::size_t i = 0; i < comparison.results.size(); ++i) {
+        volumes.push_back({gammaName(i), "gamma", "reference", gammaDecimals,
+                           [&gammasOf, i] { return gammasOf(i); }});
     }
     if (comparison.explanation) {
         const GammaMaps& after = comparison.explanation->after;
@@ -174,10 +174,15 @@ std::string evaluationPage(const Json& document, std::string_view pageTemplate)
 }
 
 std::string reportPage(const Comparison& comparison, const Json& record,
-                       std::string_view pageTemplate, const PagePacking& packing)
+                       std::string_view pageTemplate, const PagePacking& packing,
+                       const StoredGammasOf& gammasOf)
 {
     Json document = record;
-    const std::vector<Volume> volumes = volumesOf(comparison);
+    const StoredGammasOf ofResults = [&comparison](std::size_t criterion) {
+        const CriterionResult& result = comparison.results[criterion];
+        return storedGammas(result.gamma, result.passed);
+    };
+    const std::vector<Volume> volumes = volumesOf(comparison, gammasOf ? gammasOf : ofResults);
     document["volumes"] = listOf(volumes);
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
         document["criteria"][i]["gammaVolume"] = gammaName(i);

@@ -6,7 +6,9 @@
 #ifndef ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
 #define ZARNGI_COMPARISON_DOCUMENTS_REPORTPAGE_H
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,9 +36,17 @@ bool isPageTemplate(std::string_view text);
 /** The page of one dose in structures. @param document its JSON */
 std::string evaluationPage(const Json& document, std::string_view pageTemplate);
 
-/** The page with the data of a comparison whose gamma maps are kept. @param record its JSON */
+/** Gives storedGammas() of a criterion. */
+using StoredGammasOf = std::function<std::vector<std::int16_t>(std::size_t criterion)>;
+
+/**
+ * The page with the data of a comparison.
+ * @param record its JSON
+ * @param gammasOf where its results do not keep their maps
+ */
 std::string reportPage(const Comparison& comparison, const Json& record,
-                       std::string_view pageTemplate, const PagePacking& packing);
+                       std::string_view pageTemplate, const PagePacking& packing,
+                       const StoredGammasOf& gammasOf = {});
 
 } // namespace zarngi
 

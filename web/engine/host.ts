@@ -17,14 +17,15 @@ const full = 1;
 const damaged = 2;
 
 export interface FileContents {
-    /** 0, or -1: no such file, -2: cannot be read, and `bytes` is the reason. */
-    status: number;
-    bytes: Uint8Array;
+    size: number;
+    /** Fills a buffer of that size; throws an Error with the reason where it cannot. */
+    read(buffer: Uint8Array): void;
 }
 
 /** How the engine reaches the files of the page. */
 export interface FileSource {
-    contents(path: string): FileContents;
+    /** Null where there is no such file. */
+    contents(path: string): FileContents | null;
     has(path: string): boolean;
 }
 

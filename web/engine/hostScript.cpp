@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <limits>
 
 #include "comparison/fileDigest.h"
 
@@ -30,11 +31,21 @@ EM_JS(void, scriptBase64, (const void* bytes, size_t size, void* text),
 EM_JS(void, scriptSha256, (const void* bytes, size_t size, void* text),
       { Module.host.sha256(HEAPU8.subarray(bytes, bytes + size), HEAPU8.subarray(text)); });
 
-// Bytes, or -1 where there is no such file, -2 where it cannot be read: the reason is what is made.
+// Bytes, or -1 where there is no such file.
 EM_JS(double, scriptFileSize, (const char* path), {
-    const answer = Module.host.contents(UTF8ToString(path));
-    Module.made = answer.bytes;
-    return answer.status < 0 ? answer.status : answer.bytes.length;
+    Module.found = Module.host.contents(UTF8ToString(path));
+    return Module.found ? Module.found.size : -1;
+});
+
+// The file whose size was asked for; 0: it cannot be read, and the reason is what is made.
+EM_JS(int, scriptReadFile, (void* buffer, size_t size), {
+    try {
+        Module.found.read(HEAPU8.subarray(buffer, buffer + size));
+        return 1;
+    } catch (error) {
+        Module.made = new TextEncoder().encode(error.message);
+        return 0;
+    }
 });
 
 EM_JS(int, scriptHasFile, (const char* path),
@@ -129,16 +140,21 @@ const zarngi::PagePacking& scriptPacking()
 
 files::Result<files::Bytes> contentsOf(const std::string& path)
 {
+    using Kind = files::FileError::Kind;
     const double size = scriptFileSize(path.c_str());
-    if (size == -1) {
-        return files::FileError{files::FileError::Kind::system, "no such file", ENOENT};
-    }
     if (size < 0) {
+        return files::FileError{Kind::system, "no such file", ENOENT};
+    }
+    if (size > static_cast<double>(std::numeric_limits<std::size_t>::max())) {
+        return files::FileError{Kind::outOfMemory, "does not fit in memory"};
+    }
+    files::Bytes bytes(static_cast<std::size_t>(size));
+    if (scriptReadFile(bytes.data(), bytes.size()) == 0) {
         const files::Bytes reason = takenFromScript(scriptMadeSize());
-        return files::FileError{files::FileError::Kind::system,
+        return files::FileError{Kind::system,
                                 "cannot be read: " + std::string(files::asText(reason.view()))};
     }
-    return takenFromScript(static_cast<std::size_t>(size));
+    return bytes;
 }
 
 bool exists(const std::string& path)

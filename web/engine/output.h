@@ -37,6 +37,11 @@ public:
     }
 
     files::ByteView bytes() const { return bytes_; }
+    /** Of numbers that were made or lent as such. */
+    std::span<const float> floats() const
+    {
+        return {reinterpret_cast<const float*>(bytes_.data()), bytes_.size() / sizeof(float)};
+    }
 
 private:
     template <class Number> static files::ByteView bytesOf(std::span<const Number> numbers)

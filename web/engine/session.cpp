@@ -202,8 +202,7 @@ Json Session::answer(const Json& call)
         return structure(call);
     }
     if (what == "gammas") {
-        return withOutput(
-            Output::lent(comparison_.results.at(call.at("criterion").get<std::size_t>()).gamma));
+        return withOutput(gammas(call.at("criterion").get<std::size_t>()));
     }
     return document(call);
 }
@@ -246,12 +245,40 @@ Json Session::compare(const Json& call)
 void Session::compute(const zarngi::Request& request, const Json& call)
 {
     comparison_ = {}; // memory for two comparisons at once may not be there
+    maps_.clear();
     const std::vector<std::string> paths = request.files();
     files_.use({paths.begin(), paths.end()}, isAnonymous(call));
     KeptSource source(files_, digestsOf(call.at("digests")), isAnonymous(call));
-    zarngi::Comparison comparison = zarngi::compare(request, source, {watchFor, watchWork, {}});
+    const auto found = [this](const auto& compared, auto& result) { takeMaps(compared, result); };
+    zarngi::Comparison comparison =
+        zarngi::compare(request, source, {watchFor, watchWork, {}, found});
     comparison.readSeconds = call.at("readSeconds").get<double>();
     comparison_ = std::move(comparison);
+}
+
+/** Of a large grid, whose maps would leave no room for the next criterion. */
+void Session::takeMaps(const zarngi::Comparison& comparison, zarngi::CriterionResult& result)
+{
+    constexpr std::size_t large = std::size_t{1} << 22;
+    if (result.gamma.size() >= large && !comparison.request.noise &&
+        !zarngi::arePoints(comparison.placed.space)) {
+        maps_.emplace_back(comparison.reference.image.geometry.size, result.gamma, result.passed);
+        result.gamma = {};
+        result.passed = {};
+    }
+}
+
+Output Session::gammas(std::size_t criterion) const
+{
+    const zarngi::CriterionResult& result = comparison_.results.at(criterion);
+    return maps_.empty() ? Output::lent(result.gamma) : Output(maps_[criterion].gamma());
+}
+
+std::vector<std::int16_t> Session::storedGammas(std::size_t criterion) const
+{
+    const zarngi::CriterionResult& result = comparison_.results.at(criterion);
+    return maps_.empty() ? zarngi::storedGammas(result.gamma, result.passed)
+                         : maps_[criterion].stored();
 }
 
 Json Session::rates(const Json& call)
@@ -276,9 +303,7 @@ Json Session::volume(const Json& call)
 {
     const std::string name = textOf(call, "volume");
     if (name == "gamma") {
-        const zarngi::CriterionResult& result =
-            comparison_.results.at(call.at("criterion").get<std::size_t>());
-        return withOutput(zarngi::storedGammas(result.gamma, result.passed),
+        return withOutput(storedGammas(call.at("criterion").get<std::size_t>()),
                           {{"decimals", zarngi::gammaDecimals}});
     }
     if (name == "gammaAfter") {
@@ -322,13 +347,14 @@ Json Session::document(const Json& call)
     }
     if (name == "page") {
         return withOutput(
-            zarngi::reportPage(comparison_, record_, textOf(call, "template"), scriptPacking()));
+            zarngi::reportPage(comparison_, record_, textOf(call, "template"), scriptPacking(),
+                               [this](std::size_t criterion) { return storedGammas(criterion); }));
     }
-    const zarngi::CriterionResult& result =
-        comparison_.results.at(call.at("criterion").get<std::size_t>());
+    const auto criterion = call.at("criterion").get<std::size_t>();
+    const Output map = gammas(criterion);
     return withOutput(imageFile(textOf(call, "name"), {comparison_.reference.image.geometry,
-                                                       files::Values::lent(result.gamma)}),
-                      {{"label", result.criterion.fileLabel()}});
+                                                       files::Values::lent(map.floats())}),
+                      {{"label", comparison_.results[criterion].criterion.fileLabel()}});
 }
 
 /** A dose as a file of another format, and whether that names a patient. */

@@ -5,6 +5,8 @@
 #ifndef ZARNGI_WEB_ENGINE_SESSION_H
 #define ZARNGI_WEB_ENGINE_SESSION_H
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "comparison/documents/json.h"
 #include "web/engine/keptFiles.h"
 #include "web/engine/output.h"
+#include "web/engine/testedMaps.h"
 
 namespace engine
 {
@@ -35,6 +38,9 @@ private:
     Json request(const Json& call);
     Json compare(const Json& call);
     void compute(const zarngi::Request& request, const Json& call);
+    void takeMaps(const zarngi::Comparison& comparison, zarngi::CriterionResult& result);
+    Output gammas(std::size_t criterion) const;
+    std::vector<std::int16_t> storedGammas(std::size_t criterion) const;
     Json rates(const Json& call);
     Json values(const Json& call);
     Json volume(const Json& call);
@@ -47,6 +53,7 @@ private:
 
     KeptFiles files_;
     zarngi::Comparison comparison_;
+    std::vector<TestedMaps> maps_; ///< of each result, where it keeps none itself
     Json decisive_;                    ///< what decides its results
     std::optional<std::string> alias_; ///< of anonymous documents; none: they name the files
     Json record_;

@@ -5,7 +5,7 @@ import { digestOf } from './digest';
 import { Engine, EngineFailure } from './engine';
 import { makeHost } from './host';
 import type { ComparisonAnswer, FileFacts } from './messages';
-import { missing, PageFiles } from './pageFiles';
+import { PageFiles } from './pageFiles';
 import type { Call, Reply, Request } from './protocol';
 import { filesOf, type RequestDocument, type TableUnits } from './request';
 
@@ -60,12 +60,12 @@ function dataPathOf(path: string, units: TableUnits, known: Engine): string {
 
 /** Throws where the file has changed since it was read: what it was is not known any more. */
 async function digestFor(path: string): Promise<Digest> {
-    const { bytes, status } = files.contents(path);
-    if (status !== 0) {
-        const reason = status === missing ? 'no such file' : `cannot be read: ${new TextDecoder().decode(bytes)}`;
-        throw EngineFailure.ofFile(path, reason, 'system');
+    const digest = await files.digest(path).catch((error: Error) => {
+        throw EngineFailure.ofFile(path, `cannot be read: ${error.message}`, 'system');
+    });
+    if (!digest) {
+        throw EngineFailure.ofFile(path, 'no such file', 'system');
     }
-    const digest = { bytes: bytes.length, sha256: await digestOf(bytes as Uint8Array<ArrayBuffer>) };
     digests.set(path, digest);
     return digest;
 }

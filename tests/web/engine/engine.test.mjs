@@ -2,10 +2,11 @@
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
-import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
+import { inflateSync } from 'node:zlib';
 import { bundled, startEngine } from './nodeEngine.mjs';
 
 const { ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
@@ -139,6 +140,59 @@ describe('gives what the program gives', { skip }, () => {
         assert.ok(heardOf.every(([label, shell, limit, share]) =>
             label === '1%/1mm' && shell <= limit && share >= 0 && share <= 1));
     });
+});
+
+/** An ellipsoid of a dose in a grid so large that of its maps only what was tested is kept. */
+function largeDose(name, shift) {
+    const size = [180, 160, 150];
+    const centre = [60, 90, 70].map((at) => at + shift);
+    const head = `ObjectType = Image\nNDims = 3\nBinaryData = True\nBinaryDataByteOrderMSB = False\nOffset = 0 0 0\nElementSpacing = 1 1 1\nDimSize = ${size.join(' ')}\nElementType = MET_FLOAT\nElementDataFile = LOCAL\n`;
+    const doses = new Float32Array(size[0] * size[1] * size[2]);
+    let voxel = 0;
+    for (let k = 0; k < size[2]; ++k) {
+        for (let j = 0; j < size[1]; ++j) {
+            for (let i = 0; i < size[0]; ++i) {
+                const squared = ((i - centre[0]) / 20) ** 2 + ((j - centre[1]) / 12) ** 2 + ((k - centre[2]) / 9) ** 2;
+                doses[voxel++] = 60 * Math.exp(-squared) * (1 + 0.02 * Math.sin(i / 3));
+            }
+        }
+    }
+    const path = join(folder, name);
+    writeFileSync(path, Buffer.concat([Buffer.from(head), Buffer.from(doses.buffer)]));
+    return path;
+}
+
+/** A volume of a report page, unpacked. */
+function volumeOf(page, name) {
+    const [, text] = page.match(new RegExp(`id="volume-${name}">([^<]*)<`));
+    return inflateSync(Buffer.from(text, 'base64'));
+}
+
+test('a large grid, of which little is tested, has the maps and the page of the program', () => {
+    const criteria = ['3%/3mm', '1%/1mm'];
+    const request = { reference: largeDose('reference.mha', 0), evaluation: largeDose('evaluation.mha', 0.8), criteria };
+    const record = compare(request);
+    const native = byProgram(request, record.grids.reference.size.reduce((a, b) => a * b));
+    assert.deepEqual(comparable(record), comparable(native.record));
+    assert.ok(record.criteria[1].failed > 1000 && record.criteria[1].passed > 1000);
+
+    const report = join(folder, 'report.html');
+    const options = criteria.flatMap((criterion) => ['-c', criterion]);
+    execFileSync(program, ['compare', request.reference, request.evaluation, ...options, '--report', report]);
+    const wanted = readFileSync(report, 'utf8');
+    const page = output({ call: 'document', document: 'page', template: '<!--ZARNGI-DATA-->' }).toString();
+    criteria.forEach((_, criterion) => {
+        assert.equal(sha256(output({ call: 'gammas', criterion })), sha256(native.maps[criterion]));
+        const file = output({ call: 'document', document: 'gammaMap', criterion, name: 'map.nii' });
+        assert.equal(sha256(file.subarray(-native.maps[criterion].length)), sha256(native.maps[criterion]));
+        const volume = volumeOf(wanted, `gamma-${criterion}`);
+        assert.ok(volumeOf(page, `gamma-${criterion}`).equals(volume));
+        const words = output({ call: 'volume', volume: 'gamma', criterion });
+        const halves = [0, 1].map((half) => words.filter((_, i) => i % 2 === half));
+        assert.ok(Buffer.concat(halves).equals(volume));
+    });
+    const { passRate } = engine.call({ call: 'rates', criterion: criteria[1] });
+    assert.equal(passRate, record.criteria[1].passRate);
 });
 
 test('a comparison that fails leaves none', { skip }, () => {
@@ -307,7 +361,11 @@ describe('what is kept of files', () => {
         has: (path) => path in contents,
         contents(path) {
             reads[path] = (reads[path] ?? 0) + 1;
-            return path in contents ? { status: 0, bytes: contents[path]() } : { status: -1, bytes: new Uint8Array(0) };
+            if (!(path in contents)) {
+                return null;
+            }
+            const bytes = contents[path]();
+            return { size: bytes.length, read: (buffer) => buffer.set(bytes) };
         },
     };
     const identify = (path) => held.call({ call: 'identify', path });

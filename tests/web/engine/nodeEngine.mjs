@@ -6,19 +6,11 @@ import { join } from 'node:path';
 import { pathToFileURL } from 'node:url';
 
 const { ZARNGI_ENGINE: engine, ZARNGI_WEB_MODULES: modules } = process.env;
-const none = new Uint8Array(0);
 
 /** Files of the disk. */
 const disk = {
     contents(path) {
-        if (!this.has(path)) {
-            return { status: -1, bytes: none };
-        }
-        try {
-            return { status: 0, bytes: readFileSync(path) };
-        } catch (error) {
-            return { status: -2, bytes: new TextEncoder().encode(error.message) };
-        }
+        return this.has(path) ? { size: statSync(path).size, read: (buffer) => buffer.set(readFileSync(path)) } : null;
     },
     has(path) {
         return statSync(path, { throwIfNoEntry: false })?.isFile() ?? false;
