@@ -54,6 +54,7 @@ def make(folder):
     """The paths of both files, which are made where they are not there yet."""
     paths = [Path(folder) / name for name in NAMES]
     if not all(path.exists() for path in paths):
+        Path(folder).mkdir(parents=True, exist_ok=True)
         write(paths[0], 0, 1, 0)
         write(paths[1], 1.0, 1.015, 0.02)
     return paths

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <limits>
 
+#include "gammaIndexKernelCPU/engineState.h"
 #include "support/host.h"
 #include "support/randomProblem.h"
 

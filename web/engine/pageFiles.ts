@@ -1,14 +1,10 @@
 /** The files that the page was given, read in whole when the engine asks for them. */
 
-import { sha256 } from '@noble/hashes/sha2.js';
-import { bytesToHex } from '@noble/hashes/utils.js';
 import { digestOf } from './digest';
 import type { FileContents, FileSource } from './host';
 
 /** Bytes that stand in memory twice while they are read. */
 const piece = 1 << 24;
-/** Bytes of a file that is taken to the browser's own digest, which needs it as a whole and a copy. */
-const mostAtOnce = 1 << 26;
 
 export class PageFiles implements FileSource {
     private readonly files = new Map<string, File>();
@@ -30,31 +26,34 @@ export class PageFiles implements FileSource {
         return this.files.has(path);
     }
 
-    /** SHA-256 of a file, as digestOf() tells it. Throws an Error with the reason where it cannot be read. */
+    /** SHA-256 of a file; null where there is none. Throws an Error with the reason where it cannot be read. */
     async digest(path: string): Promise<{ bytes: number; sha256: string } | null> {
         const file = this.files.get(path);
         if (!file) {
             return null;
         }
-        const bytes = file.size;
-        if (bytes <= mostAtOnce) {
-            return { bytes, sha256: await digestOf(bytesOf(file)) };
-        }
-        const digest = sha256.create();
-        for (let start = 0; start < bytes; start += piece) {
-            digest.update(bytesOf(file, start, start + piece));
-        }
-        return { bytes, sha256: bytesToHex(digest.digest()) };
+        const bytes = bytesOf(file, 0, file.size);
+        const sha256 = await digestOf(bytes);
+        const digest = { bytes: bytes.length, sha256 };
+        release(bytes);
+        return digest;
     }
 }
 
 function readInto(buffer: Uint8Array, file: File): void {
     for (let start = 0; start < buffer.length; start += piece) {
-        buffer.set(bytesOf(file, start, start + piece), start);
+        const bytes = bytesOf(file, start, start + piece);
+        buffer.set(bytes, start);
+        release(bytes);
     }
 }
 
-function bytesOf(file: File, start = 0, end = file.size): Uint8Array<ArrayBuffer> {
+/** Gives back at once what the next collection of garbage would, which may come after the search. */
+function release({ buffer }: Uint8Array<ArrayBuffer>): void {
+    (buffer as ArrayBuffer & { transfer?: (bytes: number) => ArrayBuffer }).transfer?.(0);
+}
+
+function bytesOf(file: File, start: number, end: number): Uint8Array<ArrayBuffer> {
     try {
         return new Uint8Array(new FileReaderSync().readAsArrayBuffer(file.slice(start, end)));
     } catch (error) {
