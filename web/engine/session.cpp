@@ -263,8 +263,8 @@ void Session::takeMaps(const zarngi::Comparison& comparison, zarngi::CriterionRe
     if (result.gamma.size() >= large && !comparison.request.noise &&
         !zarngi::arePoints(comparison.placed.space)) {
         maps_.emplace_back(comparison.reference.image.geometry.size, result.gamma, result.passed);
-        result.gamma = {};
-        result.passed = {};
+        result.gamma = files::LargeVector<float>();
+        result.passed = files::LargeVector<unsigned char>();
     }
 }
 
