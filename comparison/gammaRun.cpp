@@ -8,6 +8,7 @@
 
 #include "comparison/failure.h"
 #include "comparison/text.h"
+#include "files/largeVector.h"
 #include "libZarnGI.h"
 
 namespace zarngi
@@ -202,9 +203,9 @@ GammaRun::GammaRun(const DoseImage& reference, const DoseImage& evaluation)
 GammaRun::~GammaRun()
 {
     zarnGI_reset();
-    // Smaller ones serve the next comparison.
+    // Smaller ones serve the next comparison, as all do where nobody else would get their memory.
     constexpr std::size_t mostKept = std::size_t{1} << 22;
-    if (referenceVoxels_ > mostKept) {
+    if (referenceVoxels_ > mostKept && files::givesMemoryBack()) {
         zarnGI_releaseRecords();
     }
 }

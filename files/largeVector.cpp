@@ -44,4 +44,9 @@ void giveBlock(void* block, std::size_t bytes) noexcept
     }
 }
 
+bool givesMemoryBack()
+{
+    return true;
+}
+
 } // namespace files

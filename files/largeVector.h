@@ -25,6 +25,9 @@ void giveBlock(void* block, std::size_t bytes) noexcept;
 
 constexpr std::size_t blockMargin = 64;
 
+/** Whether the system gets back what is given back. */
+bool givesMemoryBack();
+
 /** Of such blocks; elements are set only to what they are told, a new one without a value to none.
  */
 template <class T> class LargeAllocator

@@ -144,13 +144,16 @@ int pageDoseDecimals(const Comparison& comparison)
                                  largestMagnitude(comparison.evaluationExtremes)));
 }
 
-std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals)
+std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals, std::size_t first,
+                                    std::size_t count)
 {
-    std::vector<std::int16_t> words = storedDoses(dose.image.values, decimals);
-    if (dose.measurement) {
+    const std::span<const float> all = dose.image.values;
+    const std::span<const float> doses = all.subspan(first, std::min(count, all.size() - first));
+    std::vector<std::int16_t> words = storedDoses(doses, decimals);
+    if (dose.measurement && !dose.measurement->isMeasured.empty()) {
         const std::vector<unsigned char>& isMeasured = dose.measurement->isMeasured;
-        for (std::size_t i = 0; i < isMeasured.size(); ++i) {
-            words[i] = isMeasured[i] != 0 ? words[i] : notStored;
+        for (std::size_t i = 0; i < words.size(); ++i) {
+            words[i] = isMeasured[first + i] != 0 ? words[i] : notStored;
         }
     }
     return words;

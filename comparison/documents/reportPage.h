@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,8 +24,13 @@ namespace zarngi
 /** Decimals of both doses in the page: the same, so that their difference is exact. */
 int pageDoseDecimals(const Comparison& comparison);
 
-/** Doses as the page stores them; a mark where there is no detector. */
-std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals);
+/**
+ * Doses as the page stores them; a mark where there is no detector.
+ * @param first, count which voxels; all from the first on where there are not as many
+ */
+std::vector<std::int16_t>
+pageDoses(const DoseImage& dose, int decimals, std::size_t first = 0,
+          std::size_t count = std::numeric_limits<std::size_t>::max());
 
 /** Differences in units of their uncertainty as the page stores them, of a comparison with noise.
  */

@@ -107,4 +107,9 @@ void giveBlock(void* block, std::size_t /*bytes*/) noexcept
     }
 }
 
+bool givesMemoryBack()
+{
+    return false;
+}
+
 } // namespace files

@@ -8,6 +8,8 @@ import type {
 import type { Call, Reply } from './protocol';
 import type { ComparisonRequest, RequestDocument, TableUnits } from './request';
 import type { StoredVolume } from '../views/comparison';
+import { GammaMap } from '../views/gammaMap';
+import type { Grid } from '../views/grid';
 
 /** What a request that was stopped ends with. */
 export class Stopped extends Error {
@@ -111,10 +113,18 @@ export class EngineClient {
         }
     }
 
-    async volume(of: ComparisonRequest, volume: VolumeName, criterion?: number): Promise<StoredVolume> {
-        const { answer, output } = await this.ask(of, { call: 'volume', volume, criterion });
+    async volume(of: ComparisonRequest, volume: VolumeName): Promise<StoredVolume> {
+        const { answer, output } = await this.ask(of, { call: 'volume', volume });
         const { decimals } = answer as { decimals: number };
         return { decimals, values: new Int16Array(output!) };
+    }
+
+    /** @param criterion null: with what explains the failed voxels */
+    async gamma(of: ComparisonRequest, grid: Grid, criterion: number | null): Promise<GammaMap> {
+        const rows = await this.ask(of, { call: 'testedGammas', criterion, part: 'rows' });
+        const { answer, output } = await this.ask(of, { call: 'testedGammas', criterion, part: 'values' });
+        const { decimals } = answer as { decimals: number };
+        return GammaMap.ofRows(grid, decimals, new Int32Array(rows.output!), new Int16Array(output!));
     }
 
     /** Null where it has no contours. */

@@ -46,7 +46,12 @@ export class Engine {
 
     /** A copy of the binary part of an answer, which the engine overwrites at the next call. */
     output(bytes: number): ArrayBuffer {
+        return this.seen(bytes).slice().buffer as ArrayBuffer;
+    }
+
+    /** The same where it stands, until the next call. */
+    seen(bytes: number): Uint8Array {
         const address = this.module.ccall('zarngi_output', 'number', [], []) as number;
-        return this.module.HEAPU8.slice(address, address + bytes).buffer as ArrayBuffer;
+        return this.module.HEAPU8.subarray(address, address + bytes);
     }
 }

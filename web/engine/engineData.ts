@@ -3,7 +3,7 @@
 import type { EngineClient } from './client';
 import type { ComparisonRequest } from './request';
 import type { ComparisonData, StoredVolume, StructureShape } from '../views/comparison';
-import { GammaMap } from '../views/gammaMap';
+import type { GammaMap } from '../views/gammaMap';
 import { Grid } from '../views/grid';
 import type { ComparisonRecord, Role } from '../views/record';
 
@@ -31,7 +31,7 @@ export class EngineData implements ComparisonData {
         const grid = new Grid(record.grids.reference);
         const gammas: GammaMap[] = [];
         for (const i of record.criteria.keys()) {
-            gammas.push(await GammaMap.of(grid, await client.volume(request, 'gamma', i)));
+            gammas.push(await client.gamma(request, grid, i));
         }
         const structures: StructureShape[] = [];
         for (const i of record.structures?.list.keys() ?? []) {
@@ -39,7 +39,7 @@ export class EngineData implements ComparisonData {
             const contours = await client.structure(request, i, 'contours');
             structures.push({ runs: runs ?? new Int32Array(0), contours });
         }
-        const after = record.explanation ? await GammaMap.of(grid, await client.volume(request, 'gammaAfter')) : null;
+        const after = record.explanation ? await client.gamma(request, grid, null) : null;
         const differences = record.noise ? await client.volume(request, 'inUncertainties') : null;
         return new EngineData(record, doses, gammas, structures, after, differences);
     }

@@ -110,11 +110,8 @@ export interface SelfTestRecord {
 }
 
 export type ExamplePart = 'reference' | 'evaluation' | 'structures';
-/**
- * gammaAfter: with what explains the failed voxels. inUncertainties: differences in units of their
- * uncertainty, of a comparison with noise.
- */
-export type VolumeName = 'reference' | 'evaluation' | 'gamma' | 'gammaAfter' | 'inUncertainties';
+/** inUncertainties: differences in units of their uncertainty, of a comparison with noise. */
+export type VolumeName = 'reference' | 'evaluation' | 'inUncertainties';
 export type StructurePart = 'voxels' | 'contours';
 
 /** A piece of a sentence: text, a member of the request ("limits.action"), or the path of a file. */

@@ -11,7 +11,8 @@ export type Call =
     | { call: 'protocol'; name: string }
     | { call: 'compare'; request: RequestDocument; anonymous: boolean; command: string }
     | { call: 'rates'; criterion: string }
-    | { call: 'volume'; volume: VolumeName; criterion?: number }
+    | { call: 'volume'; volume: VolumeName }
+    | { call: 'testedGammas'; criterion: number | null; part: 'rows' | 'values' }
     | { call: 'structure'; structure: number; part: StructurePart }
     | { call: 'document'; document: 'record' | 'csv' }
     | { call: 'document'; document: 'page'; template: string }

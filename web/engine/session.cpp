@@ -1,5 +1,6 @@
 #include "web/engine/session.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -198,6 +199,9 @@ Json Session::answer(const Json& call)
     if (what == "volume") {
         return volume(call);
     }
+    if (what == "testedGammas") {
+        return testedGammas(call);
+    }
     if (what == "structure") {
         return structure(call);
     }
@@ -299,26 +303,41 @@ Json Session::values(const Json& call)
     return withOutput(files_.dose(textOf(call, "path"), unitsOf(call)).image.values);
 }
 
+/** The voxels of a volume from one on: as many as the answer has room for. */
 Json Session::volume(const Json& call)
 {
+    constexpr std::size_t piece = std::size_t{1} << 22;
     const std::string name = textOf(call, "volume");
-    if (name == "gamma") {
-        return withOutput(storedGammas(call.at("criterion").get<std::size_t>()),
-                          {{"decimals", zarngi::gammaDecimals}});
-    }
-    if (name == "gammaAfter") {
-        const zarngi::GammaMaps& after = comparison_.explanation.value().after;
-        return withOutput(zarngi::storedGammas(after.gamma, after.passed),
-                          {{"decimals", zarngi::gammaDecimals}});
-    }
     if (name == "inUncertainties") {
         return withOutput(zarngi::pageDifferences(comparison_),
-                          {{"decimals", zarngi::uncertaintyDecimals}});
+                          {{"decimals", zarngi::uncertaintyDecimals},
+                           {"voxels", comparison_.reference.image.values.size()}});
     }
     const zarngi::DoseImage& dose =
         name == "reference" ? comparison_.reference : comparison_.evaluation;
     const int decimals = zarngi::pageDoseDecimals(comparison_);
-    return withOutput(zarngi::pageDoses(dose, decimals), {{"decimals", decimals}});
+    return withOutput(
+        zarngi::pageDoses(dose, decimals, call.at("from").get<std::size_t>(), piece),
+        {{"decimals", decimals}, {"voxels", dose.image.values.size()}});
+}
+
+/** Gamma where voxels were tested: of a criterion, or with what explains the failures. */
+Json Session::testedGammas(const Json& call)
+{
+    const Json& criterion = call.at("criterion");
+    const auto answer = [&](const TestedMaps& maps) {
+        const Json facts = {{"decimals", zarngi::gammaDecimals}};
+        return call.at("part") == "rows" ? withOutput(maps.rows(), facts)
+                                         : withOutput(maps.storedRows(), facts);
+    };
+    const std::array<int, 3>& size = comparison_.reference.image.geometry.size;
+    if (criterion.is_null()) {
+        const zarngi::GammaMaps& after = comparison_.explanation.value().after;
+        return answer({size, after.gamma, after.passed});
+    }
+    const auto index = criterion.get<std::size_t>();
+    const zarngi::CriterionResult& result = comparison_.results.at(index);
+    return maps_.empty() ? answer({size, result.gamma, result.passed}) : answer(maps_[index]);
 }
 
 Json Session::structure(const Json& call)

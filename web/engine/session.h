@@ -39,6 +39,7 @@ private:
     Json compare(const Json& call);
     void compute(const zarngi::Request& request, const Json& call);
     void takeMaps(const zarngi::Comparison& comparison, zarngi::CriterionResult& result);
+    Json testedGammas(const Json& call);
     Output gammas(std::size_t criterion) const;
     std::vector<std::int16_t> storedGammas(std::size_t criterion) const;
     Json rates(const Json& call);

@@ -64,8 +64,24 @@ std::vector<std::int16_t> TestedMaps::stored() const
 {
     constexpr std::int16_t notTested = -1;
     std::vector<std::int16_t> whole(voxels_, notTested);
-    place(whole, zarngi::storedGammas(gamma_, passed_).data());
+    place(whole, storedRows().data());
     return whole;
+}
+
+std::vector<std::int32_t> TestedMaps::rows() const
+{
+    std::vector<std::int32_t> numbers;
+    numbers.reserve(2 * rows_.size());
+    for (const auto& [first, count] : rows_) {
+        numbers.push_back(static_cast<std::int32_t>(first));
+        numbers.push_back(static_cast<std::int32_t>(count));
+    }
+    return numbers;
+}
+
+std::vector<std::int16_t> TestedMaps::storedRows() const
+{
+    return zarngi::storedGammas(gamma_, passed_);
 }
 
 } // namespace engine

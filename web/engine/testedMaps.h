@@ -37,6 +37,11 @@ public:
     /** What zarngi::storedGammas() gives of all voxels. */
     std::vector<std::int16_t> stored() const;
 
+    /** Of each row that has tested voxels: the first one, and how many voxels of it are kept. */
+    std::vector<std::int32_t> rows() const;
+    /** What zarngi::storedGammas() gives of the voxels that are kept. */
+    std::vector<std::int16_t> storedRows() const;
+
 private:
     /** Of voxels, in their order in the grid. */
     struct Row {

@@ -62,6 +62,27 @@ export class GammaMap {
         return new GammaMap(grid, decimals, from, to, start, packed);
     }
 
+    /**
+     * @param rows of each row that has tested voxels: the first one, and how many voxels are kept
+     * @param values of the voxels that are kept
+     */
+    static ofRows(grid: Grid, decimals: number, rows: Int32Array, values: Int16Array): GammaMap {
+        const long = grid.size[0];
+        const count = grid.count / long;
+        const [from, to, start] = [new Int32Array(count), new Int32Array(count), new Int32Array(count)];
+        let kept = 0;
+        let next = 0;
+        for (let row = 0; row < count; ++row) {
+            const isKept = next < rows.length && rows[next] < (row + 1) * long;
+            start[row] = kept;
+            from[row] = isKept ? rows[next] : row * long;
+            to[row] = from[row] + (isKept ? rows[next + 1] : 0);
+            kept += to[row] - from[row];
+            next += isKept ? 2 : 0;
+        }
+        return new GammaMap(grid, decimals, from, to, start, values);
+    }
+
     /** Places that are kept, the tested voxels among them. */
     get places(): number {
         return this.values.length;

@@ -168,6 +168,9 @@ function volumeOf(page, name) {
     return inflateSync(Buffer.from(text, 'base64'));
 }
 
+/** The low bytes of words, then the high ones. */
+const shuffled = (words) => Buffer.concat([0, 1].map((half) => words.filter((_, i) => i % 2 === half)));
+
 test('a large grid, of which little is tested, has the maps and the page of the program', () => {
     const criteria = ['3%/3mm', '1%/1mm'];
     const request = { reference: largeDose('reference.mha', 0), evaluation: largeDose('evaluation.mha', 0.8), criteria };
@@ -187,10 +190,26 @@ test('a large grid, of which little is tested, has the maps and the page of the 
         assert.equal(sha256(file.subarray(-native.maps[criterion].length)), sha256(native.maps[criterion]));
         const volume = volumeOf(wanted, `gamma-${criterion}`);
         assert.ok(volumeOf(page, `gamma-${criterion}`).equals(volume));
-        const words = output({ call: 'volume', volume: 'gamma', criterion });
-        const halves = [0, 1].map((half) => words.filter((_, i) => i % 2 === half));
-        assert.ok(Buffer.concat(halves).equals(volume));
+        const rows = new Int32Array(output({ call: 'testedGammas', criterion, part: 'rows' }).buffer);
+        const values = output({ call: 'testedGammas', criterion, part: 'values' });
+        assert.ok(values.length < volume.length / 20, `${values.length} bytes`);
+        const words = Buffer.alloc(volume.length, 0xff); // -1: not tested
+        let kept = 0;
+        for (let row = 0; row < rows.length; kept += rows[row + 1], row += 2) {
+            values.copy(words, 2 * rows[row], 2 * kept, 2 * (kept + rows[row + 1]));
+        }
+        assert.ok(shuffled(words).equals(volume));
     });
+    for (const volume of ['reference', 'evaluation']) {
+        const pieces = [];
+        for (let from = 0, voxels = 1; from < voxels; from += pieces.at(-1).length / 2) {
+            const answer = engine.call({ call: 'volume', volume, from });
+            voxels = answer.voxels;
+            pieces.push(Buffer.from(engine.output(answer.bytes)));
+        }
+        assert.equal(pieces.length, 2);
+        assert.ok(shuffled(Buffer.concat(pieces)).equals(volumeOf(wanted, volume)));
+    }
     const { passRate } = engine.call({ call: 'rates', criterion: criteria[1] });
     assert.equal(passRate, record.criteria[1].passRate);
 });
