@@ -48,9 +48,15 @@ function readInto(buffer: Uint8Array, file: File): void {
     }
 }
 
-/** Gives back at once what the next collection of garbage would, which may come after the search. */
+/**
+ * Gives back at once what the next collection of garbage would, which may come after the search: a
+ * buffer that is sent to where nobody listens goes with its message.
+ */
 function release({ buffer }: Uint8Array<ArrayBuffer>): void {
-    (buffer as ArrayBuffer & { transfer?: (bytes: number) => ArrayBuffer }).transfer?.(0);
+    const { port1, port2 } = new MessageChannel();
+    port2.close();
+    port1.postMessage(null, [buffer]);
+    port1.close();
 }
 
 function bytesOf(file: File, start: number, end: number): Uint8Array<ArrayBuffer> {

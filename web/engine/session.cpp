@@ -139,6 +139,9 @@ bool isAnonymous(const Json& call)
     return call.value("anonymous", false);
 }
 
+/** Voxels of an answer that is asked for piece by piece. */
+constexpr std::size_t piece = std::size_t{1} << 22;
+
 /** What decides the results of a call: all but what documents tell beside them. */
 Json decisiveOf(const Json& call, zarngi::Request request)
 {
@@ -266,9 +269,8 @@ void Session::takeMaps(const zarngi::Comparison& comparison, zarngi::CriterionRe
     constexpr std::size_t large = std::size_t{1} << 22;
     if (result.gamma.size() >= large && !comparison.request.noise &&
         !zarngi::arePoints(comparison.placed.space)) {
-        maps_.emplace_back(comparison.reference.image.geometry.size, result.gamma, result.passed);
-        result.gamma = files::LargeVector<float>();
-        result.passed = files::LargeVector<unsigned char>();
+        maps_.emplace_back(comparison.reference.image.geometry.size, std::move(result.gamma),
+                           std::move(result.passed));
     }
 }
 
@@ -303,10 +305,9 @@ Json Session::values(const Json& call)
     return withOutput(files_.dose(textOf(call, "path"), unitsOf(call)).image.values);
 }
 
-/** The voxels of a volume from one on: as many as the answer has room for. */
+/** The voxels of a volume from one on, a piece of them. */
 Json Session::volume(const Json& call)
 {
-    constexpr std::size_t piece = std::size_t{1} << 22;
     const std::string name = textOf(call, "volume");
     if (name == "inUncertainties") {
         return withOutput(zarngi::pageDifferences(comparison_),
@@ -316,19 +317,20 @@ Json Session::volume(const Json& call)
     const zarngi::DoseImage& dose =
         name == "reference" ? comparison_.reference : comparison_.evaluation;
     const int decimals = zarngi::pageDoseDecimals(comparison_);
-    return withOutput(
-        zarngi::pageDoses(dose, decimals, call.at("from").get<std::size_t>(), piece),
-        {{"decimals", decimals}, {"voxels", dose.image.values.size()}});
+    return withOutput(zarngi::pageDoses(dose, decimals, call.at("from").get<std::size_t>(), piece),
+                      {{"decimals", decimals}, {"voxels", dose.image.values.size()}});
 }
 
-/** Gamma where voxels were tested: of a criterion, or with what explains the failures. */
+/** Gamma where voxels were tested, a piece of it: of a criterion, or with what explains failures.
+ */
 Json Session::testedGammas(const Json& call)
 {
     const Json& criterion = call.at("criterion");
     const auto answer = [&](const TestedMaps& maps) {
-        const Json facts = {{"decimals", zarngi::gammaDecimals}};
-        return call.at("part") == "rows" ? withOutput(maps.rows(), facts)
-                                         : withOutput(maps.storedRows(), facts);
+        return call.at("part") == "rows"
+                   ? withOutput(maps.rows())
+                   : withOutput(maps.storedRows(call.at("from").get<std::size_t>(), piece),
+                                {{"decimals", zarngi::gammaDecimals}, {"voxels", maps.kept()}});
     };
     const std::array<int, 3>& size = comparison_.reference.image.geometry.size;
     if (criterion.is_null()) {

@@ -54,7 +54,7 @@ private:
 
     KeptFiles files_;
     zarngi::Comparison comparison_;
-    std::vector<TestedMaps> maps_; ///< of each result, where it keeps none itself
+    std::vector<TestedMaps> maps_;     ///< of each result, where it keeps none itself
     Json decisive_;                    ///< what decides its results
     std::optional<std::string> alias_; ///< of anonymous documents; none: they name the files
     Json record_;
