@@ -28,13 +28,13 @@ function nativeSeconds() {
     return { '3%/3mm': least('3 % / 3 mm, max 3'), '1%/1mm': least('1 % / 1 mm, max 10') };
 }
 
-/** kB, of the browser's largest process. */
+/** Bytes, of the browser's largest process. */
 function peakMemory() {
     const peaks = readdirSync('/proc').filter((name) => /^\d+$/.test(name)).map((pid) => {
         try {
             const isRenderer = readFileSync(`/proc/${pid}/cmdline`, 'utf8').includes('--type=renderer');
             const peak = readFileSync(`/proc/${pid}/status`, 'utf8').match(/VmHWM:\s+(\d+)/);
-            return isRenderer && peak ? Number(peak[1]) : 0;
+            return isRenderer && peak ? 1024 * Number(peak[1]) : 0;
         } catch {
             return 0;
         }
@@ -104,4 +104,4 @@ for (const criterion of Object.keys(criteria)) {
     console.log(`${criterion}: search ${(1000 * page).toFixed(0)} ms, native ${(1000 * beside).toFixed(0)} ms: ` +
         `${(page / beside).toFixed(2)} times`);
 }
-console.log(`peak memory of the page's process ${(Math.max(...found.map((r) => r.memory)) / 1024).toFixed(0)} MB`);
+console.log(`peak memory of the page's process ${(Math.max(...found.map((r) => r.memory)) / 1e6).toFixed(0)} MB`);
