@@ -28,6 +28,13 @@ bool hasStructureBelow(const CriterionResult& result, const std::vector<Structur
 
 } // namespace
 
+CriterionResult::CriterionResult() = default;
+CriterionResult::CriterionResult(const CriterionResult& other) = default;
+CriterionResult::CriterionResult(CriterionResult&& other) noexcept = default;
+CriterionResult& CriterionResult::operator=(const CriterionResult& other) = default;
+CriterionResult& CriterionResult::operator=(CriterionResult&& other) noexcept = default;
+CriterionResult::~CriterionResult() = default;
+
 std::string CriterionResult::label() const
 {
     return CriterionRequest{criterion, patterns}.label();

@@ -48,6 +48,13 @@ struct CriterionResult {
     /** Of the rows that the criterion is for, the one with the worst verdict; none: all voxels. */
     std::optional<std::size_t> judgedRow;
 
+    CriterionResult();
+    CriterionResult(const CriterionResult& other);
+    CriterionResult(CriterionResult&& other) noexcept;
+    CriterionResult& operator=(const CriterionResult& other);
+    CriterionResult& operator=(CriterionResult&& other) noexcept;
+    ~CriterionResult();
+
     /** "3%/2mm", "PTV*:2%/1mm". */
     std::string label() const;
     /** Of what the verdict is about: all voxels, or those of a row. */

@@ -2,16 +2,18 @@
  * @file deflate.h
  * The one thing that readers and writers are handed: a codec of raw DEFLATE streams (RFC 1951).
  *
- * Hosts have different ones, a browser another than a program. Framing (gzip, zlib) and checksums
- * are the readers' own, so that what counts as damaged does not depend on the host.
+ * Hosts have different ones, a browser another than a program. Framing (gzip, zlib) is the readers'
+ * own, so that what counts as damaged does not depend on the host.
  */
 #ifndef ZARNGI_FILES_DEFLATE_H
 #define ZARNGI_FILES_DEFLATE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 #include "files/bytes.h"
+#include "files/checksum.h"
 
 namespace files
 {
@@ -41,6 +43,9 @@ struct Deflate {
     std::size_t (*unpackBeginning)(ByteView packed, std::span<unsigned char> buffer);
     /** Packs into one stream. */
     Bytes (*pack)(ByteView plain);
+    /** The checksums of checksum.h, which a host may compute faster. */
+    std::uint32_t (*crc32)(ByteView bytes) = files::crc32;
+    std::uint32_t (*adler32)(ByteView bytes) = files::adler32;
 };
 
 } // namespace files

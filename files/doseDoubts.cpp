@@ -19,8 +19,7 @@ namespace files
 namespace
 {
 
-constexpr std::uint32_t negativeZero = 0x80000000;
-constexpr std::uint32_t infinity = 0x7F800000;
+constexpr std::uint32_t infinity = 0x7F800000; ///< the bits of its exponent
 
 /** The ends of doses. */
 struct Ends {
@@ -28,24 +27,32 @@ struct Ends {
     float lowest = 0;  ///< 0 where none is negative
 };
 
-/**
- * Compared as integers, which the compiler does for many at once: finite floats above 0 rise with
- * the pattern of their bits, those below 0 fall with it, infinity and what is not a number have the
- * largest exponent.
- */
+/** Side by side in lanes, which have nothing to wait for. */
 Ends endsOf(std::span<const float> doses)
 {
-    std::int32_t highest = 0;
-    std::uint32_t lowest = negativeZero;
-    for (const float dose : doses) {
-        highest = std::max(highest, std::bit_cast<std::int32_t>(dose));
-        lowest = std::max(lowest, std::bit_cast<std::uint32_t>(dose));
+    constexpr std::size_t lanes = 32;
+    std::array<float, lanes> highest{};
+    std::array<float, lanes> lowest{};
+    std::array<std::uint32_t, lanes> endless{}; ///< or no number
+    const auto take = [&](std::size_t lane, float dose) {
+        highest[lane] = dose > highest[lane] ? dose : highest[lane];
+        lowest[lane] = dose < lowest[lane] ? dose : lowest[lane];
+        endless[lane] |= (std::bit_cast<std::uint32_t>(dose) & infinity) == infinity ? 1U : 0U;
+    };
+    std::size_t i = 0;
+    for (; i + lanes <= doses.size(); i += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            take(lane, doses[i + lane]);
+        }
     }
-    if (static_cast<std::uint32_t>(highest) >= infinity || lowest >= (negativeZero | infinity)) {
+    for (; i < doses.size(); ++i) {
+        take(0, doses[i]);
+    }
+    if (std::any_of(endless.begin(), endless.end(), [](std::uint32_t lane) { return lane != 0; })) {
         refuseDamaged("holds doses that are not finite numbers");
     }
-    return {std::bit_cast<float>(highest),
-            lowest == negativeZero ? 0 : std::bit_cast<float>(lowest)};
+    return {*std::max_element(highest.begin(), highest.end()),
+            *std::min_element(lowest.begin(), lowest.end())};
 }
 
 template <class Condition>

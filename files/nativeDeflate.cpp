@@ -71,9 +71,9 @@ Unpacked unpack(ByteView packed, std::span<unsigned char> buffer)
 
 Bytes pack(ByteView plain)
 {
-    constexpr int usualLevel = 6;
+    constexpr int level = 3; // of a page 2 % more than by the usual 6, in two thirds of the time
     const std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> compressor(
-        libdeflate_alloc_compressor(usualLevel), libdeflate_free_compressor);
+        libdeflate_alloc_compressor(level), libdeflate_free_compressor);
     if (!compressor) {
         throw std::bad_alloc();
     }
@@ -83,11 +83,21 @@ Bytes pack(ByteView plain)
     return packed;
 }
 
+std::uint32_t nativeCrc32(ByteView bytes)
+{
+    return libdeflate_crc32(0, bytes.data(), bytes.size());
+}
+
+std::uint32_t nativeAdler32(ByteView bytes)
+{
+    return libdeflate_adler32(1, bytes.data(), bytes.size());
+}
+
 } // namespace
 
 const Deflate& nativeDeflate()
 {
-    static constexpr Deflate codec = {unpack, unpackBeginning, pack};
+    static constexpr Deflate codec = {unpack, unpackBeginning, pack, nativeCrc32, nativeAdler32};
     return codec;
 }
 

@@ -125,7 +125,7 @@ Step unpackGzipMember(Fields& fields, std::span<unsigned char> buffer, const Def
     if (step.hasEnded) {
         const auto checksum = fields.number<std::uint32_t>();
         const auto length = fields.number<std::uint32_t>();
-        if (checksum != crc32(buffer.first(step.made)) ||
+        if (checksum != deflate.crc32(buffer.first(step.made)) ||
             length != static_cast<std::uint32_t>(step.made)) {
             refuseStream();
         }
@@ -137,7 +137,8 @@ Step unpackZlib(Fields& fields, std::span<unsigned char> buffer, const Deflate& 
 {
     skipZlibHeader(fields);
     const Step step = unpackStream(fields, buffer, deflate);
-    if (step.hasEnded && fields.number<std::uint32_t>(true) != adler32(buffer.first(step.made))) {
+    if (step.hasEnded &&
+        fields.number<std::uint32_t>(true) != deflate.adler32(buffer.first(step.made))) {
         refuseStream();
     }
     return step;
@@ -325,7 +326,7 @@ Bytes unpackRaw(ByteView packed, const Deflate& deflate, std::uint64_t most)
 Bytes packGzip(ByteView plain, const Deflate& deflate)
 {
     constexpr std::array<unsigned char, 10> head = {0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 0xFF};
-    const std::array<std::uint32_t, 2> tail = {crc32(plain),
+    const std::array<std::uint32_t, 2> tail = {deflate.crc32(plain),
                                                static_cast<std::uint32_t>(plain.size())};
     return framed(head, deflate.pack(plain), tail, false);
 }
@@ -333,7 +334,7 @@ Bytes packGzip(ByteView plain, const Deflate& deflate)
 Bytes packZlib(ByteView plain, const Deflate& deflate)
 {
     constexpr std::array<unsigned char, 2> head = {0x78, 0x9C};
-    const std::array<std::uint32_t, 1> tail = {adler32(plain)};
+    const std::array<std::uint32_t, 1> tail = {deflate.adler32(plain)};
     return framed(head, deflate.pack(plain), tail, true);
 }
 

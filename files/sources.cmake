@@ -15,6 +15,7 @@ set(files_sources
     runLengths.cpp
     storedValues.cpp
     text.cpp
+    values.cpp
     characters/codedSets.cpp
     characters/gb18030.cpp
     characters/utf8.cpp

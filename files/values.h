@@ -24,7 +24,7 @@ class Values
 public:
     Values() = default;
     /** @throws std::bad_alloc */
-    Values(LargeVector<float> own) : own_(std::make_shared<LargeVector<float>>(std::move(own))) {}
+    Values(LargeVector<float> own);
 
     /** @param values that stay as they are as long as anything looks at them */
     static Values lent(std::span<const float> values)
@@ -43,14 +43,7 @@ public:
     const float& operator[](std::size_t i) const { return data()[i]; }
 
     /** To be changed, by one thread; copies what is lent or shared. @throws std::bad_alloc */
-    LargeVector<float>& own()
-    {
-        if (!own_ || own_.use_count() > 1) {
-            own_ = std::make_shared<LargeVector<float>>(begin(), end());
-            lent_ = {};
-        }
-        return *own_;
-    }
+    LargeVector<float>& own();
 
     /** What is behind the last value can be read as far as blockMargin: vectors may begin at it. */
     bool hasMargin() const { return own_ != nullptr; }

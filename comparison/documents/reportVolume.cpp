@@ -6,6 +6,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "files/bytes.h"
 #include "files/packed.h"
 #include "libZarnGI.h"
 
@@ -26,13 +27,14 @@ std::int16_t stored(double value)
     return static_cast<std::int16_t>(limited + std::copysign(almostHalf, limited));
 }
 
-template <class Number> std::vector<unsigned char> shuffled(const std::vector<Number>& numbers)
+template <class Number> files::Bytes shuffled(const std::vector<Number>& numbers)
 {
-    std::vector<unsigned char> bytes(sizeof(Number) * numbers.size());
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        const auto bits = static_cast<std::make_unsigned_t<Number>>(numbers[i]);
-        for (std::size_t byte = 0; byte < sizeof(Number); ++byte) {
-            bytes[byte * numbers.size() + i] = static_cast<unsigned char>(bits >> (8 * byte));
+    files::Bytes bytes(sizeof(Number) * numbers.size());
+    unsigned char* place = bytes.data();
+    for (std::size_t byte = 0; byte < sizeof(Number); ++byte) {
+        for (const Number number : numbers) {
+            const auto bits = static_cast<std::make_unsigned_t<Number>>(number);
+            *place++ = static_cast<unsigned char>(bits >> (8 * byte));
         }
     }
     return bytes;
@@ -41,7 +43,7 @@ template <class Number> std::vector<unsigned char> shuffled(const std::vector<Nu
 template <class Number>
 std::string encoded(const std::vector<Number>& numbers, const PagePacking& packing)
 {
-    return packing.base64(files::packZlib(shuffled(numbers), packing.deflate).view());
+    return packing.base64(files::packZlib(shuffled(numbers).view(), packing.deflate).view());
 }
 
 } // namespace
