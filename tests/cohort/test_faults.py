@@ -124,7 +124,9 @@ def test_told_to_stop(sent, options, cohort, serial, results):
 def test_second_client_is_told(cohort, serial, results):
     with running(*run_of(cohort, results)) as process:
         wait_until_done(results, 3)
+        process.send_signal(signal.SIGSTOP)  # it must not end before the other one has begun
         second = zarngi_cohort(*run_of(cohort, results))
+        process.send_signal(signal.SIGCONT)
         _, _, code = ended(process)
     assert second.returncode == 1 and code == 0
     assert second.stderr == (

@@ -6,6 +6,7 @@ what it has instead: msvcrt's locks, and open files that cannot be removed.
 
 import os
 import re
+import signal
 import sqlite3
 
 import pytest
@@ -96,6 +97,7 @@ def test_one_writer(cohort, serial, lacking, tmp_path):
     run = ("run", cohort.manifest, "-o", results, *SLOW)
     with running(*run, env=lacking) as writer:
         wait_until_done(results, 1)
+        writer.send_signal(signal.SIGSTOP)  # it must not end before the other one has begun
         other = zarngi_cohort(*run, env=lacking)
         assert other.returncode != 0
         assert re.search(rf"is being written by process {writer.pid} on \S+\n$", other.stderr), other.stderr
