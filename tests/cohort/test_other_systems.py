@@ -11,7 +11,7 @@ import sqlite3
 
 import pytest
 from conftest import SLOW, contents, zarngi_cohort
-from processes import kill, running, wait_until_done
+from processes import kill, running, wait_for
 
 LACKING = '''
 import builtins, ctypes, fcntl, os, pathlib, psutil, subprocess, sys, types
@@ -96,7 +96,7 @@ def test_one_writer(cohort, serial, lacking, tmp_path):
     results = tmp_path / "r.sqlite"
     run = ("run", cohort.manifest, "-o", results, *SLOW)
     with running(*run, env=lacking) as writer:
-        wait_until_done(results, 1)
+        wait_for(results.exists, "results of a writer, who has locked them by then")
         writer.send_signal(signal.SIGSTOP)  # it must not end before the other one has begun
         other = zarngi_cohort(*run, env=lacking)
         assert other.returncode != 0
