@@ -86,12 +86,27 @@ async function byProgram(id, { files, structures }, { criteria, options = [] }) 
     };
 }
 
+/** All at once: what is asked meanwhile would be compared as well where a machine is slow. */
 async function ask(page, { criteria, options = [] }) {
-    await page.locator('details').evaluateAll((parts) => parts.forEach((part) => (part.open = true)));
-    await page.locator('#criteria').fill(Object.keys(criteria).join('\n'));
-    await page.locator('#nearest').setChecked(options.includes('--nearest'));
-    const isFar = options[0] === '--max-gamma';
-    await page.locator('#max-gamma').fill(isFar ? options[1] : '');
+    const asked = {
+        criteria: Object.keys(criteria).join('\n'),
+        isNearest: options.includes('--nearest'),
+        maxGamma: options[0] === '--max-gamma' ? options[1] : '',
+    };
+    await page.evaluate(({ criteria, isNearest, maxGamma }) => {
+        const type = (id, text) => {
+            const field = document.getElementById(id);
+            field.value = text;
+            field.dispatchEvent(new Event('input', { bubbles: true }));
+            field.dispatchEvent(new Event('change', { bubbles: true }));
+        };
+        type('criteria', criteria);
+        type('max-gamma', maxGamma);
+        const nearest = document.getElementById('nearest');
+        if (nearest.checked !== isNearest) {
+            nearest.click();
+        }
+    }, asked);
 }
 
 async function give(page, { files, structures }) {
