@@ -1,7 +1,7 @@
 /**
  * @file commandOptions.h
- * The arguments of the commands, as the parser of the command line knows them. The options that they
- * fill in must outlive the parsing.
+ * The arguments of the commands, as the parser of the command line knows them. The options that
+ * they fill in must outlive the parsing.
  */
 #ifndef ZARNGI_CLI_COMMANDS_COMMANDOPTIONS_H
 #define ZARNGI_CLI_COMMANDS_COMMANDOPTIONS_H

@@ -28,9 +28,8 @@ int pageDoseDecimals(const Comparison& comparison);
  * Doses as the page stores them; a mark where there is no detector.
  * @param first, count which voxels; all from the first on where there are not as many
  */
-std::vector<std::int16_t>
-pageDoses(const DoseImage& dose, int decimals, std::size_t first = 0,
-          std::size_t count = std::numeric_limits<std::size_t>::max());
+std::vector<std::int16_t> pageDoses(const DoseImage& dose, int decimals, std::size_t first = 0,
+                                    std::size_t count = std::numeric_limits<std::size_t>::max());
 
 /** Differences in units of their uncertainty as the page stores them, of a comparison with noise.
  */
