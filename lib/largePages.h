@@ -34,7 +34,8 @@ inline void adviseLargePages(void* block, std::size_t bytes)
     const std::uintptr_t end = (address + bytes) / largePage * largePage;
     if (first < end) {
         // Its only way to fail is not to be heeded.
-        static_cast<void>(madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE));
+        void* const pages = static_cast<char*>(block) + (first - address);
+        static_cast<void>(madvise(pages, end - first, MADV_HUGEPAGE));
     }
 #else
     static_cast<void>(block);

@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -216,13 +217,10 @@ template <std::same_as<bool> Value> Json::Json(Value value) noexcept : value_(va
 {
 }
 
-template <WholeNumber Value> Json::Json(Value value) noexcept
+template <WholeNumber Value>
+Json::Json(Value value) noexcept
+    : value_(std::conditional_t<std::signed_integral<Value>, std::int64_t, std::uint64_t>{value})
 {
-    if constexpr (std::signed_integral<Value>) {
-        value_ = std::int64_t{value};
-    } else {
-        value_ = std::uint64_t{value};
-    }
 }
 
 template <std::floating_point Value> Json::Json(Value value) noexcept : value_(double{value})

@@ -30,12 +30,12 @@ std::int16_t stored(double value)
 template <class Number> files::Bytes shuffled(const std::vector<Number>& numbers)
 {
     files::Bytes bytes(sizeof(Number) * numbers.size());
-    unsigned char* place = bytes.data();
     for (std::size_t byte = 0; byte < sizeof(Number); ++byte) {
-        for (const Number number : numbers) {
+        const auto plane = bytes.buffer().subspan(byte * numbers.size(), numbers.size());
+        std::transform(numbers.begin(), numbers.end(), plane.begin(), [byte](Number number) {
             const auto bits = static_cast<std::make_unsigned_t<Number>>(number);
-            *place++ = static_cast<unsigned char>(bits >> (8 * byte));
-        }
+            return static_cast<unsigned char>(bits >> (8 * byte));
+        });
     }
     return bytes;
 }
