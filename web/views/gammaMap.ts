@@ -31,35 +31,31 @@ export class GammaMap {
     /** @param stored whole, on this grid */
     static async of(grid: Grid, { decimals, values }: StoredVolume): Promise<GammaMap> {
         const long = grid.size[0];
-        const rows = grid.count / long;
-        const from = new Int32Array(rows);
-        const to = new Int32Array(rows);
-        const start = new Int32Array(rows);
+        const rows: number[] = [];
         let kept = 0;
-        await inPieces(rows, (begin, end) => {
+        await inPieces(grid.count / long, (begin, end) => {
             for (let row = begin; row < end; ++row) {
-                const ends = (row + 1) * long;
                 let first = row * long;
-                while (first < ends && values[first] === notTested) {
+                let behind = first + long;
+                while (first < behind && values[first] === notTested) {
                     ++first;
                 }
-                let behind = ends;
                 while (behind > first && values[behind - 1] === notTested) {
                     --behind;
                 }
-                from[row] = first;
-                to[row] = behind;
-                start[row] = kept;
-                kept += behind - first;
+                if (first < behind) {
+                    rows.push(first, behind - first);
+                    kept += behind - first;
+                }
             }
         }, rowsAtOnce);
         const packed = new Int16Array(kept);
-        await inPieces(rows, (begin, end) => {
-            for (let row = begin; row < end; ++row) {
-                packed.set(values.subarray(from[row], to[row]), start[row]);
-            }
-        }, rowsAtOnce);
-        return new GammaMap(grid, decimals, from, to, start, packed);
+        let place = 0;
+        for (let row = 0; row < rows.length; row += 2) {
+            packed.set(values.subarray(rows[row], rows[row] + rows[row + 1]), place);
+            place += rows[row + 1];
+        }
+        return GammaMap.ofRows(grid, decimals, Int32Array.from(rows), packed);
     }
 
     /**
