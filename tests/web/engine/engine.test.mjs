@@ -184,7 +184,7 @@ const shuffled = (words) => Buffer.concat([0, 1].map((half) => words.filter((_, 
 
 test('a large grid, of which little is tested, has the maps and the page of the program', () => {
     const criteria = ['3%/3mm', '1%/1mm'];
-    const request = { reference: largeDose('reference.mha', 0), evaluation: largeDose('evaluation.mha', 0.8), criteria };
+    const request = { reference: largeDose('large-reference.mha', 0), evaluation: largeDose('large-evaluation.mha', 0.8), criteria };
     const record = compare(request);
     const native = byProgram(request, record.grids.reference.size.reduce((a, b) => a * b));
     assert.deepEqual(comparable(record), comparable(native.record));
