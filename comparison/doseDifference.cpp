@@ -1,6 +1,7 @@
 #include "comparison/doseDifference.h"
 
 #include <limits>
+#include <utility>
 
 #include "comparison/failedSides.h"
 
@@ -12,9 +13,7 @@ Image doseDifference(const Comparison& comparison)
     const DoseView reference = viewOf(comparison.reference.image);
     const DoseView evaluation = viewOf(comparison.evaluation.image);
     const CentreDoses centres(reference, evaluation);
-    Image difference{reference.geometry, {}};
-    auto& values = difference.values.own();
-    values.resize(reference.values.size());
+    files::LargeVector<float> values(reference.values.size());
     for (std::size_t voxel = 0; voxel < values.size(); ++voxel) {
         const auto [x, y, z] = centres.placesOf(voxel);
         values[voxel] = x.isInside && y.isInside && z.isInside
@@ -22,7 +21,7 @@ Image doseDifference(const Comparison& comparison)
                                                  static_cast<double>(reference.values[voxel]))
                             : std::numeric_limits<float>::quiet_NaN();
     }
-    return difference;
+    return {reference.geometry, std::move(values)};
 }
 
 } // namespace zarngi

@@ -76,6 +76,17 @@ private:
     std::size_t size_ = 0;
 };
 
+/** What a reader is given of a file, and the block that it may keep, since nobody needs it. */
+struct Contents {
+    ByteView bytes;
+    Bytes* block = nullptr; ///< that holds them; empty where they are lent
+
+    Contents(ByteView lent) : bytes(lent) {}
+    explicit Contents(Bytes& given) : bytes(given.view()), block(&given) {}
+    /** @param bytes some of those of `whole` */
+    Contents(const Contents& whole, ByteView some) : bytes(some), block(whole.block) {}
+};
+
 inline std::string_view asText(ByteView bytes)
 {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};

@@ -124,7 +124,7 @@ struct DoseImage {
     /** Standard uncertainty of each dose, in `unit`; not a number where none is known, as where
      * there is no dose. Empty where the file tells none, or the host does not ask for it. Floats:
      * it is known to a few percent at best. */
-    LargeVector<float> uncertainty;
+    Values uncertainty;
     bool tellsPosition = true;    ///< else its first voxel, or its middle, is put at 0, 0, 0 mm
     bool tellsOrientation = true; ///< else the axes count as those of the patient
     bool tellsUnit = true;        ///< of dose; else the values count as Gy

@@ -38,7 +38,7 @@ struct TableUnits {
 struct Host {
     const Deflate& deflate;
     UnpackPixels unpackPixels{}; ///< empty where the host cannot
-    /** Told of every file that was read for a dose, in whole: the header and what it names. */
+    /** Told of every file that is read, in whole: the header and what it names. */
     std::function<void(const std::string& path, ByteView contents)> watch{};
     TableUnits units{};
     bool keepsUncertainty = false; ///< of doses whose files tell it; takes memory as they do

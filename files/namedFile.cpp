@@ -11,14 +11,15 @@ NamedFile::NamedFile(const std::string& path, const Host& host)
 {
 }
 
-ByteView NamedFile::read(const std::string& what,
+Contents NamedFile::read(const std::string& what,
                          const std::function<void(ByteView beginning)>& checkBeginning)
 {
     SourceFile source(header_, what);
     Bytes beginning = source.readBeginning();
     checkBeginning(beginning.view());
     contents_ = source.readRest(std::move(beginning));
-    return contents_.view();
+    watch(header_, contents_);
+    return Contents(contents_);
 }
 
 FindFile NamedFile::finder()

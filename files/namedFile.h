@@ -23,12 +23,12 @@ public:
     NamedFile& operator=(const NamedFile&) = delete;
 
     /**
-     * Its contents; of a pipe, until it ends.
+     * Its contents, to be kept by whom they are of use to; of a pipe, until it ends.
      * @param what it should be, for the sentence about a folder or device: "dose file".
      * @param checkBeginning throws a Refusal where it is not worth while to read on.
      * @throws Refusal
      */
-    ByteView read(const std::string& what,
+    Contents read(const std::string& what,
                   const std::function<void(ByteView beginning)>& checkBeginning);
 
     /** Fetches the file that it names, while this lives. */
@@ -37,7 +37,6 @@ public:
     /** Tells a dose or structures that were read from it where they come from. */
     template <class Value> Value withPaths(Value value) const
     {
-        watch(header_, contents_);
         value.path = header_;
         value.dataPath = dataPath_;
         return value;

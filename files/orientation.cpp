@@ -83,7 +83,7 @@ struct Reordering {
     }
 };
 
-LargeVector<float> reorder(const LargeVector<float>& values, const Reordering& order,
+LargeVector<float> reorder(const Values& values, const Reordering& order,
                            const std::array<int, 3>& size)
 {
     LargeVector<float> reordered(values.size());
@@ -146,7 +146,7 @@ void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps)
     }
 }
 
-Image toPatientAxes(const StoredGeometry& stored, LargeVector<float> values)
+Image toPatientAxes(const StoredGeometry& stored, Values values)
 {
     Geometry geometry{};
     geometry.origin = stored.origin;

@@ -42,7 +42,7 @@ void setSteps(StoredGeometry& stored, const std::array<Vec3, 3>& steps);
  * @param stored a geometry that checkGeometry() accepts.
  * @param values as many values as the grid has voxels, first stored axis fastest.
  */
-Image toPatientAxes(const StoredGeometry& stored, LargeVector<float> values);
+Image toPatientAxes(const StoredGeometry& stored, Values values);
 
 } // namespace files
 

@@ -15,13 +15,13 @@ namespace
 AnyContents readPath(const std::string& path, const Host& host)
 {
     NamedFile file(path, host);
-    const ByteView contents = file.read(
+    const Contents contents = file.read(
         "dose file", [&host](ByteView beginning) { checkMayBeDose(beginning, host.deflate); });
-    if (isStructureSet(contents, host.deflate)) {
-        return file.withPaths(valueOf(readStructures(contents, path, file.finder(), host)));
+    if (isStructureSet(contents.bytes, host.deflate)) {
+        return file.withPaths(valueOf(readStructures(contents.bytes, path, file.finder(), host)));
     }
-    if (isPlan(contents, host.deflate)) {
-        return file.withPaths(valueOf(readPlan(contents, host)));
+    if (isPlan(contents.bytes, host.deflate)) {
+        return file.withPaths(valueOf(readPlan(contents.bytes, host)));
     }
     return file.withPaths(valueOf(readDose(contents, path, file.finder(), host)));
 }

@@ -31,18 +31,19 @@ DoseImage readDicom(ByteView bytes, const Host& host)
     return isDicomRtImage(file) ? readDicomRtImage(file, host) : readDicomDose(file, host);
 }
 
-DoseImage readBytes(ByteView file, const std::string& name, const FindFile& find, const Host& host)
+DoseImage readContents(const Contents& file, const std::string& name, const FindFile& find,
+                       const Host& host)
 {
-    if (file.empty()) {
+    if (file.bytes.empty()) {
         refuseDamaged("is empty");
     }
-    const std::optional<FileFormat> format = identifiedFormat(file, host.deflate, whatItIs);
+    const std::optional<FileFormat> format = identifiedFormat(file.bytes, host.deflate, whatItIs);
     if (!format) {
         refuseFormat();
     }
-    DoseImage dose = isTable(*format)               ? readTable(*format, file, host)
-                     : isSimulation(*format)        ? readSimulation(*format, file, find, host)
-                     : *format == FileFormat::dicom ? readDicom(file, host)
+    DoseImage dose = isTable(*format)        ? readTable(*format, file.bytes, host)
+                     : isSimulation(*format) ? readSimulation(*format, file.bytes, find, host)
+                     : *format == FileFormat::dicom ? readDicom(file.bytes, host)
                                                     : readVolume(*format, file, find, host);
     checkValues(dose, name);
     return dose;
@@ -51,9 +52,9 @@ DoseImage readBytes(ByteView file, const std::string& name, const FindFile& find
 DoseImage readPath(const std::string& path, const Host& host)
 {
     NamedFile file(path, host);
-    const ByteView contents =
+    const Contents contents =
         file.read(whatItIs, [&](ByteView beginning) { checkMayBeDose(beginning, host.deflate); });
-    return file.withPaths(readBytes(contents, path, file.finder(), host));
+    return file.withPaths(readContents(contents, path, file.finder(), host));
 }
 
 } // namespace
@@ -65,10 +66,10 @@ void checkMayBeDose(ByteView beginning, const Deflate& deflate)
     }
 }
 
-Result<DoseImage> readDose(ByteView file, const std::string& name, const FindFile& find,
+Result<DoseImage> readDose(const Contents& file, const std::string& name, const FindFile& find,
                            const Host& host)
 {
-    return toldResultOf(host, [&] { return readBytes(file, name, find, host); });
+    return toldResultOf(host, [&] { return readContents(file, name, find, host); });
 }
 
 Result<DoseImage> readDoseFile(const std::string& path, const Host& host)

@@ -19,11 +19,11 @@ namespace files
 {
 
 /**
- * Reads a dose from the contents of a file: a volume, a plane or points. `find` fetches the files
- * that it names.
+ * Reads a dose from the contents of a file: a volume, a plane or points. Its values may go on in
+ * the block that holds the contents, where that is given. `find` fetches the files that it names.
  * @param name of the file, whose end may tell that its values are no doses; may be empty.
  */
-Result<DoseImage> readDose(ByteView file, const std::string& name, const FindFile& find,
+Result<DoseImage> readDose(const Contents& file, const std::string& name, const FindFile& find,
                            const Host& host);
 
 /** Reads a dose file, and the file that it names beside it; a pipe is read to its end. */

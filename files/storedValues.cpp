@@ -1,7 +1,9 @@
 #include "files/storedValues.h"
 
 #include <charconv>
+#include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "files/decimal.h"
 #include "files/error.h"
@@ -36,8 +38,9 @@ template <class Number> float scaled(Number value, const Scaling& scaling)
     return static_cast<float>(static_cast<double>(value) * scaling.slope + scaling.intercept);
 }
 
+/** From the first to the last: values may stand where they are read from, or before. */
 template <class Number, bool isBigEndian, bool isScaled>
-void convert(ByteView bytes, const Scaling& scaling, LargeVector<float>& values)
+void convert(ByteView bytes, const Scaling& scaling, std::span<float> values)
 {
     const unsigned char* const start = bytes.data();
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -47,7 +50,7 @@ void convert(ByteView bytes, const Scaling& scaling, LargeVector<float>& values)
 }
 
 template <class Number, bool isBigEndian>
-void convertOrdered(ByteView bytes, const Scaling& scaling, LargeVector<float>& values)
+void convertOrdered(ByteView bytes, const Scaling& scaling, std::span<float> values)
 {
     if (scaling.isNone()) {
         convert<Number, isBigEndian, false>(bytes, scaling, values);
@@ -56,10 +59,9 @@ void convertOrdered(ByteView bytes, const Scaling& scaling, LargeVector<float>& 
     }
 }
 
-LargeVector<float> converted(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
-                             std::size_t count)
+void convertInto(std::span<float> values, ByteView bytes, const ValueFormat& format,
+                 const Scaling& scaling)
 {
-    LargeVector<float> values(count);
     withType(format, [&](auto type) {
         using Number = decltype(type);
         if (format.isBigEndian) {
@@ -68,6 +70,13 @@ LargeVector<float> converted(ByteView bytes, const ValueFormat& format, const Sc
             convertOrdered<Number, false>(bytes, scaling, values);
         }
     });
+}
+
+LargeVector<float> converted(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
+                             std::size_t count)
+{
+    LargeVector<float> values(count);
+    convertInto(values, bytes, format, scaling);
     return values;
 }
 
@@ -76,6 +85,35 @@ bool isAsInMemory(const ValueFormat& format, const Scaling& scaling)
 {
     return format.kind == ValueFormat::Kind::floatingPoint && format.bytes == sizeof(float) &&
            !format.isBigEndian && scaling.isNone();
+}
+
+/** Whether the values can stand in the block, which then holds little beside them. */
+bool fitsBlock(const Contents& contents, const ValueFormat& format, std::size_t count)
+{
+    constexpr std::size_t mostBeside = 8; // of which the values are as many times as large
+    return contents.block != nullptr && format.bytes == sizeof(float) &&
+           contents.block->size() - bytesOf(format, count) <= contents.block->size() / mostBeside;
+}
+
+/**
+ * The block with the values in it, in front of where they were stored: at the last place there
+ * where vectors of the search do not lie across two lines of a cache more often than in a block of
+ * their own.
+ */
+Values inBlock(const Contents& contents, const ValueFormat& format, const Scaling& scaling,
+               std::size_t count)
+{
+    Bytes block = std::move(*contents.block);
+    const auto stored = static_cast<std::size_t>(contents.bytes.data() - block.data());
+    constexpr std::size_t line = 64;
+    const std::size_t first = stored / line * line;
+    if (!isAsInMemory(format, scaling)) {
+        convertInto({reinterpret_cast<float*>(block.data() + first), count}, contents.bytes, format,
+                    scaling);
+    } else if (stored != first) {
+        std::memmove(block.data() + first, contents.bytes.data(), count * sizeof(float));
+    }
+    return Values::within(std::move(block), first, count);
 }
 
 [[noreturn]] void refuseCount(const char* what, std::uint64_t needed, std::size_t there)
@@ -141,11 +179,12 @@ void checkBytes(ByteView bytes, std::uint64_t needed, std::size_t padding)
     }
 }
 
-LargeVector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
-                               std::size_t count, std::size_t padding)
+Values plainValues(const Contents& contents, const ValueFormat& format, const Scaling& scaling,
+                   std::size_t count, std::size_t padding)
 {
-    checkBytes(bytes, bytesOf(format, count), padding);
-    return converted(bytes, format, scaling, count);
+    checkBytes(contents.bytes, bytesOf(format, count), padding);
+    return fitsBlock(contents, format, count) ? inBlock(contents, format, scaling, count)
+                                              : converted(contents.bytes, format, scaling, count);
 }
 
 LargeVector<float> packedValues(ByteView packed, const Deflate& deflate, const ValueFormat& format,

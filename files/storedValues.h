@@ -11,6 +11,7 @@
 
 #include "files/bytes.h"
 #include "files/deflate.h"
+#include "files/values.h"
 
 namespace files
 {
@@ -39,11 +40,12 @@ std::uint64_t bytesOf(const ValueFormat& format, std::size_t count);
 void checkBytes(ByteView bytes, std::uint64_t needed, std::size_t padding = 0);
 
 /**
- * The `count` values that fill the bytes.
+ * The `count` values that fill the bytes. A block that may be kept is taken, and holds them, where
+ * they are as long as floats and most of it.
  * @throws Refusal when the bytes are fewer, or more by other than `padding` of them.
  */
-LargeVector<float> plainValues(ByteView bytes, const ValueFormat& format, const Scaling& scaling,
-                               std::size_t count, std::size_t padding = 0);
+Values plainValues(const Contents& contents, const ValueFormat& format, const Scaling& scaling,
+                   std::size_t count, std::size_t padding = 0);
 
 /**
  * The `count` values in a gzip or zlib stream. @throws Refusal when it is damaged, or holds fewer

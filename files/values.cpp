@@ -2,20 +2,34 @@
 // does nothing: it stands here, in a source that is compiled in full.
 #include "files/values.h"
 
+#include <utility>
+
 namespace files
 {
 
-Values::Values(LargeVector<float> own) : own_(std::make_shared<LargeVector<float>>(std::move(own)))
+Values::Values(LargeVector<float> own)
 {
+    auto kept = std::make_shared<LargeVector<float>>(std::move(own));
+    values_ = *kept;
+    memory_ = std::move(kept);
 }
 
-LargeVector<float>& Values::own()
+Values Values::within(Bytes block, std::size_t first, std::size_t count)
 {
-    if (!own_ || own_.use_count() > 1) {
-        own_ = std::make_shared<LargeVector<float>>(begin(), end());
-        lent_ = {};
+    auto kept = std::make_shared<Bytes>(std::move(block));
+    Values values;
+    values.values_ = {reinterpret_cast<const float*>(kept->data() + first), count};
+    values.memory_ = std::move(kept);
+    return values;
+}
+
+std::span<float> Values::own()
+{
+    if (!memory_ || memory_.use_count() > 1) {
+        *this = LargeVector<float>(begin(), end());
     }
-    return *own_;
+    // All that is not lent came here to be owned.
+    return {const_cast<float*>(values_.data()), values_.size()};
 }
 
 } // namespace files

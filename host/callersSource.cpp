@@ -91,7 +91,7 @@ const char* problemOf(const zarnGIHost_NamedDose& dose)
 void setGaps(DoseImage& dose, const unsigned char* isMeasured)
 {
     Measurement& measurement = *dose.measurement;
-    files::LargeVector<float>& values = dose.image.values.own();
+    const std::span<float> values = dose.image.values.own();
     measurement.isMeasured.assign(isMeasured, isMeasured + values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         measurement.isMeasured[i] = isMeasured[i] != 0 ? 1 : 0;

@@ -53,13 +53,11 @@ bool isPageName(const std::string& name)
 /** 1 where a voxel was tested. */
 Image testedOf(const Geometry& grid, std::span<const unsigned char> passed)
 {
-    Image mask{grid, {}};
-    auto& values = mask.values.own();
-    values.resize(passed.size());
+    files::LargeVector<float> values(passed.size());
     for (std::size_t i = 0; i < passed.size(); ++i) {
         values[i] = passed[i] == ZARNGI_NOT_TESTED ? 0.0F : 1.0F;
     }
-    return mask;
+    return {grid, std::move(values)};
 }
 
 /** The largest gamma of a dose that was found. */

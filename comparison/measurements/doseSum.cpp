@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include "comparison/failure.h"
 #include "comparison/request/typedNumber.h"
@@ -117,7 +118,7 @@ void combine(DoseImage& dose, std::vector<DoseImage>& others, const DoseFactor& 
     const std::vector<unsigned char>* const measured =
         dose.measurement && !dose.measurement->isMeasured.empty() ? &dose.measurement->isMeasured
                                                                   : nullptr;
-    files::LargeVector<float>& values = dose.image.values.own();
+    const std::span<float> values = dose.image.values.own();
     for (std::size_t i = 0; i < sums.size(); ++i) {
         const bool isGap = measured != nullptr && (*measured)[i] == 0;
         const auto value = static_cast<float>(sums[i] * factor.value);

@@ -50,12 +50,13 @@ void putGrid(DoseImage& dose, const PlanePlace& plane)
     stored.origin = files::inSpace(plane, flat.origin[0], flat.origin[1]);
     stored.axes = {plane.right, plane.up, files::cross(plane.right, plane.up)};
     Measurement& measurement = *dose.measurement;
-    const auto turned = [&stored](files::LargeVector<float> values) {
+    const auto turned = [&stored](files::Values values) {
         return files::toPatientAxes(stored, std::move(values));
     };
     if (!measurement.isMeasured.empty()) {
-        const files::LargeVector<float> mask =
-            turned({measurement.isMeasured.begin(), measurement.isMeasured.end()}).values;
+        const files::Values mask = turned(files::LargeVector<float>(measurement.isMeasured.begin(),
+                                                                    measurement.isMeasured.end()))
+                                       .values;
         std::transform(mask.begin(), mask.end(), measurement.isMeasured.begin(),
                        [](float value) { return static_cast<unsigned char>(value); });
     }

@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
+#include <utility>
 
 #include "comparison/doseUncertainty.h"
 #include "comparison/failure.h"
@@ -94,7 +96,8 @@ void combineUncertainties(DoseImage& dose, std::vector<DoseImage>& others, doubl
     if (!areAllTold) {
         dose.uncertainty = {};
     }
-    for (std::size_t i = 0; i < dose.uncertainty.size(); ++i) {
+    const std::span<float> combined = dose.uncertainty.own();
+    for (std::size_t i = 0; i < combined.size(); ++i) {
         double square = 0;
         bool isKnown = false;
         const auto add = [&](float value) { // none where there is no dose
@@ -103,12 +106,12 @@ void combineUncertainties(DoseImage& dose, std::vector<DoseImage>& others, doubl
                 isKnown = true;
             }
         };
-        add(dose.uncertainty[i]);
+        add(combined[i]);
         for (const DoseImage& other : others) {
             add(other.uncertainty[i]);
         }
-        dose.uncertainty[i] = isKnown ? static_cast<float>(std::sqrt(square) * factor)
-                                      : std::numeric_limits<float>::quiet_NaN();
+        combined[i] = isKnown ? static_cast<float>(std::sqrt(square) * factor)
+                              : std::numeric_limits<float>::quiet_NaN();
     }
     for (DoseImage& other : others) {
         other.uncertainty = {};
@@ -121,15 +124,14 @@ void setUncertainties(DoseImage& dose, DoseImage& file, UncertaintyUnit unit, do
     const files::Values& doses = dose.image.values;
     const double part = unit == UncertaintyUnit::percent ? 0.01 : 1;
     dose.uncertainty = std::move(file.image.values);
-    file.image.values = {};
+    const std::span<float> uncertainty = dose.uncertainty.own();
     for (std::size_t i = 0; i < doses.size(); ++i) {
         // Programs write 0 or 1 where there is no dose.
         const double whole =
             unit == UncertaintyUnit::gray ? factor : std::fabs(static_cast<double>(doses[i]));
-        dose.uncertainty[i] =
-            doses[i] == 0
-                ? std::numeric_limits<float>::quiet_NaN()
-                : static_cast<float>(static_cast<double>(dose.uncertainty[i]) * part * whole);
+        uncertainty[i] =
+            doses[i] == 0 ? std::numeric_limits<float>::quiet_NaN()
+                          : static_cast<float>(static_cast<double>(uncertainty[i]) * part * whole);
     }
     checkSize(dose, file, unit);
 }
@@ -137,10 +139,11 @@ void setUncertainties(DoseImage& dose, DoseImage& file, UncertaintyUnit unit, do
 void setUncertainties(DoseImage& dose, double percent)
 {
     const files::Values& doses = dose.image.values;
-    dose.uncertainty.resize(doses.size());
-    std::transform(doses.begin(), doses.end(), dose.uncertainty.begin(), [percent](float value) {
+    files::LargeVector<float> uncertainty(doses.size());
+    std::transform(doses.begin(), doses.end(), uncertainty.begin(), [percent](float value) {
         return static_cast<float>(std::fabs(static_cast<double>(value)) * percent / 100);
     });
+    dose.uncertainty = std::move(uncertainty);
 }
 
 } // namespace zarngi

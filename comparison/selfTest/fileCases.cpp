@@ -45,12 +45,11 @@ std::string readText(files::ByteView file, const std::string& name, const files:
 /** Numbers of all sizes that every format keeps, on a grid with three different axes. */
 files::Image sample()
 {
-    files::Image image{{{5, 4, 3}, {2, 1.5, 3}, {-4, 7.5, 100}}, {}};
-    auto& values = image.values.own();
+    files::LargeVector<float> values;
     for (int i = 0; i < 60; ++i) {
         values.push_back(static_cast<float>(i) * 0.37F + 1 / (1 + static_cast<float>(i)));
     }
-    return image;
+    return {{{5, 4, 3}, {2, 1.5, 3}, {-4, 7.5, 100}}, std::move(values)};
 }
 
 void addWrittenFiles(Cases& cases, const files::Deflate& deflate)

@@ -57,12 +57,13 @@ public:
         constexpr int size = 40;
         DoseImage dose;
         dose.image.geometry = {{size, size, size}, {2, 2, 2}, {-39, -39, -39}};
-        auto& values = dose.image.values.own();
+        files::LargeVector<float> values;
         for (std::size_t i = 0; i < dose.image.geometry.voxels(); ++i) {
             const double x = dose.image.geometry.centreOf(i)[0];
             values.push_back(
                 static_cast<float>(middle + slope * x + (name == "evaluation" ? added : 0)));
         }
+        dose.image.values = std::move(values);
         dose.path = name;
         dose.dataPath = name;
         dose.format = "array";

@@ -196,22 +196,21 @@ Scaling scalingOf(const MetaHeader& header)
 
 /** The part of a file in which the values stand. */
 struct DataPart {
-    Bytes companion; ///< keeps what `bytes` looks at, where it is not the file itself
-    ByteView bytes;
-    bool isAtEnd = false; ///< the last bytes are meant, however many come before
+    Contents contents;
+    bool isAtEnd; ///< the last bytes are meant, however many come before
 };
 
-DataPart dataOf(ByteView file, const MetaHeader& header, const FindFile& find)
+/** @param companion keeps the file that the header names, if it names one */
+DataPart dataOf(const Contents& file, const MetaHeader& header, const FindFile& find,
+                Bytes& companion)
 {
     const std::string& name = header.need("elementdatafile");
     const bool isLocal = lowerCase(name) == "local";
-    DataPart data;
-    data.bytes = file;
     if (!isLocal) {
         checkDataFileName(name);
-        data.companion = valueOf(find(name));
-        data.bytes = data.companion.view();
+        companion = valueOf(find(name));
     }
+    const Contents whole = isLocal ? file : Contents(companion);
     const std::string* const entry = header.find("headersize");
     const std::int64_t skip = entry == nullptr ? 0 : wholeNumbersOf(*entry, "a HeaderSize", 1)[0];
     // In a file of its own header and data, it counts from the beginning of the file.
@@ -219,9 +218,8 @@ DataPart dataOf(ByteView file, const MetaHeader& header, const FindFile& find)
     if (skip < -1 || (skip > 0 && static_cast<std::uint64_t>(skip) < start)) {
         refuseEntry("a HeaderSize", *entry);
     }
-    data.isAtEnd = skip == -1;
-    data.bytes = part(data.bytes, skip > 0 ? static_cast<std::uint64_t>(skip) : start);
-    return data;
+    const std::uint64_t first = skip > 0 ? static_cast<std::uint64_t>(skip) : start;
+    return {Contents(whole, part(whole.bytes, first)), skip == -1};
 }
 
 /** Settles how long MET_LONG is by the number of bytes that are there. */
@@ -240,10 +238,10 @@ ValueFormat settled(ValueFormat format, std::size_t bytes, std::size_t count, bo
     return format;
 }
 
-LargeVector<float> unpackedValues(const MetaHeader& header, const DataPart& data,
-                                  const ValueFormat& format, const Scaling& scaling,
-                                  std::size_t count, const Deflate& deflate)
+Values unpackedValues(const MetaHeader& header, const DataPart& data, const ValueFormat& format,
+                      const Scaling& scaling, std::size_t count, const Deflate& deflate)
 {
+    const ByteView packed = data.contents.bytes;
     if (data.isAtEnd) {
         refuseUnsupported(
             "its compressed data begins at an odd place (HeaderSize = -1), which is not "
@@ -251,23 +249,23 @@ LargeVector<float> unpackedValues(const MetaHeader& header, const DataPart& data
     }
     if (const std::string* const entry = header.find("compresseddatasize")) {
         const std::int64_t size = wholeNumbersOf(*entry, "a CompressedDataSize", 1)[0];
-        if (size != 0 && size != static_cast<std::int64_t>(data.bytes.size())) {
+        if (size != 0 && size != static_cast<std::int64_t>(packed.size())) {
             refuseDamaged("is cut short, or its header lies: its CompressedDataSize is " +
-                          excerpt(*entry) + ", the file has " + grouped(data.bytes.size()) +
-                          " bytes");
+                          excerpt(*entry) + ", the file has " + grouped(packed.size()) + " bytes");
         }
     }
     if (format.bytes == lengthNotTold) {
-        const Bytes bytes = unpackAll(data.bytes, deflate, std::uint64_t{8} * count);
-        return plainValues(bytes.view(), settled(format, bytes.size(), count, false), scaling,
+        Bytes bytes = unpackAll(packed, deflate, std::uint64_t{8} * count);
+        return plainValues(Contents(bytes), settled(format, bytes.size(), count, false), scaling,
                            count);
     }
-    return packedValues(data.bytes, deflate, format, scaling, count);
+    return packedValues(packed, deflate, format, scaling, count);
 }
 
-LargeVector<float> valuesOf(const MetaHeader& header, DataPart data, ValueFormat format,
-                            std::size_t count, const Deflate& deflate)
+Values valuesOf(const MetaHeader& header, const DataPart& data, ValueFormat format,
+                std::size_t count, const Deflate& deflate)
 {
+    ByteView bytes = data.contents.bytes;
     const Scaling scaling = scalingOf(header);
     const bool isPacked = header.isTrue({"compresseddata"}, false);
     if (!header.isTrue({"binarydata"}, true)) {
@@ -277,32 +275,33 @@ LargeVector<float> valuesOf(const MetaHeader& header, DataPart data, ValueFormat
                 "its values are written as text and packed or at an odd place, which is not "
                 "supported");
         }
-        return writtenValues(asText(data.bytes), format, scaling, count);
+        return writtenValues(asText(bytes), format, scaling, count);
     }
     if (isPacked) {
         return unpackedValues(header, data, format, scaling, count, deflate);
     }
-    format = settled(format, data.bytes.size(), count, data.isAtEnd);
+    format = settled(format, bytes.size(), count, data.isAtEnd);
     const std::uint64_t needed = bytesOf(format, count);
-    if (data.isAtEnd && data.bytes.size() > needed) {
-        data.bytes = data.bytes.last(static_cast<std::size_t>(needed));
+    if (data.isAtEnd && bytes.size() > needed) {
+        bytes = bytes.last(static_cast<std::size_t>(needed));
     }
-    return plainValues(data.bytes, format, scaling, count);
+    return plainValues(Contents(data.contents, bytes), format, scaling, count);
 }
 
 } // namespace
 
-DoseImage readMetaImage(ByteView file, const FindFile& find, const Host& host)
+DoseImage readMetaImage(const Contents& file, const FindFile& find, const Host& host)
 {
-    const MetaHeader header = parseHeader(file);
+    const MetaHeader header = parseHeader(file.bytes);
     DoseImage dose;
     const StoredGeometry stored = geometryOf(header, dose);
     setUnit(dose, header);
     checkChannels(header);
     const std::size_t count = checkGeometry(stored);
     const ValueFormat format = formatOf(header, dose);
-    dose.image = toPatientAxes(
-        stored, valuesOf(header, dataOf(file, header, find), format, count, host.deflate));
+    Bytes companion;
+    const DataPart data = dataOf(file, header, find, companion);
+    dose.image = toPatientAxes(stored, valuesOf(header, data, format, count, host.deflate));
     return dose;
 }
 

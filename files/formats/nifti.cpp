@@ -359,16 +359,17 @@ Scaling scalingOf(const NiftiHeader& header)
 }
 
 /** The values behind `position` bytes of a file, packed by gzip or not. */
-LargeVector<float> valuesOf(ByteView data, std::size_t position, const NiftiHeader& header,
-                            std::size_t count, const Deflate& deflate)
+Values valuesOf(const Contents& contents, std::size_t position, const NiftiHeader& header,
+                std::size_t count, const Deflate& deflate)
 {
+    const ByteView data = contents.bytes;
     const ValueFormat format = formatOf(header);
     const Scaling scaling = scalingOf(header);
     const std::uint64_t whole = position + bytesOf(format, count);
     // Values of a pair may happen to begin like a packed file.
     const bool isPacked = isGzip(data) && !(header.isPair && data.size() == whole);
     if (!isPacked) {
-        return plainValues(part(data, position), format, scaling, count);
+        return plainValues(Contents(contents, part(data, position)), format, scaling, count);
     }
     if (mostUnpacked(data.size()) < whole) {
         refuseDamaged("is cut short, or its header lies: its grid needs " + grouped(whole) +
@@ -379,18 +380,20 @@ LargeVector<float> valuesOf(ByteView data, std::size_t position, const NiftiHead
     }
     Bytes bytes(whole);
     unpackInto(bytes.buffer(), data, deflate);
-    return plainValues(part(bytes.view(), position), format, scaling, count);
+    return plainValues(Contents(Contents(bytes), part(bytes.view(), position)), format, scaling,
+                       count);
 }
 
 } // namespace
 
-DoseImage readNifti(ByteView file, const FindFile& find, const Host& host)
+DoseImage readNifti(const Contents& file, const FindFile& find, const Host& host)
 {
+    const bool isPacked = isGzip(file.bytes);
     Bytes unpacked;
-    if (isGzip(file)) {
-        unpacked = unpackBeginning(file, host.deflate, lengthOfTwo);
+    if (isPacked) {
+        unpacked = unpackBeginning(file.bytes, host.deflate, lengthOfTwo);
     }
-    const NiftiHeader header = parseHeader(isGzip(file) ? unpacked.view() : file);
+    const NiftiHeader header = parseHeader(isPacked ? unpacked.view() : file.bytes);
     DoseImage dose;
     assumeGray(dose);
     const StoredGeometry stored = geometryOf(header, dose);
@@ -400,7 +403,7 @@ DoseImage readNifti(ByteView file, const FindFile& find, const Host& host)
     if (header.isPair) {
         companion = valueOf(find(""));
     }
-    const ByteView data = header.isPair ? companion.view() : file;
+    const Contents data = header.isPair ? Contents(companion) : file;
     dose.image = toPatientAxes(stored, valuesOf(data, position, header, count, host.deflate));
     return dose;
 }

@@ -6,7 +6,7 @@ namespace files
 namespace
 {
 
-DoseImage readAs(FileFormat format, ByteView file, const FindFile& find, const Host& host)
+DoseImage readAs(FileFormat format, const Contents& file, const FindFile& find, const Host& host)
 {
     switch (format) {
     case FileFormat::metaImage:
@@ -43,7 +43,8 @@ void completeVolume(FileFormat format, DoseImage& dose)
     warnOfOrientation(dose);
 }
 
-DoseImage readVolume(FileFormat format, ByteView file, const FindFile& find, const Host& host)
+DoseImage readVolume(FileFormat format, const Contents& file, const FindFile& find,
+                     const Host& host)
 {
     DoseImage dose = readAs(format, file, find, host);
     completeVolume(format, dose);

@@ -13,16 +13,16 @@ namespace files
 {
 
 /** NRRD 1 to 5, attached or with one data file. @throws Refusal */
-DoseImage readNrrd(ByteView file, const FindFile& find, const Host& host);
+DoseImage readNrrd(const Contents& file, const FindFile& find, const Host& host);
 
 /** MetaImage, .mha or .mhd. @throws Refusal */
-DoseImage readMetaImage(ByteView file, const FindFile& find, const Host& host);
+DoseImage readMetaImage(const Contents& file, const FindFile& find, const Host& host);
 
 /**
  * NIfTI-1 and NIfTI-2: one file, packed by gzip or not, or the header of a pair, whose data file
  * `find` gets for the name "" (a pair is told by the names of its files). @throws Refusal
  */
-DoseImage readNifti(ByteView file, const FindFile& find, const Host& host);
+DoseImage readNifti(const Contents& file, const FindFile& find, const Host& host);
 
 /** Warns that axes are taken for those of the patient, where a file tells no orientation. */
 void warnOfOrientation(DoseImage& dose);
@@ -34,7 +34,8 @@ void assumeGray(DoseImage& dose);
 void completeVolume(FileFormat format, DoseImage& dose);
 
 /** Reads any of them; what the file does not tell is told as a warning. @throws Refusal */
-DoseImage readVolume(FileFormat format, ByteView file, const FindFile& find, const Host& host);
+DoseImage readVolume(FileFormat format, const Contents& file, const FindFile& find,
+                     const Host& host);
 
 } // namespace files
 

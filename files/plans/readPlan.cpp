@@ -34,9 +34,9 @@ Plan readBytes(ByteView file, const Deflate& deflate)
 Plan readPath(const std::string& path, const Host& host)
 {
     NamedFile file(path, host);
-    const ByteView contents =
+    const Contents contents =
         file.read(whatItIs, [&host](ByteView beginning) { checkFormat(beginning, host.deflate); });
-    return file.withPaths(readBytes(contents, host.deflate));
+    return file.withPaths(readBytes(contents.bytes, host.deflate));
 }
 
 } // namespace

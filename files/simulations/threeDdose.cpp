@@ -170,7 +170,7 @@ public:
     Errors(DoseImage& dose, bool areKept) : dose_(dose)
     {
         if (areKept) {
-            dose.uncertainty.resize(dose.image.values.size());
+            uncertainty_.resize(dose.image.values.size());
         }
     }
 
@@ -182,7 +182,6 @@ public:
             if (!error && i == 0) {
                 dose_.warnings.emplace_back(
                     "holds doses without their errors; it may be cut short");
-                dose_.uncertainty.clear();
                 return;
             }
             if (!error) {
@@ -198,6 +197,7 @@ public:
                                      " voxels whose dose its program left out, as too uncertain or "
                                      "in air (error 0.9999999)");
         }
+        dose_.uncertainty = std::move(uncertainty_);
     }
 
 private:
@@ -211,14 +211,15 @@ private:
         }
         const auto dose = static_cast<double>(dose_.image.values[i]);
         leftOut_ += dose == 0 && error > leftOut && error < 1 ? 1 : 0;
-        if (!dose_.uncertainty.empty()) {
-            dose_.uncertainty[i] = dose == 0 ? std::numeric_limits<float>::quiet_NaN()
-                                             : static_cast<float>(std::fabs(dose) * error);
+        if (!uncertainty_.empty()) {
+            uncertainty_[i] = dose == 0 ? std::numeric_limits<float>::quiet_NaN()
+                                        : static_cast<float>(std::fabs(dose) * error);
         }
     }
 
     DoseImage& dose_;
-    std::size_t leftOut_ = 0; ///< voxels
+    LargeVector<float> uncertainty_; ///< empty where it is not kept
+    std::size_t leftOut_ = 0;        ///< voxels
 };
 
 } // namespace

@@ -154,7 +154,7 @@ struct Layer {
 std::vector<Layer> takeLayers(NrrdLayers& volumes)
 {
     std::vector<Layer> layers;
-    for (LargeVector<float>& values : volumes.values) {
+    for (Values& values : volumes.values) {
         auto grid = labelGridOf(volumes.common.image.geometry, values);
         values = {};
         std::set<std::int32_t> labels = labelsIn(*grid);

@@ -56,12 +56,12 @@ StructureSet readBytes(ByteView file, const std::string& name, const FindFile& f
 StructureSet readPath(const std::string& path, const Host& host)
 {
     NamedFile file(path, host);
-    const ByteView contents = file.read(whatItIs, [&host](ByteView beginning) {
+    const Contents contents = file.read(whatItIs, [&host](ByteView beginning) {
         if (!beginning.empty()) {
             formatOf(beginning, host.deflate);
         }
     });
-    return file.withPaths(readBytes(contents, path, file.finder(), host));
+    return file.withPaths(readBytes(contents.bytes, path, file.finder(), host));
 }
 
 } // namespace

@@ -56,14 +56,15 @@ TEST(FailedSides, CentresThatMeetButForRoundingAreEqual)
 
 TEST(DoseSampling, IsTrilinear)
 {
-    Image image{{{2, 2, 2}, {2, 3, 4}, {10, 20, 30}}, {}};
+    files::LargeVector<float> values;
     for (const int z : {30, 34}) {
         for (const int y : {20, 23}) {
             for (const int x : {10, 12}) {
-                image.values.own().push_back(static_cast<float>(x * y - 2 * z * x + y * z));
+                values.push_back(static_cast<float>(x * y - 2 * z * x + y * z));
             }
         }
     }
+    const Image image{{{2, 2, 2}, {2, 3, 4}, {10, 20, 30}}, std::move(values)};
     const DoseView doses = viewOf(image);
     for (const auto& [x, y, z] :
          {std::array<double, 3>{10, 20, 30}, {11.5, 20.75, 33}, {12, 23, 34}}) {

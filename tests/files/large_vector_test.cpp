@@ -90,7 +90,8 @@ TEST(Values, ThatAreCopiedShareTheirMemoryUntilTheyAreChanged)
     values.own()[0] = 7; // alone again: in place
     EXPECT_EQ(values.data(), first);
     const files::Values other = values;
-    const files::LargeVector<float> taken = std::move(values);
+    const files::Values taken = std::move(values);
+    EXPECT_TRUE(values.empty()); // NOLINT(bugprone-use-after-move)
     EXPECT_EQ(taken[0], 7);
     EXPECT_EQ(other.data(), first);
     EXPECT_EQ(other[0], 7);

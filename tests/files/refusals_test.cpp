@@ -53,8 +53,8 @@ TEST(Refusals, DamageIsToldFromWhatIsNotRead)
 {
     for (const Sample& sample : samples) {
         const auto* const bytes = reinterpret_cast<const unsigned char*>(sample.contents.data());
-        const auto dose =
-            files::readDose({bytes, sample.contents.size()}, "", {}, {files::nativeDeflate()});
+        const files::ByteView contents{bytes, sample.contents.size()};
+        const auto dose = files::readDose(contents, "", {}, {files::nativeDeflate()});
         ASSERT_FALSE(dose) << sample.contents;
         EXPECT_EQ(dose.error().kind, sample.kind) << dose.error().sentence;
     }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 #include <string>
 #include <string_view>
@@ -164,6 +165,26 @@ void checkStructures(const files::StructureSet& set)
     }
 }
 
+/** A block that may be kept gives what bytes give that are lent. */
+void checkGiven(files::ByteView bytes, const files::Result<files::DoseImage>& lent,
+                const files::Host& host)
+{
+    files::Bytes block(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), block.data());
+    const files::Result<files::DoseImage> given =
+        files::readDose(files::Contents(block), "", findFile, host);
+    require(bool(given) == bool(lent), "a file is read or refused, lent or given");
+    if (!given) {
+        require(given.error().sentence == lent.error().sentence, "by one sentence");
+        return;
+    }
+    const files::Values& values = given->image.values;
+    require(values.size() == lent->image.values.size() &&
+                std::memcmp(values.data(), lent->image.values.data(),
+                            values.size() * sizeof(float)) == 0,
+            "the same doses, bit by bit");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
@@ -173,15 +194,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         host.units.gray = 1.0 / 100;
         host.units.pixelSize = 0.5;
     }
-    const files::Result<files::DoseImage> dose = files::readDose({bytes, size}, "", findFile, host);
+    const files::ByteView lent{bytes, size};
+    const files::Result<files::DoseImage> dose = files::readDose(lent, "", findFile, host);
     if (dose) {
         checkDose(*dose, size);
         checkLines(dose->warnings);
     } else {
         checkError(dose.error());
     }
+    checkGiven(lent, dose, host);
     const files::Result<files::StructureSet> set =
-        files::readStructures({bytes, size}, "mask.nrrd", findFile, host);
+        files::readStructures(lent, "mask.nrrd", findFile, host);
     if (set) {
         checkStructures(*set);
     } else {

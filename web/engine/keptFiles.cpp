@@ -60,7 +60,7 @@ std::string headerOf(const std::string& path)
     return isPair ? *header : path;
 }
 
-/** The contents of a file, fetched once, and of those that it names. */
+/** The contents of a file, and of those that it names. */
 class OpenFile
 {
 public:
@@ -71,38 +71,45 @@ public:
     {
     }
 
-    bool isDicom() const
-    {
-        return files::identifiedFormat(contents_.view()) == files::FileFormat::dicom;
-    }
+    bool isDicom() { return files::identifiedFormat(contents()) == files::FileFormat::dicom; }
 
-    bool isStructureSet() const { return files::isStructureSet(contents_.view(), scriptDeflate()); }
+    bool isStructureSet() { return files::isStructureSet(contents(), scriptDeflate()); }
 
     files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
     {
-        return withPaths(
-            files::readDose(contents_.view(), path_, finder(), scriptHost(isDiscreet_, units)));
+        contents();
+        return withPaths(files::readDose(files::Contents(contents_), path_, finder(),
+                                         scriptHost(isDiscreet_, units)));
     }
 
-    bool isPlan() const { return files::isPlan(contents_.view(), scriptDeflate()); }
+    bool isPlan() { return files::isPlan(contents(), scriptDeflate()); }
 
-    files::Result<files::Plan> plan() const
+    files::Result<files::Plan> plan()
     {
-        return withPaths(files::readPlan(contents_.view(), scriptHost(isDiscreet_)));
+        return withPaths(files::readPlan(contents(), scriptHost(isDiscreet_)));
     }
 
-    files::Result<files::DicomStudy> study() const
+    files::Result<files::DicomStudy> study()
     {
-        return files::readStudy(contents_.view(), scriptHost(isDiscreet_));
+        return files::readStudy(contents(), scriptHost(isDiscreet_));
     }
 
     files::Result<files::StructureSet> structures()
     {
         return withPaths(
-            files::readStructures(contents_.view(), path_, finder(), scriptHost(isDiscreet_)));
+            files::readStructures(contents(), path_, finder(), scriptHost(isDiscreet_)));
     }
 
 private:
+    /** Fetched once more where a dose has kept them. @throws files::Refusal */
+    files::ByteView contents()
+    {
+        if (contents_.size() == 0) {
+            contents_ = files::valueOf(contentsOf(path_));
+        }
+        return contents_.view();
+    }
+
     files::FindFile finder()
     {
         return [this](const std::string& name) {

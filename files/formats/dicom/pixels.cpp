@@ -278,9 +278,8 @@ DicomPixelFormat dicomPixelFormat(const DicomValues& values)
     return {bits, bitsStoredOf(values, bits), representation == 1};
 }
 
-LargeVector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& format,
-                               std::size_t voxels, std::size_t frames, double factor,
-                               const Host& host)
+Values dicomPixels(const DicomFile& file, const DicomPixelFormat& format, std::size_t voxels,
+                   std::size_t frames, double factor, const Host& host)
 {
     const DicomElement* const pixels = file.data.find(dicomTags::pixelData);
     if (pixels == nullptr) {

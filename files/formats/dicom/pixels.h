@@ -5,10 +5,11 @@
 #ifndef ZARNGI_FILES_FORMATS_DICOM_PIXELS_H
 #define ZARNGI_FILES_FORMATS_DICOM_PIXELS_H
 
-#include <vector>
+#include <cstddef>
 
 #include "files/formats/dicom/file.h"
 #include "files/host.h"
+#include "files/values.h"
 
 namespace files
 {
@@ -29,9 +30,8 @@ DicomPixelFormat dicomPixelFormat(const DicomValues& values);
  * @throws Refusal when there are fewer or more values, when they are damaged, need more bits than
  * their format tells, or are packed in a way that neither this library nor the host knows.
  */
-LargeVector<float> dicomPixels(const DicomFile& file, const DicomPixelFormat& format,
-                               std::size_t voxels, std::size_t frames, double factor,
-                               const Host& host);
+Values dicomPixels(const DicomFile& file, const DicomPixelFormat& format, std::size_t voxels,
+                   std::size_t frames, double factor, const Host& host);
 
 } // namespace files
 

@@ -142,10 +142,11 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
     const std::size_t voxels = checkGeometry(stored);
     // Stored values of up to 24 bits are exact; so is what they are rescaled to, until it is
     // rounded.
-    LargeVector<float> doses = dicomPixels(file, dicomPixelFormat(values), voxels, 1, 1, host);
-    std::transform(doses.begin(), doses.end(), doses.begin(), [=](float value) {
-        return static_cast<float>((static_cast<double>(value) * slope + intercept) / units.perUnit);
-    });
+    Values doses = dicomPixels(file, dicomPixelFormat(values), voxels, 1, 1, host);
+    for (float& value : doses.own()) {
+        value =
+            static_cast<float>((static_cast<double>(value) * slope + intercept) / units.perUnit);
+    }
     dose.image = toPatientAxes(stored, std::move(doses));
     Measurement& plane = dose.measurement.emplace();
     plane.place = placeOf(values);

@@ -93,8 +93,10 @@ Result<DicomStudy> readStudy(ByteView file, const Host& host)
 Result<DicomStudy> readStudyFile(const std::string& path, const Host& host)
 {
     return toldResultOf(host, [&] {
-        NamedFile file(path, host);
-        return readBytes(file.read(whatItIs, [](ByteView) {}), host.deflate);
+        Host unwatched = host; // who reads it for its doses watches them
+        unwatched.watch = nullptr;
+        NamedFile file(path, unwatched);
+        return readBytes(file.read(whatItIs, [](ByteView) {}).bytes, host.deflate);
     });
 }
 

@@ -44,7 +44,7 @@ NrrdLayers readNrrdLayers(ByteView file, const FindFile& find, const Host& host)
     nrrd::Volume volume = nrrd::readAll(file, nrrd::Lists::layers, find, host);
     NrrdLayers layers{std::move(volume.dose), {}, keysOf(volume.header)};
     for (std::size_t i = 0; i < static_cast<std::size_t>(volume.axes.layerCount()); ++i) {
-        Image image = toPatientAxes(volume.stored, volume.axes.layers ? layerOf(volume, i)
+        Image image = toPatientAxes(volume.stored, volume.axes.layers ? Values(layerOf(volume, i))
                                                                       : std::move(volume.values));
         layers.common.image.geometry = image.geometry;
         layers.values.push_back(std::move(image.values));

@@ -17,9 +17,9 @@ namespace files
 
 /** The volumes of a NRRD whose axis of the kind "list" counts them, and what else it says. */
 struct NrrdLayers {
-    DoseImage common;                       ///< all but the values
-    std::vector<LargeVector<float>> values; ///< of each layer; one without such an axis
-    TextHeader keys;                        ///< of its lines "key:=value"
+    DoseImage common;           ///< all but the values
+    std::vector<Values> values; ///< of each layer; one without such an axis
+    TextHeader keys;            ///< of its lines "key:=value"
 };
 
 /** Reads all layers; what the file does not tell is told as a warning. @throws Refusal */

@@ -91,8 +91,8 @@ ByteView behindLines(ByteView bytes, std::int64_t count)
 }
 
 /** The values behind so many skipped bytes, which in packed data are bytes of what is packed. */
-LargeVector<float> unpackedValues(ByteView data, std::int64_t skip, const ValueFormat& format,
-                                  const Scaling& scaling, std::size_t count, const Deflate& deflate)
+Values unpackedValues(ByteView data, std::int64_t skip, const ValueFormat& format,
+                      const Scaling& scaling, std::size_t count, const Deflate& deflate)
 {
     if (skip < 0) {
         refuseUnsupported(
@@ -109,8 +109,8 @@ LargeVector<float> unpackedValues(ByteView data, std::int64_t skip, const ValueF
     }
     Bytes bytes(whole);
     unpackInto(bytes.buffer(), data, deflate);
-    return plainValues(part(bytes.view(), static_cast<std::uint64_t>(skip)), format, scaling,
-                       count);
+    const ByteView values = part(bytes.view(), static_cast<std::uint64_t>(skip));
+    return plainValues(Contents(Contents(bytes), values), format, scaling, count);
 }
 
 } // namespace
@@ -141,8 +141,8 @@ Scaling scalingOf(const Header& header, DoseImage& dose)
     return {};
 }
 
-LargeVector<float> valuesOf(const Header& header, ByteView data, const Scaling& scaling,
-                            std::size_t count, const Deflate& deflate)
+Values valuesOf(const Header& header, const Contents& data, const Scaling& scaling,
+                std::size_t count, const Deflate& deflate)
 {
     const std::string encoding = lowerCase(header.need("encoding"));
     const bool isText = encoding == "ascii" || encoding == "text" || encoding == "txt";
@@ -153,18 +153,19 @@ LargeVector<float> valuesOf(const Header& header, ByteView data, const Scaling& 
     }
     ValueFormat format = formatOf(header);
     format.isBigEndian = isBigEndian(header, format.bytes, isText);
-    data = behindLines(data, skipOf(header, {"line skip", "lineskip"}, "a line skip", 0));
+    ByteView bytes =
+        behindLines(data.bytes, skipOf(header, {"line skip", "lineskip"}, "a line skip", 0));
     const std::int64_t skip = skipOf(header, {"byte skip", "byteskip"}, "a byte skip", -1);
     if (isPacked) {
-        return unpackedValues(data, skip, format, scaling, count, deflate);
+        return unpackedValues(bytes, skip, format, scaling, count, deflate);
     }
     const std::uint64_t needed = bytesOf(format, count);
-    if (skip < 0 && data.size() > needed && !isText) {
-        data = data.last(static_cast<std::size_t>(needed));
+    if (skip < 0 && bytes.size() > needed && !isText) {
+        bytes = bytes.last(static_cast<std::size_t>(needed));
     }
-    data = part(data, skip < 0 ? 0 : static_cast<std::uint64_t>(skip));
-    return isText ? writtenValues(asText(data), format, scaling, count)
-                  : plainValues(data, format, scaling, count);
+    bytes = part(bytes, skip < 0 ? 0 : static_cast<std::uint64_t>(skip));
+    return isText ? writtenValues(asText(bytes), format, scaling, count)
+                  : plainValues(Contents(data, bytes), format, scaling, count);
 }
 
 } // namespace files::nrrd

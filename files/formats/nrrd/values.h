@@ -21,8 +21,8 @@ namespace files::nrrd
 Scaling scalingOf(const Header& header, DoseImage& dose);
 
 /** So many values. @param data of the file, or of the one that it names @throws Refusal */
-LargeVector<float> valuesOf(const Header& header, ByteView data, const Scaling& scaling,
-                            std::size_t count, const Deflate& deflate);
+Values valuesOf(const Header& header, const Contents& data, const Scaling& scaling,
+                std::size_t count, const Deflate& deflate);
 
 } // namespace files::nrrd
 

@@ -29,9 +29,9 @@ std::size_t valueCount(std::size_t voxels, std::int64_t layers)
 
 } // namespace
 
-Volume readAll(ByteView file, Lists lists, const FindFile& find, const Host& host)
+Volume readAll(const Contents& file, Lists lists, const FindFile& find, const Host& host)
 {
-    Volume volume{parseHeader(file), {}, {}, {}, {}};
+    Volume volume{parseHeader(file.bytes), {}, {}, {}, {}};
     const Header& header = volume.header;
     volume.axes = axesOf(header, lists);
     volume.stored = geometryOf(header, volume.axes, volume.dose);
@@ -43,7 +43,8 @@ Volume readAll(ByteView file, Lists lists, const FindFile& find, const Host& hos
         checkDataFileName(*name);
         companion = valueOf(find(*name));
     }
-    const ByteView data = name == nullptr ? part(file, header.length) : companion.view();
+    const Contents data =
+        name == nullptr ? Contents(file, part(file.bytes, header.length)) : Contents(companion);
     volume.values = valuesOf(header, data, scaling, count, host.deflate);
     return volume;
 }
@@ -53,7 +54,7 @@ Volume readAll(ByteView file, Lists lists, const FindFile& find, const Host& hos
 namespace files
 {
 
-DoseImage readNrrd(ByteView file, const FindFile& find, const Host& host)
+DoseImage readNrrd(const Contents& file, const FindFile& find, const Host& host)
 {
     nrrd::Volume volume = nrrd::readAll(file, nrrd::Lists::refused, find, host);
     volume.dose.image = toPatientAxes(volume.stored, std::move(volume.values));

@@ -23,11 +23,14 @@ struct Volume {
     Axes axes;
     DoseImage dose; ///< without values
     StoredGeometry stored;
-    LargeVector<float> values;
+    Values values;
 };
 
-/** Reads the header and all values, those in the file that it names too. @throws Refusal */
-Volume readAll(ByteView file, Lists lists, const FindFile& find, const Host& host);
+/**
+ * Reads the header and all values, those in the file that it names too. What is in the header stays
+ * only as long as the file is lent. @throws Refusal
+ */
+Volume readAll(const Contents& file, Lists lists, const FindFile& find, const Host& host);
 
 } // namespace files::nrrd
 

@@ -68,6 +68,7 @@ inline zarngi::DoseImage sampled(const Grid& grid, const Field& field, double no
     }
     const zarngi::Vec3& origin = dose.image.geometry.origin;
     Noise random(seed);
+    files::LargeVector<float> doses;
     for (int k = 0; k < grid.size[2]; ++k) {
         for (int j = 0; j < grid.size[1]; ++j) {
             for (int i = 0; i < grid.size[0]; ++i) {
@@ -75,11 +76,12 @@ inline zarngi::DoseImage sampled(const Grid& grid, const Field& field, double no
                     field(origin[0] + i * grid.spacing[0], origin[1] + j * grid.spacing[1],
                           origin[2] + k * grid.spacing[2]);
                 constexpr double uniformToDeviation = 1.7320508;
-                dose.image.values.own().push_back(
+                doses.push_back(
                     static_cast<float>(value * (1 + noise * uniformToDeviation * random.next())));
             }
         }
     }
+    dose.image.values = std::move(doses);
     return dose;
 }
 

@@ -230,15 +230,17 @@ TEST(Goals, ConformityIsThatOfPaddick)
 TEST(IsodoseVolume, IsThatOfABall)
 {
     Image image{{{41, 39, 25}, {1.5, 1.5, 2.5}, {-30, -28.5, -30}}, {}};
+    files::LargeVector<float> doses;
     const std::array<int, 3>& size = image.geometry.size;
     for (int z = 0; z < size[2]; ++z) {
         for (int y = 0; y < size[1]; ++y) {
             for (int x = 0; x < size[0]; ++x) {
-                image.values.own().push_back(static_cast<float>(
+                doses.push_back(static_cast<float>(
                     100 - std::hypot(-30 + 1.5 * x, -28.5 + 1.5 * y, -30 + 2.5 * z)));
             }
         }
     }
+    image.values = std::move(doses);
     constexpr double radius = 20;
     const double ball = 4.0 / 3 * std::numbers::pi * radius * radius * radius / 1000;
     EXPECT_NEAR(zarngi::isodoseVolume(viewOf(image), 100 - radius), ball, 0.01 * ball);

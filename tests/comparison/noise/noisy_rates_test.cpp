@@ -24,18 +24,19 @@ constexpr double maximum = 50;
 /** A dose like a hill; `shift` (mm) moves it. */
 DoseImage hill(double shift)
 {
-    DoseImage dose;
-    dose.image.geometry = grid;
+    files::LargeVector<float> doses;
     for (int z = 0; z < grid.size[2]; ++z) {
         for (int y = 0; y < grid.size[1]; ++y) {
             for (int x = 0; x < grid.size[0]; ++x) {
                 const double square = std::pow((grid.origin[0] + 2 * x - shift) / 20, 2) +
                                       std::pow((grid.origin[1] + 2.5 * y) / 18, 2) +
                                       std::pow((grid.origin[2] + 3 * z) / 18, 2);
-                dose.image.values.own().push_back(static_cast<float>(maximum * std::exp(-square)));
+                doses.push_back(static_cast<float>(maximum * std::exp(-square)));
             }
         }
     }
+    DoseImage dose;
+    dose.image = {grid, std::move(doses)};
     return dose;
 }
 
@@ -45,8 +46,9 @@ struct Pair {
         : reference(hill(0)), evaluation(hill(1.7)), run(reference, evaluation)
     {
         for (DoseImage* const dose : {&reference, &evaluation}) {
-            for (const float value : dose->image.values) {
-                dose->uncertainty.push_back(part * value);
+            dose->uncertainty = dose->image.values;
+            for (float& value : dose->uncertainty.own()) {
+                value *= part;
             }
         }
         settings.normalisation = maximum;

@@ -25,11 +25,12 @@ namespace
 /** Voxels of 2 mm whose doses are 1 Gy per mm along x, from 1 Gy at x = 1 mm on. */
 Image ramp(int width)
 {
-    Image image{{{width, 2, 2}, {2, 2, 2}, {1, 1, 1}}, {}};
-    for (std::size_t i = 0; i < image.geometry.voxels(); ++i) {
-        image.values.own().push_back(static_cast<float>(1 + 2 * (static_cast<int>(i) % width)));
+    const Geometry grid{{width, 2, 2}, {2, 2, 2}, {1, 1, 1}};
+    files::LargeVector<float> doses;
+    for (std::size_t i = 0; i < grid.voxels(); ++i) {
+        doses.push_back(static_cast<float>(1 + 2 * (static_cast<int>(i) % width)));
     }
-    return image;
+    return {grid, std::move(doses)};
 }
 
 /** A row of points along x, two for each voxel of a grid of 2 mm. */
