@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <span>
 #include <stdexcept>
 #include <vector>
 
@@ -31,8 +32,29 @@ struct Volume {
     const char* kind;
     const char* grid;
     int decimals;
-    std::function<std::vector<std::int16_t>()> words;
+    std::function<std::string(const PagePacking& packing)> encoded;
 };
+
+std::string encodedDoses(const DoseImage& dose, int decimals, const PagePacking& packing)
+{
+    return encodedWords(
+        dose.image.values.size(),
+        [&](std::size_t first, std::size_t count) {
+            return pageDoses(dose, decimals, first, count);
+        },
+        packing);
+}
+
+std::string encodedGammas(std::span<const float> gammas, std::span<const unsigned char> passed,
+                          const PagePacking& packing)
+{
+    return encodedWords(
+        gammas.size(),
+        [&](std::size_t first, std::size_t count) {
+            return storedGammas(gammas.subspan(first, count), passed.subspan(first, count));
+        },
+        packing);
+}
 
 /** Of the map after the change that an explanation found. */
 constexpr const char* gammaAfterName = "gamma-after";
@@ -50,24 +72,35 @@ std::vector<Volume> volumesOf(const Comparison& comparison, const StoredGammasOf
         return {};
     }
     const int decimals = pageDoseDecimals(comparison);
-    const auto stored = [decimals](const DoseImage& dose) {
-        return [&dose, decimals] { return pageDoses(dose, decimals); };
+    const auto doses = [decimals](const DoseImage& dose) {
+        return [&dose, decimals](const PagePacking& packing) {
+            return encodedDoses(dose, decimals, packing);
+        };
     };
     std::vector<Volume> volumes = {
-        {"reference", "dose", "reference", decimals, stored(comparison.reference)},
-        {"evaluation", "dose", "evaluation", decimals, stored(comparison.evaluation)}};
+        {"reference", "dose", "reference", decimals, doses(comparison.reference)},
+        {"evaluation", "dose", "evaluation", decimals, doses(comparison.evaluation)}};
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
+        const CriterionResult& result = comparison.results[i];
         volumes.push_back({gammaName(i), "gamma", "reference", gammaDecimals,
-                           [&gammasOf, i] { return gammasOf(i); }});
+                           [&gammasOf, &result, i](const PagePacking& packing) {
+                               return gammasOf
+                                          ? encodedNumbers(gammasOf(i), packing)
+                                          : encodedGammas(result.gamma, result.passed, packing);
+                           }});
     }
     if (comparison.explanation) {
         const GammaMaps& after = comparison.explanation->after;
         volumes.push_back({gammaAfterName, "gamma", "reference", gammaDecimals,
-                           [&after] { return storedGammas(after.gamma, after.passed); }});
+                           [&after](const PagePacking& packing) {
+                               return encodedGammas(after.gamma, after.passed, packing);
+                           }});
     }
     if (comparison.noise) {
         volumes.push_back({inUncertaintiesName, "difference", "reference", uncertaintyDecimals,
-                           [&comparison] { return pageDifferences(comparison); }});
+                           [&comparison](const PagePacking& packing) {
+                               return encodedNumbers(pageDifferences(comparison), packing);
+                           }});
     }
     return volumes;
 }
@@ -87,25 +120,22 @@ Json listOf(const std::vector<Volume>& volumes)
 }
 
 /** Elements that carry binary data. */
-std::string elementsOf(const std::vector<PageElement>& list, int threads)
+std::vector<std::string> elementsOf(const std::vector<PageElement>& list, int threads)
 {
     std::vector<std::string> texts(list.size());
-    forEachIndex(list.size(), threads, [&](std::size_t i) { texts[i] = list[i].content(); });
-    std::string elements;
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        elements += "<script type=\"application/octet-stream\" id=\"" + list[i].id + "\">" +
-                    texts[i] + "</script>\n";
-    }
-    return elements;
+    forEachIndex(list.size(), threads, [&](std::size_t i) {
+        texts[i] = "<script type=\"application/octet-stream\" id=\"" + list[i].id + "\">" +
+                   list[i].content() + "</script>\n";
+    });
+    return texts;
 }
 
 std::vector<PageElement> elementsOf(const std::vector<Volume>& volumes, const PagePacking& packing)
 {
     std::vector<PageElement> elements;
     for (const Volume& volume : volumes) {
-        elements.push_back({"volume-" + volume.name, [&volume, &packing] {
-                                return encodedNumbers(volume.words(), packing);
-                            }});
+        elements.push_back(
+            {"volume-" + volume.name, [&volume, &packing] { return volume.encoded(packing); }});
     }
     return elements;
 }
@@ -122,17 +152,26 @@ std::string embeddable(const Json& document)
 
 /** @param elements those of binary data @throws std::runtime_error where there is no place */
 std::string filledPage(std::string_view pageTemplate, const Json& document,
-                       const std::string& elements)
+                       const std::vector<std::string>& elements)
 {
     const auto position = pageTemplate.find(marker);
     if (position == std::string_view::npos) {
         throw std::runtime_error("the report's template has no place for its data");
     }
-    std::string page(pageTemplate.substr(0, position));
+    const std::string data = embeddable(document);
+    std::size_t size = pageTemplate.size() + data.size() + marker.size();
+    for (const std::string& element : elements) {
+        size += element.size();
+    }
+    std::string page;
+    page.reserve(size + 64); // its own element
+    page += pageTemplate.substr(0, position);
     page += "<script type=\"application/json\" id=\"zarngi-data\">";
-    page += embeddable(document);
+    page += data;
     page += "</script>\n";
-    page += elements;
+    for (const std::string& element : elements) {
+        page += element;
+    }
     return page += pageTemplate.substr(position + marker.size());
 }
 
@@ -173,7 +212,7 @@ bool isPageTemplate(std::string_view text)
 
 std::string evaluationPage(const Json& document, std::string_view pageTemplate)
 {
-    return filledPage(pageTemplate, document, "");
+    return filledPage(pageTemplate, document, {});
 }
 
 std::string reportPage(const Comparison& comparison, const Json& record,
@@ -181,11 +220,7 @@ std::string reportPage(const Comparison& comparison, const Json& record,
                        const StoredGammasOf& gammasOf)
 {
     Json document = record;
-    const StoredGammasOf ofResults = [&comparison](std::size_t criterion) {
-        const CriterionResult& result = comparison.results[criterion];
-        return storedGammas(result.gamma, result.passed);
-    };
-    const std::vector<Volume> volumes = volumesOf(comparison, gammasOf ? gammasOf : ofResults);
+    const std::vector<Volume> volumes = volumesOf(comparison, gammasOf);
     document["volumes"] = listOf(volumes);
     for (std::size_t i = 0; i < comparison.results.size(); ++i) {
         document["criteria"][i]["gammaVolume"] = gammaName(i);

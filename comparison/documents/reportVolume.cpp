@@ -27,23 +27,40 @@ std::int16_t stored(double value)
     return static_cast<std::int16_t>(limited + std::copysign(almostHalf, limited));
 }
 
-template <class Number> files::Bytes shuffled(const std::vector<Number>& numbers)
+/** The bytes of so many numbers, a plane for the lowest ones, one for the next... */
+template <class Number> class Planes
 {
-    files::Bytes bytes(sizeof(Number) * numbers.size());
-    for (std::size_t byte = 0; byte < sizeof(Number); ++byte) {
-        const auto plane = bytes.buffer().subspan(byte * numbers.size(), numbers.size());
-        std::transform(numbers.begin(), numbers.end(), plane.begin(), [byte](Number number) {
-            const auto bits = static_cast<std::make_unsigned_t<Number>>(number);
-            return static_cast<unsigned char>(bits >> (8 * byte));
-        });
+public:
+    explicit Planes(std::size_t count) : count_(count), bytes_(sizeof(Number) * count) {}
+
+    /** @param first of all, at which these numbers begin */
+    void put(std::size_t first, const std::vector<Number>& numbers)
+    {
+        for (std::size_t byte = 0; byte < sizeof(Number); ++byte) {
+            unsigned char* const plane = bytes_.data() + byte * count_ + first;
+            std::transform(numbers.begin(), numbers.end(), plane, [byte](Number number) {
+                const auto bits = static_cast<std::make_unsigned_t<Number>>(number);
+                return static_cast<unsigned char>(bits >> (8 * byte));
+            });
+        }
     }
-    return bytes;
-}
+
+    std::string encoded(const PagePacking& packing) const
+    {
+        return packing.base64(files::packZlib(bytes_.view(), packing.deflate).view());
+    }
+
+private:
+    std::size_t count_;
+    files::Bytes bytes_;
+};
 
 template <class Number>
 std::string encoded(const std::vector<Number>& numbers, const PagePacking& packing)
 {
-    return packing.base64(files::packZlib(shuffled(numbers).view(), packing.deflate).view());
+    Planes<Number> planes(numbers.size());
+    planes.put(0, numbers);
+    return planes.encoded(packing);
 }
 
 } // namespace
@@ -91,6 +108,16 @@ std::vector<std::int16_t> storedDifferences(std::span<const float> differences)
                                       : stored(static_cast<double>(difference) * factor);
     });
     return words;
+}
+
+std::string encodedWords(std::size_t count, const WordsFrom& words, const PagePacking& packing)
+{
+    constexpr std::size_t mostWords = std::size_t{1} << 15;
+    Planes<std::int16_t> planes(count);
+    for (std::size_t first = 0; first < count; first += mostWords) {
+        planes.put(first, words(first, std::min(mostWords, count - first)));
+    }
+    return planes.encoded(packing);
 }
 
 std::string encodedNumbers(const std::vector<std::int16_t>& stored, const PagePacking& packing)

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <span>
 #include <string>
@@ -43,7 +44,18 @@ std::vector<std::int16_t> storedGammas(std::span<const float> gammas,
 /** In thousandths; `notStored` for what is not a number. */
 std::vector<std::int16_t> storedDifferences(std::span<const float> differences);
 
-/** The lowest bytes of all numbers, then the next..., compressed by zlib, in base64. */
+/** So many stored words from one on. */
+using WordsFrom =
+    std::function<std::vector<std::int16_t>(std::size_t first, std::size_t mostWords)>;
+
+/**
+ * The low bytes of all words, then the high ones, compressed by zlib, in base64. The words are
+ * asked for in turn, as many as a processor keeps near it.
+ * @param count of all words
+ */
+std::string encodedWords(std::size_t count, const WordsFrom& words, const PagePacking& packing);
+
+/** The lowest bytes of all numbers, then the next..., in the same way. */
 std::string encodedNumbers(const std::vector<std::int16_t>& stored, const PagePacking& packing);
 std::string encodedNumbers(const std::vector<std::int32_t>& stored, const PagePacking& packing);
 

@@ -77,9 +77,10 @@ public:
 
     files::Result<files::DoseImage> dose(const files::TableUnits& units = {})
     {
-        contents();
-        return withPaths(files::readDose(files::Contents(contents_), path_, finder(),
-                                         scriptHost(isDiscreet_, units)));
+        constexpr std::size_t large = std::size_t{1} << 24; // where memory is dearer than time
+        const files::ByteView lent = contents();
+        return withPaths(files::readDose(lent.size() < large ? lent : files::Contents(contents_),
+                                         path_, finder(), scriptHost(isDiscreet_, units)));
     }
 
     bool isPlan() { return files::isPlan(contents(), scriptDeflate()); }
@@ -101,7 +102,7 @@ public:
     }
 
 private:
-    /** Fetched once more where a dose has kept them. @throws files::Refusal */
+    /** Fetched once more where a large dose has kept them, as for a mask. @throws files::Refusal */
     files::ByteView contents()
     {
         if (contents_.size() == 0) {
