@@ -367,14 +367,15 @@ describe('what is kept of files', () => {
     const reads = {};
     let held;
 
-    const metaImage = (value, cut = 0) => {
-        const head = `ObjectType = Image\nNDims = 3\nBinaryData = True\nBinaryDataByteOrderMSB = False\nOffset = 0 0 0\nElementSpacing = 2 2 2\nDimSize = ${size.join(' ')}\nElementType = MET_FLOAT\nElementDataFile = LOCAL\n`;
-        const values = new Float32Array(doseBytes / 4).map((_, i) => value(i));
+    const metaImage = (value, cut = 0, grid = size) => {
+        const head = `ObjectType = Image\nNDims = 3\nBinaryData = True\nBinaryDataByteOrderMSB = False\nOffset = 0 0 0\nElementSpacing = 2 2 2\nDimSize = ${grid.join(' ')}\nElementType = MET_FLOAT\nElementDataFile = LOCAL\n`;
+        const values = new Float32Array(grid.reduce((a, b) => a * b)).map((_, i) => value(i));
         return Buffer.concat([Buffer.from(head), Buffer.from(values.buffer)]).subarray(0, cut || undefined);
     };
     const names = Array.from({ length: 12 }, (_, n) => `dose${n}.mha`);
     const contents = {
         'mask.mha': () => metaImage((i) => i % 3),
+        'large-mask.mha': () => metaImage((i) => i % 3, 0, [200, 200, 110]),
         'short.mha': () => metaImage((i) => i + 0.5, 5000),
         'new.nrrd': () => Buffer.from('NRRD0009\n\n'),
         'photo.jpg': () => Buffer.from([0xff, 0xd8, 0xff, 0xe0, ...Array(2000).fill(7)]),
@@ -410,6 +411,14 @@ describe('what is kept of files', () => {
         assert.equal(identify('short.mha').failure, 'damaged');
         assert.equal(identify('new.nrrd').failure, 'notSupported');
         assert.equal(identify('mask.mha').mask.names.length, 2);
+    });
+
+    // Its doses stay in the block that the file was read into.
+    test('a large mask is a dose and structures, for which it is read once more', () => {
+        const { kind, mask, grid } = identify('large-mask.mha');
+        assert.deepEqual([kind, mask.names.length, grid.maximum.dose], ['mask', 2, 2]);
+        assert.equal(reads['large-mask.mha'], 2);
+        held.call({ call: 'forget', path: 'large-mask.mha' });
     });
 
     test('of many doses those that are compared, and the last two', () => {
