@@ -25,9 +25,9 @@ constexpr const char* whatItIs = "dose file";
         "of measured doses)");
 }
 
-DoseImage readDicom(ByteView bytes, const Host& host)
+DoseImage readDicom(const Contents& contents, const Host& host)
 {
-    const DicomFile file = openDicomFile(bytes, host.deflate);
+    const DicomFile file = openDicomFile(contents, host.deflate);
     return isDicomRtImage(file) ? readDicomRtImage(file, host) : readDicomDose(file, host);
 }
 
@@ -43,7 +43,7 @@ DoseImage readContents(const Contents& file, const std::string& name, const Find
     }
     DoseImage dose = isTable(*format)        ? readTable(*format, file.bytes, host)
                      : isSimulation(*format) ? readSimulation(*format, file.bytes, find, host)
-                     : *format == FileFormat::dicom ? readDicom(file.bytes, host)
+                     : *format == FileFormat::dicom ? readDicom(file, host)
                                                     : readVolume(*format, file, find, host);
     checkValues(dose, name);
     return dose;

@@ -1,6 +1,7 @@
 /** DICOM RT Dose, read from bytes that are put together here element by element. */
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <numeric>
@@ -157,6 +158,34 @@ TEST(DicomDose, SyntaxesGiveTheSameDoses)
     for (const auto& [name, file] : table) {
         EXPECT_EQ(outcome(file), good) << name;
     }
+}
+
+TEST(DicomDose, ValuesOf32BitsStayInTheBlockOfTheirFile)
+{
+    Dose dose;
+    dose.bits(32, 32, 31).set(0x00280010, 60).set(0x00280011, 20);
+    string values;
+    for (std::size_t i = 0; i < 2400; ++i) {
+        values += number32(i);
+    }
+    const string file = dose.set(0x7FE00010, "OW", values).set(0x3004000A, "CS", "PLAN").file();
+    const Host host{nativeDeflate()};
+    const Result<DoseImage> lent = read(file);
+    ASSERT_TRUE(lent);
+    Bytes block(file.size());
+    std::copy(file.begin(), file.end(), block.data());
+    const unsigned char* const begin = block.data();
+    const DoseImage given = readDicomDose(openDicomFile(Contents(block), host.deflate), host);
+    EXPECT_EQ(block.size(), 0U);
+    const Values& doses = given.image.values;
+    const auto* const first = reinterpret_cast<const unsigned char*>(doses.data());
+    EXPECT_TRUE(first >= begin && first < begin + file.size());
+    EXPECT_TRUE(std::equal(doses.begin(), doses.end(), lent->image.values.begin(),
+                           lent->image.values.end()));
+    EXPECT_EQ(doses[2399], 1199.5F);
+    EXPECT_EQ(given.dicom->summationType, "PLAN");
+    EXPECT_EQ(given.image.geometry.origin, lent->image.geometry.origin);
+    EXPECT_EQ(given.image.geometry.spacing, lent->image.geometry.spacing);
 }
 
 TEST(DicomDose, Geometry)

@@ -89,8 +89,10 @@ std::uint64_t mostOfDataSet(const DicomStart& start, const Deflate& deflate)
 }
 
 /** Opens a file; `most` tells how much it may unpack to, or nothing for what its grid needs. */
-DicomFile opened(ByteView file, const Deflate& deflate, const std::optional<std::uint64_t>& most)
+DicomFile opened(const Contents& contents, const Deflate& deflate,
+                 const std::optional<std::uint64_t>& most)
 {
+    const ByteView file = contents.bytes;
     Bytes unpacked;
     if (isGzip(file)) {
         unpacked = unpackAll(file, deflate, most ? *most : mostOfGzipFile(file, deflate));
@@ -103,12 +105,14 @@ DicomFile opened(ByteView file, const Deflate& deflate, const std::optional<std:
     }
     DicomDataSet data =
         readDicomElements(isDeflated(start) ? inflated.view() : start.dataSet, start.syntax);
-    return {std::move(unpacked), std::move(inflated), whole, std::move(start), std::move(data)};
+    Bytes* const block = isGzip(file) || isDeflated(start) ? nullptr : contents.block;
+    return {std::move(unpacked), std::move(inflated), whole, block,
+            std::move(start),    std::move(data)};
 }
 
 } // namespace
 
-DicomFile openDicomFile(ByteView file, const Deflate& deflate)
+DicomFile openDicomFile(const Contents& file, const Deflate& deflate)
 {
     return opened(file, deflate, {});
 }
@@ -127,7 +131,8 @@ DicomFile openDicomBeginning(ByteView file, const Deflate& deflate, std::size_t 
         isDeflated(start) ? beginningOfDeflated(start.dataSet, deflate, most) : Bytes();
     DicomDataSet data =
         readWholeDicomElements(isDeflated(start) ? inflated.view() : start.dataSet, start.syntax);
-    return {std::move(unpacked), std::move(inflated), beginning, std::move(start), std::move(data)};
+    return {std::move(unpacked), std::move(inflated), beginning, nullptr,
+            std::move(start),    std::move(data)};
 }
 
 } // namespace files

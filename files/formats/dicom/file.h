@@ -20,6 +20,9 @@ struct DicomFile {
     Bytes unpacked; ///< the file, where it was packed by gzip
     Bytes inflated; ///< the data set, where it was deflated
     ByteView whole; ///< the file, not packed by gzip
+    /** That holds the data set, where who asks for its pixels may keep them there: the elements
+     * before the pixels are gone then. */
+    Bytes* block;
     DicomStart start;
     DicomDataSet data;
 
@@ -32,7 +35,7 @@ struct DicomFile {
  * elements, and reads its elements.
  * @throws Refusal when it is damaged, cut short, or unpacks to more.
  */
-DicomFile openDicomFile(ByteView file, const Deflate& deflate);
+DicomFile openDicomFile(const Contents& file, const Deflate& deflate);
 
 /** Opens a file without a grid, which unpacks to at most `most` bytes. @throws Refusal */
 DicomFile openDicomFile(ByteView file, const Deflate& deflate, std::uint64_t most);

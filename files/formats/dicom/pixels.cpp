@@ -287,9 +287,13 @@ Values dicomPixels(const DicomFile& file, const DicomPixelFormat& format, std::s
     }
     Bytes buffer;
     const ByteView bytes = StoredPixels(file, *pixels, format, voxels, frames).find(buffer, host);
+    const bool isUnpacked = buffer.size() > 0;
     const bool isBigEndian = file.start.syntax.isBigEndian && format.bits > 8;
     checkStoredBits(bytes, format, isBigEndian);
-    return plainValues(bytes, valueFormatOf(format, isBigEndian), {factor, 0}, voxels);
+    const Contents contents = isUnpacked              ? Contents(buffer)
+                              : file.block != nullptr ? Contents(Contents(*file.block), bytes)
+                                                      : Contents(bytes);
+    return plainValues(contents, valueFormatOf(format, isBigEndian), {factor, 0}, voxels);
 }
 
 } // namespace files

@@ -25,7 +25,8 @@ struct DicomPixelFormat {
 DicomPixelFormat dicomPixelFormat(const DicomValues& values);
 
 /**
- * The values times a factor, unpacked where they are packed, frame by frame.
+ * The values times a factor, unpacked where they are packed, frame by frame. What else the file
+ * says is to be read before: the values may stay in its block.
  * @param voxels of all frames together; from 1 to 2^31 - 1, a multiple of `frames`.
  * @throws Refusal when there are fewer or more values, when they are damaged, need more bits than
  * their format tells, or are packed in a way that neither this library nor the host knows.

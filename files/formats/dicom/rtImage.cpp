@@ -140,6 +140,9 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
     }
     const StoredGeometry stored = geometryOf(values, dose);
     const std::size_t voxels = checkGeometry(stored);
+    Measurement& plane = dose.measurement.emplace();
+    plane.place = placeOf(values);
+    plane.sourceDistance = distanceOf(values);
     // Stored values of up to 24 bits are exact; so is what they are rescaled to, until it is
     // rounded.
     Values doses = dicomPixels(file, dicomPixelFormat(values), voxels, 1, 1, host);
@@ -148,9 +151,6 @@ DoseImage readDicomRtImage(const DicomFile& file, const Host& host)
             static_cast<float>((static_cast<double>(value) * slope + intercept) / units.perUnit);
     }
     dose.image = toPatientAxes(stored, std::move(doses));
-    Measurement& plane = dose.measurement.emplace();
-    plane.place = placeOf(values);
-    plane.sourceDistance = distanceOf(values);
     return dose;
 }
 
