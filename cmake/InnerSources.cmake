@@ -9,8 +9,8 @@ get_filename_component(zarngi_top ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
 # zarngi_standard_headers(TARGET): headers of the standard library, parsed once for all sources of a
 # target. Each source includes what it uses all the same: scripts/tidy.sh compiles it without.
 function(zarngi_standard_headers target)
-    target_precompile_headers(${target} PRIVATE
-        <algorithm> <array> <cmath> <cstdint> <functional> <limits> <map> <memory> <optional> <set>
+    target_precompile_headers(${target} PRIVATE ${zarngi_top}/cmake/plainMath.h
+        <algorithm> <array> <cstdint> <functional> <limits> <map> <memory> <optional> <set>
         <span> <string> <string_view> <utility> <variant> <vector>)
 endfunction()
 

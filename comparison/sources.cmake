@@ -129,13 +129,17 @@ list(APPEND comparison_of_little_work
     compare.cpp
     conditions.cpp
     criterion.cpp
+    example/syntheticStructures.cpp
     failure.cpp
     selfTest/fileCases.cpp
+    selfTest/installation.cpp
     selfTest/structureCases.cpp
     sentence.cpp
+    sources/diskSource.cpp
     structures/namePattern.cpp
     structures/structureCatalogue.cpp
     structures/structureExpression.cpp
     structures/structureLimits.cpp
     structures/structureNotes.cpp
-    structures/structureSelection.cpp)
+    structures/structureSelection.cpp
+    sweep/criterionRange.cpp)

@@ -107,6 +107,7 @@ set(files_of_little_work
     pairNames.cpp
     readAnyFile.cpp
     formats/dicom/characterSets.cpp
+    formats/dicom/dose.cpp
     formats/dicom/elements.cpp
     formats/dicom/elementWriter.cpp
     formats/dicom/file.cpp
@@ -118,6 +119,8 @@ set(files_of_little_work
     formats/nrrd/geometry.cpp
     formats/nrrd/header.cpp
     formats/nrrd/space.cpp
+    formats/nrrd/values.cpp
+    formats/nrrd/volume.cpp
     formats/textHeader.cpp
     measurements/detectorArray.cpp
     measurements/gantryPlane.cpp

@@ -195,7 +195,9 @@ std::string describeNotes(const StructureComparison& structures)
     std::string text;
     for (const auto& [note, names] : notes) {
         const std::string list = join(names, ", ");
-        text += line("note", oneLine(names.size() == 1 ? list + ": " + note : note + ": " + list));
+        const bool isOfOne = names.size() == 1;
+        const std::string& what = isOfOne ? list : note;
+        text += line("note", oneLine(what + ": " + (isOfOne ? note : list)));
     }
     for (const RefusedStructure& refused : structures.refused) {
         text += line("left out", oneLine(refused.name + ": " + refused.reason));
