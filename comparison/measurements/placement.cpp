@@ -74,8 +74,9 @@ void becomePoints(DoseImage& dose)
     files::LargeVector<float> values;
     for (std::size_t i = 0; i < grid.voxels(); ++i) {
         if (measurement.isMeasured.empty() || measurement.isMeasured[i] != 0) {
+            const std::size_t row = i / width;
             measurement.points.push_back({grid.centre(0, static_cast<double>(i % width)),
-                                          grid.centre(1, static_cast<double>(i / width)), 0});
+                                          grid.centre(1, static_cast<double>(row)), 0});
             values.push_back(dose.image.values[i]);
         }
     }

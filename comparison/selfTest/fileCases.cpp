@@ -16,8 +16,6 @@ namespace zarngi::selftest
 namespace
 {
 
-using files::DoseImage;
-
 files::Result<files::Bytes> noOtherFile(const std::string& /*name*/)
 {
     return files::FileError{files::FileError::Kind::damaged, "has no file beside it"};

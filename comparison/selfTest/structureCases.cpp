@@ -29,9 +29,10 @@ files::Structure prism(const char* name, int number, const std::vector<std::arra
     structure.name = name;
     structure.number = number;
     for (int plane = 0; plane < planes; ++plane) {
+        const int fromMiddle = plane - planes / 2;
         Contour contour;
         for (const auto& [x, y] : base) {
-            contour.vertices.push_back({x, y, (plane - planes / 2) * planeDistance});
+            contour.vertices.push_back({x, y, fromMiddle * planeDistance});
         }
         structure.contours.push_back(std::move(contour));
     }

@@ -52,7 +52,7 @@ bool isAccepted(const DoseMetric& metric)
 
 std::string notation(const DoseMetric& metric, const std::string& value)
 {
-    const std::string text = (metric.isVolume() ? "V" : "D") + value;
+    std::string text = (metric.isVolume() ? "V" : "D") + value;
     switch (metric.kind) {
     case Kind::doseToShare:
         return text;

@@ -125,7 +125,7 @@ bool beginsTable(Layout& layout, const std::vector<TextLine>& lines, std::size_t
 {
     const TextLine& line = lines[index];
     if (auto named = columnsNamed(line, layout.separator)) {
-        layout.columns = std::move(*named);
+        layout.columns = *named;
         const bool hasUnits = index + 1 < lines.size() &&
                               takesUnits(layout.columns, lines[index + 1], layout.separator);
         addOwnUnits(layout, layout.columns.units);
