@@ -44,9 +44,8 @@ std::vector<std::int16_t> storedGammas(std::span<const float> gammas,
 /** In thousandths; `notStored` for what is not a number. */
 std::vector<std::int16_t> storedDifferences(std::span<const float> differences);
 
-/** So many stored words from one on. */
-using WordsFrom =
-    std::function<std::vector<std::int16_t>(std::size_t first, std::size_t mostWords)>;
+/** Gives `count` stored words, no more and no fewer, from the first of them on. */
+using WordsFrom = std::function<std::vector<std::int16_t>(std::size_t first, std::size_t count)>;
 
 /**
  * The low bytes of all words, then the high ones, compressed by zlib, in base64. The words are
