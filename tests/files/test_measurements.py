@@ -233,6 +233,21 @@ def test_place_of_an_image(tmp_path, changes, is_placed):
     np.testing.assert_allclose(first, expected, atol=1e-6)
 
 
+def test_an_image_whose_doses_stay_in_its_block_keeps_its_place(tmp_path):
+    """Of 32 bits, and most of its file: what stands before the pixels is written over."""
+    stored = np.arange(80 * 100).reshape(1, 80, 100)
+    told = {}
+    for bits in (16, 32):
+        path = tmp_path / f"{bits}.dcm"
+        path.write_bytes(dicom_image(stored, bits, **PLACED))
+        facts = by_program(str(path), (None, None))
+        told[bits] = {key: facts[key] for key in ("grid", "measurement", "dicom", "doseUnit")}
+    assert told[16]["measurement"]["place"]["at"] == [1, -2.5, 3]
+    assert told[32] == told[16]
+    doses = [zarngi.read(tmp_path / f"{bits}.dcm").dose for bits in (16, 32)]
+    assert np.array_equal(*doses) and doses[0].max() == 7999 / 64
+
+
 def compared(*arguments):
     run = subprocess.run([PROGRAM, "compare", *map(str, arguments), "--json", "-"],
                          capture_output=True, text=True, check=False)

@@ -407,10 +407,10 @@ def column_rows():
               "has a position of 1e+06 mm, which is no sensible one")
 
 
-def dicom_image(stored=None, **elements):
+def dicom_image(stored=None, bits=16, **elements):
     """An RT Image; its rows go down."""
     stored = (PLANE[::-1] * 64).astype(int)[np.newaxis] if stored is None else stored
-    made = variants_dicom.dataset(stored=stored)
+    made = variants_dicom.dataset(stored=stored, bits=bits)
     for keyword in ("DoseUnits", "DoseType", "DoseSummationType", "GridFrameOffsetVector",
                     "DoseGridScaling", "ImagePositionPatient", "ImageOrientationPatient",
                     "PixelSpacing", "NumberOfFrames", "SliceThickness", "FrameIncrementPointer"):
