@@ -10,6 +10,7 @@
 #include "gammaIndexKernelCPU/driver.h"
 #include "gammaIndexKernelCPU/passedMap.h"
 #include "gammaIndexKernelCPU/setup.h"
+#include "gammaIndexKernelCPU/testedPlanes.h"
 #include "gammaIndexKernelCPU/watch.h"
 #include "largePages.h"
 
@@ -225,6 +226,13 @@ std::size_t voxelsOf(const int* nn)
            static_cast<std::size_t>(nn[2]);
 }
 
+/** Puts one value in all voxels of a map that are to be tested. */
+template <class Value> void fillTested(Value* map, Value value)
+{
+    const VoxelRange range = testedVoxels();
+    std::fill(map + range.first, map + range.last, value);
+}
+
 void storeGrid(const GridFields& grid, const int* nn, const float* hs, const float* x0, float* map,
                bool isLent)
 {
@@ -267,6 +275,7 @@ int setGrid(const GridFields& grid, bool isReference, const int* nn, const float
     if (isReference) {
         std::fill(newGamma.get(), newGamma.get() + count, -1.0F);
         replaceGamma(std::move(newGamma));
+        setTestedPlanes(0, 0);
         gammaHoldsMap = true;
         voxelsAreCurrent = false;
     }
@@ -285,6 +294,7 @@ int lendGrid(const GridFields& grid, bool isReference, const int* nn, const floa
     storeGrid(grid, nn, hs, x0, const_cast<float*>(map), true);
     if (isReference) {
         replaceGamma(nullptr);
+        setTestedPlanes(0, 0);
         voxelsAreCurrent = false;
     }
     return ZARNGI_OK;
@@ -308,7 +318,7 @@ int computeGammaIndex()
     prepareGamma();
     const int result = evaluateGammaIndex();
     if (!gammaHoldsMap && !testsAnything()) {
-        std::fill(Env->gamma, Env->gamma + Env->N_ref, -1.0F);
+        fillTested(Env->gamma, -1.0F);
     }
     gammaHoldsMap = true;
     return result;
@@ -350,6 +360,7 @@ int zarnGI_reset()
         releaseGrid(Env->map_ref, referenceIsLent);
         releaseGrid(Env->map_eval, evaluationIsLent);
         replaceGamma(nullptr);
+        setTestedPlanes(0, 0);
         resetParameters();
         seedRandomGenerator();
         return ZARNGI_OK;
@@ -425,7 +436,8 @@ int zarnGI_getGammaIndex3DMap(float* gamma)
     return withEnvironment([&] {
         const int status = checkResults(gamma, Env->gamma != nullptr);
         if (status == ZARNGI_OK) {
-            std::copy(Env->gamma, Env->gamma + Env->N_ref, gamma);
+            const VoxelRange range = testedVoxels();
+            std::copy(Env->gamma + range.first, Env->gamma + range.last, gamma + range.first);
         }
         return status;
     });
@@ -593,7 +605,7 @@ int zarnGI_getPassed3DMap(unsigned char* passed)
         if (voxelsAreCurrent) {
             writePassed(passed);
         } else {
-            std::fill(passed, passed + Env->N_ref, static_cast<unsigned char>(ZARNGI_NOT_TESTED));
+            fillTested(passed, static_cast<unsigned char>(ZARNGI_NOT_TESTED));
         }
         return status;
     });
@@ -625,6 +637,28 @@ int zarnGI_lendGammaIndex3DMap(float* gamma)
         }
         releaseGamma();
         lentGamma = gamma;
+        return ZARNGI_OK;
+    });
+}
+
+int zarnGI_setTestedPlanes(int first, int count)
+{
+    return withEnvironment([&] {
+        if (isBusy()) {
+            return ZARNGI_BUSY;
+        }
+        if (Env->map_ref == nullptr) {
+            return ZARNGI_NO_REFERENCE;
+        }
+        const bool liesInGrid =
+            first >= 0 && count >= 1 && first < Env->nn_ref[2] && count <= Env->nn_ref[2] - first;
+        if (!liesInGrid && count != 0) {
+            return ZARNGI_OUT_OF_RANGE;
+        }
+        setTestedPlanes(first, count);
+        libStatus.hasFinished = 0;
+        gammaHoldsMap = false;
+        voxelsAreCurrent = false;
         return ZARNGI_OK;
     });
 }

@@ -469,6 +469,29 @@ ZARNGI_API int zarnGI_lendGammaIndex3DMap(float* gamma);
  */
 ZARNGI_API int zarnGI_releaseRecords(void);
 
+/**
+ * Restricts the computations that follow to some planes of the reference grid, those of constant z:
+ * only their voxels are tested, each with the result that it has in a computation of all. A large
+ * grid can so be computed part by part, with the records of one part at a time, or on several
+ * machines. Maps that the library reads or writes keep the places of the whole grid, but only these
+ * planes of them are read or written; the pass rate is that of these planes. Without a
+ * normalisation dose, that of the whole reference is looked for each time.
+ *
+ * A computation that has a normalisation dose and a search maximum needs no more of lent memory
+ * than this, whatever stands elsewhere, or whether that can be read at all: of the reference these
+ * planes and one on either side, of the evaluation the planes whose centres lie within
+ * (search maximum + 1) DTA and two voxels of the evaluation of theirs, and the nearest one; behind
+ * the last of them ZARNGI_LENT_MARGIN floats; of the memory for a gamma map these planes.
+ *
+ * There are no results until the next computation. The restriction ends with another one, with
+ * another reference grid, or with zarnGI_reset().
+ * @param first plane, 0 to nn[2] - 1.
+ * @param count of planes, 1 to nn[2] - first; 0: the whole grid, whatever `first`.
+ * @return ZARNGI_OK; ZARNGI_OUT_OF_RANGE; ZARNGI_NO_REFERENCE when there is no reference grid;
+ *         ZARNGI_BUSY; ZARNGI_NULL_POINTER when the environment cannot be had.
+ */
+ZARNGI_API int zarnGI_setTestedPlanes(int first, int count);
+
 /** @} */
 
 #ifdef __cplusplus

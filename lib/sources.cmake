@@ -27,6 +27,7 @@ set(library_sources
     gammaIndexKernelCPU/shares.cpp
     gammaIndexKernelCPU/shells.cpp
     gammaIndexKernelCPU/statistics.cpp
+    gammaIndexKernelCPU/testedPlanes.cpp
     gammaIndexKernelCPU/watch.cpp
     gammaIndexKernelCPU/workers.cpp)
 

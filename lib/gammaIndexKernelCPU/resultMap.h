@@ -12,6 +12,7 @@
 
 #include "engineState.h"
 #include "shares.h"
+#include "testedPlanes.h"
 
 namespace zarngi::engine
 {
@@ -35,19 +36,20 @@ void writePart(Value* map, std::size_t first, std::size_t last, Value untested, 
 }
 
 /**
- * Writes a map of the reference grid: valueOf(voxel) in the voxels of activeVoxels. It never fails:
- * where there is no memory for threads, the calling one writes it.
+ * Writes a map of the reference grid, in the planes that are tested: valueOf(voxel) in the voxels
+ * of activeVoxels. It never fails: where there is no memory for threads, the calling one writes it.
  * @param untested in all other voxels.
  */
 template <class Value, class ValueOf> void writeMap(Value* map, Value untested, ValueOf valueOf)
 {
+    const VoxelRange range = testedVoxels();
     const auto write = [&](std::size_t first, std::size_t last) {
-        writePart(map, first, last, untested, valueOf);
+        writePart(map, range.first + first, range.first + last, untested, valueOf);
     };
     try {
-        forShares(static_cast<std::size_t>(Env->num_threads), Env->N_ref, write);
+        forShares(static_cast<std::size_t>(Env->num_threads), range.size(), write);
     } catch (const std::bad_alloc&) {
-        write(0, Env->N_ref);
+        write(0, range.size());
     }
 }
 

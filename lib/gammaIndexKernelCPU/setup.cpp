@@ -12,6 +12,7 @@
 #include "largePages.h"
 #include "randomNumbers/randomNumbers.h"
 #include "shares.h"
+#include "testedPlanes.h"
 
 namespace zarngi::engine
 {
@@ -73,15 +74,17 @@ float largestDose(const float* map, std::size_t count, const std::vector<float>&
     return result == 0 ? *std::find(map, map + count, result) : result;
 }
 
-/** Calls visit(ivxl) for every reference voxel above the cut-off, in increasing order. */
+/** Calls visit(ivxl) for every voxel to test above the cut-off, in increasing order. */
 template <class Visit> void visitAboveCutoff(const DoseLevels& levels, Visit visit)
 {
+    const VoxelRange range = testedVoxels();
     for (std::size_t block = 0; block < levels.largestOfBlocks.size(); ++block) {
         if (!(levels.largestOfBlocks[block] > levels.cutoff)) {
             continue;
         }
-        const std::size_t end = std::min((block + 1) * blockSize, Env->N_ref);
-        for (std::size_t i = block * blockSize; i < end; ++i) {
+        const std::size_t begin = range.first + block * blockSize;
+        const std::size_t end = std::min(begin + blockSize, range.last);
+        for (std::size_t i = begin; i < end; ++i) {
             if (Env->map_ref[i] > levels.cutoff) {
                 visit(static_cast<std::int32_t>(i));
             }
@@ -141,8 +144,13 @@ float largestEvaluationDose()
 DoseLevels findDoseLevels()
 {
     DoseLevels levels{};
-    levels.largestOfBlocks = largestOfBlocks(Env->map_ref, Env->N_ref);
-    levels.maxDose = largestDose(Env->map_ref, Env->N_ref, levels.largestOfBlocks);
+    const VoxelRange range = testedVoxels();
+    const float* const tested = Env->map_ref + range.first;
+    levels.largestOfBlocks = largestOfBlocks(tested, range.size());
+    const bool isOfTested = Env->global_normalisation > 0 || range.size() == Env->N_ref;
+    levels.maxDose = isOfTested ? largestDose(tested, range.size(), levels.largestOfBlocks)
+                                : largestDose(Env->map_ref, Env->N_ref,
+                                              largestOfBlocks(Env->map_ref, Env->N_ref));
     levels.globalReferenceDose =
         Env->global_normalisation > 0 ? Env->global_normalisation : levels.maxDose;
     levels.cutoff = DCO / 100 * levels.globalReferenceDose;

@@ -13,11 +13,12 @@ namespace zarngi::engine
 
 /** The doses that decide which voxels are tested. */
 struct DoseLevels {
-    float maxDose;             ///< Gy, largest reference dose
+    float maxDose;             ///< Gy, largest reference dose; of the planes that are tested alone
+                               ///< where that is not the normalisation dose
     float globalReferenceDose; ///< Gy, normalisation dose
     float cutoff;              ///< Gy, voxels strictly above it are tested
     std::size_t countActiveVoxel;
-    std::vector<float> largestOfBlocks; ///< Gy, in the reference map, block by block
+    std::vector<float> largestOfBlocks; ///< Gy, of what is to be tested, block by block
 };
 
 /** Copies DD, DTA, DCO and the kind of dose difference from the environment. */

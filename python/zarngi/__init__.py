@@ -27,7 +27,7 @@ from ._write import write
 from .io import FormatError, FormatWarning, RequestError
 
 #: Of the project; that of the interface of libZarnGI is apart.
-__version__ = "4.9.0"
+__version__ = "4.10.0"
 
 __all__ = [
     "Change",

@@ -89,7 +89,7 @@ class Usage(Pair):
                 lines = result.stdout.splitlines()
                 self.assertLess(len(lines), 100)  # two screens
                 self.assertLessEqual(max(map(len, lines)), 80)
-        self.assertEqual(run("--version").stdout, "zarngi 4.9.0\n")
+        self.assertEqual(run("--version").stdout, "zarngi 4.10.0\n")
 
 
 class Manuals(unittest.TestCase):

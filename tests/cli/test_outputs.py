@@ -116,7 +116,7 @@ class Outputs(ProgramTest):
 
     def test_json(self):
         document = self.results(self.reference, self.evaluation, *CRITERIA, "--identify")
-        self.assertEqual(document["program"], {"name": "zarngi", "version": "4.9.0"})
+        self.assertEqual(document["program"], {"name": "zarngi", "version": "4.10.0"})
         self.assertRegex(document["created"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
         self.assertIn("compare", document["command"])
         for name, path in (("reference", self.reference), ("evaluation", self.evaluation)):

@@ -14,7 +14,7 @@ cmake --build "$scratch/cpp"
 echo "== examples/c by pkg-config"
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix/lib" -name zarngi.pc)")
 export PKG_CONFIG_PATH
-[ "$(pkg-config --modversion zarngi)" = 4.9.0 ]
+[ "$(pkg-config --modversion zarngi)" = 4.10.0 ]
 # shellcheck disable=SC2046
 "${CC:-cc}" -std=c11 -Wall -Wextra -Werror -o "$scratch/compare_doses" \
     "$examples/c/compare_doses.c" $(pkg-config --cflags --libs zarngi)

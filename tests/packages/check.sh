@@ -57,7 +57,7 @@ done
 mkdir -p "$control/debian"
 echo "Source: x" >"$control/debian/control"
 (cd "$control" && dpkg-shlibdeps -O -Slibzarngi4 -Slibzarngihost1 "$root/usr/bin/zarngi") |
-    grep 'libzarngi4 (>= 4\.8\.0)'
+    grep 'libzarngi4 (>= 4\.10\.0)'
 version=$(sed -n 's/^project(ZarnGI VERSION \([0-9.]*\) .*/\1/p' "$here/../../CMakeLists.txt")
 dpkg-deb --info "$packages"/libzarngi4_*.deb shlibs | grep -x "libZarnGI 4 libzarngi4 (>= $version.*)"
 dpkg-deb --info "$packages"/libzarngihost1_*.deb shlibs |

@@ -24,7 +24,7 @@ fi
 
 echo "== program"
 [ "$(command -v zarngi)" = "$root/usr/bin/zarngi" ]
-[ "$(zarngi --version)" = "zarngi 4.9.0" ]
+[ "$(zarngi --version)" = "zarngi 4.10.0" ]
 zarngi demo "$scratch/pair"
 grep -q '<script type="application/json" id="zarngi-data">' "$scratch/pair/report.html"
 grep -q 'Copyright (c) 2022 Leon Sorokin' "$scratch/pair/report.html" # the charts' licence asks for it
@@ -42,7 +42,7 @@ import zarngi
 
 pair, root = Path(sys.argv[1]), sys.argv[2]
 assert zarngi.__file__ == f"{root}/usr/lib/python3/dist-packages/zarngi/__init__.py"
-assert version("zarngi") == zarngi.__version__ == "4.9.0"
+assert version("zarngi") == zarngi.__version__ == "4.10.0"
 criterion = json.loads((pair / "result.json").read_text())["criteria"][0]
 doses = [zarngi.read(pair / f"{name}.mha") for name in ("reference", "evaluation")]
 result = zarngi.gamma_index(*doses, dd=3, dta=2)

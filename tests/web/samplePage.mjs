@@ -197,7 +197,7 @@ export function sample({ size = [44, 36, 28], spacing = [2, 2.5, 3], noise = 0, 
     const report = {
         format: 'zarngi-report',
         formatVersion: 1,
-        program: { name: 'zarngi', version: '4.9.0' },
+        program: { name: 'zarngi', version: '4.10.0' },
         created: '2026-03-01T12:30:00Z',
         command: 'zarngi compare ref.mha eval.mha --report r.html',
         files: {
