@@ -43,7 +43,7 @@ struct GammaMap {
 /** The spacing of the search lattice that a computation uses, mm. */
 float stepSize(const GammaSettings& settings, const Criterion& criterion);
 
-/** How far a search is. */
+/** How far a search is; one in parts, or of points, tells of no shells: it has one. */
 struct SearchProgress {
     int shell = 0;      ///< that is searched, 1 is the innermost
     int shellLimit = 0; ///< the last one there can be
@@ -82,10 +82,13 @@ public:
     GammaMap search(const GammaSettings& settings, const Criterion& criterion,
                     const WatchSearch& watch = {});
 
+    /** Of the grid whose voxels are tested. */
+    const Geometry& reference() const { return reference_; }
+
 private:
     std::string referenceName_; ///< for messages
     std::string evaluationName_;
-    std::size_t referenceVoxels_ = 0;
+    Geometry reference_{};
 };
 
 /** @throws InputError when no voxel of the map was tested, and one had to be. */

@@ -59,10 +59,12 @@ set(comparison_sources
     failure.cpp
     gammaOrder.cpp
     gammaRun.cpp
+    gammaSearch.cpp
     gammaStatistics.cpp
     goals/goal.cpp
     goals/goalFigures.cpp
     goals/goalResult.cpp
+    libraryCalls.cpp
     measurements/doseSum.cpp
     measurements/normalisation.cpp
     measurements/placement.cpp
@@ -73,6 +75,7 @@ set(comparison_sources
     noise/noisyRates.cpp
     noise/normalNumbers.cpp
     noise/uncertainty.cpp
+    partSearch.cpp
     request/gate.cpp
     request/header.cpp
     request/member.cpp
@@ -131,6 +134,8 @@ list(APPEND comparison_of_little_work
     criterion.cpp
     example/syntheticStructures.cpp
     failure.cpp
+    libraryCalls.cpp
+    partSearch.cpp
     selfTest/fileCases.cpp
     selfTest/installation.cpp
     selfTest/structureCases.cpp

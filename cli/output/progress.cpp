@@ -27,19 +27,22 @@ std::string bar(double share)
 
 } // namespace
 
+std::string progressText(const std::string& title, double share, double seconds)
+{
+    return title + " [" + bar(share) + "] " + fixed(100 * share, 0) + " %, " + fixed(seconds, 0) +
+           " s";
+}
+
 std::string progressText(const std::string& title, const SearchProgress& progress, double seconds)
 {
+    if (progress.shellLimit == 1) {
+        return progressText(title, progress.share, seconds);
+    }
     constexpr int notWorthTelling = 1000000;
     const bool isBounded = progress.shellLimit < notWorthTelling;
     return title + " [" + bar(progress.share) + "] shell " + std::to_string(progress.shell) +
            (isBounded ? " of at most " + std::to_string(progress.shellLimit) : "") + ", " +
            fixed(seconds, 0) + " s";
-}
-
-std::string progressText(const std::string& title, double share, double seconds)
-{
-    return title + " [" + bar(share) + "] " + fixed(100 * share, 0) + " %, " + fixed(seconds, 0) +
-           " s";
 }
 
 bool ProgressLine::isWanted()

@@ -1,5 +1,6 @@
 #include "comparison/composition/searches.h"
 
+#include <cmath>
 #include <cstddef>
 #include <utility>
 #include <vector>
@@ -24,6 +25,19 @@ DoseImage testedReference(const Comparison& comparison)
         reference.image = onlyWithin(comparison.reference.image, comparison.within->voxels);
     }
     return reference;
+}
+
+/** With the normalisation that the library would find in the whole grid: parts are searched. */
+GammaSettings partedSettings(const Comparison& comparison)
+{
+    GammaSettings settings = comparison.settings;
+    const files::Values& doses = comparison.reference.image.values;
+    // It takes what is not a number for the largest dose where that is the first.
+    const bool isLargest = comparison.normalisation > 0 && !std::isnan(doses.front());
+    if (!settings.normalisation && isLargest) {
+        settings.normalisation = comparison.normalisation;
+    }
+    return settings;
 }
 
 /** Worse: its verdict, then its rate; nothing tested is no verdict. */
@@ -71,8 +85,8 @@ void judgeStructures(CriterionResult& result, const Comparison& comparison,
 }
 
 Searches::Searches(const Comparison& comparison)
-    : comparison_(comparison), part_(testedReference(comparison)),
-      run_(searchedReference(), comparison.evaluation),
+    : comparison_(comparison), settings_(partedSettings(comparison)),
+      part_(testedReference(comparison)), run_(searchedReference(), comparison.evaluation),
       centres_(viewOf(comparison.reference.image), viewOf(comparison.evaluation.image))
 {
 }
@@ -81,7 +95,7 @@ GammaMap Searches::search(const Criterion& criterion, const WatchSearch& watch)
 {
     return arePoints(comparison_.placed.space)
                ? searchPoints(run_, comparison_.reference, comparison_.settings, criterion, watch)
-               : run_.compute(comparison_.settings, criterion, watch);
+               : run_.compute(settings_, criterion, watch);
 }
 
 CriterionResult Searches::result(const CriterionRequest& asked, const WatchSearch& watch)

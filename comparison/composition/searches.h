@@ -42,7 +42,8 @@ private:
     GammaMap search(const Criterion& criterion, const WatchSearch& watch);
 
     const Comparison& comparison_;
-    DoseImage part_; ///< the reference where voxels are tested in a part of it alone
+    GammaSettings settings_; ///< of volumes
+    DoseImage part_;         ///< the reference where voxels are tested in a part of it alone
     GammaRun run_;
     CentreDoses centres_;
 };

@@ -1,0 +1,161 @@
+#include "comparison/gammaSearch.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "comparison/failure.h"
+#include "comparison/libraryCalls.h"
+#include "libZarnGI.h"
+
+namespace zarngi
+{
+
+namespace
+{
+
+constexpr float notTested = -1;
+
+/** Of a reference without a dose above 0, which the library takes for no normalisation. */
+bool hasNothingAbove(const GammaSettings& settings)
+{
+    return settings.normalisation && !(*settings.normalisation > 0);
+}
+
+/**
+ * Whether parts give what the whole gives: each finds the normalisation, no rotation is drawn for
+ * each of them, and the library tells of one search.
+ */
+bool canBeParted(const GammaSettings& settings)
+{
+    return settings.normalisation && !settings.rotate && settings.verbose == 0;
+}
+
+/** Parts whose records stay near the processor, each of which is worth its preparation. */
+std::vector<Planes> partsOf(const Geometry& reference, const GammaSettings& settings)
+{
+    constexpr std::size_t voxels = std::size_t{1} << 21;
+    constexpr std::size_t large = std::size_t{1} << 22;
+    const std::size_t plane = reference.voxels() / static_cast<std::size_t>(reference.size[2]);
+    const auto most = static_cast<int>(std::max<std::size_t>(voxels / plane, 1));
+    const int planes = reference.size[2];
+    if (reference.voxels() <= large || planes <= most || !canBeParted(settings)) {
+        return {{0, planes}};
+    }
+    const int count = (planes + most - 1) / most;
+    std::vector<Planes> parts;
+    for (int i = 0; i < count; ++i) {
+        const int first = static_cast<int>(std::int64_t{planes} * i / count);
+        const int behind = static_cast<int>(std::int64_t{planes} * (i + 1) / count);
+        parts.push_back({first, behind - first});
+    }
+    return parts;
+}
+
+/** The context of the library's callback. */
+struct Watcher {
+    const WatchSearch& watch;
+    std::size_t part;
+    std::size_t parts;
+    bool hasEnded = false;
+
+    SearchProgress progressOf(const zarnGI_progress& told) const
+    {
+        if (parts == 1) {
+            return {told.shell, told.shellLimit, told.share};
+        }
+        // Nearly all of the work of a part is its first shell.
+        const double share = told.shell == 1 ? told.share : 1;
+        return {1, 1, (static_cast<double>(part) + share) / static_cast<double>(parts)};
+    }
+};
+
+int tellWatcher(const zarnGI_progress* progress, void* context)
+{
+    Watcher& watcher = *static_cast<Watcher*>(context);
+    watcher.hasEnded = !watcher.watch(watcher.progressOf(*progress));
+    return watcher.hasEnded ? 1 : 0;
+}
+
+} // namespace
+
+GammaSearch::GammaSearch(const GammaRun& run, const GammaSettings& settings,
+                         const Criterion& criterion)
+    : settings_(settings), criterion_(criterion)
+{
+    const Geometry& reference = run.reference();
+    plane_ = reference.voxels() / static_cast<std::size_t>(reference.size[2]);
+    if (hasNothingAbove(settings)) {
+        map_.values.assign(reference.voxels(), notTested);
+        map_.passed.assign(reference.voxels(), ZARNGI_NOT_TESTED);
+        return;
+    }
+    setParameters(settings, criterion);
+    parts_ = partsOf(reference, settings);
+    map_.values.resize(reference.voxels());
+    map_.passed.resize(reference.voxels());
+}
+
+GammaSearch::~GammaSearch()
+{
+    zarnGI_setProgress(nullptr, nullptr);
+    if (parts_.size() > 1) {
+        zarnGI_setTestedPlanes(0, 0);
+    }
+}
+
+void GammaSearch::next(const WatchSearch& watch)
+{
+    const std::string label = criterion_.label();
+    const Planes part = parts_[next_];
+    if (parts_.size() > 1) {
+        require(zarnGI_setTestedPlanes(part.first, part.count), label);
+    }
+    const GammaPlace place(map_.values.data(), label);
+    Watcher watcher{watch, next_, parts_.size()};
+    require(zarnGI_setProgress(watch ? tellWatcher : nullptr, &watcher), "the library");
+    const auto start = std::chrono::steady_clock::now();
+    const int status = zarnGI_startComputation();
+    if (watcher.hasEnded) {
+        throw InputError(label + ": the computation was interrupted", FailureKind::interrupted);
+    }
+    require(status, label);
+    const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
+    map_.seconds += duration.count();
+    require(zarnGI_getPassed3DMap(map_.passed.data()), label);
+    count(part);
+    ++next_;
+}
+
+void GammaSearch::take(Planes part, std::span<const float> gamma,
+                       std::span<const unsigned char> passed)
+{
+    const auto first = static_cast<std::ptrdiff_t>(static_cast<std::size_t>(part.first) * plane_);
+    std::copy(gamma.begin(), gamma.end(), map_.values.begin() + first);
+    std::copy(passed.begin(), passed.end(), map_.passed.begin() + first);
+    count(part);
+}
+
+void GammaSearch::count(Planes part)
+{
+    const auto verdicts = std::span(map_.passed)
+                              .subspan(static_cast<std::size_t>(part.first) * plane_,
+                                       static_cast<std::size_t>(part.count) * plane_);
+    const auto passed = std::count(verdicts.begin(), verdicts.end(), ZARNGI_PASSED);
+    const auto failed = std::count(verdicts.begin(), verdicts.end(), ZARNGI_FAILED);
+    passed_ += static_cast<std::size_t>(passed);
+    tested_ += static_cast<std::size_t>(passed + failed);
+}
+
+GammaMap GammaSearch::finish()
+{
+    if (tested_ > 0) {
+        // Rounded as the library's own figure.
+        map_.passRate = static_cast<double>(static_cast<float>(
+            static_cast<double>(passed_) * 100.0 / static_cast<double>(tested_)));
+    }
+    return std::move(map_);
+}
+
+} // namespace zarngi

@@ -1,0 +1,78 @@
+/**
+ * @file gammaSearch.h
+ * One computation in parts: planes of the reference, one after another or several at a time.
+ */
+#ifndef ZARNGI_COMPARISON_GAMMASEARCH_H
+#define ZARNGI_COMPARISON_GAMMASEARCH_H
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "comparison/gammaRun.h"
+
+namespace zarngi
+{
+
+/** Planes of a grid, which are those of constant z. */
+struct Planes {
+    int first = 0;
+    int count = 0;
+};
+
+/**
+ * A computation of the gamma index with the grids of a run. A large grid is searched by parts, with
+ * the same bits: the library keeps records of a part at a time, and parts may be searched
+ * elsewhere, which is what take() is for.
+ */
+class GammaSearch
+{
+public:
+    /**
+     * @param run that does nothing else as long as this lives.
+     * @throws InputError when the library refuses a parameter.
+     */
+    GammaSearch(const GammaRun& run, const GammaSettings& settings, const Criterion& criterion);
+    ~GammaSearch();
+    GammaSearch(const GammaSearch&) = delete;
+    GammaSearch& operator=(const GammaSearch&) = delete;
+
+    /** Whether there is a part that was neither searched nor handed out. */
+    bool hasNext() const { return next_ < parts_.size(); }
+
+    /** Searches the next part. @throws InputError as GammaRun::compute() */
+    void next(const WatchSearch& watch);
+
+    /** The next part, which is searched elsewhere. */
+    Planes handOut() { return parts_[next_++]; }
+
+    /**
+     * Puts a part that was handed out in its place.
+     * @param gamma, passed of its planes, as those of a GammaMap
+     */
+    void take(Planes part, std::span<const float> gamma, std::span<const unsigned char> passed);
+
+    /** The result, when all parts are there. */
+    GammaMap finish();
+
+    /** Of how many parts. */
+    std::size_t parts() const { return parts_.size(); }
+    const GammaSettings& settings() const { return settings_; }
+    const Criterion& criterion() const { return criterion_; }
+
+private:
+    void count(Planes part);
+
+    GammaSettings settings_;
+    Criterion criterion_;
+    std::size_t plane_; ///< voxels of one
+    std::vector<Planes> parts_;
+    std::size_t next_ = 0;
+    std::size_t passed_ = 0; ///< voxels, of the parts that are there
+    std::size_t tested_ = 0;
+    GammaMap map_;
+};
+
+} // namespace zarngi
+
+#endif
