@@ -102,30 +102,83 @@ Comparison prepared(Request request, DoseSource& source)
 
 } // namespace
 
+ComparisonInSteps::ComparisonInSteps(const Request& request, DoseSource& source, Watchers watchers)
+    : watchers_(std::move(watchers)), comparison_(prepared(request, source))
+{
+    checkFindings(comparison_);
+    checkDoseGate(comparison_);
+    if (watchers_.prepared) {
+        watchers_.prepared(comparison_);
+    }
+    asked_ = comparison_.request.searchedCriteria();
+    searches_ = std::make_unique<Searches>(comparison_);
+}
+
+ComparisonInSteps::~ComparisonInSteps() = default;
+
+const Criterion* ComparisonInSteps::next() const
+{
+    return results_.size() < asked_.size() ? &asked_[results_.size()].criterion : nullptr;
+}
+
+void ComparisonInSteps::search()
+{
+    const CriterionRequest& asked = asked_[results_.size()];
+    add(searches_->result(asked,
+                          watchers_.search ? watchers_.search(asked.criterion) : WatchSearch()));
+}
+
+std::unique_ptr<GammaSearch> ComparisonInSteps::searchByParts() const
+{
+    return arePoints(comparison_.placed.space) ? nullptr : searches_->search(*next());
+}
+
+void ComparisonInSteps::take(std::unique_ptr<GammaSearch> made)
+{
+    GammaMap map = made->finish();
+    made.reset();
+    checkTested(map, comparison_.settings);
+    add(searches_->result(asked_[results_.size()], std::move(map)));
+}
+
+void ComparisonInSteps::add(CriterionResult result)
+{
+    results_.push_back(std::move(result));
+    if (watchers_.found) {
+        watchers_.found(comparison_, results_.back());
+    }
+}
+
+SearchPart ComparisonInSteps::partOf(const GammaSearch& search, PlaneRange tested) const
+{
+    return searchPart(search, comparison_.reference.image.geometry,
+                      comparison_.evaluation.image.geometry, tested);
+}
+
+const DoseImage& ComparisonInSteps::searchedReference() const
+{
+    return searches_->searchedReference();
+}
+
+Comparison ComparisonInSteps::finish()
+{
+    checkResultGate(comparison_, results_);
+    std::vector<Sweep> sweeps = sweepsOf(comparison_, *searches_, watchers_.work);
+    comparison_.explanation = explanationOf(comparison_, *searches_, watchers_.work);
+    comparison_.sweeps = std::move(sweeps);
+    comparison_.results = std::move(results_);
+    addNoiseFindings(comparison_, *searches_, watchers_.work);
+    searches_.reset();
+    return std::move(comparison_);
+}
+
 Comparison compare(const Request& request, DoseSource& source, const Watchers& watchers)
 {
-    Comparison comparison = prepared(request, source);
-    checkFindings(comparison);
-    checkDoseGate(comparison);
-    if (watchers.prepared) {
-        watchers.prepared(comparison);
+    ComparisonInSteps steps(request, source, watchers);
+    while (steps.next() != nullptr) {
+        steps.search();
     }
-    Searches searches(comparison);
-    std::vector<CriterionResult> results;
-    for (const CriterionRequest& asked : comparison.request.searchedCriteria()) {
-        results.push_back(searches.result(asked, watchers.search ? watchers.search(asked.criterion)
-                                                                 : WatchSearch()));
-        if (watchers.found) {
-            watchers.found(comparison, results.back());
-        }
-    }
-    checkResultGate(comparison, results);
-    std::vector<Sweep> sweeps = sweepsOf(comparison, searches, watchers.work);
-    comparison.explanation = explanationOf(comparison, searches, watchers.work);
-    comparison.sweeps = std::move(sweeps);
-    comparison.results = std::move(results);
-    addNoiseFindings(comparison, searches, watchers.work);
-    return comparison;
+    return steps.finish();
 }
 
 CriterionResult comparedBy(const Criterion& criterion, const Comparison& comparison)

@@ -112,7 +112,7 @@ GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criter
 {
     GammaSearch search(*this, settings, criterion);
     while (search.hasNext()) {
-        search.next(watch);
+        search.search(search.next(), watch);
     }
     return search.finish();
 }

@@ -33,7 +33,7 @@ bool canBeParted(const GammaSettings& settings)
 }
 
 /** Parts whose records stay near the processor, each of which is worth its preparation. */
-std::vector<Planes> partsOf(const Geometry& reference, const GammaSettings& settings)
+std::vector<PlaneRange> partsOf(const Geometry& reference, const GammaSettings& settings)
 {
     constexpr std::size_t voxels = std::size_t{1} << 21;
     constexpr std::size_t large = std::size_t{1} << 22;
@@ -44,7 +44,7 @@ std::vector<Planes> partsOf(const Geometry& reference, const GammaSettings& sett
         return {{0, planes}};
     }
     const int count = (planes + most - 1) / most;
-    std::vector<Planes> parts;
+    std::vector<PlaneRange> parts;
     for (int i = 0; i < count; ++i) {
         const int first = static_cast<int>(std::int64_t{planes} * i / count);
         const int behind = static_cast<int>(std::int64_t{planes} * (i + 1) / count);
@@ -53,10 +53,15 @@ std::vector<Planes> partsOf(const Geometry& reference, const GammaSettings& sett
     return parts;
 }
 
+double secondsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 /** The context of the library's callback. */
 struct Watcher {
     const WatchSearch& watch;
-    std::size_t part;
+    std::size_t done; ///< parts
     std::size_t parts;
     bool hasEnded = false;
 
@@ -67,7 +72,7 @@ struct Watcher {
         }
         // Nearly all of the work of a part is its first shell.
         const double share = told.shell == 1 ? told.share : 1;
-        return {1, 1, (static_cast<double>(part) + share) / static_cast<double>(parts)};
+        return {1, 1, (static_cast<double>(done) + share) / static_cast<double>(parts)};
     }
 };
 
@@ -105,15 +110,14 @@ GammaSearch::~GammaSearch()
     }
 }
 
-void GammaSearch::next(const WatchSearch& watch)
+void GammaSearch::search(PlaneRange part, const WatchSearch& watch)
 {
     const std::string label = criterion_.label();
-    const Planes part = parts_[next_];
     if (parts_.size() > 1) {
         require(zarnGI_setTestedPlanes(part.first, part.count), label);
     }
     const GammaPlace place(map_.values.data(), label);
-    Watcher watcher{watch, next_, parts_.size()};
+    Watcher watcher{watch, done_, parts_.size()};
     require(zarnGI_setProgress(watch ? tellWatcher : nullptr, &watcher), "the library");
     const auto start = std::chrono::steady_clock::now();
     const int status = zarnGI_startComputation();
@@ -121,23 +125,22 @@ void GammaSearch::next(const WatchSearch& watch)
         throw InputError(label + ": the computation was interrupted", FailureKind::interrupted);
     }
     require(status, label);
-    const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
-    map_.seconds += duration.count();
+    map_.seconds += secondsSince(start);
     require(zarnGI_getPassed3DMap(map_.passed.data()), label);
     count(part);
-    ++next_;
 }
 
-void GammaSearch::take(Planes part, std::span<const float> gamma,
+void GammaSearch::take(PlaneRange part, std::span<const float> gamma,
                        std::span<const unsigned char> passed)
 {
     const auto first = static_cast<std::ptrdiff_t>(static_cast<std::size_t>(part.first) * plane_);
     std::copy(gamma.begin(), gamma.end(), map_.values.begin() + first);
     std::copy(passed.begin(), passed.end(), map_.passed.begin() + first);
     count(part);
+    hasTaken_ = true;
 }
 
-void GammaSearch::count(Planes part)
+void GammaSearch::count(PlaneRange part)
 {
     const auto verdicts = std::span(map_.passed)
                               .subspan(static_cast<std::size_t>(part.first) * plane_,
@@ -146,6 +149,7 @@ void GammaSearch::count(Planes part)
     const auto failed = std::count(verdicts.begin(), verdicts.end(), ZARNGI_FAILED);
     passed_ += static_cast<std::size_t>(passed);
     tested_ += static_cast<std::size_t>(passed + failed);
+    ++done_;
 }
 
 GammaMap GammaSearch::finish()
@@ -154,6 +158,9 @@ GammaMap GammaSearch::finish()
         // Rounded as the library's own figure.
         map_.passRate = static_cast<double>(static_cast<float>(
             static_cast<double>(passed_) * 100.0 / static_cast<double>(tested_)));
+    }
+    if (hasTaken_) { // all the while somebody searched
+        map_.seconds = secondsSince(start_);
     }
     return std::move(map_);
 }

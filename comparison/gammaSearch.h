@@ -5,6 +5,7 @@
 #ifndef ZARNGI_COMPARISON_GAMMASEARCH_H
 #define ZARNGI_COMPARISON_GAMMASEARCH_H
 
+#include <chrono>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -14,8 +15,8 @@
 namespace zarngi
 {
 
-/** Planes of a grid, which are those of constant z. */
-struct Planes {
+/** PlaneRange of a grid, which are those of constant z. */
+struct PlaneRange {
     int first = 0;
     int count = 0;
 };
@@ -37,37 +38,40 @@ public:
     GammaSearch(const GammaSearch&) = delete;
     GammaSearch& operator=(const GammaSearch&) = delete;
 
-    /** Whether there is a part that was neither searched nor handed out. */
     bool hasNext() const { return next_ < parts_.size(); }
 
-    /** Searches the next part. @throws InputError as GammaRun::compute() */
-    void next(const WatchSearch& watch);
+    /** A part that is to be searched, here or elsewhere. */
+    PlaneRange next() { return parts_[next_++]; }
 
-    /** The next part, which is searched elsewhere. */
-    Planes handOut() { return parts_[next_++]; }
+    /** Searches a part here. @throws InputError as GammaRun::compute() */
+    void search(PlaneRange part, const WatchSearch& watch);
 
     /**
-     * Puts a part that was handed out in its place.
+     * Puts a part that was searched elsewhere in its place.
      * @param gamma, passed of its planes, as those of a GammaMap
      */
-    void take(Planes part, std::span<const float> gamma, std::span<const unsigned char> passed);
+    void take(PlaneRange part, std::span<const float> gamma, std::span<const unsigned char> passed);
 
     /** The result, when all parts are there. */
     GammaMap finish();
 
-    /** Of how many parts. */
+    /** Of how many parts, and how many of them are there. */
     std::size_t parts() const { return parts_.size(); }
+    std::size_t done() const { return done_; }
     const GammaSettings& settings() const { return settings_; }
     const Criterion& criterion() const { return criterion_; }
 
 private:
-    void count(Planes part);
+    void count(PlaneRange part);
 
     GammaSettings settings_;
     Criterion criterion_;
     std::size_t plane_; ///< voxels of one
-    std::vector<Planes> parts_;
+    std::vector<PlaneRange> parts_;
     std::size_t next_ = 0;
+    std::size_t done_ = 0;
+    bool hasTaken_ = false;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     std::size_t passed_ = 0; ///< voxels, of the parts that are there
     std::size_t tested_ = 0;
     GammaMap map_;

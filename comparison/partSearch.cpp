@@ -19,18 +19,18 @@ std::size_t planeOf(const Geometry& geometry)
     return geometry.voxels() / static_cast<std::size_t>(geometry.size[2]);
 }
 
-std::size_t voxelsBefore(const Geometry& geometry, Planes planes)
+std::size_t voxelsBefore(const Geometry& geometry, PlaneRange planes)
 {
     return planeOf(geometry) * static_cast<std::size_t>(planes.first);
 }
 
-std::size_t voxelsOf(const Geometry& geometry, Planes planes)
+std::size_t voxelsOf(const Geometry& geometry, PlaneRange planes)
 {
     return planeOf(geometry) * static_cast<std::size_t>(planes.count);
 }
 
 /** From one plane to another, those that a grid has. */
-Planes planesBetween(const Geometry& geometry, double first, double last)
+PlaneRange planesBetween(const Geometry& geometry, double first, double last)
 {
     const double most = geometry.size[2] - 1;
     const auto from = static_cast<int>(std::clamp(first, 0.0, most));
@@ -39,12 +39,11 @@ Planes planesBetween(const Geometry& geometry, double first, double last)
 }
 
 /** As zarnGI_setTestedPlanes() tells, and a plane more for what is rounded. */
-Planes reachedPlanes(const SearchPart& part)
+PlaneRange reachedPlanes(const SearchPart& part)
 {
     const Geometry& evaluation = part.evaluation;
     const double spacing = evaluation.spacing[2];
-    const double reach =
-        (part.settings.maxGamma + 1) * part.criterion.distance + 2 * spacing;
+    const double reach = (part.settings.maxGamma + 1) * part.criterion.distance + 2 * spacing;
     const double first = part.reference.centre(2, part.tested.first) - reach;
     const double last = part.reference.centre(2, part.tested.first + part.tested.count - 1) + reach;
     return planesBetween(evaluation, std::floor((first - evaluation.origin[2]) / spacing) - 1,
@@ -54,6 +53,7 @@ Planes reachedPlanes(const SearchPart& part)
 /** Where the first of all voxels would stand, of which only those behind some are there. */
 template <class Value> Value* firstOfAll(Value* there, std::size_t before)
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): it points to no object, and is moved back.
     return reinterpret_cast<Value*>(reinterpret_cast<std::uintptr_t>(there) -
                                     before * sizeof(Value));
 }
@@ -90,7 +90,7 @@ bool canBeHandedOut(const GammaSettings& settings)
 }
 
 SearchPart searchPart(const GammaSearch& search, const Geometry& reference,
-                      const Geometry& evaluation, Planes tested)
+                      const Geometry& evaluation, PlaneRange tested)
 {
     SearchPart part{reference, evaluation, search.settings(), search.criterion(), tested, {}, {}};
     part.ofReference = planesBetween(reference, tested.first - 1,
@@ -99,7 +99,7 @@ SearchPart searchPart(const GammaSearch& search, const Geometry& reference,
     return part;
 }
 
-std::span<const float> dosesOf(const Image& image, Planes planes)
+std::span<const float> dosesOf(const Image& image, PlaneRange planes)
 {
     return std::span<const float>(image.values)
         .subspan(voxelsBefore(image.geometry, planes), voxelsOf(image.geometry, planes));

@@ -19,9 +19,9 @@ struct SearchPart {
     Geometry evaluation;
     GammaSettings settings; ///< with a normalisation and a bounded maxGamma
     Criterion criterion;
-    Planes tested;       ///< of the reference
-    Planes ofReference;  ///< whose doses are needed
-    Planes ofEvaluation; ///< whose doses are needed
+    PlaneRange tested;       ///< of the reference
+    PlaneRange ofReference;  ///< whose doses are needed
+    PlaneRange ofEvaluation; ///< whose doses are needed
 };
 
 /** Gamma and verdicts as those of a GammaMap, of the planes of a part. */
@@ -35,10 +35,10 @@ bool canBeHandedOut(const GammaSettings& settings);
 
 /** What a part needs. @param search whose settings allow it */
 SearchPart searchPart(const GammaSearch& search, const Geometry& reference,
-                      const Geometry& evaluation, Planes tested);
+                      const Geometry& evaluation, PlaneRange tested);
 
 /** The doses of some planes. */
-std::span<const float> dosesOf(const Image& image, Planes planes);
+std::span<const float> dosesOf(const Image& image, PlaneRange planes);
 
 /**
  * Searches a part. The library must hold no grids that are still needed.

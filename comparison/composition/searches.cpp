@@ -91,16 +91,25 @@ Searches::Searches(const Comparison& comparison)
 {
 }
 
-GammaMap Searches::search(const Criterion& criterion, const WatchSearch& watch)
+GammaMap Searches::searched(const Criterion& criterion, const WatchSearch& watch)
 {
     return arePoints(comparison_.placed.space)
                ? searchPoints(run_, comparison_.reference, comparison_.settings, criterion, watch)
                : run_.compute(settings_, criterion, watch);
 }
 
+std::unique_ptr<GammaSearch> Searches::search(const Criterion& criterion) const
+{
+    return std::make_unique<GammaSearch>(run_, settings_, criterion);
+}
+
 CriterionResult Searches::result(const CriterionRequest& asked, const WatchSearch& watch)
 {
-    GammaMap map = search(asked.criterion, watch);
+    return result(asked, searched(asked.criterion, watch));
+}
+
+CriterionResult Searches::result(const CriterionRequest& asked, GammaMap map) const
+{
     CriterionResult result;
     result.criterion = asked.criterion;
     result.patterns = asked.patterns;

@@ -5,7 +5,10 @@
 #ifndef ZARNGI_COMPARISON_COMPOSITION_SEARCHES_H
 #define ZARNGI_COMPARISON_COMPOSITION_SEARCHES_H
 
+#include <memory>
+
 #include "comparison/compare.h"
+#include "comparison/gammaSearch.h"
 
 namespace zarngi
 {
@@ -29,17 +32,22 @@ public:
     /** @throws InputError as GammaRun::compute */
     CriterionResult result(const CriterionRequest& asked, const WatchSearch& watch);
 
+    /** Of a map that was searched in parts. @throws InputError as GammaRun::compute */
+    CriterionResult result(const CriterionRequest& asked, GammaMap map) const;
+
+    /** The search for a criterion, to be made in parts. */
+    std::unique_ptr<GammaSearch> search(const Criterion& criterion) const;
+
     GammaRun& run() { return run_; }
     const CentreDoses& centres() const { return centres_; }
     DoseView reference() const { return viewOf(searchedReference().image); }
-
-private:
     const DoseImage& searchedReference() const
     {
         return comparison_.within ? part_ : comparison_.reference;
     }
 
-    GammaMap search(const Criterion& criterion, const WatchSearch& watch);
+private:
+    GammaMap searched(const Criterion& criterion, const WatchSearch& watch);
 
     const Comparison& comparison_;
     GammaSettings settings_; ///< of volumes

@@ -16,7 +16,7 @@ using zarngi::GammaMap;
 using zarngi::GammaRun;
 using zarngi::GammaSearch;
 using zarngi::GammaSettings;
-using zarngi::Planes;
+using zarngi::PlaneRange;
 
 /** A ball with a wave in it, in a grid of five million voxels, nearly all of which hold 0. */
 zarngi::DoseImage ball(double shift, const zarngi::Vec3& spacing)
@@ -74,7 +74,7 @@ protected:
 };
 
 /** The doses of some planes, and nothing else, but what must be readable behind them. */
-files::LargeVector<float> copied(const zarngi::Image& image, Planes planes)
+files::LargeVector<float> copied(const zarngi::Image& image, PlaneRange planes)
 {
     const std::span<const float> doses = zarngi::dosesOf(image, planes);
     return {doses.begin(), doses.end()};
@@ -91,9 +91,9 @@ TEST_F(LargeGrid, HasTheResultOfAWholeSearchWhoeverSearchesItsParts)
         while (search.hasNext()) {
             if (isHandedOut) {
                 parts.push_back(zarngi::searchPart(search, reference_.image.geometry,
-                                                   evaluation_.image.geometry, search.handOut()));
+                                                   evaluation_.image.geometry, search.next()));
             } else {
-                search.next({});
+                search.search(search.next(), {});
             }
         }
         std::reverse(parts.begin(), parts.end());
