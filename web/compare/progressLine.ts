@@ -37,7 +37,8 @@ export class ProgressLine {
         }
         const done = this.seen.length - 1 + (shell - 1 + share) / Math.max(shellLimit, 1);
         this.bar.value = Math.min(done / Math.max(this.criteria, 1), 1);
-        this.text.textContent = `${criterion}: shell ${shell} of at most ${shellLimit}`;
+        const shells = `: shell ${shell} of at most ${shellLimit}`;
+        this.text.textContent = criterion + (shellLimit > 1 ? shells : ''); // in parts, or by points: none
     }
 
     end(): void {

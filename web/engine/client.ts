@@ -5,7 +5,8 @@ import type {
     ComparisonAnswer, ConversionAsked, ExamplePart, FileFacts, Progress, ProtocolFacts, RatesAnswer,
     RequestAnswer, SelfTestRecord, StructurePart, VolumeName,
 } from './messages';
-import type { Call, Reply } from './protocol';
+import { Helpers, usefulHelpers } from './helpers';
+import type { Call, Found, Reply } from './protocol';
 import type { ComparisonRequest, RequestDocument, TableUnits } from './request';
 import type { StoredVolume } from '../views/comparison';
 import { GammaMap } from '../views/gammaMap';
@@ -29,6 +30,7 @@ interface Waiting {
 
 export class EngineClient {
     private worker: Worker;
+    private readonly helpers: Helpers;
     private readonly files = new Map<string, File>();
     private waiting = new Map<number, Waiting>();
     private lastId = 0;
@@ -45,6 +47,7 @@ export class EngineClient {
         private readonly startWorker: () => Worker,
         private readonly commandOf: (request: RequestDocument) => string,
     ) {
+        this.helpers = new Helpers(startWorker, usefulHelpers());
         this.worker = this.start();
     }
 
@@ -173,12 +176,14 @@ export class EngineClient {
     /** Ends the worker for good: what waits is rejected with Stopped. */
     close(): void {
         this.worker.terminate();
+        this.helpers.close();
         this.waiting.forEach(({ reject }) => reject(new Stopped()));
     }
 
     /** Ends what is under way: all that waits is rejected with Stopped. The files are kept. */
     stop(): void {
         this.worker.terminate();
+        this.helpers.close();
         const { waiting } = this;
         this.waiting = new Map();
         this.held = null;
@@ -196,8 +201,9 @@ export class EngineClient {
     ): Promise<ComparisonAnswer> {
         this.held = null;
         const { anonymous, ...document } = request;
-        const call: Call = { call: 'compare', request: document, anonymous, command: this.commandOf(document) };
-        const { answer } = await this.send(call, progress);
+        const command = this.commandOf(document);
+        const call: Call = { call: 'compare', request: document, anonymous, command, helpers: usefulHelpers() };
+        const { answer } = await this.send(call, progress).finally(() => this.helpers.close());
         this.held = request;
         return answer as ComparisonAnswer;
     }
@@ -232,6 +238,10 @@ export class EngineClient {
         });
     }
 
+    private hand(found: Found): void {
+        this.worker.postMessage(found, found.output ? [found.output] : []);
+    }
+
     private start(): Worker {
         const worker = this.startWorker();
         worker.onmessage = (event: MessageEvent<Reply>): void => this.receive(event.data);
@@ -240,6 +250,10 @@ export class EngineClient {
     }
 
     private receive(reply: Reply): void {
+        if ('wanted' in reply) {
+            this.helpers.search(reply.part, (output) => this.hand({ found: reply.wanted, output }));
+            return;
+        }
         const waiting = this.waiting.get(reply.id);
         if (!waiting) {
             return;

@@ -26,16 +26,20 @@ export class EngineFailure extends Error {
 }
 
 export class Engine {
-    private constructor(private readonly module: EngineModule) {}
+    private constructor(
+        private readonly module: EngineModule,
+        private readonly host: Host,
+    ) {}
 
     static async start(host: Host, wasmBinary: Uint8Array): Promise<Engine> {
         // What the engine prints is for nobody.
         const quiet = (): void => {};
-        return new Engine(await createEngine({ host, wasmBinary, print: quiet, printErr: quiet }));
+        return new Engine(await createEngine({ host, wasmBinary, print: quiet, printErr: quiet }), host);
     }
 
-    /** Throws an EngineFailure. */
-    call<Answer>(request: object): Answer {
+    /** Throws an EngineFailure. @param handed what comes with the call: it may be gone afterwards */
+    call<Answer>(request: object, handed: Uint8Array[] = []): Answer {
+        this.host.handed = handed;
         const text = this.module.ccall('zarngi_call', 'string', ['string'], [JSON.stringify(request)]);
         const reply = JSON.parse(text as string) as { answer: Answer } | EngineError;
         if ('error' in reply) {

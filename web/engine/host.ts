@@ -38,6 +38,8 @@ export interface Host extends FileSource {
     /** The digits of a digest. */
     sha256(bytes: Uint8Array, text: Uint8Array): void;
     progress: ProgressListener;
+    /** What comes with a call beside its text. */
+    handed: Uint8Array[];
 }
 
 export function makeHost(files: FileSource, progress: ProgressListener): Host {
@@ -49,6 +51,7 @@ export function makeHost(files: FileSource, progress: ProgressListener): Host {
         base64,
         sha256: (bytes, text) => void new TextEncoder().encodeInto(bytesToHex(sha256(bytes)), text.subarray(0, 64)),
         progress,
+        handed: [],
     };
 }
 

@@ -58,6 +58,11 @@ EM_JS(void, scriptTakeMade, (void* buffer), {
     Module.made = null;
 });
 
+EM_JS(size_t, scriptHandedSize, (int which), { return Module.host.handed[which].length; });
+
+EM_JS(void, scriptTakeHanded, (int which, void* place),
+      { HEAPU8.set(Module.host.handed[which], place); });
+
 EM_JS(void, scriptProgress, (const char* label, int shell, int limit, double share),
       { Module.host.progress(UTF8ToString(label), shell, limit, share); });
 
@@ -160,6 +165,16 @@ files::Result<files::Bytes> contentsOf(const std::string& path)
 bool exists(const std::string& path)
 {
     return scriptHasFile(path.c_str()) != 0;
+}
+
+std::size_t handedBytes(int which)
+{
+    return scriptHandedSize(which);
+}
+
+void takeHanded(int which, void* place)
+{
+    scriptTakeHanded(which, place);
 }
 
 void tellProgress(const zarngi::Criterion& criterion, const zarngi::SearchProgress& progress)

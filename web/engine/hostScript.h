@@ -28,6 +28,11 @@ files::Result<files::Bytes> contentsOf(const std::string& path);
 
 bool exists(const std::string& path);
 
+/** Bytes that came with a call, in the order in which they came. */
+std::size_t handedBytes(int which);
+/** Puts them, all of which there is place for, where they are wanted. */
+void takeHanded(int which, void* place);
+
 /** Tells the script how far the search for a criterion is. */
 void tellProgress(const zarngi::Criterion& criterion, const zarngi::SearchProgress& progress);
 

@@ -35,7 +35,7 @@ export class PageFiles implements FileSource {
         const bytes = bytesOf(file, 0, file.size);
         const sha256 = await digestOf(bytes);
         const digest = { bytes: bytes.length, sha256 };
-        release(bytes);
+        release(bytes.buffer);
         return digest;
     }
 }
@@ -44,7 +44,7 @@ function readInto(buffer: Uint8Array, file: File): void {
     for (let start = 0; start < buffer.length; start += piece) {
         const bytes = bytesOf(file, start, start + piece);
         buffer.set(bytes, start);
-        release(bytes);
+        release(bytes.buffer);
     }
 }
 
@@ -52,7 +52,7 @@ function readInto(buffer: Uint8Array, file: File): void {
  * Gives back at once what the next collection of garbage would, which may come after the search: a
  * buffer that is sent to where nobody listens goes with its message.
  */
-function release({ buffer }: Uint8Array<ArrayBuffer>): void {
+export function release(buffer: ArrayBuffer): void {
     const { port1, port2 } = new MessageChannel();
     port2.close();
     port1.postMessage(null, [buffer]);

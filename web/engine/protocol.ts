@@ -9,7 +9,8 @@ export type Call =
     | { call: 'request'; text: string }
     | { call: 'protocols' }
     | { call: 'protocol'; name: string }
-    | { call: 'compare'; request: RequestDocument; anonymous: boolean; command: string }
+    | { call: 'compare'; request: RequestDocument; anonymous: boolean; command: string; helpers: number }
+    | ({ call: 'searchElsewhere' } & Part)
     | { call: 'rates'; criterion: string }
     | { call: 'volume'; volume: VolumeName }
     | { call: 'testedGammas'; criterion: number | null; part: 'rows' | 'values' }
@@ -21,13 +22,28 @@ export type Call =
     | ({ call: 'convert' } & ConversionAsked)
     | { call: 'selfTest' };
 
+/** A part of a search, with the doses that it needs. */
+export interface Part {
+    part: object;
+    reference: ArrayBuffer;
+    evaluation: ArrayBuffer;
+}
+
 export interface Request {
     id: number;
     call: Call;
+}
+
+/** To the worker that shares a search out: what was found in a part; null: nobody could search it. */
+export interface Found {
+    found: number;
+    output: ArrayBuffer | null;
 }
 
 export type Reply = { id: number } & (
     | { answer: unknown; output?: ArrayBuffer }
     | { failure: EngineError }
     | { progress: Progress }
+    /** Wants a part to be searched by another worker; `wanted` is its number. */
+    | { wanted: number; part: Part }
 );

@@ -1,7 +1,10 @@
 #include "web/engine/session.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -28,6 +31,7 @@
 #include "files/encodeVolume.h"
 #include "files/structures/writeStructureSet.h"
 #include "web/engine/hostScript.h"
+#include "web/engine/partJson.h"
 
 namespace engine
 {
@@ -184,6 +188,14 @@ Json Session::answer(const Json& call)
     if (what == "compare") {
         return compare(call);
     }
+    if (what == "searchElsewhere") {
+        return searchedPart(call);
+    }
+    if (steps_) {
+        if (std::optional<Json> answer = step(what, call)) {
+            return std::move(*answer);
+        }
+    }
     if (what == "convert") {
         return convert(call);
     }
@@ -228,39 +240,153 @@ Json Session::request(const Json& call)
                            request.protocol.sha256 != zarngi::protocolDigest(request)}});
 }
 
+/** The answer of a comparison, or how many parts the script is to have searched. */
 Json Session::compare(const Json& call)
 {
     zarngi::Request request = zarngi::requestOf(call.at("request"));
     request.commandLine = textOf(call, "command");
     Json decisive = decisiveOf(call, request);
+    begun_ = call;
+    endSteps();
     if (comparison_.results.empty() || decisive != decisive_) {
-        compute(request, call);
+        begin(request, call);
         decisive_ = std::move(decisive);
+        return goOn();
     }
+    return compared();
+}
+
+void Session::begin(const zarngi::Request& request, const Json& call)
+{
+    comparison_ = {}; // memory for two comparisons at once may not be there
+    maps_.clear();
+    searchers_ = 1;
+    const std::vector<std::string> paths = request.files();
+    files_.use({paths.begin(), paths.end()}, isAnonymous(call));
+    KeptSource source(files_, digestsOf(call.at("digests")), isAnonymous(call));
+    const auto found = [this](const auto& compared, auto& result) { takeMaps(compared, result); };
+    steps_ = std::make_unique<zarngi::ComparisonInSteps>(
+        request, source, zarngi::Watchers{watchFor, watchWork, {}, found});
+}
+
+/** What a comparison that is under way is asked for; what fails ends it. */
+std::optional<Json> Session::step(const std::string& what, const Json& call)
+{
+    try {
+        if (what == "nextPart") {
+            return nextPart();
+        }
+        if (what == "partDoses") {
+            return partDoses(call);
+        }
+        if (what == "takePart") {
+            takePart(call);
+            return Json::object();
+        }
+        if (what == "searchPart") {
+            search_->search(partOf(call.at("part")).tested, watchFor(search_->criterion()));
+            return Json::object();
+        }
+        if (what == "goOn") {
+            steps_->take(std::move(search_));
+            return goOn();
+        }
+    } catch (...) {
+        endSteps();
+        throw;
+    }
+    return {};
+}
+
+/** Makes all searches but those that the script is to share out. */
+Json Session::goOn()
+{
+    try {
+        while (steps_->next() != nullptr) {
+            search_ = steps_->searchByParts();
+            if (search_ && search_->parts() > 1 && zarngi::canBeHandedOut(search_->settings())) {
+                return {{"parts", search_->parts()}};
+            }
+            search_.reset();
+            steps_->search();
+        }
+        comparison_ = steps_->finish();
+    } catch (...) {
+        endSteps();
+        throw;
+    }
+    endSteps();
+    comparison_.readSeconds = begun_.at("readSeconds").get<double>();
+    return compared();
+}
+
+void Session::endSteps()
+{
+    search_.reset();
+    steps_.reset();
+}
+
+/** What the search of another part needs; null: all were asked for. */
+Json Session::nextPart()
+{
+    return {{"part", search_->hasNext() ? partJson(steps_->partOf(*search_, search_->next()))
+                                        : Json(nullptr)}};
+}
+
+Json Session::partDoses(const Json& call)
+{
+    const zarngi::SearchPart part = partOf(call.at("part"));
+    return withOutput(
+        Output::lent(call.at("grid") == "reference"
+                         ? zarngi::dosesOf(steps_->searchedReference().image, part.ofReference)
+                         : zarngi::dosesOf(steps_->evaluation().image, part.ofEvaluation)));
+}
+
+void Session::takePart(const Json& call)
+{
+    zarngi::PartMaps maps;
+    maps.gamma.resize(handedBytes(0) / sizeof(float));
+    takeHanded(0, maps.gamma.data());
+    maps.passed.resize(maps.gamma.size());
+    takeHanded(1, maps.passed.data());
+    search_->take(partOf(call.at("part")).tested, maps.gamma, maps.passed);
+    searchers_ = std::max(searchers_,
+                          std::min(begun_.value("helpers", 1), static_cast<int>(search_->parts())));
+    tellProgress(
+        search_->criterion(),
+        {1, 1, static_cast<double>(search_->done()) / static_cast<double>(search_->parts())});
+}
+
+/** A part of another engine's search: its gammas, and behind them its verdicts. */
+Json Session::searchedPart(const Json& call)
+{
+    const auto handed = [](int which) {
+        files::LargeVector<float> doses(handedBytes(which) / sizeof(float));
+        takeHanded(which, doses.data());
+        return doses;
+    };
+    const zarngi::PartMaps maps = zarngi::searched(partOf(call.at("part")), handed(0), handed(1));
+    files::LargeVector<unsigned char> both(maps.gamma.size() * sizeof(float) + maps.passed.size());
+    std::memcpy(both.data(), maps.gamma.data(), maps.gamma.size() * sizeof(float));
+    std::copy(maps.passed.begin(), maps.passed.end(), both.end() - std::ssize(maps.passed));
+    return withOutput(std::move(both));
+}
+
+/** The answer of a comparison that was made. */
+Json Session::compared()
+{
+    const zarngi::Request request = zarngi::requestOf(begun_.at("request"));
     comparison_.request.header = request.header;
     comparison_.request.identify = request.identify;
-    comparison_.request.commandLine = request.commandLine;
-    alias_ = isAnonymous(call) ? std::optional(std::string()) : std::nullopt;
+    comparison_.request.commandLine = textOf(begun_, "command");
+    comparison_.settings.threads = searchers_;
+    alias_ = isAnonymous(begun_) ? std::optional(std::string()) : std::nullopt;
     record_ = zarngi::comparisonJson(comparison_, alias_);
     return {{"record", record_},
             {"isBelowLimit", comparison_.isBelowLimit()},
             {"isocentres", zarngi::isocentresOf(comparison_)},
             {"headerOfFiles",
              zarngi::headerJson(zarngi::headerOf(zarngi::headerFilesOf(comparison_)))}};
-}
-
-void Session::compute(const zarngi::Request& request, const Json& call)
-{
-    comparison_ = {}; // memory for two comparisons at once may not be there
-    maps_.clear();
-    const std::vector<std::string> paths = request.files();
-    files_.use({paths.begin(), paths.end()}, isAnonymous(call));
-    KeptSource source(files_, digestsOf(call.at("digests")), isAnonymous(call));
-    const auto found = [this](const auto& compared, auto& result) { takeMaps(compared, result); };
-    zarngi::Comparison comparison =
-        zarngi::compare(request, source, {watchFor, watchWork, {}, found});
-    comparison.readSeconds = call.at("readSeconds").get<double>();
-    comparison_ = std::move(comparison);
 }
 
 /** Of a large grid, whose maps would leave no room for the next criterion. */

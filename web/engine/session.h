@@ -7,11 +7,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "comparison/comparison.h"
+#include "comparison/compare.h"
 #include "comparison/documents/json.h"
 #include "web/engine/keptFiles.h"
 #include "web/engine/output.h"
@@ -37,7 +38,15 @@ private:
 
     Json request(const Json& call);
     Json compare(const Json& call);
-    void compute(const zarngi::Request& request, const Json& call);
+    void begin(const zarngi::Request& request, const Json& call);
+    std::optional<Json> step(const std::string& what, const Json& call);
+    Json goOn();
+    void endSteps();
+    Json nextPart();
+    Json partDoses(const Json& call);
+    void takePart(const Json& call);
+    Json searchedPart(const Json& call);
+    Json compared();
     void takeMaps(const zarngi::Comparison& comparison, zarngi::CriterionResult& result);
     Json testedGammas(const Json& call);
     Output gammas(std::size_t criterion) const;
@@ -53,6 +62,10 @@ private:
     Json withOutput(Output output, Json answer = Json::object());
 
     KeptFiles files_;
+    std::unique_ptr<zarngi::ComparisonInSteps> steps_; ///< that is under way
+    std::unique_ptr<zarngi::GammaSearch> search_;      ///< its search that is made in parts
+    Json begun_;                                       ///< the call that began it
+    int searchers_ = 1;                                ///< engines that have searched for it
     zarngi::Comparison comparison_;
     std::vector<TestedMaps> maps_;     ///< of each result, where it keeps none itself
     Json decisive_;                    ///< what decides its results

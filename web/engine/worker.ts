@@ -5,8 +5,8 @@ import { digestOf } from './digest';
 import { Engine, EngineFailure } from './engine';
 import { makeHost } from './host';
 import type { ComparisonAnswer, FileFacts } from './messages';
-import { PageFiles } from './pageFiles';
-import type { Call, Reply, Request } from './protocol';
+import { PageFiles, release } from './pageFiles';
+import type { Call, Found, Part, Reply, Request } from './protocol';
 import { filesOf, type RequestDocument, type TableUnits } from './request';
 
 interface Digest {
@@ -84,7 +84,63 @@ async function compare(call: Call & { call: 'compare' }, known: Engine): Promise
     const start = performance.now();
     const digests = await digestsFor(call.request, known);
     const readSeconds = (performance.now() - start) / 1000;
-    return known.call({ ...call, digests, readSeconds });
+    let answer = known.call<ComparisonAnswer | { parts: number }>({ ...call, digests, readSeconds });
+    while ('parts' in answer) {
+        await searchParts(known, Math.min(call.helpers, answer.parts));
+        answer = known.call<ComparisonAnswer | { parts: number }>({ call: 'goOn' });
+    }
+    return answer;
+}
+
+/** Has all parts of a search searched, by helpers or, where there are none, here. */
+async function searchParts(known: Engine, helpers: number): Promise<void> {
+    // One part more than there are helpers, lest one of them waits for its doses.
+    const takers = helpers === 0 ? 1 : helpers + 1;
+    try {
+        await Promise.all(Array.from({ length: takers }, () => searchNextParts(known, helpers > 0)));
+    } finally {
+        elsewhere.clear(); // what comes late is of a search that has failed
+    }
+}
+
+async function searchNextParts(known: Engine, hasHelpers: boolean): Promise<void> {
+    for (;;) {
+        const { part } = known.call<{ part: object | null }>({ call: 'nextPart' });
+        if (!part) {
+            return;
+        }
+        const output = hasHelpers ? await foundElsewhere(part, known) : null;
+        if (output) {
+            const count = output.byteLength / 5; // a float and a byte of each voxel
+            const found = [new Uint8Array(output, 0, 4 * count), new Uint8Array(output, 4 * count)];
+            known.call({ call: 'takePart', part }, found);
+            release(output);
+        } else {
+            known.call({ call: 'searchPart', part });
+        }
+    }
+}
+
+/** Who is told what was found in parts, by their numbers. */
+const elsewhere = new Map<number, (output: ArrayBuffer | null) => void>();
+let lastWanted = 0;
+
+function foundElsewhere(part: object, known: Engine): Promise<ArrayBuffer | null> {
+    const doses = (grid: string): ArrayBuffer =>
+        known.output(known.call<{ bytes: number }>({ call: 'partDoses', part, grid }).bytes);
+    const reference = doses('reference');
+    const evaluation = doses('evaluation');
+    const wanted = ++lastWanted;
+    post({ id: running!.id, wanted, part: { part, reference, evaluation } }, [reference, evaluation]);
+    return new Promise((resolve) => elsewhere.set(wanted, resolve));
+}
+
+/** A part for another worker: what is found goes with its message. */
+function searchElsewhere({ part, reference, evaluation }: Part, known: Engine): ArrayBuffer {
+    const doses = [reference, evaluation].map((buffer) => new Uint8Array(buffer));
+    const { bytes } = known.call<{ bytes: number }>({ call: 'searchElsewhere', part }, doses);
+    [reference, evaluation].forEach(release);
+    return known.output(bytes);
 }
 
 /** The acceptance test tells where it was made, and of what. */
@@ -117,6 +173,9 @@ async function answer(request: Request, known: Engine): Promise<void> {
         post({ id, answer: found });
     } else if (call.call === 'compare') {
         post({ id, answer: await compare(call, known) });
+    } else if (call.call === 'searchElsewhere') {
+        const output = searchElsewhere(call, known);
+        post({ id, answer: {}, output }, [output]);
     } else if (call.call === 'volume' || (call.call === 'testedGammas' && call.part === 'values')) {
         const { answer, output } = joined(call, known);
         post({ id, answer, output }, [output]);
@@ -150,11 +209,16 @@ async function work(): Promise<void> {
     running = null;
 }
 
-onmessage = (event: MessageEvent<Request>): void => {
-    waiting.push(event.data);
+onmessage = ({ data }: MessageEvent<Request | Found>): void => {
+    if ('found' in data) {
+        elsewhere.get(data.found)?.(data.output);
+        elsewhere.delete(data.found);
+        return;
+    }
+    waiting.push(data);
     if (waiting.length === 1 && !running) {
         work().catch((error: unknown) => {
-            const { id } = event.data;
+            const { id } = data;
             post({ id, failure: failureOf(error).told });
         });
     }

@@ -7,17 +7,19 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import { inflateSync } from 'node:zlib';
+import { writeLargeDose } from '../largeDose.mjs';
 import { bundled, startEngine } from './nodeEngine.mjs';
 
 const { ZARNGI_PROGRAM: program, ZARNGI_DATA: data } = process.env;
 const folder = mkdtempSync(join(tmpdir(), 'zarngi-engine-test-'));
 const skip = !existsSync(data) && 'no dose files in ../shared/data';
 const heardOf = [];
-let engine, usualRequest, withFiles;
+let engine, helper, usualRequest, withFiles;
 
 before(async () => {
     ({ usualRequest, withFiles } = await bundled());
     engine = await startEngine((...told) => heardOf.push(told));
+    helper = await startEngine();
 });
 after(() => rmSync(folder, { recursive: true, force: true }));
 
@@ -29,7 +31,31 @@ function compare(asked, by = engine) {
     const request = { ...withFiles(usualRequest(), reference, evaluation, structures), ...members };
     const files = [reference, evaluation, ...structures];
     const digests = Object.fromEntries(files.map((path) => [path, { bytes: 1, sha256: '' }]));
-    return by.call({ call: 'compare', request, command: 'zarngi compare', digests, readSeconds: 0 }).record;
+    let answer = by.call({ call: 'compare', request, command: 'zarngi compare', digests, readSeconds: 0 });
+    while ('parts' in answer) {
+        searchParts(by, answer.parts);
+        answer = by.call({ call: 'goOn' });
+    }
+    return answer.record;
+}
+
+const copied = (by, call) => new Uint8Array(by.output(by.call(call).bytes));
+
+/** Every other part by another engine, as the workers of a page do, the last ones first. */
+function searchParts(by, count) {
+    const parts = Array.from({ length: count }, () => by.call({ call: 'nextPart' }).part);
+    assert.equal(by.call({ call: 'nextPart' }).part, null);
+    parts.reverse().forEach((part, i) => {
+        if (i % 2 === 1) {
+            by.call({ call: 'searchPart', part });
+            return;
+        }
+        const doses = ['reference', 'evaluation'].map((grid) => copied(by, { call: 'partDoses', part, grid }));
+        const { bytes } = helper.call({ call: 'searchElsewhere', part }, doses);
+        const found = new Uint8Array(helper.output(bytes));
+        const voxels = found.length / 5;
+        by.call({ call: 'takePart', part }, [found.subarray(0, 4 * voxels), found.subarray(4 * voxels)]);
+    });
 }
 
 function output(call) {
@@ -142,26 +168,6 @@ describe('gives what the program gives', { skip }, () => {
     });
 });
 
-/** An ellipsoid of a dose in a grid so large that of its maps only what was tested is kept. */
-function largeDose(name, shift) {
-    const size = [180, 160, 150];
-    const centre = [60, 90, 70].map((at) => at + shift);
-    const head = `ObjectType = Image\nNDims = 3\nBinaryData = True\nBinaryDataByteOrderMSB = False\nOffset = 0 0 0\nElementSpacing = 1 1 1\nDimSize = ${size.join(' ')}\nElementType = MET_FLOAT\nElementDataFile = LOCAL\n`;
-    const doses = new Float32Array(size[0] * size[1] * size[2]);
-    let voxel = 0;
-    for (let k = 0; k < size[2]; ++k) {
-        for (let j = 0; j < size[1]; ++j) {
-            for (let i = 0; i < size[0]; ++i) {
-                const squared = ((i - centre[0]) / 20) ** 2 + ((j - centre[1]) / 12) ** 2 + ((k - centre[2]) / 9) ** 2;
-                doses[voxel++] = 60 * Math.exp(-squared) * (1 + 0.02 * Math.sin(i / 3));
-            }
-        }
-    }
-    const path = join(folder, name);
-    writeFileSync(path, Buffer.concat([Buffer.from(head), Buffer.from(doses.buffer)]));
-    return path;
-}
-
 /** A volume of a report page, unpacked. */
 function volumeOf(page, name) {
     const [, text] = page.match(new RegExp(`id="volume-${name}">([^<]*)<`));
@@ -184,10 +190,14 @@ const shuffled = (words) => Buffer.concat([0, 1].map((half) => words.filter((_, 
 
 test('a large grid, of which little is tested, has the maps and the page of the program', () => {
     const criteria = ['3%/3mm', '1%/1mm'];
-    const request = { reference: largeDose('large-reference.mha', 0), evaluation: largeDose('large-evaluation.mha', 0.8), criteria };
+    const request = { reference: writeLargeDose(join(folder, 'large-reference.mha'), 0), evaluation: writeLargeDose(join(folder, 'large-evaluation.mha'), 0.8), criteria };
+    heardOf.length = 0;
     const record = compare(request);
     const native = byProgram(request, record.grids.reference.size.reduce((a, b) => a * b));
     assert.deepEqual(comparable(record), comparable(native.record));
+    const shares = heardOf.filter(([label]) => label === criteria[0]).map(([, , , share]) => share);
+    assert.ok(shares.length > 2 && shares.every((share, i) => i === 0 || share >= shares[i - 1]), `${shares}`);
+    assert.equal(shares.at(-1), 1);
     assert.ok(record.criteria[1].failed > 1000 && record.criteria[1].passed > 1000);
 
     const report = join(folder, 'report.html');
@@ -216,6 +226,20 @@ test('a large grid, of which little is tested, has the maps and the page of the 
     }
     const { passRate } = engine.call({ call: 'rates', criterion: criteria[1] });
     assert.equal(passRate, record.criteria[1].passRate);
+});
+
+test('parts of a comparison that gave way to another one are nobody\'s', () => {
+    const [reference, evaluation] = [0, 0.8].map((shift, i) => writeLargeDose(join(folder, `left-${i}.mha`), shift));
+    const request = { ...withFiles(usualRequest(), reference, evaluation, []), criteria: ['3%/3mm'] };
+    const digests = Object.fromEntries([reference, evaluation].map((path) => [path, { bytes: 1, sha256: '' }]));
+    const call = { call: 'compare', request, command: '', digests, readSeconds: 0 };
+    assert.ok(engine.call(call).parts > 1);
+    const { part } = engine.call({ call: 'nextPart' });
+    const absent = { ...request, evaluation: { ...request.evaluation, file: '/absent.nrrd' } };
+    assert.throws(() => engine.call({ ...call, request: absent }), /absent/);
+    for (const late of [{ call: 'nextPart' }, { call: 'searchPart', part }, { call: 'takePart', part }, { call: 'goOn' }]) {
+        assert.throws(() => engine.call(late, [new Uint8Array(4), new Uint8Array(1)]), /nothing has been compared yet/);
+    }
 });
 
 test('a comparison that fails leaves none', { skip }, () => {

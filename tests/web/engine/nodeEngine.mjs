@@ -25,7 +25,7 @@ export async function bundled() {
     const outfile = join(folder, 'engine.mjs');
     await esbuild.build({
         stdin: {
-            contents: "export { Engine } from './engine'; export { makeHost } from './host'; export * from './request'; export * from '../compare/roles';",
+            contents: "export { Engine } from './engine'; export { makeHost } from './host'; export * from './helpers'; export * from './request'; export * from '../compare/roles';",
             resolveDir: join(modules, 'engine'),
             loader: 'ts',
         },
