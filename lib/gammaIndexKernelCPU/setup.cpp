@@ -97,9 +97,12 @@ void makeRoom(std::size_t voxels)
 {
     activeVoxels.clear();
     if (voxels > activeVoxels.capacity()) {
+        // In parts of a grid, of which the next one may have more: what all of its voxels need.
+        const std::size_t range = testedVoxels().size();
+        const std::size_t room = range < Env->N_ref ? range : voxels;
         activeVoxels.shrink_to_fit(); // what is outgrown need not stand beside what follows
-        activeVoxels.reserve(voxels);
-        adviseLargePages(activeVoxels.data(), voxels * sizeof(ActiveVoxel));
+        activeVoxels.reserve(room);
+        adviseLargePages(activeVoxels.data(), room * sizeof(ActiveVoxel));
     }
 }
 
