@@ -82,8 +82,7 @@ GammaRun::~GammaRun()
 {
     zarnGI_reset();
     // Smaller ones serve the next comparison, as all do where nobody else would get their memory.
-    constexpr std::size_t mostKept = std::size_t{1} << 22;
-    if (reference_.voxels() > mostKept && files::givesMemoryBack()) {
+    if (reference_.voxels() > largestWhole && files::givesMemoryBack()) {
         zarnGI_releaseRecords();
     }
 }

@@ -38,11 +38,10 @@ bool canBeParted(const GammaSettings& settings)
 std::vector<PlaneRange> partsOf(const Geometry& reference, const GammaSettings& settings)
 {
     constexpr std::size_t voxels = std::size_t{1} << 21;
-    constexpr std::size_t large = std::size_t{1} << 22;
     const std::size_t plane = reference.voxels() / static_cast<std::size_t>(reference.size[2]);
     const auto most = static_cast<int>(std::max<std::size_t>(voxels / plane, 1));
     const int planes = reference.size[2];
-    if (reference.voxels() <= large || planes <= most || !canBeParted(settings)) {
+    if (reference.voxels() <= largestWhole || planes <= most || !canBeParted(settings)) {
         return {{0, planes}};
     }
     const int count = (planes + most - 1) / most;

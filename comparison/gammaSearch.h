@@ -15,7 +15,10 @@
 namespace zarngi
 {
 
-/** PlaneRange of a grid, which are those of constant z. */
+/** Voxels of the largest reference that is always searched as a whole. */
+constexpr std::size_t largestWhole = std::size_t{1} << 22;
+
+/** Planes of a grid, which are those of constant z. */
 struct PlaneRange {
     int first = 0;
     int count = 0;

@@ -27,14 +27,14 @@ DoseImage testedReference(const Comparison& comparison)
     return reference;
 }
 
-/** With the normalisation that the library would find in the whole grid: parts are searched. */
+/** For parts, with the normalisation that the library would find in the whole grid. */
 GammaSettings partedSettings(const Comparison& comparison)
 {
     GammaSettings settings = comparison.settings;
     const files::Values& doses = comparison.reference.image.values;
     // It takes what is not a number for the largest dose where that is the first.
     const bool isLargest = comparison.normalisation > 0 && !std::isnan(doses.front());
-    if (!settings.normalisation && isLargest) {
+    if (doses.size() > largestWhole && isLargest && !settings.normalisation) {
         settings.normalisation = comparison.normalisation;
     }
     return settings;

@@ -392,8 +392,7 @@ Json Session::compared()
 /** Of a large grid, whose maps would leave no room for the next criterion. */
 void Session::takeMaps(const zarngi::Comparison& comparison, zarngi::CriterionResult& result)
 {
-    constexpr std::size_t large = std::size_t{1} << 22;
-    if (result.gamma.size() >= large && !comparison.request.noise &&
+    if (result.gamma.size() > zarngi::largestWhole && !comparison.request.noise &&
         !zarngi::arePoints(comparison.placed.space)) {
         maps_.emplace_back(comparison.reference.image.geometry.size, std::move(result.gamma),
                            std::move(result.passed));
