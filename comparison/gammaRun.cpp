@@ -110,9 +110,7 @@ GammaMap GammaRun::search(const GammaSettings& settings, const Criterion& criter
                           const WatchSearch& watch)
 {
     GammaSearch search(*this, settings, criterion);
-    while (search.hasNext()) {
-        search.search(search.next(), watch);
-    }
+    search.searchRest(watch);
     return search.finish();
 }
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <numeric>
+#include <stdexcept>
 #include <string>
 
 #include "comparison/failure.h"
@@ -151,20 +152,33 @@ void GammaSearch::search(PlaneRange part, const WatchSearch& watch)
     require(zarnGI_getPassed3DMap(map_.passed.data()), label);
     if (parts_.size() > 1) {
         count(part);
-        return;
+    } else {
+        float passRate = 0;
+        require(zarnGI_getGammaIndexPassRate(&passRate), label);
+        map_.passRate = static_cast<double>(passRate);
     }
-    float passRate = 0;
-    require(zarnGI_getGammaIndexPassRate(&passRate), label);
-    map_.passRate = static_cast<double>(passRate);
+    ++done_;
+}
+
+void GammaSearch::searchRest(const WatchSearch& watch)
+{
+    while (hasNext()) {
+        search(next(), watch);
+    }
 }
 
 void GammaSearch::take(PlaneRange part, std::span<const float> gamma,
                        std::span<const unsigned char> passed)
 {
+    const std::size_t voxels = static_cast<std::size_t>(part.count) * plane_;
+    if (gamma.size() != voxels || passed.size() != voxels) {
+        throw std::invalid_argument("a part of a search has another number of voxels");
+    }
     const auto first = static_cast<std::ptrdiff_t>(static_cast<std::size_t>(part.first) * plane_);
     std::copy(gamma.begin(), gamma.end(), map_.values.begin() + first);
     std::copy(passed.begin(), passed.end(), map_.passed.begin() + first);
     count(part);
+    ++done_;
     hasTaken_ = true;
 }
 
@@ -176,20 +190,26 @@ void GammaSearch::count(PlaneRange part)
     const std::size_t passed = countOf(ZARNGI_PASSED, verdicts);
     passed_ += passed;
     tested_ += passed + countOf(ZARNGI_FAILED, verdicts);
-    ++done_;
 }
 
 GammaMap GammaSearch::finish()
 {
-    if (tested_ > 0) {
-        // Rounded as the library's own figure.
-        map_.passRate = static_cast<double>(static_cast<float>(
-            static_cast<double>(passed_) * 100.0 / static_cast<double>(tested_)));
+    if (done_ != parts_.size()) {
+        throw std::logic_error("parts of a search are missing");
+    }
+    if (parts_.size() > 1) {
+        map_.passRate = passRateOf(passed_, tested_);
     }
     if (hasTaken_) { // all the while somebody searched
         map_.seconds = secondsSince(start_);
     }
     return std::move(map_);
+}
+
+double passRateOf(std::size_t passed, std::size_t tested)
+{
+    const double rate = static_cast<double>(passed) * 100.0 / static_cast<double>(tested);
+    return tested > 0 ? static_cast<double>(static_cast<float>(rate)) : 0;
 }
 
 } // namespace zarngi

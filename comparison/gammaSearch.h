@@ -48,14 +48,17 @@ public:
 
     /** Searches a part here. @throws InputError as GammaRun::compute() */
     void search(PlaneRange part, const WatchSearch& watch);
+    /** Searches all parts that are left here. @throws InputError as GammaRun::compute() */
+    void searchRest(const WatchSearch& watch);
 
     /**
      * Puts a part that was searched elsewhere in its place.
      * @param gamma, passed of its planes, as those of a GammaMap
+     * @throws std::invalid_argument for another number of voxels
      */
     void take(PlaneRange part, std::span<const float> gamma, std::span<const unsigned char> passed);
 
-    /** The result, when all parts are there. */
+    /** The result, when all parts are there. @throws std::logic_error when they are not */
     GammaMap finish();
 
     /** Of how many parts, and how many of them are there. */
@@ -79,6 +82,9 @@ private:
     std::size_t tested_ = 0;
     GammaMap map_;
 };
+
+/** %, of some tested voxels, in single precision as the library's own; 0 of none. */
+double passRateOf(std::size_t passed, std::size_t tested);
 
 } // namespace zarngi
 

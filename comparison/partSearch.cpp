@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 
 #include "comparison/libraryCalls.h"
@@ -108,6 +109,10 @@ std::span<const float> dosesOf(const Image& image, PlaneRange planes)
 PartMaps searched(const SearchPart& part, std::span<const float> reference,
                   std::span<const float> evaluation)
 {
+    if (reference.size() != voxelsOf(part.reference, part.ofReference) ||
+        evaluation.size() != voxelsOf(part.evaluation, part.ofEvaluation)) {
+        throw std::invalid_argument("a part of a search has another number of doses");
+    }
     const std::string label = part.criterion.label();
     const std::size_t before = voxelsBefore(part.reference, part.tested);
     PartMaps maps;

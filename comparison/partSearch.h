@@ -44,7 +44,7 @@ std::span<const float> dosesOf(const Image& image, PlaneRange planes);
  * Searches a part. The library must hold no grids that are still needed.
  * @param reference, evaluation the doses of the planes that the part needs, with
  *        files::blockMargin bytes behind them that can be read.
- * @throws InputError as GammaRun::compute()
+ * @throws InputError as GammaRun::compute(), std::invalid_argument for other numbers of doses
  */
 PartMaps searched(const SearchPart& part, std::span<const float> reference,
                   std::span<const float> evaluation);

@@ -477,11 +477,12 @@ ZARNGI_API int zarnGI_releaseRecords(void);
  * planes of them are read or written; the pass rate is that of these planes. Without a
  * normalisation dose, that of the whole reference is looked for each time.
  *
- * A computation that has a normalisation dose and a search maximum needs no more of lent memory
- * than this, whatever stands elsewhere, or whether that can be read at all: of the reference these
- * planes and one on either side, of the evaluation the planes whose centres lie within
- * (search maximum + 1) DTA and two voxels of the evaluation of theirs, and the nearest one; behind
- * the last of them ZARNGI_LENT_MARGIN floats; of the memory for a gamma map these planes.
+ * A computation with a normalisation dose and a search maximum, without random rotation and at
+ * verbosity 0, needs no more of lent memory than this, whatever stands elsewhere, or whether that
+ * can be read at all: of the reference these planes and one on either side, of the evaluation the
+ * planes whose centres lie within (search maximum + 1) DTA and two voxels of the evaluation of
+ * theirs, and the nearest one; behind the last of them ZARNGI_LENT_MARGIN floats; of the memory for
+ * a gamma map these planes.
  *
  * There are no results until the next computation. The restriction ends with another one, with
  * another reference grid, or with zarnGI_reset().

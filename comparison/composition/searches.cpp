@@ -32,7 +32,7 @@ GammaSettings partedSettings(const Comparison& comparison)
 {
     GammaSettings settings = comparison.settings;
     const files::Values& doses = comparison.reference.image.values;
-    // It takes what is not a number for the largest dose where that is the first.
+    // The library takes a first dose that is not a number for the largest, and then tests nothing.
     const bool isLargest = comparison.normalisation > 0 && !std::isnan(doses.front());
     if (doses.size() > largestWhole && isLargest && !settings.normalisation) {
         settings.normalisation = comparison.normalisation;

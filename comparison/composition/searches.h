@@ -32,7 +32,7 @@ public:
     /** @throws InputError as GammaRun::compute */
     CriterionResult result(const CriterionRequest& asked, const WatchSearch& watch);
 
-    /** Of a map that was searched in parts. @throws InputError as GammaRun::compute */
+    /** Of a map that is there. */
     CriterionResult result(const CriterionRequest& asked, GammaMap map) const;
 
     /** The search for a criterion, to be made in parts. */
@@ -50,7 +50,7 @@ private:
     GammaMap searched(const Criterion& criterion, const WatchSearch& watch);
 
     const Comparison& comparison_;
-    GammaSettings settings_; ///< of volumes
+    GammaSettings settings_; ///< of volumes, which may be searched in parts
     DoseImage part_;         ///< the reference where voxels are tested in a part of it alone
     GammaRun run_;
     CentreDoses centres_;

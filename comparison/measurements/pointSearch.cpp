@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "comparison/failure.h"
+#include "comparison/gammaSearch.h"
 #include "libZarnGI.h"
 
 namespace zarngi
@@ -17,15 +18,9 @@ DoseView pointOf(const DoseImage& points, std::size_t index)
             std::span<const float>(points.image.values).subspan(index, 1)};
 }
 
-/** Rounded to single precision, as the library's. */
-double passRateOf(const GammaMap& map)
+std::size_t countOf(unsigned char verdict, const GammaMap& map)
 {
-    const auto count = [&map](unsigned char verdict) {
-        return static_cast<double>(std::count(map.passed.begin(), map.passed.end(), verdict));
-    };
-    const double passed = count(ZARNGI_PASSED);
-    const double tested = passed + count(ZARNGI_FAILED);
-    return tested > 0 ? static_cast<double>(static_cast<float>(passed * 100.0 / tested)) : 0;
+    return static_cast<std::size_t>(std::count(map.passed.begin(), map.passed.end(), verdict));
 }
 
 } // namespace
@@ -55,7 +50,8 @@ GammaMap searchPoints(GammaRun& run, const DoseImage& points, const GammaSetting
                              FailureKind::interrupted);
         }
     }
-    map.passRate = passRateOf(map);
+    const std::size_t passed = countOf(ZARNGI_PASSED, map);
+    map.passRate = passRateOf(passed, passed + countOf(ZARNGI_FAILED, map));
     checkTested(map, settings);
     return map;
 }

@@ -21,7 +21,7 @@ struct VoxelRange {
 /** Restricts computations to planes that lie in the reference grid; 0 of them: to all. */
 void setTestedPlanes(int first, int count);
 
-/** What the maps of results are read and written in. */
+/** What is tested, and the part of each map of results that is written or handed out. */
 VoxelRange testedVoxels();
 
 } // namespace zarngi::engine

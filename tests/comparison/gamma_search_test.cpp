@@ -108,6 +108,27 @@ TEST_F(LargeGrid, HasTheResultOfAWholeSearchWhoeverSearchesItsParts)
     }
 }
 
+/** Nothing of it would show in the result. */
+TEST_F(LargeGrid, RefusesPartsThatAreNotWhole)
+{
+    const GammaRun run(reference_, evaluation_);
+    GammaSearch search(run, inParts(), criterion_);
+    const PlaneRange part = search.next();
+    const auto voxels = static_cast<std::size_t>(part.count) * 172 * 172;
+    const std::vector<float> gamma(voxels, 0.5F);
+    const std::vector<unsigned char> passed(voxels, 1);
+    EXPECT_THROW(search.take(part, std::span(gamma).subspan(1), passed), std::invalid_argument);
+    EXPECT_THROW(search.take(part, gamma, std::span(passed).subspan(1)), std::invalid_argument);
+    search.take(part, gamma, passed);
+    EXPECT_THROW(search.finish(), std::logic_error);
+    const zarngi::SearchPart needs = zarngi::searchPart(search, reference_.image.geometry,
+                                                        evaluation_.image.geometry, search.next());
+    const auto reference = copied(reference_.image, needs.ofReference);
+    const auto evaluation = copied(evaluation_.image, needs.ofEvaluation);
+    EXPECT_THROW(zarngi::searched(needs, reference, std::span(evaluation).subspan(1)),
+                 std::invalid_argument);
+}
+
 /** Their rotation, and what the library prints, are those of one search. */
 TEST_F(LargeGrid, IsSearchedAsAWholeWherePartsWouldShow)
 {

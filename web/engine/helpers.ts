@@ -85,9 +85,6 @@ export class Helpers {
     }
 
     private receive(worker: Worker, reply: Reply): void {
-        if ('progress' in reply) {
-            return;
-        }
         if (!('answer' in reply) || !reply.output) {
             this.lose(worker);
             return;

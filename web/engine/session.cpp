@@ -307,8 +307,12 @@ Json Session::goOn()
             if (search_ && search_->parts() > 1 && zarngi::canBeHandedOut(search_->settings())) {
                 return {{"parts", search_->parts()}};
             }
-            search_.reset();
-            steps_->search();
+            if (search_) {
+                search_->searchRest(watchFor(search_->criterion()));
+                steps_->take(std::move(search_));
+            } else {
+                steps_->search();
+            }
         }
         comparison_ = steps_->finish();
     } catch (...) {
