@@ -78,14 +78,17 @@ float largestDose(const float* map, std::size_t count, const std::vector<float>&
 template <class Visit> void visitAboveCutoff(const DoseLevels& levels, Visit visit)
 {
     const VoxelRange range = testedVoxels();
+    // What visits write could be these, for all that a compiler knows.
+    const float* const map = Env->map_ref;
+    const float cutoff = levels.cutoff;
     for (std::size_t block = 0; block < levels.largestOfBlocks.size(); ++block) {
-        if (!(levels.largestOfBlocks[block] > levels.cutoff)) {
+        if (!(levels.largestOfBlocks[block] > cutoff)) {
             continue;
         }
         const std::size_t begin = range.first + block * blockSize;
         const std::size_t end = std::min(begin + blockSize, range.last);
         for (std::size_t i = begin; i < end; ++i) {
-            if (Env->map_ref[i] > levels.cutoff) {
+            if (map[i] > cutoff) {
                 visit(static_cast<std::int32_t>(i));
             }
         }
